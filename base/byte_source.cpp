@@ -1,0 +1,66 @@
+#include "base/byte_source.h"
+
+namespace tavo {
+
+Status ByteSource::refill() {
+  if (at_end_) return failure_;
+  const size_t unread = static_cast<size_t>(end_ - next_);
+  if (unread == buffer_.size()) return kOk;
+  if (unread != 0) std::memmove(buffer_.data(), next_, unread);
+  next_ = buffer_.data();
+  end_ = next_ + unread;
+
+  size_t got = 0;
+  failure_ = refill_(context_, buffer_.bytes().subspan(unread), got);
+  if (!failure_.ok() || got == 0) at_end_ = true;
+  if (failure_.ok()) end_ += got;
+  return failure_;
+}
+
+Status ByteSource::read_some(std::span<uint8_t> into, size_t& got) {
+  got = 0;
+  while (got < into.size()) {
+    if (next_ == end_) {
+      if (at_end_) return failure_;
+      const std::span<uint8_t> rest = into.subspan(got);
+      if (rest.size() >= buffer_.size()) {
+        size_t part = 0;
+        failure_ = refill_(context_, rest, part);
+        if (!failure_.ok() || part == 0) {
+          at_end_ = true;
+          return failure_;
+        }
+        got += part;
+        continue;
+      }
+      TRY(refill());
+      if (next_ == end_) return kOk;
+    }
+    const size_t part = std::min(static_cast<size_t>(end_ - next_), into.size() - got);
+    std::memcpy(into.data() + got, next_, part);
+    next_ += part;
+    got += part;
+  }
+  return kOk;
+}
+
+Status ByteSource::read(std::span<uint8_t> into) {
+  size_t got = 0;
+  TRY(read_some(into, got));
+  return got == into.size() ? kOk : kReadError;
+}
+
+Status ByteSource::skip(uint64_t count) {
+  while (count > 0) {
+    if (next_ == end_) {
+      TRY(refill());
+      if (next_ == end_) return kReadError;
+    }
+    const uint64_t part = std::min<uint64_t>(static_cast<uint64_t>(end_ - next_), count);
+    next_ += part;
+    count -= part;
+  }
+  return kOk;
+}
+
+}  // namespace tavo

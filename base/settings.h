@@ -1,0 +1,32 @@
+// The library-wide state that exports set and later calls read.
+#pragma once
+
+#include <cstdint>
+
+#include "tavo45.h"
+
+namespace tavo {
+
+struct Settings {
+  // Every reader and writer reaches files through these (io/file_table.h installs and restores).
+  FileIOTable files;
+  T_StatusCallback status_callback = nullptr;
+  uint32_t default_dithering = T_DITHER_ORDERED;
+  T_TIFFOption tiff = {};
+  int32_t page_number = 1;
+  // Rows that a reader gathers before it calls the sink; 0 while nobody has set it.
+  int32_t callback_lines = 0;
+  bool gif89a = true;
+  bool gray_fixed_palette = false;
+  // Logical screen that GIF files declare; 0 by 0 means the display's.
+  int32_t screen_width = 0;
+  int32_t screen_height = 0;
+  int32_t ras_variant = 0;
+
+  Settings();
+};
+
+// The one instance.
+extern Settings settings;
+
+}  // namespace tavo

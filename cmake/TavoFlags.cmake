@@ -1,0 +1,32 @@
+# Compiler settings: tavo_flags for all our code, tavo_library_flags for the library module alone.
+add_library(tavo_flags INTERFACE)
+target_compile_options(tavo_flags INTERFACE
+  $<$<COMPILE_LANGUAGE:C,CXX>:-Wall -Wextra -Wshadow -Werror>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion>)
+
+add_library(tavo_library_flags INTERFACE)
+target_compile_options(tavo_library_flags INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  -fvisibility=hidden)
+
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # Callers enter with the stack aligned to 4 bytes; vector spills need 16.
+  add_compile_options(-march=i686 -msse2 -mfpmath=sse -mstackrealign)
+endif()
+
+if(TAVO_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(TAVO_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# Linking Windows programs: no DLL of the compiler's beside them.
+if(WIN32)
+  add_library(tavo_program_flags INTERFACE)
+  target_link_options(tavo_program_flags INTERFACE -static)
+else()
+  add_library(tavo_program_flags INTERFACE)
+endif()

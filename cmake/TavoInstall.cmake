@@ -1,0 +1,20 @@
+# cmake --install: header, libraries, CMake package, pkg-config file.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS tavo45 tavo45_static EXPORT Tavo45Targets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/tavo45.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Tavo45)
+install(EXPORT Tavo45Targets NAMESPACE Tavo45:: DESTINATION ${package_dir})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/Tavo45Config.cmake.in
+  ${PROJECT_BINARY_DIR}/Tavo45Config.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/Tavo45ConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/Tavo45Config.cmake ${PROJECT_BINARY_DIR}/Tavo45ConfigVersion.cmake
+  DESTINATION ${package_dir})
+
+configure_file(${CMAKE_CURRENT_LIST_DIR}/tavo45.pc.in ${PROJECT_BINARY_DIR}/tavo45.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/tavo45.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,486 @@
+/* TAVO45: reads, converts and writes raster images. The one header of the library.
+ *
+ * Every function returns a signed 32-bit status unless its description says otherwise: T_OK (1) or
+ * one of the negative T_ERR_ codes. A number that a caller's callback answers with ends the
+ * operation and is returned unchanged. Settings are library-wide; nothing is locked: use the
+ * library from one thread at a time.
+ *
+ * Compiles as C99 and as C++17 with no other header than <stdint.h> and <stddef.h>.
+ */
+#ifndef TAVO45_H
+#define TAVO45_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(_WIN32) && !defined(_WIN64)
+#define T_CALL __stdcall
+#else
+#define T_CALL
+#endif
+
+#if defined(__GNUC__) && !defined(_WIN32)
+#define T_API __attribute__((visibility("default")))
+#else
+#define T_API
+#endif
+
+/* ---- Status codes ------------------------------------------------------------------------- */
+
+#define T_OK 1                       /* success */
+#define T_ERR_NO_MEMORY (-1)         /* memory or storage could not be obtained */
+#define T_ERR_NO_STORAGE (-2)        /* the bitmap has no storage */
+#define T_ERR_SEEK (-4)              /* a seek failed */
+#define T_ERR_WRITE (-5)             /* a write failed, or a multi-page container is full */
+#define T_ERR_READ (-7)              /* a read failed, or the file is shorter than its header says */
+#define T_ERR_NAME (-8)              /* no file name */
+#define T_ERR_BAD_DATA (-9)          /* not a file of the expected format, or bad data */
+#define T_ERR_OPEN (-10)             /* the file cannot be opened */
+#define T_ERR_SIZE (-11)             /* the geometry gives no size, or a stamp's size is out of range */
+#define T_ERR_SUBTYPE (-12)          /* an unsupported sub-type of a known format */
+#define T_ERR_ARGUMENT (-13)         /* an invalid argument: depth, colour order, method, rectangle */
+#define T_ERR_CREATE (-14)           /* the output file cannot be created */
+#define T_ERR_FORMAT (-16)           /* no reader or writer for this format, or too many colours */
+#define T_ERR_QUALITY (-21)          /* the quality factor is out of range */
+#define T_ERR_DEPTH (-27)            /* the writer does not accept this depth */
+#define T_ERR_MULTIPLIER (-36)       /* the internal quality multiplier is 0 */
+#define T_ERR_NOT_COMPRESSIBLE (-42) /* the picture cannot be compressed */
+#define T_ERR_INCOMPLETE (-57)       /* the compression ended before all rows were delivered */
+#define T_ERR_NO_STAMP (-65)         /* the file carries no stamp */
+#define T_ERR_NOTICE (-100)          /* the check of the embedded notice failed */
+
+/* One English sentence for a status, without a full stop; never null, "Unknown status" for a
+ * number that is none of the above. The text is the library's and lives as long as it does. */
+T_API const char* T_CALL T_GetStatusText(int32_t status);
+
+/* The version as major << 16 | minor << 8 | patch. */
+T_API uint32_t T_CALL T_GetVersion(void);
+
+/* ---- Records ------------------------------------------------------------------------------ */
+
+/* A palette entry, laid out as the platform's RGBQUAD. */
+typedef struct T_PaletteEntry {
+  uint8_t Blue;
+  uint8_t Green;
+  uint8_t Red;
+  uint8_t Reserved;
+} T_PaletteEntry;
+
+/* Laid out as the platform's BITMAPINFOHEADER. */
+typedef struct T_BitmapInfoHeader {
+  uint32_t biSize;
+  int32_t biWidth;
+  int32_t biHeight;
+  uint16_t biPlanes;
+  uint16_t biBitCount;
+  uint32_t biCompression;
+  uint32_t biSizeImage;
+  int32_t biXPelsPerMeter;
+  int32_t biYPelsPerMeter;
+  uint32_t biClrUsed;
+  uint32_t biClrImportant;
+} T_BitmapInfoHeader;
+
+/* Laid out as the platform's BITMAPINFO with a full palette. */
+typedef struct T_BitmapInfo {
+  T_BitmapInfoHeader Header;
+  T_PaletteEntry Palette[256];
+} T_BitmapInfo;
+
+typedef void(T_CALL* T_ReleaseCallback)(uintptr_t handle, uintptr_t data);
+
+/* A picture: geometry, palette, settings, and where its pixels are. The caller owns the record
+ * (1,280 bytes) and need not clear it; T_InitBitmap sets what matters. The library owns only the
+ * storage that T_AllocateBitmap obtained, until T_FreeBitmap. */
+typedef struct BitmapHandle {
+  uintptr_t Handle;        /* memory: block handle; disk: file handle; user: the caller's value */
+  void* Data;              /* memory, while accessed: first pixel byte; disk: path of the file */
+  uintptr_t CacheHandle;   /* row work buffer of disk and user-managed storage */
+  void* CachePointer;
+#if UINTPTR_MAX > 0xFFFFFFFFu
+  uint32_t WorkWords[2];
+#else
+  uint32_t WorkWords[4];
+#endif
+  int32_t StorageKind;     /* 0 after init; readers number their source records here */
+  int32_t Width;           /* pixels per row */
+  int32_t Height;          /* rows */
+  int32_t BitsPerPixel;    /* 1, 2, 4, 8, 16, 24 or 32 */
+  uint32_t BytesPerLine;   /* bytes of a stored row, a multiple of 4; 0 for an invalid depth */
+  uint32_t RowOffset;      /* row cursor: byte offset of CurrentRow */
+  uint32_t CurrentRow;     /* row cursor: the row last addressed */
+  uint32_t ReservedA[2];
+  uint32_t Flags;          /* T_FLAG_ bits */
+  uint32_t Colors;         /* palette entries; meaningful up to 8 bits */
+  T_BitmapInfo Info;       /* device-independent-bitmap description; holds the palette */
+  uintptr_t GdiObjectA;    /* painting palette, a palette object, or 0 */
+  uintptr_t GdiObjectB;    /* screen palette, a palette object, or 0 */
+  uint32_t ReservedB[4];
+  uint32_t ViewPerspective; /* 2 or more: stored row 0 is the bottom row; below 2: the top row */
+  uint32_t Order;          /* T_ORDER_RGB or T_ORDER_BGR, for depths above 8 */
+  uint32_t Size;           /* BytesPerLine x Height, 0 when that exceeds 32 bits */
+  uint32_t ReservedC;
+  void* DitherState;       /* the dithering pass in progress, or null */
+  uint32_t DitherMethod;   /* T_DITHER_ value that the next dithering pass uses */
+  T_ReleaseCallback ReleaseCallback; /* user-managed storage: called by T_FreeBitmap */
+  uintptr_t ReleaseData;
+  int32_t XOrigin;         /* position of the picture on its page, where the format says */
+  int32_t YOrigin;
+  int32_t LastRow;         /* extent recorded by T_DecompressBitmapMemory */
+  int32_t LastColumn;
+#if UINTPTR_MAX > 0xFFFFFFFFu
+  uint32_t ReservedD[2];
+#else
+  uint32_t ReservedD[11];
+#endif
+  int32_t XResolution;     /* dots per inch */
+  int32_t YResolution;
+  uint32_t WriterDefaults[2]; /* words 3 and 4 of the TIFF options at init */
+  uint32_t ReservedE[2];
+} BitmapHandle;
+
+/* BitmapHandle.Flags */
+#define T_FLAG_ALLOCATED 0x0001u  /* storage has been obtained and not yet freed */
+#define T_FLAG_MEMORY 0x0002u     /* storage is a memory block */
+#define T_FLAG_DISK 0x0010u       /* storage is a temporary file */
+#define T_FLAG_USER 0x0020u       /* storage is managed by the caller */
+#define T_FLAG_LOCKED 0x0040u     /* a memory bitmap is accessed: Data is valid */
+#define T_FLAG_INTERLACED 0x0080u /* rows arrive in interlace order */
+#define T_FLAG_GRAY 0x0100u       /* the picture is grey-scale */
+#define T_FLAG_REDUCED 0x0400u    /* a save that always reduces leaves this picture as it is */
+#define T_FLAG_PALETTE 0x0800u    /* the file carries a palette */
+#define T_FLAG_NO_STORAGE 0x2000u /* set together with T_FLAG_USER by request bit 8 */
+
+/* Colour orders */
+#define T_ORDER_RGB 0 /* red byte first; 16 bits: red in bits 0-4 */
+#define T_ORDER_BGR 1 /* blue byte first; 16 bits: red in bits 10-14 */
+
+/* Dithering methods */
+#define T_DITHER_NONE 0
+#define T_DITHER_FLOYD_STEINBERG 1
+#define T_DITHER_STUCKI 2
+#define T_DITHER_BURKES 3
+#define T_DITHER_SIERRA 4
+#define T_DITHER_STEVENSON_ARCE 5
+#define T_DITHER_JARVIS 6
+#define T_DITHER_ORDERED 7
+
+/* Format identifiers */
+#define T_FORMAT_PCX 1
+#define T_FORMAT_GIF 2
+#define T_FORMAT_TIFF 3
+#define T_FORMAT_TGA 4
+#define T_FORMAT_CMP 5
+#define T_FORMAT_BMP 6
+#define T_FORMAT_JPEG 10
+#define T_FORMAT_BMP_OS2 14
+#define T_FORMAT_CMP_1BIT 26
+#define T_FORMAT_CALS 50
+#define T_FORMAT_RAS 55
+
+/* What T_FileInfo reports; 128 bytes. */
+typedef struct FILEINFO {
+  int32_t Format;          /* T_FORMAT_ value */
+  uint32_t FileSize;       /* bytes; 0xFFFFFFFF when larger */
+  int32_t PageCount;       /* pages of a multi-page file, otherwise 1 */
+  int32_t Page;            /* the page described, from 1 */
+  int32_t Width;           /* pixels */
+  int32_t Height;          /* rows */
+  int32_t BitsPerPixel;    /* as the reader delivers the picture */
+  int32_t Order;           /* T_ORDER_ value of the delivered rows */
+  uint32_t ViewPerspective; /* of the delivered rows */
+  uint32_t Colors;         /* palette entries, 0 without a palette */
+  int32_t XResolution;     /* as the reader would report it; 0 when the file does not say */
+  int32_t YResolution;
+  uint32_t Flags;          /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
+  char Compression[32];    /* "None", "Run Length", "JPEG", "CCITT", ... */
+  uint32_t Reserved[11];
+} FILEINFO;
+
+/* What one picture format can do; T_GetFormat fills it. */
+typedef struct T_Format {
+  int32_t Id;              /* identifier for T_SaveFile and in FILEINFO */
+  int32_t CanRead;         /* 1 or 0 */
+  int32_t CanWrite;        /* 1 or 0 */
+  uint32_t WriteDepths;    /* bit d set: a save at d bits per pixel is accepted, d = 1 ... 32;
+                              bit 0 stands for 32 */
+  char Name[32];           /* "BMP" */
+  char Description[64];    /* "Windows bitmap" */
+  char Extensions[32];     /* lower case, separated by blanks, the usual one first: "bmp dib" */
+} T_Format;
+
+/* Fills `format` with row `index` (from 0) of the format table. T_OK, T_ERR_FORMAT past the end,
+ * T_ERR_ARGUMENT when `format` is null. */
+T_API int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format);
+
+/* ---- Callbacks ---------------------------------------------------------------------------- */
+
+/* Gets 1 or more contiguous rows of source->BytesPerLine bytes as `source` describes them. T_OK
+ * lets the load go on; any other number ends it and becomes its result. */
+typedef int32_t(T_CALL* T_RowSink)(BitmapHandle* source, const void* rows, int32_t rowCount,
+                                   void* context);
+
+/* Told of the progress of long operations, 0 first and 100 last. T_OK lets the work go on; any
+ * other number ends it and becomes its result. */
+typedef int32_t(T_CALL* T_StatusCallback)(int32_t percent);
+
+/* Sets the status callback; null removes it. T_OK. */
+T_API int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback);
+
+/* ---- Bitmaps ------------------------------------------------------------------------------ */
+
+/* Describes a picture of width x height pixels. Allocates nothing, and frees nothing: on an
+ * allocated record the storage is lost. The record need not be cleared first.
+ * bitsPerPixel  1, 2, 4, 8, 16, 24 or 32; any other depth gives 32 with BytesPerLine and Size 0
+ * Sets geometry and defaults: ViewPerspective 2, Order T_ORDER_BGR above 8 bits, DitherMethod and
+ * the resolutions from the library's settings (150 dots per inch where those are not above 0).
+ * The palette and the upper 16 bits of Flags stay as they are. A negative size, and one that
+ * does not fit 32 bits, give Size 0.
+ * T_OK or T_ERR_NOTICE (the record is untouched). */
+T_API int32_t T_CALL T_InitBitmap(BitmapHandle* bitmap, int32_t width, int32_t height,
+                                  int32_t bitsPerPixel);
+
+/* Obtains storage. A request of exactly 1 tries a memory block (not zeroed) and falls back to a
+ * temporary file; every other request goes to the temporary file at once (zeroed, sparse).
+ * Request bit 8 is for storage kinds 3, 4 and 6, whose rows come from elsewhere: no storage.
+ * T_OK, T_ERR_SIZE when Size is 0, T_ERR_NO_MEMORY when neither memory nor a file can be had
+ * (nothing stays behind), or the status callback's answer when it stops the clearing. */
+T_API int32_t T_CALL T_AllocateBitmap(BitmapHandle* bitmap, uint32_t request);
+
+/* Locks a memory bitmap and returns the address of its first pixel byte, also in Data. For any
+ * other bitmap, and one already locked, returns Flags and does nothing. Does not nest. */
+T_API uintptr_t T_CALL T_AccessBitmap(BitmapHandle* bitmap);
+
+/* Unlocks a locked memory bitmap: Data becomes null; returns the platform's result, which has no
+ * meaning. For any other bitmap returns Flags and does nothing. */
+T_API int32_t T_CALL T_ReleaseBitmap(BitmapHandle* bitmap);
+
+/* Gives storage and palette objects back. The record may be initialised again. The result has no
+ * meaning. For user-managed storage calls ReleaseCallback(Handle, ReleaseData) when Handle and
+ * the callback are not null. */
+T_API int32_t T_CALL T_FreeBitmap(BitmapHandle* bitmap);
+
+/* Copies `bytes` bytes between `buffer` and the start of stored row `row`, or (…RowCol) the byte
+ * that holds pixel `column` (2-bit bitmaps: byte number `column`). Memory bitmaps must be
+ * accessed. Nothing is checked against the bitmap's bounds, except that `bytes` may span several
+ * rows. Returns the bytes moved, or T_ERR_NO_MEMORY (no storage, or memory not accessed),
+ * T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE. A short disk read or write shows in the count only. */
+T_API int32_t T_CALL T_GetBitmapRow(BitmapHandle* bitmap, void* buffer, uint32_t row,
+                                    uint32_t bytes);
+T_API int32_t T_CALL T_PutBitmapRow(BitmapHandle* bitmap, const void* buffer, uint32_t row,
+                                    uint32_t bytes);
+T_API int32_t T_CALL T_GetBitmapRowCol(BitmapHandle* bitmap, void* buffer, uint32_t row,
+                                       uint32_t column, uint32_t bytes);
+T_API int32_t T_CALL T_PutBitmapRowCol(BitmapHandle* bitmap, const void* buffer, uint32_t row,
+                                       uint32_t column, uint32_t bytes);
+
+/* Zeroes every pixel byte; a memory bitmap is left released. T_OK, T_ERR_NO_STORAGE,
+ * T_ERR_NO_MEMORY (no row buffer; disk: seek or write failed), or the status callback's answer. */
+T_API int32_t T_CALL T_ClearBitmap(BitmapHandle* bitmap);
+
+/* Makes `dst` (initialised here) a new, independent bitmap equal to `src`, except that it carries
+ * the library's default resolution. Palette objects are duplicated. Both are left released.
+ * T_OK, T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
+T_API int32_t T_CALL T_CopyBitmap(BitmapHandle* dst, BitmapHandle* src);
+
+/* The same for a rectangle of `src`; x and y count from the picture's top left corner.
+ * T_ERR_ARGUMENT when it reaches outside; T_ERR_SIZE when it is empty. Copies between memory
+ * bitmaps of 8 bits and more leave both accessed, all others leave both released. */
+T_API int32_t T_CALL T_CopyBitmapRect(BitmapHandle* dst, BitmapHandle* src, uint32_t x, uint32_t y,
+                                      uint32_t width, uint32_t height);
+
+/* Copies the pixel rows of `src` into `dst`, which must be allocated with the same geometry.
+ * T_OK or T_ERR_NO_MEMORY (no row buffer). */
+T_API int32_t T_CALL T_CopyBitmapData(BitmapHandle* dst, BitmapHandle* src);
+
+/* Copies the record itself: both refer to the same storage, of which only one may be freed. A
+ * dithering pass is not shared. T_OK. */
+T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* src);
+
+/* ---- Files -------------------------------------------------------------------------------- */
+
+/* The five operations through which every reader and writer reaches files.
+ * Open   access: bit 0 write, bit 1 read-write, bits 8 and 9 create; mode: bit 7 exclusive,
+ *        bit 8 deny writes to others. A handle of 0 or more, -1 on failure.
+ * Read, Write   bytes moved, 0 at the end, 0xFFFFFFFF on error. Short counts are legal.
+ * Seek   origin 0 start, 1 current, 2 end; the new position, -1 on error.
+ * Close  any result. */
+typedef int32_t(T_CALL* T_FileOpen)(const char* name, int32_t access, int32_t mode);
+typedef uint32_t(T_CALL* T_FileRead)(int32_t handle, void* buffer, uint32_t count);
+typedef uint32_t(T_CALL* T_FileWrite)(int32_t handle, const void* buffer, uint32_t count);
+typedef int32_t(T_CALL* T_FileSeek)(int32_t handle, int32_t offset, int32_t origin);
+typedef int32_t(T_CALL* T_FileClose)(int32_t handle);
+
+typedef struct FileIOTable {
+  T_FileOpen Open;
+  T_FileRead Read;
+  T_FileWrite Write;
+  T_FileSeek Seek;
+  T_FileClose Close;
+} FileIOTable;
+
+/* Puts the caller's operations in place; a null argument installs the default of its slot. T_OK. */
+T_API int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write,
+                                  T_FileSeek seek, T_FileClose close);
+
+/* ---- Identification ----------------------------------------------------------------------- */
+
+/* Decides by content which format the file `name` is in and describes its picture (of a
+ * multi-page file: the page that T_SetPageNumber selects).
+ * T_OK, T_ERR_NAME, T_ERR_OPEN, T_ERR_READ (the header cannot be read), T_ERR_BAD_DATA (no format
+ * accepts the file), T_ERR_ARGUMENT (info is null), T_ERR_NOTICE. */
+T_API int32_t T_CALL T_FileInfo(const char* name, FILEINFO* info);
+/* The same for `size` bytes at `address`. */
+T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t size);
+
+/* ---- Loading ------------------------------------------------------------------------------ */
+
+/* T_LoadFile flags */
+#define T_LOAD_ALLOCATE 1u    /* allocate the target before reading */
+#define T_LOAD_ACCESS 2u      /* keep the target accessed for the whole load */
+#define T_LOAD_FIXED 4u       /* 8 bits or less: reduce to the fixed palettes (see below) */
+#define T_LOAD_GIF_WHOLE 8u   /* GIF: decode the whole picture first */
+
+/* Loads a file of any format that the library reads.
+ * name          path for the Open operation
+ * target        initialised here at the file's size; holds the picture afterwards, or describes
+ *               the rows that the callback gets
+ * bitsPerPixel  1, 4, 8, 16, 24 or 32; anything else: the file's own depth
+ * order         T_ORDER_RGB or T_ORDER_BGR; anything else: the file's order
+ * flags         T_LOAD_ bits
+ * callback      gets the rows (as `target` describes them) with userData as context; null: they
+ *               are stored in the target, which needs T_LOAD_ALLOCATE
+ * Fewer colours than the file has: dithered with the target's DitherMethod to the built-in
+ * palette of the depth (grey sources: to an even ramp); with T_LOAD_FIXED and more bits than the
+ * file, mapped to that palette without dithering. Otherwise the palette is the file's.
+ * The target's ViewPerspective tells which row is the top one.
+ * T_OK; T_FileInfo's statuses; T_ERR_NO_MEMORY; T_ERR_SIZE (empty, or too large for a bitmap);
+ * T_ERR_FORMAT (identified, but no reader); the reader's status; the callback's answer. A failed
+ * load with T_LOAD_ALLOCATE keeps the partial bitmap (free it); one without frees the target. */
+T_API int32_t T_CALL T_LoadFile(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
+                                int32_t order, uint32_t flags, T_RowSink callback, void* userData);
+/* The same from `size` bytes at `address`. */
+T_API int32_t T_CALL T_LoadMemory(const void* address, BitmapHandle* target, int32_t bitsPerPixel,
+                                  int32_t order, uint32_t flags, T_RowSink callback,
+                                  void* userData, uint32_t size);
+
+/* T_LoadFile into an allocated bitmap: flags T_LOAD_ALLOCATE and T_LOAD_ACCESS, no callback. */
+T_API int32_t T_CALL T_LoadBitmap(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
+                                  int32_t order);
+T_API int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* target,
+                                        int32_t bitsPerPixel, int32_t order, uint32_t size);
+
+/* The row sink of T_LoadFile: converts rows of `source` to the target's format. `context` is the
+ * load in progress; for callers that wrap a reader of their own around T_LoadFile's callback it
+ * has no use. T_ERR_ARGUMENT when context is null. */
+T_API int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowCount,
+                                  void* context);
+
+/* How many rows readers gather before each call of the sink. T_LoadFile sets it anew by the
+ * picture's height. Returns `lines`, or T_ERR_ARGUMENT below 1. */
+T_API int32_t T_CALL T_SetCallbackLine(int32_t lines);
+
+/* The page that loads take from multi-page files and saves append to, clamped to 1 ... 1023. 1 at
+ * first. T_OK. */
+T_API int32_t T_CALL T_SetPageNumber(int32_t page);
+
+/* ---- Saving ------------------------------------------------------------------------------- */
+
+/* T_SaveFile flags */
+#define T_SAVE_REDUCE 1u        /* reduce even when the depth already matches */
+#define T_SAVE_FIXED_PALETTE 2u /* reduce to the built-in palette instead of an optimised one */
+#define T_SAVE_APPEND 4u        /* multi-page formats: append a page */
+
+/* Saves a picture.
+ * name          file to create
+ * bitmap        left as it is, but released; copied for the work
+ * format        T_FORMAT_ value or a save variant of one
+ * bitsPerPixel  depth to write, 0 for the bitmap's own
+ * quality       for the compressed formats only
+ * flags         T_SAVE_ bits; only the low 8 bits count; the rest is passed to the writer
+ * direct        not 0: write the bitmap as it stands, without a copy; it must be accessed. Rows
+ *               are brought to the depth by row conversion, without dithering
+ * extra         passed to the writer
+ * T_OK, T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE, T_ERR_WRITE, T_ERR_NO_MEMORY,
+ * T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_NOTICE. A failed save leaves what it has written. */
+T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
+                                int32_t bitsPerPixel, int32_t quality, uint32_t flags,
+                                uint32_t direct, uint32_t extra);
+/* T_SaveFile with flags, direct and extra 0. */
+T_API int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_t format,
+                                  int32_t bitsPerPixel, int32_t quality);
+
+/* Loads `source` and saves it as `destination`; bitsPerPixel 0 keeps the depth (a depth that the
+ * format cannot hold is T_ERR_DEPTH). The source's resolution is kept. Statuses of T_LoadBitmap
+ * and T_SaveBitmap. */
+T_API int32_t T_CALL T_ConvertFile(const char* source, const char* destination, int32_t format,
+                                   int32_t bitsPerPixel, int32_t quality);
+
+/* ---- Settings ----------------------------------------------------------------------------- */
+
+/* Dithering method that T_InitBitmap gives to bitmaps (T_DITHER_ORDERED at first). T_OK, or
+ * T_ERR_ARGUMENT above 7. */
+T_API int32_t T_CALL T_DefaultDithering(uint32_t method);
+
+/* Options of the TIFF writer, of which the first two words serve the whole library. */
+typedef struct T_TIFFOption {
+  int32_t XResolution; /* default resolution of new bitmaps, dots per inch; 150 when not above 0 */
+  int32_t YResolution;
+  uint32_t WriterDefaults[2]; /* copied into new bitmaps */
+  uint32_t Words[32];
+} T_TIFFOption;
+
+/* Copies the whole record over the library's; T_ERR_ARGUMENT when it is null. */
+T_API int32_t T_CALL T_SetTIFFOption(const T_TIFFOption* option);
+/* Sets the two default resolutions alone. */
+T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
+
+/* ---- Row conversion ----------------------------------------------------------------------- */
+
+/* Converts one row in place from one pixel layout to another.
+ * buffer       holds `width` pixels in whichever of the two layouts is larger
+ * width        pixels, 1 to 32767 (the low 16 bits, signed)
+ * bitsIn, bitsOut   0 (8-bit grey, no palette), 1, 4, 8 (palette indices, leftmost pixel in the
+ *              high bits), 16 (5-5-5), 24 or 32
+ * orderIn, orderOut   T_ORDER_ values, looked at where the layout carries colour (16, 24, 32)
+ * paletteIn, paletteOut   for 1, 4 and 8 bits; null: the built-in palette of the depth (black and
+ *              white; 16 standard colours; the uniform 3-3-2 palette)
+ * Colours become indices by the nearest palette entry, grey levels by (2 red + 5 green + blue + 4)
+ * >> 3. The unused bits of a last byte keep their values, and so does the spare byte of 32-bit
+ * pixels that stay 32 bits; otherwise it becomes 0.
+ * T_OK or T_ERR_ARGUMENT (nothing written). */
+T_API int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn, int32_t bitsOut,
+                                     int32_t orderIn, int32_t orderOut,
+                                     const T_PaletteEntry* paletteIn,
+                                     const T_PaletteEntry* paletteOut);
+
+/* ---- Formats ------------------------------------------------------------------------------ */
+
+/* Each format has a trio.
+ * T_Load…File    reads the file and hands its rows to `sink` in file order, at the file's own
+ *                depth. An unallocated bitmap is initialised to the file's geometry; into an
+ *                allocated one of another size the rows are resampled; bitsPerPixel of 8 or less
+ *                and below the file's depth dithers to the bitmap's palette. T_OK, the sink's
+ *                answer, T_ERR_NOTICE, T_ERR_ARGUMENT (bitsPerPixel not 1, 4, 8, 16, 24 or 32),
+ *                T_ERR_NAME, T_ERR_OPEN, T_ERR_BAD_DATA, T_ERR_READ, T_ERR_SEEK, T_ERR_SUBTYPE,
+ *                T_ERR_SIZE, T_ERR_NO_MEMORY. Keeps no pointer after it returns.
+ * T_Load…Bitmap  initialises and allocates the bitmap and loads the whole picture into it; on
+ *                failure the bitmap is freed.
+ * T_Save…Bitmap  T_SaveBitmap with this format and quality 0. */
+
+/* BMP, Windows and OS/2 headers, 1 to 32 bits, run-length coded, bit fields, both row orders.
+ * XResolution and YResolution get the file's pixels per metre as they stand. */
+T_API int32_t T_CALL T_LoadBMPFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadBMPBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TAVO45_H */

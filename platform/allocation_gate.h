@@ -1,0 +1,41 @@
+// Bookkeeping of memory requests shared by both back ends: refusals on demand and a count of the
+// blocks that are out.
+#pragma once
+
+#include <cstdint>
+
+namespace tavo::platform {
+
+class AllocationGate {
+ public:
+  void refuse(int64_t n, bool all_later) {
+    countdown_ = n;
+    all_later_ = all_later;
+    refused_ = false;
+  }
+
+  // Asked before each request; false means "say no".
+  bool admit() {
+    if (countdown_ < 0) return true;
+    if (countdown_ > 0) {
+      --countdown_;
+      return true;
+    }
+    if (!all_later_) countdown_ = -1;
+    refused_ = true;
+    return false;
+  }
+
+  bool refused() const { return refused_; }
+  void block_taken() { ++in_use_; }
+  void block_returned() { --in_use_; }
+  int64_t in_use() const { return in_use_; }
+
+ private:
+  int64_t countdown_ = -1;
+  bool all_later_ = false;
+  bool refused_ = false;
+  int64_t in_use_ = 0;
+};
+
+}  // namespace tavo::platform

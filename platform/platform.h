@@ -1,0 +1,88 @@
+// What the library asks of the operating system. One of win32.cpp and posix.cpp implements it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "tavo45.h"
+
+namespace tavo::platform {
+
+// ---- Memory ----
+
+// A movable block for pixels, not zeroed; 0 when refused. Lock to get its address.
+uintptr_t allocate_movable(size_t bytes);
+void* lock_block(uintptr_t block);
+int32_t unlock_block(uintptr_t block);
+int32_t free_block(uintptr_t block);
+
+// A fixed, zeroed block, aligned to 16 bytes or better; null when refused.
+void* allocate_fixed(size_t bytes);
+void free_fixed(void* block);
+
+// For tests: the n-th request from now on (0 = the next) of either kind is refused, and so is
+// every later one when `all_later`. A negative n refuses nothing.
+void refuse_allocation(int64_t n, bool all_later);
+// Whether a request has been refused since the last refuse_allocation, and how many blocks of
+// both kinds are out.
+bool allocation_was_refused();
+int64_t blocks_in_use();
+
+// ---- Files: the default slots of the file table ----
+
+int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode);
+uint32_t T_CALL read_file(int32_t file, void* buffer, uint32_t count);
+uint32_t T_CALL write_file(int32_t file, const void* buffer, uint32_t count);
+int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin);
+int32_t T_CALL close_file(int32_t file);
+
+// ---- Temporary files behind disk bitmaps ----
+
+inline constexpr size_t kMaxPath = 512;
+
+// Makes an empty file with a unique name ("TV" first) in the temporary directory and writes the
+// name to `path`. False when that fails; nothing is left then.
+bool make_temporary_name(char (&path)[kMaxPath]);
+// Opens it for reading and writing, sparse where the file system can; -1 on failure.
+intptr_t open_temporary(const char* path);
+// 64-bit positions: a disk bitmap may have nearly 4 GiB. Each returns the bytes moved or position
+// reached, -1 on failure.
+int64_t seek_temporary(intptr_t file, uint64_t position);
+int64_t read_temporary(intptr_t file, void* buffer, uint32_t count);
+int64_t write_temporary(intptr_t file, const void* buffer, uint32_t count);
+// Cuts the file to no bytes, so that all it is extended to afterwards reads as zero.
+bool empty_temporary(intptr_t file);
+int32_t close_temporary(intptr_t file);
+int32_t delete_temporary(const char* path);
+
+// ---- Palette objects ----
+
+// A palette object with these entries (1 to 256), 0 when refused.
+uintptr_t create_palette(std::span<const T_PaletteEntry> entries);
+// Copies up to entries.size() entries from `first` on; returns how many, 0 for no such object.
+uint32_t palette_entries(uintptr_t palette, uint32_t first, std::span<T_PaletteEntry> entries);
+uint32_t palette_size(uintptr_t palette);
+int32_t delete_object(uintptr_t object);
+
+// ---- Display and processor ----
+
+struct ScreenSize {
+  int32_t width = 0;
+  int32_t height = 0;
+};
+// The display's size in pixels; 1280 x 1024 where there is none to ask.
+ScreenSize screen_size();
+
+struct Processor {
+  bool ssse3 = false;
+  bool sse41 = false;
+  bool avx2 = false;
+  bool bmi2 = false;
+};
+// Asked once, at first use. For tests, a mask can switch features off: see limit_processor.
+const Processor& processor();
+// For tests: only what is set in `allowed` and exists is reported from now on.
+void limit_processor(const Processor& allowed);
+
+}  // namespace tavo::platform

@@ -1,0 +1,193 @@
+// The platform layer for native builds.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/allocation_gate.h"
+#include "platform/platform.h"
+
+namespace tavo::platform {
+
+namespace {
+
+AllocationGate gate;
+
+// Blocks are aligned for vector code; pixels of large pictures gain from whole cache lines.
+constexpr size_t kAlignment = 64;
+// What calloc gives is aligned to 16 and, for large blocks, zeroed by the kernel for free.
+static_assert(alignof(max_align_t) >= 16);
+
+constexpr int32_t kAccessWrite = 1;
+constexpr int32_t kAccessReadWrite = 2;
+constexpr int32_t kAccessCreate = 0x300;
+
+int open_flags(int32_t access) {
+  int flags = O_RDONLY;
+  if ((access & kAccessReadWrite) != 0) {
+    flags = O_RDWR;
+  } else if ((access & kAccessWrite) != 0) {
+    flags = O_WRONLY;
+  }
+  if ((access & kAccessCreate) != 0) {
+    // Windows creates by truncating and opens for both; so do we.
+    flags = O_RDWR | O_CREAT | O_TRUNC;
+  }
+  return flags | O_CLOEXEC;
+}
+
+// A native palette object.
+struct Palette {
+  uint32_t count;
+  T_PaletteEntry entries[256];
+};
+
+}  // namespace
+
+uintptr_t allocate_movable(size_t bytes) {
+  if (!gate.admit()) return 0;
+  if (bytes > PTRDIFF_MAX - kAlignment) return 0;
+  const size_t whole = (bytes + kAlignment - 1) & ~(kAlignment - 1);
+  void* block = std::aligned_alloc(kAlignment, whole);
+  if (block != nullptr) gate.block_taken();
+  return reinterpret_cast<uintptr_t>(block);
+}
+
+void* lock_block(uintptr_t block) { return reinterpret_cast<void*>(block); }
+int32_t unlock_block(uintptr_t) { return 0; }
+
+int32_t free_block(uintptr_t block) {
+  if (block == 0) return 0;
+  gate.block_returned();
+  std::free(reinterpret_cast<void*>(block));
+  return 0;
+}
+
+void* allocate_fixed(size_t bytes) {
+  if (!gate.admit()) return nullptr;
+  void* block = std::calloc(1, bytes);
+  if (block != nullptr) gate.block_taken();
+  return block;
+}
+
+void free_fixed(void* block) {
+  if (block == nullptr) return;
+  gate.block_returned();
+  std::free(block);
+}
+
+void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
+bool allocation_was_refused() { return gate.refused(); }
+int64_t blocks_in_use() { return gate.in_use(); }
+
+int32_t T_CALL open_file(const char* name, int32_t access, int32_t /*mode*/) {
+  if (name == nullptr) return -1;
+  const int file = ::open(name, open_flags(access), 0666);
+  if (file < 0) return -1;
+  // A folder opens for reading but is no file.
+  struct stat about;
+  if (::fstat(file, &about) != 0 || S_ISDIR(about.st_mode)) {
+    ::close(file);
+    return -1;
+  }
+  return file;
+}
+
+uint32_t T_CALL read_file(int32_t file, void* buffer, uint32_t count) {
+  ssize_t got;
+  do {
+    got = ::read(file, buffer, count);
+  } while (got < 0 && errno == EINTR);
+  return got < 0 ? UINT32_MAX : static_cast<uint32_t>(got);
+}
+
+uint32_t T_CALL write_file(int32_t file, const void* buffer, uint32_t count) {
+  ssize_t put;
+  do {
+    put = ::write(file, buffer, count);
+  } while (put < 0 && errno == EINTR);
+  return put < 0 ? UINT32_MAX : static_cast<uint32_t>(put);
+}
+
+int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin) {
+  const int from = origin == 0 ? SEEK_SET : origin == 1 ? SEEK_CUR : SEEK_END;
+  const off_t position = ::lseek(file, offset, from);
+  return position < 0 || position > INT32_MAX ? -1 : static_cast<int32_t>(position);
+}
+
+int32_t T_CALL close_file(int32_t file) { return ::close(file); }
+
+bool make_temporary_name(char (&path)[kMaxPath]) {
+  const char* directory = std::getenv("TMPDIR");
+  if (directory == nullptr || *directory == 0) directory = "/tmp";
+  constexpr char kPattern[] = "/TVXXXXXX";
+  const size_t length = std::strlen(directory);
+  if (length + sizeof(kPattern) > kMaxPath) return false;
+  std::memcpy(path, directory, length);
+  std::memcpy(path + length, kPattern, sizeof(kPattern));
+  const int file = ::mkstemp(path);
+  if (file < 0) return false;
+  ::close(file);
+  return true;
+}
+
+intptr_t open_temporary(const char* path) { return ::open(path, O_RDWR | O_CLOEXEC); }
+
+int64_t seek_temporary(intptr_t file, uint64_t position) {
+  return ::lseek(static_cast<int>(file), static_cast<off_t>(position), SEEK_SET);
+}
+
+int64_t read_temporary(intptr_t file, void* buffer, uint32_t count) {
+  ssize_t got;
+  do {
+    got = ::read(static_cast<int>(file), buffer, count);
+  } while (got < 0 && errno == EINTR);
+  return got;
+}
+
+int64_t write_temporary(intptr_t file, const void* buffer, uint32_t count) {
+  ssize_t put;
+  do {
+    put = ::write(static_cast<int>(file), buffer, count);
+  } while (put < 0 && errno == EINTR);
+  return put;
+}
+
+bool empty_temporary(intptr_t file) { return ::ftruncate(static_cast<int>(file), 0) == 0; }
+int32_t close_temporary(intptr_t file) { return ::close(static_cast<int>(file)); }
+int32_t delete_temporary(const char* path) { return ::unlink(path); }
+
+uintptr_t create_palette(std::span<const T_PaletteEntry> entries) {
+  if (entries.empty() || entries.size() > 256) return 0;
+  auto* palette = static_cast<Palette*>(allocate_fixed(sizeof(Palette)));
+  if (palette == nullptr) return 0;
+  palette->count = static_cast<uint32_t>(entries.size());
+  std::memcpy(palette->entries, entries.data(), entries.size_bytes());
+  return reinterpret_cast<uintptr_t>(palette);
+}
+
+uint32_t palette_entries(uintptr_t palette, uint32_t first, std::span<T_PaletteEntry> entries) {
+  const auto* object = reinterpret_cast<const Palette*>(palette);
+  if (object == nullptr || first >= object->count) return 0;
+  uint32_t count = object->count - first;
+  if (count > entries.size()) count = static_cast<uint32_t>(entries.size());
+  std::memcpy(entries.data(), object->entries + first, count * sizeof(T_PaletteEntry));
+  return count;
+}
+
+uint32_t palette_size(uintptr_t palette) {
+  const auto* object = reinterpret_cast<const Palette*>(palette);
+  return object == nullptr ? 0 : object->count;
+}
+
+int32_t delete_object(uintptr_t object) {
+  free_fixed(reinterpret_cast<void*>(object));
+  return 1;
+}
+
+ScreenSize screen_size() { return {1280, 1024}; }
+
+}  // namespace tavo::platform

@@ -1,0 +1,216 @@
+// The platform layer for 32-bit Windows.
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
+#include <winioctl.h>
+
+#include <cstring>
+
+#include "platform/allocation_gate.h"
+#include "platform/platform.h"
+
+namespace tavo::platform {
+
+namespace {
+
+AllocationGate gate;
+
+constexpr int32_t kAccessWrite = 1;
+constexpr int32_t kAccessReadWrite = 2;
+constexpr int32_t kAccessCreate = 0x300;
+constexpr int32_t kModeExclusive = 0x80;
+constexpr int32_t kModeDenyWrite = 0x100;
+
+HGLOBAL as_global(uintptr_t block) { return reinterpret_cast<HGLOBAL>(block); }
+HFILE as_file(int32_t file) { return static_cast<HFILE>(file); }
+HANDLE as_handle(intptr_t file) { return reinterpret_cast<HANDLE>(file); }
+
+// OpenFile takes names of up to 128 characters; longer ones open with the same modes here.
+int32_t open_long_name(const char* name, int32_t access, int32_t mode) {
+  DWORD wanted = GENERIC_READ;
+  if ((access & kAccessReadWrite) != 0 || (access & kAccessCreate) != 0) {
+    wanted = GENERIC_READ | GENERIC_WRITE;
+  } else if ((access & kAccessWrite) != 0) {
+    wanted = GENERIC_WRITE;
+  }
+  DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE;
+  if ((mode & kModeExclusive) != 0) {
+    share = 0;
+  } else if ((mode & kModeDenyWrite) != 0) {
+    share = FILE_SHARE_READ;
+  }
+  const DWORD disposition = (access & kAccessCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING;
+  const HANDLE file =
+      CreateFileA(name, wanted, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return -1;
+  return static_cast<int32_t>(reinterpret_cast<intptr_t>(file));
+}
+
+}  // namespace
+
+uintptr_t allocate_movable(size_t bytes) {
+  if (!gate.admit()) return 0;
+  const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_DDESHARE, bytes);
+  if (block != nullptr) gate.block_taken();
+  return reinterpret_cast<uintptr_t>(block);
+}
+
+void* lock_block(uintptr_t block) { return GlobalLock(as_global(block)); }
+int32_t unlock_block(uintptr_t block) { return GlobalUnlock(as_global(block)); }
+
+int32_t free_block(uintptr_t block) {
+  if (block == 0) return 0;
+  gate.block_returned();
+  return static_cast<int32_t>(reinterpret_cast<intptr_t>(GlobalFree(as_global(block))));
+}
+
+void* allocate_fixed(size_t bytes) {
+  if (!gate.admit()) return nullptr;
+  // The heap aligns to 8; vector code wants 16. The address that the heap gave is kept in front.
+  constexpr size_t kAlignment = 16;
+  if (bytes > SIZE_MAX - 2 * kAlignment) return nullptr;
+  auto* base = static_cast<uint8_t*>(
+      GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT | GMEM_DDESHARE, bytes + 2 * kAlignment));
+  if (base == nullptr) return nullptr;
+  gate.block_taken();
+  const uintptr_t aligned =
+      (reinterpret_cast<uintptr_t>(base) + 2 * kAlignment - 1) & ~(kAlignment - 1);
+  auto* block = reinterpret_cast<uint8_t*>(aligned);
+  std::memcpy(block - sizeof(base), &base, sizeof(base));
+  return block;
+}
+
+void free_fixed(void* block) {
+  if (block == nullptr) return;
+  gate.block_returned();
+  uint8_t* base = nullptr;
+  std::memcpy(&base, static_cast<uint8_t*>(block) - sizeof(base), sizeof(base));
+  GlobalFree(base);
+}
+
+void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
+bool allocation_was_refused() { return gate.refused(); }
+int64_t blocks_in_use() { return gate.in_use(); }
+
+int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
+  if (name == nullptr) return -1;
+  if (std::strlen(name) >= OFS_MAXPATHNAME) return open_long_name(name, access, mode);
+  UINT flags = OF_READ;
+  if ((access & kAccessWrite) != 0) flags |= OF_WRITE;
+  if ((access & kAccessReadWrite) != 0) flags |= OF_READWRITE;
+  if ((access & kAccessCreate) != 0) flags |= OF_CREATE;
+  if ((mode & kModeExclusive) != 0) {
+    flags |= OF_SHARE_EXCLUSIVE;
+  } else if ((mode & kModeDenyWrite) != 0) {
+    flags |= OF_SHARE_DENY_WRITE;
+  } else {
+    flags |= OF_SHARE_DENY_NONE;
+  }
+  OFSTRUCT about = {};
+  const HFILE file = OpenFile(name, &about, flags);
+  if (file == HFILE_ERROR && GetLastError() != ERROR_FILE_NOT_FOUND) {
+    // The full path of a short name may still be too long for the record.
+    return open_long_name(name, access, mode);
+  }
+  return file;
+}
+
+uint32_t T_CALL read_file(int32_t file, void* buffer, uint32_t count) {
+  return _lread(as_file(file), buffer, count);
+}
+
+uint32_t T_CALL write_file(int32_t file, const void* buffer, uint32_t count) {
+  // _lwrite of no bytes cuts the file at its position.
+  if (count == 0) return 0;
+  return _lwrite(as_file(file), static_cast<LPCCH>(buffer), count);
+}
+
+int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin) {
+  return _llseek(as_file(file), offset, origin);
+}
+
+int32_t T_CALL close_file(int32_t file) { return _lclose(as_file(file)); }
+
+bool make_temporary_name(char (&path)[kMaxPath]) {
+  char directory[256] = "";
+  const DWORD length = GetTempPathA(sizeof(directory), directory);
+  if (length == 0 || length >= sizeof(directory)) directory[0] = 0;
+  static_assert(kMaxPath >= MAX_PATH);
+  return GetTempFileNameA(directory[0] == 0 ? "." : directory, "TV", 0, path) != 0;
+}
+
+intptr_t open_temporary(const char* path) {
+  const HANDLE file = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                  FILE_ATTRIBUTE_TEMPORARY, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return -1;
+  // Not every file system can; then the file is merely larger.
+  DWORD ignored = 0;
+  DeviceIoControl(file, FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &ignored, nullptr);
+  return reinterpret_cast<intptr_t>(file);
+}
+
+int64_t seek_temporary(intptr_t file, uint64_t position) {
+  LARGE_INTEGER wanted;
+  LARGE_INTEGER reached;
+  wanted.QuadPart = static_cast<LONGLONG>(position);
+  if (!SetFilePointerEx(as_handle(file), wanted, &reached, FILE_BEGIN)) return -1;
+  return reached.QuadPart;
+}
+
+int64_t read_temporary(intptr_t file, void* buffer, uint32_t count) {
+  DWORD got = 0;
+  if (!ReadFile(as_handle(file), buffer, count, &got, nullptr)) return -1;
+  return got;
+}
+
+int64_t write_temporary(intptr_t file, const void* buffer, uint32_t count) {
+  DWORD put = 0;
+  if (!WriteFile(as_handle(file), buffer, count, &put, nullptr)) return -1;
+  return put;
+}
+
+bool empty_temporary(intptr_t file) {
+  return seek_temporary(file, 0) == 0 && SetEndOfFile(as_handle(file)) != 0;
+}
+
+int32_t close_temporary(intptr_t file) { return CloseHandle(as_handle(file)) ? 0 : -1; }
+int32_t delete_temporary(const char* path) { return DeleteFileA(path) ? 0 : -1; }
+
+uintptr_t create_palette(std::span<const T_PaletteEntry> entries) {
+  if (entries.empty() || entries.size() > 256) return 0;
+  struct {
+    WORD version;
+    WORD count;
+    PALETTEENTRY entries[256];
+  } description = {0x300, static_cast<WORD>(entries.size()), {}};
+  for (size_t i = 0; i < entries.size(); ++i) {
+    description.entries[i] = {entries[i].Red, entries[i].Green, entries[i].Blue, 0};
+  }
+  return reinterpret_cast<uintptr_t>(
+      CreatePalette(reinterpret_cast<const LOGPALETTE*>(&description)));
+}
+
+uint32_t palette_entries(uintptr_t palette, uint32_t first, std::span<T_PaletteEntry> entries) {
+  PALETTEENTRY found[256];
+  const UINT wanted = entries.size() < 256 ? static_cast<UINT>(entries.size()) : 256;
+  const UINT count =
+      GetPaletteEntries(reinterpret_cast<HPALETTE>(palette), first, wanted, found);
+  for (UINT i = 0; i < count && i < wanted; ++i) {
+    entries[i] = {found[i].peBlue, found[i].peGreen, found[i].peRed, 0};
+  }
+  return count;
+}
+
+uint32_t palette_size(uintptr_t palette) {
+  return GetPaletteEntries(reinterpret_cast<HPALETTE>(palette), 0, 0, nullptr);
+}
+
+int32_t delete_object(uintptr_t object) {
+  return DeleteObject(reinterpret_cast<HGDIOBJ>(object));
+}
+
+ScreenSize screen_size() {
+  return {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+}
+
+}  // namespace tavo::platform
