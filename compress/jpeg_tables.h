@@ -1,0 +1,31 @@
+// Constant tables of the JPEG standard that the encoder and the decoder share.
+// Facts: ISO/IEC 10918-1 (ITU-T T.81), figure 5 and annex K.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+namespace tavo::jpeg {
+
+inline constexpr int kBlockSize = 64;
+
+// kZigzag[k] is the natural position (8 * row + column) of the k-th coefficient of a stream.
+extern const std::array<uint8_t, kBlockSize> kZigzag;
+
+// Quantisation tables K.1 and K.2 in natural order.
+extern const std::array<uint8_t, kBlockSize> kLuminanceQuantisers;
+extern const std::array<uint8_t, kBlockSize> kChrominanceQuantisers;
+
+// A Huffman table as a DHT segment states it: counts[i] codes of i + 1 bits, then the symbols in
+// the order of their codes.
+struct HuffmanSpec {
+  std::array<uint8_t, 16> counts;
+  std::span<const uint8_t> symbols;
+};
+
+// Tables K.3 to K.6. Index 0 serves luminance, 1 chrominance.
+extern const std::array<HuffmanSpec, 2> kStandardDc;
+extern const std::array<HuffmanSpec, 2> kStandardAc;
+
+}  // namespace tavo::jpeg
