@@ -1,0 +1,51 @@
+#include "color/palettes.h"
+
+#include <array>
+
+namespace tavo::color {
+
+namespace {
+
+constexpr T_PaletteEntry rgb(uint32_t red, uint32_t green, uint32_t blue) {
+  return {static_cast<uint8_t>(blue), static_cast<uint8_t>(green), static_cast<uint8_t>(red), 0};
+}
+
+constexpr std::array<T_PaletteEntry, 2> kBlackAndWhite = {rgb(0, 0, 0), rgb(255, 255, 255)};
+
+constexpr std::array<T_PaletteEntry, 16> kStandardColors = {
+    rgb(0, 0, 0),       rgb(128, 0, 0),   rgb(0, 128, 0),   rgb(128, 128, 0),
+    rgb(0, 0, 128),     rgb(128, 0, 128), rgb(0, 128, 128), rgb(128, 128, 128),
+    rgb(192, 192, 192), rgb(255, 0, 0),   rgb(0, 255, 0),   rgb(255, 255, 0),
+    rgb(0, 0, 255),     rgb(255, 0, 255), rgb(0, 255, 255), rgb(255, 255, 255),
+};
+
+// Eight and four steps from 0 to 255, rounded to nearest.
+constexpr uint32_t eighth(uint32_t step) { return (step * 255 * 2 + 7) / 14; }
+constexpr uint32_t quarter(uint32_t step) { return step * 85; }
+
+constexpr std::array<T_PaletteEntry, 256> make_cube() {
+  std::array<T_PaletteEntry, 256> cube = {};
+  for (uint32_t i = 0; i < 256; ++i) {
+    cube[i] = rgb(eighth(i >> 5), eighth(i >> 2 & 7), quarter(i & 3));
+  }
+  return cube;
+}
+
+constexpr std::array<T_PaletteEntry, 256> kCube = make_cube();
+
+}  // namespace
+
+std::span<const T_PaletteEntry> builtin_palette(int32_t depth) {
+  switch (depth) {
+    case 1:
+      return kBlackAndWhite;
+    case 4:
+      return kStandardColors;
+    case 8:
+      return kCube;
+    default:
+      return {};
+  }
+}
+
+}  // namespace tavo::color
