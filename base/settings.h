@@ -7,9 +7,26 @@
 
 namespace tavo {
 
+// The block that stands in for a file during a memory load; one at a time.
+struct MemoryFileState {
+  const uint8_t* base = nullptr;
+  uint32_t size = 0;
+  uint32_t position = 0;
+};
+
+// The picture inside an open file that stands in for a file of its own.
+struct SubFileState {
+  int32_t handle = -1;
+  int32_t base = 0;
+  int32_t length = 0;
+  FileIOTable outer = {};
+};
+
 struct Settings {
   // Every reader and writer reaches files through these (io/file_table.h installs and restores).
   FileIOTable files;
+  MemoryFileState memory_file;
+  SubFileState sub_file;
   T_StatusCallback status_callback = nullptr;
   uint32_t default_dithering = T_DITHER_ORDERED;
   T_TIFFOption tiff = {};

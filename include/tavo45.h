@@ -247,8 +247,8 @@ T_API int32_t T_CALL T_InitBitmap(BitmapHandle* bitmap, int32_t width, int32_t h
 /* Obtains storage. A request of exactly 1 tries a memory block (not zeroed) and falls back to a
  * temporary file; every other request goes to the temporary file at once (zeroed, sparse).
  * Request bit 8 is for storage kinds 3, 4 and 6, whose rows come from elsewhere: no storage.
- * T_OK, T_ERR_SIZE when Size is 0, T_ERR_NO_MEMORY when neither memory nor a file can be had
- * (nothing stays behind), or the status callback's answer when it stops the clearing. */
+ * T_OK, T_ERR_SIZE when Size is 0, T_ERR_NO_MEMORY when neither memory nor a file can be had, or
+ * the status callback stops the clearing of the file; nothing stays behind then. */
 T_API int32_t T_CALL T_AllocateBitmap(BitmapHandle* bitmap, uint32_t request);
 
 /* Locks a memory bitmap and returns the address of its first pixel byte, also in Data. For any
@@ -279,7 +279,7 @@ T_API int32_t T_CALL T_PutBitmapRowCol(BitmapHandle* bitmap, const void* buffer,
                                        uint32_t column, uint32_t bytes);
 
 /* Zeroes every pixel byte; a memory bitmap is left released. T_OK, T_ERR_NO_STORAGE,
- * T_ERR_NO_MEMORY (no row buffer; disk: seek or write failed), or the status callback's answer. */
+ * T_ERR_NO_MEMORY (disk: seek or write failed), or the status callback's answer. */
 T_API int32_t T_CALL T_ClearBitmap(BitmapHandle* bitmap);
 
 /* Makes `dst` (initialised here) a new, independent bitmap equal to `src`, except that it carries
@@ -462,9 +462,10 @@ T_API int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn
 
 /* Each format has a trio.
  * T_Load…File    reads the file and hands its rows to `sink` in file order, at the file's own
- *                depth. An unallocated bitmap is initialised to the file's geometry; into an
- *                allocated one of another size the rows are resampled; bitsPerPixel of 8 or less
- *                and below the file's depth dithers to the bitmap's palette. T_OK, the sink's
+ *                depth. An unallocated bitmap is initialised to the file's geometry. Into an
+ *                allocated one of another size the rows are resampled, and they are converted to
+ *                its depth and order. bitsPerPixel of 8 or less and below the file's depth dithers
+ *                to the built-in palette of that depth (grey files: to an even ramp). T_OK, the sink's
  *                answer, T_ERR_NOTICE, T_ERR_ARGUMENT (bitsPerPixel not 1, 4, 8, 16, 24 or 32),
  *                T_ERR_NAME, T_ERR_OPEN, T_ERR_BAD_DATA, T_ERR_READ, T_ERR_SEEK, T_ERR_SUBTYPE,
  *                T_ERR_SIZE, T_ERR_NO_MEMORY. Keeps no pointer after it returns.

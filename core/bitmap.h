@@ -1,0 +1,69 @@
+// Bitmap records and their storage: a memory block, a temporary file, or the caller's own.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/status.h"
+#include "tavo45.h"
+
+namespace tavo::core {
+
+// Bytes of a stored row: the pixels, rounded up to a multiple of 4. 0 for an invalid depth, a
+// negative width, and a row that does not fit 32 bits.
+uint32_t bytes_per_line(int32_t width, int32_t bits_per_pixel);
+
+// Bytes that `width` pixels take without padding.
+uint64_t packed_bytes(uint64_t width, int32_t bits_per_pixel);
+
+// What the exports of the same names document.
+Status init_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height, int32_t bits_per_pixel);
+Status allocate_bitmap(BitmapHandle& bitmap, uint32_t request);
+uintptr_t access_bitmap(BitmapHandle& bitmap);
+int32_t release_bitmap(BitmapHandle& bitmap);
+int32_t free_bitmap(BitmapHandle& bitmap);
+Status clear_bitmap(BitmapHandle& bitmap);
+
+inline bool has_flag(const BitmapHandle& bitmap, uint32_t flag) {
+  return (bitmap.Flags & flag) != 0;
+}
+inline void set_flag(BitmapHandle& bitmap, uint32_t flag, bool on) {
+  bitmap.Flags = on ? bitmap.Flags | flag : bitmap.Flags & ~flag;
+}
+
+// Keeps a memory bitmap accessed for a scope; leaves one that was accessed before as it was.
+class AccessScope {
+ public:
+  explicit AccessScope(BitmapHandle& bitmap)
+      : bitmap_(bitmap),
+        mine_(has_flag(bitmap, T_FLAG_MEMORY) && !has_flag(bitmap, T_FLAG_LOCKED)) {
+    if (mine_) access_bitmap(bitmap_);
+  }
+  ~AccessScope() {
+    if (mine_) release_bitmap(bitmap_);
+  }
+  AccessScope(const AccessScope&) = delete;
+  AccessScope& operator=(const AccessScope&) = delete;
+
+ private:
+  BitmapHandle& bitmap_;
+  bool mine_;
+};
+
+// A bitmap record of the library's own, freed at the end of its scope.
+class OwnedBitmap {
+ public:
+  OwnedBitmap() { record_.Flags = 0; }
+  ~OwnedBitmap() { free_bitmap(record_); }
+  OwnedBitmap(const OwnedBitmap&) = delete;
+  OwnedBitmap& operator=(const OwnedBitmap&) = delete;
+
+  BitmapHandle& operator*() { return record_; }
+  BitmapHandle* operator->() { return &record_; }
+  BitmapHandle* get() { return &record_; }
+
+ private:
+  BitmapHandle record_ = {};
+};
+
+}  // namespace tavo::core

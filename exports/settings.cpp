@@ -1,0 +1,48 @@
+// Library-wide settings.
+#include "base/settings.h"
+
+#include <algorithm>
+
+#include "io/file_table.h"
+#include "tavo45.h"
+
+using tavo::settings;
+
+int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek seek,
+                            T_FileClose close) {
+  tavo::io::redirect(open, read, write, seek, close);
+  return T_OK;
+}
+
+int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback) {
+  settings.status_callback = callback;
+  return T_OK;
+}
+
+int32_t T_CALL T_DefaultDithering(uint32_t method) {
+  if (method > T_DITHER_ORDERED) return T_ERR_ARGUMENT;
+  settings.default_dithering = method;
+  return T_OK;
+}
+
+int32_t T_CALL T_SetTIFFOption(const T_TIFFOption* option) {
+  if (option == nullptr) return T_ERR_ARGUMENT;
+  settings.tiff = *option;
+  return T_OK;
+}
+
+void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y) {
+  settings.tiff.XResolution = x;
+  settings.tiff.YResolution = y;
+}
+
+int32_t T_CALL T_SetPageNumber(int32_t page) {
+  settings.page_number = std::clamp(page, 1, 1023);
+  return T_OK;
+}
+
+int32_t T_CALL T_SetCallbackLine(int32_t lines) {
+  if (lines < 1) return T_ERR_ARGUMENT;
+  settings.callback_lines = lines;
+  return lines;
+}

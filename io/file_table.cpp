@@ -1,0 +1,109 @@
+#include "io/file_table.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/platform.h"
+
+namespace tavo::io {
+
+namespace {
+
+constexpr int32_t kMemoryHandle = 5;
+
+int32_t T_CALL memory_open(const char*, int32_t, int32_t) { return kMemoryHandle; }
+
+uint32_t T_CALL memory_read(int32_t, void* buffer, uint32_t count) {
+  MemoryFileState& file = settings.memory_file;
+  // Seeks are not checked: a position outside the block reads nothing.
+  const uint32_t left = file.position < file.size ? file.size - file.position : 0;
+  count = std::min(count, left);
+  if (count != 0) std::memcpy(buffer, file.base + file.position, count);
+  file.position += count;
+  return count;
+}
+
+uint32_t T_CALL memory_write(int32_t, const void*, uint32_t count) { return count; }
+
+int32_t T_CALL memory_seek(int32_t, int32_t offset, int32_t origin) {
+  MemoryFileState& file = settings.memory_file;
+  const auto distance = static_cast<uint32_t>(offset);
+  if (origin == 0) {
+    file.position = distance;
+  } else if (origin == 1) {
+    file.position += distance;
+  } else if (origin == 2) {
+    // Positions behind the end are clamped to it.
+    file.position = offset < 0 ? file.size + distance : file.size;
+  }
+  return static_cast<int32_t>(file.position);
+}
+
+int32_t T_CALL memory_close(int32_t) {
+  settings.memory_file.position = 0;
+  return 1;
+}
+
+int32_t T_CALL sub_open(const char*, int32_t, int32_t) {
+  const SubFileState& sub = settings.sub_file;
+  return sub.outer.Seek(sub.handle, sub.base, 0) < 0 ? -1 : sub.handle;
+}
+
+int32_t T_CALL sub_seek(int32_t, int32_t offset, int32_t origin) {
+  const SubFileState& sub = settings.sub_file;
+  int64_t position = 0;  // inside the picture
+  if (origin == 0) {
+    position = offset;
+  } else if (origin == 1) {
+    const int32_t real = sub.outer.Seek(sub.handle, offset, 1);
+    return real < 0 ? -1 : real - sub.base;
+  } else if (origin == 2) {
+    position = int64_t{sub.length} + offset;
+  } else {
+    return -1;
+  }
+  const int64_t real = position + sub.base;
+  if (position < 0 || real > INT32_MAX) return -1;
+  if (sub.outer.Seek(sub.handle, static_cast<int32_t>(real), 0) < 0) return -1;
+  return static_cast<int32_t>(position);
+}
+
+int32_t T_CALL sub_close(int32_t) { return 1; }
+
+}  // namespace
+
+void redirect(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek seek,
+              T_FileClose close) {
+  FileIOTable& files = settings.files;
+  files.Open = open != nullptr ? open : platform::open_file;
+  files.Read = read != nullptr ? read : platform::read_file;
+  files.Write = write != nullptr ? write : platform::write_file;
+  files.Seek = seek != nullptr ? seek : platform::seek_file;
+  files.Close = close != nullptr ? close : platform::close_file;
+}
+
+MemoryFileScope::MemoryFileScope(const void* address, uint32_t size)
+    : outer_(settings.files), outer_state_(settings.memory_file) {
+  settings.memory_file = {static_cast<const uint8_t*>(address), size, 0};
+  settings.files = {memory_open, memory_read, memory_write, memory_seek, memory_close};
+}
+
+MemoryFileScope::~MemoryFileScope() {
+  settings.files = outer_;
+  settings.memory_file = outer_state_;
+}
+
+SubFileScope::SubFileScope(int32_t handle, int32_t base, int32_t length)
+    : outer_(settings.files), outer_state_(settings.sub_file) {
+  settings.sub_file = {handle, base, length, outer_};
+  settings.files.Open = sub_open;
+  settings.files.Seek = sub_seek;
+  settings.files.Close = sub_close;
+}
+
+SubFileScope::~SubFileScope() {
+  settings.files = outer_;
+  settings.sub_file = outer_state_;
+}
+
+}  // namespace tavo::io

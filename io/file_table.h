@@ -1,0 +1,43 @@
+// The five file operations in force, and the ways they are redirected.
+#pragma once
+
+#include <cstdint>
+
+#include "base/settings.h"
+#include "tavo45.h"
+
+namespace tavo::io {
+
+// Installs the operations; a null one installs the platform's.
+void redirect(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek seek,
+              T_FileClose close);
+
+// For its scope, the file operations read `size` bytes at `address`: opening any name gives a
+// handle, writing pretends to succeed. What was in force before comes back at the end.
+class MemoryFileScope {
+ public:
+  MemoryFileScope(const void* address, uint32_t size);
+  ~MemoryFileScope();
+  MemoryFileScope(const MemoryFileScope&) = delete;
+  MemoryFileScope& operator=(const MemoryFileScope&) = delete;
+
+ private:
+  FileIOTable outer_;
+  MemoryFileState outer_state_;
+};
+
+// For its scope, opening any name gives the picture of `length` bytes that begins at `base`
+// inside the open file `handle`; closing leaves that file open. Stacks on the operations in force.
+class SubFileScope {
+ public:
+  SubFileScope(int32_t handle, int32_t base, int32_t length);
+  ~SubFileScope();
+  SubFileScope(const SubFileScope&) = delete;
+  SubFileScope& operator=(const SubFileScope&) = delete;
+
+ private:
+  FileIOTable outer_;
+  SubFileState outer_state_;
+};
+
+}  // namespace tavo::io

@@ -1,0 +1,56 @@
+// What a picture format offers to the pipelines.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/status.h"
+#include "io/input_file.h"
+#include "tavo45.h"
+
+namespace tavo::io {
+
+// What T_SaveFile passes on to a writer.
+struct SaveRequest {
+  int32_t format = 0;  // identifier: writers with variants look at it
+  int32_t depth = 0;
+  int32_t quality = 0;
+  int32_t mode = 1;    // compressed formats: 1, or 2 for their always-24-bit twins
+  uint32_t flags = 0;
+  bool direct = false;
+  uint32_t extra = 0;
+};
+
+// Identifies the file that the operations in force open, as T_FileInfo does.
+using Identify = Status (*)(const char* name, FILEINFO& info);
+
+// What a probe may look at: the first bytes of the file (fewer when the file is short), and the
+// open file, which stands at its start.
+struct ProbeInput {
+  std::span<const uint8_t> head;
+  InputFile& file;
+  uint32_t file_size = 0;
+  Identify identify = nullptr;  // for previews inside
+};
+
+// kOk when the file is the probe's format; `info` is filled then. Everything else means "not
+// mine". `info` comes zeroed but for FileSize, PageCount, Page (1) and ViewPerspective (2).
+using Probe = Status (*)(const ProbeInput& input, FILEINFO& info);
+
+// A streaming reader: decodes the file `name` and hands its rows to `sink`, as the trio of
+// tavo45.h documents.
+using Reader = Status (*)(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                          int32_t bits_per_pixel, void* context);
+
+// A whole-picture reader: initialises, allocates and fills the bitmap.
+using PictureReader = Status (*)(const char* name, BitmapHandle* bitmap);
+
+// A writer: creates the file and writes the bitmap, which is accessed, in request.depth bits.
+using Writer = Status (*)(const char* name, BitmapHandle* bitmap, const SaveRequest& request);
+
+// The depths that a direct call of a reader may ask for.
+inline bool is_request_depth(int32_t bits) {
+  return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+}
+
+}  // namespace tavo::io

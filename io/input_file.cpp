@@ -1,0 +1,66 @@
+#include "io/input_file.h"
+
+#include <algorithm>
+
+namespace tavo::io {
+
+namespace {
+
+constexpr int32_t kOpenForReading = 0x8000;  // binary; the write and create bits are clear
+constexpr int32_t kDenyWrite = 0x100;
+constexpr size_t kLargestRead = size_t{1} << 30;
+
+}  // namespace
+
+Status InputFile::open(const char* name) {
+  if (name == nullptr) return kNoName;
+  close();
+  handle_ = settings.files.Open(name, kOpenForReading, kDenyWrite);
+  return handle_ < 0 ? kOpenError : kOk;
+}
+
+void InputFile::close() {
+  if (handle_ >= 0) settings.files.Close(handle_);
+  handle_ = -1;
+}
+
+Status InputFile::read_some(std::span<uint8_t> into, size_t& got) {
+  const auto wanted = static_cast<uint32_t>(std::min(into.size(), kLargestRead));
+  const uint32_t count = settings.files.Read(handle_, into.data(), wanted);
+  // An operation that claims more than it was asked for is as bad as one that fails.
+  got = count <= wanted ? count : 0;
+  return count <= wanted ? kOk : kReadError;
+}
+
+Status InputFile::read_up_to(std::span<uint8_t> into, size_t& got) {
+  got = 0;
+  while (got < into.size()) {
+    size_t part = 0;
+    TRY(read_some(into.subspan(got), part));
+    if (part == 0) break;
+    got += part;
+  }
+  return kOk;
+}
+
+Status InputFile::read(std::span<uint8_t> into) {
+  size_t got = 0;
+  TRY(read_up_to(into, got));
+  return got == into.size() ? kOk : kReadError;
+}
+
+Status InputFile::seek(uint64_t position) {
+  if (position > INT32_MAX) return kSeekError;
+  const auto wanted = static_cast<int32_t>(position);
+  return settings.files.Seek(handle_, wanted, 0) == wanted ? kOk : kSeekError;
+}
+
+Status InputFile::size(uint32_t& bytes) {
+  const int32_t here = settings.files.Seek(handle_, 0, 1);
+  const int32_t end = settings.files.Seek(handle_, 0, 2);
+  if (here < 0 || end < 0) return kSeekError;
+  bytes = static_cast<uint32_t>(end);
+  return seek(static_cast<uint32_t>(here));
+}
+
+}  // namespace tavo::io

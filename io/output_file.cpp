@@ -1,0 +1,109 @@
+#include "io/output_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace tavo::io {
+
+namespace {
+
+constexpr int32_t kCreate = 0x8302;    // binary, create and truncate, read-write
+constexpr int32_t kReadWrite = 0x8002;
+constexpr int32_t kExclusive = 128;
+constexpr size_t kBufferSize = 32768;
+constexpr size_t kLargestWrite = size_t{1} << 30;
+
+}  // namespace
+
+Status OutputFile::open(const char* name, int32_t access, int32_t mode) {
+  if (name == nullptr) return kNoName;
+  close();
+  failure_ = kOk;
+  gathered_ = 0;
+  TRY(buffer_.allocate_shrinking(kBufferSize, 1024, 1024));
+  handle_ = settings.files.Open(name, access, mode);
+  return handle_ < 0 ? kCreateError : kOk;
+}
+
+Status OutputFile::create(const char* name) { return open(name, kCreate, kExclusive); }
+
+Status OutputFile::open_existing(const char* name) { return open(name, kReadWrite, kExclusive); }
+
+void OutputFile::close() {
+  if (handle_ >= 0) settings.files.Close(handle_);
+  handle_ = -1;
+}
+
+Status OutputFile::write_through(std::span<const uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const auto wanted = static_cast<uint32_t>(std::min(bytes.size(), kLargestWrite));
+    const uint32_t put = settings.files.Write(handle_, bytes.data(), wanted);
+    if (put == 0 || put > wanted) return failure_ = kWriteError;
+    bytes = bytes.subspan(put);
+  }
+  return kOk;
+}
+
+Status OutputFile::flush() {
+  TRY(failure_);
+  const size_t count = gathered_;
+  gathered_ = 0;
+  return write_through(buffer_.bytes().first(count));
+}
+
+Status OutputFile::write(std::span<const uint8_t> bytes) {
+  TRY(failure_);
+  if (bytes.size() > buffer_.size() - gathered_) {
+    TRY(flush());
+    if (bytes.size() >= buffer_.size()) return write_through(bytes);
+  }
+  if (!bytes.empty()) std::memcpy(buffer_.data() + gathered_, bytes.data(), bytes.size());
+  gathered_ += bytes.size();
+  return kOk;
+}
+
+Status OutputFile::write_zeros(uint64_t count) {
+  constexpr std::array<uint8_t, 256> kZeros = {};
+  while (count > 0) {
+    const auto part = static_cast<size_t>(std::min<uint64_t>(count, kZeros.size()));
+    TRY(write({kZeros.data(), part}));
+    count -= part;
+  }
+  return kOk;
+}
+
+Status OutputFile::seek(uint64_t position) {
+  TRY(flush());
+  if (position > INT32_MAX) return failure_ = kSeekError;
+  const auto wanted = static_cast<int32_t>(position);
+  if (settings.files.Seek(handle_, wanted, 0) != wanted) return failure_ = kSeekError;
+  return kOk;
+}
+
+Status OutputFile::seek_end(uint32_t& position) {
+  TRY(flush());
+  const int32_t end = settings.files.Seek(handle_, 0, 2);
+  if (end < 0) return failure_ = kSeekError;
+  position = static_cast<uint32_t>(end);
+  return kOk;
+}
+
+Status OutputFile::read(std::span<uint8_t> into) {
+  TRY(flush());
+  while (!into.empty()) {
+    const auto wanted = static_cast<uint32_t>(std::min(into.size(), kLargestWrite));
+    const uint32_t got = settings.files.Read(handle_, into.data(), wanted);
+    if (got == 0 || got > wanted) return failure_ = kReadError;
+    into = into.subspan(got);
+  }
+  return kOk;
+}
+
+Status OutputFile::finish() {
+  const Status status = flush();
+  close();
+  return status;
+}
+
+}  // namespace tavo::io
