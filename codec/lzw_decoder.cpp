@@ -1,0 +1,288 @@
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+#include "base/endian.h"
+#include "codec/lzw.h"
+
+namespace tavo::lzw {
+namespace {
+
+constexpr size_t kLiterals = 256;     // history begins with one string of each byte
+constexpr size_t kBurst = 32 * 1024;  // decoded ahead of what is asked for; stays in the cache
+constexpr uint32_t kGroup = 4;        // codes per refill: 4 * 12 bits, 56 are there after it
+constexpr size_t kCopyStep = 16;
+constexpr uint32_t kNoGrowth = UINT32_MAX;
+
+// No string is longer than the table has entries; the copies of one may write a step beyond it.
+constexpr size_t kSlack = kGroup * (kMaxCodes + kCopyStep);
+
+// Bits not yet taken, `count` of them; what stands beyond them are the bits that come next or 0.
+template <BitOrder kOrder>
+struct BitBuffer {
+  uint64_t held;
+  unsigned count;
+
+  // Needs 8 readable bytes; at least 56 bits are held after it.
+  void refill(const uint8_t*& in) {
+    if constexpr (kOrder == BitOrder::kLowFirst) {
+      held |= load_le64(in) << count;
+    } else {
+      held |= load_be64(in) >> count;
+    }
+    in += (63 - count) >> 3;
+    count |= 56;
+  }
+
+  void add(uint8_t byte) {
+    if constexpr (kOrder == BitOrder::kLowFirst) {
+      held |= uint64_t{byte} << count;
+    } else {
+      held |= uint64_t{byte} << (56 - count);
+    }
+    count += 8;
+  }
+
+  uint32_t take(unsigned width) {
+    uint32_t code;
+    if constexpr (kOrder == BitOrder::kLowFirst) {
+      code = static_cast<uint32_t>(held) & ((1u << width) - 1);
+      held >>= width;
+    } else {
+      code = static_cast<uint32_t>(held >> (64 - width));
+      held <<= width;
+    }
+    count -= width;
+    return code;
+  }
+};
+
+inline void copy_string(uint8_t* to, const uint8_t* from, uint32_t length) {
+  std::memcpy(to, from, kCopyStep);
+  for (uint32_t done = kCopyStep; done < length; done += kCopyStep) {
+    std::memcpy(to + done, from + done, kCopyStep);
+  }
+}
+
+}  // namespace
+
+template <BitOrder kOrder, bool kEarlyChange>
+Status Decoder<kOrder, kEarlyChange>::start(unsigned minimum_code_size) {
+  if (minimum_code_size < 1 || minimum_code_size > 8) return kBadData;
+  // One entry more than there are codes: a full table lets the code loop write behind it.
+  if (table_.size() == 0) TRY(table_.allocate(kMaxCodes + 1));
+  given_ = written_ = kLiterals;
+  TRY(reserve(kLiterals + kBurst + kSlack));
+  for (uint32_t i = 0; i < kLiterals; ++i) {
+    history_.data()[i] = static_cast<uint8_t>(i);
+    table_[i] = {i, 1};
+  }
+  minimum_bits_ = minimum_code_size;
+  clear_ = 1u << minimum_code_size;
+  held_ = held_bits_ = 0;
+  end_ = End::kNone;
+  reset_table();
+  return kOk;
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+Status Decoder<kOrder, kEarlyChange>::decode(ByteSource& bytes, std::span<uint8_t> out,
+                                             size_t& got) {
+  got = 0;
+  while (got < out.size()) {
+    if (given_ == written_) {
+      if (end_ == End::kNone) TRY(fill(bytes));
+      if (given_ == written_) return end_ == End::kBadCode ? kBadData : kOk;
+    }
+    const size_t part = std::min(written_ - given_, out.size() - got);
+    std::memcpy(out.data() + got, history_.data() + given_, part);
+    given_ += part;
+    got += part;
+  }
+  return kOk;
+}
+
+// Decodes a burst into history_, all of which has been handed out. Leaves it empty only when the
+// stream has ended.
+template <BitOrder kOrder, bool kEarlyChange>
+Status Decoder<kOrder, kEarlyChange>::fill(ByteSource& bytes) {
+  if (at_start_) {
+    given_ = written_ = kLiterals;
+  } else if (next_ == kMaxCodes) {
+    given_ = written_ = frozen_;
+  }
+  TRY(reserve(written_ + kBurst + kSlack));
+  const size_t stop = written_ + kBurst;
+  while (end_ == End::kNone && written_ < stop) {
+    if (at_start_) {
+      first_code(bytes);
+    } else if (!run(bytes, stop)) {
+      // A clear code: the next dictionary goes over this one once it has been handed out.
+      reset_table();
+      if (written_ != given_) break;
+    }
+  }
+  return end_ == End::kNoData ? bytes.failure() : kOk;
+}
+
+// Makes room for `size` bytes of history. Long strings of a few values make much of it before a
+// table is full, 7.4 MB at most; it grows with what has really been decoded.
+template <BitOrder kOrder, bool kEarlyChange>
+Status Decoder<kOrder, kEarlyChange>::reserve(size_t size) {
+  if (size <= history_.size()) return kOk;
+  Buffer larger;
+  TRY(larger.allocate(std::max(size, 2 * history_.size())));
+  if (written_ <= history_.size()) std::memcpy(larger.data(), history_.data(), written_);
+  history_ = std::move(larger);
+  return kOk;
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+void Decoder<kOrder, kEarlyChange>::reset_table() {
+  width_ = minimum_bits_ + 1;
+  next_ = clear_ + 2;
+  at_start_ = true;
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+uint32_t Decoder<kOrder, kEarlyChange>::codes_to_growth() const {
+  if (next_ == kMaxCodes) return kNoGrowth;
+  const uint32_t limit =
+      width_ == kMaxCodeBits ? kMaxCodes : (1u << width_) - (kEarlyChange ? 1 : 0);
+  return limit - next_;
+}
+
+// Called when codes_to_growth has come down to 0.
+template <BitOrder kOrder, bool kEarlyChange>
+void Decoder<kOrder, kEarlyChange>::grow_codes() {
+  if (width_ < kMaxCodeBits) ++width_;
+  if (next_ == kMaxCodes) frozen_ = written_;
+}
+
+// Holds one code at least, or returns false: the stream ends here.
+template <BitOrder kOrder, bool kEarlyChange>
+bool Decoder<kOrder, kEarlyChange>::load_bits(ByteSource& bytes) {
+  BitBuffer<kOrder> bits{held_, held_bits_};
+  while (bits.count < width_) {
+    const int byte = bytes.get();
+    if (byte < 0) break;
+    bits.add(static_cast<uint8_t>(byte));
+  }
+  held_ = bits.held;
+  held_bits_ = bits.count;
+  return held_bits_ >= width_;
+}
+
+// The code after a clear code (or at the very start) makes no entry and must be a literal.
+template <BitOrder kOrder, bool kEarlyChange>
+void Decoder<kOrder, kEarlyChange>::first_code(ByteSource& bytes) {
+  if (!load_bits(bytes)) {
+    end_ = End::kNoData;
+    return;
+  }
+  BitBuffer<kOrder> bits{held_, held_bits_};
+  const uint32_t code = bits.take(width_);
+  held_ = bits.held;
+  held_bits_ = bits.count;
+  if (code == clear_) return;
+  if (code > clear_) {
+    end_ = code == clear_ + 1 ? End::kEndCode : End::kBadCode;
+    return;
+  }
+  previous_ = {static_cast<uint32_t>(written_), 1};
+  history_.data()[written_++] = static_cast<uint8_t>(code);
+  at_start_ = false;
+  if (codes_to_growth() == 0) grow_codes();
+}
+
+// Decodes until `stop` is reached, the stream ends or a clear code comes (false).
+//
+// In bounds because history_ has kSlack bytes behind `stop`: a group of codes begins below it and
+// writes at most kGroup strings, each with less than one copy step of excess.
+//
+// The entry for the string being made is stored before the code is looked up, and its last byte
+// put in place, so that a code which names that very string needs no case of its own.
+template <BitOrder kOrder, bool kEarlyChange>
+bool Decoder<kOrder, kEarlyChange>::run(ByteSource& bytes, size_t stop) {
+  uint8_t* const history = history_.data();
+  Entry* const table = table_.data();
+  const uint32_t clear = clear_;
+  const uint32_t limit = static_cast<uint32_t>(stop);
+  uint32_t out = static_cast<uint32_t>(written_);
+  uint32_t next = next_;
+  uint32_t made = next < kMaxCodes ? 1 : 0;  // entries that each code makes
+  Entry previous = previous_;
+  BitBuffer<kOrder> bits{held_, held_bits_};
+  uint32_t until_growth = codes_to_growth();
+  unsigned width = width_;
+  uint32_t special = 0;
+
+  const uint8_t* in = bytes.window().data();
+  const uint8_t* in_end = in + bytes.window().size();
+
+  const auto decode_one = [&]() {
+    uint32_t code = bits.take(width);
+    if (code - clear < 2) [[unlikely]] {
+      special = code;
+      return false;
+    }
+    table[next] = {previous.position, previous.length + 1};
+    code = std::min(code, next);
+    next += made;
+    history[out] = history[previous.position];
+    const Entry entry = table[code];
+    copy_string(history + out, history + entry.position, entry.length);
+    previous = {out, entry.length};
+    out += entry.length;
+    return true;
+  };
+
+  while (true) {
+    while (out < limit && until_growth > kGroup && in_end - in >= 8) {
+      bits.refill(in);
+      if (!decode_one() || !decode_one() || !decode_one() || !decode_one()) break;
+      until_growth -= made * kGroup;
+    }
+    if (special != 0 || out >= limit) break;
+
+    if (in_end - in < 8) {
+      bytes.consume(static_cast<size_t>(in - bytes.window().data()));
+      static_cast<void>(bytes.refill());  // a failure counts as the end; fill() asks for it
+      in = bytes.window().data();
+      in_end = in + bytes.window().size();
+      while (in != in_end && bits.count <= 56) bits.add(*in++);
+      if (bits.count < width) {
+        end_ = End::kNoData;
+        break;
+      }
+    } else {
+      bits.refill(in);
+    }
+    if (!decode_one()) break;
+    until_growth -= made;
+    if (until_growth == 0) {
+      next_ = next;
+      width_ = width;
+      written_ = out;
+      grow_codes();
+      width = width_;
+      until_growth = codes_to_growth();
+      made = next < kMaxCodes ? 1 : 0;
+    }
+  }
+
+  bytes.consume(static_cast<size_t>(in - bytes.window().data()));
+  held_ = bits.held;
+  held_bits_ = bits.count;
+  written_ = out;
+  next_ = next;
+  previous_ = previous;
+  if (special == clear) return false;
+  if (special != 0) end_ = End::kEndCode;
+  return true;
+}
+
+template class Decoder<BitOrder::kLowFirst, false>;
+template class Decoder<BitOrder::kHighFirst, true>;
+
+}  // namespace tavo::lzw

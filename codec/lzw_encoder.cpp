@@ -1,0 +1,145 @@
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+#include "base/endian.h"
+#include "codec/lzw.h"
+
+namespace tavo::lzw {
+namespace {
+
+constexpr unsigned kSlotBits = 14;
+constexpr uint32_t kSlots = 1u << kSlotBits;
+constexpr uint32_t kSlotMask = kSlots - 1;
+
+// Bytes encoded between looks at the room left: each puts one code or two, the store of a code
+// touches 8 bytes.
+constexpr size_t kPart = 8 * 1024;
+constexpr size_t kOutSize = 64 * 1024;
+constexpr size_t kPartRoom = kPart * 3 + 8;
+static_assert(kOutSize > 2 * kPartRoom);
+
+// A first place for each string. All slots are reached, and strings that differ in one half never
+// meet.
+inline uint32_t first_slot(uint32_t prefix, uint32_t byte) { return prefix ^ (byte << 6); }
+inline uint32_t next_slot(uint32_t slot) { return (slot + 0x9D) & kSlotMask; }
+
+}  // namespace
+
+template <BitOrder kOrder, bool kEarlyChange>
+Status Encoder<kOrder, kEarlyChange>::start(unsigned minimum_code_size) {
+  assert(minimum_code_size >= 2 && minimum_code_size <= 8);
+  if (out_.size() == 0) {
+    TRY(table_.allocate(kSlots));
+    TRY(out_.allocate(kOutSize));
+  }
+  minimum_bits_ = minimum_code_size;
+  clear_ = 1u << minimum_code_size;
+  used_ = 0;
+  held_ = held_bits_ = 0;
+  prefix_ = kNoPrefix;
+  reset_table();
+  put(clear_);
+  return kOk;
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+Status Encoder<kOrder, kEarlyChange>::encode(std::span<const uint8_t> bytes) {
+  const uint8_t* next = bytes.data();
+  const uint8_t* const end = next + bytes.size();
+  if (prefix_ == kNoPrefix && next != end) prefix_ = *next++;
+  while (next != end) {
+    const size_t part = std::min(kPart, static_cast<size_t>(end - next));
+    if (out_.size() - used_ < kPartRoom) TRY(flush());
+    next = encode_part(next, next + part);
+  }
+  return kOk;
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+Status Encoder<kOrder, kEarlyChange>::finish() {
+  if (out_.size() - used_ < kPartRoom) TRY(flush());
+  if (prefix_ != kNoPrefix) put(prefix_);
+  put(clear_ + 1);
+  if (held_bits_ != 0) {
+    out_.data()[used_++] =
+        static_cast<uint8_t>(kOrder == BitOrder::kLowFirst ? held_ : held_ >> 56);
+  }
+  return flush();
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+Status Encoder<kOrder, kEarlyChange>::flush() {
+  const size_t count = used_;
+  used_ = 0;
+  return count == 0 ? kOk : write_(context_, out_.bytes().first(count));
+}
+
+// Puts one code in the current width, which grows when the next code might need it.
+template <BitOrder kOrder, bool kEarlyChange>
+inline void Encoder<kOrder, kEarlyChange>::put(uint32_t code) {
+  const unsigned bits = held_bits_ + width_;
+  uint8_t* const to = out_.data() + used_;
+  if constexpr (kOrder == BitOrder::kLowFirst) {
+    held_ |= uint64_t{code} << held_bits_;
+    store_le64(to, held_);
+    held_ >>= bits & ~7u;
+  } else {
+    held_ |= uint64_t{code} << (64 - bits);
+    store_be64(to, held_);
+    held_ <<= bits & ~7u;
+  }
+  used_ += bits / 8;
+  held_bits_ = bits % 8;
+  if (next_ >= (1u << width_) - (kEarlyChange ? 1 : 0) && width_ < kMaxCodeBits) ++width_;
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+void Encoder<kOrder, kEarlyChange>::reset_table() {
+  std::memset(table_.data(), 0, kSlots * sizeof(uint32_t));
+  width_ = minimum_bits_ + 1;
+  next_ = clear_ + 2;
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+inline void Encoder<kOrder, kEarlyChange>::add_entry(uint32_t slot, uint32_t key) {
+  if constexpr (kEarlyChange) {
+    table_[slot] = key | next_++;
+    if (next_ < kMaxCodes - 1) return;
+  } else if (next_ < kMaxCodes) {
+    table_[slot] = key | next_++;
+    return;
+  }
+  put(clear_);
+  reset_table();
+}
+
+template <BitOrder kOrder, bool kEarlyChange>
+const uint8_t* Encoder<kOrder, kEarlyChange>::encode_part(const uint8_t* next, const uint8_t* end) {
+  const uint32_t* const table = table_.data();
+  uint32_t prefix = prefix_;
+  while (next != end) {
+    const uint32_t byte = *next++;
+    const uint32_t key = prefix << 20 | byte << 12;
+    uint32_t slot = first_slot(prefix, byte);
+    uint32_t entry = table[slot];
+    while (entry != 0 && (entry ^ key) >= kMaxCodes) {
+      slot = next_slot(slot);
+      entry = table[slot];
+    }
+    if (entry != 0) {
+      prefix = entry & (kMaxCodes - 1);
+      continue;
+    }
+    put(prefix);
+    add_entry(slot, key);
+    prefix = byte;
+  }
+  prefix_ = prefix;
+  return next;
+}
+
+template class Encoder<BitOrder::kLowFirst, false>;
+template class Encoder<BitOrder::kHighFirst, true>;
+
+}  // namespace tavo::lzw

@@ -1,0 +1,322 @@
+// The LZW coder: against a plain coder of codes, on damaged streams, in both bit orders.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "codec/lzw.h"
+#include "platform/platform.h"
+
+namespace tavo::lzw {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+// A code with the width that it has in the stream.
+struct Code {
+  uint32_t value;
+  unsigned width;
+};
+
+Bytes pack(const std::vector<Code>& codes, bool high_first) {
+  Bytes out;
+  size_t at = 0;
+  for (const Code& code : codes) {
+    for (unsigned i = 0; i < code.width; ++i, ++at) {
+      if (at % 8 == 0) out.push_back(0);
+      const unsigned bit = code.value >> (high_first ? code.width - 1 - i : i) & 1;
+      out.back() |= static_cast<uint8_t>(bit << (high_first ? 7 - at % 8 : at % 8));
+    }
+  }
+  return out;
+}
+
+// The judge: strings in a map, widths from the number of entries, one code after the other.
+std::vector<Code> plain_codes(const Bytes& bytes, unsigned minimum, bool early) {
+  const uint32_t clear = 1u << minimum;
+  std::map<std::string, uint32_t> table;
+  uint32_t next = 0;
+  unsigned width = 0;
+  std::vector<Code> codes;
+  const auto reset = [&] {
+    table.clear();
+    for (uint32_t i = 0; i < clear; ++i) table[std::string(1, static_cast<char>(i))] = i;
+    next = clear + 2;
+    width = minimum + 1;
+  };
+  const auto emit = [&](uint32_t code) {
+    codes.push_back({code, width});
+    if (width < 12 && next + (early ? 1 : 0) >= (1u << width)) ++width;
+  };
+  reset();
+  codes.push_back({clear, width});
+  std::string text;
+  for (const uint8_t byte : bytes) {
+    std::string longer = text;
+    longer.push_back(static_cast<char>(byte));
+    if (text.empty() || table.contains(longer)) {
+      text = longer;
+      continue;
+    }
+    emit(table[text]);
+    const bool full = !early && next == 4096;
+    if (!full) table[longer] = next++;
+    if (full || (early && next == 4095)) {
+      codes.push_back({clear, width});
+      reset();
+    }
+    text = std::string(1, static_cast<char>(byte));
+  }
+  if (!text.empty()) emit(table[text]);
+  emit(clear + 1);
+  return codes;
+}
+
+Bytes noise(size_t size, unsigned values, uint32_t seed) {
+  std::minstd_rand random(seed);
+  Bytes bytes(size);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random() / 16 % values);
+  return bytes;
+}
+
+// Runs with some noise between, as line art has.
+Bytes runs(size_t size, unsigned values, uint32_t seed) {
+  std::minstd_rand random(seed);
+  Bytes bytes;
+  while (bytes.size() < size) {
+    const size_t length = random() / 16 % 7 == 0 ? random() / 16 % 900 : random() / 16 % 4;
+    bytes.insert(bytes.end(), length, static_cast<uint8_t>(random() / 16 % values));
+  }
+  bytes.resize(size);
+  return bytes;
+}
+
+struct Collector {
+  Bytes bytes;
+  Status write(std::span<const uint8_t> more) {
+    bytes.insert(bytes.end(), more.begin(), more.end());
+    return kOk;
+  }
+};
+
+template <class Coder>
+Bytes encode(const Bytes& bytes, unsigned minimum, size_t step) {
+  Collector out;
+  Coder coder(out);
+  EXPECT_TRUE(coder.start(minimum).ok());
+  for (size_t at = 0; at < bytes.size(); at += step) {
+    const std::span<const uint8_t> all(bytes);
+    EXPECT_TRUE(coder.encode(all.subspan(at, std::min(step, bytes.size() - at))).ok());
+  }
+  EXPECT_TRUE(coder.finish().ok());
+  return out.bytes;
+}
+
+// Gives the stream in pieces of `piece` bytes.
+struct Pieces {
+  const Bytes& bytes;
+  size_t piece;
+  size_t at = 0;
+  Status read_some(std::span<uint8_t> into, size_t& got) {
+    got = std::min({piece, into.size(), bytes.size() - at});
+    std::copy_n(bytes.begin() + static_cast<ptrdiff_t>(at), got, into.begin());
+    at += got;
+    return kOk;
+  }
+};
+
+struct Decoded {
+  Bytes bytes;
+  Status status = kOk;
+  bool saw_end = false;
+};
+
+template <class Coder>
+Decoded decode(const Bytes& stream, unsigned minimum, size_t size, size_t step, size_t piece) {
+  Pieces pieces{stream, piece};
+  ByteSource source(pieces);
+  EXPECT_TRUE(source.start(64, 1, 64).ok());
+  Coder coder;
+  Decoded result;
+  EXPECT_TRUE(coder.start(minimum).ok());
+  while (result.bytes.size() < size) {
+    Bytes part(std::min(step, size - result.bytes.size()));
+    size_t got = 0;
+    result.status = coder.decode(source, part, got);
+    result.bytes.insert(result.bytes.end(), part.begin(),
+                        part.begin() + static_cast<ptrdiff_t>(got));
+    if (got != part.size()) break;
+  }
+  result.saw_end = coder.saw_end_code();
+  return result;
+}
+
+template <class EncoderType, class DecoderType>
+void check_both_ways(bool high_first) {
+  for (const unsigned minimum : {2u, 3u, 5u, 8u}) {
+    if (high_first && minimum != 8) continue;
+    const unsigned values = 1u << minimum;
+    const Bytes inputs[] = {{},
+                            {1},
+                            Bytes(20, 1),
+                            noise(50000, values, 1),
+                            noise(200000, 3, 2),
+                            runs(300000, values, 3),
+                            Bytes(300000, 1)};
+    for (const Bytes& input : inputs) {
+      const Bytes want = pack(plain_codes(input, minimum, high_first), high_first);
+      for (const size_t step : {size_t{1}, size_t{333}, size_t{1} << 20}) {
+        if (step == 1 && input.size() > 50000) continue;
+        SCOPED_TRACE(testing::Message()
+                     << minimum << " bits, " << input.size() << " bytes, step " << step);
+        ASSERT_EQ(encode<EncoderType>(input, minimum, step), want);
+        const Decoded got = decode<DecoderType>(want, minimum, input.size(), step, step % 100 + 1);
+        ASSERT_TRUE(got.status.ok());
+        ASSERT_EQ(got.bytes, input);
+      }
+      const Decoded all = decode<DecoderType>(want, minimum, input.size() + 1, 1000, 64);
+      EXPECT_TRUE(all.saw_end);
+      EXPECT_EQ(all.bytes, input);
+    }
+  }
+}
+
+TEST(Lzw, LowFirstStreamsAreTheGreedyOnesAndComeBack) {
+  check_both_ways<LowFirstEncoder, LowFirstDecoder>(false);
+}
+
+TEST(Lzw, HighFirstEarlyChangeStreamsAreTheGreedyOnesAndComeBack) {
+  check_both_ways<HighFirstEncoder, HighFirstDecoder>(true);
+}
+
+// A table that is never cleared keeps its 4096 entries and goes on decoding with 12-bit codes.
+// Noise of few values through a coder that forgets to clear; the strings double as the judge.
+TEST(Lzw, AFullTableStaysFrozen) {
+  std::minstd_rand random(7);
+  std::vector<std::string> table(4096);
+  for (int i = 0; i < 256; ++i)
+    table[static_cast<size_t>(i)] = std::string(1, static_cast<char>(i));
+  std::vector<Code> codes = {{256, 9}};
+  uint32_t next = 258;
+  unsigned width = 9;
+  std::string previous, text;
+  for (int i = 0; i < 60000; ++i) {
+    uint32_t code =
+        static_cast<uint32_t>(random()) / 16 % (next + (next < 4096 && !previous.empty() ? 1 : 0));
+    if (code == 256 || code == 257 || previous.empty()) code = 65;
+    codes.push_back({code, width});
+    const std::string now = code < next ? table[code] : previous + previous[0];
+    text += now;
+    if (!previous.empty() && next < 4096) {
+      table[next++] = previous + now[0];
+      if (next == 1u << width && width < 12) ++width;
+    }
+    previous = now;
+  }
+  const Bytes want(text.begin(), text.end());
+  const Decoded got = decode<LowFirstDecoder>(pack(codes, false), 8, want.size(), 1777, 64);
+  EXPECT_TRUE(got.status.ok());
+  EXPECT_EQ(got.bytes, want);
+}
+
+TEST(Lzw, LenientAndStrictPlacesOfTheDecoder) {
+  const Status bad = kBadData;
+  const struct {
+    const char* what;
+    unsigned minimum;
+    std::vector<Code> codes;
+    Bytes want;
+    Status status;
+    bool saw_end;
+  } cases[] = {
+      {"no clear code at the start",
+       8,
+       {{7, 9}, {8, 9}, {258, 9}, {257, 9}},
+       {7, 8, 7, 8},
+       kOk,
+       true},
+      {"clear codes in a row",
+       8,
+       {{256, 9}, {256, 9}, {7, 9}, {256, 9}, {256, 9}, {9, 9}},
+       {7, 9},
+       kOk,
+       false},
+      {"the string being made",
+       8,
+       {{256, 9}, {7, 9}, {258, 9}, {259, 9}},
+       {7, 7, 7, 7, 7, 7},
+       kOk,
+       false},
+      {"a code far beyond the table",
+       8,
+       {{256, 9}, {7, 9}, {8, 9}, {400, 9}},
+       {7, 8, 8, 8},
+       kOk,
+       false},
+      {"the end code at once", 8, {{256, 9}, {257, 9}, {5, 9}}, {}, kOk, true},
+      {"a string right after a clear code",
+       8,
+       {{256, 9}, {7, 9}, {256, 9}, {258, 9}},
+       {7},
+       bad,
+       false},
+      {"1 bit: codes grow after the first",
+       1,
+       {{2, 2}, {1, 2}, {0, 3}, {4, 3}, {3, 3}},
+       {1, 0, 1, 0},
+       kOk,
+       true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Bytes stream = pack(c.codes, false);
+    const Decoded got = decode<LowFirstDecoder>(stream, c.minimum, 100, 100, 3);
+    // The padding of the last byte is no code: it is shorter than one.
+    EXPECT_EQ(got.bytes, c.want);
+    EXPECT_EQ(got.status, c.status);
+    EXPECT_EQ(got.saw_end, c.saw_end);
+  }
+  LowFirstDecoder coder;
+  EXPECT_EQ(coder.start(0), bad);
+  EXPECT_EQ(coder.start(9), bad);
+}
+
+TEST(Lzw, RandomBytesNeverHarm) {
+  for (uint32_t seed = 1; seed < 400; ++seed) {
+    const Bytes stream = noise(seed * 13 % 3000, 256, seed);
+    const Decoded got =
+        decode<LowFirstDecoder>(stream, seed % 8 + 1, 100000, seed * 7 % 500 + 1, 64);
+    const Decoded high = decode<HighFirstDecoder>(stream, 8, 100000, 1000, 64);
+    EXPECT_LE(got.bytes.size() + high.bytes.size(), 200000u);
+  }
+}
+
+TEST(Lzw, RefusedMemoryAndAFailingSinkAreStatuses) {
+  const Bytes input = runs(3000000, 2, 5);
+  const Bytes stream = encode<LowFirstEncoder>(input, 8, input.size());
+  for (int64_t n = 0;; ++n) {
+    platform::refuse_allocation(n, false);
+    ByteSource source{std::span<const uint8_t>(stream)};
+    LowFirstDecoder decoder;
+    Bytes out(input.size());
+    size_t got = 0;
+    Status status = decoder.start(8);
+    if (status.ok()) status = decoder.decode(source, out, got);
+    const bool refused = platform::allocation_was_refused();
+    platform::refuse_allocation(-1, false);
+    EXPECT_EQ(status, refused ? kNoMemory : kOk);
+    if (!refused) break;
+  }
+  struct {
+    Status write(std::span<const uint8_t>) { return kWriteError; }
+  } full;
+  LowFirstEncoder encoder(full);
+  ASSERT_TRUE(encoder.start(8).ok());
+  EXPECT_EQ(encoder.encode(noise(500000, 256, 1)), kWriteError);
+}
+
+}  // namespace
+}  // namespace tavo::lzw
