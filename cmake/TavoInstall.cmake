@@ -16,5 +16,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/Tavo45ConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/Tavo45Config.cmake ${PROJECT_BINARY_DIR}/Tavo45ConfigVersion.cmake
   DESTINATION ${package_dir})
 
+get_target_property(library_name tavo45 OUTPUT_NAME)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/tavo45.pc.in ${PROJECT_BINARY_DIR}/tavo45.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tavo45.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

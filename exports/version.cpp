@@ -32,9 +32,8 @@ constexpr StatusText kTexts[] = {
     {T_ERR_NOTICE, "The check of the embedded notice failed"},
 };
 
-constexpr uint32_t kMajor = 0;
-constexpr uint32_t kMinor = 1;
-constexpr uint32_t kPatch = 0;
+// The build file knows the version.
+constexpr uint32_t kVersion = TAVO_MAJOR << 16 | TAVO_MINOR << 8 | TAVO_PATCH;
 
 }  // namespace
 
@@ -45,4 +44,4 @@ const char* T_CALL T_GetStatusText(int32_t status) {
   return "Unknown status";
 }
 
-uint32_t T_CALL T_GetVersion(void) { return kMajor << 16 | kMinor << 8 | kPatch; }
+uint32_t T_CALL T_GetVersion(void) { return kVersion; }

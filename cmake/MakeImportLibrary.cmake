@@ -1,0 +1,17 @@
+# Writes DECORATED, the names of EXPORTS as the stdcall symbols in DLL (T_GetVersion@0), and makes
+# IMPORT_LIBRARY from it: programs link to _T_GetVersion@0 and load T_GetVersion.
+execute_process(COMMAND ${NM} --defined-only --extern-only ${DLL}
+                OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+file(STRINGS ${EXPORTS} names REGEX "^  ")
+get_filename_component(dll_name ${DLL} NAME)
+set(text "LIBRARY \"${dll_name}\"\nEXPORTS\n")
+foreach(name IN LISTS names)
+  string(STRIP ${name} name)
+  if(NOT symbols MATCHES " T _(${name}@[0-9]+)[\r\n]")
+    message(FATAL_ERROR "${name} is exported but is not a stdcall function of ${dll_name}")
+  endif()
+  string(APPEND text "  ${CMAKE_MATCH_1}\n")
+endforeach()
+file(WRITE ${DECORATED} "${text}")
+execute_process(COMMAND ${DLLTOOL} --kill-at -d ${DECORATED} -l ${IMPORT_LIBRARY}
+                COMMAND_ERROR_IS_FATAL ANY)

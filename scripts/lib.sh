@@ -1,0 +1,91 @@
+# Shared by the scripts; bash. A script sources this file first and then runs in the project's root.
+set -u -o pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
+root=$PWD
+script=scripts/$(basename "$0")
+
+say() { printf '%s: %s\n' "$script" "$*"; }
+fail() {
+  printf '%s: %s\n' "$script" "$*" >&2
+  exit 1
+}
+
+if command -v ccache > /dev/null; then
+  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+fi
+
+build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev'
+
+# need_packages NAME...: the Debian packages are there afterwards, or the script has ended with a
+# message. Quiet when they are there already. NAME:i386 is a package of the 32-bit architecture.
+need_packages() {
+  local missing=() package
+  for package in "$@"; do
+    is_installed "$package" || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+  command -v apt-get > /dev/null ||
+    fail "this needs programs that come in these Debian packages: ${missing[*]}"
+  [ "$(id -u)" -eq 0 ] ||
+    fail "not installed: ${missing[*]}. Run this once as root, or install them with apt-get."
+  say "installing ${missing[*]}"
+  mkdir -p build
+  install_packages "${missing[@]}" > build/packages.log 2>&1 || {
+    tail -n 15 build/packages.log >&2
+    fail "these packages could not be installed (build/packages.log says why): ${missing[*]}"
+  }
+}
+
+is_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2> /dev/null)" = installed ]
+}
+
+install_packages() {
+  export DEBIAN_FRONTEND=noninteractive
+  local options=(-o DPkg::Lock::Timeout=300 -y --no-install-recommends)
+  case " $* " in *:i386\ *) dpkg --add-architecture i386 ;; esac
+  # A refresh that fails for one index of many may still do.
+  apt-get "${options[@]}" update || echo "the package lists are not all fresh"
+  apt-get "${options[@]}" install "$@" && return
+  echo "trying the release's main suite alone"
+  install_from_main "$@"
+}
+
+# For a mirror whose security suite is broken for one architecture: 32-bit packages need the
+# versions of their 64-bit twins, so that all of them come from the one suite that is whole.
+install_from_main() {
+  local folder=$root/build/apt keys=/usr/share/keyrings/debian-archive-keyring.gpg codename uri
+  codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
+  mkdir -p "$folder/lists/partial"
+  uri=$(main_mirror "$codename")
+  [ -n "$uri" ] || { echo "no mirror of $codename is configured" && return 1; }
+  [ -e "$keys" ] || keys=
+  echo "deb ${keys:+[signed-by=$keys] }$uri $codename main" > "$folder/sources.list"
+  printf 'Package: *\nPin: release n=%s\nPin-Priority: 1001\n' "$codename" > "$folder/preferences"
+  local options=(-o "Dir::Etc::sourcelist=$folder/sources.list" -o Dir::Etc::sourceparts=/dev/null
+    -o "Dir::State::lists=$folder/lists" -o "Dir::Etc::preferences=$folder/preferences"
+    -o Dir::Etc::preferencesparts=/dev/null -o DPkg::Lock::Timeout=300)
+  apt-get "${options[@]}" update &&
+    apt-get "${options[@]}" install -y --no-install-recommends --allow-downgrades "$@"
+}
+
+# Prints the address of the configured mirror that carries the release's main suite.
+main_mirror() {
+  apt-get indextargets --no-release-info --format '$(REPO_URI) $(RELEASE) $(COMPONENT)' \
+    'Created-By: Packages' | awk -v release="$1" '$2 == release && $3 == "main" { print $1; exit }'
+}
+
+# build_preset NAME [TARGET...]: configures when needed and builds, up to one job per processor.
+# What the tools print goes to build/NAME.log and is shown when something fails.
+build_preset() {
+  local preset=$1
+  shift
+  mkdir -p build
+  {
+    cmake --preset "$preset" && cmake --build "build/$preset" ${1:+--target "$@"}
+  } > "build/$preset.log" 2>&1 && return
+  say "building $preset failed; the end of build/$preset.log:"
+  grep -E 'error|FAILED|warning: ' "build/$preset.log" | head -n 20
+  tail -n 5 "build/$preset.log"
+  return 1
+}
