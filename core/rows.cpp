@@ -154,8 +154,8 @@ int32_t get_bitmap_row_col(BitmapHandle& bitmap, void* buffer, uint32_t row, uin
                 bytes);
 }
 
-int32_t put_bitmap_row_col(BitmapHandle& bitmap, const void* buffer, uint32_t row,
-                           uint32_t column, uint32_t bytes) {
+int32_t put_bitmap_row_col(BitmapHandle& bitmap, const void* buffer, uint32_t row, uint32_t column,
+                           uint32_t bytes) {
   move_cursor(bitmap, row);
   return put_at(bitmap, buffer, bitmap.RowOffset + column_offset(bitmap.BitsPerPixel, column),
                 bytes);

@@ -14,8 +14,8 @@ int32_t get_bitmap_row(BitmapHandle& bitmap, void* buffer, uint32_t row, uint32_
 int32_t put_bitmap_row(BitmapHandle& bitmap, const void* buffer, uint32_t row, uint32_t bytes);
 int32_t get_bitmap_row_col(BitmapHandle& bitmap, void* buffer, uint32_t row, uint32_t column,
                            uint32_t bytes);
-int32_t put_bitmap_row_col(BitmapHandle& bitmap, const void* buffer, uint32_t row,
-                           uint32_t column, uint32_t bytes);
+int32_t put_bitmap_row_col(BitmapHandle& bitmap, const void* buffer, uint32_t row, uint32_t column,
+                           uint32_t bytes);
 
 // The same as a status; a short disk read is kReadError, a short write kWriteError.
 Status get_row(BitmapHandle& bitmap, uint32_t row, std::span<uint8_t> into);

@@ -138,8 +138,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());
   if (header.coding != Coding::kNone) return read_coded_rows(file, header, rows);
-  const bool changes =
-      header.has_masks || header.pixel_bits == 2 || header.pixel_bits == 16;
+  const bool changes = header.has_masks || header.pixel_bits == 2 || header.pixel_bits == 16;
   return changes ? read_changed_rows(file, header, rows) : read_plain_rows(file, header, rows);
 }
 

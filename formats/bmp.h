@@ -26,10 +26,10 @@ struct Header {
   int32_t width = 0;
   int32_t height = 0;
   bool is_top_down = false;
-  bool is_os2 = false;         // a core header of 12 bytes: palette entries of 3 bytes
-  int32_t pixel_bits = 0;      // as stored
+  bool is_os2 = false;     // a core header of 12 bytes: palette entries of 3 bytes
+  int32_t pixel_bits = 0;  // as stored
   Coding coding = Coding::kNone;
-  bool has_masks = false;      // the channels are not where plain pixels have them
+  bool has_masks = false;  // the channels are not where plain pixels have them
   Channel red, green, blue, alpha;
   bool has_resolution = false;
   int32_t x_per_meter = 0;

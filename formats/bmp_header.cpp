@@ -13,8 +13,8 @@ namespace {
 constexpr uint32_t kNone = 0;
 constexpr uint32_t kRle8 = 1;
 constexpr uint32_t kRle4 = 2;
-constexpr uint32_t kBitFields = 3;       // OS/2 2.x: Huffman coding
-constexpr uint32_t kJpeg = 4;            // OS/2 2.x: RLE24
+constexpr uint32_t kBitFields = 3;  // OS/2 2.x: Huffman coding
+constexpr uint32_t kJpeg = 4;       // OS/2 2.x: RLE24
 constexpr uint32_t kPng = 5;
 constexpr uint32_t kAlphaBitFields = 6;
 
@@ -51,8 +51,7 @@ Status parse_masks(std::span<const uint8_t> masks, bool with_alpha, Header& head
 }
 
 bool is_pixel_depth(int32_t bits) {
-  return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 ||
-         bits == 32;
+  return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
 }
 
 // The meaning of the compression word depends on whose header it is.
@@ -127,8 +126,7 @@ Status parse_info_header(std::span<const uint8_t> bytes, size_t header_size, Hea
 void locate_palette(size_t header_size, uint32_t colors_used, uint32_t masks_bytes,
                     Header& header) {
   const uint32_t entry_size = header.is_os2 ? 3 : 4;
-  header.palette_offset =
-      static_cast<uint32_t>(kFileHeaderSize + header_size) + masks_bytes;
+  header.palette_offset = static_cast<uint32_t>(kFileHeaderSize + header_size) + masks_bytes;
   if (header.pixel_bits <= 8) {
     const uint32_t all = 1u << header.pixel_bits;
     header.palette_entries = colors_used > 0 && colors_used < all ? colors_used : all;

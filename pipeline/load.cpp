@@ -75,8 +75,7 @@ Status Load::set_up(const char* name) {
   const bool known_order = info_.Order == T_ORDER_RGB || info_.Order == T_ORDER_BGR;
   source_->Order = static_cast<uint32_t>(info_.Order);
 
-  const int32_t bits =
-      io::is_request_depth(request_.bits) ? request_.bits : info_.BitsPerPixel;
+  const int32_t bits = io::is_request_depth(request_.bits) ? request_.bits : info_.BitsPerPixel;
   const bool order_asked = request_.order == T_ORDER_RGB || request_.order == T_ORDER_BGR;
   const int32_t order = order_asked ? request_.order : known_order ? info_.Order : T_ORDER_BGR;
   TRY(core::init_bitmap(target_, info_.Width, info_.Height, bits));
@@ -98,8 +97,7 @@ Status Load::allocate_buffers() {
   const uint32_t rows = std::clamp(kPieceBytes / row, 1u, static_cast<uint32_t>(info_.Height));
   TRY(piece_.allocate_shrinking(uint64_t{row} * rows + process::RowDelivery::kSlack, row,
                                 uint64_t{row} + process::RowDelivery::kSlack));
-  piece_rows_ =
-      static_cast<uint32_t>((piece_.size() - process::RowDelivery::kSlack) / row);
+  piece_rows_ = static_cast<uint32_t>((piece_.size() - process::RowDelivery::kSlack) / row);
   return kOk;
 }
 
@@ -122,12 +120,10 @@ Status Load::read(const char* name) {
   if (format_ == nullptr || (format_->read == nullptr && format_->read_picture == nullptr)) {
     return kNoFormat;
   }
-  const bool whole_asked =
-      (request_.flags & T_LOAD_GIF_WHOLE) != 0 || mode_ == Mode::kDither;
-  const bool whole =
-      format_->delivery == Delivery::kWholePicture ||
-      (format_->delivery == Delivery::kWholeWhenAsked && whole_asked) ||
-      (format_->delivery == Delivery::kWholeFor1Bit && info_.BitsPerPixel == 1);
+  const bool whole_asked = (request_.flags & T_LOAD_GIF_WHOLE) != 0 || mode_ == Mode::kDither;
+  const bool whole = format_->delivery == Delivery::kWholePicture ||
+                     (format_->delivery == Delivery::kWholeWhenAsked && whole_asked) ||
+                     (format_->delivery == Delivery::kWholeFor1Bit && info_.BitsPerPixel == 1);
   if (whole) return replay(name);
   // A reader delivers 2-bit pictures as they are when nothing narrower is asked.
   return format_->read(name, source_.get(), load_sink, converted_bits_, this);
@@ -173,9 +169,9 @@ Status Load::describe_target(const BitmapHandle& source) {
   if (target_.BitsPerPixel <= 8) choose_palette(source);
   if (mode_ == Mode::kAsIs) return kOk;
   if (mode_ == Mode::kDither) return kNoMemory;
-  return converter_.start(converted_bits_, target_.BitsPerPixel,
-                          static_cast<int32_t>(source.Order), static_cast<int32_t>(target_.Order),
-                          source.Info.Palette, target_.Info.Palette);
+  return converter_.start(converted_bits_, target_.BitsPerPixel, static_cast<int32_t>(source.Order),
+                          static_cast<int32_t>(target_.Order), source.Info.Palette,
+                          target_.Info.Palette);
 }
 
 Status Load::take(const BitmapHandle& source, const uint8_t* rows, uint32_t count) {

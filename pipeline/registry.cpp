@@ -1,6 +1,5 @@
 #include "pipeline/registry.h"
 
-
 #include "formats/bmp.h"
 
 namespace tavo::pipeline {

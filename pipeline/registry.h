@@ -14,9 +14,9 @@ enum class GrayRule { kNever, kAlways, kAt8Bits };
 // How a load gets the rows.
 enum class Delivery {
   kStreamed,
-  kWholePicture,     // read_picture, then the rows are replayed
-  kWholeWhenAsked,   // streamed, but whole with T_LOAD_GIF_WHOLE and for dithering
-  kWholeFor1Bit,     // streamed, but whole for 1-bit sources
+  kWholePicture,    // read_picture, then the rows are replayed
+  kWholeWhenAsked,  // streamed, but whole with T_LOAD_GIF_WHOLE and for dithering
+  kWholeFor1Bit,    // streamed, but whole for 1-bit sources
 };
 
 struct FormatRow {
@@ -28,10 +28,10 @@ struct FormatRow {
   io::PictureReader read_picture = nullptr;
   Delivery delivery = Delivery::kStreamed;
   io::Writer write = nullptr;
-  uint32_t write_depths = 0;       // as T_Format.WriteDepths
+  uint32_t write_depths = 0;  // as T_Format.WriteDepths
   GrayRule gray = GrayRule::kNever;
   bool always_24_bits = false;
-  int32_t mode = 1;                // io::SaveRequest.mode
+  int32_t mode = 1;  // io::SaveRequest.mode
 };
 
 std::span<const FormatRow> formats();

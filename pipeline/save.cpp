@@ -77,8 +77,7 @@ Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) 
   request.extra = options.extra;
   if (options.direct) return call_writer(format, name, bitmap, request);
 
-  const Preparation preparation =
-      choose_preparation(format, bitmap, request.depth, request.flags);
+  const Preparation preparation = choose_preparation(format, bitmap, request.depth, request.flags);
   if (preparation == Preparation::kNone) return write_view(format, name, bitmap, request);
   core::OwnedBitmap copy;
   TRY(core::copy_bitmap(*copy, bitmap));

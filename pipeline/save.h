@@ -10,7 +10,7 @@ namespace tavo::pipeline {
 
 struct SaveOptions {
   int32_t format = 0;
-  int32_t bits = 0;      // 0: the bitmap's own depth
+  int32_t bits = 0;  // 0: the bitmap's own depth
   int32_t quality = 0;
   uint32_t flags = 0;
   bool direct = false;

@@ -25,8 +25,7 @@ Status RowDelivery::set_up_record() {
   const bool allocated = core::has_flag(bitmap_, T_FLAG_ALLOCATED);
   if (!allocated) {
     const bool widened = picture_.widens && picture_.bits == 1 && request_ == 24;
-    TRY(core::init_bitmap(bitmap_, picture_.width, picture_.height,
-                          widened ? 24 : picture_.bits));
+    TRY(core::init_bitmap(bitmap_, picture_.width, picture_.height, widened ? 24 : picture_.bits));
     if (bitmap_.BitsPerPixel > 8 && !widened) bitmap_.Order = picture_.order;
   }
   bitmap_.StorageKind = picture_.storage_kind;

@@ -98,7 +98,7 @@ class RowDelivery {
   Buffer work_;               // one row in the larger of both depths, when they differ
   uint32_t batch_rows_ = 0;
   uint32_t gathered_ = 0;
-  uint32_t committed_ = 0;    // rows of the file
+  uint32_t committed_ = 0;  // rows of the file
   core::Progress progress_;
 };
 
