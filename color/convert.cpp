@@ -1,9 +1,9 @@
 #include "color/convert.h"
 
+#include <algorithm>
 #include <cstring>
-#include <utility>
+#include <numeric>
 
-#include "base/endian.h"
 #include "color/gray.h"
 #include "color/palette_map.h"
 #include "color/palettes.h"
@@ -12,131 +12,130 @@ namespace tavo::color {
 
 namespace {
 
-bool is_code(int32_t bits) {
-  return bits == 0 || bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 ||
-         bits == 32;
+// Pixels at a time on the paths that go through work memory. A multiple of 8, so that only the
+// last chunk of a row has a byte that is not full.
+constexpr size_t kChunk = 256;
+
+constexpr bool is_layout(int32_t bits) {
+  return bits == 0 || bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
 }
 
-bool is_indexed(int32_t bits) { return bits == 1 || bits == 4 || bits == 8; }
-bool is_order(int32_t order) { return order == T_ORDER_RGB || order == T_ORDER_BGR; }
-int32_t pixel_bits(int32_t code) { return code == 0 ? 8 : code; }
+constexpr bool has_colors(int32_t bits) { return bits >= 16; }
 
-uint32_t index_at(const uint8_t* row, int32_t x, int32_t bits) {
-  if (bits == 1) return row[x / 8] >> (7 - x % 8) & 1u;
-  if (bits == 4) return x % 2 == 0 ? row[x / 2] >> 4 : row[x / 2] & 15u;
-  return row[x];
+constexpr bool is_indexed(int32_t bits) { return bits == 1 || bits == 4 || bits == 8; }
+
+constexpr bool is_order(int32_t order) { return order == T_ORDER_RGB || order == T_ORDER_BGR; }
+
+constexpr uint32_t palette_size(int32_t bits) { return 1u << bits; }
+
+constexpr size_t bits_per_pixel(int32_t bits) { return bits == 0 ? 8 : static_cast<size_t>(bits); }
+
+std::span<const T_PaletteEntry> palette_of(int32_t bits, const T_PaletteEntry* palette) {
+  if (palette != nullptr) return {palette, palette_size(bits)};
+  return builtin_palette(bits);
 }
 
-void set_index(uint8_t* row, int32_t x, int32_t bits, uint32_t index) {
-  if (bits == 1) {
-    const uint32_t mask = 128u >> (x % 8);
-    row[x / 8] = static_cast<uint8_t>(index != 0 ? row[x / 8] | mask : row[x / 8] & ~mask);
-  } else if (bits == 4) {
-    row[x / 2] = static_cast<uint8_t>(x % 2 == 0 ? (row[x / 2] & 15u) | index << 4
-                                                 : (row[x / 2] & 0xF0u) | index);
-  } else {
-    row[x] = static_cast<uint8_t>(index);
-  }
+// An entry as a pixel of 16, 24 or 32 bits.
+uint32_t stored_pixel(const T_PaletteEntry& entry, int32_t bits, int32_t order) {
+  const uint32_t first = order == T_ORDER_BGR ? entry.Blue : entry.Red;
+  const uint32_t third = order == T_ORDER_BGR ? entry.Red : entry.Blue;
+  const uint32_t green = entry.Green;
+  if (bits == 16) return first >> 3 | green >> 3 << 5 | third >> 3 << 10;
+  return first | green << 8 | third << 16;
 }
-
-uint32_t widen5(uint32_t v) { return v << 3 | v >> 2; }
 
 }  // namespace
 
 Status RowConverter::start(int32_t bits_in, int32_t bits_out, int32_t order_in, int32_t order_out,
                            const T_PaletteEntry* palette_in, const T_PaletteEntry* palette_out) {
-  if (!is_code(bits_in) || !is_code(bits_out)) return kBadArgument;
-  if (bits_in > 8 && !is_order(order_in)) return kBadArgument;
-  if (bits_out > 8 && !is_order(order_out)) return kBadArgument;
+  if (!is_layout(bits_in) || !is_layout(bits_out)) return kBadArgument;
+  if (has_colors(bits_in) && !is_order(order_in)) return kBadArgument;
+  if (has_colors(bits_out) && !is_order(order_out)) return kBadArgument;
   bits_in_ = bits_in;
   bits_out_ = bits_out;
-  order_in_ = order_in;
-  order_out_ = order_out;
-  const uint32_t count_in = bits_in <= 8 ? 1u << pixel_bits(bits_in) : 0;
-  const uint32_t count_out = bits_out <= 8 ? 1u << pixel_bits(bits_out) : 0;
-  if (bits_in == 0) {
-    fill_gray_ramp(palette_in_);
+  if (!has_colors(bits_in) && !has_colors(bits_out)) {
+    start_indices_to_indices(palette_in, palette_out);
   } else if (is_indexed(bits_in)) {
-    const T_PaletteEntry* from = palette_in != nullptr ? palette_in : builtin_palette(bits_in).data();
-    std::memcpy(palette_in_, from, count_in * sizeof(T_PaletteEntry));
-  }
-  if (is_indexed(bits_out)) {
-    nearest_.start({palette_out != nullptr ? palette_out : builtin_palette(bits_out).data(),
-                    count_out});
-  }
-  maps_ = bits_in <= 8 && bits_out <= 8;
-  if (!maps_) return kOk;
-  if (is_indexed(bits_in) && is_indexed(bits_out)) {
-    map_palette(palette_in, count_in, palette_out, count_out, map_, nearest_);
-    return kOk;
-  }
-  for (uint32_t i = 0; i < count_in; ++i) {
-    const T_PaletteEntry& c = palette_in_[i];
-    map_[i] = bits_out == 0 ? gray_level(c)
-                            : static_cast<uint8_t>(nearest_.find(c.Red, c.Green, c.Blue));
+    path_ = Path::kIndicesToColors;
+    const auto palette = palette_of(bits_in, palette_in);
+    for (size_t i = 0; i < palette.size(); ++i) {
+      colors_[i] = stored_pixel(palette[i], bits_out, order_out);
+    }
+    std::iota(table_.begin(), table_.end(), static_cast<uint8_t>(0));
+  } else if (is_indexed(bits_out)) {
+    path_ = Path::kColorsToIndices;
+    start_search(palette_of(bits_out, palette_out));
+    // Red in the low byte, as the search takes its colours.
+    kernel_ = pixel_kernel(bits_in, 32, order_in != T_ORDER_RGB);
+  } else {
+    // To the kernels, grey is a colour with red last.
+    if (bits_in == 0) order_in = order_out;
+    if (bits_out == 0) order_out = T_ORDER_BGR;
+    kernel_ = pixel_kernel(bits_in, bits_out, order_in != order_out);
+    path_ = kernel_ != nullptr ? Path::kPixels : Path::kNothing;
   }
   return kOk;
 }
 
-uint32_t RowConverter::read(const uint8_t* row, int32_t x) const {
-  uint32_t first = 0;
-  uint32_t green = 0;
-  uint32_t third = 0;
-  if (bits_in_ <= 8) {
-    const T_PaletteEntry& c = palette_in_[index_at(row, x, pixel_bits(bits_in_))];
-    return c.Red | uint32_t{c.Green} << 8 | uint32_t{c.Blue} << 16;
-  }
-  if (bits_in_ == 16) {
-    const uint32_t v = load_le16(row + 2 * x);
-    first = widen5(v & 31);
-    green = widen5(v >> 5 & 31);
-    third = widen5(v >> 10 & 31);
-  } else {
-    const uint8_t* p = row + x * (bits_in_ / 8);
-    first = p[0];
-    green = p[1];
-    third = p[2];
-  }
-  if (order_in_ == T_ORDER_BGR) std::swap(first, third);
-  return first | green << 8 | third << 16;
-}
-
-void RowConverter::write(uint8_t* row, int32_t x, uint32_t color) {
-  uint32_t first = color & 255u;
-  const uint32_t green = color >> 8 & 255u;
-  uint32_t third = color >> 16;
-  if (bits_out_ == 0) {
-    row[x] = gray_level(first, green, third);
-    return;
-  }
-  if (is_indexed(bits_out_)) {
-    set_index(row, x, bits_out_, nearest_.find(first, green, third));
-    return;
-  }
-  if (order_out_ == T_ORDER_BGR) std::swap(first, third);
-  if (bits_out_ == 16) {
-    store_le16(row + 2 * x,
-               static_cast<uint16_t>(first >> 3 | green >> 3 << 5 | third >> 3 << 10));
-    return;
-  }
-  uint8_t* p = row + x * (bits_out_ / 8);
-  p[0] = static_cast<uint8_t>(first);
-  p[1] = static_cast<uint8_t>(green);
-  p[2] = static_cast<uint8_t>(third);
-  if (bits_out_ == 32 && bits_in_ != 32) p[3] = 0;
-}
-
-Status RowConverter::convert(void* buffer, int32_t width) {
-  if (buffer == nullptr || width < 1) return kBadArgument;
-  auto* row = static_cast<uint8_t*>(buffer);
-  const bool grows = pixel_bits(bits_out_) > pixel_bits(bits_in_);
-  for (int32_t i = 0; i < width; ++i) {
-    const int32_t x = grows ? width - 1 - i : i;
-    if (maps_) {
-      set_index(row, x, pixel_bits(bits_out_), map_[index_at(row, x, pixel_bits(bits_in_))]);
-    } else {
-      write(row, x, read(row, x));
+void RowConverter::start_indices_to_indices(const T_PaletteEntry* from, const T_PaletteEntry* to) {
+  path_ = bits_in_ == 0 && bits_out_ == 0 ? Path::kNothing : Path::kIndicesToIndices;
+  if (path_ == Path::kNothing) return;
+  if (bits_in_ == 0) {
+    start_search(palette_of(bits_out_, to));
+    for (uint32_t level = 0; level < 256; ++level) {
+      table_[level] = static_cast<uint8_t>(nearest_.find(level, level, level));
     }
+  } else if (bits_out_ == 0) {
+    const auto palette = palette_of(bits_in_, from);
+    for (size_t i = 0; i < palette.size(); ++i) table_[i] = gray_level(palette[i]);
+  } else {
+    const bool is_identity =
+        map_palette(from, palette_size(bits_in_), to, palette_size(bits_out_), table_, nearest_);
+    if (is_identity && bits_in_ == bits_out_) path_ = Path::kNothing;
+  }
+}
+
+void RowConverter::start_search(std::span<const T_PaletteEntry> palette) {
+  if (!nearest_.is_for(palette)) nearest_.start(palette);
+}
+
+void RowConverter::convert_chunk(uint8_t* row, size_t first, size_t width) {
+  const uint8_t* in = row + first * bits_per_pixel(bits_in_) / 8;
+  uint8_t* out = row + first * bits_per_pixel(bits_out_) / 8;
+  alignas(32) std::array<uint8_t, kChunk> work;
+  const auto indices = std::span(work).first(width);
+  if (path_ == Path::kColorsToIndices) {
+    alignas(32) std::array<uint32_t, kChunk> colors;
+    if (kernel_ != nullptr) {
+      kernel_(in, reinterpret_cast<uint8_t*>(colors.data()), width);
+    } else {
+      std::memcpy(colors.data(), in, width * 4);
+    }
+    nearest_.find_all(std::span(colors).first(width), indices);
+  } else {
+    unpack_indices(bits_in_, in, table_, indices);
+  }
+  if (path_ == Path::kIndicesToColors) {
+    write_colors(bits_out_, indices, colors_, out);
+  } else {
+    pack_indices(bits_out_, indices, out);
+  }
+}
+
+Status RowConverter::convert(void* row, int32_t width) {
+  if (row == nullptr || width <= 0) return kBadArgument;
+  if (path_ == Path::kNothing) return kOk;
+  auto* const bytes = static_cast<uint8_t*>(row);
+  const auto pixels = static_cast<size_t>(width);
+  if (path_ == Path::kPixels) {
+    kernel_(bytes, bytes, pixels);
+    return kOk;
+  }
+  const size_t chunks = (pixels + kChunk - 1) / kChunk;
+  const bool is_growing = bits_per_pixel(bits_out_) > bits_per_pixel(bits_in_);
+  for (size_t i = 0; i < chunks; ++i) {
+    const size_t first = (is_growing ? chunks - 1 - i : i) * kChunk;
+    convert_chunk(bytes, first, std::min(kChunk, pixels - first));
   }
   return kOk;
 }
