@@ -1,0 +1,341 @@
+#include "codec/ccitt_decoder.h"
+
+#include <algorithm>
+#include <bit>
+#include <cassert>
+#include <cstring>
+#include <utility>
+
+#include "base/endian.h"
+#include "codec/ccitt_decode_tables.h"
+#include "codec/ccitt_paint.h"
+
+namespace tavo::ccitt {
+namespace {
+
+// Entries that one step of a row may write: a block of up to 48 copied changes, rounded up to
+// whole blocks, and a pair.
+constexpr size_t kStepEntries = 64;
+constexpr uint32_t kCopyBlock = 8;
+// V0 codes taken at once, so that the code behind them is still among the bits of one refill.
+constexpr uint32_t kMaxOnes = 48;
+constexpr size_t kRowSlack = 16;
+constexpr size_t kFirstEntries = 65536;
+
+// Appends a colour change. A change at the place of the last one takes that back: a run of no
+// pixels, which no encoder writes, joins its neighbours.
+inline void toggle(uint32_t* changes, size_t& count, uint32_t position) {
+  if (count > 0 && changes[count - 1] == position) {
+    --count;
+  } else {
+    changes[count++] = position;
+  }
+}
+
+}  // namespace
+
+Status ChangeList::grow() {
+  Array<uint32_t> larger;
+  TRY(larger.allocate(uint64_t{items_.size()} * 2));
+  std::memcpy(larger.data(), items_.data(), items_.size() * sizeof(uint32_t));
+  items_ = std::move(larger);
+  return kOk;
+}
+
+void ChangeList::close(size_t count, uint32_t width) { std::fill_n(data() + count, kBack, width); }
+
+// A pair of runs from a0 on.
+struct Decoder::Runs {
+  Bits bits;
+  uint32_t a1 = 0;
+  uint32_t a2 = 0;
+  bool is_valid = false;
+};
+
+Status Decoder::start(Coding coding, uint32_t width, bool is_reversed) {
+  if (width == 0 || width > INT32_MAX) return kBadSize;
+  coding_ = coding;
+  is_reversed_ = is_reversed;
+  width_ = width;
+  row_bytes_ = (width + 7) / 8;
+  const size_t entries = std::min<size_t>(width, kFirstEntries) + 2 * kStepEntries;
+  for (ChangeList& list : lists_) TRY(list.allocate(entries));
+  return row_.allocate(row_bytes_ + kRowSlack);
+}
+
+void Decoder::begin(ByteSource& source) {
+  source_ = &source;
+  window_ = source.window().data();
+  window_offset_ = 0;
+  bits_ = {0, 0, window_, window_ + source.window().size()};
+  missing_ = 0;
+  is_first_row_ = true;
+  is_ended_ = needs_sync_ = waits_for_1d_ = saw_end_of_line_ = false;
+  failure_ = kOk;
+  make_white();
+}
+
+// ---- Input ----
+
+// refill() byte by byte near the end of the window; zeros follow the end of the data. A failed
+// read counts as the end; decode_row asks for it.
+Bits Decoder::refill_slowly(Bits bits) {
+  const size_t used = static_cast<size_t>(bits.next - window_);
+  source_->consume(used);
+  window_offset_ += used;
+  while (source_->window().size() < 8 && !source_->at_end()) {
+    if (!source_->refill().ok()) break;
+  }
+  const std::span<const uint8_t> window = source_->window();
+  window_ = bits.next = window.data();
+  bits.end = window_ + window.size();
+  while (bits.count < 56) {
+    uint64_t byte = 0;
+    if (bits.next < bits.end) {
+      byte = *bits.next++;
+      if (is_reversed_) byte = reverse_bits_of_bytes(byte);
+    } else {
+      missing_ += 8;
+    }
+    bits.word |= byte << (56 - bits.count);
+    bits.count += 8;
+  }
+  return bits;
+}
+
+// Drops bits up to the next multiple of 1 or 2 bytes from the start of the stream.
+void Decoder::align(uint32_t bytes) {
+  bits_.drop(bits_.count & 7);
+  refill(bits_);
+  const uint64_t taken = window_offset_ + static_cast<uint64_t>(bits_.next - window_);
+  const uint64_t position = taken + missing_ / 8 - bits_.count / 8;
+  if (bytes == 2 && position % 2 != 0) bits_.drop(8);
+}
+
+// ---- Rows ----
+
+void Decoder::make_white() {
+  std::memset(row_.data(), 0, row_.size());
+  above_count_ = 0;
+  above_->close(0, width_);
+}
+
+// Makes row_ show the row above again.
+void Decoder::repaint() {
+  std::memset(row_.data(), 0, row_bytes_);
+  const uint32_t* changes = above_->data();
+  for (size_t i = 0; i < above_count_; i += 2) {
+    flip_pixels(row_.data(), changes[i], changes[i + 1]);
+  }
+}
+
+void Decoder::finish_row(size_t changes) {
+  current_->close(changes, width_);
+  above_count_ = changes;
+  std::swap(above_, current_);
+}
+
+// Adds one run, make-up codes and all, to `position`, clipped to the width.
+bool Decoder::read_run(Bits& bits, uint32_t& position, bool is_black) {
+  for (;;) {
+    refill(bits);
+    const uint32_t entry = kRunTables[is_black][bits.word >> (64 - kRunBits)];
+    if (RunEntry::length(entry) == 0) return false;
+    bits.drop(RunEntry::length(entry));
+    position = std::min(position + RunEntry::run(entry), width_ + 1);
+    if (!RunEntry::is_make_up(entry)) return true;
+  }
+}
+
+Decoder::Runs Decoder::read_pair(Bits bits, uint32_t a0, bool is_black) {
+  Runs runs;
+  runs.a1 = a0;
+  runs.is_valid = read_run(bits, runs.a1, is_black);
+  runs.a2 = runs.a1;
+  runs.is_valid = runs.is_valid && read_run(bits, runs.a2, !is_black);
+  runs.bits = bits;
+  return runs;
+}
+
+// One-dimensional row: pairs of a white and a black run, each looked up in one step whenever its
+// codes fit the table, which short and medium runs do. The loop has no branch that depends on the
+// picture but the one for the others.
+Decoder::Outcome Decoder::decode_1d() {
+  uint32_t* changes = current_->data();
+  size_t limit = current_->capacity();
+  size_t count = 0;
+  uint32_t a0 = 0;
+  Outcome outcome = Outcome::kRow;
+  Bits bits = bits_;
+  while (a0 < width_) {
+    if (count + kStepEntries > limit) [[unlikely]] {
+      if (!current_->grow().ok()) return Outcome::kNoMemory;
+      changes = current_->data();
+      limit = current_->capacity();
+    }
+    refill(bits);
+    const uint32_t white = kRunTables[0][bits.word >> (64 - kRunBits)];
+    const uint32_t black = kRunTables[1][bits.word << RunEntry::length(white) >> (64 - kRunBits)];
+    const uint32_t a1 = a0 + RunEntry::run(white);
+    const uint32_t a2 = a1 + RunEntry::run(black);
+    if (RunEntry::are_runs(white, black) && a2 < width_) [[likely]] {
+      bits.drop(RunEntry::length(white) + RunEntry::length(black));
+      changes[count] = a1;
+      changes[count + 1] = a2;
+      count += 2;
+      a0 = a2;
+      continue;
+    }
+    Bits after = bits;
+    const bool is_good = read_run(after, a0, false) &&
+                         (toggle(changes, count, a0), a0 >= width_ || read_run(after, a0, true));
+    bits = after;
+    if (!is_good) {
+      outcome = Outcome::kBadCode;
+      break;
+    }
+    toggle(changes, count, a0);
+  }
+  bits_ = bits;
+  if (a0 > width_) outcome = Outcome::kTooLong;
+  while (count > 0 && changes[count - 1] >= width_) --count;
+  finish_row(count);
+  repaint();
+  return outcome;
+}
+
+// Two-dimensional row. row_ shows the row above at first; at every moment it shows the changes
+// found so far and, behind them, those of the row above from number b on. So vertical modes flip
+// the few pixels between two changes, and what stays the same costs nothing.
+Decoder::Outcome Decoder::decode_2d() {
+  const uint32_t* above = above_->data();
+  const size_t above_count = above_count_;
+  uint32_t* changes = current_->data();
+  size_t limit = current_->capacity();
+  uint8_t* row = row_.data();
+  const uint32_t width = width_;
+  size_t count = 0;  // even while the colour is white
+  size_t b = 0;      // of b1; of the same parity as count
+  uint32_t a0 = 0;
+  Outcome outcome = Outcome::kRow;
+  Bits bits = bits_;
+
+  for (;;) {
+    if (count + kStepEntries > limit) [[unlikely]] {
+      if (!current_->grow().ok()) return Outcome::kNoMemory;
+      changes = current_->data();
+      limit = current_->capacity();
+    }
+    refill(bits);
+    const uint32_t ones =
+        static_cast<uint32_t>(std::countl_zero(~bits.word | uint64_t{1} << (63 - kMaxOnes)));
+    const size_t to_end = b < above_count ? above_count - b + 1 : 1;
+    std::memcpy(changes + count, above + b, kCopyBlock * sizeof(uint32_t));
+    const size_t copied = std::min<size_t>(ones, to_end);
+    for (size_t i = kCopyBlock; i < copied; i += kCopyBlock) {
+      std::memcpy(changes + count + i, above + b + i, kCopyBlock * sizeof(uint32_t));
+    }
+    if (ones >= to_end) {
+      bits.drop(static_cast<uint32_t>(to_end));
+      count += to_end - 1;
+      b += to_end;
+      break;
+    }
+    count += ones;
+    b += ones;
+    if (ones != 0) a0 = above[b - 1];
+    bits.drop(ones);
+
+    const ModeEntry mode = kModeTable[bits.word >> (64 - kModeBits)];
+    if (mode.kind == ModeEntry::kVerticalMode) [[likely]] {
+      bits.drop(mode.length);
+      const uint32_t b1 = above[b];
+      const uint32_t a1 = b1 + static_cast<uint32_t>(mode.delta);
+      if (a1 <= a0 || a1 >= width) [[unlikely]] {
+        // Left of a0 (by wrapping, left of the row) no change can be; a change at a0 makes an
+        // empty run, and is normal at the start of the row only.
+        if (static_cast<int64_t>(b1) + mode.delta < a0) {
+          outcome = Outcome::kBadCode;
+          break;
+        }
+        if (a1 >= width) {
+          flip_pixels(row, std::min(b1, width), width);
+          ++b;
+          break;
+        }
+        toggle(changes, count, a1);
+        if (b > above_count + 4) b -= 2;
+      } else {
+        changes[count++] = a1;
+      }
+      const uint32_t low = b1 + static_cast<uint32_t>(mode.low_delta);
+      uint8_t* at = row + (low >> 3);
+      store_be16(at, static_cast<uint16_t>(load_be16(at) ^ mode.mask >> (low & 7)));
+      a0 = a1;
+      if (above[static_cast<ptrdiff_t>(b) - 1] > a1) [[unlikely]] {
+        flip_pixels(row, above[b - 1], above[b]);
+        --b;
+      } else {
+        ++b;
+        while (above[b] <= a1) {
+          flip_pixels(row, above[b], above[b + 1]);
+          b += 2;
+        }
+      }
+    } else if (mode.kind == ModeEntry::kHorizontalMode) {
+      bits.drop(mode.length);
+      refill(bits);
+      const bool is_black = (count & 1) != 0;
+      const uint32_t first = kRunTables[is_black][bits.word >> (64 - kRunBits)];
+      const uint32_t second =
+          kRunTables[!is_black][bits.word << RunEntry::length(first) >> (64 - kRunBits)];
+      uint32_t a1 = a0 + RunEntry::run(first);
+      uint32_t a2 = a1 + RunEntry::run(second);
+      if (RunEntry::are_runs(first, second)) [[likely]] {
+        bits.drop(RunEntry::length(first) + RunEntry::length(second));
+      } else {
+        const Runs runs = read_pair(bits, a0, is_black);
+        bits = runs.bits;
+        a1 = runs.a1;
+        a2 = runs.a2;
+        if (!runs.is_valid) {
+          outcome = Outcome::kBadCode;
+          break;
+        }
+      }
+      if (a2 >= width) [[unlikely]] {
+        if (a1 < width) {
+          toggle(changes, count, a1);
+          flip_pixels(row, a1, width);
+        }
+        break;
+      }
+      toggle(changes, count, a1);
+      toggle(changes, count, a2);
+      flip_pixels(row, a1, a2);
+      a0 = a2;
+      while (above[b] <= a0) {
+        flip_pixels(row, above[b], above[b + 1]);
+        b += 2;
+      }
+    } else if (mode.kind == ModeEntry::kPassMode) {
+      bits.drop(mode.length);
+      flip_pixels(row, above[b], above[b + 1]);
+      a0 = above[b + 1];
+      b += 2;
+      if (a0 >= width) break;
+    } else {
+      constexpr uint32_t kUncompressedBits = 10;
+      constexpr uint64_t kUncompressedMode = 0xF;
+      outcome = bits.word >> (64 - kUncompressedBits) == kUncompressedMode ? Outcome::kUncompressed
+                                                                           : Outcome::kBadCode;
+      break;
+    }
+  }
+  bits_ = bits;
+  if (outcome != Outcome::kRow) return outcome;
+  for (; b < above_count; b += 2) flip_pixels(row, above[b], above[b + 1]);
+  finish_row(count);
+  return Outcome::kRow;
+}
+}  // namespace tavo::ccitt

@@ -1,0 +1,154 @@
+// CCITT bilevel decoder: ITU-T T.4 one- and two-dimensional (Group 3), T.6 (Group 4), and the
+// byte-aligned runs of TIFF 6.0, section 10. Bytes in, packed rows out.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/buffer.h"
+#include "base/byte_source.h"
+#include "base/endian.h"
+#include "base/status.h"
+
+namespace tavo::ccitt {
+
+enum class Coding : uint8_t {
+  kRuns,        // one-dimensional, rows begin on byte boundaries, no end-of-line codes
+  kRuns16,      // the same on 16-bit boundaries
+  kGroup3,      // T.4 one-dimensional
+  kGroup3TwoD,  // T.4 two-dimensional: a tag bit behind each end-of-line code
+  kGroup4,      // T.6
+};
+
+// What the decoder reads from: up to 64 bits, the next one on top. Bits of `word` below the first
+// `count` are either zero or those that the next bytes will bring.
+struct Bits {
+  uint64_t word = 0;
+  uint32_t count = 0;
+  const uint8_t* next = nullptr;
+  const uint8_t* end = nullptr;
+
+  void drop(uint32_t n) {
+    word <<= n;
+    count -= n;
+  }
+};
+
+inline uint64_t reverse_bits_of_bytes(uint64_t v) {
+  v = (v >> 1 & 0x5555555555555555u) | (v & 0x5555555555555555u) << 1;
+  v = (v >> 2 & 0x3333333333333333u) | (v & 0x3333333333333333u) << 2;
+  return (v >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (v & 0x0F0F0F0F0F0F0F0Fu) << 4;
+}
+
+// A row as the positions of its colour changes: entry 0 is the first black pixel, entry 1 the
+// white one after it, and so on, strictly ascending and below the width; behind them the width,
+// as often as a decoder can step past it. Entry -1 is readable and 0.
+class ChangeList {
+ public:
+  static constexpr size_t kFront = 4;
+  static constexpr size_t kBack = 32;
+
+  Status allocate(uint64_t entries) { return items_.allocate(kFront + entries + kBack); }
+  // Doubles the room, keeping the entries.
+  Status grow();
+  uint32_t* data() { return items_.data() + kFront; }
+  const uint32_t* data() const { return items_.data() + kFront; }
+  // Entries that may be written before kBack further ones.
+  size_t capacity() const { return items_.size() - kFront - kBack; }
+  // Ends the list after `count` entries.
+  void close(size_t count, uint32_t width);
+
+ private:
+  Array<uint32_t> items_;
+};
+
+// Decodes one stream after the other (a TIFF strip each), all of one width.
+class Decoder {
+ public:
+  // Takes work memory in proportion to the width (1 to INT32_MAX). `is_reversed`: the first bit
+  // of a byte is its lowest. kNoMemory, kBadSize.
+  Status start(Coding coding, uint32_t width, bool is_reversed);
+
+  // Begins a stream: the row above is white. Up to eight bytes more than the stream has may be
+  // taken from `source`, which must outlive the calls of decode_row.
+  void begin(ByteSource& source);
+
+  // Decodes the next row into `row`, (width + 7) / 8 bytes, 0 = white, leftmost pixel on top,
+  // unused bits 0. After an end-of-page code rows are white.
+  // Group 3 goes on behind damage at the next end-of-line code: the row keeps what was read of it
+  // or repeats the one above, is counted in damaged_rows(), and the result is kOk.
+  // Otherwise: kReadError when the data end early, kBadData on a code that does not exist,
+  // kSubtype for the uncompressed mode, kNoMemory, or the status of a failed read. These stay;
+  // `row` then holds as much as was read.
+  Status decode_row(std::span<uint8_t> row);
+
+  uint64_t damaged_rows() const { return damaged_rows_; }
+
+ private:
+  enum class Outcome { kRow, kTooLong, kBadCode, kUncompressed, kNoMemory };
+  struct Runs;
+
+  Outcome decode_1d();
+  Outcome decode_2d();
+  Runs read_pair(Bits bits, uint32_t a0, bool is_black);
+  bool read_run(Bits& bits, uint32_t& position, bool is_black);
+  Status decode_row_of_runs();
+  Status decode_row_group3();
+  Status decode_row_group4();
+  bool take_end_of_line();
+  bool find_end_of_line();
+  Status next_group3_row(bool& is_1d, bool& is_lost);
+
+  void align(uint32_t bytes);
+  void refill(Bits& bits);
+  Bits refill_slowly(Bits bits);
+  bool ran_out() const { return missing_ > bits_.count; }
+  Status stop(Status status);
+  Status stop(Outcome outcome);
+
+  void finish_row(size_t changes);
+  void repaint();
+  void make_white();
+
+  Coding coding_ = Coding::kGroup4;
+  bool is_reversed_ = false;
+  uint32_t width_ = 0;
+  size_t row_bytes_ = 0;
+
+  ByteSource* source_ = nullptr;
+  Bits bits_;
+  // Zero bits put behind the end of the data so far; they are the last of the Bits.
+  uint64_t missing_ = 0;
+  // Bytes of the stream that were in the window before its present start.
+  uint64_t window_offset_ = 0;
+  const uint8_t* window_ = nullptr;
+
+  ChangeList lists_[2];
+  ChangeList* above_ = &lists_[0];  // the row painted in row_
+  ChangeList* current_ = &lists_[1];
+  size_t above_count_ = 0;
+  Buffer row_;  // the last row, with room for whole words behind it
+
+  bool is_first_row_ = true;
+  bool is_ended_ = false;
+  bool needs_sync_ = false;
+  bool waits_for_1d_ = false;
+  bool saw_end_of_line_ = false;
+  Status failure_ = kOk;
+  uint64_t damaged_rows_ = 0;
+};
+
+// At least 56 bits afterwards.
+inline void Decoder::refill(Bits& bits) {
+  if (bits.end - bits.next < 8) [[unlikely]] {
+    bits = refill_slowly(bits);
+    return;
+  }
+  uint64_t more = load_be64(bits.next);
+  if (is_reversed_) more = reverse_bits_of_bytes(more);
+  bits.word |= more >> bits.count;
+  bits.next += (63 - bits.count) >> 3;
+  bits.count |= 56;
+}
+
+}  // namespace tavo::ccitt

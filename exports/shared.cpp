@@ -1,7 +1,0 @@
-#include "exports/shared.h"
-
-namespace tavo::exports {
-
-Shared shared;
-
-}  // namespace tavo::exports
