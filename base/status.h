@@ -43,10 +43,9 @@ inline constexpr Status kNoStamp{T_ERR_NO_STAMP};
 inline constexpr Status kNoticeDamaged{T_ERR_NOTICE};
 
 // Returns from the enclosing function (which returns Status) when `expression` is not kOk.
-#define TRY(expression)                                                   \
-  do {                                                                    \
-    if (const ::tavo::Status try_status = (expression); !try_status.ok()) \
-      return try_status;                                                  \
+#define TRY(expression)                                                                      \
+  do {                                                                                       \
+    if (const ::tavo::Status try_status = (expression); !try_status.ok()) return try_status; \
   } while (false)
 
 }  // namespace tavo

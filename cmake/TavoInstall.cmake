@@ -16,6 +16,13 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/Tavo45ConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/Tavo45Config.cmake ${PROJECT_BINARY_DIR}/Tavo45ConfigVersion.cmake
   DESTINATION ${package_dir})
 
+# Paths relative to the file itself, so that an installed tree can be moved.
+file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" prefix_from_pkgconfig ${prefix_from_pkgconfig})
 get_target_property(library_name tavo45 OUTPUT_NAME)
+set(private_libraries "")
+if(WIN32)
+  set(private_libraries "-lgdi32 -luser32")
+endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/tavo45.pc.in ${PROJECT_BINARY_DIR}/tavo45.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tavo45.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -106,6 +106,7 @@ class Encoder {
 
   void put(uint32_t code);
   void add_entry(uint32_t slot, uint32_t key);
+  void free_slots();
   void reset_table();
   Status flush();
   const uint8_t* encode_part(const uint8_t* next, const uint8_t* end);
@@ -114,6 +115,7 @@ class Encoder {
   void* context_;
   // Open addressing: string (12 bits of prefix, 8 of byte) above 12 bits of code; 0 is free.
   Array<uint32_t> table_;
+  Array<uint32_t> slots_;  // where in table_ each code stands
   Buffer out_;
   size_t used_ = 0;
   uint64_t held_ = 0;

@@ -1,5 +1,7 @@
 #include "color/palettes.h"
 
+#include <algorithm>
+
 #include <array>
 
 namespace tavo::color {
@@ -46,6 +48,25 @@ std::span<const T_PaletteEntry> builtin_palette(int32_t depth) {
     default:
       return {};
   }
+}
+
+void fill_gray_ramp(std::span<T_PaletteEntry> palette) {
+  const size_t last = palette.size() - 1;
+  for (size_t i = 0; i < palette.size(); ++i) {
+    const auto level = static_cast<uint8_t>(last == 0 ? 0 : (i * 255 + last / 2) / last);
+    palette[i] = {level, level, level, 0};
+  }
+}
+
+void fixed_palette(int32_t depth, bool is_gray, std::span<T_PaletteEntry, 256> palette) {
+  const std::span<const T_PaletteEntry> built_in = builtin_palette(depth);
+  if (is_gray) {
+    fill_gray_ramp(palette.first(built_in.size()));
+  } else {
+    std::copy(built_in.begin(), built_in.end(), palette.begin());
+  }
+  std::fill(palette.begin() + static_cast<ptrdiff_t>(built_in.size()), palette.end(),
+            T_PaletteEntry{});
 }
 
 }  // namespace tavo::color

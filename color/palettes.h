@@ -12,4 +12,11 @@ namespace tavo::color {
 // 3-3-2 cube with blue in the low bits (8). Empty for every other depth.
 std::span<const T_PaletteEntry> builtin_palette(int32_t depth);
 
+// The palette that pictures are reduced to when nothing else is asked: the built-in one of the
+// depth (1, 4, 8), or, for grey pictures, an even ramp from black to white.
+void fixed_palette(int32_t depth, bool is_gray, std::span<T_PaletteEntry, 256> palette);
+
+// Even steps of grey from black to white; the last entry is white.
+void fill_gray_ramp(std::span<T_PaletteEntry> palette);
+
 }  // namespace tavo::color

@@ -43,7 +43,7 @@ static_assert(sizeof(FILEINFO) == 128);
 static_assert(sizeof(T_BitmapInfo) == 1064);
 static_assert(sizeof(T_TIFFOption) == 144);
 
-constexpr uint32_t kStorageFlags = 0x0000FFFFu;   // the bits that init clears
+constexpr uint32_t kStorageFlags = 0x0000FFFFu;  // the bits that init clears
 constexpr uint32_t kOtherStorage = 0x0004u | 0x0008u;
 constexpr uint32_t kRequestMemory = 1;
 constexpr uint32_t kRequestNoStorage = 8;
@@ -51,8 +51,7 @@ constexpr uint32_t kSpareBytes = 16;  // behind the last row, so that row routin
 constexpr int32_t kDefaultResolution = 150;
 
 bool is_bitmap_depth(int32_t bits) {
-  return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 ||
-         bits == 32;
+  return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
 }
 
 int32_t resolution_or_default(int32_t wanted) { return wanted > 0 ? wanted : kDefaultResolution; }
@@ -90,8 +89,7 @@ Status allocate_nothing(BitmapHandle& bitmap) {
   bitmap.Flags |= T_FLAG_USER | T_FLAG_NO_STORAGE;
   bitmap.Handle = 0;
   reset_working_words(bitmap);
-  const bool known =
-      bitmap.StorageKind == 3 || bitmap.StorageKind == 4 || bitmap.StorageKind == 6;
+  const bool known = bitmap.StorageKind == 3 || bitmap.StorageKind == 4 || bitmap.StorageKind == 6;
   if (!known) return kNoMemory;
   bitmap.RowOffset = 0;
   bitmap.CurrentRow = 0;

@@ -119,9 +119,7 @@ void shift_row(std::span<uint8_t> row, uint32_t skip, uint32_t width, int32_t bi
     const uint32_t next = first + i + 1 < row.size() ? row[first + i + 1] : 0;
     row[i] = static_cast<uint8_t>((uint32_t{row[first + i]} << 8 | next) >> (8 - shift));
   }
-  const uint64_t used = uint64_t{width} * static_cast<uint32_t>(bits) % 8;
-  if (used != 0) row[bytes - 1] &= static_cast<uint8_t>(0xFF00u >> used);
-  std::fill(row.begin() + static_cast<ptrdiff_t>(bytes), row.end(), uint8_t{0});
+  clear_padding(row, static_cast<int32_t>(width), bits);
 }
 
 Status copy_rect_rows(BitmapHandle& dst, BitmapHandle& src, uint32_t x, uint32_t first_row) {
@@ -156,8 +154,8 @@ int32_t get_bitmap_row_col(BitmapHandle& bitmap, void* buffer, uint32_t row, uin
                 bytes);
 }
 
-int32_t put_bitmap_row_col(BitmapHandle& bitmap, const void* buffer, uint32_t row,
-                           uint32_t column, uint32_t bytes) {
+int32_t put_bitmap_row_col(BitmapHandle& bitmap, const void* buffer, uint32_t row, uint32_t column,
+                           uint32_t bytes) {
   move_cursor(bitmap, row);
   return put_at(bitmap, buffer, bitmap.RowOffset + column_offset(bitmap.BitsPerPixel, column),
                 bytes);
@@ -173,6 +171,13 @@ Status put_row(BitmapHandle& bitmap, uint32_t row, std::span<const uint8_t> from
   const int32_t put = put_bitmap_row(bitmap, from.data(), row, static_cast<uint32_t>(from.size()));
   if (put < 0) return Status{put};
   return static_cast<size_t>(put) == from.size() ? kOk : kWriteError;
+}
+
+void clear_padding(std::span<uint8_t> row, int32_t width, int32_t bits_per_pixel) {
+  const uint64_t bits = static_cast<uint64_t>(width) * static_cast<uint32_t>(bits_per_pixel);
+  const auto bytes = static_cast<size_t>((bits + 7) / 8);
+  if (bits % 8 != 0) row[bytes - 1] &= static_cast<uint8_t>(0xFF00u >> (bits % 8));
+  std::fill(row.begin() + static_cast<ptrdiff_t>(bytes), row.end(), uint8_t{0});
 }
 
 uintptr_t duplicate_palette(uintptr_t palette) {

@@ -14,8 +14,8 @@ int32_t get_bitmap_row(BitmapHandle& bitmap, void* buffer, uint32_t row, uint32_
 int32_t put_bitmap_row(BitmapHandle& bitmap, const void* buffer, uint32_t row, uint32_t bytes);
 int32_t get_bitmap_row_col(BitmapHandle& bitmap, void* buffer, uint32_t row, uint32_t column,
                            uint32_t bytes);
-int32_t put_bitmap_row_col(BitmapHandle& bitmap, const void* buffer, uint32_t row,
-                           uint32_t column, uint32_t bytes);
+int32_t put_bitmap_row_col(BitmapHandle& bitmap, const void* buffer, uint32_t row, uint32_t column,
+                           uint32_t bytes);
 
 // The same as a status; a short disk read is kReadError, a short write kWriteError.
 Status get_row(BitmapHandle& bitmap, uint32_t row, std::span<uint8_t> into);
@@ -25,6 +25,9 @@ Status put_row(BitmapHandle& bitmap, uint32_t row, std::span<const uint8_t> from
 inline uint32_t stored_row(const BitmapHandle& bitmap, uint32_t y) {
   return bitmap.ViewPerspective >= 2 ? static_cast<uint32_t>(bitmap.Height) - 1 - y : y;
 }
+
+// Zeroes what is behind the last of `width` pixels in a row, unused bits of its last byte included.
+void clear_padding(std::span<uint8_t> row, int32_t width, int32_t bits_per_pixel);
 
 Status copy_bitmap(BitmapHandle& dst, BitmapHandle& src);
 Status copy_bitmap_rect(BitmapHandle& dst, BitmapHandle& src, uint32_t x, uint32_t y,

@@ -458,6 +458,40 @@ T_API int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn
                                      const T_PaletteEntry* paletteIn,
                                      const T_PaletteEntry* paletteOut);
 
+/* ---- Colour reduction --------------------------------------------------------------------- */
+
+/* The painting palette of an indexed bitmap is the palette object GdiObjectA when there is one,
+ * otherwise the record's palette with Colors entries; an index beyond it is white. Everything
+ * below reads indexed pixels through it. */
+
+/* Opens a dithering pass: rows of `bitmap` become rows of palette indices.
+ * bitmap       needs no storage; its Width, BitsPerPixel (1, 4, 8, 16, 24 or 32), Order, painting
+ *              palette and DitherMethod are read now. The pass hangs from it until T_StopDithering;
+ *              one pass per bitmap, and a pass still open is lost, not freed
+ * palette      `colours` entries, copied; null: the built-in palette (black and white; 16 standard
+ *              colours; uniform 3-3-2). The same colours given as a palette have the same effect
+ * colours      1 to 256: up to 2 gives 1-bit rows, up to 16 4-bit rows, more 8-bit rows
+ * A colour takes the nearest palette entry of its class (the top five bits of each component). The
+ * built-in palettes take theirs by bits: white from grey level 128 on, grey being (2 red + 5 green
+ * + blue + 4) >> 3; of the 16 colours only black and the seven bright ones, by the top bit of each
+ * component; 3-3-2 by the top bits.
+ * Error diffusion runs from left to right in every row, in integers: shares of the error are added
+ * up per pixel and divided once. Rows that are grey in a palette of greys stay grey.
+ * T_OK, T_ERR_ARGUMENT (depth, colours, DitherMethod above 7, null bitmap), T_ERR_NO_MEMORY; after
+ * a failure there is no pass. */
+T_API int32_t T_CALL T_StartDithering(BitmapHandle* bitmap, const T_PaletteEntry* palette,
+                                      uint32_t colours);
+
+/* Dithers the next row.
+ * input    Width pixels in the bitmap's depth and order
+ * output   gets Width indices, the leftmost in the high bits; unused bits of the last byte keep
+ *          their values. May not overlap the input
+ * T_OK, or T_ERR_ARGUMENT without a pass or with a null pointer. */
+T_API int32_t T_CALL T_DitherLine(BitmapHandle* bitmap, const void* input, void* output);
+
+/* Closes the pass and frees what it holds. T_OK, also when there is none. */
+T_API int32_t T_CALL T_StopDithering(BitmapHandle* bitmap);
+
 /* ---- Formats ------------------------------------------------------------------------------ */
 
 /* Each format has a trio.

@@ -15,7 +15,7 @@ struct SaveRequest {
   int32_t format = 0;  // identifier: writers with variants look at it
   int32_t depth = 0;
   int32_t quality = 0;
-  int32_t mode = 1;    // compressed formats: 1, or 2 for their always-24-bit twins
+  int32_t mode = 1;  // compressed formats: 1, or 2 for their always-24-bit twins
   uint32_t flags = 0;
   bool direct = false;
   uint32_t extra = 0;

@@ -8,7 +8,7 @@ namespace tavo::io {
 
 namespace {
 
-constexpr int32_t kCreate = 0x8302;    // binary, create and truncate, read-write
+constexpr int32_t kCreate = 0x8302;  // binary, create and truncate, read-write
 constexpr int32_t kReadWrite = 0x8002;
 constexpr int32_t kExclusive = 128;
 constexpr size_t kBufferSize = 32768;

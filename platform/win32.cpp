@@ -193,8 +193,7 @@ uintptr_t create_palette(std::span<const T_PaletteEntry> entries) {
 uint32_t palette_entries(uintptr_t palette, uint32_t first, std::span<T_PaletteEntry> entries) {
   PALETTEENTRY found[256];
   const UINT wanted = entries.size() < 256 ? static_cast<UINT>(entries.size()) : 256;
-  const UINT count =
-      GetPaletteEntries(reinterpret_cast<HPALETTE>(palette), first, wanted, found);
+  const UINT count = GetPaletteEntries(reinterpret_cast<HPALETTE>(palette), first, wanted, found);
   for (UINT i = 0; i < count && i < wanted; ++i) {
     entries[i] = {found[i].peBlue, found[i].peGreen, found[i].peRed, 0};
   }
@@ -205,12 +204,8 @@ uint32_t palette_size(uintptr_t palette) {
   return GetPaletteEntries(reinterpret_cast<HPALETTE>(palette), 0, 0, nullptr);
 }
 
-int32_t delete_object(uintptr_t object) {
-  return DeleteObject(reinterpret_cast<HGDIOBJ>(object));
-}
+int32_t delete_object(uintptr_t object) { return DeleteObject(reinterpret_cast<HGDIOBJ>(object)); }
 
-ScreenSize screen_size() {
-  return {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-}
+ScreenSize screen_size() { return {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}; }
 
 }  // namespace tavo::platform

@@ -89,3 +89,53 @@ build_preset() {
   tail -n 5 "build/$preset.log"
   return 1
 }
+
+# Counted checks: check NAME COMMAND... prints one line, and what the command said when it fails;
+# finish_checks prints the sum and gives the exit status.
+passed=0
+failed=0
+
+check() {
+  local name=$1 output
+  shift
+  if output=$("$@" 2>&1); then
+    echo "ok: $name"
+    passed=$((passed + 1))
+  else
+    echo "FAILED: $name"
+    grep -aE 'ERROR: |runtime error|^SUMMARY' <<< "$output" | head -n 5
+    tail -n 15 <<< "$output"
+    failed=$((failed + 1))
+  fi
+}
+
+finish_checks() {
+  echo "$passed passed, $failed failed"
+  [ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]
+}
+
+# Wine with a Windows folder of its own under build/, made on first use.
+wine_packages='wine wine32:i386'
+export WINEPREFIX=$root/build/wine WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+start_wine() {
+  [ -e "$WINEPREFIX/system.reg" ] && return
+  mkdir -p build
+  wineboot --init > build/wine.log 2>&1 < /dev/null && wineserver --wait
+}
+
+# The sanitizers of the asan and fuzz presets: stop at the first fault, refuse huge blocks as an
+# allocator may.
+export ASAN_OPTIONS=allocator_may_return_null=1:detect_stack_use_after_return=1:strict_string_checks=1
+export UBSAN_OPTIONS=print_stacktrace=1
+
+# fuzz_target TARGET SECONDS CORPUS: runs a built target from its seeds and its former crashes. What
+# it learns goes to the folder CORPUS, an input that fails to build/fuzz/crashes.
+fuzz_target() {
+  local name=${1#fuzz_} folders=() folder
+  mkdir -p "$3" build/fuzz/crashes
+  for folder in "fuzz/seeds/$name" "fuzz/regressions/$name"; do
+    [ -d "$folder" ] && folders+=("$folder")
+  done
+  "build/fuzz/fuzz/$1" -max_total_time="$2" -timeout=10 -print_final_stats=1 -verbosity=0 \
+    -artifact_prefix="build/fuzz/crashes/$name-" "$3" "${folders[@]}"
+}

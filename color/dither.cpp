@@ -1,0 +1,212 @@
+#include "color/dither.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "color/dither_pass.h"
+#include "color/gray.h"
+#include "color/paint_palette.h"
+#include "color/palettes.h"
+#include "platform/platform.h"
+
+namespace tavo::color {
+
+namespace {
+
+DitherPass* pass_of(const BitmapHandle& bitmap) {
+  return static_cast<DitherPass*>(bitmap.DitherState);
+}
+
+void destroy(DitherPass* pass) {
+  if (pass == nullptr) return;
+  pass->~DitherPass();
+  platform::free_fixed(pass);
+}
+
+bool is_input_depth(int32_t bits) {
+  return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+}
+
+Mapping fixed_mapping(int32_t depth) {
+  return depth == 1 ? Mapping::kBlackWhite : depth == 4 ? Mapping::kSixteen : Mapping::kCube;
+}
+
+// Chooses the mapping and takes the palette over.
+Status set_palette(DitherPass& pass, const T_PaletteEntry* palette, uint32_t* inverse_table) {
+  const T_PaletteEntry* builtin = builtin_palette(pass.depth_out).data();
+  const T_PaletteEntry* used = palette != nullptr ? palette : builtin;
+  const size_t bytes = pass.count * sizeof(T_PaletteEntry);
+  if (inverse_table != nullptr) {
+    pass.mapping = Mapping::kCallerTable;
+    pass.inverse = inverse_table;
+  } else if (std::memcmp(used, builtin, bytes) == 0) {
+    pass.mapping = fixed_mapping(pass.depth_out);
+  } else {
+    pass.mapping = Mapping::kOwnTable;
+    TRY(pass.own_inverse.allocate(kColorClasses));
+    pass.inverse = pass.own_inverse.data();
+  }
+  std::memcpy(pass.palette, used, bytes);
+  return kOk;
+}
+
+// The palette's own colours need no search; the first entry of a class wins.
+void seed_table(DitherPass& pass) {
+  for (uint32_t i = 0; i < pass.count; ++i) {
+    const T_PaletteEntry& entry = pass.palette[i];
+    uint32_t& slot = pass.inverse[color_class(entry.Red, entry.Green, entry.Blue)];
+    if (slot == 0) slot = i + 1;
+  }
+}
+
+// Whether rows and palette are grey throughout, so that the channels' errors stay equal.
+bool is_gray_pass(const DitherPass& pass) {
+  if (pass.depth_in > 8) return false;
+  const auto used = std::span(pass.input_palette).first(1u << pass.depth_in);
+  return is_gray(used) && is_gray(std::span<const T_PaletteEntry>(pass.palette));
+}
+
+// Whether the fixed palette is complete, so that each channel's value follows from its own bits.
+bool is_separable(const DitherPass& pass) {
+  return (pass.mapping == Mapping::kSixteen && pass.count == 16) ||
+         (pass.mapping == Mapping::kCube && pass.count == 256);
+}
+
+// What a grey level that is dithered becomes: a choice, see DitherPass::choices.
+uint32_t choose_gray(DitherPass& pass, uint32_t level) {
+  if (pass.mapping == Mapping::kBlackWhite) return pass.choice_of(level >> 7);
+  return pass.choose(color_class(level, level, level));
+}
+
+// Channel `c`'s (0 red) share in a choice of a separable palette for the component `value`.
+uint32_t choose_component(const DitherPass& pass, uint32_t c, uint32_t value) {
+  const uint32_t red = c == 0 ? value : 0;
+  const uint32_t green = c == 1 ? value : 0;
+  const uint32_t blue = c == 2 ? value : 0;
+  return pass.choice_of(pass.mapping == Mapping::kCube ? cube_index(red, green, blue)
+                                                       : sixteen_index(red, green, blue));
+}
+
+void fill_separate(DitherPass& pass) {
+  for (uint32_t c = 0; c < pass.channels; ++c) {
+    for (uint32_t i = 0; i < kSums; ++i) {
+      const int32_t value = std::clamp(static_cast<int32_t>(i) + kLeastSum, 0, 255);
+      const auto level = static_cast<uint32_t>(value);
+      const uint32_t choice =
+          pass.is_gray ? choose_gray(pass, level) : choose_component(pass, c, level);
+      const auto chosen = static_cast<int32_t>(choice >> (16 - 8 * c) & 255);
+      pass.separate[c * kSums + i] = {static_cast<int16_t>(value - chosen),
+                                      static_cast<uint16_t>(choice >> 24)};
+    }
+  }
+}
+
+// Every mapping looks classes up but those that a few operations make.
+Status prepare_choices(DitherPass& pass) {
+  const bool is_computed = pass.mapping == Mapping::kBlackWhite || !is_diffusion(pass.method) ||
+                           is_separable(pass);
+  if (pass.inverse == nullptr && is_computed) return kOk;
+  TRY(pass.choices.allocate(kColorClasses));
+  pass.unknown = (pass.choice_of(0) & 0xFFFFFF) ^ 1;  // entry 0 has another colour
+  std::ranges::fill(pass.choices.items(), pass.unknown);
+  return kOk;
+}
+
+Status prepare_diffusion(DitherPass& pass) {
+  const Diffusion& diffusion = pass.diffusion();
+  pass.is_gray = is_gray_pass(pass);
+  pass.channels = pass.is_gray ? 1 : 3;
+  pass.error_row_length = (static_cast<size_t>(pass.width) + 2 * diffusion.reach) * pass.channels;
+  TRY(pass.errors.allocate(static_cast<uint64_t>(pass.error_row_length) * diffusion.rows));
+  TRY(prepare_choices(pass));
+  if (pass.is_gray || is_separable(pass)) {
+    TRY(pass.separate.allocate(kSums * pass.channels));
+    fill_separate(pass);
+  }
+  return kOk;
+}
+
+Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntry* palette,
+               uint32_t count, uint32_t* inverse_table) {
+  if (!is_input_depth(bitmap.BitsPerPixel)) return kBadArgument;
+  if (count == 0 || count > 256) return kBadArgument;
+  pass.width = static_cast<uint32_t>(std::max(bitmap.Width, 0));
+  pass.depth_in = bitmap.BitsPerPixel;
+  pass.order = bitmap.Order;
+  pass.depth_out = index_depth(count);
+  pass.count = count;
+  TRY(set_palette(pass, palette, inverse_table));
+  pass.method = bitmap.DitherMethod;
+  if (pass.method > T_DITHER_ORDERED) return kBadArgument;
+
+  if (pass.depth_in <= 8) {
+    std::ranges::copy(PaintPalette(bitmap).entries, pass.input_palette);
+  }
+  if (pass.inverse != nullptr) {
+    pass.nearest.start(std::span<const T_PaletteEntry>(pass.palette).first(count));
+    seed_table(pass);
+  }
+  return is_diffusion(pass.method) ? prepare_diffusion(pass) : prepare_choices(pass);
+}
+
+}  // namespace
+
+uint32_t DitherPass::learn(uint32_t color_class) {
+  const uint32_t red = color_class >> 10 << 3;
+  const uint32_t green = (color_class >> 5 & 31) << 3;
+  const uint32_t blue = (color_class & 31) << 3;
+  uint32_t index = 0;
+  if (mapping == Mapping::kSixteen) {
+    index = sixteen_index(red, green, blue);
+  } else if (mapping == Mapping::kCube) {
+    index = cube_index(red, green, blue);
+  } else {
+    uint32_t& slot = inverse[color_class];
+    if (slot == 0) slot = 1 + nearest.find(red, green, blue);
+    index = (slot - 1) & 255;
+  }
+  return choices[color_class] = choice_of(index);
+}
+
+Status start_pass(BitmapHandle& bitmap, const T_PaletteEntry* palette, uint32_t count,
+                  uint32_t* inverse_table) {
+  void* block = platform::allocate_fixed(sizeof(DitherPass));
+  if (block == nullptr) return kNoMemory;
+  auto* pass = new (block) DitherPass;
+  const Status status = prepare(*pass, bitmap, palette, count, inverse_table);
+  if (!status.ok()) {
+    destroy(pass);
+    return status;
+  }
+  bitmap.DitherState = pass;
+  return kOk;
+}
+
+Status dither_rows(BitmapHandle& bitmap, const uint8_t* rows, size_t stride, uint8_t* out,
+                   size_t out_stride, uint32_t count) {
+  DitherPass* pass = pass_of(bitmap);
+  if (pass == nullptr) return kBadArgument;
+  for (uint32_t i = 0; i < count; ++i) {
+    const uint8_t* row = rows + i * stride;
+    if (is_diffusion(pass->method)) {
+      diffuse_row(*pass, row, out + i * out_stride);
+    } else {
+      map_row(*pass, row, out + i * out_stride, pass->row_counter);
+    }
+    ++pass->row_counter;
+  }
+  return kOk;
+}
+
+void stop_pass(BitmapHandle& bitmap) {
+  destroy(pass_of(bitmap));
+  bitmap.DitherState = nullptr;
+}
+
+int32_t pass_depth(const BitmapHandle& bitmap) {
+  const DitherPass* pass = pass_of(bitmap);
+  return pass != nullptr ? pass->depth_out : 0;
+}
+
+}  // namespace tavo::color

@@ -1,0 +1,194 @@
+// Error diffusion one row at a time.
+//
+// The errors of earlier rows are known before the row begins, so a piece of it has their shares
+// added up first, many pixels at once; what remains of the chain from pixel to pixel is short.
+#include <algorithm>
+#include <cstring>
+
+#include "color/dither_pass.h"
+#include "color/gray.h"
+
+namespace tavo::color {
+
+namespace {
+
+constexpr uint32_t kPiece = 512;  // pixels
+
+// The errors of the last two pixels, by channel.
+struct Carried {
+  int32_t last[3] = {};
+  int32_t before[3] = {};
+};
+
+struct Piece {
+  Pixels pixels;        // of the first pixel on
+  const int32_t* sums;  // interleaved by channel: what the rows above give
+  int16_t* errors;      // interleaved by channel: what this row leaves
+  uint8_t* indices;
+  uint32_t count;
+};
+
+// Floyd-Steinberg has the shortest chain; the other filters share one that reads its weights.
+struct FloydSteinberg {
+  explicit FloydSteinberg(const Diffusion&) {}
+  int32_t carry(int32_t sum, int32_t last, int32_t) const { return (sum + 7 * last) / 16; }
+};
+
+struct AnyFilter {
+  explicit AnyFilter(const Diffusion& d)
+      : right1(d.right1), right2(d.right2), reciprocal(d.reciprocal), shift(d.shift) {}
+  int32_t carry(int32_t sum, int32_t last, int32_t before) const {
+    return divide(sum + right1 * last + right2 * before, reciprocal, shift);
+  }
+  int32_t right1, right2;
+  uint32_t reciprocal;
+  int32_t shift;
+};
+
+// The mappings of DitherPass::separate.
+template <uint32_t kChannels, class Filter>
+void diffuse_separate(const DitherPass& pass, const Filter& filter, const Piece& piece,
+                      Carried& carried) {
+  const ChannelChoice* tables = pass.separate.data() - kLeastSum;
+  const uint32_t offsets[3] = {piece.pixels.red, piece.pixels.green, piece.pixels.blue};
+  const uint8_t* at = piece.pixels.bytes;
+  const uint32_t step = piece.pixels.step;
+  Carried now = carried;
+  for (uint32_t i = 0; i < piece.count; ++i, at += step) {
+    uint32_t index = 0;
+    for (uint32_t c = 0; c < kChannels; ++c) {
+      const int32_t carry = filter.carry(piece.sums[kChannels * i + c], now.last[c], now.before[c]);
+      const ChannelChoice choice =
+          tables[static_cast<ptrdiff_t>(c * kSums) + at[offsets[c]] + carry];
+      now.before[c] = now.last[c];
+      now.last[c] = choice.error;
+      piece.errors[kChannels * i + c] = choice.error;
+      index += choice.part;
+    }
+    piece.indices[i] = static_cast<uint8_t>(index);
+  }
+  carried = now;
+}
+
+// The standard colours' parts are 0 or 8 + bit: one 8 is meant, however many channels are bright.
+void merge_sixteen(uint8_t* indices, uint32_t count) {
+  // 0, 9, 10, 12 and their sums: the low three bits are right as they stand.
+  for (uint32_t i = 0; i < count; ++i) {
+    indices[i] = static_cast<uint8_t>((indices[i] & 7) | (indices[i] != 0 ? 8 : 0));
+  }
+}
+
+struct ByClass {
+  DitherPass& pass;
+  uint32_t operator()(uint32_t red, uint32_t green, uint32_t blue) const {
+    return pass.choose(color_class(red, green, blue));
+  }
+};
+
+struct ByThreshold {
+  explicit ByThreshold(const DitherPass& pass)
+      : dark(pass.choice_of(0)), bright(pass.choice_of(1)) {}
+  uint32_t operator()(uint32_t red, uint32_t green, uint32_t blue) const {
+    return gray_level(red, green, blue) >= 128 ? bright : dark;
+  }
+  uint32_t dark, bright;
+};
+
+// The mappings that look at the three channels together.
+template <class Filter, class Choose>
+void diffuse_joint(const Choose& choose, const Filter& filter, const Piece& piece,
+                   Carried& carried) {
+  const uint32_t offsets[3] = {piece.pixels.red, piece.pixels.green, piece.pixels.blue};
+  const uint8_t* at = piece.pixels.bytes;
+  const uint32_t step = piece.pixels.step;
+  Carried now = carried;
+  for (uint32_t i = 0; i < piece.count; ++i, at += step) {
+    int32_t value[3];
+    for (uint32_t c = 0; c < 3; ++c) {
+      const int32_t carry = filter.carry(piece.sums[3 * i + c], now.last[c], now.before[c]);
+      value[c] = std::clamp(at[offsets[c]] + carry, 0, 255);
+    }
+    const uint32_t choice = choose(static_cast<uint32_t>(value[0]), static_cast<uint32_t>(value[1]),
+                                   static_cast<uint32_t>(value[2]));
+    for (uint32_t c = 0; c < 3; ++c) {
+      now.before[c] = now.last[c];
+      now.last[c] = value[c] - static_cast<int32_t>(choice >> (16 - 8 * c) & 255);
+      piece.errors[3 * i + c] = static_cast<int16_t>(now.last[c]);
+    }
+    piece.indices[i] = static_cast<uint8_t>(choice >> 24);
+  }
+  carried = now;
+}
+
+template <class Filter>
+void diffuse_piece(DitherPass& pass, const Piece& piece, Carried& carried) {
+  const Filter filter(pass.diffusion());
+  if (pass.is_gray) {
+    diffuse_separate<1>(pass, filter, piece, carried);
+  } else if (pass.separate.size() != 0) {
+    diffuse_separate<3>(pass, filter, piece, carried);
+    if (pass.mapping == Mapping::kSixteen) merge_sixteen(piece.indices, piece.count);
+  } else if (pass.mapping == Mapping::kBlackWhite) {
+    diffuse_joint(ByThreshold(pass), filter, piece, carried);
+  } else {
+    diffuse_joint(ByClass{pass}, filter, piece, carried);
+  }
+}
+
+// What the rows above give to `n` pixels from pixel x on.
+void sum_taps(DitherPass& pass, uint32_t x, uint32_t n, int32_t* sums) {
+  const Diffusion& diffusion = pass.diffusion();
+  const size_t count = static_cast<size_t>(n) * pass.channels;
+  std::fill_n(sums, count, 0);
+  for (uint32_t t = 0; t < diffusion.tap_count; ++t) {
+    const Tap tap = diffusion.taps[t];
+    const auto first = static_cast<ptrdiff_t>(x) - tap.dx;
+    const int16_t* from = pass.error_row(static_cast<uint32_t>(tap.row)) +
+                          first * static_cast<ptrdiff_t>(pass.channels);
+    for (size_t i = 0; i < count; ++i) sums[i] += tap.weight * from[i];
+  }
+}
+
+}  // namespace
+
+void diffuse_row(DitherPass& pass, const uint8_t* row, uint8_t* out) {
+  alignas(16) uint8_t bytes[3 * kPiece];
+  alignas(16) int32_t sums[3 * kPiece];
+  alignas(16) int16_t errors[2][3 * kPiece];
+  uint8_t indices[kPiece];
+  const bool is_floyd_steinberg = pass.method == T_DITHER_FLOYD_STEINBERG;
+  Piece piece = {pixel_layout(pass), sums, nullptr, indices, 0};
+  Carried carried;
+
+  // The row's errors replace those of the oldest row, each piece of them only when the sums of
+  // the next piece, which reach back into this one, have been made.
+  int16_t* kept = pass.error_row(pass.diffusion().rows);
+  uint32_t pending = 0;
+  for (uint32_t x = 0, turn = 0; x < pass.width; x += kPiece, turn ^= 1) {
+    piece.count = std::min(kPiece, pass.width - x);
+    sum_taps(pass, x, piece.count, sums);
+    const size_t pending_values = static_cast<size_t>(pending) * pass.channels;
+    std::copy_n(errors[turn ^ 1], pending_values,
+                kept + static_cast<size_t>(x) * pass.channels - pending_values);
+    if (is_read_in_place(pass)) {
+      piece.pixels.bytes = row + static_cast<size_t>(x) * piece.pixels.step;
+    } else {
+      pass.is_gray ? read_gray(pass, row, x, piece.count, bytes)
+                   : read_rgb(pass, row, x, piece.count, bytes);
+      piece.pixels.bytes = bytes;
+    }
+    piece.errors = errors[turn];
+    is_floyd_steinberg ? diffuse_piece<FloydSteinberg>(pass, piece, carried)
+                       : diffuse_piece<AnyFilter>(pass, piece, carried);
+    write_indices(out, x, {indices, piece.count}, pass.depth_out);
+    pending = piece.count;
+    if (pass.width - x <= kPiece) {
+      std::copy_n(piece.errors, static_cast<size_t>(pending) * pass.channels,
+                  kept + static_cast<size_t>(x) * pass.channels);
+      break;
+    }
+  }
+  pass.newest = (pass.newest + 1) % pass.diffusion().rows;
+}
+
+}  // namespace tavo::color

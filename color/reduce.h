@@ -1,0 +1,21 @@
+// Whole bitmaps to another depth.
+#pragma once
+
+#include <cstdint>
+
+#include "base/status.h"
+#include "tavo45.h"
+
+namespace tavo::color {
+
+// Where the palette of a picture of 8 bits or less comes from.
+enum class PaletteType : int32_t { kOptimized = 1, kFixed = 2, kGiven = 3, kNone = 4 };
+
+// T_ColorResolution: brings `bitmap` to `depth`. On failure it is as it was.
+Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
+                        const T_PaletteEntry* palette, uint32_t colors);
+
+// T_GrayScaleBitmap: 8 bits, a ramp palette, the grey mark. On failure the bitmap is as it was.
+Status gray_scale_bitmap(BitmapHandle& bitmap);
+
+}  // namespace tavo::color

@@ -1,0 +1,17 @@
+// The BMP trio.
+#include "formats/bmp.h"
+#include "pipeline/load.h"
+#include "tavo45.h"
+
+int32_t T_CALL T_LoadBMPFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                             int32_t bitsPerPixel, void* context) {
+  return tavo::bmp::read(name, bitmap, sink, bitsPerPixel, context).code();
+}
+
+int32_t T_CALL T_LoadBMPBitmap(const char* name, BitmapHandle* bitmap) {
+  return tavo::pipeline::load_picture(name, *bitmap, tavo::bmp::read).code();
+}
+
+int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {
+  return T_SaveBitmap(name, bitmap, T_FORMAT_BMP, bitsPerPixel, 0);
+}

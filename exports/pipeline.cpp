@@ -1,0 +1,96 @@
+// Identification, loading and saving of files of any format.
+#include "io/file_table.h"
+#include "pipeline/identify.h"
+#include "pipeline/load.h"
+#include "pipeline/registry.h"
+#include "pipeline/save.h"
+#include "tavo45.h"
+
+#include <cstring>
+
+using namespace tavo;
+
+namespace {
+
+// Names of memory loads are addresses.
+const char* as_name(const void* address) { return static_cast<const char*>(address); }
+
+template <size_t kSize>
+void copy_text(char (&to)[kSize], const char* from) {
+  std::strncpy(to, from, kSize - 1);
+  to[kSize - 1] = 0;
+}
+
+}  // namespace
+
+int32_t T_CALL T_FileInfo(const char* name, FILEINFO* info) {
+  if (info == nullptr) return T_ERR_ARGUMENT;
+  return pipeline::identify(name, *info).code();
+}
+
+int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t size) {
+  const io::MemoryFileScope memory(address, size);
+  return T_FileInfo(as_name(address), info);
+}
+
+int32_t T_CALL T_LoadFile(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
+                          int32_t order, uint32_t flags, T_RowSink callback, void* userData) {
+  const pipeline::LoadRequest request{bitsPerPixel, order, flags, callback, userData};
+  return pipeline::load(name, *target, request).code();
+}
+
+int32_t T_CALL T_LoadMemory(const void* address, BitmapHandle* target, int32_t bitsPerPixel,
+                            int32_t order, uint32_t flags, T_RowSink callback, void* userData,
+                            uint32_t size) {
+  const io::MemoryFileScope memory(address, size);
+  return T_LoadFile(as_name(address), target, bitsPerPixel, order, flags, callback, userData);
+}
+
+int32_t T_CALL T_LoadBitmap(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
+                            int32_t order) {
+  return T_LoadFile(name, target, bitsPerPixel, order, T_LOAD_ALLOCATE | T_LOAD_ACCESS, nullptr,
+                    nullptr);
+}
+
+int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* target, int32_t bitsPerPixel,
+                                  int32_t order, uint32_t size) {
+  const io::MemoryFileScope memory(address, size);
+  return T_LoadBitmap(as_name(address), target, bitsPerPixel, order);
+}
+
+int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowCount,
+                            void* context) {
+  return pipeline::load_sink(source, rows, rowCount, context);
+}
+
+int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
+                          int32_t bitsPerPixel, int32_t quality, uint32_t flags, uint32_t direct,
+                          uint32_t extra) {
+  const pipeline::SaveOptions options{format, bitsPerPixel, quality, flags, direct != 0, extra};
+  return pipeline::save(name, *bitmap, options).code();
+}
+
+int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_t format,
+                            int32_t bitsPerPixel, int32_t quality) {
+  return T_SaveFile(name, bitmap, format, bitsPerPixel, quality, 0, 0, 0);
+}
+
+int32_t T_CALL T_ConvertFile(const char* source, const char* destination, int32_t format,
+                             int32_t bitsPerPixel, int32_t quality) {
+  return pipeline::convert_file(source, destination, format, bitsPerPixel, quality).code();
+}
+
+int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format) {
+  if (format == nullptr) return T_ERR_ARGUMENT;
+  if (index >= pipeline::formats().size()) return T_ERR_FORMAT;
+  const pipeline::FormatRow& row = pipeline::formats()[index];
+  *format = {};
+  format->Id = row.id;
+  format->CanRead = row.read != nullptr || row.read_picture != nullptr;
+  format->CanWrite = row.write != nullptr;
+  format->WriteDepths = row.write_depths;
+  copy_text(format->Name, row.name);
+  copy_text(format->Description, row.description);
+  copy_text(format->Extensions, row.extensions);
+  return T_OK;
+}

@@ -1,0 +1,7 @@
+#include "exports/shared.h"
+
+namespace tavo::exports {
+
+Shared shared;
+
+}  // namespace tavo::exports

@@ -1,0 +1,18 @@
+// What several calls of the exports share: nothing below this layer keeps state between calls.
+#pragma once
+
+#include <atomic>
+
+#include "color/convert.h"
+
+namespace tavo::exports {
+
+struct Shared {
+  // Keeps what it has learnt about the output palette from one row to the next.
+  color::RowConverter converter;
+  std::atomic_flag converter_in_use;
+};
+
+extern Shared shared;
+
+}  // namespace tavo::exports

@@ -1,0 +1,228 @@
+#include "formats/bmp.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+#include "base/byte_source.h"
+#include "base/endian.h"
+#include "color/widen.h"
+#include "core/bitmap.h"
+#include "core/notice.h"
+#include "formats/bmp_fields.h"
+#include "formats/bmp_header.h"
+#include "formats/bmp_rle.h"
+#include "io/output_file.h"
+#include "process/row_delivery.h"
+#include "process/row_fetch.h"
+
+namespace tavo::bmp {
+
+namespace {
+
+using process::RowDelivery;
+
+Status read_headers(io::InputFile& file, Header& header) {
+  std::array<uint8_t, kLargestHeader> bytes;
+  size_t got = 0;
+  if (!file.read_up_to({bytes.data(), kFileHeaderSize + kCoreHeaderSize}, got).ok()) {
+    return kBadData;
+  }
+  if (got < kFileHeaderSize + kCoreHeaderSize) return kBadData;
+  if (load_le32(bytes.data() + kFileHeaderSize) != kCoreHeaderSize) {
+    // The longer header is read anew, whole.
+    TRY(file.seek(0));
+    if (!file.read_up_to(bytes, got).ok()) return kBadData;
+  }
+  return parse_header({bytes.data(), got}, header);
+}
+
+Status read_palette(io::InputFile& file, const Header& header, T_PaletteEntry (&palette)[256]) {
+  if (header.palette_entries == 0) return kOk;
+  TRY(file.seek(header.palette_offset));
+  std::array<uint8_t, 256 * 4> bytes;
+  const size_t entry_size = header.is_os2 ? 3 : 4;
+  TRY(file.read({bytes.data(), header.palette_entries * entry_size}));
+  for (uint32_t i = 0; i < header.palette_entries; ++i) {
+    const uint8_t* entry = bytes.data() + i * entry_size;
+    palette[i] = {entry[0], entry[1], entry[2], 0};
+  }
+  return kOk;
+}
+
+// Rows that bitmaps hold as files do: whole batches per read.
+Status read_plain_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
+  auto left = static_cast<uint32_t>(header.height);
+  while (left > 0) {
+    uint32_t count = 0;
+    const std::span<uint8_t> room = rows.next_rows(left, count);
+    size_t got = 0;
+    TRY(file.read_up_to(room, got));
+    if (got < room.size()) {
+      TRY(rows.commit(static_cast<uint32_t>(got / rows.source_line())));
+      return rows.finish_early(kReadError);
+    }
+    TRY(rows.commit(count));
+    left -= count;
+  }
+  return rows.finish();
+}
+
+// 16-bit words without masks may carry a mark in the spare bit.
+void clear_spare_bits(uint8_t* row, int32_t width) {
+  for (int32_t x = 0; x < width; ++x) row[2 * x + 1] &= 0x7F;
+}
+
+// Rows that need a change of their pixels on the way.
+Status read_changed_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
+  ByteSource bytes(file);
+  TRY(bytes.start());
+  Buffer line;
+  const uint32_t line_bytes = core::bytes_per_line(header.width, header.pixel_bits);
+  TRY(line.allocate(line_bytes));
+  const FieldConverter fields(header);
+  for (int32_t y = 0; y < header.height; ++y) {
+    if (!bytes.read(line.bytes()).ok()) return rows.finish_early(kReadError);
+    const std::span<uint8_t> row = rows.next_row();
+    if (header.has_masks) {
+      fields.convert(line.data(), row.data(), header.width);
+    } else {
+      std::memcpy(row.data(), line.data(), line_bytes);
+      if (header.pixel_bits == 2) color::widen_2_to_4(row.data(), header.width);
+      if (header.pixel_bits == 16) clear_spare_bits(row.data(), header.width);
+    }
+    TRY(rows.commit());
+  }
+  return rows.finish();
+}
+
+Status read_coded_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  const uint64_t decoded = uint64_t{rows.source_line()} * static_cast<uint32_t>(header.height);
+  if (!process::is_plausible_size(decoded, file_bytes)) return kBadData;
+  ByteSource bytes(file);
+  TRY(bytes.start());
+  RleDecoder decoder(bytes, header.coding, header.width);
+  for (int32_t y = 0; y < header.height; ++y) {
+    const Status status = decoder.decode_row(rows.next_row());
+    TRY(rows.commit());  // of a cut row, what there is
+    if (!status.ok()) return rows.finish_early(status);
+  }
+  return rows.finish();
+}
+
+}  // namespace
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Header header;
+  TRY(parse_header(input.head.first(std::min(input.head.size(), kLargestHeader)), header));
+  process::describe(describe(header), header.is_os2 ? T_FORMAT_BMP_OS2 : T_FORMAT_BMP,
+                    header.coding == Coding::kNone ? "None" : "Run Length", info);
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  TRY(file.open(name));
+  Header header;
+  TRY(read_headers(file, header));
+  process::SourcePicture picture = describe(header);
+  TRY(read_palette(file, header, picture.palette));
+  TRY(file.seek(header.data_offset));
+
+  RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+  if (header.coding != Coding::kNone) return read_coded_rows(file, header, rows);
+  const bool changes = header.has_masks || header.pixel_bits == 2 || header.pixel_bits == 16;
+  return changes ? read_changed_rows(file, header, rows) : read_plain_rows(file, header, rows);
+}
+
+namespace {
+
+// Dots per inch as dots per metre, rounded to nearest.
+uint32_t per_meter(int32_t per_inch) {
+  return static_cast<uint32_t>((int64_t{per_inch} * 10000 + 127) / 254);
+}
+
+Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
+                     uint32_t row_bytes, bool is_os2) {
+  const uint32_t entries = depth <= 8 ? 1u << depth : 0;
+  const uint32_t entry_size = is_os2 ? 3 : 4;
+  const auto info_size = static_cast<uint32_t>(is_os2 ? kCoreHeaderSize : kInfoHeaderSize);
+  const auto data_offset =
+      static_cast<uint32_t>(kFileHeaderSize) + info_size + entries * entry_size;
+  const uint32_t image_size = row_bytes * static_cast<uint32_t>(bitmap.Height);
+
+  std::array<uint8_t, kFileHeaderSize + kInfoHeaderSize> bytes = {'B', 'M'};
+  store_le32(&bytes[2], data_offset + image_size);
+  store_le32(&bytes[10], data_offset);
+  store_le32(&bytes[14], info_size);
+  if (is_os2) {
+    store_le16(&bytes[18], static_cast<uint16_t>(bitmap.Width));
+    store_le16(&bytes[20], static_cast<uint16_t>(bitmap.Height));
+    store_le16(&bytes[22], 1);
+    store_le16(&bytes[24], static_cast<uint16_t>(depth));
+  } else {
+    store_le32(&bytes[18], static_cast<uint32_t>(bitmap.Width));
+    store_le32(&bytes[22], static_cast<uint32_t>(bitmap.Height));
+    store_le16(&bytes[26], 1);
+    store_le16(&bytes[28], static_cast<uint16_t>(depth));
+    store_le32(&bytes[34], image_size);
+    store_le32(&bytes[38], per_meter(bitmap.XResolution));
+    store_le32(&bytes[42], per_meter(bitmap.YResolution));
+  }
+  TRY(file.write({bytes.data(), kFileHeaderSize + info_size}));
+  for (uint32_t i = 0; i < entries; ++i) {
+    const T_PaletteEntry& color = bitmap.Info.Palette[i];
+    const std::array<uint8_t, 4> entry = {color.Blue, color.Green, color.Red, 0};
+    TRY(file.write({entry.data(), entry_size}));
+  }
+  return kOk;
+}
+
+Status write_rows(io::OutputFile& file, BitmapHandle& bitmap, process::RowFetch& rows) {
+  constexpr uint32_t kPiece = 1 << 20;
+  const auto height = static_cast<uint32_t>(bitmap.Height);
+  const bool bottom_first = bitmap.ViewPerspective >= 2;
+  const uint32_t piece = std::max(1u, kPiece / rows.row_bytes());
+  for (uint32_t y = 0; y < height;) {
+    const uint32_t count = bottom_first ? std::min(piece, height - y) : 1;
+    const uint32_t first = bottom_first ? y : height - 1 - y;
+    std::span<const uint8_t> whole = rows.in_place(first, count);
+    if (!whole.empty()) {
+      TRY(file.write(whole));
+      TRY(rows.skip(count));
+      y += count;
+      continue;
+    }
+    std::span<uint8_t> row;
+    TRY(rows.stored(first, row));
+    TRY(file.write(row));
+    ++y;
+  }
+  return rows.finish();
+}
+
+}  // namespace
+
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
+  const int32_t depth = request.depth;
+  if (depth != 1 && depth != 4 && depth != 8 && depth != 24) return kBadDepth;
+  const bool is_os2 = request.format == T_FORMAT_BMP_OS2;
+  const bool fits_core_header = bitmap->Width <= UINT16_MAX && bitmap->Height <= UINT16_MAX;
+  if (is_os2 && !fits_core_header) return kBadSize;
+  process::RowFetch rows(*bitmap, depth, T_ORDER_BGR);
+  TRY(rows.start());
+  io::OutputFile file;
+  TRY(file.create(name));
+  TRY(write_headers(file, *bitmap, depth, rows.row_bytes(), is_os2));
+  TRY(write_rows(file, *bitmap, rows));
+  return file.finish();
+}
+
+}  // namespace tavo::bmp

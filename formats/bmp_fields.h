@@ -1,0 +1,36 @@
+// Pixels whose channels are where a header's masks say.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "formats/bmp.h"
+
+namespace tavo::bmp {
+
+// Turns rows of masked 16-bit pixels into 24 bits and of masked 32-bit pixels into 32 bits, blue
+// first; channels are scaled to 8 bits, rounded to nearest. Alpha goes to the fourth byte.
+class FieldConverter {
+ public:
+  explicit FieldConverter(const Header& header);
+
+  // `out` has room for the delivered row, which begins at the start of `in`'s buffer for 32 bits
+  // and may not overlap it for 16.
+  void convert(const uint8_t* in, uint8_t* out, int32_t width) const;
+
+ private:
+  struct Field {
+    Channel channel;
+    uint32_t max = 0;
+    // Levels of the channel's top 8 bits, for channels of up to 8 bits: their exact levels.
+    std::array<uint8_t, 256> level = {};
+
+    explicit Field(Channel from);
+    uint8_t read(uint32_t pixel) const;
+  };
+
+  int32_t pixel_bits_;
+  Field blue_, green_, red_, alpha_;
+};
+
+}  // namespace tavo::bmp

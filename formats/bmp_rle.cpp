@@ -1,0 +1,130 @@
+#include "formats/bmp_rle.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace tavo::bmp {
+
+namespace {
+
+constexpr uint32_t kEndOfLine = 0;
+constexpr uint32_t kEndOfBitmap = 1;
+constexpr uint32_t kDelta = 2;
+
+// Sets 4-bit pixels `first` to `first + count - 1` to the nibbles of `pair` in turn.
+void put_nibbles(uint8_t* row, uint32_t first, uint32_t count, uint8_t pair) {
+  uint32_t i = 0;
+  if (count != 0 && first % 2 != 0) {
+    row[first / 2] = static_cast<uint8_t>((row[first / 2] & 0xF0u) | pair >> 4);
+    pair = static_cast<uint8_t>(pair << 4 | pair >> 4);
+    i = 1;
+  }
+  const uint32_t whole = (count - i) / 2;
+  std::memset(row + (first + i) / 2, pair, whole);
+  i += whole * 2;
+  if (i < count) row[(first + i) / 2] = pair & 0xF0u;
+}
+
+void put_nibble(uint8_t* row, uint32_t x, uint32_t value) {
+  uint8_t& byte = row[x / 2];
+  byte = static_cast<uint8_t>(x % 2 == 0 ? value << 4 | (byte & 0x0Fu) : (byte & 0xF0u) | value);
+}
+
+}  // namespace
+
+void RleDecoder::put_run(uint8_t* row, uint32_t count, const uint8_t* value) {
+  count = std::min(count, width_ - x_);
+  if (coding_ == Coding::kRle8) {
+    std::memset(row + x_, *value, count);
+  } else if (coding_ == Coding::kRle4) {
+    put_nibbles(row, x_, count, *value);
+  } else {
+    for (uint32_t i = 0; i < count; ++i) std::memcpy(row + size_t{3} * (x_ + i), value, 3);
+  }
+  x_ += count;
+}
+
+Status RleDecoder::put_literal(uint8_t* row, uint32_t count) {
+  std::array<uint8_t, 3 * 255 + 1> data;
+  const uint32_t size = coding_ == Coding::kRle8   ? count
+                        : coding_ == Coding::kRle4 ? (count + 1) / 2
+                                                   : count * 3;
+  // Padded to 16 bits. A missing last pad byte does no harm.
+  size_t got = 0;
+  TRY(bytes_.read_some({data.data(), size + size % 2}, got));
+  if (got < size) return kReadError;
+  count = std::min(count, width_ - x_);
+  if (coding_ == Coding::kRle4) {
+    for (uint32_t i = 0; i < count; ++i) {
+      put_nibble(row, x_ + i, i % 2 == 0 ? data[i / 2] >> 4 : data[i / 2] & 0x0Fu);
+    }
+  } else {
+    const size_t pixel_bytes = coding_ == Coding::kRle8 ? 1 : 3;
+    std::memcpy(row + x_ * pixel_bytes, data.data(), count * pixel_bytes);
+  }
+  x_ += count;
+  return kOk;
+}
+
+Status RleDecoder::move_by_delta(bool& row_done) {
+  const int dx = bytes_.get();
+  const int dy = bytes_.get();
+  if (dy < 0) return kReadError;
+  x_ = std::min(x_ + static_cast<uint32_t>(dx), width_);
+  if (dy > 0) {
+    blank_rows_ = static_cast<uint32_t>(dy) - 1;
+    row_done = true;
+  }
+  return kOk;
+}
+
+Status RleDecoder::escape(uint32_t code, uint8_t* row, bool& row_done) {
+  switch (code) {
+    case kEndOfLine:
+      x_ = 0;
+      row_done = true;
+      return kOk;
+    case kEndOfBitmap:
+      at_end_ = true;
+      row_done = true;
+      return kOk;
+    case kDelta:
+      return move_by_delta(row_done);
+    default:
+      return put_literal(row, code);
+  }
+}
+
+// Pairs until the row ends by a mark. A full row waits for its mark, too: most writers give one,
+// and some pictures carry on without it, which shows by pixels beyond the width.
+Status RleDecoder::decode_pairs(uint8_t* row) {
+  bool row_done = false;
+  while (!row_done) {
+    const int count = bytes_.get();
+    if (count < 0) return x_ == width_ ? kOk : kReadError;
+    if (count > 0) {
+      std::array<uint8_t, 3> value = {};
+      const size_t size = coding_ == Coding::kRle24 ? 3 : 1;
+      if (!bytes_.read({value.data(), size}).ok()) return kReadError;
+      put_run(row, static_cast<uint32_t>(count), value.data());
+      continue;
+    }
+    const int code = bytes_.get();
+    if (code < 0) return kReadError;
+    TRY(escape(static_cast<uint32_t>(code), row, row_done));
+  }
+  return kOk;
+}
+
+Status RleDecoder::decode_row(std::span<uint8_t> row) {
+  std::fill(row.begin(), row.end(), uint8_t{0});
+  if (at_end_) return kOk;
+  if (blank_rows_ > 0) {
+    --blank_rows_;
+    return kOk;
+  }
+  return decode_pairs(row.data());
+}
+
+}  // namespace tavo::bmp

@@ -1,0 +1,38 @@
+// The run-length codings of BMP files: RLE4, RLE8, and RLE24 of OS/2.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/byte_source.h"
+#include "formats/bmp.h"
+
+namespace tavo::bmp {
+
+// Decodes row after row. Pixels that the data skip are 0. Runs that pass the end of a row are cut
+// there. After an end-of-bitmap mark all rows are blank.
+class RleDecoder {
+ public:
+  RleDecoder(ByteSource& bytes, Coding coding, int32_t width)
+      : bytes_(bytes), coding_(coding), width_(static_cast<uint32_t>(width)) {}
+
+  // Fills `row`, which has room for the width. kReadError when the data end without a mark before
+  // the row has begun or in it; what there was of the row is in it then.
+  Status decode_row(std::span<uint8_t> row);
+
+ private:
+  Status decode_pairs(uint8_t* row);
+  Status escape(uint32_t code, uint8_t* row, bool& row_done);
+  void put_run(uint8_t* row, uint32_t count, const uint8_t* value);
+  Status put_literal(uint8_t* row, uint32_t count);
+  Status move_by_delta(bool& row_done);
+
+  ByteSource& bytes_;
+  Coding coding_;
+  uint32_t width_;
+  uint32_t x_ = 0;           // pixel of the row that comes next
+  uint32_t blank_rows_ = 0;  // rows that a delta skips
+  bool at_end_ = false;      // the end-of-bitmap mark has been seen
+};
+
+}  // namespace tavo::bmp

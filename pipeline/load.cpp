@@ -1,0 +1,246 @@
+#include "pipeline/load.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/buffer.h"
+#include "base/settings.h"
+#include "color/convert.h"
+#include "color/palettes.h"
+#include "color/widen.h"
+#include "core/bitmap.h"
+#include "core/notice.h"
+#include "core/rows.h"
+#include "pipeline/identify.h"
+#include "pipeline/registry.h"
+#include "pipeline/store_sink.h"
+#include "process/row_delivery.h"
+
+namespace tavo::pipeline {
+
+namespace {
+
+enum class Mode { kAsIs, kSwapOrder, kConvert, kDither, kMapToFixed };
+
+constexpr uint32_t kDescriptionFlags = T_FLAG_GRAY | T_FLAG_PALETTE | T_FLAG_INTERLACED;
+// Converted rows are handed on in pieces of about this many bytes.
+constexpr uint32_t kPieceBytes = 256 * 1024;
+
+Mode choose_mode(int32_t file_bits, int32_t target_bits, bool same_order, bool fixed) {
+  if (target_bits > 8) {
+    if (file_bits != target_bits) return Mode::kConvert;
+    return same_order ? Mode::kAsIs : Mode::kSwapOrder;
+  }
+  if (fixed) return file_bits < target_bits ? Mode::kMapToFixed : Mode::kDither;
+  if (file_bits > target_bits) return Mode::kDither;
+  return file_bits < target_bits ? Mode::kConvert : Mode::kAsIs;
+}
+
+// One load: the reader on one side, the target on the other.
+class Load {
+ public:
+  Load(BitmapHandle& target, const LoadRequest& request)
+      : target_(target), request_(request), store_(target) {}
+
+  Status run(const char* name);
+  Status take(const BitmapHandle& source, const uint8_t* rows, uint32_t count);
+
+ private:
+  Status set_up(const char* name);
+  Status allocate_buffers();
+  Status read(const char* name);
+  Status replay(const char* name);
+  Status describe_target(const BitmapHandle& source);
+  void choose_palette(const BitmapHandle& source);
+  Status convert_rows(const BitmapHandle& source, const uint8_t* rows, uint32_t count);
+  Status pass_on(const void* rows, uint32_t count);
+
+  FILEINFO info_ = {};
+  core::OwnedBitmap source_;
+  BitmapHandle& target_;
+  const LoadRequest& request_;
+  const FormatRow* format_ = nullptr;
+  Mode mode_ = Mode::kAsIs;
+  int32_t converted_bits_ = 0;  // of the rows that the conversion gets
+  Buffer piece_;
+  uint32_t piece_rows_ = 0;
+  bool described_ = false;
+  color::RowConverter converter_;
+  StoreSink store_;
+};
+
+Status Load::set_up(const char* name) {
+  TRY(identify(name, info_));
+  TRY(core::init_bitmap(*source_, info_.Width, info_.Height, info_.BitsPerPixel));
+  const bool known_order = info_.Order == T_ORDER_RGB || info_.Order == T_ORDER_BGR;
+  source_->Order = static_cast<uint32_t>(info_.Order);
+
+  const int32_t bits = io::is_request_depth(request_.bits) ? request_.bits : info_.BitsPerPixel;
+  const bool order_asked = request_.order == T_ORDER_RGB || request_.order == T_ORDER_BGR;
+  const int32_t order = order_asked ? request_.order : known_order ? info_.Order : T_ORDER_BGR;
+  TRY(core::init_bitmap(target_, info_.Width, info_.Height, bits));
+  if (bits > 8) target_.Order = static_cast<uint32_t>(order);
+  if ((request_.flags & T_LOAD_ALLOCATE) != 0) TRY(core::allocate_bitmap(target_, 1));
+  settings.callback_lines = process::callback_lines(info_.Height);
+  mode_ = choose_mode(info_.BitsPerPixel, bits, source_->Order == target_.Order,
+                      (request_.flags & T_LOAD_FIXED) != 0);
+  format_ = find_format(info_.Format);
+  return kOk;
+}
+
+Status Load::allocate_buffers() {
+  converted_bits_ = info_.BitsPerPixel == 2 ? 4 : info_.BitsPerPixel;
+  if (mode_ == Mode::kAsIs) return kOk;
+  const uint32_t row = std::max({core::bytes_per_line(info_.Width, converted_bits_),
+                                 source_->BytesPerLine, target_.BytesPerLine});
+  if (row == 0) return kBadSize;
+  const uint32_t rows = std::clamp(kPieceBytes / row, 1u, static_cast<uint32_t>(info_.Height));
+  TRY(piece_.allocate_shrinking(uint64_t{row} * rows + process::RowDelivery::kSlack, row,
+                                uint64_t{row} + process::RowDelivery::kSlack));
+  piece_rows_ = static_cast<uint32_t>((piece_.size() - process::RowDelivery::kSlack) / row);
+  return kOk;
+}
+
+// Whole pictures are decoded into the source record and then replayed row by row.
+Status Load::replay(const char* name) {
+  TRY(format_->read_picture(name, source_.get()));
+  // These rows are in picture order.
+  source_->Flags &= ~T_FLAG_INTERLACED;
+  Buffer row;
+  TRY(row.allocate(uint64_t{source_->BytesPerLine} + process::RowDelivery::kSlack));
+  const core::AccessScope accessed(*source_);
+  for (uint32_t y = 0; y < static_cast<uint32_t>(source_->Height); ++y) {
+    TRY(core::get_row(*source_, y, row.bytes().first(source_->BytesPerLine)));
+    TRY(take(*source_, row.data(), 1));
+  }
+  return kOk;
+}
+
+Status Load::read(const char* name) {
+  if (format_ == nullptr || (format_->read == nullptr && format_->read_picture == nullptr)) {
+    return kNoFormat;
+  }
+  const bool whole_asked = (request_.flags & T_LOAD_GIF_WHOLE) != 0 || mode_ == Mode::kDither;
+  const bool whole = format_->delivery == Delivery::kWholePicture ||
+                     (format_->delivery == Delivery::kWholeWhenAsked && whole_asked) ||
+                     (format_->delivery == Delivery::kWholeFor1Bit && info_.BitsPerPixel == 1);
+  if (whole) return replay(name);
+  // A reader delivers 2-bit pictures as they are when nothing narrower is asked.
+  return format_->read(name, source_.get(), load_sink, converted_bits_, this);
+}
+
+Status Load::run(const char* name) {
+  TRY(set_up(name));
+  const bool allocated = (request_.flags & T_LOAD_ALLOCATE) != 0;
+  if (!allocate_buffers().ok()) {
+    if (allocated) core::free_bitmap(target_);
+    return kNoMemory;
+  }
+  if ((request_.flags & T_LOAD_ACCESS) != 0) core::access_bitmap(target_);
+  const Status status = read(name);
+  if ((request_.flags & T_LOAD_ACCESS) != 0) core::release_bitmap(target_);
+  // A failed load that allocated keeps what it has; one that did not leaves no storage behind.
+  if (!allocated && !status.ok()) core::free_bitmap(target_);
+  return status;
+}
+
+// The palette of an indexed target: the source's, so that indices stay as they are, or the fixed
+// one of its depth.
+void Load::choose_palette(const BitmapHandle& source) {
+  if (mode_ == Mode::kAsIs || mode_ == Mode::kConvert) {
+    std::memcpy(target_.Info.Palette, source.Info.Palette, sizeof(target_.Info.Palette));
+    target_.Colors = source.Colors;
+    return;
+  }
+  const bool gray = settings.gray_fixed_palette || core::has_flag(source, T_FLAG_GRAY);
+  color::fixed_palette(target_.BitsPerPixel, gray, target_.Info.Palette);
+  core::set_flag(target_, T_FLAG_GRAY, gray);
+}
+
+// Done when the first rows arrive: by then the reader has described its picture.
+Status Load::describe_target(const BitmapHandle& source) {
+  described_ = true;
+  target_.ViewPerspective = source.ViewPerspective;
+  target_.XResolution = source.XResolution;
+  target_.YResolution = source.YResolution;
+  target_.XOrigin = source.XOrigin;
+  target_.YOrigin = source.YOrigin;
+  target_.Flags = (target_.Flags & ~kDescriptionFlags) | (source.Flags & kDescriptionFlags);
+  if (target_.BitsPerPixel <= 8) choose_palette(source);
+  if (mode_ == Mode::kAsIs) return kOk;
+  if (mode_ == Mode::kDither) return kNoMemory;
+  return converter_.start(converted_bits_, target_.BitsPerPixel, static_cast<int32_t>(source.Order),
+                          static_cast<int32_t>(target_.Order), source.Info.Palette,
+                          target_.Info.Palette);
+}
+
+Status Load::take(const BitmapHandle& source, const uint8_t* rows, uint32_t count) {
+  if (!described_) TRY(describe_target(source));
+  if (mode_ == Mode::kAsIs) return pass_on(rows, count);
+  for (uint32_t done = 0; done < count;) {
+    const uint32_t part = std::min(count - done, piece_rows_);
+    TRY(convert_rows(source, rows + size_t{done} * source.BytesPerLine, part));
+    TRY(pass_on(piece_.data(), part));
+    done += part;
+  }
+  return kOk;
+}
+
+// Rows shrink or grow in place, one after the other: a row that is still wide reaches into the
+// place of the next one, which is filled later.
+Status Load::convert_rows(const BitmapHandle& source, const uint8_t* rows, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i) {
+    uint8_t* row = piece_.data() + size_t{i} * target_.BytesPerLine;
+    std::memcpy(row, rows + size_t{i} * source.BytesPerLine, source.BytesPerLine);
+    if (source.BitsPerPixel == 2) color::widen_2_to_4(row, source.Width);
+    if (converted_bits_ != target_.BitsPerPixel || mode_ == Mode::kSwapOrder) {
+      TRY(converter_.convert(row, source.Width));
+    }
+    core::clear_padding({row, target_.BytesPerLine}, target_.Width, target_.BitsPerPixel);
+  }
+  return kOk;
+}
+
+Status Load::pass_on(const void* rows, uint32_t count) {
+  if (request_.callback == nullptr) return store_.store(rows, static_cast<int32_t>(count));
+  const int32_t answer =
+      request_.callback(&target_, rows, static_cast<int32_t>(count), request_.user_data);
+  // Of an interlaced picture, 2 means "go on", too.
+  if (answer == 2 && core::has_flag(target_, T_FLAG_INTERLACED)) return kOk;
+  return Status{answer};
+}
+
+}  // namespace
+
+Status load(const char* name, BitmapHandle& target, const LoadRequest& request) {
+  Load operation(target, request);
+  return operation.run(name);
+}
+
+int32_t T_CALL load_sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
+  if (source == nullptr || rows == nullptr || count < 0 || context == nullptr) {
+    return T_ERR_ARGUMENT;
+  }
+  return static_cast<Load*>(context)
+      ->take(*source, static_cast<const uint8_t*>(rows), static_cast<uint32_t>(count))
+      .code();
+}
+
+Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read, bool memory_only) {
+  FILEINFO info;
+  TRY(identify(name, info));
+  TRY(core::init_bitmap(bitmap, info.Width, info.Height, info.BitsPerPixel));
+  TRY(core::allocate_bitmap(bitmap, 1));
+  Status status = core::check_notice();
+  if (status.ok() && memory_only && core::has_flag(bitmap, T_FLAG_DISK)) status = kNoMemory;
+  if (status.ok()) {
+    settings.callback_lines = process::callback_lines(info.Height);
+    StoreSink store(bitmap);
+    const int32_t bits = info.BitsPerPixel == 2 ? 4 : info.BitsPerPixel;
+    status = read(name, &bitmap, StoreSink::sink, bits, &store);
+  }
+  if (!status.ok()) core::free_bitmap(bitmap);
+  return status;
+}
+
+}  // namespace tavo::pipeline

@@ -1,0 +1,32 @@
+// Files of any format into bitmaps or callbacks.
+#pragma once
+
+#include <cstdint>
+
+#include "base/status.h"
+#include "io/format.h"
+#include "tavo45.h"
+
+namespace tavo::pipeline {
+
+struct LoadRequest {
+  int32_t bits = 0;
+  int32_t order = 0;
+  uint32_t flags = 0;
+  T_RowSink callback = nullptr;
+  void* user_data = nullptr;
+};
+
+// T_LoadFile.
+Status load(const char* name, BitmapHandle& target, const LoadRequest& request);
+
+// T_LoadFileCB: the sink between a reader and the target; context is a load in progress.
+int32_t T_CALL load_sink(BitmapHandle* source, const void* rows, int32_t count, void* context);
+
+// A format's T_Load…Bitmap: initialises and allocates `bitmap` by the file's description and
+// stores the rows that `read` delivers; frees the bitmap on failure. `memory_only`: a bitmap that
+// only a temporary file could hold is refused with kNoMemory.
+Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read,
+                    bool memory_only = false);
+
+}  // namespace tavo::pipeline

@@ -1,0 +1,47 @@
+#include "pipeline/registry.h"
+
+#include "formats/bmp.h"
+
+namespace tavo::pipeline {
+
+namespace {
+
+constexpr uint32_t kDepths1_4_8_24 = depth_bit(1) | depth_bit(4) | depth_bit(8) | depth_bit(24);
+
+constexpr FormatRow kFormats[] = {
+    {.id = T_FORMAT_BMP,
+     .name = "BMP",
+     .description = "Windows bitmap",
+     .extensions = "bmp dib",
+     .read = bmp::read,
+     .write = bmp::write,
+     .write_depths = kDepths1_4_8_24},
+    {.id = T_FORMAT_BMP_OS2,
+     .name = "BMP (OS/2)",
+     .description = "OS/2 1.x bitmap",
+     .extensions = "bmp",
+     .read = bmp::read,
+     .write = bmp::write,
+     .write_depths = kDepths1_4_8_24},
+};
+
+// A file that two probes would accept is reported as the earlier one; the order is part of what
+// programs rely on.
+constexpr io::Probe kProbes[] = {
+    bmp::probe,
+};
+
+}  // namespace
+
+std::span<const FormatRow> formats() { return kFormats; }
+
+const FormatRow* find_format(int32_t id) {
+  for (const FormatRow& row : kFormats) {
+    if (row.id == id) return &row;
+  }
+  return nullptr;
+}
+
+std::span<const io::Probe> probes() { return kProbes; }
+
+}  // namespace tavo::pipeline

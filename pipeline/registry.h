@@ -1,0 +1,48 @@
+// The one table of formats: what each can do, and how the pipelines treat it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "io/format.h"
+
+namespace tavo::pipeline {
+
+// When a save makes the picture grey first.
+enum class GrayRule { kNever, kAlways, kAt8Bits };
+
+// How a load gets the rows.
+enum class Delivery {
+  kStreamed,
+  kWholePicture,    // read_picture, then the rows are replayed
+  kWholeWhenAsked,  // streamed, but whole with T_LOAD_GIF_WHOLE and for dithering
+  kWholeFor1Bit,    // streamed, but whole for 1-bit sources
+};
+
+struct FormatRow {
+  int32_t id = 0;
+  const char* name = "";
+  const char* description = "";
+  const char* extensions = "";
+  io::Reader read = nullptr;
+  io::PictureReader read_picture = nullptr;
+  Delivery delivery = Delivery::kStreamed;
+  io::Writer write = nullptr;
+  uint32_t write_depths = 0;  // as T_Format.WriteDepths
+  GrayRule gray = GrayRule::kNever;
+  bool always_24_bits = false;
+  int32_t mode = 1;  // io::SaveRequest.mode
+};
+
+std::span<const FormatRow> formats();
+
+// The row of an identifier, null when there is none.
+const FormatRow* find_format(int32_t id);
+
+// The probes in the order in which they are asked; the first that accepts decides.
+std::span<const io::Probe> probes();
+
+// Bits of T_Format.WriteDepths.
+constexpr uint32_t depth_bit(int32_t depth) { return 1u << (depth % 32); }
+
+}  // namespace tavo::pipeline

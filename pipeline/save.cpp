@@ -1,0 +1,104 @@
+#include "pipeline/save.h"
+
+#include "base/settings.h"
+#include "color/reduce.h"
+#include "core/bitmap.h"
+#include "core/notice.h"
+#include "core/rows.h"
+#include "pipeline/load.h"
+#include "pipeline/registry.h"
+
+namespace tavo::pipeline {
+
+namespace {
+
+enum class Preparation { kNone, kGray, kResolution };
+
+bool needs_gray(const FormatRow* format, int32_t depth) {
+  if (format == nullptr) return false;
+  return format->gray == GrayRule::kAlways || (format->gray == GrayRule::kAt8Bits && depth == 8);
+}
+
+Preparation choose_preparation(const FormatRow* format, const BitmapHandle& bitmap, int32_t depth,
+                               uint32_t flags) {
+  if (needs_gray(format, depth)) return Preparation::kGray;
+  const bool always = (flags & T_SAVE_REDUCE) != 0 && !core::has_flag(bitmap, T_FLAG_REDUCED);
+  return bitmap.BitsPerPixel == depth && !always ? Preparation::kNone : Preparation::kResolution;
+}
+
+Status prepare(BitmapHandle& copy, Preparation preparation, int32_t depth, uint32_t flags) {
+  if (preparation == Preparation::kGray) return color::gray_scale_bitmap(copy);
+  if (depth > 8) {
+    return color::color_resolution(copy, depth, color::PaletteType::kNone, nullptr, 0);
+  }
+  copy.DitherMethod = T_DITHER_FLOYD_STEINBERG;
+  const auto type = (flags & T_SAVE_FIXED_PALETTE) != 0 ? color::PaletteType::kFixed
+                                                        : color::PaletteType::kOptimized;
+  return color::color_resolution(copy, depth, type, nullptr, 0);
+}
+
+Status call_writer(const FormatRow* format, const char* name, BitmapHandle& bitmap,
+                   const io::SaveRequest& request) {
+  if (format == nullptr || format->write == nullptr) return kNoFormat;
+  return format->write(name, &bitmap, request);
+}
+
+// A picture that needs no change is written from where it lies: the record is copied, its pixels
+// are not. Like every copy it carries the library's default resolution.
+Status write_view(const FormatRow* format, const char* name, BitmapHandle& bitmap,
+                  const io::SaveRequest& request) {
+  BitmapHandle fresh = {};
+  TRY(core::init_bitmap(fresh, bitmap.Width, bitmap.Height, bitmap.BitsPerPixel));
+  core::access_bitmap(bitmap);
+  BitmapHandle view;
+  core::copy_bitmap_handle(view, bitmap);
+  view.XResolution = fresh.XResolution;
+  view.YResolution = fresh.YResolution;
+  const Status status = call_writer(format, name, view, request);
+  bitmap.RowOffset = view.RowOffset;
+  bitmap.CurrentRow = view.CurrentRow;
+  core::release_bitmap(bitmap);
+  return status;
+}
+
+}  // namespace
+
+Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) {
+  TRY(core::check_notice());
+  const FormatRow* format = find_format(options.format);
+  io::SaveRequest request;
+  request.format = options.format;
+  request.depth = options.bits == 0 ? bitmap.BitsPerPixel : options.bits;
+  if (format != nullptr && format->always_24_bits) request.depth = 24;
+  request.quality = options.quality;
+  request.mode = format != nullptr ? format->mode : 1;
+  request.flags = options.flags & 0xFFu;
+  request.direct = options.direct;
+  request.extra = options.extra;
+  if (options.direct) return call_writer(format, name, bitmap, request);
+
+  const Preparation preparation = choose_preparation(format, bitmap, request.depth, request.flags);
+  if (preparation == Preparation::kNone) return write_view(format, name, bitmap, request);
+  core::OwnedBitmap copy;
+  TRY(core::copy_bitmap(*copy, bitmap));
+  TRY(prepare(*copy, preparation, request.depth, request.flags));
+  const core::AccessScope accessed(*copy);
+  return call_writer(format, name, *copy, request);
+}
+
+Status convert_file(const char* source, const char* destination, int32_t format, int32_t bits,
+                    int32_t quality) {
+  core::OwnedBitmap picture;
+  const LoadRequest request{.bits = 0, .order = -1, .flags = T_LOAD_ALLOCATE | T_LOAD_ACCESS};
+  TRY(load(source, *picture, request));
+  // The save's copy takes the default resolution: make that the source's for its length.
+  const T_TIFFOption outer = settings.tiff;
+  settings.tiff.XResolution = picture->XResolution;
+  settings.tiff.YResolution = picture->YResolution;
+  const SaveOptions options{.format = format, .bits = bits, .quality = quality};
+  const Status status = save(destination, *picture, options);
+  settings.tiff = outer;
+  return status;
+}
+
+}  // namespace tavo::pipeline

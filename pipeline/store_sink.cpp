@@ -1,0 +1,45 @@
+#include "pipeline/store_sink.h"
+
+#include "core/bitmap.h"
+#include "core/rows.h"
+
+namespace tavo::pipeline {
+
+namespace {
+
+constexpr uint32_t kPassStart[] = {0, 4, 2, 1};
+constexpr uint32_t kPassStep[] = {8, 8, 4, 2};
+
+}  // namespace
+
+void StoreSink::advance_interlaced() {
+  const auto height = static_cast<uint32_t>(bitmap_.Height);
+  row_ += kPassStep[pass_];
+  while (row_ >= height && pass_ < 3) row_ = kPassStart[++pass_];
+}
+
+Status StoreSink::store(const void* rows, int32_t count) {
+  const core::AccessScope accessed(bitmap_);
+  const auto height = static_cast<uint32_t>(bitmap_.Height);
+  const uint32_t line = bitmap_.BytesPerLine;
+  const auto* from = static_cast<const uint8_t*>(rows);
+  const auto row_count = static_cast<uint32_t>(count);
+  if (!core::has_flag(bitmap_, T_FLAG_INTERLACED)) {
+    if (row_ > height || row_count > height - row_) return kBadData;
+    TRY(core::put_row(bitmap_, row_, {from, size_t{line} * row_count}));
+    row_ += row_count;
+    return kOk;
+  }
+  for (uint32_t i = 0; i < row_count; ++i) {
+    if (row_ >= height) return kBadData;
+    TRY(core::put_row(bitmap_, row_, {from + size_t{line} * i, line}));
+    advance_interlaced();
+  }
+  return kOk;
+}
+
+int32_t T_CALL StoreSink::sink(BitmapHandle*, const void* rows, int32_t count, void* context) {
+  return static_cast<StoreSink*>(context)->store(rows, count).code();
+}
+
+}  // namespace tavo::pipeline

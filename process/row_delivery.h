@@ -1,0 +1,105 @@
+// From a reader's decoded rows to the row sink: everything that is the same for all formats.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/buffer.h"
+#include "base/status.h"
+#include "color/convert.h"
+#include "core/progress.h"
+#include "process/source_picture.h"
+#include "tavo45.h"
+
+namespace tavo::process {
+
+// Rows that a reader gathers before it calls the sink, by the picture's height.
+int32_t callback_lines(int32_t height);
+
+// Whether decoding `decoded_bytes` from a file of `file_bytes` is plausible. Run-length data of a
+// few bytes can claim pictures of gigabytes; no real file is denser than this.
+constexpr bool is_plausible_size(uint64_t decoded_bytes, uint64_t file_bytes) {
+  return decoded_bytes <= (uint64_t{16} << 20) + 1024 * file_bytes;
+}
+
+// The reader describes its picture, then lends a row from next_row(), fills it in the file's own
+// depth and order, and commits it, for every row of the file in file order:
+//
+//   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+//   TRY(rows.start());
+//   for (...) {
+//     TRY(decoder.decode_row(rows.next_row()));
+//     TRY(rows.commit());
+//   }
+//   return rows.finish();
+//
+// An unallocated `bitmap` becomes a record of the picture, and rows are delivered as they are. An
+// allocated one says what is wanted: its depth and order. Order of the stages: order swap,
+// conversion of the depth, batching; each is there only when the call needs it.
+class RowDelivery {
+ public:
+  RowDelivery(const SourcePicture& picture, BitmapHandle& bitmap, T_RowSink sink,
+              int32_t bits_per_pixel, void* context)
+      : picture_(picture),
+        bitmap_(bitmap),
+        sink_(sink),
+        request_(bits_per_pixel),
+        context_(context) {}
+  RowDelivery(const RowDelivery&) = delete;
+  RowDelivery& operator=(const RowDelivery&) = delete;
+
+  // Sets up the record and takes the row memory. kNoMemory, kBadSize, kNoticeDamaged, or the
+  // status callback's answer.
+  Status start();
+
+  // Room for one row in the file's depth: its bytes rounded up to a multiple of 4. A decoder may
+  // overrun it by kSlack bytes. It starts zeroed the first time; afterwards it holds old pixels.
+  std::span<uint8_t> next_row() { return {lent_row(), source_line_}; }
+
+  // Room for up to `wanted` rows in a row, each source_line() bytes long; `count` says how many.
+  std::span<uint8_t> next_rows(uint32_t wanted, uint32_t& count);
+
+  // Delivers the row, or the `count` rows, filled last. Anything but kOk is the sink's or the
+  // status callback's answer: the reader stops and returns it.
+  Status commit() { return commit(1); }
+  Status commit(uint32_t count);
+
+  // Delivers what is gathered and tells that all is done.
+  Status finish();
+
+  // Delivers what is gathered, then returns `why` (or the sink's answer when it is not kOk).
+  Status finish_early(Status why);
+
+  uint32_t source_line() const { return source_line_; }
+
+  static constexpr uint32_t kSlack = 64;
+
+ private:
+  Status set_up_record();
+  Status allocate_rows();
+  uint8_t* lent_row();
+  Status process(uint8_t* row);
+  Status flush();
+
+  const SourcePicture& picture_;
+  BitmapHandle& bitmap_;
+  T_RowSink sink_;
+  int32_t request_;
+  void* context_;
+
+  bool swaps_ = false;
+  bool converts_ = false;
+  color::RowConverter swap_;
+  color::RowConverter convert_;
+
+  uint32_t source_line_ = 0;  // bytes of a row in the file's depth
+  uint32_t line_ = 0;         // bytes of a delivered row
+  Buffer batch_;              // delivered rows
+  Buffer work_;               // one row in the larger of both depths, when they differ
+  uint32_t batch_rows_ = 0;
+  uint32_t gathered_ = 0;
+  uint32_t committed_ = 0;  // rows of the file
+  core::Progress progress_;
+};
+
+}  // namespace tavo::process

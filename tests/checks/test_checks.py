@@ -1,0 +1,77 @@
+"""The checks of scripts/ find the faults they are there for."""
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+
+def run(script, *arguments):
+    return subprocess.run([ROOT / "scripts" / script, *map(str, arguments)],
+                          capture_output=True, text=True, check=False)
+
+
+class Layers(unittest.TestCase):
+    def check(self, path, line):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            for name in ("base/a.h", "core/b.h", "io/c.h", "codec/d.h", "formats/e.h", path):
+                (root / name).parent.mkdir(exist_ok=True)
+                (root / name).write_text("#pragma once\n", encoding="utf-8")
+            (root / path).write_text(line + "\n", encoding="utf-8")
+            return run("check-layers", root)
+
+    def test_faults_are_found(self):
+        for path, line in (
+                ("base/x.cpp", '#include "core/b.h"'),          # up
+                ("core/x.cpp", '#include "io/c.h"'),            # sideways
+                ("codec/x.h", '  #  include "io/c.h"'),         # codecs know no files
+                ("core/x.cpp", '#include "../base/a.h"'),       # around the rule
+                ("core/x.cpp", '#include "base/none.h"'),
+                ("core/x.cpp", "#include <windows.h>"),
+                ("core/x.cpp", "#include <vector.h>"),
+                ("core/x.cpp", "#ifdef _WIN32"),
+                ("core/x.cpp", "#if defined(__linux__)"),
+                ("tools/x.cpp", '#include "core/b.h"'),
+                ("include/x.h", "#include <string.h>")):
+            with self.subTest(path=path, line=line):
+                result = self.check(path, line)
+                self.assertEqual(result.returncode, 1)
+                self.assertIn(f"{path}:1:", result.stdout)
+
+    def test_good_code_passes(self):
+        for path, line in (
+                ("formats/x.cpp", '#include "codec/d.h"'),
+                ("formats/x.cpp", '#include "formats/e.h"'),
+                ("platform/x.cpp", "#include <windows.h>"),
+                ("tests/x.cpp", '#include "core/b.h"'),
+                ("core/x.cpp", "#include <algorithm>")):
+            with self.subTest(path=path, line=line):
+                self.assertEqual(self.check(path, line).returncode, 0)
+
+
+class Exports(unittest.TestCase):
+    def check(self, header, listed):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            (root / "h").write_text(header, encoding="utf-8")
+            lines = "".join(f"  {name}\n" for name in listed)
+            (root / "d").write_text('LIBRARY "X.dll"\nEXPORTS\n' + lines, encoding="utf-8")
+            return run("check-exports", "--header", root / "h", "--def", root / "d")
+
+    HEADER = ("/* T_API int T_CALL T_Old(void); */\n#define T_API\n"
+              "T_API int32_t T_CALL T_A(void);\nT_API const char* T_CALL\n    T_B(int x);\n"
+              "typedef void(T_CALL* T_Sink)(int);\n")
+
+    def test_agreement_passes(self):
+        self.assertEqual(self.check(self.HEADER, ["T_A", "T_B"]).returncode, 0)
+
+    def test_every_difference_is_found(self):
+        for listed in (["T_A"], ["T_A", "T_B", "T_C"], ["T_B", "T_A"], ["T_A", "T_A", "T_B"]):
+            with self.subTest(listed=listed):
+                self.assertEqual(self.check(self.HEADER, listed).returncode, 1)
+
+
+if __name__ == "__main__":
+    unittest.main()

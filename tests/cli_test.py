@@ -1,0 +1,342 @@
+"""Tries the command line as a user does. usage: cli_test.py TAVO
+
+The pictures are made and looked at here with code of this file alone, so that reader and writer
+cannot agree on an error."""
+
+import json
+import os
+import stat
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+COMMAND = []
+IS_WINDOWS = False
+
+WIDTH, HEIGHT = 13, 5  # odd sizes: padding and part bytes in every row
+
+
+def palette_of(bits):
+    """Distinct colours (red, green, blue) that no rule of thumb would guess."""
+    return [((i * 67 + 5) % 256, (i * 31 + 90) % 256, (i * 151 + 200) % 256)
+            for i in range(1 << bits)]
+
+
+def pixel(x, y, bits):
+    """The stored value of a test picture's pixel."""
+    return (x * 2654435761 + y * 40503 + x * y * 97 + 12345) >> 3 & (1 << bits) - 1
+
+
+def color(x, y, bits):
+    value = pixel(x, y, bits)
+    if bits <= 8:
+        return palette_of(bits)[value]
+    if bits == 16:
+        return tuple((value >> shift & 31) << 3 for shift in (10, 5, 0))
+    return (value >> 16 & 255, value >> 8 & 255, value & 255)
+
+
+def make_bmp(bits, dots_per_metre=(2835, 5906)):
+    row_bytes = (WIDTH * bits + 31) // 32 * 4
+    rows = b""
+    for y in reversed(range(HEIGHT)):
+        number = 0
+        for x in range(WIDTH):
+            value = pixel(x, y, bits)
+            if bits == 16:
+                value &= 0x7FFF
+            if bits >= 16:  # little-endian pixels, leftmost first
+                value = int.from_bytes(value.to_bytes(bits // 8, "little"), "big")
+            number = number << bits | value
+        number <<= row_bytes * 8 - WIDTH * bits
+        rows += number.to_bytes(row_bytes, "big")
+    palette = b"".join(bytes((b, g, r, 0)) for r, g, b in palette_of(bits)) if bits <= 8 else b""
+    offset = 54 + len(palette)
+    return (struct.pack("<2sIHHI", b"BM", offset + len(rows), 0, 0, offset) +
+            struct.pack("<IiiHHIIiiII", 40, WIDTH, HEIGHT, 1, bits, 0, len(rows),
+                        *dots_per_metre, 0, 0) + palette + rows)
+
+
+def parse_bmp(data):
+    """Depth, dots per metre and colours of an uncompressed bottom-up BMP."""
+    magic, size, _, _, offset = struct.unpack_from("<2sIHHI", data)
+    assert magic == b"BM" and size == len(data), (magic, size, len(data))
+    _, width, height, _, bits, coding, _, x, y, _, _ = struct.unpack_from("<IiiHHIIiiII", data, 14)
+    assert coding == 0 and height > 0
+    row_bytes = (width * bits + 31) // 32 * 4
+    rows = []
+    for row in range(height):
+        start = offset + (height - 1 - row) * row_bytes
+        number = int.from_bytes(data[start:start + row_bytes], "big")
+        values = [number >> row_bytes * 8 - (i + 1) * bits & (1 << bits) - 1 for i in range(width)]
+        if bits <= 8:
+            entries = [data[54 + 4 * v:57 + 4 * v] for v in values]
+        else:
+            entries = [v.to_bytes(bits // 8, "big")[:3] for v in values]
+        rows.append([tuple(reversed(e)) for e in entries])
+    return bits, (x, y), rows
+
+
+def tavo(*arguments, **options):
+    return subprocess.run([*COMMAND, *map(str, arguments)], capture_output=True, text=True,
+                          timeout=120, **options)
+
+
+class CliTest(unittest.TestCase):
+    def setUp(self):
+        holder = tempfile.TemporaryDirectory()
+        self.addCleanup(holder.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(holder.name)
+
+    def make(self, bits, name=None, **options):
+        name = name or f"in{bits}.bmp"
+        Path(name).write_bytes(make_bmp(bits, **options))
+        return name
+
+    def succeeds(self, *arguments):
+        done = tavo(*arguments)
+        self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
+        return done.stdout
+
+    def fails(self, status, file, *arguments):
+        """Exit status 1, nothing on standard output, one line of the agreed form."""
+        done = tavo(*arguments)
+        self.assertEqual(done.returncode, 1, arguments)
+        self.assertRegex(done.stderr, rf"\Atavo: [^\n]*\(status {status}\)\n\Z")
+        self.assertIn(f"tavo: {file}: ", done.stderr)
+        return done.stderr
+
+    def usage_error(self, *arguments):
+        done = tavo(*arguments)
+        self.assertEqual((done.returncode, done.stdout), (2, ""), arguments)
+        self.assertTrue(done.stderr.startswith("tavo: "), done.stderr)
+        return done.stderr
+
+
+class Conversions(CliTest):
+    def test_every_depth_converts_without_loss_where_it_fits(self):
+        writable = next(f for f in json.loads(self.succeeds("formats", "--json"))
+                        if f["name"] == "BMP")["depths"]
+        for source in (1, 4, 8, 16, 24, 32):
+            name = self.make(source)
+            wanted = [[color(x, y, source) for x in range(WIDTH)] for y in range(HEIGHT)]
+            for target in writable:
+                if target < min(source, 24) or source == 8 and target == 16:
+                    continue
+                with self.subTest(source=source, target=target):
+                    self.succeeds("convert", name, "out.bmp", "--bits", target)
+                    bits, _, rows = parse_bmp(Path("out.bmp").read_bytes())
+                    if source == 16:  # the low three bits of the wider pixel are the reader's
+                        rows = [[tuple(c & 0xF8 for c in p) for p in row] for row in rows]
+                    self.assertEqual(bits, target)
+                    self.assertEqual(rows, wanted)
+
+    def test_depth_follows_the_picture_and_what_the_format_holds(self):
+        for source, expected in ((1, 1), (4, 4), (8, 8), (16, 24), (24, 24), (32, 24)):
+            self.succeeds("convert", self.make(source), "out.bmp")
+            self.assertEqual(parse_bmp(Path("out.bmp").read_bytes())[0], expected)
+
+    def test_resolution_survives_both_ways(self):
+        name = self.make(24, dots_per_metre=(11811, 7874))  # 300 x 200 dpi
+        self.succeeds("convert", name, "out.bmp", "--order", "rgb")
+        self.assertEqual(parse_bmp(Path("out.bmp").read_bytes())[1], (11811, 7874))
+        info = json.loads(self.succeeds("info", "out.bmp", "--json"))[0]
+        self.assertEqual((info["x_dpi"], info["y_dpi"]), (300, 200))
+
+    def test_format_option_wins_over_the_extension(self):
+        name = self.make(8)
+        for value in ("bmp", "BMP", "6"):
+            self.succeeds("convert", name, "picture.xyz", "--format", value)
+            self.assertEqual(json.loads(self.succeeds("info", "picture.xyz", "--json"))[0]["format"],
+                             "BMP")
+
+    def test_converts_a_file_onto_itself_and_through_absolute_paths(self):
+        name = Path(self.make(4)).absolute()
+        self.succeeds("convert", name, name, "--bits", "24")
+        self.assertEqual(parse_bmp(name.read_bytes())[0], 24)
+        self.assertEqual(os.listdir(), [name.name])
+
+    def test_long_path(self):
+        folder = Path("d" * 100) / ("e" * 100)
+        folder.mkdir(parents=True)
+        self.succeeds("convert", self.make(8), folder / "out.bmp")
+        self.assertEqual(parse_bmp((folder / "out.bmp").read_bytes())[0], 8)
+
+
+class Failures(CliTest):
+    def test_bad_inputs_leave_nothing_and_destroy_nothing(self):
+        name = self.make(24)
+        Path("cut.bmp").write_bytes(Path(name).read_bytes()[:-40])
+        Path("text.bmp").write_text("no picture at all, but long enough to hold a header\n" * 4)
+        Path("empty.bmp").touch()
+        Path("kept.bmp").write_bytes(b"precious")
+        before = sorted(os.listdir())
+        for source, status in (("cut.bmp", -7), ("text.bmp", -9), ("missing.bmp", -10),
+                               ("empty.bmp", "-[79]")):
+            for target in ("kept.bmp", "new.bmp"):
+                with self.subTest(source=source, target=target):
+                    self.fails(status, source, "convert", source, target)
+                    self.assertEqual(sorted(os.listdir()), before)
+                    self.assertEqual(Path("kept.bmp").read_bytes(), b"precious")
+
+    def test_bad_outputs(self):
+        name = self.make(8)
+        Path("folder.bmp").mkdir()
+        cases = ((-14, "folder.bmp", []), (-14, "nowhere/out.bmp", []), (-16, "out.xyz", []),
+                 (-16, "out", []), (-27, "out.bmp", ["--bits", "16"]))
+        for status, target, options in cases:
+            with self.subTest(target=target):
+                self.fails(status, target, "convert", name, target, *options)
+        self.assertEqual(sorted(os.listdir()), sorted(["folder.bmp", name]))
+        self.assertEqual(os.listdir("folder.bmp"), [])
+
+    def test_append_to_a_format_of_one_picture_is_refused(self):
+        name = self.make(8)
+        self.succeeds("convert", name, "out.bmp", "--append")
+        before = Path("out.bmp").read_bytes()
+        self.fails(-16, "out.bmp", "convert", self.make(1), "out.bmp", "--append")
+        self.assertEqual(Path("out.bmp").read_bytes(), before)
+        self.assertEqual(sorted(os.listdir()), ["in1.bmp", name, "out.bmp"])
+
+    def test_pages_that_are_not_there(self):
+        name = self.make(8)
+        self.fails(-13, name, "info", name, "--page", "2")
+        self.fails(-13, name, "convert", name, "out.bmp", "--page", "2")
+        self.assertEqual(os.listdir(), [name])
+
+    @unittest.skipIf(IS_WINDOWS, "no such names there")
+    def test_one_line_whatever_the_name_holds(self):
+        self.fails(-10, "a??b", "info", "a\n\x1bb")
+
+    def test_usage_errors(self):
+        name = self.make(8)
+        for arguments in ([], ["paint"], ["info"], ["convert", name],
+                          ["convert", name, "out.bmp", "--bits", "7"],
+                          ["convert", name, "out.bmp", "--order", "grb"],
+                          ["convert", name, "out.bmp", "--page", "0"],
+                          ["convert", name, "out.bmp", "--format", "nonsense"],
+                          ["convert", name, "out.bmp", "--unknown"],
+                          ["info", name, "--page", "x"]):
+            with self.subTest(arguments=arguments):
+                self.assertIn("--help", self.usage_error(*arguments))
+        self.assertEqual(os.listdir(), [name])
+
+
+class Information(CliTest):
+    def test_json(self):
+        info = json.loads(self.succeeds("info", self.make(8), self.make(24), "--json"))
+        self.assertEqual(len(info), 2)
+        self.assertEqual(info[0], {
+            "file": "in8.bmp", "format": "BMP", "format_id": 6,
+            "bytes": Path("in8.bmp").stat().st_size, "width": WIDTH, "height": HEIGHT,
+            "bits_per_pixel": 8, "colors": 256, "gray": False, "palette": info[0]["palette"],
+            "interlaced": False, "compression": info[0]["compression"], "page": 1, "pages": 1,
+            "x_dpi": 72, "y_dpi": 150})
+        self.assertEqual((info[1]["bits_per_pixel"], info[1]["colors"]), (24, 0))
+
+    def test_line(self):
+        line = self.succeeds("info", self.make(24))
+        for part in ("in24.bmp: BMP, ", f"{WIDTH} x {HEIGHT}, ", "24 bits, ", "1 page, ",
+                     "72 x 150 dpi, "):
+            self.assertIn(part, line)
+        unknown = self.succeeds("info", self.make(24, dots_per_metre=(0, 0)))
+        self.assertIn("resolution unknown", unknown)
+
+    def test_a_bad_file_does_not_hide_the_others(self):
+        name = self.make(4)
+        done = tavo("info", "missing.bmp", name, "--json")
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("tavo: missing.bmp: ", done.stderr)
+        rows = json.loads(done.stdout)
+        self.assertEqual([row["file"] for row in rows], ["missing.bmp", name])
+        self.assertEqual(sorted(rows[0]), ["error", "file", "status"])
+        self.assertEqual((rows[0]["status"], rows[1]["width"]), (-10, WIDTH))
+
+    def test_formats_table_and_json_agree(self):
+        rows = json.loads(self.succeeds("formats", "--json"))
+        table = self.succeeds("formats").splitlines()
+        self.assertEqual(len(table), len(rows) + 1)
+        for row, line in zip(rows, table[1:]):
+            self.assertEqual(sorted(row), ["depths", "description", "extensions", "id", "name",
+                                           "read", "write"])
+            self.assertEqual(line.split()[0], str(row["id"]))
+            self.assertIn(row["description"], line)
+            self.assertTrue(row["depths"] or not row["write"])
+        bmp = next(row for row in rows if row["id"] == 6)
+        self.assertTrue(bmp["read"] and bmp["write"] and "bmp" in bmp["extensions"])
+
+    def test_help(self):
+        general = self.succeeds("--help")
+        for word in ("info", "convert", "formats", "Exit status"):
+            self.assertIn(word, general)
+        text = self.succeeds("convert", "--help")
+        for option in ("--format", "--bits", "--order", "--page", "--append"):
+            self.assertIn(option, text)
+        self.assertRegex(self.succeeds("--version"), r"\Atavo \d+\.\d+\.\d+\n\Z")
+
+
+@unittest.skipIf(IS_WINDOWS, "of this system only")
+class Files(CliTest):
+    def test_permissions_of_the_target_stay(self):
+        name = self.make(8)
+        Path("out.bmp").touch()
+        os.chmod("out.bmp", 0o604)
+        self.succeeds("convert", name, "out.bmp")
+        self.assertEqual(stat.S_IMODE(os.stat("out.bmp").st_mode), 0o604)
+        mask = os.umask(0o027)
+        self.addCleanup(os.umask, mask)
+        self.succeeds("convert", name, "new.bmp")
+        self.assertEqual(stat.S_IMODE(os.stat("new.bmp").st_mode), 0o640)
+
+    def test_links_stay_links(self):
+        name = self.make(8)
+        Path("sub").mkdir()
+        os.symlink("sub/real.bmp", "link.bmp")
+        self.succeeds("convert", name, "link.bmp")
+        self.assertTrue(Path("link.bmp").is_symlink())
+        self.assertEqual(parse_bmp(Path("sub/real.bmp").read_bytes())[0], 8)
+
+    def test_devices_are_written_not_replaced(self):
+        name = self.make(8)
+        self.succeeds("convert", name, "/dev/null", "--format", "bmp")
+        self.assertTrue(stat.S_ISCHR(os.stat("/dev/null").st_mode))
+        done = subprocess.run([*COMMAND, "convert", name, "/dev/stdout", "--format", "bmp"],
+                              stdout=subprocess.PIPE, check=True)
+        self.assertEqual(parse_bmp(done.stdout)[0], 8)
+
+    def test_full_standard_output_is_an_error(self):
+        with open("/dev/full", "w") as full:
+            done = subprocess.run([*COMMAND, "formats"], stdout=full, stderr=subprocess.PIPE,
+                                  text=True)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("(status -5)", done.stderr)
+
+
+class Counting(unittest.TextTestResult):
+    passed = 0
+
+    def addSuccess(self, test):
+        super().addSuccess(test)
+        self.passed += 1
+
+
+def main():
+    global IS_WINDOWS
+    program = Path(sys.argv[1]).absolute()
+    IS_WINDOWS = program.suffix == ".exe"
+    COMMAND[:] = ["wine", str(program)] if IS_WINDOWS else [str(program)]
+    suite = unittest.TestSuite()
+    for case in (Conversions, Failures, Information) + (() if IS_WINDOWS else (Files,)):
+        suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
+    result = unittest.TextTestRunner(resultclass=Counting).run(suite)
+    failed = len({str(test.id()).split(" ")[0] for test, _ in result.failures + result.errors})
+    print(f"{result.passed} passed, {failed} failed")
+    return 0 if failed == 0 and result.passed > 0 else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

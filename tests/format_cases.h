@@ -1,0 +1,37 @@
+// The table that the common format tests run through: one row per format.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support.h"
+
+namespace tavo::test {
+
+struct Sample {
+  std::string name;
+  Bytes file;  // small and valid: the tests cut it at every length
+};
+
+struct FormatCase {
+  std::string name;
+  std::vector<Sample> samples;  // one per variant of the format
+  int32_t save_format = 0;      // 0: the format cannot be saved
+  std::vector<int32_t> save_depths;
+  bool is_lossless = true;  // what is saved loads back to the same pixels
+};
+
+inline void PrintTo(const FormatCase& format, std::ostream* out) { *out << format.name; }
+
+// All formats; each adds its row in format_cases.cpp.
+const std::vector<FormatCase>& format_cases();
+
+// A file that the library itself saves: a sample for formats whose writer is proved elsewhere.
+Bytes saved_sample(int32_t format, int32_t depth, int32_t width, int32_t height);
+
+// A BMP file from its parts, and a 40-byte information header.
+Bytes bmp_file(Bytes info_header, Bytes palette_and_gap, Bytes data);
+Bytes bmp_info(int32_t width, int32_t height, uint32_t bits, uint32_t compression,
+               uint32_t colors_used);
+
+}  // namespace tavo::test

@@ -1,0 +1,204 @@
+#include "support.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "base/settings.h"
+#include "core/bitmap.h"
+#include "core/rows.h"
+#include "platform/platform.h"
+
+namespace tavo::test {
+
+namespace {
+
+struct OpenFile {
+  std::string name;
+  uint32_t position = 0;
+};
+
+Disk* disk = nullptr;
+std::map<int32_t, OpenFile> open_files;
+int32_t next_handle = 100;
+FileIOTable outer;
+
+bool fails() { return disk->operations++ == disk->fail_at; }
+
+int32_t T_CALL disk_open(const char* name, int32_t access, int32_t) {
+  if (fails()) return -1;
+  const bool creates = (access & 0x300) != 0;
+  if (!creates && disk->files.count(name) == 0) return -1;
+  if (creates) disk->files[name].clear();
+  open_files[++next_handle] = {name, 0};
+  ++disk->open_count;
+  return next_handle;
+}
+
+uint32_t T_CALL disk_read(int32_t handle, void* buffer, uint32_t count) {
+  if (fails()) return UINT32_MAX;
+  OpenFile& file = open_files.at(handle);
+  const Bytes& bytes = disk->files[file.name];
+  const auto size = static_cast<uint32_t>(bytes.size());
+  const uint32_t left = size - std::min(file.position, size);
+  count = std::min({count, left, disk->longest_transfer});
+  if (count != 0) std::memcpy(buffer, bytes.data() + file.position, count);
+  file.position += count;
+  return count;
+}
+
+uint32_t T_CALL disk_write(int32_t handle, const void* buffer, uint32_t count) {
+  if (fails()) return UINT32_MAX;
+  OpenFile& file = open_files.at(handle);
+  Bytes& bytes = disk->files[file.name];
+  count = std::min(count, disk->longest_transfer);
+  if (bytes.size() < file.position + size_t{count}) bytes.resize(file.position + size_t{count});
+  if (count != 0) std::memcpy(bytes.data() + file.position, buffer, count);
+  file.position += count;
+  return count;
+}
+
+int32_t T_CALL disk_seek(int32_t handle, int32_t offset, int32_t origin) {
+  if (fails()) return -1;
+  OpenFile& file = open_files.at(handle);
+  const int64_t base = origin == 0   ? 0
+                       : origin == 1 ? int64_t{file.position}
+                                     : static_cast<int64_t>(disk->files[file.name].size());
+  if (base + offset < 0) return -1;
+  file.position = static_cast<uint32_t>(base + offset);
+  return static_cast<int32_t>(file.position);
+}
+
+int32_t T_CALL disk_close(int32_t handle) {
+  open_files.erase(handle);
+  --disk->open_count;
+  return 0;
+}
+
+}  // namespace
+
+Disk::Disk() {
+  disk = this;
+  outer = settings.files;
+  T_RedirectIO(disk_open, disk_read, disk_write, disk_seek, disk_close);
+}
+
+Disk::~Disk() {
+  settings.files = outer;
+  open_files.clear();
+  disk = nullptr;
+}
+
+Bitmap::Bitmap() {
+  // Records on an uncleared stack are legal.
+  std::memset(&record_, 0xA5, sizeof(record_));
+  record_.Flags = 0;
+  record_.GdiObjectA = record_.GdiObjectB = 0;
+}
+
+Bitmap::~Bitmap() { T_FreeBitmap(&record_); }
+
+void make_picture(Bitmap& bitmap, int32_t width, int32_t height, int32_t bits, uint32_t request,
+                  uint32_t view_perspective) {
+  T_InitBitmap(bitmap.get(), width, height, bits);
+  if (T_AllocateBitmap(bitmap.get(), request) != T_OK) std::abort();
+  bitmap->ViewPerspective = view_perspective;
+  for (uint32_t i = 0; i < 256; ++i) {
+    bitmap->Info.Palette[i] = {static_cast<uint8_t>(255 - i), static_cast<uint8_t>(i * 37),
+                               static_cast<uint8_t>(i), 0};
+  }
+  if (bits <= 8) bitmap->Colors = 1u << bits;
+  Random random(static_cast<uint64_t>(width * 1000 + height * 10 + bits));
+  Bytes row(bitmap->BytesPerLine);
+  T_AccessBitmap(bitmap.get());
+  for (int32_t y = 0; y < height; ++y) {
+    for (size_t i = 0; i < row.size(); ++i) {
+      row[i] = static_cast<uint8_t>(y % 3 == 0 ? random.next() : i / 4 * 3 + y);
+      if (bits == 16 && i % 2 == 1) row[i] &= 0x7F;
+    }
+    T_PutBitmapRow(bitmap.get(), row.data(), y, bitmap->BytesPerLine);
+  }
+  T_ReleaseBitmap(bitmap.get());
+}
+
+Bytes pixels(BitmapHandle* bitmap) {
+  const core::AccessScope accessed(*bitmap);
+  const size_t line = static_cast<size_t>(core::packed_bytes(bitmap->Width, bitmap->BitsPerPixel));
+  Bytes all;
+  Bytes row(bitmap->BytesPerLine);
+  for (int32_t y = 0; y < bitmap->Height; ++y) {
+    T_GetBitmapRow(bitmap, row.data(), y, bitmap->BytesPerLine);
+    core::clear_padding(row, bitmap->Width, bitmap->BitsPerPixel);
+    all.insert(all.end(), row.begin(), row.begin() + line);
+  }
+  return all;
+}
+
+Bytes rgb(BitmapHandle* bitmap) {
+  const core::AccessScope accessed(*bitmap);
+  const int32_t bits = bitmap->BitsPerPixel;
+  Bytes all;
+  Bytes row(bitmap->BytesPerLine);
+  for (int32_t y = 0; y < bitmap->Height; ++y) {
+    T_GetBitmapRow(bitmap, row.data(), core::stored_row(*bitmap, y), bitmap->BytesPerLine);
+    for (int32_t x = 0; x < bitmap->Width; ++x) {
+      uint32_t r = 0, g = 0, b = 0;
+      if (bits <= 8) {
+        const int32_t per_byte = 8 / bits;
+        const uint32_t index =
+            row[x / per_byte] >> (8 - bits - x % per_byte * bits) & ((1u << bits) - 1);
+        const T_PaletteEntry& c = bitmap->Info.Palette[index];
+        r = c.Red, g = c.Green, b = c.Blue;
+      } else if (bits == 16) {
+        const uint32_t v = row[2 * x] | row[2 * x + 1] << 8;
+        r = v & 31, g = v >> 5 & 31, b = v >> 10 & 31;
+        r = r << 3 | r >> 2, g = g << 3 | g >> 2, b = b << 3 | b >> 2;
+      } else {
+        const uint8_t* p = row.data() + x * (bits / 8);
+        r = p[0], g = p[1], b = p[2];
+      }
+      if (bits > 8 && bitmap->Order == T_ORDER_BGR) std::swap(r, b);
+      all.insert(all.end(),
+                 {static_cast<uint8_t>(r), static_cast<uint8_t>(g), static_cast<uint8_t>(b)});
+    }
+  }
+  return all;
+}
+
+bool is_documented(int32_t status) {
+  return std::strcmp(T_GetStatusText(status), "Unknown status") != 0;
+}
+
+Leftovers leftovers() {
+  // Temporary files begin with "TV" on every system.
+  Leftovers found{platform::blocks_in_use(), 0};
+  std::error_code error;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(std::filesystem::temp_directory_path(error), error)) {
+    const std::string name = entry.path().filename().string();
+    if (name.rfind("TV", 0) == 0) ++found.temporary_files;
+  }
+  return found;
+}
+
+void PrintTo(const Leftovers& l, std::ostream* out) {
+  *out << l.blocks << " blocks, " << l.temporary_files << " temporary files";
+}
+
+Bytes le16(uint32_t value) {
+  return {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8)};
+}
+
+Bytes le32(uint32_t value) {
+  return {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8),
+          static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 24)};
+}
+
+Bytes join(std::initializer_list<Bytes> parts) {
+  Bytes all;
+  for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+}  // namespace tavo::test

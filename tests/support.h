@@ -1,0 +1,97 @@
+// What all tests share: files in memory that can fail, pictures, statuses.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "base/status.h"
+#include "tavo45.h"
+
+namespace tavo {
+inline void PrintTo(const Status& status, std::ostream* out) { *out << "status " << status.code(); }
+}  // namespace tavo
+
+namespace tavo::test {
+
+using Bytes = std::vector<uint8_t>;
+
+// Files by name behind the library's file table for the length of a scope. Operations are counted
+// from 0; one of them can be made to fail, and reads and writes can be made short.
+class Disk {
+ public:
+  Disk();
+  ~Disk();
+  Disk(const Disk&) = delete;
+  Disk& operator=(const Disk&) = delete;
+
+  std::map<std::string, Bytes> files;
+  int64_t fail_at = -1;  // the operation that fails; -1: none
+  uint32_t longest_transfer = UINT32_MAX;
+  int64_t operations = 0;
+  int open_count = 0;  // files that are open now
+
+  bool fault_hit() const { return fail_at >= 0 && operations > fail_at; }
+};
+
+// A bitmap record freed at the end of its scope; it starts as an uncleared record would.
+class Bitmap {
+ public:
+  Bitmap();
+  ~Bitmap();
+  Bitmap(const Bitmap&) = delete;
+  Bitmap& operator=(const Bitmap&) = delete;
+  BitmapHandle* operator->() { return &record_; }
+  BitmapHandle* get() { return &record_; }
+
+ private:
+  BitmapHandle record_;
+};
+
+// A deterministic picture of smooth and noisy parts at any depth, with a palette that has all its
+// entries different, allocated by `request` (1 memory, 3 disk).
+void make_picture(Bitmap& bitmap, int32_t width, int32_t height, int32_t bits, uint32_t request = 1,
+                  uint32_t view_perspective = 2);
+
+// The stored rows without their padding, one after the other; works for disk bitmaps, too.
+Bytes pixels(BitmapHandle* bitmap);
+
+// Picture rows top first as red, green, blue triples; any depth and order.
+Bytes rgb(BitmapHandle* bitmap);
+
+// Whether a status is one that the library documents.
+bool is_documented(int32_t status);
+
+// Blocks and temporary files of the library's that are out; equal before and after a test.
+struct Leftovers {
+  int64_t blocks = 0;
+  int64_t temporary_files = 0;
+  bool operator==(const Leftovers&) const = default;
+};
+Leftovers leftovers();
+void PrintTo(const Leftovers& l, std::ostream* out);
+
+// A repeatable stream of numbers (xorshift); the same on every target.
+class Random {
+ public:
+  explicit Random(uint64_t seed) : state_(seed * 0x9E3779B97F4A7C15u + 1) {}
+  uint32_t next() {
+    state_ ^= state_ << 13;
+    state_ ^= state_ >> 7;
+    state_ ^= state_ << 17;
+    return static_cast<uint32_t>(state_ >> 32);
+  }
+  uint32_t below(uint32_t limit) { return static_cast<uint32_t>(uint64_t{next()} * limit >> 32); }
+
+ private:
+  uint64_t state_;
+};
+
+// Puts little-endian numbers behind one another.
+Bytes le16(uint32_t value);
+Bytes le32(uint32_t value);
+Bytes join(std::initializer_list<Bytes> parts);
+
+}  // namespace tavo::test

@@ -1,0 +1,261 @@
+// What holds for every format, by the table of format_cases.h.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+
+#include "core/notice.h"
+#include "format_cases.h"
+#include "platform/platform.h"
+
+namespace tavo::test {
+namespace {
+
+class Formats : public ::testing::TestWithParam<FormatCase> {};
+
+std::string name_of(const ::testing::TestParamInfo<FormatCase>& info) { return info.param.name; }
+
+INSTANTIATE_TEST_SUITE_P(All, Formats, ::testing::ValuesIn(format_cases()), name_of);
+
+int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, int32_t order = -1) {
+  return T_LoadBitmapMemory(file.data(), bitmap.get(), bits, order,
+                            static_cast<uint32_t>(file.size()));
+}
+
+TEST_P(Formats, EverySampleLoadsAndIsDescribedAsItLoads) {
+  for (const Sample& sample : GetParam().samples) {
+    SCOPED_TRACE(sample.name);
+    FILEINFO info;
+    ASSERT_EQ(T_FileInfoMemory(sample.file.data(), &info, sample.file.size()), T_OK);
+    Bitmap bitmap;
+    ASSERT_EQ(load(sample.file, bitmap), T_OK);
+    EXPECT_EQ(info.Width, bitmap->Width);
+    EXPECT_EQ(info.Height, bitmap->Height);
+    EXPECT_EQ(info.BitsPerPixel, bitmap->BitsPerPixel);
+    EXPECT_EQ(info.ViewPerspective, bitmap->ViewPerspective);
+    if (bitmap->BitsPerPixel > 8) {
+      EXPECT_EQ(info.Order, bitmap->Order);
+    } else {
+      EXPECT_EQ(info.Colors, bitmap->Colors);
+    }
+    EXPECT_EQ(info.FileSize, sample.file.size());
+  }
+}
+
+TEST_P(Formats, TruncationAnywhereGivesADocumentedStatusAndLeavesNothing) {
+  for (const Sample& sample : GetParam().samples) {
+    const Leftovers before = leftovers();
+    for (size_t length = 0; length < sample.file.size(); ++length) {
+      const Bytes cut(sample.file.begin(), sample.file.begin() + length);
+      Bitmap bitmap;
+      EXPECT_TRUE(is_documented(load(cut, bitmap, 24, T_ORDER_RGB)))
+          << sample.name << " cut at " << length;
+    }
+    EXPECT_EQ(leftovers(), before) << sample.name;
+  }
+}
+
+TEST_P(Formats, RandomMutationsGiveADocumentedStatusQuickly) {
+  const std::vector<Sample>& samples = GetParam().samples;
+  const Leftovers before = leftovers();
+  Random random(45);
+  std::chrono::steady_clock::duration longest{};
+  for (int i = 0; i < 10000; ++i) {
+    Bytes file = samples[i % samples.size()].file;
+    for (uint32_t n = 1 + random.below(4); n > 0; --n) {
+      const uint32_t at = random.below(3) == 0 ? random.below(file.size())
+                                               : random.below(std::min<size_t>(64, file.size()));
+      file[at] = static_cast<uint8_t>(random.below(3) == 0 ? 255 : random.next());
+    }
+    Bitmap bitmap;
+    const auto start = std::chrono::steady_clock::now();
+    const int32_t status = load(file, bitmap, i % 2 == 0 ? 0 : 24);
+    longest = std::max(longest, std::chrono::steady_clock::now() - start);
+    ASSERT_TRUE(is_documented(status)) << status << " at mutation " << i;
+  }
+  EXPECT_EQ(leftovers(), before);
+  // Meant is 50 ms each; sanitizers, emulation and a busy machine take their share.
+  EXPECT_LT(longest, std::chrono::milliseconds(500));
+}
+
+TEST_P(Formats, ShortTransfersChangeNothing) {
+  for (const Sample& sample : GetParam().samples) {
+    SCOPED_TRACE(sample.name);
+    Bitmap whole;
+    ASSERT_EQ(load(sample.file, whole), T_OK);
+    Disk disk;
+    disk.files["in"] = sample.file;
+    disk.longest_transfer = 1;
+    Bitmap bitmap;
+    ASSERT_EQ(T_LoadBitmap("in", bitmap.get(), 0, -1), T_OK);
+    EXPECT_EQ(pixels(bitmap.get()), pixels(whole.get()));
+    EXPECT_EQ(disk.open_count, 0);
+  }
+}
+
+TEST_P(Formats, AnyFailingFileOperationEndsTheLoadCleanly) {
+  for (const Sample& sample : GetParam().samples) {
+    SCOPED_TRACE(sample.name);
+    const Leftovers before = leftovers();
+    for (int64_t n = 0;; ++n) {
+      Disk disk;
+      disk.files["in"] = sample.file;
+      disk.fail_at = n;
+      Bitmap bitmap;
+      const int32_t status = T_LoadBitmap("in", bitmap.get(), 0, -1);
+      EXPECT_TRUE(is_documented(status)) << "operation " << n;
+      EXPECT_EQ(disk.open_count, 0);
+      if (!disk.fault_hit()) {
+        EXPECT_EQ(status, T_OK);
+        break;
+      }
+    }
+    EXPECT_EQ(leftovers(), before);
+  }
+}
+
+TEST_P(Formats, RefusedMemoryEndsTheLoadCleanly) {
+  for (const Sample& sample : GetParam().samples) {
+    SCOPED_TRACE(sample.name);
+    const Leftovers before = leftovers();
+    for (const bool all_later : {false, true}) {
+      for (int64_t n = 0;; ++n) {
+        Bitmap bitmap;
+        platform::refuse_allocation(n, all_later);
+        const int32_t status = load(sample.file, bitmap, 24, T_ORDER_RGB);
+        const bool refused = platform::allocation_was_refused();
+        platform::refuse_allocation(-1, false);
+        EXPECT_TRUE(is_documented(status)) << "request " << n;
+        if (!refused) {
+          EXPECT_EQ(status, T_OK);
+          break;
+        }
+      }
+    }
+    EXPECT_EQ(leftovers(), before);
+  }
+}
+
+struct Answers {
+  int32_t first = T_OK;
+  int32_t later = T_OK;
+  int calls = 0;
+  uint32_t rows = 0;
+
+  static int32_t T_CALL sink(BitmapHandle*, const void*, int32_t count, void* context) {
+    auto* answers = static_cast<Answers*>(context);
+    answers->rows += count;
+    return answers->calls++ == 0 ? answers->first : answers->later;
+  }
+};
+
+TEST_P(Formats, TheCallbacksAnswerIsTheResult) {
+  for (const Sample& sample : GetParam().samples) {
+    for (const int32_t answer : {0, -77, 12345}) {
+      Answers answers{.first = answer};
+      Bitmap bitmap;
+      EXPECT_EQ(T_LoadMemory(sample.file.data(), bitmap.get(), 0, -1, 0, Answers::sink, &answers,
+                             sample.file.size()),
+                answer);
+      EXPECT_EQ(answers.calls, 1);
+    }
+    Answers answers;
+    Bitmap bitmap;
+    EXPECT_EQ(T_LoadMemory(sample.file.data(), bitmap.get(), 0, -1, 0, Answers::sink, &answers,
+                           sample.file.size()),
+              T_OK);
+    EXPECT_EQ(answers.rows, bitmap->Height);
+  }
+}
+
+TEST_P(Formats, EveryTrueColourDepthAndOrderShowsTheSamePicture) {
+  for (const Sample& sample : GetParam().samples) {
+    SCOPED_TRACE(sample.name);
+    Bitmap own;
+    ASSERT_EQ(load(sample.file, own), T_OK);
+    const Bytes want = rgb(own.get());
+    for (const int32_t bits : {24, 32}) {
+      for (const int32_t order : {T_ORDER_RGB, T_ORDER_BGR}) {
+        Bitmap bitmap;
+        ASSERT_EQ(load(sample.file, bitmap, bits, order), T_OK);
+        EXPECT_EQ(bitmap->Order, order);
+        EXPECT_EQ(rgb(bitmap.get()), want) << bits << " bits, order " << order;
+      }
+    }
+    Bitmap words;
+    ASSERT_EQ(load(sample.file, words, 16, T_ORDER_RGB), T_OK);
+    const Bytes narrow = rgb(words.get());
+    for (size_t i = 0; i < want.size(); ++i) ASSERT_EQ(narrow[i] >> 3, want[i] >> 3) << i;
+  }
+}
+
+TEST_P(Formats, WhatIsSavedLoadsBack) {
+  const FormatCase& format = GetParam();
+  if (format.save_format == 0 || !format.is_lossless) GTEST_SKIP() << "nothing to compare";
+  for (const int32_t depth : format.save_depths) {
+    for (const int32_t width : {1, 7, 8, 33, 200}) {
+      for (const uint32_t view_perspective : {0u, 2u}) {
+        for (const uint32_t request : {1u, 3u}) {
+          Disk disk;
+          Bitmap picture;
+          make_picture(picture, width, 9, depth, request, view_perspective);
+          ASSERT_EQ(T_SaveBitmap("out", picture.get(), format.save_format, depth, 0), T_OK)
+              << depth << " bits";
+          EXPECT_EQ(disk.open_count, 0);
+          Bitmap loaded;
+          ASSERT_EQ(T_LoadBitmap("out", loaded.get(), 0, -1), T_OK);
+          EXPECT_EQ(rgb(loaded.get()), rgb(picture.get()))
+              << depth << " bits, width " << width << ", perspective " << view_perspective;
+        }
+      }
+    }
+  }
+}
+
+TEST_P(Formats, AnyFailingFileOperationEndsTheSaveCleanly) {
+  const FormatCase& format = GetParam();
+  if (format.save_format == 0) GTEST_SKIP() << "no writer";
+  const Leftovers before = leftovers();
+  for (const int32_t depth : format.save_depths) {
+    for (int64_t n = 0;; ++n) {
+      Disk disk;
+      disk.longest_transfer = 64;
+      disk.fail_at = n;
+      Bitmap picture;
+      make_picture(picture, 20, 6, depth);
+      const int32_t status = T_SaveBitmap("out", picture.get(), format.save_format, depth, 0);
+      EXPECT_TRUE(is_documented(status)) << "operation " << n;
+      EXPECT_EQ(disk.open_count, 0);
+      EXPECT_EQ(status == T_OK, !disk.fault_hit()) << "operation " << n;
+      if (!disk.fault_hit()) break;
+    }
+  }
+  EXPECT_EQ(leftovers(), before);
+}
+
+TEST_P(Formats, RefusedMemoryEndsTheSaveCleanly) {
+  const FormatCase& format = GetParam();
+  if (format.save_format == 0) GTEST_SKIP() << "no writer";
+  const Leftovers before = leftovers();
+  for (const int32_t depth : format.save_depths) {
+    for (const int32_t from_depth : {depth, depth == 24 ? 8 : 24}) {
+      for (int64_t n = 0;; ++n) {
+        Disk disk;
+        Bitmap picture;
+        make_picture(picture, 20, 6, from_depth);
+        const Bytes before_save = pixels(picture.get());
+        platform::refuse_allocation(n, true);
+        const int32_t status = T_SaveBitmap("out", picture.get(), format.save_format, depth, 0);
+        const bool refused = platform::allocation_was_refused();
+        platform::refuse_allocation(-1, false);
+        EXPECT_TRUE(is_documented(status)) << "request " << n;
+        EXPECT_EQ(pixels(picture.get()), before_save);
+        if (!refused) break;
+      }
+    }
+  }
+  EXPECT_EQ(leftovers(), before);
+}
+
+}  // namespace
+}  // namespace tavo::test

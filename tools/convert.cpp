@@ -1,0 +1,146 @@
+// tavo convert: from one file to another.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "failure.h"
+#include "format_table.h"
+#include "output_file.h"
+#include "picture.h"
+#include "program.h"
+#include "progress.h"
+#include "system.h"
+
+namespace tavo::tools {
+namespace {
+
+constexpr int32_t kFilesOrder = -1;
+constexpr int32_t kFilesDepth = 0;
+
+struct ConvertOptions {
+  std::string input;
+  std::string output;
+  std::string format;
+  int bits = 0;
+  std::string order;
+  int page = 1;
+  bool append = false;
+};
+
+T_Format output_format(const ConvertOptions& options) {
+  return options.format.empty() ? format_by_extension(options.output)
+                                : format_by_name(options.format);
+}
+
+int output_depth(const ConvertOptions& options, const T_Format& format, int source_bits) {
+  const int bits = options.bits != 0 ? options.bits : choose_depth(format, source_bits);
+  if (accepts_depth(format, bits)) return bits;
+  throw Failure{options.output,
+                std::string(format.Name) + " cannot hold " + std::to_string(bits) +
+                    " bits per pixel, only " + write_depths_text(format),
+                T_ERR_DEPTH};
+}
+
+int32_t order_in_memory(const std::string& name) {
+  if (name.empty()) return kFilesOrder;
+  return name == "rgb" ? T_ORDER_RGB : T_ORDER_BGR;
+}
+
+void load(const ConvertOptions& options, const FILEINFO& info, Picture& picture) {
+  // Nothing is saved with 2 bits: such pictures are widened while they are read.
+  const int32_t bits = info.BitsPerPixel == 2 ? 4 : kFilesDepth;
+  T_SetPageNumber(options.page);
+  const int32_t status = T_LoadBitmap(absolute_path(options.input).c_str(), &picture.record(), bits,
+                                      order_in_memory(options.order));
+  T_SetPageNumber(1);  // a page number above 1 would turn the save into an append
+  check(status, options.input);
+}
+
+// Formats that hold a single picture overwrite it even when told to append: what was written
+// tells, before it takes the target's place.
+void check_appended(const ConvertOptions& options, const T_Format& format,
+                    const std::string& written, int32_t pages_before) {
+  FILEINFO info{};
+  const int32_t status = T_FileInfo(written.c_str(), &info);
+  if (status == T_OK && info.PageCount == pages_before + 1) return;
+  throw Failure{options.output,
+                std::string(format.Name) + " files hold one picture only: nothing can be appended",
+                T_ERR_FORMAT};
+}
+
+void save(const ConvertOptions& options, const T_Format& format, int bits, const FILEINFO& info,
+          Picture& picture) {
+  const bool appends = options.append && file_kind(options.output) == FileKind::kRegular;
+  const int32_t pages_before = appends ? describe(options.output, 1).PageCount : 0;
+  OutputFile output(options.output, appends);
+  const BitmapHandle& record = picture.record();
+  const DefaultResolution resolution(
+      in_dots_per_inch(info.Format, record.XResolution, record.YResolution));
+  constexpr int32_t kQuality = 0;
+  check(T_SaveFile(output.path().c_str(), &picture.record(), format.Id, bits, kQuality,
+                   appends ? T_SAVE_APPEND : 0, 0, 0),
+        options.output);
+  if (appends) check_appended(options, format, output.path(), pages_before);
+  output.commit();
+}
+
+int run_convert(const ConvertOptions& options) {
+  const T_Format format = output_format(options);
+  const FILEINFO info = describe(options.input, options.page);
+  const int bits = output_depth(options, format, info.BitsPerPixel);
+  Progress progress;
+  Picture picture;
+  progress.start("Reading " + options.input);
+  load(options, info, picture);
+  progress.start("Writing " + options.output);
+  save(options, format, bits, info, picture);
+  return kExitOk;
+}
+
+void add_options(CLI::App& command, ConvertOptions& options) {
+  command.add_option("IN", options.input, "File to read, in any format")->required();
+  command
+      .add_option("OUT", options.output,
+                  "File to write; its extension names the format. It is written beside its place "
+                  "and renamed when complete: a failure leaves what was there")
+      ->required();
+  command
+      .add_option("-f,--format", options.format,
+                  "Format to write, whatever the extension: a name or identifier that \"tavo "
+                  "formats\" lists")
+      ->type_name("F");
+  command
+      .add_option("-b,--bits", options.bits,
+                  "Bits per pixel to write: 1, 4, 8, 16, 24 or 32, as the format allows. Without "
+                  "it the picture's own depth, or the one nearest to it that the format holds")
+      ->check(CLI::IsMember(std::vector<int>{1, 4, 8, 16, 24, 32}).description(""))
+      ->type_name("N");
+  command
+      .add_option("--order", options.order,
+                  "Byte order of the pixels above 8 bits while they are in memory. "
+                  "Formats that prescribe an order are written in theirs")
+      ->check(CLI::IsMember(std::vector<std::string>{"rgb", "bgr"}).description(""))
+      ->type_name("rgb|bgr");
+  command.add_option("-p,--page", options.page, "Page to read from a multi-page file")
+      ->check(CLI::Range(1, 1023).description(""))
+      ->type_name("N")
+      ->capture_default_str();
+  command.add_flag("-a,--append", options.append,
+                   "Add the picture to OUT as a further page, where the format has pages");
+}
+
+}  // namespace
+
+void add_convert(CLI::App& app, Action& action) {
+  auto options = std::make_shared<ConvertOptions>();
+  CLI::App* command = app.add_subcommand("convert", "Convert a picture to another format or depth");
+  add_options(*command, *options);
+  command->footer(
+      "Resolution and row order are kept. Examples:\n"
+      "  tavo convert photo.bmp copy.bmp\n"
+      "  tavo convert photo.bmp small.bmp --bits 8\n"
+      "  tavo convert drawing.bmp out.img --format bmp");
+  command->callback([options, &action] { action = [options] { return run_convert(*options); }; });
+}
+
+}  // namespace tavo::tools

@@ -1,0 +1,113 @@
+#include "format_table.h"
+
+#include <algorithm>
+#include <charconv>
+#include <sstream>
+
+#include "failure.h"
+
+namespace tavo::tools {
+namespace {
+
+constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32};
+
+std::string lower(std::string_view text) {
+  std::string result(text);
+  for (char& c : result)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  return result;
+}
+
+bool has_extension(const T_Format& format, std::string_view wanted) {
+  return std::ranges::count(extensions_of(format), wanted) != 0;
+}
+
+}  // namespace
+
+std::vector<T_Format> all_formats() {
+  std::vector<T_Format> formats;
+  T_Format format;
+  for (uint32_t i = 0; T_GetFormat(i, &format) == T_OK; ++i) formats.push_back(format);
+  return formats;
+}
+
+std::string format_name(int32_t id) {
+  for (const T_Format& format : all_formats())
+    if (format.Id == id) return format.Name;
+  return "format " + std::to_string(id);
+}
+
+std::vector<std::string> extensions_of(const T_Format& format) {
+  std::istringstream words(format.Extensions);
+  std::vector<std::string> extensions;
+  for (std::string word; words >> word;) extensions.push_back(word);
+  return extensions;
+}
+
+bool accepts_depth(const T_Format& format, int bits) {
+  return (format.WriteDepths >> (bits % 32) & 1) != 0;
+}
+
+std::vector<int> write_depths(const T_Format& format) {
+  std::vector<int> depths;
+  for (const int bits : kDepths)
+    if (accepts_depth(format, bits)) depths.push_back(bits);
+  return depths;
+}
+
+std::string write_depths_text(const T_Format& format) {
+  std::string text;
+  for (const int bits : write_depths(format)) {
+    if (!text.empty()) text += ", ";
+    text += std::to_string(bits);
+  }
+  return text;
+}
+
+T_Format format_by_name(std::string_view text) {
+  int id = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
+  const bool is_number = error == std::errc() && end == text.data() + text.size();
+  const std::string wanted = lower(text);
+  const auto formats = all_formats();
+  for (const T_Format& format : formats)
+    if (format.CanWrite != 0 && (is_number ? format.Id == id : lower(format.Name) == wanted))
+      return format;
+  for (const T_Format& format : formats)
+    if (format.CanWrite != 0 && has_extension(format, wanted)) return format;
+  throw UsageError{"--format: \"" + std::string(text) +
+                   "\" is no format that can be written; \"tavo formats\" lists them"};
+}
+
+T_Format format_by_extension(const std::string& path) {
+  const size_t name = path.find_last_of("\\/") + 1;
+  const size_t dot = path.rfind('.');
+  const bool has_dot = dot != std::string::npos && dot >= name;
+  const std::string extension = has_dot ? lower(path.substr(dot + 1)) : std::string();
+  for (const T_Format& format : all_formats())
+    if (format.CanWrite != 0 && has_extension(format, extension)) return format;
+  throw Failure{path,
+                extension.empty()
+                    ? "The name has no extension that says which format to write; give --format"
+                    : "No format is written under the extension ." + extension +
+                          "; \"tavo formats\" lists those there are, --format chooses one",
+                T_ERR_FORMAT};
+}
+
+int choose_depth(const T_Format& format, int source_bits) {
+  // Best first for each depth of a source; 5-5-5 pixels lose against 8-bit palettes, the spare
+  // byte of 32-bit pixels carries nothing.
+  static constexpr int kBest[][8] = {
+      {1, 1, 4, 8, 24, 32, 16},  {2, 4, 8, 24, 32, 16, 1},  {4, 4, 8, 24, 32, 16, 1},
+      {8, 8, 24, 32, 16, 4, 1},  {16, 16, 24, 32, 8, 4, 1}, {24, 24, 32, 16, 8, 4, 1},
+      {32, 32, 24, 16, 8, 4, 1},
+  };
+  for (const auto& row : kBest) {
+    if (row[0] != source_bits) continue;
+    for (const int bits : std::span(row).subspan(1))
+      if (bits != 0 && accepts_depth(format, bits)) return bits;
+  }
+  return source_bits;
+}
+
+}  // namespace tavo::tools

@@ -1,0 +1,78 @@
+// Writes the manual page from the same descriptions that --help prints.
+#include <fstream>
+#include <string>
+
+#include "help.h"
+#include "program.h"
+
+namespace tavo::tools {
+namespace {
+
+// Text for roff: no line of ours may start a request, hyphens are literal, backslashes escaped.
+std::string roff(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    if (c == '\\' || c == '-') result += '\\';
+    if ((c == '.' || c == '\'') && (result.empty() || result.back() == '\n')) result += "\\&";
+    result += c == '\\' ? 'e' : c;
+  }
+  return result;
+}
+
+void write_option(std::ostream& out, const CLI::Option& option) {
+  out << ".TP\n.B " << roff(option_names(option));
+  if (const std::string value = value_name(option); !value.empty())
+    out << " \\fI" << roff(value) << "\\fP";
+  out << "\n" << roff(option_text(option)) << "\n";
+}
+
+void write_options(std::ostream& out, const CLI::App& app) {
+  for (const CLI::Option* option : app.get_options({})) write_option(out, *option);
+}
+
+// A footer is laid out by hand, examples included: it stays as it is.
+void write_footer(std::ostream& out, const CLI::App& app) {
+  if (app.get_footer().empty()) return;
+  out << ".PP\n.nf\n" << roff(app.get_footer()) << "\n.fi\n";
+}
+
+// "tavo convert IN OUT [options]"
+std::string usage(const CLI::App& command) {
+  std::string text = "\\fBtavo " + roff(command.get_name()) + "\\fP";
+  for (const CLI::Option* option : command.get_options({})) {
+    if (!option->get_positional()) continue;
+    text += " \\fI" + roff(option_names(*option)) + "\\fP";
+    if (option->get_items_expected_max() > 1) text += "...";
+  }
+  return text + " [\\fIoptions\\fP]";
+}
+
+void write_page(std::ostream& out, const CLI::App& app) {
+  const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
+  out << ".TH TAVO 1 \"\" \"" << app.version() << "\" \"User Commands\"\n"
+      << ".SH NAME\ntavo \\- reads, converts and writes raster images\n.SH SYNOPSIS\n";
+  for (const CLI::App* command : commands) out << usage(*command) << "\n.br\n";
+  out << ".SH DESCRIPTION\n" << roff(app.get_description()) << "\n";
+  write_options(out, app);
+  out << ".SH COMMANDS\n";
+  for (const CLI::App* command : commands) {
+    out << ".SS " << usage(*command) << "\n" << roff(command->get_description()) << ".\n";
+    write_options(out, *command);
+    write_footer(out, *command);
+  }
+  out << ".SH NOTES\n";
+  write_footer(out, app);
+}
+
+}  // namespace
+}  // namespace tavo::tools
+
+int main(int argc, char** argv) {
+  if (argc != 2) return 2;
+  CLI::App app;
+  tavo::tools::Action action;
+  tavo::tools::describe_program(app, action);
+  std::ofstream out(argv[1]);
+  tavo::tools::write_page(out, app);
+  return out.flush() ? 0 : 1;
+}

@@ -1,0 +1,22 @@
+// The command line as data: what it accepts, and what it then does. The program runs it, the
+// manual page is written from it.
+#pragma once
+
+#include <functional>
+
+#include <CLI/CLI.hpp>
+
+namespace tavo::tools {
+
+// What the chosen subcommand does once its options are parsed; returns the exit status.
+using Action = std::function<int()>;
+
+// Describes the whole program. Parsing puts what is to be done into `action`.
+void describe_program(CLI::App& app, Action& action);
+
+// One function per subcommand, each in the file of its name.
+void add_convert(CLI::App& app, Action& action);
+void add_formats(CLI::App& app, Action& action);
+void add_info(CLI::App& app, Action& action);
+
+}  // namespace tavo::tools

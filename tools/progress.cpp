@@ -1,0 +1,94 @@
+#include "progress.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <utility>
+
+#include "system.h"
+#include "tavo45.h"
+
+namespace tavo::tools {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kQuietTime = std::chrono::milliseconds(500);
+constexpr auto kRedrawTime = std::chrono::milliseconds(50);
+constexpr int kBarWidth = 40;
+constexpr size_t kLabelWidth = 30;
+constexpr int32_t kStop = 0;  // any answer but T_OK ends the library call
+
+// The status callback has no context: what it needs is here.
+struct Bar {
+  std::string label;
+  bool is_terminal = false;
+  bool is_drawn = false;
+  Clock::time_point next_draw;
+};
+Bar bar;
+volatile std::sig_atomic_t signal_number = 0;
+
+extern "C" void note_signal(int number) {
+  signal_number = number;
+  std::signal(number, SIG_DFL);
+}
+
+void draw(int32_t percent) {
+  const int filled = std::clamp<int32_t>(percent, 0, 100) * kBarWidth / 100;
+  const std::string line = std::string(static_cast<size_t>(filled), '#') +
+                           std::string(static_cast<size_t>(kBarWidth - filled), '.');
+  std::fprintf(stderr, "\r%-*.*s [%s] %3d%%", static_cast<int>(kLabelWidth),
+               static_cast<int>(kLabelWidth), bar.label.c_str(), line.c_str(),
+               static_cast<int>(percent));
+  std::fflush(stderr);
+  bar.is_drawn = true;
+}
+
+void wipe() {
+  if (!bar.is_drawn) return;
+  const std::string blanks(kLabelWidth + kBarWidth + 8, ' ');
+  std::fprintf(stderr, "\r%s\r", blanks.c_str());
+  std::fflush(stderr);
+  bar.is_drawn = false;
+}
+
+int32_t T_CALL on_status(int32_t percent) {
+  if (signal_number != 0) return kStop;
+  if (bar.is_terminal) {
+    const auto now = Clock::now();
+    if (now >= bar.next_draw) {
+      draw(percent);
+      bar.next_draw = now + kRedrawTime;
+    }
+  }
+  return T_OK;
+}
+
+}  // namespace
+
+Progress::Progress() {
+  bar.is_terminal = stderr_is_terminal();
+  bar.next_draw = Clock::now() + kQuietTime;
+  std::signal(SIGINT, note_signal);
+  std::signal(SIGTERM, note_signal);
+  T_SetStatusCallBack(on_status);
+}
+
+Progress::~Progress() {
+  T_SetStatusCallBack(nullptr);
+  std::signal(SIGINT, SIG_DFL);
+  std::signal(SIGTERM, SIG_DFL);
+  wipe();
+}
+
+void Progress::start(std::string label) {
+  bar.label = std::move(label);
+  // The operation's name fits: cut in the middle of what is too long, never at the front.
+  if (bar.label.size() > kLabelWidth) bar.label = bar.label.substr(0, kLabelWidth - 3) + "...";
+}
+
+int Progress::caught_signal() { return signal_number; }
+
+}  // namespace tavo::tools
