@@ -28,6 +28,7 @@ uint32_t extra_bits(int value, uint32_t bits) {
 
 constexpr uint32_t length(Code code) { return code & 0xFF; }
 
+// At most 24 bits together.
 Code append_value(Code code, int value) {
   const uint32_t bits = category(value);
   return (code >> 8 << bits | extra_bits(value, bits)) << 8 | (length(code) + bits);
@@ -82,7 +83,9 @@ void put_plain_block(PlainBits& bits, const BlockPair& pair, size_t lane, const 
       continue;
     }
     for (; run > 15; run -= 16) bits.put(slot.codes->ac[kZeroRun]);
-    bits.put(append_value(slot.codes->ac[run << 4 | category(value)], value));
+    const uint32_t size = category(value);
+    bits.put(slot.codes->ac[run << 4 | size]);
+    bits.put(extra_bits(value, size), size);
     run = 0;
   }
   if (run != 0) bits.put(slot.codes->ac[kEndOfBlock]);
