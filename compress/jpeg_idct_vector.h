@@ -1,0 +1,166 @@
+// The inverse transform in vectors, compiled once for each instruction set.
+//
+// The including file defines TAVO_TARGET, the attribute of its instruction set, a vector type V of
+// one or two lanes of 128 bits, and inline functions of that set: madd, add, sub, shift_right<n>,
+// pack_words, pack_bytes, multiply, low/high words, dwords, bytes and qwords interleaved,
+// constants. A lane holds one block; no operation crosses lanes.
+
+namespace tavo::jpeg {
+namespace {
+
+struct Wide {
+  V low;
+  V high;
+};
+
+TAVO_TARGET inline Wide pairs(V a, V b) { return {low_words(a, b), high_words(a, b)}; }
+TAVO_TARGET inline Wide sum_of_products(Wide x, V factors) {
+  return {madd(x.low, factors), madd(x.high, factors)};
+}
+TAVO_TARGET inline Wide operator+(Wide a, Wide b) {
+  return {add(a.low, b.low), add(a.high, b.high)};
+}
+TAVO_TARGET inline Wide operator-(Wide a, Wide b) {
+  return {sub(a.low, b.low), sub(a.high, b.high)};
+}
+TAVO_TARGET inline Wide operator+(Wide a, V b) { return {add(a.low, b), add(a.high, b)}; }
+
+template <int kShift>
+TAVO_TARGET inline V narrow(Wide a) {
+  return pack_words(shift_right<kShift>(a.low), shift_right<kShift>(a.high));
+}
+
+// Outputs i and 7 - i of a pass from their even and odd parts.
+template <int kShift>
+TAVO_TARGET inline void finish(Wide even, Wide odd, V& first, V& second) {
+  first = narrow<kShift>(even + odd);
+  second = narrow<kShift>(even - odd);
+}
+
+template <int kShift>
+TAVO_TARGET inline void full_pass(V (&r)[8]) {
+  const V round = all_dwords(1 << (kShift - 1));
+  const Wide r04 = pairs(r[0], r[4]);
+  const Wide r26 = pairs(r[2], r[6]);
+  const Wide r13 = pairs(r[1], r[3]);
+  const Wide r57 = pairs(r[5], r[7]);
+  const Wide e0 = sum_of_products(r04, word_pairs(kOne, kOne)) + round;
+  const Wide e1 = sum_of_products(r04, word_pairs(kOne, -kOne)) + round;
+  const Wide e2 = sum_of_products(r26, word_pairs(kEven2, -kEven6));
+  const Wide e3 = sum_of_products(r26, word_pairs(kEven6Sum, kEven2));
+  const auto odd = [&](int i) TAVO_TARGET {
+    return sum_of_products(r13, word_pairs(kOdd[i][0], kOdd[i][1])) +
+           sum_of_products(r57, word_pairs(kOdd[i][2], kOdd[i][3]));
+  };
+  finish<kShift>(e0 + e3, odd(0), r[0], r[7]);
+  finish<kShift>(e1 + e2, odd(1), r[1], r[6]);
+  finish<kShift>(e1 - e2, odd(2), r[2], r[5]);
+  finish<kShift>(e0 - e3, odd(3), r[3], r[4]);
+}
+
+// The same with inputs 4 to 7 zero.
+template <int kShift>
+TAVO_TARGET inline void short_pass(V (&r)[8]) {
+  const V round = all_dwords(1 << (kShift - 1));
+  const Wide r02 = pairs(r[0], r[2]);
+  const Wide r13 = pairs(r[1], r[3]);
+  const auto even = [&](int factor) TAVO_TARGET {
+    return sum_of_products(r02, word_pairs(kOne, factor)) + round;
+  };
+  const auto odd = [&](int i) TAVO_TARGET {
+    return sum_of_products(r13, word_pairs(kOdd[i][0], kOdd[i][1]));
+  };
+  finish<kShift>(even(kEven6Sum), odd(0), r[0], r[7]);
+  finish<kShift>(even(kEven2), odd(1), r[1], r[6]);
+  finish<kShift>(even(-kEven2), odd(2), r[2], r[5]);
+  finish<kShift>(even(-kEven6Sum), odd(3), r[3], r[4]);
+}
+
+// The first pass with rows 4 to 7 and columns 4 to 7 zero, transposed: r[0] to r[3] are columns.
+TAVO_TARGET inline void corner_pass(V (&r)[8]) {
+  const V round = all_dwords(1 << (kFirstShift - 1));
+  const V r02 = low_words(r[0], r[2]);
+  const V r13 = low_words(r[1], r[3]);
+  const auto even = [&](int factor)
+                        TAVO_TARGET { return add(madd(r02, word_pairs(kOne, factor)), round); };
+  const auto odd = [&](int i) TAVO_TARGET { return madd(r13, word_pairs(kOdd[i][0], kOdd[i][1])); };
+  const V e[4] = {even(kEven6Sum), even(kEven2), even(-kEven2), even(-kEven6Sum)};
+  const V o[4] = {odd(0), odd(1), odd(2), odd(3)};
+  const auto plus = [&](int i) TAVO_TARGET { return shift_right<kFirstShift>(add(e[i], o[i])); };
+  const auto minus = [&](int i) TAVO_TARGET { return shift_right<kFirstShift>(sub(e[i], o[i])); };
+  const V rows01 = pack_words(plus(0), plus(1));
+  const V rows23 = pack_words(plus(2), plus(3));
+  const V rows45 = pack_words(minus(3), minus(2));
+  const V rows67 = pack_words(minus(1), minus(0));
+  const V a0 = low_words(rows01, rows23), a1 = high_words(rows01, rows23);
+  const V b0 = low_words(rows45, rows67), b1 = high_words(rows45, rows67);
+  const V top01 = low_words(a0, a1), top23 = high_words(a0, a1);
+  const V bottom01 = low_words(b0, b1), bottom23 = high_words(b0, b1);
+  r[0] = low_qwords(top01, bottom01);
+  r[1] = high_qwords(top01, bottom01);
+  r[2] = low_qwords(top23, bottom23);
+  r[3] = high_qwords(top23, bottom23);
+}
+
+TAVO_TARGET inline void transpose(V (&r)[8]) {
+  const V a0 = low_words(r[0], r[1]), a1 = high_words(r[0], r[1]);
+  const V a2 = low_words(r[2], r[3]), a3 = high_words(r[2], r[3]);
+  const V a4 = low_words(r[4], r[5]), a5 = high_words(r[4], r[5]);
+  const V a6 = low_words(r[6], r[7]), a7 = high_words(r[6], r[7]);
+  const V b0 = low_dwords(a0, a2), b1 = high_dwords(a0, a2);
+  const V b2 = low_dwords(a1, a3), b3 = high_dwords(a1, a3);
+  const V b4 = low_dwords(a4, a6), b5 = high_dwords(a4, a6);
+  const V b6 = low_dwords(a5, a7), b7 = high_dwords(a5, a7);
+  r[0] = low_qwords(b0, b4);
+  r[1] = high_qwords(b0, b4);
+  r[2] = low_qwords(b1, b5);
+  r[3] = high_qwords(b1, b5);
+  r[4] = low_qwords(b2, b6);
+  r[5] = high_qwords(b2, b6);
+  r[6] = low_qwords(b3, b7);
+  r[7] = high_qwords(b3, b7);
+}
+
+// From the second pass's columns to rows of samples: out[i] holds rows 2i and 2i + 1.
+TAVO_TARGET inline void to_samples(const V (&r)[8], V (&out)[4]) {
+  const V middle = all_bytes(-128);
+  const V c02 = pack_bytes(r[0], r[2]), c13 = pack_bytes(r[1], r[3]);
+  const V c46 = pack_bytes(r[4], r[6]), c57 = pack_bytes(r[5], r[7]);
+  const V c01 = low_bytes(c02, c13), c23 = high_bytes(c02, c13);
+  const V c45 = low_bytes(c46, c57), c67 = high_bytes(c46, c57);
+  const V left_top = low_words(c01, c23), left_bottom = high_words(c01, c23);
+  const V right_top = low_words(c45, c67), right_bottom = high_words(c45, c67);
+  out[0] = add_bytes(low_dwords(left_top, right_top), middle);
+  out[1] = add_bytes(high_dwords(left_top, right_top), middle);
+  out[2] = add_bytes(low_dwords(left_bottom, right_bottom), middle);
+  out[3] = add_bytes(high_dwords(left_bottom, right_bottom), middle);
+}
+
+// The whole transform of rows r of dequantised coefficients.
+TAVO_TARGET inline void transform(V (&r)[8], Extent extent, V (&samples)[4]) {
+  if (extent == Extent::kCorner) {
+    corner_pass(r);
+    short_pass<kSecondShift>(r);
+  } else {
+    full_pass<kFirstShift>(r);
+    transpose(r);
+    full_pass<kSecondShift>(r);
+  }
+  to_samples(r, samples);
+}
+
+// A block that has a DC value only: one level.
+inline uint64_t flat_samples(int16_t dc, uint16_t quantiser) {
+  const int value = static_cast<int16_t>(dc * static_cast<int16_t>(quantiser));
+  const int scaled = value * 4 > 32767 ? 32767 : value * 4 < -32768 ? -32768 : value * 4;
+  const int level = ((scaled + 16) >> 5) + 128;
+  const int sample = level < 0 ? 0 : level > 255 ? 255 : level;
+  return static_cast<uint64_t>(sample) * 0x0101010101010101u;
+}
+
+inline void store_flat(uint64_t row, uint8_t* out, size_t stride) {
+  for (size_t y = 0; y < 8; ++y) store_native(out + y * stride, row);
+}
+
+}  // namespace
+}  // namespace tavo::jpeg
