@@ -38,6 +38,8 @@ struct Settings {
   // Logical screen that GIF files declare; 0 by 0 means the display's.
   int32_t screen_width = 0;
   int32_t screen_height = 0;
+  // GIF: the depth follows the table in force, the image's own before the global one.
+  bool gif_image_depth = false;
   int32_t ras_variant = 0;
 
   Settings();

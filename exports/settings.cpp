@@ -41,6 +41,25 @@ int32_t T_CALL T_SetPageNumber(int32_t page) {
   return T_OK;
 }
 
+int32_t T_CALL T_SetGIFVersion(int32_t flag) {
+  settings.gif89a = flag != 0;
+  return T_OK;
+}
+
+int32_t T_CALL T_SetGIFDepth(int32_t flag) {
+  settings.gif_image_depth = flag != 0;
+  return T_OK;
+}
+
+int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height) {
+  const bool is_display = width == 0 && height == 0;
+  const bool is_size = width >= 1 && width <= UINT16_MAX && height >= 1 && height <= UINT16_MAX;
+  if (!is_display && !is_size) return T_ERR_ARGUMENT;
+  settings.screen_width = width;
+  settings.screen_height = height;
+  return T_OK;
+}
+
 int32_t T_CALL T_SetCallbackLine(int32_t lines) {
   if (lines < 1) return T_ERR_ARGUMENT;
   settings.callback_lines = lines;

@@ -514,6 +514,35 @@ T_API int32_t T_CALL T_LoadBMPFile(const char* name, BitmapHandle* bitmap, T_Row
 T_API int32_t T_CALL T_LoadBMPBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
+/* GIF 87a and 89a: the first image of a file. Later images, and what extensions say of timing and
+ * transparency, are skipped. Saves write one image of 8 bits per pixel (other depths: T_ERR_DEPTH;
+ * more than 65535 pixels either way: T_ERR_SIZE) with the bitmap's 256 colours as global table.
+ * The picture has 1, 4 or 8 bits as the size field of the screen's table says (see T_SetGIFDepth)
+ * and the palette of the image, or else of the screen; a file without any table gets grey levels
+ * and Colors 0. Interlaced images are delivered in file order with T_FLAG_INTERLACED set, the rows
+ * of pass 1 (0, 8, 16 ...), then pass 2 (4, 12 ...), 3 (2, 6 ...) and 4 (1, 3 ...); a sink's answer
+ * of 2 then counts as T_OK. Where the data end early the rows that are there are delivered, the
+ * last filled up with index 0; T_ERR_BAD_DATA if any are missing. T_ERR_READ: no image follows the
+ * screen, or the file ends before the image's data.
+ * Facts: "Graphics Interchange Format", version 89a. */
+T_API int32_t T_CALL T_LoadGIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadGIFBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveGIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* Saves write "GIF89a" (flag not 0, the default) or "GIF87a". T_OK. */
+T_API int32_t T_CALL T_SetGIFVersion(int32_t flag);
+
+/* The logical screen size that GIF files declare, 1 to 65535 each; 0, 0 (the default) is the
+ * display's, 1280 x 1024 where there is none. Other programs show the picture on a canvas of this
+ * size, so a caller who writes for them gives the picture's. T_OK or T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
+
+/* Where the depth of a GIF picture comes from: 0 (the default) always the size field of the
+ * screen's table, even when the image brings a larger table of its own and its indices do not fit;
+ * not 0: the image's table when it has one. T_OK. */
+T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,12 +1,18 @@
 #include "pipeline/registry.h"
 
 #include "formats/bmp.h"
+#include "formats/gif.h"
+#include "pipeline/load.h"
 
 namespace tavo::pipeline {
 
 namespace {
 
 constexpr uint32_t kDepths1_4_8_24 = depth_bit(1) | depth_bit(4) | depth_bit(8) | depth_bit(24);
+
+Status read_gif_picture(const char* name, BitmapHandle* bitmap) {
+  return load_picture(name, *bitmap, gif::read);
+}
 
 constexpr FormatRow kFormats[] = {
     {.id = T_FORMAT_BMP,
@@ -23,12 +29,22 @@ constexpr FormatRow kFormats[] = {
      .read = bmp::read,
      .write = bmp::write,
      .write_depths = kDepths1_4_8_24},
+    {.id = T_FORMAT_GIF,
+     .name = "GIF",
+     .description = "Graphics Interchange Format",
+     .extensions = "gif",
+     .read = gif::read,
+     .read_picture = read_gif_picture,
+     .delivery = Delivery::kWholeWhenAsked,
+     .write = gif::write,
+     .write_depths = depth_bit(8)},
 };
 
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
     bmp::probe,
+    gif::probe,
 };
 
 }  // namespace

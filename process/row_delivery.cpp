@@ -110,7 +110,10 @@ Status RowDelivery::flush() {
   const uint32_t count = gathered_;
   gathered_ = 0;
   if (count == 0) return kOk;
-  return Status{sink_(&bitmap_, batch_.data(), static_cast<int32_t>(count), context_)};
+  const Status answer{sink_(&bitmap_, batch_.data(), static_cast<int32_t>(count), context_)};
+  // Sinks of interlaced pictures may say 2 as well.
+  const bool says_two = answer.code() == 2 && (picture_.flags & T_FLAG_INTERLACED) != 0;
+  return says_two ? kOk : answer;
 }
 
 Status RowDelivery::finish() {

@@ -57,7 +57,7 @@ FormatCase bmp_case() {
 }  // namespace
 
 const std::vector<FormatCase>& format_cases() {
-  static const std::vector<FormatCase> cases = {bmp_case()};
+  static const std::vector<FormatCase> cases = {bmp_case(), gif_case()};
   return cases;
 }
 

@@ -34,4 +34,19 @@ Bytes bmp_file(Bytes info_header, Bytes palette_and_gap, Bytes data);
 Bytes bmp_info(int32_t width, int32_t height, uint32_t bits, uint32_t compression,
                uint32_t colors_used);
 
+// A GIF file from its parts; its screen is 500 x 400, its image at 3, 4.
+struct GifFile {
+  uint16_t width = 0;
+  uint16_t height = 0;
+  uint8_t screen_packed = 0;
+  Bytes global_table = {};
+  Bytes extensions = {};
+  uint8_t image_packed = 0;
+  Bytes local_table = {};
+  uint8_t minimum_code_size = 8;
+  Bytes data = {};  // sub-blocks
+};
+Bytes gif_file(const GifFile& gif);
+FormatCase gif_case();
+
 }  // namespace tavo::test

@@ -1,0 +1,17 @@
+// The GIF trio.
+#include "formats/gif.h"
+#include "pipeline/load.h"
+#include "tavo45.h"
+
+int32_t T_CALL T_LoadGIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                             int32_t bitsPerPixel, void* context) {
+  return tavo::gif::read(name, bitmap, sink, bitsPerPixel, context).code();
+}
+
+int32_t T_CALL T_LoadGIFBitmap(const char* name, BitmapHandle* bitmap) {
+  return tavo::pipeline::load_picture(name, *bitmap, tavo::gif::read).code();
+}
+
+int32_t T_CALL T_SaveGIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {
+  return T_SaveBitmap(name, bitmap, T_FORMAT_GIF, bitsPerPixel, 0);
+}

@@ -1,0 +1,320 @@
+#include "formats/gif.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "base/endian.h"
+#include "base/settings.h"
+#include "codec/lzw.h"
+#include "core/notice.h"
+#include "io/output_file.h"
+#include "platform/platform.h"
+#include "process/row_delivery.h"
+#include "process/row_fetch.h"
+
+namespace tavo::gif {
+
+namespace {
+
+using process::RowDelivery;
+
+constexpr size_t kScreenSize = 13;          // signature, version, logical screen descriptor
+constexpr size_t kImageDescriptorSize = 9;  // without its separator
+constexpr uint8_t kExtension = 0x21;
+constexpr uint8_t kImageSeparator = 0x2C;
+constexpr uint8_t kTrailer = 0x3B;
+constexpr uint8_t kHasTable = 0x80;  // packed fields of screen and image
+constexpr uint8_t kInterlaced = 0x40;
+constexpr size_t kPacket = 254;  // bytes of a written data sub-block
+
+uint32_t table_entries(uint8_t packed) { return 2u << (packed & 7); }
+
+// Data sub-blocks as one stream: what stands between length bytes, up to the empty block.
+class SubBlocks {
+ public:
+  explicit SubBlocks(ByteSource& bytes) : bytes_(bytes) {}
+
+  Status read_some(std::span<uint8_t> into, size_t& got) {
+    got = 0;
+    while (got < into.size() && !at_end_) {
+      if (left_ == 0) {
+        const int length = bytes_.get();
+        at_end_ = length <= 0;
+        left_ = at_end_ ? 0 : static_cast<size_t>(length);
+        continue;
+      }
+      const size_t part = std::min(left_, into.size() - got);
+      size_t came = 0;
+      TRY(bytes_.read_some(into.subspan(got, part), came));
+      got += came;
+      left_ -= came;
+      at_end_ = came < part;
+    }
+    return bytes_.failure();
+  }
+
+ private:
+  ByteSource& bytes_;
+  size_t left_ = 0;  // of the current block
+  bool at_end_ = false;
+};
+
+// Past any extensions to the image separator. Their contents (timing, transparency, comments)
+// have no place in a bitmap.
+Status find_image(ByteSource& bytes) {
+  int introducer = bytes.get();
+  while (introducer == kExtension) {
+    if (bytes.get() < 0) return kReadError;  // its label
+    int length = bytes.get();
+    while (length > 0) {
+      TRY(bytes.skip(static_cast<uint64_t>(length)));
+      length = bytes.get();
+    }
+    if (length < 0) return kReadError;
+    introducer = bytes.get();
+  }
+  return introducer == kImageSeparator ? kOk : kReadError;
+}
+
+Status read_table(ByteSource& bytes, uint8_t packed, process::SourcePicture& picture) {
+  std::array<uint8_t, 3 * 256> rgb;
+  picture.colors = table_entries(packed);
+  TRY(bytes.read({rgb.data(), 3 * picture.colors}));
+  for (uint32_t i = 0; i < picture.colors; ++i) {
+    picture.palette[i] = {rgb[3 * i + 2], rgb[3 * i + 1], rgb[3 * i], 0};
+  }
+  return kOk;
+}
+
+// The size field of the global table decides, even when the image brings a table of its own and
+// there is no global one, unless the setting lets the image's table decide.
+int32_t depth_of(uint8_t screen_packed, uint8_t image_packed) {
+  const bool by_image = settings.gif_image_depth && (image_packed & kHasTable) != 0;
+  const int color_bits = ((by_image ? image_packed : screen_packed) & 7) + 1;
+  if (color_bits == 1) return 1;
+  return color_bits <= 4 ? 4 : 8;
+}
+
+// For files without any table.
+void set_gray_palette(process::SourcePicture& picture) {
+  const uint32_t last = (1u << picture.bits) - 1;
+  for (uint32_t i = 0; i <= last; ++i) {
+    const auto level = static_cast<uint8_t>(i * 255 / last);
+    picture.palette[i] = {level, level, level, 0};
+  }
+}
+
+}  // namespace
+
+Status parse_header(ByteSource& bytes, Header& header) {
+  process::SourcePicture& picture = header.picture;
+  std::array<uint8_t, kScreenSize> screen;
+  size_t got = 0;
+  if (!bytes.read_some(screen, got).ok() || got < kScreenSize) return kBadData;
+  if (std::memcmp(screen.data(), "GIF", 3) != 0) return kBadData;
+  const uint8_t packed = screen[10];
+  if ((packed & kHasTable) != 0) TRY(read_table(bytes, packed, picture));
+
+  TRY(find_image(bytes));
+  std::array<uint8_t, kImageDescriptorSize> image;
+  TRY(bytes.read(image));
+  picture.width = load_le16(&image[4]);
+  picture.height = load_le16(&image[6]);
+  const uint8_t image_packed = image[8];
+  picture.bits = depth_of(packed, image_packed);
+  if ((image_packed & kHasTable) != 0) TRY(read_table(bytes, image_packed, picture));
+  if (((packed | image_packed) & kHasTable) == 0) set_gray_palette(picture);
+  TRY(bytes.read({&header.minimum_code_size, 1}));
+
+  if (picture.width == 0 || picture.height == 0) return kBadData;
+  picture.storage_kind = T_FORMAT_GIF;
+  picture.flags = (image_packed & kInterlaced) != 0 ? T_FLAG_INTERLACED : 0;
+  return kOk;
+}
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  if (input.head.size() < kScreenSize || std::memcmp(input.head.data(), "GIF", 3) != 0) {
+    return kBadData;
+  }
+  ByteSource bytes(input.file);
+  TRY(bytes.start(2048));
+  Header header;
+  TRY(parse_header(bytes, header));
+  process::describe(header.picture, T_FORMAT_GIF, "LZW", info);
+  return kOk;
+}
+
+namespace {
+
+// Eight index bytes as bits, the first in the high one.
+uint8_t eight_bits(const uint8_t* indices) {
+  return static_cast<uint8_t>((load_le64(indices) & 0x0101010101010101u) * 0x8040201008040201u >>
+                              56);
+}
+
+// Index bytes to the packed pixels of a row, leftmost in the high bits. `indices` may be read up
+// to the next multiple of 8; what stands beyond the width becomes padding.
+void pack_row(const uint8_t* indices, int32_t bits, std::span<uint8_t> row) {
+  if (bits == 1) {
+    for (size_t i = 0; i < row.size(); ++i) row[i] = eight_bits(indices + 8 * i);
+  } else {
+    for (size_t i = 0; i < row.size(); ++i) {
+      row[i] = static_cast<uint8_t>(indices[2 * i] << 4 | (indices[2 * i + 1] & 15));
+    }
+  }
+}
+
+// Decodes one row of index bytes. A row that the end code or the end of the data cuts is filled
+// up with index 0 and counts as read; kBadData where nothing comes any more.
+Status decode_row(lzw::LowFirstDecoder& decoder, ByteSource& stream, std::span<uint8_t> indices) {
+  size_t got = 0;
+  const Status status = decoder.decode(stream, indices, got);
+  if (got == indices.size()) return kOk;
+  if (got == 0) return status.ok() ? kBadData : status;
+  std::ranges::fill(indices.subspan(got), uint8_t{0});
+  return kOk;
+}
+
+Status decode_rows(const process::SourcePicture& picture, lzw::LowFirstDecoder& decoder,
+                   ByteSource& stream, RowDelivery& rows) {
+  const auto width = static_cast<size_t>(picture.width);
+  Buffer line;  // a row as index bytes, zeros behind it
+  if (picture.bits < 8) TRY(line.allocate(width + 8));
+  const size_t packed = (width * static_cast<size_t>(picture.bits) + 7) / 8;
+  for (int32_t y = 0; y < picture.height; ++y) {
+    const std::span<uint8_t> row = rows.next_row();
+    const std::span<uint8_t> indices =
+        picture.bits < 8 ? line.bytes().first(width) : row.first(width);
+    const Status status = decode_row(decoder, stream, indices);
+    if (!status.ok()) return rows.finish_early(status);
+    if (picture.bits < 8) pack_row(line.data(), picture.bits, row.first(packed));
+    TRY(rows.commit());
+  }
+  return rows.finish();
+}
+
+}  // namespace
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  TRY(file.open(name));
+  ByteSource bytes(file);
+  TRY(bytes.start());
+  Header header;
+  TRY(parse_header(bytes, header));
+
+  SubBlocks blocks(bytes);
+  ByteSource stream(blocks);
+  TRY(stream.start());
+  lzw::LowFirstDecoder decoder;
+  TRY(decoder.start(header.minimum_code_size));
+  RowDelivery rows(header.picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+  return decode_rows(header.picture, decoder, stream, rows);
+}
+
+namespace {
+
+// Cuts a stream into data sub-blocks.
+class PacketWriter {
+ public:
+  explicit PacketWriter(io::OutputFile& file) : file_(file) {}
+
+  Status write(std::span<const uint8_t> bytes) {
+    while (!bytes.empty()) {
+      const size_t part = std::min(bytes.size(), kPacket - used_);
+      std::memcpy(packet_.data() + 1 + used_, bytes.data(), part);
+      used_ += part;
+      bytes = bytes.subspan(part);
+      if (used_ == kPacket) TRY(finish());
+    }
+    return kOk;
+  }
+
+  // Writes a packet that is not full yet.
+  Status finish() {
+    if (used_ == 0) return kOk;
+    packet_[0] = static_cast<uint8_t>(used_);
+    const size_t size = 1 + used_;
+    used_ = 0;
+    return file_.write({packet_.data(), size});
+  }
+
+ private:
+  io::OutputFile& file_;
+  std::array<uint8_t, 1 + kPacket> packet_;
+  size_t used_ = 0;
+};
+
+// Screen descriptor, global table, image descriptor, minimum code size. The screen is the
+// display's, and the size field of a local table is filled in without one: both kept, programs
+// compare files.
+Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap) {
+  constexpr int kBits = 8;
+  platform::ScreenSize screen{settings.screen_width, settings.screen_height};
+  if (screen.width == 0 && screen.height == 0) screen = platform::screen_size();
+  std::array<uint8_t, kScreenSize> head = {'G', 'I', 'F', '8', '7', 'a'};
+  if (settings.gif89a) head[4] = '9';
+  store_le16(&head[6], static_cast<uint16_t>(screen.width));
+  store_le16(&head[8], static_cast<uint16_t>(screen.height));
+  head[10] = static_cast<uint8_t>(((kBits - 1) | 4) << 5 | (kBits - 1));
+  TRY(file.write(head));
+
+  std::array<uint8_t, 3 * 256> table;
+  for (size_t i = 0; i < 256; ++i) {
+    const T_PaletteEntry& color = bitmap.Info.Palette[i];
+    table[3 * i] = color.Red;
+    table[3 * i + 1] = color.Green;
+    table[3 * i + 2] = color.Blue;
+  }
+  TRY(file.write(table));
+
+  std::array<uint8_t, 1 + kImageDescriptorSize + 1> image = {kImageSeparator};
+  store_le16(&image[5], static_cast<uint16_t>(bitmap.Width));
+  store_le16(&image[7], static_cast<uint16_t>(bitmap.Height));
+  image[9] = bitmap.BitsPerPixel == kBits ? kBits - 1 : 0;
+  image[10] = kBits;
+  return file.write(image);
+}
+
+Status write_image(io::OutputFile& file, const BitmapHandle& bitmap, lzw::LowFirstEncoder& encoder,
+                   PacketWriter& packets, process::RowFetch& rows) {
+  TRY(write_headers(file, bitmap));
+  const auto height = static_cast<uint32_t>(bitmap.Height);
+  for (uint32_t y = 0; y < height; ++y) {
+    std::span<uint8_t> row;
+    TRY(rows.picture(y, row));
+    TRY(encoder.encode(row.first(static_cast<size_t>(bitmap.Width))));
+  }
+  TRY(encoder.finish());
+  TRY(packets.finish());
+  return rows.finish();
+}
+
+}  // namespace
+
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
+  if (request.depth != 8) return kBadDepth;
+  if (bitmap->Width > UINT16_MAX || bitmap->Height > UINT16_MAX) return kBadSize;
+  process::RowFetch rows(*bitmap, 8, T_ORDER_RGB);
+  TRY(rows.start());
+  io::OutputFile file;
+  PacketWriter packets(file);
+  lzw::LowFirstEncoder encoder(packets);
+  TRY(encoder.start(8));
+  TRY(file.create(name));
+  const Status status = write_image(file, *bitmap, encoder, packets, rows);
+  // A picture that breaks off is closed all the same: what there is of it can be read.
+  const std::array<uint8_t, 2> end = {0, kTrailer};
+  const Status ended = file.write(end);
+  const Status finished = file.finish();
+  TRY(status);
+  TRY(ended);
+  return finished;
+}
+
+}  // namespace tavo::gif

@@ -1,0 +1,29 @@
+// GIF: the first image of a file is read; one image of 256 colours is written.
+// Facts: CompuServe, "Graphics Interchange Format", version 87a and 89a.
+#pragma once
+
+#include <cstdint>
+
+#include "base/byte_source.h"
+#include "base/status.h"
+#include "io/format.h"
+#include "process/source_picture.h"
+
+namespace tavo::gif {
+
+// What parse_header accepted: width and height are 1 to 65535.
+struct Header {
+  process::SourcePicture picture;
+  uint8_t minimum_code_size = 0;  // unchecked
+};
+
+// Reads up to the first data sub-block of the first image. kBadData (no GIF file, an empty
+// image), kReadError (no image descriptor where one must be, or the file ends before the data).
+Status parse_header(ByteSource& bytes, Header& header);
+
+Status probe(const io::ProbeInput& input, FILEINFO& info);
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context);
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request);
+
+}  // namespace tavo::gif

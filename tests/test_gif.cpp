@@ -1,0 +1,373 @@
+// GIF: what is written byte for byte, interlace, tables, sub-blocks, damaged files.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "codec/lzw.h"
+#include "format_cases.h"
+
+namespace tavo::test {
+
+Bytes lzw_stream(const Bytes& indices, uint32_t minimum_code_size) {
+  struct {
+    Bytes bytes;
+    Status write(std::span<const uint8_t> more) {
+      bytes.insert(bytes.end(), more.begin(), more.end());
+      return kOk;
+    }
+  } out;
+  lzw::LowFirstEncoder encoder(out);
+  if (!encoder.start(minimum_code_size).ok() || !encoder.encode(indices).ok() ||
+      !encoder.finish().ok()) {
+    std::abort();
+  }
+  return out.bytes;
+}
+
+Bytes sub_blocks(const Bytes& stream, size_t size) {
+  Bytes blocks;
+  for (size_t at = 0; at < stream.size(); at += size) {
+    const size_t part = std::min(size, stream.size() - at);
+    blocks.push_back(static_cast<uint8_t>(part));
+    blocks.insert(blocks.end(), stream.begin() + at, stream.begin() + at + part);
+  }
+  blocks.push_back(0);
+  return blocks;
+}
+
+Bytes gif_file(const GifFile& gif) {
+  return join({{'G', 'I', 'F', '8', '9', 'a'},
+               le16(500),
+               le16(400),
+               {gif.screen_packed, 0, 0},
+               gif.global_table,
+               gif.extensions,
+               {0x2C},
+               le16(3),
+               le16(4),
+               le16(gif.width),
+               le16(gif.height),
+               {gif.image_packed},
+               gif.local_table,
+               {gif.minimum_code_size},
+               gif.data,
+               {0x3B}});
+}
+
+namespace {
+
+Bytes table(size_t entries) {
+  Bytes rgb;
+  for (size_t i = 0; i < 3 * entries; ++i) rgb.push_back(static_cast<uint8_t>(i * 5 + 1));
+  return rgb;
+}
+
+// 16 colours, 4 bits: every row y holds y throughout, in picture order.
+GifFile rows_of_their_number(int32_t width, int32_t height, bool interlaced) {
+  Bytes indices;
+  const auto add_rows = [&](int32_t first, int32_t step) {
+    for (int32_t y = first; y < height; y += step) {
+      indices.insert(indices.end(), width, static_cast<uint8_t>(y % 16));
+    }
+  };
+  if (interlaced) {
+    add_rows(0, 8);
+    add_rows(4, 8);
+    add_rows(2, 4);
+    add_rows(1, 2);
+  } else {
+    add_rows(0, 1);
+  }
+  return {.width = static_cast<uint16_t>(width),
+          .height = static_cast<uint16_t>(height),
+          .screen_packed = 0x83,
+          .global_table = table(16),
+          .image_packed = static_cast<uint8_t>(interlaced ? 0x40 : 0),
+          .minimum_code_size = 4,
+          .data = sub_blocks(lzw_stream(indices, 4), 255)};
+}
+
+int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, uint32_t flags = 3) {
+  return T_LoadMemory(file.data(), bitmap.get(), bits, T_ORDER_RGB, flags, nullptr, nullptr,
+                      static_cast<uint32_t>(file.size()));
+}
+
+TEST(Gif, WritesExactlyThis) {
+  Disk disk;
+  Bitmap picture;
+  make_picture(picture, 3, 1, 8, 1, 0);
+  const Bytes row = {1, 1, 1, 0};
+  T_AccessBitmap(picture.get());
+  T_PutBitmapRow(picture.get(), row.data(), 0, 4);
+  T_ReleaseBitmap(picture.get());
+  Bytes colors;
+  for (const T_PaletteEntry& c : picture->Info.Palette) {
+    colors.insert(colors.end(), {c.Red, c.Green, c.Blue});
+  }
+  const auto file = [&](const char* version, int32_t width, int32_t height) {
+    // The codes 256, 1, 258, 257 of 9 bits, lowest bit first.
+    return join({{'G', 'I', 'F', '8', static_cast<uint8_t>(version[0]), 'a'},
+                 le16(width),
+                 le16(height),
+                 {0xE7, 0, 0},
+                 colors,
+                 {0x2C, 0, 0, 0, 0, 3, 0, 1, 0, 7, 8},
+                 {5, 0x00, 0x03, 0x08, 0x0C, 0x08},
+                 {0, 0x3B}});
+  };
+  ASSERT_EQ(T_SetScreenSize(640, 480), T_OK);
+  EXPECT_EQ(T_SaveGIFBitmap("a", picture.get(), 8), T_OK);
+  EXPECT_EQ(disk.files["a"], file("9", 640, 480));
+  T_SetGIFVersion(0);
+  EXPECT_EQ(T_SaveGIFBitmap("a", picture.get(), 8), T_OK);
+  EXPECT_EQ(disk.files["a"], file("7", 640, 480));
+  T_SetGIFVersion(1);
+  EXPECT_EQ(T_SetScreenSize(0, 480), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_SetScreenSize(65536, 480), T_ERR_ARGUMENT);
+  ASSERT_EQ(T_SetScreenSize(0, 0), T_OK);
+#ifndef _WIN32
+  EXPECT_EQ(T_SaveGIFBitmap("a", picture.get(), 8), T_OK);
+  EXPECT_EQ(disk.files["a"], file("9", 1280, 1024));
+#endif
+  EXPECT_EQ(T_SaveFile("a", picture.get(), T_FORMAT_GIF, 4, 0, 0, 1, 0), T_ERR_DEPTH);
+}
+
+TEST(Gif, PacketsHave254BytesAndAStoppedSaveIsClosed) {
+  Disk disk;
+  Bitmap picture;
+  make_picture(picture, 300, 200, 8);
+  ASSERT_EQ(T_SaveGIFBitmap("a", picture.get(), 8), T_OK);
+  const Bytes& file = disk.files["a"];
+  size_t at = 792;
+  while (file.at(at) == 254) at += 255;
+  at += file.at(at) + (file.at(at) != 0 ? 1 : 0);
+  EXPECT_EQ(Bytes(file.begin() + at, file.end()), (Bytes{0, 0x3B}));
+
+  T_SetStatusCallBack([](int32_t percent) -> int32_t { return percent >= 50 ? -33 : 1; });
+  EXPECT_EQ(T_SaveFile("b", picture.get(), T_FORMAT_GIF, 8, 0, 0, 0, 0), -33);
+  T_SetStatusCallBack(nullptr);
+  const Bytes& cut = disk.files["b"];
+  ASSERT_GE(cut.size(), 794u);
+  EXPECT_EQ(Bytes(cut.end() - 2, cut.end()), (Bytes{0, 0x3B}));
+}
+
+struct Seen {
+  Bytes first_pixels = {};
+  uint32_t flags = 0;
+  int32_t answer = T_OK;
+  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
+    auto* seen = static_cast<Seen*>(context);
+    for (int32_t i = 0; i < count; ++i) {
+      seen->first_pixels.push_back(static_cast<const uint8_t*>(rows)[i * source->BytesPerLine] >>
+                                   4);
+    }
+    seen->flags = source->Flags;
+    return seen->answer;
+  }
+};
+
+TEST(Gif, InterlacedRowsComeInFileOrderAndAreStoredInPictureOrder) {
+  for (const int32_t height : {1, 2, 3, 5, 8, 9, 70}) {
+    SCOPED_TRACE(height);
+    Bitmap plain;
+    ASSERT_EQ(load(gif_file(rows_of_their_number(7, height, false)), plain, 24), T_OK);
+    const Bytes want = rgb(plain.get());
+    const Bytes file = gif_file(rows_of_their_number(7, height, true));
+    for (const int32_t bits : {0, 8, 24}) {
+      for (const uint32_t flags : {3u, 3u | T_LOAD_GIF_WHOLE}) {
+        Bitmap bitmap;
+        ASSERT_EQ(load(file, bitmap, bits, flags), T_OK);
+        EXPECT_EQ(rgb(bitmap.get()), want) << bits << " bits, flags " << flags;
+      }
+    }
+  }
+  const Bytes file = gif_file(rows_of_their_number(7, 10, true));
+  const Bytes file_order = {0, 8, 4, 2, 6, 1, 3, 5, 7, 9};
+  for (const int32_t answer : {1, 2}) {
+    Seen seen{.answer = answer};
+    Bitmap bitmap;
+    EXPECT_EQ(T_LoadMemory(file.data(), bitmap.get(), 0, -1, 0, Seen::sink, &seen, file.size()),
+              T_OK);
+    EXPECT_EQ(seen.first_pixels, file_order);
+    EXPECT_NE(seen.flags & T_FLAG_INTERLACED, 0u);
+  }
+  Seen whole;
+  Bitmap bitmap;
+  EXPECT_EQ(T_LoadMemory(file.data(), bitmap.get(), 0, -1, T_LOAD_GIF_WHOLE, Seen::sink, &whole,
+                         file.size()),
+            T_OK);
+  EXPECT_EQ(whole.first_pixels, (Bytes{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+  EXPECT_EQ(whole.flags & T_FLAG_INTERLACED, 0u);
+
+  const Bytes plain = gif_file(rows_of_their_number(7, 10, false));
+  Seen two{.answer = 2};
+  Bitmap stopped;
+  EXPECT_EQ(T_LoadMemory(plain.data(), stopped.get(), 0, -1, 0, Seen::sink, &two, plain.size()), 2);
+}
+
+TEST(Gif, TheScreenGivesTheDepthAndTheImageThePalette) {
+  const Bytes indices = {0, 1, 2, 3, 4, 5, 200, 255};
+  GifFile gif{.width = 8,
+              .height = 1,
+              .screen_packed = 0,
+              .image_packed = 0x87,
+              .local_table = table(256),
+              .minimum_code_size = 8,
+              .data = sub_blocks(lzw_stream(indices, 8), 255)};
+  Bitmap one;
+  ASSERT_EQ(load(gif_file(gif), one), T_OK);
+  EXPECT_EQ(one->BitsPerPixel, 1);
+  EXPECT_EQ(one->Colors, 256u);
+  EXPECT_EQ(one->Info.Palette[2].Red, 31);
+  EXPECT_EQ(pixels(one.get()), (Bytes{0x55}));  // the low bits
+
+  gif.screen_packed = 0x82;
+  gif.global_table = table(8);
+  Bitmap four;
+  ASSERT_EQ(load(gif_file(gif), four), T_OK);
+  EXPECT_EQ(four->BitsPerPixel, 4);
+  EXPECT_EQ(pixels(four.get()), (Bytes{0x01, 0x23, 0x45, 0x8F}));
+
+  T_SetGIFDepth(1);
+  Bitmap eight;
+  EXPECT_EQ(load(gif_file(gif), eight), T_OK);
+  T_SetGIFDepth(0);
+  EXPECT_EQ(pixels(eight.get()), indices);
+
+  gif.screen_packed = 1;
+  gif.image_packed = 7;
+  gif.global_table.clear();
+  gif.local_table.clear();
+  Bitmap none;
+  ASSERT_EQ(load(gif_file(gif), none), T_OK);
+  EXPECT_EQ(none->Colors, 0u);
+  EXPECT_EQ(none->Info.Palette[15].Green, 255);
+}
+
+TEST(Gif, CodesStraddleSubBlocksOfAnySize) {
+  Bitmap whole;
+  GifFile gif = rows_of_their_number(37, 40, false);
+  ASSERT_EQ(load(gif_file(gif), whole), T_OK);
+  Bytes stream;
+  for (size_t at = 0; gif.data[at] != 0; at += gif.data[at] + 1u) {
+    stream.insert(stream.end(), gif.data.begin() + at + 1,
+                  gif.data.begin() + at + 1 + gif.data[at]);
+  }
+  for (const size_t size : {1, 2, 3, 7, 100}) {
+    gif.data = sub_blocks(stream, size);
+    Bitmap bitmap;
+    ASSERT_EQ(load(gif_file(gif), bitmap), T_OK);
+    EXPECT_EQ(pixels(bitmap.get()), pixels(whole.get())) << size;
+  }
+}
+
+TEST(Gif, ExtensionsAreSkippedAndDamageHasItsStatus) {
+  GifFile gif = rows_of_their_number(4, 4, false);
+  const Bytes control = {0x21, 0xF9, 4, 1, 0, 0, 0, 0};
+  const Bytes comment = {0x21, 0xFE, 2, 'a', ',', 1, 0x2C, 0};
+  const Bytes application = {0x21, 0xFF, 3, 'x', 'y', 'z', 0};
+  gif.extensions = join({control, comment, application, {0x21, 0xFE, 0}});
+  Bitmap bitmap;
+  EXPECT_EQ(load(gif_file(gif), bitmap), T_OK);
+
+  const auto direct = [](const Bytes& file) {
+    Disk disk;
+    disk.files["in"] = file;
+    Bitmap target;
+    Seen seen;
+    return T_LoadGIFFile("in", target.get(), Seen::sink, 8, &seen);
+  };
+  gif.extensions.clear();
+  const Bytes good = gif_file(gif);
+  const size_t image = 13 + 48;
+  const struct {
+    const char* why;
+    size_t at;
+    uint8_t value;
+    int32_t want;
+  } changes[] = {
+      {"the signature", 2, 'G', T_ERR_BAD_DATA},
+      {"the version counts for nothing", 4, 'x', T_OK},
+      {"a block of unknown kind", image, 0x2D, T_ERR_READ},
+      {"the trailer at once", image, 0x3B, T_ERR_READ},
+      {"an extension that never ends", image, 0x21, T_ERR_READ},
+      {"no width", image + 5, 0, T_ERR_BAD_DATA},
+      {"no height", image + 7, 0, T_ERR_BAD_DATA},
+      {"minimum code size 0", image + 10, 0, T_ERR_BAD_DATA},
+      {"minimum code size 9", image + 10, 9, T_ERR_BAD_DATA},
+  };
+  for (const auto& c : changes) {
+    Bytes file = good;
+    file[c.at] = c.value;
+    EXPECT_EQ(direct(file), c.want) << c.why;
+  }
+  for (size_t length = 0; length < good.size(); ++length) {
+    const int32_t want = length < 13 || length > image + 10 ? T_ERR_BAD_DATA : T_ERR_READ;
+    const int32_t got = direct(Bytes(good.begin(), good.begin() + length));
+    // What follows the last code is never looked at.
+    const bool all_codes_there = length >= good.size() - 4;
+    EXPECT_TRUE(got == want || (all_codes_there && got == T_OK)) << got << " at " << length;
+  }
+  EXPECT_EQ(T_LoadGIFFile("in", bitmap.get(), Seen::sink, 3, nullptr), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_LoadGIFFile(nullptr, bitmap.get(), Seen::sink, 8, nullptr), T_ERR_NAME);
+}
+
+TEST(Gif, DataThatEndEarlyGiveTheRowsThatAreThere) {
+  GifFile gif = rows_of_their_number(10, 5, false);
+  const Bytes two_and_a_half(25, 3);
+  gif.data = sub_blocks(lzw_stream(two_and_a_half, 4), 255);
+  Disk disk;
+  disk.files["in"] = gif_file(gif);
+  Bitmap target;
+  Seen seen;
+  EXPECT_EQ(T_LoadGIFFile("in", target.get(), Seen::sink, 4, &seen), T_ERR_BAD_DATA);
+  EXPECT_EQ(seen.first_pixels, (Bytes{3, 3, 3}));
+  // An end code inside the last row ends the picture.
+  gif.height = 3;
+  disk.files["in"] = gif_file(gif);
+  Bitmap bitmap;
+  EXPECT_EQ(T_LoadGIFBitmap("in", bitmap.get()), T_OK);
+  const Bytes loaded = pixels(bitmap.get());
+  EXPECT_EQ(Bytes(loaded.begin() + 10, loaded.end()), (Bytes{0x33, 0x33, 0x30, 0, 0}));
+}
+
+TEST(Gif, AFewBytesThatDeclareAHugePictureEndAtOnce) {
+  GifFile gif{.width = 65535,
+              .height = 65535,
+              .screen_packed = 0,
+              .minimum_code_size = 2,
+              .data = {3, 0x84, 0x51, 0, 0}};
+  const Bytes file = gif_file(gif);
+  const int64_t before = leftovers().blocks;
+  for (const uint32_t flags : {0u, 3u, T_LOAD_GIF_WHOLE + 3u}) {
+    Bitmap bitmap;
+    EXPECT_NE(load(file, bitmap, 0, flags), T_OK);
+  }
+  EXPECT_EQ(leftovers().blocks, before);
+}
+
+}  // namespace
+
+FormatCase gif_case() {
+  FormatCase gif{"GIF", {}, T_FORMAT_GIF, {8}};
+  GifFile odd = rows_of_their_number(9, 4, true);
+  odd.extensions = {0x21, 0xF9, 4, 1, 0, 0, 0, 0, 0x21, 0xFE, 1, 'c', 0};
+  gif.samples = {
+      {"8 bits", saved_sample(T_FORMAT_GIF, 8, 3, 2)},
+      {"4 bits, interlaced, extensions", gif_file(odd)},
+      {"1 bit, local table",
+       gif_file(
+           {.width = 11,
+            .height = 2,
+            .screen_packed = 0,
+            .image_packed = 0x80,
+            .local_table = {1, 2, 3, 200, 210, 220},
+            .minimum_code_size = 2,
+            .data = sub_blocks(
+                lzw_stream({0, 1, 1, 0, 1, 0, 0, 0, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 2),
+                2)})},
+  };
+  return gif;
+}
+
+}  // namespace tavo::test
