@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "platform/platform.h"
 #include "tavo45.h"
 
 namespace tavo {
@@ -24,7 +25,8 @@ struct SubFileState {
 
 struct Settings {
   // Every reader and writer reaches files through these (io/file_table.h installs and restores).
-  FileIOTable files;
+  FileIOTable files = {platform::open_file, platform::read_file, platform::write_file,
+                       platform::seek_file, platform::close_file};
   MemoryFileState memory_file;
   SubFileState sub_file;
   T_StatusCallback status_callback = nullptr;
@@ -41,11 +43,9 @@ struct Settings {
   // GIF: the depth follows the table in force, the image's own before the global one.
   bool gif_image_depth = false;
   int32_t ras_variant = 0;
-
-  Settings();
 };
 
-// The one instance.
-extern Settings settings;
+// The one instance; ready before any constructor of a static object can call the library.
+extern constinit Settings settings;
 
 }  // namespace tavo

@@ -104,8 +104,8 @@ void fill_separate(DitherPass& pass) {
 
 // Every mapping looks classes up but those that a few operations make.
 Status prepare_choices(DitherPass& pass) {
-  const bool is_computed = pass.mapping == Mapping::kBlackWhite || !is_diffusion(pass.method) ||
-                           is_separable(pass);
+  const bool is_computed =
+      pass.mapping == Mapping::kBlackWhite || !is_diffusion(pass.method) || is_separable(pass);
   if (pass.inverse == nullptr && is_computed) return kOk;
   TRY(pass.choices.allocate(kColorClasses));
   pass.unknown = (pass.choice_of(0) & 0xFFFFFF) ^ 1;  // entry 0 has another colour

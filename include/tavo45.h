@@ -31,23 +31,23 @@ extern "C" {
 
 /* ---- Status codes ------------------------------------------------------------------------- */
 
-#define T_OK 1                       /* success */
-#define T_ERR_NO_MEMORY (-1)         /* memory or storage could not be obtained */
-#define T_ERR_NO_STORAGE (-2)        /* the bitmap has no storage */
-#define T_ERR_SEEK (-4)              /* a seek failed */
-#define T_ERR_WRITE (-5)             /* a write failed, or a multi-page container is full */
-#define T_ERR_READ (-7)              /* a read failed, or the file is shorter than its header says */
-#define T_ERR_NAME (-8)              /* no file name */
-#define T_ERR_BAD_DATA (-9)          /* not a file of the expected format, or bad data */
-#define T_ERR_OPEN (-10)             /* the file cannot be opened */
-#define T_ERR_SIZE (-11)             /* the geometry gives no size, or a stamp's size is out of range */
-#define T_ERR_SUBTYPE (-12)          /* an unsupported sub-type of a known format */
-#define T_ERR_ARGUMENT (-13)         /* an invalid argument: depth, colour order, method, rectangle */
-#define T_ERR_CREATE (-14)           /* the output file cannot be created */
-#define T_ERR_FORMAT (-16)           /* no reader or writer for this format, or too many colours */
-#define T_ERR_QUALITY (-21)          /* the quality factor is out of range */
-#define T_ERR_DEPTH (-27)            /* the writer does not accept this depth */
-#define T_ERR_MULTIPLIER (-36)       /* the internal quality multiplier is 0 */
+#define T_OK 1                 /* success */
+#define T_ERR_NO_MEMORY (-1)   /* memory or storage could not be obtained */
+#define T_ERR_NO_STORAGE (-2)  /* the bitmap has no storage */
+#define T_ERR_SEEK (-4)        /* a seek failed */
+#define T_ERR_WRITE (-5)       /* a write failed, or a multi-page container is full */
+#define T_ERR_READ (-7)        /* a read failed, or the file is shorter than its header says */
+#define T_ERR_NAME (-8)        /* no file name */
+#define T_ERR_BAD_DATA (-9)    /* not a file of the expected format, or bad data */
+#define T_ERR_OPEN (-10)       /* the file cannot be opened */
+#define T_ERR_SIZE (-11)       /* the geometry gives no size, or a stamp's size is out of range */
+#define T_ERR_SUBTYPE (-12)    /* an unsupported sub-type of a known format */
+#define T_ERR_ARGUMENT (-13)   /* an invalid argument: depth, colour order, method, rectangle */
+#define T_ERR_CREATE (-14)     /* the output file cannot be created */
+#define T_ERR_FORMAT (-16)     /* no reader or writer for this format, or too many colours */
+#define T_ERR_QUALITY (-21)    /* the quality factor is out of range */
+#define T_ERR_DEPTH (-27)      /* the writer does not accept this depth */
+#define T_ERR_MULTIPLIER (-36) /* the internal quality multiplier is 0 */
 #define T_ERR_NOT_COMPRESSIBLE (-42) /* the picture cannot be compressed */
 #define T_ERR_INCOMPLETE (-57)       /* the compression ended before all rows were delivered */
 #define T_ERR_NO_STAMP (-65)         /* the file carries no stamp */
@@ -97,47 +97,47 @@ typedef void(T_CALL* T_ReleaseCallback)(uintptr_t handle, uintptr_t data);
  * (1,280 bytes) and need not clear it; T_InitBitmap sets what matters. The library owns only the
  * storage that T_AllocateBitmap obtained, until T_FreeBitmap. */
 typedef struct BitmapHandle {
-  uintptr_t Handle;        /* memory: block handle; disk: file handle; user: the caller's value */
-  void* Data;              /* memory, while accessed: first pixel byte; disk: path of the file */
-  uintptr_t CacheHandle;   /* row work buffer of disk and user-managed storage */
+  uintptr_t Handle;      /* memory: block handle; disk: file handle; user: the caller's value */
+  void* Data;            /* memory, while accessed: first pixel byte; disk: path of the file */
+  uintptr_t CacheHandle; /* row work buffer of disk and user-managed storage */
   void* CachePointer;
 #if UINTPTR_MAX > 0xFFFFFFFFu
   uint32_t WorkWords[2];
 #else
   uint32_t WorkWords[4];
 #endif
-  int32_t StorageKind;     /* 0 after init; readers number their source records here */
-  int32_t Width;           /* pixels per row */
-  int32_t Height;          /* rows */
-  int32_t BitsPerPixel;    /* 1, 2, 4, 8, 16, 24 or 32 */
-  uint32_t BytesPerLine;   /* bytes of a stored row, a multiple of 4; 0 for an invalid depth */
-  uint32_t RowOffset;      /* row cursor: byte offset of CurrentRow */
-  uint32_t CurrentRow;     /* row cursor: the row last addressed */
+  int32_t StorageKind;   /* 0 after init; readers number their source records here */
+  int32_t Width;         /* pixels per row */
+  int32_t Height;        /* rows */
+  int32_t BitsPerPixel;  /* 1, 2, 4, 8, 16, 24 or 32 */
+  uint32_t BytesPerLine; /* bytes of a stored row, a multiple of 4; 0 for an invalid depth */
+  uint32_t RowOffset;    /* row cursor: byte offset of CurrentRow */
+  uint32_t CurrentRow;   /* row cursor: the row last addressed */
   uint32_t ReservedA[2];
-  uint32_t Flags;          /* T_FLAG_ bits */
-  uint32_t Colors;         /* palette entries; meaningful up to 8 bits */
-  T_BitmapInfo Info;       /* device-independent-bitmap description; holds the palette */
-  uintptr_t GdiObjectA;    /* painting palette, a palette object, or 0 */
-  uintptr_t GdiObjectB;    /* screen palette, a palette object, or 0 */
+  uint32_t Flags;       /* T_FLAG_ bits */
+  uint32_t Colors;      /* palette entries; meaningful up to 8 bits */
+  T_BitmapInfo Info;    /* device-independent-bitmap description; holds the palette */
+  uintptr_t GdiObjectA; /* painting palette, a palette object, or 0 */
+  uintptr_t GdiObjectB; /* screen palette, a palette object, or 0 */
   uint32_t ReservedB[4];
   uint32_t ViewPerspective; /* 2 or more: stored row 0 is the bottom row; below 2: the top row */
-  uint32_t Order;          /* T_ORDER_RGB or T_ORDER_BGR, for depths above 8 */
-  uint32_t Size;           /* BytesPerLine x Height, 0 when that exceeds 32 bits */
+  uint32_t Order;           /* T_ORDER_RGB or T_ORDER_BGR, for depths above 8 */
+  uint32_t Size;            /* BytesPerLine x Height, 0 when that exceeds 32 bits */
   uint32_t ReservedC;
-  void* DitherState;       /* the dithering pass in progress, or null */
-  uint32_t DitherMethod;   /* T_DITHER_ value that the next dithering pass uses */
+  void* DitherState;                 /* the dithering pass in progress, or null */
+  uint32_t DitherMethod;             /* T_DITHER_ value that the next dithering pass uses */
   T_ReleaseCallback ReleaseCallback; /* user-managed storage: called by T_FreeBitmap */
   uintptr_t ReleaseData;
-  int32_t XOrigin;         /* position of the picture on its page, where the format says */
+  int32_t XOrigin; /* position of the picture on its page, where the format says */
   int32_t YOrigin;
-  int32_t LastRow;         /* extent recorded by T_DecompressBitmapMemory */
+  int32_t LastRow; /* extent recorded by T_DecompressBitmapMemory */
   int32_t LastColumn;
 #if UINTPTR_MAX > 0xFFFFFFFFu
   uint32_t ReservedD[2];
 #else
   uint32_t ReservedD[11];
 #endif
-  int32_t XResolution;     /* dots per inch */
+  int32_t XResolution; /* dots per inch */
   int32_t YResolution;
   uint32_t WriterDefaults[2]; /* words 3 and 4 of the TIFF options at init */
   uint32_t ReservedE[2];
@@ -184,33 +184,33 @@ typedef struct BitmapHandle {
 
 /* What T_FileInfo reports; 128 bytes. */
 typedef struct FILEINFO {
-  int32_t Format;          /* T_FORMAT_ value */
-  uint32_t FileSize;       /* bytes; 0xFFFFFFFF when larger */
-  int32_t PageCount;       /* pages of a multi-page file, otherwise 1 */
-  int32_t Page;            /* the page described, from 1 */
-  int32_t Width;           /* pixels */
-  int32_t Height;          /* rows */
-  int32_t BitsPerPixel;    /* as the reader delivers the picture */
-  int32_t Order;           /* T_ORDER_ value of the delivered rows */
+  int32_t Format;           /* T_FORMAT_ value */
+  uint32_t FileSize;        /* bytes; 0xFFFFFFFF when larger */
+  int32_t PageCount;        /* pages of a multi-page file, otherwise 1 */
+  int32_t Page;             /* the page described, from 1 */
+  int32_t Width;            /* pixels */
+  int32_t Height;           /* rows */
+  int32_t BitsPerPixel;     /* as the reader delivers the picture */
+  int32_t Order;            /* T_ORDER_ value of the delivered rows */
   uint32_t ViewPerspective; /* of the delivered rows */
-  uint32_t Colors;         /* palette entries, 0 without a palette */
-  int32_t XResolution;     /* as the reader would report it; 0 when the file does not say */
+  uint32_t Colors;          /* palette entries, 0 without a palette */
+  int32_t XResolution;      /* as the reader would report it; 0 when the file does not say */
   int32_t YResolution;
-  uint32_t Flags;          /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
-  char Compression[32];    /* "None", "Run Length", "JPEG", "CCITT", ... */
+  uint32_t Flags;       /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
+  char Compression[32]; /* "None", "Run Length", "JPEG", "CCITT", ... */
   uint32_t Reserved[11];
 } FILEINFO;
 
 /* What one picture format can do; T_GetFormat fills it. */
 typedef struct T_Format {
-  int32_t Id;              /* identifier for T_SaveFile and in FILEINFO */
-  int32_t CanRead;         /* 1 or 0 */
-  int32_t CanWrite;        /* 1 or 0 */
-  uint32_t WriteDepths;    /* bit d set: a save at d bits per pixel is accepted, d = 1 ... 32;
-                              bit 0 stands for 32 */
-  char Name[32];           /* "BMP" */
-  char Description[64];    /* "Windows bitmap" */
-  char Extensions[32];     /* lower case, separated by blanks, the usual one first: "bmp dib" */
+  int32_t Id;           /* identifier for T_SaveFile and in FILEINFO */
+  int32_t CanRead;      /* 1 or 0 */
+  int32_t CanWrite;     /* 1 or 0 */
+  uint32_t WriteDepths; /* bit d set: a save at d bits per pixel is accepted, d = 1 ... 32;
+                           bit 0 stands for 32 */
+  char Name[32];        /* "BMP" */
+  char Description[64]; /* "Windows bitmap" */
+  char Extensions[32];  /* lower case, separated by blanks, the usual one first: "bmp dib" */
 } T_Format;
 
 /* Fills `format` with row `index` (from 0) of the format table. T_OK, T_ERR_FORMAT past the end,
@@ -340,10 +340,10 @@ T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint3
 /* ---- Loading ------------------------------------------------------------------------------ */
 
 /* T_LoadFile flags */
-#define T_LOAD_ALLOCATE 1u    /* allocate the target before reading */
-#define T_LOAD_ACCESS 2u      /* keep the target accessed for the whole load */
-#define T_LOAD_FIXED 4u       /* 8 bits or less: reduce to the fixed palettes (see below) */
-#define T_LOAD_GIF_WHOLE 8u   /* GIF: decode the whole picture first */
+#define T_LOAD_ALLOCATE 1u  /* allocate the target before reading */
+#define T_LOAD_ACCESS 2u    /* keep the target accessed for the whole load */
+#define T_LOAD_FIXED 4u     /* 8 bits or less: reduce to the fixed palettes (see below) */
+#define T_LOAD_GIF_WHOLE 8u /* GIF: decode the whole picture first */
 
 /* Loads a file of any format that the library reads.
  * name          path for the Open operation
@@ -365,8 +365,8 @@ T_API int32_t T_CALL T_LoadFile(const char* name, BitmapHandle* target, int32_t 
                                 int32_t order, uint32_t flags, T_RowSink callback, void* userData);
 /* The same from `size` bytes at `address`. */
 T_API int32_t T_CALL T_LoadMemory(const void* address, BitmapHandle* target, int32_t bitsPerPixel,
-                                  int32_t order, uint32_t flags, T_RowSink callback,
-                                  void* userData, uint32_t size);
+                                  int32_t order, uint32_t flags, T_RowSink callback, void* userData,
+                                  uint32_t size);
 
 /* T_LoadFile into an allocated bitmap: flags T_LOAD_ALLOCATE and T_LOAD_ACCESS, no callback. */
 T_API int32_t T_CALL T_LoadBitmap(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
@@ -499,13 +499,12 @@ T_API int32_t T_CALL T_StopDithering(BitmapHandle* bitmap);
  *                depth. An unallocated bitmap is initialised to the file's geometry. Into an
  *                allocated one of another size the rows are resampled, and they are converted to
  *                its depth and order. bitsPerPixel of 8 or less and below the file's depth dithers
- *                to the built-in palette of that depth (grey files: to an even ramp). T_OK, the sink's
- *                answer, T_ERR_NOTICE, T_ERR_ARGUMENT (bitsPerPixel not 1, 4, 8, 16, 24 or 32),
- *                T_ERR_NAME, T_ERR_OPEN, T_ERR_BAD_DATA, T_ERR_READ, T_ERR_SEEK, T_ERR_SUBTYPE,
- *                T_ERR_SIZE, T_ERR_NO_MEMORY. Keeps no pointer after it returns.
- * T_Load…Bitmap  initialises and allocates the bitmap and loads the whole picture into it; on
- *                failure the bitmap is freed.
- * T_Save…Bitmap  T_SaveBitmap with this format and quality 0. */
+ *                to the built-in palette of that depth (grey files: to an even ramp). T_OK, the
+ * sink's answer, T_ERR_NOTICE, T_ERR_ARGUMENT (bitsPerPixel not 1, 4, 8, 16, 24 or 32), T_ERR_NAME,
+ * T_ERR_OPEN, T_ERR_BAD_DATA, T_ERR_READ, T_ERR_SEEK, T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY.
+ * Keeps no pointer after it returns. T_Load…Bitmap  initialises and allocates the bitmap and loads
+ * the whole picture into it; on failure the bitmap is freed. T_Save…Bitmap  T_SaveBitmap with this
+ * format and quality 0. */
 
 /* BMP, Windows and OS/2 headers, 1 to 32 bits, run-length coded, bit fields, both row orders.
  * XResolution and YResolution get the file's pixels per metre as they stand. */
