@@ -128,13 +128,13 @@ Status prepare_diffusion(DitherPass& pass) {
 }
 
 Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntry* palette,
-               uint32_t count, uint32_t* inverse_table) {
+               uint32_t count, uint32_t* inverse_table, int32_t depth_out) {
   if (!is_input_depth(bitmap.BitsPerPixel)) return kBadArgument;
   if (count == 0 || count > 256) return kBadArgument;
   pass.width = static_cast<uint32_t>(std::max(bitmap.Width, 0));
   pass.depth_in = bitmap.BitsPerPixel;
   pass.order = bitmap.Order;
-  pass.depth_out = index_depth(count);
+  pass.depth_out = std::max(depth_out, index_depth(count));
   pass.count = count;
   TRY(set_palette(pass, palette, inverse_table));
   pass.method = bitmap.DitherMethod;
@@ -170,11 +170,11 @@ uint32_t DitherPass::learn(uint32_t color_class) {
 }
 
 Status start_pass(BitmapHandle& bitmap, const T_PaletteEntry* palette, uint32_t count,
-                  uint32_t* inverse_table) {
+                  uint32_t* inverse_table, int32_t depth_out) {
   void* block = platform::allocate_fixed(sizeof(DitherPass));
   if (block == nullptr) return kNoMemory;
   auto* pass = new (block) DitherPass;
-  const Status status = prepare(*pass, bitmap, palette, count, inverse_table);
+  const Status status = prepare(*pass, bitmap, palette, count, inverse_table, depth_out);
   if (!status.ok()) {
     destroy(pass);
     return status;

@@ -7,6 +7,7 @@
 
 #include "color/dither_pass.h"
 #include "color/gray.h"
+#include "color/packed_indices.h"
 
 namespace tavo::color {
 
@@ -180,7 +181,7 @@ void diffuse_row(DitherPass& pass, const uint8_t* row, uint8_t* out) {
     piece.errors = errors[turn];
     is_floyd_steinberg ? diffuse_piece<FloydSteinberg>(pass, piece, carried)
                        : diffuse_piece<AnyFilter>(pass, piece, carried);
-    write_indices(out, x, {indices, piece.count}, pass.depth_out);
+    pack_indices(out, x, pass.depth_out, {indices, piece.count});
     pending = piece.count;
     if (pass.width - x <= kPiece) {
       std::copy_n(piece.errors, static_cast<size_t>(pending) * pass.channels,

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "color/dither_pass.h"
+#include "color/packed_indices.h"
 
 namespace tavo::color {
 
@@ -145,7 +146,7 @@ void map_row(DitherPass& pass, const uint8_t* row, uint8_t* out, uint32_t y) {
       default:
         map_classes(pass, planes, n);
     }
-    write_indices(out, x, {planes.indices, n}, pass.depth_out);
+    pack_indices(out, x, pass.depth_out, {planes.indices, n});
     if (pass.width - x <= kPiece) break;
   }
 }

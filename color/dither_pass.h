@@ -120,11 +120,6 @@ Pixels pixel_layout(const DitherPass& pass);
 
 inline bool is_read_in_place(const DitherPass& pass) { return pass.depth_in >= 24; }
 
-// ---- Writing indices ----
-
-// Packs `n` indices to pixel x (a multiple of 8) on; the other bits of a last byte stay.
-void write_indices(uint8_t* row, uint32_t x, std::span<const uint8_t> indices, int32_t depth);
-
 // ---- Engines ----
 
 // Methods 0 and 7; `y` is the row counter.

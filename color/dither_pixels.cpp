@@ -1,23 +1,24 @@
 // Rows as the dithering engines read and write them.
 #include <algorithm>
-#include <cstring>
+#include <span>
 
-#include "base/endian.h"
 #include "color/dither_pass.h"
+#include "color/packed_indices.h"
 
 namespace tavo::color {
 
 namespace {
 
+constexpr uint32_t kIndices = 256;  // unpacked at a time
+
 // Calls use(i, index) for `n` pixels from pixel x (a multiple of 8) of an indexed row on.
 template <class Use>
 void each_index(const uint8_t* row, uint32_t x, uint32_t n, int32_t depth, Use use) {
-  if (depth == 8) {
-    for (uint32_t i = 0; i < n; ++i) use(i, row[x + i]);
-  } else if (depth == 4) {
-    for (uint32_t i = 0; i < n; ++i) use(i, row[(x + i) / 2] >> (i % 2 == 0 ? 4 : 0) & 15);
-  } else {
-    for (uint32_t i = 0; i < n; ++i) use(i, row[(x + i) / 8] >> (7 - i % 8) & 1);
+  uint8_t indices[kIndices];
+  for (uint32_t done = 0; done < n; done += kIndices) {
+    const uint32_t part = std::min(kIndices, n - done);
+    unpack_indices(row, x + done, depth, std::span(indices).first(part));
+    for (uint32_t i = 0; i < part; ++i) use(done + i, indices[i]);
   }
 }
 
@@ -34,35 +35,6 @@ void read_16_bits(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32
     rgb[3 * i] = widen_5_bits(pixel >> red_shift);
     rgb[3 * i + 1] = widen_5_bits(pixel >> 5);
     rgb[3 * i + 2] = widen_5_bits(pixel >> (10 - red_shift));
-  }
-}
-
-// Eight indices of one bit, each a byte, as one byte with the first in the high bit: every bit
-// reaches the top byte of the product once, and no two meet.
-uint8_t pack_8_bits(const uint8_t* indices) {
-  uint64_t bytes = 0;
-  for (int i = 7; i >= 0; --i) bytes = bytes << 8 | (indices[i] & 1u);
-  return static_cast<uint8_t>(bytes * 0x8040201008040201u >> 56);
-}
-
-void write_bits(uint8_t* out, std::span<const uint8_t> indices) {
-  const size_t whole = indices.size() / 8;
-  for (size_t i = 0; i < whole; ++i) out[i] = pack_8_bits(indices.data() + 8 * i);
-  const size_t rest = indices.size() % 8;
-  if (rest == 0) return;
-  uint8_t last[8] = {};
-  std::memcpy(last, indices.data() + 8 * whole, rest);
-  const auto others = static_cast<uint8_t>(0xFF >> rest);
-  out[whole] = static_cast<uint8_t>((out[whole] & others) | pack_8_bits(last));
-}
-
-void write_nibbles(uint8_t* out, std::span<const uint8_t> indices) {
-  const size_t whole = indices.size() / 2;
-  for (size_t i = 0; i < whole; ++i) {
-    out[i] = static_cast<uint8_t>(indices[2 * i] << 4 | (indices[2 * i + 1] & 15));
-  }
-  if (indices.size() % 2 != 0) {
-    out[whole] = static_cast<uint8_t>((out[whole] & 15) | indices.back() << 4);
   }
 }
 
@@ -103,16 +75,6 @@ Pixels pixel_layout(const DitherPass& pass) {
   }
   if (pass.is_gray) return {nullptr, 1, 0, 0, 0};
   return {nullptr, 3, 0, 1, 2};
-}
-
-void write_indices(uint8_t* row, uint32_t x, std::span<const uint8_t> indices, int32_t depth) {
-  if (depth == 8) {
-    std::memcpy(row + x, indices.data(), indices.size());
-  } else if (depth == 4) {
-    write_nibbles(row + x / 2, indices);
-  } else {
-    write_bits(row + x / 8, indices);
-  }
 }
 
 }  // namespace tavo::color

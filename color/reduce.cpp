@@ -4,68 +4,265 @@
 #include <cstring>
 
 #include "base/buffer.h"
+#include "base/settings.h"
 #include "color/convert.h"
+#include "color/dither_bitmap.h"
+#include "color/few_colors.h"
+#include "color/optimize.h"
+#include "color/packed_indices.h"
+#include "color/paint_palette.h"
+#include "color/palette_map.h"
 #include "color/palettes.h"
-#include "color/widen.h"
+#include "color/row_blocks.h"
 #include "core/bitmap.h"
+#include "core/progress.h"
 #include "core/rows.h"
+#include "platform/platform.h"
 
 namespace tavo::color {
 
 namespace {
 
-constexpr uint32_t kSlack = 64;
+constexpr uint32_t kStorageFlags =
+    T_FLAG_ALLOCATED | T_FLAG_MEMORY | T_FLAG_DISK | T_FLAG_USER | T_FLAG_LOCKED;
+constexpr uint32_t kOptimizingShare = 40;  // percent of a reduction to an optimised palette
 
-// Puts a finished picture in the place of the one it was made from.
+// Puts a finished picture in the place of the one it was made from. What describes the picture but
+// not its pixels stays; palette objects, which belonged to the old pixels, go.
 void replace(BitmapHandle& bitmap, BitmapHandle& made) {
-  made.XResolution = bitmap.XResolution;
-  made.YResolution = bitmap.YResolution;
-  core::free_bitmap(bitmap);
-  bitmap = made;
+  const bool was_accessed = core::has_flag(bitmap, T_FLAG_LOCKED);
+  BitmapHandle old = bitmap;
+  bitmap.Handle = made.Handle;
+  bitmap.Data = made.Data;
+  bitmap.CacheHandle = made.CacheHandle;
+  bitmap.CachePointer = made.CachePointer;
+  std::memcpy(bitmap.WorkWords, made.WorkWords, sizeof bitmap.WorkWords);
+  bitmap.BitsPerPixel = made.BitsPerPixel;
+  bitmap.BytesPerLine = made.BytesPerLine;
+  bitmap.RowOffset = made.RowOffset;
+  bitmap.CurrentRow = made.CurrentRow;
+  bitmap.Colors = made.Colors;
+  bitmap.Info = made.Info;
+  bitmap.GdiObjectA = bitmap.GdiObjectB = 0;
+  bitmap.Order = made.Order;
+  bitmap.Size = made.Size;
+  const uint32_t taken = kStorageFlags | T_FLAG_GRAY;
+  bitmap.Flags = (bitmap.Flags & ~taken) | (made.Flags & taken);
+  made.Flags &= ~kStorageFlags;  // its storage has moved
+  core::free_bitmap(old);
+  if (was_accessed) core::access_bitmap(bitmap);
 }
 
-// Rows of `from` through the row conversion into `to`, both of one size. A depth of 0 in
-// `bits_out` means grey levels.
-Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out) {
-  const int32_t bits_in = from.BitsPerPixel == 2 ? 4 : from.BitsPerPixel;
+// A record for the same picture in another depth, not yet allocated.
+Status describe_like(BitmapHandle& made, const BitmapHandle& bitmap, int32_t depth) {
+  TRY(core::init_bitmap(made, bitmap.Width, bitmap.Height, depth));
+  std::ranges::fill(made.Info.Palette, T_PaletteEntry{});
+  if (depth > 8 && bitmap.BitsPerPixel > 8) made.Order = bitmap.Order;
+  made.DitherMethod = bitmap.DitherMethod;
+  return kOk;
+}
+
+// Rows of `from` through the row conversion into `to`. `bits_out` is the depth of `to`, or 0 for
+// grey levels.
+Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out,
+                    core::Progress& progress) {
+  RowBlocks source(from);
+  RowBlocks target(to);
+  TRY(source.start());
+  TRY(target.start());
+  const PaintPalette colors(from);
   RowConverter converter;
-  TRY(converter.start(bits_in, bits_out, static_cast<int32_t>(from.Order),
-                      static_cast<int32_t>(to.Order), from.Info.Palette, to.Info.Palette));
-  const uint32_t widened = core::bytes_per_line(from.Width, bits_in);
+  TRY(converter.start(source.depth(), bits_out, static_cast<int32_t>(from.Order),
+                      static_cast<int32_t>(to.Order), colors.entries, to.Info.Palette));
+  const size_t line = std::max<size_t>(source.stride(), to.BytesPerLine);
+  const bool is_copy = source.depth() == bits_out && from.Order == to.Order;
   Buffer row;
-  TRY(row.allocate(uint64_t{std::max({widened, from.BytesPerLine, to.BytesPerLine})} + kSlack));
-  const core::AccessScope accessed_from(from);
-  const core::AccessScope accessed_to(to);
-  for (uint32_t y = 0; y < static_cast<uint32_t>(from.Height); ++y) {
-    TRY(core::get_row(from, y, row.bytes().first(from.BytesPerLine)));
-    if (from.BitsPerPixel == 2) widen_2_to_4(row.data(), from.Width);
-    if (bits_in != bits_out) TRY(converter.convert(row.data(), from.Width));
-    const std::span<uint8_t> out = row.bytes().first(to.BytesPerLine);
-    core::clear_padding(out, to.Width, to.BitsPerPixel);
-    TRY(core::put_row(to, y, out));
+  TRY(row.allocate(line));
+  const auto height = static_cast<uint32_t>(from.Height);
+  const uint32_t step = std::min(source.rows(), target.rows());
+  for (uint32_t y = 0, n = 0; y < height; y += n) {
+    n = std::min(step, height - y);
+    const uint8_t* rows = nullptr;
+    TRY(source.read(y, n, rows));
+    for (uint32_t i = 0; i < n; ++i) {
+      std::memcpy(row.data(), rows + i * source.stride(), source.stride());
+      if (!is_copy) TRY(converter.convert(row.data(), from.Width));
+      std::memcpy(target.place(y) + i * target.stride(), row.data(), to.BytesPerLine);
+    }
+    TRY(target.store(y, n));
+    TRY(progress.at(y + n, height));
   }
   return kOk;
 }
 
-// A bitmap of the same size and description in another depth, allocated.
-Status make_like(BitmapHandle& made, const BitmapHandle& bitmap, int32_t depth) {
-  TRY(core::init_bitmap(made, bitmap.Width, bitmap.Height, depth));
-  const uint32_t colors = made.Colors;
-  const uint32_t order = made.Order;
-  TRY(core::copy_description(made, bitmap));
-  made.Order = depth <= 8 || bitmap.BitsPerPixel <= 8 ? order : bitmap.Order;
-  if (depth > 8) made.Colors = colors;
-  return core::allocate_bitmap(made, 1);
+void map_row_indices(const uint8_t* row, int32_t depth, uint32_t width, const uint8_t (&table)[256],
+                     uint8_t* out, int32_t depth_out) {
+  constexpr uint32_t kPiece = 512;
+  uint8_t indices[kPiece];
+  for (uint32_t x = 0, n = 0; x < width; x += n) {
+    n = std::min(kPiece, width - x);
+    const auto piece = std::span(indices).first(n);
+    unpack_indices(row, x, depth, piece);
+    for (uint8_t& index : piece) index = table[index];
+    pack_indices(out, x, depth_out, piece);
+  }
 }
 
-// Every colour of the picture exists at the new depth.
-Status widen(BitmapHandle& bitmap, int32_t depth) {
+bool is_depth(int32_t bits) {
+  return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+}
+
+// An indexed picture whose colours are greys, or a deeper one with the grey mark.
+bool is_gray_picture(const BitmapHandle& bitmap) {
+  if (bitmap.BitsPerPixel > 8) return core::has_flag(bitmap, T_FLAG_GRAY);
+  const PaintPalette colors(bitmap);
+  const auto used = std::span(colors.entries).first(colors.count);
+  return !used.empty() && is_gray(std::span<const T_PaletteEntry>(used));
+}
+
+// The grey mark says that an index is its grey level.
+void set_gray_mark(BitmapHandle& made) {
+  T_PaletteEntry ramp[256];
+  fill_gray_ramp(ramp);
+  const bool is_ramp = made.BitsPerPixel == 8 && made.Colors == 256 &&
+                       std::memcmp(ramp, made.Info.Palette, sizeof ramp) == 0;
+  core::set_flag(made, T_FLAG_GRAY, is_ramp);
+}
+
+struct Reduction {
+  PaletteType type;
+  const T_PaletteEntry* palette;
+  uint32_t colors;  // wanted; of a given palette: its size
+};
+
+// How pixels become indices.
+enum class Choice { kDither, kSameColor, kGrayLevel };
+
+struct Chosen {
+  OptimizedPalette palette;
+  Choice choice = Choice::kDither;
+};
+
+// Whether every colour that the picture's indices can name is in the palette.
+bool has_all_colors(const BitmapHandle& bitmap, const OptimizedPalette& palette) {
+  if (bitmap.BitsPerPixel > 8) return false;
+  const PaintPalette colors(bitmap);
+  const auto used =
+      std::span(colors.entries).first(std::clamp(colors.count, 1u, 1u << bitmap.BitsPerPixel));
+  const auto given = std::span(palette.entries).first(palette.count);
+  return std::ranges::all_of(used, [&](const T_PaletteEntry& color) {
+    return std::ranges::any_of(given, [&](const T_PaletteEntry& entry) {
+      return entry.Red == color.Red && entry.Green == color.Green && entry.Blue == color.Blue;
+    });
+  });
+}
+
+// Black and white, unless the picture has two colours or fewer.
+Status choose_two_colors(BitmapHandle& bitmap, Chosen& chosen) {
+  FewColors few;
+  TRY(find_few_colors(bitmap, few));
+  if (few.count <= 2) {
+    chosen.palette.count = few.count;
+    std::copy_n(few.colors, few.count, chosen.palette.entries);
+    chosen.choice = Choice::kSameColor;
+  } else {
+    chosen.palette.count = 2;
+    std::ranges::copy(builtin_palette(1), chosen.palette.entries);
+  }
+  return kOk;
+}
+
+Status choose_palette(BitmapHandle& bitmap, int32_t depth, const Reduction& wanted, Chosen& chosen,
+                      core::Progress& progress) {
+  OptimizedPalette& palette = chosen.palette;
+  const bool is_gray = is_gray_picture(bitmap);
+  const bool keeps_levels = is_gray && depth == 8 && bitmap.BitsPerPixel > 8;
+  if (wanted.type == PaletteType::kGiven) {
+    palette.count = wanted.colors;
+    std::copy_n(wanted.palette, palette.count, palette.entries);
+  } else if (wanted.type == PaletteType::kFixed || (keeps_levels && wanted.colors == 256)) {
+    palette.count = 1u << depth;
+    const bool is_ramp =
+        is_gray || (wanted.type == PaletteType::kFixed && settings.gray_fixed_palette);
+    fixed_palette(depth, is_ramp, palette.entries);
+    if (keeps_levels) chosen.choice = Choice::kGrayLevel;
+  } else if (depth == 1 && wanted.colors == 2) {
+    TRY(choose_two_colors(bitmap, chosen));
+  } else {
+    TRY(optimize_palette(bitmap, wanted.colors, palette, progress, kOptimizingShare));
+  }
+  if (chosen.choice == Choice::kDither && has_all_colors(bitmap, palette)) {
+    chosen.choice = Choice::kSameColor;
+  }
+  return kOk;
+}
+
+// The rows of an indexed picture, each index replaced by that of the same colour.
+Status map_indices(BitmapHandle& from, BitmapHandle& to, uint32_t colors,
+                   core::Progress& progress) {
+  RowBlocks source(from);
+  RowBlocks target(to);
+  TRY(source.start());
+  TRY(target.start());
+  const PaintPalette painted(from);
+  uint8_t table[256];
+  NearestColor nearest;
+  map_palette(painted.entries, 256, to.Info.Palette, colors, table, nearest);
+
+  const auto width = static_cast<uint32_t>(from.Width);
+  const auto height = static_cast<uint32_t>(from.Height);
+  const uint32_t step = std::min(source.rows(), target.rows());
+  for (uint32_t y = 0, n = 0; y < height; y += n) {
+    n = std::min(step, height - y);
+    const uint8_t* rows = nullptr;
+    TRY(source.read(y, n, rows));
+    for (uint32_t i = 0; i < n; ++i) {
+      map_row_indices(rows + i * source.stride(), source.depth(), width, table,
+                      target.place(y) + i * target.stride(), to.BitsPerPixel);
+    }
+    TRY(target.store(y, n));
+    TRY(progress.at(y + n, height));
+  }
+  return kOk;
+}
+
+Status fill_reduced(BitmapHandle& bitmap, BitmapHandle& made, Chosen& chosen,
+                    core::Progress& progress) {
+  OptimizedPalette& palette = chosen.palette;
+  if (chosen.choice == Choice::kGrayLevel) return convert_rows(bitmap, made, 0, progress);
+  if (chosen.choice == Choice::kDither) {
+    return dither_bitmap(bitmap, made, palette.entries, palette.count,
+                         palette.inverse.size() != 0 ? palette.inverse.data() : nullptr, progress,
+                         kOptimizingShare);
+  }
+  if (bitmap.BitsPerPixel > 8) return convert_rows(bitmap, made, made.BitsPerPixel, progress);
+  return map_indices(bitmap, made, palette.count, progress);
+}
+
+Status reduce(BitmapHandle& bitmap, int32_t depth, const Reduction& wanted,
+              core::Progress& progress) {
+  Chosen chosen;
+  TRY(choose_palette(bitmap, depth, wanted, chosen, progress));
   core::OwnedBitmap made;
-  TRY(make_like(*made, bitmap, depth));
-  TRY(convert_rows(bitmap, *made, depth));
+  TRY(describe_like(*made, bitmap, depth));
+  std::ranges::copy(chosen.palette.entries, made->Info.Palette);
+  TRY(core::allocate_bitmap(*made, 1));
+  TRY(fill_reduced(bitmap, *made, chosen, progress));
+  set_gray_mark(*made);
+  TRY(progress.finish());
   replace(bitmap, *made);
-  made->Flags = 0;  // its storage and objects have moved
-  made->GdiObjectA = made->GdiObjectB = 0;
+  return kOk;
+}
+
+// Depths above 8 bits hold every colour that 1 to 8 bits can name.
+Status widen(BitmapHandle& bitmap, int32_t depth, core::Progress& progress) {
+  core::OwnedBitmap made;
+  TRY(describe_like(*made, bitmap, depth));
+  TRY(core::allocate_bitmap(*made, 1));
+  TRY(convert_rows(bitmap, *made, depth, progress));
+  core::set_flag(*made, T_FLAG_GRAY, is_gray_picture(bitmap));
+  TRY(progress.finish());
+  replace(bitmap, *made);
   return kOk;
 }
 
@@ -73,24 +270,58 @@ Status widen(BitmapHandle& bitmap, int32_t depth) {
 
 Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
                         const T_PaletteEntry* palette, uint32_t colors) {
-  if (depth > 8 || depth > bitmap.BitsPerPixel) return widen(bitmap, depth);
-  static_cast<void>(type);
-  static_cast<void>(palette);
-  static_cast<void>(colors);
-  return kNoMemory;
+  if (!is_depth(depth)) return kBadArgument;
+  if (type < PaletteType::kOptimized || type > PaletteType::kNone) return kBadArgument;
+  if (depth <= 8) {
+    if (type == PaletteType::kNone || colors > 1u << depth) return kBadArgument;
+    if (type == PaletteType::kGiven && (palette == nullptr || colors == 0)) return kBadArgument;
+  }
+  if (!core::has_flag(bitmap, T_FLAG_ALLOCATED)) return kNoStorage;
+  core::Progress progress;
+  TRY(progress.start());
+  if (depth > 8) return widen(bitmap, depth, progress);
+  if (bitmap.DitherMethod > T_DITHER_ORDERED) return kBadArgument;
+  return reduce(bitmap, depth, {type, palette, colors != 0 ? colors : 1u << depth}, progress);
 }
 
 Status gray_scale_bitmap(BitmapHandle& bitmap) {
+  if (!core::has_flag(bitmap, T_FLAG_ALLOCATED)) return kNoStorage;
+  core::Progress progress;
+  TRY(progress.start());
   core::OwnedBitmap made;
-  TRY(make_like(*made, bitmap, 8));
+  TRY(describe_like(*made, bitmap, 8));
   fill_gray_ramp(made->Info.Palette);
   made->Colors = 256;
   made->Flags |= T_FLAG_GRAY;
-  TRY(convert_rows(bitmap, *made, 0));
+  TRY(core::allocate_bitmap(*made, 1));
+  TRY(convert_rows(bitmap, *made, 0, progress));
+  TRY(progress.finish());
   replace(bitmap, *made);
-  made->Flags = 0;
-  made->GdiObjectA = made->GdiObjectB = 0;
   return kOk;
+}
+
+namespace {
+
+Status exchange_palette(uintptr_t& object, std::span<const T_PaletteEntry> entries) {
+  const uintptr_t made = platform::create_palette(entries);
+  if (made == 0) return kNoMemory;
+  if (object != 0) platform::delete_object(object);
+  object = made;
+  return kOk;
+}
+
+}  // namespace
+
+Status create_paint_palette(BitmapHandle& bitmap) {
+  const uint32_t count = std::min(bitmap.Colors, 256u);
+  if (bitmap.BitsPerPixel > 8 || count == 0) return kBadArgument;
+  return exchange_palette(bitmap.GdiObjectA, std::span(bitmap.Info.Palette).first(count));
+}
+
+Status create_screen_palette(BitmapHandle& bitmap) {
+  T_PaletteEntry entries[256];
+  fixed_palette(8, settings.gray_fixed_palette || is_gray_picture(bitmap), entries);
+  return exchange_palette(bitmap.GdiObjectB, entries);
 }
 
 }  // namespace tavo::color

@@ -1,4 +1,4 @@
-// Whole bitmaps to another depth.
+// Whole bitmaps to another depth, and palette objects for them.
 #pragma once
 
 #include <cstdint>
@@ -17,5 +17,9 @@ Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
 
 // T_GrayScaleBitmap: 8 bits, a ramp palette, the grey mark. On failure the bitmap is as it was.
 Status gray_scale_bitmap(BitmapHandle& bitmap);
+
+// T_CreatePaintPalette and T_CreateScreenPalette.
+Status create_paint_palette(BitmapHandle& bitmap);
+Status create_screen_palette(BitmapHandle& bitmap);
 
 }  // namespace tavo::color

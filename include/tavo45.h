@@ -492,6 +492,76 @@ T_API int32_t T_CALL T_DitherLine(BitmapHandle* bitmap, const void* input, void*
 /* Closes the pass and frees what it holds. T_OK, also when there is none. */
 T_API int32_t T_CALL T_StopDithering(BitmapHandle* bitmap);
 
+/* Reduces `source` to at most `colours` colours chosen for it, in a bitmap of its own.
+ * source       allocated, any depth, accessed or not; left as it is
+ * destination  another record; initialised here at the source's size with 1 bit for 1 or 2
+ *              colours, 4 bits up to 16, 8 bits up to 256; Order T_ORDER_BGR; perspective and
+ *              resolution are the source's. Dithered by the method that T_DefaultDithering set.
+ *              Released when done
+ * flags        reserved, 0
+ * colours      1 to 256
+ * The palette: colours are counted by class (the top five bits of each component); the classes are
+ * split into boxes, always the one of the largest variance, at the mean of its most varying
+ * channel; the entries are the boxes' means, ascending by blue, green, red, the rest black. An
+ * indexed source with no more than `colours` entries keeps its own, sorted in that way.
+ * The status callback is told of the progress.
+ * T_OK; T_ERR_FORMAT (more than 256 colours); T_ERR_ARGUMENT (0 colours, source not allocated, null
+ * or equal records); what T_InitBitmap and T_AllocateBitmap give for the destination;
+ * T_ERR_NO_MEMORY; T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps); the callback's answer. After
+ * a failure the destination is not allocated. */
+T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destination,
+                                      uint32_t flags, uint32_t colours);
+
+/* T_ColorResolution palette types */
+#define T_PALETTE_OPTIMIZED 1 /* made for the picture, as T_OptimizeBitmap does */
+#define T_PALETTE_FIXED 2     /* the built-in palette of the depth; grey pictures: an even ramp */
+#define T_PALETTE_GIVEN 3     /* the caller's */
+#define T_PALETTE_NONE 4      /* depths above 8 bits have none */
+
+/* Brings a bitmap to another depth, in its own record.
+ * bitmap       allocated, any depth, accessed or not, and so it stays. Its palette objects are
+ *              deleted, the new palette is in the record. Perspective, resolution, DitherMethod and
+ *              attributes are kept, Order too where both depths are above 8 (else T_ORDER_BGR)
+ * depth        1, 4, 8, 16, 24 or 32
+ * paletteType  T_PALETTE_ value; above 8 bits it does not matter
+ * palette, colors   T_PALETTE_GIVEN: the entries, 1 to 2^depth. Otherwise palette is not looked at;
+ *              with T_PALETTE_OPTIMIZED colors is the number of colours wanted, 0 for 2^depth
+ * To 8 bits or less the picture is dithered by its DitherMethod; an indexed picture whose colours
+ * are all in the new palette keeps them exactly. Grey pictures (the palette is grey, or above 8
+ * bits T_FLAG_GRAY is set) get grey palettes; those above 8 bits keep all 256 levels at 8 bits.
+ * 1 bit with T_PALETTE_OPTIMIZED gives black and white, in this order, unless the picture has two
+ * colours or fewer, which are kept. T_FLAG_GRAY is set afterwards when an 8-bit picture has the
+ * 256-step ramp, or a deeper one came from greys.
+ * The status callback is told of the progress.
+ * T_OK, T_ERR_ARGUMENT (depth, type, palette, colors, DitherMethod above 7, null bitmap),
+ * T_ERR_NO_STORAGE, T_ERR_NO_MEMORY, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps), the
+ * callback's answer. After a failure the bitmap is as it was. */
+T_API int32_t T_CALL T_ColorResolution(BitmapHandle* bitmap, int32_t depth, int32_t paletteType,
+                                       const T_PaletteEntry* palette, uint32_t colors);
+
+/* Makes a bitmap of any depth an 8-bit grey one: grey = (2 red + 5 green + blue + 4) >> 3, a ramp
+ * of 256 greys as palette, T_FLAG_GRAY. Otherwise as T_ColorResolution. T_OK, T_ERR_ARGUMENT (null
+ * bitmap), T_ERR_NO_STORAGE, T_ERR_NO_MEMORY, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE, the status
+ * callback's answer. */
+T_API int32_t T_CALL T_GrayScaleBitmap(BitmapHandle* bitmap);
+
+/* Makes GdiObjectA, the painting palette, from the record's palette; one that was there is deleted.
+ * T_OK, T_ERR_ARGUMENT (null bitmap, more than 8 bits, no Colors), T_ERR_NO_MEMORY (the bitmap is as
+ * it was). */
+T_API int32_t T_CALL T_CreatePaintPalette(BitmapHandle* bitmap);
+/* Makes GdiObjectB, with which a display of 256 colours shows the picture: the uniform 3-3-2
+ * colours, or 256 greys for a grey picture and after T_SetGrayFixedPalette(1). T_OK, T_ERR_ARGUMENT
+ * (null bitmap), T_ERR_NO_MEMORY. */
+T_API int32_t T_CALL T_CreateScreenPalette(BitmapHandle* bitmap);
+
+/* A new palette object with the entries of `palette`, 0 for 0 and on failure. The caller owns it:
+ * the platform's DeleteObject frees it, or T_FreeBitmap when it is put into a record. */
+T_API uintptr_t T_CALL T_DupPalette(uintptr_t palette);
+
+/* Not 0: fixed palettes are even ramps of grey for every picture, in T_ColorResolution, in loads
+ * and for the screen palette. 0 at first. T_OK. */
+T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
+
 /* ---- Formats ------------------------------------------------------------------------------ */
 
 /* Each format has a trio.
