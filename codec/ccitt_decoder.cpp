@@ -56,6 +56,7 @@ Status Decoder::start(Coding coding, uint32_t width, bool is_reversed) {
   if (width == 0 || width > INT32_MAX) return kBadSize;
   coding_ = coding;
   is_reversed_ = is_reversed;
+  damaged_rows_ = 0;
   width_ = width;
   row_bytes_ = (width + 7) / 8;
   const size_t entries = std::min<size_t>(width, kFirstEntries) + 2 * kStepEntries;
