@@ -612,6 +612,21 @@ T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
  * not 0: the image's table when it has one. T_OK. */
 T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
 
+/* CALS Type I raster: bilevel, Group 4 (raster type 1; other types are read as Group 3). The
+ * picture is white (0) and black (1), top row first; T_LoadCALSFile with bitsPerPixel 24 delivers
+ * 24 bits. Its density is not taken over, and saves always state 200. Saves are 1 bit only (other
+ * depths: T_ERR_DEPTH); a bitmap whose palette entry 0 has red 0 is inverted, so that black is 1
+ * in the file. Sizes above 99,999 do not fit the header's five digits and cannot be read back.
+ * T_ERR_READ: a header record is short or empty, or the data end early (the rows before that are
+ * delivered); T_ERR_BAD_DATA: an unknown key among the first nine records, an empty picture, or a
+ * code that does not exist; T_ERR_SUBTYPE: uncompressed mode.
+ * Facts: MIL-PRF-28002C, ITU-T T.4 and T.6. */
+T_API int32_t T_CALL T_LoadCALSFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                    int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadCALSBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap,
+                                      int32_t bitsPerPixel);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,6 +1,7 @@
 #include "pipeline/registry.h"
 
 #include "formats/bmp.h"
+#include "formats/cals.h"
 #include "formats/gif.h"
 #include "pipeline/load.h"
 
@@ -38,12 +39,20 @@ constexpr FormatRow kFormats[] = {
      .delivery = Delivery::kWholeWhenAsked,
      .write = gif::write,
      .write_depths = depth_bit(8)},
+    {.id = T_FORMAT_CALS,
+     .name = "CALS",
+     .description = "CALS Type I raster",
+     .extensions = "cal cals ct1",
+     .read = cals::read,
+     .write = cals::write,
+     .write_depths = depth_bit(1)},
 };
 
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
     bmp::probe,
+    cals::probe,
     gif::probe,
 };
 

@@ -54,10 +54,16 @@ FormatCase bmp_case() {
   return bmp;
 }
 
+FormatCase cals_case() {
+  FormatCase cals{"CALS", {}, T_FORMAT_CALS, {1}, false};  // always white and black
+  cals.samples = {{"Group 4", saved_sample(T_FORMAT_CALS, 1, 70, 9)}};
+  return cals;
+}
+
 }  // namespace
 
 const std::vector<FormatCase>& format_cases() {
-  static const std::vector<FormatCase> cases = {bmp_case(), gif_case()};
+  static const std::vector<FormatCase> cases = {bmp_case(), gif_case(), cals_case()};
   return cases;
 }
 

@@ -1,0 +1,17 @@
+// The CALS trio.
+#include "formats/cals.h"
+#include "pipeline/load.h"
+#include "tavo45.h"
+
+int32_t T_CALL T_LoadCALSFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                              int32_t bitsPerPixel, void* context) {
+  return tavo::cals::read(name, bitmap, sink, bitsPerPixel, context).code();
+}
+
+int32_t T_CALL T_LoadCALSBitmap(const char* name, BitmapHandle* bitmap) {
+  return tavo::pipeline::load_picture(name, *bitmap, tavo::cals::read).code();
+}
+
+int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {
+  return T_SaveBitmap(name, bitmap, T_FORMAT_CALS, bitsPerPixel, 0);
+}

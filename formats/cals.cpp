@@ -1,0 +1,214 @@
+#include "formats/cals.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string_view>
+
+#include "base/byte_source.h"
+#include "codec/ccitt_decoder.h"
+#include "codec/ccitt_encoder.h"
+#include "core/notice.h"
+#include "io/output_file.h"
+#include "process/row_delivery.h"
+#include "process/row_fetch.h"
+#include "process/source_picture.h"
+
+namespace tavo::cals {
+
+namespace {
+
+constexpr size_t kRecordSize = 128;
+constexpr int kRecords = 16;
+constexpr int kRecordsRead = 11;
+constexpr int kStrictRecords = 9;
+constexpr uint32_t kDataOffset = kRecordSize * kRecords;
+constexpr uint32_t kInputBytes = 32768;
+constexpr uint32_t kInputStep = 1024;
+constexpr int32_t kStorageKind = 3;
+
+// Cuts a record, which ends at its first zero byte, into tokens.
+class Tokens {
+ public:
+  explicit Tokens(std::span<const uint8_t> record)
+      : text_(reinterpret_cast<const char*>(record.data()), record.size()) {
+    text_ = text_.substr(0, text_.find('\0'));
+  }
+
+  // Empty when there is none left.
+  std::string_view next() {
+    constexpr std::string_view kDelimiters = " ,:;\t\n";
+    text_.remove_prefix(std::min(text_.find_first_not_of(kDelimiters), text_.size()));
+    const std::string_view token = text_.substr(0, text_.find_first_of(kDelimiters));
+    text_.remove_prefix(token.size());
+    return token;
+  }
+
+  // A decimal number, brackets skipped; -1 when it holds anything else or is too large.
+  Status next_number(int32_t& number) {
+    const std::string_view token = next();
+    if (token.empty()) return kReadError;
+    int64_t value = 0;
+    for (const char c : token) {
+      if (c == '[' || c == ']') continue;
+      value = c < '0' || c > '9' ? INT64_MAX : value * 10 + (c - '0');
+      if (value > INT32_MAX) {
+        number = -1;
+        return kOk;
+      }
+    }
+    number = static_cast<int32_t>(value);
+    return kOk;
+  }
+
+ private:
+  std::string_view text_;
+};
+
+// GraphicsMagick writes "docls" for "doccls".
+constexpr std::string_view kTextKeys[] = {"srcdocid", "dstdocid", "txtfilid", "figid",
+                                          "srcgph",   "doccls",   "docls",    "notes"};
+
+// kBadData for an unknown key.
+Status parse_record(std::span<const uint8_t> record, Header& header) {
+  Tokens tokens(record);
+  const std::string_view key = tokens.next();
+  if (key.empty()) return kReadError;
+  if (key == "rtype") return tokens.next_number(header.raster_type);
+  if (key == "rdensity") return tokens.next_number(header.density);
+  if (key == "rpelcnt") {
+    TRY(tokens.next_number(header.width));
+    return tokens.next_number(header.height);
+  }
+  if (key == "rorient") {
+    // Kept: pictures count as upright whatever the two angles are.
+    int32_t angle = 0;
+    TRY(tokens.next_number(angle));
+    TRY(tokens.next_number(angle));
+    header.orientation = 0;
+    return kOk;
+  }
+  return std::ranges::find(kTextKeys, key) != std::end(kTextKeys) ? kOk : kBadData;
+}
+
+process::SourcePicture describe(const Header& header) {
+  process::SourcePicture picture;
+  picture.width = header.width;
+  picture.height = header.height;
+  picture.bits = 1;
+  picture.order = T_ORDER_BGR;
+  picture.view_perspective = static_cast<uint32_t>(header.orientation);
+  picture.colors = 2;
+  picture.storage_kind = kStorageKind;
+  picture.widens = true;
+  picture.palette[0] = {255, 255, 255, 0};
+  return picture;
+}
+
+}  // namespace
+
+Status parse_header(io::InputFile& file, Header& header) {
+  for (int number = 1; number <= kRecordsRead; ++number) {
+    std::array<uint8_t, kRecordSize> record;
+    TRY(file.read(record));
+    const Status status = parse_record(record, header);
+    if (status == kBadData && number > kStrictRecords) continue;
+    TRY(status);
+  }
+  if (header.width < 1 || header.height < 1) return kBadData;
+  header.is_whole = true;
+  return kOk;
+}
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Header header;
+  TRY(parse_header(input.file, header));
+  process::describe(describe(header), T_FORMAT_CALS, "CALS Raster", info);
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  TRY(file.open(name));
+  Header header;
+  TRY(parse_header(file, header));
+  const process::SourcePicture picture = describe(header);
+  process::RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+  if (bitmap->Order != T_ORDER_RGB) bitmap->Order = T_ORDER_BGR;
+
+  ByteSource bytes(file);
+  TRY(bytes.start(kInputBytes, kInputStep, kInputStep));
+  TRY(file.seek(kDataOffset));
+  const bool is_group4 = header.raster_type == 1;
+  ccitt::Decoder decoder;
+  TRY(decoder.start(is_group4 ? ccitt::Coding::kGroup4 : ccitt::Coding::kGroup3,
+                    static_cast<uint32_t>(header.width), false));
+  decoder.begin(bytes);
+  for (int32_t y = 0; y < header.height; ++y) {
+    const Status status = decoder.decode_row(rows.next_row());
+    if (!status.ok()) return rows.finish_early(status);
+    TRY(rows.commit());
+  }
+  return rows.finish();
+}
+
+namespace {
+
+Status write_record(io::OutputFile& file, std::string_view text) {
+  std::array<uint8_t, kRecordSize> record = {};
+  std::ranges::copy(text, record.begin());
+  return file.write(record);
+}
+
+// Five digits; the first one runs past "9" for numbers of 100,000 and more.
+void put_five_digits(char* at, int32_t number) {
+  for (int i = 4; i > 0; --i, number /= 10) at[i] = static_cast<char>('0' + number % 10);
+  at[0] = static_cast<char>('0' + number);
+}
+
+Status write_header(io::OutputFile& file, const BitmapHandle& bitmap) {
+  for (const std::string_view text :
+       {"srcdocid: NONE\n", "dstdocid: NONE\n", "txtfilid: NONE\n", "figid: NONE\n",
+        "srcgph: NONE\n", "doccls: UNCLASS\n", "rtype: 1\n", "rorient: 000,270\n"}) {
+    TRY(write_record(file, text));
+  }
+  char size[] = "rpelcnt: 00000,00000\n";
+  put_five_digits(size + 9, bitmap.Width);
+  put_five_digits(size + 15, bitmap.Height);
+  TRY(write_record(file, size));
+  // Kept: the file states 200 whatever the resolution.
+  TRY(write_record(file, "rdensity: 0200\n"));
+  TRY(write_record(file, "notes: NONE\n"));
+  return file.write_zeros((kRecords - kRecordsRead) * kRecordSize);
+}
+
+}  // namespace
+
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
+  if (request.depth != 1) return kBadDepth;
+  constexpr T_PaletteEntry kWhiteBlack[2] = {{255, 255, 255, 0}, {0, 0, 0, 0}};
+  const bool is_1bit = bitmap->BitsPerPixel == 1;
+  const bool inverts = is_1bit && bitmap->Info.Palette[0].Red == 0;
+  process::RowFetch rows(*bitmap, 1, T_ORDER_BGR, is_1bit ? nullptr : kWhiteBlack);
+  TRY(rows.start());
+  io::OutputFile file;
+  TRY(file.create(name));
+  TRY(write_header(file, *bitmap));
+  ccitt::Encoder encoder(file);
+  TRY(encoder.start({ccitt::Coding::kGroup4}, static_cast<uint32_t>(bitmap->Width)));
+  for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap->Height); ++y) {
+    std::span<uint8_t> row;
+    TRY(rows.picture(y, row));
+    if (inverts) std::ranges::transform(row, row.begin(), [](uint8_t b) { return uint8_t(~b); });
+    TRY(encoder.encode_row(row));
+  }
+  TRY(encoder.finish());
+  TRY(file.finish());
+  return rows.finish();
+}
+
+}  // namespace tavo::cals

@@ -1,0 +1,31 @@
+// CALS Type I raster: sixteen text records of 128 bytes, then one Group 4 picture.
+// Facts: MIL-PRF-28002C (Raster Graphics Representation in Binary Format), MIL-STD-1840C.
+#pragma once
+
+#include <cstdint>
+
+#include "base/status.h"
+#include "io/format.h"
+
+namespace tavo::cals {
+
+// What parse_header accepted: width and height are 1 and more.
+struct Header {
+  int32_t width = 0;
+  int32_t height = 0;
+  int32_t raster_type = 1;
+  int32_t orientation = 0;
+  int32_t density = 0;  // read, but no bitmap takes its resolution from it
+  bool is_whole = false;
+};
+
+// Reads the first eleven records from where the file stands. kReadError for a short or empty
+// record, kBadData for an unknown key among the first nine and for an empty picture.
+Status parse_header(io::InputFile& file, Header& header);
+
+Status probe(const io::ProbeInput& input, FILEINFO& info);
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context);
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request);
+
+}  // namespace tavo::cals
