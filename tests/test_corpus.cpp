@@ -1,0 +1,83 @@
+// Files that other programs wrote, against what other programs decode from them.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+
+#include "corpus.h"
+
+namespace tavo::test {
+namespace {
+
+// How far a component may be from the reference, and in how many of a thousand it may be further.
+struct CorpusCase {
+  const char* format;
+  int tolerance = 0;
+  int outliers_per_mille = 0;
+};
+
+class Corpus : public ::testing::TestWithParam<CorpusCase> {};
+
+constexpr CorpusCase kCases[] = {
+    // Narrow channels are widened by rounding or by repeating their bits.
+    {.format = "bmp", .tolerance = 1},
+};
+
+std::string name_of(const ::testing::TestParamInfo<CorpusCase>& info) { return info.param.format; }
+
+INSTANTIATE_TEST_SUITE_P(All, Corpus, ::testing::ValuesIn(kCases), name_of);
+
+std::string difference(const Bytes& got, const Bytes& want, const CorpusCase& allowed) {
+  if (got.size() != want.size()) return "other size";
+  size_t beyond = 0;
+  int largest = 0;
+  for (size_t i = 0; i < got.size(); ++i) {
+    const int distance = std::abs(got[i] - want[i]);
+    largest = std::max(largest, distance);
+    if (distance > allowed.tolerance) ++beyond;
+  }
+  if (beyond * 1000 <= got.size() * allowed.outliers_per_mille) return "";
+  return std::to_string(beyond) + " of " + std::to_string(got.size()) + " differ, by up to " +
+         std::to_string(largest);
+}
+
+TEST_P(Corpus, GoodFilesShowTheReferencePicture) {
+  const std::vector<CorpusFile> files = corpus_files(GetParam().format);
+  if (files.empty()) GTEST_SKIP() << "TAVO_CORPUS does not name the samples";
+  for (const CorpusFile& file : files) {
+    if (file.expected != "decodes") continue;
+    for (size_t page = 0; page < file.references.size(); ++page) {
+      SCOPED_TRACE(file.name + " page " + std::to_string(page + 1));
+      Picture want;
+      if (!read_png(file.references[page], want)) continue;
+      T_SetPageNumber(static_cast<int32_t>(page) + 1);
+      Bitmap bitmap;
+      const int32_t status = T_LoadBitmap(file.path.c_str(), bitmap.get(), 24, T_ORDER_RGB);
+      EXPECT_EQ(status, T_OK);
+      if (status != T_OK) continue;
+      EXPECT_EQ(bitmap->Width, want.width);
+      EXPECT_EQ(bitmap->Height, want.height);
+      EXPECT_EQ(difference(rgb(bitmap.get()), want.rgb, GetParam()), "");
+    }
+  }
+  T_SetPageNumber(1);
+}
+
+TEST_P(Corpus, BadAndDisputedFilesEndQuicklyWithADocumentedStatus) {
+  const std::vector<CorpusFile> files = corpus_files(GetParam().format);
+  if (files.empty()) GTEST_SKIP() << "TAVO_CORPUS does not name the samples";
+  const Leftovers before = leftovers();
+  for (const CorpusFile& file : files) {
+    if (file.expected == "decodes") continue;
+    SCOPED_TRACE(file.name);
+    const auto start = std::chrono::steady_clock::now();
+    Bitmap bitmap;
+    const int32_t status = T_LoadBitmap(file.path.c_str(), bitmap.get(), 24, T_ORDER_RGB);
+    EXPECT_TRUE(is_documented(status)) << status;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+  }
+  EXPECT_EQ(leftovers(), before);
+}
+
+}  // namespace
+}  // namespace tavo::test
