@@ -5,6 +5,7 @@
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "core/rows.h"
+#include "pipeline/identify.h"
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
 
@@ -61,6 +62,10 @@ Status write_view(const FormatRow* format, const char* name, BitmapHandle& bitma
   return status;
 }
 
+int32_t dots_per_inch(int32_t resolution, bool per_meter) {
+  return per_meter ? static_cast<int32_t>((int64_t{resolution} * 254 + 5000) / 10000) : resolution;
+}
+
 }  // namespace
 
 Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) {
@@ -91,10 +96,14 @@ Status convert_file(const char* source, const char* destination, int32_t format,
   core::OwnedBitmap picture;
   const LoadRequest request{.bits = 0, .order = -1, .flags = T_LOAD_ALLOCATE | T_LOAD_ACCESS};
   TRY(load(source, *picture, request));
+  FILEINFO info;
+  TRY(identify(source, info));
   // The save's copy takes the default resolution: make that the source's for its length.
+  const FormatRow* from = find_format(info.Format);
+  const bool per_meter = from != nullptr && from->reports_per_meter;
   const T_TIFFOption outer = settings.tiff;
-  settings.tiff.XResolution = picture->XResolution;
-  settings.tiff.YResolution = picture->YResolution;
+  settings.tiff.XResolution = dots_per_inch(picture->XResolution, per_meter);
+  settings.tiff.YResolution = dots_per_inch(picture->YResolution, per_meter);
   const SaveOptions options{.format = format, .bits = bits, .quality = quality};
   const Status status = save(destination, *picture, options);
   settings.tiff = outer;

@@ -10,10 +10,10 @@
 namespace tavo::test {
 
 struct CorpusFile {
-  std::string path;        // absolute
-  std::string name;        // relative, for messages
-  std::string format;      // "bmp"
-  std::string expected;    // "decodes", "must-fail-cleanly" or "disputed"
+  std::string path;                     // absolute
+  std::string name;                     // relative, for messages
+  std::string format;                   // "bmp"
+  std::string expected;                 // "decodes", "must-fail-cleanly" or "disputed"
   std::vector<std::string> references;  // absolute, one per page
 };
 

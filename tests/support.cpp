@@ -22,7 +22,6 @@ struct OpenFile {
 Disk* disk = nullptr;
 std::map<int32_t, OpenFile> open_files;
 int32_t next_handle = 100;
-FileIOTable outer;
 
 bool fails() { return disk->operations++ == disk->fail_at; }
 
@@ -78,16 +77,14 @@ int32_t T_CALL disk_close(int32_t handle) {
 
 }  // namespace
 
-Disk::Disk() {
+Disk::Disk() : outer_(settings.files), outer_disk_(disk) {
   disk = this;
-  outer = settings.files;
   T_RedirectIO(disk_open, disk_read, disk_write, disk_seek, disk_close);
 }
 
 Disk::~Disk() {
-  settings.files = outer;
-  open_files.clear();
-  disk = nullptr;
+  settings.files = outer_;
+  disk = outer_disk_;
 }
 
 Bitmap::Bitmap() {

@@ -34,6 +34,10 @@ class Disk {
   int open_count = 0;  // files that are open now
 
   bool fault_hit() const { return fail_at >= 0 && operations > fail_at; }
+
+ private:
+  FileIOTable outer_;
+  Disk* outer_disk_;
 };
 
 // A bitmap record freed at the end of its scope; it starts as an uncleared record would.

@@ -17,9 +17,9 @@ TEST(Bitmaps, InitDescribesEveryDepth) {
   const struct {
     int32_t width, bits;
     uint32_t line, colors, order;
-  } cases[] = {{1, 1, 4, 2, 0},    {33, 1, 8, 2, 0},     {5, 2, 4, 4, 0},  {17, 2, 8, 4, 0},
-               {9, 4, 8, 16, 0},   {5, 8, 8, 256, 0},    {3, 16, 8, 0, 1}, {3, 24, 12, 0, 1},
-               {3, 32, 12, 1, 1},  {1, 24, 4, 0, 1},     {0, 8, 0, 256, 0}};
+  } cases[] = {{1, 1, 4, 2, 0},   {33, 1, 8, 2, 0},  {5, 2, 4, 4, 0},  {17, 2, 8, 4, 0},
+               {9, 4, 8, 16, 0},  {5, 8, 8, 256, 0}, {3, 16, 8, 0, 1}, {3, 24, 12, 0, 1},
+               {3, 32, 12, 1, 1}, {1, 24, 4, 0, 1},  {0, 8, 0, 256, 0}};
   for (const auto& c : cases) {
     Bitmap bitmap;
     bitmap->Flags = 0xFFFF8641u;
@@ -40,7 +40,8 @@ TEST(Bitmaps, InitDescribesEveryDepth) {
 TEST(Bitmaps, GeometryWithoutSizeCannotBeAllocated) {
   const struct {
     int32_t width, height, bits;
-  } cases[] = {{0, 5, 8}, {5, 0, 8}, {-5, 5, 8}, {5, -5, 8}, {5, 5, 3}, {5, 5, 12},
+  } cases[] = {{0, 5, 8},         {5, 0, 8},          {-5, 5, 8},
+               {5, -5, 8},        {5, 5, 3},          {5, 5, 12},
                {65536, 65536, 8}, {INT32_MAX, 1, 32}, {INT32_MAX, INT32_MAX, 1}};
   for (const auto& c : cases) {
     Bitmap bitmap;
@@ -137,9 +138,8 @@ TEST(Bitmaps, UserManagedStorageIsReleasedThroughTheCallback) {
   EXPECT_EQ(bitmap->Flags & 0xFFFF, T_FLAG_USER | T_FLAG_NO_STORAGE | T_FLAG_DISK);
   bitmap->Handle = 4711;
   bitmap->ReleaseData = 2;
-  bitmap->ReleaseCallback = [](uintptr_t handle, uintptr_t data) T_CALL {
-    released = handle + data;
-  };
+  bitmap->ReleaseCallback = [](uintptr_t handle, uintptr_t data)
+                                T_CALL { released = handle + data; };
   T_FreeBitmap(bitmap.get());
   EXPECT_EQ(released, 4713u);
   bitmap->Flags = 0;

@@ -1,0 +1,220 @@
+// BMP: headers, palettes, run-length data, bit fields, and what is written.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "format_cases.h"
+
+namespace tavo::test {
+namespace {
+
+int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, int32_t order = -1) {
+  return T_LoadBitmapMemory(file.data(), bitmap.get(), bits, order,
+                            static_cast<uint32_t>(file.size()));
+}
+
+// What the reader itself answers, past identification.
+int32_t read(const Bytes& file, int32_t bits = 24) {
+  Disk disk;
+  disk.files["in"] = file;
+  Bitmap bitmap;
+  T_InitBitmap(bitmap.get(), 1, 1, 8);
+  const T_RowSink sink = [](BitmapHandle*, const void*, int32_t, void*) -> int32_t T_CALL {
+    return T_OK;
+  };
+  return T_LoadBMPFile("in", bitmap.get(), sink, bits, nullptr);
+}
+
+const Bytes kRed24 = {0, 0, 255, 0};
+
+TEST(Bmp, ReaderStatuses) {
+  const Bytes good = bmp_file(bmp_info(1, 1, 24, 0, 0), {}, kRed24);
+  EXPECT_EQ(read(good), T_OK);
+  EXPECT_EQ(read(good, 2), T_ERR_ARGUMENT);
+  EXPECT_EQ(read(good, 33), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_LoadBMPFile(nullptr, nullptr, nullptr, 24, nullptr), T_ERR_NAME);
+  EXPECT_EQ(T_LoadBMPFile("no such folder/no such file", nullptr, nullptr, 24, nullptr),
+            T_ERR_OPEN);
+
+  const struct {
+    const char* why;
+    Bytes file;
+    int32_t want;
+  } cases[] = {
+      {"empty", {}, T_ERR_BAD_DATA},
+      {"other magic", join({{'B', 'A'}, Bytes(good.begin() + 2, good.end())}), T_ERR_BAD_DATA},
+      {"header cut", Bytes(good.begin(), good.begin() + 40), T_ERR_BAD_DATA},
+      {"0 wide", bmp_file(bmp_info(0, 1, 24, 0, 0), {}, kRed24), T_ERR_BAD_DATA},
+      {"negative width", bmp_file(bmp_info(-1, 1, 24, 0, 0), {}, kRed24), T_ERR_BAD_DATA},
+      {"lowest height", bmp_file(bmp_info(1, INT32_MIN, 24, 0, 0), {}, kRed24), T_ERR_BAD_DATA},
+      {"7 bits", bmp_file(bmp_info(1, 1, 7, 0, 0), {}, kRed24), T_ERR_BAD_DATA},
+      {"64 bits", bmp_file(bmp_info(1, 1, 64, 0, 0), {}, Bytes(8)), T_ERR_SUBTYPE},
+      {"JPEG inside", bmp_file(bmp_info(1, 1, 24, 4, 0), {}, kRed24), T_ERR_SUBTYPE},
+      {"PNG inside", bmp_file(bmp_info(1, 1, 24, 5, 0), {}, kRed24), T_ERR_SUBTYPE},
+      {"unknown coding", bmp_file(bmp_info(1, 1, 24, 9, 0), {}, kRed24), T_ERR_BAD_DATA},
+      {"run lengths at 24 bits", bmp_file(bmp_info(1, 1, 24, 1, 0), {}, kRed24), T_ERR_BAD_DATA},
+      {"row beyond 32 bits", bmp_file(bmp_info(INT32_MAX, 1, 32, 0, 0), {}, kRed24), T_ERR_SIZE},
+      {"pixels cut", bmp_file(bmp_info(1, 2, 24, 0, 0), {}, kRed24), T_ERR_READ},
+      {"a picture of gigabytes in 60 bytes",
+       bmp_file(bmp_info(65000, 65000, 8, 1, 1), Bytes(4), {0, 1}), T_ERR_BAD_DATA},
+  };
+  for (const auto& c : cases) EXPECT_EQ(read(c.file), c.want) << c.why;
+
+  Bytes short_palette = bmp_file(bmp_info(1, 1, 8, 0, 0), Bytes(1024), {});
+  short_palette.resize(200);
+  EXPECT_EQ(read(short_palette), T_ERR_READ);
+}
+
+TEST(Bmp, PalettesHaveAsManyEntriesAsTheHeaderSaysAndNeverReachIntoPixels) {
+  const Bytes colors = {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0};
+  Bitmap three;
+  ASSERT_EQ(load(bmp_file(bmp_info(1, 1, 8, 0, 3), colors, {2, 0, 0, 0}), three), T_OK);
+  EXPECT_EQ(three->Info.Palette[2].Red, 9);
+  EXPECT_EQ(three->Info.Palette[3].Red, 0);
+  EXPECT_EQ(three->Colors, 256u);
+  EXPECT_NE(three->Flags & T_FLAG_PALETTE, 0u);
+
+  // Says 256 entries, but pixels begin behind three.
+  Bitmap overlapping;
+  ASSERT_EQ(load(bmp_file(bmp_info(1, 1, 8, 0, 0), colors, {1, 99, 99, 99}), overlapping), T_OK);
+  EXPECT_EQ(overlapping->Info.Palette[2].Blue, 7);
+  EXPECT_EQ(overlapping->Info.Palette[3].Blue, 0);
+  EXPECT_EQ(rgb(overlapping.get()), (Bytes{6, 5, 4}));
+}
+
+TEST(Bmp, ResolutionStandsAsPixelsPerMetre) {
+  Bitmap bitmap;
+  ASSERT_EQ(load(bmp_file(bmp_info(1, 1, 24, 0, 0), {}, kRed24), bitmap), T_OK);
+  EXPECT_EQ(bitmap->XResolution, 2835);
+  EXPECT_EQ(bitmap->YResolution, 5669);
+}
+
+TEST(Bmp, TopDownFilesAreUpright) {
+  const Bytes two_rows = {1, 1, 1, 0, 2, 2, 2, 0};
+  Bitmap down;
+  ASSERT_EQ(load(bmp_file(bmp_info(1, -2, 24, 0, 0), {}, two_rows), down), T_OK);
+  EXPECT_EQ(down->ViewPerspective, 0u);
+  EXPECT_EQ(rgb(down.get()), (Bytes{1, 1, 1, 2, 2, 2}));
+  Bitmap up;
+  ASSERT_EQ(load(bmp_file(bmp_info(1, 2, 24, 0, 0), {}, two_rows), up), T_OK);
+  EXPECT_EQ(up->ViewPerspective, 2u);
+  EXPECT_EQ(rgb(up.get()), (Bytes{2, 2, 2, 1, 1, 1}));
+}
+
+Bytes decode_rle(int32_t width, int32_t height, int32_t bits, const Bytes& data,
+                 int32_t want = T_OK) {
+  Bitmap bitmap;
+  const Bytes file = bmp_file(bmp_info(width, height, bits, bits == 8 ? 1 : 2, 1), Bytes(4), data);
+  EXPECT_EQ(load(file, bitmap), want);
+  return pixels(bitmap.get());
+}
+
+TEST(Bmp, Rle8KnowsEveryEscape) {
+  // Run; literal with pad; end of line; delta over one row and two pixels; end of bitmap.
+  EXPECT_EQ(decode_rle(4, 4, 8, {2, 7, 0, 0, 0, 3, 1, 2, 3, 0, 0, 2, 0, 1, 1, 9, 0, 1}),
+            (Bytes{7, 7, 0, 0, 1, 2, 3, 0, 0, 0, 0, 9, 0, 0, 0, 0}));
+  // A delta that stays in its row, a run that passes the end of one, a line that is empty.
+  EXPECT_EQ(decode_rle(4, 3, 8, {0, 2, 1, 0, 200, 5, 0, 0, 0, 0, 1, 6, 0, 0}),
+            (Bytes{0, 5, 5, 5, 0, 0, 0, 0, 6, 0, 0, 0}));
+  // The last row needs no mark.
+  EXPECT_EQ(decode_rle(2, 1, 8, {2, 8}), (Bytes{8, 8}));
+  // What is there is kept when the data end.
+  EXPECT_EQ(decode_rle(3, 2, 8, {3, 4, 0, 0, 1, 5}, T_ERR_READ), (Bytes{4, 4, 4, 5, 0, 0}));
+}
+
+TEST(Bmp, Rle4AlternatesNibbles) {
+  EXPECT_EQ(decode_rle(5, 2, 4, {5, 0x12, 0, 0, 0, 3, 0x34, 0x50, 2, 0x67, 0, 1}),
+            (Bytes{0x12, 0x12, 0x10, 0x34, 0x56, 0x70}));
+  // Odd starts: run, literal, and a delta by one.
+  EXPECT_EQ(decode_rle(6, 2, 4, {1, 0xA0, 3, 0x12, 0, 0, 0, 2, 1, 0, 0, 3, 0x34, 0x50, 0, 0}),
+            (Bytes{0xA1, 0x21, 0x00, 0x03, 0x45, 0x00}));
+}
+
+TEST(Bmp, BitFieldsKeepAllBits) {
+  const Bytes masks565 = join({le32(0xF800), le32(0x07E0), le32(0x001F)});
+  Bitmap words;
+  ASSERT_EQ(load(bmp_file(bmp_info(2, 1, 16, 3, 0), masks565, {0x1F, 0xF8, 0x20, 0x00}), words),
+            T_OK);
+  EXPECT_EQ(words->BitsPerPixel, 24);
+  EXPECT_EQ(rgb(words.get()), (Bytes{255, 0, 255, 0, 4, 0}));
+
+  const Bytes masks555 = join({le32(0x7C00), le32(0x03E0), le32(0x001F)});
+  Bitmap plain;
+  ASSERT_EQ(load(bmp_file(bmp_info(2, 1, 16, 3, 0), masks555, {0x1F, 0x7C, 0, 0}), plain), T_OK);
+  EXPECT_EQ(plain->BitsPerPixel, 16);
+  EXPECT_EQ(rgb(plain.get()), (Bytes{255, 0, 255, 0, 0, 0}));
+
+  // Red, green, blue from the lowest byte up; ten bits of blue.
+  const Bytes wide = join({le32(0xFF), le32(0xFF00), le32(0x03FF0000)});
+  Bitmap words32;
+  ASSERT_EQ(load(bmp_file(bmp_info(1, 1, 32, 3, 0), wide, {10, 20, 0xFF, 0x03}), words32), T_OK);
+  EXPECT_EQ(words32->BitsPerPixel, 32);
+  EXPECT_EQ(rgb(words32.get()), (Bytes{10, 20, 255}));
+}
+
+TEST(Bmp, Os2RunLengthsOf24Bits) {
+  Bytes header(64);
+  const Bytes info = bmp_info(3, 1, 24, 4, 0);
+  std::copy(info.begin(), info.end(), header.begin());
+  header[0] = 64;
+  Bitmap bitmap;
+  ASSERT_EQ(load(bmp_file(header, {}, {2, 1, 2, 3, 1, 4, 5, 6, 0, 1}), bitmap), T_OK);
+  EXPECT_EQ(rgb(bitmap.get()), (Bytes{3, 2, 1, 3, 2, 1, 6, 5, 4}));
+}
+
+TEST(Bmp, WritesTheHeadersByteForByte) {
+  Disk disk;
+  Bitmap bitmap;
+  make_picture(bitmap, 3, 2, 4, 1, 0);
+  T_SetTIFFXYResolution(300, 72);
+  ASSERT_EQ(T_SaveBMPBitmap("windows", bitmap.get(), 0), T_OK);
+  ASSERT_EQ(T_SaveBitmap("os2", bitmap.get(), T_FORMAT_BMP_OS2, 4, 0), T_OK);
+  T_SetTIFFXYResolution(0, 0);
+  const Bytes windows = join({{'B', 'M'},
+                              le32(126),
+                              le32(0),
+                              le32(118),
+                              le32(40),
+                              le32(3),
+                              le32(2),
+                              le16(1),
+                              le16(4),
+                              le32(0),
+                              le32(8),
+                              le32(11811),
+                              le32(2835),
+                              le32(0),
+                              le32(0)});
+  const Bytes os2 =
+      join({{'B', 'M'}, le32(82), le32(0), le32(74), le32(12), le16(3), le16(2), le16(1), le16(4)});
+  ASSERT_EQ(disk.files["windows"].size(), 126u);
+  ASSERT_EQ(disk.files["os2"].size(), 82u);
+  EXPECT_TRUE(std::equal(windows.begin(), windows.end(), disk.files["windows"].begin()));
+  EXPECT_TRUE(std::equal(os2.begin(), os2.end(), disk.files["os2"].begin()));
+  // Entries of 4 and of 3 bytes, blue first; the bottom row first, padding zero.
+  EXPECT_EQ(disk.files["windows"][54 + 4], 254);
+  EXPECT_EQ(disk.files["os2"][26 + 3], 254);
+  const Bytes rows = pixels(bitmap.get());
+  const Bytes want = {rows[2], rows[3], 0, 0, rows[0], rows[1], 0, 0};
+  EXPECT_EQ(Bytes(disk.files["windows"].begin() + 118, disk.files["windows"].end()), want);
+}
+
+TEST(Bmp, WriterStatuses) {
+  Bitmap bitmap;
+  make_picture(bitmap, 3, 2, 32);
+  Disk disk;
+  EXPECT_EQ(T_SaveBMPBitmap("x", bitmap.get(), 0), T_ERR_DEPTH);
+  EXPECT_EQ(T_SaveBMPBitmap("x", bitmap.get(), 16), T_ERR_DEPTH);
+  EXPECT_EQ(T_SaveBMPBitmap(nullptr, bitmap.get(), 24), T_ERR_NAME);
+  disk.fail_at = 0;
+  EXPECT_EQ(T_SaveBMPBitmap("x", bitmap.get(), 24), T_ERR_CREATE);
+  Bitmap empty;
+  T_InitBitmap(empty.get(), 3, 2, 24);
+  EXPECT_EQ(T_SaveBMPBitmap("x", empty.get(), 24), T_ERR_NO_STORAGE);
+  Bitmap wide;
+  make_picture(wide, 70000, 1, 8);
+  EXPECT_EQ(T_SaveBitmap("x", wide.get(), T_FORMAT_BMP_OS2, 8, 0), T_ERR_SIZE);
+}
+
+}  // namespace
+}  // namespace tavo::test

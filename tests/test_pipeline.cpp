@@ -1,0 +1,256 @@
+// Loading and saving whatever the format: modes, batches, ownership, progress.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "base/settings.h"
+#include "format_cases.h"
+
+namespace tavo::test {
+namespace {
+
+Bytes bmp_of(int32_t width, int32_t height, int32_t bits) {
+  return saved_sample(T_FORMAT_BMP, bits, width, height);
+}
+
+struct Batches {
+  std::vector<int32_t> counts;
+  Bytes rows;
+  BitmapHandle* source = nullptr;
+
+  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
+    auto* batches = static_cast<Batches*>(context);
+    batches->counts.push_back(count);
+    batches->source = source;
+    const auto* bytes = static_cast<const uint8_t*>(rows);
+    batches->rows.insert(batches->rows.end(), bytes,
+                         bytes + static_cast<size_t>(count) * source->BytesPerLine);
+    return T_OK;
+  }
+};
+
+TEST(Load, BatchesFollowTheHeight) {
+  const struct {
+    int32_t height, first;
+    size_t batches;
+  } cases[] = {{10, 10, 1}, {32, 16, 2}, {33, 32, 2}, {3000, 48, 63}, {10000, 160, 63}};
+  for (const auto& c : cases) {
+    const Bytes file = bmp_of(4, c.height, 8);
+    Batches batches;
+    Bitmap bitmap;
+    ASSERT_EQ(
+        T_LoadMemory(file.data(), bitmap.get(), 0, -1, 0, Batches::sink, &batches, file.size()),
+        T_OK);
+    EXPECT_EQ(batches.counts.front(), c.first) << c.height;
+    EXPECT_EQ(batches.counts.size(), c.batches) << c.height;
+    EXPECT_EQ(batches.source, bitmap.get());
+  }
+}
+
+TEST(Load, RequestsThatAreNoDepthOrOrderMeanTheFilesOwn) {
+  const Bytes file = bmp_of(5, 5, 24);
+  for (const int32_t bits : {0, 2, 7, -1, 64}) {
+    Bitmap bitmap;
+    ASSERT_EQ(T_LoadBitmapMemory(file.data(), bitmap.get(), bits, 9, file.size()), T_OK);
+    EXPECT_EQ(bitmap->BitsPerPixel, 24);
+    EXPECT_EQ(bitmap->Order, T_ORDER_BGR);
+  }
+}
+
+TEST(Load, CallbackGetsTheRowsThatABitmapWouldHold) {
+  for (const int32_t file_bits : {1, 4, 8, 24}) {
+    const Bytes file = bmp_of(37, 50, file_bits);
+    for (const int32_t bits : {file_bits, 16, 24, 32}) {
+      for (const int32_t order : {0, 1}) {
+        Bitmap stored;
+        ASSERT_EQ(T_LoadBitmapMemory(file.data(), stored.get(), bits, order, file.size()), T_OK);
+        Batches batches;
+        Bitmap described;
+        ASSERT_EQ(T_LoadMemory(file.data(), described.get(), bits, order, 0, Batches::sink,
+                               &batches, file.size()),
+                  T_OK);
+        EXPECT_EQ(described->BitsPerPixel, bits);
+        EXPECT_EQ(described->Flags & T_FLAG_ALLOCATED, 0u);
+        Bytes whole(stored->Size);
+        T_AccessBitmap(stored.get());
+        std::memcpy(whole.data(), stored->Data, whole.size());
+        T_ReleaseBitmap(stored.get());
+        EXPECT_EQ(batches.rows, whole) << file_bits << " to " << bits << ", order " << order;
+      }
+    }
+  }
+}
+
+TEST(Load, WideningKeepsIndicesAndPalette) {
+  const Bytes file = bmp_of(9, 4, 1);
+  Bitmap own, wide;
+  ASSERT_EQ(T_LoadBitmapMemory(file.data(), own.get(), 0, -1, file.size()), T_OK);
+  ASSERT_EQ(T_LoadBitmapMemory(file.data(), wide.get(), 8, -1, file.size()), T_OK);
+  EXPECT_EQ(wide->Colors, 2u);
+  EXPECT_EQ(std::memcmp(own->Info.Palette, wide->Info.Palette, 8), 0);
+  EXPECT_EQ(rgb(own.get()), rgb(wide.get()));
+  for (const uint8_t index : pixels(wide.get())) EXPECT_LE(index, 1);
+}
+
+TEST(Load, OwnershipOnFailure) {
+  Bytes file = bmp_of(4, 100, 8);
+  file.resize(file.size() - 10);
+  Bitmap kept;
+  EXPECT_EQ(T_LoadFile("", kept.get(), 0, -1, 0, nullptr, nullptr), T_ERR_OPEN);
+  EXPECT_EQ(T_LoadBitmapMemory(file.data(), kept.get(), 0, -1, file.size()), T_ERR_READ);
+  EXPECT_NE(kept->Flags & T_FLAG_ALLOCATED, 0u);
+  EXPECT_EQ(kept->Flags & T_FLAG_LOCKED, 0u);
+
+  // Without storage and without a callback there is nowhere to put rows.
+  Bitmap none;
+  EXPECT_EQ(T_LoadMemory(file.data(), none.get(), 0, -1, 0, nullptr, nullptr, file.size()),
+            T_ERR_NO_MEMORY);
+  EXPECT_EQ(none->Flags & T_FLAG_ALLOCATED, 0u);
+
+  const Bytes unknown = {1, 2, 3, 4};
+  EXPECT_EQ(T_LoadBitmapMemory(unknown.data(), none.get(), 0, -1, 4), T_ERR_BAD_DATA);
+  EXPECT_EQ(T_LoadBitmapMemory(unknown.data(), none.get(), 0, -1, 0), T_ERR_READ);
+  EXPECT_EQ(T_LoadFileCB(none.get(), unknown.data(), 1, nullptr), T_ERR_ARGUMENT);
+}
+
+TEST(Load, AfterAMemoryLoadTheFileTableIsAsBefore) {
+  Disk disk;
+  const FileIOTable before = settings.files;
+  const Bytes file = bmp_of(4, 4, 8);
+  disk.files["x"] = file;
+  Bitmap bitmap;
+  ASSERT_EQ(T_LoadBitmapMemory(file.data(), bitmap.get(), 0, -1, file.size()), T_OK);
+  EXPECT_EQ(std::memcmp(&before, &settings.files, sizeof(before)), 0);
+  T_FreeBitmap(bitmap.get());
+  EXPECT_EQ(T_LoadBitmap("x", bitmap.get(), 0, -1), T_OK);
+}
+
+TEST(Load, DirectReadersFillAllocatedBitmapsInTheirDepthAndOrder) {
+  Disk disk;
+  disk.files["x"] = bmp_of(11, 6, 8);
+  Bitmap own;
+  ASSERT_EQ(T_LoadBMPBitmap("x", own.get()), T_OK);
+  Batches batches;
+  Bitmap wanted;
+  T_InitBitmap(wanted.get(), 11, 6, 24);
+  wanted->Order = T_ORDER_RGB;
+  T_AllocateBitmap(wanted.get(), 1);
+  ASSERT_EQ(T_LoadBMPFile("x", wanted.get(), Batches::sink, 24, &batches), T_OK);
+  T_AccessBitmap(wanted.get());
+  std::memcpy(wanted->Data, batches.rows.data(), batches.rows.size());
+  EXPECT_EQ(rgb(wanted.get()), rgb(own.get()));
+}
+
+std::vector<int32_t> told;
+int32_t answer_at_fifty = T_OK;
+int32_t T_CALL tell(int32_t percent) {
+  told.push_back(percent);
+  return percent >= 50 && percent < 100 ? answer_at_fifty : T_OK;
+}
+
+TEST(Progress, RunsFromZeroToAHundredAndStopsOnAnyOtherAnswer) {
+  Disk disk;
+  disk.files["x"] = bmp_of(4, 500, 8);
+  Bitmap bitmap;
+  T_SetStatusCallBack(tell);
+  for (const bool saves : {false, true}) {
+    for (const int32_t answer : {T_OK, -55}) {
+      told.clear();
+      answer_at_fifty = answer;
+      int32_t status = 0;
+      if (saves) {
+        Bitmap picture;
+        T_SetStatusCallBack(nullptr);
+        make_picture(picture, 3, 500, 24);
+        T_SetStatusCallBack(tell);
+        status = T_SaveBitmap("y", picture.get(), T_FORMAT_BMP, 24, 0);
+      } else {
+        T_FreeBitmap(bitmap.get());
+        status = T_LoadBitmap("x", bitmap.get(), 0, -1);
+      }
+      EXPECT_EQ(status, answer);
+      EXPECT_EQ(told.front(), 0);
+      EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+      if (answer == T_OK) {
+        EXPECT_EQ(told.back(), 100);
+        EXPECT_GT(told.size(), 3u);
+      } else {
+        EXPECT_LT(told.back(), 100);
+      }
+      EXPECT_EQ(disk.open_count, 0);
+    }
+  }
+  T_SetStatusCallBack(nullptr);
+}
+
+TEST(Save, WidensACopyAndLeavesThePictureAlone) {
+  for (const int32_t bits : {1, 2, 4, 8, 16, 32}) {
+    Disk disk;
+    Bitmap picture;
+    make_picture(picture, 19, 5, bits, 3);
+    const Bytes before = pixels(picture.get());
+    ASSERT_EQ(T_SaveBitmap("x", picture.get(), T_FORMAT_BMP, 24, 0), T_OK);
+    EXPECT_EQ(picture->BitsPerPixel, bits);
+    EXPECT_EQ(pixels(picture.get()), before);
+    Bitmap loaded;
+    ASSERT_EQ(T_LoadBitmap("x", loaded.get(), 0, -1), T_OK);
+    EXPECT_EQ(rgb(loaded.get()), rgb(picture.get())) << bits;
+  }
+}
+
+TEST(Save, FormatsWithoutAWriterAreRefused) {
+  Bitmap picture;
+  make_picture(picture, 4, 4, 8);
+  for (const int32_t format : {0, -1, 5, 7, 8, 9, 12, 13, 18, 19, 30, 49, 57, 58, 1000}) {
+    EXPECT_EQ(T_SaveBitmap("x", picture.get(), format, 8, 0), T_ERR_FORMAT) << format;
+    EXPECT_EQ(picture->Flags & T_FLAG_LOCKED, 0u);
+  }
+}
+
+TEST(Save, DirectWritesTheBitmapAsItStandsAndLeavesItAccessed) {
+  Disk disk;
+  Bitmap picture;
+  make_picture(picture, 4, 4, 8);
+  picture->XResolution = 254;
+  T_AccessBitmap(picture.get());
+  ASSERT_EQ(T_SaveFile("x", picture.get(), T_FORMAT_BMP, 24, 0, 0, 1, 0), T_OK);
+  EXPECT_NE(picture->Flags & T_FLAG_LOCKED, 0u);
+  Bitmap loaded;
+  ASSERT_EQ(T_LoadBitmap("x", loaded.get(), 0, -1), T_OK);
+  EXPECT_EQ(loaded->XResolution, 10000);  // not the default, as in a copy
+  EXPECT_EQ(rgb(loaded.get()), rgb(picture.get()));
+}
+
+TEST(Convert, KeepsTheResolution) {
+  Disk disk;
+  disk.files["x"] = bmp_of(4, 4, 8);
+  ASSERT_EQ(T_ConvertFile("x", "y", T_FORMAT_BMP, 24, 0), T_OK);
+  Bitmap from, to;
+  T_LoadBitmap("x", from.get(), 0, -1);
+  T_LoadBitmap("y", to.get(), 0, -1);
+  EXPECT_EQ(rgb(from.get()), rgb(to.get()));
+  EXPECT_EQ(from->XResolution, to->XResolution);
+  EXPECT_EQ(from->XResolution, 5906);  // 150 dots per inch
+  EXPECT_EQ(T_ConvertFile("no", "y", T_FORMAT_BMP, 24, 0), T_ERR_OPEN);
+  EXPECT_EQ(T_ConvertFile("x", "z", 7, 24, 0), T_ERR_FORMAT);
+  EXPECT_EQ(disk.files.count("z"), 0u);
+}
+
+TEST(Registry, DescribesEveryFormatOnce) {
+  T_Format format;
+  uint32_t count = 0;
+  std::map<int32_t, int> seen;
+  while (T_GetFormat(count, &format) == T_OK) {
+    ++count;
+    EXPECT_EQ(++seen[format.Id], 1) << format.Id;
+    EXPECT_TRUE(format.CanRead == 1 || format.CanWrite == 1);
+    EXPECT_EQ(format.WriteDepths != 0, format.CanWrite == 1);
+    EXPECT_NE(format.Name[0], 0);
+  }
+  EXPECT_GE(count, 2u);
+  EXPECT_EQ(T_GetFormat(count, &format), T_ERR_FORMAT);
+  EXPECT_EQ(T_GetFormat(0, nullptr), T_ERR_ARGUMENT);
+}
+
+}  // namespace
+}  // namespace tavo::test
