@@ -221,7 +221,7 @@ TEST(Save, DirectWritesTheBitmapAsItStandsAndLeavesItAccessed) {
   EXPECT_EQ(rgb(loaded.get()), rgb(picture.get()));
 }
 
-TEST(Convert, KeepsTheResolution) {
+TEST(ConvertFile, KeepsTheResolution) {
   Disk disk;
   disk.files["x"] = bmp_of(4, 4, 8);
   ASSERT_EQ(T_ConvertFile("x", "y", T_FORMAT_BMP, 24, 0), T_OK);
