@@ -1,17 +1,25 @@
 #include "compress/jpeg_blocks.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <array>
+#include <bit>
 
 namespace tavo::jpeg {
 namespace {
 
 // Where coefficient k goes. What lies behind the 63rd, an end of block or a run that is too long,
 // goes to the place of the DC value, which is stored last.
-constexpr size_t kPlaces = 64 + kEndOfBlock + 15;
-constexpr std::array<uint8_t, kPlaces> kPlace = [] {
-  std::array<uint8_t, kPlaces> place = {};
+using Places = std::array<uint8_t, 64 + kEndOfBlock + 15>;
+constexpr Places kNaturalPlaces = [] {
+  Places place = {};
   std::copy(kZigzag.begin(), kZigzag.end(), place.begin());
+  return place;
+}();
+constexpr Places kZigzagPlaces = [] {
+  Places place = {};
+  for (size_t k = 0; k < kBlockSize; ++k) place[k] = static_cast<uint8_t>(k);
   return place;
 }();
 
@@ -63,10 +71,9 @@ inline void add_dc(int& dc, int difference) { dc = static_cast<int16_t>(dc + dif
 
 constexpr int kSymbolsPerRefill = kRefilledBits / kLookBits;
 
-}  // namespace
-
-int decode_sequential(BitPosition& position, const HuffmanTable& dc_table,
-                      const HuffmanTable& ac_table, int& dc, int16_t* block) {
+template <const Places& kPlaces>
+inline int decode_block(BitPosition& position, const HuffmanTable& dc_table,
+                        const HuffmanTable& ac_table, int& dc, int16_t* block) {
   BitPosition at = position;
   at.refill();
   int difference = 0;
@@ -81,7 +88,7 @@ int decode_sequential(BitPosition& position, const HuffmanTable& dc_table,
       const Coefficient read = read_ac(at, ac_table);
       step = read.advance;
       k += step;
-      block[kPlace[static_cast<size_t>(k)]] = static_cast<int16_t>(read.value);
+      block[kPlaces[static_cast<size_t>(k)]] = static_cast<int16_t>(read.value);
       if (k >= 63) break;
     }
   } while (k < 63);
@@ -89,6 +96,18 @@ int decode_sequential(BitPosition& position, const HuffmanTable& dc_table,
   block[0] = static_cast<int16_t>(dc);
   if (k >= kEndOfBlock && has_dc) return k - step;
   return k == 63 && has_dc ? 63 : kBadBlock;
+}
+
+}  // namespace
+
+int decode_sequential(BitPosition& at, const HuffmanTable& dc_table, const HuffmanTable& ac_table,
+                      int& dc, int16_t* block) {
+  return decode_block<kNaturalPlaces>(at, dc_table, ac_table, dc, block);
+}
+
+int decode_sequential_zigzag(BitPosition& at, const HuffmanTable& dc_table,
+                             const HuffmanTable& ac_table, int& dc, int16_t* block) {
+  return decode_block<kZigzagPlaces>(at, dc_table, ac_table, dc, block);
 }
 
 int decode_dc_first(BitPosition& at, const HuffmanTable& dc_table, int low, int& dc,
@@ -135,7 +154,7 @@ int decode_ac_first(BitPosition& position, const HuffmanTable& ac_table, const B
       break;
     }
     const auto value = static_cast<uint32_t>(read.value) << band.low;
-    block[kPlace[static_cast<size_t>(k)]] = static_cast<int16_t>(value);
+    block[k] = static_cast<int16_t>(value);
   }
   position = at;
   return result;
@@ -143,58 +162,76 @@ int decode_ac_first(BitPosition& position, const HuffmanTable& ac_table, const B
 
 namespace {
 
-// Reads the correction bit of a coefficient that is not zero any more.
-inline void correct(BitPosition& at, int low, int16_t& coefficient) {
-  if (at.count < 1) at.refill();
-  if (at.take(1) == 0) return;
-  const int bit = 1 << low;
-  if ((coefficient & bit) != 0) return;
-  coefficient = static_cast<int16_t>(coefficient + (coefficient >= 0 ? bit : -bit));
+// The bits from `first` on and up to `last`, both 0 to 63.
+inline uint64_t bits_between(int first, int last) {
+  return ~uint64_t{0} << first & ~uint64_t{0} >> (63 - last);
 }
 
-// Passes `zeros` zero coefficients and corrects the others on the way, to the next zero one or the
-// end of the band. Returns where it stopped.
-inline int pass_zeros(BitPosition& at, const Band& band, int k, int zeros, int16_t* block) {
-  for (; k <= band.last; ++k) {
-    int16_t& coefficient = block[kZigzag[static_cast<size_t>(k)]];
-    if (coefficient != 0) {
-      correct(at, band.low, coefficient);
-    } else if (--zeros < 0) {
-      break;
+// Reads the correction bits of the coefficients in `mask`, which are not zero any more.
+inline void correct(BitPosition& at, int low, uint64_t mask, int16_t* block) {
+  while (mask != 0) {
+    at.refill();
+    for (int i = 0; i < kRefilledBits && mask != 0; ++i, mask &= mask - 1) {
+      int16_t& value = block[std::countr_zero(mask)];
+      const int sign = value >> 15;
+      const int bit = static_cast<int>(at.bits >> (kWordBits - 1)) << low;
+      at.drop(1);
+      value = static_cast<int16_t>(value + ((bit ^ sign) - sign));
     }
   }
-  return k;
 }
 
 }  // namespace
 
+uint64_t find_nonzero(const int16_t* block) {
+  const auto* in = reinterpret_cast<const __m128i*>(block);
+  const __m128i zero = _mm_setzero_si128();
+  uint64_t mask = 0;
+  for (int i = 0; i < 4; ++i) {
+    const __m128i low = _mm_cmpeq_epi16(_mm_loadu_si128(in + 2 * i), zero);
+    const __m128i high = _mm_cmpeq_epi16(_mm_loadu_si128(in + 2 * i + 1), zero);
+    const auto zeros = static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(low, high)));
+    mask |= uint64_t{zeros} << (16 * i);
+  }
+  return ~mask;
+}
+
 int refine_ac(BitPosition& position, const HuffmanTable& ac_table, const Band& band,
               uint32_t& end_of_band_run, int16_t* block) {
+  const uint64_t in_band = bits_between(band.first, band.last);
+  // What is left of the band, as the non-zero and the zero coefficients that were there before.
+  uint64_t known = find_nonzero(block) & in_band;
+  if (end_of_band_run > 0) {
+    --end_of_band_run;
+    correct(position, band.low, known, block);
+    return 0;
+  }
   BitPosition at = position;
-  int k = band.first;
-  bool has_ended = end_of_band_run > 0;
-  if (has_ended) --end_of_band_run;
+  uint64_t free = in_band & ~known;
   int result = 0;
-  while (!has_ended && k <= band.last) {
+  for (int k = band.first; k <= band.last;) {
     at.refill();
     const Coefficient read = read_ac(at, ac_table);
-    if (read.advance == kNoCode) {
-      result = kBadBlock;
+    if (read.advance >= kNoCode) {
+      if (read.advance == kNoCode) {
+        result = kBadBlock;
+      } else {
+        end_of_band_run = read_run(at, read.advance);
+        correct(at, band.low, known, block);
+      }
       break;
     }
-    if (read.advance >= kEndOfBlock) {
-      end_of_band_run = read_run(at, read.advance);
-      has_ended = true;
-      break;
+    for (int zeros = read.advance - 1; zeros > 0; --zeros) free &= free - 1;
+    const int place = free != 0 ? std::countr_zero(free) : band.last + 1;
+    const uint64_t passed = place > band.last ? in_band : bits_between(0, place);
+    correct(at, band.low, known & passed, block);
+    known &= ~passed;
+    free &= ~passed;
+    if (read.value != 0 && place <= band.last) {
+      block[place] = static_cast<int16_t>(read.value > 0 ? 1 << band.low : -(1 << band.low));
     }
-    k = pass_zeros(at, band, k, read.advance - 1, block);
-    if (read.value != 0 && k <= band.last) {
-      const int value = read.value > 0 ? 1 << band.low : -(1 << band.low);
-      block[kZigzag[static_cast<size_t>(k)]] = static_cast<int16_t>(value);
-    }
-    ++k;
+    k = place + 1;
   }
-  if (has_ended) pass_zeros(at, band, k, kBlockSize, block);
   position = at;
   return result;
 }

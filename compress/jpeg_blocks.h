@@ -1,9 +1,10 @@
 // Entropy decoding of single 8x8 blocks: sequential and the four kinds of progressive scans.
 // Facts: ISO/IEC 10918-1, F.2.2 and G.1.2.
 //
-// Coefficients are stored in natural order, not yet dequantised. Each function returns kBadBlock
-// for a code that the table does not have or a run that leaves the block; what it stored until then
-// stays. The reader must have ensured kMaxBlockBytes bytes.
+// Coefficients are stored not yet dequantised, in zigzag order, so that progressive scans find the
+// non-zero ones of their band at once; only decode_sequential has natural order. Each function
+// returns kBadBlock for a code that the table does not have or a run that leaves the block; what it
+// stored until then stays. The reader must have ensured kMaxBlockBytes bytes.
 #pragma once
 
 #include <cstddef>
@@ -23,6 +24,12 @@ inline constexpr int kBadBlock = -1;
 // one. `dc` is the component's DC value and moves on.
 int decode_sequential(BitPosition& at, const HuffmanTable& dc_table, const HuffmanTable& ac_table,
                       int& dc, int16_t* block);
+
+int decode_sequential_zigzag(BitPosition& at, const HuffmanTable& dc_table,
+                             const HuffmanTable& ac_table, int& dc, int16_t* block);
+
+// Bit k says whether coefficient k of a block is not zero.
+uint64_t find_nonzero(const int16_t* block);
 
 // The part of the coefficients that a progressive scan carries.
 struct Band {

@@ -41,7 +41,8 @@ struct BlockCoder {
     BitPosition& at = reader.bits.at;
     switch (coding) {
       case Coding::kSequential:
-        return decode_sequential(at, dc_table, ac_table, reader.dc[component], block) != kBadBlock;
+        return decode_sequential_zigzag(at, dc_table, ac_table, reader.dc[component], block) !=
+               kBadBlock;
       case Coding::kDcFirst:
         return decode_dc_first(at, dc_table, band.low, reader.dc[component], block) != kBadBlock;
       case Coding::kDcRefine:

@@ -1,6 +1,7 @@
 #include "compress/jpeg_decoder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "base/endian.h"
@@ -26,6 +27,17 @@ bool fits(ColorSpace space, size_t components) {
     default:
       return components == 4;
   }
+}
+
+// Puts a block's coefficients from zigzag into natural order, where zeros are. Returns the index of
+// the last one that is not zero.
+int to_natural(const int16_t* zigzag, int16_t* natural) {
+  const uint64_t nonzero = find_nonzero(zigzag);
+  for (uint64_t rest = nonzero; rest != 0; rest &= rest - 1) {
+    const auto k = static_cast<size_t>(std::countr_zero(rest));
+    natural[kZigzag[k]] = zigzag[k];
+  }
+  return 63 - std::countl_zero(nonzero | 1);
 }
 
 }  // namespace
@@ -269,10 +281,13 @@ void Decoder::transform_stored_row(size_t component, uint32_t row, uint8_t* out)
     return;
   }
   const uint16_t* quantisers = quantisers_[component].data();
+  std::array<int16_t, 2 * kBlockSize> pair;
   for (uint32_t x = 0; x < blocks; x += 2, values += 2 * kBlockSize) {
-    const int16_t* second = values + kBlockSize;
-    transform_(values, second, quantisers, find_extent(values, second), out + size_t{8} * x,
-               out + size_t{8} * x + 8, stride);
+    pair.fill(0);
+    const int last = std::max(to_natural(values, pair.data()),
+                              to_natural(values + kBlockSize, pair.data() + kBlockSize));
+    transform_(pair.data(), pair.data() + kBlockSize, quantisers, extent_of(last),
+               out + size_t{8} * x, out + size_t{8} * x + 8, stride);
   }
 }
 

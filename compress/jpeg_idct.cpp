@@ -1,7 +1,5 @@
 #include "compress/jpeg_idct.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <array>
 
@@ -56,24 +54,6 @@ void inverse_transform_plain(const int16_t* a, const int16_t* b, const uint16_t*
                              Extent /*extent*/, uint8_t* out_a, uint8_t* out_b, size_t stride) {
   transform_block(a, quantisers, out_a, stride);
   transform_block(b, quantisers, out_b, stride);
-}
-
-Extent find_extent(const int16_t* a, const int16_t* b) {
-  const auto* left = reinterpret_cast<const __m128i*>(a);
-  const auto* right = reinterpret_cast<const __m128i*>(b);
-  __m128i row[8];
-  for (int i = 0; i < 8; ++i) {
-    row[i] = _mm_or_si128(_mm_loadu_si128(left + i), _mm_loadu_si128(right + i));
-  }
-  const __m128i top = _mm_or_si128(_mm_or_si128(row[1], row[2]), row[3]);
-  const __m128i bottom = _mm_or_si128(_mm_or_si128(row[4], row[5]), _mm_or_si128(row[6], row[7]));
-  const __m128i outside = _mm_or_si128(bottom, _mm_srli_si128(_mm_or_si128(row[0], top), 8));
-  const auto has_bits = [](__m128i v) {
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) != 0xFFFF;
-  };
-  if (has_bits(outside)) return Extent::kFull;
-  const __m128i behind_dc = _mm_srli_si128(row[0], 2);
-  return has_bits(_mm_or_si128(behind_dc, top)) ? Extent::kCorner : Extent::kFlat;
 }
 
 InverseTransform choose_inverse_transform() {

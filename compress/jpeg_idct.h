@@ -25,8 +25,6 @@ inline Extent extent_of(int last_index) {
   if (last_index == 0) return Extent::kFlat;
   return last_index < kCornerEnd ? Extent::kCorner : Extent::kFull;
 }
-// Looks at the coefficients themselves.
-Extent find_extent(const int16_t* a, const int16_t* b);
 
 // Transforms two blocks that share quantisers, all in natural order, and stores 8 rows of 8 samples
 // at each output, `stride` bytes apart. A pair keeps the widest vectors busy.
