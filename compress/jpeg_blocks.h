@@ -4,7 +4,7 @@
 // Coefficients are stored not yet dequantised, in zigzag order, so that progressive scans find the
 // non-zero ones of their band at once; only decode_sequential has natural order. Each function
 // returns kBadBlock for a code that the table does not have or a run that leaves the block; what it
-// stored until then stays. The reader must have ensured kMaxBlockBytes bytes.
+// stored until then stays. The reader must have ensured kMaxCodedBlock bytes.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@
 namespace tavo::jpeg {
 
 // 64 symbols of at most 16 code and 15 magnitude bits; a refinement adds at most 63 bits.
-inline constexpr size_t kMaxBlockBytes = 264;
+inline constexpr size_t kMaxCodedBlock = 264;
 
 inline constexpr int kBadBlock = -1;
 

@@ -15,7 +15,7 @@ constexpr int kMaxScans = 1000;
 constexpr uint64_t kMaxFillerPixels = uint64_t{1} << 28;
 constexpr uint8_t kGrey = 128;
 
-size_t mcu_bytes(size_t blocks) { return blocks * kMaxBlockBytes; }
+size_t mcu_bytes(size_t blocks) { return blocks * kMaxCodedBlock; }
 
 bool fits(ColorSpace space, size_t components) {
   switch (space) {
@@ -96,7 +96,7 @@ Status Decoder::latch_quantisers(const Scan& scan) {
   for (size_t i = 0; i < scan.count; ++i) {
     const size_t component = scan.components[i].index;
     if (is_latched_[component]) continue;
-    const QuantiserTable& table = tables_[0].quantisers[frame_.components[component].quantiser];
+    const Dequantisers& table = tables_[0].quantisers[frame_.components[component].quantiser];
     if (!table.is_defined) return kBadData;
     quantisers_[component] = table.values;
     is_latched_[component] = true;

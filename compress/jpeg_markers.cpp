@@ -200,7 +200,7 @@ Status MarkerReader::read_quantisers() {
     if (id >= kMaxTables || head[0] >> 4 > 1) return kBadData;
     std::array<uint8_t, 2 * kBlockSize> bytes;
     TRY(take(std::span(bytes).first(value_bytes * kBlockSize)));
-    QuantiserTable& table = tables_.quantisers[id];
+    Dequantisers& table = tables_.quantisers[id];
     for (size_t k = 0; k < kBlockSize; ++k) {
       table.values[kZigzag[k]] = value_bytes == 1 ? bytes[k] : load_be16(&bytes[2 * k]);
     }

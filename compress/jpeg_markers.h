@@ -64,14 +64,14 @@ struct Scan {
   Band band;
 };
 
-struct QuantiserTable {
+struct Dequantisers {
   std::array<uint16_t, kBlockSize> values;  // natural order
   bool is_defined;
 };
 
 // Tables stay in force until redefined, from one stream to the next too (abbreviated streams).
 struct Tables {
-  std::array<QuantiserTable, kMaxTables> quantisers;
+  std::array<Dequantisers, kMaxTables> quantisers;
   std::array<HuffmanTable, kMaxTables> dc;
   std::array<HuffmanTable, kMaxTables> ac;
   uint32_t restart_interval;  // in MCUs, 0: none
