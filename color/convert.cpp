@@ -112,6 +112,8 @@ void RowConverter::convert_chunk(uint8_t* row, size_t first, size_t width) {
       std::memcpy(colors.data(), in, width * 4);
     }
     nearest_.find_all(std::span(colors).first(width), indices);
+  } else if (bits_in_ == 8 && path_ == Path::kIndicesToColors) {
+    std::memcpy(indices.data(), in, width);
   } else {
     unpack_indices(bits_in_, in, table_, indices);
   }

@@ -6,6 +6,8 @@
 #include <cassert>
 #include <cstring>
 
+#include "base/endian.h"
+
 namespace tavo::color {
 
 namespace {
@@ -78,19 +80,14 @@ void write_16(std::span<const uint8_t> indices, const ColorTable& table, uint8_t
   }
 }
 
-// Four pixels make three words.
+// Each pixel is stored as four bytes, of which the next pixel overwrites the last.
 void write_24(std::span<const uint8_t> indices, const ColorTable& table, uint8_t* out) {
-  const size_t whole = indices.size() / 4;
-  for (size_t i = 0; i < whole; ++i) {
-    const uint8_t* four = indices.data() + 4 * i;
-    const uint32_t a = table[four[0]], b = table[four[1]];
-    const uint32_t c = table[four[2]], d = table[four[3]];
-    const uint32_t words[3] = {a | b << 24, b >> 8 | c << 16, c >> 16 | d << 8};
-    std::memcpy(out + 12 * i, words, 12);
-  }
-  for (size_t x = 4 * whole; x < indices.size(); ++x) {
-    std::memcpy(out + 3 * x, &table[indices[x]], 3);
-  }
+  if (indices.empty()) return;
+  const uint8_t* in = indices.data();
+  const size_t last = indices.size() - 1;
+#pragma GCC unroll 8
+  for (size_t x = 0; x < last; ++x) store_native(out + 3 * x, table[in[x]]);
+  std::memcpy(out + 3 * last, &table[in[last]], 3);
 }
 
 void write_32(std::span<const uint8_t> indices, const ColorTable& table, uint8_t* out) {

@@ -43,8 +43,31 @@ class NearestColor {
   void find_all(std::span<const uint32_t> colors, std::span<uint8_t> indices);
 
  private:
+  using Entries = std::array<uint8_t, 256>;
+
+  void fill_candidates(const Entries& first);
+  void fill_results(const Entries& first);
+  bool prepare_cells(size_t searches);
+  void build_list(uint32_t cell);
+  uint32_t make_list(uint32_t from, uint32_t low, uint32_t high);
+
   std::array<T_PaletteEntry, 256> entries_ = {};
   uint32_t count_ = 0;
+  // Entries as red | green << 8 | blue << 16 | hue class << 24, filled up to whole blocks, and
+  // their indices.
+  std::array<uint32_t, 256> packed_ = {};
+  Entries packed_indices_ = {};
+  uint32_t candidates_ = 0;
+  // The index that stands for a candidate's: its own, and, from 256 on, after an exact match.
+  std::array<uint8_t, 512> results_ = {};
+
+  // The colour cube is cut into cells, each with a list of the entries that can be nearest to a
+  // colour in it. Lists are made when they are first needed, in one pool.
+  Buffer pool_;
+  uint32_t used_blocks_ = 0;
+  uint32_t used_splits_ = 0;
+  uint64_t searches_ = 0;
+  bool has_cells_ = false;
 };
 
 }  // namespace tavo::color

@@ -10,7 +10,7 @@
 #include "color/nearest.h"
 #include "color/palette_map.h"
 #include "color/palettes.h"
-#include "platform/platform.h"
+#include "processor_levels.h"
 
 namespace tavo::color {
 namespace {
@@ -97,6 +97,63 @@ TEST(Nearest, TakesTheRightOneOfEquals) {
     EXPECT_EQ(nearest.find(c.color.Red, c.color.Green, c.color.Blue), c.want) << c.why;
   }
   EXPECT_EQ(nearest_color_plain({}, 0, 0, 0), -1);
+}
+
+// Small spreads make equal distances and duplicates frequent, large ones the lists short.
+Palette random_palette(std::mt19937& random, size_t count, uint32_t spread, uint32_t scale) {
+  Palette palette(count);
+  for (T_PaletteEntry& e : palette) {
+    const auto part = [&] { return static_cast<int>(random() % spread * scale % 256); };
+    e = rgb(part(), part(), part());
+  }
+  return palette;
+}
+
+TEST(Nearest, FindsWhatTheWholeScanFinds) {
+  std::mt19937 random(4);
+  for (const auto& level : test::processor_levels()) {
+    const test::LimitedProcessor limit(level);
+    NearestColor nearest;
+    for (const size_t count : {1, 2, 7, 16, 17, 100, 255, 256}) {
+      for (const auto& [spread, scale] : {std::pair{256u, 1u}, {2u, 255u}, {6u, 51u}, {9u, 16u}}) {
+        const Palette palette = random_palette(random, count, spread, scale);
+        nearest.start(palette);
+        std::vector<uint32_t> colors = {0, 0xFFFFFF, 0xFF000000};
+        while (colors.size() < 3000) colors.push_back(random());
+        for (const T_PaletteEntry& e : palette) {
+          const uint32_t color = e.Red | e.Green << 8 | e.Blue << 16;
+          colors.insert(colors.end(), {color, color ^ 1, color ^ 0x100, color ^ 0x010100});
+        }
+        std::vector<uint8_t> found(colors.size());
+        nearest.find_all(colors, found);
+        for (size_t i = 0; i < colors.size(); ++i) {
+          const uint32_t c = colors[i];
+          ASSERT_EQ(found[i], nearest_color_plain(palette, c & 255, c >> 8 & 255, c >> 16 & 255))
+              << std::hex << c << " among " << std::dec << count << " of spread " << spread;
+        }
+      }
+    }
+  }
+}
+
+TEST(Nearest, KeepsFindingWhenItsListsFillUp) {
+  // Entries near a plane have long lists in every cell.
+  Palette palette;
+  for (int i = 0; i < 256; ++i) palette.push_back(rgb(128 + i % 3, 120 + i % 16, 120 + i / 16));
+  NearestColor nearest;
+  nearest.start(palette);
+  std::vector<uint32_t> colors;
+  for (uint32_t cell = 0; cell < 4096; ++cell) {
+    colors.push_back((cell & 15) * 17 | (cell >> 4 & 15) * 17 << 8 | (cell >> 8) * 17 << 16);
+  }
+  std::vector<uint8_t> found(colors.size());
+  for (int pass = 0; pass < 3; ++pass) {
+    nearest.find_all(colors, found);
+    for (size_t i = 0; i < colors.size(); ++i) {
+      const uint32_t c = colors[i];
+      ASSERT_EQ(found[i], nearest_color_plain(palette, c & 255, c >> 8 & 255, c >> 16)) << i;
+    }
+  }
 }
 
 TEST(PaletteMap, KnowsAnIdentityAndMapsTheRest) {
