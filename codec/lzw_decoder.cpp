@@ -1,3 +1,5 @@
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cassert>
 #include <cstring>
@@ -57,10 +59,16 @@ struct BitBuffer {
   }
 };
 
+// Loads and stores whole steps: a string that is being made overlaps its own copy.
+inline void copy_step(uint8_t* to, const uint8_t* from) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
+                   _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+}
+
 inline void copy_string(uint8_t* to, const uint8_t* from, uint32_t length) {
-  std::memcpy(to, from, kCopyStep);
+  copy_step(to, from);
   for (uint32_t done = kCopyStep; done < length; done += kCopyStep) {
-    std::memcpy(to + done, from + done, kCopyStep);
+    copy_step(to + done, from + done);
   }
 }
 
