@@ -51,6 +51,12 @@ int32_t T_CALL T_SetGIFDepth(int32_t flag) {
   return T_OK;
 }
 
+int32_t T_CALL T_SetRASVariant(int32_t variant) {
+  if (variant != 0 && variant != 1) return T_ERR_ARGUMENT;
+  settings.ras_variant = variant;
+  return T_OK;
+}
+
 int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height) {
   const bool is_display = width == 0 && height == 0;
   const bool is_size = width >= 1 && width <= UINT16_MAX && height >= 1 && height <= UINT16_MAX;

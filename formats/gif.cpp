@@ -26,6 +26,9 @@ constexpr uint8_t kImageSeparator = 0x2C;
 constexpr uint8_t kTrailer = 0x3B;
 constexpr uint8_t kHasTable = 0x80;  // packed fields of screen and image
 constexpr uint8_t kInterlaced = 0x40;
+// 12-bit codes for the longest string there can be; no more pixels come out of a byte.
+constexpr uint64_t kMaxDensity = 4096 * 8 / 12 + 1;
+constexpr uint64_t kPlausiblePixels = uint64_t{1} << 24;
 constexpr size_t kPacket = 254;  // bytes of a written data sub-block
 
 uint32_t table_entries(uint8_t packed) { return 2u << (packed & 7); }
@@ -141,7 +144,12 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   TRY(bytes.start(2048));
   Header header;
   TRY(parse_header(bytes, header));
-  process::describe(header.picture, T_FORMAT_GIF, "LZW", info);
+  // A few bytes that declare gigabytes are turned away before anybody takes memory for them.
+  const process::SourcePicture& picture = header.picture;
+  const uint64_t pixels =
+      uint64_t{static_cast<uint32_t>(picture.width)} * static_cast<uint32_t>(picture.height);
+  if (pixels > kPlausiblePixels + kMaxDensity * input.file_size) return kBadData;
+  process::describe(picture, T_FORMAT_GIF, "LZW", info);
   return kOk;
 }
 

@@ -92,13 +92,15 @@ inline int load_save_load(int32_t format, uint32_t save_depths, const uint8_t* d
 
   constexpr int32_t kDepths[] = {0, 1, 4, 8, 16, 24, 32, 2};
   const int32_t order = (options >> 3 & 3) - 1;
-  const uint32_t flags = (options & 0x20) != 0 ? T_LOAD_GIF_WHOLE : 0;
   const bool is_small =
       uint64_t{static_cast<uint32_t>(info.Width)} * static_cast<uint32_t>(info.Height) <= 1 << 20;
-  if (flags == 0 || is_small) {
+  // Big pictures are streamed as they are: anything else may hold them whole, as it should.
+  const int32_t bits = is_small ? kDepths[options & 7] : 0;
+  const uint32_t flags = is_small && (options & 0x20) != 0 ? T_LOAD_GIF_WHOLE : 0;
+  {
     BitmapHandle target = {};
     Meter meter;
-    T_LoadMemory(data, &target, kDepths[options & 7], order, flags, Meter::sink, &meter, bytes);
+    T_LoadMemory(data, &target, bits, order, flags, Meter::sink, &meter, bytes);
     T_FreeBitmap(&target);
   }
   if (!is_small) return 0;

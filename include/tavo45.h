@@ -627,6 +627,38 @@ T_API int32_t T_CALL T_LoadCALSBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap,
                                       int32_t bitsPerPixel);
 
+/* TGA: colour-mapped (8 bits), true-colour (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
+ * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits with any first
+ * index; origin at the top or the bottom, while the bit for right to left is ignored. XOrigin and
+ * YOrigin get the file's. The format has no signature: a file is taken for TGA when all fields of
+ * its header go together. T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the
+ * rows that are there are delivered. Saves write plain files of 8 (with the bitmap's 256 colours),
+ * 16, 24 or 32 bits, rows as they are stored; more than 65535 pixels either way: T_ERR_SIZE.
+ * Facts: Truevision, "TGA File Format Specification", version 2.0. */
+T_API int32_t T_CALL T_LoadTGAFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadTGABitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveTGABitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* Sun raster: old, standard, byte-encoded and RGB-ordered files of 1, 4, 8, 24 and 32 bits (other
+ * depths: T_ERR_BAD_DATA, other types: T_ERR_SUBTYPE). Pictures of 8 bits or less have the file's
+ * colour map (256 entries at most), or without one grey levels, black for 0. Where the file ends
+ * early the rows that are there are delivered, then T_ERR_READ. Saves write standard files of 1, 4,
+ * 8, 24 or 32 bits, up to 8 with a colour map of the bitmap's Colors; more than 65535 pixels
+ * either way: T_ERR_SIZE. See T_SetRASVariant.
+ * Facts: Sun Microsystems, rasterfile(5). */
+T_API int32_t T_CALL T_LoadRASFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadRASBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* How Sun raster files are read and written. 0, the default: a count of n in byte-encoded data
+ * makes n copies, 1-bit pictures without a map have 0 as black, the spare byte of 32-bit pixels is
+ * the last, and of the length field of written files only the low byte is the length's (the
+ * others are 0 or 1; all are 0 below 8 bits). 1: as other programs have it: n + 1 copies, 1 as
+ * black, the spare byte first, the true length. T_OK or T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
+
 #ifdef __cplusplus
 }
 #endif

@@ -3,6 +3,8 @@
 #include "formats/bmp.h"
 #include "formats/cals.h"
 #include "formats/gif.h"
+#include "formats/ras.h"
+#include "formats/tga.h"
 #include "pipeline/load.h"
 
 namespace tavo::pipeline {
@@ -48,14 +50,30 @@ constexpr FormatRow kFormats[] = {
      .read = cals::read,
      .write = cals::write,
      .write_depths = depth_bit(1)},
+    {.id = T_FORMAT_TGA,
+     .name = "TGA",
+     .description = "Truevision TGA",
+     .extensions = "tga icb vda vst",
+     .read = tga::read,
+     .write = tga::write,
+     .write_depths = depth_bit(8) | depth_bit(16) | depth_bit(24) | depth_bit(32)},
+    {.id = T_FORMAT_RAS,
+     .name = "Sun raster",
+     .description = "Sun raster file",
+     .extensions = "ras sun im1 im8 im24 im32",
+     .read = ras::read,
+     .write = ras::write,
+     .write_depths = kDepths1_4_8_24 | depth_bit(32)},
 };
 
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
+    tga::probe,
     bmp::probe,
     cals::probe,
     gif::probe,
+    ras::probe,
 };
 
 }  // namespace

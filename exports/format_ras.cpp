@@ -1,0 +1,17 @@
+// The Sun raster trio.
+#include "formats/ras.h"
+#include "pipeline/load.h"
+#include "tavo45.h"
+
+int32_t T_CALL T_LoadRASFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                             int32_t bitsPerPixel, void* context) {
+  return tavo::ras::read(name, bitmap, sink, bitsPerPixel, context).code();
+}
+
+int32_t T_CALL T_LoadRASBitmap(const char* name, BitmapHandle* bitmap) {
+  return tavo::pipeline::load_picture(name, *bitmap, tavo::ras::read).code();
+}
+
+int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {
+  return T_SaveBitmap(name, bitmap, T_FORMAT_RAS, bitsPerPixel, 0);
+}

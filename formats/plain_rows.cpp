@@ -1,0 +1,27 @@
+#include "formats/plain_rows.h"
+
+#include <algorithm>
+
+namespace tavo::formats {
+
+Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
+                       process::RowDelivery& rows) {
+  auto left = static_cast<uint32_t>(height);
+  while (left > 0) {
+    uint32_t count = 1;
+    std::span<uint8_t> room =
+        row_bytes == rows.source_line() ? rows.next_rows(left, count) : rows.next_row();
+    room = room.first(row_bytes * count);
+    size_t got = 0;
+    const Status status = bytes.read_some(room, got);
+    if (got < room.size()) {
+      TRY(rows.commit(static_cast<uint32_t>(got / row_bytes)));
+      return rows.finish_early(status.ok() ? kReadError : status);
+    }
+    TRY(rows.commit(count));
+    left -= count;
+  }
+  return rows.finish();
+}
+
+}  // namespace tavo::formats

@@ -1,0 +1,17 @@
+// Uncompressed rows, read in the largest pieces that the memory at hand allows.
+#pragma once
+
+#include <cstdint>
+
+#include "base/byte_source.h"
+#include "base/status.h"
+#include "process/row_delivery.h"
+
+namespace tavo::formats {
+
+// Delivers `height` rows of `row_bytes` bytes each; rows that bitmaps hold as files do are read
+// in batches. Where the file ends early: the whole rows that are there, then kReadError.
+Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
+                       process::RowDelivery& rows);
+
+}  // namespace tavo::formats

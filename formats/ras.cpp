@@ -1,0 +1,329 @@
+#include "formats/ras.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+
+#include "base/byte_source.h"
+#include "base/checked.h"
+#include "base/endian.h"
+#include "base/settings.h"
+#include "core/bitmap.h"
+#include "core/notice.h"
+#include "formats/plain_rows.h"
+#include "io/output_file.h"
+#include "process/row_delivery.h"
+#include "process/row_fetch.h"
+
+namespace tavo::ras {
+
+namespace {
+
+using process::RowDelivery;
+
+constexpr uint32_t kMagic = 0x59A66A95;
+constexpr uint8_t kEscape = 0x80;
+constexpr uint32_t kMapOfPlanes = 1;
+constexpr int32_t kVariantOfOthers = 1;
+
+bool as_others_do() { return settings.ras_variant == kVariantOfOthers; }
+
+// Bytes of a row in the file: pixels, rounded up to an even number.
+uint64_t file_row_bytes(int32_t width, int32_t depth) {
+  return round_up<uint64_t>(core::packed_bytes(static_cast<uint64_t>(width), depth), 2);
+}
+
+void set_gray_ramp(process::SourcePicture& picture) {
+  picture.colors = 1u << picture.bits;
+  const uint32_t last = picture.colors - 1;
+  for (uint32_t i = 0; i <= last; ++i) {
+    const auto level = static_cast<uint8_t>(i * 255 / last);
+    picture.palette[i] = {level, level, level, 0};
+  }
+}
+
+// What the reader delivers; of files with a map the palette is read later. Without one, 0 is
+// black, except that other programs take 1-bit pictures for ink on paper.
+process::SourcePicture describe(const Header& header) {
+  process::SourcePicture picture;
+  picture.width = header.width;
+  picture.height = header.height;
+  picture.bits = header.depth;
+  picture.order = header.type == Type::kRgb ? T_ORDER_RGB : T_ORDER_BGR;
+  picture.storage_kind = T_FORMAT_RAS;
+  if (header.depth > 8) return picture;
+  if (header.has_map) {
+    picture.colors = std::min(header.map_bytes / 3, 256u);
+    return picture;
+  }
+  set_gray_ramp(picture);
+  if (header.depth == 1 && as_others_do()) std::swap(picture.palette[0], picture.palette[1]);
+  if (header.depth == 8) picture.flags = T_FLAG_GRAY;
+  return picture;
+}
+
+Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture& picture) {
+  if (!header.has_map || header.depth > 8) return bytes.skip(header.map_bytes);
+  Buffer map;
+  TRY(map.allocate(header.map_bytes));
+  TRY(bytes.read(map.bytes()));
+  const uint32_t plane = header.map_bytes / 3;
+  for (uint32_t i = 0; i < picture.colors; ++i) {
+    picture.palette[i] = {map.data()[2 * plane + i], map.data()[plane + i], map.data()[i], 0};
+  }
+  return kOk;
+}
+
+// Undoes the byte encoding: 0x80 0 is one byte 0x80, 0x80 n v is a run of v, all else is itself.
+// A run may go on in the next row.
+class RunDecoder {
+ public:
+  explicit RunDecoder(ByteSource& bytes) : bytes_(bytes), more_(as_others_do() ? 1 : 0) {}
+
+  // Fills `row`; may write up to kSlack bytes behind it. `got` falls short where the data end.
+  Status decode_row(std::span<uint8_t> row, size_t& got) {
+    uint8_t* out = row.data();
+    uint8_t* const end = out + row.size();
+    Status status = kOk;
+    while (out != end) {
+      if (run_ != 0) {
+        out = put_run(out, end);
+      } else if (bytes_.window().size() >= kWindow) {
+        out = decode_fast(out, end);
+      } else {
+        status = bytes_.refill();
+        if (bytes_.window().size() >= kWindow) continue;
+        if (!decode_byte(out)) break;
+      }
+    }
+    got = static_cast<size_t>(out - row.data());
+    return status;
+  }
+
+ private:
+  static constexpr size_t kStep = 16;
+  static constexpr size_t kWindow = kStep + 4;
+
+  // Part of a run, as far as the row goes. Writes whole steps.
+  uint8_t* put_run(uint8_t* out, const uint8_t* end) {
+    const size_t part = std::min(run_, static_cast<size_t>(end - out));
+    const __m128i value = _mm_set1_epi8(static_cast<char>(value_));
+    for (size_t done = 0; done < part; done += kStep) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done), value);
+    }
+    run_ -= part;
+    return out + part;
+  }
+
+  // Literals up to the next escape, and what the escape stands for, as long as kWindow bytes are
+  // at hand: each turn reads at most that many, and writes less than two steps behind the row.
+  uint8_t* decode_fast(uint8_t* out, uint8_t* end) {
+    const uint8_t* const window = bytes_.window().data();
+    const uint8_t* const last = window + bytes_.window().size() - kWindow;
+    const __m128i escapes = _mm_set1_epi8(static_cast<char>(kEscape));
+    const uint8_t* in = window;
+    while (out < end && in <= last) {
+      const __m128i step = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out), step);
+      const auto found = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(step, escapes)));
+      const size_t literals =
+          std::min<size_t>(found == 0 ? kStep : static_cast<size_t>(std::countr_zero(found)),
+                           static_cast<size_t>(end - out));
+      out += literals;
+      in += literals;
+      if (found == 0 || out == end) continue;
+      if (in[1] == 0) {
+        *out++ = kEscape;
+        in += 2;
+        continue;
+      }
+      run_ = in[1] + more_;
+      value_ = in[2];
+      in += 3;
+      out = put_run(out, end);
+    }
+    bytes_.consume(static_cast<size_t>(in - window));
+    return out;
+  }
+
+  // The same, one byte of the data at a time: near the end of the file. False at the end.
+  bool decode_byte(uint8_t*& out) {
+    const int byte = bytes_.get();
+    if (byte < 0) return false;
+    if (byte != kEscape) {
+      *out++ = static_cast<uint8_t>(byte);
+      return true;
+    }
+    const int count = bytes_.get();
+    if (count < 0) return false;
+    if (count == 0) {
+      *out++ = kEscape;
+      return true;
+    }
+    const int value = bytes_.get();
+    if (value < 0) return false;
+    run_ = static_cast<size_t>(count) + more_;
+    value_ = static_cast<uint8_t>(value);
+    return true;
+  }
+
+  ByteSource& bytes_;
+  size_t more_;  // copies beyond the count
+  size_t run_ = 0;
+  uint8_t value_ = 0;
+};
+
+// Other programs keep the spare byte of 32-bit pixels in front, the library behind.
+bool has_spare_in_front(int32_t depth) { return depth == 32 && as_others_do(); }
+
+void move_spare_back(std::span<uint8_t> row) {
+  for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(&row[i], load_le32(&row[i]) >> 8);
+}
+
+void move_spare_front(std::span<uint8_t> row) {
+  for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(&row[i], load_le32(&row[i]) << 8);
+}
+
+Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
+  const auto row_bytes = static_cast<size_t>(file_row_bytes(header.width, header.depth));
+  const bool is_encoded = header.type == Type::kByteEncoded;
+  const bool moves = has_spare_in_front(header.depth);
+  if (!is_encoded && !moves) {
+    return formats::read_plain_rows(bytes, row_bytes, header.height, rows);
+  }
+  RunDecoder decoder(bytes);
+  for (int32_t y = 0; y < header.height; ++y) {
+    const std::span<uint8_t> row = rows.next_row().first(row_bytes);
+    size_t got = 0;
+    const Status status = is_encoded ? decoder.decode_row(row, got) : bytes.read_some(row, got);
+    std::ranges::fill(row.subspan(got), uint8_t{0});
+    if (moves) move_spare_back(row);
+    if (got != 0) TRY(rows.commit());  // of a cut row, what there is
+    if (got < row.size()) return rows.finish_early(status.ok() ? kReadError : status);
+  }
+  return rows.finish();
+}
+
+}  // namespace
+
+Status parse_header(std::span<const uint8_t> bytes, Header& header) {
+  if (bytes.size() < 16 || load_be32(bytes.data()) != kMagic) return kBadData;
+  const uint32_t width = load_be32(&bytes[4]);
+  const uint32_t height = load_be32(&bytes[8]);
+  const uint32_t depth = load_be32(&bytes[12]);
+  if (width == 0 || width > INT32_MAX || height == 0 || height > INT32_MAX) return kBadData;
+  if (depth != 1 && depth != 4 && depth != 8 && depth != 24 && depth != 32) return kBadData;
+  header.width = static_cast<int32_t>(width);
+  header.height = static_cast<int32_t>(height);
+  header.depth = static_cast<int32_t>(depth);
+  if (core::bytes_per_line(header.width, header.depth) == 0) return kBadData;
+  if (bytes.size() < kHeaderSize) return kReadError;
+  // Of the last three fields only the low halves count.
+  const uint32_t type = load_be16(&bytes[22]);
+  if (type > static_cast<uint32_t>(Type::kRgb)) return kSubtype;
+  header.type = static_cast<Type>(type);
+  header.map_bytes = load_be16(&bytes[30]);
+  header.has_map = load_be16(&bytes[26]) == kMapOfPlanes && header.map_bytes != 0;
+  return kOk;
+}
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Header header;
+  TRY(parse_header(input.head.first(std::min(input.head.size(), kHeaderSize)), header));
+  process::describe(describe(header), T_FORMAT_RAS,
+                    header.type == Type::kByteEncoded ? "Run Length" : "None", info);
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  TRY(file.open(name));
+  ByteSource bytes(file);
+  TRY(bytes.start());
+  std::array<uint8_t, kHeaderSize> head;
+  size_t got = 0;
+  TRY(bytes.read_some(head, got));
+  Header header;
+  TRY(parse_header({head.data(), got}, header));
+  process::SourcePicture picture = describe(header);
+  TRY(read_map(bytes, header, picture));
+
+  RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+  return read_rows(bytes, header, rows);
+}
+
+namespace {
+
+// The length field: kept as it has always been written, three bytes that are 0 or 1 and the low
+// byte of the length, which is 0 below 8 bits.
+void store_length(uint8_t* field, const BitmapHandle& bitmap, int32_t depth, uint64_t row_bytes) {
+  if (as_others_do()) {
+    store_be32(field, static_cast<uint32_t>(row_bytes * static_cast<uint32_t>(bitmap.Height)));
+    return;
+  }
+  const uint32_t length = static_cast<uint32_t>(bitmap.Width) *
+                          static_cast<uint32_t>(bitmap.Height) * static_cast<uint32_t>(depth / 8);
+  field[0] = (length & 0xFF000000) > 0x18 ? 1 : 0;
+  field[1] = (length & 0xFF0000) > 0x10 ? 1 : 0;
+  field[2] = (length & 0xFF00) > 8 ? 1 : 0;
+  field[3] = static_cast<uint8_t>(length);
+}
+
+Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
+                     uint64_t row_bytes) {
+  uint32_t colors = 0;
+  if (depth <= 8) {
+    const uint32_t most = 1u << depth;
+    colors = bitmap.Colors == 0 ? most : std::min<uint32_t>(bitmap.Colors, most);
+  }
+  std::array<uint8_t, kHeaderSize> head = {};
+  store_be32(&head[0], kMagic);
+  store_be32(&head[4], static_cast<uint32_t>(bitmap.Width));
+  store_be32(&head[8], static_cast<uint32_t>(bitmap.Height));
+  store_be32(&head[12], static_cast<uint32_t>(depth));
+  store_length(&head[16], bitmap, depth, row_bytes);
+  store_be32(&head[20], static_cast<uint32_t>(Type::kStandard));
+  store_be32(&head[24], colors != 0 ? kMapOfPlanes : 0);
+  store_be32(&head[28], 3 * colors);
+  TRY(file.write(head));
+
+  std::array<uint8_t, 3 * 256> map;
+  for (uint32_t i = 0; i < colors; ++i) {
+    const T_PaletteEntry& color = bitmap.Info.Palette[i];
+    map[i] = color.Red;
+    map[colors + i] = color.Green;
+    map[2 * colors + i] = color.Blue;
+  }
+  return file.write({map.data(), 3 * colors});
+}
+
+}  // namespace
+
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
+  const int32_t depth = request.depth;
+  if (depth != 1 && depth != 4 && depth != 8 && depth != 24 && depth != 32) return kBadDepth;
+  if (bitmap->Width > UINT16_MAX || bitmap->Height > UINT16_MAX) return kBadSize;
+  process::RowFetch rows(*bitmap, depth, T_ORDER_BGR);
+  TRY(rows.start());
+  io::OutputFile file;
+  TRY(file.create(name));
+  const auto row_bytes = static_cast<size_t>(file_row_bytes(bitmap->Width, depth));
+  TRY(write_headers(file, *bitmap, depth, row_bytes));
+  for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap->Height); ++y) {
+    std::span<uint8_t> row;
+    TRY(rows.picture(y, row));
+    if (has_spare_in_front(depth)) move_spare_front(row);
+    TRY(file.write(row.first(row_bytes)));
+  }
+  TRY(rows.finish());
+  return file.finish();
+}
+
+}  // namespace tavo::ras

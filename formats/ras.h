@@ -1,0 +1,39 @@
+// Sun raster: old, standard, byte-encoded and RGB-ordered files of 1, 4, 8, 24 and 32 bits, with
+// or without a colour map; standard files are written.
+// Facts: Sun Microsystems, rasterfile(5) and <rasterfile.h>.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/status.h"
+#include "io/format.h"
+#include "process/source_picture.h"
+
+namespace tavo::ras {
+
+inline constexpr size_t kHeaderSize = 32;
+
+enum class Type : uint32_t { kOld = 0, kStandard = 1, kByteEncoded = 2, kRgb = 3 };
+
+// What parse_header accepted: sizes are 1 to INT32_MAX and a row fits 32 bits; depth is 1, 4, 8,
+// 24 or 32.
+struct Header {
+  int32_t width = 0;
+  int32_t height = 0;
+  int32_t depth = 0;
+  Type type = Type::kStandard;
+  bool has_map = false;    // red, green and blue planes behind the header
+  uint32_t map_bytes = 0;  // between the header and the pixels, whatever is in them
+};
+
+// kBadData (no Sun raster, no size, another depth), kReadError (shorter than a header), kSubtype
+// (a type that holds other data than pixels).
+Status parse_header(std::span<const uint8_t> bytes, Header& header);
+
+Status probe(const io::ProbeInput& input, FILEINFO& info);
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context);
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request);
+
+}  // namespace tavo::ras

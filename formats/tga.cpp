@@ -1,0 +1,252 @@
+#include "formats/tga.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "base/byte_source.h"
+#include "base/endian.h"
+#include "core/bitmap.h"
+#include "core/notice.h"
+#include "formats/plain_rows.h"
+#include "formats/tga_runs.h"
+#include "io/output_file.h"
+#include "process/row_delivery.h"
+#include "process/row_fetch.h"
+
+namespace tavo::tga {
+
+namespace {
+
+using process::RowDelivery;
+
+constexpr uint8_t kMapped = 1;  // image types; 8 more when run-length coded
+constexpr uint8_t kTrueColor = 2;
+constexpr uint8_t kGray = 3;
+constexpr uint8_t kRunLength = 8;
+constexpr uint8_t kTopDown = 0x20;       // descriptor: origin at the top
+constexpr uint8_t kInterleaving = 0xC0;  // descriptor: two bits that no program sets
+constexpr uint8_t kAttributeBits = 0x0F;
+
+size_t map_entry_bytes(const Header& header) { return (header.map_entry_bits + 7u) / 8; }
+size_t pixel_bytes(const Header& header) { return (header.pixel_bits + 7u) / 8; }
+
+bool is_map_entry_size(uint8_t bits) {
+  return bits == 15 || bits == 16 || bits == 24 || bits == 32;
+}
+
+// The kind that an image type stands for, when the rest of the header goes with it.
+Status classify(uint8_t type, uint8_t bits, bool has_map, Kind& kind) {
+  switch (type & ~kRunLength) {
+    case kMapped:
+      kind = Kind::kMapped;
+      return has_map && bits == 8 ? kOk : kBadData;
+    case kTrueColor:
+      kind = Kind::kTrueColor;
+      return bits == 8 || bits == 15 || bits == 16 || bits == 24 || bits == 32 ? kOk : kBadData;
+    case kGray:
+      kind = Kind::kGray;
+      return bits == 8 || bits == 16 ? kOk : kBadData;
+    default:
+      return bits == 8 || bits == 16 || bits == 24 || bits == 32 ? kSubtype : kBadData;
+  }
+}
+
+void set_gray_ramp(process::SourcePicture& picture) {
+  for (uint32_t i = 0; i < 256; ++i) {
+    const auto level = static_cast<uint8_t>(i);
+    picture.palette[i] = {level, level, level, 0};
+  }
+  picture.colors = 256;
+  picture.flags = T_FLAG_GRAY;
+}
+
+// What the reader delivers; the palette of mapped files is read later. 16 bits are 5-5-5 whatever
+// the image type says.
+process::SourcePicture describe(const Header& header) {
+  process::SourcePicture picture;
+  picture.width = header.width;
+  picture.height = header.height;
+  picture.bits = header.pixel_bits == 15 ? 16 : header.pixel_bits;
+  picture.order = T_ORDER_BGR;
+  picture.view_perspective = header.is_top_down ? 0 : 2;
+  picture.storage_kind = T_FORMAT_TGA;
+  picture.has_origin = true;
+  picture.x_origin = header.x_origin;
+  picture.y_origin = header.y_origin;
+  if (header.kind == Kind::kMapped) {
+    picture.order = T_ORDER_RGB;
+    picture.colors = std::min(256u, uint32_t{header.map_first} + header.map_entries);
+  } else if (picture.bits == 8) {
+    set_gray_ramp(picture);
+  }
+  return picture;
+}
+
+uint8_t five_bits_to_eight(uint32_t value) {
+  return static_cast<uint8_t>((value & 31) << 3 | (value & 31) >> 2);
+}
+
+// Entry i of the file belongs to index first + i.
+Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture& picture) {
+  const size_t entry_bytes = map_entry_bytes(header);
+  if (header.kind != Kind::kMapped) return bytes.skip(entry_bytes * header.map_entries);
+  Buffer map;
+  TRY(map.allocate(entry_bytes * header.map_entries));
+  TRY(bytes.read(map.bytes()));
+  const uint8_t* entry = map.data();
+  for (uint32_t i = header.map_first; i < picture.colors; ++i, entry += entry_bytes) {
+    if (entry_bytes == 2) {
+      const uint32_t word = load_le16(entry);
+      picture.palette[i] = {five_bits_to_eight(word), five_bits_to_eight(word >> 5),
+                            five_bits_to_eight(word >> 10), 0};
+    } else {
+      picture.palette[i] = {entry[0], entry[1], entry[2], 0};
+    }
+  }
+  return kOk;
+}
+
+Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
+  const size_t row_bytes = pixel_bytes(header) * header.width;
+  if (!header.is_run_length) {
+    return formats::read_plain_rows(bytes, row_bytes, header.height, rows);
+  }
+  RunDecoder decoder(bytes, pixel_bytes(header));
+  for (uint32_t y = 0; y < header.height; ++y) {
+    const std::span<uint8_t> row = rows.next_row().first(row_bytes);
+    size_t got = 0;
+    const Status status = decoder.decode_row(row, got);
+    std::ranges::fill(row.subspan(got), uint8_t{0});
+    if (got != 0) TRY(rows.commit());  // of a cut row, what there is
+    if (got < row_bytes) return rows.finish_early(status.ok() ? kReadError : status);
+  }
+  return rows.finish();
+}
+
+}  // namespace
+
+Status parse_header(std::span<const uint8_t> bytes, Header& header) {
+  if (bytes.size() < kHeaderSize) return kReadError;
+  const uint8_t map_type = bytes[1];
+  const uint8_t type = bytes[2];
+  const uint8_t descriptor = bytes[17];
+  header.id_bytes = bytes[0];
+  header.map_first = load_le16(&bytes[3]);
+  header.map_entries = load_le16(&bytes[5]);
+  header.map_entry_bits = bytes[7];
+  header.x_origin = load_le16(&bytes[8]);
+  header.y_origin = load_le16(&bytes[10]);
+  header.width = load_le16(&bytes[12]);
+  header.height = load_le16(&bytes[14]);
+  header.pixel_bits = bytes[16];
+  header.is_top_down = (descriptor & kTopDown) != 0;
+  header.is_run_length = (type & kRunLength) != 0;
+
+  // 9 stands for 1 in files of some old programs.
+  if (map_type != 0 && map_type != 1 && map_type != 9) return kBadData;
+  if (map_type == 0 && header.map_entries != 0) return kBadData;
+  const bool has_map = header.map_entries != 0;
+  if (has_map && !is_map_entry_size(header.map_entry_bits)) return kBadData;
+  if (header.width == 0 || header.height == 0) return kBadData;
+  if ((descriptor & kInterleaving) != 0 || (descriptor & kAttributeBits) > 8) return kBadData;
+  return classify(type, header.pixel_bits, has_map, header.kind);
+}
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Header header;
+  TRY(parse_header(input.head.first(std::min(input.head.size(), kHeaderSize)), header));
+  process::describe(describe(header), T_FORMAT_TGA, header.is_run_length ? "Run Length" : "None",
+                    info);
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  TRY(file.open(name));
+  ByteSource bytes(file);
+  TRY(bytes.start());
+  std::array<uint8_t, kHeaderSize> head;
+  TRY(bytes.read(head));
+  Header header;
+  TRY(parse_header(head, header));
+  TRY(bytes.skip(header.id_bytes));
+  process::SourcePicture picture = describe(header);
+  TRY(read_map(bytes, header, picture));
+
+  RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+  return read_rows(bytes, header, rows);
+}
+
+namespace {
+
+Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth) {
+  std::array<uint8_t, kHeaderSize> head = {};
+  if (depth == 8) {
+    head[1] = 1;
+    store_le16(&head[5], 256);
+    head[7] = 24;
+  }
+  head[2] = depth == 8 ? kMapped : kTrueColor;
+  store_le16(&head[12], static_cast<uint16_t>(bitmap.Width));
+  store_le16(&head[14], static_cast<uint16_t>(bitmap.Height));
+  head[16] = static_cast<uint8_t>(depth);
+  head[17] = bitmap.ViewPerspective >= 2 ? 0 : kTopDown;
+  TRY(file.write(head));
+  if (depth != 8) return kOk;
+
+  std::array<uint8_t, 3 * 256> map;
+  for (size_t i = 0; i < 256; ++i) {
+    const T_PaletteEntry& color = bitmap.Info.Palette[i];
+    map[3 * i] = color.Blue;
+    map[3 * i + 1] = color.Green;
+    map[3 * i + 2] = color.Red;
+  }
+  return file.write(map);
+}
+
+// In stored order: the descriptor says which way up that is.
+Status write_rows(io::OutputFile& file, const BitmapHandle& bitmap, size_t file_row,
+                  process::RowFetch& rows) {
+  constexpr uint32_t kPiece = 1 << 20;
+  const auto height = static_cast<uint32_t>(bitmap.Height);
+  const uint32_t piece = std::max(1u, kPiece / rows.row_bytes());
+  for (uint32_t y = 0; y < height;) {
+    const uint32_t count = std::min(piece, height - y);
+    const std::span<const uint8_t> whole = rows.in_place(y, count);
+    if (!whole.empty()) {
+      TRY(file.write(whole));
+      TRY(rows.skip(count));
+      y += count;
+      continue;
+    }
+    std::span<uint8_t> row;
+    TRY(rows.stored(y, row));
+    TRY(file.write(row.first(file_row)));
+    ++y;
+  }
+  return rows.finish();
+}
+
+}  // namespace
+
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
+  const int32_t depth = request.depth;
+  if (depth != 8 && depth != 16 && depth != 24 && depth != 32) return kBadDepth;
+  if (bitmap->Width > UINT16_MAX || bitmap->Height > UINT16_MAX) return kBadSize;
+  process::RowFetch rows(*bitmap, depth, T_ORDER_BGR);
+  TRY(rows.start());
+  io::OutputFile file;
+  TRY(file.create(name));
+  TRY(write_headers(file, *bitmap, depth));
+  const auto file_row =
+      static_cast<size_t>(core::packed_bytes(static_cast<uint64_t>(bitmap->Width), depth));
+  TRY(write_rows(file, *bitmap, file_row, rows));
+  return file.finish();
+}
+
+}  // namespace tavo::tga

@@ -1,0 +1,6 @@
+#include "format_fuzzer.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  return tavo::fuzz::load_save_load(T_FORMAT_TGA, 1u << 8 | 1u << 16 | 1u << 24 | 1u << 0, data,
+                                    size);
+}
