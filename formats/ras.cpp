@@ -187,6 +187,16 @@ void move_spare_front(std::span<uint8_t> row) {
   for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(&row[i], load_le32(&row[i]) << 8);
 }
 
+// Runs of a few bytes can claim rows of gigabytes.
+Status check_size(io::InputFile& file, const Header& header) {
+  if (header.type != Type::kByteEncoded) return kOk;
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  const uint64_t decoded =
+      file_row_bytes(header.width, header.depth) * static_cast<uint32_t>(header.height);
+  return process::is_plausible_size(decoded, file_bytes) ? kOk : kBadData;
+}
+
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   const auto row_bytes = static_cast<size_t>(file_row_bytes(header.width, header.depth));
   const bool is_encoded = header.type == Type::kByteEncoded;
@@ -199,9 +209,12 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
     const std::span<uint8_t> row = rows.next_row().first(row_bytes);
     size_t got = 0;
     const Status status = is_encoded ? decoder.decode_row(row, got) : bytes.read_some(row, got);
-    std::ranges::fill(row.subspan(got), uint8_t{0});
-    if (moves) move_spare_back(row);
-    if (got != 0) TRY(rows.commit());  // of a cut row, what there is
+    // Of a cut row of runs, what there is.
+    if (got == row.size() || (is_encoded && got != 0)) {
+      std::ranges::fill(row.subspan(got), uint8_t{0});
+      if (moves) move_spare_back(row);
+      TRY(rows.commit());
+    }
     if (got < row.size()) return rows.finish_early(status.ok() ? kReadError : status);
   }
   return rows.finish();
@@ -251,6 +264,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(bytes.read_some(head, got));
   Header header;
   TRY(parse_header({head.data(), got}, header));
+  TRY(check_size(file, header));
   process::SourcePicture picture = describe(header);
   TRY(read_map(bytes, header, picture));
 

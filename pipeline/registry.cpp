@@ -69,11 +69,7 @@ constexpr FormatRow kFormats[] = {
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
-    tga::probe,
-    bmp::probe,
-    cals::probe,
-    gif::probe,
-    ras::probe,
+    tga::probe, bmp::probe, cals::probe, gif::probe, ras::probe,
 };
 
 }  // namespace

@@ -63,7 +63,8 @@ FormatCase cals_case() {
 }  // namespace
 
 const std::vector<FormatCase>& format_cases() {
-  static const std::vector<FormatCase> cases = {bmp_case(), gif_case(), cals_case()};
+  static const std::vector<FormatCase> cases = {bmp_case(), gif_case(), cals_case(), tga_case(),
+                                                ras_case()};
   return cases;
 }
 

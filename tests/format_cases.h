@@ -49,4 +49,35 @@ struct GifFile {
 Bytes gif_file(const GifFile& gif);
 FormatCase gif_case();
 
+// A TGA file from its parts; its origin fields are 7 and 9.
+struct TgaFile {
+  uint8_t map_type = 0;
+  uint8_t type = 2;
+  uint16_t map_first = 0;
+  uint16_t map_entries = 0;
+  uint8_t map_bits = 0;
+  uint16_t width = 0;
+  uint16_t height = 0;
+  uint8_t bits = 0;
+  uint8_t descriptor = 0;
+  Bytes id = {};
+  Bytes map = {};
+  Bytes data = {};
+};
+Bytes tga_file(const TgaFile& tga);
+FormatCase tga_case();
+
+// A Sun raster file from its parts.
+struct RasFile {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  uint32_t depth = 0;
+  uint32_t type = 1;
+  uint32_t map_type = 0;
+  Bytes map = {};
+  Bytes data = {};
+};
+Bytes ras_file(const RasFile& ras);
+FormatCase ras_case();
+
 }  // namespace tavo::test
