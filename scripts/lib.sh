@@ -82,10 +82,10 @@ build_preset() {
   shift
   mkdir -p build
   {
-    cmake --preset "$preset" && cmake --build "build/$preset" ${1:+--target "$@"}
+    cmake --preset "$preset" && cmake --build "build/$preset" ${1:+--target "$@"} -- -k 0
   } > "build/$preset.log" 2>&1 && return
-  say "building $preset failed; the end of build/$preset.log:"
-  grep -E 'error|FAILED|warning: ' "build/$preset.log" | head -n 20
+  say "building $preset failed; from build/$preset.log:"
+  grep -E 'error:|CMake Error|undefined reference|cannot find' "build/$preset.log" | head -n 30
   tail -n 5 "build/$preset.log"
   return 1
 }
