@@ -22,6 +22,11 @@ constexpr uint32_t kMaxOnes = 48;
 constexpr size_t kRowSlack = 16;
 constexpr size_t kFirstEntries = 65536;
 
+// The first bits of a window as the index of a table.
+inline size_t top_bits(uint64_t window, uint32_t count) {
+  return static_cast<size_t>(window >> (64 - count));
+}
+
 // Appends a colour change. A change at the place of the last one takes that back: a run of no
 // pixels, which no encoder writes, joins its neighbours.
 inline void toggle(uint32_t* changes, size_t& count, uint32_t position) {
@@ -140,7 +145,7 @@ void Decoder::finish_row(size_t changes) {
 bool Decoder::read_run(Bits& bits, uint32_t& position, bool is_black) {
   for (;;) {
     refill(bits);
-    const uint32_t entry = kRunTables[is_black][bits.word >> (64 - kRunBits)];
+    const uint32_t entry = kRunTables[is_black][top_bits(bits.word, kRunBits)];
     if (RunEntry::length(entry) == 0) return false;
     bits.drop(RunEntry::length(entry));
     position = std::min(position + RunEntry::run(entry), width_ + 1);
@@ -175,8 +180,8 @@ Decoder::Outcome Decoder::decode_1d() {
       limit = current_->capacity();
     }
     refill(bits);
-    const uint32_t white = kRunTables[0][bits.word >> (64 - kRunBits)];
-    const uint32_t black = kRunTables[1][bits.word << RunEntry::length(white) >> (64 - kRunBits)];
+    const uint32_t white = kRunTables[0][top_bits(bits.word, kRunBits)];
+    const uint32_t black = kRunTables[1][top_bits(bits.word << RunEntry::length(white), kRunBits)];
     const uint32_t a1 = a0 + RunEntry::run(white);
     const uint32_t a2 = a1 + RunEntry::run(black);
     if (RunEntry::are_runs(white, black) && a2 < width_) [[likely]] {
@@ -247,7 +252,7 @@ Decoder::Outcome Decoder::decode_2d() {
     if (ones != 0) a0 = above[b - 1];
     bits.drop(ones);
 
-    const ModeEntry mode = kModeTable[bits.word >> (64 - kModeBits)];
+    const ModeEntry mode = kModeTable[top_bits(bits.word, kModeBits)];
     if (mode.kind == ModeEntry::kVerticalMode) [[likely]] {
       bits.drop(mode.length);
       const uint32_t b1 = above[b];
@@ -287,9 +292,9 @@ Decoder::Outcome Decoder::decode_2d() {
       bits.drop(mode.length);
       refill(bits);
       const bool is_black = (count & 1) != 0;
-      const uint32_t first = kRunTables[is_black][bits.word >> (64 - kRunBits)];
+      const uint32_t first = kRunTables[is_black][top_bits(bits.word, kRunBits)];
       const uint32_t second =
-          kRunTables[!is_black][bits.word << RunEntry::length(first) >> (64 - kRunBits)];
+          kRunTables[!is_black][top_bits(bits.word << RunEntry::length(first), kRunBits)];
       uint32_t a1 = a0 + RunEntry::run(first);
       uint32_t a2 = a1 + RunEntry::run(second);
       if (RunEntry::are_runs(first, second)) [[likely]] {

@@ -132,6 +132,8 @@ TEST(Gif, WritesExactlyThis) {
   EXPECT_EQ(T_SaveFile("a", picture.get(), T_FORMAT_GIF, 4, 0, 0, 1, 0), T_ERR_DEPTH);
 }
 
+int32_t T_CALL stop_half_way(int32_t percent) { return percent >= 50 ? -33 : T_OK; }
+
 TEST(Gif, PacketsHave254BytesAndAStoppedSaveIsClosed) {
   Disk disk;
   Bitmap picture;
@@ -143,7 +145,7 @@ TEST(Gif, PacketsHave254BytesAndAStoppedSaveIsClosed) {
   at += file.at(at) + (file.at(at) != 0 ? 1 : 0);
   EXPECT_EQ(Bytes(file.begin() + at, file.end()), (Bytes{0, 0x3B}));
 
-  T_SetStatusCallBack([](int32_t percent) -> int32_t { return percent >= 50 ? -33 : 1; });
+  T_SetStatusCallBack(stop_half_way);
   EXPECT_EQ(T_SaveFile("b", picture.get(), T_FORMAT_GIF, 8, 0, 0, 0, 0), -33);
   T_SetStatusCallBack(nullptr);
   const Bytes& cut = disk.files["b"];
