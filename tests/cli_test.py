@@ -3,6 +3,7 @@
 The pictures are made and looked at here with code of this file alone, so that reader and writer
 cannot agree on an error."""
 
+import contextlib
 import json
 import os
 import stat
@@ -316,6 +317,18 @@ class Files(CliTest):
         self.assertIn("(status -5)", done.stderr)
 
 
+@contextlib.contextmanager
+def wine_kept_running():
+    """Wine takes a second to start and ends with its last program: one that waits keeps it there."""
+    if not IS_WINDOWS:
+        yield
+        return
+    quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+    with subprocess.Popen(["wine", "cmd", "/c", "pause"], stdin=subprocess.PIPE, **quiet) as waiting:
+        yield
+        waiting.communicate(b"\n")
+
+
 class Counting(unittest.TextTestResult):
     passed = 0
 
@@ -332,7 +345,8 @@ def main():
     suite = unittest.TestSuite()
     for case in (Conversions, Failures, Information) + (() if IS_WINDOWS else (Files,)):
         suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
-    result = unittest.TextTestRunner(resultclass=Counting).run(suite)
+    with wine_kept_running():
+        result = unittest.TextTestRunner(resultclass=Counting).run(suite)
     failed = len({str(test.id()).split(" ")[0] for test, _ in result.failures + result.errors})
     print(f"{result.passed} passed, {failed} failed")
     return 0 if failed == 0 and result.passed > 0 else 1
