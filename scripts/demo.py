@@ -23,7 +23,7 @@ STYLE = """
 body { font: 15px/1.5 system-ui, sans-serif; margin: 2rem auto; max-width: 76rem; padding: 0 1rem;
        color: #1d2430; background: #f6f7f9; }
 h1 { font-size: 1.6rem; } h2 { margin-top: 2.5rem; font-size: 1.2rem; }
-table { border-collapse: collapse; background: #fff; }
+table { border-collapse: collapse; margin-bottom: 1.2rem; background: #fff; }
 th, td { padding: .3rem .9rem; border-bottom: 1px solid #dde1e7; text-align: left; }
 td.number, th.number { text-align: right; font-variant-numeric: tabular-nums; }
 .pictures { display: flex; flex-wrap: wrap; gap: 1.2rem; }
@@ -42,6 +42,7 @@ class ToolError(Exception):
 class Result:
     """One conversion of one picture."""
 
+    source: str
     format: str
     bits: int
     size: int = 0
@@ -52,9 +53,10 @@ class Result:
 
     def cells(self):
         if self.error:
-            return [self.format, str(self.bits), "", "", self.error]
+            return [self.source, self.format, str(self.bits), "", "", self.error]
         quality = "exact" if math.isinf(self.psnr) else f"{self.psnr:.2f} dB"
-        return [self.format, str(self.bits), f"{self.size:,}", f"{self.milliseconds:.1f}", quality]
+        return [self.source, self.format, str(self.bits), f"{self.size:,}",
+                f"{self.milliseconds:.1f}", quality]
 
 
 class Tool:
@@ -93,7 +95,7 @@ def convert(tool, source, original, fmt, bits):
     name = fmt["name"]
     extension = (fmt["extensions"] or ["out"])[0]
     target = tool.folder / f"{source.stem}-{fmt['id']}-{bits}.{extension}"
-    result = Result(name, bits)
+    result = Result(source.name, name, bits)
     try:
         times = []
         for _ in range(REPEATS):
@@ -109,17 +111,17 @@ def convert(tool, source, original, fmt, bits):
     return result
 
 
-HEADINGS = ["format", "depth", "bytes", "ms", "PSNR"]
-NUMBERS = (1, 2, 3)
+HEADINGS = ["picture", "format", "depth", "bytes", "ms", "PSNR"]
+NUMBERS = (2, 3, 4)
 
 
 def print_table(rows):
     cells = [HEADINGS] + [row.cells() for row in rows]
-    widths = [max(len(row[i]) for row in cells) for i in range(4)]
+    widths = [max(len(row[i]) for row in cells) for i in range(len(HEADINGS) - 1)]
     for row in cells:
         columns = [text.rjust(widths[i]) if i in NUMBERS else text.ljust(widths[i])
-                   for i, text in enumerate(row[:4])]
-        print("  " + "  ".join(columns + [row[4]]))
+                   for i, text in enumerate(row[:-1])]
+        print("  ".join(columns + row[-1:]))
 
 
 def data_uri(picture):
@@ -156,7 +158,7 @@ def html_section(source, original, rows):
     figures = [figure(original, f"original, {original.width} x {original.height}")]
     for row in rows:
         if row.picture:
-            name, bits, size, _, quality = row.cells()
+            _, name, bits, size, _, quality = row.cells()
             figures.append(figure(row.picture, f"{name}, {bits} bits, {size} bytes, {quality}"))
     return (f"<h2>{html.escape(source.name)}</h2>\n{html_table(rows)}\n"
             f'<div class="pictures">{"".join(figures)}</div>')
@@ -167,23 +169,23 @@ def main():
     tool = Tool(program, Path(folder))
     formats = [fmt for fmt in tool.formats() if fmt["write"]]
     sections = []
-    total = failed = 0
+    results = []
     for source in map(Path, files):
         print(tool.run("info", source).strip())
         original = tool.read(source)
         rows = [convert(tool, source, original, fmt, bits)
                 for fmt in formats for bits in fmt["depths"]]
-        print_table(rows)
-        print()
         sections.append(html_section(source, original, rows))
-        total += len(rows)
-        failed += sum(1 for row in rows if row.error)
+        results += rows
+    print_table(results)
     page = tool.folder / "index.html"
     page.write_text("<!doctype html><html lang=en><meta charset=utf-8><title>TAVO45 pictures</title>"
                     f"<style>{STYLE}</style><h1>Every format, every depth</h1>\n"
                     "<p>Each picture was converted by <code>tavo convert</code> and read back; "
                     "PSNR is against the original.</p>\n" + "\n".join(sections) + "</html>\n",
                     encoding="utf-8")
+    total = len(results)
+    failed = sum(1 for row in results if row.error)
     print(f"{total} conversions, {failed} failed; the pictures: {page}")
     return 1 if failed or total == 0 else 0
 

@@ -148,6 +148,14 @@ class Conversions(CliTest):
         info = json.loads(self.succeeds("info", "out.bmp", "--json"))[0]
         self.assertEqual((info["x_dpi"], info["y_dpi"]), (300, 200))
 
+    def test_gif_states_the_size_of_its_picture(self):
+        self.succeeds("convert", self.make(4), "out.gif")
+        data = Path("out.gif").read_bytes()
+        self.assertEqual(data[:3] + data[6:10], b"GIF" + struct.pack("<HH", WIDTH, HEIGHT))
+        self.succeeds("convert", "out.gif", "back.bmp", "--bits", "24")
+        self.assertEqual(parse_bmp(Path("back.bmp").read_bytes())[2],
+                         [[color(x, y, 4) for x in range(WIDTH)] for y in range(HEIGHT)])
+
     def test_format_option_wins_over_the_extension(self):
         name = self.make(8)
         for value in ("bmp", "BMP", "6"):

@@ -74,8 +74,8 @@ void save(const ConvertOptions& options, const T_Format& format, int bits, const
   const int32_t pages_before = appends ? describe(options.output, 1).PageCount : 0;
   OutputFile output(options.output, appends);
   const BitmapHandle& record = picture.record();
-  const DefaultResolution resolution(
-      in_dots_per_inch(info.Format, record.XResolution, record.YResolution));
+  const SaveSettings settings(
+      record, in_dots_per_inch(info.Format, record.XResolution, record.YResolution));
   constexpr int32_t kQuality = 0;
   check(T_SaveFile(output.path().c_str(), &picture.record(), format.Id, bits, kQuality,
                    appends ? T_SAVE_APPEND : 0, 0, 0),

@@ -34,16 +34,20 @@ Resolution in_dots_per_inch(int32_t format, int32_t x, int32_t y);
 // Describes the picture in the file `name`, of the page given. Failure when it cannot.
 FILEINFO describe(const std::string& name, int32_t page);
 
-// Sets the resolution that the library gives to the pictures it makes, for the length of a save,
-// which works on a copy.
-class DefaultResolution {
+// Library-wide settings that make a save of this picture true, for as long as it lives: a save
+// works on a copy, which carries the default resolution; a GIF states the screen's size.
+class SaveSettings {
  public:
-  explicit DefaultResolution(Resolution resolution) {
+  SaveSettings(const BitmapHandle& picture, Resolution resolution) {
     T_SetTIFFXYResolution(resolution.x, resolution.y);
+    T_SetScreenSize(picture.Width, picture.Height);
   }
-  ~DefaultResolution() { T_SetTIFFXYResolution(0, 0); }
-  DefaultResolution(const DefaultResolution&) = delete;
-  DefaultResolution& operator=(const DefaultResolution&) = delete;
+  ~SaveSettings() {
+    T_SetTIFFXYResolution(0, 0);
+    T_SetScreenSize(0, 0);
+  }
+  SaveSettings(const SaveSettings&) = delete;
+  SaveSettings& operator=(const SaveSettings&) = delete;
 };
 
 }  // namespace tavo::tools
