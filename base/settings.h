@@ -43,6 +43,9 @@ struct Settings {
   // GIF: the depth follows the table in force, the image's own before the global one.
   bool gif_image_depth = false;
   int32_t ras_variant = 0;
+  // JPEG quantisation table in zigzag order that replaces the scaled standard ones.
+  bool has_custom_quantisers = false;
+  uint8_t custom_quantisers[64] = {};
 };
 
 // The one instance; ready before any constructor of a static object can call the library.

@@ -31,6 +31,12 @@ inline void set_flag(BitmapHandle& bitmap, uint32_t flag, bool on) {
   bitmap.Flags = on ? bitmap.Flags | flag : bitmap.Flags & ~flag;
 }
 
+// Whether the bitmap's rows can be fetched.
+inline bool has_storage(const BitmapHandle& bitmap) {
+  return has_flag(bitmap, T_FLAG_MEMORY) ||
+         (has_flag(bitmap, T_FLAG_DISK) && !has_flag(bitmap, T_FLAG_USER));
+}
+
 // Keeps a memory bitmap accessed for a scope; leaves one that was accessed before as it was.
 class AccessScope {
  public:

@@ -4,6 +4,7 @@
 #include <atomic>
 
 #include "color/convert.h"
+#include "compress/interfaces.h"
 
 namespace tavo::exports {
 
@@ -11,6 +12,8 @@ struct Shared {
   // Keeps what it has learnt about the output palette from one row to the next.
   color::RowConverter converter;
   std::atomic_flag converter_in_use;
+  compress::BufferCompression buffer_compression;
+  compress::DataCompression data_compression;
 };
 
 extern Shared shared;

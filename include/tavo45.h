@@ -177,7 +177,13 @@ typedef struct BitmapHandle {
 #define T_FORMAT_CMP 5
 #define T_FORMAT_BMP 6
 #define T_FORMAT_JPEG 10
+#define T_FORMAT_JPEG_24 11      /* save variants: see Compression */
 #define T_FORMAT_BMP_OS2 14
+#define T_FORMAT_CMP_SAVE 20
+#define T_FORMAT_JPEG_2X1 21
+#define T_FORMAT_JPEG_2X1_24 22
+#define T_FORMAT_JPEG_2X2 23
+#define T_FORMAT_JPEG_2X2_24 24
 #define T_FORMAT_CMP_1BIT 26
 #define T_FORMAT_CALS 50
 #define T_FORMAT_RAS 55
@@ -561,6 +567,149 @@ T_API uintptr_t T_CALL T_DupPalette(uintptr_t palette);
 /* Not 0: fixed palettes are even ramps of grey for every picture, in T_ColorResolution, in loads
  * and for the screen palette. 0 at first. T_OK. */
 T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
+
+/* ---- Compression -------------------------------------------------------------------------- */
+
+/* Pictures are compressed as baseline JPEG (ISO/IEC 10918-1, Huffman tables of its annex K), either
+ * as a JFIF stream or in the library's own format CMP, which puts a header and a trailer around the
+ * stream. Colours are coded as YCbCr, grey pictures with one component.
+ *
+ * Output type     file      chroma samples    save formats (T_SaveFile)
+ * 0               CMP       by the quality    T_FORMAT_CMP_SAVE (20)
+ * 1, 2            JFIF      1x1: all          T_FORMAT_JPEG (10), T_FORMAT_JPEG_24 (11)
+ * 3, 4            JFIF      2x2: a quarter    T_FORMAT_JPEG_2X2 (23), T_FORMAT_JPEG_2X2_24 (24)
+ * 5, 6            JFIF      2x1: a half       T_FORMAT_JPEG_2X1 (21), T_FORMAT_JPEG_2X1_24 (22)
+ * Type 2 writes what 1 writes, 4 what 3, 6 what 5. Saves in formats 10, 20, 21 and 23 at 8 bits make
+ * the picture grey; 11, 22 and 24 always write 24 bits. Identification reports all CMP files as
+ * T_FORMAT_CMP and all JPEG streams as T_FORMAT_JPEG.
+ *
+ * The quality factor is a multiplier of the quantisation tables: smaller is better.
+ * JFIF  0 to 255  the factor is the internal value; 0 gives T_ERR_MULTIPLIER
+ * CMP   0 to 100  internal value factor + 6; chroma 1x1 below 14, 2x2 from 55 to 100, else 2x1
+ *       101 to 255  half-height coding: rows 0, 2, 4 ... only; internal value factor / 2, chroma 2x1
+ *       -1 to -9  presets: internal value 5 with 1x1; 5, 15, 30 with 2x1; 45, 90 with 2x2; 55, 93, 93
+ *                 half height with 2x1
+ * A quantiser is base * internal value / 50, cut to 2 ... 255, base being table K.1 or K.2 of the
+ * standard. libjpeg's quality q scales the same tables by (5000 / q) percent below 50 and
+ * (200 - 2 q) percent from 50 on, so half that percentage is the internal value.
+ * Grey pictures have no chroma, and instead of half height twice the internal value. The half that
+ * half-height files lack is made by repeating rows when they are read.
+ *
+ * CMP file, numbers little-endian: 24 bytes of header, a stamp if there is one, the JPEG stream, 12
+ * bytes of trailer.
+ * header   0 "TAVO"; 4: 0; 5: 0x10 with a stamp, else 0; 6: flags 0x80 half height, 0x40 grey, 0x20
+ *          chroma 1x1 or grey, 0x10 chroma 2x2; 7-15: 0; 16: width (2 bytes); 18: coded rows (2);
+ *          20: 8 or 24; 21: 0x20 top row first, else 0; 22: internal value (2)
+ * stamp    width, height, bits per pixel (8 or 24); for 8 bits 256 times red, green, blue; rows, top
+ *          first, unpadded, 24-bit pixels blue first
+ * trailer  0 "TAVO"; 4: XResolution (2); 6: YResolution (2); 8: 0 (4)
+ * The JPEG stream: SOI, APP0 "JFIF" 1.00 (unit 0; the densities are the resolutions, 0 in CMP
+ * files), with a stamp APP0 "JFXX" (extension code 0x11 for 8 bits, 0x13 for 24, width, height,
+ * palette, rows as above), COM "TAVO Technologies Inc. V1.01" and a zero byte (V1.00 when the bottom
+ * row comes first), DQT, DHT, SOF0, SOS, data, EOI. Equal quantisation tables are written once.
+ *
+ * Statuses of everything that compresses: T_ERR_NOT_COMPRESSIBLE (no width or height, more than
+ * 65535 coded rows or none, fewer than 8 or more than 32 bits per pixel, rows above 65535 bytes as
+ * they are stored or coded), T_ERR_BAD_DATA (output type), T_ERR_QUALITY, T_ERR_MULTIPLIER,
+ * T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_WRITE (the write routine took fewer bytes than it was given). */
+
+/* Takes `size` coded bytes; returns how many it took: fewer than `size` is a failure. */
+typedef uint32_t(T_CALL* T_CompressWrite)(const void* bytes, uint32_t size, void* userData);
+
+/* Opens a compression by strips; one that is open is dropped. What precedes the coded data is
+ * written, a CMP header at once.
+ * bitmap             read now: Width, Height, BitsPerPixel, Flags (grey counts at 8 bits only),
+ *                    ViewPerspective (0: the rows come top first), resolutions; needs no storage
+ * write              gets the coded bytes, outputBufferBytes at a time
+ * inputStripBytes    size of a strip: as many whole rows as fit, 16 usually; with 2x2 chroma a
+ *                    multiple of 16, else T_ERR_SIZE, which no row at all gives too
+ * outputBufferBytes  0: the library's choice
+ * strip              where the strips will be; not looked at
+ * userData           for `write`
+ * T_OK or the statuses above. */
+T_API int32_t T_CALL T_StartCompressBuffer(const BitmapHandle* bitmap, T_CompressWrite write,
+                                           uint32_t inputStripBytes, uint32_t outputBufferBytes,
+                                           void* strip, int32_t outputType, int32_t quality,
+                                           void* userData);
+/* Codes the next strip: consecutive rows, without padding, of Width bytes for grey pictures and 3 x
+ * Width bytes (blue, green, red) for all others. The last strip has the rows that are left; a call
+ * after the last row does nothing. T_OK, T_ERR_NO_MEMORY (null strip, no compression open),
+ * T_ERR_WRITE. */
+T_API int32_t T_CALL T_CompressBuffer(const void* strip);
+/* Ends the stream, writes the trailer of a CMP file byte by byte, and gives all memory back. T_OK,
+ * T_ERR_WRITE, or T_ERR_INCOMPLETE when fewer rows than the bitmap's height came (the file is ended
+ * properly all the same) and when no compression is open. */
+T_API int32_t T_CALL T_EndCompressBuffer(void);
+
+/* What CompressCallBack works with. The caller's, and unchanged. */
+typedef struct T_CompressContext {
+  int32_t OutputType;
+  int32_t Quality;
+  void* StripBuffer; /* 16 rows of Width bytes for grey pictures, 48 x Width bytes for others */
+  void* UserData;    /* for FileWriteBuffer */
+} T_CompressContext;
+
+/* A row sink (T_RowSink) that compresses; `context` is a T_CompressContext. Its first call starts
+ * the compression with FileWriteBuffer, strips of 16 rows and an output buffer of 12 x Width bytes.
+ * Rows of 8-bit pictures with the grey mark are coded by the red parts of their palette, 24-bit rows
+ * as they are, whatever their order; all others become 24 bits, blue first. After the last row call
+ * T_CompressBuffer(StripBuffer) once for the rows in an unfinished strip, then T_EndCompressBuffer,
+ * which also ends a compression given up. T_OK or the statuses of T_StartCompressBuffer and
+ * T_CompressBuffer. */
+T_API int32_t T_CALL CompressCallBack(BitmapHandle* bitmap, const void* rows, int32_t rowCount,
+                                      void* context);
+/* A write routine (T_CompressWrite) that writes to an open file: userData is the file's number as
+ * the Open operation (T_RedirectIO) returned it, cast to a pointer. Returns the bytes written. */
+T_API uint32_t T_CALL FileWriteBuffer(const void* bytes, uint32_t size, void* userData);
+
+/* What FileFormatWrite and FileNoConvertWrite work with. Clear it before the first row. */
+typedef struct T_FormatWriteContext {
+  const char* Name;     /* file to create when the last row has come */
+  int32_t Format;       /* as T_SaveFile takes it */
+  int32_t BitsPerPixel; /* FileFormatWrite: depth to write, 0 for the picture's */
+  int32_t Quality;
+  uint32_t Flags;       /* T_SAVE_ bits */
+  int32_t Rows;         /* rows that have come; 0 again after the save */
+  BitmapHandle Picture; /* gathers them; after a load that failed give it to T_FreeBitmap */
+} T_FormatWriteContext;
+
+/* Row sinks (T_RowSink) that save a picture as it streams by, in a format of the caller's choice;
+ * `context` is a T_FormatWriteContext. The rows are gathered in a bitmap like the source (interlaced
+ * ones in their places), which is saved and freed when source->Height rows have come.
+ * FileFormatWrite saves with conversion, as T_SaveFile does. FileNoConvertWrite saves the rows as
+ * they came, at the source's depth, as T_SaveFile does with `direct`.
+ * T_OK, T_ERR_ARGUMENT (null context), statuses of T_AllocateBitmap, T_PutBitmapRow, T_SaveFile. */
+T_API int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
+                                     void* context);
+T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
+                                        void* context);
+
+/* Compresses a whole bitmap into a new file, top row first whatever its ViewPerspective. 1-bit
+ * bitmaps and 8-bit ones with the grey mark (by the red parts of their palette) are written grey,
+ * all others as colours. The bitmap is left as it is. `flag` has no meaning yet: pass 0.
+ * T_OK, the statuses of all compression (no file then, except after T_ERR_WRITE), T_ERR_FORMAT (2 or
+ * 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_CREATE, or the status callback's
+ * answer. */
+T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t outputType,
+                                      int32_t quality, uint32_t flag);
+
+/* Replaces the scaled quantisation tables of all later compressions: 64 entries in zigzag order,
+ * of which the low bytes count, for all components; the internal value is not looked at then. Null
+ * returns to the scaled tables. T_OK or T_ERR_ARGUMENT (an entry is 0; nothing changes). */
+T_API int32_t T_CALL T_LoadCustomQTable(const uint32_t* table);
+
+/* Compression of rows that need no bitmap, top row first: any number of rows per call.
+ * bitsPerPixel  8 (grey), 16 (5-5-5, red in the high bits), 24 or 32 (blue first)
+ * The file carries the library's default resolution. Statuses of T_StartCompressBuffer, and
+ * T_ERR_NOT_COMPRESSIBLE for another depth. */
+T_API int32_t T_CALL T_StartCompressData(int32_t width, int32_t height, int32_t bitsPerPixel,
+                                         T_CompressWrite write, int32_t outputType,
+                                         int32_t quality, void* userData);
+/* `rowCount` consecutive rows without padding; those beyond the height are ignored. T_OK,
+ * T_ERR_NO_MEMORY (null, no compression open), T_ERR_ARGUMENT (negative count), T_ERR_WRITE. */
+T_API int32_t T_CALL T_CompressData(const void* rows, int32_t rowCount);
+/* As T_EndCompressBuffer. */
+T_API int32_t T_CALL T_EndCompressData(void);
 
 /* ---- Formats ------------------------------------------------------------------------------ */
 

@@ -106,4 +106,15 @@ SubFileScope::~SubFileScope() {
   settings.sub_file = outer_state_;
 }
 
+uint32_t write_all(int32_t handle, const void* bytes, uint32_t size) {
+  const auto* from = static_cast<const uint8_t*>(bytes);
+  uint32_t written = 0;
+  while (written < size) {
+    const uint32_t count = settings.files.Write(handle, from + written, size - written);
+    if (count == 0 || count > size - written) break;
+    written += count;
+  }
+  return written;
+}
+
 }  // namespace tavo::io

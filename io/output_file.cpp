@@ -4,6 +4,8 @@
 #include <array>
 #include <cstring>
 
+#include "io/file_table.h"
+
 namespace tavo::io {
 
 namespace {
@@ -38,9 +40,8 @@ void OutputFile::close() {
 Status OutputFile::write_through(std::span<const uint8_t> bytes) {
   while (!bytes.empty()) {
     const auto wanted = static_cast<uint32_t>(std::min(bytes.size(), kLargestWrite));
-    const uint32_t put = settings.files.Write(handle_, bytes.data(), wanted);
-    if (put == 0 || put > wanted) return failure_ = kWriteError;
-    bytes = bytes.subspan(put);
+    if (write_all(handle_, bytes.data(), wanted) != wanted) return failure_ = kWriteError;
+    bytes = bytes.subspan(wanted);
   }
   return kOk;
 }

@@ -1,5 +1,6 @@
 #include "pipeline/registry.h"
 
+#include "compress/bitmap_compressor.h"
 #include "formats/bmp.h"
 #include "formats/cals.h"
 #include "formats/gif.h"
@@ -12,6 +13,23 @@ namespace tavo::pipeline {
 namespace {
 
 constexpr uint32_t kDepths1_4_8_24 = depth_bit(1) | depth_bit(4) | depth_bit(8) | depth_bit(24);
+
+constexpr uint32_t kDepthsCompressed =
+    depth_bit(1) | depth_bit(4) | depth_bit(8) | depth_bit(16) | depth_bit(24) | depth_bit(32);
+
+// The save variants of the compressed formats: grey at 8 bits, or always 24 bits.
+constexpr FormatRow compressed_row(int32_t id, const char* name, const char* description,
+                                   const char* extensions, bool always_24_bits = false) {
+  return {.id = id,
+          .name = name,
+          .description = description,
+          .extensions = extensions,
+          .write = compress::write,
+          .write_depths = kDepthsCompressed,
+          .gray = always_24_bits ? GrayRule::kNever : GrayRule::kAt8Bits,
+          .always_24_bits = always_24_bits,
+          .mode = always_24_bits ? 2 : 1};
+}
 
 Status read_gif_picture(const char* name, BitmapHandle* bitmap) {
   return load_picture(name, *bitmap, gif::read);
@@ -64,6 +82,17 @@ constexpr FormatRow kFormats[] = {
      .read = ras::read,
      .write = ras::write,
      .write_depths = kDepths1_4_8_24 | depth_bit(32)},
+    compressed_row(T_FORMAT_JPEG_2X1, "JPEG", "JPEG, chroma halved horizontally", "jpg jpeg jpe"),
+    compressed_row(T_FORMAT_JPEG_2X1_24, "JPEG (24-bit)",
+                   "JPEG, chroma halved horizontally, always colour", "jpg jpeg jpe", true),
+    compressed_row(T_FORMAT_JPEG, "JPEG 1x1", "JPEG, full chroma", "jpg jpeg jpe"),
+    compressed_row(T_FORMAT_JPEG_24, "JPEG 1x1 (24-bit)", "JPEG, full chroma, always colour",
+                   "jpg jpeg jpe", true),
+    compressed_row(T_FORMAT_JPEG_2X2, "JPEG 2x2", "JPEG, chroma halved in both directions",
+                   "jpg jpeg jpe"),
+    compressed_row(T_FORMAT_JPEG_2X2_24, "JPEG 2x2 (24-bit)",
+                   "JPEG, chroma halved in both directions, always colour", "jpg jpeg jpe", true),
+    compressed_row(T_FORMAT_CMP_SAVE, "CMP", "Compressed picture", "cmp"),
 };
 
 // A file that two probes would accept is reported as the earlier one; the order is part of what

@@ -91,6 +91,16 @@ Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) 
   return call_writer(format, name, *copy, request);
 }
 
+Status save_with_resolution(const char* name, BitmapHandle& bitmap, const SaveOptions& options) {
+  // The save's copy takes the default resolution: make that the bitmap's for its length.
+  const T_TIFFOption outer = settings.tiff;
+  settings.tiff.XResolution = bitmap.XResolution;
+  settings.tiff.YResolution = bitmap.YResolution;
+  const Status status = save(name, bitmap, options);
+  settings.tiff = outer;
+  return status;
+}
+
 Status convert_file(const char* source, const char* destination, int32_t format, int32_t bits,
                     int32_t quality) {
   core::OwnedBitmap picture;
@@ -98,16 +108,12 @@ Status convert_file(const char* source, const char* destination, int32_t format,
   TRY(load(source, *picture, request));
   FILEINFO info;
   TRY(identify(source, info));
-  // The save's copy takes the default resolution: make that the source's for its length.
   const FormatRow* from = find_format(info.Format);
   const bool per_meter = from != nullptr && from->reports_per_meter;
-  const T_TIFFOption outer = settings.tiff;
-  settings.tiff.XResolution = dots_per_inch(picture->XResolution, per_meter);
-  settings.tiff.YResolution = dots_per_inch(picture->YResolution, per_meter);
+  picture->XResolution = dots_per_inch(picture->XResolution, per_meter);
+  picture->YResolution = dots_per_inch(picture->YResolution, per_meter);
   const SaveOptions options{.format = format, .bits = bits, .quality = quality};
-  const Status status = save(destination, *picture, options);
-  settings.tiff = outer;
-  return status;
+  return save_with_resolution(destination, *picture, options);
 }
 
 }  // namespace tavo::pipeline

@@ -20,6 +20,9 @@ struct SaveOptions {
 // T_SaveFile.
 Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options);
 
+// The same with the bitmap's resolution kept, which a save's copy would lose.
+Status save_with_resolution(const char* name, BitmapHandle& bitmap, const SaveOptions& options);
+
 // T_ConvertFile.
 Status convert_file(const char* source, const char* destination, int32_t format, int32_t bits,
                     int32_t quality);

@@ -18,6 +18,15 @@ void StoreSink::advance_interlaced() {
   while (row_ >= height && pass_ < 3) row_ = kPassStart[++pass_];
 }
 
+void StoreSink::resume(uint32_t rows) {
+  row_ = pass_ = 0;
+  if (!core::has_flag(bitmap_, T_FLAG_INTERLACED)) {
+    row_ = rows;
+    return;
+  }
+  for (uint32_t i = 0; i < rows; ++i) advance_interlaced();
+}
+
 Status StoreSink::store(const void* rows, int32_t count) {
   const core::AccessScope accessed(bitmap_);
   const auto height = static_cast<uint32_t>(bitmap_.Height);

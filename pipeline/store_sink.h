@@ -16,6 +16,9 @@ class StoreSink {
   // kOk, the failed put's status, or kBadData for rows beyond the last one.
   Status store(const void* rows, int32_t count);
 
+  // Goes on behind the first `rows` rows, which another sink has stored.
+  void resume(uint32_t rows);
+
   // For readers that are called with this object as their context.
   static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context);
 

@@ -7,10 +7,7 @@
 namespace tavo::process {
 
 Status RowFetch::start() {
-  const bool has_rows =
-      core::has_flag(bitmap_, T_FLAG_MEMORY) ||
-      (core::has_flag(bitmap_, T_FLAG_DISK) && !core::has_flag(bitmap_, T_FLAG_USER));
-  if (!has_rows) return kNoStorage;
+  if (!core::has_storage(bitmap_)) return kNoStorage;
   row_bytes_ = core::bytes_per_line(bitmap_.Width, depth_);
   if (row_bytes_ == 0 || bitmap_.Height <= 0 || bitmap_.BytesPerLine == 0) return kBadSize;
   converts_ = bitmap_.BitsPerPixel != depth_ || (depth_ > 8 && bitmap_.Order != order_);

@@ -8,6 +8,7 @@
 
 #include "compress/jpeg_encoder.h"
 #include "platform/platform.h"
+#include "processor_levels.h"
 
 namespace {
 
@@ -205,13 +206,15 @@ TEST(JpegEncode, MarkerBytesAreStuffed) {
 
 TEST(JpegEncode, ChoosesByTheProcessor) {
 #if defined(__i386__) || defined(__x86_64__)
-  const platform::Processor has = platform::processor();
-  platform::limit_processor({});
-  EXPECT_EQ(&jpeg::kernels(), &jpeg::kSse2Kernels);
-  EXPECT_EQ(&jpeg::entropy_coder(), &jpeg::kFastEntropyCoder);
-  platform::limit_processor({.ssse3 = true});
-  EXPECT_EQ(&jpeg::kernels(), has.ssse3 ? &jpeg::kSsse3Kernels : &jpeg::kSse2Kernels);
-  platform::limit_processor(has);
+  for (const platform::Processor& level : test::processor_levels()) {
+    const test::LimitedProcessor limited(level);
+    const platform::Processor& has = platform::processor();
+    EXPECT_EQ(&jpeg::kernels(), has.avx2    ? &jpeg::kAvx2Kernels
+                                : has.ssse3 ? &jpeg::kSsse3Kernels
+                                            : &jpeg::kSse2Kernels);
+    EXPECT_EQ(&jpeg::entropy_coder(),
+              has.bmi2 ? &jpeg::kBmi2EntropyCoder : &jpeg::kFastEntropyCoder);
+  }
 #endif
 }
 

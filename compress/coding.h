@@ -1,0 +1,33 @@
+// Output type and quality factor to what the JPEG encoder needs.
+#pragma once
+
+#include <cstdint>
+
+#include "base/status.h"
+#include "compress/jpeg_encoder.h"
+
+namespace tavo::compress {
+
+struct Coding {
+  bool is_cmp = false;
+  bool is_gray = false;
+  bool is_half_height = false;
+  uint32_t horizontal = 1;  // sampling factors of the luminance
+  uint32_t vertical = 1;
+  int32_t value = 0;  // internal quality value: multiplier of the quantisation tables, in 50ths
+};
+
+// Output type 0 (CMP) or 1 to 6 (JPEG), factor as T_CompressBitmap documents it. kBadData for
+// another type, kBadQuality for a factor out of range.
+Status choose_coding(int32_t output_type, int32_t factor, bool is_gray, Coding& coding);
+
+// The tables for an internal value, or the custom table when one is loaded. kZeroMultiplier for a
+// value outside 1 to 255.
+Status build_tables(int32_t value, jpeg::QuantiserTable& luminance,
+                    jpeg::QuantiserTable& chrominance);
+
+// Loads a custom table (64 words in zigzag order, of which the low bytes count) for all later
+// tables, or with null returns to the scaled ones. kBadArgument for an entry that is 0.
+Status load_custom_table(const uint32_t* table);
+
+}  // namespace tavo::compress

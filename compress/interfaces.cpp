@@ -1,0 +1,110 @@
+#include "compress/interfaces.h"
+
+#include <algorithm>
+
+#include "core/bitmap.h"
+
+namespace tavo::compress {
+
+namespace {
+
+// Strips of whole rows in `bytes`.
+uint32_t rows_in(uint32_t bytes, const CompressionSetup& setup) {
+  const uint64_t row_bytes = strip_row_bytes(setup);
+  return row_bytes == 0 ? 0 : static_cast<uint32_t>(bytes / row_bytes);
+}
+
+StripRows::Target target(const CompressionSetup& setup) {
+  return setup.is_gray ? StripRows::Target::kGray : StripRows::Target::kColorAsStored;
+}
+
+}  // namespace
+
+Status CallerWrite::forward(void* context, std::span<const uint8_t> bytes) {
+  const auto& caller = *static_cast<const CallerWrite*>(context);
+  const auto size = static_cast<uint32_t>(bytes.size());
+  return caller.write(bytes.data(), size, caller.user_data) == size ? kOk : kWriteError;
+}
+
+Status BufferCompression::start(const BitmapHandle& bitmap, CallerWrite write, uint32_t strip_bytes,
+                                uint32_t buffer_bytes, int32_t output_type, int32_t quality) {
+  const CompressionSetup setup = make_setup(bitmap, output_type, quality);
+  write_ = write;
+  consuming_for_ = nullptr;
+  return compressor_.start(setup, rows_in(strip_bytes, setup), buffer_bytes, CallerWrite::forward,
+                           &write_);
+}
+
+Status BufferCompression::add_strip(const void* strip) {
+  if (consuming_for_ != nullptr) feeder_.forget();
+  return compressor_.add_strip(static_cast<const uint8_t*>(strip));
+}
+
+Status BufferCompression::end() {
+  consuming_for_ = nullptr;
+  feeder_ = StripFeeder();
+  return compressor_.end();
+}
+
+Status BufferCompression::start_consuming(const BitmapHandle& bitmap,
+                                          const T_CompressContext& context, T_CompressWrite write) {
+  CompressionSetup setup = make_setup(bitmap, context.OutputType, context.Quality);
+  setup.bits_per_pixel = setup.is_gray ? 8 : 24;
+  write_ = {write, context.UserData};
+  const auto buffer_bytes = static_cast<uint32_t>(std::max(bitmap.Width, 0)) * 12;
+  TRY(compressor_.start(setup, kStripRows, buffer_bytes, CallerWrite::forward, &write_));
+  const Status status =
+      feeder_.start(bitmap, target(setup), static_cast<uint8_t*>(context.StripBuffer));
+  if (!status.ok()) compressor_.close();
+  return status;
+}
+
+Status BufferCompression::consume(const BitmapHandle& bitmap, const void* rows, int32_t count,
+                                  const T_CompressContext& context, T_CompressWrite write) {
+  if (!compressor_.is_open() || consuming_for_ != &context) {
+    consuming_for_ = nullptr;
+    TRY(start_consuming(bitmap, context, write));
+    consuming_for_ = &context;
+  }
+  return feeder_.add(compressor_, static_cast<const uint8_t*>(rows), bitmap.BytesPerLine,
+                     static_cast<uint32_t>(count));
+}
+
+Status DataCompression::start(int32_t width, int32_t height, int32_t bits_per_pixel,
+                              CallerWrite write, int32_t output_type, int32_t quality) {
+  compressor_.close();
+  if (bits_per_pixel != 8 && bits_per_pixel != 16 && bits_per_pixel != 24 && bits_per_pixel != 32) {
+    return kNotCompressible;
+  }
+  BitmapHandle picture = {};
+  TRY(core::init_bitmap(picture, width, height, bits_per_pixel));
+  CompressionSetup setup = make_setup(picture, output_type, quality);
+  setup.is_gray = bits_per_pixel == 8;
+  setup.is_top_first = true;
+  TRY(check_setup(setup, kStripRows));
+  core::set_flag(picture, T_FLAG_GRAY, setup.is_gray);
+  for (size_t i = 0; i < 256; ++i) picture.Info.Palette[i].Red = static_cast<uint8_t>(i);
+  row_bytes_ = static_cast<size_t>(width) * static_cast<size_t>(bits_per_pixel / 8);
+  write_ = write;
+  TRY(strip_.allocate(kStripRows * strip_row_bytes(setup)));
+  TRY(feeder_.start(picture, target(setup), strip_.data()));
+  return compressor_.start(setup, kStripRows, 0, CallerWrite::forward, &write_);
+}
+
+Status DataCompression::add(const void* rows, int32_t count) {
+  if (rows == nullptr || !compressor_.is_open()) return kNoMemory;
+  if (count < 0) return kBadArgument;
+  return feeder_.add(compressor_, static_cast<const uint8_t*>(rows), row_bytes_,
+                     static_cast<uint32_t>(count));
+}
+
+Status DataCompression::end() {
+  Status status = compressor_.is_open() ? feeder_.finish(compressor_) : kOk;
+  const Status end_status = compressor_.end();
+  if (status.ok()) status = end_status;
+  strip_.release();
+  feeder_ = StripFeeder();
+  return status;
+}
+
+}  // namespace tavo::compress

@@ -1,0 +1,201 @@
+#include "compress/stream_writer.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/endian.h"
+#include "compress/cmp_layout.h"
+#include "compress/jpeg_tables.h"
+
+namespace tavo::compress {
+
+namespace {
+
+constexpr uint8_t kApp0 = 0xE0, kComment = 0xFE, kQuantisers = 0xDB, kHuffmanTables = 0xC4;
+constexpr uint8_t kBaselineFrame = 0xC0, kScan = 0xDA;
+constexpr uint8_t kIndexedStamp = 0x11, kColorStamp = 0x13;  // JFXX extension codes
+constexpr size_t kMaxSegment = 65535;
+
+// Gathers the bytes of one segment; big-endian, as all of JPEG.
+class Segment {
+ public:
+  explicit Segment(uint8_t marker) {
+    put(0xFF);
+    put(marker);
+    put16(0);  // the length, known at the end
+  }
+  void put(uint32_t byte) { bytes_[size_++] = static_cast<uint8_t>(byte); }
+  void put16(uint32_t value) {
+    store_be16(&bytes_[size_], static_cast<uint16_t>(value));
+    size_ += 2;
+  }
+  void put(std::span<const uint8_t> bytes) {
+    std::memcpy(&bytes_[size_], bytes.data(), bytes.size());
+    size_ += bytes.size();
+  }
+  void put_text(const char* text, size_t size) {
+    put({reinterpret_cast<const uint8_t*>(text), size});
+  }
+  // `more` bytes of the segment follow that were not put here.
+  Status write(ByteSink& sink, size_t more = 0) {
+    store_be16(&bytes_[2], static_cast<uint16_t>(size_ - 2 + more));
+    return sink.append(std::span(bytes_).first(size_));
+  }
+
+ private:
+  std::array<uint8_t, 512> bytes_;  // the longest, all Huffman tables, has 420
+  size_t size_ = 0;
+};
+
+Status write_jfif(const StreamDescription& stream, ByteSink& sink) {
+  Segment segment(kApp0);
+  segment.put_text("JFIF", 5);
+  segment.put16(0x0100);  // version
+  segment.put(0);         // no unit: the density is the bitmap's, whatever that counts
+  // CMP files carry the resolution in their trailer.
+  segment.put16(stream.coding.is_cmp ? 0 : static_cast<uint32_t>(stream.x_resolution));
+  segment.put16(stream.coding.is_cmp ? 0 : static_cast<uint32_t>(stream.y_resolution));
+  segment.put16(0);  // no thumbnail here
+  return segment.write(sink);
+}
+
+Status write_stamp_data(const Stamp& stamp, ByteSink& sink) {
+  TRY(sink.append(stamp.palette));
+  return sink.append(stamp.pixels);
+}
+
+Status write_stamp_segment(const Stamp& stamp, ByteSink& sink) {
+  Segment segment(kApp0);
+  segment.put_text("JFXX", 5);
+  segment.put(stamp.bits == 8 ? kIndexedStamp : kColorStamp);
+  segment.put(stamp.width);
+  segment.put(stamp.height);
+  TRY(segment.write(sink, stamp.data_size()));
+  return write_stamp_data(stamp, sink);
+}
+
+Status write_comment(const StreamDescription& stream, ByteSink& sink) {
+  Segment segment(kComment);
+  segment.put_text(stream.is_top_first ? cmp::kTopFirstComment : cmp::kBottomFirstComment,
+                   cmp::kCommentSize);
+  return segment.write(sink);
+}
+
+// Grey pictures have one table; equal tables are written once.
+bool has_second_table(const StreamDescription& stream) {
+  return !stream.coding.is_gray && stream.luminance != stream.chrominance;
+}
+
+Status write_quantisers(const StreamDescription& stream, ByteSink& sink) {
+  Segment segment(kQuantisers);
+  segment.put(0);
+  segment.put(stream.luminance);
+  if (has_second_table(stream)) {
+    segment.put(1);
+    segment.put(stream.chrominance);
+  }
+  return segment.write(sink);
+}
+
+Status write_huffman_tables(const StreamDescription& stream, ByteSink& sink) {
+  Segment segment(kHuffmanTables);
+  const size_t tables = stream.coding.is_gray ? 1 : 2;
+  for (const auto* specs : {&jpeg::kStandardDc, &jpeg::kStandardAc}) {
+    const uint32_t table_class = specs == &jpeg::kStandardAc ? 0x10 : 0;
+    for (size_t i = 0; i < tables; ++i) {
+      segment.put(table_class | static_cast<uint32_t>(i));
+      segment.put((*specs)[i].counts);
+      segment.put((*specs)[i].symbols);
+    }
+  }
+  return segment.write(sink);
+}
+
+Status write_frame(const StreamDescription& stream, ByteSink& sink) {
+  const uint32_t components = stream.coding.is_gray ? 1 : 3;
+  Segment segment(kBaselineFrame);
+  segment.put(8);  // bits of a sample
+  segment.put16(stream.coded_rows);
+  segment.put16(stream.width);
+  segment.put(components);
+  for (uint32_t i = 0; i < components; ++i) {
+    segment.put(i + 1);
+    segment.put(i == 0 ? stream.coding.horizontal << 4 | stream.coding.vertical : 0x11u);
+    segment.put(i != 0 && has_second_table(stream) ? 1u : 0u);
+  }
+  return segment.write(sink);
+}
+
+Status write_scan_header(const StreamDescription& stream, ByteSink& sink) {
+  const uint32_t components = stream.coding.is_gray ? 1 : 3;
+  Segment segment(kScan);
+  segment.put(components);
+  for (uint32_t i = 0; i < components; ++i) {
+    segment.put(i + 1);
+    segment.put(i == 0 ? 0x00u : 0x11u);  // DC table, AC table
+  }
+  segment.put(0);   // first coefficient
+  segment.put(63);  // last
+  segment.put(0);   // no successive approximation
+  return segment.write(sink);
+}
+
+uint8_t cmp_flags(const Coding& coding) {
+  if (coding.is_gray) return cmp::kGray | cmp::kFull;
+  uint8_t flags = coding.is_half_height ? cmp::kHalfHeight : uint8_t{0};
+  if (coding.horizontal == 1) flags |= cmp::kFull;
+  if (coding.vertical == 2) flags |= cmp::kQuarter;
+  return flags;
+}
+
+}  // namespace
+
+bool fits_segment(const Stamp& stamp) { return stamp.data_size() + 10 <= kMaxSegment; }
+
+Status write_cmp_header(const StreamDescription& stream, ByteSink& sink) {
+  std::array<uint8_t, cmp::kHeaderSize> header = {};
+  std::ranges::copy(cmp::kMagic, header.begin());
+  header[cmp::kStampOffset] = stream.stamp != nullptr ? cmp::kHasStamp : uint8_t{0};
+  header[cmp::kFlagsOffset] = cmp_flags(stream.coding);
+  store_le16(&header[cmp::kWidthOffset], static_cast<uint16_t>(stream.width));
+  store_le16(&header[cmp::kHeightOffset], static_cast<uint16_t>(stream.coded_rows));
+  header[cmp::kDepthOffset] = stream.coding.is_gray ? 8 : 24;
+  header[cmp::kOrderOffset] = stream.is_top_first ? cmp::kTopFirst : uint8_t{0};
+  store_le16(&header[cmp::kQualityOffset], static_cast<uint16_t>(stream.coding.value));
+  TRY(sink.append(header));
+  if (stream.stamp == nullptr) return kOk;
+  const Stamp& stamp = *stream.stamp;
+  const uint8_t stamp_header[] = {static_cast<uint8_t>(stamp.width),
+                                  static_cast<uint8_t>(stamp.height),
+                                  static_cast<uint8_t>(stamp.bits)};
+  TRY(sink.append(stamp_header));
+  return write_stamp_data(stamp, sink);
+}
+
+Status write_stream_header(const StreamDescription& stream, ByteSink& sink) {
+  constexpr uint8_t kStart[] = {0xFF, 0xD8};
+  TRY(sink.append(kStart));
+  TRY(write_jfif(stream, sink));
+  if (stream.stamp != nullptr) TRY(write_stamp_segment(*stream.stamp, sink));
+  TRY(write_comment(stream, sink));
+  TRY(write_quantisers(stream, sink));
+  TRY(write_huffman_tables(stream, sink));
+  TRY(write_frame(stream, sink));
+  return write_scan_header(stream, sink);
+}
+
+Status write_stream_end(ByteSink& sink) {
+  constexpr uint8_t kEnd[] = {0xFF, 0xD9};
+  return sink.append(kEnd);
+}
+
+std::array<uint8_t, 12> cmp_trailer(const StreamDescription& stream) {
+  static_assert(cmp::kTrailerSize == 12);
+  std::array<uint8_t, cmp::kTrailerSize> trailer = {};
+  std::ranges::copy(cmp::kMagic, trailer.begin());
+  store_le16(&trailer[4], static_cast<uint16_t>(stream.x_resolution));
+  store_le16(&trailer[6], static_cast<uint16_t>(stream.y_resolution));
+  return trailer;
+}
+
+}  // namespace tavo::compress

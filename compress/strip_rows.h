@@ -1,0 +1,43 @@
+// Rows of any bitmap as the compressor takes them: 8-bit grey or blue, green, red.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "base/buffer.h"
+#include "base/status.h"
+#include "color/convert.h"
+#include "tavo45.h"
+
+namespace tavo::compress {
+
+class StripRows {
+ public:
+  enum class Target {
+    kGray,
+    kColor,
+    kColorAsStored,  // like kColor, but 24-bit pixels stay as they are, whatever their order
+  };
+
+  // `picture` describes the rows: width, depth, order, palette, grey mark. An 8-bit row with the
+  // grey mark becomes grey by the red parts of its palette. kNoMemory, kBadArgument (a depth that
+  // no bitmap has).
+  Status start(const BitmapHandle& picture, Target target);
+
+  // One row; `out` gets width bytes (grey) or three times as many.
+  Status convert(const uint8_t* row, uint8_t* out);
+
+ private:
+  enum class Method { kCopy, kLevels, kConvert };
+
+  int32_t width_ = 0;
+  int32_t bits_ = 0;
+  size_t out_bytes_ = 0;
+  size_t row_bytes_ = 0;
+  Method method_ = Method::kConvert;
+  std::array<uint8_t, 256> levels_ = {};
+  color::RowConverter converter_;
+  Buffer work_;  // a row while it is converted
+};
+
+}  // namespace tavo::compress

@@ -1,0 +1,80 @@
+// Compression: strips, rows, bitmaps and files to CMP files and JPEG streams.
+#include "compress/bitmap_compressor.h"
+#include "compress/coding.h"
+#include "exports/shared.h"
+#include "io/file_table.h"
+#include "pipeline/format_write.h"
+#include "tavo45.h"
+
+using namespace tavo;
+
+int32_t T_CALL T_StartCompressBuffer(const BitmapHandle* bitmap, T_CompressWrite write,
+                                     uint32_t inputStripBytes, uint32_t outputBufferBytes, void*,
+                                     int32_t outputType, int32_t quality, void* userData) {
+  if (bitmap == nullptr || write == nullptr) return T_ERR_ARGUMENT;
+  return exports::shared.buffer_compression
+      .start(*bitmap, {write, userData}, inputStripBytes, outputBufferBytes, outputType, quality)
+      .code();
+}
+
+int32_t T_CALL T_CompressBuffer(const void* strip) {
+  return exports::shared.buffer_compression.add_strip(strip).code();
+}
+
+int32_t T_CALL T_EndCompressBuffer(void) { return exports::shared.buffer_compression.end().code(); }
+
+int32_t T_CALL CompressCallBack(BitmapHandle* bitmap, const void* rows, int32_t rowCount,
+                                void* context) {
+  if (bitmap == nullptr || rows == nullptr || context == nullptr || rowCount < 0) {
+    return T_ERR_ARGUMENT;
+  }
+  const auto& compression = *static_cast<const T_CompressContext*>(context);
+  if (compression.StripBuffer == nullptr) return T_ERR_NO_MEMORY;
+  return exports::shared.buffer_compression
+      .consume(*bitmap, rows, rowCount, compression, FileWriteBuffer)
+      .code();
+}
+
+uint32_t T_CALL FileWriteBuffer(const void* bytes, uint32_t size, void* userData) {
+  const auto file = static_cast<int32_t>(reinterpret_cast<intptr_t>(userData));
+  return io::write_all(file, bytes, size);
+}
+
+int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
+                               void* context) {
+  if (source == nullptr || rows == nullptr || context == nullptr) return T_ERR_ARGUMENT;
+  auto& target = *static_cast<T_FormatWriteContext*>(context);
+  return pipeline::format_write(*source, rows, rowCount, target, false).code();
+}
+
+int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
+                                  void* context) {
+  if (source == nullptr || rows == nullptr || context == nullptr) return T_ERR_ARGUMENT;
+  auto& target = *static_cast<T_FormatWriteContext*>(context);
+  return pipeline::format_write(*source, rows, rowCount, target, true).code();
+}
+
+int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t outputType,
+                                int32_t quality, uint32_t) {
+  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  return compress::compress_bitmap(*bitmap, name, outputType, quality, nullptr).code();
+}
+
+int32_t T_CALL T_LoadCustomQTable(const uint32_t* table) {
+  return compress::load_custom_table(table).code();
+}
+
+int32_t T_CALL T_StartCompressData(int32_t width, int32_t height, int32_t bitsPerPixel,
+                                   T_CompressWrite write, int32_t outputType, int32_t quality,
+                                   void* userData) {
+  if (write == nullptr) return T_ERR_ARGUMENT;
+  return exports::shared.data_compression
+      .start(width, height, bitsPerPixel, {write, userData}, outputType, quality)
+      .code();
+}
+
+int32_t T_CALL T_CompressData(const void* rows, int32_t rowCount) {
+  return exports::shared.data_compression.add(rows, rowCount).code();
+}
+
+int32_t T_CALL T_EndCompressData(void) { return exports::shared.data_compression.end().code(); }
