@@ -6,8 +6,12 @@
 // source. Times are processor time; compare within one run.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "color/nearest.h"
@@ -23,7 +27,17 @@
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+// Aligned as OpenCV aligns its own pictures, so that all have the same.
+template <class T>
+struct LineAligned {
+  using value_type = T;
+  T* allocate(size_t count) {
+    return static_cast<T*>(::operator new(count * sizeof(T), std::align_val_t(64)));
+  }
+  void deallocate(T* memory, size_t) { ::operator delete(memory, std::align_val_t(64)); }
+  bool operator==(const LineAligned&) const = default;
+};
+using Bytes = std::vector<uint8_t, LineAligned<uint8_t>>;
 
 constexpr int kWidth = 4096;
 constexpr int kHeight = 3072;
@@ -74,7 +88,7 @@ Bytes photographic_rows(int count) {
       cv::Mat part;
       cv::resize(photo, part, {kWidth, kHeight}, 0, 0, cv::INTER_NEAREST);
       const int first = kHeight / 2 - count / 2;
-      return {part.ptr(first), part.ptr(first) + size_t{3} * kWidth * count};
+      return Bytes(part.ptr(first), part.ptr(first) + size_t{3} * kWidth * count);
     }
   }
 #endif
