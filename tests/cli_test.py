@@ -156,6 +156,13 @@ class Conversions(CliTest):
         self.assertEqual(parse_bmp(Path("back.bmp").read_bytes())[2],
                          [[color(x, y, 4) for x in range(WIDTH)] for y in range(HEIGHT)])
 
+    def test_sun_raster_states_its_true_length(self):
+        self.succeeds("convert", self.make(24), "out.ras")
+        data = Path("out.ras").read_bytes()
+        magic, width, height, depth, length, _, _, map_length = struct.unpack_from(">8I", data)
+        self.assertEqual((magic, width, height, depth), (0x59A66A95, WIDTH, HEIGHT, 24))
+        self.assertEqual(length, len(data) - 32 - map_length)
+
     def test_format_option_wins_over_the_extension(self):
         name = self.make(8)
         for value in ("bmp", "BMP", "6"):

@@ -1,7 +1,10 @@
 // tavo formats: what can be read and written.
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -32,14 +35,24 @@ void print_json() {
   std::printf("%s\n", rows.dump(2).c_str());
 }
 
+using Line = std::array<std::string, 7>;
+
 void print_table() {
-  constexpr const char* kLine = "%3s  %-14s %-5s %-6s %-19s %-12s %s\n";
-  std::printf(kLine, "ID", "NAME", "READ", "WRITE", "DEPTHS WRITTEN", "EXTENSIONS", "DESCRIPTION");
+  std::vector<Line> lines = {
+      {"ID", "NAME", "READ", "WRITE", "DEPTHS WRITTEN", "EXTENSIONS", "DESCRIPTION"}};
   for (const T_Format& format : all_formats()) {
-    const std::string depths = write_depths_text(format);
-    std::printf(kLine, std::to_string(format.Id).c_str(), format.Name,
-                format.CanRead != 0 ? "yes" : "-", format.CanWrite != 0 ? "yes" : "-",
-                depths.empty() ? "-" : depths.c_str(), format.Extensions, format.Description);
+    const bool can_write = format.CanWrite != 0;
+    lines.push_back({std::to_string(format.Id), format.Name, format.CanRead != 0 ? "yes" : "-",
+                     can_write ? "yes" : "-", can_write ? write_depths_text(format) : "-",
+                     format.Extensions, format.Description});
+  }
+  std::array<size_t, 7> widths{};
+  for (const Line& line : lines)
+    for (size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
+  for (const Line& line : lines) {
+    for (size_t i = 0; i + 1 < line.size(); ++i)
+      std::printf("%-*s  ", static_cast<int>(widths[i]), line[i].c_str());
+    std::printf("%s\n", line.back().c_str());
   }
 }
 

@@ -18,8 +18,15 @@ int report_usage(const CLI::App& app, const std::string& what) {
   return kExitUsage;
 }
 
+// The library leaves some habits of other programs to a setting; people expect them.
+void follow_other_programs() {
+  T_SetGIFDepth(1);    // an image's own color table decides when it has one
+  T_SetRASVariant(1);  // run counts, polarity and the length field as everybody writes them
+}
+
 int run(const Action& action) {
   try {
+    follow_other_programs();
     const int status = action();
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
       throw Failure{"standard output", T_GetStatusText(T_ERR_WRITE), T_ERR_WRITE};
