@@ -290,13 +290,31 @@ void store_length(uint8_t* field, const BitmapHandle& bitmap, int32_t depth, uin
   field[3] = static_cast<uint8_t>(length);
 }
 
+// Black and white pictures need no map where other programs' meaning of the bits holds, and few of
+// them look at one: 1 is black then.
+bool is_ink_on_paper(const BitmapHandle& bitmap, int32_t depth) {
+  const T_PaletteEntry* palette = bitmap.Info.Palette;
+  const auto level = [&](int i) { return palette[i].Red + palette[i].Green + palette[i].Blue; };
+  return depth == 1 && as_others_do() && std::min(level(0), level(1)) == 0 &&
+         std::max(level(0), level(1)) == 3 * 255;
+}
+
+// The bitmap's colours, as far as the depth goes; without a map none.
+uint32_t map_colors(const BitmapHandle& bitmap, int32_t depth) {
+  if (depth > 8 || is_ink_on_paper(bitmap, depth)) return 0;
+  const uint32_t most = 1u << depth;
+  return bitmap.Colors == 0 ? most : std::min<uint32_t>(bitmap.Colors, most);
+}
+
+// Makes black 1; the unused bits of the last byte become 0.
+void turn_to_ink(std::span<uint8_t> row, int32_t width) {
+  for (uint8_t& byte : row) byte = static_cast<uint8_t>(~byte);
+  core::clear_padding(row, width, 1);
+}
+
 Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
                      uint64_t row_bytes) {
-  uint32_t colors = 0;
-  if (depth <= 8) {
-    const uint32_t most = 1u << depth;
-    colors = bitmap.Colors == 0 ? most : std::min<uint32_t>(bitmap.Colors, most);
-  }
+  const uint32_t colors = map_colors(bitmap, depth);
   std::array<uint8_t, kHeaderSize> head = {};
   store_be32(&head[0], kMagic);
   store_be32(&head[4], static_cast<uint32_t>(bitmap.Width));
@@ -330,9 +348,11 @@ Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& requ
   TRY(file.create(name));
   const auto row_bytes = static_cast<size_t>(file_row_bytes(bitmap->Width, depth));
   TRY(write_headers(file, *bitmap, depth, row_bytes));
+  const bool inverts = is_ink_on_paper(*bitmap, depth) && bitmap->Info.Palette[0].Red == 0;
   for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap->Height); ++y) {
     std::span<uint8_t> row;
     TRY(rows.picture(y, row));
+    if (inverts) turn_to_ink(row, bitmap->Width);
     if (has_spare_in_front(depth)) move_spare_front(row);
     TRY(file.write(row.first(row_bytes)));
   }

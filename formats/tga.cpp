@@ -31,8 +31,9 @@ constexpr uint8_t kAttributeBits = 0x0F;
 size_t map_entry_bytes(const Header& header) { return (header.map_entry_bits + 7u) / 8; }
 size_t pixel_bytes(const Header& header) { return (header.pixel_bits + 7u) / 8; }
 
+// 8 bits are grey levels: no standard has them, other programs write them.
 bool is_map_entry_size(uint8_t bits) {
-  return bits == 15 || bits == 16 || bits == 24 || bits == 32;
+  return bits == 8 || bits == 15 || bits == 16 || bits == 24 || bits == 32;
 }
 
 // The kind that an image type stands for, when the rest of the header goes with it.
@@ -96,7 +97,9 @@ Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture&
   TRY(bytes.read(map.bytes()));
   const uint8_t* entry = map.data();
   for (uint32_t i = header.map_first; i < picture.colors; ++i, entry += entry_bytes) {
-    if (entry_bytes == 2) {
+    if (entry_bytes == 1) {
+      picture.palette[i] = {entry[0], entry[0], entry[0], 0};
+    } else if (entry_bytes == 2) {
       const uint32_t word = load_le16(entry);
       picture.palette[i] = {five_bits_to_eight(word), five_bits_to_eight(word >> 5),
                             five_bits_to_eight(word >> 10), 0};

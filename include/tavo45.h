@@ -777,8 +777,8 @@ T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap,
                                       int32_t bitsPerPixel);
 
 /* TGA: colour-mapped (8 bits), true-colour (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
- * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits with any first
- * index; origin at the top or the bottom, while the bit for right to left is ignored. XOrigin and
+ * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits (8: grey levels)
+ * with any first index; origin at the top or the bottom, while the bit for right to left is ignored. XOrigin and
  * YOrigin get the file's. The format has no signature: a file is taken for TGA when all fields of
  * its header go together. T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the
  * rows that are there are delivered. Saves write plain files of 8 (with the bitmap's 256 colours),
@@ -805,7 +805,7 @@ T_API int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int
  * makes n copies, 1-bit pictures without a map have 0 as black, the spare byte of 32-bit pixels is
  * the last, and of the length field of written files only the low byte is the length's (the
  * others are 0 or 1; all are 0 below 8 bits). 1: as other programs have it: n + 1 copies, 1 as
- * black, the spare byte first, the true length. T_OK or T_ERR_ARGUMENT. */
+ * black, the spare byte first, the true length, no map for saved black and white pictures. T_OK or T_ERR_ARGUMENT. */
 T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
 
 #ifdef __cplusplus

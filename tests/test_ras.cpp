@@ -86,6 +86,25 @@ TEST(Ras, WritesExactlyThis) {
   EXPECT_EQ(Bytes(file.begin() + 16, file.begin() + 20), be32(60000));
 }
 
+TEST(Ras, BlackAndWhiteNeedNoMapForOtherPrograms) {
+  const Variant others(1);
+  for (const uint8_t first : {0, 255}) {
+    Disk disk;
+    Bitmap picture;
+    make_picture(picture, 9, 3, 1);
+    const auto second = static_cast<uint8_t>(255 - first);
+    picture->Info.Palette[0] = {first, first, first, 0};
+    picture->Info.Palette[1] = {second, second, second, 0};
+    ASSERT_EQ(T_SaveRASBitmap("a", picture.get(), 1), T_OK);
+    const Bytes& file = disk.files["a"];
+    EXPECT_EQ(file.size(), 32 + 3 * 2u);
+    EXPECT_EQ(Bytes(file.begin() + 24, file.begin() + 32), Bytes(8, 0));
+    Bitmap back;
+    ASSERT_EQ(T_LoadRASBitmap("a", back.get()), T_OK);
+    EXPECT_EQ(rgb(back.get()), rgb(picture.get()));
+  }
+}
+
 TEST(Ras, RunsCountAsTheVariantSays) {
   RasFile ras{.width = 5, .height = 2, .depth = 8, .type = 2};
   ras.data = {0x80, 0, 7, 0x80, 3, 0x41, 9, 0x80, 5, 0x42};  // rows of 6 bytes

@@ -63,9 +63,8 @@ TEST(Tga, ColourMapsOfEveryEntrySizeBeginAtTheirFirstIndex) {
     Bytes entry;
     T_PaletteEntry want;
   } cases[] = {
-      {15, {0x1F, 0x7C}, {255, 0, 255, 0}},
-      {16, {0xE0, 0x83}, {0, 255, 0, 0}},
-      {24, {1, 2, 3}, {1, 2, 3, 0}},
+      {8, {99}, {99, 99, 99, 0}},         {15, {0x1F, 0x7C}, {255, 0, 255, 0}},
+      {16, {0xE0, 0x83}, {0, 255, 0, 0}}, {24, {1, 2, 3}, {1, 2, 3, 0}},
       {32, {1, 2, 3, 4}, {1, 2, 3, 0}},
   };
   for (const auto& c : cases) {
@@ -205,7 +204,7 @@ TEST(Tga, HeadersThatDoNotGoTogetherAreNoTga) {
     int32_t want;
   } changes[] = {
       {"colour-map type", 1, 2, T_ERR_BAD_DATA},  {"a map without its mark", 1, 0, T_ERR_BAD_DATA},
-      {"no map", 5, 0, T_ERR_BAD_DATA},           {"entry size", 7, 8, T_ERR_BAD_DATA},
+      {"no map", 5, 0, T_ERR_BAD_DATA},           {"entry size", 7, 12, T_ERR_BAD_DATA},
       {"no width", 12, 0, T_ERR_BAD_DATA},        {"no height", 14, 0, T_ERR_BAD_DATA},
       {"mapped words", 16, 16, T_ERR_BAD_DATA},   {"7 bits", 16, 7, T_ERR_BAD_DATA},
       {"interleaving", 17, 0x40, T_ERR_BAD_DATA}, {"attribute bits", 17, 9, T_ERR_BAD_DATA},

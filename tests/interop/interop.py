@@ -1,0 +1,285 @@
+"""Exchanges pictures with other programs, through the command line.
+
+usage: interop.py TAVO [FORMAT...]
+
+What tavo writes, other programs must read to the same pixels, and the other way round. Each program
+is asked when it is installed; the last line is "N passed, N failed".
+Environment: TAVO_CORPUS, a folder of sample files with reference decodes.
+"""
+
+import csv
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+CONVERT = '/usr/bin/convert'  # ImageMagick's; another program may be first in the path
+passed = failed = 0
+tavo = ''
+folder = pathlib.Path()
+
+
+def run(*command, stdin=None):
+    """The standard output of a program, None when it fails."""
+    done = subprocess.run([str(c) for c in command], input=stdin, capture_output=True, timeout=120)
+    return done.stdout if done.returncode == 0 else None
+
+
+def installed(program):
+    return shutil.which(str(program)) is not None
+
+
+def rgb(pnm):
+    """(width, height, triples) of a PBM, PGM or PPM file with 8 bits per sample."""
+    if not pnm or pnm[:2] not in (b'P4', b'P5', b'P6'):
+        return None
+    fields, at = [], 2
+    while len(fields) < (2 if pnm[:2] == b'P4' else 3):
+        while pnm[at:at + 1].isspace():
+            at += 1
+        if pnm[at:at + 1] == b'#':
+            at = pnm.index(b'\n', at)
+            continue
+        end = at
+        while not pnm[end:end + 1].isspace():
+            end += 1
+        fields.append(int(pnm[at:end]))
+        at = end
+    data = pnm[at + 1:]
+    width, height = fields[:2]
+    if pnm[:2] == b'P6':
+        return width, height, data[:3 * width * height]
+    if pnm[:2] == b'P5':
+        top = fields[2]
+        levels = data[:width * height] if top == 255 else bytes(v * 255 // top for v in data)
+        return width, height, bytes(v for level in levels for v in (level, level, level))
+    line, out = (width + 7) // 8, bytearray()
+    for y in range(height):
+        for x in range(width):
+            bit = data[y * line + x // 8] >> (7 - x % 8) & 1
+            out += (b'\0\0\0' if bit else b'\xff\xff\xff')
+    return width, height, bytes(out)
+
+
+def bmp_rgb(path):
+    """The same of a BMP file of 24 bits, as tavo writes it."""
+    data = pathlib.Path(path).read_bytes()
+    at = int.from_bytes(data[10:14], 'little')
+    width = int.from_bytes(data[18:22], 'little')
+    height = int.from_bytes(data[22:26], 'little')
+    line, rows = (3 * width + 3) // 4 * 4, []
+    for y in reversed(range(height)):
+        row = data[at + y * line:at + y * line + 3 * width]
+        out = bytearray(3 * width)
+        out[0::3], out[1::3], out[2::3] = row[2::3], row[1::3], row[0::3]
+        rows.append(bytes(out))
+    return width, height, b''.join(rows)
+
+
+def seen_by_tavo(path):
+    out = folder / 'seen.bmp'
+    if run(tavo, 'convert', path, out, '--bits', '24') is None:
+        return None
+    return bmp_rgb(out)
+
+
+def check(what, got, want):
+    global passed, failed
+    if got is not None and got == want:
+        passed += 1
+        return
+    failed += 1
+    reason = 'cannot be read' if got is None else 'differs'
+    print(f'{what}: {reason}')
+
+
+def write(name, content):
+    path = folder / name
+    path.write_bytes(content)
+    return path
+
+
+# ---- Pictures: photographic, of few colours, grey, bilevel; odd widths ----
+
+def pictures():
+    width, height = 61, 43
+    photo = bytes(v for y in range(height) for x in range(width) for v in
+                  ((x * 4) & 255, (y * 5 + x * x // 16) & 255, (x * y + 7 * (x ^ y)) & 255))
+    ppm = b'P6\n%d %d\n255\n' % (width, height) + photo
+    few = b'P6\n%d %d\n255\n' % (width, height) + bytes(
+        v for y in range(height) for x in range(width) for v in
+        ((x // 9 % 4) * 80, (y // 7 % 3) * 100, ((x + y) // 11 % 2) * 200))
+    gray = b'P5\n%d %d\n255\n' % (width, height) + photo[1::3]
+    bits = b'P4\n%d %d\n' % (width, height) + bytes(
+        (x * 37 + y * 91) & (0xF8 if x == 7 else 0xFF) for y in range(height) for x in range(8))
+    return {'photo': ppm, 'few': few, 'gray': gray, 'bits': bits}
+
+
+# ---- What each program reads and writes ----
+
+def pillow(path):
+    code = ('import sys\nfrom PIL import Image\nim = Image.open(sys.argv[1]).convert("RGB")\n'
+            'sys.stdout.buffer.write(b"P6\\n%d %d\\n255\\n" % im.size + im.tobytes())')
+    return run('/usr/bin/python3', '-c', code, path)
+
+
+def has_pillow():
+    return run('/usr/bin/python3', '-c', 'import PIL') is not None
+
+
+def readers(extension):
+    """Named functions from a file to PNM; only of programs that are installed."""
+    netpbm = {'gif': 'giftopnm', 'tga': 'tgatoppm', 'ras': 'rasttopnm'}[extension]
+    imagemagick = {'gif': 'gif', 'tga': 'tga', 'ras': 'sun'}[extension]
+    found = {}
+    if installed(netpbm):
+        found[netpbm] = lambda path: run(netpbm, path)
+    if installed(CONVERT):
+        found['ImageMagick'] = lambda path: run(CONVERT, f'{imagemagick}:{path}[0]', '-depth', '8',
+                                                'ppm:-')
+    if has_pillow():
+        found['Pillow'] = pillow
+    if extension == 'gif' and installed('gif2rgb'):
+        found['gif2rgb'] = gif2rgb
+    return found
+
+
+def gif2rgb(path):
+    pixels = run('gif2rgb', '-1', '-o', folder / 'gif2rgb.out', path)
+    if pixels is None:
+        return None
+    raw = pathlib.Path(path).read_bytes()
+    width, height = (int.from_bytes(raw[at:at + 2], 'little') for at in (6, 8))
+    return b'P6\n%d %d\n255\n' % (width, height) + (folder / 'gif2rgb.out').read_bytes()
+
+
+def writers(extension, kind, pnm, path):
+    """(name, file) of what other programs make of a picture."""
+    made = []
+
+    def add(name, content):
+        if content:
+            made.append((name, write(f'{kind}-{len(made)}.{extension}', content)))
+
+    if extension == 'gif' and kind != 'photo' and installed('pamtogif'):
+        add('pamtogif', run('pamtogif', path))
+        add('pamtogif -interlace', run('pamtogif', '-interlace', path))
+        if installed('gifsicle') and made:
+            add('gifsicle', run('gifsicle', '--interlace', '--careful', made[0][1]))
+            add('gifsicle, animated', run('gifsicle', '--delay', '9', made[0][1], made[1][1]))
+    if extension == 'tga' and installed('pamtotga'):
+        for options in (['-rgb'], ['-rgb', '-norle'], ['-cmap'], ['-cmap', '-norle']):
+            if kind != 'photo' or '-cmap' not in options:
+                add('pamtotga ' + ' '.join(options), run('pamtotga', *options, path))
+        if kind == 'gray':
+            add('pamtotga -mono', run('pamtotga', '-mono', path))
+    # pnmtorast loses the last bits of rows that do not end with a byte.
+    if extension == 'ras' and kind != 'bits' and installed('pnmtorast'):
+        add('pnmtorast -standard', run('pnmtorast', '-standard', path))
+        add('pnmtorast -rle', run('pnmtorast', '-rle', path))
+    # ImageMagick reduces grey to fewer levels for GIF.
+    if installed(CONVERT) and (extension != 'gif' or kind in ('few', 'bits')):
+        name = 'sun' if extension == 'ras' else extension
+        add('ImageMagick', run(CONVERT, path, f'{name}:-'))
+        if extension == 'tga':
+            add('ImageMagick, runs', run(CONVERT, path, '-compress', 'RLE', 'tga:-'))
+    return made
+
+
+DEPTHS = {'gif': [8], 'tga': [8, 24, 32], 'ras': [1, 8, 24, 32]}
+OWN_DEPTH = {'photo': 24, 'few': 24, 'gray': 8, 'bits': 1}
+
+# What other programs cannot do: Pillow knows no 32-bit Sun files.
+FOREIGN_FAULTS = {('Pillow', 'ras', 32)}
+
+
+def exchange(extension):
+    for kind, pnm in pictures().items():
+        path = write(f'{kind}.pnm', pnm)
+        want = rgb(pnm)
+        for name, file in writers(extension, kind, pnm, path):
+            upright = flip(want) if is_flipped(name, extension) else want
+            check(f'{extension}: {kind} from {name}', seen_by_tavo(file), upright)
+        # tavo reads no PNM: the picture comes as BMP, which the tests prove elsewhere.
+        source = folder / f'{kind}.bmp'
+        if not installed('ppmtobmp') or run_to(source, 'ppmtobmp', f'-bpp={OWN_DEPTH[kind]}', path):
+            continue
+        for depth in DEPTHS[extension]:
+            if depth < OWN_DEPTH[kind]:
+                continue
+            out = folder / f'ours.{extension}'
+            if run(tavo, 'convert', source, out, '--bits', str(depth)) is None:
+                check(f'{extension}: tavo writes {kind} at {depth} bits', None, want)
+                continue
+            for name, read in readers(extension).items():
+                if (name, extension, depth) not in FOREIGN_FAULTS:
+                    upright = flip(want) if is_flipped(name, extension) else want
+                    check(f'{extension}: {kind} at {depth} bits by {name}', rgb(read(out)), upright)
+
+
+def is_flipped(name, extension):
+    """ImageMagick 6 reads and writes TGA files as if the origin were always at the top."""
+    return name.startswith('ImageMagick') and extension == 'tga'
+
+
+def flip(picture):
+    width, height, pixels = picture
+    return width, height, b''.join(pixels[3 * width * y:3 * width * (y + 1)]
+                                   for y in reversed(range(height)))
+
+
+def run_to(path, *command):
+    """Writes a program's output to a file; True when it failed."""
+    content = run(*command)
+    if content is None:
+        return True
+    pathlib.Path(path).write_bytes(content)
+    return False
+
+
+# ---- Sample files ----
+
+# Minimum code size 0 is no GIF; one without any table may have any colours; the right-to-left bit
+# of TGA is ignored.
+EXCEPTIONS = {'gif/metaex-ce774930ac70449f38a18789c70095b8.gif', 'gif/pillow-no_palette.gif',
+              'tga/imgrs-bottom_right.tga',
+              'tga/serenity-square-bottom-right.tga'}
+
+
+def is_close(got, want):
+    """Equal, but for programs' different ways of widening 5 bits to 8."""
+    return got and want and got[:2] == want[:2] and len(got[2]) == len(want[2]) and all(
+        abs(a - b) <= 1 for a, b in zip(got[2], want[2]))
+
+
+def samples(extension):
+    corpus = os.environ.get('TAVO_CORPUS')
+    if not corpus or not has_pillow():
+        return
+    name = {'ras': 'sun'}.get(extension, extension)
+    with open(pathlib.Path(corpus) / 'MANIFEST.tsv', newline='', encoding='utf-8') as manifest:
+        for row in csv.DictReader(manifest, delimiter='\t', quoting=csv.QUOTE_NONE):
+            if row['format'] != name or row['expected'] != 'decodes' or row['path'] in EXCEPTIONS:
+                continue
+            got = seen_by_tavo(pathlib.Path(corpus) / row['path'])
+            want = rgb(pillow(pathlib.Path(corpus) / row['reference']))
+            same = is_close(got, want) if row['bpp'] == '16' else got == want
+            check(row['path'], got if not same else want, want)
+
+
+def main():
+    global tavo, folder
+    tavo = os.path.abspath(sys.argv[1])
+    with tempfile.TemporaryDirectory() as temporary:
+        folder = pathlib.Path(temporary)
+        for extension in sys.argv[2:] or ['gif', 'tga', 'ras']:
+            exchange(extension)
+            samples(extension)
+    print(f'{passed} passed, {failed} failed')
+    return 1 if failed or not passed else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())
