@@ -710,6 +710,40 @@ T_API int32_t T_CALL T_StartCompressData(int32_t width, int32_t height, int32_t 
 T_API int32_t T_CALL T_CompressData(const void* rows, int32_t rowCount);
 /* As T_EndCompressBuffer. */
 T_API int32_t T_CALL T_EndCompressData(void);
+/* ---- Resampling ---------------------------------------------------------------------------- */
+
+/* Nearest neighbour: whole pixels and rows are repeated and dropped, no colours are mixed. */
+
+/* A resampling in progress. */
+typedef struct T_ResizeBlock T_ResizeBlock;
+
+/* Sets up the resampling of rows from the old size to the new one (pixels, rows); `resize`
+ * receives the block, which T_StopResize frees. T_OK, T_ERR_ARGUMENT (a size below 1, resize
+ * null), T_ERR_NO_MEMORY. */
+T_API int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWidth,
+                                   int32_t newHeight, T_ResizeBlock** resize);
+/* Resamples one source row in place.
+ * row           holds the larger of the old and new widths
+ * rowNumber     number of the source row; only its low 8 bits count
+ * bitsPerPixel  1, 4, 8, 16, 24 or 32
+ * outWidth      gets the new width
+ * outRows       gets how often the result is to be emitted; 0: the row is dropped, and the buffer
+ *               is as it was
+ * Positions that no source pixel reaches keep what the buffer held: at the left end of an enlarged
+ * row, the first source pixels. T_OK or T_ERR_ARGUMENT (depth, null). */
+T_API int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel,
+                              int32_t* outWidth, int32_t* outRows, T_ResizeBlock* resize);
+/* Frees the block; null is allowed. T_OK. */
+T_API int32_t T_CALL T_StopResize(T_ResizeBlock* resize);
+
+/* Gives a bitmap another size. Palette, order, perspective, resolution, Colors, DitherMethod and
+ * the attribute flags stay. On failure the bitmap is as it was. T_OK, T_ERR_ARGUMENT (a size below
+ * 1), T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE, row statuses, the status callback's answer. */
+T_API int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height);
+/* Resamples all rows of `source` into `destination`, allocated with the wanted size and the same
+ * depth. Result rows that no source row reaches become zero. T_OK, T_ERR_ARGUMENT (depths differ,
+ * empty bitmap), T_ERR_NO_MEMORY, row statuses, the status callback's answer. */
+T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination);
 
 /* ---- Formats ------------------------------------------------------------------------------ */
 

@@ -1,0 +1,53 @@
+// Resampling.
+#include "process/resize.h"
+
+#include <new>
+
+#include "platform/platform.h"
+#include "tavo45.h"
+
+using tavo::process::Resizer;
+
+struct T_ResizeBlock {
+  Resizer resizer;
+};
+
+int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWidth,
+                             int32_t newHeight, T_ResizeBlock** resize) {
+  if (resize == nullptr) return T_ERR_ARGUMENT;
+  *resize = nullptr;
+  Resizer checked;
+  const tavo::Status status = checked.start(oldWidth, oldHeight, newWidth, newHeight);
+  if (!status.ok()) return status.code();
+  void* block = tavo::platform::allocate_fixed(sizeof(T_ResizeBlock));
+  if (block == nullptr) return T_ERR_NO_MEMORY;
+  *resize = new (block) T_ResizeBlock;
+  return (*resize)->resizer.start(oldWidth, oldHeight, newWidth, newHeight).code();
+}
+
+int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel, int32_t* outWidth,
+                        int32_t* outRows, T_ResizeBlock* resize) {
+  const bool known = bitsPerPixel == 1 || bitsPerPixel == 4 || bitsPerPixel == 8 ||
+                     bitsPerPixel == 16 || bitsPerPixel == 24 || bitsPerPixel == 32;
+  if (!known || row == nullptr || resize == nullptr) return T_ERR_ARGUMENT;
+  Resizer& resizer = resize->resizer;
+  *outWidth = resizer.new_width();
+  *outRows = static_cast<int32_t>(resizer.row_count(rowNumber));
+  if (*outRows != 0) resizer.resize_row(static_cast<uint8_t*>(row), bitsPerPixel);
+  return T_OK;
+}
+
+int32_t T_CALL T_StopResize(T_ResizeBlock* resize) {
+  if (resize == nullptr) return T_OK;
+  resize->~T_ResizeBlock();
+  tavo::platform::free_fixed(resize);
+  return T_OK;
+}
+
+int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height) {
+  return tavo::process::size_bitmap(*bitmap, width, height).code();
+}
+
+int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination) {
+  return tavo::process::resize_bitmap(*source, *destination).code();
+}

@@ -1,0 +1,86 @@
+// Nearest-neighbour resampling: whole pixels and whole rows are repeated and dropped.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "base/buffer.h"
+#include "base/status.h"
+#include "tavo45.h"
+
+namespace tavo::process {
+
+// How often each source position of one direction is repeated: `step` times and once more where
+// the pattern, which repeats every 256 positions, says so.
+struct ResizeRule {
+  int32_t step = 0;
+  std::array<uint8_t, 256> extra = {};
+
+  void set(int32_t old_size, int32_t new_size);
+  uint32_t count(uint32_t position) const {
+    return static_cast<uint32_t>(step) + extra[position & 255u];
+  }
+};
+
+// Resamples the rows of a picture, one at a time and in place.
+class Resizer {
+ public:
+  // Sizes in pixels and rows. kBadArgument for sizes below 1.
+  Status start(int32_t old_width, int32_t old_height, int32_t new_width, int32_t new_height);
+
+  // How often source row `number` appears in the result; 0: it is dropped.
+  uint32_t row_count(uint32_t number) const;
+
+  // Resamples `row`, which has room for the larger of the two widths and, for the vector code,
+  // kSlack bytes more. `bits`: 1, 4, 8, 16, 24 or 32. Result positions that no source pixel
+  // reaches keep what the buffer held there: at the left end of enlarged rows that is the source.
+  void resize_row(uint8_t* row, int32_t bits);
+
+  // The same from `from` to `to`, which do not overlap; 8 bits and more. Both have kSlack bytes
+  // behind them.
+  void resize_row(const uint8_t* from, uint8_t* to, int32_t bits);
+
+  int32_t new_width() const { return new_width_; }
+  bool keeps_width() const { return new_width_ == old_width_; }
+
+  static constexpr uint32_t kSlack = 64;
+
+ private:
+  // Sixteen bytes of source become `count` bytes of result (shrinking), or sixteen bytes of result
+  // come from the sixteen source bytes at `offset` (enlarging).
+  struct Block {
+    uint32_t offset;
+    uint32_t count;
+    std::array<uint8_t, 16> shuffle;
+  };
+
+  void prepare(int32_t bits);
+  void prepare_shrinking(uint32_t pixel_bytes);
+  void prepare_enlarging(uint32_t pixel_bytes);
+  bool is_equal() const;
+
+  int32_t old_width_ = 1;
+  int32_t old_height_ = 1;
+  int32_t new_width_ = 1;
+  int32_t new_height_ = 1;
+  ResizeRule across_;
+  ResizeRule down_;
+
+  // Enlarging: the first result position that is written, and how many are.
+  uint32_t first_written_ = 0;
+
+  int32_t prepared_bits_ = 0;
+  Array<Block> blocks_;  // empty: the plain loops serve
+  uint32_t block_count_ = 0;
+  uint32_t block_bytes_ = 16;  // of source (shrinking) or result (enlarging), whole pixels
+};
+
+// The plain loops that say what a row becomes, pixel by pixel.
+void resize_row_plain(uint8_t* row, int32_t bits, int32_t old_width, int32_t new_width,
+                      const ResizeRule& rule);
+
+// T_SizeBitmap: on failure the bitmap is as it was. T_ResizeBitmap: both must be allocated.
+Status size_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height);
+Status resize_bitmap(BitmapHandle& source, BitmapHandle& destination);
+
+}  // namespace tavo::process
