@@ -6,6 +6,7 @@
 #include "base/buffer.h"
 #include "base/settings.h"
 #include "color/convert.h"
+#include "color/dither.h"
 #include "color/palettes.h"
 #include "color/widen.h"
 #include "core/bitmap.h"
@@ -41,6 +42,9 @@ class Load {
  public:
   Load(BitmapHandle& target, const LoadRequest& request)
       : target_(target), request_(request), store_(target) {}
+  ~Load() { color::stop_pass(*dithered_); }
+  Load(const Load&) = delete;
+  Load& operator=(const Load&) = delete;
 
   Status run(const char* name);
   Status take(const BitmapHandle& source, const uint8_t* rows, uint32_t count);
@@ -52,7 +56,9 @@ class Load {
   Status replay(const char* name);
   Status describe_target(const BitmapHandle& source);
   void choose_palette(const BitmapHandle& source);
+  Status start_dithering(const BitmapHandle& source);
   Status convert_rows(const BitmapHandle& source, const uint8_t* rows, uint32_t count);
+  Status dither_rows(const BitmapHandle& source, const uint8_t* rows, uint32_t count);
   Status pass_on(const void* rows, uint32_t count);
 
   FILEINFO info_ = {};
@@ -66,6 +72,8 @@ class Load {
   uint32_t piece_rows_ = 0;
   bool described_ = false;
   color::RowConverter converter_;
+  core::OwnedBitmap dithered_;  // describes the rows that the dithering pass gets
+  Buffer widened_;              // one row, for 2-bit sources
   StoreSink store_;
 };
 
@@ -97,6 +105,7 @@ Status Load::allocate_buffers() {
   const uint32_t rows = std::clamp(kPieceBytes / row, 1u, static_cast<uint32_t>(info_.Height));
   TRY(piece_.allocate_shrinking(uint64_t{row} * rows + process::RowDelivery::kSlack, row,
                                 uint64_t{row} + process::RowDelivery::kSlack));
+  if (mode_ == Mode::kDither && info_.BitsPerPixel == 2) TRY(widened_.allocate(row));
   piece_rows_ = static_cast<uint32_t>((piece_.size() - process::RowDelivery::kSlack) / row);
   return kOk;
 }
@@ -168,10 +177,36 @@ Status Load::describe_target(const BitmapHandle& source) {
   target_.Flags = (target_.Flags & ~kDescriptionFlags) | (source.Flags & kDescriptionFlags);
   if (target_.BitsPerPixel <= 8) choose_palette(source);
   if (mode_ == Mode::kAsIs) return kOk;
-  if (mode_ == Mode::kDither) return kNoMemory;
+  if (mode_ == Mode::kDither) return start_dithering(source);
   return converter_.start(converted_bits_, target_.BitsPerPixel, static_cast<int32_t>(source.Order),
                           static_cast<int32_t>(target_.Order), source.Info.Palette,
                           target_.Info.Palette);
+}
+
+// The pass reads the source's rows by its palette; what it makes is the target's.
+Status Load::start_dithering(const BitmapHandle& source) {
+  TRY(core::init_bitmap(*dithered_, source.Width, source.Height, converted_bits_));
+  dithered_->Order = source.Order;
+  dithered_->DitherMethod = target_.DitherMethod;
+  dithered_->Colors = source.Colors;
+  std::memcpy(dithered_->Info.Palette, source.Info.Palette, sizeof(source.Info.Palette));
+  return color::start_pass(*dithered_, target_.Info.Palette, 1u << target_.BitsPerPixel, nullptr,
+                           target_.BitsPerPixel);
+}
+
+Status Load::dither_rows(const BitmapHandle& source, const uint8_t* rows, uint32_t count) {
+  if (source.BitsPerPixel != 2) {
+    return color::dither_rows(*dithered_, rows, source.BytesPerLine, piece_.data(),
+                              target_.BytesPerLine, count);
+  }
+  for (uint32_t i = 0; i < count; ++i) {
+    std::memcpy(widened_.data(), rows + size_t{i} * source.BytesPerLine, source.BytesPerLine);
+    color::widen_2_to_4(widened_.data(), source.Width);
+    TRY(color::dither_rows(*dithered_, widened_.data(), 0,
+                           piece_.data() + size_t{i} * target_.BytesPerLine, target_.BytesPerLine,
+                           1));
+  }
+  return kOk;
 }
 
 Status Load::take(const BitmapHandle& source, const uint8_t* rows, uint32_t count) {
@@ -179,7 +214,9 @@ Status Load::take(const BitmapHandle& source, const uint8_t* rows, uint32_t coun
   if (mode_ == Mode::kAsIs) return pass_on(rows, count);
   for (uint32_t done = 0; done < count;) {
     const uint32_t part = std::min(count - done, piece_rows_);
-    TRY(convert_rows(source, rows + size_t{done} * source.BytesPerLine, part));
+    const uint8_t* from = rows + size_t{done} * source.BytesPerLine;
+    TRY(mode_ == Mode::kDither ? dither_rows(source, from, part)
+                               : convert_rows(source, from, part));
     TRY(pass_on(piece_.data(), part));
     done += part;
   }

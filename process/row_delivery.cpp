@@ -4,7 +4,11 @@
 #include <cstring>
 
 #include "base/settings.h"
+#include "color/dither.h"
+#include "color/palettes.h"
+#include "color/widen.h"
 #include "core/bitmap.h"
+#include "core/rows.h"
 
 namespace tavo::process {
 
@@ -21,12 +25,17 @@ int32_t callback_lines(int32_t height) {
   return std::max(lines, 32);
 }
 
+RowDelivery::~RowDelivery() { color::stop_pass(*dithered_); }
+
+int32_t RowDelivery::wanted_depth() const {
+  if (picture_.widens && picture_.bits == 1 && request_ == 24) return 24;
+  return request_ <= 8 && request_ < picture_.bits ? request_ : picture_.bits;
+}
+
 Status RowDelivery::set_up_record() {
-  const bool allocated = core::has_flag(bitmap_, T_FLAG_ALLOCATED);
-  if (!allocated) {
-    const bool widened = picture_.widens && picture_.bits == 1 && request_ == 24;
-    TRY(core::init_bitmap(bitmap_, picture_.width, picture_.height, widened ? 24 : picture_.bits));
-    if (bitmap_.BitsPerPixel > 8 && !widened) bitmap_.Order = picture_.order;
+  if (!core::has_flag(bitmap_, T_FLAG_ALLOCATED)) {
+    TRY(core::init_bitmap(bitmap_, picture_.width, picture_.height, wanted_depth()));
+    if (bitmap_.BitsPerPixel > 8 && picture_.bits > 8) bitmap_.Order = picture_.order;
   }
   bitmap_.StorageKind = picture_.storage_kind;
   bitmap_.ViewPerspective = picture_.view_perspective;
@@ -39,11 +48,51 @@ Status RowDelivery::set_up_record() {
     bitmap_.XOrigin = picture_.x_origin;
     bitmap_.YOrigin = picture_.y_origin;
   }
-  if (bitmap_.BitsPerPixel <= 8 && picture_.bits <= 8) {
+  if (bitmap_.BitsPerPixel > 8) return kOk;
+  if (bitmap_.BitsPerPixel < picture_.bits) {
+    const bool gray = settings.gray_fixed_palette || core::has_flag(bitmap_, T_FLAG_GRAY);
+    color::fixed_palette(bitmap_.BitsPerPixel, gray, bitmap_.Info.Palette);
+    bitmap_.Colors = 1u << bitmap_.BitsPerPixel;
+    core::set_flag(bitmap_, T_FLAG_GRAY, gray);
+  } else {
     std::memcpy(bitmap_.Info.Palette, picture_.palette, sizeof(bitmap_.Info.Palette));
     bitmap_.Colors = picture_.colors;
   }
   return kOk;
+}
+
+Status RowDelivery::choose_stages() {
+  const auto own_order = static_cast<int32_t>(picture_.order);
+  const auto wanted_order = static_cast<int32_t>(bitmap_.Order);
+  const int32_t wanted_bits = bitmap_.BitsPerPixel;
+  resizes_ = bitmap_.Width != picture_.width || bitmap_.Height != picture_.height;
+  dithers_ = wanted_bits <= 8 && wanted_bits < picture_.bits;
+  converts_ = !dithers_ && wanted_bits != picture_.bits;
+  swaps_ = !converts_ && !dithers_ && picture_.bits > 8 && own_order != wanted_order;
+  work_bits_ = picture_.bits == 2 && has_stages() ? 4 : picture_.bits;
+  if (swaps_) {
+    TRY(swap_.start(picture_.bits, picture_.bits, own_order, wanted_order, nullptr, nullptr));
+  }
+  if (resizes_) {
+    TRY(resizer_.start(picture_.width, picture_.height, bitmap_.Width, bitmap_.Height));
+  }
+  if (dithers_) TRY(start_dithering());
+  if (converts_ && work_bits_ != wanted_bits) {
+    TRY(convert_.start(work_bits_, wanted_bits, own_order, wanted_order, picture_.palette,
+                       bitmap_.Info.Palette));
+  }
+  return kOk;
+}
+
+// The pass reads rows in the file's depth and order, already at the wanted size.
+Status RowDelivery::start_dithering() {
+  TRY(core::init_bitmap(*dithered_, bitmap_.Width, bitmap_.Height, work_bits_));
+  dithered_->Order = picture_.order;
+  dithered_->DitherMethod = bitmap_.DitherMethod;
+  dithered_->Colors = picture_.colors;
+  std::memcpy(dithered_->Info.Palette, picture_.palette, sizeof(picture_.palette));
+  return color::start_pass(*dithered_, bitmap_.Info.Palette, 1u << bitmap_.BitsPerPixel, nullptr,
+                           bitmap_.BitsPerPixel);
 }
 
 Status RowDelivery::allocate_rows() {
@@ -53,8 +102,16 @@ Status RowDelivery::allocate_rows() {
   TRY(batch_.allocate_shrinking(uint64_t{line_} * batch_rows_ + kSlack, line_,
                                 uint64_t{line_} + kSlack));
   batch_rows_ = static_cast<uint32_t>((batch_.size() - kSlack) / line_);
-  if (!converts_) return kOk;
-  return work_.allocate(uint64_t{std::max(line_, source_line_)} + kSlack);
+  if (!has_stages()) return kOk;
+  work_line_ =
+      std::max({line_, source_line_,
+                core::bytes_per_line(std::max(picture_.width, bitmap_.Width), work_bits_)});
+  constexpr uint32_t kWaitingRows = 32;
+  const uint32_t rows = dithers_ && !resizes_ ? kWaitingRows : 1;
+  TRY(work_.allocate_shrinking(uint64_t{work_line_} * rows + kSlack, work_line_,
+                               uint64_t{work_line_} + kSlack));
+  work_rows_ = static_cast<uint32_t>((work_.size() - kSlack) / work_line_);
+  return kOk;
 }
 
 Status RowDelivery::start() {
@@ -63,46 +120,86 @@ Status RowDelivery::start() {
   TRY(set_up_record());
   line_ = bitmap_.BytesPerLine;
   if (line_ == 0 || bitmap_.Height <= 0) return kBadSize;
-
-  const auto own_order = static_cast<int32_t>(picture_.order);
-  const auto wanted_order = static_cast<int32_t>(bitmap_.Order);
-  converts_ = bitmap_.BitsPerPixel != picture_.bits;
-  swaps_ = !converts_ && picture_.bits > 8 && own_order != wanted_order;
-  if (swaps_) {
-    TRY(swap_.start(picture_.bits, picture_.bits, own_order, wanted_order, nullptr, nullptr));
-  }
-  if (converts_) {
-    TRY(convert_.start(picture_.bits, bitmap_.BitsPerPixel, own_order, wanted_order,
-                       picture_.palette, bitmap_.Info.Palette));
-  }
+  TRY(choose_stages());
   TRY(allocate_rows());
   return progress_.start();
 }
 
 uint8_t* RowDelivery::lent_row() {
-  return converts_ ? work_.data() : batch_.data() + size_t{gathered_} * line_;
+  return has_stages() ? work_.data() + size_t{waiting_} * work_line_
+                      : batch_.data() + size_t{gathered_} * line_;
 }
 
 std::span<uint8_t> RowDelivery::next_rows(uint32_t wanted, uint32_t& count) {
-  count = converts_ ? 1 : std::min(wanted, batch_rows_ - gathered_);
+  count = has_stages() ? 1 : std::min(wanted, batch_rows_ - gathered_);
   return {lent_row(), size_t{count} * source_line_};
 }
 
-Status RowDelivery::process(uint8_t* row) {
-  if (swaps_) return swap_.convert(row, picture_.width);
-  if (!converts_) return kOk;
-  TRY(convert_.convert(row, picture_.width));
-  std::memcpy(batch_.data() + size_t{gathered_} * line_, row, line_);
+// Puts a finished row, or what the dithering makes of one, into the batch.
+Status RowDelivery::emit(const uint8_t* row, uint32_t repeats) {
+  for (; repeats > 0; --repeats) {
+    uint8_t* const out = batch_.data() + size_t{gathered_} * line_;
+    if (dithers_) {
+      TRY(color::dither_rows(*dithered_, row, work_line_, out, line_, 1));
+    } else {
+      std::memcpy(out, row, line_);
+    }
+    ++gathered_;
+    ++emitted_;
+    if (gathered_ == batch_rows_) TRY(flush());
+  }
   return kOk;
 }
 
+// Several rows at once: the dithering engine is faster when it sees more than one.
+Status RowDelivery::dither_waiting() {
+  const uint8_t* row = work_.data();
+  while (waiting_ > 0) {
+    const uint32_t count = std::min(waiting_, batch_rows_ - gathered_);
+    TRY(color::dither_rows(*dithered_, row, work_line_, batch_.data() + size_t{gathered_} * line_,
+                           line_, count));
+    row += size_t{count} * work_line_;
+    waiting_ -= count;
+    gathered_ += count;
+    if (gathered_ == batch_rows_) TRY(flush());
+  }
+  return kOk;
+}
+
+Status RowDelivery::process(uint8_t* row) {
+  if (swaps_) TRY(swap_.convert(row, picture_.width));
+  if (!has_stages()) {
+    ++gathered_;
+    return gathered_ == batch_rows_ ? flush() : kOk;
+  }
+  if (work_bits_ != picture_.bits) color::widen_2_to_4(row, picture_.width);
+  if (dithers_ && !resizes_) {
+    ++waiting_;
+    return waiting_ == work_rows_ ? dither_waiting() : kOk;
+  }
+  uint32_t repeats = 1;
+  if (resizes_) {
+    const auto left = static_cast<uint32_t>(bitmap_.Height) - emitted_;
+    repeats = std::min(resizer_.row_count(committed_ - 1), left);
+    if (repeats == 0) return kOk;
+    resizer_.resize_row(row, work_bits_);
+  }
+  return finish_row(row, repeats);
+}
+
+Status RowDelivery::finish_row(uint8_t* row, uint32_t repeats) {
+  if (converts_ && work_bits_ != bitmap_.BitsPerPixel) TRY(convert_.convert(row, bitmap_.Width));
+  if (!dithers_) core::clear_padding({row, line_}, bitmap_.Width, bitmap_.BitsPerPixel);
+  return emit(row, repeats);
+}
+
+// Rows without stages lie in the batch, one behind the other; with stages they come one by one.
 Status RowDelivery::commit(uint32_t count) {
   for (uint32_t i = 0; i < count; ++i) {
-    TRY(process(lent_row()));
-    ++gathered_;
+    uint8_t* const row = lent_row();
+    ++committed_;
+    TRY(process(row));
   }
-  committed_ += count;
-  if (gathered_ == batch_rows_) TRY(flush());
   return progress_.at(committed_, static_cast<uint32_t>(picture_.height));
 }
 
@@ -116,12 +213,24 @@ Status RowDelivery::flush() {
   return says_two ? kOk : answer;
 }
 
+// A result of another size has rows that no row of the file reaches: they are blank.
+Status RowDelivery::emit_blank_rows() {
+  while (emitted_ < static_cast<uint32_t>(bitmap_.Height)) {
+    std::fill_n(work_.data(), work_line_, uint8_t{0});
+    TRY(finish_row(work_.data(), 1));
+  }
+  return kOk;
+}
+
 Status RowDelivery::finish() {
+  if (dithers_) TRY(dither_waiting());
+  if (resizes_) TRY(emit_blank_rows());
   TRY(flush());
   return progress_.finish();
 }
 
 Status RowDelivery::finish_early(Status why) {
+  if (dithers_) TRY(dither_waiting());
   TRY(flush());
   return why;
 }

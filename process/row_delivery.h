@@ -7,7 +7,9 @@
 #include "base/buffer.h"
 #include "base/status.h"
 #include "color/convert.h"
+#include "core/bitmap.h"
 #include "core/progress.h"
+#include "process/resize.h"
 #include "process/source_picture.h"
 #include "tavo45.h"
 
@@ -33,9 +35,10 @@ constexpr bool is_plausible_size(uint64_t decoded_bytes, uint64_t file_bytes) {
 //   }
 //   return rows.finish();
 //
-// An unallocated `bitmap` becomes a record of the picture, and rows are delivered as they are. An
-// allocated one says what is wanted: its depth and order. Order of the stages: order swap,
-// conversion of the depth, batching; each is there only when the call needs it.
+// An unallocated `bitmap` becomes a record of the picture, and rows are delivered as they are,
+// unless fewer bits are asked. An allocated one says what is wanted: its size, depth and order.
+// Order of the stages: order swap, resampling, dithering or conversion of the depth, batching;
+// each is there only when the call needs it.
 class RowDelivery {
  public:
   RowDelivery(const SourcePicture& picture, BitmapHandle& bitmap, T_RowSink sink,
@@ -45,6 +48,7 @@ class RowDelivery {
         sink_(sink),
         request_(bits_per_pixel),
         context_(context) {}
+  ~RowDelivery();
   RowDelivery(const RowDelivery&) = delete;
   RowDelivery& operator=(const RowDelivery&) = delete;
 
@@ -75,10 +79,18 @@ class RowDelivery {
   static constexpr uint32_t kSlack = 64;
 
  private:
+  int32_t wanted_depth() const;
   Status set_up_record();
+  Status choose_stages();
+  Status start_dithering();
   Status allocate_rows();
+  bool has_stages() const { return resizes_ || dithers_ || converts_; }
   uint8_t* lent_row();
   Status process(uint8_t* row);
+  Status finish_row(uint8_t* row, uint32_t repeats);
+  Status emit(const uint8_t* row, uint32_t repeats);
+  Status emit_blank_rows();
+  Status dither_waiting();
   Status flush();
 
   const SourcePicture& picture_;
@@ -88,17 +100,26 @@ class RowDelivery {
   void* context_;
 
   bool swaps_ = false;
+  bool resizes_ = false;
+  bool dithers_ = false;
   bool converts_ = false;
+  int32_t work_bits_ = 0;  // of rows in the work memory: 2-bit rows are widened to 4
   color::RowConverter swap_;
+  Resizer resizer_;
+  core::OwnedBitmap dithered_;  // describes the rows that the dithering pass gets
   color::RowConverter convert_;
 
   uint32_t source_line_ = 0;  // bytes of a row in the file's depth
   uint32_t line_ = 0;         // bytes of a delivered row
   Buffer batch_;              // delivered rows
-  Buffer work_;               // one row in the larger of both depths, when they differ
+  Buffer work_;               // rows on their way through the stages
+  uint32_t work_line_ = 0;
+  uint32_t work_rows_ = 0;  // more than one when dithering can take several rows at once
+  uint32_t waiting_ = 0;    // rows in the work memory that wait to be dithered
   uint32_t batch_rows_ = 0;
   uint32_t gathered_ = 0;
   uint32_t committed_ = 0;  // rows of the file
+  uint32_t emitted_ = 0;    // rows of the result, when it has another size
   core::Progress progress_;
 };
 

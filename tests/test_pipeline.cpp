@@ -141,6 +141,102 @@ TEST(Load, DirectReadersFillAllocatedBitmapsInTheirDepthAndOrder) {
   EXPECT_EQ(rgb(wanted.get()), rgb(own.get()));
 }
 
+// Rows of `source` through the exported dithering calls, to `palette`.
+Bytes dithered(BitmapHandle* source, const T_PaletteEntry* palette, int32_t bits) {
+  Bitmap out;
+  T_InitBitmap(out.get(), source->Width, source->Height, bits);
+  T_AllocateBitmap(out.get(), 1);
+  T_ClearBitmap(out.get());
+  EXPECT_EQ(T_StartDithering(source, palette, 1u << bits), T_OK);
+  T_AccessBitmap(source);
+  T_AccessBitmap(out.get());
+  Bytes in(source->BytesPerLine), line(out->BytesPerLine);
+  for (int32_t y = 0; y < source->Height; ++y) {
+    T_GetBitmapRow(source, in.data(), y, in.size());
+    T_DitherLine(source, in.data(), line.data());
+    T_PutBitmapRow(out.get(), line.data(), y, line.size());
+  }
+  T_StopDithering(source);
+  T_ReleaseBitmap(source);
+  T_ReleaseBitmap(out.get());
+  return pixels(out.get());
+}
+
+TEST(Load, FewerColoursAreDitheredToTheFixedPalettes) {
+  for (const int32_t file_bits : {4, 8, 24}) {
+    const Bytes file = bmp_of(70, 90, file_bits);
+    for (const int32_t bits : {1, 4, 8}) {
+      if (bits >= file_bits) continue;
+      for (const uint32_t method : {0u, 1u, 5u, 7u}) {
+        SCOPED_TRACE(std::to_string(file_bits) + " to " + std::to_string(bits));
+        T_DefaultDithering(method);
+        Bitmap own, reduced;
+        ASSERT_EQ(T_LoadBitmapMemory(file.data(), own.get(), 0, -1, file.size()), T_OK);
+        ASSERT_EQ(T_LoadBitmapMemory(file.data(), reduced.get(), bits, -1, file.size()), T_OK);
+        EXPECT_EQ(reduced->Colors, 1u << bits);
+        EXPECT_EQ(pixels(reduced.get()), dithered(own.get(), nullptr, bits));
+
+        // A direct call of the reader gives the same rows.
+        Disk disk;
+        disk.files["x"] = file;
+        Batches batches;
+        Bitmap described;
+        T_InitBitmap(described.get(), 1, 1, 1);
+        ASSERT_EQ(T_LoadBMPFile("x", described.get(), Batches::sink, bits, &batches), T_OK);
+        EXPECT_EQ(described->BitsPerPixel, bits);
+        Bitmap again;
+        T_InitBitmap(again.get(), 70, 90, bits);
+        T_AllocateBitmap(again.get(), 1);
+        T_AccessBitmap(again.get());
+        ASSERT_EQ(batches.rows.size(), again->Size);
+        std::memcpy(again->Data, batches.rows.data(), batches.rows.size());
+        EXPECT_EQ(pixels(again.get()), pixels(reduced.get()));
+      }
+    }
+  }
+  T_DefaultDithering(T_DITHER_ORDERED);
+}
+
+TEST(Load, TheFixedFlagMapsToTheBuiltInPalette) {
+  const Bytes file = bmp_of(20, 20, 4);
+  Bitmap own, fixed;
+  ASSERT_EQ(T_LoadBitmapMemory(file.data(), own.get(), 0, -1, file.size()), T_OK);
+  ASSERT_EQ(T_LoadMemory(file.data(), fixed.get(), 8, -1, T_LOAD_ALLOCATE | T_LOAD_FIXED, nullptr,
+                         nullptr, file.size()),
+            T_OK);
+  EXPECT_EQ(fixed->Colors, 256u);
+  EXPECT_EQ(fixed->Info.Palette[255].Green, 255);
+  const Bytes from = rgb(own.get()), to = rgb(fixed.get());
+  for (size_t i = 0; i < from.size(); ++i) EXPECT_NEAR(from[i], to[i], 43) << i;
+}
+
+TEST(Load, DirectReadersResampleToTheSizeOfAnAllocatedBitmap) {
+  for (const int32_t bits : {1, 4, 8, 24}) {
+    Disk disk;
+    disk.files["x"] = bmp_of(60, 40, bits);
+    for (const auto& [width, height] : {std::pair{30, 20}, {90, 100}, {60, 10}, {1, 1}}) {
+      for (const int32_t wanted_bits : {bits, 1, 24}) {
+        Bitmap whole;
+        ASSERT_EQ(T_LoadBMPBitmap("x", whole.get()), T_OK);
+        ASSERT_EQ(T_SizeBitmap(whole.get(), width, height), T_OK);
+        Batches batches;
+        Bitmap wanted;
+        T_InitBitmap(wanted.get(), width, height, wanted_bits);
+        T_AllocateBitmap(wanted.get(), 1);
+        ASSERT_EQ(T_LoadBMPFile("x", wanted.get(), Batches::sink, wanted_bits, &batches), T_OK);
+        ASSERT_EQ(batches.rows.size(), wanted->Size);
+        T_AccessBitmap(wanted.get());
+        std::memcpy(wanted->Data, batches.rows.data(), batches.rows.size());
+        if (wanted_bits >= bits) {
+          EXPECT_EQ(rgb(wanted.get()), rgb(whole.get())) << bits << " to " << wanted_bits;
+        } else {
+          EXPECT_EQ(pixels(wanted.get()), dithered(whole.get(), nullptr, 1));
+        }
+      }
+    }
+  }
+}
+
 std::vector<int32_t> told;
 int32_t answer_at_fifty = T_OK;
 int32_t T_CALL tell(int32_t percent) {
