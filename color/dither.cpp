@@ -8,6 +8,7 @@
 #include "color/gray.h"
 #include "color/paint_palette.h"
 #include "color/palettes.h"
+#include "color/wave.h"
 #include "platform/platform.h"
 
 namespace tavo::color {
@@ -187,14 +188,17 @@ Status dither_rows(BitmapHandle& bitmap, const uint8_t* rows, size_t stride, uin
                    size_t out_stride, uint32_t count) {
   DitherPass* pass = pass_of(bitmap);
   if (pass == nullptr) return kBadArgument;
+  const bool diffuses = is_diffusion(pass->method);
+  if (diffuses && count >= least_wave_rows(*pass)) {
+    diffuse_rows(*pass, rows, stride, out, out_stride, count);
+    return kOk;
+  }
   for (uint32_t i = 0; i < count; ++i) {
-    const uint8_t* row = rows + i * stride;
-    if (is_diffusion(pass->method)) {
-      diffuse_row(*pass, row, out + i * out_stride);
+    if (diffuses) {
+      diffuse_row(*pass, rows + i * stride, out + i * out_stride);
     } else {
-      map_row(*pass, row, out + i * out_stride, pass->row_counter);
+      map_row(*pass, rows + i * stride, out + i * out_stride, pass->row_counter++);
     }
-    ++pass->row_counter;
   }
   return kOk;
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/endian.h"
+
 namespace tavo::color {
 
 namespace {
@@ -10,9 +12,8 @@ namespace {
 // Eight indices of one bit, each a byte, as one byte with the first in the high bit: every bit
 // reaches the top byte of the product once, and no two meet.
 uint8_t pack_8_bits(const uint8_t* indices) {
-  uint64_t bytes = 0;
-  for (int i = 7; i >= 0; --i) bytes = bytes << 8 | (indices[i] & 1u);
-  return static_cast<uint8_t>(bytes * 0x8040201008040201u >> 56);
+  const uint64_t bits = load_le64(indices) & 0x0101010101010101u;
+  return static_cast<uint8_t>(bits * 0x8040201008040201u >> 56);
 }
 
 void write_bits(uint8_t* out, std::span<const uint8_t> indices) {
