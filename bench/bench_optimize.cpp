@@ -1,0 +1,160 @@
+// Reduction of a 4096 x 3072 photograph to an optimised palette of 256: beside FreeImage's Wu
+// quantiser without dithering, and libjpeg-turbo's two-pass quantiser with it. The latter works on
+// the rows of a JPEG file while it decodes; the plain decode is timed apart, to be taken off.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "photograph.h"
+#include "tavo45.h"
+#ifdef PEER_FREEIMAGE
+#include <FreeImage.h>
+#endif
+#ifdef PEER_JPEG
+#include <jpeglib.h>
+#endif
+
+namespace {
+
+using bench::kHeight;
+using bench::kPixels;
+using bench::kWidth;
+
+void count_pixels(benchmark::State& state) {
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kPixels));
+}
+
+void optimize(benchmark::State& state, const std::vector<uint8_t>& rgb, uint32_t method) {
+  BitmapHandle source = {};
+  T_InitBitmap(&source, kWidth, kHeight, 24);
+  source.Order = T_ORDER_RGB;
+  T_AllocateBitmap(&source, 1);
+  T_AccessBitmap(&source);
+  std::memcpy(source.Data, rgb.data(), rgb.size());
+  T_DefaultDithering(method);
+  for (auto _ : state) {
+    BitmapHandle reduced = {};
+    if (T_OptimizeBitmap(&source, &reduced, 0, 256) != T_OK) state.SkipWithError("failed");
+    T_FreeBitmap(&reduced);
+  }
+  T_FreeBitmap(&source);
+  count_pixels(state);
+}
+
+#ifdef PEER_FREEIMAGE
+void freeimage_wu(benchmark::State& state) {
+  FIBITMAP* source = FreeImage_Allocate(kWidth, kHeight, 24);
+  for (int y = 0; y < kHeight; ++y) {
+    uint8_t* row = FreeImage_GetScanLine(source, y);
+    const uint8_t* from = bench::photograph().data() + size_t{3} * kWidth * static_cast<size_t>(y);
+    for (int x = 0; x < kWidth; ++x) {
+      for (int c = 0; c < 3; ++c) row[3 * x + 2 - c] = from[3 * x + c];
+    }
+  }
+  for (auto _ : state) {
+    FIBITMAP* reduced = FreeImage_ColorQuantize(source, FIQ_WUQUANT);
+    if (reduced == nullptr) state.SkipWithError("failed");
+    FreeImage_Unload(reduced);
+  }
+  FreeImage_Unload(source);
+  count_pixels(state);
+}
+#endif
+
+#ifdef PEER_JPEG
+const std::vector<uint8_t>& jpeg_file() {
+  static const std::vector<uint8_t> file = [] {
+    jpeg_compress_struct info;
+    jpeg_error_mgr errors;
+    info.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&info);
+    unsigned char* bytes = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&info, &bytes, &size);
+    info.image_width = kWidth;
+    info.image_height = kHeight;
+    info.input_components = 3;
+    info.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&info);
+    jpeg_set_quality(&info, 90, TRUE);
+    jpeg_start_compress(&info, TRUE);
+    for (int y = 0; y < kHeight; ++y) {
+      auto* row = const_cast<uint8_t*>(bench::photograph().data()) +
+                  size_t{3} * kWidth * static_cast<size_t>(y);
+      jpeg_write_scanlines(&info, &row, 1);
+    }
+    jpeg_finish_compress(&info);
+    jpeg_destroy_compress(&info);
+    const std::vector<uint8_t> result(bytes, bytes + size);
+    std::free(bytes);
+    return result;
+  }();
+  return file;
+}
+
+enum class Quantise { kNo, kNoDither, kFloydSteinberg };
+
+void decode(Quantise how, std::vector<uint8_t>& out) {
+  jpeg_decompress_struct info;
+  jpeg_error_mgr errors;
+  info.err = jpeg_std_error(&errors);
+  jpeg_create_decompress(&info);
+  jpeg_mem_src(&info, jpeg_file().data(), jpeg_file().size());
+  jpeg_read_header(&info, TRUE);
+  if (how != Quantise::kNo) {
+    info.quantize_colors = TRUE;
+    info.desired_number_of_colors = 256;
+    info.two_pass_quantize = TRUE;
+    info.dither_mode = how == Quantise::kNoDither ? JDITHER_NONE : JDITHER_FS;
+  }
+  jpeg_start_decompress(&info);
+  const size_t stride = static_cast<size_t>(info.output_components) * kWidth;
+  while (info.output_scanline < info.output_height) {
+    uint8_t* row = out.data() + info.output_scanline * stride;
+    jpeg_read_scanlines(&info, &row, 1);
+  }
+  jpeg_finish_decompress(&info);
+  jpeg_destroy_decompress(&info);
+}
+
+void libjpeg(benchmark::State& state, Quantise how) {
+  std::vector<uint8_t> out(3 * kPixels);
+  for (auto _ : state) decode(how, out);
+  count_pixels(state);
+}
+
+// What the quantiser worked on.
+const std::vector<uint8_t>& decoded() {
+  static const std::vector<uint8_t> rows = [] {
+    std::vector<uint8_t> out(3 * kPixels);
+    decode(Quantise::kNo, out);
+    return out;
+  }();
+  return rows;
+}
+
+void optimize_decoded(benchmark::State& state, uint32_t method) {
+  optimize(state, decoded(), method);
+}
+BENCHMARK_CAPTURE(optimize_decoded, floyd_steinberg, T_DITHER_FLOYD_STEINBERG);
+BENCHMARK_CAPTURE(libjpeg, decode_alone, Quantise::kNo);
+BENCHMARK_CAPTURE(libjpeg, decode_and_two_pass, Quantise::kNoDither);
+BENCHMARK_CAPTURE(libjpeg, decode_and_two_pass_floyd_steinberg, Quantise::kFloydSteinberg);
+#endif
+
+void optimize_photograph(benchmark::State& state, uint32_t method) {
+  optimize(state, bench::photograph(), method);
+}
+BENCHMARK_CAPTURE(optimize_photograph, none, T_DITHER_NONE);
+BENCHMARK_CAPTURE(optimize_photograph, floyd_steinberg, T_DITHER_FLOYD_STEINBERG);
+BENCHMARK_CAPTURE(optimize_photograph, ordered, T_DITHER_ORDERED);
+#ifdef PEER_FREEIMAGE
+BENCHMARK(freeimage_wu);
+#endif
+
+}  // namespace
+
+BENCHMARK_MAIN();
