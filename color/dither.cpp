@@ -97,7 +97,8 @@ void fill_separate(DitherPass& pass) {
       const uint32_t choice =
           pass.is_gray ? choose_gray(pass, level) : choose_component(pass, c, level);
       const auto chosen = static_cast<int32_t>(choice >> (16 - 8 * c) & 255);
-      pass.separate[c * kSums + i] = {static_cast<int16_t>(value - chosen),
+      const int32_t error = value - chosen;
+      pass.separate[c * kSums + i] = {pass.diffusion().right1 * error, static_cast<int16_t>(error),
                                       static_cast<uint16_t>(choice >> 24)};
     }
   }
@@ -128,6 +129,27 @@ Status prepare_diffusion(DitherPass& pass) {
   return kOk;
 }
 
+uint32_t index_of(DitherPass& pass, const T_PaletteEntry& color) {
+  if (pass.mapping == Mapping::kBlackWhite) return gray_level(color) >= 128 ? 1 : 0;
+  if (pass.mapping == Mapping::kSixteen) return sixteen_index(color.Red, color.Green, color.Blue);
+  if (pass.mapping == Mapping::kCube) return cube_index(color.Red, color.Green, color.Blue);
+  return pass.find_index(color_class(color.Red, color.Green, color.Blue));
+}
+
+Status prepare_map(DitherPass& pass) {
+  if (pass.inverse != nullptr) TRY(pass.class_indices.allocate(kColorClasses));
+  if (pass.depth_in > 8) return kOk;
+  pass.is_gray_ramp = pass.depth_in == 8;
+  for (uint32_t i = 0; i < 1u << pass.depth_in; ++i) {
+    pass.gray_levels[i] = gray_level(pass.input_palette[i]);
+    pass.is_gray_ramp = pass.is_gray_ramp && pass.gray_levels[i] == i;
+    if (pass.method == T_DITHER_NONE) {
+      pass.index_map[i] = static_cast<uint8_t>(index_of(pass, pass.input_palette[i]));
+    }
+  }
+  return kOk;
+}
+
 Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntry* palette,
                uint32_t count, uint32_t* inverse_table, int32_t depth_out) {
   if (!is_input_depth(bitmap.BitsPerPixel)) return kBadArgument;
@@ -148,26 +170,24 @@ Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntr
     pass.nearest.start(std::span<const T_PaletteEntry>(pass.palette).first(count));
     seed_table(pass);
   }
-  return is_diffusion(pass.method) ? prepare_diffusion(pass) : prepare_choices(pass);
+  return is_diffusion(pass.method) ? prepare_diffusion(pass) : prepare_map(pass);
 }
 
 }  // namespace
 
-uint32_t DitherPass::learn(uint32_t color_class) {
+uint32_t DitherPass::find_index(uint32_t color_class) {
   const uint32_t red = color_class >> 10 << 3;
   const uint32_t green = (color_class >> 5 & 31) << 3;
   const uint32_t blue = (color_class & 31) << 3;
-  uint32_t index = 0;
-  if (mapping == Mapping::kSixteen) {
-    index = sixteen_index(red, green, blue);
-  } else if (mapping == Mapping::kCube) {
-    index = cube_index(red, green, blue);
-  } else {
-    uint32_t& slot = inverse[color_class];
-    if (slot == 0) slot = 1 + nearest.find(red, green, blue);
-    index = (slot - 1) & 255;
-  }
-  return choices[color_class] = choice_of(index);
+  if (mapping == Mapping::kSixteen) return sixteen_index(red, green, blue);
+  if (mapping == Mapping::kCube) return cube_index(red, green, blue);
+  uint32_t& slot = inverse[color_class];
+  if (slot == 0) slot = 1 + nearest.find(red, green, blue);
+  return (slot - 1) & 255;
+}
+
+uint32_t DitherPass::learn(uint32_t color_class) {
+  return choices[color_class] = choice_of(find_index(color_class));
 }
 
 Status start_pass(BitmapHandle& bitmap, const T_PaletteEntry* palette, uint32_t count,

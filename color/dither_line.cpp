@@ -15,8 +15,9 @@ namespace {
 
 constexpr uint32_t kPiece = 512;  // pixels
 
-// The errors of the last two pixels, by channel.
+// The errors of the last two pixels, by channel; that of the last also weighted for the next.
 struct Carried {
+  int32_t next[3] = {};
   int32_t last[3] = {};
   int32_t before[3] = {};
 };
@@ -29,17 +30,24 @@ struct Piece {
   uint32_t count;
 };
 
-// Floyd-Steinberg has the shortest chain; the other filters share one that reads its weights.
+// What is carried to a pixel: `sum` comes from the rows above, `next` from the last pixel,
+// weighted, `before` is the error of the one before that. Floyd-Steinberg has the shortest chain,
+// the other filters share one that reads its weights.
 struct FloydSteinberg {
   explicit FloydSteinberg(const Diffusion&) {}
-  int32_t carry(int32_t sum, int32_t last, int32_t) const { return (sum + 7 * last) / 16; }
+  int32_t weigh(int32_t last) const { return 7 * last; }
+  int32_t carry(int32_t sum, int32_t next, int32_t) const {
+    const int32_t n = sum + next;
+    return (n + static_cast<int32_t>(static_cast<uint32_t>(n) >> 28)) >> 4;  // n / 16
+  }
 };
 
 struct AnyFilter {
   explicit AnyFilter(const Diffusion& d)
       : right1(d.right1), right2(d.right2), reciprocal(d.reciprocal), shift(d.shift) {}
-  int32_t carry(int32_t sum, int32_t last, int32_t before) const {
-    return divide(sum + right1 * last + right2 * before, reciprocal, shift);
+  int32_t weigh(int32_t last) const { return right1 * last; }
+  int32_t carry(int32_t sum, int32_t next, int32_t before) const {
+    return divide(sum + next + right2 * before, reciprocal, shift);
   }
   int32_t right1, right2;
   uint32_t reciprocal;
@@ -58,10 +66,11 @@ void diffuse_separate(const DitherPass& pass, const Filter& filter, const Piece&
   for (uint32_t i = 0; i < piece.count; ++i, at += step) {
     uint32_t index = 0;
     for (uint32_t c = 0; c < kChannels; ++c) {
-      const int32_t carry = filter.carry(piece.sums[kChannels * i + c], now.last[c], now.before[c]);
-      const ChannelChoice choice =
-          tables[static_cast<ptrdiff_t>(c * kSums) + at[offsets[c]] + carry];
+      const int32_t carry = filter.carry(piece.sums[kChannels * i + c], now.next[c], now.before[c]);
+      const ChannelChoice* choices = tables + c * kSums + at[offsets[c]];
+      const ChannelChoice choice = choices[carry];
       now.before[c] = now.last[c];
+      now.next[c] = choice.next;
       now.last[c] = choice.error;
       piece.errors[kChannels * i + c] = choice.error;
       index += choice.part;
@@ -106,7 +115,7 @@ void diffuse_joint(const Choose& choose, const Filter& filter, const Piece& piec
   for (uint32_t i = 0; i < piece.count; ++i, at += step) {
     int32_t value[3];
     for (uint32_t c = 0; c < 3; ++c) {
-      const int32_t carry = filter.carry(piece.sums[3 * i + c], now.last[c], now.before[c]);
+      const int32_t carry = filter.carry(piece.sums[3 * i + c], now.next[c], now.before[c]);
       value[c] = std::clamp(at[offsets[c]] + carry, 0, 255);
     }
     const uint32_t choice = choose(static_cast<uint32_t>(value[0]), static_cast<uint32_t>(value[1]),
@@ -114,6 +123,7 @@ void diffuse_joint(const Choose& choose, const Filter& filter, const Piece& piec
     for (uint32_t c = 0; c < 3; ++c) {
       now.before[c] = now.last[c];
       now.last[c] = value[c] - static_cast<int32_t>(choice >> (16 - 8 * c) & 255);
+      now.next[c] = filter.weigh(now.last[c]);
       piece.errors[3 * i + c] = static_cast<int16_t>(now.last[c]);
     }
     piece.indices[i] = static_cast<uint8_t>(choice >> 24);

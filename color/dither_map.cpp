@@ -1,8 +1,12 @@
 // Rows to indices without error diffusion: the nearest colour, and ordered dither.
+#include <emmintrin.h>
+
 #include <algorithm>
+#include <cstring>
 
 #include "color/dither_pass.h"
 #include "color/packed_indices.h"
+#include "color/planes.h"
 
 namespace tavo::color {
 
@@ -16,138 +20,186 @@ constexpr uint8_t kThresholds[8][8] = {
     {12, 140, 44, 172, 4, 132, 36, 164},  {204, 76, 232, 108, 196, 68, 228, 100},
     {60, 188, 28, 156, 52, 180, 20, 148}, {248, 124, 220, 92, 240, 116, 212, 84}};
 
-constexpr uint32_t kPiece = 256;  // pixels, a multiple of 8
+constexpr uint32_t kPiece = kPlanePixels;
 
-// A piece of a row by channel, and the indices it gets.
-struct Planes {
-  alignas(16) uint8_t red[kPiece];
-  alignas(16) uint8_t green[kPiece];
-  alignas(16) uint8_t blue[kPiece];
-  alignas(16) uint8_t indices[kPiece];
+using Indices = uint8_t[kPiece];
+
+// What a row's dithering does to sixteen neighbouring pixels: the pattern of eight twice.
+struct RowPattern {
+  alignas(16) uint8_t up[16];     // added to components,
+  alignas(16) uint8_t down[16];   // and taken off; one of the two is 0
+  alignas(16) uint8_t least[16];  // the least value that counts as bright
 };
 
-void split(const uint8_t* at, const Pixels& layout, uint32_t n, Planes& planes) {
-  for (uint32_t i = 0; i < n; ++i, at += layout.step) {
-    planes.red[i] = at[layout.red];
-    planes.green[i] = at[layout.green];
-    planes.blue[i] = at[layout.blue];
+RowPattern make_pattern(const DitherPass& pass, uint32_t y) {
+  RowPattern pattern = {};
+  for (uint32_t k = 0; k < 16; ++k) {
+    const int32_t m = kThresholds[y % 8][k % 8];
+    const int32_t d = pass.depth_out == 1   ? m - 128
+                      : pass.depth_out == 4 ? (m >> 2) - 32
+                                            : (m >> 3) - 16;
+    pattern.up[k] = static_cast<uint8_t>(std::max(d, 0));
+    pattern.down[k] = static_cast<uint8_t>(std::max(-d, 0));
+    pattern.least[k] = pass.method == T_DITHER_ORDERED ? static_cast<uint8_t>(m + 1) : 128;
   }
+  return pattern;
+}
+
+__m128i load(const uint8_t* from) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+}
+void store(uint8_t* to, __m128i value) { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), value); }
+__m128i splat(int byte) { return _mm_set1_epi8(static_cast<char>(byte)); }
+
+// All ones where the unsigned `values` reach `least`.
+__m128i reach(__m128i values, __m128i least) {
+  return _mm_cmpeq_epi8(_mm_max_epu8(values, least), values);
+}
+
+void shift_plane(uint8_t (&plane)[kPiece], uint32_t n, const RowPattern& pattern) {
+  const __m128i up = load(pattern.up);
+  const __m128i down = load(pattern.down);
+  for (uint32_t i = 0; i < n; i += 16) {
+    store(plane + i, _mm_subs_epu8(_mm_adds_epu8(load(plane + i), up), down));
+  }
+}
+
+void map_classes(DitherPass& pass, const Planes& planes, uint32_t n, Indices& indices) {
+  alignas(16) uint16_t classes[kPiece];
+  classes_of(planes, n, classes);
+  uint16_t* known = pass.class_indices.data();
+  for (uint32_t i = 0; i < n; ++i) {
+    uint32_t value = known[classes[i]];
+    if (value == 0) [[unlikely]] {
+      value = pass.find_index(classes[i]) + 1;
+      known[classes[i]] = static_cast<uint16_t>(value);
+    }
+    indices[i] = static_cast<uint8_t>(value - 1);
+  }
+}
+
+void map_cube(const Planes& planes, uint32_t n, Indices& indices) {
+  const __m128i top3 = splat(0xE0);
+  const __m128i low2 = splat(3);
+  for (uint32_t i = 0; i < n; i += 16) {
+    const __m128i red = _mm_and_si128(load(planes.red + i), top3);
+    const __m128i green = _mm_srli_epi16(_mm_and_si128(load(planes.green + i), top3), 3);
+    const __m128i blue = _mm_and_si128(_mm_srli_epi16(load(planes.blue + i), 6), low2);
+    store(indices + i, _mm_or_si128(_mm_or_si128(red, green), blue));
+  }
+}
+
+void map_sixteen(const Planes& planes, uint32_t n, const RowPattern& pattern, Indices& indices) {
+  const __m128i least = load(pattern.least);
+  for (uint32_t i = 0; i < n; i += 16) {
+    const __m128i red = _mm_and_si128(reach(load(planes.red + i), least), splat(9));
+    const __m128i green = _mm_and_si128(reach(load(planes.green + i), least), splat(10));
+    const __m128i blue = _mm_and_si128(reach(load(planes.blue + i), least), splat(12));
+    store(indices + i, _mm_or_si128(_mm_or_si128(red, green), blue));
+  }
+}
+
+// (2 red + 5 green + blue + 4) >> 3 of eight pixels in words.
+__m128i gray_words(__m128i red, __m128i green, __m128i blue) {
+  const __m128i five_greens = _mm_add_epi16(_mm_slli_epi16(green, 2), green);
+  const __m128i others = _mm_add_epi16(_mm_add_epi16(red, red), blue);
+  const __m128i sum = _mm_add_epi16(_mm_add_epi16(five_greens, others), _mm_set1_epi16(4));
+  return _mm_srli_epi16(sum, 3);
+}
+
+// In place of the green ones.
+void make_gray(Planes& planes, uint32_t n) {
+  const __m128i zero = _mm_setzero_si128();
+  for (uint32_t i = 0; i < n; i += 16) {
+    const __m128i red = load(planes.red + i);
+    const __m128i green = load(planes.green + i);
+    const __m128i blue = load(planes.blue + i);
+    const __m128i low = gray_words(_mm_unpacklo_epi8(red, zero), _mm_unpacklo_epi8(green, zero),
+                                   _mm_unpacklo_epi8(blue, zero));
+    const __m128i high = gray_words(_mm_unpackhi_epi8(red, zero), _mm_unpackhi_epi8(green, zero),
+                                    _mm_unpackhi_epi8(blue, zero));
+    store(planes.green + i, _mm_packus_epi16(low, high));
+  }
+}
+
+// `gray` has n levels, and some bytes to fill sixteen.
+void map_black_white(const uint8_t* gray, uint32_t n, const RowPattern& pattern, Indices& indices) {
+  const __m128i least = load(pattern.least);
+  for (uint32_t i = 0; i < n; i += 16) {
+    store(indices + i, _mm_and_si128(reach(load(gray + i), least), splat(1)));
+  }
+}
+
+// An indexed row, each index by the table.
+void translate(const uint8_t* row, uint32_t x, uint32_t n, int32_t depth,
+               const uint8_t (&table)[256], uint8_t* values) {
+  unpack_indices(row, x, depth, {values, n});
+  for (uint32_t i = 0; i < n; ++i) values[i] = table[values[i]];
 }
 
 void read_planes(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n,
                  Planes& planes) {
-  const Pixels layout = pixel_layout(pass);
-  if (is_read_in_place(pass)) {
-    split(row + static_cast<size_t>(x) * layout.step, layout, n, planes);
+  if (pass.depth_in > 8) {
+    const size_t bytes = static_cast<uint32_t>(pass.depth_in) / 8;
+    split_pixels(row + x * bytes, pass.depth_in, pass.order, n, planes);
     return;
   }
   uint8_t rgb[3 * kPiece];
   read_rgb(pass, row, x, n, rgb);
-  split(rgb, layout, n, planes);
+  split_pixels(rgb, 24, T_ORDER_RGB, n, planes);
 }
 
-// Adds the same 8 offsets again and again, each sum clamped to a byte. An offset is up or down,
-// the other of the two being 0.
-struct Offsets {
-  uint8_t up[8];
-  uint8_t down[8];
-};
-
-void shift_plane(uint8_t* plane, const Offsets& offsets) {
-  for (uint32_t i = 0; i < kPiece; i += 8) {
-    for (uint32_t k = 0; k < 8; ++k) {
-      const int32_t value = plane[i + k] + offsets.up[k] - offsets.down[k];
-      plane[i + k] = static_cast<uint8_t>(std::clamp(value, 0, 255));
-    }
+void map_gray_piece(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n,
+                    const RowPattern& pattern, Planes& planes, Indices& indices) {
+  const uint8_t* gray = planes.green;
+  if (pass.depth_in > 8) {
+    read_planes(pass, row, x, n, planes);
+    make_gray(planes, n);
+  } else if (pass.is_gray_ramp && n % 16 == 0) {
+    gray = row + x;
+  } else {
+    translate(row, x, n, pass.depth_in, pass.gray_levels, planes.green);
   }
+  map_black_white(gray, n, pattern, indices);
 }
 
-Offsets offsets_of(const DitherPass& pass, const uint8_t* thresholds) {
-  Offsets offsets = {};
-  for (uint32_t k = 0; k < 8; ++k) {
-    const int32_t m = thresholds[k];
-    const int32_t d = pass.depth_out == 1   ? m - 128
-                      : pass.depth_out == 4 ? (m >> 2) - 32
-                                            : (m >> 3) - 16;
-    offsets.up[k] = static_cast<uint8_t>(std::max(d, 0));
-    offsets.down[k] = static_cast<uint8_t>(std::max(-d, 0));
+void map_piece(DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n,
+               const RowPattern& pattern, Planes& planes, Indices& indices) {
+  if (pass.depth_in <= 8 && pass.method == T_DITHER_NONE) {
+    translate(row, x, n, pass.depth_in, pass.index_map, indices);
+    return;
   }
-  return offsets;
-}
-
-void map_classes(DitherPass& pass, Planes& planes, uint32_t n) {
-  for (uint32_t i = 0; i < n; ++i) {
-    const uint32_t choice =
-        pass.choose(color_class(planes.red[i], planes.green[i], planes.blue[i]));
-    planes.indices[i] = static_cast<uint8_t>(choice >> 24);
+  if (pass.mapping == Mapping::kBlackWhite) {
+    map_gray_piece(pass, row, x, n, pattern, planes, indices);
+    return;
   }
-}
-
-void map_cube(Planes& planes) {
-  for (uint32_t i = 0; i < kPiece; ++i) {
-    planes.indices[i] =
-        static_cast<uint8_t>(cube_index(planes.red[i], planes.green[i], planes.blue[i]));
+  read_planes(pass, row, x, n, planes);
+  if (pass.mapping == Mapping::kSixteen) {
+    map_sixteen(planes, n, pattern, indices);
+    return;
   }
-}
-
-// Grey levels that reach `least` become white. least[k] = threshold + 1, up to 256.
-void map_black_white(Planes& planes, const uint16_t (&least)[8]) {
-  for (uint32_t i = 0; i < kPiece; i += 8) {
-    for (uint32_t k = 0; k < 8; ++k) {
-      const uint32_t sum = 2u * planes.red[i + k] + 5u * planes.green[i + k] + planes.blue[i + k];
-      const auto gray = static_cast<uint16_t>((sum + 4) >> 3);
-      planes.indices[i + k] = static_cast<uint8_t>(gray >= least[k]);
-    }
+  if (pass.method == T_DITHER_ORDERED) {
+    shift_plane(planes.red, n, pattern);
+    shift_plane(planes.green, n, pattern);
+    shift_plane(planes.blue, n, pattern);
   }
-}
-
-void map_sixteen(Planes& planes, const uint16_t (&least)[8]) {
-  for (uint32_t i = 0; i < kPiece; i += 8) {
-    for (uint32_t k = 0; k < 8; ++k) {
-      const int bits = (planes.red[i + k] >= least[k]) | (planes.green[i + k] >= least[k]) << 1 |
-                       (planes.blue[i + k] >= least[k]) << 2;
-      planes.indices[i + k] = static_cast<uint8_t>(bits != 0 ? bits + 8 : 0);
-    }
+  if (pass.mapping == Mapping::kCube) {
+    map_cube(planes, n, indices);
+  } else {
+    map_classes(pass, planes, n, indices);
   }
 }
 
 }  // namespace
 
 void map_row(DitherPass& pass, const uint8_t* row, uint8_t* out, uint32_t y) {
-  const bool is_ordered = pass.method == T_DITHER_ORDERED;
-  const uint8_t* thresholds = kThresholds[y % 8];
-  const Offsets offsets = offsets_of(pass, thresholds);
-  const bool adds_offsets =
-      is_ordered && pass.mapping != Mapping::kBlackWhite && pass.mapping != Mapping::kSixteen;
-  uint16_t least[8];
-  for (uint32_t k = 0; k < 8; ++k) {
-    least[k] = is_ordered ? static_cast<uint16_t>(thresholds[k] + 1) : 128;
-  }
-
-  Planes planes = {};
-  for (uint32_t x = 0; x < pass.width; x += kPiece) {
-    const uint32_t n = std::min(kPiece, pass.width - x);
-    read_planes(pass, row, x, n, planes);
-    if (adds_offsets) {
-      shift_plane(planes.red, offsets);
-      shift_plane(planes.green, offsets);
-      shift_plane(planes.blue, offsets);
-    }
-    switch (pass.mapping) {
-      case Mapping::kBlackWhite:
-        map_black_white(planes, least);
-        break;
-      case Mapping::kSixteen:
-        map_sixteen(planes, least);
-        break;
-      case Mapping::kCube:
-        map_cube(planes);
-        break;
-      default:
-        map_classes(pass, planes, n);
-    }
-    pack_indices(out, x, pass.depth_out, {planes.indices, n});
-    if (pass.width - x <= kPiece) break;
+  const RowPattern pattern = make_pattern(pass, y);
+  Planes planes;
+  Indices indices;
+  for (uint32_t x = 0, n = 0; x < pass.width; x += n) {
+    n = std::min(kPiece, pass.width - x);
+    map_piece(pass, row, x, n, pattern, planes, indices);
+    pack_indices(out, x, pass.depth_out, {indices, n});
   }
 }
 

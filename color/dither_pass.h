@@ -38,6 +38,7 @@ inline constexpr uint32_t kSums = 766;
 // For the mappings that treat each channel by itself: what one channel's sum adds to the index,
 // and the error that it leaves.
 struct ChannelChoice {
+  int32_t next;  // the error times the weight of the next pixel: the chain is that much shorter
   int16_t error;
   uint16_t part;
 };
@@ -63,6 +64,13 @@ struct DitherPass {
   // nobody has asked. Empty when no class is ever looked up.
   Array<uint32_t> choices;
   uint32_t unknown = 0;
+
+  // Without diffusion per colour class 1 + the index, 0 while nobody has asked.
+  Array<uint16_t> class_indices;
+  // Without diffusion, for indexed rows: grey level and, for method 0, the index that each gives.
+  uint8_t gray_levels[256] = {};
+  uint8_t index_map[256] = {};
+  bool is_gray_ramp = false;  // index and grey level are the same
 
   // Grey rows and a grey palette: the three channels stay equal, so one is kept.
   bool is_gray = false;
@@ -93,6 +101,8 @@ struct DitherPass {
 
   // Finds out the choice of a class and remembers it.
   uint32_t learn(uint32_t color_class);
+  // The index of a class by the mappings that look classes up.
+  uint32_t find_index(uint32_t color_class);
   uint32_t choose(uint32_t color_class) {
     const uint32_t known = choices[color_class];
     return known != unknown ? known : learn(color_class);

@@ -2,16 +2,10 @@
 
 #include <algorithm>
 
-#include "color/color_classes.h"
 #include "color/packed_indices.h"
+#include "color/planes.h"
 
 namespace tavo::color {
-
-namespace {
-
-constexpr uint32_t kPiece = 512;  // pixels, a multiple of 8
-
-}  // namespace
 
 Status ClassHistogram::allocate() {
   TRY(counts_.allocate(kColorClasses));
@@ -21,18 +15,20 @@ Status ClassHistogram::allocate() {
 
 void ClassHistogram::add_rows(const uint8_t* rows, size_t stride, uint32_t count, uint32_t width,
                               int32_t depth, uint32_t order) {
-  uint16_t classes[kPiece];
-  uint8_t indices[kPiece];
+  Planes planes;
+  alignas(16) uint16_t classes[kPlanePixels];
+  uint8_t indices[kPlanePixels];
   for (uint32_t y = 0; y < count; ++y) {
     const uint8_t* row = rows + y * stride;
     for (uint32_t x = 0, n = 0; x < width; x += n) {
-      n = std::min(kPiece, width - x);
+      n = std::min(kPlanePixels, width - x);
       if (depth <= 8) {
         unpack_indices(row, x, depth, std::span(indices).first(n));
         add_indices(std::span(indices).first(n));
       } else {
-        classes_of(row + static_cast<size_t>(x) * (static_cast<uint32_t>(depth) / 8), depth, order,
-                   std::span(classes).first(n));
+        split_pixels(row + static_cast<size_t>(x) * (static_cast<uint32_t>(depth) / 8), depth,
+                     order, n, planes);
+        classes_of(planes, n, classes);
         add_classes(std::span(classes).first(n));
       }
     }
