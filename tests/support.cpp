@@ -96,6 +96,8 @@ Bitmap::Bitmap() {
 
 Bitmap::~Bitmap() { T_FreeBitmap(&record_); }
 
+int32_t T_CALL accept_rows(BitmapHandle*, const void*, int32_t, void*) { return T_OK; }
+
 void make_picture(Bitmap& bitmap, int32_t width, int32_t height, int32_t bits, uint32_t request,
                   uint32_t view_perspective) {
   T_InitBitmap(bitmap.get(), width, height, bits);

@@ -54,6 +54,9 @@ class Bitmap {
   BitmapHandle record_;
 };
 
+// A sink that takes every row. (A lambda cannot have the calling convention of the exports.)
+int32_t T_CALL accept_rows(BitmapHandle*, const void*, int32_t, void*);
+
 // A deterministic picture of smooth and noisy parts at any depth, with a palette that has all its
 // entries different, allocated by `request` (1 memory, 3 disk).
 void make_picture(Bitmap& bitmap, int32_t width, int32_t height, int32_t bits, uint32_t request = 1,
