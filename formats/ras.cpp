@@ -187,13 +187,13 @@ void move_spare_front(std::span<uint8_t> row) {
   for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(&row[i], load_le32(&row[i]) << 8);
 }
 
-// Runs of a few bytes can claim rows of gigabytes.
+// A few bytes can claim rows of gigabytes: no memory is taken for one that cannot be there.
 Status check_size(io::InputFile& file, const Header& header) {
-  if (header.type != Type::kByteEncoded) return kOk;
   uint32_t file_bytes = 0;
   TRY(file.size(file_bytes));
-  const uint64_t decoded =
-      file_row_bytes(header.width, header.depth) * static_cast<uint32_t>(header.height);
+  const uint64_t row_bytes = file_row_bytes(header.width, header.depth);
+  if (header.type != Type::kByteEncoded) return row_bytes <= file_bytes ? kOk : kReadError;
+  const uint64_t decoded = row_bytes * static_cast<uint32_t>(header.height);
   return process::is_plausible_size(decoded, file_bytes) ? kOk : kBadData;
 }
 
