@@ -1,0 +1,98 @@
+// TGA and Sun raster beside FFmpeg, SDL_image and Pillow: a photograph-like picture of 4096 x 3072
+// pixels in 24 bits and the same in 256 noisy colours, text of 2048 x 2048 in 8 bits. Memory to
+// memory; run-length files are FFmpeg's. The library loads whole pictures with identification,
+// allocation and rows into the bitmap, and saves in direct mode.
+#include "raster_peers.h"
+
+namespace {
+
+using namespace tavo::bench;
+
+struct Picture {
+  int width;
+  int height;
+  int bits;
+  Bytes rows;  // 24 bits: blue first
+};
+
+template <class Run>
+void add(const std::string& name, const Picture& picture, Run run) {
+  const int64_t bytes = static_cast<int64_t>(picture.rows.size());
+  benchmark::RegisterBenchmark(name.c_str(), [run, bytes](benchmark::State& state) {
+    run(state);
+    state.SetBytesProcessed(state.iterations() * bytes);
+  })->Unit(benchmark::kMillisecond);
+}
+
+#ifdef PEER_FFMPEG
+void add_loads(const std::string& name, AVCodecID id, const char* type, const Picture& picture,
+               Bytes file) {
+  auto* kept = new Bytes(std::move(file));  // as long as the program runs
+  std::printf("%s: %zu bytes\n", name.c_str(), kept->size());
+  add(name + "/tavo", picture, [kept](benchmark::State& state) { load(state, *kept); });
+  add(name + "/FFmpeg", picture, [=](benchmark::State& state) { ffmpeg_decode(state, id, *kept); });
+#ifdef PEER_SDL_IMAGE
+  if (id == AV_CODEC_ID_TARGA) {
+    add(name + "/SDL_image", picture,
+        [=](benchmark::State& state) { sdl_decode(state, type, *kept); });
+  }
+#endif
+  const int64_t bytes = static_cast<int64_t>(picture.rows.size());
+  const std::string suffix = id == AV_CODEC_ID_TARGA ? ".tga" : ".ras";
+  benchmark::RegisterBenchmark((name + "/Pillow").c_str(),
+                               [=](benchmark::State& state) {
+                                 pillow_decode(state, suffix, *kept);
+                                 state.SetBytesProcessed(state.iterations() * bytes);
+                               })
+      ->Unit(benchmark::kMillisecond)
+      ->UseManualTime()
+      ->Iterations(1);
+}
+
+void add_save(const std::string& name, AVCodecID id, int32_t format, const Picture& picture) {
+  auto* bitmap = new BitmapHandle{};
+  make_bitmap(*bitmap, picture.width, picture.height, picture.bits, picture.rows);
+  add(name + "/tavo", picture, [=](benchmark::State& state) {
+    for (auto _ : state) save_direct(*bitmap, format);
+  });
+  const AVPixelFormat layout = picture.bits == 8 ? AV_PIX_FMT_PAL8 : AV_PIX_FMT_BGR24;
+  add(name + "/FFmpeg", picture, [=, &picture](benchmark::State& state) {
+    ffmpeg_encode(&state, id, layout, picture.width, picture.height, picture.rows, false);
+  });
+}
+
+void add_format(const std::string& name, AVCodecID id, int32_t format, const char* type,
+                const Picture& photo, const Picture& noisy, const Picture& text) {
+  const struct {
+    const char* name;
+    const Picture& picture;
+  } inputs[] = {{"photo24", photo}, {"noisy8", noisy}, {"text8", text}};
+  for (const auto& input : inputs) {
+    const Picture& p = input.picture;
+    const AVPixelFormat layout = p.bits == 8 ? AV_PIX_FMT_PAL8 : AV_PIX_FMT_BGR24;
+    BitmapHandle bitmap = {};
+    make_bitmap(bitmap, p.width, p.height, p.bits, p.rows);
+    add_loads("load/" + name + "/raw/" + input.name, id, type, p, saved_file(bitmap, format));
+    T_FreeBitmap(&bitmap);
+    add_loads("load/" + name + "/runs/" + input.name, id, type, p,
+              ffmpeg_encode(nullptr, id, layout, p.width, p.height, p.rows, true));
+    add_save("save/" + name + "/raw/" + input.name, id, format, p);
+  }
+}
+#endif
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  keep_freed_memory();
+  T_SetRASVariant(1);
+  static const Picture photo{4096, 3072, 24, photograph(4096, 3072)};
+  static const Picture noisy{4096, 3072, 8, noisy_indices(4096, 3072)};
+  static const Picture text{2048, 2048, 8, text_indices(2048, 2048)};
+#ifdef PEER_FFMPEG
+  add_format("tga", AV_CODEC_ID_TARGA, T_FORMAT_TGA, "TGA", photo, noisy, text);
+  add_format("sun", AV_CODEC_ID_SUNRAST, T_FORMAT_RAS, "", photo, noisy, text);
+#endif
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+}
