@@ -52,7 +52,7 @@ inline uint32_t scramble(uint32_t x, uint32_t y, uint32_t seed) {
   return h ^ h >> 15;
 }
 
-// Smooth shapes with grain, as photographs have: red, green, blue.
+// Smooth shapes with grain, as photographs have, and flat patches without: red, green, blue.
 inline Bytes photograph(int width, int height, int grain = 6) {
   Bytes rows(size_t{3} * width * height);
   for (int y = 0; y < height; ++y) {
@@ -61,7 +61,9 @@ inline Bytes photograph(int width, int height, int grain = 6) {
       for (int i = 0; i < 3; ++i) {
         const int fold = waves[i] & 255;
         const int level = (waves[i] & 256) != 0 ? 255 - fold : fold;
-        const int speck = static_cast<int>(scramble(x, y, i) % (2 * grain + 1)) - grain;
+        const bool is_flat = scramble(x / 6, y / 16, 11) % 3 == 0;
+        const int speck =
+            is_flat ? 0 : static_cast<int>(scramble(x, y, i) % (2 * grain + 1)) - grain;
         rows[3 * (size_t(width) * y + x) + i] =
             static_cast<uint8_t>(std::clamp(level * 3 / 4 + 32 + speck, 0, 255));
       }
@@ -71,7 +73,7 @@ inline Bytes photograph(int width, int height, int grain = 6) {
 }
 
 // A grainier photograph's 3-3-2 bit colours, the rest of each level carried into the next pixel:
-// indices as noisy as those of a real photograph in 256 colours (LZW makes 0.7 bytes of each).
+// indices as noisy as those of a real photograph in 256 colours (LZW makes 0.6 bytes of each).
 inline Bytes noisy_indices(int width, int height) {
   const Bytes photo = photograph(width, height, 24);
   Bytes indices(size_t(width) * height);

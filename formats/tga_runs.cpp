@@ -15,21 +15,32 @@ constexpr size_t kMaxPixels = 128;
 constexpr size_t kStep = 16;
 constexpr uint8_t kRun = 0x80;
 
+constexpr size_t kFirst =
+    3 * kStep;  // written without looking at the length: most packets end here
+
 // Bytes that one packet and the excess of its copy may read.
-constexpr size_t kWindow = 1 + kMaxPixels * 4 + kStep;
+constexpr size_t kWindow = 1 + kMaxPixels * 4 + kFirst;
 
 inline void copy_step(uint8_t* to, const uint8_t* from) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
 }
 
-// Writes a run, in steps whose excess is less than kStep bytes.
+inline void copy_literals(uint8_t* to, const uint8_t* from, size_t bytes) {
+  copy_step(to, from);
+  copy_step(to + kStep, from + kStep);
+  copy_step(to + 2 * kStep, from + 2 * kStep);
+  for (size_t done = kFirst; done < bytes; done += kStep) copy_step(to + done, from + done);
+}
+
+// Writes a run; like copy_literals less than kFirst bytes too many.
 template <size_t kPixelBytes>
 inline void fill_run(uint8_t* to, const uint8_t* pixel, size_t bytes) {
   if constexpr (kPixelBytes == 3) {
     const uint64_t one = load_le16(pixel) | static_cast<uint64_t>(pixel[2]) << 16;
     const uint64_t two = one | one << 24;
-    for (size_t done = 0; done < bytes; done += 6) store_le64(to + done, two);
+    for (size_t done = 0; done < 24; done += 6) store_le64(to + done, two);
+    for (size_t done = 24; done < bytes; done += 6) store_le64(to + done, two);
   } else {
     __m128i all;
     if constexpr (kPixelBytes == 1) all = _mm_set1_epi8(static_cast<char>(pixel[0]));
@@ -59,7 +70,7 @@ uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
       if (part < packet) std::memcpy(pixel_, in, kPixelBytes);
       in += kPixelBytes;
     } else {
-      for (size_t done = 0; done < part; done += kStep) copy_step(out + done, in + done);
+      copy_literals(out, in, part);
       in += part;
     }
     out += part;
