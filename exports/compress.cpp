@@ -1,9 +1,13 @@
 // Compression: strips, rows, bitmaps and files to CMP files and JPEG streams.
+#include "compress/bilevel.h"
 #include "compress/bitmap_compressor.h"
 #include "compress/coding.h"
+#include "compress/stamped.h"
 #include "exports/shared.h"
 #include "io/file_table.h"
+#include "pipeline/compress_files.h"
 #include "pipeline/format_write.h"
+#include "pipeline/load.h"
 #include "tavo45.h"
 
 using namespace tavo;
@@ -58,6 +62,54 @@ int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t 
                                 int32_t quality, uint32_t) {
   if (bitmap == nullptr) return T_ERR_ARGUMENT;
   return compress::compress_bitmap(*bitmap, name, outputType, quality, nullptr).code();
+}
+
+int32_t T_CALL T_CompressBitmapWithStamp(BitmapHandle* bitmap, const char* name, int32_t outputType,
+                                         int32_t quality, int32_t stampWidth, int32_t stampHeight,
+                                         int32_t stampBits, int32_t dither) {
+  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  const compress::StampRequest stamp = {stampWidth, stampHeight, stampBits, dither == 1};
+  return compress::compress_with_stamp(*bitmap, name, outputType, quality, stamp).code();
+}
+
+int32_t T_CALL T_CompressALL(const char* source, const char* destination, int32_t outputType,
+                             int32_t quality, uint32_t) {
+  return pipeline::compress_any_file(source, destination, outputType, quality).code();
+}
+
+int32_t T_CALL T_CompressBMP(const char* source, const char* destination, int32_t outputType,
+                             int32_t quality, uint32_t) {
+  return pipeline::compress_file(source, destination, T_FORMAT_BMP, outputType, quality).code();
+}
+
+int32_t T_CALL T_CompressGIF(const char* source, const char* destination, int32_t outputType,
+                             int32_t quality, uint32_t) {
+  return pipeline::compress_file(source, destination, T_FORMAT_GIF, outputType, quality).code();
+}
+
+int32_t T_CALL T_CompressPCX(const char* source, const char* destination, int32_t outputType,
+                             int32_t quality, uint32_t) {
+  return pipeline::compress_file(source, destination, T_FORMAT_PCX, outputType, quality).code();
+}
+
+int32_t T_CALL T_CompressTGA(const char* source, const char* destination, int32_t outputType,
+                             int32_t quality, uint32_t, uint32_t) {
+  return pipeline::compress_file(source, destination, T_FORMAT_TGA, outputType, quality).code();
+}
+
+int32_t T_CALL T_CompressTIF(const char* source, const char* destination, int32_t outputType,
+                             int32_t quality, uint32_t) {
+  return pipeline::compress_file(source, destination, T_FORMAT_TIFF, outputType, quality).code();
+}
+
+int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name, int32_t format) {
+  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  return pipeline::compress_bilevel(*bitmap, name, format).code();
+}
+
+int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap) {
+  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  return pipeline::load_picture(name, *bitmap, bilevel::read).code();
 }
 
 int32_t T_CALL T_LoadCustomQTable(const uint32_t* table) {

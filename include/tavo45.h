@@ -693,6 +693,61 @@ T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, 
 T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t outputType,
                                       int32_t quality, uint32_t flag);
 
+/* T_CompressBitmap with a stamp, a small picture of the picture, in the same file.
+ * stampWidth, stampHeight   4 to 255 and 1 to 255 pixels. The stamp takes the pixel in the middle
+ *              of each part of the picture that it stands for
+ * stampBits    8: a palette of 256 colours, that of an 8-bit bitmap, otherwise an optimised one, or
+ *              with dither 1 the built-in one, to which a bitmap above 8 bits is dithered by its
+ *              DitherMethod; 24: colours
+ * A stamp must fit one segment of a JPEG stream: 65,525 bytes, palette included.
+ * T_OK, T_ERR_SIZE (stamp size), T_ERR_ARGUMENT (stampBits), the statuses of T_CompressBitmap and
+ * T_ColorResolution. */
+T_API int32_t T_CALL T_CompressBitmapWithStamp(BitmapHandle* bitmap, const char* name,
+                                               int32_t outputType, int32_t quality,
+                                               int32_t stampWidth, int32_t stampHeight,
+                                               int32_t stampBits, int32_t dither);
+
+/* Loads a file of any format and compresses the picture as T_CompressBitmap does; a 1-bit picture
+ * with output type 0 becomes a file of the 1-bit compressed format instead. `flag` has no meaning
+ * yet: pass 0. Statuses of T_LoadBitmap and T_CompressBitmap. */
+T_API int32_t T_CALL T_CompressALL(const char* source, const char* destination, int32_t outputType,
+                                   int32_t quality, uint32_t flag);
+
+/* Compress a file of one format while it is read, without holding the picture: rows keep the
+ * file's order, and a file that begins with its bottom row gives a bottom-first one (row order 0,
+ * "V1.00"). 1-bit pictures and 8-bit grey ones are written grey, all others as colours. 8-bit BMP
+ * files and interlaced GIF files are loaded whole and written top first. T_CompressTGA's option has
+ * no meaning yet: pass 0, as for `flag`. The destination is created when the first rows are there.
+ * Statuses of T_FileInfo, of the format's reader (T_ERR_BAD_DATA for a file of another format), and
+ * of T_CompressBitmap; T_ERR_INCOMPLETE never, T_ERR_FORMAT when the format has no reader. */
+T_API int32_t T_CALL T_CompressBMP(const char* source, const char* destination, int32_t outputType,
+                                   int32_t quality, uint32_t flag);
+T_API int32_t T_CALL T_CompressGIF(const char* source, const char* destination, int32_t outputType,
+                                   int32_t quality, uint32_t flag);
+T_API int32_t T_CALL T_CompressPCX(const char* source, const char* destination, int32_t outputType,
+                                   int32_t quality, uint32_t flag);
+T_API int32_t T_CALL T_CompressTGA(const char* source, const char* destination, int32_t outputType,
+                                   int32_t quality, uint32_t flag, uint32_t option);
+T_API int32_t T_CALL T_CompressTIF(const char* source, const char* destination, int32_t outputType,
+                                   int32_t quality, uint32_t flag);
+
+/* The 1-bit compressed format (T_FORMAT_CMP_1BIT), for bilevel pictures, numbers little-endian:
+ *  0 "TAVO"; 4: 1; 5: 0; 6: 1 when the coded bits are the complements of the pixels, else 0; 7: 0
+ *  8 width (4 bytes); 12: height (4); 16: XResolution (4); 20: YResolution (4)
+ * 24 red, green, blue of index 0; 27: of index 1
+ * 30 checksum (2): the sum of (i + 1) times the byte at offset i, for i from 0 to 29
+ * 32 the rows, top first, as one ITU-T T.6 (Group 4) stream, first pixel in the highest bit, ended
+ *    by an end-of-block code; coded 0 is the standard's white. Writers take the lighter colour for
+ *    it.
+ *
+ * Saves a bitmap at 1 bit. format 1: in this format; any other number: as T_SaveFile's, with the
+ * built-in black and white, as a further page when T_SetPageNumber is above 1. Statuses of
+ * T_SaveFile. */
+T_API int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name, int32_t format);
+/* Initialises and allocates the bitmap and loads a file of the 1-bit compressed format. On failure
+ * the bitmap is freed. Statuses of the trio's T_Load...Bitmap. */
+T_API int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap);
+
 /* Replaces the scaled quantisation tables of all later compressions: 64 entries in zigzag order,
  * of which the low bytes count, for all components; the internal value is not looked at then. Null
  * returns to the scaled tables. T_OK or T_ERR_ARGUMENT (an entry is 0; nothing changes). */

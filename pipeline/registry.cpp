@@ -1,5 +1,6 @@
 #include "pipeline/registry.h"
 
+#include "compress/bilevel.h"
 #include "compress/bitmap_compressor.h"
 #include "formats/bmp.h"
 #include "formats/cals.h"
@@ -93,12 +94,19 @@ constexpr FormatRow kFormats[] = {
     compressed_row(T_FORMAT_JPEG_2X2_24, "JPEG 2x2 (24-bit)",
                    "JPEG, chroma halved in both directions, always colour", "jpg jpeg jpe", true),
     compressed_row(T_FORMAT_CMP_SAVE, "CMP", "Compressed picture", "cmp"),
+    {.id = T_FORMAT_CMP_1BIT,
+     .name = "CMP (1-bit)",
+     .description = "Compressed bilevel picture",
+     .extensions = "cmp",
+     .read = bilevel::read,
+     .write = bilevel::write,
+     .write_depths = depth_bit(1)},
 };
 
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
-    tga::probe, bmp::probe, cals::probe, gif::probe, ras::probe,
+    bilevel::probe, tga::probe, bmp::probe, cals::probe, gif::probe, ras::probe,
 };
 
 }  // namespace

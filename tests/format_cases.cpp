@@ -60,11 +60,17 @@ FormatCase cals_case() {
   return cals;
 }
 
+FormatCase bilevel_case() {
+  FormatCase bilevel{"Bilevel", {}, T_FORMAT_CMP_1BIT, {1}};
+  bilevel.samples = {{"1 bit", saved_sample(T_FORMAT_CMP_1BIT, 1, 70, 9)}};
+  return bilevel;
+}
+
 }  // namespace
 
 const std::vector<FormatCase>& format_cases() {
-  static const std::vector<FormatCase> cases = {bmp_case(), gif_case(), cals_case(), tga_case(),
-                                                ras_case()};
+  static const std::vector<FormatCase> cases = {bmp_case(), gif_case(), cals_case(),
+                                                tga_case(), ras_case(), bilevel_case()};
   return cases;
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "compression.h"
 #include "failure.h"
 #include "format_table.h"
 #include "output_file.h"
@@ -25,11 +26,13 @@ struct ConvertOptions {
   std::string order;
   int page = 1;
   bool append = false;
+  CompressionOptions compression;
 };
 
 T_Format output_format(const ConvertOptions& options) {
-  return options.format.empty() ? format_by_extension(options.output)
-                                : format_by_name(options.format);
+  const T_Format format =
+      options.format.empty() ? format_by_extension(options.output) : format_by_name(options.format);
+  return compressed_variant(format, options.compression);
 }
 
 int output_depth(const ConvertOptions& options, const T_Format& format, int source_bits) {
@@ -74,12 +77,18 @@ void save(const ConvertOptions& options, const T_Format& format, int bits, const
   const int32_t pages_before = appends ? describe(options.output, 1).PageCount : 0;
   OutputFile output(options.output, appends);
   const BitmapHandle& record = picture.record();
-  const SaveSettings settings(
-      record, in_dots_per_inch(info.Format, record.XResolution, record.YResolution));
-  constexpr int32_t kQuality = 0;
-  check(T_SaveFile(output.path().c_str(), &picture.record(), format.Id, bits, kQuality,
-                   appends ? T_SAVE_APPEND : 0, 0, 0),
-        options.output);
+  const Resolution dpi = in_dots_per_inch(info.Format, record.XResolution, record.YResolution);
+  const SaveSettings settings(record, dpi);
+  if (!options.compression.stamp.empty()) {
+    picture.record().XResolution = dpi.x;
+    picture.record().YResolution = dpi.y;
+    save_with_stamp(output.path(), picture.record(), format, bits, options.compression);
+  } else {
+    const int32_t quality = is_compressed(format) ? quality_factor(format, options.compression) : 0;
+    check(T_SaveFile(output.path().c_str(), &picture.record(), format.Id, bits, quality,
+                     appends ? T_SAVE_APPEND : 0, 0, 0),
+          options.output);
+  }
   if (appends) check_appended(options, format, output.path(), pages_before);
   output.commit();
 }
@@ -87,11 +96,12 @@ void save(const ConvertOptions& options, const T_Format& format, int bits, const
 int run_convert(const ConvertOptions& options) {
   const T_Format format = output_format(options);
   const FILEINFO info = describe(options.input, options.page);
-  const int bits = output_depth(options, format, info.BitsPerPixel);
+  int bits = output_depth(options, format, info.BitsPerPixel);
   Progress progress;
   Picture picture;
   progress.start("Reading " + options.input);
   load(options, info, picture);
+  if (options.bits == 0 && is_compressed(format)) bits = compressed_depth(picture.record());
   progress.start("Writing " + options.output);
   save(options, format, bits, info, picture);
   return kExitOk;
@@ -127,6 +137,7 @@ void add_options(CLI::App& command, ConvertOptions& options) {
       ->capture_default_str();
   command.add_flag("-a,--append", options.append,
                    "Add the picture to OUT as a further page, where the format has pages");
+  add_compression_options(command, options.compression);
 }
 
 }  // namespace
@@ -139,6 +150,7 @@ void add_convert(CLI::App& app, Action& action) {
       "Resolution and row order are kept. Examples:\n"
       "  tavo convert photo.bmp copy.bmp\n"
       "  tavo convert photo.bmp small.bmp --bits 8\n"
+      "  tavo convert photo.bmp photo.jpg --quality 90 --subsampling 2x2\n"
       "  tavo convert drawing.bmp out.img --format bmp");
   command->callback([options, &action] { action = [options] { return run_convert(*options); }; });
 }

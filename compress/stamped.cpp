@@ -1,0 +1,123 @@
+#include "compress/stamped.h"
+
+#include <cstring>
+
+#include "base/buffer.h"
+#include "color/reduce.h"
+#include "compress/bitmap_compressor.h"
+#include "compress/cmp_layout.h"
+#include "compress/strip_rows.h"
+#include "core/bitmap.h"
+#include "core/rows.h"
+
+namespace tavo::compress {
+
+namespace {
+
+Status check_request(const StampRequest& request) {
+  if (request.width < 4 || request.width > 255) return kBadSize;
+  if (request.height < 1 || request.height > 255) return kBadSize;
+  return request.bits == 8 || request.bits == 24 ? kOk : kBadArgument;
+}
+
+// The middle of the i-th of `parts` equal parts of `length`.
+uint32_t middle(uint32_t i, uint32_t parts, uint32_t length) {
+  return static_cast<uint32_t>((2 * uint64_t{i} + 1) * length / (2 * uint64_t{parts}));
+}
+
+// Fills `small`, top row first, with pixels of `bitmap`: indices when both have 8 bits, otherwise
+// 24-bit colours, blue first.
+Status pick_pixels(BitmapHandle& bitmap, BitmapHandle& small) {
+  const bool keeps_indices = small.BitsPerPixel == 8;
+  const size_t pixel_bytes = keeps_indices ? 1 : 3;
+  const auto width = static_cast<uint32_t>(bitmap.Width);
+  const auto height = static_cast<uint32_t>(bitmap.Height);
+  Buffer stored, colors, out;
+  TRY(stored.allocate(bitmap.BytesPerLine));
+  TRY(colors.allocate(uint64_t{width} * 3));
+  TRY(out.allocate(small.BytesPerLine));
+  StripRows convert;
+  if (!keeps_indices) TRY(convert.start(bitmap, StripRows::Target::kColor));
+  const core::AccessScope accessed(bitmap);
+  const core::AccessScope accessed_small(small);
+  for (uint32_t y = 0; y < static_cast<uint32_t>(small.Height); ++y) {
+    const uint32_t from = middle(y, static_cast<uint32_t>(small.Height), height);
+    TRY(core::get_row(bitmap, core::stored_row(bitmap, from), stored.bytes()));
+    const uint8_t* row = stored.data();
+    if (!keeps_indices) {
+      TRY(convert.convert(row, colors.data()));
+      row = colors.data();
+    }
+    for (uint32_t x = 0; x < static_cast<uint32_t>(small.Width); ++x) {
+      const uint32_t at = middle(x, static_cast<uint32_t>(small.Width), width);
+      std::memcpy(out.data() + x * pixel_bytes, row + at * pixel_bytes, pixel_bytes);
+    }
+    TRY(core::put_row(small, y, out.bytes()));
+  }
+  return kOk;
+}
+
+// To 256 colours: dithered to the built-in palette, or the nearest of a palette made for it.
+Status reduce(BitmapHandle& small, const BitmapHandle& bitmap, bool dithers) {
+  small.DitherMethod = dithers ? bitmap.DitherMethod : T_DITHER_NONE;
+  const auto type = dithers ? color::PaletteType::kFixed : color::PaletteType::kOptimized;
+  return color::color_resolution(small, 8, type, nullptr, 0);
+}
+
+Status make_small(BitmapHandle& bitmap, const StampRequest& request, BitmapHandle& small) {
+  const bool keeps_indices = request.bits == 8 && bitmap.BitsPerPixel == 8;
+  TRY(core::init_bitmap(small, request.width, request.height, keeps_indices ? 8 : 24));
+  small.ViewPerspective = 0;
+  TRY(core::allocate_bitmap(small, 1));
+  TRY(pick_pixels(bitmap, small));
+  if (keeps_indices) {
+    std::memcpy(small.Info.Palette, bitmap.Info.Palette, sizeof(small.Info.Palette));
+    return kOk;
+  }
+  if (request.bits == 24) return kOk;
+  const bool dithers = request.dithers && bitmap.BitsPerPixel > 8;
+  return reduce(small, bitmap, dithers);
+}
+
+// The bytes of the stamp, palette first.
+Status collect(BitmapHandle& small, Buffer& data, Stamp& stamp) {
+  const bool is_indexed = small.BitsPerPixel == 8;
+  const size_t palette_size = is_indexed ? cmp::kStampPaletteSize : 0;
+  const auto row_bytes = static_cast<size_t>(
+      core::packed_bytes(static_cast<uint64_t>(small.Width), small.BitsPerPixel));
+  const auto height = static_cast<uint32_t>(small.Height);
+  TRY(data.allocate(palette_size + row_bytes * height));
+  for (size_t i = 0; i < palette_size; i += 3) {
+    const T_PaletteEntry& entry = small.Info.Palette[i / 3];
+    data.data()[i] = entry.Red;
+    data.data()[i + 1] = entry.Green;
+    data.data()[i + 2] = entry.Blue;
+  }
+  const core::AccessScope accessed(small);
+  for (uint32_t y = 0; y < height; ++y) {
+    TRY(core::get_row(small, y, data.bytes().subspan(palette_size + y * row_bytes, row_bytes)));
+  }
+  stamp.width = static_cast<uint32_t>(small.Width);
+  stamp.height = height;
+  stamp.bits = static_cast<uint32_t>(small.BitsPerPixel);
+  stamp.palette = data.bytes().first(palette_size);
+  stamp.pixels = data.bytes().subspan(palette_size);
+  return kOk;
+}
+
+}  // namespace
+
+Status compress_with_stamp(BitmapHandle& bitmap, const char* name, int32_t output_type,
+                           int32_t quality, const StampRequest& request) {
+  TRY(check_request(request));
+  if (!core::has_storage(bitmap)) return kNoStorage;
+  if (bitmap.Width <= 0 || bitmap.Height <= 0) return kNotCompressible;
+  core::OwnedBitmap small;
+  TRY(make_small(bitmap, request, *small));
+  Buffer data;
+  Stamp stamp;
+  TRY(collect(*small, data, stamp));
+  return compress_bitmap(bitmap, name, output_type, quality, &stamp);
+}
+
+}  // namespace tavo::compress

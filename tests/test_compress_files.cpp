@@ -1,0 +1,293 @@
+// Files to compressed files, stamps, and the 1-bit compressed format.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "compress/bilevel.h"
+#include "format_cases.h"
+#include "support.h"
+
+namespace tavo::test {
+namespace {
+
+Bytes text(const char* s) { return {s, s + std::strlen(s)}; }
+
+bool contains(const Bytes& file, const Bytes& part) {
+  return std::search(file.begin(), file.end(), part.begin(), part.end()) != file.end();
+}
+
+// From the frame header on: size, sampling, scan.
+Bytes coded_part(const Bytes& file) {
+  const Bytes sof = {0xFF, 0xC0, 0};
+  const Bytes eoi = {0xFF, 0xD9};
+  const auto begin = std::search(file.begin(), file.end(), sof.begin(), sof.end());
+  return {begin, std::find_end(begin, file.end(), eoi.begin(), eoi.end())};
+}
+
+Bytes compress(BitmapHandle* bitmap, int32_t type, int32_t quality) {
+  Disk disk;
+  EXPECT_EQ(T_CompressBitmap(bitmap, "out", type, quality, 0), T_OK);
+  return disk.files["out"];
+}
+
+// ---- Files to files ----
+
+TEST(CompressFiles, StreamedRowsKeepTheFilesOrder) {
+  for (const int32_t bits : {1, 4, 24}) {
+    Bitmap picture;
+    make_picture(picture, 45, 37, bits);
+    Disk disk;
+    ASSERT_EQ(T_SaveBitmap("in", picture.get(), T_FORMAT_BMP, bits, 0), T_OK);
+    // A BMP file begins with its bottom row: what it gives is its picture upside down.
+    picture->ViewPerspective = 0;
+    for (const int32_t type : {0, 5}) {
+      ASSERT_EQ(T_CompressBMP("in", "got", type, 20, 0), T_OK);
+      ASSERT_EQ(T_CompressBitmap(picture.get(), "want", type, 20, 0), T_OK);
+      const Bytes& got = disk.files["got"];
+      EXPECT_TRUE(coded_part(got) == coded_part(disk.files["want"])) << bits;
+      EXPECT_TRUE(contains(got, text("TAVO Technologies Inc. V1.00")));
+      if (type == 0) {
+        EXPECT_EQ(got[21], 0);
+      }
+    }
+    EXPECT_EQ(disk.open_count, 0);
+  }
+}
+
+TEST(CompressFiles, SomeSourcesAreLoadedWhole) {
+  Bitmap picture;
+  make_picture(picture, 45, 37, 8);
+  Disk disk;
+  ASSERT_EQ(T_SaveBitmap("in", picture.get(), T_FORMAT_BMP, 8, 0), T_OK);
+  ASSERT_EQ(T_CompressBMP("in", "got", 5, 20, 0), T_OK);
+  EXPECT_TRUE(coded_part(disk.files["got"]) == coded_part(compress(picture.get(), 5, 20)));
+  EXPECT_TRUE(contains(disk.files["got"], text("TAVO Technologies Inc. V1.01")));
+}
+
+TEST(CompressFiles, OtherReaders) {
+  Bitmap picture;
+  make_picture(picture, 20, 20, 8);
+  Disk disk;
+  ASSERT_EQ(T_SaveBitmap("in", picture.get(), T_FORMAT_GIF, 8, 0), T_OK);
+  EXPECT_EQ(T_CompressGIF("in", "got", 1, 20, 0), T_OK);
+  EXPECT_TRUE(coded_part(disk.files["got"]) == coded_part(compress(picture.get(), 1, 20)));
+  EXPECT_EQ(T_CompressBMP("in", "no", 1, 20, 0), T_ERR_BAD_DATA) << "not a BMP file";
+  EXPECT_EQ(T_CompressGIF("none", "no", 1, 20, 0), T_ERR_OPEN);
+  EXPECT_EQ(T_CompressGIF("in", "no", 1, 256, 0), T_ERR_QUALITY);
+  EXPECT_EQ(disk.files.count("no"), 0u) << "no file before there is something to write";
+}
+
+TEST(CompressFiles, AnyFile) {
+  for (const int32_t bits : {1, 4, 8, 24}) {
+    Bitmap picture;
+    make_picture(picture, 30, 30, bits);
+    Disk disk;
+    ASSERT_EQ(T_SaveBitmap("in", picture.get(), T_FORMAT_BMP, bits, 0), T_OK);
+    ASSERT_EQ(T_CompressALL("in", "got", 3, 20, 0), T_OK);
+    EXPECT_TRUE(coded_part(disk.files["got"]) == coded_part(compress(picture.get(), 3, 20)));
+    ASSERT_EQ(T_CompressALL("in", "got", 0, 20, 0), T_OK);
+    EXPECT_EQ(disk.files["got"][4], bits == 1 ? 1 : 0) << "the 1-bit compressed format";
+  }
+  EXPECT_EQ(T_CompressALL("none", "no", 0, 20, 0), T_ERR_OPEN);
+}
+
+// ---- Stamps ----
+
+// Upper half red, lower half blue, a green column at the left.
+void make_flag(Bitmap& bitmap, int32_t bits) {
+  T_InitBitmap(bitmap.get(), 100, 60, bits);
+  ASSERT_EQ(T_AllocateBitmap(bitmap.get(), 1), T_OK);
+  bitmap->Info.Palette[1] = {0, 0, 250, 0};
+  bitmap->Info.Palette[2] = {240, 0, 0, 0};
+  bitmap->Info.Palette[3] = {0, 230, 0, 0};
+  T_AccessBitmap(bitmap.get());
+  for (uint32_t y = 0; y < 60; ++y) {  // bottom row first
+    Bytes row(bitmap->BytesPerLine);
+    for (uint32_t x = 0; x < 100; ++x) {
+      const uint8_t index = x < 10 ? 3 : y < 30 ? 2 : 1;
+      const T_PaletteEntry& color = bitmap->Info.Palette[index];
+      if (bits == 8) row[x] = index;
+      if (bits == 24) std::memcpy(&row[3 * x], &color, 3);
+    }
+    T_PutBitmapRow(bitmap.get(), row.data(), y, bitmap->BytesPerLine);
+  }
+  T_ReleaseBitmap(bitmap.get());
+}
+
+TEST(CompressStamp, IndexedStampInBothPlaces) {
+  Bitmap bitmap;
+  make_flag(bitmap, 8);
+  Disk disk;
+  ASSERT_EQ(T_CompressBitmapWithStamp(bitmap.get(), "out", 0, 20, 64, 48, 8, 0), T_OK);
+  const Bytes& file = disk.files["out"];
+  EXPECT_EQ(file[5], 0x10);
+  EXPECT_EQ(Bytes(&file[24], &file[27]), (Bytes{64, 48, 8}));
+  EXPECT_EQ(Bytes(&file[27 + 3], &file[27 + 12]), (Bytes{250, 0, 0, 0, 0, 240, 0, 230, 0}));
+  const uint8_t* pixels = &file[27 + 768];
+  EXPECT_EQ(pixels[0], 3);
+  EXPECT_EQ(pixels[63], 1);
+  EXPECT_EQ(pixels[23 * 64 + 63], 1);
+  EXPECT_EQ(pixels[24 * 64 + 63], 2);
+  // The stream begins behind the block; its second segment repeats the stamp.
+  ASSERT_EQ(Bytes(&file[3867], &file[3869]), (Bytes{0xFF, 0xD8}));
+  const uint8_t* extension = &file[3867 + 20];
+  constexpr uint32_t kLength = 10 + 768 + 64 * 48;
+  EXPECT_EQ(Bytes(extension, extension + 12),
+            join({{0xFF, 0xE0, kLength >> 8, kLength & 255}, text("JFXX"), {0, 0x11, 64, 48}}));
+  EXPECT_TRUE(std::equal(extension + 12, extension + 2 + kLength, &file[27]));
+  // Without its stamp the file is what T_CompressBitmap writes.
+  const Bytes plain = compress(bitmap.get(), 0, 20);
+  EXPECT_TRUE(Bytes(extension + 2 + kLength, file.data() + file.size()) ==
+              Bytes(plain.begin() + 24 + 20, plain.end()));
+}
+
+TEST(CompressStamp, ColorStamp) {
+  for (const int32_t bits : {8, 24}) {
+    Bitmap bitmap;
+    make_flag(bitmap, bits);
+    Disk disk;
+    ASSERT_EQ(T_CompressBitmapWithStamp(bitmap.get(), "out", 1, 20, 10, 4, 24, 0), T_OK);
+    const Bytes& file = disk.files["out"];
+    const Bytes head = join({{0xFF, 0xE0, 0, 130}, text("JFXX"), {0, 0x13, 10, 4}});
+    ASSERT_EQ(Bytes(&file[20], &file[32]), head);
+    EXPECT_EQ(Bytes(&file[32], &file[38]), (Bytes{0, 230, 0, 0, 0, 250})) << "blue, green, red";
+    EXPECT_EQ(Bytes(&file[32 + 117], &file[32 + 120]), (Bytes{240, 0, 0}));
+  }
+}
+
+TEST(CompressStamp, ColorsAreReducedForIndexedStamps) {
+  Bitmap bitmap;
+  make_flag(bitmap, 24);
+  Disk disk;
+  ASSERT_EQ(T_CompressBitmapWithStamp(bitmap.get(), "out", 0, 20, 10, 4, 8, 0), T_OK);
+  const Bytes& file = disk.files["out"];
+  const auto color = [&](size_t pixel) {
+    const size_t index = file[27 + 768 + pixel];
+    return Bytes(&file[27 + 3 * index], &file[27 + 3 * index] + 3);
+  };
+  const auto is_near = [](const Bytes& a, const Bytes& b) {
+    return std::equal(a.begin(), a.end(), b.begin(),
+                      [](int x, int y) { return std::abs(x - y) < 8; });
+  };
+  EXPECT_TRUE(is_near(color(0), {0, 230, 0}));
+  EXPECT_TRUE(is_near(color(9), {250, 0, 0}));
+  EXPECT_TRUE(is_near(color(39), {0, 0, 240}));
+  EXPECT_EQ(T_CompressBitmapWithStamp(bitmap.get(), "out", 0, 20, 10, 4, 8, 1), T_OK);
+}
+
+TEST(CompressStamp, Statuses) {
+  Bitmap bitmap;
+  make_flag(bitmap, 24);
+  Disk disk;
+  const auto stamp = [&](int32_t width, int32_t height, int32_t bits) {
+    return T_CompressBitmapWithStamp(bitmap.get(), "out", 0, 20, width, height, bits, 0);
+  };
+  EXPECT_EQ(stamp(3, 9, 8), T_ERR_SIZE);
+  EXPECT_EQ(stamp(256, 9, 8), T_ERR_SIZE);
+  EXPECT_EQ(stamp(9, 0, 8), T_ERR_SIZE);
+  EXPECT_EQ(stamp(9, 256, 8), T_ERR_SIZE);
+  EXPECT_EQ(stamp(9, 9, 4), T_ERR_ARGUMENT);
+  EXPECT_EQ(stamp(255, 255, 24), T_ERR_SIZE) << "longer than a segment";
+  EXPECT_TRUE(disk.files.empty());
+  EXPECT_EQ(stamp(255, 253, 8), T_OK) << "10 + 768 + 64515 bytes";
+  EXPECT_EQ(stamp(255, 255, 8), T_ERR_SIZE);
+}
+
+// ---- The 1-bit compressed format ----
+
+void fix_checksum(Bytes& file) {
+  uint32_t sum = 0;
+  for (uint32_t i = 0; i < 30; ++i) sum += file[i] * (i + 1);
+  file[30] = static_cast<uint8_t>(sum);
+  file[31] = static_cast<uint8_t>(sum >> 8);
+}
+
+TEST(Bilevel, FileByteForByte) {
+  // 16 x 2, colours red and black: the brighter red is the background, so index 1 pixels count as
+  // black. Row 1: 4 background, 4 set, 8 background; row 2 the same.
+  Bitmap bitmap;
+  T_InitBitmap(bitmap.get(), 16, 2, 1);
+  ASSERT_EQ(T_AllocateBitmap(bitmap.get(), 1), T_OK);
+  bitmap->Info.Palette[0] = {0, 0, 200, 0};
+  bitmap->Info.Palette[1] = {1, 2, 3, 0};
+  bitmap->XResolution = 300;
+  bitmap->YResolution = 200;
+  T_AccessBitmap(bitmap.get());
+  for (uint32_t y = 0; y < 2; ++y) T_PutBitmapRow(bitmap.get(), Bytes{0x0F, 0, 0, 0}.data(), y, 4);
+  T_ReleaseBitmap(bitmap.get());
+  Disk disk;
+  ASSERT_EQ(T_CompressBitmap1Bit(bitmap.get(), "out", 1), T_OK);
+  Bytes want = join({text("TAVO"),
+                     {1, 0, 0, 0},
+                     le32(16),
+                     le32(2),
+                     le32(300),
+                     le32(200),
+                     {200, 0, 0, 3, 2, 1, 0, 0},
+                     // horizontal 001, white 4 1011, black 4 011, vertical 1 (to the end);
+                     // three times vertical 1; end of block 000000000001 twice
+                     {0x36, 0xFC, 0x00, 0x40, 0x04}});
+  fix_checksum(want);
+  EXPECT_EQ(disk.files["out"], want);
+
+  for (const bool inverted : {false, true}) {
+    Bytes file = want;
+    file[6] = inverted;
+    fix_checksum(file);
+    disk.files["in"] = file;
+    Bitmap loaded;
+    ASSERT_EQ(T_DecompressBitmap1Bit("in", loaded.get()), T_OK);
+    EXPECT_EQ(loaded->BitsPerPixel, 1);
+    EXPECT_EQ(loaded->XResolution, 300);
+    EXPECT_EQ(loaded->YResolution, 200);
+    EXPECT_EQ(loaded->Info.Palette[0].Red, 200);
+    EXPECT_EQ(pixels(loaded.get()),
+              inverted ? (Bytes{0xF0, 0xFF, 0xF0, 0xFF}) : (Bytes{0x0F, 0x00, 0x0F, 0x00}));
+  }
+}
+
+TEST(Bilevel, RejectsBadHeaders) {
+  const Bytes good = saved_sample(T_FORMAT_CMP_1BIT, 1, 20, 10);
+  const struct {
+    const char* why;
+    size_t at;
+    uint8_t value;
+  } cases[] = {
+      {"other magic", 0, 'X'}, {"another kind", 4, 2},
+      {"unknown flag", 6, 2},  {"width above INT32_MAX", 11, 0x80},
+      {"no height", 12, 0},    {"checksum", 30, static_cast<uint8_t>(good[30] + 1)},
+  };
+  for (const auto& c : cases) {
+    Disk disk;
+    disk.files["in"] = good;
+    disk.files["in"][c.at] = c.value;
+    if (c.at < 30) fix_checksum(disk.files["in"]);
+    Bitmap loaded;
+    EXPECT_EQ(T_DecompressBitmap1Bit("in", loaded.get()), T_ERR_BAD_DATA) << c.why;
+  }
+  Disk disk;
+  disk.files["in"] = good;
+  disk.files["in"][14] = 1;  // more rows than the data have bits
+  fix_checksum(disk.files["in"]);
+  Bitmap loaded;
+  EXPECT_EQ(T_DecompressBitmap1Bit("in", loaded.get()), T_ERR_READ);
+  FILEINFO info;
+  EXPECT_EQ(T_FileInfoMemory(good.data(), &info, static_cast<uint32_t>(good.size())), T_OK);
+  EXPECT_EQ(info.Format, T_FORMAT_CMP_1BIT);
+}
+
+TEST(Bilevel, OtherFormatsAreSavedWith1Bit) {
+  Bitmap picture;
+  make_picture(picture, 30, 20, 24);
+  Disk disk;
+  ASSERT_EQ(T_CompressBitmap1Bit(picture.get(), "out", T_FORMAT_BMP), T_OK);
+  FILEINFO info;
+  ASSERT_EQ(T_FileInfo("out", &info), T_OK);
+  EXPECT_EQ(info.Format, T_FORMAT_BMP);
+  EXPECT_EQ(info.BitsPerPixel, 1);
+}
+
+}  // namespace
+}  // namespace tavo::test
