@@ -36,6 +36,14 @@ uint64_t file_row_bytes(int32_t width, int32_t depth) {
   return round_up<uint64_t>(core::packed_bytes(static_cast<uint64_t>(width), depth), 2);
 }
 
+// A few bytes can claim rows of gigabytes, for which nobody shall take memory; runs can claim
+// many such rows.
+bool is_plausible(const Header& header, uint32_t file_bytes) {
+  const bool is_encoded = header.type == Type::kByteEncoded;
+  const uint64_t rows = is_encoded ? static_cast<uint32_t>(header.height) : 1;
+  return process::is_plausible_size(rows * file_row_bytes(header.width, header.depth), file_bytes);
+}
+
 void set_gray_ramp(process::SourcePicture& picture) {
   picture.colors = 1u << picture.bits;
   const uint32_t last = picture.colors - 1;
@@ -187,16 +195,6 @@ void move_spare_front(std::span<uint8_t> row) {
   for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(&row[i], load_le32(&row[i]) << 8);
 }
 
-// A few bytes can claim rows of gigabytes: no memory is taken for one that cannot be there.
-Status check_size(io::InputFile& file, const Header& header) {
-  uint32_t file_bytes = 0;
-  TRY(file.size(file_bytes));
-  const uint64_t row_bytes = file_row_bytes(header.width, header.depth);
-  if (header.type != Type::kByteEncoded) return row_bytes <= file_bytes ? kOk : kReadError;
-  const uint64_t decoded = row_bytes * static_cast<uint32_t>(header.height);
-  return process::is_plausible_size(decoded, file_bytes) ? kOk : kBadData;
-}
-
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   const auto row_bytes = static_cast<size_t>(file_row_bytes(header.width, header.depth));
   const bool is_encoded = header.type == Type::kByteEncoded;
@@ -246,6 +244,7 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Header header;
   TRY(parse_header(input.head.first(std::min(input.head.size(), kHeaderSize)), header));
+  if (!is_plausible(header, input.file_size)) return kBadData;
   process::describe(describe(header), T_FORMAT_RAS,
                     header.type == Type::kByteEncoded ? "Run Length" : "None", info);
   return kOk;
@@ -264,7 +263,9 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(bytes.read_some(head, got));
   Header header;
   TRY(parse_header({head.data(), got}, header));
-  TRY(check_size(file, header));
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  if (!is_plausible(header, file_bytes)) return kBadData;
   process::SourcePicture picture = describe(header);
   TRY(read_map(bytes, header, picture));
 

@@ -255,7 +255,7 @@ TEST(Ras, BadHeadersAndCutFiles) {
   EXPECT_EQ(T_SetRASVariant(2), T_ERR_ARGUMENT);
   // Rows of a gigabyte that cannot be in the file.
   EXPECT_EQ(direct(ras_file({.width = 1u << 30, .height = 1, .depth = 24, .data = {1, 2}})),
-            T_ERR_READ);
+            T_ERR_BAD_DATA);
   EXPECT_EQ(direct(ras_file(
                 {.width = 1u << 30, .height = 1, .depth = 8, .type = 2, .data = {0x80, 9, 1}})),
             T_ERR_BAD_DATA);
