@@ -8,8 +8,6 @@
 namespace tavo::jpeg {
 namespace {
 
-// Bytes that hold unstuffed data; what an MCU may read ahead comes on top.
-constexpr size_t kDataBytes = 16384;
 constexpr size_t kVectorBytes = 16;
 
 // Copies from `in` to `out` and drops the zero behind each 0xFF. Stops at a 0xFF that something

@@ -80,6 +80,11 @@ class EntropyReader {
     return is_complete_ && (at.next - data_) * 8 - at.count > (end_ - data_) * 8;
   }
 
+  // Bytes of the source that may be taken before they are needed.
+  static constexpr uint64_t most_read_ahead(uint64_t mcu_bytes) {
+    return 2 * (kDataBytes + 2 * mcu_bytes);
+  }
+
   // Drops what is left of the segment. Returns the marker that ends it, unread in the source, or
   // kEndOfData.
   int skip_to_marker();
@@ -87,6 +92,9 @@ class EntropyReader {
   BitPosition at;
 
  private:
+  // Space for unstuffed data; what an MCU may use comes on top.
+  static constexpr size_t kDataBytes = 16384;
+
   void fetch();
   void copy_window();
 

@@ -17,6 +17,14 @@ constexpr uint8_t kGrey = 128;
 
 size_t mcu_bytes(size_t blocks) { return blocks * kMaxCodedBlock; }
 
+size_t blocks_per_mcu(const Frame& frame) {
+  size_t blocks = 0;
+  for (size_t i = 0; i < frame.count; ++i) {
+    blocks += size_t{frame.components[i].h} * frame.components[i].v;
+  }
+  return blocks;
+}
+
 bool fits(ColorSpace space, size_t components) {
   switch (space) {
     case ColorSpace::kGray:
@@ -215,11 +223,7 @@ void Decoder::fill_lost(uint32_t x) {
 Status Decoder::read_all_scans() {
   store_.emplace();
   TRY(store_->start(frame_, rows_->needed_components()));
-  size_t blocks = 0;
-  for (size_t i = 0; i < frame_.count; ++i) {
-    blocks += size_t{frame_.components[i].h} * frame_.components[i].v;
-  }
-  TRY(reader_.start(mcu_bytes(blocks)));
+  TRY(reader_.start(mcu_bytes(blocks_per_mcu(frame_))));
   bool has_more = true;
   for (int scans = 0; has_more; ++scans) {
     if (scans == kMaxScans || store_->is_overworked()) {
@@ -322,6 +326,13 @@ Status Decoder::next_rows(std::span<uint8_t> rows, size_t row_bytes, uint32_t co
     ++got;
   }
   return kOk;
+}
+
+uint64_t Decoder::most_bytes() const {
+  // Each coded byte may have a stuffed one behind it; smooth upsampling wants one more MCU row.
+  const uint64_t mcu = 2 * mcu_bytes(blocks_per_mcu(frame_)) + 2;
+  return mcu * 2 * frame_.mcus_wide + EntropyReader::most_read_ahead(mcu) +
+         ByteSource::kDefaultSize;
 }
 
 uint32_t find_line_count(ByteSource& source) {

@@ -55,12 +55,21 @@ class Decoder {
   // The quantisers of a component; what a quality can be estimated from.
   std::span<const uint16_t> quantisers(size_t component) const { return quantisers_[component]; }
 
+  bool is_single_scan() const { return !frame_.is_progressive && scan_.count == frame_.count; }
+
   // Prepares for rows of this layout; decodes all scans of a stream that has several.
   Status start(PixelLayout layout);
 
   // Makes up to `count` rows, `row_bytes` apart; `got` says how many, 0 at the end. Rows that are
   // lost are mid grey. kNoMemory.
   Status next_rows(std::span<uint8_t> rows, size_t row_bytes, uint32_t count, uint32_t& got);
+
+  // Whether the next row takes more of the stream; false at the end. What a row, or start(), takes
+  // at most is most_bytes(), the read-ahead included.
+  bool needs_data() const {
+    return !store_ && next_row_ < frame_.height && next_row_ >= rows_->ready_rows(bands_);
+  }
+  uint64_t most_bytes() const;
 
   // After the last row: kOk, kReadError when the data ended too early, kBadData when they were
   // damaged. When nearly all of a huge picture is lost, the rows end at the loss.
@@ -82,7 +91,6 @@ class Decoder {
   Status install_standard_tables();
   Status latch_quantisers(const Scan& scan);
   ColorSpace guess_color() const;
-  bool is_single_scan() const { return !frame_.is_progressive && scan_.count == frame_.count; }
   Status start_direct();
   Status read_all_scans();
   Status continue_scans(bool& has_more);

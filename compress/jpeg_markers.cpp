@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/endian.h"
+#include "compress/cmp_layout.h"
 
 namespace tavo::jpeg {
 namespace {
@@ -121,10 +122,10 @@ Status MarkerReader::read_segment(int code, Frame& frame, Scan& scan, Extras& ex
 
 Status MarkerReader::read_frame(int code, Frame& frame) {
   if (frame.count != 0) return kBadData;  // a second frame header
-  if (code > marker::kSof2) return kSubtype;
   std::array<uint8_t, 6> head;
   TRY(take(head));
-  if (head[0] != 8) return head[0] == 12 ? kSubtype : kBadData;
+  const bool is_supported = code <= marker::kSof2 && head[0] == 8;
+  if (head[0] < 8 && code <= marker::kSof2) return kBadData;
   frame.is_progressive = code == marker::kSof2;
   frame.width = load_be16(&head[3]);
   const size_t count = head[5];
@@ -153,7 +154,7 @@ Status MarkerReader::read_frame(int code, Frame& frame) {
     c.blocks_wide = divide_up(c.width, 8);
   }
   frame.set_height(load_be16(&head[1]));
-  return kOk;
+  return is_supported ? kOk : kSubtype;
 }
 
 Status MarkerReader::read_scan(const Frame& frame, Scan& scan) {
@@ -265,11 +266,14 @@ Status MarkerReader::read_application(int code, Extras& extras) {
 }
 
 Status MarkerReader::read_comment(Extras& extras) {
-  static constexpr char kBottomUp[] = "TAVO Technologies Inc. V1.00";
-  std::array<uint8_t, sizeof(kBottomUp)> bytes;
+  std::array<uint8_t, cmp::kCommentSize> bytes;
   if (left_ != bytes.size()) return kOk;
   TRY(take(bytes));
-  if (std::memcmp(bytes.data(), kBottomUp, bytes.size()) == 0) extras.is_bottom_up = true;
+  const auto is = [&](const char(&text)[cmp::kCommentSize]) {
+    return std::memcmp(bytes.data(), text, bytes.size()) == 0;
+  };
+  if (is(cmp::kBottomFirstComment)) extras.is_own = extras.is_bottom_up = true;
+  if (is(cmp::kTopFirstComment)) extras.is_own = true;
   return kOk;
 }
 

@@ -86,7 +86,8 @@ struct Extras {
   uint16_t y_density = 0;
   bool has_adobe = false;
   uint8_t adobe_transform = 0;
-  bool is_bottom_up = false;  // the comment that this library's encoder marks such pictures with
+  bool is_own = false;        // written by this library, as its comment tells
+  bool is_bottom_up = false;  // with the bottom row first
 };
 
 // How reading a run of segments ended.
@@ -100,7 +101,8 @@ class MarkerReader {
   Status read_start();
 
   // Reads segments up to and with the next scan header, or the end. kReadError when the data end
-  // inside a segment, kSubtype for codings that are not supported, kBadData.
+  // inside a segment, kBadData, kSubtype for codings that are not supported: `frame` tells the size
+  // of such a picture all the same.
   Status read_segments(Frame& frame, Scan& scan, Extras& extras, SegmentEnd& end);
 
  private:

@@ -7,7 +7,7 @@ void ScanReader::begin(ByteSource& source, uint32_t restart_interval) {
   interval_ = left_ = restart_interval;
   expected_ = 0;
   lost_ = 0;
-  is_dead_ = false;
+  is_dead_ = is_ahead_ = false;
   outcome_ = kOk;
   dc.fill(0);
   end_of_band_run = 0;
@@ -33,6 +33,10 @@ void ScanReader::fail() {
 void ScanReader::restart() {
   left_ = interval_;
   if (is_dead_ || lost_ >= interval_) return;  // whole intervals are lost
+  if (is_ahead_) {
+    is_ahead_ = false;  // the marker was found before those that are missing
+    return;
+  }
   if (!find_restart()) {
     is_dead_ = true;
     return;
@@ -60,6 +64,7 @@ bool ScanReader::find_restart() {
     }
     if (ahead <= 2) {
       lost_ = uint64_t{ahead} * interval_;
+      is_ahead_ = ahead != 0;
       expected_ += ahead;
     }
     expected_ = (expected_ + 1) & 7;

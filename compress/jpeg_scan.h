@@ -67,6 +67,7 @@ class ScanReader {
   uint32_t left_ = 0;      // MCUs to the next restart
   uint32_t expected_ = 0;  // number of the next restart marker
   uint64_t lost_ = 0;      // MCUs to pass
+  bool is_ahead_ = false;  // the data at hand belong behind the lost MCUs
   bool is_dead_ = false;
   Status outcome_ = kOk;
 };

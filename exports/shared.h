@@ -5,6 +5,7 @@
 
 #include "color/convert.h"
 #include "compress/interfaces.h"
+#include "compress/jpeg_push.h"
 
 namespace tavo::exports {
 
@@ -14,6 +15,7 @@ struct Shared {
   std::atomic_flag converter_in_use;
   compress::BufferCompression buffer_compression;
   compress::DataCompression data_compression;
+  jpeg::PushDecoder push_decoder;
 };
 
 extern Shared shared;

@@ -130,7 +130,7 @@ typedef struct BitmapHandle {
   uintptr_t ReleaseData;
   int32_t XOrigin; /* position of the picture on its page, where the format says */
   int32_t YOrigin;
-  int32_t LastRow; /* extent recorded by T_DecompressBitmapMemory */
+  int32_t LastRow; /* extent recorded by T_DecompressBitmap and its twin */
   int32_t LastColumn;
 #if UINTPTR_MAX > 0xFFFFFFFFu
   uint32_t ReservedD[2];
@@ -552,8 +552,8 @@ T_API int32_t T_CALL T_ColorResolution(BitmapHandle* bitmap, int32_t depth, int3
 T_API int32_t T_CALL T_GrayScaleBitmap(BitmapHandle* bitmap);
 
 /* Makes GdiObjectA, the painting palette, from the record's palette; one that was there is deleted.
- * T_OK, T_ERR_ARGUMENT (null bitmap, more than 8 bits, no Colors), T_ERR_NO_MEMORY (the bitmap is as
- * it was). */
+ * T_OK, T_ERR_ARGUMENT (null bitmap, more than 8 bits, no Colors), T_ERR_NO_MEMORY (the bitmap is
+ * as it was). */
 T_API int32_t T_CALL T_CreatePaintPalette(BitmapHandle* bitmap);
 /* Makes GdiObjectB, with which a display of 256 colours shows the picture: the uniform 3-3-2
  * colours, or 256 greys for a grey picture and after T_SetGrayFixedPalette(1). T_OK, T_ERR_ARGUMENT
@@ -862,8 +862,77 @@ T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
 T_API int32_t T_CALL T_LoadCALSFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                     int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadCALSBitmap(const char* name, BitmapHandle* bitmap);
-T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap,
-                                      int32_t bitsPerPixel);
+T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* ---- Compressed pictures: decoding --------------------------------------------------------- */
+
+/* JPEG streams (ISO/IEC 10918-1: baseline, extended and progressive Huffman coding, 8-bit samples,
+ * 1 to 4 components, any sampling factors, restarts, a height that comes in a DNL segment; JFIF,
+ * and Adobe's marker for RGB, CMYK and YCCK) and CMP files, this library's own wrapping of such a
+ * stream. Arithmetic, lossless and hierarchical coding and 12-bit samples are T_ERR_SUBTYPE.
+ *
+ * The transform is the accurate integer one, the chroma of the ratios 2:1, 1:2 and 2:2 is brought
+ * to size smoothly, so that pictures equal other decoders' bit for bit. Pictures of one component
+ * are 8 bits with a ramp of 256 greys and T_FLAG_GRAY, all others 24 bits.
+ *
+ * ViewPerspective is 0, or 2 for CMP files stored bottom row first and for plain streams with this
+ * library's comment that says so. Half-height CMP files give each coded row twice. Resolution in
+ * dots per inch comes from the JFIF density, or from the trailer of a CMP file. Orientation tags
+ * are not applied.
+ *
+ * A stream that is cut or damaged delivers the rows that can be decoded, up to a restart marker
+ * where it has them, mid grey for what is lost, and then gives T_ERR_READ (cut) or T_ERR_BAD_DATA
+ * (damaged); where more than 2^28 pixels would be grey, the rows end at the loss. T_ERR_READ
+ * without rows is also the answer to a picture of more pixels than so small a file can hold.
+ *
+ * Memory does not depend on the height for sequential streams of one scan; progressive streams, and
+ * those with a scan for each component, take 2 bytes a sample. */
+
+/* Reads the JPEG or CMP file `name` and hands its rows to `sink` in stored order.
+ * bitmap        unallocated: becomes a record of the rows; allocated: tells depth and order wanted
+ * bitsPerPixel  8: luminance, without decoding the colours; 16, 24, 32: colour (of grey pictures,
+ *               too); 1, 4: dithered to the built-in palette
+ * option        order of colour rows for an unallocated bitmap: T_ORDER_RGB or T_ORDER_BGR; 4: the
+ *               file's, which counts as T_ORDER_BGR
+ * T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_ARGUMENT (bitsPerPixel), T_ERR_NAME, T_ERR_OPEN,
+ * T_ERR_READ, T_ERR_SEEK, T_ERR_BAD_DATA, T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY. */
+T_API int32_t T_CALL T_DecompressFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                      int32_t bitsPerPixel, void* context, int32_t option);
+/* The same for `size` bytes at `address`. */
+T_API int32_t T_CALL T_DecompressMemory(const void* address, BitmapHandle* bitmap, T_RowSink sink,
+                                        int32_t bitsPerPixel, void* context, int32_t option,
+                                        uint32_t size);
+
+/* Decodes a JPEG or CMP file into a bitmap. One that is allocated and has the picture's size is
+ * filled as it is; any other is freed, initialised (it keeps its Order if that is a T_ORDER_ value)
+ * and allocated with bitsPerPixel (not a depth: the file's). LastRow and LastColumn get height - 1
+ * and width - 1. After a failure, of damaged data too, the bitmap is freed. T_FileInfo's statuses,
+ * T_ERR_FORMAT (another format), T_DecompressFile's, and those of storing rows. */
+T_API int32_t T_CALL T_DecompressBitmap(const char* name, BitmapHandle* bitmap,
+                                        int32_t bitsPerPixel);
+T_API int32_t T_CALL T_DecompressBitmapMemory(const void* address, BitmapHandle* bitmap,
+                                              int32_t bitsPerPixel, uint32_t size);
+
+/* Decodes a JPEG or CMP stream that arrives in pieces of any size; one at a time in a process.
+ * T_StartDecompressData takes the sink (its source is a record of the library's), bitsPerPixel as
+ * T_DecompressFile, the order of colour rows, and the sink's context; it forgets what was going on.
+ * T_DecompressData takes the next bytes, which need not stay, and calls the sink when rows are
+ * ready. T_EndDecompressData says that no more come, delivers the rest and gives the result.
+ * Streams of one scan are not kept; others are decoded at the end. The resolution in a CMP trailer
+ * comes too late to be known. In a damaged stream with restart markers more may be lost than in a
+ * file. T_OK; T_ERR_ARGUMENT (not started, depth, order, null sink or bytes); T_DecompressFile's
+ * statuses. A failure is repeated by every later call. */
+T_API int32_t T_CALL T_StartDecompressData(T_RowSink sink, int32_t bitsPerPixel, int32_t order,
+                                           void* context);
+T_API int32_t T_CALL T_DecompressData(const void* bytes, uint32_t size);
+T_API int32_t T_CALL T_EndDecompressData(void);
+
+/* Reads the stamp, a small picture, of a CMP file or of a JPEG file with a JFXX extension:
+ * initialises and allocates `stamp`, 8 bits with a palette or 24 bits, top row first. T_OK,
+ * T_ERR_NO_STAMP (also for other formats), T_ERR_READ (cut short), T_ERR_BAD_DATA (an empty stamp
+ * or another depth, or a file of no known format), T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK,
+ * T_ERR_NO_MEMORY, T_ERR_NOTICE. */
+T_API int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp);
 
 /* TGA: colour-mapped (8 bits), true-colour (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
  * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits (8: grey levels)

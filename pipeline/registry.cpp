@@ -2,6 +2,7 @@
 
 #include "compress/bilevel.h"
 #include "compress/bitmap_compressor.h"
+#include "compress/jpeg_file.h"
 #include "formats/bmp.h"
 #include "formats/cals.h"
 #include "formats/gif.h"
@@ -18,13 +19,15 @@ constexpr uint32_t kDepths1_4_8_24 = depth_bit(1) | depth_bit(4) | depth_bit(8) 
 constexpr uint32_t kDepthsCompressed =
     depth_bit(1) | depth_bit(4) | depth_bit(8) | depth_bit(16) | depth_bit(24) | depth_bit(32);
 
-// The save variants of the compressed formats: grey at 8 bits, or always 24 bits.
+// The save variants of the compressed formats: grey at 8 bits, or always 24 bits. Two of them are
+// what streams are identified as.
 constexpr FormatRow compressed_row(int32_t id, const char* name, const char* description,
                                    const char* extensions, bool always_24_bits = false) {
   return {.id = id,
           .name = name,
           .description = description,
           .extensions = extensions,
+          .read = id == T_FORMAT_JPEG || id == T_FORMAT_JPEG_24 ? jpeg::read : nullptr,
           .write = compress::write,
           .write_depths = kDepthsCompressed,
           .gray = always_24_bits ? GrayRule::kNever : GrayRule::kAt8Bits,
@@ -53,6 +56,11 @@ constexpr FormatRow kFormats[] = {
      .write = bmp::write,
      .write_depths = kDepths1_4_8_24,
      .reports_per_meter = true},
+    {.id = T_FORMAT_CMP,
+     .name = "CMP",
+     .description = "This library's compressed format",
+     .extensions = "cmp",
+     .read = jpeg::read},
     {.id = T_FORMAT_GIF,
      .name = "GIF",
      .description = "Graphics Interchange Format",
@@ -106,7 +114,8 @@ constexpr FormatRow kFormats[] = {
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
-    bilevel::probe, tga::probe, bmp::probe, cals::probe, gif::probe, ras::probe,
+    jpeg::probe_cmp, bilevel::probe, tga::probe,  bmp::probe,
+    cals::probe,     gif::probe,     jpeg::probe, ras::probe,
 };
 
 }  // namespace

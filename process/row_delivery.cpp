@@ -29,13 +29,15 @@ RowDelivery::~RowDelivery() { color::stop_pass(*dithered_); }
 
 int32_t RowDelivery::wanted_depth() const {
   if (picture_.widens && picture_.bits == 1 && request_ == 24) return 24;
+  if (picture_.delivered_bits != 0) return picture_.delivered_bits;
   return request_ <= 8 && request_ < picture_.bits ? request_ : picture_.bits;
 }
 
 Status RowDelivery::set_up_record() {
   if (!core::has_flag(bitmap_, T_FLAG_ALLOCATED)) {
     TRY(core::init_bitmap(bitmap_, picture_.width, picture_.height, wanted_depth()));
-    if (bitmap_.BitsPerPixel > 8 && picture_.bits > 8) bitmap_.Order = picture_.order;
+    const bool has_order = picture_.bits > 8 || picture_.delivered_bits > 8;
+    if (bitmap_.BitsPerPixel > 8 && has_order) bitmap_.Order = picture_.order;
   }
   bitmap_.StorageKind = picture_.storage_kind;
   bitmap_.ViewPerspective = picture_.view_perspective;

@@ -17,7 +17,7 @@ struct FormatCase {
   std::string name;
   std::vector<Sample> samples;  // one per variant of the format
   int32_t save_format = 0;      // 0: the format cannot be saved
-  std::vector<int32_t> save_depths;
+  std::vector<int32_t> save_depths = {};
   bool is_lossless = true;  // what is saved loads back to the same pixels
 };
 
@@ -48,6 +48,9 @@ struct GifFile {
 };
 Bytes gif_file(const GifFile& gif);
 FormatCase gif_case();
+
+FormatCase jpeg_case();
+FormatCase cmp_case();
 
 // A TGA file from its parts; its origin fields are 7 and 9.
 struct TgaFile {

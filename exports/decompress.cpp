@@ -1,0 +1,52 @@
+// Decoding of JPEG and CMP files, from files, memory and pieces.
+#include "pipeline/decompress.h"
+#include "compress/jpeg_file.h"
+#include "exports/shared.h"
+#include "io/file_table.h"
+#include "tavo45.h"
+
+using namespace tavo;
+
+namespace {
+
+const char* as_name(const void* address) { return static_cast<const char*>(address); }
+
+}  // namespace
+
+int32_t T_CALL T_DecompressFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                int32_t bitsPerPixel, void* context, int32_t option) {
+  return jpeg::decompress(name, bitmap, sink, bitsPerPixel, context, option).code();
+}
+
+int32_t T_CALL T_DecompressMemory(const void* address, BitmapHandle* bitmap, T_RowSink sink,
+                                  int32_t bitsPerPixel, void* context, int32_t option,
+                                  uint32_t size) {
+  const io::MemoryFileScope memory(address, size);
+  return T_DecompressFile(as_name(address), bitmap, sink, bitsPerPixel, context, option);
+}
+
+int32_t T_CALL T_DecompressBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {
+  return pipeline::decompress_bitmap(name, *bitmap, bitsPerPixel).code();
+}
+
+int32_t T_CALL T_DecompressBitmapMemory(const void* address, BitmapHandle* bitmap,
+                                        int32_t bitsPerPixel, uint32_t size) {
+  const io::MemoryFileScope memory(address, size);
+  return T_DecompressBitmap(as_name(address), bitmap, bitsPerPixel);
+}
+
+int32_t T_CALL T_StartDecompressData(T_RowSink sink, int32_t bitsPerPixel, int32_t order,
+                                     void* context) {
+  return exports::shared.push_decoder.start(sink, bitsPerPixel, order, context).code();
+}
+
+int32_t T_CALL T_DecompressData(const void* bytes, uint32_t size) {
+  if (bytes == nullptr && size != 0) return T_ERR_ARGUMENT;
+  return exports::shared.push_decoder.push({static_cast<const uint8_t*>(bytes), size}).code();
+}
+
+int32_t T_CALL T_EndDecompressData(void) { return exports::shared.push_decoder.end().code(); }
+
+int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp) {
+  return pipeline::get_stamp(name, *stamp).code();
+}

@@ -1,0 +1,59 @@
+#include "pipeline/decompress.h"
+
+#include "base/settings.h"
+#include "compress/jpeg_file.h"
+#include "core/bitmap.h"
+#include "pipeline/identify.h"
+#include "pipeline/store_sink.h"
+#include "process/row_delivery.h"
+
+namespace tavo::pipeline {
+namespace {
+
+bool is_jpeg(const FILEINFO& info) {
+  return info.Format == T_FORMAT_JPEG || info.Format == T_FORMAT_CMP;
+}
+
+// Keeps the storage of a bitmap that has the picture's size.
+Status prepare(BitmapHandle& bitmap, const FILEINFO& info, int32_t bits) {
+  if (core::has_flag(bitmap, T_FLAG_ALLOCATED) && bitmap.Width == info.Width &&
+      bitmap.Height == info.Height) {
+    return kOk;
+  }
+  if (core::has_flag(bitmap, T_FLAG_ALLOCATED)) core::free_bitmap(bitmap);
+  const uint32_t order = bitmap.Order;
+  TRY(core::init_bitmap(bitmap, info.Width, info.Height, bits));
+  if (order == T_ORDER_RGB || order == T_ORDER_BGR) bitmap.Order = order;
+  return core::allocate_bitmap(bitmap, 1);
+}
+
+}  // namespace
+
+Status decompress_bitmap(const char* name, BitmapHandle& bitmap, int32_t bits_per_pixel) {
+  FILEINFO info;
+  TRY(identify(name, info));
+  if (!is_jpeg(info)) return kNoFormat;
+  const int32_t bits = io::is_request_depth(bits_per_pixel) ? bits_per_pixel : info.BitsPerPixel;
+  TRY(prepare(bitmap, info, bits));
+  settings.callback_lines = process::callback_lines(info.Height);
+  core::access_bitmap(bitmap);
+  StoreSink store(bitmap);
+  const Status status =
+      jpeg::decompress(name, &bitmap, StoreSink::sink, bits, &store, jpeg::kOptionFile);
+  core::release_bitmap(bitmap);
+  if (!status.ok()) {
+    core::free_bitmap(bitmap);
+    return status;
+  }
+  bitmap.LastRow = info.Height - 1;
+  bitmap.LastColumn = info.Width - 1;
+  return kOk;
+}
+
+Status get_stamp(const char* name, BitmapHandle& stamp) {
+  FILEINFO info;
+  TRY(identify(name, info));
+  return is_jpeg(info) ? jpeg::read_stamp(name, stamp) : kNoStamp;
+}
+
+}  // namespace tavo::pipeline

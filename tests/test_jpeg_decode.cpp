@@ -1,0 +1,691 @@
+// The JPEG decoder: stages against plain arithmetic, arrangements of scans against one another,
+// damaged streams, and whole pictures against djpeg where it is installed.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "compress/jpeg_decoder.h"
+#include "jpeg_streams.h"
+#include "platform/platform.h"
+#include "processor_levels.h"
+
+namespace tavo::test {
+namespace {
+
+using jpeg::PixelLayout;
+
+struct Decoded {
+  Status status = kOk;   // of the calls
+  Status outcome = kOk;  // of the picture
+  uint32_t width = 0;
+  uint32_t rows = 0;
+  Bytes pixels;
+};
+
+Decoded decode(const Bytes& stream, PixelLayout layout = PixelLayout::kRgb24,
+               const jpeg::ReadOptions& options = {}, uint32_t rows_a_call = 5) {
+  Decoded result;
+  jpeg::Decoder decoder;
+  ByteSource source{std::span<const uint8_t>(stream)};
+  result.status = decoder.read_header(source, options);
+  if (!result.status.ok()) return result;
+  result.width = decoder.frame().width;
+  result.status = decoder.start(layout);
+  if (!result.status.ok()) return result;
+  const size_t row_bytes = result.width * (layout == PixelLayout::kGray8 ? 1 : 3);
+  Bytes rows(row_bytes * rows_a_call);
+  for (uint32_t got = 1; got > 0;) {
+    result.status = decoder.next_rows(rows, row_bytes, rows_a_call, got);
+    if (!result.status.ok()) return result;
+    result.pixels.insert(result.pixels.end(), rows.begin(), rows.begin() + got * row_bytes);
+    result.rows += got;
+  }
+  result.outcome = decoder.outcome();
+  return result;
+}
+
+JpegPicture picture_of(int width, int height, std::vector<JpegComponent> components,
+                       uint64_t seed = 1) {
+  JpegPicture picture;
+  picture.width = width;
+  picture.height = height;
+  picture.components = std::move(components);
+  picture.fill(seed);
+  return picture;
+}
+
+std::vector<JpegComponent> ycc(int h, int v) { return {{1, h, v}, {2, 1, 1}, {3, 1, 1}}; }
+
+// Where the first marker of this code begins.
+size_t find_marker(const Bytes& stream, int code, size_t from = 0) {
+  const uint8_t marker[] = {0xFF, static_cast<uint8_t>(code)};
+  return static_cast<size_t>(std::search(stream.begin() + from, stream.end(), marker, marker + 2) -
+                             stream.begin());
+}
+
+// ---- Stages ----
+
+using Block = std::array<int16_t, 64>;
+
+// A block whose coefficients lie in `extent`, up to `limit` either way.
+Block random_block(Random& random, jpeg::Extent extent, int limit) {
+  Block block = {};
+  for (size_t i = 0; i < 64; ++i) {
+    const bool is_inside = extent == jpeg::Extent::kFull ||
+                           (extent == jpeg::Extent::kCorner ? i % 8 < 4 && i < 32 : i == 0);
+    const auto value = static_cast<int>(random.below(2u * limit + 1)) - limit;
+    if (is_inside && (i == 0 || random.below(3) != 0)) block[i] = static_cast<int16_t>(value);
+  }
+  return block;
+}
+
+TEST(JpegTransform, IsWithinOneOfTheRealCosines) {
+  Random random(1);
+  std::array<uint16_t, 64> quantisers;
+  quantisers.fill(1);
+  for (int round = 0; round < 300; ++round) {
+    const Block block = random_block(random, jpeg::Extent::kFull, 120);
+    std::array<uint8_t, 64> out, other;
+    jpeg::inverse_transform_plain(block.data(), block.data(), quantisers.data(),
+                                  jpeg::Extent::kFull, out.data(), other.data(), 8);
+    for (int y = 0; y < 8; ++y) {
+      for (int x = 0; x < 8; ++x) {
+        double sum = 0;
+        for (int v = 0; v < 8; ++v) {
+          for (int u = 0; u < 8; ++u) {
+            const double scale = (u == 0 ? std::sqrt(0.5) : 1) * (v == 0 ? std::sqrt(0.5) : 1) / 4;
+            sum += scale * block[8 * v + u] * std::cos((2 * x + 1) * u * M_PI / 16) *
+                   std::cos((2 * y + 1) * v * M_PI / 16);
+          }
+        }
+        const double want = std::clamp(sum + 128, 0.0, 255.0);
+        ASSERT_NEAR(out[8 * y + x], want, 1.0) << x << ", " << y;
+      }
+    }
+  }
+}
+
+TEST(JpegTransform, VectorsEqualPlainCodeOnAnyNumbers) {
+  std::vector<jpeg::InverseTransform> kinds = {jpeg::inverse_transform_sse2};
+  if (platform::processor().avx2) kinds.push_back(jpeg::inverse_transform_avx2);
+  Random random(2);
+  for (int round = 0; round < 3000; ++round) {
+    const int limit = round % 3 == 0 ? 32767 : round % 3 == 1 ? 2000 : 60;
+    for (const jpeg::Extent extent :
+         {jpeg::Extent::kFlat, jpeg::Extent::kCorner, jpeg::Extent::kFull}) {
+      const Block a = random_block(random, extent, limit), b = random_block(random, extent, limit);
+      std::array<uint16_t, 64> quantisers;
+      for (uint16_t& q : quantisers) q = static_cast<uint16_t>(random.below(round % 2 ? 65536 : 9));
+      Bytes want(8 * 32), got(8 * 32);
+      jpeg::inverse_transform_plain(a.data(), b.data(), quantisers.data(), extent, want.data(),
+                                    want.data() + 16, 32);
+      for (const jpeg::InverseTransform kind : kinds) {
+        kind(a.data(), b.data(), quantisers.data(), extent, got.data(), got.data() + 16, 32);
+        ASSERT_EQ(got, want) << "round " << round;
+      }
+    }
+  }
+}
+
+Bytes noise(Random& random, size_t size) {
+  Bytes bytes(size);
+  for (uint8_t& b : bytes) b = static_cast<uint8_t>(random.next());
+  return bytes;
+}
+
+TEST(JpegUpsampling, VectorsEqualPlainCodeAtEveryWidth) {
+  std::vector<const jpeg::Upsampling*> kinds = {&jpeg::kUpsamplingSse2};
+  if (platform::processor().avx2) kinds.push_back(&jpeg::kUpsamplingAvx2);
+  Random random(3);
+  constexpr size_t kSlack = jpeg::kRowSlack;
+  for (size_t count = 1; count < 140; ++count) {
+    const Bytes a = noise(random, count + 2 * kSlack), b = noise(random, count + 2 * kSlack);
+    const uint8_t* near = a.data() + kSlack;
+    const uint8_t* far = b.data() + kSlack;
+    const auto run = [&](const jpeg::Upsampling& kind) {
+      Bytes all;
+      Bytes row(2 * count + kSlack);
+      const auto keep = [&](size_t size) {
+        all.insert(all.end(), row.begin(), row.begin() + size);
+      };
+      kind.double_width(near, count, row.data());
+      keep(2 * count);
+      kind.double_both(near, far, count, row.data());
+      keep(2 * count);
+      for (const int bias : {1, 2}) {
+        kind.double_height(near, far, bias, count, row.data());
+        keep(count);
+      }
+      return all;
+    };
+    const Bytes want = run(jpeg::kUpsamplingPlain);
+    for (const jpeg::Upsampling* kind : kinds) ASSERT_EQ(run(*kind), want) << count;
+  }
+}
+
+TEST(JpegUpsampling, RepeatsAtAnyRatio) {
+  const Bytes in = {10, 20, 30, 40, 50, 60};
+  Bytes out(5);
+  jpeg::repeat_samples(in.data(), 2, 3, out.size(), out.data());
+  EXPECT_EQ(out, (Bytes{10, 10, 20, 30, 30}));
+  jpeg::repeat_samples(in.data(), 1, 4, out.size(), out.data());
+  EXPECT_EQ(out, (Bytes{10, 10, 10, 10, 20}));
+}
+
+// All pairs of chroma at some luminances, in rows of every width up to 80 and then long ones.
+TEST(JpegColor, VectorsEqualPlainCodeAndStayInsideTheRow) {
+  std::vector<const jpeg::ColorConversion*> kinds = {&jpeg::kColorSse2};
+  if (platform::processor().avx2) kinds.push_back(&jpeg::kColorAvx2);
+  Random random(4);
+  const auto check = [&](const Bytes& y, const Bytes& cb, const Bytes& cr, size_t width) {
+    const auto run = [&](const jpeg::ColorConversion& kind) {
+      Bytes all;
+      for (const auto function : {kind.to_rgb, kind.to_bgr, kind.interleave}) {
+        Bytes row(3 * width + 8, 0xA5);
+        function(y.data(), cb.data(), cr.data(), width, row.data());
+        all.insert(all.end(), row.begin(), row.end());
+      }
+      return all;
+    };
+    const Bytes want = run(jpeg::kColorPlain);
+    for (const jpeg::ColorConversion* kind : kinds) ASSERT_EQ(run(*kind), want) << width;
+  };
+  for (size_t width = 1; width < 80; ++width) {
+    check(noise(random, width + 64), noise(random, width + 64), noise(random, width + 64), width);
+  }
+  for (int cb = 0; cb < 256; ++cb) {
+    Bytes y(256 * 4 + 64), blue(y.size(), static_cast<uint8_t>(cb)), red(y.size());
+    for (size_t i = 0; i < y.size(); ++i) {
+      y[i] = static_cast<uint8_t>(i / 256 * 85);
+      red[i] = static_cast<uint8_t>(i);
+    }
+    check(y, blue, red, 1024);
+  }
+}
+
+// ---- Arrangements ----
+
+// The same coefficients, however they are arranged and on whatever processor, are the same picture.
+TEST(JpegDecoder, ArrangementsOfScansGiveTheSamePicture) {
+  const std::vector<std::vector<JpegComponent>> samplings = {
+      {{1, 2, 2}},
+      ycc(1, 1),
+      ycc(2, 1),
+      ycc(2, 2),
+      ycc(1, 2),
+      ycc(4, 1),
+      ycc(4, 2),
+      {{1, 2, 1}, {2, 1, 2}, {3, 1, 1}},
+      {{1, 1, 1}, {2, 2, 2}, {3, 2, 1}},
+      {{1, 3, 1}, {2, 2, 1}, {3, 1, 3}},
+      {{1, 2, 2}, {2, 1, 1}, {3, 1, 1}, {4, 2, 2}},
+      {{1, 1, 1}, {2, 1, 1}},
+  };
+  const JpegOptions variants[] = {
+      {.restart_interval = 1},
+      {.restart_interval = 3},
+      {.code_bits = 16},
+      {.wide_quantisers = true},
+      {.plan = ScanPlan::kSeparate},
+      {.plan = ScanPlan::kSeparate, .restart_interval = 2},
+      {.plan = ScanPlan::kProgressive},
+      {.plan = ScanPlan::kProgressive, .restart_interval = 2, .code_bits = 16},
+      {.plan = ScanPlan::kSuccessive},
+      {.plan = ScanPlan::kSuccessive, .restart_interval = 5},
+  };
+  for (const auto& components : samplings) {
+    for (const auto& [width, height] : {std::pair{1, 1}, {37, 21}, {64, 49}, {3, 40}}) {
+      JpegPicture picture = picture_of(width, height, components);
+      const Bytes plain = jpeg_stream(picture, {});
+      Decoded want;
+      {
+        const LimitedProcessor limited(platform::Processor{});
+        want = decode(plain);
+      }
+      ASSERT_TRUE(want.status.ok() && want.outcome.ok());
+      ASSERT_EQ(want.rows, height);
+      EXPECT_EQ(decode(plain, PixelLayout::kRgb24, {}, 1).pixels, want.pixels);
+      for (size_t i = 0; i < std::size(variants); ++i) {
+        const Decoded got = decode(jpeg_stream(picture, variants[i]));
+        EXPECT_EQ(got.outcome, kOk) << i;
+        ASSERT_EQ(got.pixels, want.pixels)
+            << i << ": " << components.size() << " components, " << width << " x " << height;
+      }
+    }
+  }
+}
+
+TEST(JpegDecoder, LayoutsAgree) {
+  JpegPicture picture = picture_of(75, 33, ycc(2, 2));
+  for (const ScanPlan plan : {ScanPlan::kInterleaved, ScanPlan::kSuccessive}) {
+    const Bytes stream = jpeg_stream(picture, {.plan = plan});
+    const Bytes rgb = decode(stream).pixels;
+    Bytes bgr = decode(stream, PixelLayout::kBgr24).pixels;
+    for (size_t i = 0; i < bgr.size(); i += 3) std::swap(bgr[i], bgr[i + 2]);
+    EXPECT_EQ(bgr, rgb);
+    // Grey is the luminance alone.
+    JpegPicture luminance = picture;
+    luminance.components.resize(1);
+    luminance.coefficients.resize(1);
+    luminance.components[0] = {1, 1, 1};
+    luminance.coefficients[0].clear();
+    for (int y = 0; y < luminance.mcus_high(); ++y) {
+      for (int x = 0; x < luminance.mcus_wide(); ++x) {
+        luminance.coefficients[0].push_back(picture.block(0, x, y));
+      }
+    }
+    EXPECT_EQ(decode(stream, PixelLayout::kGray8).pixels,
+              decode(jpeg_stream(luminance, {}), PixelLayout::kGray8).pixels);
+  }
+}
+
+TEST(JpegDecoder, HeightMayComeBehindTheScan) {
+  JpegPicture picture = picture_of(20, 30, ycc(2, 1));
+  const Bytes want = decode(jpeg_stream(picture, {})).pixels;
+  const Bytes stream = jpeg_stream(picture, {.has_line_count = true});
+  EXPECT_EQ(decode(stream).status, kBadData);
+  ByteSource source{std::span<const uint8_t>(stream)};
+  const uint32_t lines = jpeg::find_line_count(source);
+  EXPECT_EQ(lines, 30);
+  EXPECT_EQ(decode(stream, PixelLayout::kRgb24, {.color = {}, .lines = lines}).pixels, want);
+}
+
+TEST(JpegDecoder, TablesMayComeInAStreamOfTheirOwn) {
+  JpegPicture picture = picture_of(20, 30, ycc(2, 2));
+  const Bytes whole = jpeg_stream(picture, {});
+  const size_t frame = find_marker(whole, 0xC0);
+  Bytes tables(whole.begin(), whole.begin() + frame);
+  tables.insert(tables.end(), {0xFF, 0xD9});
+  Bytes picture_only(whole.begin() + frame, whole.end());
+  picture_only.insert(picture_only.begin(), {0xFF, 0xD8});
+
+  jpeg::Decoder decoder;
+  ByteSource first{std::span<const uint8_t>(tables)};
+  ASSERT_EQ(decoder.feed_tables(first), kOk);
+  for (int strip = 0; strip < 2; ++strip) {
+    ByteSource second{std::span<const uint8_t>(picture_only)};
+    ASSERT_EQ(decoder.read_header(second, {.color = jpeg::ColorSpace::kRgb}), kOk);
+    EXPECT_EQ(decoder.color(), jpeg::ColorSpace::kRgb);
+    ASSERT_EQ(decoder.start(PixelLayout::kRgb24), kOk);
+    Bytes rows(20 * 3 * 30);
+    uint32_t got = 0;
+    ASSERT_EQ(decoder.next_rows(rows, 60, 30, got), kOk);
+    EXPECT_EQ(got, 30);
+    EXPECT_EQ(decoder.outcome(), kOk);
+    EXPECT_EQ(rows, decode(whole, PixelLayout::kRgb24, {.color = jpeg::ColorSpace::kRgb}).pixels);
+  }
+  EXPECT_EQ(decode(picture_only).status, kBadData);  // no quantisers
+}
+
+TEST(JpegDecoder, MeaningOfComponents) {
+  const std::vector<JpegComponent> four = {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}, {4, 1, 1}};
+  const struct {
+    const char* what;
+    std::vector<JpegComponent> components;
+    std::vector<int> samples;
+    Bytes segments;
+    Bytes pixel;
+    uint8_t gray;
+  } cases[] = {
+      {"grey", {{1, 1, 1}}, {77}, {}, {77, 77, 77}, 77},
+      {"grey and something", {{1, 1, 1}, {2, 1, 1}}, {77, 9}, {}, {77, 77, 77}, 77},
+      {"YCbCr", ycc(1, 1), {100, 100, 200}, {}, {201, 58, 50}, 100},
+      {"JFIF wins over letters",
+       {{'R', 1, 1}, {'G', 1, 1}, {'B', 1, 1}},
+       {100, 100, 200},
+       jfif_segment(1, 72, 72),
+       {201, 58, 50},
+       100},
+      {"letters", {{'R', 1, 1}, {'G', 1, 1}, {'B', 1, 1}}, {10, 20, 30}, {}, {10, 20, 30}, 18},
+      {"Adobe RGB", ycc(1, 1), {10, 20, 30}, adobe_segment(0), {10, 20, 30}, 18},
+      {"Adobe YCC", ycc(1, 1), {100, 100, 200}, adobe_segment(1), {201, 58, 50}, 100},
+      {"CMYK, ink", four, {255, 155, 55, 0}, {}, {0, 100, 200}, 82},
+      {"Adobe CMYK, light", four, {0, 100, 200, 255}, adobe_segment(0), {0, 100, 200}, 82},
+      {"Adobe CMYK, half black", four, {0, 100, 200, 128}, adobe_segment(0), {0, 50, 100}, 41},
+      {"Adobe YCCK", four, {100, 100, 200, 255}, adobe_segment(2), {54, 197, 205}, 155},
+  };
+  for (const auto& c : cases) {
+    JpegPicture picture;
+    picture.width = picture.height = 1;
+    picture.components = c.components;
+    picture.fill_flat(c.samples);
+    const Bytes stream = jpeg_stream(picture, {.segments = c.segments});
+    EXPECT_EQ(decode(stream).pixels, c.pixel) << c.what;
+    EXPECT_EQ(decode(stream, PixelLayout::kGray8).pixels, Bytes{c.gray}) << c.what;
+  }
+}
+
+// ---- Damage ----
+
+bool is_gray(const Bytes& pixels, size_t from) {
+  return std::all_of(pixels.begin() + from, pixels.end(), [](uint8_t b) { return b == 128; });
+}
+
+TEST(JpegDecoder, ACutStreamDeliversWhatIsThereAndGrey) {
+  for (const JpegOptions& options :
+       {JpegOptions{}, JpegOptions{.restart_interval = 2},
+        JpegOptions{.plan = ScanPlan::kSuccessive}, JpegOptions{.plan = ScanPlan::kSeparate}}) {
+    JpegPicture picture = picture_of(40, 50, ycc(2, 2));
+    const Bytes stream = jpeg_stream(picture, options);
+    const Bytes whole = decode(stream).pixels;
+    const bool is_single = options.plan == ScanPlan::kInterleaved;
+    size_t sound_before = 0;
+    for (size_t size = 0; size + 3 < stream.size(); ++size) {
+      const Decoded got = decode(Bytes(stream.begin(), stream.begin() + size));
+      if (!got.status.ok()) {
+        EXPECT_EQ(got.status, kReadError) << size;
+        continue;
+      }
+      ASSERT_EQ(got.outcome, kReadError) << size;
+      ASSERT_EQ(got.pixels.size(), whole.size()) << size;
+      if (!is_single) continue;
+      const auto sound = static_cast<size_t>(
+          std::mismatch(whole.begin(), whole.end(), got.pixels.begin()).first - whole.begin());
+      EXPECT_GE(sound, sound_before);
+      sound_before = sound;
+      // Two MCU rows behind the last sound row everything is grey.
+      const size_t row = 40 * 3;
+      EXPECT_TRUE(is_gray(got.pixels, std::min(got.pixels.size(), (sound / row + 33) * row)));
+    }
+    if (is_single) {
+      EXPECT_GT(sound_before, whole.size() / 2);
+    }
+  }
+}
+
+TEST(JpegDecoder, DecodingGoesOnAtTheNextRestartMarker) {
+  JpegPicture picture = picture_of(64, 64, {{1, 1, 1}});  // 8 MCUs a row
+  const Bytes stream = jpeg_stream(picture, {.restart_interval = 8});
+  const Bytes whole = decode(stream, PixelLayout::kGray8).pixels;
+  const auto marker_at = [&](int code) { return find_marker(stream, code); };
+  const auto sound_rows = [&](const Bytes& damaged) {
+    const Decoded got = decode(damaged, PixelLayout::kGray8);
+    EXPECT_EQ(got.outcome, kBadData);
+    std::string rows;
+    for (size_t band = 0; band < 8; ++band) {
+      rows += std::equal(whole.begin() + band * 512, whole.begin() + band * 512 + 512,
+                         got.pixels.begin() + band * 512)
+                  ? 's'
+                  : 'x';
+    }
+    return rows;
+  };
+  Bytes overwritten = stream;  // invalid codes in the third interval
+  for (int i = 0; i < 4; ++i) overwritten[marker_at(0xD1) + 12 + i] = 0xFE;
+  EXPECT_EQ(sound_rows(overwritten), "ssxsssss");
+  Bytes gone = stream;  // the third interval with its marker
+  gone.erase(gone.begin() + marker_at(0xD1), gone.begin() + marker_at(0xD2));
+  EXPECT_EQ(sound_rows(gone), "ssxsssss");
+  Bytes repeated = stream;  // an old marker once more
+  repeated.insert(repeated.begin() + marker_at(0xD3), {0xFF, 0xD1});
+  EXPECT_EQ(sound_rows(repeated), "ssssssss");
+  Bytes ended(stream.begin(), stream.begin() + marker_at(0xD4));
+  ended.insert(ended.end(), {0xFF, 0xD9});
+  EXPECT_EQ(sound_rows(ended), "sssssxxx");
+}
+
+TEST(JpegDecoder, TakesPaddingBetweenAndBehindSegments) {
+  JpegPicture picture = picture_of(24, 24, ycc(2, 1));
+  const Bytes stream = jpeg_stream(picture, {.restart_interval = 1});
+  const Bytes want = decode(stream).pixels;
+  Bytes padded;
+  for (size_t i = 0; i < stream.size(); ++i) {
+    // Fill bytes before every marker, in the coded data too.
+    const bool is_marker = stream[i] == 0xFF && i + 1 < stream.size() && i > 0 &&
+                           (stream[i + 1] >= 0xC0 || stream[i + 1] == 0xDB);
+    if (is_marker) padded.insert(padded.end(), {0xFF, 0xFF});
+    padded.push_back(stream[i]);
+  }
+  padded.insert(padded.end(), {'j', 'u', 'n', 'k'});
+  const Decoded got = decode(padded);
+  EXPECT_EQ(got.outcome, kOk);
+  EXPECT_EQ(got.pixels, want);
+}
+
+struct Change {
+  const char* why;
+  int marker;  // of the segment
+  size_t at;   // in its body
+  uint8_t value;
+  Status want;
+};
+
+TEST(JpegDecoder, RejectsBadSegments) {
+  const Change changes[] = {
+      {"quantisers never defined", 0xC0, 8, 1, kBadData},
+      {"quantiser table 4", 0xC0, 8, 4, kBadData},
+      {"a sampling factor of 0", 0xC0, 7, 0x01, kBadData},
+      {"a sampling factor of 5", 0xC0, 7, 0x51, kBadData},
+      {"no width", 0xC0, 4, 0, kBadData},
+      {"no component", 0xC0, 5, 0, kBadData},
+      {"five components", 0xC0, 5, 5, kBadData},
+      {"more components than bytes", 0xC0, 5, 4, kBadData},
+      {"12 bits", 0xC0, 0, 12, kSubtype},
+      {"3 bits", 0xC0, 0, 3, kBadData},
+      {"a scan of nothing", 0xDA, 0, 0, kBadData},
+      {"a scan of more than there is", 0xDA, 0, 4, kBadData},
+      {"a scan of an unknown component", 0xDA, 1, 9, kBadData},
+      {"a component twice", 0xDA, 3, 1, kBadData},
+      {"a DC table that is not there", 0xDA, 2, 0x10, kBadData},
+      {"an AC table that is not there", 0xDA, 2, 0x03, kBadData},
+      {"table class 2", 0xC4, 0, 0x20, kBadData},
+      {"Huffman table 5", 0xC4, 0, 0x05, kBadData},
+      {"more codes of 1 bit than there are", 0xC4, 1, 3, kBadData},
+      {"more codes of 4 bits than there are", 0xC4, 4, 17, kBadData},
+      {"a DC symbol that is no size", 0xC4, 17, 16, kBadData},
+      {"quantisers of 3 bytes", 0xDB, 0, 0x20, kBadData},
+  };
+  JpegPicture picture = picture_of(16, 16, ycc(1, 1));
+  const Bytes stream = jpeg_stream(picture, {});
+  for (const Change& c : changes) {
+    Bytes changed = stream;
+    changed[find_marker(changed, c.marker) + 4 + c.at] = c.value;
+    EXPECT_EQ(decode(changed).status, c.want) << c.why;
+  }
+  for (const int code : {0xC3, 0xC5, 0xC9, 0xCA, 0xCF}) {
+    Bytes changed = stream;
+    changed[find_marker(changed, 0xC0) + 1] = static_cast<uint8_t>(code);
+    EXPECT_EQ(decode(changed).status, kSubtype) << code;
+  }
+}
+
+// What is wrong between scans costs the scans that follow.
+TEST(JpegDecoder, KeepsWhatCameBeforeABadSegment) {
+  JpegPicture picture = picture_of(40, 40, ycc(2, 2));
+  const Bytes good = jpeg_stream(picture, {.plan = ScanPlan::kSuccessive});
+  size_t at = 0;
+  for (int i = 0; i < 3; ++i) at = find_marker(good, 0xDA, at + 1);
+  const Bytes second_frame = jpeg_segment(0xC2, {8, 0, 80, 0, 80, 1, 1, 0x11, 0});
+  const Bytes bad_band = jpeg_segment(0xDA, {1, 1, 0, 9, 3, 0});
+  const Bytes bad_table = jpeg_segment(0xDA, {1, 1, 0x22, 1, 63, 0});
+  for (const Bytes& inserted : {second_frame, bad_band, bad_table}) {
+    Bytes changed = good;
+    changed.insert(changed.begin() + at, inserted.begin(), inserted.end());
+    const Decoded got = decode(changed);
+    EXPECT_EQ(got.status, kOk);
+    EXPECT_EQ(got.outcome, kBadData);
+    EXPECT_EQ(got.rows, 40);
+    EXPECT_FALSE(is_gray(got.pixels, 0));
+  }
+}
+
+TEST(JpegDecoder, HugeClaimsEndQuickly) {
+  for (const ScanPlan plan : {ScanPlan::kInterleaved, ScanPlan::kProgressive}) {
+    JpegPicture picture = picture_of(16, 16, ycc(1, 1));
+    Bytes stream = jpeg_stream(picture, {.plan = plan});
+    const size_t frame = find_marker(stream, plan == ScanPlan::kInterleaved ? 0xC0 : 0xC2);
+    for (const size_t i : {5, 6, 7, 8}) stream[frame + i] = 0xFF;  // 65535 x 65535
+    jpeg::Decoder decoder;
+    ByteSource source{std::span<const uint8_t>(stream)};
+    ASSERT_EQ(decoder.read_header(source, {}), kOk);
+    const Status status = decoder.start(PixelLayout::kGray8);
+    if (!status.ok()) {
+      EXPECT_EQ(status, kNoMemory);
+      continue;
+    }
+    Bytes row(65535);
+    uint32_t rows = 0;
+    for (uint32_t got = 1; got > 0; rows += got) {
+      ASSERT_EQ(decoder.next_rows(row, row.size(), 1, got), kOk);
+    }
+    EXPECT_LT(rows, 100);
+    EXPECT_FALSE(decoder.outcome().ok());
+  }
+}
+
+TEST(JpegDecoder, TenThousandScansEndQuickly) {
+  JpegPicture picture = picture_of(2000, 2000, {{1, 1, 1}});
+  picture.fill_flat({50});
+  Bytes stream = jpeg_stream(picture, {.plan = ScanPlan::kProgressive});
+  stream.resize(stream.size() - 2);
+  // Refinements whose only symbol is a run over 2^14 blocks and more.
+  Bytes scan = jpeg_segment(0xDA, {1, 1, 0, 1, 63, 0x10});
+  for (int i = 0; i < 4; ++i) scan.insert(scan.end(), {0xE0, 0x7F, 0xFF});
+  for (int i = 0; i < 10000; ++i) stream.insert(stream.end(), scan.begin(), scan.end());
+  const Decoded got = decode(stream);
+  EXPECT_EQ(got.outcome, kBadData);
+  EXPECT_EQ(got.rows, 2000);
+}
+
+TEST(JpegDecoder, SurvivesMutations) {
+  Random random(7);
+  for (const JpegOptions& options :
+       {JpegOptions{}, JpegOptions{.restart_interval = 2},
+        JpegOptions{.plan = ScanPlan::kSuccessive, .restart_interval = 3}}) {
+    JpegPicture picture = picture_of(50, 30, ycc(2, 2));
+    const Bytes stream = jpeg_stream(picture, options);
+    for (int round = 0; round < 1500; ++round) {
+      Bytes changed = stream;
+      for (uint32_t n = random.below(4) + 1; n > 0; --n) {
+        changed[random.below(changed.size())] = static_cast<uint8_t>(random.next());
+      }
+      // Sizes that got large would only cost time.
+      const Decoded got = decode(changed, PixelLayout::kGray8, {}, 64);
+      const Status status = got.status.ok() ? got.outcome : got.status;
+      EXPECT_TRUE(is_documented(status.code())) << status.code();
+    }
+  }
+}
+
+TEST(JpegDecoder, EveryRefusedAllocationIsAStatus) {
+  const Leftovers before = leftovers();
+  for (const ScanPlan plan : {ScanPlan::kInterleaved, ScanPlan::kSeparate}) {
+    JpegPicture picture = picture_of(40, 40, {{1, 2, 2}, {2, 1, 1}, {3, 1, 1}, {4, 1, 1}});
+    const Bytes stream = jpeg_stream(picture, {.plan = plan});
+    for (int n = 0;; ++n) {
+      platform::refuse_allocation(n, false);
+      const Decoded got = decode(stream);
+      const bool was_refused = platform::allocation_was_refused();
+      platform::refuse_allocation(-1, false);
+      EXPECT_EQ(got.status, was_refused ? kNoMemory : kOk) << n;
+      if (!was_refused) break;
+    }
+  }
+  EXPECT_EQ(leftovers(), before);
+}
+
+// ---- Other decoders ----
+
+#ifndef _WIN32
+
+bool has_tools() { return std::system("command -v cjpeg djpeg > /dev/null 2>&1") == 0; }
+
+Bytes run(const std::string& command) {
+  Bytes out;
+  FILE* pipe = ::popen((command + " 2> /dev/null").c_str(), "r");
+  if (pipe == nullptr) return out;
+  uint8_t block[65536];
+  for (size_t got; (got = std::fread(block, 1, sizeof(block), pipe)) > 0;) {
+    out.insert(out.end(), block, block + got);
+  }
+  ::pclose(pipe);
+  return out;
+}
+
+Bytes load(const std::string& name) { return run("cat '" + name + "'"); }
+
+// What djpeg makes of a file, without its header of three lines.
+Bytes djpeg(const std::string& name) {
+  Bytes ppm = run("djpeg -pnm '" + name + "'");
+  auto at = ppm.begin();
+  for (int line = 0; line < 3 && at != ppm.end(); ++line) at = std::find(at, ppm.end(), '\n') + 1;
+  return Bytes(at, ppm.end());
+}
+
+TEST(JpegOracle, EqualsDjpegOnWhatCjpegWrites) {
+  if (!has_tools()) GTEST_SKIP() << "no cjpeg and djpeg";
+  const std::string base = std::string(::testing::TempDir()) + "jpeg_oracle";
+  Random random(11);
+  for (const auto& [width, height] :
+       {std::pair{1, 1}, {2, 3}, {3, 2}, {7, 9}, {17, 33}, {35, 8}, {64, 64}, {131, 67}}) {
+    FILE* file = std::fopen((base + ".ppm").c_str(), "wb");
+    std::fprintf(file, "P6 %d %d 255\n", width, height);
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        for (int c = 0; c < 3; ++c) {
+          std::fputc((x * (3 + c) + y * 2 + (x / 8 + y / 8) % 2 * 60 + random.below(20)) & 255,
+                     file);
+        }
+      }
+    }
+    std::fclose(file);
+    for (const char* arguments :
+         {"-sample 1x1 -quality 95", "-sample 2x1", "-sample 2x2 -quality 30", "-sample 1x2",
+          "-sample 4x1", "-sample 4x2", "-sample 2x2 -progressive", "-sample 2x1,1x2,1x1",
+          "-restart 1B -quality 5", "-rgb", "-grayscale", "-grayscale -progressive -quality 99",
+          "-optimize -quality 100"}) {
+      run("cjpeg " + std::string(arguments) + " '" + base + ".ppm' > '" + base + ".jpg'");
+      const bool gray = std::string(arguments).find("gray") != std::string::npos;
+      const Bytes want = djpeg(base + ".jpg");
+      ASSERT_FALSE(want.empty());
+      for (const platform::Processor& level : processor_levels()) {
+        const LimitedProcessor limited(level);
+        const Decoded got =
+            decode(load(base + ".jpg"), gray ? PixelLayout::kGray8 : PixelLayout::kRgb24);
+        EXPECT_EQ(got.outcome, kOk);
+        ASSERT_EQ(got.pixels, want) << arguments << ", " << width << " x " << height;
+      }
+    }
+  }
+}
+
+TEST(JpegOracle, EqualsDjpegOnTheCorpus) {
+  const char* corpus = std::getenv("TAVO_CORPUS");
+  if (corpus == nullptr || !has_tools()) GTEST_SKIP() << "no corpus";
+  int compared = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(std::string(corpus) + "/jpeg")) {
+    if (entry.path().extension() == ".png") continue;
+    const Bytes stream = load(entry.path().string());
+    const Decoded got = decode(stream);
+    // Scans that are missing make djpeg guess; four colours it does not convert.
+    const std::string name = entry.path().filename().string();
+    if (!got.status.ok() || !got.outcome.ok() || name.find("scan00") != std::string::npos) continue;
+    const Bytes want = djpeg(entry.path().string());
+    if (want.size() != got.pixels.size()) continue;
+    EXPECT_TRUE(got.pixels == want) << name;
+    ++compared;
+  }
+  EXPECT_GT(compared, 40);
+}
+
+TEST(JpegOracle, BadFilesOfTheCorpusEndWithAStatus) {
+  const char* corpus = std::getenv("TAVO_CORPUS");
+  if (corpus == nullptr) GTEST_SKIP() << "no corpus";
+  for (const auto& entry : std::filesystem::directory_iterator(std::string(corpus) + "/bad/jpeg")) {
+    if (entry.path().extension() == ".png") continue;
+    const Decoded got = decode(load(entry.path().string()));
+    const std::string name = entry.path().filename().string();
+    // Without Huffman tables, the standard's are meant.
+    const bool is_fine = name == "mut-jpeg-no-dht.jpg" || name.find("adobe-ycc-gray") != name.npos;
+    EXPECT_EQ(got.status.ok() && got.outcome.ok(), is_fine) << name;
+  }
+}
+
+#endif
+
+}  // namespace
+}  // namespace tavo::test

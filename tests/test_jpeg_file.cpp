@@ -1,0 +1,357 @@
+// JPEG and CMP files: what surrounds a stream, depths and orders, stamps, streams in pieces.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "format_cases.h"
+#include "jpeg_streams.h"
+#include "platform/platform.h"
+
+namespace tavo::test {
+namespace {
+
+constexpr int kWidth = 20;
+constexpr int kHeight = 26;
+
+Bytes sample_stream(const JpegOptions& options = {}, bool is_gray = false) {
+  JpegPicture picture;
+  picture.width = kWidth;
+  picture.height = kHeight;
+  picture.components = {{1, 2, 2}, {2, 1, 1}, {3, 1, 1}};
+  if (is_gray) picture.components.resize(1);
+  picture.fill(5);
+  return jpeg_stream(picture, options);
+}
+
+Bytes comment(const char* text) {
+  return jpeg_segment(0xFE, Bytes(text, text + std::strlen(text) + 1));
+}
+
+struct CmpParts {
+  uint8_t flags = 0x10;
+  uint8_t row_order = 0x20;
+  Bytes stamp = {};
+  bool has_trailer = true;
+};
+
+Bytes cmp_file(const Bytes& stream, const CmpParts& parts) {
+  Bytes head(24, 0);
+  const uint8_t magic[] = {'T', 'A', 'V', 'O'};
+  std::copy(magic, magic + 4, head.begin());
+  head[5] = parts.stamp.empty() ? 0 : 0x10;
+  head[6] = parts.flags;
+  head[16] = kWidth;
+  head[18] = kHeight;
+  head[20] = 24;
+  head[21] = parts.row_order;
+  const Bytes trailer = {'T', 'A', 'V', 'O', 44, 1, 72, 0, 0, 0, 0, 0};  // 300 and 72 dpi
+  return join({head, parts.stamp, stream, parts.has_trailer ? trailer : Bytes{}});
+}
+
+// A stamp of 8 bits, 4 x 2: width, height, depth, palette, indices.
+Bytes small_stamp() {
+  Bytes stamp = {4, 2, 8};
+  for (int i = 0; i < 256; ++i) {
+    stamp.insert(stamp.end(), {static_cast<uint8_t>(i), static_cast<uint8_t>(255 - i), 7});
+  }
+  stamp.insert(stamp.end(), {1, 2, 3, 4, 5, 6, 7, 8});
+  return stamp;
+}
+
+struct Rows {
+  BitmapHandle record = {};
+  int32_t calls = 0;
+  int32_t count = 0;
+  Bytes bytes;
+  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
+    auto* self = static_cast<Rows*>(context);
+    const auto* from = static_cast<const uint8_t*>(rows);
+    self->record = *source;
+    self->bytes.insert(self->bytes.end(), from, from + source->BytesPerLine * count);
+    self->count += count;
+    ++self->calls;
+    return T_OK;
+  }
+};
+
+Rows decompress(const Bytes& file, int32_t bits, int32_t option, int32_t want = T_OK) {
+  Rows rows;
+  BitmapHandle record = {};
+  EXPECT_EQ(T_DecompressMemory(file.data(), &record, Rows::sink, bits, &rows, option, file.size()),
+            want);
+  return rows;
+}
+
+FILEINFO info_of(const Bytes& file) {
+  FILEINFO info = {};
+  EXPECT_EQ(T_FileInfoMemory(file.data(), &info, file.size()), T_OK);
+  return info;
+}
+
+TEST(JpegFile, IsDescribed) {
+  const FILEINFO plain = info_of(sample_stream({.segments = jfif_segment(2, 100, 50)}));
+  EXPECT_EQ(plain.Format, T_FORMAT_JPEG);
+  EXPECT_EQ(plain.Width, kWidth);
+  EXPECT_EQ(plain.Height, kHeight);
+  EXPECT_EQ(plain.BitsPerPixel, 24);
+  EXPECT_STREQ(plain.Compression, "JPEG");
+  EXPECT_EQ(plain.ViewPerspective, 0);
+  EXPECT_EQ(plain.XResolution, 254);
+  EXPECT_EQ(plain.YResolution, 127);
+
+  const FILEINFO gray = info_of(sample_stream({}, true));
+  EXPECT_EQ(gray.BitsPerPixel, 8);
+  EXPECT_EQ(gray.Colors, 256);
+  EXPECT_EQ(gray.Flags, T_FLAG_GRAY);
+
+  const FILEINFO cmp = info_of(cmp_file(sample_stream(), {.row_order = 0}));
+  EXPECT_EQ(cmp.Format, T_FORMAT_CMP);
+  EXPECT_EQ(cmp.ViewPerspective, 2);
+  EXPECT_EQ(cmp.XResolution, 300);
+  EXPECT_EQ(cmp.YResolution, 72);
+
+  EXPECT_EQ(info_of(sample_stream({.has_line_count = true})).Height, kHeight);
+  // An aspect ratio is no resolution, but this library's own streams put theirs there.
+  EXPECT_EQ(info_of(sample_stream({.segments = jfif_segment(0, 200, 200)})).XResolution, 0);
+  const Bytes own = join({jfif_segment(0, 200, 200), comment("TAVO Technologies Inc. V1.00")});
+  EXPECT_EQ(info_of(sample_stream({.segments = own})).XResolution, 200);
+  EXPECT_EQ(info_of(sample_stream({.segments = own})).ViewPerspective, 2);
+  const Bytes upright = comment("TAVO Technologies Inc. V1.01");
+  EXPECT_EQ(info_of(sample_stream({.segments = upright})).ViewPerspective, 0);
+  EXPECT_EQ(info_of(sample_stream({.segments = comment("V1.00")})).ViewPerspective, 0);
+}
+
+TEST(JpegFile, PicturesOfUnsupportedCodingsAreKnownButNotRead) {
+  Bytes stream = sample_stream();
+  const uint8_t frame[] = {0xFF, 0xC0};
+  *(std::search(stream.begin(), stream.end(), frame, frame + 2) + 1) = 0xC9;
+  EXPECT_EQ(info_of(stream).Width, kWidth);
+  decompress(stream, 24, 4, T_ERR_SUBTYPE);
+}
+
+TEST(JpegFile, DepthsAndOrders) {
+  for (const bool is_gray : {false, true}) {
+    const Bytes file = sample_stream({}, is_gray);
+    const Rows rgb = decompress(file, 24, T_ORDER_RGB);
+    EXPECT_EQ(rgb.record.Order, T_ORDER_RGB);
+    ASSERT_EQ(rgb.bytes.size(), 60 * kHeight);
+    Rows bgr = decompress(file, 24, 4);
+    EXPECT_EQ(bgr.record.Order, T_ORDER_BGR);
+    const Rows deep = decompress(file, 32, T_ORDER_BGR);
+    const Rows high = decompress(file, 16, T_ORDER_BGR);
+    const Rows gray = decompress(file, 8, 4);
+    EXPECT_EQ(gray.record.BitsPerPixel, 8);
+    EXPECT_TRUE(gray.record.Flags & T_FLAG_GRAY);
+    ASSERT_EQ(deep.record.BitsPerPixel, 32);
+    ASSERT_EQ(high.record.BitsPerPixel, 16);
+    for (size_t i = 0; i < kWidth * kHeight; ++i) {
+      const uint8_t* want = &rgb.bytes[3 * i];
+      EXPECT_EQ(bgr.bytes[3 * i + 2], want[0]);
+      EXPECT_EQ(bgr.bytes[3 * i], want[2]);
+      EXPECT_EQ(deep.bytes[4 * i + 1], want[1]);
+      const int green = (high.bytes[2 * i] | high.bytes[2 * i + 1] << 8) >> 5 & 31;
+      EXPECT_NEAR(green * 255 / 31, want[1], 8);
+      if (is_gray) {
+        EXPECT_EQ(gray.bytes[i], want[0]);
+      }
+    }
+  }
+  decompress(sample_stream(), 2, 4, T_ERR_ARGUMENT);
+}
+
+TEST(JpegFile, HalfHeightRowsCountTwice) {
+  const Bytes stream = sample_stream();
+  const Rows whole = decompress(stream, 24, 1);
+  const Bytes file = cmp_file(stream, {.flags = 0x90});
+  EXPECT_EQ(info_of(file).Height, 2 * kHeight);
+  for (const int32_t bits : {24, 32, 8}) {
+    const Rows plain = decompress(stream, bits, 1), twice = decompress(file, bits, 1);
+    ASSERT_EQ(twice.count, 2 * kHeight);
+    const size_t row = plain.bytes.size() / kHeight;
+    for (size_t y = 0; y < 2 * kHeight; ++y) {
+      EXPECT_TRUE(std::equal(twice.bytes.begin() + y * row, twice.bytes.begin() + (y + 1) * row,
+                             plain.bytes.begin() + y / 2 * row))
+          << y;
+    }
+  }
+}
+
+TEST(JpegFile, FillsBitmaps) {
+  const Bytes file = sample_stream();
+  Bitmap bitmap;
+  ASSERT_EQ(T_InitBitmap(bitmap.get(), 5, 5, 24), T_OK);
+  bitmap->Order = T_ORDER_RGB;
+  ASSERT_EQ(T_DecompressBitmapMemory(file.data(), bitmap.get(), 24, file.size()), T_OK);
+  EXPECT_EQ(bitmap->Width, kWidth);
+  EXPECT_EQ(bitmap->Order, T_ORDER_RGB);
+  EXPECT_EQ(bitmap->LastRow, kHeight - 1);
+  EXPECT_EQ(bitmap->LastColumn, kWidth - 1);
+  EXPECT_EQ(pixels(bitmap.get()), decompress(file, 24, T_ORDER_RGB).bytes);
+
+  // Storage of the right size is kept, with its depth.
+  const uintptr_t storage = bitmap->Handle;
+  ASSERT_EQ(T_DecompressBitmapMemory(file.data(), bitmap.get(), 32, file.size()), T_OK);
+  EXPECT_EQ(bitmap->Handle, storage);
+  EXPECT_EQ(bitmap->BitsPerPixel, 24);
+
+  const Bytes cut(file.begin(), file.begin() + file.size() / 2);
+  EXPECT_EQ(T_DecompressBitmapMemory(cut.data(), bitmap.get(), 24, cut.size()), T_ERR_READ);
+  EXPECT_EQ(bitmap->Flags & T_FLAG_ALLOCATED, 0);
+
+  Disk disk;
+  disk.files["a.jpg"] = file;
+  Bitmap other;
+  ASSERT_EQ(T_LoadBitmap("a.jpg", other.get(), 24, T_ORDER_RGB), T_OK);
+  EXPECT_EQ(pixels(other.get()), decompress(file, 24, T_ORDER_RGB).bytes);
+  disk.files["a.gif"] = saved_sample(T_FORMAT_GIF, 8, 4, 4);
+  EXPECT_EQ(T_DecompressBitmap("a.gif", other.get(), 24), T_ERR_FORMAT);
+}
+
+TEST(JpegFile, ACutFileDeliversGreyRows) {
+  const Bytes file = cmp_file(sample_stream(), {});
+  const Bytes cut(file.begin(), file.end() - 300);
+  const Rows rows = decompress(cut, 24, 1, T_ERR_READ);
+  EXPECT_EQ(rows.count, kHeight);
+  EXPECT_EQ(rows.bytes.back(), 128);
+  EXPECT_NE(rows.bytes.front(), 128);
+}
+
+TEST(JpegFile, StampsComeBack) {
+  Disk disk;
+  const Bytes stamp = small_stamp();
+  disk.files["s.cmp"] = cmp_file(sample_stream(), {.stamp = stamp});
+  const Bytes pixels24 = {10, 20, 30, 40, 50, 60};
+  disk.files["s.jpg"] = sample_stream(
+      {.segments =
+           join({jfif_segment(1, 72, 72),
+                 jpeg_segment(0xE0, join({{'J', 'F', 'X', 'X', 0, 0x13, 2, 1}, pixels24}))})});
+  disk.files["none.cmp"] = cmp_file(sample_stream(), {});
+  disk.files["none.jpg"] = sample_stream();
+  disk.files["other.gif"] = saved_sample(T_FORMAT_GIF, 8, 4, 4);
+  disk.files["noise"] = Bytes(100, 0x55);
+
+  EXPECT_EQ(info_of(disk.files["s.cmp"]).Width, kWidth);
+  Bitmap bitmap;
+  ASSERT_EQ(T_GetCompressFileStamp("s.cmp", bitmap.get()), T_OK);
+  EXPECT_EQ(pixels(bitmap.get()), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
+  EXPECT_EQ(bitmap->ViewPerspective, 0);
+  EXPECT_EQ(bitmap->Info.Palette[3].Red, 3);
+  EXPECT_EQ(bitmap->Info.Palette[3].Green, 252);
+  Bitmap colored;
+  ASSERT_EQ(T_GetCompressFileStamp("s.jpg", colored.get()), T_OK);
+  EXPECT_EQ(colored->Order, T_ORDER_BGR);
+  EXPECT_EQ(pixels(colored.get()), pixels24);
+
+  Bitmap none;
+  for (const char* name : {"none.cmp", "none.jpg", "other.gif"}) {
+    EXPECT_EQ(T_GetCompressFileStamp(name, none.get()), T_ERR_NO_STAMP) << name;
+  }
+  EXPECT_EQ(T_GetCompressFileStamp("noise", none.get()), T_ERR_BAD_DATA);
+  EXPECT_EQ(T_GetCompressFileStamp("absent", none.get()), T_ERR_OPEN);
+}
+
+// ---- Pieces ----
+
+Rows push(const Bytes& file, size_t piece, int32_t bits, int32_t order, int32_t want) {
+  Rows rows;
+  EXPECT_EQ(T_StartDecompressData(Rows::sink, bits, order, &rows), T_OK);
+  for (size_t at = 0; at < file.size(); at += piece) {
+    const Bytes part(file.begin() + at, file.begin() + std::min(file.size(), at + piece));
+    EXPECT_EQ(T_DecompressData(part.data(), part.size()), T_OK);
+  }
+  EXPECT_EQ(T_EndDecompressData(), want);
+  return rows;
+}
+
+TEST(JpegPush, AnyPiecesGiveThePicture) {
+  for (const Bytes& file : {sample_stream(), sample_stream({.plan = ScanPlan::kSuccessive}),
+                            sample_stream({.has_line_count = true}), cmp_file(sample_stream(), {}),
+                            cmp_file(sample_stream(), {.flags = 0x90, .stamp = small_stamp()}),
+                            sample_stream({}, true)}) {
+    for (const int32_t bits : {8, 24, 16}) {
+      const Rows want = decompress(file, bits, T_ORDER_RGB);
+      for (const size_t piece : {size_t{1}, size_t{7}, size_t{200}, file.size()}) {
+        const Rows got = push(file, piece, bits, T_ORDER_RGB, T_OK);
+        EXPECT_EQ(got.bytes, want.bytes) << piece;
+        EXPECT_EQ(got.record.BitsPerPixel, want.record.BitsPerPixel);
+      }
+    }
+  }
+}
+
+// Rows come while data still arrive, and what is done with is not kept.
+TEST(JpegPush, RowsComeEarlyAndMemoryStaysSmall) {
+  JpegPicture picture;
+  picture.width = 64;
+  picture.height = 20000;
+  picture.components = {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}};
+  picture.fill(9);
+  const Bytes file = jpeg_stream(picture, {});
+  ASSERT_GT(file.size(), 1000000);
+  Rows rows;
+  ASSERT_EQ(T_StartDecompressData(Rows::sink, 24, 1, &rows), T_OK);
+  const size_t half = file.size() / 2;
+  for (size_t at = 0; at < half; at += 10000) {
+    ASSERT_EQ(T_DecompressData(&file[at], std::min<size_t>(10000, half - at)), T_OK);
+  }
+  EXPECT_GT(rows.count, 5000);
+  EXPECT_LT(rows.count, 10001);
+  ASSERT_EQ(T_DecompressData(&file[half], file.size() - half), T_OK);
+  EXPECT_EQ(T_EndDecompressData(), T_OK);
+  EXPECT_EQ(rows.count, 20000);
+  EXPECT_EQ(rows.bytes, decompress(file, 24, 1).bytes);
+}
+
+int32_t T_CALL say_42(BitmapHandle*, const void*, int32_t, void*) { return 42; }
+
+TEST(JpegPush, StatusesStick) {
+  const Leftovers before = leftovers();
+  const Bytes file = sample_stream();
+  EXPECT_EQ(T_DecompressData(file.data(), 5), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_EndDecompressData(), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_StartDecompressData(nullptr, 24, 1, nullptr), T_ERR_ARGUMENT);
+  Rows rows;
+  EXPECT_EQ(T_StartDecompressData(Rows::sink, 5, 1, &rows), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_StartDecompressData(Rows::sink, 24, 2, &rows), T_ERR_ARGUMENT);
+
+  ASSERT_EQ(T_StartDecompressData(Rows::sink, 24, 1, &rows), T_OK);
+  EXPECT_EQ(T_DecompressData("no picture", 10), T_ERR_BAD_DATA);
+  EXPECT_EQ(T_DecompressData(file.data(), file.size()), T_ERR_BAD_DATA);
+  EXPECT_EQ(T_EndDecompressData(), T_ERR_BAD_DATA);
+
+  const Bytes cut(file.begin(), file.begin() + file.size() * 3 / 4);
+  EXPECT_EQ(push(cut, 50, 24, 1, T_ERR_READ).count, kHeight);
+  EXPECT_EQ(push(Bytes(file.begin(), file.begin() + 30), 50, 24, 1, T_ERR_READ).count, 0);
+  EXPECT_EQ(push({}, 50, 24, 1, T_ERR_READ).count, 0);
+
+  ASSERT_EQ(T_StartDecompressData(say_42, 24, 1, nullptr), T_OK);
+  EXPECT_EQ(T_DecompressData(file.data(), file.size()), T_OK);  // too small to come early
+  EXPECT_EQ(T_EndDecompressData(), 42);
+  EXPECT_EQ(leftovers(), before);
+}
+
+}  // namespace
+
+FormatCase jpeg_case() {
+  const Bytes own = comment("TAVO Technologies Inc. V1.00");
+  return {.name = "JPEG",
+          .samples = {{"baseline", sample_stream({.segments = jfif_segment(1, 300, 200)})},
+                      {"grey", sample_stream({}, true)},
+                      {"bottom row first", sample_stream({.segments = own})},
+                      {"restarts", sample_stream({.restart_interval = 1})},
+                      {"several scans", sample_stream({.plan = ScanPlan::kSeparate})},
+                      {"progressive", sample_stream({.plan = ScanPlan::kSuccessive})},
+                      {"height at the end", sample_stream({.has_line_count = true})}}};
+}
+
+FormatCase cmp_case() {
+  return {.name = "CMP",
+          .samples = {{"plain", cmp_file(sample_stream(), {})},
+                      {"bottom row first", cmp_file(sample_stream(), {.row_order = 0})},
+                      {"half height", cmp_file(sample_stream(), {.flags = 0x90})},
+                      {"stamp", cmp_file(sample_stream(), {.stamp = small_stamp()})},
+                      {"grey", cmp_file(sample_stream({}, true), {.flags = 0x60})}}};
+}
+
+}  // namespace tavo::test
