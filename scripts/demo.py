@@ -159,7 +159,7 @@ def html_section(source, original, rows):
     for row in rows:
         if row.picture:
             _, name, bits, size, _, quality = row.cells()
-            figures.append(figure(row.picture, f"{name}, {bits} bits, {size} bytes, {quality}"))
+            figures.append(figure(row.picture, f"{name}, depth {bits}, {size} bytes, {quality}"))
     return (f"<h2>{html.escape(source.name)}</h2>\n{html_table(rows)}\n"
             f'<div class="pictures">{"".join(figures)}</div>')
 

@@ -81,9 +81,16 @@ def parse_bmp(data):
     return bits, (x, y), rows
 
 
-def tavo(*arguments, **options):
-    return subprocess.run([*COMMAND, *map(str, arguments)], capture_output=True, text=True,
-                          timeout=120, **options)
+def tavo(*arguments):
+    """Runs the program. Its output goes through files: services that Wine starts on the way inherit
+    what they find, and a pipe would stay open as long as they run."""
+    with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
+        done = subprocess.run([*COMMAND, *map(str, arguments)], stdout=out, stderr=err, timeout=120)
+        texts = []
+        for stream in (out, err):
+            stream.seek(0)
+            texts.append(stream.read().decode().replace("\r\n", "\n"))
+    return subprocess.CompletedProcess(done.args, done.returncode, *texts)
 
 
 class CliTest(unittest.TestCase):
