@@ -36,12 +36,13 @@ uint64_t file_row_bytes(int32_t width, int32_t depth) {
   return round_up<uint64_t>(core::packed_bytes(static_cast<uint64_t>(width), depth), 2);
 }
 
-// A few bytes can claim rows of gigabytes, for which nobody shall take memory; runs can claim
-// many such rows.
+// A few bytes can claim rows of gigabytes, and runs many of them, for which nobody shall take
+// memory. Files end below 4 GiB, and so do the pixels in them.
 bool is_plausible(const Header& header, uint32_t file_bytes) {
-  const bool is_encoded = header.type == Type::kByteEncoded;
-  const uint64_t rows = is_encoded ? static_cast<uint32_t>(header.height) : 1;
-  return process::is_plausible_size(rows * file_row_bytes(header.width, header.depth), file_bytes);
+  const uint64_t row_bytes = file_row_bytes(header.width, header.depth);
+  const uint64_t decoded = row_bytes * static_cast<uint32_t>(header.height);
+  const uint64_t needed = header.type == Type::kByteEncoded ? decoded : row_bytes;
+  return decoded <= UINT32_MAX && process::is_plausible_size(needed, file_bytes);
 }
 
 void set_gray_ramp(process::SourcePicture& picture) {

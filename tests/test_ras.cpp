@@ -253,7 +253,9 @@ TEST(Ras, BadHeadersAndCutFiles) {
         << length;
   }
   EXPECT_EQ(T_SetRASVariant(2), T_ERR_ARGUMENT);
-  // Rows of a gigabyte that cannot be in the file.
+  // Rows of a gigabyte that cannot be in the file, and too many of them.
+  EXPECT_EQ(direct(ras_file({.width = 44177, .height = 3866920, .depth = 8, .data = {1, 2}})),
+            T_ERR_BAD_DATA);
   EXPECT_EQ(direct(ras_file({.width = 1u << 30, .height = 1, .depth = 24, .data = {1, 2}})),
             T_ERR_BAD_DATA);
   EXPECT_EQ(direct(ras_file(
