@@ -2,7 +2,7 @@
 add_library(tavo_flags INTERFACE)
 target_compile_options(tavo_flags INTERFACE
   $<$<COMPILE_LANGUAGE:C,CXX>:-Wall -Wextra -Wshadow -Werror>
-  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion>)
+  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wno-sign-conversion>)
 
 add_library(tavo_library_flags INTERFACE)
 target_compile_options(tavo_library_flags INTERFACE
