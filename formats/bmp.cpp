@@ -97,11 +97,17 @@ Status read_changed_rows(io::InputFile& file, const Header& header, RowDelivery&
   return rows.finish();
 }
 
-Status read_coded_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
+// Before any memory is taken for rows: whether the file can hold what its header claims.
+Status check_size(io::InputFile& file, const Header& header) {
   uint32_t file_bytes = 0;
   TRY(file.size(file_bytes));
-  const uint64_t decoded = uint64_t{rows.source_line()} * static_cast<uint32_t>(header.height);
-  if (!process::is_plausible_size(decoded, file_bytes)) return kBadData;
+  const uint32_t line = core::bytes_per_line(header.width, header.pixel_bits);
+  if (header.coding == Coding::kNone) return line <= file_bytes ? kOk : kReadError;
+  const uint64_t decoded = uint64_t{line} * static_cast<uint32_t>(header.height);
+  return process::is_plausible_size(decoded, file_bytes) ? kOk : kBadData;
+}
+
+Status read_coded_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
   ByteSource bytes(file);
   TRY(bytes.start());
   RleDecoder decoder(bytes, header.coding, header.width);
@@ -133,6 +139,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(read_headers(file, header));
   process::SourcePicture picture = describe(header);
   TRY(read_palette(file, header, picture.palette));
+  TRY(check_size(file, header));
   TRY(file.seek(header.data_offset));
 
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);

@@ -87,13 +87,6 @@ void enlarge_plain(uint8_t* row, int32_t bits, int32_t old_width, int32_t new_wi
   }
 }
 
-__attribute__((target("ssse3"))) void shuffle_block(const uint8_t* from, uint8_t* to,
-                                                    const uint8_t* shuffle) {
-  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-  const __m128i order = _mm_loadu_si128(reinterpret_cast<const __m128i*>(shuffle));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_shuffle_epi8(bytes, order));
-}
-
 }  // namespace
 
 void ResizeRule::set(int32_t old_size, int32_t new_size) {
@@ -141,6 +134,17 @@ uint32_t Resizer::row_count(uint32_t number) const {
   return is_equal() ? 1 : down_.count(number & 255u);
 }
 
+void Resizer::prepare_masks(uint32_t pixel_bytes) {
+  masks_ = {};
+  mask_count_ = 4 * pixel_bytes;
+  for (uint32_t byte = 0; byte < 256 * pixel_bytes; ++byte) {
+    masks_[byte / 64] |= uint64_t{across_.count(byte / pixel_bytes)} << (byte % 64);
+  }
+  uint32_t kept = 0;
+  for (uint32_t i = 0; i < static_cast<uint32_t>(old_width_); ++i) kept += across_.count(i);
+  written_bytes_ = std::min(kept, static_cast<uint32_t>(new_width_)) * pixel_bytes;
+}
+
 // Which source bytes each sixteen bytes of source leave behind.
 void Resizer::prepare_shrinking(uint32_t pixel_bytes) {
   const uint32_t pixels_per_block = kBlock / pixel_bytes;
@@ -163,6 +167,18 @@ void Resizer::prepare_shrinking(uint32_t pixel_bytes) {
       ++written;
     }
     ++block_count_;
+  }
+  written_bytes_ = written * pixel_bytes;
+  identity_blocks_ = 0;
+  while (identity_blocks_ < block_count_ && blocks_[identity_blocks_].count == block_bytes_) {
+    ++identity_blocks_;
+  }
+  const uint32_t old_bytes = old_width * pixel_bytes;
+  safe_blocks_ = 0;
+  for (uint32_t out = 0; safe_blocks_ < block_count_; ++safe_blocks_) {
+    const Block& block = blocks_[safe_blocks_];
+    if (block.offset + kBlock > old_bytes || out + kBlock > written_bytes_) break;
+    out += block.count;
   }
 }
 
@@ -210,7 +226,12 @@ void Resizer::prepare(int32_t bits) {
   if (prepared_bits_ == bits) return;
   prepared_bits_ = bits;
   block_count_ = 0;
+  mask_count_ = 0;
   blocks_.release();
+  if (new_width_ < old_width_ && bits >= 8 && platform::processor().avx512_vbmi2) {
+    prepare_masks(static_cast<uint32_t>(bits / 8));
+    return;
+  }
   if (bits < 8 || !platform::processor().ssse3) return;
   if (new_width_ <= old_width_) {
     prepare_shrinking(static_cast<uint32_t>(bits / 8));
@@ -221,17 +242,118 @@ void Resizer::prepare(int32_t bits) {
 
 namespace {
 
-// A block that may not be stored whole: byte by byte, the last one first, since results lie to
-// the right of what they come from.
-void copy_bytes_down(const uint8_t* from, uint8_t* to, const uint8_t* shuffle, uint32_t count) {
-  for (uint32_t b = count; b-- > 0;) to[b] = from[shuffle[b]];
+// Loops of their own, because vector code is not inlined into functions for lesser processors.
+
+// Blocks of source from left to right; returns where the next result byte goes.
+__attribute__((target("ssse3"))) uint32_t shrink_blocks(const Resizer::Block* block, uint32_t count,
+                                                        const uint8_t* from, uint8_t* to,
+                                                        uint32_t out) {
+  for (; count > 0; --count, ++block) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + block->offset));
+    const __m128i order = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block->shuffle.data()));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + out), _mm_shuffle_epi8(bytes, order));
+    out += block->count;
+  }
+  return out;
 }
 
-void copy_bytes_up(const uint8_t* from, uint8_t* to, const uint8_t* shuffle, uint32_t count) {
-  for (uint32_t b = 0; b < count; ++b) to[b] = from[shuffle[b]];
+// The first `most` of the bytes of `from` that the masks keep, one behind the other. Nothing is
+// written beyond them.
+__attribute__((target("avx512f,avx512bw,avx512vbmi2,bmi,bmi2,popcnt"))) void compress_bytes(
+    const uint8_t* from, uint32_t bytes, const uint64_t* masks, uint32_t mask_count, uint8_t* to,
+    uint32_t most) {
+  uint32_t out = 0;
+  uint32_t in = 0;
+  uint32_t m = 0;
+  // Whole vectors: a store reaches no further than the source that has been read.
+  for (; in + 64 <= bytes && out + 64 <= most; in += 64) {
+    const __m512i source = _mm512_loadu_si512(from + in);
+    _mm512_storeu_si512(to + out, _mm512_maskz_compress_epi8(masks[m], source));
+    out += static_cast<uint32_t>(__builtin_popcountll(masks[m]));
+    if (++m == mask_count) m = 0;
+  }
+  for (; in < bytes && out < most; in += 64) {
+    const uint32_t left = bytes - in;
+    const uint64_t there = left >= 64 ? ~uint64_t{0} : (uint64_t{1} << left) - 1;
+    const uint64_t kept = masks[m] & there;
+    const auto count = static_cast<uint32_t>(__builtin_popcountll(kept));
+    const uint32_t room = most - out;
+    const uint32_t stored = count < room ? count : room;
+    const uint64_t store = stored >= 64 ? ~uint64_t{0} : (uint64_t{1} << stored) - 1;
+    const __m512i source = _mm512_maskz_loadu_epi8(there, from + in);
+    _mm512_mask_storeu_epi8(to + out, store, _mm512_maskz_compress_epi8(kept, source));
+    out += stored;
+    if (++m == mask_count) m = 0;
+  }
+}
+
+// Blocks of result from right to left.
+__attribute__((target("ssse3"))) void enlarge_blocks(const Resizer::Block* block, uint32_t count,
+                                                     const uint8_t* from, uint8_t* end) {
+  for (; count > 0; --count, ++block) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + block->offset));
+    const __m128i order = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block->shuffle.data()));
+    end -= kBlock;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(end), _mm_shuffle_epi8(bytes, order));
+  }
 }
 
 }  // namespace
+
+// Blocks whose stores reach beyond what is written, or over source that is yet to be read, go
+// byte by byte: the first `identity_blocks_` when they stay where they are, and the last few.
+void Resizer::shrink_row(const uint8_t* from, uint8_t* to, uint32_t new_bytes) const {
+  const Block* block = blocks_.data();
+  uint32_t done = 0;
+  uint32_t out = 0;
+  if (from == to) {
+    done = identity_blocks_;
+    out = identity_blocks_ * block_bytes_;
+  } else if (written_bytes_ < new_bytes) {
+    std::memcpy(to + written_bytes_, from + written_bytes_, new_bytes - written_bytes_);
+  }
+  if (safe_blocks_ > done) {
+    out = shrink_blocks(block + done, safe_blocks_ - done, from, to, out);
+    done = safe_blocks_;
+  }
+  for (; done < block_count_; ++done) {
+    const Block& last = block[done];
+    for (uint32_t b = 0; b < last.count; ++b) to[out++] = from[last.offset + last.shuffle[b]];
+  }
+}
+
+void Resizer::enlarge_row(const uint8_t* from, uint8_t* to, uint32_t old_bytes, uint32_t new_bytes,
+                          uint32_t pixel_bytes) const {
+  const uint32_t first_byte = first_written_ * pixel_bytes;
+  if (from != to) std::memcpy(to, from, std::min(first_byte, old_bytes));
+  const uint32_t whole = (new_bytes - first_byte) / kBlock;
+  enlarge_blocks(blocks_.data(), whole, from, to + new_bytes);
+  if (whole == block_count_) return;
+  // The leftmost block, byte by byte from its end: results lie to the right of their source.
+  const Block& last = blocks_[whole];
+  for (uint32_t b = last.count; b-- > 0;) {
+    to[first_byte + b] = from[last.offset + last.shuffle[b]];
+  }
+}
+
+void Resizer::resize_row_slowly(const uint8_t* from, uint8_t* to, int32_t bits) const {
+  const auto pixel_bytes = static_cast<uint32_t>(bits / 8);
+  const bool shrinks = new_width_ < old_width_;
+  if (from != to) {
+    const auto common = static_cast<uint32_t>(std::min(old_width_, new_width_));
+    std::memcpy(to, from, common * pixel_bytes);
+  }
+  if (from == to || !shrinks) {
+    resize_row_plain(to, bits, old_width_, new_width_, across_);
+    return;
+  }
+  // The result has no room for the source behind it.
+  uint32_t written = 0;
+  for (uint32_t i = 0; i < static_cast<uint32_t>(old_width_); ++i) {
+    if (across_.count(i) == 0 || written == static_cast<uint32_t>(new_width_)) continue;
+    std::memcpy(to + written++ * pixel_bytes, from + i * pixel_bytes, pixel_bytes);
+  }
+}
 
 void Resizer::resize_row(const uint8_t* from, uint8_t* to, int32_t bits) {
   const auto pixel_bytes = static_cast<uint32_t>(bits / 8);
@@ -242,48 +364,17 @@ void Resizer::resize_row(const uint8_t* from, uint8_t* to, int32_t bits) {
     return;
   }
   prepare(bits);
-  if (block_count_ == 0) {
-    if (from != to) std::memcpy(to, from, std::min(old_bytes, new_bytes));
-    if (from == to || new_width_ > old_width_) {
-      resize_row_plain(to, bits, old_width_, new_width_, across_);
-      return;
+  if (mask_count_ != 0) {
+    compress_bytes(from, old_bytes, masks_.data(), mask_count_, to, written_bytes_);
+    if (from != to) {
+      std::memcpy(to + written_bytes_, from + written_bytes_, new_bytes - written_bytes_);
     }
-    // Shrinking reads beyond the result.
-    uint32_t written = 0;
-    for (int32_t i = 0; i < old_width_ && written < static_cast<uint32_t>(new_width_); ++i) {
-      if (across_.count(static_cast<uint32_t>(i)) == 0) continue;
-      std::memcpy(to + written++ * pixel_bytes, from + static_cast<uint32_t>(i) * pixel_bytes,
-                  pixel_bytes);
-    }
-    return;
-  }
-  const Block* block = blocks_.data();
-  const Block* const end = block + block_count_;
-  if (new_width_ < old_width_) {
-    if (from != to) std::memcpy(to, from, new_bytes);
-    uint32_t total = 0;
-    for (const Block* b = block; b != end; ++b) total += b->count;
-    uint32_t out = 0;
-    for (; block != end; ++block) {
-      const bool whole = block->offset + kBlock <= old_bytes && out + kBlock <= total;
-      if (whole && (from != to || out < block->offset)) {
-        shuffle_block(from + block->offset, to + out, block->shuffle.data());
-      } else {
-        copy_bytes_up(from + block->offset, to + out, block->shuffle.data(), block->count);
-      }
-      out += block->count;
-    }
-    return;
-  }
-  if (from != to) std::memcpy(to, from, std::min(first_written_ * pixel_bytes, old_bytes));
-  uint32_t out = new_bytes;
-  for (; block != end; ++block) {
-    out -= block->count;
-    if (block->count == kBlock) {
-      shuffle_block(from + block->offset, to + out, block->shuffle.data());
-    } else {
-      copy_bytes_down(from + block->offset, to + out, block->shuffle.data(), block->count);
-    }
+  } else if (block_count_ == 0) {
+    resize_row_slowly(from, to, bits);
+  } else if (new_width_ < old_width_) {
+    shrink_row(from, to, new_bytes);
+  } else {
+    enlarge_row(from, to, old_bytes, new_bytes, pixel_bytes);
   }
 }
 
@@ -298,34 +389,63 @@ void Resizer::resize_row(uint8_t* row, int32_t bits) {
 
 namespace {
 
-// Takes rows of a bitmap where they lie when it is in memory, else through a buffer.
-Status resize_rows(BitmapHandle& source, BitmapHandle& destination, Resizer& resizer) {
-  const int32_t bits = source.BitsPerPixel;
-  const core::AccessScope accessed_source(source);
-  const core::AccessScope accessed_destination(destination);
-  Buffer row;
-  TRY(row.allocate(std::max(source.BytesPerLine, destination.BytesPerLine)));
-  core::Progress progress;
-  TRY(progress.start());
-  const auto new_height = static_cast<uint32_t>(destination.Height);
-  uint32_t out = 0;
-  for (uint32_t y = 0; y < static_cast<uint32_t>(source.Height) && out < new_height; ++y) {
-    uint32_t repeats = std::min(resizer.row_count(y), new_height - out);
-    if (repeats == 0) continue;
-    TRY(core::get_row(source, y, row.bytes().first(source.BytesPerLine)));
-    resizer.resize_row(row.data(), bits);
-    const std::span<uint8_t> line = row.bytes().first(destination.BytesPerLine);
-    core::clear_padding(line, destination.Width, bits);
-    for (; repeats > 0; --repeats) TRY(core::put_row(destination, out++, line));
-    TRY(progress.at(y, static_cast<uint32_t>(source.Height)));
+// One bitmap to another. Rows of whole bytes go straight from memory to memory.
+class BitmapResize {
+ public:
+  BitmapResize(BitmapHandle& source, BitmapHandle& destination, Resizer& resizer)
+      : source_(source), destination_(destination), resizer_(resizer) {}
+
+  Status run() {
+    const core::AccessScope accessed_source(source_);
+    const core::AccessScope accessed_destination(destination_);
+    direct_ = source_.BitsPerPixel >= 8 && core::has_flag(source_, T_FLAG_LOCKED) &&
+              core::has_flag(destination_, T_FLAG_LOCKED);
+    TRY(row_.allocate(std::max(source_.BytesPerLine, destination_.BytesPerLine)));
+    core::Progress progress;
+    TRY(progress.start());
+    const auto old_height = static_cast<uint32_t>(source_.Height);
+    const auto new_height = static_cast<uint32_t>(destination_.Height);
+    for (uint32_t y = 0; y < old_height && out_ < new_height; ++y) {
+      const uint32_t repeats = std::min(resizer_.row_count(y), new_height - out_);
+      if (repeats != 0) TRY(direct_ ? move_row(y, repeats) : copy_row(y, repeats));
+      TRY(progress.at(y, old_height));
+    }
+    // What no source row reaches is zero.
+    std::fill(row_.bytes().begin(), row_.bytes().end(), uint8_t{0});
+    while (out_ < new_height) TRY(core::put_row(destination_, out_++, line()));
+    return progress.finish();
   }
-  // What no source row reaches is zero.
-  std::fill(row.bytes().begin(), row.bytes().end(), uint8_t{0});
-  while (out < new_height) {
-    TRY(core::put_row(destination, out++, row.bytes().first(destination.BytesPerLine)));
+
+ private:
+  std::span<uint8_t> line() { return row_.bytes().first(destination_.BytesPerLine); }
+
+  Status move_row(uint32_t y, uint32_t repeats) {
+    const size_t new_line = destination_.BytesPerLine;
+    uint8_t* const to = static_cast<uint8_t*>(destination_.Data) + new_line * out_;
+    resizer_.resize_row(
+        static_cast<const uint8_t*>(source_.Data) + size_t{source_.BytesPerLine} * y, to,
+        source_.BitsPerPixel);
+    core::clear_padding({to, new_line}, destination_.Width, destination_.BitsPerPixel);
+    for (uint32_t n = 1; n < repeats; ++n) std::memcpy(to + new_line * n, to, new_line);
+    out_ += repeats;
+    return kOk;
   }
-  return progress.finish();
-}
+
+  Status copy_row(uint32_t y, uint32_t repeats) {
+    TRY(core::get_row(source_, y, row_.bytes().first(source_.BytesPerLine)));
+    resizer_.resize_row(row_.data(), source_.BitsPerPixel);
+    core::clear_padding(line(), destination_.Width, destination_.BitsPerPixel);
+    for (; repeats > 0; --repeats) TRY(core::put_row(destination_, out_++, line()));
+    return kOk;
+  }
+
+  BitmapHandle& source_;
+  BitmapHandle& destination_;
+  Resizer& resizer_;
+  bool direct_ = false;
+  Buffer row_;
+  uint32_t out_ = 0;  // rows of the result that are there
+};
 
 }  // namespace
 
@@ -333,7 +453,7 @@ Status resize_bitmap(BitmapHandle& source, BitmapHandle& destination) {
   if (source.BitsPerPixel != destination.BitsPerPixel) return kBadArgument;
   Resizer resizer;
   TRY(resizer.start(source.Width, source.Height, destination.Width, destination.Height));
-  return resize_rows(source, destination, resizer);
+  return BitmapResize(source, destination, resizer).run();
 }
 
 Status size_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height) {

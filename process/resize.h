@@ -31,21 +31,17 @@ class Resizer {
   // How often source row `number` appears in the result; 0: it is dropped.
   uint32_t row_count(uint32_t number) const;
 
-  // Resamples `row`, which has room for the larger of the two widths and, for the vector code,
-  // kSlack bytes more. `bits`: 1, 4, 8, 16, 24 or 32. Result positions that no source pixel
-  // reaches keep what the buffer held there: at the left end of enlarged rows that is the source.
+  // Resamples `row`, which has room for the larger of the two widths. `bits`: 1, 4, 8, 16, 24 or
+  // 32. Result positions that no source pixel reaches keep what the buffer held there: at the left
+  // end of enlarged rows that is the source.
   void resize_row(uint8_t* row, int32_t bits);
 
-  // The same from `from` to `to`, which do not overlap; 8 bits and more. Both have kSlack bytes
-  // behind them.
+  // The same from a row to another, which do not overlap; 8 bits and more.
   void resize_row(const uint8_t* from, uint8_t* to, int32_t bits);
 
   int32_t new_width() const { return new_width_; }
   bool keeps_width() const { return new_width_ == old_width_; }
 
-  static constexpr uint32_t kSlack = 64;
-
- private:
   // Sixteen bytes of source become `count` bytes of result (shrinking), or sixteen bytes of result
   // come from the sixteen source bytes at `offset` (enlarging).
   struct Block {
@@ -54,9 +50,15 @@ class Resizer {
     std::array<uint8_t, 16> shuffle;
   };
 
+ private:
   void prepare(int32_t bits);
   void prepare_shrinking(uint32_t pixel_bytes);
+  void prepare_masks(uint32_t pixel_bytes);
   void prepare_enlarging(uint32_t pixel_bytes);
+  void shrink_row(const uint8_t* from, uint8_t* to, uint32_t new_bytes) const;
+  void enlarge_row(const uint8_t* from, uint8_t* to, uint32_t old_bytes, uint32_t new_bytes,
+                   uint32_t pixel_bytes) const;
+  void resize_row_slowly(const uint8_t* from, uint8_t* to, int32_t bits) const;
   bool is_equal() const;
 
   int32_t old_width_ = 1;
@@ -71,8 +73,15 @@ class Resizer {
 
   int32_t prepared_bits_ = 0;
   Array<Block> blocks_;  // empty: the plain loops serve
+  // Shrinking with byte compression: which of each 64 source bytes stay; the pattern of 256 pixels
+  // is at most 16 words long. 0: not in use.
+  std::array<uint64_t, 16> masks_ = {};
+  uint32_t mask_count_ = 0;
   uint32_t block_count_ = 0;
-  uint32_t block_bytes_ = 16;  // of source (shrinking) or result (enlarging), whole pixels
+  uint32_t written_bytes_ = 0;    // shrinking: of result
+  uint32_t identity_blocks_ = 0;  // shrinking: the first ones, which keep all their bytes
+  uint32_t safe_blocks_ = 0;      // shrinking: those that can be loaded and stored whole
+  uint32_t block_bytes_ = 16;     // of source (shrinking) or result (enlarging), whole pixels
 };
 
 // The plain loops that say what a row becomes, pixel by pixel.

@@ -100,7 +100,10 @@ Status RowDelivery::start_dithering() {
 Status RowDelivery::allocate_rows() {
   const int32_t lines =
       settings.callback_lines > 0 ? settings.callback_lines : callback_lines(picture_.height);
-  batch_rows_ = static_cast<uint32_t>(std::clamp(lines, 1, bitmap_.Height));
+  // Absurdly wide rows come in smaller batches.
+  constexpr uint32_t kLargestBatch = 64u << 20;
+  const auto most = static_cast<int32_t>(std::max(1u, kLargestBatch / line_));
+  batch_rows_ = static_cast<uint32_t>(std::clamp(std::min(lines, most), 1, bitmap_.Height));
   TRY(batch_.allocate_shrinking(uint64_t{line_} * batch_rows_ + kSlack, line_,
                                 uint64_t{line_} + kSlack));
   batch_rows_ = static_cast<uint32_t>((batch_.size() - kSlack) / line_);

@@ -91,12 +91,23 @@ TEST(Resize, EverySpeedGivesTheSameRow) {
     ASSERT_EQ(Bytes(got.begin(), got.begin() + bytes), Bytes(want.begin(), want.begin() + bytes))
         << old_width << " to " << new_width << " at " << bits;
     ASSERT_EQ(Bytes(got.end() - 16, got.end()), guard);
-    platform::limit_processor({});
-    Bytes slow = source;
-    ASSERT_TRUE(resizer.start(old_width, 1, new_width, 1).ok());
-    resizer.resize_row(slow.data(), bits);
-    platform::limit_processor({true, true, true, true});
-    ASSERT_EQ(Bytes(slow.begin(), slow.begin() + bytes), Bytes(want.begin(), want.begin() + bytes));
+    for (const platform::Processor& level :
+         {platform::Processor{}, platform::Processor{.ssse3 = true}}) {
+      platform::limit_processor(level);
+      Bytes slow = source;
+      ASSERT_TRUE(resizer.start(old_width, 1, new_width, 1).ok());
+      resizer.resize_row(slow.data(), bits);
+      // From one buffer to another, which has no room for more than the result.
+      Bytes apart = join({Bytes(bytes, 0x11), guard});
+      resizer.resize_row(source.data(), apart.data(), bits);
+      platform::limit_processor({true, true, true, true, true});
+      ASSERT_EQ(Bytes(slow.begin(), slow.begin() + bytes),
+                Bytes(want.begin(), want.begin() + bytes));
+      ASSERT_EQ(apart, join({Bytes(want.begin(), want.begin() + bytes), guard}));
+    }
+    Bytes apart = join({Bytes(bytes, 0x11), guard});
+    resizer.resize_row(source.data(), apart.data(), bits);
+    ASSERT_EQ(apart, join({Bytes(want.begin(), want.begin() + bytes), guard}));
   }
 }
 
