@@ -141,8 +141,8 @@ ccitt::EncoderOptions coding_of(int64_t which) {
 }
 
 void set_speed(benchmark::State& state, const Page& p) {
-  state.counters["MP/s"] = benchmark::Counter(p.pixels() / 1e6 * 1.0 * state.iterations(),
-                                              benchmark::Counter::kIsRate);
+  state.counters["MP/s"] =
+      benchmark::Counter(p.pixels() / 1e6 * 1.0 * state.iterations(), benchmark::Counter::kIsRate);
 }
 
 void Decode(benchmark::State& state) {
@@ -182,7 +182,8 @@ struct MemoryFile {
 
   static tmsize_t read(thandle_t handle, void* into, tmsize_t size) {
     auto* file = static_cast<MemoryFile*>(handle);
-    const uint64_t left = file->bytes.size() - std::min<uint64_t>(file->position, file->bytes.size());
+    const uint64_t left =
+        file->bytes.size() - std::min<uint64_t>(file->position, file->bytes.size());
     const uint64_t part = std::min<uint64_t>(left, static_cast<uint64_t>(size));
     std::memcpy(into, file->bytes.data() + file->position, part);
     file->position += part;

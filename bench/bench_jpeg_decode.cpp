@@ -1,6 +1,6 @@
-// JPEG decoding beside libjpeg-turbo with its accurate integer transform and smooth upsampling, both
-// from memory into one row buffer. The streams are coded by libjpeg-turbo: a photograph-like picture of
-// 4096 x 3072 pixels or, when TAVO_PHOTO names a binary PPM file, that one.
+// JPEG decoding beside libjpeg-turbo with its accurate integer transform and smooth upsampling,
+// both from memory into one row buffer. The streams are coded by libjpeg-turbo: a photograph-like
+// picture of 4096 x 3072 pixels or, when TAVO_PHOTO names a binary PPM file, that one.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -68,7 +68,8 @@ bool load_ppm(const char* name, Picture& picture) {
   bool is_loaded = false;
   if (std::fscanf(file, "P6 %u %u 255%*c", &picture.width, &picture.height) == 2) {
     picture.rows.resize(size_t{3} * picture.width * picture.height);
-    is_loaded = std::fread(picture.rows.data(), 1, picture.rows.size(), file) == picture.rows.size();
+    is_loaded =
+        std::fread(picture.rows.data(), 1, picture.rows.size(), file) == picture.rows.size();
   }
   std::fclose(file);
   return is_loaded;
@@ -113,7 +114,8 @@ Bytes encode(const Coding& coding) {
   if (coding.is_progressive) jpeg_simple_progression(&c);
   jpeg_start_compress(&c, TRUE);
   while (c.next_scanline < c.image_height) {
-    JSAMPROW row = const_cast<uint8_t*>(photo().rows.data()) + size_t{3} * c.next_scanline * c.image_width;
+    JSAMPROW row =
+        const_cast<uint8_t*>(photo().rows.data()) + size_t{3} * c.next_scanline * c.image_width;
     jpeg_write_scanlines(&c, &row, 1);
   }
   jpeg_finish_compress(&c);
@@ -169,10 +171,9 @@ void run(benchmark::State& state, const Coding& coding, int components, Decode d
     }
     benchmark::DoNotOptimize(rows.data());
   }
-  state.counters["MP/s"] =
-      benchmark::Counter(static_cast<double>(photo().width) * photo().height / 1e6 *
-                             static_cast<double>(state.iterations()),
-                         benchmark::Counter::kIsRate);
+  state.counters["MP/s"] = benchmark::Counter(static_cast<double>(photo().width) * photo().height /
+                                                  1e6 * static_cast<double>(state.iterations()),
+                                              benchmark::Counter::kIsRate);
   state.counters["bytes"] = static_cast<double>(coded.size());
 }
 

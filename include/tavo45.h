@@ -177,7 +177,7 @@ typedef struct BitmapHandle {
 #define T_FORMAT_CMP 5
 #define T_FORMAT_BMP 6
 #define T_FORMAT_JPEG 10
-#define T_FORMAT_JPEG_24 11      /* save variants: see Compression */
+#define T_FORMAT_JPEG_24 11 /* save variants: see Compression */
 #define T_FORMAT_BMP_OS2 14
 #define T_FORMAT_CMP_SAVE 20
 #define T_FORMAT_JPEG_2X1 21
@@ -579,15 +579,15 @@ T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
  * 1, 2            JFIF      1x1: all          T_FORMAT_JPEG (10), T_FORMAT_JPEG_24 (11)
  * 3, 4            JFIF      2x2: a quarter    T_FORMAT_JPEG_2X2 (23), T_FORMAT_JPEG_2X2_24 (24)
  * 5, 6            JFIF      2x1: a half       T_FORMAT_JPEG_2X1 (21), T_FORMAT_JPEG_2X1_24 (22)
- * Type 2 writes what 1 writes, 4 what 3, 6 what 5. Saves in formats 10, 20, 21 and 23 at 8 bits make
- * the picture grey; 11, 22 and 24 always write 24 bits. Identification reports all CMP files as
- * T_FORMAT_CMP and all JPEG streams as T_FORMAT_JPEG.
+ * Type 2 writes what 1 writes, 4 what 3, 6 what 5. Saves in formats 10, 20, 21 and 23 at 8 bits
+ * make the picture grey; 11, 22 and 24 always write 24 bits. Identification reports all CMP files
+ * as T_FORMAT_CMP and all JPEG streams as T_FORMAT_JPEG.
  *
  * The quality factor is a multiplier of the quantisation tables: smaller is better.
  * JFIF  0 to 255  the factor is the internal value; 0 gives T_ERR_MULTIPLIER
  * CMP   0 to 100  internal value factor + 6; chroma 1x1 below 14, 2x2 from 55 to 100, else 2x1
- *       101 to 255  half-height coding: rows 0, 2, 4 ... only; internal value factor / 2, chroma 2x1
- *       -1 to -9  presets: internal value 5 with 1x1; 5, 15, 30 with 2x1; 45, 90 with 2x2; 55, 93, 93
+ *       101 to 255  half-height coding: rows 0, 2, 4 ... only; internal value factor / 2, chroma
+ * 2x1 -1 to -9  presets: internal value 5 with 1x1; 5, 15, 30 with 2x1; 45, 90 with 2x2; 55, 93, 93
  *                 half height with 2x1
  * A quantiser is base * internal value / 50, cut to 2 ... 255, base being table K.1 or K.2 of the
  * standard. libjpeg's quality q scales the same tables by (5000 / q) percent below 50 and
@@ -600,18 +600,19 @@ T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
  * header   0 "TAVO"; 4: 0; 5: 0x10 with a stamp, else 0; 6: flags 0x80 half height, 0x40 grey, 0x20
  *          chroma 1x1 or grey, 0x10 chroma 2x2; 7-15: 0; 16: width (2 bytes); 18: coded rows (2);
  *          20: 8 or 24; 21: 0x20 top row first, else 0; 22: internal value (2)
- * stamp    width, height, bits per pixel (8 or 24); for 8 bits 256 times red, green, blue; rows, top
- *          first, unpadded, 24-bit pixels blue first
- * trailer  0 "TAVO"; 4: XResolution (2); 6: YResolution (2); 8: 0 (4)
- * The JPEG stream: SOI, APP0 "JFIF" 1.00 (unit 0; the densities are the resolutions, 0 in CMP
- * files), with a stamp APP0 "JFXX" (extension code 0x11 for 8 bits, 0x13 for 24, width, height,
- * palette, rows as above), COM "TAVO Technologies Inc. V1.01" and a zero byte (V1.00 when the bottom
- * row comes first), DQT, DHT, SOF0, SOS, data, EOI. Equal quantisation tables are written once.
+ * stamp    width, height, bits per pixel (8 or 24); for 8 bits 256 times red, green, blue; rows,
+ * top first, unpadded, 24-bit pixels blue first trailer  0 "TAVO"; 4: XResolution (2); 6:
+ * YResolution (2); 8: 0 (4) The JPEG stream: SOI, APP0 "JFIF" 1.00 (unit 0; the densities are the
+ * resolutions, 0 in CMP files), with a stamp APP0 "JFXX" (extension code 0x11 for 8 bits, 0x13 for
+ * 24, width, height, palette, rows as above), COM "TAVO Technologies Inc. V1.01" and a zero byte
+ * (V1.00 when the bottom row comes first), DQT, DHT, SOF0, SOS, data, EOI. Equal quantisation
+ * tables are written once.
  *
  * Statuses of everything that compresses: T_ERR_NOT_COMPRESSIBLE (no width or height, more than
  * 65535 coded rows or none, fewer than 8 or more than 32 bits per pixel, rows above 65535 bytes as
  * they are stored or coded), T_ERR_BAD_DATA (output type), T_ERR_QUALITY, T_ERR_MULTIPLIER,
- * T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_WRITE (the write routine took fewer bytes than it was given). */
+ * T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_WRITE (the write routine took fewer bytes than it was given).
+ */
 
 /* Takes `size` coded bytes; returns how many it took: fewer than `size` is a failure. */
 typedef uint32_t(T_CALL* T_CompressWrite)(const void* bytes, uint32_t size, void* userData);
@@ -651,11 +652,11 @@ typedef struct T_CompressContext {
 
 /* A row sink (T_RowSink) that compresses; `context` is a T_CompressContext. Its first call starts
  * the compression with FileWriteBuffer, strips of 16 rows and an output buffer of 12 x Width bytes.
- * Rows of 8-bit pictures with the grey mark are coded by the red parts of their palette, 24-bit rows
- * as they are, whatever their order; all others become 24 bits, blue first. After the last row call
- * T_CompressBuffer(StripBuffer) once for the rows in an unfinished strip, then T_EndCompressBuffer,
- * which also ends a compression given up. T_OK or the statuses of T_StartCompressBuffer and
- * T_CompressBuffer. */
+ * Rows of 8-bit pictures with the grey mark are coded by the red parts of their palette, 24-bit
+ * rows as they are, whatever their order; all others become 24 bits, blue first. After the last row
+ * call T_CompressBuffer(StripBuffer) once for the rows in an unfinished strip, then
+ * T_EndCompressBuffer, which also ends a compression given up. T_OK or the statuses of
+ * T_StartCompressBuffer and T_CompressBuffer. */
 T_API int32_t T_CALL CompressCallBack(BitmapHandle* bitmap, const void* rows, int32_t rowCount,
                                       void* context);
 /* A write routine (T_CompressWrite) that writes to an open file: userData is the file's number as
@@ -674,8 +675,8 @@ typedef struct T_FormatWriteContext {
 } T_FormatWriteContext;
 
 /* Row sinks (T_RowSink) that save a picture as it streams by, in a format of the caller's choice;
- * `context` is a T_FormatWriteContext. The rows are gathered in a bitmap like the source (interlaced
- * ones in their places), which is saved and freed when source->Height rows have come.
+ * `context` is a T_FormatWriteContext. The rows are gathered in a bitmap like the source
+ * (interlaced ones in their places), which is saved and freed when source->Height rows have come.
  * FileFormatWrite saves with conversion, as T_SaveFile does. FileNoConvertWrite saves the rows as
  * they came, at the source's depth, as T_SaveFile does with `direct`.
  * T_OK, T_ERR_ARGUMENT (null context), statuses of T_AllocateBitmap, T_PutBitmapRow, T_SaveFile. */
@@ -687,9 +688,9 @@ T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, 
 /* Compresses a whole bitmap into a new file, top row first whatever its ViewPerspective. 1-bit
  * bitmaps and 8-bit ones with the grey mark (by the red parts of their palette) are written grey,
  * all others as colours. The bitmap is left as it is. `flag` has no meaning yet: pass 0.
- * T_OK, the statuses of all compression (no file then, except after T_ERR_WRITE), T_ERR_FORMAT (2 or
- * 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_CREATE, or the status callback's
- * answer. */
+ * T_OK, the statuses of all compression (no file then, except after T_ERR_WRITE), T_ERR_FORMAT (2
+ * or 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_CREATE, or the status
+ * callback's answer. */
 T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t outputType,
                                       int32_t quality, uint32_t flag);
 
@@ -758,8 +759,8 @@ T_API int32_t T_CALL T_LoadCustomQTable(const uint32_t* table);
  * The file carries the library's default resolution. Statuses of T_StartCompressBuffer, and
  * T_ERR_NOT_COMPRESSIBLE for another depth. */
 T_API int32_t T_CALL T_StartCompressData(int32_t width, int32_t height, int32_t bitsPerPixel,
-                                         T_CompressWrite write, int32_t outputType,
-                                         int32_t quality, void* userData);
+                                         T_CompressWrite write, int32_t outputType, int32_t quality,
+                                         void* userData);
 /* `rowCount` consecutive rows without padding; those beyond the height are ignored. T_OK,
  * T_ERR_NO_MEMORY (null, no compression open), T_ERR_ARGUMENT (negative count), T_ERR_WRITE. */
 T_API int32_t T_CALL T_CompressData(const void* rows, int32_t rowCount);
@@ -935,13 +936,13 @@ T_API int32_t T_CALL T_EndDecompressData(void);
 T_API int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp);
 
 /* TGA: colour-mapped (8 bits), true-colour (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
- * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits (8: grey levels)
- * with any first index; origin at the top or the bottom, while the bit for right to left is ignored. XOrigin and
- * YOrigin get the file's. The format has no signature: a file is taken for TGA when all fields of
- * its header go together. T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the
- * rows that are there are delivered. Saves write plain files of 8 (with the bitmap's 256 colours),
- * 16, 24 or 32 bits, rows as they are stored; more than 65535 pixels either way: T_ERR_SIZE.
- * Facts: Truevision, "TGA File Format Specification", version 2.0. */
+ * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits (8: grey
+ * levels) with any first index; origin at the top or the bottom, while the bit for right to left is
+ * ignored. XOrigin and YOrigin get the file's. The format has no signature: a file is taken for TGA
+ * when all fields of its header go together. T_ERR_SUBTYPE: another image type. T_ERR_READ: the
+ * file ends early; the rows that are there are delivered. Saves write plain files of 8 (with the
+ * bitmap's 256 colours), 16, 24 or 32 bits, rows as they are stored; more than 65535 pixels either
+ * way: T_ERR_SIZE. Facts: Truevision, "TGA File Format Specification", version 2.0. */
 T_API int32_t T_CALL T_LoadTGAFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTGABitmap(const char* name, BitmapHandle* bitmap);
@@ -963,7 +964,8 @@ T_API int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int
  * makes n copies, 1-bit pictures without a map have 0 as black, the spare byte of 32-bit pixels is
  * the last, and of the length field of written files only the low byte is the length's (the
  * others are 0 or 1; all are 0 below 8 bits). 1: as other programs have it: n + 1 copies, 1 as
- * black, the spare byte first, the true length, no map for saved black and white pictures. T_OK or T_ERR_ARGUMENT. */
+ * black, the spare byte first, the true length, no map for saved black and white pictures. T_OK or
+ * T_ERR_ARGUMENT. */
 T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
 
 #ifdef __cplusplus

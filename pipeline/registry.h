@@ -28,7 +28,7 @@ struct FormatRow {
   io::PictureReader read_picture = nullptr;
   Delivery delivery = Delivery::kStreamed;
   io::Writer write = nullptr;
-  uint32_t write_depths = 0;  // as T_Format.WriteDepths
+  uint32_t write_depths = 0;       // as T_Format.WriteDepths
   bool reports_per_meter = false;  // the reader's resolutions are not dots per inch
   GrayRule gray = GrayRule::kNever;
   bool always_24_bits = false;

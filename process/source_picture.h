@@ -21,7 +21,7 @@ struct SourcePicture {
   int32_t x_resolution = 0;       // used when has_resolution
   int32_t y_resolution = 0;
   bool has_resolution = false;
-  bool widens = false;   // 1 bit: a direct request for 24 bits gives 24
+  bool widens = false;         // 1 bit: a direct request for 24 bits gives 24
   int32_t delivered_bits = 0;  // when not 0, the depth that an unallocated record gets
   int32_t x_origin = 0;        // used when has_origin
   int32_t y_origin = 0;

@@ -1,8 +1,8 @@
 // What holds for every format, by the table of format_cases.h.
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <cstring>
+#include <ctime>
 
 #include "core/notice.h"
 #include "format_cases.h"
