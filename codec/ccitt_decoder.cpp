@@ -76,6 +76,8 @@ void Decoder::begin(ByteSource& source) {
   bits_ = {0, 0, window_, window_ + source.window().size()};
   missing_ = 0;
   is_first_row_ = true;
+  is_at_row_ = false;
+  empty_rows_ = 0;
   is_ended_ = needs_sync_ = waits_for_1d_ = saw_end_of_line_ = false;
   failure_ = kOk;
   make_white();

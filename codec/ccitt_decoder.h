@@ -75,6 +75,7 @@ class Decoder {
 
   // Decodes the next row into `row`, (width + 7) / 8 bytes, 0 = white, leftmost pixel on top,
   // unused bits 0. After an end-of-page code rows are white.
+  // An end-of-line code right behind another one makes an empty, white row.
   // Group 3 goes on behind damage at the next end-of-line code: the row keeps what was read of it
   // or repeats the one above, is counted in damaged_rows(), and the result is kOk.
   // Otherwise: kReadError when the data end early, kBadData on a code that does not exist,
@@ -95,9 +96,12 @@ class Decoder {
   Status decode_row_of_runs();
   Status decode_row_group3();
   Status decode_row_group4();
+  bool is_end_of_line_next();
   bool take_end_of_line();
   bool find_end_of_line();
-  Status next_group3_row(bool& is_1d, bool& is_lost);
+  void take_tag();
+  Status find_row();
+  bool is_row_empty();
 
   void align(uint32_t bytes);
   void refill(Bits& bits);
@@ -130,6 +134,10 @@ class Decoder {
   Buffer row_;  // the last row, with room for whole words behind it
 
   bool is_first_row_ = true;
+  bool is_at_row_ = false;    // its end-of-line code and tag have been taken
+  bool is_1d_ = true;         // what the tag says
+  bool is_unframed_ = false;  // there was no end-of-line code before it, as there should be
+  int empty_rows_ = 0;        // one behind the other
   bool is_ended_ = false;
   bool needs_sync_ = false;
   bool waits_for_1d_ = false;

@@ -74,10 +74,14 @@ Status Decoder::decode_row_group4() {
   return stop(outcome);
 }
 
+bool Decoder::is_end_of_line_next() {
+  refill(bits_);
+  return bits_.word >> (64 - kEndOfLineZeros) == 0;
+}
+
 // Takes an end-of-line code, with any number of zeros before it, when that is what comes next.
 bool Decoder::take_end_of_line() {
-  refill(bits_);
-  if (bits_.word >> (64 - kEndOfLineZeros) != 0) return false;
+  if (!is_end_of_line_next()) return false;
   while (bits_.word >> (64 - kEndOfLineZeros) == 0) {
     bits_.drop(kEndOfLineZeros);
     refill(bits_);
@@ -96,59 +100,74 @@ bool Decoder::find_end_of_line() {
   return true;
 }
 
-// Goes to the codes of the next row of a Group 3 stream. `is_lost`: the row is there, but cannot
-// be decoded.
-Status Decoder::next_group3_row(bool& is_1d, bool& is_lost) {
+// Takes the tag bit behind an end-of-line code.
+void Decoder::take_tag() {
+  saw_end_of_line_ = true;
+  if (coding_ != Coding::kGroup3TwoD) return;
+  refill(bits_);
+  is_1d_ = bits_.word >> 63 != 0;
+  bits_.drop(1);
+}
+
+// Goes behind the end-of-line code before the next row of a Group 3 stream, if there is one.
+Status Decoder::find_row() {
+  is_unframed_ = false;
   const bool has_tags = coding_ == Coding::kGroup3TwoD;
-  is_1d = true;
-  is_lost = false;
-  int found = 0;
+  if (is_at_row_) {
+    is_at_row_ = false;
+    return kOk;
+  }
+  is_1d_ = true;
   // A two-dimensional row without a tag bit before it says nothing; only the first one, which
   // is always one-dimensional, may lack its end-of-line code.
   if (needs_sync_ || (has_tags && !is_first_row_)) {
     if (!find_end_of_line()) return stop(kBadData);
-    found = 1;
     needs_sync_ = false;
+    take_tag();
   } else if (take_end_of_line()) {
-    found = 1;
+    take_tag();
+  } else {
+    is_unframed_ = saw_end_of_line_;
   }
-  if (found == 0) return ran_out() ? stop(kBadData) : kOk;
-  do {
-    saw_end_of_line_ = true;
-    if (has_tags) {
-      refill(bits_);
-      is_1d = bits_.word >> 63 != 0;
-      bits_.drop(1);
-    }
-    if (found == kReturnToControl) {
-      is_ended_ = true;
-      return kOk;
-    }
-    ++found;
-  } while (take_end_of_line());
-  // Pages that end with fewer codes than they should.
-  if (ran_out() && found > 2) is_ended_ = true;
-  is_lost = waits_for_1d_ && !is_1d;
-  return kOk;
+  return ran_out() ? stop(kBadData) : kOk;
+}
+
+// Whether the row is empty: one end-of-line code behind the other. Six of them end the page, and
+// so do fewer where the data end.
+bool Decoder::is_row_empty() {
+  if (!saw_end_of_line_ || !take_end_of_line()) {
+    empty_rows_ = 0;
+    return false;
+  }
+  take_tag();
+  is_at_row_ = true;
+  ++empty_rows_;
+  refill(bits_);
+  is_ended_ = empty_rows_ + 1 >= kReturnToControl || ran_out() || (missing_ > 0 && bits_.word == 0);
+  return true;
 }
 
 Status Decoder::decode_row_group3() {
-  bool is_1d = true;
-  bool is_lost = false;
-  TRY(next_group3_row(is_1d, is_lost));
+  TRY(find_row());
   is_first_row_ = false;
-  if (is_ended_) {
+  if (is_row_empty()) {
     make_white();
     return kOk;
   }
-  if (is_lost) {
+  if (waits_for_1d_ && !is_1d_) {
     ++damaged_rows_;
     needs_sync_ = true;
     return kOk;
   }
   waits_for_1d_ = false;
-  const Outcome outcome = is_1d ? decode_1d() : decode_2d();
-  if (!is_1d && outcome != Outcome::kRow) repaint();
+  Outcome outcome = is_1d_ ? decode_1d() : decode_2d();
+  if (is_unframed_ && !(outcome == Outcome::kRow && is_end_of_line_next())) {
+    // Not a row whose end-of-line code is missing, but what is too much of the one before.
+    if (!find_end_of_line()) return stop(kBadData);
+    take_tag();
+    outcome = decode_1d();
+  }
+  if (!is_1d_ && outcome != Outcome::kRow) repaint();
   if (outcome == Outcome::kNoMemory) return stop(outcome);
   if (ran_out()) return stop(kBadData);
   if (outcome == Outcome::kRow) return kOk;

@@ -255,7 +255,9 @@ bool Decoder<kOrder, kEarlyChange>::run(ByteSource& bytes, size_t stop) {
 
     if (in_end - in < 8) {
       bytes.consume(static_cast<size_t>(in - bytes.window().data()));
-      static_cast<void>(bytes.refill());  // a failure counts as the end; fill() asks for it
+      while (bytes.window().size() < 8 && !bytes.at_end()) {
+        if (!bytes.refill().ok()) break;  // a failure counts as the end; fill() asks for it
+      }
       in = bytes.window().data();
       in_end = in + bytes.window().size();
       while (in != in_end && bits.count <= 56) bits.add(*in++);

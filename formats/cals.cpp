@@ -135,6 +135,11 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(file.open(name));
   Header header;
   TRY(parse_header(file, header));
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  const bool is_plausible = process::is_plausible_fax(
+      static_cast<uint32_t>(header.width), static_cast<uint32_t>(header.height), file_bytes);
+  if (!is_plausible) return kBadData;
   const process::SourcePicture picture = describe(header);
   process::RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());

@@ -184,7 +184,12 @@ typedef struct BitmapHandle {
 #define T_FORMAT_JPEG_2X1_24 22
 #define T_FORMAT_JPEG_2X2 23
 #define T_FORMAT_JPEG_2X2_24 24
+#define T_FORMAT_TIFF_PACKBITS 17 /* save variants of T_FORMAT_TIFF */
+#define T_FORMAT_TIFF_GROUP3 25
 #define T_FORMAT_CMP_1BIT 26
+#define T_FORMAT_TIFF_GROUP3_2D 27
+#define T_FORMAT_TIFF_GROUP4 28
+#define T_FORMAT_TIFF_LZW 29
 #define T_FORMAT_CALS 50
 #define T_FORMAT_RAS 55
 
@@ -204,7 +209,9 @@ typedef struct FILEINFO {
   int32_t YResolution;
   uint32_t Flags;       /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
   char Compression[32]; /* "None", "Run Length", "JPEG", "CCITT", ... */
-  uint32_t Reserved[11];
+  uint32_t Orientation;    /* TIFF: how to turn the picture for viewing, 1 (upright) to 8 as that
+                              format numbers it; rows come as stored. 0 elsewhere */
+  uint32_t Reserved[10];
 } FILEINFO;
 
 /* What one picture format can do; T_GetFormat fills it. */
@@ -436,8 +443,10 @@ T_API int32_t T_CALL T_DefaultDithering(uint32_t method);
 typedef struct T_TIFFOption {
   int32_t XResolution; /* default resolution of new bitmaps, dots per inch; 150 when not above 0 */
   int32_t YResolution;
-  uint32_t WriterDefaults[2]; /* copied into new bitmaps */
-  uint32_t Words[32];
+  uint32_t WriterDefaults[2]; /* copied into new bitmaps, whose own values count in a save:
+                                 [0] rows per strip, 0 for strips of about 64 KiB;
+                                 [1] 2: LZW saves of 8 and 24 bits store differences */
+  uint32_t Words[32];         /* not looked at */
 } T_TIFFOption;
 
 /* Copies the whole record over the library's; T_ERR_ARGUMENT when it is null. */
@@ -967,6 +976,39 @@ T_API int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int
  * black, the spare byte first, the true length, no map for saved black and white pictures. T_OK or
  * T_ERR_ARGUMENT. */
 T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
+
+/* TIFF: strips and tiles, chunky and planar, both byte orders, also with 64-bit offsets.
+ * Read        1 to 16 and 32 bits per sample (more than 8 are reduced to 8), grey, palette, RGB,
+ *             CMYK and YCbCr (both become RGB), extra samples dropped; uncompressed, PackBits, LZW
+ *             (old bit order, too), Deflate, the predictor of these two, CCITT runs, Group 3,
+ *             Group 4. Anything else is T_ERR_SUBTYPE. T_SetPageNumber chooses the page, beyond
+ *             the last one the last.
+ * Delivered   1 bit as stored, with white or black first in the palette; 2 and 4 bits as 4, other
+ *             single samples as 8 bits, 24 bits (T_ORDER_RGB) for colours. Grey pictures have an
+ *             even ramp from black to white. Rows come as stored: ViewPerspective is 2 for
+ *             orientation 4, else 0; FILEINFO.Orientation tells the others. Resolutions per
+ *             centimetre are converted; without a unit the bitmap keeps its own.
+ * Written     T_FORMAT_TIFF uncompressed, ..._PACKBITS and ..._LZW with 1, 4, 8 and 24 bits;
+ *             ..._GROUP3 (one-dimensional), ..._GROUP3_2D and ..._GROUP4 with 1 bit, which are
+ *             white and black: the brighter of the two colours becomes white. Other depths are
+ *             T_ERR_DEPTH. Little-endian, top row first, strips of about 64 KiB; a palette that is
+ *             an even ramp makes a grey picture. T_SaveTIFBitmap writes T_FORMAT_TIFF.
+ * Appending   With T_SAVE_APPEND, or a page number of 2 or more, a page is added to an existing
+ *             TIFF file, in its byte order; whatever happens on the way, the pages before stay.
+ *             T_ERR_WRITE: it has 1023 already; T_ERR_SUBTYPE: its offsets have 64 bits;
+ *             T_ERR_BAD_DATA: its pages form a ring.
+ * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
+ * writes: T_ERR_BAD_DATA. Damaged Group 3 rows keep what could be read of them. Group 4 pictures
+ * that end before the last row are white from there on.
+ * Facts: TIFF Revision 6.0, its Technical Notes, ITU-T T.4 and T.6, RFC 1950 and 1951. */
+T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadTIFBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveTIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
+ * do; programs that call this before they load bilevel files may go on doing so. T_OK. */
+T_API int32_t T_CALL T_Create1BitTable(void);
 
 #ifdef __cplusplus
 }

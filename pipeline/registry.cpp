@@ -8,6 +8,7 @@
 #include "formats/gif.h"
 #include "formats/ras.h"
 #include "formats/tga.h"
+#include "formats/tiff.h"
 #include "pipeline/load.h"
 
 namespace tavo::pipeline {
@@ -109,12 +110,49 @@ constexpr FormatRow kFormats[] = {
      .read = bilevel::read,
      .write = bilevel::write,
      .write_depths = depth_bit(1)},
+    {.id = T_FORMAT_TIFF,
+     .name = "TIFF",
+     .description = "Tagged Image File Format",
+     .extensions = "tif tiff",
+     .read = tiff::read,
+     .write = tiff::write,
+     .write_depths = kDepths1_4_8_24},
+    {.id = T_FORMAT_TIFF_PACKBITS,
+     .name = "TIFF (PackBits)",
+     .description = "TIFF, run-length coded",
+     .extensions = "tif tiff",
+     .write = tiff::write,
+     .write_depths = kDepths1_4_8_24},
+    {.id = T_FORMAT_TIFF_GROUP3,
+     .name = "TIFF (Group 3)",
+     .description = "TIFF, CCITT Group 3 one-dimensional",
+     .extensions = "tif tiff",
+     .write = tiff::write,
+     .write_depths = depth_bit(1)},
+    {.id = T_FORMAT_TIFF_GROUP3_2D,
+     .name = "TIFF (Group 3 2-D)",
+     .description = "TIFF, CCITT Group 3 two-dimensional",
+     .extensions = "tif tiff",
+     .write = tiff::write,
+     .write_depths = depth_bit(1)},
+    {.id = T_FORMAT_TIFF_GROUP4,
+     .name = "TIFF (Group 4)",
+     .description = "TIFF, CCITT Group 4",
+     .extensions = "tif tiff",
+     .write = tiff::write,
+     .write_depths = depth_bit(1)},
+    {.id = T_FORMAT_TIFF_LZW,
+     .name = "TIFF (LZW)",
+     .description = "TIFF, LZW",
+     .extensions = "tif tiff",
+     .write = tiff::write,
+     .write_depths = kDepths1_4_8_24},
 };
 
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
-    jpeg::probe_cmp, bilevel::probe, tga::probe,  bmp::probe,
+    jpeg::probe_cmp, bilevel::probe, tiff::probe, tga::probe, bmp::probe,
     cals::probe,     gif::probe,     jpeg::probe, ras::probe,
 };
 

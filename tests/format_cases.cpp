@@ -1,5 +1,6 @@
 #include "format_cases.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace tavo::test {
@@ -30,7 +31,86 @@ Bytes bmp_info(int32_t width, int32_t height, uint32_t bits, uint32_t compressio
                le32(colors_used), le32(0)});
 }
 
+Bytes tiff_file(const std::vector<TiffTag>& tags, const Bytes& data, bool is_big_endian) {
+  const auto number = [is_big_endian](uint32_t value, uint32_t size) {
+    Bytes bytes = le32(value);
+    bytes.resize(size);
+    if (is_big_endian) std::reverse(bytes.begin(), bytes.end());
+    return bytes;
+  };
+  const uint32_t directory = static_cast<uint32_t>(8 + data.size() + data.size() % 2);
+  Bytes entries = number(static_cast<uint32_t>(tags.size()), 2);
+  Bytes outside;
+  const uint32_t outside_at = directory + 2 + 12 * static_cast<uint32_t>(tags.size()) + 4;
+  for (const TiffTag& tag : tags) {
+    const uint32_t size = tag.type == 1 ? 1 : tag.type == 3 ? 2 : 4;
+    Bytes values;
+    for (const uint32_t v : tag.values) values = join({values, number(v, size)});
+    const uint32_t count = static_cast<uint32_t>(tag.values.size()) / (tag.type == 5 ? 2 : 1);
+    entries = join({entries, number(tag.tag, 2), number(tag.type, 2), number(count, 4)});
+    if (values.size() > 4) {
+      const auto at = static_cast<uint32_t>(outside_at + outside.size());
+      entries = join({entries, number(at, 4)});
+      outside = join({outside, values});
+    } else {
+      values.resize(4);
+      entries = join({entries, values});
+    }
+  }
+  const Bytes order = is_big_endian ? Bytes{'M', 'M', 0, 42} : Bytes{'I', 'I', 42, 0};
+  return join(
+      {order, number(directory, 4), data, Bytes(data.size() % 2), entries, le32(0), outside});
+}
+
+std::vector<TiffTag> tiff_tags(uint32_t width, uint32_t height, uint32_t bits, uint32_t samples,
+                               uint32_t compression, uint32_t photometric, uint32_t data_bytes) {
+  return {{256, 3, {width}},
+          {257, 3, {height}},
+          {258, 3, std::vector<uint32_t>(samples, bits)},
+          {259, 3, {compression}},
+          {262, 3, {photometric}},
+          {273, 4, {8}},
+          {277, 3, {samples}},
+          {278, 4, {height}},
+          {279, 4, {data_bytes}}};
+}
+
+Bytes deflate_stored(const Bytes& bytes) {
+  const auto size = static_cast<uint32_t>(bytes.size());
+  return join({{0x78, 0x01, 0x01}, le16(size), le16(size ^ 0xFFFF), bytes, le32(0)});
+}
+
 namespace {
+
+FormatCase tiff_case() {
+  FormatCase tiff{"TIFF", {}, T_FORMAT_TIFF, {1, 4, 8, 24}};
+  std::vector<TiffTag> tiled = tiff_tags(5, 3, 8, 3, 8, 2, 0);
+  const auto tile = static_cast<uint32_t>(deflate_stored(Bytes(16 * 16 * 3, 3)).size());
+  tiled[5] = {322, 3, {16}};
+  tiled[7] = {323, 3, {16}};
+  tiled[8] = {324, 4, {8}};
+  tiled.push_back({325, 4, {tile}});
+  std::vector<TiffTag> planar = tiff_tags(3, 2, 16, 3, 1, 2, 12);
+  planar[5].values = {8, 20, 32};
+  planar[8].values = {12, 12, 12};
+  planar.push_back({284, 3, {2}});
+  std::vector<TiffTag> units = tiff_tags(3, 3, 8, 3, 1, 6, 24);
+  units.push_back({530, 3, {2, 2}});
+  tiff.samples = {
+      {"uncompressed", saved_sample(T_FORMAT_TIFF, 4, 9, 3)},
+      {"PackBits", saved_sample(T_FORMAT_TIFF_PACKBITS, 24, 9, 3)},
+      {"Group 3", saved_sample(T_FORMAT_TIFF_GROUP3, 1, 90, 3)},
+      {"Group 3 2-D", saved_sample(T_FORMAT_TIFF_GROUP3_2D, 1, 90, 3)},
+      {"Group 4", saved_sample(T_FORMAT_TIFF_GROUP4, 1, 90, 5)},
+      {"LZW", saved_sample(T_FORMAT_TIFF_LZW, 8, 9, 3)},
+      {"Deflate in tiles", tiff_file(tiled, deflate_stored(Bytes(16 * 16 * 3, 3)))},
+      {"16 bits in planes", tiff_file(planar, Bytes(36, 0x5A), true)},
+      {"2 bits", tiff_file(tiff_tags(5, 1, 2, 1, 1, 0, 2), {0x1B, 0x80})},
+      {"CMYK", tiff_file(tiff_tags(2, 1, 8, 4, 1, 5, 8), {1, 2, 3, 4, 5, 6, 7, 8})},
+      {"YCbCr", tiff_file(units, Bytes(24, 0x77))},
+  };
+  return tiff;
+}
 
 FormatCase bmp_case() {
   const Bytes two_colors = {1, 2, 3, 0, 250, 251, 252, 0};
@@ -69,9 +149,9 @@ FormatCase bilevel_case() {
 }  // namespace
 
 const std::vector<FormatCase>& format_cases() {
-  static const std::vector<FormatCase> cases = {bmp_case(),  gif_case(), cals_case(),
-                                                tga_case(),  ras_case(), bilevel_case(),
-                                                jpeg_case(), cmp_case()};
+  static const std::vector<FormatCase> cases = {bmp_case(),     tiff_case(), gif_case(),
+                                                cals_case(),    tga_case(),  ras_case(),
+                                                bilevel_case(), jpeg_case(), cmp_case()};
   return cases;
 }
 

@@ -83,4 +83,19 @@ struct RasFile {
 Bytes ras_file(const RasFile& ras);
 FormatCase ras_case();
 
+// A TIFF file: `data` at offset 8, then a directory of these tags and its longer values.
+struct TiffTag {
+  uint32_t tag;
+  uint32_t type;  // 1, 3, 4 or 5 (values in pairs)
+  std::vector<uint32_t> values;
+};
+Bytes tiff_file(const std::vector<TiffTag>& tags, const Bytes& data, bool is_big_endian = false);
+
+// The tags of a one-strip picture, to which others may be added.
+std::vector<TiffTag> tiff_tags(uint32_t width, uint32_t height, uint32_t bits, uint32_t samples,
+                               uint32_t compression, uint32_t photometric, uint32_t data_bytes);
+
+// `bytes` as a stored block in a zlib wrapper.
+Bytes deflate_stored(const Bytes& bytes);
+
 }  // namespace tavo::test

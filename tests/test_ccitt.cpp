@@ -360,7 +360,6 @@ TEST(Ccitt, Group3RowsNeedNoParticularFraming) {
       {"none before the first row", row + eol + row + eol + row},
       {"one missing in the middle", eol + row + row + eol + row},
       {"fill", eol + row + "00000000000000000000000" + eol + row + "000" + eol + row},
-      {"repeated", eol + row + eol + eol + row + eol + row},
       {"return to control", eol + row + eol + row + eol + row + eol + eol + eol + eol + eol + eol},
   };
   for (const auto& c : cases) {
@@ -387,6 +386,11 @@ TEST(Ccitt, DamagedGroup3RowsDoNotSpread) {
        eol + "1011 010 000000001 111" + eol + row + eol + row,
        {0x08, 0x0F, 0x0F},
        1},
+      {"nothing between two codes: an empty row",
+       Coding::kGroup3,
+       eol + row + eol + eol + row,
+       {0x0F, 0x00, 0x0F},
+       0},
       {"row ends early",
        Coding::kGroup3,
        eol + "1000 11" + eol + row + eol + row,

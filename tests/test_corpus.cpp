@@ -1,6 +1,7 @@
 // Files that other programs wrote, against what other programs decode from them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 
@@ -21,7 +22,34 @@ class Corpus : public ::testing::TestWithParam<CorpusCase> {};
 constexpr CorpusCase kCases[] = {
     // Narrow channels are widened by rounding or by repeating their bits.
     {.format = "bmp", .tolerance = 1},
+    {.format = "cals"},
+    // More than 8 bits are cut in one program and rounded in the other.
+    {.format = "tiff", .tolerance = 2},
 };
+
+// Files whose reference is one program's reading, and why ours is another.
+bool is_read_differently(const std::string& name) {
+  constexpr const char* kFiles[] = {
+      // libtiff gives up on Group 3 rows without end-of-line codes; FFmpeg reads them as we do.
+      "ltnet-G3_Premature_EOL.tif",
+      // The first row has no end-of-line code: libtiff drops it.
+      "tm-g3aoe.tif",
+      // Damaged on purpose: the reference is what libtiff makes of it after its errors, while we
+      // deliver the rows before the damage and say so.
+      "gofuzz-dc84e90ef3c21f0accfd60f9d7d939e726e505b9-1.tif",
+      "metaex-m1-f55287249b20fd368b4683f8336153d3.tif",
+      "metaex-m10-42c19f8e79e582bef107f372f18a074b.tif",
+      "metaex-m17-42c19f8e79e582bef107f372f18a074b.tif",
+      "metaex-m2-14847ce6f5fab0774dae9ad4fba31316.tif",
+      "metaex-m2-63c8b14ea08a18c884d05a3431716047.tif",
+      "pillow-crash-0da013a13571cc8eb457a39fee8db18f8a3c7127.tif",
+      // JPEG inside.
+      "commons-TestJpegStripsRgb.tiff", "commons-TestJpegTiles264x264.tiff",
+      "made-tiffcp-jpeg-grey.tif", "made-tiffcp-jpeg-rgb.tif", "pillow-child_ifd.tiff",
+      "pillow-tiff_tiled_cmyk_jpeg.tif", "tm-WangJPEG.tif"};
+  const std::string file = name.substr(name.rfind('/') + 1);
+  return std::ranges::find(kFiles, file) != std::end(kFiles);
+}
 
 std::string name_of(const ::testing::TestParamInfo<CorpusCase>& info) { return info.param.format; }
 
@@ -45,7 +73,7 @@ TEST_P(Corpus, GoodFilesShowTheReferencePicture) {
   const std::vector<CorpusFile> files = corpus_files(GetParam().format);
   if (files.empty()) GTEST_SKIP() << "TAVO_CORPUS does not name the samples";
   for (const CorpusFile& file : files) {
-    if (file.expected != "decodes") continue;
+    if (file.expected != "decodes" || is_read_differently(file.name)) continue;
     for (size_t page = 0; page < file.references.size(); ++page) {
       SCOPED_TRACE(file.name + " page " + std::to_string(page + 1));
       Picture want;

@@ -1,0 +1,350 @@
+#include "codec/inflate.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/endian.h"
+
+namespace tavo::inflate {
+namespace {
+
+constexpr size_t kHistory = 32768;
+constexpr size_t kWindow = 4 * kHistory;
+constexpr size_t kMaxMatch = 258;
+constexpr size_t kSlack = 16;  // copies go by 8 bytes
+constexpr uint32_t kEndOfBlock = 256;
+
+struct Extra {
+  uint16_t base;
+  uint8_t bits;
+};
+
+// RFC 1951, 3.2.5; symbols 257 to 285, and distance symbols 0 to 29.
+constexpr Extra kLengths[] = {
+    {3, 0},  {4, 0},  {5, 0},  {6, 0},   {7, 0},   {8, 0},   {9, 0},   {10, 0},  {11, 1}, {13, 1},
+    {15, 1}, {17, 1}, {19, 2}, {23, 2},  {27, 2},  {31, 2},  {35, 3},  {43, 3},  {51, 3}, {59, 3},
+    {67, 4}, {83, 4}, {99, 4}, {115, 4}, {131, 5}, {163, 5}, {195, 5}, {227, 5}, {258, 0}};
+constexpr Extra kDistances[] = {{1, 0},     {2, 0},     {3, 0},      {4, 0},      {5, 1},
+                                {7, 1},     {9, 2},     {13, 2},     {17, 3},     {25, 3},
+                                {33, 4},    {49, 4},    {65, 5},     {97, 5},     {129, 6},
+                                {193, 6},   {257, 7},   {385, 7},    {513, 8},    {769, 8},
+                                {1025, 9},  {1537, 9},  {2049, 10},  {3073, 10},  {4097, 11},
+                                {6145, 11}, {8193, 12}, {12289, 12}, {16385, 13}, {24577, 13}};
+
+// Order in which the lengths of the code-length code are stored (3.2.7).
+constexpr uint8_t kLengthOrder[19] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
+                                      11, 4,  12, 3, 13, 2, 14, 1, 15};
+
+uint32_t reverse(uint32_t code, uint32_t length) {
+  uint32_t reversed = 0;
+  for (; length > 0; --length, code >>= 1) reversed = reversed << 1 | (code & 1);
+  return reversed;
+}
+
+}  // namespace
+
+bool HuffmanCode::build(std::span<const uint8_t> lengths) {
+  fast_.fill(0);
+  counts_.fill(0);
+  for (const uint8_t length : lengths) ++counts_[length];
+  counts_[0] = 0;
+  std::array<uint16_t, kMaxBits + 2> first = {};  // index into symbols_
+  std::array<uint32_t, kMaxBits + 2> code = {};
+  int32_t left = 1;
+  for (uint32_t length = 1; length <= kMaxBits; ++length) {
+    left = 2 * left - counts_[length];
+    if (left < 0) return false;
+    first[length + 1] = static_cast<uint16_t>(first[length] + counts_[length]);
+    code[length + 1] = (code[length] + counts_[length]) << 1;
+  }
+  for (uint32_t symbol = 0; symbol < lengths.size(); ++symbol) {
+    const uint32_t length = lengths[symbol];
+    if (length == 0) continue;
+    symbols_[first[length]++] = static_cast<uint16_t>(symbol);
+    const uint32_t bits = reverse(code[length]++, length);
+    for (uint32_t i = bits; length <= kFastBits && i < 1u << kFastBits; i += 1u << length) {
+      fast_[i] = static_cast<uint16_t>(symbol << 4 | length);
+    }
+  }
+  return true;
+}
+
+uint32_t HuffmanCode::look_up_slowly(uint64_t bits) const {
+  uint32_t code = 0;
+  uint32_t first = 0;
+  uint32_t index = 0;
+  for (uint32_t length = 1; length <= kMaxBits; ++length, bits >>= 1) {
+    code |= static_cast<uint32_t>(bits & 1);
+    const uint32_t count = counts_[length];
+    if (code < first + count) return uint32_t{symbols_[index + (code - first)]} << 4 | length;
+    index += count;
+    first = (first + count) << 1;
+    code <<= 1;
+  }
+  return kNoCode;
+}
+
+Status Decoder::start() { return window_.allocate(kWindow + kMaxMatch + kSlack); }
+
+void Decoder::begin(ByteSource& source) {
+  source_ = &source;
+  held_ = 0;
+  held_bits_ = missing_ = 0;
+  used_ = given_ = 0;
+  state_ = State::kHeader;
+  is_last_block_ = false;
+  failure_ = kOk;
+}
+
+// ---- Input ----
+
+// Makes held_bits_ 56 or more; false when some of them are behind the end of the data.
+bool Decoder::refill() {
+  std::span<const uint8_t> window = source_->window();
+  if (window.size() >= 8) [[likely]] {
+    held_ |= load_le64(window.data()) << held_bits_;
+    source_->consume((63 - held_bits_) >> 3);
+    held_bits_ |= 56;
+    return true;
+  }
+  while (held_bits_ < 56) {
+    const int byte = source_->get();
+    if (byte < 0) {
+      missing_ += 8;
+    } else {
+      held_ &= (uint64_t{1} << held_bits_) - 1;
+      held_ |= static_cast<uint64_t>(byte) << held_bits_;
+    }
+    held_bits_ += 8;
+  }
+  return missing_ == 0;
+}
+
+// Whether `bits` (up to 32) are there.
+bool Decoder::need(uint32_t bits) {
+  if (held_bits_ < bits) refill();
+  return held_bits_ - missing_ >= bits || missing_ == 0;
+}
+
+uint32_t Decoder::take(uint32_t bits) {
+  const auto value = static_cast<uint32_t>(held_ & ((uint64_t{1} << bits) - 1));
+  held_ >>= bits;
+  held_bits_ -= bits;
+  return value;
+}
+
+Status Decoder::data_ended() const {
+  return source_->failure().ok() ? kReadError : source_->failure();
+}
+
+// ---- Blocks ----
+
+Status Decoder::start_wrapper() {
+  if (!need(16)) return data_ended();
+  const uint32_t method = take(8);
+  const uint32_t flags = take(8);
+  const bool has_dictionary = (flags & 0x20) != 0;
+  if ((method & 15) != 8 || (method << 8 | flags) % 31 != 0 || has_dictionary) return kBadData;
+  state_ = State::kBlock;
+  return kOk;
+}
+
+Status Decoder::start_block() {
+  if (is_last_block_) {
+    state_ = State::kEnd;
+    return kOk;
+  }
+  if (!need(3)) return data_ended();
+  is_last_block_ = take(1) != 0;
+  switch (take(2)) {
+    case 0:
+      return start_stored();
+    case 1: {
+      std::array<uint8_t, 288> lengths;
+      std::fill(lengths.begin(), lengths.begin() + 144, uint8_t{8});
+      std::fill(lengths.begin() + 144, lengths.begin() + 256, uint8_t{9});
+      std::fill(lengths.begin() + 256, lengths.begin() + 280, uint8_t{7});
+      std::fill(lengths.begin() + 280, lengths.end(), uint8_t{8});
+      literals_.build(lengths);
+      std::fill_n(lengths.begin(), 30, uint8_t{5});
+      distances_.build({lengths.data(), 30});
+      state_ = State::kCodes;
+      return kOk;
+    }
+    case 2:
+      return read_codes();
+    default:
+      return kBadData;
+  }
+}
+
+Status Decoder::start_stored() {
+  take(held_bits_ & 7);
+  if (!need(32)) return data_ended();
+  const uint32_t length = take(16);
+  if ((take(16) ^ length) != 0xFFFF) return kBadData;
+  stored_left_ = length;
+  state_ = State::kStored;
+  return kOk;
+}
+
+Status Decoder::read_codes() {
+  if (!need(14)) return data_ended();
+  const uint32_t literals = take(5) + 257;
+  const uint32_t distances = take(5) + 1;
+  const uint32_t stored = take(4) + 4;
+  std::array<uint8_t, 19> code_lengths = {};
+  for (uint32_t i = 0; i < stored; ++i) {
+    if (!need(3)) return data_ended();
+    code_lengths[kLengthOrder[i]] = static_cast<uint8_t>(take(3));
+  }
+  HuffmanCode& code = literals_;  // free until the lengths are known
+  if (!code.build(code_lengths)) return kBadData;
+
+  std::array<uint8_t, 320> lengths = {};
+  const uint32_t count = literals + distances;
+  for (uint32_t i = 0; i < count;) {
+    if (!need(22)) {
+      if (held_bits_ <= missing_) return data_ended();
+    }
+    const uint32_t entry = code.look_up(held_);
+    if (entry == HuffmanCode::kNoCode) return kBadData;
+    take(entry & 15);
+    const uint32_t symbol = entry >> 4;
+    if (symbol < 16) {
+      lengths[i++] = static_cast<uint8_t>(symbol);
+      continue;
+    }
+    if (symbol == 16 && i == 0) return kBadData;
+    const uint8_t value = symbol == 16 ? lengths[i - 1] : 0;
+    uint32_t repeats = symbol == 16 ? 3 + take(2) : symbol == 17 ? 3 + take(3) : 11 + take(7);
+    if (i + repeats > count) return kBadData;
+    for (; repeats > 0; --repeats) lengths[i++] = value;
+  }
+  if (literals > 286 || lengths[kEndOfBlock] == 0) return kBadData;
+  if (!literals_.build({lengths.data(), literals})) return kBadData;
+  if (!distances_.build({lengths.data() + literals, distances})) return kBadData;
+  state_ = State::kCodes;
+  return kOk;
+}
+
+Status Decoder::copy_stored() {
+  while (stored_left_ > 0 && used_ < kWindow) {
+    if (held_bits_ > missing_ && held_bits_ > 0) {
+      window_.data()[used_++] = static_cast<uint8_t>(take(8));
+      --stored_left_;
+      continue;
+    }
+    if (missing_ > 0) return data_ended();
+    held_ = 0;
+    const std::span<uint8_t> room =
+        window_.bytes().subspan(used_, std::min<size_t>(stored_left_, kWindow - used_));
+    size_t got = 0;
+    TRY(source_->read_some(room, got));
+    used_ += got;
+    stored_left_ -= static_cast<uint32_t>(got);
+    if (got < room.size()) return data_ended();
+  }
+  if (stored_left_ == 0) state_ = State::kBlock;
+  return kOk;
+}
+
+// Literals and matches, until the block ends or the window is full. A refill brings 56 bits, of
+// which a match takes 15 + 5 + 15 + 13 at most.
+Status Decoder::decode_codes() {
+  uint8_t* const window = window_.data();
+  size_t used = used_;
+  Status status = kOk;
+  while (used < kWindow) {
+    if (!refill() && held_bits_ <= missing_) {
+      status = data_ended();
+      break;
+    }
+    const uint32_t entry = literals_.look_up(held_);
+    if (entry == HuffmanCode::kNoCode) {
+      status = kBadData;
+      break;
+    }
+    take(entry & 15);
+    const uint32_t symbol = entry >> 4;
+    if (symbol < kEndOfBlock) {
+      window[used++] = static_cast<uint8_t>(symbol);
+      continue;
+    }
+    if (symbol == kEndOfBlock) {
+      state_ = State::kBlock;
+      break;
+    }
+    const uint32_t length_code = symbol - kEndOfBlock - 1;
+    const uint32_t length = length_code < std::size(kLengths)
+                                ? kLengths[length_code].base + take(kLengths[length_code].bits)
+                                : 0;
+    const uint32_t distance_entry = distances_.look_up(held_);
+    const uint32_t distance_code = distance_entry >> 4;
+    if (length == 0 || distance_code >= std::size(kDistances)) {
+      status = kBadData;
+      break;
+    }
+    take(distance_entry & 15);
+    const size_t distance = kDistances[distance_code].base + take(kDistances[distance_code].bits);
+    if (distance > used) {
+      status = kBadData;
+      break;
+    }
+    uint8_t* to = window + used;
+    const uint8_t* from = to - distance;
+    uint8_t* const end = to + length;
+    if (distance >= 8) {
+      for (; to < end; to += 8, from += 8) store_native(to, load_native<uint64_t>(from));
+    } else {
+      while (to < end) *to++ = *from++;
+    }
+    used += length;
+  }
+  used_ = used;
+  return status;
+}
+
+// Decodes until there is something to hand out, or an end.
+Status Decoder::more() {
+  if (used_ >= kWindow) {
+    std::memmove(window_.data(), window_.data() + used_ - kHistory, kHistory);
+    used_ = given_ = kHistory;
+  }
+  while (used_ == given_) {
+    switch (state_) {
+      case State::kHeader:
+        TRY(start_wrapper());
+        break;
+      case State::kBlock:
+        TRY(start_block());
+        break;
+      case State::kStored:
+        TRY(copy_stored());
+        break;
+      case State::kCodes:
+        TRY(decode_codes());
+        break;
+      case State::kEnd:
+        return kReadError;
+    }
+  }
+  return kOk;
+}
+
+Status Decoder::decode(std::span<uint8_t> out) {
+  while (!out.empty()) {
+    if (used_ == given_) {
+      if (failure_.ok()) failure_ = more();
+      // What was decoded before the failure is handed out first.
+      if (used_ == given_) return failure_;
+    }
+    const size_t part = std::min(out.size(), used_ - given_);
+    std::memcpy(out.data(), window_.data() + given_, part);
+    given_ += part;
+    out = out.subspan(part);
+  }
+  return kOk;
+}
+
+}  // namespace tavo::inflate

@@ -1,0 +1,87 @@
+#include "codec/packbits.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "base/endian.h"
+
+namespace tavo::packbits {
+namespace {
+
+constexpr size_t kMaxPacket = 128;
+constexpr size_t kMinRun = 3;
+
+// Bytes from `at` on that equal the first one.
+size_t run_length(const uint8_t* at, const uint8_t* end) {
+  const uint64_t same = at[0] * uint64_t{0x0101010101010101};
+  const uint8_t* next = at + 1;
+  for (; end - next >= 8; next += 8) {
+    const uint64_t other = load_le64(next) ^ same;
+    if (other != 0) {
+      return static_cast<size_t>(next - at) + static_cast<size_t>(std::countr_zero(other)) / 8;
+    }
+  }
+  while (next < end && *next == *at) ++next;
+  return static_cast<size_t>(next - at);
+}
+
+}  // namespace
+
+Status Decoder::decode(std::span<uint8_t> out) {
+  while (!out.empty()) {
+    if (left_ == 0) {
+      const int head = bytes_.get();
+      if (head < 0) return bytes_.failure().ok() ? kReadError : bytes_.failure();
+      if (head == 128) continue;  // no packet
+      is_run_ = head > 128;
+      left_ = static_cast<size_t>(is_run_ ? 257 - head : head + 1);
+      if (is_run_) {
+        const int value = bytes_.get();
+        if (value < 0) return bytes_.failure().ok() ? kReadError : bytes_.failure();
+        value_ = static_cast<uint8_t>(value);
+      }
+    }
+    const std::span<uint8_t> part = out.first(std::min(left_, out.size()));
+    if (is_run_) {
+      std::memset(part.data(), value_, part.size());
+    } else {
+      TRY(bytes_.read(part));
+    }
+    left_ -= part.size();
+    out = out.subspan(part.size());
+  }
+  return kOk;
+}
+
+size_t encode(std::span<const uint8_t> row, uint8_t* out) {
+  const uint8_t* next = row.data();
+  const uint8_t* const end = next + row.size();
+  uint8_t* to = out;
+  while (next < end) {
+    size_t run = run_length(next, end);
+    if (run >= kMinRun || next + run == end) {
+      for (; run > 0; to += 2) {
+        const size_t part = std::min(run, kMaxPacket);
+        to[0] = static_cast<uint8_t>(1 - static_cast<int>(part));
+        to[1] = *next;
+        next += part;
+        run -= part;
+      }
+      continue;
+    }
+    // Literals up to the next run that is worth a packet.
+    const uint8_t* stop = next + run;
+    while (stop < end && !(end - stop >= 3 && stop[0] == stop[1] && stop[0] == stop[2])) ++stop;
+    while (next < stop) {
+      const size_t part = std::min(static_cast<size_t>(stop - next), kMaxPacket);
+      *to++ = static_cast<uint8_t>(part - 1);
+      std::memcpy(to, next, part);
+      to += part;
+      next += part;
+    }
+  }
+  return static_cast<size_t>(to - out);
+}
+
+}  // namespace tavo::packbits

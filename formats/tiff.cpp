@@ -1,0 +1,90 @@
+#include "formats/tiff.h"
+
+#include <algorithm>
+
+#include "base/settings.h"
+#include "core/notice.h"
+#include "formats/tiff_directory.h"
+#include "formats/tiff_image.h"
+#include "formats/tiff_pixels.h"
+#include "formats/tiff_rows.h"
+#include "process/row_delivery.h"
+
+namespace tavo::tiff {
+
+namespace {
+
+using process::RowDelivery;
+
+Status read_direct(StoredRows& stored, const PixelConverter& pixels, const Image& image,
+                   RowDelivery& rows) {
+  const auto row_bytes = static_cast<size_t>(image.row_bytes(image.width));
+  for (uint32_t y = 0; y < image.height; ++y) {
+    const std::span<uint8_t> row = rows.next_row().first(row_bytes);
+    const Status status = stored.next(row);
+    if (!status.ok()) return rows.finish_early(status);
+    if (stored.row(0).data() != row.data()) std::ranges::copy(stored.row(0), row.begin());
+    pixels.finish_row(row);
+    TRY(rows.commit());
+  }
+  return rows.finish();
+}
+
+Status read_converted(StoredRows& stored, PixelConverter& pixels, const Image& image,
+                      RowDelivery& rows) {
+  for (uint32_t y = 0; y < image.height; ++y) {
+    const uint32_t line = y % image.unit_height;
+    const Status status = line == 0 ? stored.next() : kOk;
+    if (!status.ok()) return rows.finish_early(status);
+    pixels.convert(stored, line, rows.next_row().data());
+    TRY(rows.commit());
+  }
+  return rows.finish();
+}
+
+Status check_size(io::InputFile& file, const Image& image) {
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  if (!image.is_fax()) return kOk;
+  return process::is_plausible_fax(image.width, image.height, file_bytes) ? kOk : kBadData;
+}
+
+}  // namespace
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Directory directory;
+  TRY(directory.open(input.file, settings.page_number));
+  Image image;
+  TRY(parse_image(directory, image));
+  process::describe(image.picture, T_FORMAT_TIFF, compression_text(image.compression), info);
+  info.Orientation = directory.value_or(Tag::kOrientation, 1);
+  info.Page = directory.page();
+  info.PageCount = directory.count_pages();
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  TRY(file.open(name));
+  Directory directory;
+  TRY(directory.open(file, settings.page_number));
+  Image image;
+  TRY(parse_image(directory, image));
+  if (!image.is_supported) return kSubtype;
+  TRY(check_size(file, image));
+  TRY(read_palette(directory, image, image.picture.palette));
+
+  RowDelivery rows(image.picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+  StoredRows stored(directory, image);
+  TRY(stored.start());
+  PixelConverter pixels;
+  TRY(pixels.start(directory, image));
+  return pixels.is_direct() ? read_direct(stored, pixels, image, rows)
+                            : read_converted(stored, pixels, image, rows);
+}
+
+}  // namespace tavo::tiff

@@ -1,0 +1,141 @@
+#include "formats/tiff_block.h"
+
+#include <algorithm>
+
+#include "base/endian.h"
+
+namespace tavo::tiff {
+
+namespace {
+
+constexpr uint32_t kInputBytes = 32768;
+constexpr uint32_t kInputStep = 1024;
+constexpr uint32_t kT4TwoDimensional = 1;
+
+void reverse_bits(std::span<uint8_t> bytes) {
+  for (uint8_t& byte : bytes) {
+    const uint32_t v = byte;
+    const uint32_t pairs = (v >> 1 & 0x55) | (v & 0x55) << 1;
+    const uint32_t nibbles = (pairs >> 2 & 0x33) | (pairs & 0x33) << 2;
+    byte = static_cast<uint8_t>(nibbles >> 4 | nibbles << 4);
+  }
+}
+
+ccitt::Coding coding_of(const Image& image) {
+  switch (image.compression) {
+    case kCcittRuns:
+      return ccitt::Coding::kRuns;
+    case kCcittRuns16:
+      return ccitt::Coding::kRuns16;
+    case kGroup3:
+      return (image.t4_options & kT4TwoDimensional) != 0 ? ccitt::Coding::kGroup3TwoD
+                                                         : ccitt::Coding::kGroup3;
+    default:
+      return ccitt::Coding::kGroup4;
+  }
+}
+
+}  // namespace
+
+Status FilePart::read_some(std::span<uint8_t> into, size_t& got) {
+  got = 0;
+  const std::span<uint8_t> part =
+      into.first(static_cast<size_t>(std::min<uint64_t>(into.size(), left_)));
+  if (part.empty()) return kOk;
+  TRY(file_->seek(position_));
+  TRY(file_->read_some(part, got));
+  if (is_reversed_) reverse_bits(part.first(got));
+  position_ += got;
+  left_ -= got;
+  return kOk;
+}
+
+Status BlockDecoder::start(const Image& image, const ByteOrder& order) {
+  image_ = &image;
+  order_ = order;
+  TRY(bytes_.start(kInputBytes, kInputStep, kInputStep));
+  if (image.is_fax()) return ccitt_.start(coding_of(image), image.block_width, image.is_reversed);
+  const bool inflates = image.compression == kDeflate || image.compression == kOldDeflate;
+  return inflates ? inflate_.start() : kOk;
+}
+
+Status BlockDecoder::begin(io::InputFile& file, uint64_t position, uint64_t size) {
+  part_.set(file, position, size, image_->is_reversed && !image_->is_fax());
+  bytes_.reset();
+  switch (image_->compression) {
+    case kLzw:
+      return begin_lzw();
+    case kDeflate:
+    case kOldDeflate:
+      inflate_.begin(bytes_);
+      return kOk;
+    case kPackBits:
+      packbits_.reset();
+      return kOk;
+    case kNone:
+      return kOk;
+    default:
+      ccitt_.begin(bytes_);
+      return kOk;
+  }
+}
+
+// Files of old writers have their codes lowest bit first: the clear code then makes a zero byte
+// and an odd one.
+Status BlockDecoder::begin_lzw() {
+  while (bytes_.window().size() < 2 && !bytes_.at_end()) TRY(bytes_.refill());
+  const std::span<const uint8_t> head = bytes_.window();
+  is_old_lzw_ = head.size() >= 2 && head[0] == 0 && (head[1] & 1) != 0;
+  return is_old_lzw_ ? old_lzw_.start(8) : lzw_.start(8);
+}
+
+template <class Lzw>
+Status BlockDecoder::read_lzw(Lzw& decoder, std::span<uint8_t> row) {
+  size_t got = 0;
+  TRY(decoder.decode(bytes_, row, got));
+  return got == row.size() ? kOk : kReadError;
+}
+
+Status BlockDecoder::read_row(std::span<uint8_t> row) {
+  switch (image_->compression) {
+    case kNone:
+      TRY(bytes_.read(row));
+      break;
+    case kLzw:
+      TRY(is_old_lzw_ ? read_lzw(old_lzw_, row) : read_lzw(lzw_, row));
+      break;
+    case kDeflate:
+    case kOldDeflate:
+      TRY(inflate_.decode(row));
+      break;
+    case kPackBits:
+      TRY(packbits_.decode(row));
+      break;
+    default:
+      return ccitt_.decode_row(row);
+  }
+  if (image_->has_predictor) undo_predictor(row);
+  return kOk;
+}
+
+// Samples are stored as the difference from the same sample of the pixel before (TIFF 6.0,
+// section 14).
+void BlockDecoder::undo_predictor(std::span<uint8_t> row) const {
+  const size_t step = image_->samples_per_plane();
+  if (image_->bits == 8) {
+    for (size_t i = step; i < row.size(); ++i) {
+      row[i] = static_cast<uint8_t>(row[i] + row[i - step]);
+    }
+    return;
+  }
+  for (size_t i = 2 * step; i + 1 < row.size(); i += 2) {
+    const auto sum = static_cast<uint16_t>(order_.u16(&row[i]) + order_.u16(&row[i - 2 * step]));
+    if (order_.is_big_endian) {
+      store_be16(&row[i], sum);
+    } else {
+      store_le16(&row[i], sum);
+    }
+  }
+}
+
+}  // namespace tavo::tiff

@@ -1,0 +1,283 @@
+#include "formats/tiff_directory.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/endian.h"
+
+namespace tavo::tiff {
+
+namespace {
+
+constexpr uint16_t kVersion = 42;
+constexpr uint16_t kVersion64 = 43;
+
+constexpr Tag kKnownTags[] = {Tag::kNewSubfileType,
+                              Tag::kImageWidth,
+                              Tag::kImageLength,
+                              Tag::kBitsPerSample,
+                              Tag::kCompression,
+                              Tag::kPhotometric,
+                              Tag::kFillOrder,
+                              Tag::kStripOffsets,
+                              Tag::kOrientation,
+                              Tag::kSamplesPerPixel,
+                              Tag::kRowsPerStrip,
+                              Tag::kStripByteCounts,
+                              Tag::kXResolution,
+                              Tag::kYResolution,
+                              Tag::kPlanarConfiguration,
+                              Tag::kT4Options,
+                              Tag::kT6Options,
+                              Tag::kResolutionUnit,
+                              Tag::kPageNumber,
+                              Tag::kPredictor,
+                              Tag::kColorMap,
+                              Tag::kTileWidth,
+                              Tag::kTileLength,
+                              Tag::kTileOffsets,
+                              Tag::kTileByteCounts,
+                              Tag::kInkSet,
+                              Tag::kExtraSamples,
+                              Tag::kSampleFormat,
+                              Tag::kJpegTables,
+                              Tag::kJpegProc,
+                              Tag::kJpegInterchangeFormat,
+                              Tag::kJpegInterchangeFormatLength,
+                              Tag::kJpegQTables,
+                              Tag::kJpegDcTables,
+                              Tag::kJpegAcTables,
+                              Tag::kYCbCrCoefficients,
+                              Tag::kYCbCrSubSampling,
+                              Tag::kReferenceBlackWhite};
+
+// The place of a tag among the known ones, or their number.
+size_t place_of(uint16_t tag) {
+  const auto* found = std::ranges::lower_bound(kKnownTags, static_cast<Tag>(tag));
+  const bool is_known = found != std::end(kKnownTags) && *found == static_cast<Tag>(tag);
+  return static_cast<size_t>((is_known ? found : std::end(kKnownTags)) - kKnownTags);
+}
+
+Status read_at(io::InputFile& file, uint64_t position, std::span<uint8_t> into) {
+  TRY(file.seek(position));
+  return file.read(into);
+}
+
+uint64_t integer(const ByteOrder& order, uint16_t type, const uint8_t* bytes) {
+  switch (type_size(type)) {
+    case 1:
+      return *bytes;
+    case 2:
+      return order.u16(bytes);
+    case 4:
+      return order.u32(bytes);
+    default:
+      return order.u64(bytes);
+  }
+}
+
+bool is_integer(uint16_t type) {
+  switch (type) {
+    case kByte:
+    case kShort:
+    case kLong:
+    case kSignedByte:
+    case kUndefined:
+    case kSignedShort:
+    case kSignedLong:
+    case kIfd:
+    case kLong8:
+    case kSignedLong8:
+    case kIfd8:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+uint16_t ByteOrder::u16(const uint8_t* bytes) const {
+  return is_big_endian ? load_be16(bytes) : load_le16(bytes);
+}
+uint32_t ByteOrder::u32(const uint8_t* bytes) const {
+  return is_big_endian ? load_be32(bytes) : load_le32(bytes);
+}
+uint64_t ByteOrder::u64(const uint8_t* bytes) const {
+  return is_big_endian ? load_be64(bytes) : load_le64(bytes);
+}
+
+uint32_t type_size(uint16_t type) {
+  constexpr uint8_t kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+  return type < std::size(kSizes) ? kSizes[type] : 0;
+}
+
+Status Directory::read_header(uint64_t& first) {
+  std::array<uint8_t, 16> head = {};
+  size_t got = 0;
+  TRY(file_->seek(0));
+  if (!file_->read_up_to(head, got).ok() || got < 8) return kBadData;
+  const bool is_little = head[0] == 'I' && head[1] == 'I';
+  order_.is_big_endian = head[0] == 'M' && head[1] == 'M';
+  if (!is_little && !order_.is_big_endian) return kBadData;
+  const uint16_t version = order_.u16(&head[2]);
+  order_.is_64_bit = version == kVersion64;
+  end_link_ = order_.is_64_bit ? 8 : 4;
+  if (version == kVersion) {
+    first = order_.u32(&head[4]);
+  } else if (version == kVersion64 && got == 16 && order_.u16(&head[4]) == 8) {
+    first = order_.u64(&head[8]);
+  } else {
+    return kBadData;
+  }
+  return first != 0 ? kOk : kBadData;
+}
+
+Status Directory::read_count(uint64_t position, uint64_t& count) const {
+  std::array<uint8_t, 8> bytes = {};
+  const size_t size = order_.is_64_bit ? 8 : 2;
+  TRY(read_at(*file_, position, {bytes.data(), size}));
+  count = order_.is_64_bit ? order_.u64(bytes.data()) : order_.u16(bytes.data());
+  return count >= 1 && count <= UINT16_MAX ? kOk : kBadData;
+}
+
+// The offset of the page behind the one at `directory`; 0 also where that cannot be read, which
+// ends the chain in files that were cut.
+Status Directory::read_link(uint64_t directory, uint64_t& next) {
+  next = 0;
+  uint64_t count = 0;
+  TRY(read_count(directory, count));
+  std::array<uint8_t, 8> bytes = {};
+  const size_t size = order_.is_64_bit ? 8 : 4;
+  const uint64_t position = directory + (order_.is_64_bit ? 8 : 2) + count * entry_size();
+  end_link_ = position;
+  if (!read_at(*file_, position, {bytes.data(), size}).ok()) return kOk;
+  next = order_.is_64_bit ? order_.u64(bytes.data()) : order_.u32(bytes.data());
+  return kOk;
+}
+
+void Directory::take_entry(const uint8_t* entry, uint64_t position) {
+  const size_t place = place_of(order_.u16(entry));
+  const uint16_t type = order_.u16(entry + 2);
+  const uint32_t size = type_size(type);
+  if (place == kTags || size == 0 || fields_[place].count != 0) return;
+  const uint64_t count = order_.is_64_bit ? order_.u64(entry + 4) : order_.u32(entry + 4);
+  const uint32_t inline_bytes = order_.is_64_bit ? 8 : 4;
+  const uint32_t value_at = order_.is_64_bit ? 12 : 8;
+  const bool is_inline = count <= inline_bytes / size;
+  const uint64_t stored =
+      order_.is_64_bit ? order_.u64(entry + value_at) : order_.u32(entry + value_at);
+  fields_[place] = {type, count, is_inline ? position + value_at : stored};
+}
+
+Status Directory::read_entries(uint64_t position) {
+  fields_ = {};
+  uint64_t count = 0;
+  TRY(read_count(position, count));
+  position += order_.is_64_bit ? 8 : 2;
+  std::array<uint8_t, 60 * 12> piece;
+  const size_t size = entry_size();
+  const size_t per_piece = piece.size() / size;
+  while (count > 0) {
+    const auto part = static_cast<size_t>(std::min<uint64_t>(count, per_piece));
+    size_t got = 0;
+    TRY(file_->read_up_to({piece.data(), part * size}, got));
+    for (size_t i = 0; i < got / size; ++i) {
+      take_entry(piece.data() + i * size, position);
+      position += size;
+    }
+    if (got < part * size) break;
+    count -= part;
+  }
+  return kOk;
+}
+
+Status Directory::open(io::InputFile& file, int32_t page) {
+  static_assert(std::size(kKnownTags) == kTags);
+  file_ = &file;
+  TRY(read_header(first_));
+  page_ = walk(page, first_);
+  const Status status = read_entries(directory_);
+  return status == kReadError ? kBadData : status;
+}
+
+// Goes along the chain to page `page` or the last one before it; returns its number.
+int32_t Directory::walk(int32_t page, uint64_t first) {
+  std::array<uint64_t, kMaxPages> seen;
+  directory_ = first;
+  int32_t number = 1;
+  for (; number < page && number < kMaxPages; ++number) {
+    uint64_t next = 0;
+    uint64_t count = 0;
+    seen[static_cast<size_t>(number - 1)] = directory_;
+    if (!read_link(directory_, next).ok() || next == 0) break;
+    if (std::find(seen.begin(), seen.begin() + number, next) != seen.begin() + number) break;
+    if (!read_count(next, count).ok()) break;
+    directory_ = next;
+  }
+  return number;
+}
+
+int32_t Directory::count_pages() { return walk(kMaxPages + 1, first_); }
+
+Status Directory::find_end(uint64_t& link) {
+  walk(kMaxPages + 1, first_);
+  uint64_t next = 0;
+  TRY(read_link(directory_, next));
+  link = end_link_;
+  return next == 0 ? kOk : kBadData;
+}
+
+const Field& Directory::field(Tag tag) const {
+  return fields_[place_of(static_cast<uint16_t>(tag))];
+}
+
+Status Directory::bytes(const Field& field, uint64_t offset, std::span<uint8_t> into) const {
+  return read_at(*file_, field.position + offset, into);
+}
+
+Status Directory::value(Tag tag, uint64_t index, uint64_t& value) const {
+  const Field& f = field(tag);
+  if (index >= f.count || !is_integer(f.type)) return kBadData;
+  std::array<uint8_t, 8> raw = {};
+  const uint32_t size = type_size(f.type);
+  TRY(bytes(f, index * size, {raw.data(), size}));
+  value = integer(order_, f.type, raw.data());
+  return kOk;
+}
+
+uint32_t Directory::value_or(Tag tag, uint32_t fallback, uint64_t index) const {
+  uint64_t number = 0;
+  if (!value(tag, index, number).ok()) return fallback;
+  return static_cast<uint32_t>(std::min<uint64_t>(number, UINT32_MAX));
+}
+
+Status Directory::rational(Tag tag, uint64_t index, uint32_t& numerator,
+                           uint32_t& denominator) const {
+  const Field& f = field(tag);
+  if (index >= f.count || f.type != kRational) return kBadData;
+  std::array<uint8_t, 8> raw;
+  TRY(bytes(f, index * 8, raw));
+  numerator = order_.u32(raw.data());
+  denominator = order_.u32(raw.data() + 4);
+  return denominator != 0 ? kOk : kBadData;
+}
+
+Status ValueList::get(uint64_t index, uint64_t& value) {
+  if (index >= field_.count || !is_integer(field_.type)) return kBadData;
+  const uint32_t size = type_size(field_.type);
+  if (index < first_ || index - first_ >= held_) {
+    const uint64_t left = field_.count - index;
+    const auto wanted = static_cast<uint32_t>(std::min<uint64_t>(left, piece_.size() / size));
+    size_t got = 0;
+    TRY(directory_.file().seek(field_.position + index * size));
+    TRY(directory_.file().read_up_to({piece_.data(), wanted * size}, got));
+    first_ = index;
+    held_ = static_cast<uint32_t>(got / size);
+    if (held_ == 0) return kReadError;
+  }
+  value = integer(directory_.order(), field_.type, &piece_[(index - first_) * size]);
+  return kOk;
+}
+
+}  // namespace tavo::tiff

@@ -1,0 +1,166 @@
+// Where things are in a TIFF file: pages, tags, values. TIFF 6.0, section 2, and its 64-bit form
+// ("BigTIFF").
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "base/buffer.h"
+#include "base/status.h"
+#include "io/input_file.h"
+
+namespace tavo::tiff {
+
+inline constexpr int32_t kMaxPages = 1023;
+
+enum class Tag : uint16_t {
+  kNewSubfileType = 254,
+  kImageWidth = 256,
+  kImageLength = 257,
+  kBitsPerSample = 258,
+  kCompression = 259,
+  kPhotometric = 262,
+  kFillOrder = 266,
+  kStripOffsets = 273,
+  kOrientation = 274,
+  kSamplesPerPixel = 277,
+  kRowsPerStrip = 278,
+  kStripByteCounts = 279,
+  kXResolution = 282,
+  kYResolution = 283,
+  kPlanarConfiguration = 284,
+  kT4Options = 292,
+  kT6Options = 293,
+  kResolutionUnit = 296,
+  kPageNumber = 297,
+  kPredictor = 317,
+  kColorMap = 320,
+  kTileWidth = 322,
+  kTileLength = 323,
+  kTileOffsets = 324,
+  kTileByteCounts = 325,
+  kInkSet = 332,
+  kExtraSamples = 338,
+  kSampleFormat = 339,
+  kJpegTables = 347,
+  kJpegProc = 512,
+  kJpegInterchangeFormat = 513,
+  kJpegInterchangeFormatLength = 514,
+  kJpegQTables = 519,
+  kJpegDcTables = 520,
+  kJpegAcTables = 521,
+  kYCbCrCoefficients = 529,
+  kYCbCrSubSampling = 530,
+  kReferenceBlackWhite = 532,
+};
+
+enum Type : uint16_t {
+  kByte = 1,
+  kAscii = 2,
+  kShort = 3,
+  kLong = 4,
+  kRational = 5,
+  kSignedByte = 6,
+  kUndefined = 7,
+  kSignedShort = 8,
+  kSignedLong = 9,
+  kIfd = 13,
+  kLong8 = 16,
+  kSignedLong8 = 17,
+  kIfd8 = 18,
+};
+
+// The values of one tag: where they are in the file. A count of 0: the tag is not there.
+struct Field {
+  uint16_t type = 0;
+  uint64_t count = 0;
+  uint64_t position = 0;
+};
+
+// How integers and offsets are stored.
+struct ByteOrder {
+  bool is_big_endian = false;
+  bool is_64_bit = false;
+
+  uint16_t u16(const uint8_t* bytes) const;
+  uint32_t u32(const uint8_t* bytes) const;
+  uint64_t u64(const uint8_t* bytes) const;
+};
+
+// One page: its tags, and access to their values.
+class Directory {
+ public:
+  // Reads the file's header and walks to page `page` (from 1; beyond the last one: the last).
+  // kBadData when the file is no TIFF file, or has no page.
+  Status open(io::InputFile& file, int32_t page);
+
+  int32_t page() const { return page_; }
+  const ByteOrder& order() const { return order_; }
+
+  // All pages; a chain that bites its tail ends there.
+  int32_t count_pages();
+
+  // Where the offset of the page behind the last one is stored: it is 0. kBadData for a chain
+  // without an end.
+  Status find_end(uint64_t& link);
+
+  const Field& field(Tag tag) const;
+  bool has(Tag tag) const { return field(tag).count > 0; }
+
+  // Value number `index` of a tag of integers. kBadData when there is none or it is not stored as
+  // an integer.
+  Status value(Tag tag, uint64_t index, uint64_t& value) const;
+
+  // The first value, or `fallback` when the tag is not there or cannot be read; values beyond
+  // 32 bits count as the largest one.
+  uint32_t value_or(Tag tag, uint32_t fallback, uint64_t index = 0) const;
+
+  // A fraction. kBadData when there is none, or its denominator is 0.
+  Status rational(Tag tag, uint64_t index, uint32_t& numerator, uint32_t& denominator) const;
+
+  // Bytes of a tag as they stand in the file.
+  Status bytes(const Field& field, uint64_t offset, std::span<uint8_t> into) const;
+
+  io::InputFile& file() const { return *file_; }
+
+ private:
+  static constexpr size_t kTags = 38;
+
+  int32_t walk(int32_t page, uint64_t first);
+  Status read_header(uint64_t& first);
+  Status read_link(uint64_t directory, uint64_t& next);
+  Status read_entries(uint64_t position);
+  void take_entry(const uint8_t* entry, uint64_t position);
+  Status read_count(uint64_t position, uint64_t& count) const;
+  size_t entry_size() const { return order_.is_64_bit ? 20 : 12; }
+
+  io::InputFile* file_ = nullptr;
+  ByteOrder order_;
+  uint64_t first_ = 0;
+  uint64_t directory_ = 0;  // where walk() stopped
+  uint64_t end_link_ = 0;
+  int32_t page_ = 0;
+  std::array<Field, kTags> fields_ = {};
+};
+
+// Bytes of a value; 0 for an unknown type.
+uint32_t type_size(uint16_t type);
+
+// A row of integers of one tag, read piece by piece as they are asked for.
+class ValueList {
+ public:
+  ValueList(const Directory& directory, Tag tag)
+      : directory_(directory), field_(directory.field(tag)) {}
+
+  uint64_t size() const { return field_.count; }
+  Status get(uint64_t index, uint64_t& value);
+
+ private:
+  const Directory& directory_;
+  const Field& field_;
+  std::array<uint8_t, 512> piece_;
+  uint64_t first_ = 0;
+  uint32_t held_ = 0;  // values in piece_
+};
+
+}  // namespace tavo::tiff

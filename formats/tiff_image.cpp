@@ -1,0 +1,278 @@
+#include "formats/tiff_image.h"
+
+#include <algorithm>
+#include <array>
+
+namespace tavo::tiff {
+
+namespace {
+
+constexpr uint32_t kMaxSamples = 64;
+constexpr uint32_t kMaxTile = 65536;
+constexpr uint32_t kOrientationBottomLeft = 4;
+constexpr uint32_t kHorizontalPredictor = 2;
+
+bool is_known_coding(uint32_t compression) {
+  switch (compression) {
+    case kNone:
+    case kCcittRuns:
+    case kGroup3:
+    case kGroup4:
+    case kLzw:
+    case kDeflate:
+    case kPackBits:
+    case kCcittRuns16:
+    case kOldDeflate:
+      return true;
+    default:
+      return false;
+  }
+}
+
+uint32_t samples_of(uint32_t photometric) {
+  switch (photometric) {
+    case kWhiteIsZero:
+    case kBlackIsZero:
+    case kPalette:
+    case kMask:
+      return 1;
+    case kRgb:
+    case kYCbCr:
+      return 3;
+    case kSeparated:
+      return 4;
+    default:
+      return 0;
+  }
+}
+
+// Samples: how many, how large. Files with one size for all samples, or fewer sizes than samples,
+// are common.
+bool parse_samples(const Directory& directory, Image& image) {
+  const uint64_t sizes = directory.field(Tag::kBitsPerSample).count;
+  const uint32_t from_sizes = sizes == 3 || sizes == 4 ? static_cast<uint32_t>(sizes) : 1;
+  image.samples = std::max(directory.value_or(Tag::kSamplesPerPixel, from_sizes), 1u);
+  image.bits = directory.value_or(Tag::kBitsPerSample, 1);
+  const uint32_t usual = image.is_fax() || image.samples < 3
+                             ? (image.is_fax() ? kWhiteIsZero : kBlackIsZero)
+                             : uint32_t{kRgb};
+  image.photometric = directory.value_or(Tag::kPhotometric, usual);
+  // A colour map that is too short makes a grey picture, as everywhere.
+  const uint64_t map = directory.field(Tag::kColorMap).count;
+  if (image.photometric == kPalette && image.bits <= 8 && map < uint64_t{3} << image.bits) {
+    image.photometric = kBlackIsZero;
+  }
+  image.used_samples = samples_of(image.photometric);
+  if (image.samples > kMaxSamples) return false;
+  for (uint64_t i = 1; i < std::min<uint64_t>(sizes, image.samples); ++i) {
+    if (directory.value_or(Tag::kBitsPerSample, 0, i) != image.bits) return false;
+  }
+  constexpr uint32_t kUnsigned = 1;
+  constexpr uint32_t kSigned = 2;
+  constexpr uint32_t kUnknown = 4;
+  const uint32_t format = directory.value_or(Tag::kSampleFormat, kUnsigned);
+  const bool is_number =
+      format == kUnsigned || format == kUnknown || (format == kSigned && image.bits == 8);
+  const bool is_size = (image.bits >= 1 && image.bits <= 16) || image.bits == 32;
+  return is_number && is_size && image.used_samples > 0 && image.samples >= image.used_samples;
+}
+
+Status parse_blocks(const Directory& directory, Image& image) {
+  const uint32_t tile_width = directory.value_or(Tag::kTileWidth, 0);
+  const uint32_t tile_height = directory.value_or(Tag::kTileLength, 0);
+  image.is_tiled = directory.has(Tag::kTileOffsets) || tile_width != 0;
+  if (image.is_tiled) {
+    const bool is_sane =
+        tile_width >= 1 && tile_width <= kMaxTile && tile_height >= 1 && tile_height <= kMaxTile;
+    if (!is_sane) return kBadData;
+    image.block_width = tile_width;
+    image.block_height = tile_height;
+  } else {
+    const uint32_t rows = directory.value_or(Tag::kRowsPerStrip, 0);
+    image.block_width = image.width;
+    image.block_height = rows == 0 ? image.height : std::min(rows, image.height);
+  }
+  image.blocks_across = (image.width - 1) / image.block_width + 1;
+  image.blocks_down = (image.height - 1) / image.block_height + 1;
+  return kOk;
+}
+
+bool parse_units(const Directory& directory, Image& image) {
+  if (image.photometric != kYCbCr || image.is_jpeg()) return true;
+  image.unit_width = directory.value_or(Tag::kYCbCrSubSampling, 2, 0);
+  image.unit_height = directory.value_or(Tag::kYCbCrSubSampling, 2, 1);
+  const auto is_factor = [](uint32_t n) { return n == 1 || n == 2 || n == 4; };
+  if (!is_factor(image.unit_width) || !is_factor(image.unit_height)) return false;
+  if (image.unit_width == 1 && image.unit_height == 1) return true;
+  const bool is_whole = image.blocks_down == 1 || image.block_height % image.unit_height == 0;
+  const bool is_wide = image.blocks_across == 1 || image.block_width % image.unit_width == 0;
+  return !image.is_planar && !image.has_predictor && image.bits == 8 && image.samples == 3 &&
+         is_whole && is_wide;
+}
+
+// Whether the parts make a picture that read() can decode.
+bool fits_together(const Image& image) {
+  if (!is_known_coding(image.compression)) return false;
+  if (image.is_fax() && (image.samples != 1 || image.used_samples != 1)) return false;
+  if (image.photometric == kPalette && image.bits > 8) return false;
+  if (image.photometric >= kSeparated && image.bits < 8) return false;
+  const bool predicts = image.bits == 8 || image.bits == 16;
+  if (image.has_predictor && !predicts) return false;
+  // Tiles are put side by side byte by byte.
+  return image.blocks_across == 1 ||
+         uint64_t{image.block_width} * image.samples_per_plane() * image.bits % 8 == 0;
+}
+
+// Dots per inch, rounded; 0 when the tag does not say.
+int32_t resolution(const Directory& directory, Tag tag) {
+  constexpr uint32_t kInch = 2;
+  constexpr uint32_t kCentimetre = 3;
+  const uint32_t unit = directory.value_or(Tag::kResolutionUnit, kInch);
+  uint32_t numerator = 0;
+  uint32_t denominator = 0;
+  if (!directory.rational(tag, 0, numerator, denominator).ok()) return 0;
+  if (unit != kInch && unit != kCentimetre) return 0;
+  const uint64_t parts = unit == kCentimetre ? 254 : 100;
+  const uint64_t dots =
+      (uint64_t{numerator} * parts + uint64_t{denominator} * 50) / (uint64_t{denominator} * 100);
+  return static_cast<int32_t>(std::min<uint64_t>(dots, INT32_MAX));
+}
+
+void describe(const Directory& directory, Image& image) {
+  process::SourcePicture& picture = image.picture;
+  picture.width = static_cast<int32_t>(image.width);
+  picture.height = static_cast<int32_t>(image.height);
+  const bool is_one = image.used_samples == 1;
+  const bool is_packed = is_one && image.samples_per_plane() == 1;
+  const bool is_palette = image.photometric == kPalette;
+  picture.bits = !is_one                                             ? 24
+                 : is_packed && image.bits == 1                      ? 1
+                 : is_packed && (image.bits == 2 || image.bits == 4) ? 4
+                                                                     : 8;
+  if (is_one) {
+    picture.colors = is_palette || picture.bits < 8 ? 1u << std::min(image.bits, 8u) : 256;
+    if (is_palette && picture.bits == 8) picture.colors = 256;
+    if (is_palette) picture.flags = T_FLAG_PALETTE;
+    if (!is_palette && picture.bits > 1) picture.flags = T_FLAG_GRAY;
+  }
+  const uint32_t orientation = directory.value_or(Tag::kOrientation, 1);
+  picture.view_perspective = orientation == kOrientationBottomLeft ? 2 : 0;
+  picture.x_resolution = resolution(directory, Tag::kXResolution);
+  picture.y_resolution = resolution(directory, Tag::kYResolution);
+  if (picture.x_resolution == 0) picture.x_resolution = picture.y_resolution;
+  if (picture.y_resolution == 0) picture.y_resolution = picture.x_resolution;
+  picture.has_resolution = picture.x_resolution > 0;
+}
+
+}  // namespace
+
+uint64_t Image::row_bytes(uint32_t pixels) const {
+  if (unit_width != 1 || unit_height != 1) {
+    const uint64_t units = (uint64_t{pixels} + unit_width - 1) / unit_width;
+    return units * (unit_width * unit_height + 2);
+  }
+  return (uint64_t{pixels} * samples_per_plane() * bits + 7) / 8;
+}
+
+Status parse_image(const Directory& directory, Image& image) {
+  image.width = directory.value_or(Tag::kImageWidth, 0);
+  image.height = directory.value_or(Tag::kImageLength, 0);
+  if (image.width == 0 || image.width > INT32_MAX || image.height == 0 ||
+      image.height > INT32_MAX) {
+    return kBadData;
+  }
+  image.compression = directory.value_or(Tag::kCompression, kNone);
+  const bool is_fax = image.is_fax();
+  image.is_planar = directory.value_or(Tag::kPlanarConfiguration, 1) == 2;
+  image.is_reversed = directory.value_or(Tag::kFillOrder, 1) == 2;
+  image.t4_options = directory.value_or(Tag::kT4Options, 0);
+  const uint32_t predictor = directory.value_or(Tag::kPredictor, 1);
+  const bool uses_predictor = image.compression == kLzw || image.compression == kDeflate ||
+                              image.compression == kOldDeflate;
+  image.has_predictor = uses_predictor && predictor == kHorizontalPredictor;
+
+  bool is_supported = parse_samples(directory, image) && !(uses_predictor && predictor > 2);
+  if (image.samples == 1) image.is_planar = false;
+  // Fax codings have one bit, whatever the file says.
+  if (is_fax) image.bits = 1;
+  TRY(parse_blocks(directory, image));
+  is_supported = parse_units(directory, image) && is_supported;
+  image.is_supported = is_supported && fits_together(image);
+  describe(directory, image);
+  if (!directory.has(Tag::kStripOffsets) && !directory.has(Tag::kTileOffsets) && !image.is_jpeg()) {
+    return kBadData;
+  }
+  return kOk;
+}
+
+namespace {
+
+void put_gray_steps(uint32_t steps, bool is_inverse, T_PaletteEntry (&palette)[256]) {
+  for (uint32_t i = 0; i < steps; ++i) {
+    const uint32_t step = is_inverse ? steps - 1 - i : i;
+    const auto level = static_cast<uint8_t>(step * 255 / (steps - 1));
+    palette[i] = {level, level, level, 0};
+  }
+}
+
+}  // namespace
+
+Status read_palette(const Directory& directory, const Image& image,
+                    T_PaletteEntry (&palette)[256]) {
+  if (image.picture.bits > 8) return kOk;
+  if (image.photometric != kPalette) {
+    // Pixels of more than 1 bit are inverted instead, so that grey pictures have an even ramp.
+    const bool is_inverse = image.picture.bits == 1 && image.photometric == kWhiteIsZero;
+    put_gray_steps(image.picture.colors, is_inverse, palette);
+    return kOk;
+  }
+  ValueList map(directory, Tag::kColorMap);
+  const uint64_t entries = std::min<uint64_t>(map.size() / 3, uint64_t{1} << image.bits);
+  if (entries == 0) return kBadData;
+  std::array<uint16_t, 3 * 256> values;
+  uint32_t largest = 0;
+  for (uint32_t channel = 0; channel < 3; ++channel) {
+    for (uint32_t i = 0; i < entries; ++i) {
+      uint64_t value = 0;
+      TRY(map.get(channel * (map.size() / 3) + i, value));
+      values[channel * 256 + i] = static_cast<uint16_t>(value);
+      largest = std::max<uint32_t>(largest, static_cast<uint16_t>(value));
+    }
+  }
+  // Old writers put 8-bit values into the 16-bit map.
+  const uint32_t shift = largest > 255 ? 8 : 0;
+  for (uint32_t i = 0; i < entries; ++i) {
+    palette[i] = {static_cast<uint8_t>(values[512 + i] >> shift),
+                  static_cast<uint8_t>(values[256 + i] >> shift),
+                  static_cast<uint8_t>(values[i] >> shift), 0};
+  }
+  return kOk;
+}
+
+const char* compression_text(uint32_t compression) {
+  switch (compression) {
+    case kNone:
+      return "None";
+    case kCcittRuns:
+    case kCcittRuns16:
+      return "CCITT";
+    case kGroup3:
+      return "CCITT Group 3 Fax";
+    case kGroup4:
+      return "CCITT Group 4 Fax";
+    case kLzw:
+      return "LZW";
+    case kOldJpeg:
+    case kJpeg:
+      return "JPEG";
+    case kDeflate:
+    case kOldDeflate:
+      return "Deflate";
+    case kPackBits:
+      return "Run Length";
+    default:
+      return "Unknown";
+  }
+}
+
+}  // namespace tavo::tiff

@@ -1,0 +1,53 @@
+// The rows of a TIFF page from top to bottom, put together from its strips or tiles, as stored.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "base/buffer.h"
+#include "formats/tiff_block.h"
+
+namespace tavo::tiff {
+
+class StoredRows {
+ public:
+  StoredRows(const Directory& directory, const Image& image);
+
+  Status start();
+
+  // Goes to the next stored row (of image.unit_height rows of the picture). Of chunky strips, with
+  // `into` long enough, straight there.
+  Status next() { return next({}); }
+  Status next(std::span<uint8_t> into);
+
+  // The row of a plane: image.row_bytes(image.width) bytes.
+  std::span<const uint8_t> row(uint32_t plane) const { return rows_[plane]; }
+
+ private:
+  uint32_t rows_in_block(uint32_t block_row) const;
+  Status begin_block(uint32_t plane, uint64_t block, uint32_t rows);
+  Status next_of_strips(std::span<uint8_t> into);
+  Status read_tile_row();
+  Status read_tile(uint32_t plane, uint32_t across, uint32_t rows);
+
+  const Directory& directory_;
+  const Image& image_;
+  ValueList offsets_;
+  ValueList sizes_;
+  uint32_t file_bytes_ = 0;
+  std::array<BlockDecoder, kMaxUsedSamples> decoders_;
+
+  size_t block_row_bytes_ = 0;  // of a block's rows, coded
+  size_t row_bytes_ = 0;        // of the picture's
+  Buffer block_row_;            // strips: a row for each plane; tiles: one row of a tile
+  Buffer band_;                 // tiles: the rows of all tiles of one row of tiles, for each plane
+  uint32_t band_rows_ = 0;      // room in it, for each plane
+  std::array<std::span<const uint8_t>, kMaxUsedSamples> rows_;
+
+  uint32_t block_row_number_ = 0;  // of the blocks that are next
+  uint32_t rows_left_ = 0;         // in the present ones
+  uint32_t rows_taken_ = 0;
+};
+
+}  // namespace tavo::tiff
