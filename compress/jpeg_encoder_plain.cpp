@@ -109,7 +109,7 @@ void transform(const uint8_t* samples, size_t stride, size_t pairs, const Diviso
 void make_divisors(const std::array<uint8_t, kBlockSize>& table, Divisors& divisors) {
   for (size_t k = 0; k < kBlockSize; ++k) {
     const uint32_t divisor = 8u * table[k];
-    const int log2 = std::bit_width(divisor) - 1;
+    const int log2 = static_cast<int>(std::bit_width(divisor)) - 1;
     // A power of two would need 2^16: half of that and one bit less of a shift.
     const bool power = std::has_single_bit(divisor);
     const uint32_t reciprocal = power ? 1u << 15 : ((1u << (16 + log2)) + divisor - 1) / divisor;

@@ -53,7 +53,7 @@ Status PushDecoder::append(std::span<const uint8_t> bytes) {
     const uint64_t needed = unread() + bytes.size();
     Buffer larger;
     TRY(larger.allocate(std::max<uint64_t>(needed + needed / 2, 65536)));
-    std::memcpy(larger.data(), buffer_.data() + next_, unread());
+    if (unread() != 0) std::memcpy(larger.data(), buffer_.data() + next_, unread());
     buffer_ = std::move(larger);
     end_ = unread();
     next_ = 0;
