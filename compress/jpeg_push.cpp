@@ -50,7 +50,7 @@ Status PushDecoder::append(std::span<const uint8_t> bytes) {
   // Rows that are done need no more input; the rest of the stream is of no interest.
   if (has_rows_ && decoder_->is_finished()) return kOk;
   if (buffer_.size() - end_ < bytes.size()) {
-    const uint64_t needed = unread() + bytes.size();
+    const uint64_t needed = uint64_t{unread()} + bytes.size();
     Buffer larger;
     TRY(larger.allocate(std::max<uint64_t>(needed + needed / 2, 65536)));
     if (unread() != 0) std::memcpy(larger.data(), buffer_.data() + next_, unread());
@@ -64,7 +64,7 @@ Status PushDecoder::append(std::span<const uint8_t> bytes) {
 }
 
 Status PushDecoder::read_some(std::span<uint8_t> into, size_t& got) {
-  got = static_cast<size_t>(std::min<uint64_t>(into.size(), unread()));
+  got = std::min(into.size(), unread());
   if (got != 0) std::memcpy(into.data(), buffer_.data() + next_, got);
   next_ += got;
   return kOk;

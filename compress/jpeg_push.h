@@ -35,7 +35,7 @@ class PushDecoder {
   Status begin_rows();
   Status deliver();
   Status read_some(std::span<uint8_t> into, size_t& got);
-  uint64_t unread() const { return end_ - next_; }
+  size_t unread() const { return end_ - next_; }
 
   bool is_started_ = false;
   bool is_complete_ = false;  // no more bytes will come
@@ -46,9 +46,9 @@ class PushDecoder {
   void* context_ = nullptr;
 
   Buffer buffer_;
-  uint64_t next_ = 0;  // the unread bytes are buffer_[next_, end_)
-  uint64_t end_ = 0;
-  uint64_t try_at_ = 0;  // unread bytes from which on the header is looked for again
+  size_t next_ = 0;  // the unread bytes are buffer_[next_, end_)
+  size_t end_ = 0;
+  size_t try_at_ = 0;  // unread bytes from which on the header is looked for again
 
   struct Input {
     PushDecoder* owner;

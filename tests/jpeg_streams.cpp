@@ -246,7 +246,9 @@ std::vector<TestScan> scans_of(const JpegPicture& picture, ScanPlan plan) {
   return scans;
 }
 
-void append(Bytes& out, const Bytes& more) { out.insert(out.end(), more.begin(), more.end()); }
+void append(Bytes& out, const Bytes& more) {
+  for (const uint8_t byte : more) out.push_back(byte);
+}
 
 Bytes be16(int value) { return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)}; }
 

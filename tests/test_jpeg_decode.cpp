@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <numbers>
 
 #include "compress/jpeg_decoder.h"
 #include "jpeg_streams.h"
@@ -98,8 +99,8 @@ TEST(JpegTransform, IsWithinOneOfTheRealCosines) {
         for (int v = 0; v < 8; ++v) {
           for (int u = 0; u < 8; ++u) {
             const double scale = (u == 0 ? std::sqrt(0.5) : 1) * (v == 0 ? std::sqrt(0.5) : 1) / 4;
-            sum += scale * block[8 * v + u] * std::cos((2 * x + 1) * u * M_PI / 16) *
-                   std::cos((2 * y + 1) * v * M_PI / 16);
+            sum += scale * block[8 * v + u] * std::cos((2 * x + 1) * u * std::numbers::pi / 16) *
+                   std::cos((2 * y + 1) * v * std::numbers::pi / 16);
           }
         }
         const double want = std::clamp(sum + 128, 0.0, 255.0);
