@@ -831,6 +831,30 @@ T_API int32_t T_CALL T_LoadBMPFile(const char* name, BitmapHandle* bitmap, T_Row
 T_API int32_t T_CALL T_LoadBMPBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
+/* PCX and DCX: 1, 2, 4 and 8 bits in one plane, 1 bit in two to four planes, 8 bits in three or
+ * four, always run-length coded; versions 0, 2, 3 and 5. Pictures of 1, 2, 4, 8 or 24 bits: two
+ * and three planes of one bit give 4 bits, with Colors 4 and 8; of four planes of 8 bits the last
+ * is ignored. XResolution and YResolution get the file's. Two colours that are equal stand for
+ * black and white. Runs may go on in the next line. Data that end early are no error: what is
+ * missing is 0. T_ERR_BAD_DATA: no PCX header, planes of other bits, lines shorter than the
+ * picture is wide, a DCX directory without pages or with an offset outside the file, or a header
+ * that claims a thousand times more than its file can hold. T_ERR_READ: no palette ends a picture
+ * of 256 colours (T_ERR_SEEK: the file is too short for one).
+ *
+ * DCX files hold up to 1023 pictures: T_SetPageNumber chooses the one that is read, the last one
+ * when there are fewer; FILEINFO.PageCount says how many there are. Saves write 1, 4, 8 or 24 bits
+ * (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits get 16 grey levels. More than
+ * 65536 rows, or lines longer than 65535 bytes: T_ERR_SIZE. With T_SAVE_APPEND or a page
+ * number of 2 or more, a file that is PCX or DCX already gets the picture as a further page: a PCX
+ * file is made a DCX file in place, its pictures moved behind the directory. When such a save fails
+ * after the move, the earlier pages are still there. T_ERR_WRITE: 1023 pages are there already.
+ * T_LoadPCXBitmap refuses a picture that memory cannot hold with T_ERR_NO_MEMORY.
+ * Facts: ZSoft Corporation, "Technical Reference Manual: PCX", revision 5. */
+T_API int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SavePCXBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
 /* GIF 87a and 89a: the first image of a file. Later images, and what extensions say of timing and
  * transparency, are skipped. Saves write one image of 8 bits per pixel (other depths: T_ERR_DEPTH;
  * more than 65535 pixels either way: T_ERR_SIZE) with the bitmap's 256 colours as global table.

@@ -19,6 +19,7 @@ struct SaveRequest {
   uint32_t flags = 0;
   bool direct = false;
   uint32_t extra = 0;
+  bool append = false;  // add a page to the file, which is there and holds the writer's format
 };
 
 // Identifies the file that the operations in force open, as T_FileInfo does.

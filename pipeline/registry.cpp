@@ -6,6 +6,7 @@
 #include "formats/bmp.h"
 #include "formats/cals.h"
 #include "formats/gif.h"
+#include "formats/pcx.h"
 #include "formats/ras.h"
 #include "formats/tga.h"
 #include "formats/tiff.h"
@@ -41,6 +42,14 @@ Status read_gif_picture(const char* name, BitmapHandle* bitmap) {
 }
 
 constexpr FormatRow kFormats[] = {
+    {.id = T_FORMAT_PCX,
+     .name = "PCX",
+     .description = "PC Paintbrush, DCX for several pages",
+     .extensions = "pcx dcx",
+     .read = pcx::read,
+     .write = pcx::write,
+     .write_depths = kDepths1_4_8_24,
+     .appends = true},
     {.id = T_FORMAT_BMP,
      .name = "BMP",
      .description = "Windows bitmap",
@@ -152,8 +161,8 @@ constexpr FormatRow kFormats[] = {
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
-    jpeg::probe_cmp, bilevel::probe, tiff::probe, tga::probe, bmp::probe,
-    cals::probe,     gif::probe,     jpeg::probe, ras::probe,
+    jpeg::probe_cmp, bilevel::probe, tiff::probe, tga::probe,  bmp::probe,
+    pcx::probe,      cals::probe,    gif::probe,  jpeg::probe, ras::probe,
 };
 
 }  // namespace

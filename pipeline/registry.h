@@ -32,6 +32,7 @@ struct FormatRow {
   bool reports_per_meter = false;  // the reader's resolutions are not dots per inch
   GrayRule gray = GrayRule::kNever;
   bool always_24_bits = false;
+  bool appends = false;  // saves can add a page to a file of this identifier
   int32_t mode = 1;  // io::SaveRequest.mode
 };
 

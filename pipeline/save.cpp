@@ -62,6 +62,13 @@ Status write_view(const FormatRow* format, const char* name, BitmapHandle& bitma
   return status;
 }
 
+bool appends(const FormatRow* format, const char* name, uint32_t flags) {
+  if (format == nullptr || !format->appends) return false;
+  if ((flags & T_SAVE_APPEND) == 0 && settings.page_number < 2) return false;
+  FILEINFO info;
+  return identify(name, info).ok() && info.Format == format->id;
+}
+
 int32_t dots_per_inch(int32_t resolution, bool per_meter) {
   return per_meter ? static_cast<int32_t>((int64_t{resolution} * 254 + 5000) / 10000) : resolution;
 }
@@ -80,6 +87,7 @@ Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) 
   request.flags = options.flags & 0xFFu;
   request.direct = options.direct;
   request.extra = options.extra;
+  request.append = appends(format, name, request.flags);
   if (options.direct) return call_writer(format, name, bitmap, request);
 
   const Preparation preparation = choose_preparation(format, bitmap, request.depth, request.flags);

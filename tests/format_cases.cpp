@@ -149,9 +149,9 @@ FormatCase bilevel_case() {
 }  // namespace
 
 const std::vector<FormatCase>& format_cases() {
-  static const std::vector<FormatCase> cases = {bmp_case(),     tiff_case(), gif_case(),
-                                                cals_case(),    tga_case(),  ras_case(),
-                                                bilevel_case(), jpeg_case(), cmp_case()};
+  static const std::vector<FormatCase> cases = {
+      bmp_case(), tiff_case(), gif_case(),     cals_case(), tga_case(),
+      ras_case(), pcx_case(),  bilevel_case(), jpeg_case(), cmp_case()};
   return cases;
 }
 

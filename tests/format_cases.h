@@ -70,6 +70,20 @@ struct TgaFile {
 Bytes tga_file(const TgaFile& tga);
 FormatCase tga_case();
 
+// A PCX file from its parts; its resolutions are 150 and 75.
+struct PcxFile {
+  uint16_t width = 0;
+  uint16_t height = 0;
+  uint8_t plane_bits = 8;
+  uint8_t planes = 1;
+  uint16_t line_bytes = 0;
+  Bytes palette = {};  // up to 16 colours
+  Bytes data = {};
+  Bytes trailer = {};
+};
+Bytes pcx_file(const PcxFile& pcx);
+FormatCase pcx_case();
+
 // A Sun raster file from its parts.
 struct RasFile {
   uint32_t width = 0;

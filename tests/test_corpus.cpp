@@ -19,10 +19,12 @@ struct CorpusCase {
 
 class Corpus : public ::testing::TestWithParam<CorpusCase> {};
 
-constexpr CorpusCase kCases[] = {
+const CorpusCase kCases[] = {
     // Narrow channels are widened by rounding or by repeating their bits.
     {.format = "bmp", .tolerance = 1},
     {.format = "cals"},
+    {.format = "dcx"},
+    {.format = "pcx"},
     // More than 8 bits are cut in one program and rounded in the other.
     {.format = "tiff", .tolerance = 2},
 };
@@ -43,6 +45,12 @@ bool is_read_differently(const std::string& name) {
       "metaex-m2-14847ce6f5fab0774dae9ad4fba31316.tif",
       "metaex-m2-63c8b14ea08a18c884d05a3431716047.tif",
       "pillow-crash-0da013a13571cc8eb457a39fee8db18f8a3c7127.tif",
+      // One bit: other programs take any two colours for black and white; the header's hold here.
+      "commons-1plane1bppCompressed.pcx", "tm-CGA_BW.PCX",
+      // Says that its data are not coded; they are decoded all the same.
+      "commons-3plane8bppUncompressed.pcx",
+      // Version 4 is unknown.
+      "kimg-ICONDOC.pcx",
       // JPEG inside.
       "commons-TestJpegStripsRgb.tiff", "commons-TestJpegTiles264x264.tiff",
       "made-tiffcp-jpeg-grey.tif", "made-tiffcp-jpeg-rgb.tif", "pillow-child_ifd.tiff",

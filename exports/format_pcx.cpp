@@ -1,0 +1,17 @@
+// The PCX trio.
+#include "formats/pcx.h"
+#include "pipeline/load.h"
+#include "tavo45.h"
+
+int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                             int32_t bitsPerPixel, void* context) {
+  return tavo::pcx::read(name, bitmap, sink, bitsPerPixel, context).code();
+}
+
+int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap) {
+  return tavo::pipeline::load_picture(name, *bitmap, tavo::pcx::read, /*memory_only=*/true).code();
+}
+
+int32_t T_CALL T_SavePCXBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {
+  return T_SaveBitmap(name, bitmap, T_FORMAT_PCX, bitsPerPixel, 0);
+}

@@ -1,0 +1,299 @@
+#include "formats/pcx.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/byte_source.h"
+#include "base/endian.h"
+#include "base/settings.h"
+#include "core/bitmap.h"
+#include "core/notice.h"
+#include "formats/dcx.h"
+#include "formats/pcx_planes.h"
+#include "formats/pcx_runs.h"
+#include "io/output_file.h"
+#include "process/row_delivery.h"
+#include "process/row_fetch.h"
+
+namespace tavo::pcx {
+
+namespace {
+
+using process::RowDelivery;
+
+constexpr uint8_t kManufacturer = 10;
+constexpr uint8_t kVersion = 5;
+constexpr uint8_t kRunLength = 1;
+constexpr uint32_t kTrailerSize = 1 + 3 * 256;
+constexpr uint8_t kTrailerMark = 12;
+constexpr uint32_t kCombinedPlanes = 4;  // missing planes of one bit are zero
+
+bool is_layout(uint8_t plane_bits, uint8_t planes) {
+  if (planes == 1) return plane_bits == 1 || plane_bits == 2 || plane_bits == 4 || plane_bits == 8;
+  if (plane_bits == 1) return planes >= 2 && planes <= kCombinedPlanes;
+  return plane_bits == 8 && (planes == 3 || planes == 4);
+}
+
+void set_color(T_PaletteEntry& entry, const uint8_t* file) {
+  entry = {file[2], file[1], file[0], 0};
+}
+
+void set_header_palette(const Header& header, process::SourcePicture& picture) {
+  const uint8_t* const palette = header.palette.data();
+  if (picture.colors == 2 && std::memcmp(palette, palette + 3, 3) == 0) {
+    picture.palette[1] = {255, 255, 255, 0};
+    return;
+  }
+  for (uint32_t i = 0; i < picture.colors; ++i) set_color(picture.palette[i], palette + 3 * i);
+}
+
+// What the reader delivers; the palette of 256 colours is read later.
+process::SourcePicture describe(const Header& header) {
+  process::SourcePicture picture;
+  picture.width = header.width;
+  picture.height = header.height;
+  picture.bits = header.is_true_color() ? 24 : header.planes > 1 ? 4 : header.plane_bits;
+  picture.order = T_ORDER_RGB;
+  picture.view_perspective = 0;
+  picture.storage_kind = T_FORMAT_PCX;
+  picture.has_resolution = true;
+  picture.x_resolution = header.x_resolution;
+  picture.y_resolution = header.y_resolution;
+  picture.colors = header.colors();
+  if (picture.bits <= 4) set_header_palette(header, picture);
+  return picture;
+}
+
+Status read_header(io::InputFile& file, const dcx::Page& page, Header& header) {
+  std::array<uint8_t, kHeaderSize> bytes;
+  TRY(file.seek(page.start));
+  if (!file.read(bytes).ok()) return kBadData;
+  return parse_header(bytes, header);
+}
+
+// The palette that ends the page; `data_end` gets where the pixels end at the latest.
+Status read_trailer(io::InputFile& file, const dcx::Page& page, uint32_t& data_end,
+                    process::SourcePicture& picture) {
+  if (page.end < kTrailerSize) return kSeekError;
+  data_end = page.end - kTrailerSize;
+  if (data_end < page.start + uint64_t{kHeaderSize}) return kReadError;
+  std::array<uint8_t, kTrailerSize> trailer;
+  TRY(file.seek(data_end));
+  TRY(file.read(trailer));
+  if (trailer[0] != kTrailerMark) return kReadError;
+  for (uint32_t i = 0; i < 256; ++i) set_color(picture.palette[i], &trailer[1 + 3 * i]);
+  return kOk;
+}
+
+// The pixels of one page, so that a page that ends early does not go on in the next one.
+class PageData {
+ public:
+  PageData(io::InputFile& file, uint32_t size) : file_(file), left_(size) {}
+
+  Status read_some(std::span<uint8_t> into, size_t& got) {
+    TRY(file_.read_some(into.first(std::min<size_t>(into.size(), left_)), got));
+    left_ -= static_cast<uint32_t>(got);
+    return kOk;
+  }
+
+ private:
+  io::InputFile& file_;
+  uint32_t left_;
+};
+
+Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
+  const uint32_t line_bytes = header.line_bytes;
+  const uint32_t planes =
+      std::max(uint32_t{header.planes}, header.planes == 1 ? 1 : kCombinedPlanes);
+  Buffer line;
+  TRY(line.allocate(uint64_t{planes} * line_bytes + kLineSlack));
+  const std::span<uint8_t> coded = line.bytes().first(size_t{header.planes} * line_bytes);
+  const std::span<uint8_t> spare = line.bytes().subspan(coded.size());
+  const auto width = static_cast<uint32_t>(header.width);
+  RunDecoder decoder(bytes);
+  for (int32_t y = 0; y < header.height; ++y) {
+    TRY(decoder.decode_line(coded));
+    const std::span<uint8_t> row = rows.next_row();
+    if (header.planes == 1) {
+      std::ranges::copy(coded.first(std::min(coded.size(), row.size())), row.begin());
+    } else if (header.is_true_color()) {
+      interleave_bytes(coded.data(), line_bytes, width, row.data());
+    } else {
+      // The decoder may have left something where the missing planes are.
+      std::ranges::fill(spare.first(std::min(spare.size(), kLineSlack)), uint8_t{0});
+      combine_bits(coded.data(), line_bytes, width, row.data());
+    }
+    TRY(rows.commit());
+  }
+  return rows.finish();
+}
+
+}  // namespace
+
+Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, Header& header) {
+  if (bytes[0] != kManufacturer) return kBadData;
+  header.version = bytes[1];
+  header.plane_bits = bytes[3];
+  header.planes = bytes[65];
+  header.width = load_le16(&bytes[8]) - load_le16(&bytes[4]) + 1;
+  header.height = load_le16(&bytes[10]) - load_le16(&bytes[6]) + 1;
+  header.x_resolution = load_le16(&bytes[12]);
+  header.y_resolution = load_le16(&bytes[14]);
+  header.line_bytes = load_le16(&bytes[66]);
+  std::ranges::copy(bytes.subspan<16, 48>(), header.palette.begin());
+  if (header.width < 1 || header.height < 1) return kBadData;
+  if (!is_layout(header.plane_bits, header.planes)) return kBadData;
+  const int32_t needed = (header.width * header.plane_bits + 7) / 8;
+  return needed <= header.line_bytes ? kOk : kBadData;
+}
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  dcx::Page page;
+  TRY(dcx::locate(input.file, settings.page_number, page));
+  Header header;
+  TRY(read_header(input.file, page, header));
+  if (header.version != 5 && header.version != 3 && header.version != 2 && header.version != 0) {
+    return kBadData;
+  }
+  process::describe(describe(header), T_FORMAT_PCX, "Run Length", info);
+  info.Page = page.number;
+  info.PageCount = page.count;
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  TRY(file.open(name));
+  dcx::Page page;
+  TRY(dcx::locate(file, settings.page_number, page));
+  Header header;
+  TRY(read_header(file, page, header));
+  const uint64_t decoded =
+      uint64_t{header.planes} * header.line_bytes * static_cast<uint32_t>(header.height);
+  if (!process::is_plausible_size(decoded, page.end - page.start)) return kBadData;
+  process::SourcePicture picture = describe(header);
+  uint32_t data_end = page.end;
+  if (picture.bits == 8) TRY(read_trailer(file, page, data_end, picture));
+
+  RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+  const uint32_t data_start = page.start + static_cast<uint32_t>(kHeaderSize);
+  TRY(file.seek(data_start));
+  PageData data(file, std::max(data_end, data_start) - data_start);
+  ByteSource bytes(data);
+  TRY(bytes.start());
+  return read_rows(bytes, header, rows);
+}
+
+namespace {
+
+// The colours of the header, and those that rows of more colours are brought to.
+void choose_header_palette(const BitmapHandle& bitmap, int32_t depth,
+                           T_PaletteEntry (&palette)[16]) {
+  if (depth == 4 && bitmap.BitsPerPixel == 8) {
+    for (uint32_t i = 0; i < 16; ++i) {
+      const auto level = static_cast<uint8_t>(17 * i);
+      palette[i] = {level, level, level, 0};
+    }
+    return;
+  }
+  const uint32_t used = depth == 4 ? 16 : depth == 1 || bitmap.BitsPerPixel == 1 ? 2 : 0;
+  std::copy_n(bitmap.Info.Palette, used, palette);
+}
+
+void put_color(uint8_t* file, const T_PaletteEntry& entry) {
+  file[0] = entry.Red;
+  file[1] = entry.Green;
+  file[2] = entry.Blue;
+}
+
+// A resolution that the field cannot hold is unknown.
+void put_resolution(uint8_t* file, int32_t resolution) {
+  const bool fits = resolution >= 0 && resolution <= UINT16_MAX;
+  store_le16(file, static_cast<uint16_t>(fits ? resolution : 0));
+}
+
+Status write_header(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
+                    uint32_t line_bytes, const T_PaletteEntry (&palette)[16]) {
+  std::array<uint8_t, kHeaderSize> head = {kManufacturer, kVersion, kRunLength};
+  head[3] = static_cast<uint8_t>(std::min(depth, 8));
+  store_le16(&head[8], static_cast<uint16_t>(bitmap.Width - 1));
+  store_le16(&head[10], static_cast<uint16_t>(bitmap.Height - 1));
+  put_resolution(&head[12], bitmap.XResolution);
+  put_resolution(&head[14], bitmap.YResolution);
+  for (uint32_t i = 0; i < 16; ++i) put_color(&head[16 + 3 * i], palette[i]);
+  head[65] = depth == 24 ? 3 : 1;
+  store_le16(&head[66], static_cast<uint16_t>(line_bytes));
+  store_le16(&head[68], 1);
+  return file.write(head);
+}
+
+Status write_trailer(io::OutputFile& file, const BitmapHandle& bitmap) {
+  std::array<uint8_t, kTrailerSize> trailer = {kTrailerMark};
+  for (uint32_t i = 0; i < 256; ++i) put_color(&trailer[1 + 3 * i], bitmap.Info.Palette[i]);
+  return file.write(trailer);
+}
+
+Status write_line(io::OutputFile& file, std::span<uint8_t> line, Buffer& coded) {
+  return file.write(coded.bytes().first(encode_line(line, coded.data())));
+}
+
+// Rows of fewer than 24 bits are lines as they are: their padding is zero and reaches further.
+Status write_rows(io::OutputFile& file, const BitmapHandle& bitmap, bool is_true_color,
+                  uint32_t line_bytes, process::RowFetch& rows) {
+  const auto width = static_cast<uint32_t>(bitmap.Width);
+  const uint32_t stride = line_bytes + static_cast<uint32_t>(kLineSlack);
+  Buffer coded, planes;
+  TRY(coded.allocate(encoded_limit(line_bytes)));
+  if (is_true_color) TRY(planes.allocate(uint64_t{3} * stride));
+  for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap.Height); ++y) {
+    std::span<uint8_t> row;
+    TRY(rows.picture(y, row));
+    if (!is_true_color) {
+      TRY(write_line(file, row.first(line_bytes), coded));
+      continue;
+    }
+    split_bytes(row.data(), width, planes.data(), stride);
+    for (uint32_t i = 0; i < 3; ++i) {
+      const std::span<uint8_t> line = planes.bytes().subspan(size_t{i} * stride, line_bytes);
+      if (line_bytes > width) line.back() = 0;
+      TRY(write_line(file, line, coded));
+    }
+  }
+  return rows.finish();
+}
+
+}  // namespace
+
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
+  const int32_t depth = request.depth;
+  if (depth != 1 && depth != 4 && depth != 8 && depth != 24) return kBadDepth;
+  const uint64_t plane_bytes =
+      core::packed_bytes(static_cast<uint64_t>(bitmap->Width), std::min(depth, 8));
+  const uint64_t line_bytes = (plane_bytes + 1) / 2 * 2;
+  constexpr int32_t kMaxSize = UINT16_MAX + 1;
+  if (bitmap->Width > kMaxSize || bitmap->Height > kMaxSize || line_bytes > UINT16_MAX) {
+    return kBadSize;
+  }
+  T_PaletteEntry palette[16] = {};
+  choose_header_palette(*bitmap, depth, palette);
+  process::RowFetch rows(*bitmap, depth, T_ORDER_RGB, depth == 4 ? palette : nullptr);
+  TRY(rows.start());
+  io::OutputFile file;
+  if (request.append) {
+    TRY(file.open_existing(name));
+    TRY(dcx::begin_page(file));
+  } else {
+    TRY(file.create(name));
+  }
+  const auto line = static_cast<uint32_t>(line_bytes);
+  TRY(write_header(file, *bitmap, depth, line, palette));
+  TRY(write_rows(file, *bitmap, depth == 24, line, rows));
+  if (depth == 8) TRY(write_trailer(file, *bitmap));
+  return file.finish();
+}
+
+}  // namespace tavo::pcx

@@ -1,0 +1,19 @@
+// Between pixels and the planes that PCX files keep them in.
+#pragma once
+
+#include <cstdint>
+
+namespace tavo::pcx {
+
+// What the loops may read behind each plane and read or write behind the pixels.
+inline constexpr uint32_t kPlaneSlack = 48;
+
+// Four planes of one bit, `stride` bytes apart, to pixels of 4 bits, the first plane's in bit 0.
+// Takes and gives whole groups of 8 pixels.
+void combine_bits(const uint8_t* planes, uint32_t stride, uint32_t width, uint8_t* pixels);
+
+// Three planes of bytes to pixels of three bytes, and back.
+void interleave_bytes(const uint8_t* planes, uint32_t stride, uint32_t width, uint8_t* pixels);
+void split_bytes(const uint8_t* pixels, uint32_t width, uint8_t* planes, uint32_t stride);
+
+}  // namespace tavo::pcx

@@ -1,0 +1,191 @@
+#include "formats/pcx_runs.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace tavo::pcx {
+
+namespace {
+
+constexpr uint8_t kRun = 0xC0;
+constexpr uint8_t kMaxRun = 63;
+constexpr size_t kStep = 16;
+constexpr size_t kBlock = 2 * kStep;
+
+// Bytes that one block reads: a run's head may be its last byte.
+constexpr size_t kWindow = kBlock + kStep;
+
+inline __m128i load(const uint8_t* from) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+}
+
+inline void store(uint8_t* to, __m128i value) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), value);
+}
+
+inline void copy_block(uint8_t* to, const uint8_t* from) {
+  store(to, load(from));
+  store(to + kStep, load(from + kStep));
+}
+
+inline uint32_t masks(__m128i low, __m128i high) {
+  return static_cast<uint32_t>(_mm_movemask_epi8(low)) |
+         static_cast<uint32_t>(_mm_movemask_epi8(high)) << kStep;
+}
+
+// A bit for each of 32 bytes: whether it is 0xC0 or more. A doubled byte has bit 6 on top.
+inline uint32_t run_mask(const uint8_t* from) {
+  const __m128i low = load(from);
+  const __m128i high = load(from + kStep);
+  return masks(_mm_and_si128(low, _mm_add_epi8(low, low)),
+               _mm_and_si128(high, _mm_add_epi8(high, high)));
+}
+
+// A bit for each of 32 bytes: whether the next one is the same.
+inline uint32_t repeat_mask(const uint8_t* from) {
+  return masks(_mm_cmpeq_epi8(load(from), load(from + 1)),
+               _mm_cmpeq_epi8(load(from + kStep), load(from + kStep + 1)));
+}
+
+// May write up to kStep bytes too many.
+inline void fill(uint8_t* to, uint8_t value, size_t count) {
+  const __m128i all = _mm_set1_epi8(static_cast<char>(value));
+  store(to, all);
+  for (size_t done = kStep; done < count; done += kStep) store(to + done, all);
+}
+
+}  // namespace
+
+// Blocks of 32 bytes as long as they are at hand: the bytes between the runs are copied whole.
+uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
+  const uint8_t* const window = bytes_.window().data();
+  const uint8_t* const last = window + bytes_.window().size() - kWindow;
+  const uint8_t* in = window;
+  while (out != end && in <= last) {
+    uint32_t heads = run_mask(in);
+    size_t at = 0;
+    while (at < kBlock) {
+      const size_t stop = heads != 0 ? static_cast<size_t>(std::countr_zero(heads)) : kBlock;
+      const size_t plain = std::min(stop - at, static_cast<size_t>(end - out));
+      copy_block(out, in + at);
+      out += plain;
+      at += plain;
+      if (out == end || at == kBlock) break;
+      const size_t count = in[at] & kMaxRun;
+      const size_t part = std::min(count, static_cast<size_t>(end - out));
+      value_ = in[at + 1];
+      fill(out, value_, part);
+      out += part;
+      left_ = count - part;
+      heads &= ~(uint32_t{3} << at);  // the value is no head
+      at += 2;
+      if (out == end) break;
+    }
+    in += at;
+  }
+  bytes_.consume(static_cast<size_t>(in - window));
+  return out;
+}
+
+uint8_t* RunDecoder::put_run(uint8_t* out, uint8_t* end) {
+  const size_t part = std::min(left_, static_cast<size_t>(end - out));
+  std::memset(out, value_, part);
+  left_ -= part;
+  return out + part;
+}
+
+// Reads a run, or a byte as a run of one. False at the end of the data.
+bool RunDecoder::start_run() {
+  int byte = bytes_.get();
+  left_ = 1;
+  if (byte >= kRun) {
+    left_ = static_cast<size_t>(byte & kMaxRun);
+    byte = bytes_.get();
+  }
+  value_ = static_cast<uint8_t>(byte);
+  return byte >= 0;
+}
+
+Status RunDecoder::decode_line(std::span<uint8_t> line) {
+  uint8_t* out = line.data();
+  uint8_t* const end = out + line.size();
+  while (true) {
+    out = put_run(out, end);
+    if (out == end) return kOk;
+    if (bytes_.window().size() < kWindow) TRY(bytes_.refill());
+    if (bytes_.window().size() >= kWindow) {
+      out = decode_fast(out, end);
+    } else if (!start_run()) {
+      left_ = 0;
+      std::fill(out, end, uint8_t{0});
+      return bytes_.failure();
+    }
+  }
+}
+
+namespace {
+
+inline uint8_t* put_one_run(uint8_t* out, uint8_t value, size_t count) {
+  out[0] = static_cast<uint8_t>(kRun | count);
+  out[1] = value;
+  return out + 2;
+}
+
+uint8_t* put_long_run(uint8_t* out, uint8_t value, size_t count) {
+  for (; count > kMaxRun; count -= kMaxRun) out = put_one_run(out, value, kMaxRun);
+  if (count > 1 || value >= kRun) return put_one_run(out, value, count);
+  *out = value;
+  return out + 1;
+}
+
+// How many bytes from `from` on are the same; another one follows the line.
+inline size_t run_length(const uint8_t* from) {
+  const uint8_t* at = from;
+  while (true) {
+    const uint32_t repeats = repeat_mask(at);
+    if (repeats != UINT32_MAX) {
+      return static_cast<size_t>(at - from) + static_cast<size_t>(std::countr_one(repeats)) + 1;
+    }
+    at += kBlock;
+  }
+}
+
+}  // namespace
+
+size_t encode_line(std::span<uint8_t> line, uint8_t* const out) {
+  line.data()[line.size()] = static_cast<uint8_t>(~line.back());  // no run passes the end
+  uint8_t* to = out;
+  const uint8_t* from = line.data();
+  const uint8_t* const end = from + line.size();
+  while (from < end) {
+    const size_t block = std::min(kBlock, static_cast<size_t>(end - from));
+    const uint32_t repeats = repeat_mask(from);
+    uint32_t coded = repeats | run_mask(from);
+    size_t at = 0;
+    while (at < block) {
+      const size_t stop =
+          std::min(coded != 0 ? static_cast<size_t>(std::countr_zero(coded)) : kBlock, block);
+      copy_block(to, from + at);
+      to += stop - at;
+      at = stop;
+      if (at == block) break;
+      const size_t count = static_cast<size_t>(std::countr_one(repeats >> at)) + 1;
+      if (at + count > kBlock) {  // up to the end of the block, perhaps beyond
+        const size_t whole = run_length(from + at);
+        to = put_long_run(to, from[at], whole);
+        at += whole;
+        break;
+      }
+      to = put_one_run(to, from[at], count);
+      at += count;
+      coded = at < kBlock ? coded & UINT32_MAX << at : 0;
+    }
+    from += at;
+  }
+  return static_cast<size_t>(to - out);
+}
+
+}  // namespace tavo::pcx
