@@ -1,6 +1,6 @@
-// TGA and Sun raster beside FFmpeg, SDL_image and Pillow: a photograph-like picture of 4096 x 3072
-// pixels in 24 bits and the same in 256 noisy colours, text of 2048 x 2048 in 8 bits. Memory to
-// memory; run-length files are FFmpeg's. The library loads whole pictures with identification,
+// TGA, Sun raster and PCX beside FFmpeg, SDL_image and Pillow: a photograph-like picture of 4096 x
+// 3072 pixels in 24 bits and the same in 256 noisy colours, text of 2048 x 2048 in 8 bits. Memory
+// to memory; run-length files are FFmpeg's. The library loads whole pictures with identification,
 // allocation and rows into the bitmap, and saves in direct mode.
 #include "raster_peers.h"
 
@@ -25,6 +25,12 @@ void add(const std::string& name, const Picture& picture, Run run) {
 }
 
 #ifdef PEER_FFMPEG
+// FFmpeg's PCX files are red first in memory, too.
+AVPixelFormat layout_of(AVCodecID id, const Picture& picture) {
+  if (picture.bits == 8) return AV_PIX_FMT_PAL8;
+  return id == AV_CODEC_ID_PCX ? AV_PIX_FMT_RGB24 : AV_PIX_FMT_BGR24;
+}
+
 void add_loads(const std::string& name, AVCodecID id, const char* type, const Picture& picture,
                Bytes file) {
   auto* kept = new Bytes(std::move(file));  // as long as the program runs
@@ -38,7 +44,9 @@ void add_loads(const std::string& name, AVCodecID id, const char* type, const Pi
   }
 #endif
   const int64_t bytes = static_cast<int64_t>(picture.rows.size());
-  const std::string suffix = id == AV_CODEC_ID_TARGA ? ".tga" : ".ras";
+  const char* const suffix = id == AV_CODEC_ID_TARGA ? ".tga"
+                             : id == AV_CODEC_ID_PCX ? ".pcx"
+                                                     : ".ras";
   benchmark::RegisterBenchmark((name + "/Pillow").c_str(),
                                [=](benchmark::State& state) {
                                  pillow_decode(state, suffix, *kept);
@@ -55,7 +63,7 @@ void add_save(const std::string& name, AVCodecID id, int32_t format, const Pictu
   add(name + "/tavo", picture, [=](benchmark::State& state) {
     for (auto _ : state) save_direct(*bitmap, format);
   });
-  const AVPixelFormat layout = picture.bits == 8 ? AV_PIX_FMT_PAL8 : AV_PIX_FMT_BGR24;
+  const AVPixelFormat layout = layout_of(id, picture);
   add(name + "/FFmpeg", picture, [=, &picture](benchmark::State& state) {
     ffmpeg_encode(&state, id, layout, picture.width, picture.height, picture.rows, false);
   });
@@ -69,14 +77,16 @@ void add_format(const std::string& name, AVCodecID id, int32_t format, const cha
   } inputs[] = {{"photo24", photo}, {"noisy8", noisy}, {"text8", text}};
   for (const auto& input : inputs) {
     const Picture& p = input.picture;
-    const AVPixelFormat layout = p.bits == 8 ? AV_PIX_FMT_PAL8 : AV_PIX_FMT_BGR24;
+    const AVPixelFormat layout = layout_of(id, p);
     BitmapHandle bitmap = {};
     make_bitmap(bitmap, p.width, p.height, p.bits, p.rows);
-    add_loads("load/" + name + "/raw/" + input.name, id, type, p, saved_file(bitmap, format));
+    const Bytes file = saved_file(bitmap, format);
     T_FreeBitmap(&bitmap);
+    const char* const saves = format == T_FORMAT_PCX ? "/runs/" : "/raw/";
+    if (format != T_FORMAT_PCX) add_loads("load/" + name + saves + input.name, id, type, p, file);
     add_loads("load/" + name + "/runs/" + input.name, id, type, p,
               ffmpeg_encode(nullptr, id, layout, p.width, p.height, p.rows, true));
-    add_save("save/" + name + "/raw/" + input.name, id, format, p);
+    add_save("save/" + name + saves + input.name, id, format, p);
   }
 }
 #endif
@@ -92,6 +102,7 @@ int main(int argc, char** argv) {
 #ifdef PEER_FFMPEG
   add_format("tga", AV_CODEC_ID_TARGA, T_FORMAT_TGA, "TGA", photo, noisy, text);
   add_format("sun", AV_CODEC_ID_SUNRAST, T_FORMAT_RAS, "", photo, noisy, text);
+  add_format("pcx", AV_CODEC_ID_PCX, T_FORMAT_PCX, "", photo, noisy, text);
 #endif
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

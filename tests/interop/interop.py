@@ -131,8 +131,10 @@ def has_pillow():
 
 def readers(extension):
     """Named functions from a file to PNM; only of programs that are installed."""
-    netpbm = {'gif': 'giftopnm', 'tga': 'tgatoppm', 'ras': 'rasttopnm'}[extension]
-    imagemagick = {'gif': 'gif', 'tga': 'tga', 'ras': 'sun'}[extension]
+    netpbm = {'gif': 'giftopnm', 'tga': 'tgatoppm', 'ras': 'rasttopnm',
+              'pcx': 'pcxtoppm'}[extension]
+    imagemagick = {'gif': 'gif', 'tga': 'tga', 'ras': 'sun',
+                   'pcx': 'pcx'}[extension]
     found = {}
     if installed(netpbm):
         found[netpbm] = lambda path: run(netpbm, path)
@@ -175,6 +177,10 @@ def writers(extension, kind, pnm, path):
                 add('pamtotga ' + ' '.join(options), run('pamtotga', *options, path))
         if kind == 'gray':
             add('pamtotga -mono', run('pamtotga', '-mono', path))
+    if extension == 'pcx' and installed('ppmtopcx') and kind != 'bits':
+        for options in (['-24bit'], ['-8bit'], [], ['-packed']):
+            if kind == 'few' or (kind == 'gray' and options == ['-8bit']) or options == ['-24bit']:
+                add('ppmtopcx ' + ' '.join(options), run('ppmtopcx', *options, path))
     # pnmtorast loses the last bits of rows that do not end with a byte.
     if extension == 'ras' and kind != 'bits' and installed('pnmtorast'):
         add('pnmtorast -standard', run('pnmtorast', '-standard', path))
@@ -188,7 +194,7 @@ def writers(extension, kind, pnm, path):
     return made
 
 
-DEPTHS = {'gif': [8], 'tga': [8, 24, 32], 'ras': [1, 8, 24, 32]}
+DEPTHS = {'gif': [8], 'tga': [8, 24, 32], 'ras': [1, 8, 24, 32], 'pcx': [1, 4, 8, 24]}
 OWN_DEPTH = {'photo': 24, 'few': 24, 'gray': 8, 'bits': 1}
 
 # What other programs cannot do: Pillow knows no 32-bit Sun files.
@@ -245,6 +251,10 @@ def run_to(path, *command):
 # of TGA is ignored.
 EXCEPTIONS = {'gif/metaex-ce774930ac70449f38a18789c70095b8.gif', 'gif/pillow-no_palette.gif',
               'tga/imgrs-bottom_right.tga',
+              # Any two colours in the header are those of the picture; data are always coded;
+              # version 4 is unknown.
+              'pcx/commons-1plane1bppCompressed.pcx', 'pcx/tm-CGA_BW.PCX',
+              'pcx/commons-3plane8bppUncompressed.pcx', 'pcx/kimg-ICONDOC.pcx',
               'tga/serenity-square-bottom-right.tga'}
 
 
@@ -274,7 +284,7 @@ def main():
     tavo = os.path.abspath(sys.argv[1])
     with tempfile.TemporaryDirectory() as temporary:
         folder = pathlib.Path(temporary)
-        for extension in sys.argv[2:] or ['gif', 'tga', 'ras']:
+        for extension in sys.argv[2:] or ['gif', 'tga', 'ras', 'pcx']:
             exchange(extension)
             samples(extension)
     print(f'{passed} passed, {failed} failed')
