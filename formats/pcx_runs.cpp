@@ -44,6 +44,17 @@ inline uint32_t run_mask(const uint8_t* from) {
                _mm_and_si128(high, _mm_add_epi8(high, high)));
 }
 
+// Of the bytes that look like heads of runs those that are: in a row of them every second one is a
+// value. Adding its first bit to a row carries through it, which tells rows that start at even
+// places from the others.
+inline uint32_t head_mask(const uint8_t* from) {
+  constexpr uint32_t kEven = 0x55555555;
+  const uint32_t all = run_mask(from);
+  const uint32_t even_starts = all & ~(all << 1) & kEven;
+  const uint32_t even_rows = all & ~(all + even_starts);
+  return (even_rows & kEven) | (all & ~even_rows & ~kEven);
+}
+
 // A bit for each of 32 bytes: whether the next one is the same.
 inline uint32_t repeat_mask(const uint8_t* from) {
   return masks(_mm_cmpeq_epi8(load(from), load(from + 1)),
@@ -65,7 +76,7 @@ uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
   const uint8_t* const last = window + bytes_.window().size() - kWindow;
   const uint8_t* in = window;
   while (out != end && in <= last) {
-    uint32_t heads = run_mask(in);
+    uint32_t heads = head_mask(in);
     size_t at = 0;
     while (at < kBlock) {
       const size_t stop = heads != 0 ? static_cast<size_t>(std::countr_zero(heads)) : kBlock;
@@ -80,7 +91,7 @@ uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
       fill(out, value_, part);
       out += part;
       left_ = count - part;
-      heads &= ~(uint32_t{3} << at);  // the value is no head
+      heads &= heads - 1;
       at += 2;
       if (out == end) break;
     }
@@ -163,25 +174,27 @@ size_t encode_line(std::span<uint8_t> line, uint8_t* const out) {
   while (from < end) {
     const size_t block = std::min(kBlock, static_cast<size_t>(end - from));
     const uint32_t repeats = repeat_mask(from);
-    uint32_t coded = repeats | run_mask(from);
+    uint32_t starts = (repeats | run_mask(from)) & ~(repeats << 1);
+    if (block < kBlock) starts &= (uint32_t{1} << block) - 1;
     size_t at = 0;
-    while (at < block) {
-      const size_t stop =
-          std::min(coded != 0 ? static_cast<size_t>(std::countr_zero(coded)) : kBlock, block);
+    for (; starts != 0; starts &= starts - 1) {
+      const auto stop = static_cast<size_t>(std::countr_zero(starts));
       copy_block(to, from + at);
       to += stop - at;
-      at = stop;
-      if (at == block) break;
-      const size_t count = static_cast<size_t>(std::countr_one(repeats >> at)) + 1;
-      if (at + count > kBlock) {  // up to the end of the block, perhaps beyond
-        const size_t whole = run_length(from + at);
-        to = put_long_run(to, from[at], whole);
-        at += whole;
+      const size_t count = static_cast<size_t>(std::countr_one(repeats >> stop)) + 1;
+      if (stop + count > kBlock) {  // up to the end of the block, perhaps beyond
+        const size_t whole = run_length(from + stop);
+        to = put_long_run(to, from[stop], whole);
+        at = stop + whole;
         break;
       }
-      to = put_one_run(to, from[at], count);
-      at += count;
-      coded = at < kBlock ? coded & UINT32_MAX << at : 0;
+      to = put_one_run(to, from[stop], count);
+      at = stop + count;
+    }
+    if (at < block) {
+      copy_block(to, from + at);
+      to += block - at;
+      at = block;
     }
     from += at;
   }
