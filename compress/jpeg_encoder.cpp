@@ -91,11 +91,11 @@ Status Encoder::encode_mcu_row(const uint8_t* rows, size_t stride, uint32_t coun
   return kOk;
 }
 
-// Pixels x to x + pixels of a row. The last tile is copied, so that its last pixel can be
-// repeated and kernels may read on a little.
+// Pixels x to x + pixels of a row. Where kernels might read past the row's end, which can be the
+// end of the caller's memory, they get a copy, in which the last pixel is repeated.
 const uint8_t* Encoder::padded_row(const uint8_t* row, size_t x, size_t pixels) {
   const size_t bytes = pixel_bytes();
-  if (x + pixels < setup_.width) return row + x * bytes;
+  if ((setup_.width - x - pixels) * bytes >= kOverread) return row + x * bytes;
   uint8_t* edge = work_->edge.data();
   std::memcpy(edge, row + x * bytes, pixels * bytes);
   for (size_t i = pixels * bytes; i < round_up(pixels, kPixelStep) * bytes; ++i) {
