@@ -190,6 +190,84 @@ class Conversions(CliTest):
         self.assertEqual(parse_bmp((folder / "out.bmp").read_bytes())[0], 8)
 
 
+# Tables K.1 and K.2 of ISO/IEC 10918-1.
+LUMINANCE = [16, 11, 10, 16, 24, 40, 51, 61, 12, 12, 14, 19, 26, 58, 60, 55,
+             14, 13, 16, 24, 40, 57, 69, 56, 14, 17, 22, 29, 51, 87, 80, 62,
+             18, 22, 37, 56, 68, 109, 103, 77, 24, 35, 55, 64, 81, 104, 113, 92,
+             49, 64, 78, 87, 103, 121, 120, 101, 72, 92, 95, 98, 112, 100, 103, 99]
+CHROMINANCE = [17, 18, 24, 47, 18, 21, 26, 66, 24, 26, 56, 99, 47, 66, 99, 99]
+CHROMINANCE = [CHROMINANCE[4 * (i // 8) + i % 8] if i % 8 < 4 and i // 8 < 4 else 99
+               for i in range(64)]
+
+
+def jpeg_segments(data):
+    """Marker segments up to the scan, by marker; the data behind the length."""
+    at, found = data.index(b"\xff\xd8\xff\xe0") + 2, {}
+    while data[at + 1] != 0xDA:
+        size = int.from_bytes(data[at + 2:at + 4], "big")
+        found.setdefault(data[at + 1], data[at + 4:at + 2 + size])
+        at += 2 + size
+    return found
+
+
+class Compression(CliTest):
+    def convert(self, *options, bits=24, output="out.jpg"):
+        self.succeeds("convert", self.make(bits), output, *options)
+        return Path(output).read_bytes()
+
+    def test_quality_is_the_nearest_to_libjpegs(self):
+        def distance(entries, quality):
+            scale = 5000 // quality if quality < 50 else 200 - 2 * quality
+            wanted = [min(max((b * scale + 50) // 100, 1), 255) for b in LUMINANCE + CHROMINANCE]
+            return sum(abs(a - b) for a, b in zip(sorted(entries), sorted(wanted)))
+
+        def scaled(multiplier):
+            entries = [b * multiplier // 50 for b in LUMINANCE + CHROMINANCE]
+            return [2 if e < 3 else min(e, 255) for e in entries]
+
+        for quality in (1, 11, 25, 49, 50, 75, 90, 100):
+            tables = jpeg_segments(self.convert("-q", quality))[0xDB]
+            entries = [tables[i] for i in range(len(tables)) if i % 65] * (130 // len(tables))
+            best = min(distance(scaled(m), quality) for m in range(1, 256))
+            self.assertLessEqual(distance(entries, quality), best * 1.1 + 2, quality)
+        without = jpeg_segments(self.convert())[0xDB]
+        self.assertEqual(without, jpeg_segments(self.convert("--quality", 75))[0xDB])
+        self.assertEqual(without, jpeg_segments(self.convert("--factor", 25))[0xDB])
+
+    def test_subsampling(self):
+        for options, sampling in (([], 0x21), (["--subsampling", "1x1"], 0x11),
+                                  (["--subsampling", "2x1"], 0x21),
+                                  (["--subsampling", "2x2"], 0x22)):
+            frame = jpeg_segments(self.convert(*options))[0xC0]
+            self.assertEqual((frame[5], frame[7]), (3, sampling))
+
+    def test_colours_stay_colours(self):
+        for bits in (1, 4, 8, 16, 32):
+            self.assertEqual(jpeg_segments(self.convert(bits=bits))[0xC0][5], 3, bits)
+        self.assertEqual(jpeg_segments(self.convert("--bits", 8, bits=8))[0xC0][5], 1)
+
+    def test_cmp(self):
+        data = self.convert("--quality", 75, output="out.cmp")
+        self.assertEqual(data[:6] + data[16:18], b"TAVO\0\0" + struct.pack("<H", WIDTH))
+        self.assertEqual(struct.unpack_from("<H", data, 22)[0], 25)
+        self.assertEqual(data[-12:], b"TAVO" + struct.pack("<HHI", 72, 150, 0))
+
+    def test_stamp(self):
+        data = self.convert("--stamp", "10x4")
+        self.assertEqual(data[20:32], b"\xff\xe0" + struct.pack(">H", 130) + b"JFXX\0\x13\x0a\4")
+        self.assertEqual(self.convert("--stamp", "10x4", output="out.cmp")[24:27], bytes((10, 4, 24)))
+        self.assertEqual(self.convert("--stamp", "255x250")[29], 0x11)  # too large for 24 bits
+
+    def test_options_that_mean_nothing_are_refused(self):
+        name = self.make(24)
+        for arguments in (["out.bmp", "-q", 50], ["out.cmp", "--subsampling", "1x1"],
+                          ["out.jpg", "-q", 0], ["out.jpg", "-q", 50, "--factor", 3],
+                          ["out.jpg", "--stamp", "3x9"], ["out.jpg", "--stamp", "9"]):
+            self.usage_error("convert", name, *arguments)
+        self.fails(-36, "out.jpg", "convert", name, "out.jpg", "--factor", 0)
+        self.assertEqual(os.listdir(), [name])
+
+
 class Failures(CliTest):
     def test_bad_inputs_leave_nothing_and_destroy_nothing(self):
         name = self.make(24)
