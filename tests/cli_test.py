@@ -258,6 +258,19 @@ class Compression(CliTest):
         self.assertEqual(self.convert("--stamp", "10x4", output="out.cmp")[24:27], bytes((10, 4, 24)))
         self.assertEqual(self.convert("--stamp", "255x250")[29], 0x11)  # too large for 24 bits
 
+    def test_stamp_comes_out_again(self):
+        for output in ("out.jpg", "out.cmp"):
+            self.convert("--stamp", "10x4", output=output)
+            self.succeeds("stamp", output, "stamp.bmp")
+            bits, _, rows = parse_bmp(Path("stamp.bmp").read_bytes())
+            self.assertEqual((bits, len(rows), len(rows[0])), (24, 4, 10))
+            # The pixel in the middle of each part.
+            wanted = [[color((2 * x + 1) * WIDTH // 20, (2 * y + 1) * HEIGHT // 8, 24)
+                       for x in range(10)] for y in range(4)]
+            self.assertEqual(rows, wanted)
+        self.convert(output="without.jpg")
+        self.fails(-65, "without.jpg", "stamp", "without.jpg", "stamp.bmp")
+
     def test_options_that_mean_nothing_are_refused(self):
         name = self.make(24)
         for arguments in (["out.bmp", "-q", 50], ["out.cmp", "--subsampling", "1x1"],

@@ -13,6 +13,7 @@ void describe_program(CLI::App& app, Action& action) {
   app.allow_windows_style_options(false);  // "/tmp/a.bmp" is a path everywhere
   app.formatter(std::make_shared<HelpFormatter>());
   add_info(app, action);
+  add_stamp(app, action);
   add_convert(app, action);
   add_formats(app, action);
   // Last: subcommands would inherit it.

@@ -18,5 +18,6 @@ void describe_program(CLI::App& app, Action& action);
 void add_convert(CLI::App& app, Action& action);
 void add_formats(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
+void add_stamp(CLI::App& app, Action& action);
 
 }  // namespace tavo::tools

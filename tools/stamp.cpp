@@ -1,0 +1,49 @@
+// tavo stamp: the small picture out of a JPEG or CMP file.
+#include <memory>
+#include <string>
+
+#include "compression.h"
+#include "failure.h"
+#include "format_table.h"
+#include "output_file.h"
+#include "picture.h"
+#include "program.h"
+#include "system.h"
+
+namespace tavo::tools {
+namespace {
+
+struct StampOptions {
+  std::string input;
+  std::string output;
+};
+
+int run_stamp(const StampOptions& options) {
+  const T_Format format = format_by_extension(options.output);
+  Picture stamp;
+  check(T_GetCompressFileStamp(absolute_path(options.input).c_str(), &stamp.record()),
+        options.input);
+  const BitmapHandle& record = stamp.record();
+  const int bits = is_compressed(format) ? compressed_depth(record)
+                                         : choose_depth(format, record.BitsPerPixel);
+  OutputFile output(options.output, false);
+  check(T_SaveBitmap(output.path().c_str(), &stamp.record(), format.Id, bits,
+                     is_compressed(format) ? quality_factor(format, {}) : 0),
+        options.output);
+  output.commit();
+  return kExitOk;
+}
+
+}  // namespace
+
+void add_stamp(CLI::App& app, Action& action) {
+  auto options = std::make_shared<StampOptions>();
+  CLI::App* command =
+      app.add_subcommand("stamp", "Extract the stamp, a small picture, from a JPEG or CMP file");
+  command->add_option("FILE", options->input, "JPEG or CMP file")->required();
+  command->add_option("OUT", options->output, "File to write; its extension names the format")
+      ->required();
+  command->callback([options, &action] { action = [options] { return run_stamp(*options); }; });
+}
+
+}  // namespace tavo::tools
