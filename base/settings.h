@@ -43,6 +43,8 @@ struct Settings {
   // GIF: the depth follows the table in force, the image's own before the global one.
   bool gif_image_depth = false;
   int32_t ras_variant = 0;
+  // JFIF streams give their densities the unit dots per inch.
+  bool jfif_dots_per_inch = false;
   // JPEG quantisation table in zigzag order that replaces the scaled standard ones.
   bool has_custom_quantisers = false;
   uint8_t custom_quantisers[64] = {};

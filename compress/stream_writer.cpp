@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/endian.h"
+#include "base/settings.h"
 #include "compress/cmp_layout.h"
 #include "compress/jpeg_tables.h"
 
@@ -51,7 +52,8 @@ Status write_jfif(const StreamDescription& stream, ByteSink& sink) {
   Segment segment(kApp0);
   segment.put_text("JFIF", 5);
   segment.put16(0x0100);  // version
-  segment.put(0);         // no unit: the density is the bitmap's, whatever that counts
+  // Without the setting no unit: the density is the bitmap's, whatever that counts.
+  segment.put(!stream.coding.is_cmp && settings.jfif_dots_per_inch ? 1u : 0u);
   // CMP files carry the resolution in their trailer.
   segment.put16(stream.coding.is_cmp ? 0 : static_cast<uint32_t>(stream.x_resolution));
   segment.put16(stream.coding.is_cmp ? 0 : static_cast<uint32_t>(stream.y_resolution));

@@ -1,4 +1,5 @@
 // Compression: strips, rows, bitmaps and files to CMP files and JPEG streams.
+#include "base/settings.h"
 #include "compress/bilevel.h"
 #include "compress/bitmap_compressor.h"
 #include "compress/coding.h"
@@ -110,6 +111,12 @@ int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name, int3
 int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap) {
   if (bitmap == nullptr) return T_ERR_ARGUMENT;
   return pipeline::load_picture(name, *bitmap, bilevel::read).code();
+}
+
+int32_t T_CALL T_SetJFIFUnit(int32_t unit) {
+  if (unit != 0 && unit != 1) return T_ERR_ARGUMENT;
+  settings.jfif_dots_per_inch = unit == 1;
+  return T_OK;
 }
 
 int32_t T_CALL T_LoadCustomQTable(const uint32_t* table) {

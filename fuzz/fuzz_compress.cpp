@@ -53,13 +53,15 @@ void check_ends(const Bytes& file, int32_t type) {
   const size_t end = file.size() - (type == 0 ? 12 : 0);
   require(file.size() > 100 && file[begin] == 0xFF && file[begin + 1] == 0xD8);
   require(file[end - 2] == 0xFF && file[end - 1] == 0xD9);
-  // Between them no marker but those of the header: everything behind 0xFF is stuffed.
-  const uint8_t sos[] = {0xFF, 0xDA};
-  const auto scan = std::search(file.begin() + static_cast<ptrdiff_t>(begin), file.end(),
-                                std::begin(sos), std::end(sos));
-  for (auto at = scan + 2; at < file.begin() + static_cast<ptrdiff_t>(end) - 2; ++at) {
-    require(*at != 0xFF || at[1] == 0);
+  // Segments up to the scan, then no marker: every byte 0xFF is followed by a zero.
+  size_t at = begin + 2;
+  for (bool is_scan = false; !is_scan;) {
+    require(at + 4 < end && file[at] == 0xFF);
+    is_scan = file[at + 1] == 0xDA;
+    at += 2 + (size_t{file[at + 2]} << 8 | file[at + 3]);
   }
+  require(at <= end - 2);
+  for (; at < end - 2; ++at) require(file[at] != 0xFF || file[at + 1] == 0);
 }
 
 void load_table(Input& input) {

@@ -595,9 +595,10 @@ T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
  * The quality factor is a multiplier of the quantisation tables: smaller is better.
  * JFIF  0 to 255  the factor is the internal value; 0 gives T_ERR_MULTIPLIER
  * CMP   0 to 100  internal value factor + 6; chroma 1x1 below 14, 2x2 from 55 to 100, else 2x1
- *       101 to 255  half-height coding: rows 0, 2, 4 ... only; internal value factor / 2, chroma
- * 2x1 -1 to -9  presets: internal value 5 with 1x1; 5, 15, 30 with 2x1; 45, 90 with 2x2; 55, 93, 93
- *                 half height with 2x1
+ *       101 to 255  half-height coding: rows 0, 2, 4 ... only; internal value factor / 2,
+ *                 chroma 2x1
+ *       -1 to -9  presets: internal value 5 with 1x1; 5, 15, 30 with 2x1; 45, 90 with 2x2; 55,
+ *                 93, 93 half height with 2x1
  * A quantiser is base * internal value / 50, cut to 2 ... 255, base being table K.1 or K.2 of the
  * standard. libjpeg's quality q scales the same tables by (5000 / q) percent below 50 and
  * (200 - 2 q) percent from 50 on, so half that percentage is the internal value.
@@ -610,11 +611,13 @@ T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
  *          chroma 1x1 or grey, 0x10 chroma 2x2; 7-15: 0; 16: width (2 bytes); 18: coded rows (2);
  *          20: 8 or 24; 21: 0x20 top row first, else 0; 22: internal value (2)
  * stamp    width, height, bits per pixel (8 or 24); for 8 bits 256 times red, green, blue; rows,
- * top first, unpadded, 24-bit pixels blue first trailer  0 "TAVO"; 4: XResolution (2); 6:
- * YResolution (2); 8: 0 (4) The JPEG stream: SOI, APP0 "JFIF" 1.00 (unit 0; the densities are the
- * resolutions, 0 in CMP files), with a stamp APP0 "JFXX" (extension code 0x11 for 8 bits, 0x13 for
- * 24, width, height, palette, rows as above), COM "TAVO Technologies Inc. V1.01" and a zero byte
- * (V1.00 when the bottom row comes first), DQT, DHT, SOF0, SOS, data, EOI. Equal quantisation
+ *          top first, unpadded, 24-bit pixels blue first
+ * trailer  0 "TAVO"; 4: XResolution (2 bytes); 6: YResolution (2); 8: 0 (4)
+ *
+ * The JPEG stream: SOI; APP0 "JFIF" 1.00 (unit 0, see T_SetJFIFUnit; the densities are the
+ * resolutions, 0 in CMP files); with a stamp APP0 "JFXX" (extension code 0x11 for 8 bits, 0x13 for
+ * 24, width, height, palette, rows as above); COM "TAVO Technologies Inc. V1.01" and a zero byte
+ * (V1.00 when the bottom row comes first); DQT; DHT; SOF0; SOS; data; EOI. Equal quantisation
  * tables are written once.
  *
  * Statuses of everything that compresses: T_ERR_NOT_COMPRESSIBLE (no width or height, more than
@@ -757,6 +760,11 @@ T_API int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name
 /* Initialises and allocates the bitmap and loads a file of the 1-bit compressed format. On failure
  * the bitmap is freed. Statuses of the trio's T_Load...Bitmap. */
 T_API int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap);
+
+/* The unit of the densities in JFIF streams: 0 (the default) none, 1 dots per inch, which other
+ * programs need to take them for a resolution. CMP files are not concerned. T_OK or T_ERR_ARGUMENT
+ * (another unit). */
+T_API int32_t T_CALL T_SetJFIFUnit(int32_t unit);
 
 /* Replaces the scaled quantisation tables of all later compressions: 64 entries in zigzag order,
  * of which the low bytes count, for all components; the internal value is not looked at then. Null

@@ -234,6 +234,9 @@ class Compression(CliTest):
         self.assertEqual(without, jpeg_segments(self.convert("--quality", 75))[0xDB])
         self.assertEqual(without, jpeg_segments(self.convert("--factor", 25))[0xDB])
 
+    def test_resolution_is_in_dots_per_inch(self):
+        self.assertEqual(jpeg_segments(self.convert())[0xE0][7:12], struct.pack(">BHH", 1, 72, 150))
+
     def test_subsampling(self):
         for options, sampling in (([], 0x21), (["--subsampling", "1x1"], 0x11),
                                   (["--subsampling", "2x1"], 0x21),

@@ -109,6 +109,17 @@ TEST(Compress, GrayStreamByteForByte) {
   EXPECT_EQ(Bytes(file.end() - end.size(), file.end()), end);
 }
 
+TEST(Compress, JfifUnit) {
+  Bitmap bitmap;
+  make_picture(bitmap, 8, 8, 24);
+  EXPECT_EQ(T_SetJFIFUnit(2), T_ERR_ARGUMENT);
+  EXPECT_EQ(segment(compress(bitmap.get(), 1, 9), 0xE0)[7], 0);
+  ASSERT_EQ(T_SetJFIFUnit(1), T_OK);
+  EXPECT_EQ(segment(compress(bitmap.get(), 1, 9), 0xE0)[7], 1);
+  EXPECT_EQ(segment(stream_of(compress(bitmap.get(), 0, 9)), 0xE0)[7], 0) << "CMP";
+  EXPECT_EQ(T_SetJFIFUnit(0), T_OK);
+}
+
 TEST(Compress, ColorStreamSegments) {
   Bitmap bitmap;
   make_picture(bitmap, 40, 20, 24);

@@ -41,10 +41,12 @@ class SaveSettings {
   SaveSettings(const BitmapHandle& picture, Resolution resolution) {
     T_SetTIFFXYResolution(resolution.x, resolution.y);
     T_SetScreenSize(picture.Width, picture.Height);
+    T_SetJFIFUnit(1);
   }
   ~SaveSettings() {
     T_SetTIFFXYResolution(0, 0);
     T_SetScreenSize(0, 0);
+    T_SetJFIFUnit(0);
   }
   SaveSettings(const SaveSettings&) = delete;
   SaveSettings& operator=(const SaveSettings&) = delete;
