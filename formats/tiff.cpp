@@ -6,6 +6,7 @@
 #include "core/notice.h"
 #include "formats/tiff_directory.h"
 #include "formats/tiff_image.h"
+#include "formats/tiff_jpeg.h"
 #include "formats/tiff_pixels.h"
 #include "formats/tiff_rows.h"
 #include "process/row_delivery.h"
@@ -37,6 +38,21 @@ Status read_converted(StoredRows& stored, PixelConverter& pixels, const Image& i
     const Status status = line == 0 ? stored.next() : kOk;
     if (!status.ok()) return rows.finish_early(status);
     pixels.convert(stored, line, rows.next_row().data());
+    TRY(rows.commit());
+  }
+  return rows.finish();
+}
+
+Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& rows) {
+  JpegRows stored(directory, image);
+  TRY(stored.start());
+  for (uint32_t y = 0; y < image.height; ++y) {
+    const std::span<uint8_t> row = rows.next_row();
+    const Status status = stored.next(row);
+    if (!status.ok()) return rows.finish_early(status);
+    if (image.photometric == kWhiteIsZero) {
+      for (uint8_t& byte : row) byte = static_cast<uint8_t>(~byte);
+    }
     TRY(rows.commit());
   }
   return rows.finish();
@@ -79,6 +95,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
   RowDelivery rows(image.picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());
+  if (image.is_jpeg()) return read_jpeg(directory, image, rows);
   StoredRows stored(directory, image);
   TRY(stored.start());
   PixelConverter pixels;

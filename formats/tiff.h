@@ -1,5 +1,5 @@
 // TIFF: strips and tiles, chunky and planar, several pages; none, PackBits, LZW, Deflate, the three
-// CCITT codings.
+// CCITT codings, JPEG.
 // Facts: TIFF Revision 6.0; Technical Notes 1 and 2 for 6.0; ITU-T T.4 and T.6.
 #pragma once
 

@@ -112,6 +112,10 @@ bool parse_units(const Directory& directory, Image& image) {
 
 // Whether the parts make a picture that read() can decode.
 bool fits_together(const Image& image) {
+  if (image.compression == kJpeg) {
+    const bool has_all = image.samples == image.used_samples;
+    return image.bits == 8 && !image.is_planar && has_all && image.photometric != kPalette;
+  }
   if (!is_known_coding(image.compression)) return false;
   if (image.is_fax() && (image.samples != 1 || image.used_samples != 1)) return false;
   if (image.photometric == kPalette && image.bits > 8) return false;

@@ -14,17 +14,25 @@ uint32_t divide_up(uint32_t value, uint32_t by) { return (value - 1) / by + 1; }
 
 }  // namespace
 
-StoredRows::StoredRows(const Directory& directory, const Image& image)
+BlockTable::BlockTable(const Directory& directory, const Image& image)
     : directory_(directory),
-      image_(image),
       // Some writers use the tags of strips for tiles.
-      offsets_(directory,
-               directory.has(Tag::kTileOffsets) ? Tag::kTileOffsets : Tag::kStripOffsets),
-      sizes_(directory,
-             directory.has(Tag::kTileByteCounts) ? Tag::kTileByteCounts : Tag::kStripByteCounts) {}
+      offsets_(directory, image.is_tiled && directory.has(Tag::kTileOffsets) ? Tag::kTileOffsets
+                                                                             : Tag::kStripOffsets),
+      sizes_(directory, image.is_tiled && directory.has(Tag::kTileByteCounts)
+                            ? Tag::kTileByteCounts
+                            : Tag::kStripByteCounts) {}
+
+Status BlockTable::find(uint64_t block, uint64_t& position, uint64_t& size) {
+  TRY(offsets_.get(block, position));
+  if (position >= file_bytes_) return kReadError;
+  if (!sizes_.get(block, size).ok() || size == 0) size = rest(position);
+  size = std::min(size, rest(position));
+  return kOk;
+}
 
 Status StoredRows::start() {
-  TRY(directory_.file().size(file_bytes_));
+  TRY(blocks_.start());
   const uint64_t block_row_bytes = image_.row_bytes(image_.block_width);
   const uint64_t row_bytes = image_.row_bytes(image_.width);
   if (block_row_bytes > INT32_MAX || row_bytes > INT32_MAX) return kNoMemory;
@@ -50,15 +58,13 @@ Status StoredRows::begin_block(uint32_t plane, uint64_t block, uint32_t rows) {
   const uint64_t blocks = uint64_t{image_.blocks_across} * image_.blocks_down;
   block += plane * blocks;
   uint64_t position = 0;
-  TRY(offsets_.get(block, position));
-  if (position >= file_bytes_) return kReadError;
-  const uint64_t rest = file_bytes_ - position;
   uint64_t size = 0;
-  if (!sizes_.get(block, size).ok() || size == 0) size = rest;
+  TRY(blocks_.find(block, position, size));
   // What is not coded has a size of its own, and a wrong one does no harm when there is one block.
-  const bool is_alone = blocks * image_.planes() == 1;
-  if (image_.compression == kNone && is_alone) size = uint64_t{block_row_bytes_} * rows;
-  return decoders_[plane].begin(directory_.file(), position, std::min(size, rest));
+  if (image_.compression == kNone && blocks * image_.planes() == 1) {
+    size = std::min(uint64_t{block_row_bytes_} * rows, blocks_.rest(position));
+  }
+  return decoders_[plane].begin(directory_.file(), position, size);
 }
 
 Status StoredRows::next(std::span<uint8_t> into) {

@@ -10,9 +10,30 @@
 
 namespace tavo::tiff {
 
+// Where the blocks are in the file.
+class BlockTable {
+ public:
+  BlockTable(const Directory& directory, const Image& image);
+
+  Status start() { return directory_.file().size(file_bytes_); }
+
+  // The coded bytes of a block; without a size the rest of the file. kReadError: behind its end.
+  Status find(uint64_t block, uint64_t& position, uint64_t& size);
+
+  // Bytes of the file from `position` on.
+  uint64_t rest(uint64_t position) const { return file_bytes_ - position; }
+
+ private:
+  const Directory& directory_;
+  ValueList offsets_;
+  ValueList sizes_;
+  uint32_t file_bytes_ = 0;
+};
+
 class StoredRows {
  public:
-  StoredRows(const Directory& directory, const Image& image);
+  StoredRows(const Directory& directory, const Image& image)
+      : directory_(directory), image_(image), blocks_(directory, image) {}
 
   Status start();
 
@@ -33,9 +54,7 @@ class StoredRows {
 
   const Directory& directory_;
   const Image& image_;
-  ValueList offsets_;
-  ValueList sizes_;
-  uint32_t file_bytes_ = 0;
+  BlockTable blocks_;
   std::array<BlockDecoder, kMaxUsedSamples> decoders_;
 
   size_t block_row_bytes_ = 0;  // of a block's rows, coded

@@ -374,14 +374,20 @@ struct Chain {
   int32_t pages = 0;
 };
 
-// Looks whether `name` is a TIFF file that pages can be added to.
+// Looks whether `name` is a TIFF file that pages can be added to. One that begins as such a file,
+// but cannot be read, is an error, as a new file in its place would cost its pages.
 Status find_chain(const char* name, Chain& chain, bool& is_tiff) {
   is_tiff = false;
   io::InputFile file;
   if (!file.open(name).ok()) return kOk;
+  std::array<uint8_t, 4> head = {};
+  size_t got = 0;
+  TRY(file.read_up_to(head, got));
+  const bool is_little = head[0] == 'I' && head[1] == 'I' && head[2] != 0;
+  is_tiff = is_little || (head[0] == 'M' && head[1] == 'M' && head[2] == 0);
+  if (!is_tiff) return kOk;
   Directory directory;
-  if (!directory.open(file, 1).ok()) return kOk;
-  is_tiff = true;
+  TRY(directory.open(file, 1));
   chain.order = directory.order();
   if (chain.order.is_64_bit) return kSubtype;
   chain.pages = directory.count_pages();

@@ -1013,8 +1013,8 @@ T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
  * Read        1 to 16 and 32 bits per sample (more than 8 are reduced to 8), grey, palette, RGB,
  *             CMYK and YCbCr (both become RGB), extra samples dropped; uncompressed, PackBits, LZW
  *             (old bit order, too), Deflate, the predictor of these two, CCITT runs, Group 3,
- *             Group 4. Anything else is T_ERR_SUBTYPE. T_SetPageNumber chooses the page, beyond
- *             the last one the last.
+ *             Group 4, JPEG (not its older form). Anything else is T_ERR_SUBTYPE. T_SetPageNumber
+ *             chooses the page, beyond the last one the last.
  * Delivered   1 bit as stored, with white or black first in the palette; 2 and 4 bits as 4, other
  *             single samples as 8 bits, 24 bits (T_ORDER_RGB) for colours. Grey pictures have an
  *             even ramp from black to white. Rows come as stored: ViewPerspective is 2 for

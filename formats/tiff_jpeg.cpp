@@ -1,0 +1,106 @@
+#include "formats/tiff_jpeg.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tavo::tiff {
+
+namespace {
+
+constexpr uint32_t kInputBytes = 32768;
+constexpr uint32_t kInputStep = 1024;
+
+// What the components are: the file says so, whatever markers the stream has. CMYK samples count
+// ink (TIFF 6.0, section 16).
+jpeg::ColorSpace color_of(const Image& image) {
+  switch (image.photometric) {
+    case kRgb:
+      return jpeg::ColorSpace::kRgb;
+    case kSeparated:
+      return jpeg::ColorSpace::kCmyk;
+    case kYCbCr:
+      return jpeg::ColorSpace::kYcc;
+    default:
+      return jpeg::ColorSpace::kGray;
+  }
+}
+
+}  // namespace
+
+Status JpegRows::start() {
+  TRY(blocks_.start());
+  TRY(bytes_.start(kInputBytes, kInputStep, kInputStep));
+  pixel_bytes_ = image_.used_samples == 1 ? 1 : 3;
+  if (image_.is_tiled) {
+    const uint32_t rows = std::min(image_.block_height, image_.height);
+    TRY(band_.allocate(uint64_t{image_.width} * pixel_bytes_ * rows));
+  }
+  return read_tables();
+}
+
+// Tables that all streams share.
+Status JpegRows::read_tables() {
+  const Field& tables = directory_.field(Tag::kJpegTables);
+  if (image_.compression != kJpeg || tables.count == 0) return kOk;
+  part_.set(directory_.file(), tables.position, tables.count, false);
+  bytes_.reset();
+  return decoder_.feed_tables(bytes_);
+}
+
+Status JpegRows::begin_block(uint64_t block) {
+  uint64_t position = 0;
+  uint64_t size = 0;
+  TRY(blocks_.find(block, position, size));
+  part_.set(directory_.file(), position, size, false);
+  bytes_.reset();
+  jpeg::ReadOptions options;
+  options.color = color_of(image_);
+  TRY(decoder_.read_header(bytes_, options));
+  line_bytes_ = size_t{decoder_.frame().width} * pixel_bytes_;
+  if (line_.size() < line_bytes_) TRY(line_.allocate(line_bytes_));
+  return decoder_.start(pixel_bytes_ == 1 ? jpeg::PixelLayout::kGray8 : jpeg::PixelLayout::kRgb24);
+}
+
+Status JpegRows::read_row() {
+  uint32_t got = 0;
+  TRY(decoder_.next_rows(line_.bytes().first(line_bytes_), line_bytes_, 1, got));
+  if (got == 1) return kOk;
+  return decoder_.outcome().ok() ? kBadData : decoder_.outcome();
+}
+
+Status JpegRows::read_tile_row(uint32_t rows) {
+  const size_t row_bytes = size_t{image_.width} * pixel_bytes_;
+  const size_t tile_bytes = size_t{image_.block_width} * pixel_bytes_;
+  for (uint32_t across = 0; across < image_.blocks_across; ++across) {
+    TRY(begin_block(uint64_t{block_row_} * image_.blocks_across + across));
+    const size_t from = across * tile_bytes;
+    const size_t part = std::min({tile_bytes, row_bytes - from, line_bytes_});
+    for (uint32_t y = 0; y < rows; ++y) {
+      TRY(read_row());
+      std::memcpy(band_.data() + y * row_bytes + from, line_.data(), part);
+    }
+  }
+  return kOk;
+}
+
+Status JpegRows::next(std::span<uint8_t> into) {
+  if (rows_left_ == 0) {
+    rows_left_ = std::min(image_.block_height, image_.height - block_row_ * image_.block_height);
+    rows_taken_ = 0;
+    TRY(image_.is_tiled ? read_tile_row(rows_left_) : begin_block(block_row_));
+    ++block_row_;
+  }
+  const size_t row_bytes = size_t{image_.width} * pixel_bytes_;
+  --rows_left_;
+  if (image_.is_tiled) {
+    std::memcpy(into.data(), band_.data() + rows_taken_++ * row_bytes, row_bytes);
+    return kOk;
+  }
+  TRY(read_row());
+  const size_t part = std::min(row_bytes, line_bytes_);
+  std::memcpy(into.data(), line_.data(), part);
+  std::memset(into.data() + part, 0, row_bytes - part);
+  return kOk;
+}
+
+}  // namespace tavo::tiff

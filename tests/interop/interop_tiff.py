@@ -1,0 +1,157 @@
+"""Exchanges TIFF and CALS pictures with other programs, through the command line.
+
+usage: interop_tiff.py TAVO
+
+Every variant that tavo writes is read by libtiff's tools, ImageMagick and netpbm, and must pass
+tiffinfo and tiffdump without a warning; every coding that tiffcp, ImageMagick, Ghostscript, netpbm
+and fax2tiff write is read by tavo. The last line is "N passed, N failed".
+"""
+
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+import interop
+from interop import CONVERT, OWN_DEPTH, check, has_pillow, installed, pillow, rgb, run, seen_by_tavo
+
+# Save variants by format identifier, with the depths that their codings have.
+VARIANTS = {3: (1, 4, 8, 24), 17: (1, 4, 8, 24), 29: (1, 4, 8, 24), 25: (1,), 27: (1,), 28: (1,)}
+BILEVEL = ['none', 'packbits', 'lzw', 'zip', 'g3:1d', 'g3:2d', 'g3:1d:fill', 'g3:2d:fill', 'g4']
+OTHERS = ['none', 'packbits', 'lzw', 'lzw:2', 'zip', 'zip:2']
+
+
+def complaints(path):
+    """What tiffinfo and tiffdump have to say against a file."""
+    said = b''
+    for command in (['tiffinfo', '-D', path], ['tiffdump', path]):
+        if installed(command[0]):
+            done = subprocess.run([str(c) for c in command], capture_output=True, timeout=60)
+            said += done.stderr
+    return said
+
+
+def readers():
+    found = {}
+    if installed('tifftopnm'):
+        found['tifftopnm'] = lambda path: run('tifftopnm', path)
+    if installed(CONVERT):
+        found['ImageMagick'] = lambda path: run(CONVERT, f'tiff:{path}[0]', '-depth', '8', 'ppm:-')
+    if has_pillow():
+        found['Pillow'] = pillow
+    return found
+
+
+def ours(folder, kind, source, want):
+    for variant, depths in VARIANTS.items():
+        for depth in depths:
+            if depth < OWN_DEPTH[kind]:
+                continue
+            out = folder / f'{kind}-{variant}-{depth}.tif'
+            if run(interop.tavo, 'convert', source, out, '--format', str(variant), '--bits',
+                   str(depth)) is None:
+                check(f'tavo writes {kind} as {variant} with {depth} bits', None, want)
+                continue
+            check(f'{out.name} without a warning', complaints(out), b'')
+            for name, read in readers().items():
+                check(f'{out.name} by {name}', rgb(read(out)), want)
+            if installed('tiffcp'):
+                for coding in BILEVEL if depth == 1 else OTHERS:
+                    if coding.endswith(':2') and depth == 4:
+                        continue  # libtiff knows no predictor for these
+                    again = folder / 'again.tif'
+                    run('tiffcp', '-c', coding, out, again)
+                    check(f'{out.name} by tiffcp -c {coding}', seen_by_tavo(again), want)
+
+
+def theirs(folder, kind, path, want):
+    plain = folder / f'{kind}-plain.tif'
+    if not installed('pamtotiff') or interop.run_to(plain, 'pamtotiff', '-truecolor', path) and \
+            interop.run_to(plain, 'pamtotiff', path):
+        return
+    layouts = [[], ['-B'], ['-r', '3'], ['-t', '-w', '16', '-l', '16'], ['-f', 'lsb2msb']]
+    if kind in ('photo', 'few'):
+        layouts.append(['-p', 'separate'])
+    for coding in BILEVEL if kind == 'bits' else OTHERS:
+        for layout in layouts:
+            if coding.startswith('g3') and '-t' in layout:
+                continue  # libtiff itself cannot read these
+            out = folder / 'theirs.tif'
+            if run('tiffcp', '-c', coding, *layout, plain, out) is not None:
+                check(f'{kind} by tiffcp -c {coding} {" ".join(layout)}', seen_by_tavo(out), want)
+
+
+def fax(folder, path, want):
+    """Pages of fax programs, and CALS."""
+    made = {}
+    if installed('pbmtog3') and installed('fax2tiff'):
+        raw = folder / 'fax.g3'
+        raw.write_bytes(run('pbmtog3', '-nofixedwidth', path))
+        for option in ('-7', '-8'):  # output as Group 3, as Group 4
+            if run('fax2tiff', '-M', '-X', str(want[0]), option, '-o', folder / f'f{option}.tif',
+                   raw) is not None:
+                made[f'fax2tiff {option}'] = folder / f'f{option}.tif'
+    for name, file in made.items():
+        got = seen_by_tavo(file)
+        # fax2tiff may add a row for the return-to-control code.
+        size = len(want[2])
+        check(name, got and (got[0], want[1], got[2][:size]), want)
+    if installed(CONVERT):
+        for kind in ('Group4', 'Fax'):
+            out = folder / 'im.tif'
+            if run(CONVERT, path, '-compress', kind, out) is not None:
+                check(f'ImageMagick {kind}', seen_by_tavo(out), want)
+        out = folder / 'im.cal'
+        if run(CONVERT, path, f'cals:{out}') is not None:
+            check('CALS by ImageMagick', seen_by_tavo(out), want)
+
+
+def ghostscript(folder):
+    if not installed('gs') or not has_pillow():
+        return
+    page = ('/Times-Roman findfont 20 scalefont setfont 20 20 moveto (Fax) show '
+            '10 10 100 3 rectfill showpage')
+    for device in ('tiffg3', 'tiffg32d', 'tiffg4', 'tifflzw', 'tiffpack', 'tiffgray', 'tiff24nc'):
+        out = folder / f'{device}.tif'
+        if run('gs', '-q', '-dSAFER', '-dBATCH', '-dNOPAUSE', f'-sDEVICE={device}', '-g203x131',
+               '-r100', f'-sOutputFile={out}', '-c', page) is not None:
+            check(f'Ghostscript {device}', seen_by_tavo(out), rgb(pillow(out)))
+
+
+def cals(folder, source, want):
+    """ImageMagick reads only headers padded with blanks, so the Group 4 data behind ours, which
+    fax2tiff takes as they are, have to do."""
+    out, tiff = folder / 'ours.cal', folder / 'body.tif'
+    if run(interop.tavo, 'convert', source, out, '--bits', '1') is None:
+        check('tavo writes CALS', None, want)
+    elif installed('fax2tiff') and has_pillow():
+        body = interop.write('body.g4', out.read_bytes()[2048:])
+        run('fax2tiff', '-4', '-M', '-X', str(want[0]), '-8', '-o', tiff, body)
+        got = rgb(pillow(tiff))
+        check('CALS by fax2tiff', got and (got[0], want[1], got[2][:len(want[2])]), want)
+
+
+def main():
+    interop.tavo = os.path.abspath(sys.argv[1])
+    with tempfile.TemporaryDirectory() as temporary:
+        folder = interop.folder = pathlib.Path(temporary)
+        for kind, pnm in interop.pictures().items():
+            path = interop.write(f'{kind}.pnm', pnm)
+            want = rgb(pnm)
+            theirs(folder, kind, path, want)
+            if kind == 'bits':
+                fax(folder, path, want)
+            source = folder / f'{kind}.bmp'
+            if installed('ppmtobmp') and not interop.run_to(source, 'ppmtobmp',
+                                                            f'-bpp={OWN_DEPTH[kind]}', path):
+                ours(folder, kind, source, want)
+                if kind == 'bits':
+                    cals(folder, source, want)
+        ghostscript(folder)
+    print(f'{interop.passed} passed, {interop.failed} failed')
+    return 1 if interop.failed or not interop.passed else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())

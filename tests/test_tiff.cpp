@@ -1,0 +1,252 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "format_cases.h"
+
+namespace tavo::test {
+namespace {
+
+int32_t load(const Bytes& file, Bitmap& bitmap) {
+  return T_LoadBitmapMemory(file.data(), bitmap.get(), 0, -1, static_cast<uint32_t>(file.size()));
+}
+
+// Replaces a tag of `tags`, or puts it where it belongs.
+std::vector<TiffTag> with(std::vector<TiffTag> tags, const TiffTag& tag) {
+  std::erase_if(tags, [&tag](const TiffTag& t) { return t.tag == tag.tag; });
+  const auto at = std::ranges::find_if(tags, [&tag](const TiffTag& t) { return t.tag > tag.tag; });
+  tags.insert(at, tag);
+  return tags;
+}
+
+std::vector<TiffTag> without(std::vector<TiffTag> tags, uint32_t number) {
+  std::erase_if(tags, [number](const TiffTag& t) { return t.tag == number; });
+  return tags;
+}
+
+TEST(Tiff, SamplesBecomeThePixelsThatTheyMean) {
+  const auto tags = [](uint32_t bits, uint32_t samples, uint32_t photometric, size_t bytes) {
+    return tiff_tags(2, 1, bits, samples, 1, photometric, static_cast<uint32_t>(bytes));
+  };
+  std::vector<uint32_t> map(3 * 4, 0);
+  for (uint32_t i = 0; i < 4; ++i) map[i] = i * 0x1100;  // reds
+  const struct {
+    const char* what;
+    std::vector<TiffTag> tags;
+    Bytes data;
+    int32_t bits;
+    Bytes rgb;
+    bool is_big_endian = false;
+  } cases[] = {
+      {"white is zero", tags(1, 1, 0, 1), {0x40}, 1, {255, 255, 255, 0, 0, 0}},
+      {"2 bits", tags(2, 1, 1, 1), {0x60}, 4, {85, 85, 85, 170, 170, 170}},
+      {"4 bits, white is zero", tags(4, 1, 0, 1), {0x0E}, 4, {255, 255, 255, 17, 17, 17}},
+      {"2-bit palette", with(tags(2, 1, 3, 1), {320, 3, map}), {0x70}, 4, {0x11, 0, 0, 0x33, 0, 0}},
+      {"8 bits, white is zero", tags(8, 1, 0, 2), {1, 255}, 8, {254, 254, 254, 0, 0, 0}},
+      {"palette without a map", tags(8, 1, 3, 2), {7, 9}, 8, {7, 7, 7, 9, 9, 9}},
+      {"12 bits", tags(12, 1, 1, 3), {0xFF, 0xF8, 0x00}, 8, {255, 255, 255, 128, 128, 128}},
+      {"16 bits", tags(16, 1, 1, 4), {1, 2, 3, 4}, 8, {2, 2, 2, 4, 4, 4}},
+      {"16 bits, high byte first", tags(16, 1, 1, 4), {1, 2, 3, 4}, 8, {1, 1, 1, 3, 3, 3}, true},
+      {"grey and alpha", tags(8, 2, 1, 4), {9, 1, 8, 2}, 8, {9, 9, 9, 8, 8, 8}},
+      {"RGBA", tags(8, 4, 2, 8), {1, 2, 3, 99, 4, 5, 6, 99}, 24, {1, 2, 3, 4, 5, 6}},
+      {"4-bit RGB", tags(4, 3, 2, 3), {0xF0, 0x12, 0x34}, 24, {255, 0, 17, 34, 51, 68}},
+      {"CMYK", tags(8, 4, 5, 8), {0, 255, 0, 0, 0, 0, 0, 128}, 24, {255, 0, 255, 127, 127, 127}},
+      {"YCbCr",
+       with(tags(8, 3, 6, 6), {530, 3, {1, 1}}),
+       {76, 85, 255, 255, 128, 128},
+       24,
+       {254, 0, 0, 255, 255, 255}},
+      // One unit of two pixels and two lines, of which the picture has one.
+      {"YCbCr, shared colours",
+       with(tags(8, 3, 6, 6), {530, 3, {2, 2}}),
+       {10, 200, 0, 0, 128, 128},
+       24,
+       {10, 10, 10, 200, 200, 200}},
+      {"planes",
+       with(with(tags(8, 3, 2, 2), {284, 3, {2}}), {273, 4, {8, 10, 12}}),
+       {1, 2, 3, 4, 5, 6},
+       24,
+       {1, 3, 5, 2, 4, 6}},
+      {"bits reversed", with(tags(1, 1, 1, 1), {266, 3, {2}}), {0x02}, 1, {0, 0, 0, 255, 255, 255}},
+  };
+  for (const auto& c : cases) {
+    Bitmap bitmap;
+    auto described = c.tags;
+    if (std::string(c.what) == "planes") described = with(described, {279, 4, {2, 2, 2}});
+    ASSERT_EQ(load(tiff_file(described, c.data, c.is_big_endian), bitmap), T_OK) << c.what;
+    EXPECT_EQ(bitmap->BitsPerPixel, c.bits) << c.what;
+    EXPECT_EQ(rgb(bitmap.get()), c.rgb) << c.what;
+  }
+}
+
+TEST(Tiff, CodingsAndHabitsOfWriters) {
+  const Bytes want = {10, 20, 30, 40};
+  const auto tags = [](uint32_t compression, size_t bytes) {
+    return tiff_tags(4, 1, 8, 1, compression, 1, static_cast<uint32_t>(bytes));
+  };
+  const Bytes packed = {3, 10, 20, 30, 40};
+  // Clear, 10, 20, 30, 40, end: 9 bits each, highest bit first; the old order, lowest first.
+  const Bytes lzw = {0x80, 0x02, 0x82, 0x81, 0xE1, 0x44, 0x04};
+  const Bytes old_lzw = {0x00, 0x15, 0x50, 0xF0, 0x80, 0x22, 0x20};
+  const Bytes differences = deflate_stored({10, 10, 10, 10});
+  const auto raw = tags(1, 4);
+  const struct {
+    const char* what;
+    Bytes file;
+  } cases[] = {
+      {"PackBits", tiff_file(tags(32773, 5), packed)},
+      {"LZW", tiff_file(tags(5, 7), lzw)},
+      {"LZW of old writers", tiff_file(tags(5, 7), old_lzw)},
+      {"Deflate, predictor", tiff_file(with(tags(8, 15), {317, 3, {2}}), differences)},
+      {"no StripByteCounts", tiff_file(without(raw, 279), want)},
+      {"StripByteCounts 0", tiff_file(with(raw, {279, 4, {0}}), want)},
+      {"no RowsPerStrip", tiff_file(without(raw, 278), want)},
+      {"no BitsPerSample value for 3", tiff_file(with(raw, {278, 3, {0}}), want)},
+      {"no photometric", tiff_file(without(raw, 262), want)},
+      {"tags out of order", tiff_file({raw.rbegin(), raw.rend()}, want)},
+      {"tags in place of a directory of strips",
+       tiff_file(with(with(without(raw, 278), {322, 3, {4}}), {323, 3, {1}}), want)},
+  };
+  for (const auto& c : cases) {
+    Bitmap bitmap;
+    ASSERT_EQ(load(c.file, bitmap), T_OK) << c.what;
+    EXPECT_EQ(pixels(bitmap.get()), want) << c.what;
+  }
+}
+
+TEST(Tiff, BadDirectoriesAreStatuses) {
+  const auto raw = tiff_tags(4, 1, 8, 1, 1, 1, 4);
+  const Bytes data = {1, 2, 3, 4};
+  const struct {
+    const char* what;
+    std::vector<TiffTag> tags;
+    int32_t status;
+  } cases[] = {
+      {"no width", without(raw, 256), T_ERR_BAD_DATA},
+      {"height 0", with(raw, {257, 3, {0}}), T_ERR_BAD_DATA},
+      {"no strips", without(raw, 273), T_ERR_BAD_DATA},
+      {"strip behind the file", with(raw, {273, 4, {0x7FFFFFFF}}), T_ERR_READ},
+      {"strip cut", with(raw, {273, 4, {0xB0}}), T_ERR_READ},
+      {"fewer strips than rows", with(with(raw, {257, 3, {2}}), {278, 3, {1}}), T_ERR_BAD_DATA},
+      {"tile width 0", with(with(raw, {322, 3, {0}}), {324, 4, {8}}), T_ERR_BAD_DATA},
+      {"tile height huge", with(with(raw, {322, 3, {16}}), {323, 4, {0xFFFFFFFF}}), T_ERR_BAD_DATA},
+      {"65,535 samples", with(raw, {277, 3, {65535}}), T_ERR_SUBTYPE},
+      {"unequal samples", with(with(raw, {277, 3, {3}}), {258, 3, {8, 8, 1}}), T_ERR_SUBTYPE},
+      {"17 bits", with(raw, {258, 3, {17}}), T_ERR_SUBTYPE},
+      {"floating point", with(raw, {339, 3, {3}}), T_ERR_SUBTYPE},
+      {"unknown coding", with(raw, {259, 3, {34676}}), T_ERR_SUBTYPE},
+      {"unknown colours", with(raw, {262, 3, {8}}), T_ERR_SUBTYPE},
+      {"planar shared colours",
+       with(with(tiff_tags(2, 2, 8, 3, 1, 6, 4), {284, 3, {2}}), {530, 3, {2, 2}}), T_ERR_SUBTYPE},
+  };
+  for (const auto& c : cases) {
+    Bitmap bitmap;
+    EXPECT_EQ(load(tiff_file(c.tags, data), bitmap), c.status) << c.what;
+  }
+  // A page that is its own successor counts once; one that follows nothing is no page.
+  Bytes ring = tiff_file(raw, data);
+  const Bytes here(ring.begin() + 4, ring.begin() + 8);
+  std::copy(here.begin(), here.end(), ring.end() - 4);
+  FILEINFO info;
+  ASSERT_EQ(T_FileInfoMemory(ring.data(), &info, static_cast<uint32_t>(ring.size())), T_OK);
+  EXPECT_EQ(info.PageCount, 1);
+}
+
+TEST(Tiff, ResolutionsAndOrientationAreReported) {
+  auto tags = with(tiff_tags(4, 1, 8, 1, 1, 1, 4), {274, 3, {4}});
+  tags = with(with(with(tags, {282, 5, {100, 1}}), {283, 5, {591, 10}}), {296, 3, {3}});
+  const Bytes file = tiff_file(tags, {1, 2, 3, 4});
+  FILEINFO info;
+  ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+  EXPECT_EQ(info.XResolution, 254);
+  EXPECT_EQ(info.YResolution, 150);
+  EXPECT_EQ(info.Orientation, 4u);
+  EXPECT_EQ(info.ViewPerspective, 2u);
+  EXPECT_STREQ(info.Compression, "None");
+}
+
+class TiffPages : public ::testing::Test {
+ protected:
+  void SetUp() override { make_picture(picture_, 90, 40, 1); }
+  void TearDown() override { T_SetPageNumber(1); }
+
+  int32_t append(const char* name, int32_t format = T_FORMAT_TIFF_GROUP4) {
+    return T_SaveFile(name, picture_.get(), format, 1, 0, T_SAVE_APPEND, 0, 0);
+  }
+
+  Disk disk_;
+  Bitmap picture_;
+};
+
+TEST_F(TiffPages, AreAddedInPlaceAndReadByNumber) {
+  const int32_t formats[] = {T_FORMAT_TIFF, T_FORMAT_TIFF_LZW, T_FORMAT_TIFF_GROUP3_2D};
+  Bytes before;
+  for (const int32_t format : formats) {
+    ASSERT_EQ(append("a.tif", format), T_OK);
+    const Bytes& file = disk_.files["a.tif"];
+    EXPECT_TRUE(before.empty() ||
+                std::equal(before.begin() + 8, before.begin() + 400, file.begin() + 8));
+    before = file;
+  }
+  const char* const texts[] = {"None", "LZW", "CCITT Group 3 Fax", "CCITT Group 3 Fax"};
+  for (int32_t page = 1; page <= 4; ++page) {
+    T_SetPageNumber(page);
+    FILEINFO info;
+    ASSERT_EQ(T_FileInfo("a.tif", &info), T_OK);
+    EXPECT_EQ(info.PageCount, 3);
+    EXPECT_EQ(info.Page, std::min(page, 3));
+    EXPECT_STREQ(info.Compression, texts[page - 1]);
+    Bitmap bitmap;
+    EXPECT_EQ(T_LoadBitmap("a.tif", bitmap.get(), 0, -1), T_OK);
+  }
+}
+
+// Fails the n-th file operation of an append for n = 0, 1, 2, ...: the page before stays readable.
+TEST_F(TiffPages, SurviveAnAppendThatFails) {
+  ASSERT_EQ(append("a.tif"), T_OK);
+  const Bytes one = disk_.files["a.tif"];
+  Bitmap first;
+  ASSERT_EQ(T_LoadBitmap("a.tif", first.get(), 0, -1), T_OK);
+  for (int64_t n = 0;; ++n) {
+    disk_.files["a.tif"] = one;
+    disk_.operations = 0;
+    disk_.fail_at = n;
+    const int32_t status = append("a.tif");
+    const bool was_hit = disk_.fault_hit();
+    disk_.fail_at = -1;
+    EXPECT_EQ(disk_.open_count, 0);
+    if (!was_hit) {
+      EXPECT_EQ(status, T_OK);
+      break;
+    }
+    if (disk_.files["a.tif"].size() < one.size()) continue;  // taken for no TIFF file: written anew
+    Bitmap bitmap;
+    ASSERT_EQ(T_LoadBitmap("a.tif", bitmap.get(), 0, -1), T_OK) << "operation " << n;
+    EXPECT_EQ(pixels(bitmap.get()), pixels(first.get()));
+  }
+}
+
+TEST_F(TiffPages, AreNotAddedToARing) {
+  Bytes ring = tiff_file(tiff_tags(4, 1, 8, 1, 1, 1, 4), {1, 2, 3, 4});
+  std::copy(ring.begin() + 4, ring.begin() + 8, ring.end() - 4);
+  disk_.files["a.tif"] = ring;
+  EXPECT_EQ(append("a.tif"), T_ERR_BAD_DATA);
+  EXPECT_EQ(disk_.files["a.tif"], ring);
+}
+
+TEST(Tiff, WriterTakesTheDepthsThatItsCodingsHave) {
+  Disk disk;
+  Bitmap picture;
+  make_picture(picture, 20, 300, 24);
+  EXPECT_EQ(T_SaveBitmap("a", picture.get(), T_FORMAT_TIFF_GROUP4, 8, 0), T_ERR_DEPTH);
+  EXPECT_EQ(T_SaveBitmap("a", picture.get(), T_FORMAT_TIFF, 16, 0), T_ERR_DEPTH);
+  picture->WriterDefaults[0] = 7;  // rows per strip
+  picture->WriterDefaults[1] = 2;  // differences
+  ASSERT_EQ(T_SaveFile("a", picture.get(), T_FORMAT_TIFF_LZW, 24, 0, 0, 0, 0), T_OK);
+  Bitmap bitmap;
+  ASSERT_EQ(T_LoadBitmap("a", bitmap.get(), 0, T_ORDER_RGB), T_OK);
+  EXPECT_EQ(rgb(bitmap.get()), rgb(picture.get()));
+}
+
+}  // namespace
+}  // namespace tavo::test
