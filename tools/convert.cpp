@@ -10,6 +10,7 @@
 #include "picture.h"
 #include "program.h"
 #include "progress.h"
+#include "reduction.h"
 #include "system.h"
 
 namespace tavo::tools {
@@ -26,6 +27,7 @@ struct ConvertOptions {
   std::string order;
   int page = 1;
   bool append = false;
+  ReductionOptions reduction;
   CompressionOptions compression;
 };
 
@@ -36,7 +38,9 @@ T_Format output_format(const ConvertOptions& options) {
 }
 
 int output_depth(const ConvertOptions& options, const T_Format& format, int source_bits) {
-  const int bits = options.bits != 0 ? options.bits : choose_depth(format, source_bits);
+  const int bits = options.bits != 0
+                       ? options.bits
+                       : choose_depth(format, reduced_depth(options.reduction, source_bits));
   if (accepts_depth(format, bits)) return bits;
   throw Failure{options.output,
                 std::string(format.Name) + " cannot hold " + std::to_string(bits) +
@@ -94,6 +98,7 @@ void save(const ConvertOptions& options, const T_Format& format, int bits, const
 }
 
 int run_convert(const ConvertOptions& options) {
+  check_reduction(options.reduction, options.bits);
   const T_Format format = output_format(options);
   const FILEINFO info = describe(options.input, options.page);
   int bits = output_depth(options, format, info.BitsPerPixel);
@@ -101,6 +106,7 @@ int run_convert(const ConvertOptions& options) {
   Picture picture;
   progress.start("Reading " + options.input);
   load(options, info, picture);
+  apply_reduction(options.reduction, bits, picture);
   if (options.bits == 0 && is_compressed(format)) bits = compressed_depth(picture.record());
   progress.start("Writing " + options.output);
   save(options, format, bits, info, picture);
@@ -137,6 +143,7 @@ void add_options(CLI::App& command, ConvertOptions& options) {
       ->capture_default_str();
   command.add_flag("-a,--append", options.append,
                    "Add the picture to OUT as a further page, where the format has pages");
+  add_reduction_options(command, options.reduction);
   add_compression_options(command, options.compression);
 }
 
@@ -150,6 +157,7 @@ void add_convert(CLI::App& app, Action& action) {
       "Resolution and row order are kept. Examples:\n"
       "  tavo convert photo.bmp copy.bmp\n"
       "  tavo convert photo.bmp small.bmp --bits 8\n"
+      "  tavo convert photo.bmp web.gif --colors 64 --dither stucki --size 50%\n"
       "  tavo convert photo.bmp photo.jpg --quality 90 --subsampling 2x2\n"
       "  tavo convert drawing.bmp out.img --format bmp");
   command->callback([options, &action] { action = [options] { return run_convert(*options); }; });

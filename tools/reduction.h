@@ -1,0 +1,35 @@
+// Options of `tavo convert` that change the picture between loading and saving: size, grey,
+// colours.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "picture.h"
+#include "program.h"
+
+namespace tavo::tools {
+
+struct ReductionOptions {
+  std::string size;  // "WxH" or "N%"
+  bool gray = false;
+  int colors = 0;
+  std::string dither;   // a name of the table in reduction.cpp
+  std::string palette;  // "optimized", "fixed" or a picture file
+
+  // Whether colours are to be reduced in a way of its own, not in the one of a save.
+  bool reduces() const { return colors != 0 || !dither.empty() || !palette.empty(); }
+};
+
+void add_reduction_options(CLI::App& command, ReductionOptions& options);
+
+// Throws Failure for options that contradict the depth asked (0: none was).
+void check_reduction(const ReductionOptions& options, int bits);
+
+// The depth to save at when none was asked, given the one that the picture and the format suggest.
+int reduced_depth(const ReductionOptions& options, int suggested);
+
+// Makes the changes. `bits` is the depth that will be saved.
+void apply_reduction(const ReductionOptions& options, int bits, Picture& picture);
+
+}  // namespace tavo::tools
