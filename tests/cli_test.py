@@ -459,7 +459,7 @@ def main():
     IS_WINDOWS = program.suffix == ".exe"
     COMMAND[:] = ["wine", str(program)] if IS_WINDOWS else [str(program)]
     suite = unittest.TestSuite()
-    for case in (Conversions, Failures, Information) + (() if IS_WINDOWS else (Files,)):
+    for case in (Conversions, Compression, Failures, Information) + (() if IS_WINDOWS else (Files,)):
         suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
     with wine_kept_running():
         result = unittest.TextTestRunner(resultclass=Counting).run(suite)
