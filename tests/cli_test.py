@@ -155,6 +155,50 @@ class Conversions(CliTest):
         info = json.loads(self.succeeds("info", "out.bmp", "--json"))[0]
         self.assertEqual((info["x_dpi"], info["y_dpi"]), (300, 200))
 
+    def test_colours_are_reduced_as_asked(self):
+        name = self.make(24)
+        for arguments, bits, most in ((["--colors", 2], 1, 2), (["--colors", 5], 4, 5),
+                                      (["--bits", 4, "--dither", "none"], 4, 16),
+                                      (["--bits", 8, "--palette", "fixed"], 8, 256),
+                                      (["--bits", 1, "--dither", "ordered"], 1, 2)):
+            with self.subTest(arguments=arguments):
+                self.succeeds("convert", name, "out.bmp", *arguments)
+                depth, _, rows = parse_bmp(Path("out.bmp").read_bytes())
+                self.assertEqual(depth, bits)
+                self.assertLessEqual(len({p for row in rows for p in row}), most)
+        # The colours of a file: each result colour is one of them.
+        self.succeeds("convert", name, "few.bmp", "--colors", 7)
+        allowed = {p for row in parse_bmp(Path("few.bmp").read_bytes())[2] for p in row}
+        self.succeeds("convert", self.make(32), "out.bmp", "--bits", 4, "--palette", "few.bmp",
+                      "--dither", "jarvis")
+        used = {p for row in parse_bmp(Path("out.bmp").read_bytes())[2] for p in row}
+        self.assertLessEqual(used - {(0, 0, 0)}, allowed)
+        self.usage_error("convert", name, "out.bmp", "--colors", 20, "--bits", 4)
+        self.usage_error("convert", name, "out.bmp", "--dither", "none", "--bits", 24)
+        self.usage_error("convert", name, "out.bmp", "--dither", "sometimes")
+
+    def test_grey(self):
+        self.succeeds("convert", self.make(24), "out.bmp", "--gray")
+        _, _, rows = parse_bmp(Path("out.bmp").read_bytes())
+        want = [[(2 * r + 5 * g + b + 4) >> 3 for r, g, b in
+                 (color(x, y, 24) for x in range(WIDTH))] for y in range(HEIGHT)]
+        self.assertEqual(rows, [[(v, v, v) for v in row] for row in want])
+
+    def test_size(self):
+        for bits in (1, 4, 8, 24):
+            name = self.make(bits)
+            self.succeeds("convert", name, "out.bmp", "--size", "200%")
+            depth, _, rows = parse_bmp(Path("out.bmp").read_bytes())
+            self.assertEqual(depth, bits)
+            wanted = [[color(x // 2, y // 2, bits) for x in range(2 * WIDTH)]
+                      for y in range(2 * HEIGHT)]
+            # The leftmost pixel is not reached and keeps what is there: the same colour.
+            self.assertEqual(rows, wanted)
+            self.succeeds("convert", name, "out.bmp", "--size", "5x3")
+            self.assertEqual(len(parse_bmp(Path("out.bmp").read_bytes())[2]), 3)
+        for size in ("0x5", "5", "-3%", "5x", "x", "5x5x5"):
+            self.usage_error("convert", name, "out.bmp", "--size=" + size)
+
     def test_gif_states_the_size_of_its_picture(self):
         self.succeeds("convert", self.make(4), "out.gif")
         data = Path("out.gif").read_bytes()

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -56,10 +55,17 @@ void resize(const std::string& text, Picture& picture) {
   BitmapHandle& record = picture.record();
   Size size;
   parse_size(text, record, size);
-  if (record.BitsPerPixel < 8) {
-    check(T_ColorResolution(&record, 8, T_PALETTE_OPTIMIZED, nullptr, 0), "--size");
+  const int32_t bits = record.BitsPerPixel;
+  const T_BitmapInfo info = record.Info;
+  const uint32_t colors = std::clamp(record.Colors, 1u, 1u << std::min(bits, 8));
+  if (bits < 8) {
+    check(T_ColorResolution(&record, 8, T_PALETTE_GIVEN, info.Palette, colors), "--size");
+    record.Colors = colors;  // no more are in use: the way back is exact
   }
   check(T_SizeBitmap(&record, size.width, size.height), "--size " + text);
+  if (bits < 8) {
+    check(T_ColorResolution(&record, bits, T_PALETTE_GIVEN, info.Palette, colors), "--size");
+  }
 }
 
 uint32_t method_of(const std::string& name) {
