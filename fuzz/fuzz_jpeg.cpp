@@ -14,10 +14,11 @@ struct Rows {
   static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
     auto* self = static_cast<Rows*>(context);
     const auto* bytes = static_cast<const uint8_t*>(rows);
+    self->pixels += uint64_t{static_cast<uint32_t>(source->Width)} * static_cast<uint32_t>(count);
+    if (self->pixels > 1 << 20) return -77;
     const size_t size = size_t{source->BytesPerLine} * static_cast<uint32_t>(count);
     for (size_t i = 0; i < size; ++i) self->hash = self->hash * 31 + bytes[i];
-    self->pixels += uint64_t{static_cast<uint32_t>(source->Width)} * static_cast<uint32_t>(count);
-    return self->pixels > 1 << 20 ? -77 : T_OK;
+    return T_OK;
   }
 };
 
