@@ -197,8 +197,9 @@ def writers(extension, kind, pnm, path):
 DEPTHS = {'gif': [8], 'tga': [8, 24, 32], 'ras': [1, 8, 24, 32], 'pcx': [1, 4, 8, 24]}
 OWN_DEPTH = {'photo': 24, 'few': 24, 'gray': 8, 'bits': 1}
 
-# What other programs cannot do: Pillow knows no 32-bit Sun files.
-FOREIGN_FAULTS = {('Pillow', 'ras', 32)}
+# What other programs cannot do: Pillow knows no 32-bit Sun files and no 4-bit PCX files,
+# ImageMagick 6 has the two colours of PCX files the wrong way round.
+FOREIGN_FAULTS = {('Pillow', 'pcx', 4), ('ImageMagick', 'pcx', 1), ('Pillow', 'ras', 32)}
 
 
 def exchange(extension):
