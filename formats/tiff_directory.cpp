@@ -276,7 +276,8 @@ Status ValueList::get(uint64_t index, uint64_t& value) {
     held_ = static_cast<uint32_t>(got / size);
     if (held_ == 0) return kReadError;
   }
-  value = integer(directory_.order(), field_.type, &piece_[(index - first_) * size]);
+  value = integer(directory_.order(), field_.type,
+                  &piece_[static_cast<size_t>((index - first_) * size)]);
   return kOk;
 }
 

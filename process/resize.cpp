@@ -301,14 +301,19 @@ __attribute__((target("ssse3"))) void enlarge_blocks(const Resizer::Block* block
 }  // namespace
 
 // Blocks whose stores reach beyond what is written, or over source that is yet to be read, go
-// byte by byte: the first `identity_blocks_` when they stay where they are, and the last few.
+// byte by byte. In place that is the first block that loses pixels: it still lies on its source,
+// as those before it do, which stay where they are.
 void Resizer::shrink_row(const uint8_t* from, uint8_t* to, uint32_t new_bytes) const {
   const Block* block = blocks_.data();
   uint32_t done = 0;
   uint32_t out = 0;
+  const auto move_block = [&](const Block& one) {
+    for (uint32_t b = 0; b < one.count; ++b) to[out++] = from[one.offset + one.shuffle[b]];
+  };
   if (from == to) {
     done = identity_blocks_;
     out = identity_blocks_ * block_bytes_;
+    if (done < block_count_) move_block(block[done++]);
   } else if (written_bytes_ < new_bytes) {
     std::memcpy(to + written_bytes_, from + written_bytes_, new_bytes - written_bytes_);
   }
@@ -316,16 +321,16 @@ void Resizer::shrink_row(const uint8_t* from, uint8_t* to, uint32_t new_bytes) c
     out = shrink_blocks(block + done, safe_blocks_ - done, from, to, out);
     done = safe_blocks_;
   }
-  for (; done < block_count_; ++done) {
-    const Block& last = block[done];
-    for (uint32_t b = 0; b < last.count; ++b) to[out++] = from[last.offset + last.shuffle[b]];
-  }
+  for (; done < block_count_; ++done) move_block(block[done]);
 }
 
 void Resizer::enlarge_row(const uint8_t* from, uint8_t* to, uint32_t old_bytes, uint32_t new_bytes,
                           uint32_t pixel_bytes) const {
   const uint32_t first_byte = first_written_ * pixel_bytes;
-  if (from != to) std::memcpy(to, from, std::min(first_byte, old_bytes));
+  if (from != to) {
+    std::memcpy(to, from, std::min(first_byte, old_bytes));
+    if (first_byte > old_bytes) std::memset(to + old_bytes, 0, first_byte - old_bytes);
+  }
   const uint32_t whole = (new_bytes - first_byte) / kBlock;
   enlarge_blocks(blocks_.data(), whole, from, to + new_bytes);
   if (whole == block_count_) return;
@@ -342,6 +347,8 @@ void Resizer::resize_row_slowly(const uint8_t* from, uint8_t* to, int32_t bits) 
   if (from != to) {
     const auto common = static_cast<uint32_t>(std::min(old_width_, new_width_));
     std::memcpy(to, from, common * pixel_bytes);
+    std::memset(to + common * pixel_bytes, 0,
+                (static_cast<uint32_t>(new_width_) - common) * pixel_bytes);
   }
   if (from == to || !shrinks) {
     resize_row_plain(to, bits, old_width_, new_width_, across_);
@@ -433,6 +440,8 @@ class BitmapResize {
 
   Status copy_row(uint32_t y, uint32_t repeats) {
     TRY(core::get_row(source_, y, row_.bytes().first(source_.BytesPerLine)));
+    // Nothing of the row before shows where this one is not reached.
+    core::clear_padding(row_.bytes(), source_.Width, source_.BitsPerPixel);
     resizer_.resize_row(row_.data(), source_.BitsPerPixel);
     core::clear_padding(line(), destination_.Width, destination_.BitsPerPixel);
     for (; repeats > 0; --repeats) TRY(core::put_row(destination_, out_++, line()));

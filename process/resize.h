@@ -36,7 +36,8 @@ class Resizer {
   // end of enlarged rows that is the source.
   void resize_row(uint8_t* row, int32_t bits);
 
-  // The same from a row to another, which do not overlap; 8 bits and more.
+  // The same from a row to another, which do not overlap; 8 bits and more. Positions that neither
+  // a source pixel nor the source as it stood reaches become zero.
   void resize_row(const uint8_t* from, uint8_t* to, int32_t bits);
 
   int32_t new_width() const { return new_width_; }

@@ -187,6 +187,7 @@ Status RowDelivery::process(uint8_t* row) {
     const auto left = static_cast<uint32_t>(bitmap_.Height) - emitted_;
     repeats = std::min(resizer_.row_count(committed_ - 1), left);
     if (repeats == 0) return kOk;
+    core::clear_padding({row, work_line_}, picture_.width, work_bits_);
     resizer_.resize_row(row, work_bits_);
   }
   return finish_row(row, repeats);

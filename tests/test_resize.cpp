@@ -76,7 +76,8 @@ TEST(Resize, EverySpeedGivesTheSameRow) {
     const int32_t new_width = 1 + random.below(limit);
     const int32_t bits = (int32_t[]){8, 16, 24, 32}[round % 4];
     Bytes source(std::max(old_width, new_width) * bits / 8);
-    for (uint8_t& byte : source) byte = static_cast<uint8_t>(random.next());
+    for (int32_t i = 0; i < old_width * bits / 8; ++i)
+      source[i] = static_cast<uint8_t>(random.next());
     const Bytes guard(16, 0xEE);
     Bytes want = source, got = join({source, guard});
     process::ResizeRule rule;
