@@ -229,7 +229,8 @@ void prepare(DitherPass& pass, Wave& wave) {
   wave.filter = wave_filter(pass.diffusion());
   wave.white = pass.palette[1].Red;
   for (uint32_t i = 0; pass.is_gray && i < 32; ++i) {
-    const ChannelChoice& choice = pass.separate[static_cast<size_t>(8 * i) - static_cast<size_t>(kLeastSum)];
+    const ChannelChoice& choice =
+        pass.separate[static_cast<size_t>(8 * i) - static_cast<size_t>(kLeastSum)];
     wave.gray_values[i] = static_cast<uint8_t>(8 * static_cast<int32_t>(i) - choice.error);
     wave.gray_indices[i] = static_cast<uint8_t>(choice.part);
   }

@@ -67,8 +67,8 @@ struct Cube {
   static constexpr uint32_t kChannels = 3;
   explicit Cube(const Wave&) {}
   Words operator()(Words (&v)[3]) const {
-    const Words index = (v[0] & splat(0xE0)) | shift_right<3>(v[1] & splat(0xE0)) |
-                        shift_right<6>(v[2]);
+    const Words index =
+        (v[0] & splat(0xE0)) | shift_right<3>(v[1] & splat(0xE0)) | shift_right<6>(v[2]);
     v[0] = widen_3_bits(v[0]);
     v[1] = widen_3_bits(v[1]);
     v[2] = widen_2_bits(v[2]);
@@ -123,8 +123,8 @@ struct AnyFilter {
     }
     sum = add(sum, multiply(last, right1));
     if (filter.is_halved) sum = add(sum, odd_part(at, sum));
-    const Words quotient = shift_right_signed(multiply_high(sum, splat(filter.reciprocal)),
-                                              filter.shift);
+    const Words quotient =
+        shift_right_signed(multiply_high(sum, splat(filter.reciprocal)), filter.shift);
     return subtract(quotient, shift_right_signed<15>(sum));
   }
   // The sum is twice `half` and `odd`; half of it, truncated toward zero.

@@ -209,8 +209,8 @@ typedef struct FILEINFO {
   int32_t YResolution;
   uint32_t Flags;       /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
   char Compression[32]; /* "None", "Run Length", "JPEG", "CCITT", ... */
-  uint32_t Orientation;    /* TIFF: how to turn the picture for viewing, 1 (upright) to 8 as that
-                              format numbers it; rows come as stored. 0 elsewhere */
+  uint32_t Orientation; /* TIFF: how to turn the picture for viewing, 1 (upright) to 8 as that
+                           format numbers it; rows come as stored. 0 elsewhere */
   uint32_t Reserved[10];
 } FILEINFO;
 

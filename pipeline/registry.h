@@ -33,7 +33,7 @@ struct FormatRow {
   GrayRule gray = GrayRule::kNever;
   bool always_24_bits = false;
   bool appends = false;  // saves can add a page to a file of this identifier
-  int32_t mode = 1;  // io::SaveRequest.mode
+  int32_t mode = 1;      // io::SaveRequest.mode
 };
 
 std::span<const FormatRow> formats();

@@ -24,8 +24,8 @@ int run_stamp(const StampOptions& options) {
   check(T_GetCompressFileStamp(absolute_path(options.input).c_str(), &stamp.record()),
         options.input);
   const BitmapHandle& record = stamp.record();
-  const int bits = is_compressed(format) ? compressed_depth(record)
-                                         : choose_depth(format, record.BitsPerPixel);
+  const int bits =
+      is_compressed(format) ? compressed_depth(record) : choose_depth(format, record.BitsPerPixel);
   OutputFile output(options.output, false);
   check(T_SaveBitmap(output.path().c_str(), &stamp.record(), format.Id, bits,
                      is_compressed(format) ? quality_factor(format, {}) : 0),
