@@ -164,6 +164,27 @@ def html_section(source, original, rows):
             f'<div class="pictures">{"".join(figures)}</div>')
 
 
+METHODS = ("none", "floyd-steinberg", "stucki", "burkes", "sierra", "stevenson-arce", "jarvis",
+           "ordered")
+SIZES = ("50%", "150%", "200%")
+
+
+def sheet(tool, source):
+    """One picture under every dithering method at 1, 4 and 8 bits, and at other sizes."""
+    def made(caption, *options):
+        target = tool.folder / "sheet.bmp"
+        tool.run("convert", source, target, *options)
+        picture = tool.read(target)
+        target.unlink()
+        return figure(picture, caption)
+
+    dithered = [made(f"{method}, depth {bits}", "--bits", bits, "--dither", method)
+                for bits in (1, 4, 8) for method in METHODS]
+    sizes = [made(f"size {size}", "--size", size) for size in SIZES]
+    return (f'<h2>Dithering methods</h2>\n<div class="pictures">{"".join(dithered)}</div>\n'
+            f'<h2>Sizes, nearest neighbour</h2>\n<div class="pictures">{"".join(sizes)}</div>')
+
+
 def main():
     program, folder, *files = sys.argv[1:]
     tool = Tool(program, Path(folder))
@@ -178,6 +199,7 @@ def main():
         sections.append(html_section(source, original, rows))
         results += rows
     print_table(results)
+    sections.append(sheet(tool, files[0]))
     page = tool.folder / "index.html"
     page.write_text("<!doctype html><html lang=en><meta charset=utf-8><title>TAVO45 pictures</title>"
                     f"<style>{STYLE}</style><h1>Every format, every depth</h1>\n"
