@@ -103,7 +103,8 @@ inline int load_save_load(int32_t format, uint32_t save_depths, const uint8_t* d
     T_LoadMemory(data, &target, bits, order, flags, Meter::sink, &meter, bytes);
     T_FreeBitmap(&target);
   }
-  if (!is_small) return 0;
+  // Headers of 16 bits or five digits cannot state longer sides.
+  if (!is_small || info.Width > UINT16_MAX || info.Height > UINT16_MAX) return 0;
 
   core::OwnedBitmap first, second;
   if (T_LoadBitmapMemory(data, first.get(), 0, -1, bytes) != T_OK) return 0;

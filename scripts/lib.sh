@@ -136,6 +136,9 @@ fuzz_target() {
   for folder in "fuzz/seeds/$name" "fuzz/regressions/$name"; do
     [ -d "$folder" ] && folders+=("$folder")
   done
-  "build/fuzz/fuzz/$1" -max_total_time="$2" -timeout=10 -print_final_stats=1 -verbosity=0 \
+  # A bitmap may be as large as its header says, up to 4 GiB that nothing touches. The seed makes
+  # a short run the same one every time.
+  "build/fuzz/fuzz/$1" -max_total_time="$2" -seed=45 -timeout=25 -malloc_limit_mb=8192 \
+    -rss_limit_mb=4096 -print_final_stats=1 -verbosity=0 \
     -artifact_prefix="build/fuzz/crashes/$name-" "$3" "${folders[@]}"
 }
