@@ -369,6 +369,24 @@ class Failures(CliTest):
         self.fails(-13, name, "convert", name, "out.bmp", "--page", "2")
         self.assertEqual(os.listdir(), [name])
 
+    def test_all_pages(self):
+        depths = (1, 8, 24)
+        for bits in depths:
+            self.succeeds("convert", self.make(bits), "pages.dcx", "--append")
+        self.succeeds("convert", "pages.dcx", "pages.tif", "--page", "all")
+        for page, bits in enumerate(depths, 1):
+            self.succeeds("convert", "pages.tif", "page.bmp", "--page", page)
+            self.assertEqual(parse_bmp(Path("page.bmp").read_bytes())[2],
+                             [[color(x, y, bits) for x in range(WIDTH)] for y in range(HEIGHT)])
+        self.fails(-13, "pages.tif", "convert", "pages.tif", "page.bmp", "--page", "4")
+        # Behind the pages of a file that is there; no page is lost without a word.
+        self.succeeds("convert", "pages.dcx", "pages.tif", "--page", "all", "--append")
+        self.assertEqual(json.loads(self.succeeds("info", "pages.tif", "--json"))[0]["pages"], 6)
+        self.assertIn("page 1 of 6", tavo("convert", "pages.tif", "one.bmp").stderr)
+        before = Path("one.bmp").read_bytes()
+        self.fails(-16, "one.bmp", "convert", "pages.tif", "one.bmp", "--page", "all")
+        self.assertEqual(Path("one.bmp").read_bytes(), before)
+
     @unittest.skipIf(IS_WINDOWS, "no such names there")
     def test_one_line_whatever_the_name_holds(self):
         self.fails(-10, "a??b", "info", "a\n\x1bb")

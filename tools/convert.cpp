@@ -1,5 +1,7 @@
 // tavo convert: from one file to another.
+#include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,8 @@ namespace {
 
 constexpr int32_t kFilesOrder = -1;
 constexpr int32_t kFilesDepth = 0;
+constexpr int32_t kLastPage = 1023;  // that the library can be told to read
+const std::string kAllPages = "all";
 
 struct ConvertOptions {
   std::string input;
@@ -25,7 +29,7 @@ struct ConvertOptions {
   std::string format;
   int bits = 0;
   std::string order;
-  int page = 1;
+  std::string page;  // a number, "all", or nothing
   bool append = false;
   ReductionOptions reduction;
   CompressionOptions compression;
@@ -53,10 +57,38 @@ int32_t order_in_memory(const std::string& name) {
   return name == "rgb" ? T_ORDER_RGB : T_ORDER_BGR;
 }
 
+// The pages to read, and what the output file holds of pages so far.
+struct Pages {
+  int32_t first = 1;
+  int32_t last = 1;
+  int32_t written = 0;
+};
+
+Pages choose_pages(const ConvertOptions& options) {
+  Pages pages;
+  if (options.page != kAllPages && !options.page.empty()) {
+    pages.first = pages.last = std::stoi(options.page);
+    return pages;
+  }
+  const int32_t count = describe(options.input, 1).PageCount;
+  if (options.page == kAllPages) {
+    pages.last = count;
+  } else if (count > 1) {
+    std::fprintf(stderr, "tavo: %s: page 1 of %d is converted; --page all takes them all\n",
+                 options.input.c_str(), count);
+  }
+  if (pages.last > kLastPage)
+    throw Failure{options.input,
+                  "There are " + std::to_string(count) + " pages, of which only the first " +
+                      std::to_string(kLastPage) + " can be read",
+                  T_ERR_ARGUMENT};
+  return pages;
+}
+
 void load(const ConvertOptions& options, const FILEINFO& info, Picture& picture) {
   // Nothing is saved with 2 bits: such pictures are widened while they are read.
   const int32_t bits = info.BitsPerPixel == 2 ? 4 : kFilesDepth;
-  T_SetPageNumber(options.page);
+  T_SetPageNumber(info.Page);
   const int32_t status = T_LoadBitmap(absolute_path(options.input).c_str(), &picture.record(), bits,
                                       order_in_memory(options.order));
   T_SetPageNumber(1);  // a page number above 1 would turn the save into an append
@@ -66,20 +98,18 @@ void load(const ConvertOptions& options, const FILEINFO& info, Picture& picture)
 // Formats that hold a single picture overwrite it even when told to append: what was written
 // tells, before it takes the target's place.
 void check_appended(const ConvertOptions& options, const T_Format& format,
-                    const std::string& written, int32_t pages_before) {
+                    const std::string& written, int32_t pages) {
   FILEINFO info{};
   const int32_t status = T_FileInfo(written.c_str(), &info);
-  if (status == T_OK && info.PageCount == pages_before + 1) return;
+  if (status == T_OK && info.PageCount == pages) return;
   throw Failure{options.output,
                 std::string(format.Name) + " files hold one picture only: nothing can be appended",
                 T_ERR_FORMAT};
 }
 
 void save(const ConvertOptions& options, const T_Format& format, int bits, const FILEINFO& info,
-          Picture& picture) {
-  const bool appends = options.append && file_kind(options.output) == FileKind::kRegular;
-  const int32_t pages_before = appends ? describe(options.output, 1).PageCount : 0;
-  OutputFile output(options.output, appends);
+          Picture& picture, const OutputFile& output, Pages& pages) {
+  const bool appends = pages.written > 0;
   const BitmapHandle& record = picture.record();
   const Resolution dpi = in_dots_per_inch(info.Format, record.XResolution, record.YResolution);
   const SaveSettings settings(record, dpi);
@@ -93,14 +123,13 @@ void save(const ConvertOptions& options, const T_Format& format, int bits, const
                      appends ? T_SAVE_APPEND : 0, 0, 0),
           options.output);
   }
-  if (appends) check_appended(options, format, output.path(), pages_before);
-  output.commit();
+  ++pages.written;
+  if (appends) check_appended(options, format, output.path(), pages.written);
 }
 
-int run_convert(const ConvertOptions& options) {
-  check_reduction(options.reduction, options.bits);
-  const T_Format format = output_format(options);
-  const FILEINFO info = describe(options.input, options.page);
+void convert_page(const ConvertOptions& options, const T_Format& format, int32_t page,
+                  std::optional<OutputFile>& output, Pages& pages) {
+  const FILEINFO info = describe(options.input, page);
   int bits = output_depth(options, format, info.BitsPerPixel);
   Progress progress;
   Picture picture;
@@ -109,8 +138,30 @@ int run_convert(const ConvertOptions& options) {
   apply_reduction(options.reduction, bits, picture);
   if (options.bits == 0 && is_compressed(format)) bits = compressed_depth(picture.record());
   progress.start("Writing " + options.output);
-  save(options, format, bits, info, picture);
+  if (!output) {  // only now: a source that cannot be read leaves no trace
+    const bool extends = options.append && file_kind(options.output) == FileKind::kRegular;
+    pages.written = extends ? describe(options.output, 1).PageCount : 0;
+    output.emplace(options.output, extends);
+  }
+  save(options, format, bits, info, picture, *output, pages);
+}
+
+int run_convert(const ConvertOptions& options) {
+  check_reduction(options.reduction, options.bits);
+  const T_Format format = output_format(options);
+  Pages pages = choose_pages(options);
+  std::optional<OutputFile> output;
+  for (int32_t page = pages.first; page <= pages.last; ++page)
+    convert_page(options, format, page, output, pages);
+  output->commit();
   return kExitOk;
+}
+
+// What is wrong with the value of --page, nothing when all is well.
+std::string page_fault(const std::string& value) {
+  if (value == kAllPages || CLI::Range(1, kLastPage)(value).empty()) return {};
+  return value + " is neither a page, 1 to " + std::to_string(kLastPage) + ", nor \"" + kAllPages +
+         '"';
 }
 
 void add_options(CLI::App& command, ConvertOptions& options) {
@@ -137,10 +188,12 @@ void add_options(CLI::App& command, ConvertOptions& options) {
                   "Formats that prescribe an order are written in theirs")
       ->check(CLI::IsMember(std::vector<std::string>{"rgb", "bgr"}).description(""))
       ->type_name("rgb|bgr");
-  command.add_option("-p,--page", options.page, "Page to read from a multi-page file")
-      ->check(CLI::Range(1, 1023).description(""))
-      ->type_name("N")
-      ->capture_default_str();
+  command
+      .add_option("-p,--page", options.page,
+                  "Page to read from a multi-page file, the first without this option; all: every "
+                  "page, where the output format has pages")
+      ->check(CLI::Validator(page_fault, ""))
+      ->type_name("N|all");
   command.add_flag("-a,--append", options.append,
                    "Add the picture to OUT as a further page, where the format has pages");
   add_reduction_options(command, options.reduction);
@@ -159,6 +212,7 @@ void add_convert(CLI::App& app, Action& action) {
       "  tavo convert photo.bmp small.bmp --bits 8\n"
       "  tavo convert photo.bmp web.gif --colors 64 --dither stucki --size 50%\n"
       "  tavo convert photo.bmp photo.jpg --quality 90 --subsampling 2x2\n"
+      "  tavo convert fax.dcx fax.tif --format 28 --page all\n"
       "  tavo convert drawing.bmp out.img --format bmp");
   command->callback([options, &action] { action = [options] { return run_convert(*options); }; });
 }
