@@ -1,6 +1,7 @@
 #include "compress/coding.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "base/settings.h"
 
@@ -38,13 +39,35 @@ Preset jpeg_preset(int32_t output_type, int32_t factor) {
   return {factor, false, is_reduced ? 2u : 1u, is_quarter ? 2u : 1u};
 }
 
+int32_t scale(int32_t base, int32_t value) {
+  const int32_t entry = base * value / 50;
+  return entry < 3 ? 2 : std::min(entry, 255);
+}
+
 jpeg::QuantiserTable scale_table(const std::array<uint8_t, jpeg::kBlockSize>& base, int32_t value) {
   jpeg::QuantiserTable table;
   for (size_t k = 0; k < table.size(); ++k) {
-    const int32_t entry = base[jpeg::kZigzag[k]] * value / 50;
-    table[k] = static_cast<uint8_t>(entry < 3 ? 2 : std::min(entry, 255));
+    table[k] = static_cast<uint8_t>(scale(base[jpeg::kZigzag[k]], value));
   }
   return table;
+}
+
+// The first of 1 to `last` with which `scaled`(base, number) gives a table nearest to this one.
+template <class Scaled>
+int32_t nearest(std::span<const uint16_t, jpeg::kBlockSize> table, int32_t last, Scaled scaled) {
+  int32_t best = 1;
+  int32_t least = INT32_MAX;
+  for (int32_t number = 1; number <= last; ++number) {
+    int32_t distance = 0;
+    for (size_t i = 0; i < table.size(); ++i) {
+      distance += std::abs(table[i] - scaled(jpeg::kLuminanceQuantisers[i], number));
+    }
+    if (distance < least) {
+      least = distance;
+      best = number;
+    }
+  }
+  return best;
 }
 
 }  // namespace
@@ -63,6 +86,32 @@ Status choose_coding(int32_t output_type, int32_t factor, bool is_gray, Coding& 
   coding = {is_cmp,          is_gray,     preset.is_half_height, preset.horizontal,
             preset.vertical, preset.value};
   return kOk;
+}
+
+int32_t find_factor(const Coding& coding) {
+  const auto matches = [&](int32_t factor) {
+    Coding made;
+    return choose_coding(0, factor, coding.is_gray, made).ok() && made == coding;
+  };
+  for (int32_t factor = 0; factor <= kMaxFactor; ++factor) {
+    if (matches(factor)) return factor;
+  }
+  for (int32_t factor = -1; factor >= -static_cast<int32_t>(std::size(kPresets)); --factor) {
+    if (matches(factor)) return factor;
+  }
+  return kNoFactor;
+}
+
+int32_t estimate_quality(std::span<const uint16_t, jpeg::kBlockSize> quantisers) {
+  const bool is_wide = std::ranges::max(quantisers) > 255;
+  return nearest(quantisers, 100, [&](int32_t base, int32_t quality) {
+    const int32_t percent = quality < 50 ? 5000 / quality : 200 - 2 * quality;
+    return std::clamp((base * percent + 50) / 100, 1, is_wide ? 32767 : 255);
+  });
+}
+
+int32_t estimate_value(std::span<const uint16_t, jpeg::kBlockSize> quantisers) {
+  return nearest(quantisers, 255, scale);
 }
 
 Status build_tables(int32_t value, jpeg::QuantiserTable& luminance,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "base/status.h"
 #include "compress/jpeg_encoder.h"
@@ -15,11 +16,23 @@ struct Coding {
   uint32_t horizontal = 1;  // sampling factors of the luminance
   uint32_t vertical = 1;
   int32_t value = 0;  // internal quality value: multiplier of the quantisation tables, in 50ths
+
+  bool operator==(const Coding&) const = default;
 };
 
 // Output type 0 (CMP) or 1 to 6 (JPEG), factor as T_CompressBitmap documents it. kBadData for
 // another type, kBadQuality for a factor out of range.
 Status choose_coding(int32_t output_type, int32_t factor, bool is_gray, Coding& coding);
+
+// The quality factor with which output type 0 codes so, or kNoFactor: the inverse of choose_coding.
+inline constexpr int32_t kNoFactor = INT32_MIN;
+int32_t find_factor(const Coding& coding);
+
+// Which scaling of the standard's luminance quantisers comes nearest, by the sum of all
+// differences, to those of a picture in natural order: as libjpeg's quality, 1 to 100, and as an
+// internal value, 1 to 255.
+int32_t estimate_quality(std::span<const uint16_t, jpeg::kBlockSize> quantisers);
+int32_t estimate_value(std::span<const uint16_t, jpeg::kBlockSize> quantisers);
 
 // The tables for an internal value, or the custom table when one is loaded. kZeroMultiplier for a
 // value outside 1 to 255.

@@ -53,7 +53,13 @@ class Decoder {
   const Extras& extras() const { return extras_; }
   ColorSpace color() const { return color_; }
   // The quantisers of a component; what a quality can be estimated from.
-  std::span<const uint16_t> quantisers(size_t component) const { return quantisers_[component]; }
+  std::span<const uint16_t, kBlockSize> quantisers(size_t component) const {
+    return is_latched_[component]
+               ? quantisers_[component]
+               : tables_[0].quantisers[frame_.components[component].quantiser].values;
+  }
+
+  uint32_t restart_interval() const { return tables_[0].restart_interval; }  // before the scan
 
   bool is_single_scan() const { return !frame_.is_progressive && scan_.count == frame_.count; }
 

@@ -25,15 +25,6 @@ uint32_t stamp_bytes(uint32_t width, uint32_t height, uint32_t bits) {
   return width * height * (bits / 8) + palette;
 }
 
-// An open file and what its first and last bytes say.
-Status open_container(io::InputFile& file, const char* name, Container& container) {
-  TRY(file.open(name));
-  std::array<uint8_t, kLargestContainerHead> head;
-  size_t got = 0;
-  TRY(file.read_up_to(head, got));
-  return parse_container(std::span(head).first(got), container);
-}
-
 // The resolution behind the stream of a CMP file; a file that was cut has none.
 void read_trailer(io::InputFile& file, Container& container) {
   uint32_t size = 0;
@@ -52,41 +43,8 @@ int32_t to_dpi(const Extras& extras, uint16_t density) {
   return extras.density_unit == 1 || extras.is_own ? density : 0;
 }
 
-// The line count that the frame header may leave to the end of the first scan.
-Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
-                   const Container& container) {
-  TRY(file.seek(container.stream_offset));
-  source.reset();
-  const Status status = decoder.read_header(source, container, 0);
-  const Frame& frame = decoder.decoder().frame();
-  if (status != kBadData || frame.count == 0 || frame.height != 0) return status;
-  TRY(file.seek(container.stream_offset));
-  source.reset();
-  const uint32_t lines = find_line_count(source);
-  if (lines == 0) return kBadData;
-  TRY(file.seek(container.stream_offset));
-  source.reset();
-  return decoder.read_header(source, container, lines);
-}
-
 bool is_plausible(const Frame& frame, uint32_t file_bytes) {
   return uint64_t{frame.width} * frame.height <= kFreePixels + kPixelsPerByte * file_bytes;
-}
-
-Status probe_stream(const io::ProbeInput& input, int32_t format, FILEINFO& info) {
-  Container container;
-  TRY(parse_container(input.head, container));
-  if (container.format != format) return kBadData;
-  read_trailer(input.file, container);
-  ByteSource source(input.file);
-  TRY(source.start(4096));
-  PictureDecoder decoder;
-  // A picture whose size is known is one, whatever keeps it from being decoded.
-  const Status status = read_header(decoder, input.file, source, container);
-  const Frame& frame = decoder.decoder().frame();
-  if (!status.ok() && (frame.count == 0 || frame.height == 0)) return status;
-  process::describe(decoder.picture(0, T_ORDER_BGR), format, "JPEG", info);
-  return kOk;
 }
 
 }  // namespace
@@ -102,6 +60,7 @@ Status parse_container(std::span<const uint8_t> head, Container& container) {
   container.stream_offset = cmp::kHeaderSize;
   container.is_half_height = (head[cmp::kFlagsOffset] & cmp::kHalfHeight) != 0;
   container.is_bottom_up = head[cmp::kOrderOffset] != cmp::kTopFirst;
+  container.quality_value = load_le16(&head[cmp::kQualityOffset]);
   container.has_stamp = head[cmp::kStampOffset] == cmp::kHasStamp;
   if (!container.has_stamp) return kOk;
   if (head.size() < cmp::kHeaderSize + cmp::kStampHeaderSize) return kReadError;
@@ -109,6 +68,14 @@ Status parse_container(std::span<const uint8_t> head, Container& container) {
   container.stream_offset +=
       static_cast<uint32_t>(cmp::kStampHeaderSize) + stamp_bytes(stamp[0], stamp[1], stamp[2]);
   return kOk;
+}
+
+Status open_container(io::InputFile& file, const char* name, Container& container) {
+  TRY(file.open(name));
+  std::array<uint8_t, kLargestContainerHead> head;
+  size_t got = 0;
+  TRY(file.read_up_to(head, got));
+  return parse_container(std::span(head).first(got), container);
 }
 
 // ---- PictureDecoder ----
@@ -200,6 +167,43 @@ Status PictureDecoder::finish() {
 }
 
 // ---- Files ----
+
+Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
+                   const Container& container) {
+  TRY(file.seek(container.stream_offset));
+  source.reset();
+  const Status status = decoder.read_header(source, container, 0);
+  // The line count may be left to the end of the first scan.
+  const Frame& frame = decoder.decoder().frame();
+  if (status != kBadData || frame.count == 0 || frame.height != 0) return status;
+  TRY(file.seek(container.stream_offset));
+  source.reset();
+  const uint32_t lines = find_line_count(source);
+  if (lines == 0) return kBadData;
+  TRY(file.seek(container.stream_offset));
+  source.reset();
+  return decoder.read_header(source, container, lines);
+}
+
+namespace {
+
+Status probe_stream(const io::ProbeInput& input, int32_t format, FILEINFO& info) {
+  Container container;
+  TRY(parse_container(input.head, container));
+  if (container.format != format) return kBadData;
+  read_trailer(input.file, container);
+  ByteSource source(input.file);
+  TRY(source.start(4096));
+  PictureDecoder decoder;
+  // A picture whose size is known is one, whatever keeps it from being decoded.
+  const Status status = read_header(decoder, input.file, source, container);
+  const Frame& frame = decoder.decoder().frame();
+  if (!status.ok() && (frame.count == 0 || frame.height == 0)) return status;
+  process::describe(decoder.picture(0, T_ORDER_BGR), format, "JPEG", info);
+  return kOk;
+}
+
+}  // namespace
 
 Status probe_cmp(const io::ProbeInput& input, FILEINFO& info) {
   return probe_stream(input, T_FORMAT_CMP, info);

@@ -7,6 +7,7 @@
 #include "base/status.h"
 #include "compress/jpeg_decoder.h"
 #include "io/format.h"
+#include "io/input_file.h"
 #include "process/row_delivery.h"
 #include "process/source_picture.h"
 
@@ -24,7 +25,8 @@ struct Container {
   bool is_half_height = false;  // every row stands for two
   bool is_bottom_up = false;
   bool has_stamp = false;
-  int32_t x_resolution = 0;  // dots per inch, 0: not told
+  int32_t quality_value = 0;  // of a CMP file, as its header tells
+  int32_t x_resolution = 0;   // dots per inch, 0: not told
   int32_t y_resolution = 0;
 };
 
@@ -32,6 +34,9 @@ struct Container {
 // kReadError when they are too few to tell. What a trailer says is not known then.
 Status parse_container(std::span<const uint8_t> head, Container& container);
 inline constexpr size_t kLargestContainerHead = 27;
+
+// Opens a file of either kind.
+Status open_container(io::InputFile& file, const char* name, Container& container);
 
 // Decodes one picture and delivers its rows, in pieces if the caller wants that.
 class PictureDecoder {
@@ -61,6 +66,10 @@ class PictureDecoder {
   uint32_t rows_left_ = 0;  // of the stream
 };
 
+// Reads the head of the stream in an open file, with `source` to be decoded from next.
+Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
+                   const Container& container);
+
 Status probe_cmp(const io::ProbeInput& input, FILEINFO& info);
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 
@@ -69,8 +78,5 @@ Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_
                   void* context, int32_t option);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
-
-// Initialises and allocates `stamp` and fills it from the stamp of a CMP or JPEG file. kNoStamp.
-Status read_stamp(const char* name, BitmapHandle& stamp);
 
 }  // namespace tavo::jpeg

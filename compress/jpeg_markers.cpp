@@ -269,12 +269,14 @@ Status MarkerReader::read_comment(Extras& extras) {
   std::array<uint8_t, cmp::kCommentSize> bytes;
   if (left_ != bytes.size()) return kOk;
   TRY(take(bytes));
-  const auto is = [&](const char(&text)[cmp::kCommentSize]) {
-    return std::memcmp(bytes.data(), text, bytes.size()) == 0;
-  };
-  if (is(cmp::kBottomFirstComment)) extras.is_own = extras.is_bottom_up = true;
-  if (is(cmp::kTopFirstComment)) extras.is_own = true;
+  if (is_own_comment(bytes)) extras.is_own = true;
+  if (std::ranges::equal(bytes, cmp::kBottomFirstComment)) extras.is_bottom_up = true;
   return kOk;
+}
+
+bool is_own_comment(std::span<const uint8_t> text) {
+  return std::ranges::equal(text, cmp::kBottomFirstComment) ||
+         std::ranges::equal(text, cmp::kTopFirstComment);
 }
 
 }  // namespace tavo::jpeg

@@ -90,6 +90,9 @@ struct Extras {
   bool is_bottom_up = false;  // with the bottom row first
 };
 
+// Whether a comment, zero byte included, is one that this library writes.
+bool is_own_comment(std::span<const uint8_t> text);
+
 // How reading a run of segments ended.
 enum class SegmentEnd { kScan, kEndOfImage, kCutShort };
 

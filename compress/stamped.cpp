@@ -1,5 +1,6 @@
 #include "compress/stamped.h"
 
+#include <array>
 #include <cstring>
 
 #include "base/buffer.h"
@@ -9,48 +10,72 @@
 #include "compress/strip_rows.h"
 #include "core/bitmap.h"
 #include "core/rows.h"
+#include "process/resize.h"
 
 namespace tavo::compress {
 
 namespace {
 
+constexpr int32_t kMaxStampSide = 255;
+
 Status check_request(const StampRequest& request) {
-  if (request.width < 4 || request.width > 255) return kBadSize;
-  if (request.height < 1 || request.height > 255) return kBadSize;
+  if (request.width < 4 || request.width > kMaxStampSide) return kBadSize;
+  if (request.height < 1 || request.height > kMaxStampSide) return kBadSize;
   return request.bits == 8 || request.bits == 24 ? kOk : kBadArgument;
 }
 
-// The middle of the i-th of `parts` equal parts of `length`.
-uint32_t middle(uint32_t i, uint32_t parts, uint32_t length) {
-  return static_cast<uint32_t>((2 * uint64_t{i} + 1) * length / (2 * uint64_t{parts}));
-}
+// The source position that each position of a stamp shows: those that resized bitmaps keep. Where
+// their scheme, which knows the ratio in 256ths only, leaves the end of the stamp without any, the
+// middle of each part is taken instead.
+class Positions {
+ public:
+  Positions(int32_t source, int32_t stamp) {
+    process::ResizeRule rule;
+    rule.set(source, stamp);
+    const auto length = static_cast<uint32_t>(source);
+    const auto count = static_cast<uint32_t>(stamp);
+    uint32_t filled = 0;
+    for (uint32_t i = 0; i < length && filled < count; ++i) {
+      for (uint32_t n = rule.count(i); n > 0 && filled < count; --n) at_[filled++] = i;
+    }
+    if (filled == count) return;
+    for (uint32_t i = 0; i < count; ++i) {
+      at_[i] = static_cast<uint32_t>((2 * uint64_t{i} + 1) * length / (2 * uint64_t{count}));
+    }
+  }
+  uint32_t operator[](uint32_t i) const { return at_[i]; }
+
+ private:
+  std::array<uint32_t, kMaxStampSide> at_;
+};
 
 // Fills `small`, top row first, with pixels of `bitmap`: indices when both have 8 bits, otherwise
 // 24-bit colours, blue first.
 Status pick_pixels(BitmapHandle& bitmap, BitmapHandle& small) {
   const bool keeps_indices = small.BitsPerPixel == 8;
   const size_t pixel_bytes = keeps_indices ? 1 : 3;
-  const auto width = static_cast<uint32_t>(bitmap.Width);
-  const auto height = static_cast<uint32_t>(bitmap.Height);
+  const Positions columns(bitmap.Width, small.Width);
+  const Positions rows(bitmap.Height, small.Height);
   Buffer stored, colors, out;
   TRY(stored.allocate(bitmap.BytesPerLine));
-  TRY(colors.allocate(uint64_t{width} * 3));
+  TRY(colors.allocate(static_cast<uint64_t>(bitmap.Width) * 3));
   TRY(out.allocate(small.BytesPerLine));
   StripRows convert;
   if (!keeps_indices) TRY(convert.start(bitmap, StripRows::Target::kColor));
   const core::AccessScope accessed(bitmap);
   const core::AccessScope accessed_small(small);
-  for (uint32_t y = 0; y < static_cast<uint32_t>(small.Height); ++y) {
-    const uint32_t from = middle(y, static_cast<uint32_t>(small.Height), height);
-    TRY(core::get_row(bitmap, core::stored_row(bitmap, from), stored.bytes()));
+  const auto last = static_cast<uint32_t>(small.Height) - 1;
+  for (uint32_t y = 0; y <= last; ++y) {
+    // Bitmaps are resized in the order in which they are stored.
+    const uint32_t from = rows[bitmap.ViewPerspective >= 2 ? last - y : y];
+    TRY(core::get_row(bitmap, from, stored.bytes()));
     const uint8_t* row = stored.data();
     if (!keeps_indices) {
       TRY(convert.convert(row, colors.data()));
       row = colors.data();
     }
     for (uint32_t x = 0; x < static_cast<uint32_t>(small.Width); ++x) {
-      const uint32_t at = middle(x, static_cast<uint32_t>(small.Width), width);
-      std::memcpy(out.data() + x * pixel_bytes, row + at * pixel_bytes, pixel_bytes);
+      std::memcpy(out.data() + x * pixel_bytes, row + columns[x] * pixel_bytes, pixel_bytes);
     }
     TRY(core::put_row(small, y, out.bytes()));
   }

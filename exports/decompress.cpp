@@ -1,6 +1,7 @@
 // Decoding of JPEG and CMP files, from files, memory and pieces.
 #include "pipeline/decompress.h"
 #include "compress/jpeg_file.h"
+#include "compress/jpeg_info.h"
 #include "exports/shared.h"
 #include "io/file_table.h"
 #include "tavo45.h"
@@ -49,4 +50,9 @@ int32_t T_CALL T_EndDecompressData(void) { return exports::shared.push_decoder.e
 
 int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp) {
   return pipeline::get_stamp(name, *stamp).code();
+}
+
+int32_t T_CALL T_GetJPEGInfo(const char* name, T_JPEGINFO* info) {
+  if (info == nullptr) return T_ERR_ARGUMENT;
+  return jpeg::read_info(name, *info).code();
 }

@@ -707,8 +707,9 @@ T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, in
                                       int32_t quality, uint32_t flag);
 
 /* T_CompressBitmap with a stamp, a small picture of the picture, in the same file.
- * stampWidth, stampHeight   4 to 255 and 1 to 255 pixels. The stamp takes the pixel in the middle
- *              of each part of the picture that it stands for
+ * stampWidth, stampHeight   4 to 255 and 1 to 255 pixels. The stamp has the pixels that T_SizeBitmap
+ *              would leave or, across or down, where these are too few to fill it, those in the
+ *              middle of the parts of the picture that they stand for
  * stampBits    8: a palette of 256 colours, that of an 8-bit bitmap, otherwise an optimised one, or
  *              with dither 1 the built-in one, to which a bitmap above 8 bits is dithered by its
  *              DitherMethod; 24: colours
@@ -969,12 +970,42 @@ T_API int32_t T_CALL T_StartDecompressData(T_RowSink sink, int32_t bitsPerPixel,
 T_API int32_t T_CALL T_DecompressData(const void* bytes, uint32_t size);
 T_API int32_t T_CALL T_EndDecompressData(void);
 
-/* Reads the stamp, a small picture, of a CMP file or of a JPEG file with a JFXX extension:
- * initialises and allocates `stamp`, 8 bits with a palette or 24 bits, top row first. T_OK,
- * T_ERR_NO_STAMP (also for other formats), T_ERR_READ (cut short), T_ERR_BAD_DATA (an empty stamp
- * or another depth, or a file of no known format), T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK,
- * T_ERR_NO_MEMORY, T_ERR_NOTICE. */
+/* Reads the stamp, a small picture, of a CMP file or of a JPEG file: of its first JFXX segment (JFIF
+ * 1.02: palette, colours, or a JPEG stream of up to 1024 x 1024 pixels), otherwise what its JFIF
+ * segment holds. Initialises and allocates `stamp`, 8 bits with a palette or 24 bits, blue first
+ * (streams with this library's comment have blue first, too, others red), top row first. T_OK,
+ * T_ERR_NO_STAMP (also for other formats), T_ERR_READ (cut short), T_ERR_BAD_DATA (an empty stamp,
+ * another depth, damage, or a file of no known format), T_ERR_SUBTYPE (a coded stamp's coding),
+ * T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
 T_API int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp);
+
+#define T_FACTOR_NONE (-2147483647 - 1)
+
+/* How a JPEG or CMP file is coded; T_GetJPEGInfo fills it. */
+typedef struct T_JPEGINFO {
+  int32_t Format;               /* T_FORMAT_JPEG or T_FORMAT_CMP */
+  int32_t Components;           /* 1 to 4 */
+  int32_t HorizontalFactors[4]; /* sampling factors of each, 1 to 4; of those there are not: 0 */
+  int32_t VerticalFactors[4];
+  int32_t Progressive;     /* 1: progressive; 0: baseline or extended sequential */
+  int32_t RestartInterval; /* in MCUs, at the first scan; 0: none */
+  int32_t HalfHeight;      /* 1: a CMP file with every second row only */
+  int32_t Quality;         /* 1 to 100 as libjpeg counts: that whose luminance table comes nearest
+                              to the first component's. 0: its table comes after the first scan */
+  int32_t Factor;          /* the library's quality factor. JPEG: 1 to 255, found as Quality is (0
+                              where it is 0). CMP: that with which output type 0 codes in the way
+                              that the header says, T_FACTOR_NONE when there is none */
+  int32_t StampWidth;      /* what T_GetCompressFileStamp reads; all 0 without a stamp */
+  int32_t StampHeight;
+  int32_t StampBits; /* 8 or 24 */
+  int32_t Reserved[12];
+} T_JPEGINFO;
+
+/* Reads the headers of a JPEG or CMP file. A stamp that cannot be read counts as none. T_OK;
+ * T_ERR_ARGUMENT (null info); T_ERR_BAD_DATA (another format, damage), T_ERR_SUBTYPE (a coding that
+ * is not decoded), T_ERR_READ (cut short); T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK, T_ERR_NO_MEMORY,
+ * T_ERR_NOTICE. `info` is all 0 after a failure. */
+T_API int32_t T_CALL T_GetJPEGInfo(const char* name, T_JPEGINFO* info);
 
 /* TGA: colour-mapped (8 bits), true-colour (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
  * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits (8: grey

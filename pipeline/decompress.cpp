@@ -2,6 +2,7 @@
 
 #include "base/settings.h"
 #include "compress/jpeg_file.h"
+#include "compress/jpeg_stamp.h"
 #include "core/bitmap.h"
 #include "pipeline/identify.h"
 #include "pipeline/store_sink.h"

@@ -425,6 +425,23 @@ class Information(CliTest):
         unknown = self.succeeds("info", self.make(24, dots_per_metre=(0, 0)))
         self.assertIn("resolution unknown", unknown)
 
+    def test_jpeg(self):
+        name = self.make(24)
+        for options, output, expected in (
+                (["--quality", "60"], "a.jpg", {"quality": 60, "factor": 40, "subsampling": "2x1"}),
+                (["--factor", "20", "--subsampling", "2x2", "--stamp", "10x4"], "b.jpg",
+                 {"quality": 80, "factor": 20, "subsampling": "2x2",
+                  "stamp": {"width": 10, "height": 4, "bits_per_pixel": 24}}),
+                (["--factor", "-7"], "c.cmp", {"factor": 110, "half_height": True}),
+                (["--bits", "8"], "d.jpg", {"components": 1, "subsampling": None})):
+            with self.subTest(output=output):
+                self.succeeds("convert", name, output, *options)
+                jpeg = json.loads(self.succeeds("info", output, "--json"))[0]["jpeg"]
+                self.assertEqual({key: jpeg[key] for key in expected}, expected)
+                self.assertEqual((jpeg["progressive"], jpeg["restart_interval"]), (False, 0))
+        self.assertIn("quality about 80, subsampling 2x2, stamp 10x4,", self.succeeds("info", "b.jpg"))
+        self.assertNotIn("jpeg", json.loads(self.succeeds("info", name, "--json"))[0])
+
     def test_a_bad_file_does_not_hide_the_others(self):
         name = self.make(4)
         done = tavo("info", "missing.bmp", name, "--json")

@@ -217,38 +217,151 @@ TEST(JpegFile, ACutFileDeliversGreyRows) {
   EXPECT_NE(rows.bytes.front(), 128);
 }
 
+Bytes jfxx_segment(uint8_t kind, const Bytes& body) {
+  return jpeg_segment(0xE0, join({{'J', 'F', 'X', 'X', 0, kind}, body}));
+}
+
+// What T_GetJPEGInfo says of a file, and what its stamp holds.
+struct StampCase {
+  const char* name;
+  Bytes file;
+  int32_t bits;  // 0: no stamp
+  Bytes pixels;
+};
+
+std::vector<StampCase> stamp_cases() {
+  const Bytes indexed = small_stamp();
+  const Bytes indices = {1, 2, 3, 4, 5, 6, 7, 8};
+  const Bytes stored = {10, 20, 30, 40, 50, 60};
+  const Bytes exchanged = {30, 20, 10, 60, 50, 40};
+  const Bytes color = jfxx_segment(0x13, join({{2, 1}, stored}));
+  Bytes jfif = jfif_segment(1, 72, 72);
+  Bytes jfif_stamp =
+      jpeg_segment(0xE0, join({Bytes(jfif.begin() + 4, jfif.end() - 2), {2, 1}, stored}));
+  JpegPicture small;
+  small.width = 3;
+  small.height = 2;
+  small.components = {{1, 1, 1}};
+  small.fill_flat({77});
+  const auto with = [](std::initializer_list<Bytes> segments) {
+    return sample_stream({.segments = join(segments)});
+  };
+  const Bytes palette_body(indexed.begin() + 3, indexed.end());
+  return {
+      {"header", cmp_file(sample_stream(), {.stamp = indexed}), 8, indices},
+      {"palette", with({jfif, jfxx_segment(0x11, join({{4, 2}, palette_body}))}), 8, indices},
+      {"red first", with({jfif, color}), 24, exchanged},
+      {"own", with({jfif, color, comment("TAVO Technologies Inc. V1.01")}), 24, stored},
+      {"other comment", with({color, comment("TAVO Technologies Inc. V2.01")}), 24, exchanged},
+      {"in JFIF", with({jfif_stamp}), 24, exchanged},
+      {"in both", with({jfif_stamp, jfxx_segment(0x11, join({{4, 2}, palette_body}))}), 8, indices},
+      {"behind tables", with({jpeg_segment(0xDD, {0, 0}), color}), 24, exchanged},
+      {"coded", with({jfif, jfxx_segment(0x10, jpeg_stream(small, {}))}), 8, Bytes(6, 77)},
+      {"none in CMP", cmp_file(with({color}), {}), 0, {}},
+      {"none", with({jfif}), 0, {}},
+      {"unknown kind", with({jfxx_segment(0x12, join({{2, 1}, stored}))}), 0, {}},
+  };
+}
+
 TEST(JpegFile, StampsComeBack) {
+  for (const StampCase& row : stamp_cases()) {
+    SCOPED_TRACE(row.name);
+    Disk disk;
+    disk.files["file"] = row.file;
+    Bitmap bitmap;
+    ASSERT_EQ(T_GetCompressFileStamp("file", bitmap.get()), row.bits ? T_OK : T_ERR_NO_STAMP);
+    T_JPEGINFO info;
+    ASSERT_EQ(T_GetJPEGInfo("file", &info), T_OK);
+    EXPECT_EQ(info.StampBits, row.bits);
+    if (row.bits == 0) continue;
+    EXPECT_EQ(bitmap->BitsPerPixel, row.bits);
+    EXPECT_EQ(bitmap->ViewPerspective, 0);
+    EXPECT_EQ(bitmap->Order, row.bits == 24 ? T_ORDER_BGR : T_ORDER_RGB);
+    EXPECT_EQ(pixels(bitmap.get()), row.pixels);
+    EXPECT_EQ(info.StampWidth * info.StampHeight * row.bits / 8, row.pixels.size());
+    const bool is_coded = row.pixels[0] == 77;
+    const int green = bitmap->Info.Palette[3].Green;
+    EXPECT_EQ(green, row.bits == 24 ? green : is_coded ? 3 : 252);
+  }
+}
+
+TEST(JpegFile, StatusesOfStamps) {
   Disk disk;
   const Bytes stamp = small_stamp();
-  disk.files["s.cmp"] = cmp_file(sample_stream(), {.stamp = stamp});
-  const Bytes pixels24 = {10, 20, 30, 40, 50, 60};
-  disk.files["s.jpg"] = sample_stream(
-      {.segments =
-           join({jfif_segment(1, 72, 72),
-                 jpeg_segment(0xE0, join({{'J', 'F', 'X', 'X', 0, 0x13, 2, 1}, pixels24}))})});
-  disk.files["none.cmp"] = cmp_file(sample_stream(), {});
-  disk.files["none.jpg"] = sample_stream();
+  const Bytes empty = jfxx_segment(0x13, {0, 1});
   disk.files["other.gif"] = saved_sample(T_FORMAT_GIF, 8, 4, 4);
   disk.files["noise"] = Bytes(100, 0x55);
-
-  EXPECT_EQ(info_of(disk.files["s.cmp"]).Width, kWidth);
-  Bitmap bitmap;
-  ASSERT_EQ(T_GetCompressFileStamp("s.cmp", bitmap.get()), T_OK);
-  EXPECT_EQ(pixels(bitmap.get()), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
-  EXPECT_EQ(bitmap->ViewPerspective, 0);
-  EXPECT_EQ(bitmap->Info.Palette[3].Red, 3);
-  EXPECT_EQ(bitmap->Info.Palette[3].Green, 252);
-  Bitmap colored;
-  ASSERT_EQ(T_GetCompressFileStamp("s.jpg", colored.get()), T_OK);
-  EXPECT_EQ(colored->Order, T_ORDER_BGR);
-  EXPECT_EQ(pixels(colored.get()), pixels24);
-
+  disk.files["empty"] = sample_stream({.segments = empty});
+  disk.files["broken"] = sample_stream({.segments = jfxx_segment(0x10, {0xFF, 0xD8, 0, 0})});
+  disk.files["depth"] = cmp_file(
+      sample_stream(), {.stamp = {4, 2, 16, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}});
   Bitmap none;
-  for (const char* name : {"none.cmp", "none.jpg", "other.gif"}) {
-    EXPECT_EQ(T_GetCompressFileStamp(name, none.get()), T_ERR_NO_STAMP) << name;
-  }
-  EXPECT_EQ(T_GetCompressFileStamp("noise", none.get()), T_ERR_BAD_DATA);
+  EXPECT_EQ(T_GetCompressFileStamp("other.gif", none.get()), T_ERR_NO_STAMP);
   EXPECT_EQ(T_GetCompressFileStamp("absent", none.get()), T_ERR_OPEN);
+  EXPECT_EQ(T_GetCompressFileStamp("broken", none.get()), T_ERR_READ);
+  for (const char* name : {"noise", "empty", "depth"}) {
+    EXPECT_EQ(T_GetCompressFileStamp(name, none.get()), T_ERR_BAD_DATA) << name;
+  }
+}
+
+TEST(JpegFile, CodingIsDescribed) {
+  Disk disk;
+  JpegPicture picture;
+  picture.width = kWidth;
+  picture.height = kHeight;
+  picture.components = {{1, 2, 1}, {2, 1, 1}, {3, 1, 2}};
+  picture.quantiser = 255;
+  picture.fill(5);
+  disk.files["p"] = jpeg_stream(picture, {.plan = ScanPlan::kProgressive, .restart_interval = 3});
+  T_JPEGINFO info;
+  ASSERT_EQ(T_GetJPEGInfo("p", &info), T_OK);
+  EXPECT_EQ(info.Format, T_FORMAT_JPEG);
+  EXPECT_EQ(info.Components, 3);
+  EXPECT_EQ(info.Progressive, 1);
+  EXPECT_EQ(info.RestartInterval, 3);
+  EXPECT_EQ(info.Quality, 1);
+  EXPECT_EQ(info.HalfHeight, 0);
+  EXPECT_EQ(info.HorizontalFactors[0], 2);
+  EXPECT_EQ(info.VerticalFactors[2], 2);
+  EXPECT_EQ(info.VerticalFactors[3], 0);
+
+  EXPECT_EQ(T_GetJPEGInfo("p", nullptr), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_GetJPEGInfo("absent", &info), T_ERR_OPEN);
+  EXPECT_EQ(info.Components, 0);
+  EXPECT_EQ(T_GetJPEGInfo(nullptr, &info), T_ERR_NAME);
+  disk.files["other.gif"] = saved_sample(T_FORMAT_GIF, 8, 4, 4);
+  EXPECT_EQ(T_GetJPEGInfo("other.gif", &info), T_ERR_BAD_DATA);
+  Bytes& file = disk.files["p"];
+  file.resize(40);
+  EXPECT_EQ(T_GetJPEGInfo("p", &info), T_ERR_READ);
+}
+
+// Factors come back as they were given.
+TEST(JpegFile, FactorsAreFound) {
+  Bitmap bitmap;
+  T_InitBitmap(bitmap.get(), 16, 16, 24);
+  ASSERT_EQ(T_AllocateBitmap(bitmap.get(), 1), T_OK);
+  Disk disk;
+  T_JPEGINFO info;
+  for (int32_t factor = 1; factor <= 250; ++factor) {  // 251 gives the tables of 250
+    T_CompressBitmap(bitmap.get(), "jpg", 3, factor, 0);
+    ASSERT_EQ(T_GetJPEGInfo("jpg", &info), T_OK);
+    ASSERT_EQ(info.Factor, factor);
+    T_CompressBitmap(bitmap.get(), "cmp", 0, factor, 0);
+    ASSERT_EQ(T_GetJPEGInfo("cmp", &info), T_OK);
+    ASSERT_EQ(info.Factor, factor > 101 ? factor & ~1 : factor);
+    ASSERT_EQ(info.HalfHeight, factor > 100 ? 1 : 0);
+  }
+  for (const auto& [given, told] :
+       {std::pair(-1, -1), {-2, -2}, {-3, 9}, {-4, 24}, {-5, -5}, {-6, 84}, {-7, 110}, {-8, 186}}) {
+    T_CompressBitmap(bitmap.get(), "cmp", 0, given, 0);
+    ASSERT_EQ(T_GetJPEGInfo("cmp", &info), T_OK);
+    EXPECT_EQ(info.Factor, told) << given;
+  }
+  Bytes& cmp = disk.files["cmp"];
+  cmp[22] = 3;  // no factor gives this
+  ASSERT_EQ(T_GetJPEGInfo("cmp", &info), T_OK);
+  EXPECT_EQ(info.Factor, T_FACTOR_NONE);
 }
 
 // ---- Pieces ----

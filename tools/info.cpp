@@ -1,6 +1,7 @@
 // tavo info: what files hold.
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "format_table.h"
 #include "picture.h"
 #include "program.h"
+#include "system.h"
 
 namespace tavo::tools {
 namespace {
@@ -22,12 +24,70 @@ struct InfoOptions {
   bool json = false;
 };
 
+// What only JPEG and CMP files have; none for a stream that cannot be decoded.
+std::optional<T_JPEGINFO> describe_jpeg(const std::string& file, const FILEINFO& info) {
+  T_JPEGINFO jpeg;
+  if (info.Format != T_FORMAT_JPEG && info.Format != T_FORMAT_CMP) return std::nullopt;
+  if (T_GetJPEGInfo(absolute_path(file).c_str(), &jpeg) != T_OK) return std::nullopt;
+  return jpeg;
+}
+
+std::string sampling_of(const T_JPEGINFO& jpeg, int component) {
+  return std::to_string(jpeg.HorizontalFactors[component]) + "x" +
+         std::to_string(jpeg.VerticalFactors[component]);
+}
+
+// In the words of --subsampling where all components but the first are 1x1, else in full.
+std::string subsampling_of(const T_JPEGINFO& jpeg) {
+  std::string all = sampling_of(jpeg, 0);
+  bool is_usual = true;
+  for (int i = 1; i < jpeg.Components; ++i) {
+    all += "," + sampling_of(jpeg, i);
+    is_usual = is_usual && sampling_of(jpeg, i) == "1x1";
+  }
+  return is_usual ? sampling_of(jpeg, 0) : all;
+}
+
+// JPEG files are one format when they are read; the table's names tell how they are written.
+std::string found_format(const FILEINFO& info) {
+  return info.Format == T_FORMAT_JPEG ? "JPEG" : format_name(info.Format);
+}
+
+Json to_json(const T_JPEGINFO& jpeg) {
+  Json row;
+  row["components"] = jpeg.Components;
+  row["subsampling"] = jpeg.Components > 1 ? Json(subsampling_of(jpeg)) : Json(nullptr);
+  row["progressive"] = jpeg.Progressive != 0;
+  row["restart_interval"] = jpeg.RestartInterval;
+  row["half_height"] = jpeg.HalfHeight != 0;
+  row["quality"] = jpeg.Quality > 0 ? Json(jpeg.Quality) : Json(nullptr);
+  const bool has_factor = jpeg.Quality > 0 && jpeg.Factor != T_FACTOR_NONE;
+  row["factor"] = has_factor ? Json(jpeg.Factor) : Json(nullptr);
+  row["stamp"] = nullptr;
+  if (jpeg.StampBits != 0) {
+    row["stamp"] = {{"width", jpeg.StampWidth},
+                    {"height", jpeg.StampHeight},
+                    {"bits_per_pixel", jpeg.StampBits}};
+  }
+  return row;
+}
+
+std::string to_text(const T_JPEGINFO& jpeg) {
+  std::string text = jpeg.Progressive != 0 ? ", progressive" : "";
+  if (jpeg.Quality > 0) text += ", quality about " + std::to_string(jpeg.Quality);
+  if (jpeg.Components > 1) text += ", subsampling " + subsampling_of(jpeg);
+  if (jpeg.HalfHeight != 0) text += ", half height";
+  if (jpeg.StampBits == 0) return text;
+  return text + ", stamp " + std::to_string(jpeg.StampWidth) + "x" +
+         std::to_string(jpeg.StampHeight);
+}
+
 Json to_json(const std::string& file, const FILEINFO& info) {
   const Resolution dpi = in_dots_per_inch(info.Format, info.XResolution, info.YResolution);
   const auto number_or_null = [](int32_t n) { return n > 0 ? Json(n) : Json(nullptr); };
   Json row;
   row["file"] = file;
-  row["format"] = format_name(info.Format);
+  row["format"] = found_format(info);
   row["format_id"] = info.Format;
   row["bytes"] = info.FileSize;
   row["width"] = info.Width;
@@ -42,6 +102,7 @@ Json to_json(const std::string& file, const FILEINFO& info) {
   row["pages"] = info.PageCount;
   row["x_dpi"] = number_or_null(dpi.x);
   row["y_dpi"] = number_or_null(dpi.y);
+  if (const auto jpeg = describe_jpeg(file, info)) row["jpeg"] = to_json(*jpeg);
   return row;
 }
 
@@ -62,10 +123,12 @@ void print_line(const std::string& file, const FILEINFO& info) {
   std::string pages = info.PageCount == 1 ? "1 page" : std::to_string(info.PageCount) + " pages";
   if (info.Page > 1) pages = "page " + std::to_string(info.Page) + " of " + pages;
   const Resolution dpi = in_dots_per_inch(info.Format, info.XResolution, info.YResolution);
-  std::printf("%s: %s, %d x %d, %s, compression %s, %s, %s, %u bytes\n", file.c_str(),
-              format_name(info.Format).c_str(), static_cast<int>(info.Width),
-              static_cast<int>(info.Height), depth.c_str(), info.Compression, pages.c_str(),
-              resolution_text(dpi).c_str(), static_cast<unsigned>(info.FileSize));
+  const auto jpeg = describe_jpeg(file, info);
+  std::printf("%s: %s, %d x %d, %s, compression %s%s, %s, %s, %u bytes\n", file.c_str(),
+              found_format(info).c_str(), static_cast<int>(info.Width),
+              static_cast<int>(info.Height), depth.c_str(), info.Compression,
+              jpeg ? to_text(*jpeg).c_str() : "", pages.c_str(), resolution_text(dpi).c_str(),
+              static_cast<unsigned>(info.FileSize));
 }
 
 // Every file gets its turn; those that fail are reported and make the exit status 1.
