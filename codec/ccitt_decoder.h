@@ -85,6 +85,13 @@ class Decoder {
 
   uint64_t damaged_rows() const { return damaged_rows_; }
 
+  // When the last row brought the end-of-page code: how many rows up to it were no rows, but parts
+  // of that code. Otherwise 0.
+  uint32_t end_rows() const {
+    if (!is_ended_) return 0;
+    return coding_ == Coding::kGroup4 ? 1 : static_cast<uint32_t>(empty_rows_);
+  }
+
  private:
   enum class Outcome { kRow, kTooLong, kBadCode, kUncompressed, kNoMemory };
   struct Runs;

@@ -64,17 +64,28 @@ Status Decoder::feed_tables(ByteSource& source) {
   return frame.count == 0 && end != SegmentEnd::kScan ? kOk : kBadData;
 }
 
+void Decoder::forget_rows(ByteSource& source) {
+  source_ = &source;
+  store_.reset();
+  rows_.reset();
+  outcome_ = kOk;
+  bands_ = sound_bands_ = next_row_ = 0;
+}
+
+void Decoder::continue_with(ByteSource& source, uint32_t lines) {
+  forget_rows(source);
+  is_part_ = true;
+  frame_.set_height(lines);
+}
+
 Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
   TRY(take_tables());
-  source_ = &source;
+  forget_rows(source);
+  is_part_ = false;
   frame_ = Frame();
   extras_ = Extras();
   is_latched_.fill(false);
-  store_.reset();
-  rows_.reset();
   tables_[0].restart_interval = 0;
-  outcome_ = kOk;
-  bands_ = sound_bands_ = next_row_ = 0;
 
   MarkerReader markers(source, tables_[0]);
   SegmentEnd end;
@@ -157,6 +168,7 @@ Status Decoder::start_direct() {
   TRY(pair_.allocate(2 * mcu_block_count_ * kBlockSize));
   TRY(reader_.start(mcu_bytes(mcu_block_count_)));
   reader_.begin(*source_, tables_[0].restart_interval);
+  if (is_part_) reader_.take_any_number();
   return kOk;
 }
 

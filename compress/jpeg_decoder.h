@@ -48,6 +48,11 @@ class Decoder {
   // lossless, hierarchical, 12 bits), kNoMemory.
   Status read_header(ByteSource& source, const ReadOptions& options);
 
+  // Instead of another read_header(): goes on with a stream that has entropy-coded data alone,
+  // `lines` rows that everything but the height of the header read last applies to. Its restart
+  // markers may begin with any number. Of headers with is_single_scan() only.
+  void continue_with(ByteSource& source, uint32_t lines);
+
   // After read_header:
   const Frame& frame() const { return frame_; }
   const Extras& extras() const { return extras_; }
@@ -62,6 +67,9 @@ class Decoder {
   uint32_t restart_interval() const { return tables_[0].restart_interval; }  // before the scan
 
   bool is_single_scan() const { return !frame_.is_progressive && scan_.count == frame_.count; }
+  // MCUs between restarts; 0: none.
+  uint32_t restart_interval() const { return tables_[0].restart_interval; }
+  void set_restart_interval(uint32_t mcus) { tables_[0].restart_interval = mcus; }
 
   // Prepares for rows of this layout; decodes all scans of a stream that has several.
   Status start(PixelLayout layout);
@@ -94,6 +102,7 @@ class Decoder {
   };
 
   Status take_tables();
+  void forget_rows(ByteSource& source);
   Status install_standard_tables();
   Status latch_quantisers(const Scan& scan);
   ColorSpace guess_color() const;
@@ -119,6 +128,7 @@ class Decoder {
   Extras extras_;
   ColorSpace color_ = ColorSpace::kYcc;
   ByteSource* source_ = nullptr;
+  bool is_part_ = false;  // of a stream: without a header of its own
   std::array<std::array<uint16_t, kBlockSize>, kMaxComponents> quantisers_;
   std::array<bool, kMaxComponents> is_latched_ = {};
 

@@ -6,6 +6,7 @@ void ScanReader::begin(ByteSource& source, uint32_t restart_interval) {
   source_ = &source;
   interval_ = left_ = restart_interval;
   expected_ = 0;
+  takes_any_number_ = false;
   lost_ = 0;
   is_dead_ = is_ahead_ = false;
   outcome_ = kOk;
@@ -56,6 +57,8 @@ bool ScanReader::find_restart() {
       return false;
     }
     source_->consume(2);
+    if (takes_any_number_) expected_ = static_cast<uint32_t>(code - marker::kRst0);
+    takes_any_number_ = false;
     const auto ahead = (static_cast<uint32_t>(code - marker::kRst0) - expected_) & 7;
     if (ahead != 0) note(kBadData);
     if (ahead >= 6) {

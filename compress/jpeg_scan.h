@@ -21,6 +21,8 @@ class ScanReader {
   // `mcu_bytes` bounds what an MCU may use.
   Status start(size_t mcu_bytes) { return bits.start(mcu_bytes); }
   void begin(ByteSource& source, uint32_t restart_interval);
+  // The first restart marker to come says where the numbers begin.
+  void take_any_number() { takes_any_number_ = true; }
 
   // False when the next MCU is lost.
   bool enter() {
@@ -66,6 +68,7 @@ class ScanReader {
   uint32_t interval_ = 0;
   uint32_t left_ = 0;      // MCUs to the next restart
   uint32_t expected_ = 0;  // number of the next restart marker
+  bool takes_any_number_ = false;
   uint64_t lost_ = 0;      // MCUs to pass
   bool is_ahead_ = false;  // the data at hand belong behind the lost MCUs
   bool is_dead_ = false;

@@ -55,7 +55,7 @@ Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& ro
     }
     TRY(rows.commit());
   }
-  return rows.finish();
+  return stored.outcome().ok() ? rows.finish() : rows.finish_early(stored.outcome());
 }
 
 Status check_size(io::InputFile& file, const Image& image) {

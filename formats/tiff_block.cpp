@@ -1,6 +1,7 @@
 #include "formats/tiff_block.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/endian.h"
 
@@ -39,6 +40,10 @@ ccitt::Coding coding_of(const Image& image) {
 
 Status FilePart::read_some(std::span<uint8_t> into, size_t& got) {
   got = 0;
+  if (left_ == 0) {
+    position_ = next_position_;
+    left_ = std::exchange(next_left_, 0);
+  }
   const std::span<uint8_t> part =
       into.first(static_cast<size_t>(std::min<uint64_t>(into.size(), left_)));
   if (part.empty()) return kOk;

@@ -24,6 +24,12 @@ class FilePart {
     position_ = position;
     left_ = size;
     is_reversed_ = is_reversed;
+    next_left_ = 0;
+  }
+  // Another part goes on behind it.
+  void append(uint64_t position, uint64_t size) {
+    next_position_ = position;
+    next_left_ = size;
   }
   Status read_some(std::span<uint8_t> into, size_t& got);
 
@@ -31,6 +37,8 @@ class FilePart {
   io::InputFile* file_ = nullptr;
   uint64_t position_ = 0;
   uint64_t left_ = 0;
+  uint64_t next_position_ = 0;
+  uint64_t next_left_ = 0;
   bool is_reversed_ = false;
 };
 
@@ -51,6 +59,9 @@ class BlockDecoder {
   // The next row, image.row_bytes(block_width) long, predictor undone. kReadError when the data
   // end before, or what the codec says.
   Status read_row(std::span<uint8_t> row);
+
+  // Fax codings: see ccitt::Decoder::end_rows().
+  uint32_t end_rows() const { return image_->is_fax() ? ccitt_.end_rows() : 0; }
 
  private:
   template <class Lzw>

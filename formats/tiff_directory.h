@@ -46,6 +46,7 @@ enum class Tag : uint16_t {
   kJpegProc = 512,
   kJpegInterchangeFormat = 513,
   kJpegInterchangeFormatLength = 514,
+  kJpegRestartInterval = 515,
   kJpegQTables = 519,
   kJpegDcTables = 520,
   kJpegAcTables = 521,
@@ -124,7 +125,7 @@ class Directory {
   io::InputFile& file() const { return *file_; }
 
  private:
-  static constexpr size_t kTags = 38;
+  static constexpr size_t kTags = 39;
 
   int32_t walk(int32_t page, uint64_t first);
   Status read_header(uint64_t& first);

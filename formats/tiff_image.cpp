@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "formats/tiff_length.h"
+
 namespace tavo::tiff {
 
 namespace {
@@ -52,7 +54,7 @@ bool parse_samples(const Directory& directory, Image& image) {
   const uint64_t sizes = directory.field(Tag::kBitsPerSample).count;
   const uint32_t from_sizes = sizes == 3 || sizes == 4 ? static_cast<uint32_t>(sizes) : 1;
   image.samples = std::max(directory.value_or(Tag::kSamplesPerPixel, from_sizes), 1u);
-  image.bits = directory.value_or(Tag::kBitsPerSample, 1);
+  image.bits = directory.value_or(Tag::kBitsPerSample, image.compression == kOldJpeg ? 8 : 1);
   const uint32_t usual = image.is_fax() || image.samples < 3
                              ? (image.is_fax() ? kWhiteIsZero : kBlackIsZero)
                              : uint32_t{kRgb};
@@ -112,9 +114,10 @@ bool parse_units(const Directory& directory, Image& image) {
 
 // Whether the parts make a picture that read() can decode.
 bool fits_together(const Image& image) {
-  if (image.compression == kJpeg) {
+  if (image.is_jpeg()) {
     const bool has_all = image.samples == image.used_samples;
-    return image.bits == 8 && !image.is_planar && has_all && image.photometric != kPalette;
+    const bool is_order = !image.is_planar || image.compression == kOldJpeg;
+    return image.bits == 8 && is_order && has_all && image.photometric != kPalette;
   }
   if (!is_known_coding(image.compression)) return false;
   if (image.is_fax() && (image.samples != 1 || image.used_samples != 1)) return false;
@@ -168,23 +171,10 @@ void describe(const Directory& directory, Image& image) {
   picture.has_resolution = picture.x_resolution > 0;
 }
 
-}  // namespace
-
-uint64_t Image::row_bytes(uint32_t pixels) const {
-  if (unit_width != 1 || unit_height != 1) {
-    const uint64_t units = (uint64_t{pixels} + unit_width - 1) / unit_width;
-    return units * (unit_width * unit_height + 2);
-  }
-  return (uint64_t{pixels} * samples_per_plane() * bits + 7) / 8;
-}
-
-Status parse_image(const Directory& directory, Image& image) {
+// All but the height, which is there already.
+Status parse_tags(const Directory& directory, Image& image) {
   image.width = directory.value_or(Tag::kImageWidth, 0);
-  image.height = directory.value_or(Tag::kImageLength, 0);
-  if (image.width == 0 || image.width > INT32_MAX || image.height == 0 ||
-      image.height > INT32_MAX) {
-    return kBadData;
-  }
+  if (image.width == 0 || image.width > INT32_MAX || image.height > INT32_MAX) return kBadData;
   image.compression = directory.value_or(Tag::kCompression, kNone);
   const bool is_fax = image.is_fax();
   image.is_planar = directory.value_or(Tag::kPlanarConfiguration, 1) == 2;
@@ -195,7 +185,11 @@ Status parse_image(const Directory& directory, Image& image) {
                               image.compression == kOldDeflate;
   image.has_predictor = uses_predictor && predictor == kHorizontalPredictor;
 
-  bool is_supported = parse_samples(directory, image) && !(uses_predictor && predictor > 2);
+  constexpr uint32_t kLossless = 14;
+  const bool is_lossless_jpeg =
+      image.compression == kOldJpeg && directory.value_or(Tag::kJpegProc, 1) == kLossless;
+  bool is_supported =
+      parse_samples(directory, image) && !(uses_predictor && predictor > 2) && !is_lossless_jpeg;
   if (image.samples == 1) image.is_planar = false;
   // Fax codings have one bit, whatever the file says.
   if (is_fax) image.bits = 1;
@@ -207,6 +201,27 @@ Status parse_image(const Directory& directory, Image& image) {
     return kBadData;
   }
   return kOk;
+}
+
+}  // namespace
+
+uint64_t Image::row_bytes(uint32_t pixels) const {
+  if (unit_width != 1 || unit_height != 1) {
+    const uint64_t units = (uint64_t{pixels} + unit_width - 1) / unit_width;
+    return units * (unit_width * unit_height + 2);
+  }
+  return (uint64_t{pixels} * samples_per_plane() * bits + 7) / 8;
+}
+
+Status parse_image(const Directory& directory, Image& image) {
+  image.height = directory.value_or(Tag::kImageLength, 0);
+  if (image.height == 0) {
+    Image endless;
+    endless.height = INT32_MAX;
+    TRY(parse_tags(directory, endless));
+    TRY(count_rows(directory, endless, image.height));
+  }
+  return parse_tags(directory, image);
 }
 
 namespace {

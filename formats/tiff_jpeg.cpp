@@ -10,21 +10,6 @@ namespace {
 constexpr uint32_t kInputBytes = 32768;
 constexpr uint32_t kInputStep = 1024;
 
-// What the components are: the file says so, whatever markers the stream has. CMYK samples count
-// ink (TIFF 6.0, section 16).
-jpeg::ColorSpace color_of(const Image& image) {
-  switch (image.photometric) {
-    case kRgb:
-      return jpeg::ColorSpace::kRgb;
-    case kSeparated:
-      return jpeg::ColorSpace::kCmyk;
-    case kYCbCr:
-      return jpeg::ColorSpace::kYcc;
-    default:
-      return jpeg::ColorSpace::kGray;
-  }
-}
-
 }  // namespace
 
 Status JpegRows::start() {
@@ -35,27 +20,37 @@ Status JpegRows::start() {
     const uint32_t rows = std::min(image_.block_height, image_.height);
     TRY(band_.allocate(uint64_t{image_.width} * pixel_bytes_ * rows));
   }
-  return read_tables();
+  if (image_.compression == kJpeg) return read_tables();
+  return open_old_jpeg(directory_, image_, blocks_, part_, bytes_, decoder_, layout_);
 }
 
 // Tables that all streams share.
 Status JpegRows::read_tables() {
   const Field& tables = directory_.field(Tag::kJpegTables);
-  if (image_.compression != kJpeg || tables.count == 0) return kOk;
+  if (tables.count == 0) return kOk;
   part_.set(directory_.file(), tables.position, tables.count, false);
   bytes_.reset();
   return decoder_.feed_tables(bytes_);
 }
 
-Status JpegRows::begin_block(uint64_t block) {
-  uint64_t position = 0;
-  uint64_t size = 0;
-  TRY(blocks_.find(block, position, size));
-  part_.set(directory_.file(), position, size, false);
-  bytes_.reset();
-  jpeg::ReadOptions options;
-  options.color = color_of(image_);
-  TRY(decoder_.read_header(bytes_, options));
+Status JpegRows::read_block_header(uint32_t lines) {
+  if (layout_ == JpegLayout::kStreams) return decoder_.read_header(bytes_, read_options(image_));
+  if (lines > UINT16_MAX) return kBadData;
+  TRY(skip_markers(bytes_));
+  decoder_.continue_with(bytes_, lines);
+  return kOk;
+}
+
+// Goes to a strip or tile of so many lines.
+Status JpegRows::begin_block(uint64_t block, uint32_t lines) {
+  if (layout_ != JpegLayout::kWhole) {
+    uint64_t position = 0;
+    uint64_t size = 0;
+    TRY(blocks_.find(block, position, size));
+    part_.set(directory_.file(), position, size, false);
+    bytes_.reset();
+    TRY(read_block_header(lines));
+  }
   line_bytes_ = size_t{decoder_.frame().width} * pixel_bytes_;
   if (line_.size() < line_bytes_) TRY(line_.allocate(line_bytes_));
   return decoder_.start(pixel_bytes_ == 1 ? jpeg::PixelLayout::kGray8 : jpeg::PixelLayout::kRgb24);
@@ -64,15 +59,16 @@ Status JpegRows::begin_block(uint64_t block) {
 Status JpegRows::read_row() {
   uint32_t got = 0;
   TRY(decoder_.next_rows(line_.bytes().first(line_bytes_), line_bytes_, 1, got));
+  if (outcome_.ok()) outcome_ = decoder_.outcome();
   if (got == 1) return kOk;
-  return decoder_.outcome().ok() ? kBadData : decoder_.outcome();
+  return outcome_.ok() ? kBadData : outcome_;
 }
 
 Status JpegRows::read_tile_row(uint32_t rows) {
   const size_t row_bytes = size_t{image_.width} * pixel_bytes_;
   const size_t tile_bytes = size_t{image_.block_width} * pixel_bytes_;
   for (uint32_t across = 0; across < image_.blocks_across; ++across) {
-    TRY(begin_block(uint64_t{block_row_} * image_.blocks_across + across));
+    TRY(begin_block(uint64_t{block_row_} * image_.blocks_across + across, image_.block_height));
     const size_t from = across * tile_bytes;
     const size_t part = std::min({tile_bytes, row_bytes - from, line_bytes_});
     for (uint32_t y = 0; y < rows; ++y) {
@@ -85,9 +81,11 @@ Status JpegRows::read_tile_row(uint32_t rows) {
 
 Status JpegRows::next(std::span<uint8_t> into) {
   if (rows_left_ == 0) {
-    rows_left_ = std::min(image_.block_height, image_.height - block_row_ * image_.block_height);
+    const uint32_t first = block_row_ * image_.block_height;
+    rows_left_ = image_.height - first;
+    if (layout_ != JpegLayout::kWhole) rows_left_ = std::min(rows_left_, image_.block_height);
     rows_taken_ = 0;
-    TRY(image_.is_tiled ? read_tile_row(rows_left_) : begin_block(block_row_));
+    TRY(image_.is_tiled ? read_tile_row(rows_left_) : begin_block(block_row_, rows_left_));
     ++block_row_;
   }
   const size_t row_bytes = size_t{image_.width} * pixel_bytes_;

@@ -1,5 +1,5 @@
 // The rows of a TIFF page whose strips or tiles are JPEG streams: TIFF Technical Note 2, and of
-// the older form (TIFF 6.0, section 22) files that hold whole streams.
+// the older form (TIFF 6.0, section 22) whatever its writers made of it.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,7 @@
 #include "compress/jpeg_decoder.h"
 #include "formats/tiff_block.h"
 #include "formats/tiff_image.h"
+#include "formats/tiff_old_jpeg.h"
 #include "formats/tiff_rows.h"
 
 namespace tavo::tiff {
@@ -24,9 +25,13 @@ class JpegRows {
   // The next row of the picture, 1 or 3 bytes a pixel.
   Status next(std::span<uint8_t> into);
 
+  // After the last row: what the first damaged stream said, or kOk. Its lost rows are grey.
+  Status outcome() const { return outcome_; }
+
  private:
   Status read_tables();
-  Status begin_block(uint64_t block);
+  Status read_block_header(uint32_t lines);
+  Status begin_block(uint64_t block, uint32_t lines);
   Status read_row();
   Status read_tile_row(uint32_t rows);
 
@@ -36,6 +41,8 @@ class JpegRows {
   FilePart part_;
   ByteSource bytes_;
   jpeg::Decoder decoder_;
+  JpegLayout layout_ = JpegLayout::kStreams;
+  Status outcome_ = kOk;
   size_t pixel_bytes_ = 1;
   Buffer line_;  // a row of the stream at hand
   size_t line_bytes_ = 0;

@@ -20,6 +20,8 @@ class BlockTable {
   // The coded bytes of a block; without a size the rest of the file. kReadError: behind its end.
   Status find(uint64_t block, uint64_t& position, uint64_t& size);
 
+  bool contains(uint64_t position) const { return position < file_bytes_; }
+
   // Bytes of the file from `position` on.
   uint64_t rest(uint64_t position) const { return file_bytes_ - position; }
 

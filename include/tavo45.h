@@ -1044,8 +1044,13 @@ T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
  * Read        1 to 16 and 32 bits per sample (more than 8 are reduced to 8), grey, palette, RGB,
  *             CMYK and YCbCr (both become RGB), extra samples dropped; uncompressed, PackBits, LZW
  *             (old bit order, too), Deflate, the predictor of these two, CCITT runs, Group 3,
- *             Group 4, JPEG (not its older form). Anything else is T_ERR_SUBTYPE. T_SetPageNumber
- *             chooses the page, beyond the last one the last.
+ *             Group 4, JPEG; its older form (compression 6) whether it is whole streams, pieces
+ *             behind one header, or tables in tags. Anything else is T_ERR_SUBTYPE: above all
+ *             floating point, Lab, lossless and 12-bit JPEG, the uncompressed mode of fax codings,
+ *             which no known writer uses. T_SetPageNumber chooses the page, beyond the last one
+ *             the last.
+ * No height   Fax programs may leave ImageLength out, or 0: the rows are then counted, in strips of
+ *             all codings but JPEG. T_ERR_BAD_DATA when they cannot be.
  * Delivered   1 bit as stored, with white or black first in the palette; 2 and 4 bits as 4, other
  *             single samples as 8 bits, 24 bits (T_ORDER_RGB) for colours. Grey pictures have an
  *             even ramp from black to white. Rows come as stored: ViewPerspective is 2 for
@@ -1061,7 +1066,7 @@ T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
  *             T_ERR_WRITE: it has 1023 already; T_ERR_SUBTYPE: its offsets have 64 bits;
  *             T_ERR_BAD_DATA: its pages form a ring.
  * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
- * writes: T_ERR_BAD_DATA. Damaged Group 3 rows keep what could be read of them. Group 4 pictures
+ * writes: T_ERR_BAD_DATA. What is lost of JPEG data is grey, and the status comes last. Damaged Group 3 rows keep what could be read of them. Group 4 pictures
  * that end before the last row are white from there on.
  * Facts: TIFF Revision 6.0, its Technical Notes, ITU-T T.4 and T.6, RFC 1950 and 1951. */
 T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,

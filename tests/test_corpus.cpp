@@ -50,9 +50,7 @@ bool is_read_differently(const std::string& name) {
       // Says that its data are not coded; they are decoded all the same.
       "commons-3plane8bppUncompressed.pcx",
       // Version 4 is unknown.
-      "kimg-ICONDOC.pcx",
-      // JPEG of the older form.
-      "tm-WangJPEG.tif"};
+      "kimg-ICONDOC.pcx"};
   const std::string file = name.substr(name.rfind('/') + 1);
   return std::ranges::find(kFiles, file) != std::end(kFiles);
 }
@@ -60,6 +58,14 @@ bool is_read_differently(const std::string& name) {
 std::string name_of(const ::testing::TestParamInfo<CorpusCase>& info) { return info.param.format; }
 
 INSTANTIATE_TEST_SUITE_P(All, Corpus, ::testing::ValuesIn(kCases), name_of);
+
+// Some files need more than their format.
+CorpusCase allowed_for(const std::string& file, const CorpusCase& format) {
+  CorpusCase allowed = format;
+  // Half as many colours as pixels: libtiff repeats them, we go smoothly from one to the next.
+  if (file.ends_with("tm-WangJPEG.tif")) allowed.outliers_per_mille = 15;
+  return allowed;
+}
 
 std::string difference(const Bytes& got, const Bytes& want, const CorpusCase& allowed) {
   if (got.size() != want.size()) return "other size";
@@ -91,7 +97,7 @@ TEST_P(Corpus, GoodFilesShowTheReferencePicture) {
       if (status != T_OK) continue;
       EXPECT_EQ(bitmap->Width, want.width);
       EXPECT_EQ(bitmap->Height, want.height);
-      EXPECT_EQ(difference(rgb(bitmap.get()), want.rgb, GetParam()), "");
+      EXPECT_EQ(difference(rgb(bitmap.get()), want.rgb, allowed_for(file.name, GetParam())), "");
     }
   }
   T_SetPageNumber(1);

@@ -123,7 +123,10 @@ TEST(Tiff, BadDirectoriesAreStatuses) {
     int32_t status;
   } cases[] = {
       {"no width", without(raw, 256), T_ERR_BAD_DATA},
-      {"height 0", with(raw, {257, 3, {0}}), T_ERR_BAD_DATA},
+      {"no height, no size", without(without(raw, 257), 279), T_ERR_BAD_DATA},
+      {"no height, no whole row", with(with(raw, {257, 3, {0}}), {279, 4, {3}}), T_ERR_BAD_DATA},
+      {"no height, tiles", with(with(without(raw, 257), {322, 3, {16}}), {323, 3, {16}}),
+       T_ERR_BAD_DATA},
       {"no strips", without(raw, 273), T_ERR_BAD_DATA},
       {"strip behind the file", with(raw, {273, 4, {0x7FFFFFFF}}), T_ERR_READ},
       {"strip cut", with(raw, {273, 4, {0xB0}}), T_ERR_READ},
@@ -150,6 +153,45 @@ TEST(Tiff, BadDirectoriesAreStatuses) {
   FILEINFO info;
   ASSERT_EQ(T_FileInfoMemory(ring.data(), &info, static_cast<uint32_t>(ring.size())), T_OK);
   EXPECT_EQ(info.PageCount, 1);
+}
+
+// Fax programs do not know the height when they write the directory.
+TEST(Tiff, MissingHeightsAreCounted) {
+  Disk disk;
+  Bitmap picture;
+  make_picture(picture, 90, 41, 1);
+  for (const int32_t format :
+       {T_FORMAT_TIFF, T_FORMAT_TIFF_PACKBITS, T_FORMAT_TIFF_LZW, T_FORMAT_TIFF_GROUP3,
+        T_FORMAT_TIFF_GROUP3_2D, T_FORMAT_TIFF_GROUP4}) {
+    for (const uint32_t strip_rows : {0u, 20u, 41u}) {
+      picture->WriterDefaults[0] = strip_rows;
+      ASSERT_EQ(T_SaveBitmap("a", picture.get(), format, 1, 0), T_OK);
+      Bytes file = disk.files["a"];
+      Bitmap whole;
+      ASSERT_EQ(load(file, whole), T_OK);
+      const Bytes height = {1, 1, 4, 0, 1, 0, 0, 0};
+      const auto at = std::search(file.begin(), file.end(), height.begin(), height.end());
+      ASSERT_NE(at, file.end());
+      at[8] = 0;
+      Bitmap counted;
+      ASSERT_EQ(load(file, counted), T_OK) << format << ", " << strip_rows;
+      EXPECT_EQ(pixels(counted.get()), pixels(whole.get())) << format << ", " << strip_rows;
+      FILEINFO info;
+      ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+      EXPECT_EQ(info.Height, 41);
+    }
+  }
+  // Three white rows of 1728 pixels; then nothing, an end-of-line code, a return to control.
+  const Bytes rows = {0x00, 0x14, 0xD9, 0xA8, 0x00, 0xA6, 0xCD, 0x40, 0x05, 0x36, 0x6A};
+  for (const Bytes& end :
+       {Bytes{}, Bytes{0x00, 0x08}, Bytes{0x00, 0x10, 0x01, 0x00, 0x10, 0x01, 0x00, 0x10, 0x01}}) {
+    const Bytes data = join({rows, end});
+    const auto tags = tiff_tags(1728, 1, 1, 1, 3, 0, static_cast<uint32_t>(data.size()));
+    const Bytes file = tiff_file(without(without(tags, 257), 278), data);
+    FILEINFO info;
+    ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+    EXPECT_EQ(info.Height, 3) << end.size();
+  }
 }
 
 TEST(Tiff, ResolutionsAndOrientationAreReported) {
