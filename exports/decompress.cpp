@@ -2,6 +2,7 @@
 #include "pipeline/decompress.h"
 #include "compress/jpeg_file.h"
 #include "compress/jpeg_info.h"
+#include "exports/arguments.h"
 #include "exports/shared.h"
 #include "io/file_table.h"
 #include "tavo45.h"
@@ -16,6 +17,7 @@ const char* as_name(const void* address) { return static_cast<const char*>(addre
 
 int32_t T_CALL T_DecompressFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                 int32_t bitsPerPixel, void* context, int32_t option) {
+  if (exports::missing(bitmap, sink)) return exports::refused_load(name);
   return jpeg::decompress(name, bitmap, sink, bitsPerPixel, context, option).code();
 }
 
@@ -27,6 +29,7 @@ int32_t T_CALL T_DecompressMemory(const void* address, BitmapHandle* bitmap, T_R
 }
 
 int32_t T_CALL T_DecompressBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {
+  if (exports::missing(bitmap)) return exports::refused_load(name);
   return pipeline::decompress_bitmap(name, *bitmap, bitsPerPixel).code();
 }
 
@@ -38,6 +41,7 @@ int32_t T_CALL T_DecompressBitmapMemory(const void* address, BitmapHandle* bitma
 
 int32_t T_CALL T_StartDecompressData(T_RowSink sink, int32_t bitsPerPixel, int32_t order,
                                      void* context) {
+  if (exports::missing(sink)) return T_ERR_ARGUMENT;
   return exports::shared.push_decoder.start(sink, bitsPerPixel, order, context).code();
 }
 
@@ -49,6 +53,7 @@ int32_t T_CALL T_DecompressData(const void* bytes, uint32_t size) {
 int32_t T_CALL T_EndDecompressData(void) { return exports::shared.push_decoder.end().code(); }
 
 int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp) {
+  if (exports::missing(stamp)) return exports::refused_load(name);
   return pipeline::get_stamp(name, *stamp).code();
 }
 

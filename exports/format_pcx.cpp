@@ -1,14 +1,17 @@
 // The PCX trio.
+#include "exports/arguments.h"
 #include "formats/pcx.h"
 #include "pipeline/load.h"
 #include "tavo45.h"
 
 int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                              int32_t bitsPerPixel, void* context) {
+  if (tavo::exports::missing(bitmap, sink)) return tavo::exports::refused_load(name);
   return tavo::pcx::read(name, bitmap, sink, bitsPerPixel, context).code();
 }
 
 int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap) {
+  if (tavo::exports::missing(bitmap)) return tavo::exports::refused_load(name);
   return tavo::pipeline::load_picture(name, *bitmap, tavo::pcx::read, /*memory_only=*/true).code();
 }
 

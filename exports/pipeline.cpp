@@ -1,4 +1,5 @@
 // Identification, loading and saving of files of any format.
+#include "exports/arguments.h"
 #include "io/file_table.h"
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
@@ -35,6 +36,7 @@ int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t si
 
 int32_t T_CALL T_LoadFile(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
                           int32_t order, uint32_t flags, T_RowSink callback, void* userData) {
+  if (exports::missing(target)) return exports::refused_load(name);
   const pipeline::LoadRequest request{bitsPerPixel, order, flags, callback, userData};
   return pipeline::load(name, *target, request).code();
 }
@@ -66,6 +68,7 @@ int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowC
 int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                           int32_t bitsPerPixel, int32_t quality, uint32_t flags, uint32_t direct,
                           uint32_t extra) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
   const pipeline::SaveOptions options{format, bitsPerPixel, quality, flags, direct != 0, extra};
   return pipeline::save(name, *bitmap, options).code();
 }

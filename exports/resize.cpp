@@ -3,6 +3,7 @@
 
 #include <new>
 
+#include "exports/arguments.h"
 #include "platform/platform.h"
 #include "tavo45.h"
 
@@ -29,7 +30,7 @@ int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel, int
                         int32_t* outRows, T_ResizeBlock* resize) {
   const bool known = bitsPerPixel == 1 || bitsPerPixel == 4 || bitsPerPixel == 8 ||
                      bitsPerPixel == 16 || bitsPerPixel == 24 || bitsPerPixel == 32;
-  if (!known || row == nullptr || resize == nullptr) return T_ERR_ARGUMENT;
+  if (!known || tavo::exports::missing(row, outWidth, outRows, resize)) return T_ERR_ARGUMENT;
   Resizer& resizer = resize->resizer;
   *outWidth = resizer.new_width();
   *outRows = static_cast<int32_t>(resizer.row_count(rowNumber));
@@ -45,9 +46,11 @@ int32_t T_CALL T_StopResize(T_ResizeBlock* resize) {
 }
 
 int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height) {
+  if (tavo::exports::missing(bitmap)) return T_ERR_ARGUMENT;
   return tavo::process::size_bitmap(*bitmap, width, height).code();
 }
 
 int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination) {
+  if (tavo::exports::missing(source, destination)) return T_ERR_ARGUMENT;
   return tavo::process::resize_bitmap(*source, *destination).code();
 }

@@ -2,8 +2,9 @@
  *
  * Every function returns a signed 32-bit status unless its description says otherwise: T_OK (1) or
  * one of the negative T_ERR_ codes. A number that a caller's callback answers with ends the
- * operation and is returned unchanged. Settings are library-wide; nothing is locked: use the
- * library from one thread at a time.
+ * operation and is returned unchanged. A null pointer where something must be pointed at gives
+ * T_ERR_ARGUMENT; for a file name T_ERR_NAME. Settings are library-wide; nothing is locked: use
+ * the library from one thread at a time.
  *
  * Compiles as C99 and as C++17 with no other header than <stdint.h> and <stddef.h>.
  */
@@ -265,7 +266,8 @@ T_API int32_t T_CALL T_InitBitmap(BitmapHandle* bitmap, int32_t width, int32_t h
 T_API int32_t T_CALL T_AllocateBitmap(BitmapHandle* bitmap, uint32_t request);
 
 /* Locks a memory bitmap and returns the address of its first pixel byte, also in Data. For any
- * other bitmap, and one already locked, returns Flags and does nothing. Does not nest. */
+ * other bitmap, and one already locked, returns Flags and does nothing; 0 for null. Does not nest.
+ */
 T_API uintptr_t T_CALL T_AccessBitmap(BitmapHandle* bitmap);
 
 /* Unlocks a locked memory bitmap: Data becomes null; returns the platform's result, which has no

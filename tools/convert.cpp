@@ -160,8 +160,8 @@ int run_convert(const ConvertOptions& options) {
 // What is wrong with the value of --page, nothing when all is well.
 std::string page_fault(const std::string& value) {
   if (value == kAllPages || CLI::Range(1, kLastPage)(value).empty()) return {};
-  return value + " is neither a page, 1 to " + std::to_string(kLastPage) + ", nor \"" + kAllPages +
-         '"';
+  return "neither a page, 1 to " + std::to_string(kLastPage) + ", nor \"" + kAllPages +
+         "\": " + value;
 }
 
 void add_options(CLI::App& command, ConvertOptions& options) {

@@ -1,0 +1,66 @@
+// Null pointers where something must be pointed at.
+#include <gtest/gtest.h>
+
+#include "support.h"
+
+namespace tavo::test {
+namespace {
+
+int32_t T_CALL take_nothing(BitmapHandle*, const void*, int32_t, void*) { return T_OK; }
+
+TEST(Arguments, NullPointersAreRefused) {
+  BitmapHandle record = {};
+  ASSERT_EQ(T_InitBitmap(&record, 4, 4, 8), T_OK);
+  uint8_t row[4] = {};
+  Disk disk;
+  disk.files["file"] = {1, 2, 3};
+  const char* const name = "file";
+  int32_t number = 0;
+
+  const int32_t answers[] = {
+      T_InitBitmap(nullptr, 4, 4, 8),
+      T_AllocateBitmap(nullptr, 1),
+      T_ReleaseBitmap(nullptr),
+      T_FreeBitmap(nullptr),
+      T_GetBitmapRow(nullptr, row, 0, 4),
+      T_PutBitmapRow(&record, nullptr, 0, 4),
+      T_GetBitmapRowCol(&record, nullptr, 0, 0, 4),
+      T_PutBitmapRowCol(nullptr, row, 0, 0, 4),
+      T_ClearBitmap(nullptr),
+      T_CopyBitmap(&record, nullptr),
+      T_CopyBitmapRect(nullptr, &record, 0, 0, 1, 1),
+      T_CopyBitmapData(&record, nullptr),
+      T_CopyBitmapHandle(nullptr, &record),
+      T_LoadFile(name, nullptr, 8, 0, 0, take_nothing, nullptr),
+      T_LoadBitmap(name, nullptr, 8, 0),
+      T_SaveFile(name, nullptr, T_FORMAT_BMP, 8, 0, 0, 0, 0),
+      T_SaveBMPBitmap(name, nullptr, 8),
+      T_FileInfo(name, nullptr),
+      T_LoadBMPFile(name, nullptr, take_nothing, 8, nullptr),
+      T_LoadTIFFile(name, &record, nullptr, 8, nullptr),
+      T_LoadGIFBitmap(name, nullptr),
+      T_DecompressFile(name, nullptr, take_nothing, 8, nullptr, 4),
+      T_DecompressBitmap(name, nullptr, 8),
+      T_GetCompressFileStamp(name, nullptr),
+      T_CompressBitmap(nullptr, name, 1, 25, 0),
+      T_StartDithering(nullptr, nullptr, 2),
+      T_OptimizeBitmap(&record, nullptr, 0, 16),
+      T_ColorResolution(nullptr, 8, T_PALETTE_FIXED, nullptr, 0),
+      T_GrayScaleBitmap(nullptr),
+      T_SizeBitmap(nullptr, 2, 2),
+      T_ResizeBitmap(&record, nullptr),
+      T_StartResize(4, 4, 2, 2, nullptr),
+      T_Resize(row, 0, 8, &number, &number, nullptr),
+  };
+  for (const int32_t& answer : answers) {
+    EXPECT_EQ(answer, T_ERR_ARGUMENT) << "call " << &answer - answers;
+  }
+  EXPECT_EQ(T_AccessBitmap(nullptr), 0u);
+  // What is wrong with the name comes first.
+  EXPECT_EQ(T_LoadFile(nullptr, nullptr, 8, 0, 0, nullptr, nullptr), T_ERR_NAME);
+  EXPECT_EQ(T_LoadPCXFile("missing", nullptr, nullptr, 8, nullptr), T_ERR_OPEN);
+  EXPECT_EQ(T_FileInfoMemory(nullptr, nullptr, 0), T_ERR_ARGUMENT);
+}
+
+}  // namespace
+}  // namespace tavo::test
