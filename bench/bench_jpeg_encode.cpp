@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "compress/jpeg_encoder.h"
+#include "photograph.h"
 #ifdef PEER_JPEG
 #include <jpeglib.h>
 #endif
@@ -16,53 +17,9 @@ namespace {
 using tavo::Status;
 namespace jpeg = tavo::jpeg;
 
-constexpr int kWidth = 4096;
-constexpr int kHeight = 3072;
-
-uint32_t noise(uint32_t x, uint32_t y, uint32_t seed) {
-  uint32_t h = x * 0x9E3779B1u ^ y * 0x85EBCA77u ^ seed * 0xC2B2AE3Du;
-  h = (h ^ h >> 15) * 0x2C1B3C6Du;
-  h = (h ^ h >> 12) * 0x297A2D39u;
-  return h ^ h >> 15;
-}
-
-// Value noise with cells of 2^shift pixels, 0 to 255.
-int smooth_noise(uint32_t x, uint32_t y, uint32_t shift, uint32_t seed) {
-  const uint32_t cell = 1u << shift, fx = x & (cell - 1), fy = y & (cell - 1);
-  const auto at = [&](uint32_t i, uint32_t j) {
-    return noise((x >> shift) + i, (y >> shift) + j, seed + shift) & 255;
-  };
-  const uint32_t top = at(0, 0) * (cell - fx) + at(1, 0) * fx;
-  const uint32_t bottom = at(0, 1) * (cell - fx) + at(1, 1) * fx;
-  return static_cast<int>((top * (cell - fy) + bottom * fy) >> (2 * shift));
-}
-
-// Falling spectrum, hard edges between regions, correlated channels, a little sensor noise.
-std::vector<uint8_t> make_photo() {
-  std::vector<uint8_t> rows(size_t{3} * kWidth * kHeight);
-  for (uint32_t y = 0; y < kHeight; ++y) {
-    for (uint32_t x = 0; x < kWidth; ++x) {
-      int level = smooth_noise(x, y, 9, 1) / 2 + smooth_noise(x, y, 6, 1) / 4;
-      const int texture = smooth_noise(x, y, 8, 2);
-      if (texture > 120) level += (smooth_noise(x, y, 2, 3) - 128) * (texture - 120) / 250;
-      level += (smooth_noise(x, y, 4, 4) - 128) / 10;
-      if (smooth_noise(x, y, 7, 5) > 140) level += 50;
-      for (uint32_t c = 0; c < 3; ++c) {
-        int v = level + (smooth_noise(x, y, 7, 10 + c) - 128) / 4;
-        v += static_cast<int>(noise(x, y, 20 + c) % 11) - 5;
-        rows[3 * (size_t{y} * kWidth + x) + c] = static_cast<uint8_t>(v < 0     ? 0
-                                                                      : v > 255 ? 255
-                                                                                : v);
-      }
-    }
-  }
-  return rows;
-}
-
-const std::vector<uint8_t>& photo() {
-  static const std::vector<uint8_t> rows = make_photo();
-  return rows;
-}
+using bench::kHeight;
+using bench::kWidth;
+using bench::photograph;
 
 jpeg::QuantiserTable make_table(const std::array<uint8_t, 64>& base, int factor) {
   jpeg::QuantiserTable table;
@@ -98,7 +55,7 @@ Status keep(void* context, std::span<const uint8_t> bytes) {
 void encode_with(benchmark::State& state, const jpeg::Kernels& stages,
                  const jpeg::EntropyCoder& coder) {
   const jpeg::EncoderSetup setup = make_setup(state);
-  const std::vector<uint8_t>& rows = photo();
+  const std::vector<uint8_t>& rows = photograph();
   std::vector<uint8_t> out;
   for (auto _ : state) {
     out.clear();
@@ -134,7 +91,7 @@ void set_table(jpeg_compress_struct& peer, int which, const jpeg::QuantiserTable
 
 void EncodeLibjpegTurbo(benchmark::State& state) {
   const jpeg::EncoderSetup setup = make_setup(state);
-  auto* rows = const_cast<uint8_t*>(photo().data());
+  auto* rows = const_cast<uint8_t*>(photograph().data());
   unsigned long bytes = size_t{3} * kWidth * kHeight;
   std::vector<uint8_t> out(bytes);
   for (auto _ : state) {

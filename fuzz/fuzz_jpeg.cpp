@@ -1,9 +1,10 @@
-// JPEG and CMP files: decoding at the depth that the last byte chooses, the stamp, and the same
-// stream in pieces, which must give the same rows when nothing is wrong with it.
+// JPEG and CMP files: decoding at the depth that the last byte chooses, the same stream in pieces,
+// which must give the same rows when nothing is wrong with it, how it is coded, and the stamp.
 #include <cstdlib>
 
 #include "core/bitmap.h"
 #include "format_fuzzer.h"
+#include "io/file_table.h"
 #include "tavo45.h"
 
 namespace {
@@ -21,6 +22,22 @@ struct Rows {
     return T_OK;
   }
 };
+
+// What is said of a stamp must be what is read.
+void check_stamp(const uint8_t* data, uint32_t bytes) {
+  const tavo::io::MemoryFileScope memory(data, bytes);
+  const char* name = reinterpret_cast<const char*>(data);
+  T_JPEGINFO coding;
+  const int32_t status = T_GetJPEGInfo(name, &coding);
+  BitmapHandle stamp = {};
+  if (T_GetCompressFileStamp(name, &stamp) == T_OK) {
+    if (status == T_OK && (stamp.Width != coding.StampWidth || stamp.Height != coding.StampHeight ||
+                           stamp.BitsPerPixel != coding.StampBits)) {
+      std::abort();
+    }
+    T_FreeBitmap(&stamp);
+  }
+}
 
 }  // namespace
 
@@ -50,5 +67,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (status == T_OK && (!is_known || int64_t{info.Width} * info.Height != int64_t(whole.pixels))) {
     std::abort();
   }
+  check_stamp(data, bytes);
   return 0;
 }

@@ -2,6 +2,7 @@
 // blocks that are out.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tavo::platform {
@@ -27,15 +28,20 @@ class AllocationGate {
   }
 
   bool refused() const { return refused_; }
-  void block_taken() { ++in_use_; }
+  void block_taken(size_t bytes) {
+    ++in_use_;
+    bytes_taken_ += bytes;
+  }
   void block_returned() { --in_use_; }
   int64_t in_use() const { return in_use_; }
+  uint64_t bytes_taken() const { return bytes_taken_; }
 
  private:
   int64_t countdown_ = -1;
   bool all_later_ = false;
   bool refused_ = false;
   int64_t in_use_ = 0;
+  uint64_t bytes_taken_ = 0;
 };
 
 }  // namespace tavo::platform

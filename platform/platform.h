@@ -28,6 +28,8 @@ void refuse_allocation(int64_t n, bool all_later);
 // both kinds are out.
 bool allocation_was_refused();
 int64_t blocks_in_use();
+// The sizes of all blocks ever given, those returned included.
+uint64_t bytes_taken();
 
 // ---- Files: the default slots of the file table ----
 

@@ -52,7 +52,7 @@ uintptr_t allocate_movable(size_t bytes) {
   if (bytes > PTRDIFF_MAX - kAlignment) return 0;
   const size_t whole = (bytes + kAlignment - 1) & ~(kAlignment - 1);
   void* block = std::aligned_alloc(kAlignment, whole);
-  if (block != nullptr) gate.block_taken();
+  if (block != nullptr) gate.block_taken(bytes);
   return reinterpret_cast<uintptr_t>(block);
 }
 
@@ -69,7 +69,7 @@ int32_t free_block(uintptr_t block) {
 void* allocate_fixed(size_t bytes) {
   if (!gate.admit()) return nullptr;
   void* block = std::calloc(1, bytes);
-  if (block != nullptr) gate.block_taken();
+  if (block != nullptr) gate.block_taken(bytes);
   return block;
 }
 
@@ -82,6 +82,7 @@ void free_fixed(void* block) {
 void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
 bool allocation_was_refused() { return gate.refused(); }
 int64_t blocks_in_use() { return gate.in_use(); }
+uint64_t bytes_taken() { return gate.bytes_taken(); }
 
 int32_t T_CALL open_file(const char* name, int32_t access, int32_t /*mode*/) {
   if (name == nullptr) return -1;

@@ -51,7 +51,7 @@ int32_t open_long_name(const char* name, int32_t access, int32_t mode) {
 uintptr_t allocate_movable(size_t bytes) {
   if (!gate.admit()) return 0;
   const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_DDESHARE, bytes);
-  if (block != nullptr) gate.block_taken();
+  if (block != nullptr) gate.block_taken(bytes);
   return reinterpret_cast<uintptr_t>(block);
 }
 
@@ -72,7 +72,7 @@ void* allocate_fixed(size_t bytes) {
   auto* base = static_cast<uint8_t*>(
       GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT | GMEM_DDESHARE, bytes + 2 * kAlignment));
   if (base == nullptr) return nullptr;
-  gate.block_taken();
+  gate.block_taken(bytes);
   const uintptr_t aligned =
       (reinterpret_cast<uintptr_t>(base) + 2 * kAlignment - 1) & ~(kAlignment - 1);
   auto* block = reinterpret_cast<uint8_t*>(aligned);
@@ -91,6 +91,7 @@ void free_fixed(void* block) {
 void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
 bool allocation_was_refused() { return gate.refused(); }
 int64_t blocks_in_use() { return gate.in_use(); }
+uint64_t bytes_taken() { return gate.bytes_taken(); }
 
 int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
   if (name == nullptr) return -1;

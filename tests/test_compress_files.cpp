@@ -7,6 +7,7 @@
 
 #include "compress/bilevel.h"
 #include "format_cases.h"
+#include "platform/platform.h"
 #include "support.h"
 
 namespace tavo::test {
@@ -30,6 +31,12 @@ Bytes compress(BitmapHandle* bitmap, int32_t type, int32_t quality) {
   Disk disk;
   EXPECT_EQ(T_CompressBitmap(bitmap, "out", type, quality, 0), T_OK);
   return disk.files["out"];
+}
+
+int32_t height_of(const char* name) {
+  FILEINFO info = {};
+  EXPECT_EQ(T_FileInfo(name, &info), T_OK);
+  return info.Height;
 }
 
 // ---- Files to files ----
@@ -77,6 +84,38 @@ TEST(CompressFiles, OtherReaders) {
   EXPECT_EQ(T_CompressGIF("none", "no", 1, 20, 0), T_ERR_OPEN);
   EXPECT_EQ(T_CompressGIF("in", "no", 1, 256, 0), T_ERR_QUALITY);
   EXPECT_EQ(disk.files.count("no"), 0u) << "no file before there is something to write";
+}
+
+// All blocks that are ever taken make up less than half of the picture.
+TEST(CompressFiles, LongFilesAreNeverHeld) {
+  constexpr int32_t kHigh = 20000;
+  using Compress = int32_t(T_CALL*)(const char*, const char*, int32_t, int32_t, uint32_t);
+  const Compress tga = [](const char* from, const char* to, int32_t type, int32_t quality,
+                          uint32_t flag) -> int32_t {
+    return T_CompressTGA(from, to, type, quality, flag, 0);
+  };
+  const struct {
+    int32_t format;
+    int32_t bits;
+    Compress compress;
+  } rows[] = {{T_FORMAT_BMP, 24, T_CompressBMP},
+              {T_FORMAT_BMP, 4, T_CompressBMP},
+              {T_FORMAT_GIF, 8, T_CompressGIF},
+              {T_FORMAT_PCX, 24, T_CompressPCX},
+              {T_FORMAT_TGA, 24, tga},
+              {T_FORMAT_TIFF_LZW, 24, T_CompressTIF},
+              {T_FORMAT_TIFF_GROUP4, 1, T_CompressTIF}};
+  for (const auto& row : rows) {
+    const int32_t width = row.bits < 8 ? 1000 / row.bits : 130;
+    SCOPED_TRACE(testing::Message() << row.format << " at " << row.bits << " bits");
+    Disk disk;
+    disk.files["in"] = saved_sample(row.format, row.bits, width, kHigh);
+    const uint64_t before = platform::bytes_taken();
+    ASSERT_EQ(row.compress("in", "out", 0, 40, 0), T_OK);
+    const int64_t picture = kHigh * ((width * row.bits + 31) / 32 * 4);
+    EXPECT_LT(platform::bytes_taken() - before, picture / 2);
+    EXPECT_EQ(height_of("out"), kHigh);
+  }
 }
 
 TEST(CompressFiles, AnyFile) {

@@ -135,7 +135,12 @@ void convert_page(const ConvertOptions& options, const T_Format& format, int32_t
   Picture picture;
   progress.start("Reading " + options.input);
   load(options, info, picture);
-  apply_reduction(options.reduction, bits, picture);
+  ReductionOptions reduction = options.reduction;
+  const bool would_reduce = !reduction.gray && !is_compressed(format) && bits <= 8;
+  if (would_reduce && !reduction.reduces() && picture.record().BitsPerPixel > 8) {
+    reduction.dither = "floyd-steinberg";  // as the save would, but not on a copy of the picture
+  }
+  apply_reduction(reduction, bits, picture);
   if (options.bits == 0 && is_compressed(format)) bits = compressed_depth(picture.record());
   progress.start("Writing " + options.output);
   if (!output) {  // only now: a source that cannot be read leaves no trace
