@@ -126,7 +126,7 @@ void add_all(Input& input) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  keep_freed_memory();
+  choose_memory(argc, argv);
   T_SetScreenSize(kSize, kSize);  // FFmpeg decodes no more than what the screen shows
   static Input inputs[] = {{"noisy", noisy_indices(kSize, kSize), {}, {}},
                            {"text", text_indices(kSize, kSize), {}, {}}};

@@ -94,7 +94,7 @@ void add_format(const std::string& name, AVCodecID id, int32_t format, const cha
 }  // namespace
 
 int main(int argc, char** argv) {
-  keep_freed_memory();
+  choose_memory(argc, argv);
   T_SetRASVariant(1);
   static const Picture photo{4096, 3072, 24, photograph(4096, 3072)};
   static const Picture noisy{4096, 3072, 8, noisy_indices(4096, 3072)};

@@ -75,7 +75,8 @@ int32_t get_at(BitmapHandle& bitmap, void* buffer, uint32_t offset, uint32_t byt
 int32_t put_at(BitmapHandle& bitmap, const void* buffer, uint32_t offset, uint32_t bytes) {
   if (has_flag(bitmap, T_FLAG_MEMORY)) {
     if (!has_flag(bitmap, T_FLAG_LOCKED)) return T_ERR_NO_MEMORY;
-    std::memcpy(static_cast<uint8_t*>(bitmap.Data) + offset, buffer, bytes);
+    uint8_t* const to = static_cast<uint8_t*>(bitmap.Data) + offset;
+    if (to != buffer) std::memcpy(to, buffer, bytes);  // rows decoded into place
     return static_cast<int32_t>(bytes);
   }
   if (!has_flag(bitmap, T_FLAG_DISK) || has_flag(bitmap, T_FLAG_USER)) return T_ERR_NO_MEMORY;

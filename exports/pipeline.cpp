@@ -5,6 +5,7 @@
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
 #include "pipeline/save.h"
+#include "process/row_receiver.h"
 #include "tavo45.h"
 
 #include <cstring>
@@ -62,7 +63,7 @@ int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* target, int
 
 int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowCount,
                             void* context) {
-  return pipeline::load_sink(source, rows, rowCount, context);
+  return process::RowReceiver::sink(source, rows, rowCount, context);
 }
 
 int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,

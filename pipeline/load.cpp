@@ -38,7 +38,7 @@ Mode choose_mode(int32_t file_bits, int32_t target_bits, bool same_order, bool f
 }
 
 // One load: the reader on one side, the target on the other.
-class Load {
+class Load final : public process::RowReceiver {
  public:
   Load(BitmapHandle& target, const LoadRequest& request)
       : target_(target), request_(request), store_(target) {}
@@ -47,7 +47,8 @@ class Load {
   Load& operator=(const Load&) = delete;
 
   Status run(const char* name);
-  Status take(const BitmapHandle& source, const uint8_t* rows, uint32_t count);
+  Status take(const BitmapHandle& source, const void* rows, int32_t count) override;
+  std::span<uint8_t> place(const BitmapHandle& source) override;
 
  private:
   Status set_up(const char* name);
@@ -135,7 +136,7 @@ Status Load::read(const char* name) {
                      (format_->delivery == Delivery::kWholeFor1Bit && info_.BitsPerPixel == 1);
   if (whole) return replay(name);
   // A reader delivers 2-bit pictures as they are when nothing narrower is asked.
-  return format_->read(name, source_.get(), load_sink, converted_bits_, this);
+  return format_->read(name, source_.get(), sink, converted_bits_, context());
 }
 
 Status Load::run(const char* name) {
@@ -209,7 +210,15 @@ Status Load::dither_rows(const BitmapHandle& source, const uint8_t* rows, uint32
   return kOk;
 }
 
-Status Load::take(const BitmapHandle& source, const uint8_t* rows, uint32_t count) {
+// Rows that are stored as they are need no way around.
+std::span<uint8_t> Load::place(const BitmapHandle& source) {
+  if (mode_ != Mode::kAsIs || request_.callback != nullptr) return {};
+  return store_.place(source);
+}
+
+Status Load::take(const BitmapHandle& source, const void* first_row, int32_t row_count) {
+  const auto* const rows = static_cast<const uint8_t*>(first_row);
+  const auto count = static_cast<uint32_t>(row_count);
   if (!described_) TRY(describe_target(source));
   if (mode_ == Mode::kAsIs) return pass_on(rows, count);
   for (uint32_t done = 0; done < count;) {
@@ -254,15 +263,6 @@ Status load(const char* name, BitmapHandle& target, const LoadRequest& request) 
   return operation.run(name);
 }
 
-int32_t T_CALL load_sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
-  if (source == nullptr || rows == nullptr || count < 0 || context == nullptr) {
-    return T_ERR_ARGUMENT;
-  }
-  return static_cast<Load*>(context)
-      ->take(*source, static_cast<const uint8_t*>(rows), static_cast<uint32_t>(count))
-      .code();
-}
-
 Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read, bool memory_only) {
   FILEINFO info;
   TRY(identify(name, info));
@@ -274,7 +274,7 @@ Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read, boo
     settings.callback_lines = process::callback_lines(info.Height);
     StoreSink store(bitmap);
     const int32_t bits = info.BitsPerPixel == 2 ? 4 : info.BitsPerPixel;
-    status = read(name, &bitmap, StoreSink::sink, bits, &store);
+    status = read(name, &bitmap, StoreSink::sink, bits, store.context());
   }
   if (!status.ok()) core::free_bitmap(bitmap);
   return status;

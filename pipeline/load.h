@@ -20,9 +20,6 @@ struct LoadRequest {
 // T_LoadFile.
 Status load(const char* name, BitmapHandle& target, const LoadRequest& request);
 
-// T_LoadFileCB: the sink between a reader and the target; context is a load in progress.
-int32_t T_CALL load_sink(BitmapHandle* source, const void* rows, int32_t count, void* context);
-
 // A format's T_Load…Bitmap: initialises and allocates `bitmap` by the file's description and
 // stores the rows that `read` delivers; frees the bitmap on failure. `memory_only`: a bitmap that
 // only a temporary file could hold is refused with kNoMemory.

@@ -47,8 +47,16 @@ Status StoreSink::store(const void* rows, int32_t count) {
   return kOk;
 }
 
-int32_t T_CALL StoreSink::sink(BitmapHandle*, const void* rows, int32_t count, void* context) {
-  return static_cast<StoreSink*>(context)->store(rows, count).code();
+std::span<uint8_t> StoreSink::place(const BitmapHandle& source) {
+  const bool same_layout = source.Width == bitmap_.Width && source.Height == bitmap_.Height &&
+                           source.BytesPerLine == bitmap_.BytesPerLine;
+  const bool interlaced = core::has_flag(source, T_FLAG_INTERLACED);
+  if (!same_layout || interlaced || !core::has_flag(bitmap_, T_FLAG_MEMORY)) return {};
+  if (core::has_flag(bitmap_, T_FLAG_USER) || bitmap_.Size == 0) return {};
+  access_.emplace(bitmap_);
+  auto* const pixels = static_cast<uint8_t*>(bitmap_.Data);
+  if (pixels == nullptr) return {};
+  return std::span{pixels, bitmap_.Size}.subspan(size_t{row_} * bitmap_.BytesPerLine);
 }
 
 }  // namespace tavo::pipeline

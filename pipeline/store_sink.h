@@ -1,13 +1,18 @@
 // The row sink that puts rows into a bitmap.
 #pragma once
 
+#include <optional>
+#include <span>
+
 #include "base/status.h"
+#include "core/bitmap.h"
+#include "process/row_receiver.h"
 #include "tavo45.h"
 
 namespace tavo::pipeline {
 
 // Where the rows of one load go.
-class StoreSink {
+class StoreSink final : public process::RowReceiver {
  public:
   explicit StoreSink(BitmapHandle& bitmap) : bitmap_(bitmap) {}
 
@@ -19,13 +24,19 @@ class StoreSink {
   // Goes on behind the first `rows` rows, which another sink has stored.
   void resume(uint32_t rows);
 
-  // For readers that are called with this object as their context.
-  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context);
+  Status take(const BitmapHandle&, const void* rows, int32_t count) override {
+    return store(rows, count);
+  }
+
+  // The bitmap's own rows when it is in memory, has the source's layout, and its rows come one
+  // after the other; it stays accessed then as long as this object lives.
+  std::span<uint8_t> place(const BitmapHandle& source) override;
 
  private:
   void advance_interlaced();
 
   BitmapHandle& bitmap_;
+  std::optional<core::AccessScope> access_;
   uint32_t row_ = 0;
   uint32_t pass_ = 0;
 };

@@ -1,5 +1,6 @@
 // The platform layer for native builds.
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,6 +21,21 @@ AllocationGate gate;
 constexpr size_t kAlignment = 64;
 // What calloc gives is aligned to 16 and, for large blocks, zeroed by the kernel for free.
 static_assert(alignof(max_align_t) >= 16);
+
+// From this size on blocks ask for huge pages: a fresh picture of 36 MiB is 18 page faults instead
+// of 9,216, which cost more than most decoders. Never more memory than the block's own whole pages.
+constexpr size_t kHugePage = size_t{2} << 20;
+constexpr size_t kHugeBlock = 2 * kHugePage;
+
+void ask_for_huge_pages(void* block, size_t bytes) {
+#ifdef MADV_HUGEPAGE
+  const size_t before = -reinterpret_cast<uintptr_t>(block) & (kHugePage - 1);
+  if (bytes < kHugeBlock) return;
+  // Advice: nothing is lost where the system has none.
+  (void)::madvise(static_cast<uint8_t*>(block) + before, (bytes - before) & ~(kHugePage - 1),
+                  MADV_HUGEPAGE);
+#endif
+}
 
 constexpr int32_t kAccessWrite = 1;
 constexpr int32_t kAccessReadWrite = 2;
@@ -49,10 +65,12 @@ struct Palette {
 
 uintptr_t allocate_movable(size_t bytes) {
   if (!gate.admit()) return 0;
-  if (bytes > PTRDIFF_MAX - kAlignment) return 0;
-  const size_t whole = (bytes + kAlignment - 1) & ~(kAlignment - 1);
-  void* block = std::aligned_alloc(kAlignment, whole);
-  if (block != nullptr) gate.block_taken(bytes);
+  const size_t alignment = bytes < kHugeBlock ? kAlignment : kHugePage;
+  if (bytes > PTRDIFF_MAX - alignment) return 0;
+  void* block = nullptr;
+  if (::posix_memalign(&block, alignment, bytes) != 0) return 0;
+  ask_for_huge_pages(block, bytes);
+  gate.block_taken(bytes);
   return reinterpret_cast<uintptr_t>(block);
 }
 
@@ -69,7 +87,9 @@ int32_t free_block(uintptr_t block) {
 void* allocate_fixed(size_t bytes) {
   if (!gate.admit()) return nullptr;
   void* block = std::calloc(1, bytes);
-  if (block != nullptr) gate.block_taken(bytes);
+  if (block == nullptr) return nullptr;
+  ask_for_huge_pages(block, bytes);
+  gate.block_taken(bytes);
   return block;
 }
 

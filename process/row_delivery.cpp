@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/endian.h"
 #include "base/settings.h"
 #include "color/dither.h"
 #include "color/palettes.h"
@@ -103,10 +104,14 @@ Status RowDelivery::allocate_rows() {
   // Absurdly wide rows come in smaller batches.
   constexpr uint32_t kLargestBatch = 64u << 20;
   const auto most = static_cast<int32_t>(std::max(1u, kLargestBatch / line_));
-  batch_rows_ = static_cast<uint32_t>(std::clamp(std::min(lines, most), 1, bitmap_.Height));
-  TRY(batch_.allocate_shrinking(uint64_t{line_} * batch_rows_ + kSlack, line_,
+  largest_batch_ = static_cast<uint32_t>(std::clamp(std::min(lines, most), 1, bitmap_.Height));
+  find_place();
+  // At least one row, for readers that go on behind the last one.
+  const uint32_t rest = std::max(static_cast<uint32_t>(bitmap_.Height) - placed_rows_, 1u);
+  TRY(batch_.allocate_shrinking(uint64_t{line_} * std::min(largest_batch_, rest) + kSlack, line_,
                                 uint64_t{line_} + kSlack));
-  batch_rows_ = static_cast<uint32_t>((batch_.size() - kSlack) / line_);
+  buffer_rows_ = static_cast<uint32_t>((batch_.size() - kSlack) / line_);
+  begin_batch();
   if (!has_stages()) return kOk;
   work_line_ =
       std::max({line_, source_line_,
@@ -130,20 +135,39 @@ Status RowDelivery::start() {
   return progress_.start();
 }
 
+// Whether the sink has room for all rows. The last ones go through the buffer all the same:
+// decoders overrun their rows.
+void RowDelivery::find_place() {
+  // Dithering leaves padding as it is.
+  if (dithers_ || sink_ != RowReceiver::sink || context_ == nullptr) return;
+  const std::span<uint8_t> place = static_cast<RowReceiver*>(context_)->place(bitmap_);
+  if (place.size() < bitmap_.Size || place.size() < kSlack) return;
+  place_ = place.data();
+  placed_rows_ = static_cast<uint32_t>((place.size() - kSlack) / line_);
+}
+
+void RowDelivery::begin_batch() {
+  gathered_ = 0;
+  batch_start_ = placed_rows_ > 0 ? place_ : batch_.data();
+  batch_rows_ = placed_rows_ > 0 ? std::min(largest_batch_, placed_rows_) : buffer_rows_;
+}
+
 uint8_t* RowDelivery::lent_row() {
-  return has_stages() ? work_.data() + size_t{waiting_} * work_line_
-                      : batch_.data() + size_t{gathered_} * line_;
+  return has_stages() ? work_.data() + size_t{waiting_} * work_line_ : batch_row();
 }
 
 std::span<uint8_t> RowDelivery::next_rows(uint32_t wanted, uint32_t& count) {
   count = has_stages() ? 1 : std::min(wanted, batch_rows_ - gathered_);
-  return {lent_row(), size_t{count} * source_line_};
+  uint8_t* const first = lent_row();
+  // Padding is shorter than four bytes, and a row at least as long.
+  for (uint32_t i = 1; i <= count; ++i) store_le32(first + size_t{i} * source_line_ - 4, 0);
+  return {first, size_t{count} * source_line_};
 }
 
 // Puts a finished row, or what the dithering makes of one, into the batch.
 Status RowDelivery::emit(const uint8_t* row, uint32_t repeats) {
   for (; repeats > 0; --repeats) {
-    uint8_t* const out = batch_.data() + size_t{gathered_} * line_;
+    uint8_t* const out = batch_row();
     if (dithers_) {
       TRY(color::dither_rows(*dithered_, row, work_line_, out, line_, 1));
     } else {
@@ -161,8 +185,7 @@ Status RowDelivery::dither_waiting() {
   const uint8_t* row = work_.data();
   while (waiting_ > 0) {
     const uint32_t count = std::min(waiting_, batch_rows_ - gathered_);
-    TRY(color::dither_rows(*dithered_, row, work_line_, batch_.data() + size_t{gathered_} * line_,
-                           line_, count));
+    TRY(color::dither_rows(*dithered_, row, work_line_, batch_row(), line_, count));
     row += size_t{count} * work_line_;
     waiting_ -= count;
     gathered_ += count;
@@ -211,9 +234,13 @@ Status RowDelivery::commit(uint32_t count) {
 
 Status RowDelivery::flush() {
   const uint32_t count = gathered_;
-  gathered_ = 0;
   if (count == 0) return kOk;
-  const Status answer{sink_(&bitmap_, batch_.data(), static_cast<int32_t>(count), context_)};
+  const Status answer{sink_(&bitmap_, batch_start_, static_cast<int32_t>(count), context_)};
+  if (placed_rows_ > 0) {
+    place_ += size_t{count} * line_;
+    placed_rows_ -= count;
+  }
+  begin_batch();
   // Sinks of interlaced pictures may say 2 as well.
   const bool says_two = answer.code() == 2 && (picture_.flags & T_FLAG_INTERLACED) != 0;
   return says_two ? kOk : answer;

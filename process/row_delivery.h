@@ -10,6 +10,7 @@
 #include "core/bitmap.h"
 #include "core/progress.h"
 #include "process/resize.h"
+#include "process/row_receiver.h"
 #include "process/source_picture.h"
 #include "tavo45.h"
 
@@ -44,7 +45,8 @@ constexpr bool is_plausible_fax(uint64_t width, uint64_t height, uint64_t file_b
 // An unallocated `bitmap` becomes a record of the picture, and rows are delivered as they are,
 // unless fewer bits are asked. An allocated one says what is wanted: its size, depth and order.
 // Order of the stages: order swap, resampling, dithering or conversion of the depth, batching;
-// each is there only when the call needs it.
+// each is there only when the call needs it. Where the sink is one of the library's own and wants
+// the rows as they are delivered, they are gathered in its memory.
 class RowDelivery {
  public:
   RowDelivery(const SourcePicture& picture, BitmapHandle& bitmap, T_RowSink sink,
@@ -63,10 +65,14 @@ class RowDelivery {
   Status start();
 
   // Room for one row in the file's depth: its bytes rounded up to a multiple of 4. A decoder may
-  // overrun it by kSlack bytes. It starts zeroed the first time; afterwards it holds old pixels.
-  std::span<uint8_t> next_row() { return {lent_row(), source_line_}; }
+  // overrun it by kSlack bytes. What it holds is undefined, but its last pixels' padding is zero.
+  std::span<uint8_t> next_row() {
+    uint32_t count = 0;
+    return next_rows(1, count);
+  }
 
-  // Room for up to `wanted` rows in a row, each source_line() bytes long; `count` says how many.
+  // Room for up to `wanted` rows in a row (1 or more), each source_line() bytes long; `count` says
+  // how many.
   std::span<uint8_t> next_rows(uint32_t wanted, uint32_t& count);
 
   // Delivers the row, or the `count` rows, filled last. Anything but kOk is the sink's or the
@@ -91,6 +97,9 @@ class RowDelivery {
   Status start_dithering();
   Status allocate_rows();
   bool has_stages() const { return resizes_ || dithers_ || converts_; }
+  void find_place();
+  void begin_batch();
+  uint8_t* batch_row() { return batch_start_ + size_t{gathered_} * line_; }
   uint8_t* lent_row();
   Status process(uint8_t* row);
   Status finish_row(uint8_t* row, uint32_t repeats);
@@ -117,12 +126,17 @@ class RowDelivery {
 
   uint32_t source_line_ = 0;  // bytes of a row in the file's depth
   uint32_t line_ = 0;         // bytes of a delivered row
-  Buffer batch_;              // delivered rows
+  Buffer batch_;              // delivered rows, as far as they do not lie in the sink's memory
+  uint8_t* place_ = nullptr;  // the sink's memory for the next `placed_rows_` rows
+  uint32_t placed_rows_ = 0;
   Buffer work_;               // rows on their way through the stages
   uint32_t work_line_ = 0;
   uint32_t work_rows_ = 0;  // more than one when dithering can take several rows at once
   uint32_t waiting_ = 0;    // rows in the work memory that wait to be dithered
-  uint32_t batch_rows_ = 0;
+  uint8_t* batch_start_ = nullptr;
+  uint32_t batch_rows_ = 0;     // of the batch in hand
+  uint32_t largest_batch_ = 0;  // of any
+  uint32_t buffer_rows_ = 0;    // of one in the buffer
   uint32_t gathered_ = 0;
   uint32_t committed_ = 0;  // rows of the file
   uint32_t emitted_ = 0;    // rows of the result, when it has another size

@@ -5,6 +5,8 @@
 
 #include "base/settings.h"
 #include "format_cases.h"
+#include "pipeline/store_sink.h"
+#include "process/row_delivery.h"
 
 namespace tavo::test {
 namespace {
@@ -44,6 +46,52 @@ TEST(Load, BatchesFollowTheHeight) {
     EXPECT_EQ(batches.counts.front(), c.first) << c.height;
     EXPECT_EQ(batches.counts.size(), c.batches) << c.height;
     EXPECT_EQ(batches.source, bitmap.get());
+  }
+}
+
+// Decoders overrun their rows, and bitmaps start with old memory: neither shows in rows that are
+// decoded into place.
+TEST(Load, RowsDecodedIntoPlaceAreWhole) {
+  constexpr int32_t kBits[] = {1, 8, 24};
+  for (int32_t i = 0; i < 60; ++i) {
+    const int32_t bits = kBits[i % 3], width = i * 7 % 71 + 1, height = i * i % 211 + 1;
+    Bitmap bitmap, source;
+    ASSERT_EQ(T_InitBitmap(bitmap.get(), width, height, bits), T_OK);
+    ASSERT_EQ(T_AllocateBitmap(bitmap.get(), 1), T_OK);
+    T_AccessBitmap(bitmap.get());
+    std::memset(bitmap->Data, 0xAA, bitmap->Size);
+    T_ReleaseBitmap(bitmap.get());
+    source->Flags = 0;
+    process::SourcePicture picture;
+    picture.width = width;
+    picture.height = height;
+    picture.bits = bits;
+
+    Random random(i);
+    Bytes want;
+    size_t in_place = 0;
+    {
+      pipeline::StoreSink store(*bitmap.get());
+      process::RowDelivery rows(picture, *source.get(), store.sink, bits, store.context());
+      ASSERT_EQ(rows.start(), kOk);
+      for (int32_t y = 0; y < height; ++y) {
+        const auto row = rows.next_row().first((size_t{7} + width * bits) / 8);
+        std::memset(row.data() + rows.source_line(), 0xEE, rows.kSlack);
+        for (uint8_t& byte : row) want.push_back(byte = static_cast<uint8_t>(random.next()));
+        want.resize(size_t{rows.source_line()} * (y + 1));  // padding is zero
+        const auto* const base = static_cast<const uint8_t*>(bitmap->Data);
+        if (row.data() >= base && row.data() < base + bitmap->Size) ++in_place;
+        ASSERT_EQ(rows.commit(), kOk);
+      }
+      ASSERT_EQ(rows.finish(), kOk);
+      rows.next_row();
+      EXPECT_FALSE(rows.commit().ok() && rows.finish().ok()) << "a row beyond the last";
+    }
+    EXPECT_EQ(in_place, bitmap->Size < 64 ? 0 : (bitmap->Size - 64) / bitmap->BytesPerLine);
+    EXPECT_FALSE(bitmap->Flags & T_FLAG_LOCKED);
+    T_AccessBitmap(bitmap.get());
+    const auto* const stored = static_cast<const uint8_t*>(bitmap->Data);
+    EXPECT_EQ(Bytes(stored, stored + bitmap->Size), want) << bits << " bits, width " << width;
   }
 }
 
