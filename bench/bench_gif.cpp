@@ -115,7 +115,7 @@ void add_all(Input& input) {
 #endif
   benchmark::RegisterBenchmark((decode + "Pillow").c_str(),
                                [in](benchmark::State& state) {
-                                 pillow_decode(state, ".gif", in->file);
+                                 run_pillow(state, ".gif", in->file);
                                  state.SetBytesProcessed(state.iterations() * kSize * kSize);
                                })
       ->Unit(benchmark::kMillisecond)

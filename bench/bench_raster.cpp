@@ -31,6 +31,22 @@ AVPixelFormat layout_of(AVCodecID id, const Picture& picture) {
   return id == AV_CODEC_ID_PCX ? AV_PIX_FMT_RGB24 : AV_PIX_FMT_BGR24;
 }
 
+void add_pillow(const std::string& name, AVCodecID id, const Picture& picture, const Bytes* file,
+                bool saves) {
+  const int64_t bytes = static_cast<int64_t>(picture.rows.size());
+  const char* const suffix = id == AV_CODEC_ID_TARGA ? ".tga"
+                             : id == AV_CODEC_ID_PCX ? ".pcx"
+                                                     : ".ras";
+  benchmark::RegisterBenchmark((name + "/Pillow").c_str(),
+                               [=](benchmark::State& state) {
+                                 run_pillow(state, suffix, *file, saves);
+                                 state.SetBytesProcessed(state.iterations() * bytes);
+                               })
+      ->Unit(benchmark::kMillisecond)
+      ->UseManualTime()
+      ->Iterations(1);
+}
+
 void add_loads(const std::string& name, AVCodecID id, const char* type, const Picture& picture,
                Bytes file) {
   auto* kept = new Bytes(std::move(file));  // as long as the program runs
@@ -43,18 +59,7 @@ void add_loads(const std::string& name, AVCodecID id, const char* type, const Pi
         [=](benchmark::State& state) { sdl_decode(state, type, *kept); });
   }
 #endif
-  const int64_t bytes = static_cast<int64_t>(picture.rows.size());
-  const char* const suffix = id == AV_CODEC_ID_TARGA ? ".tga"
-                             : id == AV_CODEC_ID_PCX ? ".pcx"
-                                                     : ".ras";
-  benchmark::RegisterBenchmark((name + "/Pillow").c_str(),
-                               [=](benchmark::State& state) {
-                                 pillow_decode(state, suffix, *kept);
-                                 state.SetBytesProcessed(state.iterations() * bytes);
-                               })
-      ->Unit(benchmark::kMillisecond)
-      ->UseManualTime()
-      ->Iterations(1);
+  add_pillow(name, id, picture, kept, false);
 }
 
 void add_save(const std::string& name, AVCodecID id, int32_t format, const Picture& picture) {
@@ -67,6 +72,9 @@ void add_save(const std::string& name, AVCodecID id, int32_t format, const Pictu
   add(name + "/FFmpeg", picture, [=, &picture](benchmark::State& state) {
     ffmpeg_encode(&state, id, layout, picture.width, picture.height, picture.rows, false);
   });
+  // Pillow writes no Sun raster.
+  if (id == AV_CODEC_ID_SUNRAST) return;
+  add_pillow(name, id, picture, new Bytes(saved_file(*bitmap, format)), true);
 }
 
 void add_format(const std::string& name, AVCodecID id, int32_t format, const char* type,

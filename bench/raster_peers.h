@@ -291,8 +291,10 @@ inline void sdl_decode(benchmark::State& state, const char* type, const Bytes& f
 }
 #endif
 
-// Pillow times itself: processor time of one decode in a process of its own, fed by a file.
-inline void pillow_decode(benchmark::State& state, const std::string& suffix, const Bytes& file) {
+// Pillow times itself: processor time of one decode, or of one save of the decoded picture, in a
+// process of its own, fed by a file.
+inline void run_pillow(benchmark::State& state, const std::string& suffix, const Bytes& file,
+                       bool saves = false) {
   std::string path = "/tmp/tavo_bench_XXXXXX" + suffix;
   const int handle = mkstemps(path.data(), static_cast<int>(suffix.size()));
   FILE* out = handle < 0 ? nullptr : fdopen(handle, "wb");
@@ -304,13 +306,17 @@ inline void pillow_decode(benchmark::State& state, const std::string& suffix, co
       "/usr/bin/python3 -c \"import io, sys, time\n"
       "from PIL import Image\n"
       "data = open(sys.argv[1], 'rb').read()\n"
+      "picture = Image.open(io.BytesIO(data))\n"
+      "picture.load()\n"
+      "load = lambda: Image.open(io.BytesIO(data)).load()\n"
+      "save = lambda: picture.save(io.BytesIO(), picture.format)\n"
       "times = []\n"
       "for i in range(9):\n"
       "    start = time.process_time()\n"
-      "    Image.open(io.BytesIO(data)).load()\n"
+      "    (save if sys.argv[2] == 'save' else load)()\n"
       "    times.append(time.process_time() - start)\n"
       "print(sorted(times)[4])\" " +
-      path;
+      path + (saves ? " save" : " load");
   for (auto _ : state) {
     double seconds = 0;
     FILE* pipe = popen(command.c_str(), "r");

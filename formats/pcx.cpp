@@ -101,8 +101,24 @@ class PageData {
   uint32_t left_;
 };
 
+// Lines that bitmaps hold as files do: decoded where they are delivered.
+Status read_plain_lines(RunDecoder& decoder, const Header& header, RowDelivery& rows) {
+  auto left = static_cast<uint32_t>(header.height);
+  while (left > 0) {
+    uint32_t count = 0;
+    TRY(decoder.decode_line(rows.next_rows(left, count)));
+    TRY(rows.commit(count));
+    left -= count;
+  }
+  return rows.finish();
+}
+
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
+  RunDecoder decoder(bytes);
   const uint32_t line_bytes = header.line_bytes;
+  if (header.planes == 1 && line_bytes == rows.source_line()) {
+    return read_plain_lines(decoder, header, rows);
+  }
   const uint32_t planes =
       std::max(uint32_t{header.planes}, header.planes == 1 ? 1 : kCombinedPlanes);
   Buffer line;
@@ -110,7 +126,6 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   const std::span<uint8_t> coded = line.bytes().first(size_t{header.planes} * line_bytes);
   const std::span<uint8_t> spare = line.bytes().subspan(coded.size());
   const auto width = static_cast<uint32_t>(header.width);
-  RunDecoder decoder(bytes);
   for (int32_t y = 0; y < header.height; ++y) {
     TRY(decoder.decode_line(coded));
     const std::span<uint8_t> row = rows.next_row();

@@ -70,35 +70,40 @@ inline void fill(uint8_t* to, uint8_t value, size_t count) {
 
 }  // namespace
 
-// Blocks of 32 bytes as long as they are at hand: the bytes between the runs are copied whole.
+// Blocks of 32 bytes as long as they are at hand. What lies between the runs is copied whole, and
+// a run filled whole: only then is it looked whether that went too far, which it does once a line.
 uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
   const uint8_t* const window = bytes_.window().data();
   const uint8_t* const last = window + bytes_.window().size() - kWindow;
   const uint8_t* in = window;
-  while (out != end && in <= last) {
-    uint32_t heads = head_mask(in);
+  while (out < end && in <= last) {
     size_t at = 0;
-    while (at < kBlock) {
-      const size_t stop = heads != 0 ? static_cast<size_t>(std::countr_zero(heads)) : kBlock;
-      const size_t plain = std::min(stop - at, static_cast<size_t>(end - out));
+    for (uint32_t heads = head_mask(in); heads != 0; heads &= heads - 1) {
+      const auto stop = static_cast<size_t>(std::countr_zero(heads));
       copy_block(out, in + at);
-      out += plain;
-      at += plain;
-      if (out == end || at == kBlock) break;
-      const size_t count = in[at] & kMaxRun;
-      const size_t part = std::min(count, static_cast<size_t>(end - out));
-      value_ = in[at + 1];
-      fill(out, value_, part);
-      out += part;
-      left_ = count - part;
-      heads &= heads - 1;
-      at += 2;
-      if (out == end) break;
+      out += stop - at;
+      at = stop;
+      if (out >= end) break;
+      const size_t count = in[stop] & kMaxRun;
+      value_ = in[stop + 1];
+      fill(out, value_, count);
+      out += count;
+      at = stop + 2;
+      if (out < end) continue;
+      left_ = static_cast<size_t>(out - end);
+      out = end;
+      break;
+    }
+    if (out < end && at < kBlock) {
+      copy_block(out, in + at);
+      out += kBlock - at;
+      at = kBlock;
     }
     in += at;
   }
-  bytes_.consume(static_cast<size_t>(in - window));
-  return out;
+  const size_t too_many = out > end ? static_cast<size_t>(out - end) : 0;
+  bytes_.consume(static_cast<size_t>(in - window) - too_many);
+  return out - too_many;
 }
 
 uint8_t* RunDecoder::put_run(uint8_t* out, uint8_t* end) {

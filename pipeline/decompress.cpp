@@ -40,8 +40,7 @@ Status decompress_bitmap(const char* name, BitmapHandle& bitmap, int32_t bits_pe
   core::access_bitmap(bitmap);
   StoreSink store(bitmap);
   const Status status =
-      jpeg::decompress(name, &bitmap, StoreSink::sink, bits, store.context(),
-                       jpeg::kOptionFile);
+      jpeg::decompress(name, &bitmap, StoreSink::sink, bits, store.context(), jpeg::kOptionFile);
   core::release_bitmap(bitmap);
   if (!status.ok()) {
     core::free_bitmap(bitmap);

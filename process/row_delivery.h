@@ -129,7 +129,7 @@ class RowDelivery {
   Buffer batch_;              // delivered rows, as far as they do not lie in the sink's memory
   uint8_t* place_ = nullptr;  // the sink's memory for the next `placed_rows_` rows
   uint32_t placed_rows_ = 0;
-  Buffer work_;               // rows on their way through the stages
+  Buffer work_;  // rows on their way through the stages
   uint32_t work_line_ = 0;
   uint32_t work_rows_ = 0;  // more than one when dithering can take several rows at once
   uint32_t waiting_ = 0;    // rows in the work memory that wait to be dithered
