@@ -67,6 +67,8 @@ class Decoder {
   uint32_t restart_interval() const { return tables_[0].restart_interval; }  // before the scan
 
   bool is_single_scan() const { return !frame_.is_progressive && scan_.count == frame_.count; }
+  // MCUs between restarts, as the header says; 0: none.
+  uint32_t restart_interval() const { return tables_[0].restart_interval; }
   void set_restart_interval(uint32_t mcus) { tables_[0].restart_interval = mcus; }
 
   // Prepares for rows of this layout; decodes all scans of a stream that has several.
