@@ -102,6 +102,7 @@ Json to_json(const std::string& file, const FILEINFO& info) {
   row["pages"] = info.PageCount;
   row["x_dpi"] = number_or_null(dpi.x);
   row["y_dpi"] = number_or_null(dpi.y);
+  if (info.Orientation > 1) row["orientation"] = info.Orientation;
   if (const auto jpeg = describe_jpeg(file, info)) row["jpeg"] = to_json(*jpeg);
   return row;
 }
@@ -122,6 +123,7 @@ void print_line(const std::string& file, const FILEINFO& info) {
   }
   std::string pages = info.PageCount == 1 ? "1 page" : std::to_string(info.PageCount) + " pages";
   if (info.Page > 1) pages = "page " + std::to_string(info.Page) + " of " + pages;
+  if (info.Orientation > 1) pages += ", orientation " + std::to_string(info.Orientation);
   const Resolution dpi = in_dots_per_inch(info.Format, info.XResolution, info.YResolution);
   const auto jpeg = describe_jpeg(file, info);
   std::printf("%s: %s, %d x %d, %s, compression %s%s, %s, %s, %u bytes\n", file.c_str(),
