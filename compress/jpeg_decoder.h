@@ -64,8 +64,6 @@ class Decoder {
                : tables_[0].quantisers[frame_.components[component].quantiser].values;
   }
 
-  uint32_t restart_interval() const { return tables_[0].restart_interval; }  // before the scan
-
   bool is_single_scan() const { return !frame_.is_progressive && scan_.count == frame_.count; }
   // MCUs between restarts, as the header says; 0: none.
   uint32_t restart_interval() const { return tables_[0].restart_interval; }
