@@ -61,8 +61,11 @@ Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& ro
 Status check_size(io::InputFile& file, const Image& image) {
   uint32_t file_bytes = 0;
   TRY(file.size(file_bytes));
-  if (!image.is_fax()) return kOk;
-  return process::is_plausible_fax(image.width, image.height, file_bytes) ? kOk : kBadData;
+  // Other codings need memory for a row, so that is what must be possible.
+  const bool is_plausible =
+      image.is_fax() ? process::is_plausible_fax(image.width, image.height, file_bytes)
+                     : process::is_plausible_size(image.row_bytes(image.width), file_bytes);
+  return is_plausible ? kOk : kBadData;
 }
 
 }  // namespace

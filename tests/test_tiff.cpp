@@ -127,6 +127,7 @@ TEST(Tiff, BadDirectoriesAreStatuses) {
       {"no height, no whole row", with(with(raw, {257, 3, {0}}), {279, 4, {3}}), T_ERR_BAD_DATA},
       {"no height, tiles", with(with(without(raw, 257), {322, 3, {16}}), {323, 3, {16}}),
        T_ERR_BAD_DATA},
+      {"a row beyond the data", with(raw, {256, 4, {600000000}}), T_ERR_BAD_DATA},
       {"no strips", without(raw, 273), T_ERR_BAD_DATA},
       {"strip behind the file", with(raw, {273, 4, {0x7FFFFFFF}}), T_ERR_READ},
       {"strip cut", with(raw, {273, 4, {0xB0}}), T_ERR_READ},
