@@ -206,7 +206,10 @@ Status read_stamp(const char* name, BitmapHandle& bitmap) {
   io::InputFile file;
   Container container;
   StampPlace stamp;
-  TRY(open_container(file, name, container));
+  // Too short to be known.
+  if (const Status status = open_container(file, name, container); !status.ok()) {
+    return status == kReadError ? kBadData : status;
+  }
   TRY(find_stamp(file, container, stamp));
   TRY(core::init_bitmap(bitmap, static_cast<int32_t>(stamp.width),
                         static_cast<int32_t>(stamp.height), static_cast<int32_t>(stamp.bits)));

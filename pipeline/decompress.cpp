@@ -53,8 +53,11 @@ Status decompress_bitmap(const char* name, BitmapHandle& bitmap, int32_t bits_pe
 
 Status get_stamp(const char* name, BitmapHandle& stamp) {
   FILEINFO info;
-  TRY(identify(name, info));
-  return is_jpeg(info) ? jpeg::read_stamp(name, stamp) : kNoStamp;
+  const Status found = identify(name, info);
+  if (found.ok() && !is_jpeg(info)) return kNoStamp;
+  // The stamp may be there, at least in part, where the picture is not.
+  const Status status = jpeg::read_stamp(name, stamp);
+  return found.ok() || status.ok() || status == kReadError ? status : found;
 }
 
 }  // namespace tavo::pipeline

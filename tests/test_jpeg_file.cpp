@@ -299,7 +299,15 @@ TEST(JpegFile, StatusesOfStamps) {
   EXPECT_EQ(T_GetCompressFileStamp("other.gif", none.get()), T_ERR_NO_STAMP);
   EXPECT_EQ(T_GetCompressFileStamp("absent", none.get()), T_ERR_OPEN);
   EXPECT_EQ(T_GetCompressFileStamp("broken", none.get()), T_ERR_READ);
-  for (const char* name : {"noise", "empty", "depth"}) {
+  disk.files["tiny"] = {0xFF};
+  // The stamp is enough.
+  Bytes cut = cmp_file(sample_stream(), {.stamp = stamp});
+  cut.resize(24 + stamp.size());
+  disk.files["cut"] = cut;
+  EXPECT_EQ(T_GetCompressFileStamp("cut", none.get()), T_OK);
+  disk.files["cut"].resize(300);
+  EXPECT_EQ(T_GetCompressFileStamp("cut", none.get()), T_ERR_READ);
+  for (const char* name : {"noise", "empty", "depth", "tiny"}) {
     EXPECT_EQ(T_GetCompressFileStamp(name, none.get()), T_ERR_BAD_DATA) << name;
   }
 }
