@@ -156,9 +156,10 @@ inline void make_bitmap(BitmapHandle& bitmap, int width, int height, int bits, c
 struct MemorySink {
   static inline Bytes bytes;
   static inline size_t at = 0;
+  static inline size_t end = 0;
 
   static int32_t T_CALL open(const char*, int32_t, int32_t) {
-    at = 0;
+    at = end = 0;
     return 5;
   }
   static uint32_t T_CALL read(int32_t, void*, uint32_t) { return 0; }
@@ -166,9 +167,13 @@ struct MemorySink {
     if (bytes.size() < at + count) bytes.resize((at + count) * 2);
     std::memcpy(bytes.data() + at, from, count);
     at += count;
+    end = std::max(end, at);
     return count;
   }
-  static int32_t T_CALL seek(int32_t, int32_t, int32_t) { return 0; }
+  static int32_t T_CALL seek(int32_t, int32_t offset, int32_t) {  // from the start
+    at = static_cast<size_t>(offset);
+    return offset;
+  }
   static int32_t T_CALL close(int32_t) { return 0; }
 };
 
@@ -183,7 +188,7 @@ inline void save_direct(BitmapHandle& bitmap, int32_t format) {
 
 inline Bytes saved_file(BitmapHandle& bitmap, int32_t format) {
   save_direct(bitmap, format);
-  return {MemorySink::bytes.begin(), MemorySink::bytes.begin() + MemorySink::at};
+  return {MemorySink::bytes.begin(), MemorySink::bytes.begin() + MemorySink::end};
 }
 
 // Whole pictures into memory, at the file's own depth.
