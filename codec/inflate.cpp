@@ -13,6 +13,7 @@ constexpr size_t kWindow = 4 * kHistory;
 constexpr size_t kMaxMatch = 258;
 constexpr size_t kSlack = 16;  // copies go by 8 bytes
 constexpr uint32_t kEndOfBlock = 256;
+constexpr uint32_t kMatchBits = 15 + 5 + 15 + 13;
 
 struct Extra {
   uint16_t base;
@@ -221,6 +222,7 @@ Status Decoder::read_codes() {
     if (i + repeats > count) return kBadData;
     for (; repeats > 0; --repeats) lengths[i++] = value;
   }
+  if (held_bits_ < missing_) return data_ended();
   if (literals > 286 || lengths[kEndOfBlock] == 0) return kBadData;
   if (!literals_.build({lengths.data(), literals})) return kBadData;
   if (!distances_.build({lengths.data() + literals, distances})) return kBadData;
@@ -249,58 +251,110 @@ Status Decoder::copy_stored() {
   return kOk;
 }
 
-// Literals and matches, until the block ends or the window is full. A refill brings 56 bits, of
-// which a match takes 15 + 5 + 15 + 13 at most.
+Decoder::Bits Decoder::open_bits() const {
+  const std::span<const uint8_t> window = source_->window();
+  return {held_, held_bits_, window.data(), window.data() + window.size()};
+}
+
+void Decoder::close_bits(const Bits& bits) {
+  source_->consume(static_cast<size_t>(bits.next - source_->window().data()));
+  held_ = bits.held;
+  held_bits_ = bits.count;
+}
+
+// Makes 56 bits or more; false when all that are left stand behind the end of the data.
+inline bool Decoder::refill(Bits& bits) {
+  if (bits.end - bits.next >= 8) [[likely]] {
+    bits.held |= load_le64(bits.next) << bits.count;
+    bits.next += (63 - bits.count) >> 3;
+    bits.count |= 56;
+    return true;
+  }
+  close_bits(bits);
+  refill();
+  bits = open_bits();
+  return held_bits_ > missing_;
+}
+
+// What stands behind the code of a length.
+inline bool Decoder::read_match(Bits& bits, uint32_t length_code, uint32_t& length,
+                                size_t& distance) const {
+  if (length_code >= std::size(kLengths)) return false;
+  length = kLengths[length_code].base + bits.take(kLengths[length_code].bits);
+  const uint32_t entry = distances_.look_up(bits.held);
+  const uint32_t code = entry >> 4;
+  if (code >= std::size(kDistances)) return false;
+  bits.take(entry & 15);
+  distance = kDistances[code].base + bits.take(kDistances[code].bits);
+  return true;
+}
+
+// Copies a match. Up to kSlack bytes behind it may be written.
+inline void copy_match(uint8_t* to, size_t distance, uint32_t length) {
+  uint8_t* const end = to + length;
+  const uint8_t* from = to - distance;
+  if (distance == 1) {
+    std::memset(to, *from, length);
+    return;
+  }
+  // What repeats within a word is written until it fills one.
+  for (; distance < 8; distance *= 2) {
+    store_native(to, load_native<uint64_t>(from));
+    to += distance;
+    if (to >= end) return;
+  }
+  for (; to < end; to += 8, from += 8) store_native(to, load_native<uint64_t>(from));
+}
+
+// Literals and matches, until the block ends or the window is full. A refill brings 56 bits:
+// enough for a match, or for three literals.
 Status Decoder::decode_codes() {
   uint8_t* const window = window_.data();
   size_t used = used_;
+  Bits bits = open_bits();
   Status status = kOk;
   while (used < kWindow) {
-    if (!refill() && held_bits_ <= missing_) {
+    if (!refill(bits)) {
       status = data_ended();
       break;
     }
-    const uint32_t entry = literals_.look_up(held_);
+    uint32_t entry = literals_.look_up(bits.held);
+    const int more = missing_ == 0 ? 2 : 0;  // symbols that bits behind the end cannot be
+    for (int i = 0; i < more && entry < kEndOfBlock << 4; ++i) {
+      window[used++] = static_cast<uint8_t>(entry >> 4);
+      bits.take(entry & 15);
+      entry = literals_.look_up(bits.held);
+    }
     if (entry == HuffmanCode::kNoCode) {
       status = kBadData;
       break;
     }
-    take(entry & 15);
+    if (bits.count < kMatchBits) refill(bits);
+    bits.take(entry & 15);
     const uint32_t symbol = entry >> 4;
-    if (symbol < kEndOfBlock) {
-      window[used++] = static_cast<uint8_t>(symbol);
-      continue;
+    uint32_t length = 0;
+    size_t distance = 0;
+    if (symbol > kEndOfBlock &&
+        (!read_match(bits, symbol - kEndOfBlock - 1, length, distance) || distance > used)) {
+      status = kBadData;
+      break;
+    }
+    if (bits.count < missing_) {
+      status = data_ended();
+      break;
     }
     if (symbol == kEndOfBlock) {
       state_ = State::kBlock;
       break;
     }
-    const uint32_t length_code = symbol - kEndOfBlock - 1;
-    const uint32_t length = length_code < std::size(kLengths)
-                                ? kLengths[length_code].base + take(kLengths[length_code].bits)
-                                : 0;
-    const uint32_t distance_entry = distances_.look_up(held_);
-    const uint32_t distance_code = distance_entry >> 4;
-    if (length == 0 || distance_code >= std::size(kDistances)) {
-      status = kBadData;
-      break;
+    if (symbol < kEndOfBlock) {
+      window[used++] = static_cast<uint8_t>(symbol);
+      continue;
     }
-    take(distance_entry & 15);
-    const size_t distance = kDistances[distance_code].base + take(kDistances[distance_code].bits);
-    if (distance > used) {
-      status = kBadData;
-      break;
-    }
-    uint8_t* to = window + used;
-    const uint8_t* from = to - distance;
-    uint8_t* const end = to + length;
-    if (distance >= 8) {
-      for (; to < end; to += 8, from += 8) store_native(to, load_native<uint64_t>(from));
-    } else {
-      while (to < end) *to++ = *from++;
-    }
+    copy_match(window + used, distance, length);
     used += length;
   }
+  close_bits(bits);
   used_ = used;
   return status;
 }
@@ -336,6 +390,9 @@ Status Decoder::decode(std::span<uint8_t> out) {
   while (!out.empty()) {
     if (used_ == given_) {
       if (failure_.ok()) failure_ = more();
+      // A code that cannot be may be the beginning of one that was cut.
+      const bool is_near_end = missing_ > 0 && held_bits_ < missing_ + kMatchBits;
+      if (failure_ == kBadData && is_near_end) failure_ = data_ended();
       // What was decoded before the failure is handed out first.
       if (used_ == given_) return failure_;
     }

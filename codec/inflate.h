@@ -52,6 +52,25 @@ class Decoder {
  private:
   enum class State : uint8_t { kHeader, kBlock, kStored, kCodes, kEnd };
 
+  // The bits held and the bytes behind them, out of the object while a block is decoded.
+  struct Bits {
+    uint64_t held;
+    uint32_t count;
+    const uint8_t* next;
+    const uint8_t* end;
+
+    uint32_t take(uint32_t bits) {
+      const auto value = static_cast<uint32_t>(held & ((uint64_t{1} << bits) - 1));
+      held >>= bits;
+      count -= bits;
+      return value;
+    }
+  };
+
+  Bits open_bits() const;
+  void close_bits(const Bits& bits);
+  bool refill(Bits& bits);
+  bool read_match(Bits& bits, uint32_t length_code, uint32_t& length, size_t& distance) const;
   bool need(uint32_t bits);
   uint32_t take(uint32_t bits);
   bool refill();

@@ -28,8 +28,35 @@ size_t run_length(const uint8_t* at, const uint8_t* end) {
 
 }  // namespace
 
+// Packets that lie whole in the window and in what is asked for. In bounds because the longest has
+// room in both; shorter ones are written over again.
+void Decoder::decode_whole(std::span<uint8_t>& out) {
+  const uint8_t* const start = bytes_.window().data();
+  const uint8_t* const last = start + bytes_.window().size() - kMaxPacket;
+  const uint8_t* in = start;
+  uint8_t* to = out.data();
+  uint8_t* const to_last = to + out.size() - kMaxPacket;
+  while (in < last && to <= to_last) {
+    const uint32_t head = *in++;
+    if (head < 128) {
+      std::memcpy(to, in, kMaxPacket);
+      in += head + 1;
+      to += head + 1;
+    } else if (head > 128) {
+      std::memset(to, *in++, kMaxPacket);
+      to += 257 - head;
+    }
+  }
+  bytes_.consume(static_cast<size_t>(in - start));
+  out = out.subspan(static_cast<size_t>(to - out.data()));
+}
+
 Status Decoder::decode(std::span<uint8_t> out) {
   while (!out.empty()) {
+    if (left_ == 0 && out.size() >= kMaxPacket && bytes_.window().size() > kMaxPacket) {
+      decode_whole(out);
+      if (out.empty()) break;
+    }
     if (left_ == 0) {
       const int head = bytes_.get();
       if (head < 0) return bytes_.failure().ok() ? kReadError : bytes_.failure();

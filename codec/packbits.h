@@ -22,6 +22,8 @@ class Decoder {
   Status decode(std::span<uint8_t> out);
 
  private:
+  void decode_whole(std::span<uint8_t>& out);
+
   ByteSource& bytes_;
   size_t left_ = 0;  // of the packet
   bool is_run_ = false;

@@ -1,5 +1,7 @@
 #include "formats/tiff_block.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -123,15 +125,58 @@ Status BlockDecoder::read_row(std::span<uint8_t> row) {
   return kOk;
 }
 
+// Sums of bytes `kStep` apart, in place: all within a vector in steps of doubled distance, then the
+// last pixel's carried on. A vector holds whole pixels only; the bytes behind them are put back.
+template <size_t kStep>
+void sum_pixels(std::span<uint8_t> row) {
+  constexpr int kUsed = static_cast<int>(16 / kStep * kStep);
+  const auto shift_sum = [](__m128i v) {
+    v = _mm_add_epi8(v, _mm_slli_si128(v, kStep));
+    if constexpr (2 * kStep < 16) v = _mm_add_epi8(v, _mm_slli_si128(v, 2 * kStep));
+    if constexpr (4 * kStep < 16) v = _mm_add_epi8(v, _mm_slli_si128(v, 4 * kStep));
+    if constexpr (8 * kStep < 16) v = _mm_add_epi8(v, _mm_slli_si128(v, 8 * kStep));
+    return v;
+  };
+  // The last pixel first, zeros behind it; then its sums with nothing are its copies.
+  const auto last_pixel = [&shift_sum](__m128i v) {
+    return shift_sum(_mm_srli_si128(_mm_slli_si128(v, 16 - kUsed), 16 - kStep));
+  };
+  uint8_t* at = row.data();
+  uint8_t* const end = at + row.size();
+  __m128i carry = _mm_setzero_si128();
+  for (; end - at >= kUsed + 16; at += kUsed) {
+    const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + kUsed));
+    const __m128i sums =
+        _mm_add_epi8(carry, shift_sum(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at))));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(at), sums);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(at + kUsed), next);
+    carry = last_pixel(sums);
+  }
+  for (at = std::max(at, row.data() + std::min(kStep, row.size())); at < end; ++at) {
+    *at = static_cast<uint8_t>(*at + at[-static_cast<ptrdiff_t>(kStep)]);
+  }
+}
+
 // Samples are stored as the difference from the same sample of the pixel before (TIFF 6.0,
 // section 14).
 void BlockDecoder::undo_predictor(std::span<uint8_t> row) const {
   const size_t step = image_->samples_per_plane();
   if (image_->bits == 8) {
-    for (size_t i = step; i < row.size(); ++i) {
-      row[i] = static_cast<uint8_t>(row[i] + row[i - step]);
+    switch (step) {
+      case 1:
+        return sum_pixels<1>(row);
+      case 2:
+        return sum_pixels<2>(row);
+      case 3:
+        return sum_pixels<3>(row);
+      case 4:
+        return sum_pixels<4>(row);
+      default:
+        for (size_t i = step; i < row.size(); ++i) {
+          row[i] = static_cast<uint8_t>(row[i] + row[i - step]);
+        }
+        return;
     }
-    return;
   }
   for (size_t i = 2 * step; i + 1 < row.size(); i += 2) {
     const auto sum = static_cast<uint16_t>(order_.u16(&row[i]) + order_.u16(&row[i - 2 * step]));
