@@ -86,24 +86,22 @@ TEST(CompressFiles, OtherReaders) {
   EXPECT_EQ(disk.files.count("no"), 0u) << "no file before there is something to write";
 }
 
+int32_t T_CALL compress_tga(const char* source, const char* destination, int32_t type,
+                            int32_t quality, uint32_t flag) {
+  return T_CompressTGA(source, destination, type, quality, flag, 0);
+}
+
 // All blocks that are ever taken make up less than half of the picture.
 TEST(CompressFiles, LongFilesAreNeverHeld) {
   constexpr int32_t kHigh = 20000;
   using Compress = int32_t(T_CALL*)(const char*, const char*, int32_t, int32_t, uint32_t);
-  const Compress tga = [](const char* from, const char* to, int32_t type, int32_t quality,
-                          uint32_t flag) -> int32_t {
-    return T_CompressTGA(from, to, type, quality, flag, 0);
-  };
   const struct {
     int32_t format;
     int32_t bits;
     Compress compress;
-  } rows[] = {{T_FORMAT_BMP, 24, T_CompressBMP},
-              {T_FORMAT_BMP, 4, T_CompressBMP},
-              {T_FORMAT_GIF, 8, T_CompressGIF},
-              {T_FORMAT_PCX, 24, T_CompressPCX},
-              {T_FORMAT_TGA, 24, tga},
-              {T_FORMAT_TIFF_LZW, 24, T_CompressTIF},
+  } rows[] = {{T_FORMAT_BMP, 24, T_CompressBMP},       {T_FORMAT_BMP, 4, T_CompressBMP},
+              {T_FORMAT_GIF, 8, T_CompressGIF},        {T_FORMAT_PCX, 24, T_CompressPCX},
+              {T_FORMAT_TGA, 24, compress_tga},        {T_FORMAT_TIFF_LZW, 24, T_CompressTIF},
               {T_FORMAT_TIFF_GROUP4, 1, T_CompressTIF}};
   for (const auto& row : rows) {
     const int32_t width = row.bits < 8 ? 1000 / row.bits : 130;

@@ -33,8 +33,9 @@ std::optional<T_JPEGINFO> describe_jpeg(const std::string& file, const FILEINFO&
 }
 
 std::string sampling_of(const T_JPEGINFO& jpeg, int component) {
-  return std::to_string(jpeg.HorizontalFactors[component]) + "x" +
-         std::to_string(jpeg.VerticalFactors[component]);
+  std::string text = std::to_string(jpeg.HorizontalFactors[component]);
+  text += 'x';
+  return text += std::to_string(jpeg.VerticalFactors[component]);
 }
 
 // In the words of --subsampling where all components but the first are 1x1, else in full.
@@ -42,7 +43,8 @@ std::string subsampling_of(const T_JPEGINFO& jpeg) {
   std::string all = sampling_of(jpeg, 0);
   bool is_usual = true;
   for (int i = 1; i < jpeg.Components; ++i) {
-    all += "," + sampling_of(jpeg, i);
+    all += ',';
+    all += sampling_of(jpeg, i);
     is_usual = is_usual && sampling_of(jpeg, i) == "1x1";
   }
   return is_usual ? sampling_of(jpeg, 0) : all;
