@@ -8,6 +8,7 @@
 #include "color/dither.h"
 #include "color/palettes.h"
 #include "photograph.h"
+#include "pillow.h"
 #include "tavo45.h"
 #ifdef PEER_FFMPEG
 extern "C" {
@@ -18,13 +19,10 @@ extern "C" {
 
 namespace {
 
+using bench::count_pixels;
 using bench::kHeight;
 using bench::kPixels;
 using bench::kWidth;
-
-void count_pixels(benchmark::State& state) {
-  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kPixels));
-}
 
 // 216 colours of a cube and 40 greys, as in pillow.py.
 std::vector<T_PaletteEntry> given_palette() {
@@ -79,14 +77,9 @@ void dither(benchmark::State& state, const Job& job, uint32_t batch) {
 }
 
 void pillow(benchmark::State& state, const char* operation, int channels) {
-  for (auto _ : state) {
-    const double seconds = bench::time_pillow(operation, channels);
-    if (seconds <= 0) {
-      state.SkipWithError("no Pillow");
-      break;
-    }
-    state.SetIterationTime(seconds);
-  }
+  bench::run_pillow(state, operation,
+                    channels == 3 ? bench::photograph() : bench::gray_photograph(), kWidth, kHeight,
+                    channels);
   count_pixels(state);
 }
 

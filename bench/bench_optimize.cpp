@@ -19,13 +19,10 @@
 
 namespace {
 
+using bench::count_pixels;
 using bench::kHeight;
 using bench::kPixels;
 using bench::kWidth;
-
-void count_pixels(benchmark::State& state) {
-  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kPixels));
-}
 
 void optimize(benchmark::State& state, const std::vector<uint8_t>& rgb, uint32_t method) {
   BitmapHandle source = {};

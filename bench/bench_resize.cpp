@@ -1,10 +1,16 @@
 // Nearest-neighbour resizing of 4096 x 3072 pictures to half, one and a half times and twice the
-// size, beside OpenCV and libyuv. Figures count pixels of the result.
+// size, beside OpenCV, libyuv and Pillow. Figures count pixels of the result. Every result lies in
+// memory that was there before the first turn, and has lines as wide as the picture; only Pillow,
+// which runs in a process of its own, makes its result anew. Compare Bitmap and Libyuv with
+// --benchmark_enable_random_interleaving=true: at half size both run at the speed of memory.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
+#include "pillow.h"
+#include "platform/platform.h"
 #include "tavo45.h"
 
 #ifdef PEER_OPENCV
@@ -47,8 +53,36 @@ void count(benchmark::State& state, const Size& size) {
   state.SetItemsProcessed(state.iterations() * int64_t{size.width} * size.height);
 }
 
+// What a processor can do, for us and for libyuv alike.
+enum Processor : int { kAll, kSsse3, kSse2 };
+
+// As `sizes`, half the size on lesser processors too.
+void sizes_and_processors(benchmark::internal::Benchmark* bench) {
+  for (const int bits : {8, 24, 32}) {
+    for (const int halves : {1, 3, 4}) bench->Args({bits, halves, kAll});
+    for (const int processor : {kSsse3, kSse2}) {
+      for (const int halves : {1, 3}) bench->Args({bits, halves, processor});
+    }
+  }
+}
+
+void limit_processor(const benchmark::State& state) {
+  const int64_t processor = state.range(2);
+  tavo::platform::limit_processor(processor == kAll
+                                      ? tavo::platform::Processor{true, true, true, true, true}
+                                  : processor == kSsse3 ? tavo::platform::Processor{.ssse3 = true}
+                                                        : tavo::platform::Processor{});
+#ifdef PEER_YUV
+  const int sse2 = libyuv::kCpuHasX86 | libyuv::kCpuHasSSE2;
+  libyuv::MaskCpuFlags(processor == kAll     ? -1
+                       : processor == kSsse3 ? sse2 | libyuv::kCpuHasSSSE3
+                                             : sse2);
+#endif
+}
+
 void Bitmap(benchmark::State& state) {
   const Size size(state);
+  limit_processor(state);
   BitmapHandle from = {}, to = {};
   T_InitBitmap(&from, kWidth, kHeight, size.bits);
   T_AllocateBitmap(&from, 1);
@@ -64,11 +98,12 @@ void Bitmap(benchmark::State& state) {
   T_FreeBitmap(&to);
   count(state, size);
 }
-BENCHMARK(Bitmap)->Apply(sizes);
+BENCHMARK(Bitmap)->Apply(sizes_and_processors);
 
 // Row by row through the streaming calls, from a picture into a row buffer that is emitted.
 void Rows(benchmark::State& state) {
   const Size size(state);
+  limit_processor(state);
   const std::vector<uint8_t> pixels = noise(size.bits);
   const size_t old_line = pixels.size() / kHeight;
   const size_t new_line = static_cast<size_t>(size.width) * static_cast<size_t>(size.bits / 8);
@@ -90,7 +125,7 @@ void Rows(benchmark::State& state) {
   T_StopResize(block);
   count(state, size);
 }
-BENCHMARK(Rows)->Apply(sizes);
+BENCHMARK(Rows)->Apply(sizes_and_processors);
 
 #ifdef PEER_OPENCV
 void OpenCv(benchmark::State& state) {
@@ -112,6 +147,7 @@ void Libyuv(benchmark::State& state) {
     state.SkipWithError("libyuv resizes no 24-bit pictures by nearest neighbour");
     return;
   }
+  limit_processor(state);
   const std::vector<uint8_t> pixels = noise(size.bits);
   std::vector<uint8_t> result(size_t{4} * static_cast<size_t>(size.width) *
                               static_cast<size_t>(size.height));
@@ -126,8 +162,16 @@ void Libyuv(benchmark::State& state) {
   }
   count(state, size);
 }
-BENCHMARK(Libyuv)->Apply(sizes);
+BENCHMARK(Libyuv)->Apply(sizes_and_processors);
 #endif
+
+void Pillow(benchmark::State& state) {
+  const Size size(state);
+  bench::run_pillow(state, "resize" + std::to_string(state.range(1)), noise(size.bits), kWidth,
+                    kHeight, size.bits / 8);
+  count(state, size);
+}
+BENCHMARK(Pillow)->Apply(sizes)->UseManualTime()->Iterations(1);
 
 }  // namespace
 

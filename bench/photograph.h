@@ -1,9 +1,10 @@
 // The picture that colour benchmarks work on: 4096 x 3072, photograph-like, the same everywhere.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <vector>
 
 namespace bench {
@@ -68,27 +69,9 @@ inline const std::vector<uint8_t>& gray_photograph() {
   return gray;
 }
 
-// Runs `operation` of bench/pillow.py on the picture (3 channels or 1) and returns the processor
-// seconds that one run took, or a negative number without Pillow.
-inline double time_pillow(const char* operation, int channels) {
-  static const char* script = PILLOW_SCRIPT;
-  char name[L_tmpnam + 8];
-  std::snprintf(name, sizeof name, "/tmp/tavo_bench_%d.raw", channels);
-  if (std::FILE* file = std::fopen(name, "wb")) {
-    const auto& bytes = channels == 3 ? photograph() : gray_photograph();
-    std::fwrite(bytes.data(), 1, bytes.size(), file);
-    std::fclose(file);
-  }
-  char command[512];
-  std::snprintf(command, sizeof command, "/usr/bin/python3 %s %s %s %d %d 2>/dev/null", script,
-                operation, name, kWidth, kHeight);
-  double seconds = -1;
-  if (std::FILE* pipe = popen(command, "r")) {
-    if (std::fscanf(pipe, "%lf", &seconds) != 1) seconds = -1;
-    pclose(pipe);
-  }
-  std::remove(name);
-  return seconds;
+// Figures count the picture's pixels.
+inline void count_pixels(benchmark::State& state) {
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kPixels));
 }
 
 }  // namespace bench

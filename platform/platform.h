@@ -81,7 +81,7 @@ struct Processor {
   bool sse41 = false;
   bool avx2 = false;
   bool bmi2 = false;
-  bool avx512_vbmi2 = false;  // with the foundation, byte and word instructions
+  bool avx512_vbmi = false;  // with the foundation, byte and word instructions
 };
 // Asked once, at first use. For tests, a mask can switch features off: see limit_processor.
 const Processor& processor();

@@ -13,9 +13,9 @@ Processor detect() {
   found.sse41 = __builtin_cpu_supports("sse4.1") != 0;
   found.avx2 = __builtin_cpu_supports("avx2") != 0;
   found.bmi2 = __builtin_cpu_supports("bmi2") != 0;
-  found.avx512_vbmi2 = __builtin_cpu_supports("avx512f") != 0 &&
-                       __builtin_cpu_supports("avx512bw") != 0 &&
-                       __builtin_cpu_supports("avx512vbmi2") != 0;
+  found.avx512_vbmi = __builtin_cpu_supports("avx512f") != 0 &&
+                      __builtin_cpu_supports("avx512bw") != 0 &&
+                      __builtin_cpu_supports("avx512vbmi") != 0;
 #endif
   return found;
 }
@@ -32,7 +32,7 @@ void limit_processor(const Processor& allowed) {
   reported.sse41 = detected.sse41 && allowed.sse41;
   reported.avx2 = detected.avx2 && allowed.avx2;
   reported.bmi2 = detected.bmi2 && allowed.bmi2;
-  reported.avx512_vbmi2 = detected.avx512_vbmi2 && allowed.avx512_vbmi2;
+  reported.avx512_vbmi = detected.avx512_vbmi && allowed.avx512_vbmi;
 }
 
 }  // namespace tavo::platform

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/stream_copy.h"
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "core/progress.h"
@@ -15,7 +16,9 @@ namespace tavo::process {
 
 namespace {
 
-constexpr uint32_t kBlock = 16;
+// Bytes of result in one store.
+constexpr uint32_t kLanes = 16;
+constexpr uint32_t kWideLanes = 64;
 
 // Copies one pixel of `bits` whose index and counter may name different places inside a byte: the
 // byte is that of `position`, the bits inside it are those of `counter`.
@@ -106,6 +109,14 @@ void ResizeRule::set(int32_t old_size, int32_t new_size) {
   }
 }
 
+uint64_t ResizeRule::total(uint32_t positions) const {
+  const auto extras = [this](uint32_t first) {
+    return static_cast<uint64_t>(std::count(extra.begin(), extra.begin() + first, 1));
+  };
+  return uint64_t{positions} * static_cast<uint32_t>(step) + positions / 256 * extras(256) +
+         extras(positions % 256);
+}
+
 void resize_row_plain(uint8_t* row, int32_t bits, int32_t old_width, int32_t new_width,
                       const ResizeRule& rule) {
   if (new_width <= old_width) {
@@ -125,6 +136,9 @@ Status Resizer::start(int32_t old_width, int32_t old_height, int32_t new_width,
   across_.set(old_width, new_width);
   down_.set(old_height, new_height);
   prepared_bits_ = 0;
+  uint64_t most = static_cast<uint32_t>(new_width);
+  if (new_width > old_width) most -= across_.count(static_cast<uint32_t>(old_width - 1)) - 1;
+  reached_ = static_cast<uint32_t>(std::min(across_.total(static_cast<uint32_t>(old_width)), most));
   return kOk;
 }
 
@@ -134,109 +148,91 @@ uint32_t Resizer::row_count(uint32_t number) const {
   return is_equal() ? 1 : down_.count(number & 255u);
 }
 
-void Resizer::prepare_masks(uint32_t pixel_bytes) {
-  masks_ = {};
-  mask_count_ = 4 * pixel_bytes;
-  for (uint32_t byte = 0; byte < 256 * pixel_bytes; ++byte) {
-    masks_[byte / 64] |= uint64_t{across_.count(byte / pixel_bytes)} << (byte % 64);
-  }
-  uint32_t kept = 0;
-  for (uint32_t i = 0; i < static_cast<uint32_t>(old_width_); ++i) kept += across_.count(i);
-  written_bytes_ = std::min(kept, static_cast<uint32_t>(new_width_)) * pixel_bytes;
-}
-
-// Which source bytes each sixteen bytes of source leave behind.
+// Which source bytes each store of result takes, from left to right. The next store may overwrite
+// what lies behind the bytes that hold.
 void Resizer::prepare_shrinking(uint32_t pixel_bytes) {
-  const uint32_t pixels_per_block = kBlock / pixel_bytes;
-  const auto old_width = static_cast<uint32_t>(old_width_);
-  const auto new_width = static_cast<uint32_t>(new_width_);
-  block_bytes_ = pixels_per_block * pixel_bytes;
-  if (!blocks_.allocate((old_width + pixels_per_block - 1) / pixels_per_block).ok()) return;
-  uint32_t written = 0;
-  for (uint32_t first = 0; first < old_width && written < new_width; first += pixels_per_block) {
-    Block& block = blocks_[block_count_];
-    block = {first * pixel_bytes, 0, {}};
-    block.shuffle.fill(0x80);
-    const uint32_t end = std::min(first + pixels_per_block, old_width);
-    for (uint32_t i = first; i < end; ++i) {
-      // Shrinking, a pixel stays once or not at all.
-      if (across_.count(i) == 0 || written == new_width) continue;
-      for (uint32_t b = 0; b < pixel_bytes; ++b) {
-        block.shuffle[block.count++] = static_cast<uint8_t>((i - first) * pixel_bytes + b);
+  const uint32_t old_bytes = static_cast<uint32_t>(old_width_) * pixel_bytes;
+  const uint32_t new_bytes = static_cast<uint32_t>(new_width_) * pixel_bytes;
+  lanes_ = platform::processor().avx512_vbmi && old_bytes >= 2 * kWideLanes ? kWideLanes : kLanes;
+  const uint32_t window = 2 * lanes_;
+  if (old_bytes < window) return;
+  if (!allocate_steps(new_bytes / lanes_ + old_bytes / window + 2)) return;
+  uint32_t pixels = 0;
+  for (uint32_t i = 0; pixels < reached_; ++i) {
+    // Shrinking, a pixel stays once or not at all.
+    if (across_.count(i) == 0) continue;
+    ++pixels;
+    for (uint32_t byte = i * pixel_bytes; byte < (i + 1) * pixel_bytes; ++byte) {
+      if (step_count_ == 0 || steps_[step_count_ - 1].count == lanes_ ||
+          byte >= steps_[step_count_ - 1].offset + window) {
+        steps_[step_count_++] = {std::min(byte, old_bytes - window), 0};
       }
-      ++written;
+      Step& step = steps_[step_count_ - 1];
+      shuffles_[(step_count_ - 1) * lanes_ + step.count++] =
+          static_cast<uint8_t>(byte - step.offset);
     }
-    ++block_count_;
   }
-  written_bytes_ = written * pixel_bytes;
-  identity_blocks_ = 0;
-  while (identity_blocks_ < block_count_ && blocks_[identity_blocks_].count == block_bytes_) {
-    ++identity_blocks_;
-  }
-  const uint32_t old_bytes = old_width * pixel_bytes;
-  safe_blocks_ = 0;
-  for (uint32_t out = 0; safe_blocks_ < block_count_; ++safe_blocks_) {
-    const Block& block = blocks_[safe_blocks_];
-    if (block.offset + kBlock > old_bytes || out + kBlock > written_bytes_) break;
-    out += block.count;
+  // A step's store stays inside the result when as many bytes as it stores are still to come.
+  uint32_t to_come = 0;
+  for (last_steps_ = 0; last_steps_ < step_count_; ++last_steps_) {
+    to_come += steps_[step_count_ - 1 - last_steps_].count;
+    if (to_come >= lanes_) break;
   }
 }
 
-// Where each sixteen bytes of result come from, from the right end to the left.
+// Where each store of result comes from, from the right end to the left.
 void Resizer::prepare_enlarging(uint32_t pixel_bytes) {
   const auto new_bytes = static_cast<uint32_t>(new_width_) * pixel_bytes;
   const auto old_bytes = static_cast<uint32_t>(old_width_) * pixel_bytes;
-  if (old_bytes < kBlock) return;
+  if (old_bytes < kLanes) return;
   Array<uint32_t> sources;  // pixel by result position
   if (!sources.allocate(static_cast<uint64_t>(new_width_)).ok()) return;
-  int64_t position = int64_t{new_width_} - 1;
-  int64_t counter = int64_t{new_width_} - across_.count(static_cast<uint32_t>(old_width_ - 1));
-  for (int32_t i = old_width_ - 1; i >= 0 && counter >= 0; --i) {
-    for (uint32_t n = across_.count(static_cast<uint32_t>(i)); n > 0 && counter >= 0; --n) {
+  auto position = static_cast<uint32_t>(new_width_);
+  const uint32_t first = position - reached_;
+  for (auto i = static_cast<uint32_t>(old_width_); position > first;) {
+    for (uint32_t n = across_.count(--i); n > 0 && position > first; --n) {
       // In place, a source pixel must not lie where results have been written before.
-      if (i > position) return;
-      sources[static_cast<size_t>(position)] = static_cast<uint32_t>(i);
-      --position;
-      --counter;
+      if (i >= position) return;
+      sources[--position] = i;
     }
   }
-  first_written_ = static_cast<uint32_t>(position + 1);
-  const uint32_t first_byte = first_written_ * pixel_bytes;
-  if (!blocks_.allocate((new_bytes - first_byte + kBlock - 1) / kBlock).ok()) return;
+  const uint32_t first_byte = first * pixel_bytes;
+  lanes_ = kLanes;
+  if (!allocate_steps((new_bytes - first_byte + kLanes - 1) / kLanes)) return;
   for (uint32_t end = new_bytes; end > first_byte;) {
-    Block& block = blocks_[block_count_++];
-    block.count = std::min(kBlock, end - first_byte);
-    const uint32_t begin = end - block.count;
-    uint32_t lowest = UINT32_MAX;
-    std::array<uint32_t, kBlock> bytes = {};
-    for (uint32_t b = 0; b < block.count; ++b) {
-      const uint32_t at = begin + b;
-      bytes[b] = sources[at / pixel_bytes] * pixel_bytes + at % pixel_bytes;
-      lowest = std::min(lowest, bytes[b]);
+    const uint32_t count = std::min(kLanes, end - first_byte);
+    const uint32_t begin = end - count;
+    const auto source = [&](uint32_t at) {
+      return sources[at / pixel_bytes] * pixel_bytes + at % pixel_bytes;
+    };
+    uint32_t lowest = source(begin);
+    for (uint32_t at = begin; at < end; ++at) lowest = std::min(lowest, source(at));
+    const uint32_t offset = std::min(lowest, old_bytes - kLanes);
+    for (uint32_t at = begin; at < end; ++at) {
+      shuffles_[step_count_ * kLanes + at - begin] = static_cast<uint8_t>(source(at) - offset);
     }
-    block.offset = std::min(lowest, old_bytes - kBlock);
-    for (uint32_t b = 0; b < block.count; ++b) {
-      block.shuffle[b] = static_cast<uint8_t>(bytes[b] - block.offset);
-    }
+    steps_[step_count_++] = {offset, count};
     end = begin;
   }
+}
+
+bool Resizer::allocate_steps(uint32_t most) {
+  return steps_.allocate(most).ok() && shuffles_.allocate(uint64_t{most} * lanes_).ok();
 }
 
 void Resizer::prepare(int32_t bits) {
   if (prepared_bits_ == bits) return;
   prepared_bits_ = bits;
-  block_count_ = 0;
-  mask_count_ = 0;
-  blocks_.release();
-  if (new_width_ < old_width_ && bits >= 8 && platform::processor().avx512_vbmi2) {
-    prepare_masks(static_cast<uint32_t>(bits / 8));
-    return;
-  }
-  if (bits < 8 || !platform::processor().ssse3) return;
+  step_count_ = 0;
+  steps_.release();
+  shuffles_.release();
+  const auto pixel_bytes = static_cast<uint32_t>(bits / 8);
+  const int64_t longest = int64_t{std::max(old_width_, new_width_)} * pixel_bytes;
+  if (bits < 8 || longest > INT32_MAX || !platform::processor().ssse3) return;
   if (new_width_ <= old_width_) {
-    prepare_shrinking(static_cast<uint32_t>(bits / 8));
+    prepare_shrinking(pixel_bytes);
   } else {
-    prepare_enlarging(static_cast<uint32_t>(bits / 8));
+    prepare_enlarging(pixel_bytes);
   }
 }
 
@@ -244,144 +240,139 @@ namespace {
 
 // Loops of their own, because vector code is not inlined into functions for lesser processors.
 
-// Blocks of source from left to right; returns where the next result byte goes.
-__attribute__((target("ssse3"))) uint32_t shrink_blocks(const Resizer::Block* block, uint32_t count,
-                                                        const uint8_t* from, uint8_t* to,
-                                                        uint32_t out) {
-  for (; count > 0; --count, ++block) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + block->offset));
-    const __m128i order = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block->shuffle.data()));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + out), _mm_shuffle_epi8(bytes, order));
-    out += block->count;
-  }
-  return out;
-}
+// Result from left to right. A store reaches no further than the source that has been read: in
+// place, what it overwrites is not wanted any more. The last steps, whose stores would reach beyond
+// the result, store no more than they hold.
 
-// The first `most` of the bytes of `from` that the masks keep, one behind the other. Nothing is
-// written beyond them.
-__attribute__((target("avx512f,avx512bw,avx512vbmi2,bmi,bmi2,popcnt"))) void compress_bytes(
-    const uint8_t* from, uint32_t bytes, const uint64_t* masks, uint32_t mask_count, uint8_t* to,
-    uint32_t most) {
-  uint32_t out = 0;
-  uint32_t in = 0;
-  uint32_t m = 0;
-  // Whole vectors: a store reaches no further than the source that has been read.
-  for (; in + 64 <= bytes && out + 64 <= most; in += 64) {
-    const __m512i source = _mm512_loadu_si512(from + in);
-    _mm512_storeu_si512(to + out, _mm512_maskz_compress_epi8(masks[m], source));
-    out += static_cast<uint32_t>(__builtin_popcountll(masks[m]));
-    if (++m == mask_count) m = 0;
+// An index below sixteen means the first half of the window.
+__attribute__((target("ssse3"))) void shrink_steps(const Resizer::Step* step, uint32_t steps,
+                                                   uint32_t last, const uint8_t* shuffle,
+                                                   const uint8_t* from, uint8_t* to) {
+  const __m128i half = _mm_set1_epi8(kLanes);
+  const __m128i clears_above = _mm_set1_epi8(0x80 - kLanes);
+  for (; steps > last; --steps, ++step, shuffle += kLanes) {
+    const auto* window = reinterpret_cast<const __m128i*>(from + step->offset);
+    const __m128i index = _mm_loadu_si128(reinterpret_cast<const __m128i*>(shuffle));
+    const __m128i low =
+        _mm_shuffle_epi8(_mm_loadu_si128(window), _mm_add_epi8(index, clears_above));
+    const __m128i high = _mm_shuffle_epi8(_mm_loadu_si128(window + 1), _mm_sub_epi8(index, half));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_or_si128(low, high));
+    to += step->count;
   }
-  for (; in < bytes && out < most; in += 64) {
-    const uint32_t left = bytes - in;
-    const uint64_t there = left >= 64 ? ~uint64_t{0} : (uint64_t{1} << left) - 1;
-    const uint64_t kept = masks[m] & there;
-    const auto count = static_cast<uint32_t>(__builtin_popcountll(kept));
-    const uint32_t room = most - out;
-    const uint32_t stored = count < room ? count : room;
-    const uint64_t store = stored >= 64 ? ~uint64_t{0} : (uint64_t{1} << stored) - 1;
-    const __m512i source = _mm512_maskz_loadu_epi8(there, from + in);
-    _mm512_mask_storeu_epi8(to + out, store, _mm512_maskz_compress_epi8(kept, source));
-    out += stored;
-    if (++m == mask_count) m = 0;
+  for (; steps > 0; --steps, ++step, shuffle += kLanes) {
+    for (uint32_t b = 0; b < step->count; ++b) *to++ = from[step->offset + shuffle[b]];
   }
 }
 
-// Blocks of result from right to left.
-__attribute__((target("ssse3"))) void enlarge_blocks(const Resizer::Block* block, uint32_t count,
-                                                     const uint8_t* from, uint8_t* end) {
-  for (; count > 0; --count, ++block) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + block->offset));
-    const __m128i order = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block->shuffle.data()));
-    end -= kBlock;
+__attribute__((target("avx512f,avx512bw,avx512vbmi"))) void shrink_steps_wide(
+    const Resizer::Step* step, uint32_t steps, uint32_t last, const uint8_t* shuffle,
+    const uint8_t* from, uint8_t* to) {
+  for (; steps > 0; --steps, ++step, shuffle += kWideLanes) {
+    const uint8_t* window = from + step->offset;
+    const __m512i result =
+        _mm512_permutex2var_epi8(_mm512_loadu_si512(window), _mm512_loadu_si512(shuffle),
+                                 _mm512_loadu_si512(window + kWideLanes));
+    if (steps > last) {
+      _mm512_storeu_si512(to, result);
+    } else {
+      _mm512_mask_storeu_epi8(to, (uint64_t{1} << step->count) - 1, result);
+    }
+    to += step->count;
+  }
+}
+
+// Result from right to left.
+__attribute__((target("ssse3"))) void enlarge_steps(const Resizer::Step* step, uint32_t steps,
+                                                    const uint8_t* shuffle, const uint8_t* from,
+                                                    uint8_t* end) {
+  for (; steps > 0; --steps, ++step, shuffle += kLanes) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + step->offset));
+    const __m128i order = _mm_loadu_si128(reinterpret_cast<const __m128i*>(shuffle));
+    end -= kLanes;
     _mm_storeu_si128(reinterpret_cast<__m128i*>(end), _mm_shuffle_epi8(bytes, order));
   }
 }
 
 }  // namespace
 
-// Blocks whose stores reach beyond what is written, or over source that is yet to be read, go
-// byte by byte. In place that is the first block that loses pixels: it still lies on its source,
-// as those before it do, which stay where they are.
-void Resizer::shrink_row(const uint8_t* from, uint8_t* to, uint32_t new_bytes) const {
-  const Block* block = blocks_.data();
-  uint32_t done = 0;
-  uint32_t out = 0;
-  const auto move_block = [&](const Block& one) {
-    for (uint32_t b = 0; b < one.count; ++b) to[out++] = from[one.offset + one.shuffle[b]];
-  };
-  if (from == to) {
-    done = identity_blocks_;
-    out = identity_blocks_ * block_bytes_;
-    if (done < block_count_) move_block(block[done++]);
-  } else if (written_bytes_ < new_bytes) {
-    std::memcpy(to + written_bytes_, from + written_bytes_, new_bytes - written_bytes_);
-  }
-  if (safe_blocks_ > done) {
-    out = shrink_blocks(block + done, safe_blocks_ - done, from, to, out);
-    done = safe_blocks_;
-  }
-  for (; done < block_count_; ++done) move_block(block[done]);
+void Resizer::shrink_row(const uint8_t* from, uint8_t* to) const {
+  const auto shrink = lanes_ == kWideLanes ? shrink_steps_wide : shrink_steps;
+  shrink(steps_.data(), step_count_, last_steps_, shuffles_.data(), from, to);
 }
 
-void Resizer::enlarge_row(const uint8_t* from, uint8_t* to, uint32_t old_bytes, uint32_t new_bytes,
-                          uint32_t pixel_bytes) const {
-  const uint32_t first_byte = first_written_ * pixel_bytes;
-  if (from != to) {
-    std::memcpy(to, from, std::min(first_byte, old_bytes));
-    if (first_byte > old_bytes) std::memset(to + old_bytes, 0, first_byte - old_bytes);
-  }
-  const uint32_t whole = (new_bytes - first_byte) / kBlock;
-  enlarge_blocks(blocks_.data(), whole, from, to + new_bytes);
-  if (whole == block_count_) return;
-  // The leftmost block, byte by byte from its end: results lie to the right of their source.
-  const Block& last = blocks_[whole];
-  for (uint32_t b = last.count; b-- > 0;) {
-    to[first_byte + b] = from[last.offset + last.shuffle[b]];
+void Resizer::enlarge_row(const uint8_t* from, uint8_t* to, size_t new_bytes,
+                          size_t first_byte) const {
+  const auto whole = static_cast<uint32_t>((new_bytes - first_byte) / kLanes);
+  enlarge_steps(steps_.data(), whole, shuffles_.data(), from, to + new_bytes);
+  if (whole == step_count_) return;
+  // The leftmost store, byte by byte from its end: results lie to the right of their source.
+  const uint8_t* shuffle = shuffles_.data() + size_t{whole} * kLanes;
+  for (uint32_t b = steps_[whole].count; b-- > 0;) {
+    to[first_byte + b] = from[steps_[whole].offset + shuffle[b]];
   }
 }
 
-void Resizer::resize_row_slowly(const uint8_t* from, uint8_t* to, int32_t bits) const {
-  const auto pixel_bytes = static_cast<uint32_t>(bits / 8);
-  const bool shrinks = new_width_ < old_width_;
-  if (from != to) {
-    const auto common = static_cast<uint32_t>(std::min(old_width_, new_width_));
-    std::memcpy(to, from, common * pixel_bytes);
-    std::memset(to + common * pixel_bytes, 0,
-                (static_cast<uint32_t>(new_width_) - common) * pixel_bytes);
-  }
-  if (from == to || !shrinks) {
-    resize_row_plain(to, bits, old_width_, new_width_, across_);
+namespace {
+
+template <size_t kBytes>
+void resize_pixels(const uint8_t* from, uint8_t* to, const ResizeRule& rule, int32_t old_width,
+                   int32_t new_width, uint32_t reached) {
+  std::array<uint8_t, kBytes> pixel;
+  if (new_width < old_width) {
+    // Shrinking, a pixel that does not stay is overwritten by the next.
+    uint32_t out = 0;
+    for (uint32_t i = 0; out < reached; ++i) {
+      std::memcpy(pixel.data(), from + size_t{i} * kBytes, kBytes);
+      std::memcpy(to + size_t{out} * kBytes, pixel.data(), kBytes);
+      out += rule.count(i);
+    }
     return;
   }
-  // The result has no room for the source behind it.
-  uint32_t written = 0;
-  for (uint32_t i = 0; i < static_cast<uint32_t>(old_width_); ++i) {
-    if (across_.count(i) == 0 || written == static_cast<uint32_t>(new_width_)) continue;
-    std::memcpy(to + written++ * pixel_bytes, from + i * pixel_bytes, pixel_bytes);
+  uint8_t* out = to + static_cast<size_t>(new_width) * kBytes;
+  for (auto i = static_cast<uint32_t>(old_width); reached > 0;) {
+    std::memcpy(pixel.data(), from + size_t{--i} * kBytes, kBytes);
+    const uint32_t count = std::min(rule.count(i), reached);
+    reached -= count;
+    for (uint32_t n = 0; n < count; ++n) std::memcpy(out -= kBytes, pixel.data(), kBytes);
   }
+}
+
+}  // namespace
+
+void Resizer::resize_row_slowly(const uint8_t* from, uint8_t* to, int32_t bits) const {
+  const auto resize = bits == 8    ? resize_pixels<1>
+                      : bits == 16 ? resize_pixels<2>
+                      : bits == 24 ? resize_pixels<3>
+                                   : resize_pixels<4>;
+  resize(from, to, across_, old_width_, new_width_, reached_);
 }
 
 void Resizer::resize_row(const uint8_t* from, uint8_t* to, int32_t bits) {
-  const auto pixel_bytes = static_cast<uint32_t>(bits / 8);
-  const uint32_t old_bytes = static_cast<uint32_t>(old_width_) * pixel_bytes;
-  const uint32_t new_bytes = static_cast<uint32_t>(new_width_) * pixel_bytes;
+  const auto pixel_bytes = static_cast<size_t>(bits / 8);
+  const size_t old_bytes = static_cast<size_t>(old_width_) * pixel_bytes;
+  const size_t new_bytes = static_cast<size_t>(new_width_) * pixel_bytes;
   if (keeps_width()) {
     if (from != to) std::memcpy(to, from, old_bytes);
     return;
   }
   prepare(bits);
-  if (mask_count_ != 0) {
-    compress_bytes(from, old_bytes, masks_.data(), mask_count_, to, written_bytes_);
-    if (from != to) {
-      std::memcpy(to + written_bytes_, from + written_bytes_, new_bytes - written_bytes_);
-    }
-  } else if (block_count_ == 0) {
+  const size_t reached = reached_ * pixel_bytes;
+  if (step_count_ == 0) {
     resize_row_slowly(from, to, bits);
   } else if (new_width_ < old_width_) {
-    shrink_row(from, to, new_bytes);
+    shrink_row(from, to);
   } else {
-    enlarge_row(from, to, old_bytes, new_bytes, pixel_bytes);
+    enlarge_row(from, to, new_bytes, new_bytes - reached);
+  }
+  if (from == to) return;
+  // What no source pixel reaches keeps the source as it stood.
+  if (new_width_ < old_width_) {
+    std::memcpy(to + reached, from + reached, new_bytes - reached);
+  } else {
+    const size_t left = new_bytes - reached;
+    const size_t there = std::min(left, old_bytes);
+    std::memcpy(to, from, there);
+    std::memset(to + there, 0, left - there);
   }
 }
 
@@ -428,13 +419,20 @@ class BitmapResize {
 
   Status move_row(uint32_t y, uint32_t repeats) {
     const size_t new_line = destination_.BytesPerLine;
-    uint8_t* const to = static_cast<uint8_t*>(destination_.Data) + new_line * out_;
-    resizer_.resize_row(
-        static_cast<const uint8_t*>(source_.Data) + size_t{source_.BytesPerLine} * y, to,
-        source_.BitsPerPixel);
-    core::clear_padding({to, new_line}, destination_.Width, destination_.BitsPerPixel);
-    for (uint32_t n = 1; n < repeats; ++n) std::memcpy(to + new_line * n, to, new_line);
+    uint8_t* to = static_cast<uint8_t*>(destination_.Data) + new_line * out_;
     out_ += repeats;
+    const bool streams = destination_.Size >= kStreamedBytes;
+    uint8_t* const row = streams ? row_.data() : to;
+    resizer_.resize_row(
+        static_cast<const uint8_t*>(source_.Data) + size_t{source_.BytesPerLine} * y, row,
+        source_.BitsPerPixel);
+    core::clear_padding({row, new_line}, destination_.Width, destination_.BitsPerPixel);
+    if (streams) {
+      for (; repeats > 0; --repeats, to += new_line) stream_copy(to, row, new_line);
+      stream_fence();
+    } else {
+      for (; repeats > 1; --repeats) std::memcpy(to += new_line, row, new_line);
+    }
     return kOk;
   }
 
@@ -471,7 +469,7 @@ Status size_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height) {
   if (width < 1 || height < 1) return kBadArgument;
   core::OwnedBitmap sized;
   TRY(core::init_bitmap(*sized, width, height, bitmap.BitsPerPixel));
-  TRY(core::allocate_bitmap(*sized, 1));
+  TRY(core::allocate_quietly(*sized));
   TRY(core::copy_description(*sized, bitmap));
   sized->XResolution = bitmap.XResolution;
   sized->YResolution = bitmap.YResolution;

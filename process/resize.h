@@ -20,6 +20,8 @@ struct ResizeRule {
   uint32_t count(uint32_t position) const {
     return static_cast<uint32_t>(step) + extra[position & 255u];
   }
+  // The counts of the first `positions` together.
+  uint64_t total(uint32_t positions) const;
 };
 
 // Resamples the rows of a picture, one at a time and in place.
@@ -43,22 +45,20 @@ class Resizer {
   int32_t new_width() const { return new_width_; }
   bool keeps_width() const { return new_width_ == old_width_; }
 
-  // Sixteen bytes of source become `count` bytes of result (shrinking), or sixteen bytes of result
-  // come from the sixteen source bytes at `offset` (enlarging).
-  struct Block {
+  // One store of result, whose first `count` bytes hold: they come from the source at `offset`,
+  // each from where its shuffle says.
+  struct Step {
     uint32_t offset;
     uint32_t count;
-    std::array<uint8_t, 16> shuffle;
   };
 
  private:
   void prepare(int32_t bits);
   void prepare_shrinking(uint32_t pixel_bytes);
-  void prepare_masks(uint32_t pixel_bytes);
   void prepare_enlarging(uint32_t pixel_bytes);
-  void shrink_row(const uint8_t* from, uint8_t* to, uint32_t new_bytes) const;
-  void enlarge_row(const uint8_t* from, uint8_t* to, uint32_t old_bytes, uint32_t new_bytes,
-                   uint32_t pixel_bytes) const;
+  bool allocate_steps(uint32_t most);
+  void shrink_row(const uint8_t* from, uint8_t* to) const;
+  void enlarge_row(const uint8_t* from, uint8_t* to, size_t new_bytes, size_t first_byte) const;
   void resize_row_slowly(const uint8_t* from, uint8_t* to, int32_t bits) const;
   bool is_equal() const;
 
@@ -69,20 +69,15 @@ class Resizer {
   ResizeRule across_;
   ResizeRule down_;
 
-  // Enlarging: the first result position that is written, and how many are.
-  uint32_t first_written_ = 0;
+  // Result pixels that are written: the first ones (shrinking) or the last ones (enlarging).
+  uint32_t reached_ = 0;
 
   int32_t prepared_bits_ = 0;
-  Array<Block> blocks_;  // empty: the plain loops serve
-  // Shrinking with byte compression: which of each 64 source bytes stay; the pattern of 256 pixels
-  // is at most 16 words long. 0: not in use.
-  std::array<uint64_t, 16> masks_ = {};
-  uint32_t mask_count_ = 0;
-  uint32_t block_count_ = 0;
-  uint32_t written_bytes_ = 0;    // shrinking: of result
-  uint32_t identity_blocks_ = 0;  // shrinking: the first ones, which keep all their bytes
-  uint32_t safe_blocks_ = 0;      // shrinking: those that can be loaded and stored whole
-  uint32_t block_bytes_ = 16;     // of source (shrinking) or result (enlarging), whole pixels
+  Array<Step> steps_;  // step_count_ 0: the plain loops serve
+  Array<uint8_t> shuffles_;
+  uint32_t step_count_ = 0;
+  uint32_t lanes_ = 0;       // bytes of one store, and of a step's shuffle
+  uint32_t last_steps_ = 0;  // shrinking: those whose stores reach beyond the result
 };
 
 // The plain loops that say what a row becomes, pixel by pixel.
