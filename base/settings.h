@@ -23,6 +23,14 @@ struct SubFileState {
   FileIOTable outer = {};
 };
 
+// How the progress of the operation at work is told (core/progress.h).
+struct ProgressState {
+  int32_t first = 0;  // what it calls 0 percent
+  int32_t last = 100;
+  int32_t told = -1;  // the last percentage
+  bool is_part = false;
+};
+
 struct Settings {
   // Every reader and writer reaches files through these (io/file_table.h installs and restores).
   FileIOTable files = {platform::open_file, platform::read_file, platform::write_file,
@@ -30,6 +38,7 @@ struct Settings {
   MemoryFileState memory_file;
   SubFileState sub_file;
   T_StatusCallback status_callback = nullptr;
+  ProgressState progress;
   uint32_t default_dithering = T_DITHER_ORDERED;
   T_TIFFOption tiff = {};
   int32_t page_number = 1;

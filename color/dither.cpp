@@ -61,6 +61,15 @@ void seed_table(DitherPass& pass) {
   }
 }
 
+// Whether each entry is the grey of its own number.
+bool is_ramp(std::span<const T_PaletteEntry, 256> palette) {
+  if (!is_gray(palette)) return false;
+  for (uint32_t i = 0; i < 256; ++i) {
+    if (palette[i].Red != i) return false;
+  }
+  return true;
+}
+
 // Whether rows and palette are grey throughout, so that the channels' errors stay equal.
 bool is_gray_pass(const DitherPass& pass) {
   if (pass.depth_in > 8) return false;
@@ -104,6 +113,15 @@ void fill_separate(DitherPass& pass) {
   }
 }
 
+void fill_chain(DitherPass& pass) {
+  for (uint32_t i = 0; i < kChainLength; ++i) {
+    const int32_t sum = (static_cast<int32_t>(i) - kMostNumerator) >> 4;  // rounds down
+    const ChannelChoice& choice =
+        pass.separate[static_cast<uint32_t>(std::clamp(sum, 0, 255) - kLeastSum)];
+    pass.chain[i] = static_cast<int16_t>(2 * choice.next);
+  }
+}
+
 // Every mapping looks classes up but those that a few operations make.
 Status prepare_choices(DitherPass& pass) {
   const bool is_computed =
@@ -126,6 +144,10 @@ Status prepare_diffusion(DitherPass& pass) {
     TRY(pass.separate.allocate(kSums * pass.channels));
     fill_separate(pass);
   }
+  if (pass.is_gray && pass.method == T_DITHER_FLOYD_STEINBERG) {
+    TRY(pass.chain.allocate(kChainLength));
+    fill_chain(pass);
+  }
   return kOk;
 }
 
@@ -139,10 +161,8 @@ uint32_t index_of(DitherPass& pass, const T_PaletteEntry& color) {
 Status prepare_map(DitherPass& pass) {
   if (pass.inverse != nullptr) TRY(pass.class_indices.allocate(kColorClasses));
   if (pass.depth_in > 8) return kOk;
-  pass.is_gray_ramp = pass.depth_in == 8;
   for (uint32_t i = 0; i < 1u << pass.depth_in; ++i) {
     pass.gray_levels[i] = gray_level(pass.input_palette[i]);
-    pass.is_gray_ramp = pass.is_gray_ramp && pass.gray_levels[i] == i;
     if (pass.method == T_DITHER_NONE) {
       pass.index_map[i] = static_cast<uint8_t>(index_of(pass, pass.input_palette[i]));
     }
@@ -165,6 +185,7 @@ Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntr
 
   if (pass.depth_in <= 8) {
     std::ranges::copy(PaintPalette(bitmap).entries, pass.input_palette);
+    pass.is_gray_ramp = pass.depth_in == 8 && is_ramp(pass.input_palette);
   }
   if (pass.inverse != nullptr) {
     pass.nearest.start(std::span<const T_PaletteEntry>(pass.palette).first(count));

@@ -4,6 +4,7 @@
 // added up first, many pixels at once; what remains of the chain from pixel to pixel is short.
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 #include "color/dither_pass.h"
 #include "color/gray.h"
@@ -80,6 +81,53 @@ void diffuse_separate(const DitherPass& pass, const Filter& filter, const Piece&
   carried = now;
 }
 
+ptrdiff_t load_share(const char* entry) {
+  int16_t share;
+  std::memcpy(&share, entry, sizeof share);
+  return share;
+}
+
+// A conditional move, because no branch foresees the sign, and compilers make one.
+ptrdiff_t choose_by_sign(ptrdiff_t value, ptrdiff_t if_negative, ptrdiff_t otherwise) {
+  asm("test %1, %1\n\tcmovs %2, %0" : "+r"(otherwise) : "r"(value), "r"(if_negative) : "cc");
+  return otherwise;
+}
+
+// The same for grey and Floyd-Steinberg. Only the look-ups of the next pixel's share are in the
+// chain: one for each sign of the numerator, because a negative one, which is divided toward zero,
+// rounds up. Errors and indices follow from the shares, many pixels at once.
+void diffuse_gray(const DitherPass& pass, const FloydSteinberg& filter, const Piece& piece,
+                  Carried& carried) {
+  constexpr int32_t kEntry = sizeof(int16_t);
+  const uint8_t* at = piece.pixels.bytes;
+  const uint32_t count = piece.count;
+  int32_t entries[kPiece];
+  int16_t shares[kPiece + 1];  // in bytes of the chain; the first is the pixel's before
+  for (uint32_t i = 0; i < count; ++i) entries[i] = kEntry * (16 * at[i] + piece.sums[i]);
+
+  const auto* chain = reinterpret_cast<const char*>(pass.chain.data() + kMostNumerator);
+  ptrdiff_t share = kEntry * carried.next[0];
+  shares[0] = static_cast<int16_t>(share);
+  for (uint32_t i = 0; i < count; ++i) {
+    const ptrdiff_t down = load_share(chain + entries[i] + share);
+    const ptrdiff_t up = load_share(chain + entries[i] + 15 * kEntry + share);
+    share = choose_by_sign(kEntry * piece.sums[i] + share, up, down);
+    shares[i + 1] = static_cast<int16_t>(share);
+  }
+  carried.next[0] = static_cast<int32_t>(share) / kEntry;
+
+  int16_t levels[kPiece];
+  for (uint32_t i = 0; i < count; ++i) {
+    const int32_t carry = filter.carry(piece.sums[i], shares[i] / kEntry, 0);
+    levels[i] = static_cast<int16_t>(at[i] + carry - kLeastSum);
+    constexpr uint32_t kSeventh = 28087;  // 7 * 28087 = 1 modulo 65536
+    piece.errors[i] = static_cast<int16_t>(static_cast<uint32_t>(shares[i + 1] >> 1) * kSeventh);
+  }
+  for (uint32_t i = 0; i < count; ++i) {
+    piece.indices[i] = static_cast<uint8_t>(pass.separate[static_cast<size_t>(levels[i])].part);
+  }
+}
+
 // The standard colours' parts are 0 or 8 + bit: one 8 is meant, however many channels are bright.
 void merge_sixteen(uint8_t* indices, uint32_t count) {
   // 0, 9, 10, 12 and their sums: the low three bits are right as they stand.
@@ -135,7 +183,11 @@ template <class Filter>
 void diffuse_piece(DitherPass& pass, const Piece& piece, Carried& carried) {
   const Filter filter(pass.diffusion());
   if (pass.is_gray) {
-    diffuse_separate<1>(pass, filter, piece, carried);
+    if constexpr (std::is_same_v<Filter, FloydSteinberg>) {
+      diffuse_gray(pass, filter, piece, carried);
+    } else {
+      diffuse_separate<1>(pass, filter, piece, carried);
+    }
   } else if (pass.separate.size() != 0) {
     diffuse_separate<3>(pass, filter, piece, carried);
     if (pass.mapping == Mapping::kSixteen) merge_sixteen(piece.indices, piece.count);
@@ -150,6 +202,13 @@ void diffuse_piece(DitherPass& pass, const Piece& piece, Carried& carried) {
 void sum_taps(DitherPass& pass, uint32_t x, uint32_t n, int32_t* sums) {
   const Diffusion& diffusion = pass.diffusion();
   const size_t count = static_cast<size_t>(n) * pass.channels;
+  if (pass.method == T_DITHER_FLOYD_STEINBERG) {
+    const int16_t* middle = pass.error_row(1) + static_cast<size_t>(x) * pass.channels;
+    const int16_t* left = middle - pass.channels;
+    const int16_t* right = middle + pass.channels;
+    for (size_t i = 0; i < count; ++i) sums[i] = left[i] + 5 * middle[i] + 3 * right[i];
+    return;
+  }
   std::fill_n(sums, count, 0);
   for (uint32_t t = 0; t < diffusion.tap_count; ++t) {
     const Tap tap = diffusion.taps[t];

@@ -43,6 +43,13 @@ struct ChannelChoice {
   uint16_t part;
 };
 
+// Floyd-Steinberg on one channel, whose chain from pixel to pixel bounds its speed: a table goes
+// from sixteen times the component plus the numerator of the carried error straight to the next
+// pixel's share, twice that so that it is a distance in the table's bytes. No dividing, clamping or
+// indexing is left in the chain.
+inline constexpr int32_t kMostNumerator = 16 * 255;
+inline constexpr uint32_t kChainLength = 3 * kMostNumerator + 16;
+
 struct DitherPass {
   uint32_t width = 0;
   int32_t depth_in = 0;
@@ -54,6 +61,7 @@ struct DitherPass {
   uint32_t count = 0;
   T_PaletteEntry palette[256] = {};        // beyond `count` all zero
   T_PaletteEntry input_palette[256] = {};  // of indexed rows
+  bool is_gray_ramp = false;               // rows of 8 bits: index and grey level are the same
 
   uint32_t* inverse = nullptr;  // own_inverse or the caller's; null without a table
   Array<uint32_t> own_inverse;
@@ -70,13 +78,13 @@ struct DitherPass {
   // Without diffusion, for indexed rows: grey level and, for method 0, the index that each gives.
   uint8_t gray_levels[256] = {};
   uint8_t index_map[256] = {};
-  bool is_gray_ramp = false;  // index and grey level are the same
 
   // Grey rows and a grey palette: the three channels stay equal, so one is kept.
   bool is_gray = false;
   // Each channel's index part and error depend on nothing else: `separate` has a table for each
   // (one for grey). Otherwise it is empty.
   Array<ChannelChoice> separate;
+  Array<int16_t> chain;  // from -kMostNumerator on; of grey passes with Floyd-Steinberg
 
   // The errors left by the last rows, interleaved by channel, `reach` zero pixels at either end.
   uint32_t channels = 0;
@@ -124,11 +132,13 @@ struct Pixels {
   uint32_t blue;
 };
 
-// The layout of a pass's rows as its engines see them: 24 and 32 bits as they are, others as
-// read_rgb or read_gray gives them.
+// The layout of a pass's rows as its engines see them: 24 and 32 bits and grey ramps as they are,
+// others as read_rgb or read_gray gives them.
 Pixels pixel_layout(const DitherPass& pass);
 
-inline bool is_read_in_place(const DitherPass& pass) { return pass.depth_in >= 24; }
+inline bool is_read_in_place(const DitherPass& pass) {
+  return pass.depth_in >= 24 || (pass.is_gray && pass.is_gray_ramp);
+}
 
 // ---- Engines ----
 

@@ -69,11 +69,11 @@ void read_gray(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t 
 }
 
 Pixels pixel_layout(const DitherPass& pass) {
+  if (pass.is_gray) return {nullptr, 1, 0, 0, 0};
   if (is_read_in_place(pass)) {
     const uint32_t red = pass.order == T_ORDER_RGB ? 0 : 2;
     return {nullptr, static_cast<uint32_t>(pass.depth_in) / 8, red, 1, 2 - red};
   }
-  if (pass.is_gray) return {nullptr, 1, 0, 0, 0};
   return {nullptr, 3, 0, 1, 2};
 }
 

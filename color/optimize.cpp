@@ -219,7 +219,7 @@ Status optimize_bitmap(BitmapHandle& source, BitmapHandle& destination, uint32_t
   if (colors > 256) return kNoFormat;
   if (!core::has_flag(source, T_FLAG_ALLOCATED) || colors == 0) return kBadArgument;
   TRY(core::init_bitmap(destination, source.Width, source.Height, index_depth(colors)));
-  TRY(core::allocate_bitmap(destination, 1));
+  TRY(core::allocate_quietly(destination));
   const Status status = fill_optimized(source, destination, colors);
   if (!status.ok()) core::free_bitmap(destination);
   return status;

@@ -246,7 +246,7 @@ Status reduce(BitmapHandle& bitmap, int32_t depth, const Reduction& wanted,
   core::OwnedBitmap made;
   TRY(describe_like(*made, bitmap, depth));
   std::ranges::copy(chosen.palette.entries, made->Info.Palette);
-  TRY(core::allocate_bitmap(*made, 1));
+  TRY(core::allocate_quietly(*made));
   TRY(fill_reduced(bitmap, *made, chosen, progress));
   set_gray_mark(*made);
   TRY(progress.finish());
@@ -258,7 +258,7 @@ Status reduce(BitmapHandle& bitmap, int32_t depth, const Reduction& wanted,
 Status widen(BitmapHandle& bitmap, int32_t depth, core::Progress& progress) {
   core::OwnedBitmap made;
   TRY(describe_like(*made, bitmap, depth));
-  TRY(core::allocate_bitmap(*made, 1));
+  TRY(core::allocate_quietly(*made));
   TRY(convert_rows(bitmap, *made, depth, progress));
   core::set_flag(*made, T_FLAG_GRAY, is_gray_picture(bitmap));
   TRY(progress.finish());
@@ -293,7 +293,7 @@ Status gray_scale_bitmap(BitmapHandle& bitmap) {
   fill_gray_ramp(made->Info.Palette);
   made->Colors = 256;
   made->Flags |= T_FLAG_GRAY;
-  TRY(core::allocate_bitmap(*made, 1));
+  TRY(core::allocate_quietly(*made));
   TRY(convert_rows(bitmap, *made, 0, progress));
   TRY(progress.finish());
   replace(bitmap, *made);

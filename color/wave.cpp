@@ -66,22 +66,10 @@ struct Window {
 
 int64_t lane_x(int64_t t, uint32_t lane) { return t - int64_t{kSkew} * lane; }
 
-// An indexed row can be used as it lies when index and grey level are the same.
-bool is_identity_ramp(const DitherPass& pass) {
-  if (!pass.is_gray || pass.depth_in != 8) return false;
-  for (uint32_t i = 0; i < 256; ++i) {
-    if (pass.input_palette[i].Red != i) return false;
-  }
-  return true;
-}
-
 class WaveRunner {
  public:
   WaveRunner(DitherPass& pass, Wave& wave, const Rows& rows)
-      : pass_(pass),
-        wave_(wave),
-        rows_(rows),
-        in_place_(is_read_in_place(pass) || is_identity_ramp(pass)) {}
+      : pass_(pass), wave_(wave), rows_(rows), in_place_(is_read_in_place(pass)) {}
 
   void run(WaveKernel kernel);
 

@@ -215,7 +215,7 @@ Status read_stamp(const char* name, BitmapHandle& bitmap) {
                         static_cast<int32_t>(stamp.height), static_cast<int32_t>(stamp.bits)));
   bitmap.ViewPerspective = 0;
   if (stamp.bits == 24) bitmap.Order = T_ORDER_BGR;
-  TRY(core::allocate_bitmap(bitmap, 1));
+  TRY(core::allocate_quietly(bitmap));
   core::access_bitmap(bitmap);
   const Status status = stamp.kind == Kind::kCoded ? decode_pixels(file, stamp, bitmap)
                                                    : read_pixels(file, stamp, bitmap);

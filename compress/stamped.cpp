@@ -9,6 +9,7 @@
 #include "compress/cmp_layout.h"
 #include "compress/strip_rows.h"
 #include "core/bitmap.h"
+#include "core/progress.h"
 #include "core/rows.h"
 #include "process/resize.h"
 
@@ -84,6 +85,7 @@ Status pick_pixels(BitmapHandle& bitmap, BitmapHandle& small) {
 
 // To 256 colours: dithered to the built-in palette, or the nearest of a palette made for it.
 Status reduce(BitmapHandle& small, const BitmapHandle& bitmap, bool dithers) {
+  const core::QuietProgress quiet;
   small.DitherMethod = dithers ? bitmap.DitherMethod : T_DITHER_NONE;
   const auto type = dithers ? color::PaletteType::kFixed : color::PaletteType::kOptimized;
   return color::color_resolution(small, 8, type, nullptr, 0);
@@ -93,7 +95,7 @@ Status make_small(BitmapHandle& bitmap, const StampRequest& request, BitmapHandl
   const bool keeps_indices = request.bits == 8 && bitmap.BitsPerPixel == 8;
   TRY(core::init_bitmap(small, request.width, request.height, keeps_indices ? 8 : 24));
   small.ViewPerspective = 0;
-  TRY(core::allocate_bitmap(small, 1));
+  TRY(core::allocate_quietly(small));
   TRY(pick_pixels(bitmap, small));
   if (keeps_indices) {
     std::memcpy(small.Info.Palette, bitmap.Info.Palette, sizeof(small.Info.Palette));

@@ -211,6 +211,11 @@ Status allocate_bitmap(BitmapHandle& bitmap, uint32_t request) {
   return allocate_disk(bitmap);
 }
 
+Status allocate_quietly(BitmapHandle& bitmap) {
+  const QuietProgress quiet;
+  return allocate_bitmap(bitmap, 1);
+}
+
 uintptr_t access_bitmap(BitmapHandle& bitmap) {
   if (!has_flag(bitmap, T_FLAG_MEMORY) || has_flag(bitmap, T_FLAG_LOCKED)) return bitmap.Flags;
   bitmap.Data = platform::lock_block(bitmap.Handle);

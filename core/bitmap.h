@@ -19,6 +19,8 @@ uint64_t packed_bytes(uint64_t width, int32_t bits_per_pixel);
 // What the exports of the same names document.
 Status init_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height, int32_t bits_per_pixel);
 Status allocate_bitmap(BitmapHandle& bitmap, uint32_t request);
+// Request 1 as a part of another operation: the clearing of a disk bitmap tells no progress.
+Status allocate_quietly(BitmapHandle& bitmap);
 uintptr_t access_bitmap(BitmapHandle& bitmap);
 int32_t release_bitmap(BitmapHandle& bitmap);
 int32_t free_bitmap(BitmapHandle& bitmap);

@@ -209,7 +209,7 @@ Status copy_description(BitmapHandle& dst, const BitmapHandle& src) {
 
 Status copy_bitmap(BitmapHandle& dst, BitmapHandle& src) {
   TRY(init_bitmap(dst, src.Width, src.Height, src.BitsPerPixel));
-  TRY(allocate_bitmap(dst, 1));
+  TRY(allocate_quietly(dst));
   dst.Info.Header = src.Info.Header;
   Status status = copy_description(dst, src);
   if (status.ok()) status = copy_rows(dst, src);
@@ -226,7 +226,7 @@ Status copy_bitmap_rect(BitmapHandle& dst, BitmapHandle& src, uint32_t x, uint32
   if (!bottom || *bottom > static_cast<uint32_t>(src.Height)) return kBadArgument;
   TRY(init_bitmap(dst, static_cast<int32_t>(width), static_cast<int32_t>(height),
                   src.BitsPerPixel));
-  TRY(allocate_bitmap(dst, 1));
+  TRY(allocate_quietly(dst));
   if (const Status status = copy_description(dst, src); !status.ok()) {
     free_bitmap(dst);
     return status;

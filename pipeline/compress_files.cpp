@@ -3,6 +3,7 @@
 #include "base/settings.h"
 #include "compress/bitmap_compressor.h"
 #include "core/bitmap.h"
+#include "core/progress.h"
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
@@ -57,7 +58,10 @@ class RowCompression {
   io::OutputFile file_;
 };
 
+constexpr int32_t kLoadingShare = 50;  // percent of compressing a picture that is loaded first
+
 Status load_whole(const char* source, BitmapHandle& picture) {
+  const core::ProgressPart part(0, kLoadingShare);
   const LoadRequest request{.bits = 0, .order = -1, .flags = T_LOAD_ALLOCATE | T_LOAD_ACCESS};
   return load(source, picture, request);
 }
@@ -76,6 +80,7 @@ Status compress_file(const char* source, const char* destination, int32_t format
   if (is_indexed_bmp || is_interlaced) {
     core::OwnedBitmap picture;
     TRY(load_whole(source, *picture));
+    const core::ProgressPart part(kLoadingShare, 100);
     return compress::compress_bitmap(*picture, destination, output_type, quality, nullptr);
   }
   RowCompression rows(destination, output_type, quality);
@@ -91,6 +96,7 @@ Status compress_any_file(const char* source, const char* destination, int32_t ou
                          int32_t quality) {
   core::OwnedBitmap picture;
   TRY(load_whole(source, *picture));
+  const core::ProgressPart part(kLoadingShare, 100);
   if (picture->BitsPerPixel == 1 && output_type == 0) {
     return compress_bilevel(*picture, destination, 1);
   }

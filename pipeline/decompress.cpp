@@ -25,7 +25,7 @@ Status prepare(BitmapHandle& bitmap, const FILEINFO& info, int32_t bits) {
   const uint32_t order = bitmap.Order;
   TRY(core::init_bitmap(bitmap, info.Width, info.Height, bits));
   if (order == T_ORDER_RGB || order == T_ORDER_BGR) bitmap.Order = order;
-  return core::allocate_bitmap(bitmap, 1);
+  return core::allocate_quietly(bitmap);
 }
 
 }  // namespace

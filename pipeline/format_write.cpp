@@ -15,7 +15,7 @@ Status make_picture(const BitmapHandle& source, BitmapHandle& picture) {
   TRY(core::copy_description(picture, source));
   picture.XResolution = source.XResolution;
   picture.YResolution = source.YResolution;
-  return core::allocate_bitmap(picture, 1);
+  return core::allocate_quietly(picture);
 }
 
 Status save_picture(T_FormatWriteContext& context, bool direct) {

@@ -89,7 +89,7 @@ Status Load::set_up(const char* name) {
   const int32_t order = order_asked ? request_.order : known_order ? info_.Order : T_ORDER_BGR;
   TRY(core::init_bitmap(target_, info_.Width, info_.Height, bits));
   if (bits > 8) target_.Order = static_cast<uint32_t>(order);
-  if ((request_.flags & T_LOAD_ALLOCATE) != 0) TRY(core::allocate_bitmap(target_, 1));
+  if ((request_.flags & T_LOAD_ALLOCATE) != 0) TRY(core::allocate_quietly(target_));
   settings.callback_lines = process::callback_lines(info_.Height);
   mode_ = choose_mode(info_.BitsPerPixel, bits, source_->Order == target_.Order,
                       (request_.flags & T_LOAD_FIXED) != 0);
@@ -267,7 +267,7 @@ Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read, boo
   FILEINFO info;
   TRY(identify(name, info));
   TRY(core::init_bitmap(bitmap, info.Width, info.Height, info.BitsPerPixel));
-  TRY(core::allocate_bitmap(bitmap, 1));
+  TRY(core::allocate_quietly(bitmap));
   Status status = core::check_notice();
   if (status.ok() && memory_only && core::has_flag(bitmap, T_FLAG_DISK)) status = kNoMemory;
   if (status.ok()) {

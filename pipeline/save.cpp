@@ -4,6 +4,7 @@
 #include "color/reduce.h"
 #include "core/bitmap.h"
 #include "core/notice.h"
+#include "core/progress.h"
 #include "core/rows.h"
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
@@ -27,7 +28,10 @@ Preparation choose_preparation(const FormatRow* format, const BitmapHandle& bitm
   return bitmap.BitsPerPixel == depth && !always ? Preparation::kNone : Preparation::kResolution;
 }
 
+constexpr int32_t kPreparationShare = 40;  // percent of a save that needs one
+
 Status prepare(BitmapHandle& copy, Preparation preparation, int32_t depth, uint32_t flags) {
+  const core::ProgressPart part(0, kPreparationShare);
   if (preparation == Preparation::kGray) return color::gray_scale_bitmap(copy);
   if (depth > 8) {
     return color::color_resolution(copy, depth, color::PaletteType::kNone, nullptr, 0);
@@ -96,6 +100,7 @@ Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) 
   TRY(core::copy_bitmap(*copy, bitmap));
   TRY(prepare(*copy, preparation, request.depth, request.flags));
   const core::AccessScope accessed(*copy);
+  const core::ProgressPart part(kPreparationShare, 100);
   return call_writer(format, name, *copy, request);
 }
 
@@ -113,7 +118,11 @@ Status convert_file(const char* source, const char* destination, int32_t format,
                     int32_t quality) {
   core::OwnedBitmap picture;
   const LoadRequest request{.bits = 0, .order = -1, .flags = T_LOAD_ALLOCATE | T_LOAD_ACCESS};
-  TRY(load(source, *picture, request));
+  {
+    const core::ProgressPart part(0, 50);
+    TRY(load(source, *picture, request));
+  }
+  const core::ProgressPart part(50, 100);
   FILEINFO info;
   TRY(identify(source, info));
   const FormatRow* from = find_format(info.Format);

@@ -327,6 +327,43 @@ TEST(Progress, RunsFromZeroToAHundredAndStopsOnAnyOtherAnswer) {
   T_SetStatusCallBack(nullptr);
 }
 
+// However many stages an operation has, its numbers rise from 0 to 100 once.
+TEST(Progress, IsToldOnceByOperationsOfSeveralStages) {
+  Disk disk;
+  Bitmap picture;
+  make_picture(picture, 30, 300, 24);
+  answer_at_fifty = T_OK;
+  T_SetStatusCallBack(tell);
+  int done = 0;
+  const auto check = [&](const char* what, int32_t format, int32_t bits, int32_t status) {
+    if (status == T_OK) {
+      ++done;
+      EXPECT_EQ(told.front(), 0);
+      EXPECT_EQ(told.back(), 100);
+      EXPECT_GT(told.size(), 3u);
+    }
+    EXPECT_TRUE(std::is_sorted(told.begin(), told.end(), std::less_equal()))
+        << what << " of format " << format << " at " << bits;
+    told.clear();
+  };
+  for (const int32_t format :
+       {T_FORMAT_PCX, T_FORMAT_GIF, T_FORMAT_TIFF, T_FORMAT_TGA, T_FORMAT_BMP, T_FORMAT_JPEG,
+        T_FORMAT_CMP, T_FORMAT_CMP_1BIT, T_FORMAT_CALS, T_FORMAT_RAS}) {
+    for (const int32_t bits : {1, 4, 8, 24}) {
+      told.clear();
+      const int32_t saved = T_SaveBitmap("x", picture.get(), format, bits, 0);
+      check("save", format, bits, saved);
+      if (saved != T_OK) continue;
+      Bitmap loaded;
+      check("load", format, bits, T_LoadBitmap("x", loaded.get(), 8, -1));
+      check("conversion", format, bits, T_ConvertFile("x", "y", T_FORMAT_BMP, 8, 0));
+      check("compression", format, bits, T_CompressALL("x", "y", 1, 0, 0));
+    }
+  }
+  T_SetStatusCallBack(nullptr);
+  EXPECT_GT(done, 60);
+}
+
 TEST(Save, WidensACopyAndLeavesThePictureAlone) {
   for (const int32_t bits : {1, 2, 4, 8, 16, 32}) {
     Disk disk;
