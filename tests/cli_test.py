@@ -355,6 +355,23 @@ class Failures(CliTest):
         self.assertEqual(sorted(os.listdir()), sorted(["folder.bmp", name]))
         self.assertEqual(os.listdir("folder.bmp"), [])
 
+    def test_append_adds_a_page_and_leaves_the_others_as_they_are(self):
+        for name in ("pages.dcx", "pages.pcx", "pages.tif"):
+            for pages, bits in enumerate((8, 24, 1), 1):
+                self.succeeds("convert", self.make(bits), name, "--append")
+                if pages == 1:
+                    first = Path(name).read_bytes()
+                info = json.loads(self.succeeds("info", name, "--json", "--page", pages))[0]
+                self.assertEqual((info["pages"], info["page"]), (pages, pages), name)
+                self.assertEqual(info["bits_per_pixel"], bits)
+                self.succeeds("convert", name, "page.bmp", "--page", pages)
+                self.assertEqual(parse_bmp(Path("page.bmp").read_bytes())[2],
+                                 [[color(x, y, bits) for x in range(WIDTH)] for y in range(HEIGHT)])
+            if name != "pages.tif":
+                data = Path(name).read_bytes()
+                magic, start, second = struct.unpack_from("<III", data)
+                self.assertEqual((magic, data[start:second]), (0x3ADE68B1, first))
+
     def test_append_to_a_format_of_one_picture_is_refused(self):
         name = self.make(8)
         self.succeeds("convert", name, "out.bmp", "--append")
