@@ -15,8 +15,8 @@ constexpr uint8_t kMaxRun = 63;
 constexpr size_t kStep = 16;
 constexpr size_t kBlock = 2 * kStep;
 
-// Bytes that one block reads: a run's head may be its last byte.
-constexpr size_t kWindow = kBlock + kStep;
+// Bytes that one block reads: what follows the run that begins last is copied as a block, too.
+constexpr size_t kWindow = 2 * kBlock;
 
 inline __m128i load(const uint8_t* from) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));

@@ -41,14 +41,14 @@ Mode choose_mode(int32_t file_bits, int32_t target_bits, bool same_order, bool f
 class Load final : public process::RowReceiver {
  public:
   Load(BitmapHandle& target, const LoadRequest& request)
-      : target_(target), request_(request), store_(target) {}
+      : RowReceiver(this), target_(target), request_(request), store_(target) {}
   ~Load() { color::stop_pass(*dithered_); }
   Load(const Load&) = delete;
   Load& operator=(const Load&) = delete;
 
   Status run(const char* name);
-  Status take(const BitmapHandle& source, const void* rows, int32_t count) override;
-  std::span<uint8_t> place(const BitmapHandle& source) override;
+  Status take(const BitmapHandle& source, const void* rows, int32_t count);
+  std::span<uint8_t> place(const BitmapHandle& source);
 
  private:
   Status set_up(const char* name);

@@ -14,7 +14,7 @@ namespace tavo::pipeline {
 // Where the rows of one load go.
 class StoreSink final : public process::RowReceiver {
  public:
-  explicit StoreSink(BitmapHandle& bitmap) : bitmap_(bitmap) {}
+  explicit StoreSink(BitmapHandle& bitmap) : RowReceiver(this), bitmap_(bitmap) {}
 
   // Puts `count` rows of bitmap.BytesPerLine bytes at the next places: one after the other, or,
   // when the bitmap is marked as interlaced, by the four passes of GIF (GIF89a, appendix E).
@@ -24,13 +24,11 @@ class StoreSink final : public process::RowReceiver {
   // Goes on behind the first `rows` rows, which another sink has stored.
   void resume(uint32_t rows);
 
-  Status take(const BitmapHandle&, const void* rows, int32_t count) override {
-    return store(rows, count);
-  }
+  Status take(const BitmapHandle&, const void* rows, int32_t count) { return store(rows, count); }
 
   // The bitmap's own rows when it is in memory, has the source's layout, and its rows come one
   // after the other; it stays accessed then as long as this object lives.
-  std::span<uint8_t> place(const BitmapHandle& source) override;
+  std::span<uint8_t> place(const BitmapHandle& source);
 
  private:
   void advance_interlaced();

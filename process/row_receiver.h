@@ -9,23 +9,38 @@
 
 namespace tavo::process {
 
-// Readers get sink() and context() as any caller's sink; RowDelivery knows a receiver by its sink.
+// The base of a class with these two members, which passes `this` to the constructor. Readers get
+// sink() and context() as any caller's sink; RowDelivery knows a receiver by its sink.
+//
+//   Status take(const BitmapHandle& source, const void* rows, int32_t count);
+// The next `count` rows, as `source` describes them. They may be those of place(), filled.
+//
+//   std::span<uint8_t> place(const BitmapHandle& source);
+// Memory for all rows that are still to come, one behind the other, so that readers decode into
+// place; empty when the receiver wants to be handed rows of the reader's. take() is told in either
+// case. What lies there is undefined where no rows arrive.
 class RowReceiver {
  public:
   static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context);
   void* context() { return this; }
 
-  // The next `count` rows, as `source` describes them. They may be those of place(), filled.
-  // (Not pure: that would need the C++ runtime library.)
-  virtual Status take(const BitmapHandle& source, const void* rows, int32_t count);
-
-  // Memory for all rows that are still to come, one behind the other, so that readers decode into
-  // place; empty when the receiver wants to be handed rows of the reader's. take() is told in
-  // either case. What lies there is undefined where no rows arrive.
-  virtual std::span<uint8_t> place(const BitmapHandle& source);
+  std::span<uint8_t> place(const BitmapHandle& source) { return place_(*this, source); }
 
  protected:
+  // (Virtual functions would need a C++ runtime library.)
+  template <class Receiver>
+  explicit RowReceiver(Receiver*)
+      : take_([](RowReceiver& self, const BitmapHandle& source, const void* rows, int32_t count) {
+          return static_cast<Receiver&>(self).take(source, rows, count);
+        }),
+        place_([](RowReceiver& self, const BitmapHandle& source) {
+          return static_cast<Receiver&>(self).place(source);
+        }) {}
   ~RowReceiver() = default;
+
+ private:
+  Status (*take_)(RowReceiver&, const BitmapHandle&, const void* rows, int32_t count);
+  std::span<uint8_t> (*place_)(RowReceiver&, const BitmapHandle&);
 };
 
 }  // namespace tavo::process
