@@ -1,5 +1,7 @@
 #include "support.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -97,6 +99,26 @@ Bitmap::Bitmap() {
 Bitmap::~Bitmap() { T_FreeBitmap(&record_); }
 
 int32_t T_CALL accept_rows(BitmapHandle*, const void*, int32_t, void*) { return T_OK; }
+
+int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits, int32_t order) {
+  return T_LoadBitmapMemory(file.data(), bitmap.get(), bits, order,
+                            static_cast<uint32_t>(file.size()));
+}
+
+int32_t read_directly(FileReader read, const Bytes& file, int32_t bits) {
+  Disk disk;
+  disk.files["in"] = file;
+  Bitmap bitmap;
+  return read("in", bitmap.get(), accept_rows, bits, nullptr);
+}
+
+void expect_answers(FileReader read, const Bytes& good, std::initializer_list<ByteChange> changes) {
+  for (const ByteChange& c : changes) {
+    Bytes file = good;
+    file[c.at] = c.value;
+    EXPECT_EQ(read_directly(read, file), c.want) << c.why;
+  }
+}
 
 void make_picture(Bitmap& bitmap, int32_t width, int32_t height, int32_t bits, uint32_t request,
                   uint32_t view_perspective) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <ostream>
 #include <string>
@@ -56,6 +57,23 @@ class Bitmap {
 
 // A sink that takes every row. (A lambda cannot have the calling convention of the exports.)
 int32_t T_CALL accept_rows(BitmapHandle*, const void*, int32_t, void*);
+
+// A file in memory into a bitmap, at its own depth and order if nothing else is asked.
+int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, int32_t order = -1);
+
+// What a format's reader itself answers, past identification.
+using FileReader = int32_t(T_CALL*)(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                    int32_t bits, void* context);
+int32_t read_directly(FileReader read, const Bytes& file, int32_t bits = 24);
+
+// A good file with one byte changed, and what its reader then answers.
+struct ByteChange {
+  const char* why;
+  size_t at;
+  uint8_t value;
+  int32_t want;
+};
+void expect_answers(FileReader read, const Bytes& good, std::initializer_list<ByteChange> changes);
 
 // A deterministic picture of smooth and noisy parts at any depth, with a palette that has all its
 // entries different, allocated by `request` (1 memory, 3 disk).

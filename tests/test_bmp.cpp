@@ -8,21 +8,9 @@
 namespace tavo::test {
 namespace {
 
-int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, int32_t order = -1) {
-  return T_LoadBitmapMemory(file.data(), bitmap.get(), bits, order,
-                            static_cast<uint32_t>(file.size()));
-}
-
 // What the reader itself answers, past identification.
 int32_t read(const Bytes& file, int32_t bits = 24) {
-  Disk disk;
-  disk.files["in"] = file;
-  Bitmap bitmap;
-  T_InitBitmap(bitmap.get(), 1, 1, 8);
-  const T_RowSink sink = [](BitmapHandle*, const void*, int32_t, void*) -> int32_t T_CALL {
-    return T_OK;
-  };
-  return T_LoadBMPFile("in", bitmap.get(), sink, bits, nullptr);
+  return read_directly(T_LoadBMPFile, file, bits);
 }
 
 const Bytes kRed24 = {0, 0, 255, 0};

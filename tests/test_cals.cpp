@@ -26,10 +26,6 @@ Bytes file_with(size_t number, const std::string& text) {
   return join({file, {0x36, 0xC0, 0x04, 0x00, 0x40}});  // 001 1011 011, end of block
 }
 
-int32_t load(const Bytes& file, Bitmap& bitmap) {
-  return T_LoadBitmapMemory(file.data(), bitmap.get(), 0, -1, static_cast<uint32_t>(file.size()));
-}
-
 TEST(Cals, WritesTheRecordsAndTheCodes) {
   Disk disk;
   Bitmap bitmap;
@@ -78,15 +74,13 @@ TEST(Cals, HeadersAreReadAsTheyShouldBe) {
   }
 }
 
-int32_t T_CALL ignore(BitmapHandle*, const void*, int32_t, void*) { return T_OK; }
-
 // The reader's own statuses, which identification hides behind its own.
 TEST(Cals, ReaderStatuses) {
   Disk disk;
   Bitmap bitmap;
   const auto read = [&](const Bytes& file, int32_t bits) {
     disk.files["a"] = file;
-    return T_LoadCALSFile("a", bitmap.get(), ignore, bits, nullptr);
+    return T_LoadCALSFile("a", bitmap.get(), accept_rows, bits, nullptr);
   };
   EXPECT_EQ(read(file_with(0, ""), 1), T_OK);
   EXPECT_EQ(bitmap->StorageKind, 3);
@@ -94,7 +88,7 @@ TEST(Cals, ReaderStatuses) {
   EXPECT_EQ(read(file_with(0, ""), 24), T_OK);
   EXPECT_EQ(bitmap->BitsPerPixel, 24);
   EXPECT_EQ(read(file_with(0, ""), 2), T_ERR_ARGUMENT);
-  EXPECT_EQ(T_LoadCALSFile("none", bitmap.get(), ignore, 1, nullptr), T_ERR_OPEN);
+  EXPECT_EQ(T_LoadCALSFile("none", bitmap.get(), accept_rows, 1, nullptr), T_ERR_OPEN);
   EXPECT_EQ(read(Bytes(1000, ' '), 1), T_ERR_READ);  // no token
   EXPECT_EQ(read(file_with(9, "rpelcnt: 8\n"), 1), T_ERR_READ);
   EXPECT_EQ(read(file_with(3, "other: 1\n"), 1), T_ERR_BAD_DATA);

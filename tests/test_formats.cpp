@@ -17,11 +17,6 @@ std::string name_of(const ::testing::TestParamInfo<FormatCase>& info) { return i
 
 INSTANTIATE_TEST_SUITE_P(All, Formats, ::testing::ValuesIn(format_cases()), name_of);
 
-int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, int32_t order = -1) {
-  return T_LoadBitmapMemory(file.data(), bitmap.get(), bits, order,
-                            static_cast<uint32_t>(file.size()));
-}
-
 TEST_P(Formats, EverySampleLoadsAndIsDescribedAsItLoads) {
   for (const Sample& sample : GetParam().samples) {
     SCOPED_TRACE(sample.name);

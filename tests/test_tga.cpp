@@ -22,11 +22,6 @@ Bytes tga_file(const TgaFile& tga) {
 
 namespace {
 
-int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, int32_t order = -1) {
-  return T_LoadBitmapMemory(file.data(), bitmap.get(), bits, order,
-                            static_cast<uint32_t>(file.size()));
-}
-
 TEST(Tga, WritesExactlyThis) {
   Disk disk;
   const Bytes stored = {1, 2, 3, 4, 5, 6, 0, 0, 7, 8, 9, 10, 11, 12, 0, 0};  // rows of 2 pixels
@@ -185,21 +180,8 @@ TEST(Tga, HeadersThatDoNotGoTogetherAreNoTga) {
                     .map = Bytes(6, 1),
                     .data = {1}};
   const Bytes good = tga_file(tga);
-  const auto direct = [](const Bytes& file) {
-    Disk disk;
-    disk.files["in"] = file;
-    Bitmap bitmap;
-    return T_LoadTGABitmap("in", bitmap.get()) == T_OK
-               ? T_OK
-               : T_LoadTGAFile("in", bitmap.get(), accept_rows, 8, nullptr);
-  };
-  EXPECT_EQ(direct(good), T_OK);
-  const struct {
-    const char* why;
-    size_t at;
-    uint8_t value;
-    int32_t want;
-  } changes[] = {
+  EXPECT_EQ(read_directly(T_LoadTGAFile, good), T_OK);
+  const std::initializer_list<ByteChange> changes = {
       {"colour-map type", 1, 2, T_ERR_BAD_DATA},  {"a map without its mark", 1, 0, T_ERR_BAD_DATA},
       {"no map", 5, 0, T_ERR_BAD_DATA},           {"entry size", 7, 12, T_ERR_BAD_DATA},
       {"no width", 12, 0, T_ERR_BAD_DATA},        {"no height", 14, 0, T_ERR_BAD_DATA},
@@ -207,15 +189,16 @@ TEST(Tga, HeadersThatDoNotGoTogetherAreNoTga) {
       {"interleaving", 17, 0x40, T_ERR_BAD_DATA}, {"attribute bits", 17, 9, T_ERR_BAD_DATA},
       {"image type 0", 2, 0, T_ERR_SUBTYPE},      {"image type 32", 2, 32, T_ERR_SUBTYPE},
   };
-  for (const auto& c : changes) {
+  expect_answers(T_LoadTGAFile, good, changes);
+  for (const ByteChange& c : changes) {
     Bytes file = good;
     file[c.at] = c.value;
-    EXPECT_EQ(direct(file), c.want) << c.why;
     FILEINFO info;
     EXPECT_EQ(T_FileInfoMemory(file.data(), &info, file.size()), T_ERR_BAD_DATA) << c.why;
   }
   for (size_t length = 0; length < good.size(); ++length) {
-    EXPECT_EQ(direct(Bytes(good.begin(), good.begin() + length)), T_ERR_READ) << length;
+    EXPECT_EQ(read_directly(T_LoadTGAFile, Bytes(good.begin(), good.begin() + length)), T_ERR_READ)
+        << length;
   }
 }
 

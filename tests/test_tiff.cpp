@@ -7,10 +7,6 @@
 namespace tavo::test {
 namespace {
 
-int32_t load(const Bytes& file, Bitmap& bitmap) {
-  return T_LoadBitmapMemory(file.data(), bitmap.get(), 0, -1, static_cast<uint32_t>(file.size()));
-}
-
 // Replaces a tag of `tags`, or puts it where it belongs.
 std::vector<TiffTag> with(std::vector<TiffTag> tags, const TiffTag& tag) {
   std::erase_if(tags, [&tag](const TiffTag& t) { return t.tag == tag.tag; });

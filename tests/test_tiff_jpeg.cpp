@@ -146,14 +146,14 @@ OldFile with_tables(const Parts& parts, uint32_t restart_interval) {
   return file;
 }
 
-int32_t load(const Bytes& file, Bitmap& bitmap) {
+int32_t load_rgb(const Bytes& file, Bitmap& bitmap) {
   return T_LoadBitmapMemory(file.data(), bitmap.get(), 24, T_ORDER_RGB,
                             static_cast<uint32_t>(file.size()));
 }
 
 Bytes picture_of(const Bytes& file) {
   Bitmap bitmap;
-  return load(file, bitmap) == T_OK ? rgb(bitmap.get()) : Bytes();
+  return load_rgb(file, bitmap) == T_OK ? rgb(bitmap.get()) : Bytes();
 }
 
 TEST(OldJpegInTiff, AllArrangementsShowTheSamePicture) {
@@ -218,7 +218,7 @@ TEST(OldJpegInTiff, DamageIsAStatus) {
   const Parts parts(6);
   const auto status = [](const OldFile& file) {
     Bitmap bitmap;
-    return load(file.file(), bitmap);
+    return load_rgb(file.file(), bitmap);
   };
   OldFile lossless = with_tables(parts, 6);
   lossless.more[0] = {512, 3, {14}};
@@ -236,7 +236,7 @@ TEST(OldJpegInTiff, DamageIsAStatus) {
   OldFile cut = with_tables(parts, 6);
   cut.sizes[1] /= 2;
   Bitmap bitmap;
-  EXPECT_EQ(load(cut.file(), bitmap), T_ERR_READ);
+  EXPECT_EQ(load_rgb(cut.file(), bitmap), T_ERR_READ);
   const Bytes got = rgb(bitmap.get());
   const Bytes want = picture_of(parts.stream);
   ASSERT_EQ(got.size(), want.size());
