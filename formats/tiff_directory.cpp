@@ -221,11 +221,14 @@ int32_t Directory::walk(int32_t page, uint64_t first) {
 
 int32_t Directory::count_pages() { return walk(kMaxPages + 1, first_); }
 
-Status Directory::find_end(uint64_t& link) {
-  walk(kMaxPages + 1, first_);
+Status Directory::find_end(uint64_t& link, int32_t& pages) {
+  pages = walk(kMaxPages + 1, first_);
   uint64_t next = 0;
   TRY(read_link(directory_, next));
   link = end_link_;
+  // In a file that was cut there may be no room for it.
+  std::array<uint8_t, 8> bytes;
+  TRY(read_at(*file_, link, {bytes.data(), order_.is_64_bit ? 8u : 4u}));
   return next == 0 ? kOk : kBadData;
 }
 

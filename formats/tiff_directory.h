@@ -101,9 +101,9 @@ class Directory {
   // All pages; a chain that bites its tail ends there.
   int32_t count_pages();
 
-  // Where the offset of the page behind the last one is stored: it is 0. kBadData for a chain
-  // without an end.
-  Status find_end(uint64_t& link);
+  // Where the offset of the page behind the last one is stored: it is 0; and how many pages there
+  // are. kBadData for a chain without an end, kReadError when the file was cut there.
+  Status find_end(uint64_t& link, int32_t& pages);
 
   const Field& field(Tag tag) const;
   bool has(Tag tag) const { return field(tag).count > 0; }

@@ -379,10 +379,16 @@ struct Chain {
 Status find_chain(const char* name, Chain& chain, bool& is_tiff) {
   is_tiff = false;
   io::InputFile file;
-  if (!file.open(name).ok()) return kOk;
+  if (!file.open(name).ok()) {
+    io::OutputFile existing;
+    return existing.open_existing(name).ok() ? kOpenError : kOk;
+  }
   std::array<uint8_t, 4> head = {};
   size_t got = 0;
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
   TRY(file.read_up_to(head, got));
+  if (got < std::min<size_t>(file_bytes, head.size())) return kReadError;
   const bool is_little = head[0] == 'I' && head[1] == 'I' && head[2] != 0;
   is_tiff = is_little || (head[0] == 'M' && head[1] == 'M' && head[2] == 0);
   if (!is_tiff) return kOk;
@@ -390,9 +396,8 @@ Status find_chain(const char* name, Chain& chain, bool& is_tiff) {
   TRY(directory.open(file, 1));
   chain.order = directory.order();
   if (chain.order.is_64_bit) return kSubtype;
-  chain.pages = directory.count_pages();
-  if (chain.pages >= kMaxPages) return kWriteError;
-  return directory.find_end(chain.link);
+  const Status status = directory.find_end(chain.link, chain.pages);
+  return chain.pages >= kMaxPages ? kWriteError : status;
 }
 
 Status link_page(io::OutputFile& file, const Chain& chain, uint32_t directory) {

@@ -1066,7 +1066,8 @@ T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
  * Appending   With T_SAVE_APPEND, or a page number of 2 or more, a page is added to an existing
  *             TIFF file, in its byte order; whatever happens on the way, the pages before stay.
  *             T_ERR_WRITE: it has 1023 already; T_ERR_SUBTYPE: its offsets have 64 bits;
- *             T_ERR_BAD_DATA: its pages form a ring.
+ *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page;
+ *             T_ERR_OPEN: it is there, but cannot be read.
  * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
  * writes: T_ERR_BAD_DATA. What is lost of JPEG data is grey, and the status comes last. Damaged Group 3 rows keep what could be read of them. Group 4 pictures
  * that end before the last row are white from there on.

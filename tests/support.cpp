@@ -25,7 +25,10 @@ Disk* disk = nullptr;
 std::map<int32_t, OpenFile> open_files;
 int32_t next_handle = 100;
 
-bool fails() { return disk->operations++ == disk->fail_at; }
+bool fails() {
+  const int64_t number = disk->operations++;
+  return number == disk->fail_at || (disk->stays_broken && disk->fault_hit());
+}
 
 int32_t T_CALL disk_open(const char* name, int32_t access, int32_t) {
   if (fails()) return -1;
@@ -50,7 +53,9 @@ uint32_t T_CALL disk_read(int32_t handle, void* buffer, uint32_t count) {
 }
 
 uint32_t T_CALL disk_write(int32_t handle, const void* buffer, uint32_t count) {
-  if (fails()) return UINT32_MAX;
+  const bool is_torn = fails();
+  if (is_torn && !disk->tears_writes) return UINT32_MAX;
+  if (is_torn) count /= 2;
   OpenFile& file = open_files.at(handle);
   Bytes& bytes = disk->files[file.name];
   count = std::min(count, disk->longest_transfer);

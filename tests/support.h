@@ -29,7 +29,9 @@ class Disk {
   Disk& operator=(const Disk&) = delete;
 
   std::map<std::string, Bytes> files;
-  int64_t fail_at = -1;  // the operation that fails; -1: none
+  int64_t fail_at = -1;       // the operation that fails; -1: none
+  bool stays_broken = false;  // and so do all after it
+  bool tears_writes = false;  // a write that fails puts half of its bytes
   uint32_t longest_transfer = UINT32_MAX;
   int64_t operations = 0;
   int open_count = 0;  // files that are open now
