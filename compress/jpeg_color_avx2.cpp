@@ -7,6 +7,8 @@
 #include "compress/jpeg_color.h"
 
 #define TAVO_TARGET __attribute__((target("avx2")))
+#define TAVO_KERNEL inline __attribute__((always_inline, target("avx2")))
+#define TAVO_MM(operation) _mm256_##operation
 
 namespace tavo::jpeg {
 namespace {
@@ -18,27 +20,11 @@ TAVO_TARGET inline V load(const uint8_t* p) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
 }
 TAVO_TARGET inline V zero() { return _mm256_setzero_si256(); }
-TAVO_TARGET inline V low_bytes(V a, V b) { return _mm256_unpacklo_epi8(a, b); }
-TAVO_TARGET inline V high_bytes(V a, V b) { return _mm256_unpackhi_epi8(a, b); }
-TAVO_TARGET inline V low_words(V a, V b) { return _mm256_unpacklo_epi16(a, b); }
-TAVO_TARGET inline V high_words(V a, V b) { return _mm256_unpackhi_epi16(a, b); }
-TAVO_TARGET inline V add(V a, V b) { return _mm256_add_epi16(a, b); }
-TAVO_TARGET inline V sub(V a, V b) { return _mm256_sub_epi16(a, b); }
-TAVO_TARGET inline V madd(V a, V b) { return _mm256_madd_epi16(a, b); }
-TAVO_TARGET inline V add_dwords(V a, V b) { return _mm256_add_epi32(a, b); }
-TAVO_TARGET inline V shift_dwords(V a) { return _mm256_srai_epi32(a, 16); }
-TAVO_TARGET inline V pack_words(V a, V b) { return _mm256_packs_epi32(a, b); }
-TAVO_TARGET inline V pack_bytes(V a, V b) { return _mm256_packus_epi16(a, b); }
-TAVO_TARGET inline V all_words(int value) { return _mm256_set1_epi16(static_cast<short>(value)); }
-TAVO_TARGET inline V all_dwords(int value) { return _mm256_set1_epi32(value); }
-TAVO_TARGET inline V word_pairs(int even, int odd) {
-  return _mm256_set1_epi32(
-      static_cast<int>(static_cast<uint32_t>(odd) << 16 | (static_cast<uint32_t>(even) & 0xFFFF)));
-}
+#include "compress/jpeg_vector_ops.inc"
 
 // Half the constants, rounded: over the 256 chroma values the results are those of the whole ones.
-TAVO_TARGET inline V red_part(V cr) { return _mm256_mulhrs_epi16(cr, all_words(13173)); }
-TAVO_TARGET inline V blue_part(V cb) { return _mm256_mulhrs_epi16(cb, all_words(-7471)); }
+TAVO_TARGET inline V red_part(V cr) { return _mm256_mulhrs_epi16(cr, splat16(13173)); }
+TAVO_TARGET inline V blue_part(V cb) { return _mm256_mulhrs_epi16(cb, splat16(-7471)); }
 
 TAVO_TARGET inline void store(__m128i v, uint8_t* p) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
@@ -57,10 +43,10 @@ TAVO_TARGET inline void store_dwords(V a, V b, V c, V d, uint8_t* out) {
 }
 
 TAVO_TARGET inline void write_pixels(V a, V b, V c, uint8_t* out) {
-  const V ab_low = low_bytes(a, b), ab_high = high_bytes(a, b);
-  const V c_low = low_bytes(c, c), c_high = high_bytes(c, c);
-  store_dwords(low_words(ab_low, c_low), high_words(ab_low, c_low), low_words(ab_high, c_high),
-               high_words(ab_high, c_high), out);
+  const V ab_low = unpack_low8(a, b), ab_high = unpack_high8(a, b);
+  const V c_low = unpack_low8(c, c), c_high = unpack_high8(c, c);
+  store_dwords(unpack_low16(ab_low, c_low), unpack_high16(ab_low, c_low),
+               unpack_low16(ab_high, c_high), unpack_high16(ab_high, c_high), out);
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 // Colour conversion in vectors, compiled once for each instruction set.
 //
-// The including file defines TAVO_TARGET, a vector type V, kPixels (its bytes), and inline
-// functions of that set: load, low_bytes, high_bytes (interleaved within lanes of 128 bits),
-// low_words, high_words, add, sub, madd, add_dwords, shift_dwords, pack_words, pack_bytes, zero,
-// constants, red_part (91881 - 65536 times its operand >> 16, rounded), blue_part (116130 - 131072
-// times), and write_pixels, which interleaves three vectors and may write 4 bytes too many.
+// The including file defines TAVO_TARGET, a vector type V, kPixels (its bytes), the operations of
+// jpeg_vector_ops.inc, and inline functions of that set: load, zero, red_part (91881 - 65536 times
+// its operand >> 16, rounded), blue_part (116130 - 131072 times), and write_pixels, which
+// interleaves three vectors and may write 4 bytes too many.
 
 namespace tavo::jpeg {
 namespace {
@@ -19,25 +18,27 @@ struct Pixels {
 // Half of the pixels, in words.
 TAVO_TARGET inline Pixels convert_words(V y, V cb, V cr) {
   // -46802 does not fit 16 bits: one more Cr goes into the product and off the sum.
-  const V factors = word_pairs(-22554, 65536 - 46802);
-  const V round = all_dwords(32768);
-  const V low = shift_dwords(add_dwords(madd(low_words(cb, cr), factors), round));
-  const V high = shift_dwords(add_dwords(madd(high_words(cb, cr), factors), round));
-  return {add(add(y, cr), red_part(cr)), add(y, sub(pack_words(low, high), cr)),
-          add(add(y, add(cb, cb)), blue_part(cb))};
+  const V factors = splat_pair(-22554, 65536 - 46802);
+  const V round = splat32(32768);
+  const V low = shift_right32<16>(add32(multiply_add(unpack_low16(cb, cr), factors), round));
+  const V high = shift_right32<16>(add32(multiply_add(unpack_high16(cb, cr), factors), round));
+  return {add16(add16(y, cr), red_part(cr)), add16(y, sub16(pack32(low, high), cr)),
+          add16(add16(y, add16(cb, cb)), blue_part(cb))};
 }
 
 TAVO_TARGET inline Pixels convert(const uint8_t* y, const uint8_t* cb, const uint8_t* cr) {
   const V luma = load(y);
   const V blue = load(cb);
   const V red = load(cr);
-  const V middle = all_words(128);
-  const Pixels low = convert_words(low_bytes(luma, zero()), sub(low_bytes(blue, zero()), middle),
-                                   sub(low_bytes(red, zero()), middle));
-  const Pixels high = convert_words(high_bytes(luma, zero()), sub(high_bytes(blue, zero()), middle),
-                                    sub(high_bytes(red, zero()), middle));
-  return {pack_bytes(low.red, high.red), pack_bytes(low.green, high.green),
-          pack_bytes(low.blue, high.blue)};
+  const V middle = splat16(128);
+  const Pixels low =
+      convert_words(unpack_low8(luma, zero()), sub16(unpack_low8(blue, zero()), middle),
+                    sub16(unpack_low8(red, zero()), middle));
+  const Pixels high =
+      convert_words(unpack_high8(luma, zero()), sub16(unpack_high8(blue, zero()), middle),
+                    sub16(unpack_high8(red, zero()), middle));
+  return {pack16_unsigned(low.red, high.red), pack16_unsigned(low.green, high.green),
+          pack16_unsigned(low.blue, high.blue)};
 }
 
 enum class Kind { kRgb, kBgr, kInterleave };

@@ -5,42 +5,19 @@
 
 #include "compress/jpeg_encoder_kernels.h"
 
+#define TAVO_KERNEL inline
+#define TAVO_MM(operation) _mm_##operation
+
 namespace tavo::jpeg::sse {
 
 using V = __m128i;
 
 inline V load(const void* p) { return _mm_loadu_si128(static_cast<const V*>(p)); }
 inline void store(void* p, V v) { _mm_storeu_si128(static_cast<V*>(p), v); }
-inline V load_repeated(const uint16_t* p) { return load(p); }
-inline V splat16(int v) { return _mm_set1_epi16(static_cast<int16_t>(v)); }
-inline V splat32(int v) { return _mm_set1_epi32(v); }
-inline V splat_pair(int16_t even, int16_t odd) {
-  return _mm_set1_epi32(static_cast<int>(static_cast<uint32_t>(odd) << 16 | (even & 0xFFFF)));
-}
-inline V add16(V a, V b) { return _mm_add_epi16(a, b); }
-inline V sub16(V a, V b) { return _mm_sub_epi16(a, b); }
-inline V add32(V a, V b) { return _mm_add_epi32(a, b); }
-inline V multiply_add(V a, V b) { return _mm_madd_epi16(a, b); }
-inline V multiply_high(V a, V b) { return _mm_mulhi_epu16(a, b); }
-inline V pack32(V a, V b) { return _mm_packs_epi32(a, b); }
-template <int kBits>
-inline V shift_left16(V a) {
-  return _mm_slli_epi16(a, kBits);
-}
-template <int kBits>
-inline V shift_right16(V a) {
-  return _mm_srai_epi16(a, kBits);
-}
-template <int kBits>
-inline V shift_right32(V a) {
-  return _mm_srai_epi32(a, kBits);
-}
-inline V unpack_low16(V a, V b) { return _mm_unpacklo_epi16(a, b); }
-inline V unpack_high16(V a, V b) { return _mm_unpackhi_epi16(a, b); }
-inline V unpack_low32(V a, V b) { return _mm_unpacklo_epi32(a, b); }
-inline V unpack_high32(V a, V b) { return _mm_unpackhi_epi32(a, b); }
-inline V unpack_low64(V a, V b) { return _mm_unpacklo_epi64(a, b); }
-inline V unpack_high64(V a, V b) { return _mm_unpackhi_epi64(a, b); }
+inline V load_repeated(const void* p) { return load(p); }
+
+#include "compress/jpeg_vector_ops.inc"
+
 inline V magnitude16(V a) { return _mm_max_epi16(a, _mm_sub_epi16(_mm_setzero_si128(), a)); }
 inline V with_sign16(V value, V sign) {
   const V negative = _mm_srai_epi16(sign, 15);
@@ -49,29 +26,6 @@ inline V with_sign16(V value, V sign) {
 inline V load_samples(const uint8_t* p) {
   const V bytes = _mm_loadl_epi64(reinterpret_cast<const V*>(p));
   return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
-}
-
-// Luma and chroma of 8 pixels, whose components stand in the high bytes of the lanes.
-struct Planes {
-  V y, cb, cr;
-};
-inline Planes convert_lanes(V b, V g, V r) {
-  using C = ColorConstants;
-  const auto times = [](V v, int c) { return _mm_mulhi_epu16(v, splat16(c)); };
-  const V luma = add16(add16(times(r, C::kYRed), times(g, C::kYGreen)),
-                       add16(times(b, C::kYBlue), splat16(C::kYBias)));
-  const V bias = splat16(C::kChromaBias);
-  const V blue =
-      sub16(add16(_mm_srli_epi16(b, 1), bias), add16(times(r, C::kCbRed), times(g, C::kCbGreen)));
-  const V red =
-      sub16(add16(_mm_srli_epi16(r, 1), bias), add16(times(g, C::kCrGreen), times(b, C::kCrBlue)));
-  return {_mm_srli_epi16(luma, 8), _mm_srli_epi16(blue, 8), _mm_srli_epi16(red, 8)};
-}
-
-inline void store_planes(const Planes& a, const Planes& b, uint8_t* y, uint8_t* cb, uint8_t* cr) {
-  store(y, _mm_packus_epi16(a.y, b.y));
-  store(cb, _mm_packus_epi16(a.cb, b.cb));
-  store(cr, _mm_packus_epi16(a.cr, b.cr));
 }
 
 // Sums of horizontal neighbours.
@@ -110,3 +64,6 @@ inline uint64_t nonzero_mask(V a, V b, V c, V d) {
 }
 
 }  // namespace tavo::jpeg::sse
+
+#undef TAVO_KERNEL
+#undef TAVO_MM

@@ -5,36 +5,15 @@
 #include "compress/jpeg_idct_constants.h"
 
 #define TAVO_TARGET __attribute__((target("avx2")))
+#define TAVO_KERNEL inline __attribute__((always_inline, target("avx2")))
+#define TAVO_MM(operation) _mm256_##operation
 
 namespace tavo::jpeg {
 namespace {
 
 using V = __m256i;
 
-TAVO_TARGET inline V madd(V a, V b) { return _mm256_madd_epi16(a, b); }
-TAVO_TARGET inline V add(V a, V b) { return _mm256_add_epi32(a, b); }
-TAVO_TARGET inline V sub(V a, V b) { return _mm256_sub_epi32(a, b); }
-TAVO_TARGET inline V add_bytes(V a, V b) { return _mm256_add_epi8(a, b); }
-template <int kShift>
-TAVO_TARGET inline V shift_right(V a) {
-  return _mm256_srai_epi32(a, kShift);
-}
-TAVO_TARGET inline V pack_words(V a, V b) { return _mm256_packs_epi32(a, b); }
-TAVO_TARGET inline V pack_bytes(V a, V b) { return _mm256_packs_epi16(a, b); }
-TAVO_TARGET inline V low_bytes(V a, V b) { return _mm256_unpacklo_epi8(a, b); }
-TAVO_TARGET inline V high_bytes(V a, V b) { return _mm256_unpackhi_epi8(a, b); }
-TAVO_TARGET inline V low_words(V a, V b) { return _mm256_unpacklo_epi16(a, b); }
-TAVO_TARGET inline V high_words(V a, V b) { return _mm256_unpackhi_epi16(a, b); }
-TAVO_TARGET inline V low_dwords(V a, V b) { return _mm256_unpacklo_epi32(a, b); }
-TAVO_TARGET inline V high_dwords(V a, V b) { return _mm256_unpackhi_epi32(a, b); }
-TAVO_TARGET inline V low_qwords(V a, V b) { return _mm256_unpacklo_epi64(a, b); }
-TAVO_TARGET inline V high_qwords(V a, V b) { return _mm256_unpackhi_epi64(a, b); }
-TAVO_TARGET inline V all_bytes(int value) { return _mm256_set1_epi8(static_cast<char>(value)); }
-TAVO_TARGET inline V all_dwords(int value) { return _mm256_set1_epi32(value); }
-TAVO_TARGET inline V word_pairs(int even, int odd) {
-  return _mm256_set1_epi32(
-      static_cast<int>(static_cast<uint32_t>(odd) << 16 | (static_cast<uint32_t>(even) & 0xFFFF)));
-}
+#include "compress/jpeg_vector_ops.inc"
 
 }  // namespace
 }  // namespace tavo::jpeg

@@ -5,36 +5,15 @@
 #include "compress/jpeg_idct_constants.h"
 
 #define TAVO_TARGET
+#define TAVO_KERNEL inline __attribute__((always_inline))
+#define TAVO_MM(operation) _mm_##operation
 
 namespace tavo::jpeg {
 namespace {
 
 using V = __m128i;
 
-inline V madd(V a, V b) { return _mm_madd_epi16(a, b); }
-inline V add(V a, V b) { return _mm_add_epi32(a, b); }
-inline V sub(V a, V b) { return _mm_sub_epi32(a, b); }
-inline V add_bytes(V a, V b) { return _mm_add_epi8(a, b); }
-template <int kShift>
-inline V shift_right(V a) {
-  return _mm_srai_epi32(a, kShift);
-}
-inline V pack_words(V a, V b) { return _mm_packs_epi32(a, b); }
-inline V pack_bytes(V a, V b) { return _mm_packs_epi16(a, b); }
-inline V low_bytes(V a, V b) { return _mm_unpacklo_epi8(a, b); }
-inline V high_bytes(V a, V b) { return _mm_unpackhi_epi8(a, b); }
-inline V low_words(V a, V b) { return _mm_unpacklo_epi16(a, b); }
-inline V high_words(V a, V b) { return _mm_unpackhi_epi16(a, b); }
-inline V low_dwords(V a, V b) { return _mm_unpacklo_epi32(a, b); }
-inline V high_dwords(V a, V b) { return _mm_unpackhi_epi32(a, b); }
-inline V low_qwords(V a, V b) { return _mm_unpacklo_epi64(a, b); }
-inline V high_qwords(V a, V b) { return _mm_unpackhi_epi64(a, b); }
-inline V all_bytes(int value) { return _mm_set1_epi8(static_cast<char>(value)); }
-inline V all_dwords(int value) { return _mm_set1_epi32(value); }
-inline V word_pairs(int even, int odd) {
-  return _mm_set1_epi32(
-      static_cast<int>(static_cast<uint32_t>(odd) << 16 | (static_cast<uint32_t>(even) & 0xFFFF)));
-}
+#include "compress/jpeg_vector_ops.inc"
 
 }  // namespace
 }  // namespace tavo::jpeg

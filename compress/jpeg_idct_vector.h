@@ -1,9 +1,7 @@
 // The inverse transform in vectors, compiled once for each instruction set.
 //
 // The including file defines TAVO_TARGET, the attribute of its instruction set, a vector type V of
-// one or two lanes of 128 bits, and inline functions of that set: madd, add, sub, shift_right<n>,
-// pack_words, pack_bytes, multiply, low/high words, dwords, bytes and qwords interleaved,
-// constants. A lane holds one block; no operation crosses lanes.
+// one or two lanes of 128 bits, and the operations of jpeg_vector_ops.inc. A lane holds one block.
 
 namespace tavo::jpeg {
 namespace {
@@ -13,21 +11,21 @@ struct Wide {
   V high;
 };
 
-TAVO_TARGET inline Wide pairs(V a, V b) { return {low_words(a, b), high_words(a, b)}; }
+TAVO_TARGET inline Wide pairs(V a, V b) { return {unpack_low16(a, b), unpack_high16(a, b)}; }
 TAVO_TARGET inline Wide sum_of_products(Wide x, V factors) {
-  return {madd(x.low, factors), madd(x.high, factors)};
+  return {multiply_add(x.low, factors), multiply_add(x.high, factors)};
 }
 TAVO_TARGET inline Wide operator+(Wide a, Wide b) {
-  return {add(a.low, b.low), add(a.high, b.high)};
+  return {add32(a.low, b.low), add32(a.high, b.high)};
 }
 TAVO_TARGET inline Wide operator-(Wide a, Wide b) {
-  return {sub(a.low, b.low), sub(a.high, b.high)};
+  return {sub32(a.low, b.low), sub32(a.high, b.high)};
 }
-TAVO_TARGET inline Wide operator+(Wide a, V b) { return {add(a.low, b), add(a.high, b)}; }
+TAVO_TARGET inline Wide operator+(Wide a, V b) { return {add32(a.low, b), add32(a.high, b)}; }
 
 template <int kShift>
 TAVO_TARGET inline V narrow(Wide a) {
-  return pack_words(shift_right<kShift>(a.low), shift_right<kShift>(a.high));
+  return pack32(shift_right32<kShift>(a.low), shift_right32<kShift>(a.high));
 }
 
 // Outputs i and 7 - i of a pass from their even and odd parts.
@@ -39,18 +37,18 @@ TAVO_TARGET inline void finish(Wide even, Wide odd, V& first, V& second) {
 
 template <int kShift>
 TAVO_TARGET inline void full_pass(V (&r)[8]) {
-  const V round = all_dwords(1 << (kShift - 1));
+  const V round = splat32(1 << (kShift - 1));
   const Wide r04 = pairs(r[0], r[4]);
   const Wide r26 = pairs(r[2], r[6]);
   const Wide r13 = pairs(r[1], r[3]);
   const Wide r57 = pairs(r[5], r[7]);
-  const Wide e0 = sum_of_products(r04, word_pairs(kOne, kOne)) + round;
-  const Wide e1 = sum_of_products(r04, word_pairs(kOne, -kOne)) + round;
-  const Wide e2 = sum_of_products(r26, word_pairs(kEven2, -kEven6));
-  const Wide e3 = sum_of_products(r26, word_pairs(kEven6Sum, kEven2));
+  const Wide e0 = sum_of_products(r04, splat_pair(kOne, kOne)) + round;
+  const Wide e1 = sum_of_products(r04, splat_pair(kOne, -kOne)) + round;
+  const Wide e2 = sum_of_products(r26, splat_pair(kEven2, -kEven6));
+  const Wide e3 = sum_of_products(r26, splat_pair(kEven6Sum, kEven2));
   const auto odd = [&](int i) TAVO_TARGET {
-    return sum_of_products(r13, word_pairs(kOdd[i][0], kOdd[i][1])) +
-           sum_of_products(r57, word_pairs(kOdd[i][2], kOdd[i][3]));
+    return sum_of_products(r13, splat_pair(kOdd[i][0], kOdd[i][1])) +
+           sum_of_products(r57, splat_pair(kOdd[i][2], kOdd[i][3]));
   };
   finish<kShift>(e0 + e3, odd(0), r[0], r[7]);
   finish<kShift>(e1 + e2, odd(1), r[1], r[6]);
@@ -61,14 +59,14 @@ TAVO_TARGET inline void full_pass(V (&r)[8]) {
 // The same with inputs 4 to 7 zero.
 template <int kShift>
 TAVO_TARGET inline void short_pass(V (&r)[8]) {
-  const V round = all_dwords(1 << (kShift - 1));
+  const V round = splat32(1 << (kShift - 1));
   const Wide r02 = pairs(r[0], r[2]);
   const Wide r13 = pairs(r[1], r[3]);
   const auto even = [&](int factor) TAVO_TARGET {
-    return sum_of_products(r02, word_pairs(kOne, factor)) + round;
+    return sum_of_products(r02, splat_pair(kOne, factor)) + round;
   };
   const auto odd = [&](int i) TAVO_TARGET {
-    return sum_of_products(r13, word_pairs(kOdd[i][0], kOdd[i][1]));
+    return sum_of_products(r13, splat_pair(kOdd[i][0], kOdd[i][1]));
   };
   finish<kShift>(even(kEven6Sum), odd(0), r[0], r[7]);
   finish<kShift>(even(kEven2), odd(1), r[1], r[6]);
@@ -78,62 +76,67 @@ TAVO_TARGET inline void short_pass(V (&r)[8]) {
 
 // The first pass with rows 4 to 7 and columns 4 to 7 zero, transposed: r[0] to r[3] are columns.
 TAVO_TARGET inline void corner_pass(V (&r)[8]) {
-  const V round = all_dwords(1 << (kFirstShift - 1));
-  const V r02 = low_words(r[0], r[2]);
-  const V r13 = low_words(r[1], r[3]);
-  const auto even = [&](int factor)
-                        TAVO_TARGET { return add(madd(r02, word_pairs(kOne, factor)), round); };
-  const auto odd = [&](int i) TAVO_TARGET { return madd(r13, word_pairs(kOdd[i][0], kOdd[i][1])); };
+  const V round = splat32(1 << (kFirstShift - 1));
+  const V r02 = unpack_low16(r[0], r[2]);
+  const V r13 = unpack_low16(r[1], r[3]);
+  const auto even = [&](int factor) TAVO_TARGET {
+    return add32(multiply_add(r02, splat_pair(kOne, factor)), round);
+  };
+  const auto odd = [&](int i) TAVO_TARGET {
+    return multiply_add(r13, splat_pair(kOdd[i][0], kOdd[i][1]));
+  };
   const V e[4] = {even(kEven6Sum), even(kEven2), even(-kEven2), even(-kEven6Sum)};
   const V o[4] = {odd(0), odd(1), odd(2), odd(3)};
-  const auto plus = [&](int i) TAVO_TARGET { return shift_right<kFirstShift>(add(e[i], o[i])); };
-  const auto minus = [&](int i) TAVO_TARGET { return shift_right<kFirstShift>(sub(e[i], o[i])); };
-  const V rows01 = pack_words(plus(0), plus(1));
-  const V rows23 = pack_words(plus(2), plus(3));
-  const V rows45 = pack_words(minus(3), minus(2));
-  const V rows67 = pack_words(minus(1), minus(0));
-  const V a0 = low_words(rows01, rows23), a1 = high_words(rows01, rows23);
-  const V b0 = low_words(rows45, rows67), b1 = high_words(rows45, rows67);
-  const V top01 = low_words(a0, a1), top23 = high_words(a0, a1);
-  const V bottom01 = low_words(b0, b1), bottom23 = high_words(b0, b1);
-  r[0] = low_qwords(top01, bottom01);
-  r[1] = high_qwords(top01, bottom01);
-  r[2] = low_qwords(top23, bottom23);
-  r[3] = high_qwords(top23, bottom23);
+  const auto plus = [&](int i)
+                        TAVO_TARGET { return shift_right32<kFirstShift>(add32(e[i], o[i])); };
+  const auto minus = [&](int i)
+                         TAVO_TARGET { return shift_right32<kFirstShift>(sub32(e[i], o[i])); };
+  const V rows01 = pack32(plus(0), plus(1));
+  const V rows23 = pack32(plus(2), plus(3));
+  const V rows45 = pack32(minus(3), minus(2));
+  const V rows67 = pack32(minus(1), minus(0));
+  const V a0 = unpack_low16(rows01, rows23), a1 = unpack_high16(rows01, rows23);
+  const V b0 = unpack_low16(rows45, rows67), b1 = unpack_high16(rows45, rows67);
+  const V top01 = unpack_low16(a0, a1), top23 = unpack_high16(a0, a1);
+  const V bottom01 = unpack_low16(b0, b1), bottom23 = unpack_high16(b0, b1);
+  r[0] = unpack_low64(top01, bottom01);
+  r[1] = unpack_high64(top01, bottom01);
+  r[2] = unpack_low64(top23, bottom23);
+  r[3] = unpack_high64(top23, bottom23);
 }
 
 TAVO_TARGET inline void transpose(V (&r)[8]) {
-  const V a0 = low_words(r[0], r[1]), a1 = high_words(r[0], r[1]);
-  const V a2 = low_words(r[2], r[3]), a3 = high_words(r[2], r[3]);
-  const V a4 = low_words(r[4], r[5]), a5 = high_words(r[4], r[5]);
-  const V a6 = low_words(r[6], r[7]), a7 = high_words(r[6], r[7]);
-  const V b0 = low_dwords(a0, a2), b1 = high_dwords(a0, a2);
-  const V b2 = low_dwords(a1, a3), b3 = high_dwords(a1, a3);
-  const V b4 = low_dwords(a4, a6), b5 = high_dwords(a4, a6);
-  const V b6 = low_dwords(a5, a7), b7 = high_dwords(a5, a7);
-  r[0] = low_qwords(b0, b4);
-  r[1] = high_qwords(b0, b4);
-  r[2] = low_qwords(b1, b5);
-  r[3] = high_qwords(b1, b5);
-  r[4] = low_qwords(b2, b6);
-  r[5] = high_qwords(b2, b6);
-  r[6] = low_qwords(b3, b7);
-  r[7] = high_qwords(b3, b7);
+  const V a0 = unpack_low16(r[0], r[1]), a1 = unpack_high16(r[0], r[1]);
+  const V a2 = unpack_low16(r[2], r[3]), a3 = unpack_high16(r[2], r[3]);
+  const V a4 = unpack_low16(r[4], r[5]), a5 = unpack_high16(r[4], r[5]);
+  const V a6 = unpack_low16(r[6], r[7]), a7 = unpack_high16(r[6], r[7]);
+  const V b0 = unpack_low32(a0, a2), b1 = unpack_high32(a0, a2);
+  const V b2 = unpack_low32(a1, a3), b3 = unpack_high32(a1, a3);
+  const V b4 = unpack_low32(a4, a6), b5 = unpack_high32(a4, a6);
+  const V b6 = unpack_low32(a5, a7), b7 = unpack_high32(a5, a7);
+  r[0] = unpack_low64(b0, b4);
+  r[1] = unpack_high64(b0, b4);
+  r[2] = unpack_low64(b1, b5);
+  r[3] = unpack_high64(b1, b5);
+  r[4] = unpack_low64(b2, b6);
+  r[5] = unpack_high64(b2, b6);
+  r[6] = unpack_low64(b3, b7);
+  r[7] = unpack_high64(b3, b7);
 }
 
 // From the second pass's columns to rows of samples: out[i] holds rows 2i and 2i + 1.
 TAVO_TARGET inline void to_samples(const V (&r)[8], V (&out)[4]) {
-  const V middle = all_bytes(-128);
-  const V c02 = pack_bytes(r[0], r[2]), c13 = pack_bytes(r[1], r[3]);
-  const V c46 = pack_bytes(r[4], r[6]), c57 = pack_bytes(r[5], r[7]);
-  const V c01 = low_bytes(c02, c13), c23 = high_bytes(c02, c13);
-  const V c45 = low_bytes(c46, c57), c67 = high_bytes(c46, c57);
-  const V left_top = low_words(c01, c23), left_bottom = high_words(c01, c23);
-  const V right_top = low_words(c45, c67), right_bottom = high_words(c45, c67);
-  out[0] = add_bytes(low_dwords(left_top, right_top), middle);
-  out[1] = add_bytes(high_dwords(left_top, right_top), middle);
-  out[2] = add_bytes(low_dwords(left_bottom, right_bottom), middle);
-  out[3] = add_bytes(high_dwords(left_bottom, right_bottom), middle);
+  const V middle = splat8(-128);
+  const V c02 = pack16(r[0], r[2]), c13 = pack16(r[1], r[3]);
+  const V c46 = pack16(r[4], r[6]), c57 = pack16(r[5], r[7]);
+  const V c01 = unpack_low8(c02, c13), c23 = unpack_high8(c02, c13);
+  const V c45 = unpack_low8(c46, c57), c67 = unpack_high8(c46, c57);
+  const V left_top = unpack_low16(c01, c23), left_bottom = unpack_high16(c01, c23);
+  const V right_top = unpack_low16(c45, c67), right_bottom = unpack_high16(c45, c67);
+  out[0] = add8(unpack_low32(left_top, right_top), middle);
+  out[1] = add8(unpack_high32(left_top, right_top), middle);
+  out[2] = add8(unpack_low32(left_bottom, right_bottom), middle);
+  out[3] = add8(unpack_high32(left_bottom, right_bottom), middle);
 }
 
 // The whole transform of rows r of dequantised coefficients.
