@@ -31,7 +31,7 @@ bool fits(ColorSpace space, size_t components) {
       return true;
     case ColorSpace::kYcc:
     case ColorSpace::kRgb:
-      return components == 3;
+      return components >= 3;  // a fourth is left out
     default:
       return components == 4;
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "compress/jpeg_markers.h"
 #include "formats/tiff_length.h"
 
 namespace tavo::tiff {
@@ -115,9 +116,9 @@ bool parse_units(const Directory& directory, Image& image) {
 // Whether the parts make a picture that read() can decode.
 bool fits_together(const Image& image) {
   if (image.is_jpeg()) {
-    const bool has_all = image.samples == image.used_samples;
+    const bool is_count = image.samples <= jpeg::kMaxComponents;
     const bool is_order = !image.is_planar || image.compression == kOldJpeg;
-    return image.bits == 8 && is_order && has_all && image.photometric != kPalette;
+    return image.bits == 8 && is_order && is_count && image.photometric != kPalette;
   }
   if (!is_known_coding(image.compression)) return false;
   if (image.is_fax() && (image.samples != 1 || image.used_samples != 1)) return false;

@@ -214,6 +214,29 @@ TEST(OldJpegInTiff, AllArrangementsShowTheSamePicture) {
   for (const auto& [what, file] : files) EXPECT_EQ(picture_of(file.file()), want) << what;
 }
 
+// Alpha is a component like the others: it is left out.
+TEST(JpegInTiff, ExtraComponentsAreLeftOut) {
+  const auto load_components = [](size_t components, uint32_t photometric) {
+    JpegPicture picture;
+    picture.width = kWidth;
+    picture.height = kHeight;
+    picture.components = {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}, {4, 1, 1}};
+    picture.fill(3);
+    picture.components.resize(components);
+    picture.coefficients.resize(components);
+    const Bytes stream = jpeg_stream(picture, {});
+    return picture_of(tiff_file(tiff_tags(kWidth, kHeight, 8, static_cast<uint32_t>(components), 7,
+                                          photometric, static_cast<uint32_t>(stream.size())),
+                                stream));
+  };
+  const Bytes colors = load_components(3, 2);
+  ASSERT_FALSE(colors.empty());
+  EXPECT_EQ(load_components(4, 2), colors);
+  const Bytes gray = load_components(1, 1);
+  ASSERT_FALSE(gray.empty());
+  EXPECT_EQ(load_components(2, 1), gray);
+}
+
 TEST(OldJpegInTiff, DamageIsAStatus) {
   const Parts parts(6);
   const auto status = [](const OldFile& file) {
