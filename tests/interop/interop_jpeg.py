@@ -1,0 +1,134 @@
+"""Exchanges JPEG and CMP pictures with other programs, through the command line.
+
+usage: interop_jpeg.py TAVO
+
+Streams of every kind that cjpeg and ImageMagick write must look as djpeg shows them, to the last
+bit where djpeg and tavo compute alike, and tavo info must tell how they are coded. Streams that tavo
+writes must look the same to tavo, djpeg and Pillow, and be as near to the picture as those that
+cjpeg writes with the quality and sampling given. The last line is "N passed, N failed".
+"""
+
+import json
+import os
+import pathlib
+import sys
+import tempfile
+
+import interop
+from interop import CONVERT, check, has_pillow, installed, pillow, rgb, run, seen_by_tavo
+
+SAMPLINGS = ['1x1', '2x1', '2x2', '1x2', '4x1', '4x2', '2x1,1x2,1x1', '1x1,2x2,1x1']
+MODES = {'baseline': [], 'optimised': ['-optimize'], 'progressive': ['-progressive'],
+         'restarts': ['-restart', '2B'], 'restarted rows': ['-restart', '1', '-progressive']}
+
+
+def djpeg(path):
+    return rgb(run('djpeg', '-dct', 'int', '-pnm', path))
+
+
+def coding(path):
+    said = run(interop.tavo, 'info', path, '--json')
+    return json.loads(said)[0].get('jpeg') if said else None
+
+
+def distance(a, b):
+    """The mean square difference of two pictures."""
+    if not a or not b or a[:2] != b[:2]:
+        return float('inf')
+    return sum((x - y) ** 2 for x, y in zip(a[2], b[2])) / len(b[2])
+
+
+def theirs(kind, path):
+    """What cjpeg writes."""
+    colors = SAMPLINGS if kind != 'gray' else ['1x1']
+    for sampling in colors:
+        for mode, options in MODES.items():
+            name = f'cjpeg {sampling} {mode} of {kind}'
+            file = interop.write('theirs.jpg', run('cjpeg', '-sample', sampling, *options, path))
+            check(name, seen_by_tavo(file), djpeg(file))
+            told = coding(file) or {}
+            full = ','.join((sampling.split(',') + ['1x1', '1x1'])[:3])
+            plain = sampling if ',' not in sampling else full
+            check(f'{name}, as info tells it',
+                  (told.get('subsampling'), told.get('progressive'), told.get('quality')),
+                  (plain if kind != 'gray' else None, '-progressive' in options, 75))
+    scans = interop.write('scans', b'0; 2; 1;')
+    for name, options in {'separate scans': ['-scans', scans], 'grey': ['-grayscale'],
+                          'RGB': ['-rgb'], '16-bit tables': ['-quality', '4'],
+                          'arithmetic': ['-arithmetic']}.items():
+        if kind == 'gray' and name in ('separate scans', 'RGB'):
+            continue
+        made = run('cjpeg', *options, path)
+        if made and name != 'arithmetic':
+            file = interop.write('theirs.jpg', made)
+            check(f'cjpeg, {name}, of {kind}', seen_by_tavo(file), djpeg(file))
+        elif made:
+            refused = seen_by_tavo(interop.write('theirs.jpg', made)) is None
+            check('arithmetic coding is refused', refused, True)
+
+
+def qualities(path):
+    for quality in (1, 5, 10, 25, 40, 50, 60, 75, 82, 90, 95, 99, 100):
+        for extra in ([], ['-baseline']):
+            made = run('cjpeg', '-quality', quality, *extra, path)
+            told = coding(interop.write('quality.jpg', made)) or {}
+            check(f'quality {quality} {extra}', told.get('quality'), quality)
+
+
+def ours(kind, source, path, want):
+    for sampling in ('1x1', '2x1', '2x2'):
+        for quality in (50, 75, 92):
+            name = f'{kind} at {quality}, {sampling}'
+            out = interop.folder / 'ours.jpg'
+            if run(interop.tavo, 'convert', source, out, '--quality', quality, '--subsampling',
+                   sampling) is None:
+                check(f'tavo writes {name}', None, want)
+                continue
+            shown = djpeg(out)
+            check(f'{name} by djpeg and tavo', seen_by_tavo(out), shown)
+            if has_pillow():
+                check(f'{name} by Pillow', pillow(out), run('djpeg', '-pnm', out) and
+                      b'P6\n%d %d\n255\n' % shown[:2] + shown[2])
+            rival = interop.write('rival.jpg', run('cjpeg', '-quality', quality, '-sample',
+                                                   sampling if kind != 'gray' else '1x1', path))
+            check(f'{name}: as near as cjpeg',
+                  distance(shown, want) < 1.1 * distance(djpeg(rival), want) + 0.2, True)
+            if installed('identify'):
+                said = run('identify', '-format', '%Q %[jpeg:sampling-factor]', out).decode()
+                full = f'{sampling},1x1,1x1' if kind != 'gray' else '1x1'
+                check(f'{name} by identify', said.split()[1:], [full])
+                check(f'{name}: quality by identify', abs(int(said.split()[0]) - quality) < 3, True)
+
+
+def cmyk(path):
+    """ImageMagick's inverted YCCK; both convert without profiles."""
+    file = interop.folder / 'cmyk.jpg'
+    if run(CONVERT, path, '-colorspace', 'CMYK', '-quality', '95', file) is None:
+        return
+    want = rgb(run(CONVERT, file, '-colorspace', 'sRGB', 'ppm:-'))
+    check('CMYK', distance(seen_by_tavo(file), want) < 4, True)
+
+
+def main():
+    interop.tavo = os.path.abspath(sys.argv[1])
+    with tempfile.TemporaryDirectory() as temporary:
+        interop.folder = pathlib.Path(temporary)
+        for kind, pnm in interop.pictures().items():
+            if kind == 'bits' or not installed('djpeg'):
+                continue
+            path = interop.write(f'{kind}.pnm', pnm)
+            theirs(kind, path)
+            source = interop.folder / f'{kind}.bmp'
+            if installed('ppmtobmp') and not interop.run_to(
+                    source, 'ppmtobmp', f'-bpp={interop.OWN_DEPTH[kind]}', path):
+                ours(kind, source, path, rgb(pnm))
+            if kind == 'photo':
+                qualities(path)
+                if installed(CONVERT):
+                    cmyk(path)
+    print(f'{interop.passed} passed, {interop.failed} failed')
+    return 1 if interop.failed or not interop.passed else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())
