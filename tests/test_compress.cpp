@@ -3,11 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <string>
 #include <utility>
 
 #include "base/settings.h"
@@ -605,107 +602,6 @@ TEST(Compress, SurvivesRefusedMemory) {
     return status == T_OK ? end : status;
   });
 }
-
-// ---- An independent decoder, where there is one ----
-
-#ifndef _WIN32
-
-std::string shell_path(const char* name) { return ::testing::TempDir() + "/tavo_" + name; }
-
-void write_file(const std::string& path, const Bytes& bytes) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  ASSERT_NE(file, nullptr);
-  std::fwrite(bytes.data(), 1, bytes.size(), file);
-  std::fclose(file);
-}
-Bytes read_file(const std::string& path) {
-  Bytes bytes;
-  if (std::FILE* file = std::fopen(path.c_str(), "rb")) {
-    for (int c; (c = std::fgetc(file)) != EOF;) bytes.push_back(static_cast<uint8_t>(c));
-    std::fclose(file);
-  }
-  return bytes;
-}
-bool run(const std::string& command) { return std::system(command.c_str()) == 0; }
-
-std::string pnm_header(const char* kind, int width, int height) {
-  return std::string(kind) + '\n' + std::to_string(width) + ' ' + std::to_string(height) +
-         "\n255\n";
-}
-
-double squared_error(const Bytes& a, const Bytes& b) {
-  double sum = 0;
-  for (size_t i = 0; i < a.size(); ++i) sum += (a[i] - b[i]) * (a[i] - b[i]);
-  return sum / static_cast<double>(a.size());
-}
-
-// cjpeg is given the tables of our file; returns its JPEG.
-Bytes peer_encode(const Bytes& pnm, const Bytes& tables, const std::string& options) {
-  std::string quantisers;
-  for (size_t t = 0; t < tables.size(); t += 65) {
-    int natural[64];
-    for (size_t k = 0; k < 64; ++k) natural[jpeg::kZigzag[k]] = tables[t + 1 + k];
-    for (const int q : natural) quantisers += std::to_string(q) + ' ';
-    quantisers += '\n';
-  }
-  write_file(shell_path("q.txt"), Bytes(quantisers.begin(), quantisers.end()));
-  write_file(shell_path("in.pnm"), pnm);
-  EXPECT_TRUE(run("cjpeg -dct int -baseline -quality 50 -qtables " + shell_path("q.txt") + ' ' +
-                  options + " -outfile " + shell_path("peer.jpg") + ' ' + shell_path("in.pnm")));
-  return read_file(shell_path("peer.jpg"));
-}
-// The pixels that djpeg finds.
-Bytes peer_decode(const Bytes& jpeg, size_t header_size) {
-  write_file(shell_path("in.jpg"), jpeg);
-  EXPECT_TRUE(
-      run("djpeg -dct int -pnm -outfile " + shell_path("out.pnm") + ' ' + shell_path("in.jpg")));
-  const Bytes pnm = read_file(shell_path("out.pnm"));
-  return pnm.size() < header_size ? Bytes() : Bytes(pnm.begin() + header_size, pnm.end());
-}
-
-// Within 0.2 dB and 2 % of what libjpeg-turbo makes of the same picture with the same tables.
-TEST(CompressPeer, AsGoodAndAsSmall) {
-  if (!run("command -v cjpeg djpeg > /dev/null")) GTEST_SKIP() << "no libjpeg-turbo tools";
-  const struct {
-    bool is_gray;
-    int32_t type;
-    const char* options;
-  } kinds[] = {{false, 1, "-sample 1x1,1x1,1x1"},
-               {false, 5, "-sample 2x1,1x1,1x1"},
-               {false, 3, "-sample 2x2,1x1,1x1"},
-               {true, 1, "-grayscale"}};
-  const int32_t sizes[][2] = {{1, 1}, {17, 33}, {300, 210}};
-  for (const auto& [width, height] : sizes) {
-    for (const auto& kind : kinds) {
-      Bitmap bitmap;
-      if (kind.is_gray) {
-        make_gray(bitmap, width, height);
-      } else {
-        make_picture(bitmap, width, height, 24);
-      }
-      const Bytes picture = kind.is_gray ? strip_rows(bitmap.get()) : rgb(bitmap.get());
-      const std::string header = pnm_header(kind.is_gray ? "P5" : "P6", width, height);
-      const Bytes pnm = join({Bytes(header.begin(), header.end()), picture});
-      for (const int32_t value : {1, 10, 25, 100, 255}) {
-        const Bytes ours = compress(bitmap.get(), kind.type, value);
-        const Bytes tables = segment(ours, 0xDB);
-        const std::string slots = tables.size() == 65 ? "-qslots 0,0,0 " : "-qslots 0,1,1 ";
-        const Bytes peers = peer_encode(pnm, tables, slots + kind.options);
-        const Bytes our_pixels = peer_decode(ours, header.size());
-        ASSERT_EQ(our_pixels.size(), picture.size());
-        const double our_error = squared_error(our_pixels, picture);
-        const double peer_error = squared_error(peer_decode(peers, header.size()), picture);
-        EXPECT_LE(our_error, peer_error * 1.0471 + 0.05) << kind.options << width << ' ' << value;
-        // Ours has a COM segment of 33 bytes, the peer's tables have a segment each.
-        const double our_size = static_cast<double>(ours.size()) - 33;
-        const double peer_size = static_cast<double>(peers.size()) - (kind.is_gray ? 4 : 16);
-        EXPECT_NEAR(our_size, peer_size, 0.02 * peer_size) << kind.options << width << ' ' << value;
-      }
-    }
-  }
-}
-
-#endif
 
 }  // namespace
 }  // namespace tavo::test
