@@ -34,7 +34,7 @@ Mapping fixed_mapping(int32_t depth) {
 }
 
 // Chooses the mapping and takes the palette over.
-Status set_palette(DitherPass& pass, const T_PaletteEntry* palette, uint32_t* inverse_table) {
+void set_palette(DitherPass& pass, const T_PaletteEntry* palette, const uint32_t* inverse_table) {
   const T_PaletteEntry* builtin = builtin_palette(pass.depth_out).data();
   const T_PaletteEntry* used = palette != nullptr ? palette : builtin;
   const size_t bytes = pass.count * sizeof(T_PaletteEntry);
@@ -45,19 +45,17 @@ Status set_palette(DitherPass& pass, const T_PaletteEntry* palette, uint32_t* in
     pass.mapping = fixed_mapping(pass.depth_out);
   } else {
     pass.mapping = Mapping::kOwnTable;
-    TRY(pass.own_inverse.allocate(kColorClasses));
-    pass.inverse = pass.own_inverse.data();
   }
   std::memcpy(pass.palette, used, bytes);
-  return kOk;
 }
 
-// The palette's own colours need no search; the first entry of a class wins.
-void seed_table(DitherPass& pass) {
+// The palette's own colours need no search: calls offer(class, index) for each, in order, because
+// the first entry of a class wins.
+template <class Offer>
+void seed_table(const DitherPass& pass, Offer offer) {
   for (uint32_t i = 0; i < pass.count; ++i) {
     const T_PaletteEntry& entry = pass.palette[i];
-    uint32_t& slot = pass.inverse[color_class(entry.Red, entry.Green, entry.Blue)];
-    if (slot == 0) slot = i + 1;
+    offer(color_class(entry.Red, entry.Green, entry.Blue), i);
   }
 }
 
@@ -123,23 +121,40 @@ void fill_chain(DitherPass& pass) {
 }
 
 // Every mapping looks classes up but those that a few operations make.
-Status prepare_choices(DitherPass& pass) {
+Status prepare_choices(DitherPass& pass, uint32_t* caller_table) {
   const bool is_computed =
       pass.mapping == Mapping::kBlackWhite || !is_diffusion(pass.method) || is_separable(pass);
-  if (pass.inverse == nullptr && is_computed) return kOk;
-  TRY(pass.choices.allocate(kColorClasses));
+  if (!pass.looks_up() && is_computed) return kOk;
   pass.unknown = (pass.choice_of(0) & 0xFFFFFF) ^ 1;  // entry 0 has another colour
-  std::ranges::fill(pass.choices.items(), pass.unknown);
+  if (caller_table != nullptr) {
+    seed_table(pass, [&](uint32_t c, uint32_t i) {
+      if (caller_table[c] == 0) caller_table[c] = i + 1;
+    });
+    for (uint32_t& each : std::span(caller_table, kColorClasses)) {
+      each = each != 0 ? pass.choice_of((each - 1) & 255) : pass.unknown;
+    }
+    pass.choices = caller_table;
+    pass.inverse = nullptr;
+    return kOk;
+  }
+  TRY(pass.own_choices.allocate(kColorClasses));
+  pass.choices = pass.own_choices.data();
+  std::ranges::fill(pass.own_choices.items(), pass.unknown);
+  if (pass.looks_up()) {
+    seed_table(pass, [&](uint32_t c, uint32_t i) {
+      if (pass.choices[c] == pass.unknown) pass.choices[c] = pass.choice_of(i);
+    });
+  }
   return kOk;
 }
 
-Status prepare_diffusion(DitherPass& pass) {
+Status prepare_diffusion(DitherPass& pass, uint32_t* caller_table) {
   const Diffusion& diffusion = pass.diffusion();
   pass.is_gray = is_gray_pass(pass);
   pass.channels = pass.is_gray ? 1 : 3;
   pass.error_row_length = (static_cast<size_t>(pass.width) + 2 * diffusion.reach) * pass.channels;
   TRY(pass.errors.allocate(static_cast<uint64_t>(pass.error_row_length) * diffusion.rows));
-  TRY(prepare_choices(pass));
+  TRY(prepare_choices(pass, caller_table));
   if (pass.is_gray || is_separable(pass)) {
     TRY(pass.separate.allocate(kSums * pass.channels));
     fill_separate(pass);
@@ -155,11 +170,18 @@ uint32_t index_of(DitherPass& pass, const T_PaletteEntry& color) {
   if (pass.mapping == Mapping::kBlackWhite) return gray_level(color) >= 128 ? 1 : 0;
   if (pass.mapping == Mapping::kSixteen) return sixteen_index(color.Red, color.Green, color.Blue);
   if (pass.mapping == Mapping::kCube) return cube_index(color.Red, color.Green, color.Blue);
-  return pass.find_index(color_class(color.Red, color.Green, color.Blue));
+  return pass.class_index(color_class(color.Red, color.Green, color.Blue));
 }
 
 Status prepare_map(DitherPass& pass) {
-  if (pass.inverse != nullptr) TRY(pass.class_indices.allocate(kColorClasses));
+  if (pass.looks_up()) {
+    TRY(pass.class_indices.allocate(kColorClasses));
+    seed_table(pass, [&](uint32_t c, uint32_t i) {
+      uint16_t& slot = pass.class_indices[c];
+      const bool is_known = pass.inverse != nullptr && pass.inverse[c] != 0;
+      if (slot == 0 && !is_known) slot = static_cast<uint16_t>(i + 1);
+    });
+  }
   if (pass.depth_in > 8) return kOk;
   for (uint32_t i = 0; i < 1u << pass.depth_in; ++i) {
     pass.gray_levels[i] = gray_level(pass.input_palette[i]);
@@ -179,7 +201,7 @@ Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntr
   pass.order = bitmap.Order;
   pass.depth_out = std::max(depth_out, index_depth(count));
   pass.count = count;
-  TRY(set_palette(pass, palette, inverse_table));
+  set_palette(pass, palette, inverse_table);
   pass.method = bitmap.DitherMethod;
   if (pass.method > T_DITHER_ORDERED) return kBadArgument;
 
@@ -187,11 +209,10 @@ Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntr
     std::ranges::copy(PaintPalette(bitmap).entries, pass.input_palette);
     pass.is_gray_ramp = pass.depth_in == 8 && is_ramp(pass.input_palette);
   }
-  if (pass.inverse != nullptr) {
+  if (pass.looks_up()) {
     pass.nearest.start(std::span<const T_PaletteEntry>(pass.palette).first(count));
-    seed_table(pass);
   }
-  return is_diffusion(pass.method) ? prepare_diffusion(pass) : prepare_map(pass);
+  return is_diffusion(pass.method) ? prepare_diffusion(pass, inverse_table) : prepare_map(pass);
 }
 
 }  // namespace
@@ -202,9 +223,8 @@ uint32_t DitherPass::find_index(uint32_t color_class) {
   const uint32_t blue = (color_class & 31) << 3;
   if (mapping == Mapping::kSixteen) return sixteen_index(red, green, blue);
   if (mapping == Mapping::kCube) return cube_index(red, green, blue);
-  uint32_t& slot = inverse[color_class];
-  if (slot == 0) slot = 1 + nearest.find(red, green, blue);
-  return (slot - 1) & 255;
+  if (inverse != nullptr && inverse[color_class] != 0) return (inverse[color_class] - 1) & 255;
+  return nearest.find(red, green, blue);
 }
 
 uint32_t DitherPass::learn(uint32_t color_class) {

@@ -67,14 +67,8 @@ void shift_plane(uint8_t (&plane)[kPiece], uint32_t n, const RowPattern& pattern
 void map_classes(DitherPass& pass, const Planes& planes, uint32_t n, Indices& indices) {
   alignas(16) uint16_t classes[kPiece];
   classes_of(planes, n, classes);
-  uint16_t* known = pass.class_indices.data();
   for (uint32_t i = 0; i < n; ++i) {
-    uint32_t value = known[classes[i]];
-    if (value == 0) [[unlikely]] {
-      value = pass.find_index(classes[i]) + 1;
-      known[classes[i]] = static_cast<uint16_t>(value);
-    }
-    indices[i] = static_cast<uint8_t>(value - 1);
+    indices[i] = static_cast<uint8_t>(pass.class_index(classes[i]));
   }
 }
 

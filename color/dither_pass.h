@@ -63,14 +63,15 @@ struct DitherPass {
   T_PaletteEntry input_palette[256] = {};  // of indexed rows
   bool is_gray_ramp = false;               // rows of 8 bits: index and grey level are the same
 
-  uint32_t* inverse = nullptr;  // own_inverse or the caller's; null without a table
-  Array<uint32_t> own_inverse;
+  const uint32_t* inverse = nullptr;  // the caller's table, while it is one
   NearestColor nearest;
 
   // Per colour class the index << 24 | red << 16 | green << 8 | blue of its palette entry, so
   // that one look-up yields all that diffusion needs; `unknown`, which no entry gives, while
-  // nobody has asked. Empty when no class is ever looked up.
-  Array<uint32_t> choices;
+  // nobody has asked. Null when no class is ever looked up. A caller's inverse table is made over
+  // into this one.
+  uint32_t* choices = nullptr;
+  Array<uint32_t> own_choices;
   uint32_t unknown = 0;
 
   // Without diffusion per colour class 1 + the index, 0 while nobody has asked.
@@ -107,6 +108,11 @@ struct DitherPass {
            static_cast<uint32_t>(entry.Green) << 8 | entry.Blue;
   }
 
+  // Whether colours go through a table of their classes.
+  bool looks_up() const {
+    return mapping == Mapping::kOwnTable || mapping == Mapping::kCallerTable;
+  }
+
   // Finds out the choice of a class and remembers it.
   uint32_t learn(uint32_t color_class);
   // The index of a class by the mappings that look classes up.
@@ -114,6 +120,13 @@ struct DitherPass {
   uint32_t choose(uint32_t color_class) {
     const uint32_t known = choices[color_class];
     return known != unknown ? known : learn(color_class);
+  }
+  // The same for the index alone, without diffusion.
+  uint32_t class_index(uint32_t color_class) {
+    uint16_t& known = class_indices[color_class];
+    if (known == 0) [[unlikely]]
+      known = static_cast<uint16_t>(find_index(color_class) + 1);
+    return known - 1u;
   }
 };
 

@@ -7,9 +7,9 @@
 
 namespace tavo::color {
 
-Status ClassHistogram::allocate() {
+Status ClassHistogram::allocate(int32_t depth) {
   TRY(counts_.allocate(kColorClasses));
-  TRY(odd_counts_.allocate(kColorClasses));
+  if (depth > 8) TRY(odd_counts_.allocate(kColorClasses));
   return classes_.allocate(kColorClasses);
 }
 

@@ -13,9 +13,10 @@ namespace tavo::color {
 
 class ClassHistogram {
  public:
-  Status allocate();
+  // For rows of depth 1, 4, 8, 16, 24 or 32.
+  Status allocate(int32_t depth);
 
-  // Counts the pixels of `rows` rows. Depth 1, 4, 8, 16, 24 or 32.
+  // Counts the pixels of `rows` rows.
   void add_rows(const uint8_t* rows, size_t stride, uint32_t count, uint32_t width, int32_t depth,
                 uint32_t order);
   // To be called after the last rows; indices are read through `palette`.
@@ -32,6 +33,7 @@ class ClassHistogram {
   void meet(uint32_t color_class) { classes_[class_count_++] = static_cast<uint16_t>(color_class); }
 
   // Neighbours are often alike; two tables in turn spare them the wait for each other's store.
+  // Indexed pictures need one.
   Array<uint32_t> counts_;
   Array<uint32_t> odd_counts_;
   Array<uint16_t> classes_;

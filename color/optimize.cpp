@@ -182,7 +182,7 @@ Status optimize_palette(BitmapHandle& bitmap, uint32_t wanted, OptimizedPalette&
     return kOk;
   }
   ClassHistogram histogram;
-  TRY(histogram.allocate());
+  TRY(histogram.allocate(bitmap.BitsPerPixel));
   TRY(count_classes(bitmap, colors, histogram, progress, percent_share));
   BoxSplitter splitter(histogram.classes(), histogram.counts());
   TRY(splitter.split(std::min(wanted, 256u)));

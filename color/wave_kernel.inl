@@ -78,7 +78,7 @@ struct Cube {
 
 struct Classes {
   static constexpr uint32_t kChannels = 3;
-  explicit Classes(const Wave& wave) : pass(*wave.pass), choices(pass.choices.data()) {}
+  explicit Classes(const Wave& wave) : pass(*wave.pass), choices(pass.choices) {}
   Words operator()(Words (&v)[3]) const {
     const Words top = splat(0xF8);
     alignas(32) uint16_t classes[kWaveLanes];

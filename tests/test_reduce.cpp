@@ -179,6 +179,29 @@ TEST(Reduce, AnAccessedBitmapStaysAccessed) {
   EXPECT_LE(distinct(bitmap).size(), 17u);
 }
 
+// All that is taken in the course of it, whether freed before the end or not.
+TEST(Reduce, TakesTheResultAndAMebibyteAtMost) {
+  std::mt19937 random(7);
+  for (const auto& [width, method] :
+       {std::pair{4096, T_DITHER_STEVENSON_ARCE}, {65535, T_DITHER_FLOYD_STEINBERG}}) {
+    for (const int32_t bits : {8, 16, 24}) {
+      TestBitmap picture(width, 20, bits, 1);
+      picture.fill(random);
+      picture->DitherMethod = method;
+      BitmapHandle optimized;
+      T_DefaultDithering(method);
+      uint64_t before = platform::bytes_taken();
+      ASSERT_EQ(T_OptimizeBitmap(picture.get(), &optimized, 0, 200), T_OK);
+      EXPECT_LE(platform::bytes_taken() - before, optimized.Size + (1u << 20)) << width;
+      T_FreeBitmap(&optimized);
+      before = platform::bytes_taken();
+      ASSERT_EQ(T_ColorResolution(picture.get(), 4, T_PALETTE_OPTIMIZED, nullptr, 0), T_OK);
+      EXPECT_LE(platform::bytes_taken() - before, picture->Size + (1u << 20)) << width;
+    }
+  }
+  T_DefaultDithering(T_DITHER_ORDERED);
+}
+
 TEST(Reduce, BadArguments) {
   TestBitmap bitmap(4, 4, 24, 1);
   const T_PaletteEntry palette[256] = {};
