@@ -7,41 +7,40 @@
 
 #include "color/pixel_kernels.h"
 
-#define AVX2 __attribute__((target("avx2")))
-#define AVX2_INLINE __attribute__((target("avx2"), always_inline)) static inline
+#define KERNEL __attribute__((target("avx2")))
+#define KERNEL_INLINE __attribute__((target("avx2"), always_inline)) static inline
 
 namespace tavo::color {
 
 namespace {
 
 constexpr size_t kStep = 32;
-constexpr size_t kFetchDistance = 1536;
 
 // Eight pixels a vector, a 32-bit word each: first component in the low byte.
 struct Pixels {
   __m256i v[4];
 };
 
-AVX2_INLINE __m256i load(const uint8_t* in) {
+KERNEL_INLINE __m256i load(const uint8_t* in) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
 }
-AVX2_INLINE __m256i load_halves(const uint8_t* low, const uint8_t* high) {
+KERNEL_INLINE __m256i load_halves(const uint8_t* low, const uint8_t* high) {
   return _mm256_inserti128_si256(
       _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(low))),
       _mm_loadu_si128(reinterpret_cast<const __m128i*>(high)), 1);
 }
-AVX2_INLINE __m256i load_twice(const uint8_t* in) {
+KERNEL_INLINE __m256i load_twice(const uint8_t* in) {
   return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in)));
 }
-AVX2_INLINE void store(uint8_t* out, __m256i v) {
+KERNEL_INLINE void store(uint8_t* out, __m256i v) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), v);
 }
-AVX2_INLINE __m256i twice(__m128i v) { return _mm256_broadcastsi128_si256(v); }
+KERNEL_INLINE __m256i twice(__m128i v) { return _mm256_broadcastsi128_si256(v); }
 
 template <bool kExchange>
 struct From24 {
   static constexpr size_t kBytes = 3;
-  AVX2_INLINE Pixels read(const uint8_t* in) {
+  KERNEL_INLINE Pixels read(const uint8_t* in) {
     constexpr char f = kExchange ? 2 : 0, t = kExchange ? 0 : 2;
     const __m128i spread =
         _mm_setr_epi8(f, 1, t, -1, f + 3, 4, t + 3, -1, f + 6, 7, t + 6, -1, f + 9, 10, t + 9, -1);
@@ -60,7 +59,7 @@ struct From24 {
 // Leaves the spare byte in the words: what writes them does not look at it.
 struct From32 {
   static constexpr size_t kBytes = 4;
-  AVX2_INLINE Pixels read(const uint8_t* in) {
+  KERNEL_INLINE Pixels read(const uint8_t* in) {
     return {{load(in), load(in + 32), load(in + 64), load(in + 96)}};
   }
 };
@@ -69,7 +68,7 @@ template <bool kExchange>
 struct From16 {
   static constexpr size_t kBytes = 2;
   // v << 3 | v >> 2 is v * 33 >> 2, and the high half of a product takes the shift along.
-  AVX2_INLINE void read_half(const uint8_t* in, __m256i& low, __m256i& high) {
+  KERNEL_INLINE void read_half(const uint8_t* in, __m256i& low, __m256i& high) {
     const __m256i word = _mm256_permute4x64_epi64(load(in), 0xD8);
     __m256i first = _mm256_mulhi_epu16(_mm256_slli_epi16(word, 11), _mm256_set1_epi16(33 << 3));
     const __m256i second = _mm256_mulhi_epu16(_mm256_and_si256(word, _mm256_set1_epi16(31 << 5)),
@@ -81,7 +80,7 @@ struct From16 {
     low = _mm256_unpacklo_epi16(pair, third);
     high = _mm256_unpackhi_epi16(pair, third);
   }
-  AVX2_INLINE Pixels read(const uint8_t* in) {
+  KERNEL_INLINE Pixels read(const uint8_t* in) {
     Pixels p;
     read_half(in, p.v[0], p.v[1]);
     read_half(in + 32, p.v[2], p.v[3]);
@@ -91,7 +90,7 @@ struct From16 {
 
 struct To32 {
   static constexpr size_t kBytes = 4;
-  AVX2_INLINE void write(uint8_t* out, const Pixels& p) {
+  KERNEL_INLINE void write(uint8_t* out, const Pixels& p) {
     for (int i = 0; i < 4; ++i) store(out + 32 * i, p.v[i]);
   }
 };
@@ -99,7 +98,7 @@ struct To32 {
 template <bool kExchange>
 struct To24 {
   static constexpr size_t kBytes = 3;
-  AVX2_INLINE void write(uint8_t* out, const Pixels& p) {
+  KERNEL_INLINE void write(uint8_t* out, const Pixels& p) {
     constexpr char f = kExchange ? 2 : 0, t = kExchange ? 0 : 2;
     const __m256i join = twice(_mm_setr_epi8(f, 1, t, f + 4, 5, t + 4, f + 8, 9, t + 8, f + 12, 13,
                                              t + 12, -1, -1, -1, -1));
@@ -122,7 +121,7 @@ template <bool kExchange>
 struct To16 {
   static constexpr size_t kBytes = 2;
   // (first + 32 second + 1024 third) >> 3 of the upper five bits, the sum made in two steps.
-  AVX2_INLINE __m256i words(__m256i v) {
+  KERNEL_INLINE __m256i words(__m256i v) {
     const __m256i upper = _mm256_and_si256(v, _mm256_set1_epi32(0x00F8F8F8));
     const __m256i pairs =
         _mm256_maddubs_epi16(upper, _mm256_set1_epi32(kExchange ? 0x00010120 : 0x00012001));
@@ -130,7 +129,7 @@ struct To16 {
         _mm256_madd_epi16(pairs, _mm256_set1_epi32(kExchange ? 0x00010020 : 0x04000001));
     return _mm256_srli_epi32(sums, 3);
   }
-  AVX2_INLINE void write(uint8_t* out, const Pixels& p) {
+  KERNEL_INLINE void write(uint8_t* out, const Pixels& p) {
     for (int i = 0; i < 2; ++i) {
       const __m256i packed = _mm256_packs_epi32(words(p.v[2 * i]), words(p.v[2 * i + 1]));
       store(out + 32 * i, _mm256_permute4x64_epi64(packed, 0xD8));
@@ -141,33 +140,26 @@ struct To16 {
 template <bool kRedFirst>
 struct ToGray {
   static constexpr size_t kBytes = 1;
-  AVX2_INLINE __m256i levels(__m256i a, __m256i b) {
+  KERNEL_INLINE __m256i levels(__m256i a, __m256i b) {
     const __m256i weights = _mm256_set1_epi32(kRedFirst ? 0x00010502 : 0x00020501);
     const __m256i sums =
         _mm256_hadd_epi16(_mm256_maddubs_epi16(a, weights), _mm256_maddubs_epi16(b, weights));
     return _mm256_srli_epi16(_mm256_add_epi16(sums, _mm256_set1_epi16(4)), 3);
   }
-  AVX2_INLINE void write(uint8_t* out, const Pixels& p) {
+  KERNEL_INLINE void write(uint8_t* out, const Pixels& p) {
     const __m256i packed = _mm256_packus_epi16(levels(p.v[0], p.v[1]), levels(p.v[2], p.v[3]));
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     store(out, _mm256_permutevar8x32_epi32(packed, order));
   }
 };
 
-template <class From, class To>
-struct Through {
-  static constexpr size_t kIn = From::kBytes;
-  static constexpr size_t kOut = To::kBytes;
-  AVX2_INLINE void step(const uint8_t* in, uint8_t* out) { To::write(out, From::read(in)); }
-};
-
 struct GrayTo16 {
   static constexpr size_t kIn = 1;
   static constexpr size_t kOut = 2;
-  AVX2_INLINE __m256i words(__m256i level) {
+  KERNEL_INLINE __m256i words(__m256i level) {
     return _mm256_mullo_epi16(_mm256_srli_epi16(level, 3), _mm256_set1_epi16(0x0421));
   }
-  AVX2_INLINE void step(const uint8_t* in, uint8_t* out) {
+  KERNEL_INLINE void step(const uint8_t* in, uint8_t* out) {
     const __m256i levels = _mm256_permute4x64_epi64(load(in), 0xD8);
     const __m256i zero = _mm256_setzero_si256();
     store(out, words(_mm256_unpacklo_epi8(levels, zero)));
@@ -178,7 +170,7 @@ struct GrayTo16 {
 struct GrayTo24 {
   static constexpr size_t kIn = 1;
   static constexpr size_t kOut = 3;
-  AVX2_INLINE void step(const uint8_t* in, uint8_t* out) {
+  KERNEL_INLINE void step(const uint8_t* in, uint8_t* out) {
     const __m128i a = _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
     const __m128i b = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
     const __m128i c = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
@@ -194,7 +186,7 @@ struct GrayTo24 {
 struct GrayTo32 {
   static constexpr size_t kIn = 1;
   static constexpr size_t kOut = 4;
-  AVX2_INLINE void step(const uint8_t* in, uint8_t* out) {
+  KERNEL_INLINE void step(const uint8_t* in, uint8_t* out) {
     const __m256i low = load_twice(in);
     const __m256i high = load_twice(in + 16);
     const __m256i first = _mm256_setr_epi8(0, 0, 0, -1, 1, 1, 1, -1, 2, 2, 2, -1, 3, 3, 3, -1, 4, 4,
@@ -210,90 +202,19 @@ struct GrayTo32 {
 struct Exchange32 {
   static constexpr size_t kIn = 4;
   static constexpr size_t kOut = 4;
-  AVX2_INLINE void step(const uint8_t* in, uint8_t* out) {
+  KERNEL_INLINE void step(const uint8_t* in, uint8_t* out) {
     const __m256i order =
         twice(_mm_setr_epi8(2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15));
     for (size_t i = 0; i < 128; i += 32) store(out + i, _mm256_shuffle_epi8(load(in + i), order));
   }
 };
 
-template <class Step>
-AVX2 void convert_rest(const uint8_t* in, uint8_t* out, size_t width) {
-  alignas(32) uint8_t from[kStep * Step::kIn] = {};
-  alignas(32) uint8_t to[kStep * Step::kOut];
-  std::memcpy(from, in, width * Step::kIn);
-  Step::step(from, to);
-  std::memcpy(out, to, width * Step::kOut);
-}
-
-// Backwards, the processor does not fetch ahead well by itself, above all across pages. What lies
-// before a row may be named too: fetching it ahead has no effect that shows.
-template <size_t kBytes>
-AVX2_INLINE void fetch_before(const uint8_t* out) {
-  const uintptr_t target = reinterpret_cast<uintptr_t>(out) - kFetchDistance;
-  for (size_t at = 0; at < kBytes; at += 64) {
-    _mm_prefetch(reinterpret_cast<const char*>(target + at), _MM_HINT_T0);
-  }
-}
-
-template <class Step>
-AVX2 void convert(const uint8_t* in, uint8_t* out, size_t width) {
-  constexpr size_t kIn = kStep * Step::kIn;
-  constexpr size_t kOut = kStep * Step::kOut;
-  const size_t whole = width / kStep;
-  const size_t rest = width % kStep;
-  if constexpr (kOut > kIn) {
-    if (rest != 0) convert_rest<Step>(in + whole * kIn, out + whole * kOut, rest);
-    for (size_t i = whole; i-- > 0;) {
-      fetch_before<kOut>(out + i * kOut);
-      Step::step(in + i * kIn, out + i * kOut);
-    }
-  } else {
-    for (size_t i = 0; i < whole; ++i) Step::step(in + i * kIn, out + i * kOut);
-    if (rest != 0) convert_rest<Step>(in + whole * kIn, out + whole * kOut, rest);
-  }
-}
-
-template <class From, class To>
-constexpr PixelKernel through = convert<Through<From, To>>;
+#include "color/pixel_kernel_loops.inl"
 
 }  // namespace
 
 PixelKernel avx2_kernel(int32_t bits_in, int32_t bits_out, bool exchange) {
-  switch (kernel_pair(bits_in, bits_out)) {
-    case kernel_pair(0, 16):
-      return convert<GrayTo16>;
-    case kernel_pair(0, 24):
-      return convert<GrayTo24>;
-    case kernel_pair(0, 32):
-      return convert<GrayTo32>;
-    case kernel_pair(16, 0):
-      return exchange ? through<From16<false>, ToGray<true>>
-                      : through<From16<false>, ToGray<false>>;
-    case kernel_pair(16, 24):
-      return exchange ? through<From16<true>, To24<false>> : through<From16<false>, To24<false>>;
-    case kernel_pair(16, 32):
-      return exchange ? through<From16<true>, To32> : through<From16<false>, To32>;
-    case kernel_pair(24, 0):
-      return exchange ? through<From24<false>, ToGray<true>>
-                      : through<From24<false>, ToGray<false>>;
-    case kernel_pair(24, 16):
-      return exchange ? through<From24<false>, To16<true>> : through<From24<false>, To16<false>>;
-    case kernel_pair(24, 24):
-      return exchange ? through<From24<true>, To24<false>> : nullptr;
-    case kernel_pair(24, 32):
-      return exchange ? through<From24<true>, To32> : through<From24<false>, To32>;
-    case kernel_pair(32, 0):
-      return exchange ? through<From32, ToGray<true>> : through<From32, ToGray<false>>;
-    case kernel_pair(32, 16):
-      return exchange ? through<From32, To16<true>> : through<From32, To16<false>>;
-    case kernel_pair(32, 24):
-      return exchange ? through<From32, To24<true>> : through<From32, To24<false>>;
-    case kernel_pair(32, 32):
-      return exchange ? convert<Exchange32> : nullptr;
-    default:
-      return nullptr;
-  }
+  return choose(bits_in, bits_out, exchange);
 }
 
 }  // namespace tavo::color

@@ -7,8 +7,8 @@
 
 #include "color/pixel_kernels.h"
 
-#define SSSE3 __attribute__((target("ssse3")))
-#define SSSE3_INLINE __attribute__((target("ssse3"), always_inline)) static inline
+#define KERNEL __attribute__((target("ssse3")))
+#define KERNEL_INLINE __attribute__((target("ssse3"), always_inline)) static inline
 
 namespace tavo::color {
 
@@ -21,17 +21,17 @@ struct Pixels {
   __m128i v[4];
 };
 
-SSSE3_INLINE __m128i load(const uint8_t* in) {
+KERNEL_INLINE __m128i load(const uint8_t* in) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
 }
-SSSE3_INLINE void store(uint8_t* out, __m128i v) {
+KERNEL_INLINE void store(uint8_t* out, __m128i v) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out), v);
 }
 
 template <bool kExchange>
 struct From24 {
   static constexpr size_t kBytes = 3;
-  SSSE3_INLINE Pixels read(const uint8_t* in) {
+  KERNEL_INLINE Pixels read(const uint8_t* in) {
     constexpr char f = kExchange ? 2 : 0, t = kExchange ? 0 : 2;
     const __m128i spread =
         _mm_setr_epi8(f, 1, t, -1, f + 3, 4, t + 3, -1, f + 6, 7, t + 6, -1, f + 9, 10, t + 9, -1);
@@ -45,7 +45,7 @@ struct From24 {
 // Leaves the spare byte in the words: what writes them does not look at it.
 struct From32 {
   static constexpr size_t kBytes = 4;
-  SSSE3_INLINE Pixels read(const uint8_t* in) {
+  KERNEL_INLINE Pixels read(const uint8_t* in) {
     return {{load(in), load(in + 16), load(in + 32), load(in + 48)}};
   }
 };
@@ -54,7 +54,7 @@ template <bool kExchange>
 struct From16 {
   static constexpr size_t kBytes = 2;
   // v << 3 | v >> 2 is v * 33 >> 2, and the high half of a product takes the shift along.
-  SSSE3_INLINE void read_half(const uint8_t* in, __m128i& low, __m128i& high) {
+  KERNEL_INLINE void read_half(const uint8_t* in, __m128i& low, __m128i& high) {
     const __m128i word = load(in);
     __m128i first = _mm_mulhi_epu16(_mm_slli_epi16(word, 11), _mm_set1_epi16(33 << 3));
     const __m128i second =
@@ -66,7 +66,7 @@ struct From16 {
     low = _mm_unpacklo_epi16(pair, third);
     high = _mm_unpackhi_epi16(pair, third);
   }
-  SSSE3_INLINE Pixels read(const uint8_t* in) {
+  KERNEL_INLINE Pixels read(const uint8_t* in) {
     Pixels p;
     read_half(in, p.v[0], p.v[1]);
     read_half(in + 16, p.v[2], p.v[3]);
@@ -76,7 +76,7 @@ struct From16 {
 
 struct To32 {
   static constexpr size_t kBytes = 4;
-  SSSE3_INLINE void write(uint8_t* out, const Pixels& p) {
+  KERNEL_INLINE void write(uint8_t* out, const Pixels& p) {
     for (int i = 0; i < 4; ++i) store(out + 16 * i, p.v[i]);
   }
 };
@@ -84,7 +84,7 @@ struct To32 {
 template <bool kExchange>
 struct To24 {
   static constexpr size_t kBytes = 3;
-  SSSE3_INLINE void write(uint8_t* out, const Pixels& p) {
+  KERNEL_INLINE void write(uint8_t* out, const Pixels& p) {
     constexpr char f = kExchange ? 2 : 0, t = kExchange ? 0 : 2;
     const __m128i join = _mm_setr_epi8(f, 1, t, f + 4, 5, t + 4, f + 8, 9, t + 8, f + 12, 13,
                                        t + 12, -1, -1, -1, -1);
@@ -100,14 +100,14 @@ template <bool kExchange>
 struct To16 {
   static constexpr size_t kBytes = 2;
   // (first + 32 second + 1024 third) >> 3 of the upper five bits, the sum made in two steps.
-  SSSE3_INLINE __m128i words(__m128i v) {
+  KERNEL_INLINE __m128i words(__m128i v) {
     const __m128i upper = _mm_and_si128(v, _mm_set1_epi32(0x00F8F8F8));
     const __m128i pairs =
         _mm_maddubs_epi16(upper, _mm_set1_epi32(kExchange ? 0x00010120 : 0x00012001));
     const __m128i sums = _mm_madd_epi16(pairs, _mm_set1_epi32(kExchange ? 0x00010020 : 0x04000001));
     return _mm_srli_epi32(sums, 3);
   }
-  SSSE3_INLINE void write(uint8_t* out, const Pixels& p) {
+  KERNEL_INLINE void write(uint8_t* out, const Pixels& p) {
     store(out, _mm_packs_epi32(words(p.v[0]), words(p.v[1])));
     store(out + 16, _mm_packs_epi32(words(p.v[2]), words(p.v[3])));
   }
@@ -116,31 +116,24 @@ struct To16 {
 template <bool kRedFirst>
 struct ToGray {
   static constexpr size_t kBytes = 1;
-  SSSE3_INLINE __m128i levels(__m128i a, __m128i b) {
+  KERNEL_INLINE __m128i levels(__m128i a, __m128i b) {
     const __m128i weights = _mm_set1_epi32(kRedFirst ? 0x00010502 : 0x00020501);
     const __m128i sums =
         _mm_hadd_epi16(_mm_maddubs_epi16(a, weights), _mm_maddubs_epi16(b, weights));
     return _mm_srli_epi16(_mm_add_epi16(sums, _mm_set1_epi16(4)), 3);
   }
-  SSSE3_INLINE void write(uint8_t* out, const Pixels& p) {
+  KERNEL_INLINE void write(uint8_t* out, const Pixels& p) {
     store(out, _mm_packus_epi16(levels(p.v[0], p.v[1]), levels(p.v[2], p.v[3])));
   }
-};
-
-template <class From, class To>
-struct Through {
-  static constexpr size_t kIn = From::kBytes;
-  static constexpr size_t kOut = To::kBytes;
-  SSSE3_INLINE void step(const uint8_t* in, uint8_t* out) { To::write(out, From::read(in)); }
 };
 
 struct GrayTo16 {
   static constexpr size_t kIn = 1;
   static constexpr size_t kOut = 2;
-  SSSE3_INLINE __m128i words(__m128i level) {
+  KERNEL_INLINE __m128i words(__m128i level) {
     return _mm_mullo_epi16(_mm_srli_epi16(level, 3), _mm_set1_epi16(0x0421));
   }
-  SSSE3_INLINE void step(const uint8_t* in, uint8_t* out) {
+  KERNEL_INLINE void step(const uint8_t* in, uint8_t* out) {
     const __m128i levels = load(in);
     store(out, words(_mm_unpacklo_epi8(levels, _mm_setzero_si128())));
     store(out + 16, words(_mm_unpackhi_epi8(levels, _mm_setzero_si128())));
@@ -150,7 +143,7 @@ struct GrayTo16 {
 struct GrayTo24 {
   static constexpr size_t kIn = 1;
   static constexpr size_t kOut = 3;
-  SSSE3_INLINE void step(const uint8_t* in, uint8_t* out) {
+  KERNEL_INLINE void step(const uint8_t* in, uint8_t* out) {
     const __m128i a = _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
     const __m128i b = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
     const __m128i c = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
@@ -164,7 +157,7 @@ struct GrayTo24 {
 struct GrayTo32 {
   static constexpr size_t kIn = 1;
   static constexpr size_t kOut = 4;
-  SSSE3_INLINE void step(const uint8_t* in, uint8_t* out) {
+  KERNEL_INLINE void step(const uint8_t* in, uint8_t* out) {
     const __m128i levels = load(in);
     const __m128i order = _mm_setr_epi8(0, 0, 0, -1, 1, 1, 1, -1, 2, 2, 2, -1, 3, 3, 3, -1);
     for (int i = 0; i < 4; ++i) {
@@ -177,76 +170,18 @@ struct GrayTo32 {
 struct Exchange32 {
   static constexpr size_t kIn = 4;
   static constexpr size_t kOut = 4;
-  SSSE3_INLINE void step(const uint8_t* in, uint8_t* out) {
+  KERNEL_INLINE void step(const uint8_t* in, uint8_t* out) {
     const __m128i order = _mm_setr_epi8(2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15);
     for (size_t i = 0; i < 64; i += 16) store(out + i, _mm_shuffle_epi8(load(in + i), order));
   }
 };
 
-template <class Step>
-SSSE3 void convert_rest(const uint8_t* in, uint8_t* out, size_t width) {
-  alignas(16) uint8_t from[kStep * Step::kIn] = {};
-  alignas(16) uint8_t to[kStep * Step::kOut];
-  std::memcpy(from, in, width * Step::kIn);
-  Step::step(from, to);
-  std::memcpy(out, to, width * Step::kOut);
-}
-
-template <class Step>
-SSSE3 void convert(const uint8_t* in, uint8_t* out, size_t width) {
-  constexpr size_t kIn = kStep * Step::kIn;
-  constexpr size_t kOut = kStep * Step::kOut;
-  const size_t whole = width / kStep;
-  const size_t rest = width % kStep;
-  if constexpr (kOut > kIn) {
-    if (rest != 0) convert_rest<Step>(in + whole * kIn, out + whole * kOut, rest);
-    for (size_t i = whole; i-- > 0;) Step::step(in + i * kIn, out + i * kOut);
-  } else {
-    for (size_t i = 0; i < whole; ++i) Step::step(in + i * kIn, out + i * kOut);
-    if (rest != 0) convert_rest<Step>(in + whole * kIn, out + whole * kOut, rest);
-  }
-}
-
-template <class From, class To>
-constexpr PixelKernel through = convert<Through<From, To>>;
+#include "color/pixel_kernel_loops.inl"
 
 }  // namespace
 
 PixelKernel ssse3_kernel(int32_t bits_in, int32_t bits_out, bool exchange) {
-  switch (kernel_pair(bits_in, bits_out)) {
-    case kernel_pair(0, 16):
-      return convert<GrayTo16>;
-    case kernel_pair(0, 24):
-      return convert<GrayTo24>;
-    case kernel_pair(0, 32):
-      return convert<GrayTo32>;
-    case kernel_pair(16, 0):
-      return exchange ? through<From16<false>, ToGray<true>>
-                      : through<From16<false>, ToGray<false>>;
-    case kernel_pair(16, 24):
-      return exchange ? through<From16<true>, To24<false>> : through<From16<false>, To24<false>>;
-    case kernel_pair(16, 32):
-      return exchange ? through<From16<true>, To32> : through<From16<false>, To32>;
-    case kernel_pair(24, 0):
-      return exchange ? through<From24<false>, ToGray<true>>
-                      : through<From24<false>, ToGray<false>>;
-    case kernel_pair(24, 16):
-      return exchange ? through<From24<false>, To16<true>> : through<From24<false>, To16<false>>;
-    case kernel_pair(24, 24):
-      return exchange ? through<From24<true>, To24<false>> : nullptr;
-    case kernel_pair(24, 32):
-      return exchange ? through<From24<true>, To32> : through<From24<false>, To32>;
-    case kernel_pair(32, 0):
-      return exchange ? through<From32, ToGray<true>> : through<From32, ToGray<false>>;
-    case kernel_pair(32, 16):
-      return exchange ? through<From32, To16<true>> : through<From32, To16<false>>;
-    case kernel_pair(32, 24):
-      return exchange ? through<From32, To24<true>> : through<From32, To24<false>>;
-    case kernel_pair(32, 32):
-      return exchange ? convert<Exchange32> : nullptr;
-    default:
-      return nullptr;
-  }
+  return choose(bits_in, bits_out, exchange);
 }
 
 }  // namespace tavo::color
