@@ -58,6 +58,6 @@ int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp) {
 }
 
 int32_t T_CALL T_GetJPEGInfo(const char* name, T_JPEGINFO* info) {
-  if (info == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(info)) return exports::refused_load(name);
   return jpeg::read_info(name, *info).code();
 }

@@ -709,9 +709,10 @@ T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, in
                                       int32_t quality, uint32_t flag);
 
 /* T_CompressBitmap with a stamp, a small picture of the picture, in the same file.
- * stampWidth, stampHeight   4 to 255 and 1 to 255 pixels. The stamp has the pixels that T_SizeBitmap
- *              would leave or, across or down, where these are too few to fill it, those in the
- *              middle of the parts of the picture that they stand for
+ * stampWidth   4 to 255 pixels
+ * stampHeight  1 to 255 pixels. The stamp has the pixels that T_SizeBitmap would leave or, across
+ *              or down, where these are too few to fill it, those in the middle of the parts of the
+ *              picture that they stand for
  * stampBits    8: a palette of 256 colours, that of an 8-bit bitmap, otherwise an optimised one, or
  *              with dither 1 the built-in one, to which a bitmap above 8 bits is dithered by its
  *              DitherMethod; 24: colours
@@ -972,13 +973,13 @@ T_API int32_t T_CALL T_StartDecompressData(T_RowSink sink, int32_t bitsPerPixel,
 T_API int32_t T_CALL T_DecompressData(const void* bytes, uint32_t size);
 T_API int32_t T_CALL T_EndDecompressData(void);
 
-/* Reads the stamp, a small picture, of a CMP file or of a JPEG file: of its first JFXX segment (JFIF
- * 1.02: palette, colours, or a JPEG stream of up to 1024 x 1024 pixels), otherwise what its JFIF
- * segment holds. Initialises and allocates `stamp`, 8 bits with a palette or 24 bits, blue first
- * (streams with this library's comment have blue first, too, others red), top row first. T_OK,
- * T_ERR_NO_STAMP (also for other formats), T_ERR_READ (cut short), T_ERR_BAD_DATA (an empty stamp,
- * another depth, damage, or a file of no known format), T_ERR_SUBTYPE (a coded stamp's coding),
- * T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
+/* Reads the stamp, a small picture, of a CMP file or of a JPEG file: of its first JFXX segment
+ * (JFIF 1.02: palette, colours, or a JPEG stream of up to 1024 x 1024 pixels), otherwise what its
+ * JFIF segment holds. Initialises and allocates `stamp`, 8 bits with a palette or 24 bits, blue
+ * first (streams with this library's comment have blue first, too, others red), top row first.
+ * T_OK, T_ERR_NO_STAMP (also for other formats), T_ERR_READ (cut short), T_ERR_BAD_DATA (an empty
+ * stamp, another depth, damage, or a file of no known format), T_ERR_SUBTYPE (a coded stamp's
+ * coding), T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
 T_API int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp);
 
 #define T_FACTOR_NONE (-2147483647 - 1)
@@ -1069,8 +1070,9 @@ T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
  *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page;
  *             T_ERR_OPEN: it is there, but cannot be read.
  * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
- * writes: T_ERR_BAD_DATA. What is lost of JPEG data is grey, and the status comes last. Damaged Group 3 rows keep what could be read of them. Group 4 pictures
- * that end before the last row are white from there on.
+ * writes: T_ERR_BAD_DATA. What is lost of JPEG data is grey, and the status comes last. Damaged
+ * Group 3 rows keep what could be read of them. Group 4 pictures that end before the last row are
+ * white from there on.
  * Facts: TIFF Revision 6.0, its Technical Notes, ITU-T T.4 and T.6, RFC 1950 and 1951. */
 T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
