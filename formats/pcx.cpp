@@ -101,6 +101,18 @@ class PageData {
   uint32_t left_;
 };
 
+// Files of a few bytes may claim many rows: what is not there takes no decoding.
+Status deliver_zeros(uint32_t left, RowDelivery& rows) {
+  while (left > 0) {
+    uint32_t count = 0;
+    const std::span<uint8_t> zeros = rows.next_rows(left, count);
+    std::memset(zeros.data(), 0, zeros.size());
+    TRY(rows.commit(count));
+    left -= count;
+  }
+  return rows.finish();
+}
+
 // Lines that bitmaps hold as files do: decoded where they are delivered.
 Status read_plain_lines(RunDecoder& decoder, const Header& header, RowDelivery& rows) {
   auto left = static_cast<uint32_t>(header.height);
@@ -127,6 +139,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   const std::span<uint8_t> spare = line.bytes().subspan(coded.size());
   const auto width = static_cast<uint32_t>(header.width);
   for (int32_t y = 0; y < header.height; ++y) {
+    if (decoder.is_at_end()) return deliver_zeros(static_cast<uint32_t>(header.height - y), rows);
     TRY(decoder.decode_line(coded));
     const std::span<uint8_t> row = rows.next_row();
     if (header.planes == 1) {

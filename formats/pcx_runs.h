@@ -22,6 +22,9 @@ class RunDecoder {
   // failed read is an error.
   Status decode_line(std::span<uint8_t> line);
 
+  // Whether all lines from here on are zero.
+  bool is_at_end() const { return left_ == 0 && bytes_.at_end() && bytes_.window().empty(); }
+
  private:
   uint8_t* decode_fast(uint8_t* out, uint8_t* end);
   uint8_t* put_run(uint8_t* out, uint8_t* end);

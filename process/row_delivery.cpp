@@ -224,6 +224,12 @@ Status RowDelivery::finish_row(uint8_t* row, uint32_t repeats) {
 
 // Rows without stages lie in the batch, one behind the other; with stages they come one by one.
 Status RowDelivery::commit(uint32_t count) {
+  if (!has_stages() && !swaps_) {
+    committed_ += count;
+    gathered_ += count;
+    if (gathered_ == batch_rows_) TRY(flush());
+    return progress_.at(committed_, static_cast<uint32_t>(picture_.height));
+  }
   for (uint32_t i = 0; i < count; ++i) {
     uint8_t* const row = lent_row();
     ++committed_;

@@ -285,6 +285,22 @@ TEST(Pcx, WhatIsMissingAtTheEndIsZero) {
   Bitmap color;
   ASSERT_EQ(load(pcx_file(pcx), color), T_OK);
   EXPECT_EQ(part(rgb(color.get()), 0, 9), (Bytes{1, 5, 0, 2, 6, 0, 3, 0, 0}));
+
+  // Two bytes for the most rows there can be.
+  pcx = {.width = 16, .height = 65530, .plane_bits = 1, .planes = 3, .line_bytes = 2};
+  pcx.palette = {1, 2, 3, 4, 5, 6};
+  pcx.data = {0xC2, 0xFF};
+  Bytes want;
+  for (int i = 0; i < 65530 * 16; ++i) {
+    const auto first = static_cast<uint8_t>(i < 16 ? 4 : 1);
+    want.insert(want.end(),
+                {first, static_cast<uint8_t>(first + 1), static_cast<uint8_t>(first + 2)});
+  }
+  for (const int32_t bits : {0, 8, 24}) {
+    Bitmap high;
+    ASSERT_EQ(load(pcx_file(pcx), high, bits, T_ORDER_BGR), T_OK);
+    EXPECT_TRUE(rgb(high.get()) == want) << bits;
+  }
 }
 
 int32_t direct(const Bytes& file, int32_t bits = 24) {
