@@ -1,7 +1,7 @@
 // TGA, Sun raster and PCX beside FFmpeg, SDL_image and Pillow: a photograph-like picture of 4096 x
 // 3072 pixels in 24 bits and the same in 256 noisy colours, text of 2048 x 2048 in 8 bits. Memory
 // to memory; run-length files are FFmpeg's. The library loads whole pictures with identification,
-// allocation and rows into the bitmap, and saves in direct mode.
+// allocation and rows into the bitmap, and saves in direct mode. --fresh: see choose_memory.
 #include "raster_peers.h"
 
 namespace {
