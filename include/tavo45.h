@@ -825,16 +825,20 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
 /* ---- Formats ------------------------------------------------------------------------------ */
 
 /* Each format has a trio.
- * T_Load…File    reads the file and hands its rows to `sink` in file order, at the file's own
- *                depth. An unallocated bitmap is initialised to the file's geometry. Into an
- *                allocated one of another size the rows are resampled, and they are converted to
- *                its depth and order. bitsPerPixel of 8 or less and below the file's depth dithers
- *                to the built-in palette of that depth (grey files: to an even ramp). T_OK, the
- * sink's answer, T_ERR_NOTICE, T_ERR_ARGUMENT (bitsPerPixel not 1, 4, 8, 16, 24 or 32), T_ERR_NAME,
- * T_ERR_OPEN, T_ERR_BAD_DATA, T_ERR_READ, T_ERR_SEEK, T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY.
- * Keeps no pointer after it returns. T_Load…Bitmap  initialises and allocates the bitmap and loads
- * the whole picture into it; on failure the bitmap is freed. T_Save…Bitmap  T_SaveBitmap with this
- * format and quality 0. */
+ *
+ * T_Load...File    reads the file and hands its rows to `sink` in file order, at the file's own
+ *                  depth. An unallocated bitmap is initialised to the file's geometry. Into an
+ *                  allocated one of another size the rows are resampled, and they are converted
+ *                  to its depth and order. bitsPerPixel of 8 or less and below the file's depth
+ *                  dithers to the built-in palette of that depth (grey files: to an even ramp).
+ *                  T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_NAME, T_ERR_OPEN, T_ERR_ARGUMENT
+ *                  (bitsPerPixel not 1, 4, 8, 16, 24 or 32), T_ERR_BAD_DATA, T_ERR_READ,
+ *                  T_ERR_SEEK, T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY. Keeps no pointer
+ *                  after it returns.
+ * T_Load...Bitmap  initialises and allocates the bitmap and loads the whole picture into it; on
+ *                  failure the bitmap is freed.
+ * T_Save...Bitmap  T_SaveBitmap with this format and quality 0.
+ */
 
 /* BMP, Windows and OS/2 headers, 1 to 32 bits, run-length coded, bit fields, both row orders.
  * XResolution and YResolution get the file's pixels per metre as they stand. */
@@ -982,6 +986,7 @@ T_API int32_t T_CALL T_EndDecompressData(void);
  * coding), T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
 T_API int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp);
 
+/* T_JPEGINFO.Factor: no factor codes in this way. */
 #define T_FACTOR_NONE (-2147483647 - 1)
 
 /* How a JPEG or CMP file is coded; T_GetJPEGInfo fills it. */
