@@ -28,6 +28,8 @@ class Layers(unittest.TestCase):
                 ("core/x.cpp", '#include "io/c.h"'),            # sideways
                 ("codec/x.h", '  #  include "io/c.h"'),         # codecs know no files
                 ("core/x.cpp", '#include "../base/a.h"'),       # around the rule
+                ("core/x.inl", '#include "formats/e.h"'),       # whatever the file is called
+                ("core/x.any", '#include "formats/e.h"'),
                 ("core/x.cpp", '#include "base/none.h"'),
                 ("core/x.cpp", "#include <windows.h>"),
                 ("core/x.cpp", "#include <vector.h>"),
