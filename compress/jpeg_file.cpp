@@ -197,6 +197,7 @@ Status probe_stream(const io::ProbeInput& input, int32_t format, FILEINFO& info)
   PictureDecoder decoder;
   // A picture whose size is known is one, whatever keeps it from being decoded.
   const Status status = read_header(decoder, input.file, source, container);
+  if (status == kNoMemory) return status;
   const Frame& frame = decoder.decoder().frame();
   if (!status.ok() && (frame.count == 0 || frame.height == 0)) return status;
   process::describe(decoder.picture(0, T_ORDER_BGR), format, "JPEG", info);
@@ -222,7 +223,7 @@ Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_
   TRY(open_container(file, name, container));
   read_trailer(file, container);
   uint32_t file_bytes = 0;
-  if (!file.size(file_bytes).ok()) file_bytes = UINT32_MAX;
+  TRY(file.size(file_bytes));
   ByteSource source(file);
   TRY(source.start());
   PictureDecoder decoder;

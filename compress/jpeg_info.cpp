@@ -51,12 +51,14 @@ Status read_info(const char* name, T_JPEGINFO& info) {
   describe_frame(picture.decoder(), info);
   describe_quality(picture.decoder(), container, info);
   StampPlace stamp;
-  if (find_stamp(file, container, stamp).ok()) {
+  const Status found = find_stamp(file, container, stamp);
+  if (found == kNoMemory) return found;
+  if (found.ok()) {
     info.StampWidth = static_cast<int32_t>(stamp.width);
     info.StampHeight = static_cast<int32_t>(stamp.height);
     info.StampBits = static_cast<int32_t>(stamp.bits);
   }
-  return kOk;
+  return file.failure();
 }
 
 }  // namespace tavo::jpeg

@@ -26,14 +26,12 @@ using process::RowDelivery;
 Status read_headers(io::InputFile& file, Header& header) {
   std::array<uint8_t, kLargestHeader> bytes;
   size_t got = 0;
-  if (!file.read_up_to({bytes.data(), kFileHeaderSize + kCoreHeaderSize}, got).ok()) {
-    return kBadData;
-  }
+  TRY(file.read_up_to({bytes.data(), kFileHeaderSize + kCoreHeaderSize}, got));
   if (got < kFileHeaderSize + kCoreHeaderSize) return kBadData;
   if (load_le32(bytes.data() + kFileHeaderSize) != kCoreHeaderSize) {
     // The longer header is read anew, whole.
     TRY(file.seek(0));
-    if (!file.read_up_to(bytes, got).ok()) return kBadData;
+    TRY(file.read_up_to(bytes, got));
   }
   return parse_header({bytes.data(), got}, header);
 }

@@ -114,7 +114,8 @@ Status parse_header(ByteSource& bytes, Header& header) {
   process::SourcePicture& picture = header.picture;
   std::array<uint8_t, kScreenSize> screen;
   size_t got = 0;
-  if (!bytes.read_some(screen, got).ok() || got < kScreenSize) return kBadData;
+  TRY(bytes.read_some(screen, got));
+  if (got < kScreenSize) return kBadData;
   if (std::memcmp(screen.data(), "GIF", 3) != 0) return kBadData;
   const uint8_t packed = screen[10];
   if ((packed & kHasTable) != 0) TRY(read_table(bytes, packed, picture));

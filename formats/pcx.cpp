@@ -67,7 +67,9 @@ process::SourcePicture describe(const Header& header) {
 Status read_header(io::InputFile& file, const dcx::Page& page, Header& header) {
   std::array<uint8_t, kHeaderSize> bytes;
   TRY(file.seek(page.start));
-  if (!file.read(bytes).ok()) return kBadData;
+  size_t got = 0;
+  TRY(file.read_up_to(bytes, got));
+  if (got < bytes.size()) return kBadData;
   return parse_header(bytes, header);
 }
 

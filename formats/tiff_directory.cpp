@@ -117,7 +117,8 @@ Status Directory::read_header(uint64_t& first) {
   std::array<uint8_t, 16> head = {};
   size_t got = 0;
   TRY(file_->seek(0));
-  if (!file_->read_up_to(head, got).ok() || got < 8) return kBadData;
+  TRY(file_->read_up_to(head, got));
+  if (got < 8) return kBadData;
   const bool is_little = head[0] == 'I' && head[1] == 'I';
   order_.is_big_endian = head[0] == 'M' && head[1] == 'M';
   if (!is_little && !order_.is_big_endian) return kBadData;

@@ -346,8 +346,9 @@ T_API int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite 
 
 /* Decides by content which format the file `name` is in and describes its picture (of a
  * multi-page file: the page that T_SetPageNumber selects).
- * T_OK, T_ERR_NAME, T_ERR_OPEN, T_ERR_READ (the header cannot be read), T_ERR_BAD_DATA (no format
- * accepts the file), T_ERR_ARGUMENT (info is null), T_ERR_NOTICE. */
+ * T_OK, T_ERR_NAME, T_ERR_OPEN, T_ERR_READ and T_ERR_SEEK (a file operation failed),
+ * T_ERR_NO_MEMORY, T_ERR_BAD_DATA (no format accepts the file, or it is empty), T_ERR_ARGUMENT
+ * (info is null), T_ERR_NOTICE. */
 T_API int32_t T_CALL T_FileInfo(const char* name, FILEINFO* info);
 /* The same for `size` bytes at `address`. */
 T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t size);

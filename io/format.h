@@ -34,8 +34,10 @@ struct ProbeInput {
   Identify identify = nullptr;  // for previews inside
 };
 
-// kOk when the file is the probe's format; `info` is filled then. Everything else means "not
-// mine". `info` comes zeroed but for FileSize, PageCount, Page (1) and ViewPerspective (2).
+// kOk when the file is the probe's format; `info` is filled then. kNoMemory and a failure of
+// input.file end the identification with that status (a probe that has a part of the file
+// identified passes failures on with input.file.fail()); everything else means "not mine". `info`
+// comes zeroed but for FileSize, PageCount, Page (1) and ViewPerspective (2).
 using Probe = Status (*)(const ProbeInput& input, FILEINFO& info);
 
 // A streaming reader: decodes the file `name` and hands its rows to `sink`, as the trio of

@@ -15,6 +15,7 @@ constexpr size_t kLargestRead = size_t{1} << 30;
 Status InputFile::open(const char* name) {
   if (name == nullptr) return kNoName;
   close();
+  failure_ = kOk;
   handle_ = settings.files.Open(name, kOpenForReading, kDenyWrite);
   return handle_ < 0 ? kOpenError : kOk;
 }
@@ -24,12 +25,20 @@ void InputFile::close() {
   handle_ = -1;
 }
 
+Status InputFile::fail(Status status) {
+  if (failure_.ok()) failure_ = status;
+  return failure_;
+}
+
 Status InputFile::read_some(std::span<uint8_t> into, size_t& got) {
+  got = 0;
+  TRY(failure_);
   const auto wanted = static_cast<uint32_t>(std::min(into.size(), kLargestRead));
   const uint32_t count = settings.files.Read(handle_, into.data(), wanted);
   // An operation that claims more than it was asked for is as bad as one that fails.
-  got = count <= wanted ? count : 0;
-  return count <= wanted ? kOk : kReadError;
+  if (count > wanted) return fail(kReadError);
+  got = count;
+  return kOk;
 }
 
 Status InputFile::read_up_to(std::span<uint8_t> into, size_t& got) {
@@ -52,13 +61,22 @@ Status InputFile::read(std::span<uint8_t> into) {
 Status InputFile::seek(uint64_t position) {
   if (position > INT32_MAX) return kSeekError;
   const auto wanted = static_cast<int32_t>(position);
-  return settings.files.Seek(handle_, wanted, 0) == wanted ? kOk : kSeekError;
+  int32_t reached = 0;
+  TRY(seek_to(wanted, 0, reached));
+  return reached == wanted ? kOk : fail(kSeekError);
+}
+
+Status InputFile::seek_to(int32_t offset, int32_t origin, int32_t& position) {
+  TRY(failure_);
+  position = settings.files.Seek(handle_, offset, origin);
+  return position >= 0 ? kOk : fail(kSeekError);
 }
 
 Status InputFile::size(uint32_t& bytes) {
-  const int32_t here = settings.files.Seek(handle_, 0, 1);
-  const int32_t end = settings.files.Seek(handle_, 0, 2);
-  if (here < 0 || end < 0) return kSeekError;
+  int32_t here = 0;
+  int32_t end = 0;
+  TRY(seek_to(0, 1, here));
+  TRY(seek_to(0, 2, end));
   bytes = static_cast<uint32_t>(end);
   return seek(static_cast<uint32_t>(here));
 }

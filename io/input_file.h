@@ -9,6 +9,9 @@
 
 namespace tavo::io {
 
+// A file operation that fails ends the work on the file: the failure sticks, every later call
+// answers with it, and failure() tells of it whoever passed it over. The end of the file is no
+// failure, nor is a position that no file has: those say something about the data.
 class InputFile {
  public:
   InputFile() = default;
@@ -19,6 +22,12 @@ class InputFile {
   // kNoName for a null name, kOpenError when the Open operation refuses.
   Status open(const char* name);
   void close();
+
+  // What the first operation that failed gave, kReadError or kSeekError; else kOk.
+  Status failure() const { return failure_; }
+
+  // Takes over a failure met where the same file was read by other ways. Returns it.
+  Status fail(Status status);
 
   // Exactly into.size() bytes, else kReadError.
   Status read(std::span<uint8_t> into);
@@ -38,7 +47,10 @@ class InputFile {
   int32_t handle() const { return handle_; }
 
  private:
+  Status seek_to(int32_t offset, int32_t origin, int32_t& position);
+
   int32_t handle_ = -1;
+  Status failure_ = kOk;
 };
 
 }  // namespace tavo::io

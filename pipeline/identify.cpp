@@ -16,9 +16,8 @@ Status identify(const char* name, FILEINFO& info) {
   std::array<uint8_t, 4096> head;
   size_t got = 0;
   TRY(file.read_up_to(head, got));
-  if (got == 0) return kReadError;
   uint32_t file_size = 0;
-  if (!file.size(file_size).ok()) file_size = UINT32_MAX;
+  TRY(file.size(file_size));
 
   for (const io::Probe probe : probes()) {
     TRY(file.seek(0));
@@ -28,7 +27,10 @@ Status identify(const char* name, FILEINFO& info) {
     info.Page = 1;
     info.ViewPerspective = 2;
     const io::ProbeInput input{{head.data(), got}, file, file_size, identify};
-    if (probe(input, info).ok()) return kOk;
+    const Status status = probe(input, info);
+    // What keeps a probe from looking says nothing about the format, whatever it made of it.
+    TRY(file.failure());
+    if (status.ok() || status == kNoMemory) return status;
   }
   info = {};
   return kBadData;

@@ -6,7 +6,8 @@
 
 namespace tavo::pipeline {
 
-// T_FileInfo.
+// T_FileInfo. kBadData: no probe accepts the file, which was read without a failure; an empty file,
+// too.
 Status identify(const char* name, FILEINFO& info);
 
 }  // namespace tavo::pipeline

@@ -25,14 +25,15 @@ Disk* disk = nullptr;
 std::map<int32_t, OpenFile> open_files;
 int32_t next_handle = 100;
 
-bool fails() {
+bool fails(int32_t status) {
   const int64_t number = disk->operations++;
+  if (number == disk->fail_at) disk->fault_status = status;
   return number == disk->fail_at || (disk->stays_broken && disk->fault_hit());
 }
 
 int32_t T_CALL disk_open(const char* name, int32_t access, int32_t) {
-  if (fails()) return -1;
   const bool creates = (access & 0x300) != 0;
+  if (fails(creates ? T_ERR_CREATE : T_ERR_OPEN)) return -1;
   if (!creates && disk->files.count(name) == 0) return -1;
   if (creates) disk->files[name].clear();
   open_files[++next_handle] = {name, 0};
@@ -41,7 +42,7 @@ int32_t T_CALL disk_open(const char* name, int32_t access, int32_t) {
 }
 
 uint32_t T_CALL disk_read(int32_t handle, void* buffer, uint32_t count) {
-  if (fails()) return UINT32_MAX;
+  if (fails(T_ERR_READ)) return UINT32_MAX;
   OpenFile& file = open_files.at(handle);
   const Bytes& bytes = disk->files[file.name];
   const auto size = static_cast<uint32_t>(bytes.size());
@@ -53,7 +54,7 @@ uint32_t T_CALL disk_read(int32_t handle, void* buffer, uint32_t count) {
 }
 
 uint32_t T_CALL disk_write(int32_t handle, const void* buffer, uint32_t count) {
-  const bool is_torn = fails();
+  const bool is_torn = fails(T_ERR_WRITE);
   if (is_torn && !disk->tears_writes) return UINT32_MAX;
   if (is_torn) count /= 2;
   OpenFile& file = open_files.at(handle);
@@ -66,7 +67,7 @@ uint32_t T_CALL disk_write(int32_t handle, const void* buffer, uint32_t count) {
 }
 
 int32_t T_CALL disk_seek(int32_t handle, int32_t offset, int32_t origin) {
-  if (fails()) return -1;
+  if (fails(T_ERR_SEEK)) return -1;
   OpenFile& file = open_files.at(handle);
   const int64_t base = origin == 0   ? 0
                        : origin == 1 ? int64_t{file.position}

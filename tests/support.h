@@ -36,6 +36,8 @@ class Disk {
   int64_t operations = 0;
   int open_count = 0;  // files that are open now
 
+  int32_t fault_status = T_OK;  // what the library makes of the operation that failed
+
   bool fault_hit() const { return fail_at >= 0 && operations > fail_at; }
 
  private:

@@ -88,6 +88,33 @@ TEST_P(Formats, ShortTransfersChangeNothing) {
   }
 }
 
+// A file that could not be looked at is not one of another format.
+TEST_P(Formats, WhatKeepsFromIdentifyingIsTold) {
+  for (const Sample& sample : GetParam().samples) {
+    SCOPED_TRACE(sample.name);
+    FILEINFO want, info;
+    ASSERT_EQ(T_FileInfoMemory(sample.file.data(), &want, sample.file.size()), T_OK);
+    Disk disk;
+    disk.files["in"] = sample.file;
+    for (disk.fail_at = 0;; ++disk.fail_at) {
+      disk.operations = 0;
+      disk.fault_status = T_OK;
+      EXPECT_EQ(T_FileInfo("in", &info), disk.fault_status) << "operation " << disk.fail_at;
+      if (!disk.fault_hit()) break;
+    }
+    EXPECT_EQ(disk.open_count, 0);
+    for (int64_t n = 0;; ++n) {
+      platform::refuse_allocation(n, true);
+      const int32_t status = T_FileInfoMemory(sample.file.data(), &info, sample.file.size());
+      const bool refused = platform::allocation_was_refused();
+      platform::refuse_allocation(-1, false);
+      EXPECT_EQ(status, refused ? T_ERR_NO_MEMORY : T_OK) << "request " << n;
+      if (!refused) break;
+    }
+    EXPECT_EQ(std::memcmp(&info, &want, sizeof(info)), 0);
+  }
+}
+
 TEST_P(Formats, AnyFailingFileOperationEndsTheLoadCleanly) {
   for (const Sample& sample : GetParam().samples) {
     SCOPED_TRACE(sample.name);

@@ -157,7 +157,7 @@ TEST(Load, OwnershipOnFailure) {
 
   const Bytes unknown = {1, 2, 3, 4};
   EXPECT_EQ(T_LoadBitmapMemory(unknown.data(), none.get(), 0, -1, 4), T_ERR_BAD_DATA);
-  EXPECT_EQ(T_LoadBitmapMemory(unknown.data(), none.get(), 0, -1, 0), T_ERR_READ);
+  EXPECT_EQ(T_LoadBitmapMemory(unknown.data(), none.get(), 0, -1, 0), T_ERR_BAD_DATA);
   EXPECT_EQ(T_LoadFileCB(none.get(), unknown.data(), 1, nullptr), T_ERR_ARGUMENT);
 }
 
