@@ -42,7 +42,7 @@ int32_t T_CALL CompressCallBack(BitmapHandle* bitmap, const void* rows, int32_t 
 
 uint32_t T_CALL FileWriteBuffer(const void* bytes, uint32_t size, void* userData) {
   const auto file = static_cast<int32_t>(reinterpret_cast<intptr_t>(userData));
-  return io::write_all(file, bytes, size);
+  return io::write_once(file, bytes, size);
 }
 
 int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int32_t rowCount,

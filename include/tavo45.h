@@ -321,9 +321,11 @@ T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* s
 /* The five operations through which every reader and writer reaches files.
  * Open   access: bit 0 write, bit 1 read-write, bits 8 and 9 create; mode: bit 7 exclusive,
  *        bit 8 deny writes to others. A handle of 0 or more, -1 on failure.
- * Read, Write   bytes moved, 0 at the end, 0xFFFFFFFF on error. Short counts are legal.
+ * Read   bytes moved, 0 at the end, 0xFFFFFFFF on error. Short counts are legal.
+ * Write  bytes moved, 0xFFFFFFFF on error. Fewer bytes than asked are a failed write (T_ERR_WRITE);
+ *        it is not tried again.
  * Seek   origin 0 start, 1 current, 2 end; the new position, -1 on error.
- * Close  any result. */
+ * Close  negative on failure, which behind a write is a failed write; else any result. */
 typedef int32_t(T_CALL* T_FileOpen)(const char* name, int32_t access, int32_t mode);
 typedef uint32_t(T_CALL* T_FileRead)(int32_t handle, void* buffer, uint32_t count);
 typedef uint32_t(T_CALL* T_FileWrite)(int32_t handle, const void* buffer, uint32_t count);

@@ -106,15 +106,10 @@ SubFileScope::~SubFileScope() {
   settings.sub_file = outer_state_;
 }
 
-uint32_t write_all(int32_t handle, const void* bytes, uint32_t size) {
-  const auto* from = static_cast<const uint8_t*>(bytes);
-  uint32_t written = 0;
-  while (written < size) {
-    const uint32_t count = settings.files.Write(handle, from + written, size - written);
-    if (count == 0 || count > size - written) break;
-    written += count;
-  }
-  return written;
+uint32_t write_once(int32_t handle, const void* bytes, uint32_t size) {
+  if (size == 0) return 0;
+  const uint32_t written = settings.files.Write(handle, bytes, size);
+  return written <= size ? written : 0;
 }
 
 }  // namespace tavo::io

@@ -12,8 +12,9 @@ namespace tavo::io {
 void redirect(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek seek,
               T_FileClose close);
 
-// Writes through the operation in force until all is written or a write fails; the bytes written.
-uint32_t write_all(int32_t handle, const void* bytes, uint32_t size);
+// One call of the Write operation in force, as fewer bytes than asked are a failed write; the bytes
+// written, 0 for an operation that claims more than it was given.
+uint32_t write_once(int32_t handle, const void* bytes, uint32_t size);
 
 // For its scope, the file operations read `size` bytes at `address`: opening any name gives a
 // handle, writing pretends to succeed. What was in force before comes back at the end.

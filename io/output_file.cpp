@@ -32,15 +32,16 @@ Status OutputFile::create(const char* name) { return open(name, kCreate, kExclus
 
 Status OutputFile::open_existing(const char* name) { return open(name, kReadWrite, kExclusive); }
 
-void OutputFile::close() {
-  if (handle_ >= 0) settings.files.Close(handle_);
+bool OutputFile::close() {
+  const int32_t answer = handle_ >= 0 ? settings.files.Close(handle_) : 0;
   handle_ = -1;
+  return answer >= 0;
 }
 
 Status OutputFile::write_through(std::span<const uint8_t> bytes) {
   while (!bytes.empty()) {
     const auto wanted = static_cast<uint32_t>(std::min(bytes.size(), kLargestWrite));
-    if (write_all(handle_, bytes.data(), wanted) != wanted) return failure_ = kWriteError;
+    if (write_once(handle_, bytes.data(), wanted) != wanted) return failure_ = kWriteError;
     bytes = bytes.subspan(wanted);
   }
   return kOk;
@@ -103,8 +104,8 @@ Status OutputFile::read(std::span<uint8_t> into) {
 
 Status OutputFile::finish() {
   const Status status = flush();
-  close();
-  return status;
+  const bool is_closed = close();
+  return status.ok() && !is_closed ? failure_ = kWriteError : status;
 }
 
 }  // namespace tavo::io

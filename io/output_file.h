@@ -35,14 +35,15 @@ class OutputFile {
   // Reads at the current position, after writing what is gathered; kReadError when short.
   Status read(std::span<uint8_t> into);
 
-  // Writes what is gathered and closes: the result of the whole file.
+  // Writes what is gathered and closes: the result of the whole file. kWriteError when closing
+  // fails, since file systems tell of lost writes as late as that.
   Status finish();
 
  private:
   Status open(const char* name, int32_t access, int32_t mode);
   Status flush();
   Status write_through(std::span<const uint8_t> bytes);
-  void close();
+  bool close();
 
   int32_t handle_ = -1;
   Buffer buffer_;

@@ -126,11 +126,17 @@ uint32_t T_CALL read_file(int32_t file, void* buffer, uint32_t count) {
 }
 
 uint32_t T_CALL write_file(int32_t file, const void* buffer, uint32_t count) {
-  ssize_t put;
-  do {
-    put = ::write(file, buffer, count);
-  } while (put < 0 && errno == EINTR);
-  return put < 0 ? UINT32_MAX : static_cast<uint32_t>(put);
+  // A signal cuts a write to a pipe short, which is no failure yet.
+  uint32_t written = 0;
+  while (written < count) {
+    const ssize_t put =
+        ::write(file, static_cast<const uint8_t*>(buffer) + written, count - written);
+    if (put < 0 && errno == EINTR) continue;
+    if (put < 0 && written == 0) return UINT32_MAX;
+    if (put <= 0) break;
+    written += static_cast<uint32_t>(put);
+  }
+  return written;
 }
 
 int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin) {

@@ -18,6 +18,7 @@ namespace {
 
 struct OpenFile {
   std::string name;
+  bool may_be_written = false;
   uint32_t position = 0;
 };
 
@@ -36,7 +37,7 @@ int32_t T_CALL disk_open(const char* name, int32_t access, int32_t) {
   if (fails(creates ? T_ERR_CREATE : T_ERR_OPEN)) return -1;
   if (!creates && disk->files.count(name) == 0) return -1;
   if (creates) disk->files[name].clear();
-  open_files[++next_handle] = {name, 0};
+  open_files[++next_handle] = {name, (access & 0x303) != 0, 0};
   ++disk->open_count;
   return next_handle;
 }
@@ -47,7 +48,7 @@ uint32_t T_CALL disk_read(int32_t handle, void* buffer, uint32_t count) {
   const Bytes& bytes = disk->files[file.name];
   const auto size = static_cast<uint32_t>(bytes.size());
   const uint32_t left = size - std::min(file.position, size);
-  count = std::min({count, left, disk->longest_transfer});
+  count = std::min({count, left, disk->longest_read});
   if (count != 0) std::memcpy(buffer, bytes.data() + file.position, count);
   file.position += count;
   return count;
@@ -59,7 +60,6 @@ uint32_t T_CALL disk_write(int32_t handle, const void* buffer, uint32_t count) {
   if (is_torn) count /= 2;
   OpenFile& file = open_files.at(handle);
   Bytes& bytes = disk->files[file.name];
-  count = std::min(count, disk->longest_transfer);
   if (bytes.size() < file.position + size_t{count}) bytes.resize(file.position + size_t{count});
   if (count != 0) std::memcpy(bytes.data() + file.position, buffer, count);
   file.position += count;
@@ -78,9 +78,10 @@ int32_t T_CALL disk_seek(int32_t handle, int32_t offset, int32_t origin) {
 }
 
 int32_t T_CALL disk_close(int32_t handle) {
+  const bool is_lost = open_files.at(handle).may_be_written && fails();
   open_files.erase(handle);
   --disk->open_count;
-  return 0;
+  return is_lost ? -1 : 0;
 }
 
 }  // namespace

@@ -20,7 +20,8 @@ namespace tavo::test {
 using Bytes = std::vector<uint8_t>;
 
 // Files by name behind the library's file table for the length of a scope. Operations are counted
-// from 0; one of them can be made to fail, and reads and writes can be made short.
+// from 0, closing among them where a file may have been written; one of them can be made to fail,
+// and reads can be made short.
 class Disk {
  public:
   Disk();
@@ -32,7 +33,7 @@ class Disk {
   int64_t fail_at = -1;       // the operation that fails; -1: none
   bool stays_broken = false;  // and so do all after it
   bool tears_writes = false;  // a write that fails puts half of its bytes
-  uint32_t longest_transfer = UINT32_MAX;
+  uint32_t longest_read = UINT32_MAX;
   int64_t operations = 0;
   int open_count = 0;  // files that are open now
 

@@ -477,7 +477,7 @@ TEST(Dcx, AFailedAppendKeepsTheOtherPages) {
   for (int64_t n = 0;; ++n) {
     disk.files["a"] = before;
     disk.operations = 0;
-    disk.longest_transfer = 5000;
+    disk.longest_read = 5000;
     disk.fail_at = n;
     // A failing identification makes a new file of it, as for a file that is something else.
     const int32_t status = append("a", 8, 33, 9000);
