@@ -78,7 +78,7 @@ int32_t T_CALL disk_seek(int32_t handle, int32_t offset, int32_t origin) {
 }
 
 int32_t T_CALL disk_close(int32_t handle) {
-  const bool is_lost = open_files.at(handle).may_be_written && fails();
+  const bool is_lost = open_files.at(handle).may_be_written && fails(T_ERR_WRITE);
   open_files.erase(handle);
   --disk->open_count;
   return is_lost ? -1 : 0;
