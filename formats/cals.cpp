@@ -81,14 +81,32 @@ Status parse_record(std::span<const uint8_t> record, Header& header) {
     return tokens.next_number(header.height);
   }
   if (key == "rorient") {
-    // Kept: pictures count as upright whatever the two angles are.
-    int32_t angle = 0;
-    TRY(tokens.next_number(angle));
-    TRY(tokens.next_number(angle));
+    // Kept: pictures count as upright whatever the two angles are; FILEINFO tells them.
     header.orientation = 0;
-    return kOk;
+    TRY(tokens.next_number(header.pel_path));
+    return tokens.next_number(header.line_progression);
   }
   return std::ranges::find(kTextKeys, key) != std::end(kTextKeys) ? kOk : kBadData;
+}
+
+// Where pels and lines go when the picture is viewed: the pel path is counted anticlockwise from
+// left to right, the line progression from the pel path.
+struct Viewing {
+  int32_t pel_path;
+  int32_t line_progression;
+  uint32_t orientation;
+};
+
+constexpr Viewing kViewings[] = {{0, 270, 1},  {180, 90, 2},  {180, 270, 3}, {0, 90, 4},
+                                 {270, 90, 5}, {270, 270, 6}, {90, 90, 7},   {90, 270, 8}};
+
+uint32_t viewing_orientation(const Header& header) {
+  for (const Viewing& v : kViewings) {
+    const bool is_this =
+        v.pel_path == header.pel_path && v.line_progression == header.line_progression;
+    if (is_this) return v.orientation;
+  }
+  return 1;
 }
 
 process::SourcePicture describe(const Header& header) {
@@ -98,6 +116,7 @@ process::SourcePicture describe(const Header& header) {
   picture.bits = 1;
   picture.order = T_ORDER_BGR;
   picture.view_perspective = static_cast<uint32_t>(header.orientation);
+  picture.orientation = viewing_orientation(header);
   picture.colors = 2;
   picture.storage_kind = kStorageKind;
   picture.widens = true;

@@ -14,7 +14,9 @@ struct Header {
   int32_t width = 0;
   int32_t height = 0;
   int32_t raster_type = 1;
-  int32_t orientation = 0;
+  int32_t orientation = 0;  // of the delivered rows
+  int32_t pel_path = 0;     // degrees
+  int32_t line_progression = 270;
   int32_t density = 0;  // read, but no bitmap takes its resolution from it
   bool is_whole = false;
 };

@@ -24,7 +24,10 @@ constexpr uint8_t kMapped = 1;  // image types; 8 more when run-length coded
 constexpr uint8_t kTrueColor = 2;
 constexpr uint8_t kGray = 3;
 constexpr uint8_t kRunLength = 8;
-constexpr uint8_t kTopDown = 0x20;       // descriptor: origin at the top
+constexpr uint8_t kCornerBits = 0x30;  // descriptor: where the first pixel is
+constexpr uint8_t kBottomRight = 0x10;
+constexpr uint8_t kTopLeft = 0x20;
+constexpr uint8_t kTopRight = 0x30;
 constexpr uint8_t kInterleaving = 0xC0;  // descriptor: two bits that no program sets
 constexpr uint8_t kAttributeBits = 0x0F;
 
@@ -53,6 +56,13 @@ Status classify(uint8_t type, uint8_t bits, bool has_map, Kind& kind) {
   }
 }
 
+// Rows from the right count as bottom row first, whichever is: kept. So from the bottom they show
+// mirrored, from the top turned by half.
+uint32_t orientation_of(uint8_t corner) {
+  if (corner == kBottomRight) return 2;
+  return corner == kTopRight ? 3 : 1;
+}
+
 void set_gray_ramp(process::SourcePicture& picture) {
   for (uint32_t i = 0; i < 256; ++i) {
     const auto level = static_cast<uint8_t>(i);
@@ -71,6 +81,7 @@ process::SourcePicture describe(const Header& header) {
   picture.bits = header.pixel_bits == 15 ? 16 : header.pixel_bits;
   picture.order = T_ORDER_BGR;
   picture.view_perspective = header.is_top_down ? 0 : 2;
+  picture.orientation = header.orientation;
   picture.storage_kind = T_FORMAT_TGA;
   picture.has_origin = true;
   picture.x_origin = header.x_origin;
@@ -143,7 +154,9 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   header.width = load_le16(&bytes[12]);
   header.height = load_le16(&bytes[14]);
   header.pixel_bits = bytes[16];
-  header.is_top_down = (descriptor & kTopDown) != 0;
+  const uint8_t corner = descriptor & kCornerBits;
+  header.is_top_down = corner == kTopLeft;
+  header.orientation = orientation_of(corner);
   header.is_run_length = (type & kRunLength) != 0;
 
   // 9 stands for 1 in files of some old programs.
@@ -198,7 +211,7 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
   store_le16(&head[12], static_cast<uint16_t>(bitmap.Width));
   store_le16(&head[14], static_cast<uint16_t>(bitmap.Height));
   head[16] = static_cast<uint8_t>(depth);
-  head[17] = bitmap.ViewPerspective >= 2 ? 0 : kTopDown;
+  head[17] = bitmap.ViewPerspective >= 2 ? 0 : kTopLeft;
   TRY(file.write(head));
   if (depth != 8) return kOk;
 

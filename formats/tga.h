@@ -30,7 +30,8 @@ struct Header {
   uint16_t width = 0;
   uint16_t height = 0;
   uint8_t pixel_bits = 0;
-  bool is_top_down = false;
+  bool is_top_down = false;  // and left to right
+  uint32_t orientation = 1;
 };
 
 // The format has no signature, so every field is looked at. kBadData (no TGA header), kSubtype (a

@@ -76,7 +76,6 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Image image;
   TRY(parse_image(directory, image));
   process::describe(image.picture, T_FORMAT_TIFF, compression_text(image.compression), info);
-  info.Orientation = directory.value_or(Tag::kOrientation, 1);
   info.Page = directory.page();
   info.PageCount = directory.count_pages();
   return kOk;

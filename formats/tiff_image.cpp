@@ -12,7 +12,9 @@ namespace {
 
 constexpr uint32_t kMaxSamples = 64;
 constexpr uint32_t kMaxTile = 65536;
+constexpr uint32_t kOrientationTopLeft = 1;
 constexpr uint32_t kOrientationBottomLeft = 4;
+constexpr uint32_t kOrientationLeftBottom = 8;
 constexpr uint32_t kHorizontalPredictor = 2;
 
 bool is_known_coding(uint32_t compression) {
@@ -163,8 +165,12 @@ void describe(const Directory& directory, Image& image) {
     if (is_palette) picture.flags = T_FLAG_PALETTE;
     if (!is_palette && picture.bits > 1) picture.flags = T_FLAG_GRAY;
   }
-  const uint32_t orientation = directory.value_or(Tag::kOrientation, 1);
-  picture.view_perspective = orientation == kOrientationBottomLeft ? 2 : 0;
+  const uint32_t orientation = directory.value_or(Tag::kOrientation, kOrientationTopLeft);
+  if (orientation == kOrientationBottomLeft) {
+    picture.view_perspective = 2;
+  } else if (orientation >= kOrientationTopLeft && orientation <= kOrientationLeftBottom) {
+    picture.orientation = orientation;
+  }
   picture.x_resolution = resolution(directory, Tag::kXResolution);
   picture.y_resolution = resolution(directory, Tag::kYResolution);
   if (picture.x_resolution == 0) picture.x_resolution = picture.y_resolution;

@@ -203,15 +203,20 @@ typedef struct FILEINFO {
   int32_t Width;            /* pixels */
   int32_t Height;           /* rows */
   int32_t BitsPerPixel;     /* as the reader delivers the picture */
-  int32_t Order;            /* T_ORDER_ value of the delivered rows */
+  int32_t Order;            /* T_ORDER_ value of the delivered rows; up to 8 bits the format's */
   uint32_t ViewPerspective; /* of the delivered rows */
   uint32_t Colors;          /* palette entries, 0 without a palette */
   int32_t XResolution;      /* as the reader would report it; 0 when the file does not say */
   int32_t YResolution;
   uint32_t Flags;       /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
-  char Compression[32]; /* "None", "Run Length", "JPEG", "CCITT", ... */
-  uint32_t Orientation; /* TIFF: how to turn the picture for viewing, 1 (upright) to 8 as that
-                           format numbers it; rows come as stored. 0 elsewhere */
+  char Compression[32]; /* "None", "Run Length", "LZW", "Deflate", "JPEG", "CCITT", "CCITT Group 3
+                           Fax", "CCITT Group 4 Fax", "CALS Raster", "Embedded TIFF" or "Embedded
+                           IFF"; "Unknown" for a coding that no reader knows */
+  uint32_t Orientation; /* how to turn for viewing what ViewPerspective shows, in the numbers of
+                           TIFF's Orientation tag: 1 not at all, 2 mirror left to right, 3 by half,
+                           4 mirror top to bottom, 6 a quarter clockwise, 8 anticlockwise; 7 and 5
+                           the same after mirroring left to right. Rows come as stored. TGA, TIFF
+                           and CALS files tell it; for all others it is 1 */
   uint32_t Reserved[10];
 } FILEINFO;
 
@@ -904,7 +909,8 @@ T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
 T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
 
 /* CALS Type I raster: bilevel, Group 4 (raster type 1; other types are read as Group 3). The
- * picture is white (0) and black (1), top row first; T_LoadCALSFile with bitsPerPixel 24 delivers
+ * picture is white (0) and black (1), top row first; the viewing direction shows in
+ * FILEINFO.Orientation only. T_LoadCALSFile with bitsPerPixel 24 delivers
  * 24 bits. Its density is not taken over, and saves always state 200. Saves are 1 bit only (other
  * depths: T_ERR_DEPTH); a bitmap whose palette entry 0 has red 0 is inverted, so that black is 1
  * in the file. Sizes above 99,999 do not fit the header's five digits and cannot be read back.
@@ -1020,24 +1026,25 @@ T_API int32_t T_CALL T_GetJPEGInfo(const char* name, T_JPEGINFO* info);
 
 /* TGA: colour-mapped (8 bits), true-colour (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
  * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits (8: grey
- * levels) with any first index; origin at the top or the bottom, while the bit for right to left is
- * ignored. XOrigin and YOrigin get the file's. The format has no signature: a file is taken for TGA
- * when all fields of its header go together. T_ERR_SUBTYPE: another image type. T_ERR_READ: the
- * file ends early; the rows that are there are delivered. Saves write plain files of 8 (with the
- * bitmap's 256 colours), 16, 24 or 32 bits, rows as they are stored; more than 65535 pixels either
- * way: T_ERR_SIZE. Facts: Truevision, "TGA File Format Specification", version 2.0. */
+ * levels) with any first index. ViewPerspective is 0 for an origin at the top left, otherwise 2,
+ * and FILEINFO.Orientation tells what that leaves to do. XOrigin and YOrigin get the file's. The
+ * format has no signature: a file is taken for TGA when all fields of its header go together.
+ * T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the rows that are there are
+ * delivered. Saves write plain files of 8 (with the bitmap's 256 colours), 16, 24 or 32 bits, rows
+ * as they are stored; more than 65535 pixels either way: T_ERR_SIZE. Facts: Truevision, "TGA File
+ * Format Specification", version 2.0. */
 T_API int32_t T_CALL T_LoadTGAFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTGABitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveTGABitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* Sun raster: old, standard, byte-encoded and RGB-ordered files of 1, 4, 8, 24 and 32 bits (other
- * depths: T_ERR_BAD_DATA, other types: T_ERR_SUBTYPE). Pictures of 8 bits or less have the file's
- * colour map (256 entries at most), or without one grey levels, black for 0. Where the file ends
- * early the rows that are there are delivered, then T_ERR_READ. Saves write standard files of 1, 4,
- * 8, 24 or 32 bits, up to 8 with a colour map of the bitmap's Colors; more than 65535 pixels
- * either way: T_ERR_SIZE. See T_SetRASVariant.
- * Facts: Sun Microsystems, rasterfile(5). */
+/* Sun raster files of 1, 4, 8, 24 and 32 bits (other depths: T_ERR_BAD_DATA): byte-encoded (type
+ * 2), red first (type 3), and of any other type, which are rows as stored, blue first. Pictures of
+ * 8 bits or less have the file's colour map (256 entries at most), or without one grey levels,
+ * black for 0. Where the file ends early the rows that are there are delivered, then T_ERR_READ.
+ * Saves write standard files of 1, 4, 8, 24 or 32 bits, up to 8 with a colour map of the bitmap's
+ * Colors; more than 65535 pixels either way: T_ERR_SIZE. See T_SetRASVariant. Facts: Sun
+ * Microsystems, rasterfile(5). */
 T_API int32_t T_CALL T_LoadRASFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadRASBitmap(const char* name, BitmapHandle* bitmap);

@@ -13,8 +13,9 @@ struct SourcePicture {
   int32_t width = 0;
   int32_t height = 0;
   int32_t bits = 0;               // of the rows that the reader decodes
-  uint32_t order = T_ORDER_RGB;   // of rows above 8 bits
+  uint32_t order = T_ORDER_RGB;   // told at every depth, means something above 8 bits
   uint32_t view_perspective = 0;  // 2: the first row is the bottom one
+  uint32_t orientation = 1;       // how to turn what view_perspective shows, as TIFF numbers it
   uint32_t flags = 0;             // T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED
   uint32_t colors = 0;            // palette entries
   int32_t storage_kind = 0;       // number of the format in BitmapHandle.StorageKind

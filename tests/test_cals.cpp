@@ -74,6 +74,22 @@ TEST(Cals, HeadersAreReadAsTheyShouldBe) {
   }
 }
 
+// Pel path and line progression, anticlockwise; the picture is delivered as it is stored.
+TEST(Cals, TheViewingDirectionIsTold) {
+  const struct {
+    const char* text;
+    uint32_t want;
+  } cases[] = {{"000,270", 1}, {"180,090", 2}, {"180,270", 3}, {"000,090", 4}, {"270,090", 5},
+               {"270,270", 6}, {"090,090", 7}, {"090,270", 8}, {"000,000", 1}, {"045,270", 1}};
+  for (const auto& c : cases) {
+    const Bytes file = file_with(8, std::string("rorient: ") + c.text + "\n");
+    FILEINFO info;
+    ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+    EXPECT_EQ(info.Orientation, c.want) << c.text;
+    EXPECT_EQ(info.ViewPerspective, 0u);
+  }
+}
+
 // The reader's own statuses, which identification hides behind its own.
 TEST(Cals, ReaderStatuses) {
   Disk disk;

@@ -169,6 +169,24 @@ TEST(Tga, OriginsRampsAndOrdersAreReported) {
   EXPECT_EQ(rgb(byte.get()), rgb(top.get()));
 }
 
+TEST(Tga, CornersDecideWhichWayUpAndHowToTurn) {
+  const struct {
+    uint8_t corner;
+    uint32_t view_perspective;
+    uint32_t orientation;
+  } cases[] = {{0x00, 2, 1}, {0x10, 2, 2}, {0x20, 0, 1}, {0x30, 2, 3}};
+  for (const auto& c : cases) {
+    const Bytes file = tga_file(
+        {.type = 3, .width = 1, .height = 1, .bits = 8, .descriptor = c.corner, .data = {1}});
+    FILEINFO info;
+    ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+    EXPECT_EQ(info.Orientation, c.orientation) << int{c.corner};
+    Bitmap bitmap;
+    ASSERT_EQ(load(file, bitmap), T_OK);
+    EXPECT_EQ(bitmap->ViewPerspective, c.view_perspective) << int{c.corner};
+  }
+}
+
 TEST(Tga, HeadersThatDoNotGoTogetherAreNoTga) {
   const TgaFile tga{.map_type = 1,
                     .type = 1,

@@ -192,16 +192,21 @@ TEST(Tiff, MissingHeightsAreCounted) {
 }
 
 TEST(Tiff, ResolutionsAndOrientationAreReported) {
-  auto tags = with(tiff_tags(4, 1, 8, 1, 1, 1, 4), {274, 3, {4}});
-  tags = with(with(with(tags, {282, 5, {100, 1}}), {283, 5, {591, 10}}), {296, 3, {3}});
+  const auto plain = tiff_tags(4, 1, 8, 1, 1, 1, 4);
+  const auto tags = with(with(with(plain, {282, 5, {100, 1}}), {283, 5, {591, 10}}), {296, 3, {3}});
   const Bytes file = tiff_file(tags, {1, 2, 3, 4});
   FILEINFO info;
   ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
   EXPECT_EQ(info.XResolution, 254);
   EXPECT_EQ(info.YResolution, 150);
-  EXPECT_EQ(info.Orientation, 4u);
-  EXPECT_EQ(info.ViewPerspective, 2u);
   EXPECT_STREQ(info.Compression, "None");
+  for (const uint32_t orientation : {0u, 1u, 2u, 4u, 8u, 9u}) {
+    const Bytes turned = tiff_file(with(plain, {274, 3, {orientation}}), {1, 2, 3, 4});
+    ASSERT_EQ(T_FileInfoMemory(turned.data(), &info, static_cast<uint32_t>(turned.size())), T_OK);
+    const bool needs_turning = orientation == 2 || orientation == 8;
+    EXPECT_EQ(info.Orientation, needs_turning ? orientation : 1) << orientation;
+    EXPECT_EQ(info.ViewPerspective, orientation == 4 ? 2u : 0u) << orientation;
+  }
 }
 
 class TiffPages : public ::testing::Test {
