@@ -74,6 +74,19 @@ process::SourcePicture describe(const Header& header) {
   return picture;
 }
 
+const char* compression_text(Type type) {
+  switch (type) {
+    case Type::kByteEncoded:
+      return "Run Length";
+    case Type::kEmbeddedTiff:
+      return "Embedded TIFF";
+    case Type::kEmbeddedIff:
+      return "Embedded IFF";
+    default:
+      return "None";
+  }
+}
+
 Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture& picture) {
   if (!header.has_map || header.depth > 8) return bytes.skip(header.map_bytes);
   Buffer map;
@@ -234,9 +247,7 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   if (core::bytes_per_line(header.width, header.depth) == 0) return kBadData;
   if (bytes.size() < kHeaderSize) return kReadError;
   // Of the last three fields only the low halves count.
-  const uint32_t type = load_be16(&bytes[22]);
-  if (type > static_cast<uint32_t>(Type::kRgb)) return kSubtype;
-  header.type = static_cast<Type>(type);
+  header.type = static_cast<Type>(load_be16(&bytes[22]));
   header.map_bytes = load_be16(&bytes[30]);
   header.has_map = load_be16(&bytes[26]) == kMapOfPlanes && header.map_bytes != 0;
   return kOk;
@@ -246,8 +257,7 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Header header;
   TRY(parse_header(input.head.first(std::min(input.head.size(), kHeaderSize)), header));
   if (!is_plausible(header, input.file_size)) return kBadData;
-  process::describe(describe(header), T_FORMAT_RAS,
-                    header.type == Type::kByteEncoded ? "Run Length" : "None", info);
+  process::describe(describe(header), T_FORMAT_RAS, compression_text(header.type), info);
   return kOk;
 }
 

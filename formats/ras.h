@@ -1,5 +1,5 @@
-// Sun raster: old, standard, byte-encoded and RGB-ordered files of 1, 4, 8, 24 and 32 bits, with
-// or without a colour map; standard files are written.
+// Sun raster: byte-encoded files and plain ones of all types, of 1, 4, 8, 24 and 32 bits, with or
+// without a colour map; standard files are written.
 // Facts: Sun Microsystems, rasterfile(5) and <rasterfile.h>.
 #pragma once
 
@@ -14,7 +14,14 @@ namespace tavo::ras {
 
 inline constexpr size_t kHeaderSize = 32;
 
-enum class Type : uint32_t { kOld = 0, kStandard = 1, kByteEncoded = 2, kRgb = 3 };
+// Of any other value, too: what is not byte-encoded is rows as stored.
+enum class Type : uint32_t {
+  kStandard = 1,
+  kByteEncoded = 2,
+  kRgb = 3,
+  kEmbeddedTiff = 4,
+  kEmbeddedIff = 5,
+};
 
 // What parse_header accepted: sizes are 1 to INT32_MAX and a row fits 32 bits; depth is 1, 4, 8,
 // 24 or 32.
@@ -27,8 +34,7 @@ struct Header {
   uint32_t map_bytes = 0;  // between the header and the pixels, whatever is in them
 };
 
-// kBadData (no Sun raster, no size, another depth), kReadError (shorter than a header), kSubtype
-// (a type that holds other data than pixels).
+// kBadData (no Sun raster, no size, another depth), kReadError (shorter than a header).
 Status parse_header(std::span<const uint8_t> bytes, Header& header);
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);

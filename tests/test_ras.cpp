@@ -208,6 +208,26 @@ TEST(Ras, MapsOrdersAndDefaults) {
   }
 }
 
+TEST(Ras, TypesOtherThanRunsAreRowsAsStored) {
+  const struct {
+    uint32_t type;
+    const char* compression;
+  } cases[] = {{0, "None"},         {1, "None"}, {3, "None"},     {4, "Embedded TIFF"},
+               {5, "Embedded IFF"}, {6, "None"}, {0xFFFF, "None"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.type);
+    const Bytes file = ras_file(
+        {.width = 2, .height = 1, .depth = 24, .type = c.type, .data = {0x80, 1, 2, 3, 4, 5}});
+    FILEINFO info;
+    ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+    EXPECT_STREQ(info.Compression, c.compression);
+    Bitmap bitmap;
+    ASSERT_EQ(load(file, bitmap), T_OK);
+    EXPECT_EQ(bitmap->Order, c.type == 3 ? T_ORDER_RGB : T_ORDER_BGR);
+    EXPECT_EQ(pixels(bitmap.get()), (Bytes{0x80, 1, 2, 3, 4, 5}));
+  }
+}
+
 TEST(Ras, BadHeadersAndCutFiles) {
   const Bytes good = ras_file({.width = 2,
                                .height = 1,
@@ -224,7 +244,8 @@ TEST(Ras, BadHeadersAndCutFiles) {
                   {"no height", 11, 0, T_ERR_BAD_DATA},
                   {"2 bits", 15, 2, T_ERR_BAD_DATA},
                   {"16 bits", 15, 16, T_ERR_BAD_DATA},
-                  {"type 4", 23, 4, T_ERR_SUBTYPE},
+                  {"type 4", 23, 4, T_OK},
+                  {"type 0xFFFF", 22, 0xFF, T_OK},
                   {"high half of the type", 20, 9, T_OK},
                   {"high half of the map length", 28, 9, T_OK}});
   for (size_t length = 0; length < good.size(); ++length) {
