@@ -67,11 +67,6 @@ Status read_plain_rows(io::InputFile& file, const Header& header, RowDelivery& r
   return rows.finish();
 }
 
-// 16-bit words without masks may carry a mark in the spare bit.
-void clear_spare_bits(uint8_t* row, int32_t width) {
-  for (int32_t x = 0; x < width; ++x) row[2 * x + 1] &= 0x7F;
-}
-
 // Rows that need a change of their pixels on the way.
 Status read_changed_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
   ByteSource bytes(file);
@@ -87,8 +82,7 @@ Status read_changed_rows(io::InputFile& file, const Header& header, RowDelivery&
       fields.convert(line.data(), row.data(), header.width);
     } else {
       std::memcpy(row.data(), line.data(), line_bytes);
-      if (header.pixel_bits == 2) color::widen_2_to_4(row.data(), header.width);
-      if (header.pixel_bits == 16) clear_spare_bits(row.data(), header.width);
+      color::widen_2_to_4(row.data(), header.width);
     }
     TRY(rows.commit());
   }
@@ -143,7 +137,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());
   if (header.coding != Coding::kNone) return read_coded_rows(file, header, rows);
-  const bool changes = header.has_masks || header.pixel_bits == 2 || header.pixel_bits == 16;
+  const bool changes = header.has_masks || header.pixel_bits == 2;
   return changes ? read_changed_rows(file, header, rows) : read_plain_rows(file, header, rows);
 }
 

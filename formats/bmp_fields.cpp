@@ -4,20 +4,21 @@
 
 namespace tavo::bmp {
 
-FieldConverter::Field::Field(Channel from) : channel(from) {
-  if (channel.width > 8) {
-    // Wider channels keep their top 8 bits.
-    channel.shift += channel.width - 8;
-    channel.width = 8;
-  }
-  max = (1u << channel.width) - 1;
-  for (uint32_t v = 0; v <= max; ++v) {
-    level[v] = max == 0 ? uint8_t{0} : static_cast<uint8_t>((v * 255 + max / 2) / max);
-  }
+FieldConverter::Field::Field(Channel channel)
+    : shift(channel.shift),
+      bits(channel.width),
+      max(static_cast<uint32_t>((uint64_t{1} << channel.width) - 1)) {
+  if (bits == 0 || bits > 8) return;
+  for (uint32_t v = 0; v <= max; ++v) levels[v] = static_cast<uint8_t>((v * 255 + max / 2) / max);
 }
 
+// Both ways value * 255 / max, rounded. The second divides by 2^n - 1 as one divides by 2^n, with
+// the n-th part once more added before; exact because the quotient, 255 at most, is below 2^n.
 uint8_t FieldConverter::Field::read(uint32_t pixel) const {
-  return level[(pixel >> channel.shift) & max];
+  const uint32_t value = (pixel >> shift) & max;
+  if (bits <= 8) return levels[value];
+  const uint64_t sum = uint64_t{value} * 255 + max / 2 + 1;
+  return static_cast<uint8_t>((sum + (sum >> bits)) >> bits);
 }
 
 FieldConverter::FieldConverter(const Header& header)

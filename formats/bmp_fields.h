@@ -20,12 +20,12 @@ class FieldConverter {
 
  private:
   struct Field {
-    Channel channel;
-    uint32_t max = 0;
-    // Levels of the channel's top 8 bits, for channels of up to 8 bits: their exact levels.
-    std::array<uint8_t, 256> level = {};
+    uint32_t shift;
+    uint32_t bits;
+    uint32_t max;                          // 2^bits - 1
+    std::array<uint8_t, 256> levels = {};  // of channels of up to 8 bits
 
-    explicit Field(Channel from);
+    explicit Field(Channel channel);
     uint8_t read(uint32_t pixel) const;
   };
 

@@ -11,8 +11,6 @@ namespace tavo::bmp {
 namespace {
 
 constexpr uint32_t kNone = 0;
-constexpr uint32_t kRle8 = 1;
-constexpr uint32_t kRle4 = 2;
 constexpr uint32_t kBitFields = 3;  // OS/2 2.x: Huffman coding
 constexpr uint32_t kJpeg = 4;       // OS/2 2.x: RLE24
 constexpr uint32_t kPng = 5;
@@ -54,42 +52,31 @@ bool is_pixel_depth(int32_t bits) {
   return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
 }
 
-// The meaning of the compression word depends on whose header it is.
+// Of 4 and 8 bits the compression word only says that rows are coded; how follows from the depth.
+// Otherwise its meaning depends on whose header it is.
 Status parse_coding(uint32_t compression, size_t header_size, std::span<const uint8_t> bytes,
                     Header& header) {
+  if (compression == kNone) return kOk;
+  if (header.pixel_bits == 4 || header.pixel_bits == 8) {
+    header.coding = header.pixel_bits == 8 ? Coding::kRle8 : Coding::kRle4;
+    return kOk;
+  }
   const bool is_os2 = header_size == kOs2ShortHeader || header_size == kOs2FullHeader;
-  const bool has_fields = compression == kBitFields || compression == kAlphaBitFields;
   switch (compression) {
-    case kNone:
-      return kOk;
-    case kRle8:
-    case kRle4:
-      // The word only says that rows are coded; how follows from the depth.
-      if (header.pixel_bits == 8) {
-        header.coding = Coding::kRle8;
-        return kOk;
-      }
-      if (header.pixel_bits == 4) {
-        header.coding = Coding::kRle4;
-        return kOk;
-      }
-      return kBadData;
     case kBitFields:
     case kAlphaBitFields:
       if (is_os2) return kSubtype;  // Huffman-coded
       break;
     case kJpeg:
-      if (is_os2 && header.pixel_bits == 24) {
-        header.coding = Coding::kRle24;
-        return kOk;
-      }
-      return kSubtype;
+      if (!is_os2 || header.pixel_bits != 24) return kSubtype;
+      header.coding = Coding::kRle24;
+      return kOk;
     case kPng:
       return kSubtype;
     default:
       return kBadData;
   }
-  if (!has_fields || (header.pixel_bits != 16 && header.pixel_bits != 32)) return kBadData;
+  if (header.pixel_bits != 16 && header.pixel_bits != 32) return kBadData;
   // Behind a header of 40 bytes, inside a longer one: the same place.
   const bool with_alpha = header_size >= 56 || compression == kAlphaBitFields;
   return parse_masks(bytes.subspan(std::min(bytes.size(), kFileHeaderSize + kInfoHeaderSize)),
@@ -167,7 +154,7 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   if (core::bytes_per_line(header.width, header.pixel_bits) == 0) return kBadSize;
 
   uint32_t masks_bytes = 0;
-  if (header_size == kInfoHeaderSize) {
+  if (header_size == kInfoHeaderSize && header.coding == Coding::kNone) {
     const uint32_t compression = load_le32(bytes.data() + kFileHeaderSize + 16);
     if (compression == kBitFields) masks_bytes = 12;
     if (compression == kAlphaBitFields) masks_bytes = 16;

@@ -849,7 +849,12 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
  */
 
 /* BMP, Windows and OS/2 headers, 1 to 32 bits, run-length coded, bit fields, both row orders.
- * XResolution and YResolution get the file's pixels per metre as they stand. */
+ * XResolution and YResolution get the file's pixels per metre as they stand. Pictures of 4 and 8
+ * bits that have any compression value but 0 are run-length coded. Bit fields of other places or
+ * widths than plain pixels have give 24 bits for 16, and 32 with alpha last for 32; a field of n
+ * bits becomes value * 255 / (2^n - 1), rounded. T_ERR_SUBTYPE: Huffman coding, JPEG or PNG data
+ * inside, 64 bits. Saves write plain files of 1, 4, 8 or 24 bits (other depths: T_ERR_DEPTH).
+ * Facts: Microsoft, BITMAPINFOHEADER to BITMAPV5HEADER; IBM, "Bitmap File Format" (OS/2 2.0). */
 T_API int32_t T_CALL T_LoadBMPFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadBMPBitmap(const char* name, BitmapHandle* bitmap);

@@ -15,6 +15,13 @@ int32_t read(const Bytes& file, int32_t bits = 24) {
 
 const Bytes kRed24 = {0, 0, 255, 0};
 
+Bytes os2_info(int32_t width, int32_t height, uint32_t bits, uint32_t compression) {
+  Bytes header = bmp_info(width, height, bits, compression, 0);
+  header.resize(64);
+  header[0] = 64;
+  return header;
+}
+
 TEST(Bmp, ReaderStatuses) {
   const Bytes good = bmp_file(bmp_info(1, 1, 24, 0, 0), {}, kRed24);
   EXPECT_EQ(read(good), T_OK);
@@ -40,6 +47,9 @@ TEST(Bmp, ReaderStatuses) {
       {"JPEG inside", bmp_file(bmp_info(1, 1, 24, 4, 0), {}, kRed24), T_ERR_SUBTYPE},
       {"PNG inside", bmp_file(bmp_info(1, 1, 24, 5, 0), {}, kRed24), T_ERR_SUBTYPE},
       {"unknown coding", bmp_file(bmp_info(1, 1, 24, 9, 0), {}, kRed24), T_ERR_BAD_DATA},
+      {"Huffman coded", bmp_file(os2_info(1, 1, 1, 3), Bytes(8), {0}), T_ERR_SUBTYPE},
+      {"run lengths at 1 bit", bmp_file(bmp_info(1, 1, 1, 1, 0), Bytes(8), {0}), T_ERR_BAD_DATA},
+      {"bit fields at 24 bits", bmp_file(bmp_info(1, 1, 24, 3, 0), {}, kRed24), T_ERR_BAD_DATA},
       {"run lengths at 24 bits", bmp_file(bmp_info(1, 1, 24, 1, 0), {}, kRed24), T_ERR_BAD_DATA},
       {"row beyond 32 bits", bmp_file(bmp_info(INT32_MAX, 1, 32, 0, 0), {}, kRed24), T_ERR_SIZE},
       {"pixels cut", bmp_file(bmp_info(1, 2, 24, 0, 0), {}, kRed24), T_ERR_READ},
@@ -118,6 +128,55 @@ TEST(Bmp, Rle4AlternatesNibbles) {
             (Bytes{0xA1, 0x21, 0x00, 0x03, 0x45, 0x00}));
 }
 
+TEST(Bmp, AnyCompressionMeansRunLengthsAt4And8Bits) {
+  for (const uint32_t compression : {1u, 2u, 3u, 4u, 5u, 6u, 11u, 0xFFFFFFFFu}) {
+    for (const Bytes& header :
+         {bmp_info(3, 1, 8, compression, 0), os2_info(3, 1, 8, compression)}) {
+      SCOPED_TRACE(testing::Message() << compression << ", header of " << header.size());
+      Bytes palette(1024);
+      palette[4 * 7] = 99;  // blue of entry 7
+      const Bytes file = bmp_file(header, palette, {3, 7, 0, 1});
+      FILEINFO info;
+      ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+      EXPECT_STREQ(info.Compression, "Run Length");
+      Bitmap bytes;
+      ASSERT_EQ(load(file, bytes), T_OK);
+      EXPECT_EQ(rgb(bytes.get()), (Bytes{0, 0, 99, 0, 0, 99, 0, 0, 99}));
+    }
+    Bitmap nibbles;
+    ASSERT_EQ(
+        load(bmp_file(bmp_info(3, 1, 4, compression, 0), Bytes(64), {3, 0x12, 0, 1}), nibbles),
+        T_OK);
+    EXPECT_EQ(pixels(nibbles.get()), (Bytes{0x12, 0x10}));
+  }
+}
+
+TEST(Bmp, BitFieldsWidenByTheirLargestValue) {
+  // 4-4-4-4, 3 bits of blue alone, fields of 10 and 12 bits, one of all 32.
+  const struct {
+    uint32_t bits, red, green, blue, pixel;
+    Bytes want;
+  } cases[] = {
+      {16, 0x0F00, 0x00F0, 0x000F, 0x7A1F, {170, 17, 255}},
+      {16, 0, 0, 0x0007, 0xFFFB, {0, 0, 109}},
+      // 127, 128 and 1 of 1023: 31.66, 31.91 and 0.25
+      {32, 0x3FF00000, 0x000FFC00, 0x000003FF, 127u << 20 | 128u << 10 | 1, {32, 32, 0}},
+      // 2055 of 4095: 127.97; 65406 of 65535: 254.50 less a bit
+      {32, 0x0FFF0000, 0x0000FFFF, 0, 2055u << 16 | 0xFF7E, {128, 254, 0}},
+      {32, 0xFFFFFFFF, 0, 0, 0x80808080, {128, 0, 0}},
+  };
+  for (const auto& c : cases) {
+    Bytes pixel = le32(c.pixel);
+    if (c.bits == 16) pixel[2] = pixel[3] = 0;
+    Bitmap bitmap;
+    ASSERT_EQ(load(bmp_file(bmp_info(1, 1, c.bits, 3, 0),
+                            join({le32(c.red), le32(c.green), le32(c.blue)}), pixel),
+                   bitmap),
+              T_OK);
+    EXPECT_EQ(rgb(bitmap.get()), c.want) << std::hex << c.pixel;
+  }
+}
+
 TEST(Bmp, BitFieldsKeepAllBits) {
   const Bytes masks565 = join({le32(0xF800), le32(0x07E0), le32(0x001F)});
   Bitmap words;
@@ -141,12 +200,9 @@ TEST(Bmp, BitFieldsKeepAllBits) {
 }
 
 TEST(Bmp, Os2RunLengthsOf24Bits) {
-  Bytes header(64);
-  const Bytes info = bmp_info(3, 1, 24, 4, 0);
-  std::copy(info.begin(), info.end(), header.begin());
-  header[0] = 64;
   Bitmap bitmap;
-  ASSERT_EQ(load(bmp_file(header, {}, {2, 1, 2, 3, 1, 4, 5, 6, 0, 1}), bitmap), T_OK);
+  ASSERT_EQ(load(bmp_file(os2_info(3, 1, 24, 4), {}, {2, 1, 2, 3, 1, 4, 5, 6, 0, 1}), bitmap),
+            T_OK);
   EXPECT_EQ(rgb(bitmap.get()), (Bytes{3, 2, 1, 3, 2, 1, 6, 5, 4}));
 }
 
