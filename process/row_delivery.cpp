@@ -37,8 +37,7 @@ int32_t RowDelivery::wanted_depth() const {
 Status RowDelivery::set_up_record() {
   if (!core::has_flag(bitmap_, T_FLAG_ALLOCATED)) {
     TRY(core::init_bitmap(bitmap_, picture_.width, picture_.height, wanted_depth()));
-    const bool has_order = picture_.bits > 8 || picture_.delivered_bits > 8;
-    if (bitmap_.BitsPerPixel > 8 && has_order) bitmap_.Order = picture_.order;
+    bitmap_.Order = picture_.order;
   }
   bitmap_.StorageKind = picture_.storage_kind;
   bitmap_.ViewPerspective = picture_.view_perspective;

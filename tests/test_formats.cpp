@@ -6,6 +6,7 @@
 
 #include "core/notice.h"
 #include "format_cases.h"
+#include "pipeline/registry.h"
 #include "platform/platform.h"
 
 namespace tavo::test {
@@ -34,6 +35,28 @@ TEST_P(Formats, EverySampleLoadsAndIsDescribedAsItLoads) {
       EXPECT_EQ(info.Colors, bitmap->Colors);
     }
     EXPECT_EQ(info.FileSize, sample.file.size());
+  }
+}
+
+int32_t T_CALL keep_record(BitmapHandle* source, const void*, int32_t, void* context) {
+  *static_cast<BitmapHandle*>(context) = *source;
+  return T_OK;
+}
+
+// The order of pixels of 8 bits and less is told, too, though it means nothing for them.
+TEST_P(Formats, ReadersDescribeTheirRowsAsIdentificationDoes) {
+  for (const Sample& sample : GetParam().samples) {
+    SCOPED_TRACE(sample.name);
+    Disk disk;
+    disk.files["in"] = sample.file;
+    FILEINFO info;
+    ASSERT_EQ(T_FileInfo("in", &info), T_OK);
+    Bitmap own, seen;
+    const pipeline::FormatRow* format = pipeline::find_format(info.Format);
+    ASSERT_EQ(format->read("in", own.get(), keep_record, 32, seen.get()).code(), T_OK);
+    EXPECT_EQ(seen->Order, static_cast<uint32_t>(info.Order));
+    EXPECT_EQ(seen->ViewPerspective, info.ViewPerspective);
+    EXPECT_EQ(info.Orientation, 1u);
   }
 }
 
