@@ -77,8 +77,7 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   TRY(parse_image(directory, image));
   process::describe(image.picture, T_FORMAT_TIFF, compression_text(image.compression), info);
   info.Page = directory.page();
-  info.PageCount = directory.count_pages();
-  return kOk;
+  return directory.count_pages(info.PageCount);
 }
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

@@ -59,7 +59,9 @@ size_t place_of(uint16_t tag) {
   return static_cast<size_t>((is_known ? found : std::end(kKnownTags)) - kKnownTags);
 }
 
+// Positions that no file has are behind the end of this one.
 Status read_at(io::InputFile& file, uint64_t position, std::span<uint8_t> into) {
+  if (position > INT32_MAX) return kReadError;
   TRY(file.seek(position));
   return file.read(into);
 }
@@ -153,7 +155,7 @@ Status Directory::read_link(uint64_t directory, uint64_t& next) {
   const size_t size = order_.is_64_bit ? 8 : 4;
   const uint64_t position = directory + (order_.is_64_bit ? 8 : 2) + count * entry_size();
   end_link_ = position;
-  if (!read_at(*file_, position, {bytes.data(), size}).ok()) return kOk;
+  if (!read_at(*file_, position, {bytes.data(), size}).ok()) return file_->failure();
   next = order_.is_64_bit ? order_.u64(bytes.data()) : order_.u32(bytes.data());
   return kOk;
 }
@@ -182,13 +184,11 @@ Status Directory::read_entries(uint64_t position) {
   const size_t per_piece = piece.size() / size;
   while (count > 0) {
     const auto part = static_cast<size_t>(std::min<uint64_t>(count, per_piece));
-    size_t got = 0;
-    TRY(file_->read_up_to({piece.data(), part * size}, got));
-    for (size_t i = 0; i < got / size; ++i) {
+    TRY(file_->read({piece.data(), part * size}));
+    for (size_t i = 0; i < part; ++i) {
       take_entry(piece.data() + i * size, position);
       position += size;
     }
-    if (got < part * size) break;
     count -= part;
   }
   return kOk;
@@ -198,17 +198,15 @@ Status Directory::open(io::InputFile& file, int32_t page) {
   static_assert(std::size(kKnownTags) == kTags);
   file_ = &file;
   TRY(read_header(first_));
-  page_ = walk(page, first_);
-  const Status status = read_entries(directory_);
-  return status == kReadError ? kBadData : status;
+  TRY(walk(page, page_));
+  return read_entries(directory_);
 }
 
-// Goes along the chain to page `page` or the last one before it; returns its number.
-int32_t Directory::walk(int32_t page, uint64_t first) {
+// Goes along the chain to page `page` or the last one before it, and tells its number.
+Status Directory::walk(int32_t page, int32_t& number) {
   std::array<uint64_t, kMaxPages> seen;
-  directory_ = first;
-  int32_t number = 1;
-  for (; number < page && number < kMaxPages; ++number) {
+  directory_ = first_;
+  for (number = 1; number < page && number < kMaxPages; ++number) {
     uint64_t next = 0;
     uint64_t count = 0;
     seen[static_cast<size_t>(number - 1)] = directory_;
@@ -217,13 +215,13 @@ int32_t Directory::walk(int32_t page, uint64_t first) {
     if (!read_count(next, count).ok()) break;
     directory_ = next;
   }
-  return number;
+  return file_->failure();
 }
 
-int32_t Directory::count_pages() { return walk(kMaxPages + 1, first_); }
+Status Directory::count_pages(int32_t& pages) { return walk(kMaxPages + 1, pages); }
 
 Status Directory::find_end(uint64_t& link, int32_t& pages) {
-  pages = walk(kMaxPages + 1, first_);
+  TRY(count_pages(pages));
   uint64_t next = 0;
   TRY(read_link(directory_, next));
   link = end_link_;
@@ -251,10 +249,12 @@ Status Directory::value(Tag tag, uint64_t index, uint64_t& value) const {
   return kOk;
 }
 
-uint32_t Directory::value_or(Tag tag, uint32_t fallback, uint64_t index) const {
-  uint64_t number = 0;
-  if (!value(tag, index, number).ok()) return fallback;
-  return static_cast<uint32_t>(std::min<uint64_t>(number, UINT32_MAX));
+Status Directory::get(Tag tag, uint32_t fallback, uint32_t& value, uint64_t index) const {
+  uint64_t number = fallback;
+  const Status status = this->value(tag, index, number);
+  if (status != kBadData) TRY(status);
+  value = static_cast<uint32_t>(std::min<uint64_t>(number, UINT32_MAX));
+  return kOk;
 }
 
 Status Directory::rational(Tag tag, uint64_t index, uint32_t& numerator,
@@ -275,6 +275,7 @@ Status ValueList::get(uint64_t index, uint64_t& value) {
     const uint64_t left = field_.count - index;
     const auto wanted = static_cast<uint32_t>(std::min<uint64_t>(left, piece_.size() / size));
     size_t got = 0;
+    if (field_.position + index * size > INT32_MAX) return kReadError;
     TRY(directory_.file().seek(field_.position + index * size));
     TRY(directory_.file().read_up_to({piece_.data(), wanted * size}, got));
     first_ = index;

@@ -92,14 +92,14 @@ struct ByteOrder {
 class Directory {
  public:
   // Reads the file's header and walks to page `page` (from 1; beyond the last one: the last).
-  // kBadData when the file is no TIFF file, or has no page.
+  // kBadData when the file is no TIFF file, or has no page; kReadError when its tags were cut.
   Status open(io::InputFile& file, int32_t page);
 
   int32_t page() const { return page_; }
   const ByteOrder& order() const { return order_; }
 
-  // All pages; a chain that bites its tail ends there.
-  int32_t count_pages();
+  // All pages; a chain that bites its tail, or was cut, ends there. Leaves this page's tags alone.
+  Status count_pages(int32_t& pages);
 
   // Where the offset of the page behind the last one is stored: it is 0; and how many pages there
   // are. kBadData for a chain without an end, kReadError when the file was cut there.
@@ -109,14 +109,15 @@ class Directory {
   bool has(Tag tag) const { return field(tag).count > 0; }
 
   // Value number `index` of a tag of integers. kBadData when there is none or it is not stored as
-  // an integer.
+  // an integer; kReadError when it lies behind the end of the file.
   Status value(Tag tag, uint64_t index, uint64_t& value) const;
 
-  // The first value, or `fallback` when the tag is not there or cannot be read; values beyond
-  // 32 bits count as the largest one.
-  uint32_t value_or(Tag tag, uint32_t fallback, uint64_t index = 0) const;
+  // The same, with `fallback` where there is no integer. What is there but cannot be read is an
+  // error: other values than the file's make another picture. Values beyond 32 bits count as the
+  // largest one.
+  Status get(Tag tag, uint32_t fallback, uint32_t& value, uint64_t index = 0) const;
 
-  // A fraction. kBadData when there is none, or its denominator is 0.
+  // A fraction. kBadData when there is none, or its denominator is 0; kReadError as for integers.
   Status rational(Tag tag, uint64_t index, uint32_t& numerator, uint32_t& denominator) const;
 
   // Bytes of a tag as they stand in the file.
@@ -127,7 +128,7 @@ class Directory {
  private:
   static constexpr size_t kTags = 39;
 
-  int32_t walk(int32_t page, uint64_t first);
+  Status walk(int32_t page, int32_t& number);
   Status read_header(uint64_t& first);
   Status read_link(uint64_t directory, uint64_t& next);
   Status read_entries(uint64_t position);

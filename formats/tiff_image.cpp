@@ -52,39 +52,47 @@ uint32_t samples_of(uint32_t photometric) {
 }
 
 // Samples: how many, how large. Files with one size for all samples, or fewer sizes than samples,
-// are common.
-bool parse_samples(const Directory& directory, Image& image) {
+// are common. `is_known`: read() can decode them.
+Status parse_samples(const Directory& directory, Image& image, bool& is_known) {
+  is_known = false;
   const uint64_t sizes = directory.field(Tag::kBitsPerSample).count;
   const uint32_t from_sizes = sizes == 3 || sizes == 4 ? static_cast<uint32_t>(sizes) : 1;
-  image.samples = std::max(directory.value_or(Tag::kSamplesPerPixel, from_sizes), 1u);
-  image.bits = directory.value_or(Tag::kBitsPerSample, image.compression == kOldJpeg ? 8 : 1);
+  TRY(directory.get(Tag::kSamplesPerPixel, from_sizes, image.samples));
+  image.samples = std::max(image.samples, 1u);
+  TRY(directory.get(Tag::kBitsPerSample, image.compression == kOldJpeg ? 8 : 1, image.bits));
   const uint32_t usual = image.is_fax() || image.samples < 3
                              ? (image.is_fax() ? kWhiteIsZero : kBlackIsZero)
                              : uint32_t{kRgb};
-  image.photometric = directory.value_or(Tag::kPhotometric, usual);
+  TRY(directory.get(Tag::kPhotometric, usual, image.photometric));
   // A colour map that is too short makes a grey picture, as everywhere.
   const uint64_t map = directory.field(Tag::kColorMap).count;
   if (image.photometric == kPalette && image.bits <= 8 && map < uint64_t{3} << image.bits) {
     image.photometric = kBlackIsZero;
   }
   image.used_samples = samples_of(image.photometric);
-  if (image.samples > kMaxSamples) return false;
+  if (image.samples > kMaxSamples) return kOk;
   for (uint64_t i = 1; i < std::min<uint64_t>(sizes, image.samples); ++i) {
-    if (directory.value_or(Tag::kBitsPerSample, 0, i) != image.bits) return false;
+    uint32_t bits = 0;
+    TRY(directory.get(Tag::kBitsPerSample, 0, bits, i));
+    if (bits != image.bits) return kOk;
   }
   constexpr uint32_t kUnsigned = 1;
   constexpr uint32_t kSigned = 2;
   constexpr uint32_t kUnknown = 4;
-  const uint32_t format = directory.value_or(Tag::kSampleFormat, kUnsigned);
+  uint32_t format = 0;
+  TRY(directory.get(Tag::kSampleFormat, kUnsigned, format));
   const bool is_number =
       format == kUnsigned || format == kUnknown || (format == kSigned && image.bits == 8);
   const bool is_size = (image.bits >= 1 && image.bits <= 16) || image.bits == 32;
-  return is_number && is_size && image.used_samples > 0 && image.samples >= image.used_samples;
+  is_known = is_number && is_size && image.used_samples > 0 && image.samples >= image.used_samples;
+  return kOk;
 }
 
 Status parse_blocks(const Directory& directory, Image& image) {
-  const uint32_t tile_width = directory.value_or(Tag::kTileWidth, 0);
-  const uint32_t tile_height = directory.value_or(Tag::kTileLength, 0);
+  uint32_t tile_width = 0;
+  uint32_t tile_height = 0;
+  TRY(directory.get(Tag::kTileWidth, 0, tile_width));
+  TRY(directory.get(Tag::kTileLength, 0, tile_height));
   image.is_tiled = directory.has(Tag::kTileOffsets) || tile_width != 0;
   if (image.is_tiled) {
     const bool is_sane =
@@ -93,7 +101,8 @@ Status parse_blocks(const Directory& directory, Image& image) {
     image.block_width = tile_width;
     image.block_height = tile_height;
   } else {
-    const uint32_t rows = directory.value_or(Tag::kRowsPerStrip, 0);
+    uint32_t rows = 0;
+    TRY(directory.get(Tag::kRowsPerStrip, 0, rows));
     image.block_width = image.width;
     image.block_height = rows == 0 ? image.height : std::min(rows, image.height);
   }
@@ -102,10 +111,7 @@ Status parse_blocks(const Directory& directory, Image& image) {
   return kOk;
 }
 
-bool parse_units(const Directory& directory, Image& image) {
-  if (image.photometric != kYCbCr || image.is_jpeg()) return true;
-  image.unit_width = directory.value_or(Tag::kYCbCrSubSampling, 2, 0);
-  image.unit_height = directory.value_or(Tag::kYCbCrSubSampling, 2, 1);
+bool are_units(const Image& image) {
   const auto is_factor = [](uint32_t n) { return n == 1 || n == 2 || n == 4; };
   if (!is_factor(image.unit_width) || !is_factor(image.unit_height)) return false;
   if (image.unit_width == 1 && image.unit_height == 1) return true;
@@ -113,6 +119,15 @@ bool parse_units(const Directory& directory, Image& image) {
   const bool is_wide = image.blocks_across == 1 || image.block_width % image.unit_width == 0;
   return !image.is_planar && !image.has_predictor && image.bits == 8 && image.samples == 3 &&
          is_whole && is_wide;
+}
+
+Status parse_units(const Directory& directory, Image& image, bool& is_known) {
+  is_known = true;
+  if (image.photometric != kYCbCr || image.is_jpeg()) return kOk;
+  TRY(directory.get(Tag::kYCbCrSubSampling, 2, image.unit_width, 0));
+  TRY(directory.get(Tag::kYCbCrSubSampling, 2, image.unit_height, 1));
+  is_known = are_units(image);
+  return kOk;
 }
 
 // Whether the parts make a picture that read() can decode.
@@ -133,22 +148,34 @@ bool fits_together(const Image& image) {
          uint64_t{image.block_width} * image.samples_per_plane() * image.bits % 8 == 0;
 }
 
-// Dots per inch, rounded; 0 when the tag does not say.
-int32_t resolution(const Directory& directory, Tag tag) {
+// Dots per inch, rounded; 0 when the tag does not say, or what it says was cut off.
+Status read_resolution(const Directory& directory, Tag tag, int32_t& resolution) {
   constexpr uint32_t kInch = 2;
   constexpr uint32_t kCentimetre = 3;
-  const uint32_t unit = directory.value_or(Tag::kResolutionUnit, kInch);
+  resolution = 0;
+  uint32_t unit = 0;
   uint32_t numerator = 0;
   uint32_t denominator = 0;
-  if (!directory.rational(tag, 0, numerator, denominator).ok()) return 0;
-  if (unit != kInch && unit != kCentimetre) return 0;
+  TRY(directory.get(Tag::kResolutionUnit, kInch, unit));
+  if (!directory.rational(tag, 0, numerator, denominator).ok()) return directory.file().failure();
+  if (unit != kInch && unit != kCentimetre) return kOk;
   const uint64_t parts = unit == kCentimetre ? 254 : 100;
   const uint64_t dots =
       (uint64_t{numerator} * parts + uint64_t{denominator} * 50) / (uint64_t{denominator} * 100);
-  return static_cast<int32_t>(std::min<uint64_t>(dots, INT32_MAX));
+  resolution = static_cast<int32_t>(std::min<uint64_t>(dots, INT32_MAX));
+  return kOk;
 }
 
-void describe(const Directory& directory, Image& image) {
+Status read_resolutions(const Directory& directory, process::SourcePicture& picture) {
+  TRY(read_resolution(directory, Tag::kXResolution, picture.x_resolution));
+  TRY(read_resolution(directory, Tag::kYResolution, picture.y_resolution));
+  if (picture.x_resolution == 0) picture.x_resolution = picture.y_resolution;
+  if (picture.y_resolution == 0) picture.y_resolution = picture.x_resolution;
+  picture.has_resolution = picture.x_resolution > 0;
+  return kOk;
+}
+
+void describe(Image& image) {
   process::SourcePicture& picture = image.picture;
   picture.width = static_cast<int32_t>(image.width);
   picture.height = static_cast<int32_t>(image.height);
@@ -165,45 +192,60 @@ void describe(const Directory& directory, Image& image) {
     if (is_palette) picture.flags = T_FLAG_PALETTE;
     if (!is_palette && picture.bits > 1) picture.flags = T_FLAG_GRAY;
   }
-  const uint32_t orientation = directory.value_or(Tag::kOrientation, kOrientationTopLeft);
+}
+
+Status read_orientation(const Directory& directory, process::SourcePicture& picture) {
+  uint32_t orientation = 0;
+  TRY(directory.get(Tag::kOrientation, kOrientationTopLeft, orientation));
   if (orientation == kOrientationBottomLeft) {
     picture.view_perspective = 2;
   } else if (orientation >= kOrientationTopLeft && orientation <= kOrientationLeftBottom) {
     picture.orientation = orientation;
   }
-  picture.x_resolution = resolution(directory, Tag::kXResolution);
-  picture.y_resolution = resolution(directory, Tag::kYResolution);
-  if (picture.x_resolution == 0) picture.x_resolution = picture.y_resolution;
-  if (picture.y_resolution == 0) picture.y_resolution = picture.x_resolution;
-  picture.has_resolution = picture.x_resolution > 0;
+  return kOk;
+}
+
+// How the samples are coded.
+Status parse_coding(const Directory& directory, Image& image, bool& is_known) {
+  uint32_t planar = 0;
+  uint32_t fill_order = 0;
+  uint32_t predictor = 0;
+  uint32_t jpeg_process = 0;
+  TRY(directory.get(Tag::kCompression, kNone, image.compression));
+  TRY(directory.get(Tag::kPlanarConfiguration, 1, planar));
+  TRY(directory.get(Tag::kFillOrder, 1, fill_order));
+  TRY(directory.get(Tag::kT4Options, 0, image.t4_options));
+  TRY(directory.get(Tag::kPredictor, 1, predictor));
+  TRY(directory.get(Tag::kJpegProc, 1, jpeg_process));
+  image.is_planar = planar == 2;
+  image.is_reversed = fill_order == 2;
+  const bool uses_predictor = image.compression == kLzw || image.compression == kDeflate ||
+                              image.compression == kOldDeflate;
+  image.has_predictor = uses_predictor && predictor == kHorizontalPredictor;
+  constexpr uint32_t kLossless = 14;
+  const bool is_lossless_jpeg = image.compression == kOldJpeg && jpeg_process == kLossless;
+  is_known = !(uses_predictor && predictor > kHorizontalPredictor) && !is_lossless_jpeg;
+  return kOk;
 }
 
 // All but the height, which is there already.
 Status parse_tags(const Directory& directory, Image& image) {
-  image.width = directory.value_or(Tag::kImageWidth, 0);
+  TRY(directory.get(Tag::kImageWidth, 0, image.width));
   if (image.width == 0 || image.width > INT32_MAX || image.height > INT32_MAX) return kBadData;
-  image.compression = directory.value_or(Tag::kCompression, kNone);
-  const bool is_fax = image.is_fax();
-  image.is_planar = directory.value_or(Tag::kPlanarConfiguration, 1) == 2;
-  image.is_reversed = directory.value_or(Tag::kFillOrder, 1) == 2;
-  image.t4_options = directory.value_or(Tag::kT4Options, 0);
-  const uint32_t predictor = directory.value_or(Tag::kPredictor, 1);
-  const bool uses_predictor = image.compression == kLzw || image.compression == kDeflate ||
-                              image.compression == kOldDeflate;
-  image.has_predictor = uses_predictor && predictor == kHorizontalPredictor;
-
-  constexpr uint32_t kLossless = 14;
-  const bool is_lossless_jpeg =
-      image.compression == kOldJpeg && directory.value_or(Tag::kJpegProc, 1) == kLossless;
-  bool is_supported =
-      parse_samples(directory, image) && !(uses_predictor && predictor > 2) && !is_lossless_jpeg;
+  bool knows_coding = false;
+  bool knows_samples = false;
+  bool knows_units = false;
+  TRY(parse_coding(directory, image, knows_coding));
+  TRY(parse_samples(directory, image, knows_samples));
   if (image.samples == 1) image.is_planar = false;
   // Fax codings have one bit, whatever the file says.
-  if (is_fax) image.bits = 1;
+  if (image.is_fax()) image.bits = 1;
   TRY(parse_blocks(directory, image));
-  is_supported = parse_units(directory, image) && is_supported;
-  image.is_supported = is_supported && fits_together(image);
-  describe(directory, image);
+  TRY(parse_units(directory, image, knows_units));
+  image.is_supported = knows_coding && knows_samples && knows_units && fits_together(image);
+  describe(image);
+  TRY(read_orientation(directory, image.picture));
+  TRY(read_resolutions(directory, image.picture));
   if (!directory.has(Tag::kStripOffsets) && !directory.has(Tag::kTileOffsets) && !image.is_jpeg()) {
     return kBadData;
   }
@@ -221,7 +263,7 @@ uint64_t Image::row_bytes(uint32_t pixels) const {
 }
 
 Status parse_image(const Directory& directory, Image& image) {
-  image.height = directory.value_or(Tag::kImageLength, 0);
+  TRY(directory.get(Tag::kImageLength, 0, image.height));
   if (image.height == 0) {
     Image endless;
     endless.height = INT32_MAX;

@@ -74,7 +74,8 @@ struct Image {
   uint64_t row_bytes(uint32_t pixels) const;
 };
 
-// kBadData when what every picture needs is missing or makes no sense. A picture of a kind that
+// kBadData when what every picture needs is missing or makes no sense, kReadError when what the
+// pixels depend on was cut off; a resolution may be. A picture of a kind that
 // read() does not know is described with is_supported false.
 Status parse_image(const Directory& directory, Image& image);
 

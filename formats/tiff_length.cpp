@@ -30,7 +30,10 @@ Status count_coded(const Directory& directory, const Image& image, uint64_t posi
   TRY(decoder.start(image, directory.order()));
   TRY(decoder.begin(directory.file(), position, size));
   const std::span<uint8_t> pixels = row.bytes().first(static_cast<size_t>(row_bytes));
-  for (rows = 0; rows < most && decoder.read_row(pixels).ok(); ++rows) {
+  for (rows = 0; rows < most; ++rows) {
+    const Status status = decoder.read_row(pixels);
+    if (status == kNoMemory) return status;
+    if (!status.ok()) break;
     const uint32_t no_rows = decoder.end_rows();
     if (no_rows > 0) {
       rows = rows + 1 - no_rows;
@@ -38,7 +41,7 @@ Status count_coded(const Directory& directory, const Image& image, uint64_t posi
     }
     if (!is_plausible(rows)) return kBadData;
   }
-  return kOk;
+  return directory.file().failure();
 }
 
 }  // namespace
@@ -46,7 +49,9 @@ Status count_coded(const Directory& directory, const Image& image, uint64_t posi
 Status count_rows(const Directory& directory, const Image& image, uint32_t& rows) {
   if (image.is_tiled || image.is_jpeg() || !image.is_supported) return kBadData;
   const uint64_t strips = directory.field(Tag::kStripOffsets).count / image.planes();
-  uint64_t strip_rows = directory.value_or(Tag::kRowsPerStrip, UINT32_MAX);
+  uint32_t rows_per_strip = 0;
+  TRY(directory.get(Tag::kRowsPerStrip, UINT32_MAX, rows_per_strip));
+  uint64_t strip_rows = rows_per_strip;
   if (strip_rows == 0 || strip_rows > INT32_MAX) strip_rows = strips == 1 ? INT32_MAX : 0;
   if (strips == 0 || strip_rows == 0) return kBadData;
 

@@ -48,7 +48,7 @@ class HeaderMaker {
   Status read_table(Tag tag, uint32_t component, uint32_t skipped, std::span<uint8_t> into) const;
   Status put_quantisers();
   Status put_huffman(Tag tag, uint32_t table_class);
-  void put_frame();
+  Status put_frame();
   void put_scan();
 
   const Directory& directory_;
@@ -95,8 +95,12 @@ Status HeaderMaker::put_huffman(Tag tag, uint32_t table_class) {
   return kOk;
 }
 
-void HeaderMaker::put_frame() {
+Status HeaderMaker::put_frame() {
   const bool shares_colors = image_.photometric == kYCbCr;
+  uint32_t h = 0;
+  uint32_t v = 0;
+  TRY(directory_.get(Tag::kYCbCrSubSampling, 2, h, 0));
+  TRY(directory_.get(Tag::kYCbCrSubSampling, 2, v, 1));
   put_start(jpeg::marker::kSof0, 6 + 3 * size_t{image_.samples});
   put(8);
   put16(std::min(image_.block_height, uint32_t{UINT16_MAX}));
@@ -105,11 +109,10 @@ void HeaderMaker::put_frame() {
   for (uint32_t i = 0; i < image_.samples; ++i) {
     const bool is_brightness = i == 0 && shares_colors;
     put(i + 1);
-    put(is_brightness ? (directory_.value_or(Tag::kYCbCrSubSampling, 2, 0) & 15) << 4 |
-                            (directory_.value_or(Tag::kYCbCrSubSampling, 2, 1) & 15)
-                      : 0x11);
+    put(is_brightness ? (h & 15) << 4 | (v & 15) : 0x11);
     put(table_of(Tag::kJpegQTables, i));
   }
+  return kOk;
 }
 
 void HeaderMaker::put_scan() {
@@ -131,9 +134,11 @@ Status HeaderMaker::make() {
   TRY(put_quantisers());
   TRY(put_huffman(Tag::kJpegDcTables, 0));
   TRY(put_huffman(Tag::kJpegAcTables, 1));
-  put_frame();
+  TRY(put_frame());
+  uint32_t interval = 0;
+  TRY(directory_.get(Tag::kJpegRestartInterval, 0, interval));
   put_start(jpeg::marker::kDri, 2);
-  put16(directory_.value_or(Tag::kJpegRestartInterval, 0) & UINT16_MAX);
+  put16(interval & UINT16_MAX);
   put_scan();
   return kOk;
 }
@@ -156,8 +161,7 @@ class Finder {
  private:
   bool begins_stream(uint64_t position);
   bool is_in_strips(JpegLayout& layout);
-  bool has_interchange_format();
-  Status read_interchange_format(JpegLayout& layout);
+  Status read_interchange_format(uint32_t header, JpegLayout& layout);
   JpegLayout choose_layout(bool is_within) const;
   uint64_t block_count() const { return uint64_t{image_.blocks_across} * image_.blocks_down; }
 
@@ -190,18 +194,13 @@ bool Finder::is_in_strips(JpegLayout& layout) {
   return begins_stream(strip_);
 }
 
-bool Finder::has_interchange_format() {
-  const uint64_t header = directory_.value_or(Tag::kJpegInterchangeFormat, 0);
-  return header != 0 && blocks_.contains(header) && begins_stream(header);
-}
-
 // A stream of which the strips may be part, or its header alone: that may end anywhere before the
 // data, which then follow, be it elsewhere.
-Status Finder::read_interchange_format(JpegLayout& layout) {
-  const uint64_t header = directory_.value_or(Tag::kJpegInterchangeFormat, 0);
-  const uint64_t length = directory_.value_or(Tag::kJpegInterchangeFormatLength, 0);
+Status Finder::read_interchange_format(uint32_t header, JpegLayout& layout) {
+  uint32_t length = 0;
+  TRY(directory_.get(Tag::kJpegInterchangeFormatLength, 0, length));
   uint64_t header_bytes = blocks_.rest(header);
-  if (length != 0) header_bytes = std::min(header_bytes, length);
+  if (length != 0) header_bytes = std::min<uint64_t>(header_bytes, length);
   if (has_strip_ && strip_ > header) header_bytes = std::min(header_bytes, strip_ - header);
   part_.set(directory_.file(), header, header_bytes, false);
   if (has_strip_) part_.append(strip_, blocks_.rest(strip_));
@@ -210,7 +209,8 @@ Status Finder::read_interchange_format(JpegLayout& layout) {
   const bool is_within = !has_strip_ || (strip_ >= header && strip_ - header < length);
   layout = choose_layout(is_within);
   if (!is_within && decoder_.restart_interval() == 0) {
-    const uint32_t interval = directory_.value_or(Tag::kJpegRestartInterval, 0);
+    uint32_t interval = 0;
+    TRY(directory_.get(Tag::kJpegRestartInterval, 0, interval));
     decoder_.set_restart_interval(interval & UINT16_MAX);
   }
   return kOk;
@@ -230,10 +230,13 @@ Status Finder::find(JpegLayout& layout) {
   if (is_in_strips(layout)) {
     return layout == JpegLayout::kWhole ? decoder_.read_header(bytes_, options_) : kOk;
   }
-  if (has_interchange_format()) {
-    const Status status = read_interchange_format(layout);
+  uint32_t header = 0;
+  TRY(directory_.get(Tag::kJpegInterchangeFormat, 0, header));
+  if (header != 0 && blocks_.contains(header) && begins_stream(header)) {
+    const Status status = read_interchange_format(header, layout);
     if (status != kBadData && status != kReadError) return status;
   }
+  TRY(directory_.file().failure());
   // Tables that were found there, if any, stay in force.
   HeaderMaker maker(directory_, image_);
   TRY(maker.make());

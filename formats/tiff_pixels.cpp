@@ -1,6 +1,7 @@
 #include "formats/tiff_pixels.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "color/widen.h"
@@ -26,13 +27,18 @@ uint32_t bits_at(const uint8_t* row, uint64_t position, uint32_t bits) {
   return value >> (got - skipped - bits) & ((1u << bits) - 1);
 }
 
-// A fraction of a tag in 65536ths, or `fallback`.
-int64_t fraction(const Directory& directory, Tag tag, uint64_t index, int64_t fallback) {
-  uint32_t numerator = 0;
-  uint32_t denominator = 0;
-  if (!directory.rational(tag, index, numerator, denominator).ok()) return fallback;
-  const int64_t value = static_cast<int64_t>(numerator) * kOne / denominator;
-  return value <= 1024 * kOne ? value : fallback;
+// Fractions of a tag in 65536ths; those that make no sense leave what `values` has.
+Status read_fractions(const Directory& directory, Tag tag, std::span<int64_t> values) {
+  for (size_t i = 0; i < values.size(); ++i) {
+    uint32_t numerator = 0;
+    uint32_t denominator = 0;
+    const Status status = directory.rational(tag, i, numerator, denominator);
+    if (status == kBadData) continue;
+    TRY(status);
+    const int64_t value = static_cast<int64_t>(numerator) * kOne / denominator;
+    if (value <= 1024 * kOne) values[i] = value;
+  }
+  return kOk;
 }
 
 }  // namespace
@@ -53,20 +59,15 @@ Status PixelConverter::start(const Directory& directory, const Image& image) {
 // TIFF 6.0, section 21; all in 65536ths.
 Status PixelConverter::start_ycc(const Directory& directory) {
   TRY(ycc_.allocate(1));
-  int64_t red = fraction(directory, Tag::kYCbCrCoefficients, 0, 0);
-  int64_t green = fraction(directory, Tag::kYCbCrCoefficients, 1, 0);
-  int64_t blue = fraction(directory, Tag::kYCbCrCoefficients, 2, 0);
-  const bool is_sane = red > 0 && green > 0 && blue > 0 && red + green + blue < 2 * kOne;
-  if (!is_sane) {
-    red = 19595;
-    green = 38470;
-    blue = 7471;
-  }
-  constexpr int64_t kReference[] = {0, 255, 128, 255, 128, 255};
-  int64_t reference[6];
-  for (uint32_t i = 0; i < 6; ++i) {
-    reference[i] = fraction(directory, Tag::kReferenceBlackWhite, i, kReference[i] * kOne);
-  }
+  std::array<int64_t, 3> parts = {};
+  TRY(read_fractions(directory, Tag::kYCbCrCoefficients, parts));
+  const bool is_sane =
+      parts[0] > 0 && parts[1] > 0 && parts[2] > 0 && parts[0] + parts[1] + parts[2] < 2 * kOne;
+  if (!is_sane) parts = {19595, 38470, 7471};
+  const auto [red, green, blue] = parts;
+  std::array<int64_t, 6> reference = {0, 255, 128, 255, 128, 255};
+  for (int64_t& level : reference) level *= kOne;
+  TRY(read_fractions(directory, Tag::kReferenceBlackWhite, reference));
   // `range`: the levels between the two references (6.0, section 20).
   const auto scaled = [&reference](int64_t code, uint32_t channel, int64_t range) {
     const int64_t black = reference[2 * channel];

@@ -26,7 +26,10 @@ BlockTable::BlockTable(const Directory& directory, const Image& image)
 Status BlockTable::find(uint64_t block, uint64_t& position, uint64_t& size) {
   TRY(offsets_.get(block, position));
   if (position >= file_bytes_) return kReadError;
-  if (!sizes_.get(block, size).ok() || size == 0) size = rest(position);
+  size = 0;
+  const Status status = sizes_.get(block, size);
+  if (status != kBadData) TRY(status);
+  if (size == 0) size = rest(position);
   size = std::min(size, rest(position));
   return kOk;
 }
