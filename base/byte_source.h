@@ -58,6 +58,9 @@ class ByteSource {
   bool at_end() const { return at_end_; }
   Status failure() const { return failure_; }
 
+  // What it means that there is less than was needed: a failed read's status, else kReadError.
+  Status shortage() const { return failure_.ok() ? kReadError : failure_; }
+
   // The next byte, or -1 at the end.
   int get() {
     if (next_ == end_ && (!refill().ok() || next_ == end_)) return -1;

@@ -134,9 +134,7 @@ uint32_t Decoder::take(uint32_t bits) {
   return value;
 }
 
-Status Decoder::data_ended() const {
-  return source_->failure().ok() ? kReadError : source_->failure();
-}
+Status Decoder::data_ended() const { return source_->shortage(); }
 
 // ---- Blocks ----
 

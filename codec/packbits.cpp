@@ -59,13 +59,13 @@ Status Decoder::decode(std::span<uint8_t> out) {
     }
     if (left_ == 0) {
       const int head = bytes_.get();
-      if (head < 0) return bytes_.failure().ok() ? kReadError : bytes_.failure();
+      if (head < 0) return bytes_.shortage();
       if (head == 128) continue;  // no packet
       is_run_ = head > 128;
       left_ = static_cast<size_t>(is_run_ ? 257 - head : head + 1);
       if (is_run_) {
         const int value = bytes_.get();
-        if (value < 0) return bytes_.failure().ok() ? kReadError : bytes_.failure();
+        if (value < 0) return bytes_.shortage();
         value_ = static_cast<uint8_t>(value);
       }
     }

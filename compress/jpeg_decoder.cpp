@@ -91,7 +91,9 @@ Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
   SegmentEnd end;
   TRY(markers.read_start());
   TRY(markers.read_segments(frame_, scan_, extras_, end));
-  if (end != SegmentEnd::kScan) return end == SegmentEnd::kCutShort ? kReadError : kBadData;
+  if (end != SegmentEnd::kScan) {
+    return end == SegmentEnd::kCutShort ? source.shortage() : kBadData;
+  }
   if (frame_.height == 0) frame_.set_height(options.lines);
   if (frame_.height == 0) return kBadData;
   color_ = options.color && fits(*options.color, frame_.count) ? *options.color : guess_color();
@@ -267,7 +269,7 @@ Status Decoder::continue_scans(bool& has_more) {
                                        [](bool latched) { return latched; });
   has_more = status.ok() && end == SegmentEnd::kScan;
   if (status.ok() && end == SegmentEnd::kCutShort) {
-    if (frame_.is_progressive || !is_complete) note(kReadError);
+    if (frame_.is_progressive || !is_complete) note(source_->shortage());
   }
   if (!has_more && !is_complete) note(kBadData);
   return kOk;

@@ -179,6 +179,7 @@ Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& sou
   TRY(file.seek(container.stream_offset));
   source.reset();
   const uint32_t lines = find_line_count(source);
+  TRY(source.failure());
   if (lines == 0) return kBadData;
   TRY(file.seek(container.stream_offset));
   source.reset();

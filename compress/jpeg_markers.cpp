@@ -59,13 +59,14 @@ Status MarkerReader::next_marker(int& code) {
     const void* found = window.empty() ? nullptr : std::memchr(window.data(), 0xFF, window.size());
     if (found == nullptr) {
       source_.consume(window.size());
-      if (!source_.refill().ok() || source_.window().empty()) return kReadError;
+      TRY(source_.refill());
+      if (source_.window().empty()) return kReadError;
       continue;
     }
     source_.consume(static_cast<size_t>(static_cast<const uint8_t*>(found) - window.data()));
     int byte = 0xFF;
     while (byte == 0xFF) byte = source_.get();
-    if (byte < 0) return kReadError;
+    if (byte < 0) return source_.shortage();
     if (byte == 0) continue;
     code = byte;
     return kOk;

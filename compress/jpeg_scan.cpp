@@ -23,7 +23,7 @@ bool ScanReader::pass_lost() {
 void ScanReader::fail() {
   end_of_band_run = 0;
   const bool is_cut = bits.is_exhausted() && bits.skip_to_marker() == kEndOfData;
-  note(is_cut ? kReadError : kBadData);
+  note(is_cut ? source_->shortage() : kBadData);
   if (interval_ == 0) {
     is_dead_ = true;
   } else {
@@ -53,7 +53,7 @@ bool ScanReader::find_restart() {
   for (;;) {
     const int code = bits.skip_to_marker();
     if (code < marker::kRst0 || code > marker::kRst7) {
-      note(code == kEndOfData ? kReadError : kBadData);
+      note(code == kEndOfData ? source_->shortage() : kBadData);
       return false;
     }
     source_->consume(2);

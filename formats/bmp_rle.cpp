@@ -70,7 +70,7 @@ Status RleDecoder::put_literal(uint8_t* row, uint32_t count) {
 Status RleDecoder::move_by_delta(bool& row_done) {
   const int dx = bytes_.get();
   const int dy = bytes_.get();
-  if (dy < 0) return kReadError;
+  if (dy < 0) return bytes_.shortage();
   x_ = std::min(x_ + static_cast<uint32_t>(dx), width_);
   if (dy > 0) {
     blank_rows_ = static_cast<uint32_t>(dy) - 1;
@@ -102,16 +102,21 @@ Status RleDecoder::decode_pairs(uint8_t* row) {
   bool row_done = false;
   while (!row_done) {
     const int count = bytes_.get();
-    if (count < 0) return x_ == width_ ? kOk : kReadError;
+    if (count < 0) {
+      // The last row may lack its mark; further ones would begin here.
+      if (x_ != width_) return bytes_.shortage();
+      x_ = 0;
+      return kOk;
+    }
     if (count > 0) {
       std::array<uint8_t, 3> value = {};
       const size_t size = coding_ == Coding::kRle24 ? 3 : 1;
-      if (!bytes_.read({value.data(), size}).ok()) return kReadError;
+      TRY(bytes_.read({value.data(), size}));
       put_run(row, static_cast<uint32_t>(count), value.data());
       continue;
     }
     const int code = bytes_.get();
-    if (code < 0) return kReadError;
+    if (code < 0) return bytes_.shortage();
     TRY(escape(static_cast<uint32_t>(code), row, row_done));
   }
   return kOk;

@@ -68,16 +68,16 @@ class SubBlocks {
 Status find_image(ByteSource& bytes) {
   int introducer = bytes.get();
   while (introducer == kExtension) {
-    if (bytes.get() < 0) return kReadError;  // its label
+    if (bytes.get() < 0) return bytes.shortage();  // its label
     int length = bytes.get();
     while (length > 0) {
       TRY(bytes.skip(static_cast<uint64_t>(length)));
       length = bytes.get();
     }
-    if (length < 0) return kReadError;
+    if (length < 0) return bytes.shortage();
     introducer = bytes.get();
   }
-  return introducer == kImageSeparator ? kOk : kReadError;
+  return introducer == kImageSeparator ? kOk : bytes.shortage();
 }
 
 Status read_table(ByteSource& bytes, uint8_t packed, process::SourcePicture& picture) {
@@ -174,15 +174,15 @@ void pack_row(const uint8_t* indices, int32_t bits, std::span<uint8_t> row) {
   }
 }
 
-// Decodes one row of index bytes. A row that the end code or the end of the data cuts is filled
-// up with index 0 and counts as read; kBadData where nothing comes any more.
-Status decode_row(lzw::LowFirstDecoder& decoder, ByteSource& stream, std::span<uint8_t> indices) {
-  size_t got = 0;
+// Decodes one row of index bytes; one that is cut is filled up with index 0. `got`: pixels that
+// came. A row that the end code cuts counts as read; otherwise the stream must not end in a row.
+Status decode_row(lzw::LowFirstDecoder& decoder, ByteSource& stream, std::span<uint8_t> indices,
+                  size_t& got) {
   const Status status = decoder.decode(stream, indices, got);
   if (got == indices.size()) return kOk;
-  if (got == 0) return status.ok() ? kBadData : status;
   std::ranges::fill(indices.subspan(got), uint8_t{0});
-  return kOk;
+  if (got > 0 && decoder.saw_end_code()) return kOk;
+  return status.ok() ? kBadData : status;
 }
 
 Status decode_rows(const process::SourcePicture& picture, lzw::LowFirstDecoder& decoder,
@@ -195,10 +195,11 @@ Status decode_rows(const process::SourcePicture& picture, lzw::LowFirstDecoder& 
     const std::span<uint8_t> row = rows.next_row();
     const std::span<uint8_t> indices =
         picture.bits < 8 ? line.bytes().first(width) : row.first(width);
-    const Status status = decode_row(decoder, stream, indices);
-    if (!status.ok()) return rows.finish_early(status);
+    size_t got = 0;
+    const Status status = decode_row(decoder, stream, indices, got);
     if (picture.bits < 8) pack_row(line.data(), picture.bits, row.first(packed));
-    TRY(rows.commit());
+    if (got > 0) TRY(rows.commit());  // of a cut row, what there is
+    if (!status.ok()) return rows.finish_early(status);
   }
   return rows.finish();
 }

@@ -120,7 +120,8 @@ Status RunDecoder::put_literals(uint8_t*& out, const uint8_t* end) {
   const Status status = bytes_.read_some({out, part}, got);
   out += got;
   left_ -= got;
-  return got == part ? kOk : status.ok() ? kReadError : status;
+  TRY(status);
+  return got == part ? kOk : kReadError;
 }
 
 Status RunDecoder::decode_row(std::span<uint8_t> row, size_t& got) {
@@ -140,7 +141,7 @@ Status RunDecoder::decode_row(std::span<uint8_t> row, size_t& got) {
     if (bytes_.window().size() >= kWindow) {
       out = run_fast(out, end);
     } else if (status.ok() && !start_packet()) {
-      status = kReadError;
+      status = bytes_.shortage();
     }
   }
   got = static_cast<size_t>(out - row.data());

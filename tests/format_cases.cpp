@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "jpeg_streams.h"
+
 namespace tavo::test {
 
 Bytes saved_sample(int32_t format, int32_t depth, int32_t width, int32_t height) {
@@ -95,7 +97,20 @@ FormatCase tiff_case() {
   planar[8].values = {12, 12, 12};
   planar.push_back({284, 3, {2}});
   std::vector<TiffTag> units = tiff_tags(3, 3, 8, 3, 1, 6, 24);
+  units.push_back({282, 5, {300, 1}});
+  units.push_back({529, 5, {299, 1000, 587, 1000, 114, 1000}});
   units.push_back({530, 3, {2, 2}});
+  JpegPicture picture;
+  picture.width = 20;
+  picture.height = 12;
+  picture.components = {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}};
+  picture.fill(5);
+  const Bytes stream = jpeg_stream(picture, {});
+  const auto stream_bytes = static_cast<uint32_t>(stream.size());
+  const std::vector<TiffTag> jpeg = tiff_tags(20, 12, 8, 3, 7, 6, stream_bytes);
+  std::vector<TiffTag> old_jpeg = jpeg;
+  old_jpeg[3].values = {6};
+  old_jpeg.push_back({513, 4, {8}});
   tiff.samples = {
       {"uncompressed", saved_sample(T_FORMAT_TIFF, 4, 9, 3)},
       {"PackBits", saved_sample(T_FORMAT_TIFF_PACKBITS, 24, 9, 3)},
@@ -108,6 +123,8 @@ FormatCase tiff_case() {
       {"2 bits", tiff_file(tiff_tags(5, 1, 2, 1, 1, 0, 2), {0x1B, 0x80})},
       {"CMYK", tiff_file(tiff_tags(2, 1, 8, 4, 1, 5, 8), {1, 2, 3, 4, 5, 6, 7, 8})},
       {"YCbCr", tiff_file(units, Bytes(24, 0x77))},
+      {"JPEG", tiff_file(jpeg, stream)},
+      {"old JPEG", tiff_file(old_jpeg, stream)},
   };
   return tiff;
 }

@@ -19,6 +19,7 @@ struct FormatCase {
   int32_t save_format = 0;      // 0: the format cannot be saved
   std::vector<int32_t> save_depths = {};
   bool is_lossless = true;  // what is saved loads back to the same pixels
+  bool fills_up = false;    // a file that ends early loads with zeros for the rest
 };
 
 inline void PrintTo(const FormatCase& format, std::ostream* out) { *out << format.name; }

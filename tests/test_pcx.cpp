@@ -501,7 +501,7 @@ TEST(Dcx, AFailedAppendKeepsTheOtherPages) {
 }  // namespace
 
 FormatCase pcx_case() {
-  FormatCase pcx{"Pcx", {}, T_FORMAT_PCX, {1, 4, 8, 24}};
+  FormatCase pcx{"Pcx", {}, T_FORMAT_PCX, {1, 4, 8, 24}, true, true};
   const Bytes small = pcx_file(
       {.width = 2, .height = 2, .line_bytes = 2, .data = {1, 0xC3, 2}, .trailer = gray_trailer()});
   pcx.samples = {

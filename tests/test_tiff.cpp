@@ -143,6 +143,15 @@ TEST(Tiff, BadDirectoriesAreStatuses) {
     Bitmap bitmap;
     EXPECT_EQ(load(tiff_file(c.tags, data), bitmap), c.status) << c.what;
   }
+  // A value behind the end of the file makes another picture, unless it only describes it.
+  const auto read_cut = [&](const TiffTag& last) {
+    Bytes file = tiff_file(with(raw, last), data);
+    file.resize(file.size() - 6);
+    return read_directly(T_LoadTIFFile, file);
+  };
+  EXPECT_EQ(read_cut({282, 5, {300, 1}}), T_OK);
+  EXPECT_EQ(read_cut({258, 3, {8, 8, 8}}), T_ERR_READ);
+  EXPECT_EQ(read_cut({339, 3, {1, 1, 1}}), T_ERR_READ);
   // A page that is its own successor counts once; one that follows nothing is no page.
   Bytes ring = tiff_file(raw, data);
   const Bytes here(ring.begin() + 4, ring.begin() + 8);
