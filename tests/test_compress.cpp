@@ -408,6 +408,7 @@ TEST(Compress, RowSinkGivesWhatTheBitmapGives) {
     }
     EXPECT_EQ(T_CompressBuffer(strip.data()), T_OK);
     EXPECT_EQ(T_EndCompressBuffer(), T_OK);
+    settings.files.Close(file);
     EXPECT_TRUE(disk.files["got"] == disk.files["want"]) << bits;
   }
 }
