@@ -23,35 +23,7 @@ namespace tavo::color {
 
 namespace {
 
-constexpr uint32_t kStorageFlags =
-    T_FLAG_ALLOCATED | T_FLAG_MEMORY | T_FLAG_DISK | T_FLAG_USER | T_FLAG_LOCKED;
 constexpr uint32_t kOptimizingShare = 40;  // percent of a reduction to an optimised palette
-
-// Puts a finished picture in the place of the one it was made from. What describes the picture but
-// not its pixels stays; palette objects, which belonged to the old pixels, go.
-void replace(BitmapHandle& bitmap, BitmapHandle& made) {
-  const bool was_accessed = core::has_flag(bitmap, T_FLAG_LOCKED);
-  BitmapHandle old = bitmap;
-  bitmap.Handle = made.Handle;
-  bitmap.Data = made.Data;
-  bitmap.CacheHandle = made.CacheHandle;
-  bitmap.CachePointer = made.CachePointer;
-  std::memcpy(bitmap.WorkWords, made.WorkWords, sizeof bitmap.WorkWords);
-  bitmap.BitsPerPixel = made.BitsPerPixel;
-  bitmap.BytesPerLine = made.BytesPerLine;
-  bitmap.RowOffset = made.RowOffset;
-  bitmap.CurrentRow = made.CurrentRow;
-  bitmap.Colors = made.Colors;
-  bitmap.Info = made.Info;
-  bitmap.GdiObjectA = bitmap.GdiObjectB = 0;
-  bitmap.Order = made.Order;
-  bitmap.Size = made.Size;
-  const uint32_t taken = kStorageFlags | T_FLAG_GRAY;
-  bitmap.Flags = (bitmap.Flags & ~taken) | (made.Flags & taken);
-  made.Flags &= ~kStorageFlags;  // its storage has moved
-  core::free_bitmap(old);
-  if (was_accessed) core::access_bitmap(bitmap);
-}
 
 // A record for the same picture in another depth, not yet allocated.
 Status describe_like(BitmapHandle& made, const BitmapHandle& bitmap, int32_t depth) {
@@ -250,7 +222,7 @@ Status reduce(BitmapHandle& bitmap, int32_t depth, const Reduction& wanted,
   TRY(fill_reduced(bitmap, *made, chosen, progress));
   set_gray_mark(*made);
   TRY(progress.finish());
-  replace(bitmap, *made);
+  core::take_place(bitmap, *made);
   return kOk;
 }
 
@@ -262,7 +234,7 @@ Status widen(BitmapHandle& bitmap, int32_t depth, core::Progress& progress) {
   TRY(convert_rows(bitmap, *made, depth, progress));
   core::set_flag(*made, T_FLAG_GRAY, is_gray_picture(bitmap));
   TRY(progress.finish());
-  replace(bitmap, *made);
+  core::take_place(bitmap, *made);
   return kOk;
 }
 
@@ -296,7 +268,7 @@ Status gray_scale_bitmap(BitmapHandle& bitmap) {
   TRY(core::allocate_quietly(*made));
   TRY(convert_rows(bitmap, *made, 0, progress));
   TRY(progress.finish());
-  replace(bitmap, *made);
+  core::take_place(bitmap, *made);
   return kOk;
 }
 

@@ -11,7 +11,7 @@ Status RowBlocks::start() {
   if (!core::has_flag(bitmap_, T_FLAG_ALLOCATED)) return kNoStorage;
   stride_ = std::max(bitmap_.BytesPerLine, core::bytes_per_line(bitmap_.Width, depth()));
   rows_ = kBlockRows;
-  const bool is_memory = core::has_flag(bitmap_, T_FLAG_MEMORY);
+  const bool is_memory = core::is_memory(bitmap_);
   if (is_memory && bitmap_.Data == nullptr) return kNoMemory;
   if (is_memory && bitmap_.BitsPerPixel != 2) return kOk;
   const size_t fitting = std::max<size_t>(kBufferBytes / std::max<size_t>(stride_, 1), 1);

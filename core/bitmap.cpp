@@ -43,8 +43,10 @@ static_assert(sizeof(FILEINFO) == 128);
 static_assert(sizeof(T_BitmapInfo) == 1064);
 static_assert(sizeof(T_TIFFOption) == 144);
 
-constexpr uint32_t kStorageFlags = 0x0000FFFFu;  // the bits that init clears
+constexpr uint32_t kInitFlags = 0x0000FFFFu;  // the bits that init clears
 constexpr uint32_t kOtherStorage = 0x0004u | 0x0008u;
+constexpr uint32_t kStorageFlags =
+    T_FLAG_MEMORY | kOtherStorage | T_FLAG_DISK | T_FLAG_USER | T_FLAG_LOCKED;
 constexpr uint32_t kRequestMemory = 1;
 constexpr uint32_t kRequestNoStorage = 8;
 constexpr uint32_t kSpareBytes = 16;  // behind the last row, so that row routines may overrun
@@ -84,17 +86,31 @@ int32_t free_disk(BitmapHandle& bitmap) {
   return result;
 }
 
-// Rows of kinds 3, 4 and 6 come from code that knows the kind; there is nothing to obtain.
+// Rows of kinds 3, 4 and 6 come from code that knows the kind; there is nothing to obtain. Handle
+// is the caller's, who may have set it already.
 Status allocate_nothing(BitmapHandle& bitmap) {
   bitmap.Flags |= T_FLAG_USER | T_FLAG_NO_STORAGE;
-  bitmap.Handle = 0;
-  reset_working_words(bitmap);
   const bool known = bitmap.StorageKind == 3 || bitmap.StorageKind == 4 || bitmap.StorageKind == 6;
   if (!known) return kNoMemory;
   bitmap.RowOffset = 0;
   bitmap.CurrentRow = 0;
+  reset_working_words(bitmap);
   bitmap.Flags |= T_FLAG_DISK;
   return kOk;
+}
+
+// Whether a refused request for no storage is all there is: nothing has set the working words.
+bool is_refused(const BitmapHandle& bitmap) {
+  return has_flag(bitmap, T_FLAG_NO_STORAGE) && !has_flag(bitmap, T_FLAG_DISK);
+}
+
+// The storage flags go, so that neither a second free nor the row calls take Handle for a file's.
+void give_back(BitmapHandle& bitmap) {
+  if (!is_refused(bitmap)) release_cache(bitmap);
+  if (bitmap.Handle != 0 && bitmap.ReleaseCallback != nullptr) {
+    bitmap.ReleaseCallback(bitmap.Handle, bitmap.ReleaseData);
+  }
+  bitmap.Flags &= ~kStorageFlags;
 }
 
 bool allocate_memory(BitmapHandle& bitmap) {
@@ -104,7 +120,7 @@ bool allocate_memory(BitmapHandle& bitmap) {
   if (block == 0) return false;
   bitmap.Handle = block;
   bitmap.Data = nullptr;
-  bitmap.Flags &= ~T_FLAG_LOCKED;
+  bitmap.Flags &= ~(T_FLAG_LOCKED | T_FLAG_USER);
   bitmap.Flags |= T_FLAG_MEMORY | T_FLAG_ALLOCATED;
   return true;
 }
@@ -128,6 +144,7 @@ Status allocate_disk(BitmapHandle& bitmap) {
   bitmap.Data = name;
   bitmap.Handle = static_cast<uintptr_t>(file);
   reset_working_words(bitmap);
+  bitmap.Flags &= ~T_FLAG_USER;
   bitmap.Flags |= T_FLAG_DISK;
   if (!clear_bitmap(bitmap).ok()) {
     free_disk(bitmap);
@@ -175,7 +192,7 @@ Status init_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height, int32_t 
   const uint64_t size =
       height < 0 ? 0 : uint64_t{bitmap.BytesPerLine} * static_cast<uint64_t>(height);
   bitmap.Size = size > UINT32_MAX ? 0 : static_cast<uint32_t>(size);
-  bitmap.Flags &= ~kStorageFlags;
+  bitmap.Flags &= ~kInitFlags;
   bitmap.GdiObjectB = 0;
   bitmap.DitherState = nullptr;
   bitmap.RowOffset = 0;
@@ -240,11 +257,7 @@ int32_t free_bitmap(BitmapHandle& bitmap) {
     *object = 0;
   }
   if (has_flag(bitmap, T_FLAG_USER)) {
-    release_cache(bitmap);
-    if (bitmap.Handle != 0 && bitmap.ReleaseCallback != nullptr) {
-      bitmap.ReleaseCallback(bitmap.Handle, bitmap.ReleaseData);
-    }
-    bitmap.Flags &= ~T_FLAG_USER;
+    give_back(bitmap);
     return result;
   }
   bitmap.Flags &= ~T_FLAG_ALLOCATED;
@@ -262,11 +275,10 @@ int32_t free_bitmap(BitmapHandle& bitmap) {
 }
 
 Status clear_bitmap(BitmapHandle& bitmap) {
-  const bool is_memory = has_flag(bitmap, T_FLAG_MEMORY);
-  if (!is_memory && !has_flag(bitmap, T_FLAG_DISK)) return kNoStorage;
+  if (!has_storage(bitmap)) return kNoStorage;
   Progress progress;
   Status status = progress.start();
-  if (is_memory) {
+  if (is_memory(bitmap)) {
     access_bitmap(bitmap);
     if (status.ok()) std::memset(bitmap.Data, 0, bitmap.Size);
     release_bitmap(bitmap);
@@ -274,6 +286,34 @@ Status clear_bitmap(BitmapHandle& bitmap) {
     return kNoMemory;
   }
   return status.ok() ? progress.finish() : status;
+}
+
+void take_place(BitmapHandle& bitmap, BitmapHandle& made) {
+  const bool was_accessed = has_flag(bitmap, T_FLAG_LOCKED);
+  BitmapHandle old = bitmap;
+  bitmap.Handle = made.Handle;
+  bitmap.Data = made.Data;
+  bitmap.CacheHandle = made.CacheHandle;
+  bitmap.CachePointer = made.CachePointer;
+  std::memcpy(bitmap.WorkWords, made.WorkWords, sizeof(bitmap.WorkWords));
+  bitmap.Width = made.Width;
+  bitmap.Height = made.Height;
+  bitmap.BitsPerPixel = made.BitsPerPixel;
+  bitmap.BytesPerLine = made.BytesPerLine;
+  bitmap.RowOffset = made.RowOffset;
+  bitmap.CurrentRow = made.CurrentRow;
+  bitmap.Colors = made.Colors;
+  bitmap.Info = made.Info;
+  bitmap.GdiObjectA = made.GdiObjectA;
+  bitmap.GdiObjectB = made.GdiObjectB;
+  bitmap.Order = made.Order;
+  bitmap.Size = made.Size;
+  constexpr uint32_t kTaken = kStorageFlags | T_FLAG_ALLOCATED | T_FLAG_GRAY;
+  bitmap.Flags = (bitmap.Flags & ~kTaken) | (made.Flags & kTaken);
+  made.Flags &= ~kTaken;
+  made.GdiObjectA = made.GdiObjectB = 0;
+  free_bitmap(old);
+  if (was_accessed) access_bitmap(bitmap);
 }
 
 }  // namespace tavo::core

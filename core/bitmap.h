@@ -33,18 +33,35 @@ inline void set_flag(BitmapHandle& bitmap, uint32_t flag, bool on) {
   bitmap.Flags = on ? bitmap.Flags | flag : bitmap.Flags & ~flag;
 }
 
+// Where a bitmap's pixels are. The flags alone do not say it: a bitmap without storage carries
+// T_FLAG_DISK beside T_FLAG_USER, and its Handle is its caller's.
+enum class Storage { kNone, kMemory, kDisk, kUser };
+
+inline Storage storage(const BitmapHandle& bitmap) {
+  if (has_flag(bitmap, T_FLAG_MEMORY)) return Storage::kMemory;
+  if (has_flag(bitmap, T_FLAG_USER)) return Storage::kUser;
+  return has_flag(bitmap, T_FLAG_DISK) ? Storage::kDisk : Storage::kNone;
+}
+
+inline bool is_memory(const BitmapHandle& bitmap) { return storage(bitmap) == Storage::kMemory; }
+
 // Whether the bitmap's rows can be fetched.
 inline bool has_storage(const BitmapHandle& bitmap) {
-  return has_flag(bitmap, T_FLAG_MEMORY) ||
-         (has_flag(bitmap, T_FLAG_DISK) && !has_flag(bitmap, T_FLAG_USER));
+  return is_memory(bitmap) || storage(bitmap) == Storage::kDisk;
 }
+
+// Puts a finished picture in the place of the one that it was made from and frees that one. With
+// the pixels come what they need: storage and row cursor, geometry, depth, order, Info and Colors,
+// palette objects, the grey mark. All else stays as the caller left it: perspective, resolutions,
+// position, attributes and the upper flag bits, dithering, the release callback. A bitmap that was
+// accessed is accessed again. Cannot fail; `made` is left without storage.
+void take_place(BitmapHandle& bitmap, BitmapHandle& made);
 
 // Keeps a memory bitmap accessed for a scope; leaves one that was accessed before as it was.
 class AccessScope {
  public:
   explicit AccessScope(BitmapHandle& bitmap)
-      : bitmap_(bitmap),
-        mine_(has_flag(bitmap, T_FLAG_MEMORY) && !has_flag(bitmap, T_FLAG_LOCKED)) {
+      : bitmap_(bitmap), mine_(is_memory(bitmap) && !has_flag(bitmap, T_FLAG_LOCKED)) {
     if (mine_) access_bitmap(bitmap_);
   }
   ~AccessScope() {

@@ -62,24 +62,24 @@ int32_t move_disk(BitmapHandle& bitmap, uint32_t offset, Bytes* buffer, uint32_t
 }
 
 int32_t get_at(BitmapHandle& bitmap, void* buffer, uint32_t offset, uint32_t bytes) {
-  if (has_flag(bitmap, T_FLAG_MEMORY)) {
+  if (is_memory(bitmap)) {
     if (!has_flag(bitmap, T_FLAG_LOCKED)) return T_ERR_NO_MEMORY;
     std::memcpy(buffer, static_cast<const uint8_t*>(bitmap.Data) + offset, bytes);
     return static_cast<int32_t>(bytes);
   }
-  if (!has_flag(bitmap, T_FLAG_DISK) || has_flag(bitmap, T_FLAG_USER)) return T_ERR_NO_MEMORY;
+  if (!has_storage(bitmap)) return T_ERR_NO_MEMORY;
   return move_disk<platform::read_temporary>(bitmap, offset, static_cast<uint8_t*>(buffer), bytes,
                                              T_ERR_READ);
 }
 
 int32_t put_at(BitmapHandle& bitmap, const void* buffer, uint32_t offset, uint32_t bytes) {
-  if (has_flag(bitmap, T_FLAG_MEMORY)) {
+  if (is_memory(bitmap)) {
     if (!has_flag(bitmap, T_FLAG_LOCKED)) return T_ERR_NO_MEMORY;
     uint8_t* const to = static_cast<uint8_t*>(bitmap.Data) + offset;
     if (to != buffer) std::memcpy(to, buffer, bytes);  // rows decoded into place
     return static_cast<int32_t>(bytes);
   }
-  if (!has_flag(bitmap, T_FLAG_DISK) || has_flag(bitmap, T_FLAG_USER)) return T_ERR_NO_MEMORY;
+  if (!has_storage(bitmap)) return T_ERR_NO_MEMORY;
   return move_disk<platform::write_temporary>(bitmap, offset, static_cast<const uint8_t*>(buffer),
                                               bytes, T_ERR_WRITE);
 }
@@ -89,7 +89,7 @@ Status copy_rows(BitmapHandle& dst, BitmapHandle& src) {
   constexpr uint32_t kChunk = 65536;
   const uint32_t line = std::max(src.BytesPerLine, dst.BytesPerLine);
   const bool same = src.BytesPerLine == dst.BytesPerLine;
-  if (same && has_flag(src, T_FLAG_MEMORY) && has_flag(dst, T_FLAG_MEMORY)) {
+  if (same && is_memory(src) && is_memory(dst)) {
     const AccessScope accessed_src(src);
     const AccessScope accessed_dst(dst);
     std::memcpy(dst.Data, src.Data, std::min(src.Size, dst.Size));
@@ -198,7 +198,7 @@ Status copy_description(BitmapHandle& dst, const BitmapHandle& src) {
   dst.DitherMethod = src.DitherMethod;
   std::memcpy(dst.ReservedB, src.ReservedB, sizeof(dst.ReservedB));
   dst.Flags = (dst.Flags & ~kAttributeFlags) | (src.Flags & kAttributeFlags);
-  std::memcpy(dst.Info.Palette, src.Info.Palette, sizeof(dst.Info.Palette));
+  dst.Info = src.Info;
   dst.GdiObjectA = duplicate_palette(src.GdiObjectA);
   dst.GdiObjectB = duplicate_palette(src.GdiObjectB);
   dst.DitherState = nullptr;
@@ -207,10 +207,18 @@ Status copy_description(BitmapHandle& dst, const BitmapHandle& src) {
   return all ? kOk : kNoMemory;
 }
 
+Status copy_description_resized(BitmapHandle& dst, const BitmapHandle& src) {
+  TRY(copy_description(dst, src));
+  T_BitmapInfoHeader& header = dst.Info.Header;
+  header.biWidth = dst.Width;
+  header.biHeight = dst.Height;
+  header.biSizeImage = dst.Size;
+  return kOk;
+}
+
 Status copy_bitmap(BitmapHandle& dst, BitmapHandle& src) {
   TRY(init_bitmap(dst, src.Width, src.Height, src.BitsPerPixel));
   TRY(allocate_quietly(dst));
-  dst.Info.Header = src.Info.Header;
   Status status = copy_description(dst, src);
   if (status.ok()) status = copy_rows(dst, src);
   release_bitmap(src);
@@ -227,14 +235,14 @@ Status copy_bitmap_rect(BitmapHandle& dst, BitmapHandle& src, uint32_t x, uint32
   TRY(init_bitmap(dst, static_cast<int32_t>(width), static_cast<int32_t>(height),
                   src.BitsPerPixel));
   TRY(allocate_quietly(dst));
-  if (const Status status = copy_description(dst, src); !status.ok()) {
+  if (const Status status = copy_description_resized(dst, src); !status.ok()) {
     free_bitmap(dst);
     return status;
   }
   const uint32_t first_row =
       src.ViewPerspective >= 2 ? static_cast<uint32_t>(src.Height) - *bottom : y;
 
-  if (has_flag(dst, T_FLAG_MEMORY) && has_flag(src, T_FLAG_MEMORY) && src.BitsPerPixel >= 8) {
+  if (is_memory(dst) && is_memory(src) && src.BitsPerPixel >= 8) {
     access_bitmap(src);
     access_bitmap(dst);
     const auto pixel_bytes = static_cast<size_t>(src.BitsPerPixel / 8);

@@ -36,9 +36,11 @@ Status copy_bitmap_data(BitmapHandle& dst, BitmapHandle& src);
 void copy_bitmap_handle(BitmapHandle& dst, const BitmapHandle& src);
 
 // Gives `dst` what describes the picture of `src` apart from geometry, resolution and storage:
-// perspective, order, palette and palette objects, attributes. kNoMemory when a palette object
-// cannot be duplicated.
+// perspective, order, the words of Info, palette objects, attributes. kNoMemory when a palette
+// object cannot be duplicated.
 Status copy_description(BitmapHandle& dst, const BitmapHandle& src);
+// The same for a picture of another size, which the words of Info get.
+Status copy_description_resized(BitmapHandle& dst, const BitmapHandle& src);
 
 // A new palette object with the entries of `palette`; 0 for 0 and on failure.
 uintptr_t duplicate_palette(uintptr_t palette);

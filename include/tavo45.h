@@ -265,7 +265,11 @@ T_API int32_t T_CALL T_InitBitmap(BitmapHandle* bitmap, int32_t width, int32_t h
 
 /* Obtains storage. A request of exactly 1 tries a memory block (not zeroed) and falls back to a
  * temporary file; every other request goes to the temporary file at once (zeroed, sparse).
- * Request bit 8 is for storage kinds 3, 4 and 6, whose rows come from elsewhere: no storage.
+ * The file may be read by its path, Data, while the bitmap is in use.
+ * Request bit 8 is for storage kinds 3, 4 and 6, whose rows come from elsewhere: no storage. Handle
+ * stays as it is, to be set before or after, and what it names is never touched: such a bitmap has
+ * no rows and cannot be cleared. Other kinds give T_ERR_NO_MEMORY with T_FLAG_USER and
+ * T_FLAG_NO_STORAGE set.
  * T_OK, T_ERR_SIZE when Size is 0, T_ERR_NO_MEMORY when neither memory nor a file can be had, or
  * the status callback stops the clearing of the file; nothing stays behind then. */
 T_API int32_t T_CALL T_AllocateBitmap(BitmapHandle* bitmap, uint32_t request);
@@ -279,9 +283,9 @@ T_API uintptr_t T_CALL T_AccessBitmap(BitmapHandle* bitmap);
  * meaning. For any other bitmap returns Flags and does nothing. */
 T_API int32_t T_CALL T_ReleaseBitmap(BitmapHandle* bitmap);
 
-/* Gives storage and palette objects back. The record may be initialised again. The result has no
- * meaning. For user-managed storage calls ReleaseCallback(Handle, ReleaseData) when Handle and
- * the callback are not null. */
+/* Gives storage and palette objects back. The record may be initialised again; a second call does
+ * nothing. The result has no meaning. For user-managed storage calls ReleaseCallback(Handle,
+ * ReleaseData) when Handle and the callback are not null; T_FLAG_ALLOCATED stays as it was. */
 T_API int32_t T_CALL T_FreeBitmap(BitmapHandle* bitmap);
 
 /* Copies `bytes` bytes between `buffer` and the start of stored row `row`, or (…RowCol) the byte
@@ -298,8 +302,8 @@ T_API int32_t T_CALL T_GetBitmapRowCol(BitmapHandle* bitmap, void* buffer, uint3
 T_API int32_t T_CALL T_PutBitmapRowCol(BitmapHandle* bitmap, const void* buffer, uint32_t row,
                                        uint32_t column, uint32_t bytes);
 
-/* Zeroes every pixel byte; a memory bitmap is left released. T_OK, T_ERR_NO_STORAGE,
- * T_ERR_NO_MEMORY (disk: seek or write failed), or the status callback's answer. */
+/* Zeroes every pixel byte; a memory bitmap is left released. T_OK, T_ERR_NO_STORAGE (none, or the
+ * caller's own), T_ERR_NO_MEMORY (disk: seek or write failed), or the status callback's answer. */
 T_API int32_t T_CALL T_ClearBitmap(BitmapHandle* bitmap);
 
 /* Makes `dst` (initialised here) a new, independent bitmap equal to `src`, except that it carries
@@ -307,7 +311,8 @@ T_API int32_t T_CALL T_ClearBitmap(BitmapHandle* bitmap);
  * T_OK, T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
 T_API int32_t T_CALL T_CopyBitmap(BitmapHandle* dst, BitmapHandle* src);
 
-/* The same for a rectangle of `src`; x and y count from the picture's top left corner.
+/* The same for a rectangle of `src`; x and y count from the picture's top left corner. The words
+ * of Info are those of `src`, but biWidth, biHeight and biSizeImage the rectangle's.
  * T_ERR_ARGUMENT when it reaches outside; T_ERR_SIZE when it is empty. Copies between memory
  * bitmaps of 8 bits and more leave both accessed, all others leave both released. */
 T_API int32_t T_CALL T_CopyBitmapRect(BitmapHandle* dst, BitmapHandle* src, uint32_t x, uint32_t y,
@@ -428,8 +433,8 @@ T_API int32_t T_CALL T_SetPageNumber(int32_t page);
  * direct        not 0: write the bitmap as it stands, without a copy; it must be accessed. Rows
  *               are brought to the depth by row conversion, without dithering
  * extra         passed to the writer
- * T_OK, T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE, T_ERR_WRITE, T_ERR_NO_MEMORY,
- * T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_NOTICE. A failed save leaves what it has written. */
+ * T_OK, T_ERR_SIZE (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE, T_ERR_WRITE,
+ * T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_NOTICE. A failed save leaves what it has written. */
 T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                                 int32_t bitsPerPixel, int32_t quality, uint32_t flags,
                                 uint32_t direct, uint32_t extra);
@@ -707,8 +712,8 @@ T_API int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int
 T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
                                         void* context);
 
-/* Compresses a whole bitmap into a new file, top row first whatever its ViewPerspective. 1-bit
- * bitmaps and 8-bit ones with the grey mark (by the red parts of their palette) are written grey,
+/* Compresses a whole bitmap into a new file, opened for writing only, top row first whatever its
+ * ViewPerspective. 1-bit bitmaps and 8-bit ones with the grey mark (by the red parts of their palette) are written grey,
  * all others as colours. The bitmap is left as it is. `flag` has no meaning yet: pass 0.
  * T_OK, the statuses of all compression (no file then, except after T_ERR_WRITE), T_ERR_FORMAT (2
  * or 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_CREATE, or the status
@@ -821,9 +826,11 @@ T_API int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixe
 /* Frees the block; null is allowed. T_OK. */
 T_API int32_t T_CALL T_StopResize(T_ResizeBlock* resize);
 
-/* Gives a bitmap another size. Palette, order, perspective, resolution, Colors, DitherMethod and
- * the attribute flags stay. On failure the bitmap is as it was. T_OK, T_ERR_ARGUMENT (a size below
- * 1), T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE, row statuses, the status callback's answer. */
+/* Gives a bitmap another size. All that is the caller's stays: palette, order, perspective,
+ * resolution, Colors, DitherMethod, attributes and upper flag bits, release callback. biWidth,
+ * biHeight and biSizeImage become the new size's. On failure the bitmap is as it was.
+ * T_OK, T_ERR_ARGUMENT (a size below 1), T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE, row statuses,
+ * the status callback's answer. */
 T_API int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height);
 /* Resamples all rows of `source` into `destination`, allocated with the wanted size and the same
  * depth. Result rows that no source row reaches become zero. T_OK, T_ERR_ARGUMENT (depths differ,

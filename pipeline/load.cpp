@@ -269,7 +269,7 @@ Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read, boo
   TRY(core::init_bitmap(bitmap, info.Width, info.Height, info.BitsPerPixel));
   TRY(core::allocate_quietly(bitmap));
   Status status = core::check_notice();
-  if (status.ok() && memory_only && core::has_flag(bitmap, T_FLAG_DISK)) status = kNoMemory;
+  if (status.ok() && memory_only && !core::is_memory(bitmap)) status = kNoMemory;
   if (status.ok()) {
     settings.callback_lines = process::callback_lines(info.Height);
     StoreSink store(bitmap);

@@ -51,8 +51,7 @@ std::span<uint8_t> StoreSink::place(const BitmapHandle& source) {
   const bool same_layout = source.Width == bitmap_.Width && source.Height == bitmap_.Height &&
                            source.BytesPerLine == bitmap_.BytesPerLine;
   const bool interlaced = core::has_flag(source, T_FLAG_INTERLACED);
-  if (!same_layout || interlaced || !core::has_flag(bitmap_, T_FLAG_MEMORY)) return {};
-  if (core::has_flag(bitmap_, T_FLAG_USER) || bitmap_.Size == 0) return {};
+  if (!same_layout || interlaced || !core::is_memory(bitmap_) || bitmap_.Size == 0) return {};
   access_.emplace(bitmap_);
   auto* const pixels = static_cast<uint8_t*>(bitmap_.Data);
   if (pixels == nullptr) return {};

@@ -46,7 +46,8 @@ inline constexpr size_t kMaxPath = 512;
 // Makes an empty file with a unique name ("TV" first) in the temporary directory and writes the
 // name to `path`. False when that fails; nothing is left then.
 bool make_temporary_name(char (&path)[kMaxPath]);
-// Opens it for reading and writing, sparse where the file system can; -1 on failure.
+// Opens it for reading and writing, sparse where the file system can; others may read it by its
+// path meanwhile. Never 0; -1 on failure.
 intptr_t open_temporary(const char* path);
 // 64-bit positions: a disk bitmap may have nearly 4 GiB. Each returns the bytes moved or position
 // reached, -1 on failure.

@@ -161,7 +161,14 @@ bool make_temporary_name(char (&path)[kMaxPath]) {
   return true;
 }
 
-intptr_t open_temporary(const char* path) { return ::open(path, O_RDWR | O_CLOEXEC); }
+intptr_t open_temporary(const char* path) {
+  const int file = ::open(path, O_RDWR | O_CLOEXEC);
+  if (file != 0) return file;
+  // A record's handle of 0 is none; this number is free where standard input is closed.
+  const int moved = ::fcntl(file, F_DUPFD_CLOEXEC, 1);
+  ::close(file);
+  return moved;
+}
 
 int64_t seek_temporary(intptr_t file, uint64_t position) {
   return ::lseek(static_cast<int>(file), static_cast<off_t>(position), SEEK_SET);

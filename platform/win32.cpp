@@ -141,8 +141,8 @@ bool make_temporary_name(char (&path)[kMaxPath]) {
 }
 
 intptr_t open_temporary(const char* path) {
-  const HANDLE file = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                  FILE_ATTRIBUTE_TEMPORARY, nullptr);
+  const HANDLE file = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                  CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY, nullptr);
   if (file == INVALID_HANDLE_VALUE) return -1;
   // Not every file system can; then the file is merely larger.
   DWORD ignored = 0;

@@ -470,19 +470,9 @@ Status size_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height) {
   core::OwnedBitmap sized;
   TRY(core::init_bitmap(*sized, width, height, bitmap.BitsPerPixel));
   TRY(core::allocate_quietly(*sized));
-  TRY(core::copy_description(*sized, bitmap));
-  sized->XResolution = bitmap.XResolution;
-  sized->YResolution = bitmap.YResolution;
-  sized->XOrigin = bitmap.XOrigin;
-  sized->YOrigin = bitmap.YOrigin;
+  TRY(core::copy_description_resized(*sized, bitmap));
   TRY(resize_bitmap(bitmap, *sized));
-  // The new record takes the old one's place, and its storage with it.
-  const bool was_accessed = core::has_flag(bitmap, T_FLAG_LOCKED);
-  core::free_bitmap(bitmap);
-  bitmap = *sized;
-  sized->Flags = 0;
-  sized->GdiObjectA = sized->GdiObjectB = 0;
-  if (was_accessed) core::access_bitmap(bitmap);
+  core::take_place(bitmap, *sized);
   return kOk;
 }
 

@@ -36,7 +36,10 @@ int32_t T_CALL disk_open(const char* name, int32_t access, int32_t) {
   const bool creates = (access & 0x300) != 0;
   if (fails(creates ? T_ERR_CREATE : T_ERR_OPEN)) return -1;
   if (!creates && disk->files.count(name) == 0) return -1;
-  if (creates) disk->files[name].clear();
+  if (creates) {
+    disk->files[name].clear();
+    disk->created_with = access;
+  }
   open_files[++next_handle] = {name, (access & 0x303) != 0, 0};
   ++disk->open_count;
   return next_handle;
@@ -201,8 +204,11 @@ bool is_documented(int32_t status) {
 
 Leftovers leftovers() {
   // Temporary files begin with "TV" on every system.
-  Leftovers found{platform::blocks_in_use(), 0};
+  Leftovers found{.blocks = platform::blocks_in_use()};
   std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
+    found.open_files += entry.path().empty() ? 0 : 1;
+  }
   for (const auto& entry :
        std::filesystem::directory_iterator(std::filesystem::temp_directory_path(error), error)) {
     const std::string name = entry.path().filename().string();
@@ -212,7 +218,8 @@ Leftovers leftovers() {
 }
 
 void PrintTo(const Leftovers& l, std::ostream* out) {
-  *out << l.blocks << " blocks, " << l.temporary_files << " temporary files";
+  *out << l.blocks << " blocks, " << l.temporary_files << " temporary files, " << l.open_files
+       << " open files";
 }
 
 // Every test gives back its blocks and leaves the file table as it was.

@@ -35,7 +35,8 @@ class Disk {
   bool tears_writes = false;  // a write that fails puts half of its bytes
   uint32_t longest_read = UINT32_MAX;
   int64_t operations = 0;
-  int open_count = 0;  // files that are open now
+  int open_count = 0;        // files that are open now
+  int32_t created_with = 0;  // the access value of the last file that was created
 
   int32_t fault_status = T_OK;  // what the library makes of the operation that failed
 
@@ -94,10 +95,11 @@ Bytes rgb(BitmapHandle* bitmap);
 // Whether a status is one that the library documents.
 bool is_documented(int32_t status);
 
-// Blocks and temporary files of the library's that are out; equal before and after a test.
+// What the library has out; equal before and after a test. Open files are counted on Linux.
 struct Leftovers {
   int64_t blocks = 0;
   int64_t temporary_files = 0;
+  int64_t open_files = 0;
   bool operator==(const Leftovers&) const = default;
 };
 Leftovers leftovers();

@@ -1,8 +1,11 @@
 // Bitmap records, storage, rows, copies, the file table.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <string>
 
 #include "base/settings.h"
 #include "core/notice.h"
@@ -139,10 +142,81 @@ TEST(Bitmaps, UserManagedStorageIsReleasedThroughTheCallback) {
   bitmap->Handle = 4711;
   bitmap->ReleaseData = 2;
   bitmap->ReleaseCallback = [](uintptr_t handle, uintptr_t data)
-                                T_CALL { released = handle + data; };
+                                T_CALL { released += handle + data; };
   T_FreeBitmap(bitmap.get());
   EXPECT_EQ(released, 4713u);
-  bitmap->Flags = 0;
+  // A bitmap of the library's own, although a request for none was refused before.
+  ASSERT_EQ(T_InitBitmap(bitmap.get(), 10, 10, 8), T_OK);
+  EXPECT_EQ(T_AllocateBitmap(bitmap.get(), 8), T_ERR_NO_MEMORY);
+  for (const uint32_t request : {1u, 3u}) {
+    ASSERT_EQ(T_AllocateBitmap(bitmap.get(), request), T_OK);
+    EXPECT_EQ(pixels(bitmap.get()).size(), 100u);
+    T_FreeBitmap(bitmap.get());
+  }
+  EXPECT_EQ(released, 4713u);
+}
+
+// Handle is the caller's: here it looks like the handle of a disk bitmap's file.
+TEST(Bitmaps, WithoutStorageTheCallersFileIsNeverTouched) {
+  const Leftovers before = leftovers();
+  {
+    Bitmap disk;
+    make_picture(disk, 10, 10, 8, 3);
+    const Bytes content = pixels(disk.get());
+    for (const bool is_set_before : {true, false}) {
+      Bitmap bitmap, other;
+      T_InitBitmap(bitmap.get(), 10, 10, 8);
+      T_InitBitmap(other.get(), 10, 10, 8);
+      bitmap->StorageKind = 6;
+      bitmap->ReleaseCallback = nullptr;
+      if (is_set_before) bitmap->Handle = disk->Handle;
+      ASSERT_EQ(T_AllocateBitmap(bitmap.get(), 8), T_OK);
+      if (!is_set_before) bitmap->Handle = disk->Handle;
+      for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(bitmap->Handle, disk->Handle);
+        Bytes row(12);
+        EXPECT_EQ(T_ClearBitmap(bitmap.get()), T_ERR_NO_STORAGE);
+        EXPECT_EQ(T_GetBitmapRow(bitmap.get(), row.data(), 0, 12), T_ERR_NO_MEMORY);
+        EXPECT_EQ(T_PutBitmapRow(bitmap.get(), row.data(), 0, 12), T_ERR_NO_MEMORY);
+        EXPECT_EQ(T_CopyBitmap(other.get(), bitmap.get()), T_ERR_NO_MEMORY);
+        EXPECT_EQ(T_CopyBitmapData(bitmap.get(), disk.get()), T_ERR_NO_MEMORY);
+        T_FreeBitmap(bitmap.get());
+      }
+    }
+    EXPECT_EQ(pixels(disk.get()), content);
+  }
+  EXPECT_EQ(leftovers(), before);
+}
+
+TEST(Bitmaps, OthersReadTheFileOfADiskBitmapWhileItIsInUse) {
+  const Leftovers before = leftovers();
+  Bitmap bitmap;
+  make_picture(bitmap, 12, 5, 8, 3);
+  const std::string path = static_cast<const char*>(bitmap->Data);
+  std::ifstream file(path, std::ios::binary);
+  Bytes read(60);
+  file.read(reinterpret_cast<char*>(read.data()), 60);
+  EXPECT_EQ(file.gcount(), 60);
+  EXPECT_EQ(read, pixels(bitmap.get()));
+  file.close();
+  T_FreeBitmap(bitmap.get());
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_EQ(leftovers(), before);
+}
+
+// The lowest free number is that of standard input.
+TEST(Bitmaps, DiskBitmapsWorkWithoutStandardInput) {
+  const Leftovers before = leftovers();
+  const int kept = ::dup(0);
+  ::close(0);
+  {
+    Bitmap bitmap;
+    make_picture(bitmap, 12, 5, 8, 3);
+    EXPECT_NE(bitmap->Handle, 0u);
+  }
+  ::dup2(kept, 0);
+  ::close(kept);
+  EXPECT_EQ(leftovers(), before);
 }
 
 class Rows : public ::testing::TestWithParam<uint32_t> {};
@@ -257,11 +331,14 @@ TEST_P(Rows, RectanglesAreCutFromThePictureNotTheStorage) {
   }
 }
 
-TEST(Bitmaps, RectanglesOutsideAreRefused) {
+TEST(Bitmaps, RectanglesHaveTheHeadersWordsAndLieInside) {
   Bitmap source;
   make_picture(source, 10, 10, 8);
+  source->Info.Header = {40, 10, 10, 1, 8, 5, 120, 7, 8, 9, 11};
   Bitmap part;
   EXPECT_EQ(T_CopyBitmapRect(part.get(), source.get(), 3, 4, 7, 6), T_OK);
+  const T_BitmapInfoHeader header = {40, 7, 6, 1, 8, 5, 48, 7, 8, 9, 11};
+  EXPECT_EQ(std::memcmp(&part->Info.Header, &header, sizeof(header)), 0);
   T_FreeBitmap(part.get());
   EXPECT_EQ(T_CopyBitmapRect(part.get(), source.get(), 4, 4, 7, 6), T_ERR_ARGUMENT);
   EXPECT_EQ(T_CopyBitmapRect(part.get(), source.get(), 3, 5, 7, 6), T_ERR_ARGUMENT);

@@ -36,6 +36,9 @@ TEST(Resize, WorkedExamples) {
   for (int i = 2; i < 300; ++i) ASSERT_EQ(tripled[i], i / 3) << i;
   const std::vector<int> halved = resize_indices(100, 50);
   for (int i = 0; i < 50; ++i) ASSERT_EQ(halved[i], 2 * i) << i;
+  // Two more than 256: the second extra pixel lies at 127 1/2, which rounds up.
+  const std::vector<int> two_more = resize_indices(256, 258);
+  for (int i = 0; i < 258; ++i) ASSERT_EQ(two_more[i], i - (i > 0) - (i > 129)) << i;
 }
 
 TEST(Resize, FourBitPixelsTakeTheirNibbleFromTheCounter) {
@@ -139,12 +142,19 @@ TEST(Resize, BitmapsInMemoryAndOnDiskKeepTheirDescription) {
       Bitmap bitmap;
       make_picture(bitmap, 64, 32, bits, request, 0);
       bitmap->XResolution = 311;
-      bitmap->Flags |= T_FLAG_GRAY;
+      bitmap->Flags |= T_FLAG_GRAY | 0x5A5A0000u;
+      bitmap->ReleaseData = 4711;
+      bitmap->WriterDefaults[1] = 12;
+      bitmap->Info.Header.biClrUsed = 3;
       const Bytes want = resized_rgb(bitmap.get(), 32, 16);
       ASSERT_EQ(T_SizeBitmap(bitmap.get(), 32, 16), T_OK);
       EXPECT_EQ(bitmap->Width, 32);
       EXPECT_EQ(bitmap->XResolution, 311);
-      EXPECT_NE(bitmap->Flags & T_FLAG_GRAY, 0u);
+      EXPECT_EQ(bitmap->Flags & 0xFFFFFF80u, T_FLAG_GRAY | 0x5A5A0000u);
+      EXPECT_EQ(bitmap->ReleaseData, 4711u);
+      EXPECT_EQ(bitmap->WriterDefaults[1], 12u);
+      EXPECT_EQ(bitmap->Info.Header.biClrUsed, 3u);
+      EXPECT_EQ(bitmap->Info.Header.biWidth, 32);
       EXPECT_EQ(rgb(bitmap.get()), want) << bits;
     }
   }
