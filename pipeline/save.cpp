@@ -81,6 +81,7 @@ int32_t dots_per_inch(int32_t resolution, bool per_meter) {
 
 Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) {
   TRY(core::check_notice());
+  if (bitmap.Size == 0) return kBadSize;
   const FormatRow* format = find_format(options.format);
   io::SaveRequest request;
   request.format = options.format;

@@ -1,6 +1,7 @@
 // Null pointers where something must be pointed at.
 #include <gtest/gtest.h>
 
+#include "base/settings.h"
 #include "support.h"
 
 namespace tavo::test {
@@ -60,6 +61,14 @@ TEST(Arguments, NullPointersAreRefused) {
   EXPECT_EQ(T_LoadFile(nullptr, nullptr, 8, 0, 0, nullptr, nullptr), T_ERR_NAME);
   EXPECT_EQ(T_LoadPCXFile("missing", nullptr, nullptr, 8, nullptr), T_ERR_OPEN);
   EXPECT_EQ(T_FileInfoMemory(nullptr, nullptr, 0), T_ERR_ARGUMENT);
+}
+
+TEST(Arguments, PageNumbersAreClamped) {
+  for (const auto& [page, want] : {std::pair{0, 1}, {-5, 1}, {1023, 1023}, {1024, 1023}}) {
+    EXPECT_EQ(T_SetPageNumber(page), T_OK);
+    EXPECT_EQ(settings.page_number, want);
+  }
+  T_SetPageNumber(1);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "base/settings.h"
 #include "format_cases.h"
 #include "pipeline/store_sink.h"
+#include "platform/platform.h"
 #include "process/row_delivery.h"
 
 namespace tavo::test {
@@ -159,6 +160,24 @@ TEST(Load, OwnershipOnFailure) {
   EXPECT_EQ(T_LoadBitmapMemory(unknown.data(), none.get(), 0, -1, 4), T_ERR_BAD_DATA);
   EXPECT_EQ(T_LoadBitmapMemory(unknown.data(), none.get(), 0, -1, 0), T_ERR_BAD_DATA);
   EXPECT_EQ(T_LoadFileCB(none.get(), unknown.data(), 1, nullptr), T_ERR_ARGUMENT);
+}
+
+TEST(Load, ARefusedWorkBufferFreesTheTarget) {
+  const Bytes file = bmp_of(300, 300, 24);
+  const Leftovers before = leftovers();
+  for (int64_t n = 0;; ++n) {
+    Bitmap target;
+    const uint64_t taken = platform::bytes_taken();
+    platform::refuse_allocation(n, true);
+    const int32_t status = load(file, target, 32);
+    platform::refuse_allocation(-1, false);
+    // Its own pixels are most of what is taken: the next request is the work buffer's.
+    if (platform::bytes_taken() - taken < 300 * 300 * 4) continue;
+    EXPECT_EQ(status, T_ERR_NO_MEMORY);
+    EXPECT_EQ(target->Flags & T_FLAG_ALLOCATED, 0u);
+    break;
+  }
+  EXPECT_EQ(leftovers(), before);
 }
 
 TEST(Load, AfterAMemoryLoadTheFileTableIsAsBefore) {
@@ -386,6 +405,31 @@ TEST(Save, FormatsWithoutAWriterAreRefused) {
     EXPECT_EQ(T_SaveBitmap("x", picture.get(), format, 8, 0), T_ERR_FORMAT) << format;
     EXPECT_EQ(picture->Flags & T_FLAG_LOCKED, 0u);
   }
+}
+
+TEST(Save, ABitmapOfNoSizeIsRefused) {
+  Disk disk;
+  Bitmap empty;
+  for (const int32_t bits : {1, 8, 24}) {
+    T_InitBitmap(empty.get(), 0, 5, bits);
+    for (const uint32_t direct : {0u, 1u}) {
+      EXPECT_EQ(T_SaveFile("x", empty.get(), T_FORMAT_BMP, 0, 0, 0, direct, 0), T_ERR_SIZE);
+      EXPECT_EQ(T_SaveFile("x", empty.get(), T_FORMAT_JPEG, 24, 0, 0, direct, 0), T_ERR_SIZE);
+    }
+  }
+  EXPECT_EQ(disk.files.count("x"), 0u);
+}
+
+TEST(Save, ReductionsAreDitheredByFloydAndSteinbergWhateverTheBitmapAsks) {
+  Disk disk;
+  Bitmap picture;
+  make_picture(picture, 40, 30, 24);
+  for (const char* name : {"1", "7"}) {
+    picture->DitherMethod = static_cast<uint32_t>(name[0] - '0');
+    ASSERT_EQ(T_SaveFile(name, picture.get(), T_FORMAT_BMP, 8, 0, T_SAVE_FIXED_PALETTE, 0, 0),
+              T_OK);
+  }
+  EXPECT_EQ(disk.files["7"], disk.files["1"]);
 }
 
 TEST(Save, DirectWritesTheBitmapAsItStandsAndLeavesItAccessed) {
