@@ -220,9 +220,11 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
 namespace {
 
-// The colours of the header, and those that rows of more colours are brought to.
-void choose_header_palette(const BitmapHandle& bitmap, int32_t depth,
-                           T_PaletteEntry (&palette)[16]) {
+using Palette = T_PaletteEntry[256];
+
+// The colours of the file, and those that rows of other colours are brought to. A bitmap of fewer
+// bits has no more than its own: what its record holds behind them is nobody's.
+void choose_palette(const BitmapHandle& bitmap, int32_t depth, Palette& palette) {
   if (depth == 4 && bitmap.BitsPerPixel == 8) {
     for (uint32_t i = 0; i < 16; ++i) {
       const auto level = static_cast<uint8_t>(17 * i);
@@ -230,8 +232,8 @@ void choose_header_palette(const BitmapHandle& bitmap, int32_t depth,
     }
     return;
   }
-  const uint32_t used = depth == 4 ? 16 : depth == 1 || bitmap.BitsPerPixel == 1 ? 2 : 0;
-  std::copy_n(bitmap.Info.Palette, used, palette);
+  const int32_t bits = std::min({depth, bitmap.BitsPerPixel, 8});
+  std::copy_n(bitmap.Info.Palette, 1u << bits, palette);
 }
 
 void put_color(uint8_t* file, const T_PaletteEntry& entry) {
@@ -247,23 +249,24 @@ void put_resolution(uint8_t* file, int32_t resolution) {
 }
 
 Status write_header(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
-                    uint32_t line_bytes, const T_PaletteEntry (&palette)[16]) {
+                    uint32_t line_bytes, const Palette& palette) {
   std::array<uint8_t, kHeaderSize> head = {kManufacturer, kVersion, kRunLength};
   head[3] = static_cast<uint8_t>(std::min(depth, 8));
   store_le16(&head[8], static_cast<uint16_t>(bitmap.Width - 1));
   store_le16(&head[10], static_cast<uint16_t>(bitmap.Height - 1));
   put_resolution(&head[12], bitmap.XResolution);
   put_resolution(&head[14], bitmap.YResolution);
-  for (uint32_t i = 0; i < 16; ++i) put_color(&head[16 + 3 * i], palette[i]);
+  const uint32_t listed = depth == 4 ? 16 : depth == 1 || bitmap.BitsPerPixel == 1 ? 2 : 0;
+  for (uint32_t i = 0; i < listed; ++i) put_color(&head[16 + 3 * i], palette[i]);
   head[65] = depth == 24 ? 3 : 1;
   store_le16(&head[66], static_cast<uint16_t>(line_bytes));
   store_le16(&head[68], 1);
   return file.write(head);
 }
 
-Status write_trailer(io::OutputFile& file, const BitmapHandle& bitmap) {
+Status write_trailer(io::OutputFile& file, const Palette& palette) {
   std::array<uint8_t, kTrailerSize> trailer = {kTrailerMark};
-  for (uint32_t i = 0; i < 256; ++i) put_color(&trailer[1 + 3 * i], bitmap.Info.Palette[i]);
+  for (uint32_t i = 0; i < 256; ++i) put_color(&trailer[1 + 3 * i], palette[i]);
   return file.write(trailer);
 }
 
@@ -308,9 +311,9 @@ Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& requ
   if (bitmap->Width > kMaxSize || bitmap->Height > kMaxSize || line_bytes > UINT16_MAX) {
     return kBadSize;
   }
-  T_PaletteEntry palette[16] = {};
-  choose_header_palette(*bitmap, depth, palette);
-  process::RowFetch rows(*bitmap, depth, T_ORDER_RGB, depth == 4 ? palette : nullptr);
+  Palette palette = {};
+  choose_palette(*bitmap, depth, palette);
+  process::RowFetch rows(*bitmap, depth, T_ORDER_RGB, palette);
   TRY(rows.start());
   io::OutputFile file;
   if (request.append) {
@@ -322,7 +325,7 @@ Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& requ
   const auto line = static_cast<uint32_t>(line_bytes);
   TRY(write_header(file, *bitmap, depth, line, palette));
   TRY(write_rows(file, *bitmap, depth == 24, line, rows));
-  if (depth == 8) TRY(write_trailer(file, *bitmap));
+  if (depth == 8) TRY(write_trailer(file, palette));
   return file.finish();
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "color/widen.h"
 #include "core/bitmap.h"
 
 namespace tavo::process {
@@ -13,15 +14,18 @@ Status RowFetch::start() {
   converts_ = bitmap_.BitsPerPixel != depth_ || (depth_ > 8 && bitmap_.Order != order_);
   if (converts_) {
     const T_PaletteEntry* palette = palette_ != nullptr ? palette_ : bitmap_.Info.Palette;
-    TRY(convert_.start(bitmap_.BitsPerPixel, depth_, static_cast<int32_t>(bitmap_.Order),
+    const int32_t bits = bitmap_.BitsPerPixel == 2 ? 4 : bitmap_.BitsPerPixel;
+    TRY(convert_.start(bits, depth_, static_cast<int32_t>(bitmap_.Order),
                        static_cast<int32_t>(order_), bitmap_.Info.Palette, palette));
   }
-  TRY(row_.allocate(uint64_t{std::max(row_bytes_, bitmap_.BytesPerLine)} + kSlack));
+  const uint32_t widened = core::bytes_per_line(bitmap_.Width, 4);
+  TRY(row_.allocate(uint64_t{std::max({row_bytes_, bitmap_.BytesPerLine, widened})} + kSlack));
   return progress_.start();
 }
 
 Status RowFetch::stored(uint32_t index, std::span<uint8_t>& row) {
   TRY(core::get_row(bitmap_, index, row_.bytes().first(bitmap_.BytesPerLine)));
+  if (converts_ && bitmap_.BitsPerPixel == 2) color::widen_2_to_4(row_.data(), bitmap_.Width);
   if (converts_) TRY(convert_.convert(row_.data(), bitmap_.Width));
   row = row_.bytes().first(row_bytes_);
   // What the bitmap's maker left behind the last pixel is no business of the file's.

@@ -138,6 +138,29 @@ TEST(Pcx, WritesExactlyThis) {
   EXPECT_EQ(T_SavePCXBitmap(nullptr, indices.get(), 8), T_ERR_NAME);
 }
 
+TEST(Pcx, MoreBitsThanTheBitmapHasAddNoColors) {
+  Disk disk;
+  for (const int32_t bits : {1, 2, 4}) {
+    for (const int32_t depth : {4, 8}) {
+      Bitmap picture;
+      make_picture(picture, 19, 3, bits);
+      T_AccessBitmap(picture.get());
+      ASSERT_EQ(T_SaveFile("a", picture.get(), T_FORMAT_PCX, depth, 0, 0, 1, 0), T_OK);
+      Bytes want;
+      for (int i = 0; i < 1 << bits; ++i) {
+        const T_PaletteEntry& c = picture->Info.Palette[i];
+        want.insert(want.end(), {c.Red, c.Green, c.Blue});
+      }
+      want.resize(3u << depth);
+      const Bytes& file = disk.files["a"];
+      EXPECT_EQ(part(file, depth == 4 ? 16 : file.size() - 768, want.size()), want);
+      Bitmap loaded;
+      ASSERT_EQ(T_LoadBitmap("a", loaded.get(), 0, -1), T_OK);
+      EXPECT_EQ(rgb(loaded.get()), rgb(picture.get())) << bits << " as " << depth;
+    }
+  }
+}
+
 // Noise, runs of every length around the limits of a run and of a block, in lines of many lengths.
 TEST(Pcx, LinesAreCodedAndDecodedAsOneByteAtATime) {
   for (const int32_t width : {1, 2, 15, 31, 32, 33, 63, 64, 65, 126, 300, 9000}) {
