@@ -28,13 +28,13 @@ Status feed(BitmapHandle& bitmap, StripFeeder& feeder, Compressor& compressor) {
 
 Status compress_as(BitmapHandle& bitmap, const char* name, int32_t output_type, int32_t quality,
                    bool is_gray, const Stamp* stamp) {
-  if (!core::has_storage(bitmap)) return kNoStorage;
   CompressionSetup setup = make_setup(bitmap, output_type, quality);
   setup.bits_per_pixel = is_gray ? 8 : 24;
   setup.is_gray = is_gray;
   setup.is_top_first = true;
   setup.stamp = stamp;
   TRY(check_setup(setup, kStripRows));  // before there is a file
+  if (!core::has_storage(bitmap)) return kNoStorage;
 
   Buffer strip;
   StripFeeder feeder;
@@ -43,7 +43,7 @@ Status compress_as(BitmapHandle& bitmap, const char* name, int32_t output_type, 
   TRY(strip.allocate(kStripRows * strip_row_bytes(setup)));
   TRY(feeder.start(bitmap, is_gray ? StripRows::Target::kGray : StripRows::Target::kColor,
                    strip.data()));
-  TRY(file.create(name));
+  TRY(file.create_write_only(name));
   TRY(compressor.start(setup, kStripRows, buffer_bytes(setup.width), write_to_file, &file));
   const core::AccessScope accessed(bitmap);
   TRY(feed(bitmap, feeder, compressor));

@@ -137,8 +137,8 @@ Status collect(BitmapHandle& small, Buffer& data, Stamp& stamp) {
 Status compress_with_stamp(BitmapHandle& bitmap, const char* name, int32_t output_type,
                            int32_t quality, const StampRequest& request) {
   TRY(check_request(request));
-  if (!core::has_storage(bitmap)) return kNoStorage;
   if (bitmap.Width <= 0 || bitmap.Height <= 0) return kNotCompressible;
+  if (!core::has_storage(bitmap)) return kNoStorage;
   core::OwnedBitmap small;
   TRY(make_small(bitmap, request, *small));
   Buffer data;

@@ -11,6 +11,7 @@ namespace tavo::io {
 namespace {
 
 constexpr int32_t kCreate = 0x8302;  // binary, create and truncate, read-write
+constexpr int32_t kCreateWriteOnly = 0x8301;
 constexpr int32_t kReadWrite = 0x8002;
 constexpr int32_t kExclusive = 128;
 constexpr size_t kBufferSize = 32768;
@@ -29,6 +30,10 @@ Status OutputFile::open(const char* name, int32_t access, int32_t mode) {
 }
 
 Status OutputFile::create(const char* name) { return open(name, kCreate, kExclusive); }
+
+Status OutputFile::create_write_only(const char* name) {
+  return open(name, kCreateWriteOnly, kExclusive);
+}
 
 Status OutputFile::open_existing(const char* name) { return open(name, kReadWrite, kExclusive); }
 

@@ -20,6 +20,8 @@ class OutputFile {
 
   // Creates or empties the file. kNoName, kNoMemory, kCreateError.
   Status create(const char* name);
+  // The same for a file that is never read.
+  Status create_write_only(const char* name);
 
   // Opens an existing file for reading and writing in place. kNoName, kNoMemory, kCreateError.
   Status open_existing(const char* name);

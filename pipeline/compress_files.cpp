@@ -45,7 +45,7 @@ class RowCompression {
     TRY(strip_.allocate(compress::kStripRows * compress::strip_row_bytes(setup)));
     TRY(feeder_.start(source, setup.is_gray ? StripRows::Target::kGray : StripRows::Target::kColor,
                       strip_.data()));
-    TRY(file_.create(destination_));
+    TRY(file_.create_write_only(destination_));
     return compressor_.start(setup, compress::kStripRows, 0, compress::write_to_file, &file_);
   }
 

@@ -528,10 +528,33 @@ TEST(Compress, Statuses) {
   BitmapHandle empty = {};
   T_InitBitmap(&empty, 8, 8, 24);
   EXPECT_EQ(T_CompressBitmap(&empty, "out", 0, 9, 0), T_ERR_NO_STORAGE);
+  T_InitBitmap(&empty, 0, 8, 24);
+  EXPECT_EQ(T_CompressBitmap(&empty, "out", 0, 9, 0), T_ERR_NOT_COMPRESSIBLE);
   Bitmap four;
   make_picture(four, 20, 20, 4);
   four->Flags |= T_FLAG_GRAY;
   EXPECT_EQ(T_CompressBitmap(four.get(), "out", 0, 9, 0), T_ERR_FORMAT);
+}
+
+TEST(Compress, FilesAreCreatedForWritingOnlyWhenNothingIsWrong) {
+  constexpr int32_t kCreateWriteOnly = 0x8301;
+  Bitmap bitmap;
+  make_picture(bitmap, 20, 20, 24);
+  Disk disk;
+  ASSERT_EQ(T_SaveBMPBitmap("in", bitmap.get(), 24), T_OK);
+  const auto compress = [&](int way, int32_t quality) {
+    if (way == 0) return T_CompressBitmap(bitmap.get(), "out", 1, quality, 0);
+    if (way == 1) return T_CompressBitmapWithStamp(bitmap.get(), "out", 1, quality, 8, 8, 8, 0);
+    return way == 2 ? T_CompressBMP("in", "out", 1, quality, 0)
+                    : T_CompressALL("in", "out", 1, quality, 0);
+  };
+  for (int way = 0; way < 4; ++way) {
+    EXPECT_EQ(compress(way, 256), T_ERR_QUALITY) << way;
+    EXPECT_EQ(disk.files.count("out"), 0u) << way;
+    EXPECT_EQ(compress(way, 25), T_OK) << way;
+    EXPECT_EQ(disk.created_with, kCreateWriteOnly) << way;
+    disk.files.erase("out");
+  }
 }
 
 TEST(Compress, FailedWritesAreReported) {
