@@ -182,6 +182,12 @@ TEST(Gif, InterlacedRowsComeInFileOrderAndAreStoredInPictureOrder) {
         EXPECT_EQ(rgb(bitmap.get()), want) << bits << " bits, flags " << flags;
       }
     }
+    Disk disk;
+    disk.files["plain"] = gif_file(rows_of_their_number(7, height, false));
+    disk.files["interlaced"] = file;
+    ASSERT_EQ(T_CompressGIF("plain", "want", 1, 20, 0), T_OK);
+    ASSERT_EQ(T_CompressGIF("interlaced", "got", 1, 20, 0), T_OK);
+    EXPECT_EQ(disk.files["got"], disk.files["want"]);
   }
   const Bytes file = gif_file(rows_of_their_number(7, 10, true));
   const Bytes file_order = {0, 8, 4, 2, 6, 1, 3, 5, 7, 9};

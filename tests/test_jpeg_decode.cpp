@@ -205,7 +205,9 @@ TEST(JpegDecoder, MeaningOfComponents) {
       {"CMYK, ink", four, {255, 155, 55, 0}, {}, {0, 100, 200}, 82},
       {"Adobe CMYK, light", four, {0, 100, 200, 255}, adobe_segment(0), {0, 100, 200}, 82},
       {"Adobe CMYK, half black", four, {0, 100, 200, 128}, adobe_segment(0), {0, 50, 100}, 41},
+      {"CMYK, half black", four, {255, 155, 55, 127}, {}, {0, 50, 100}, 41},
       {"Adobe YCCK", four, {100, 100, 200, 255}, adobe_segment(2), {54, 197, 205}, 155},
+      {"Adobe YCCK, half black", four, {100, 100, 200, 128}, adobe_segment(2), {27, 99, 103}, 78},
   };
   for (const auto& c : cases) {
     JpegPicture picture;
@@ -349,6 +351,13 @@ TEST(JpegDecoder, RejectsBadSegments) {
     Bytes changed = stream;
     changed[find_marker(changed, 0xC0) + 1] = static_cast<uint8_t>(code);
     EXPECT_EQ(decode(changed).status, kSubtype) << code;
+  }
+  for (const int code : {0xC0, 0xC4, 0xDA, 0xDB}) {
+    Bytes changed = stream;
+    const size_t at = find_marker(changed, code);
+    changed[at + 2] = 0;
+    changed[at + 3] = 1;  // less than the length itself
+    EXPECT_EQ(decode(changed).status, kBadData) << code;
   }
 }
 

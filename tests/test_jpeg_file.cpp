@@ -292,6 +292,7 @@ TEST(JpegFile, StatusesOfStamps) {
   disk.files["other.gif"] = saved_sample(T_FORMAT_GIF, 8, 4, 4);
   disk.files["noise"] = Bytes(100, 0x55);
   disk.files["empty"] = sample_stream({.segments = empty});
+  disk.files["short"] = sample_stream({.segments = {0xFF, 0xE0, 0, 1}});
   disk.files["broken"] = sample_stream({.segments = jfxx_segment(0x10, {0xFF, 0xD8, 0, 0})});
   disk.files["depth"] = cmp_file(
       sample_stream(), {.stamp = {4, 2, 16, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}});
@@ -308,7 +309,7 @@ TEST(JpegFile, StatusesOfStamps) {
   EXPECT_EQ(T_GetCompressFileStamp("cut", whole.get()), T_OK);
   disk.files["cut"].resize(300);
   EXPECT_EQ(T_GetCompressFileStamp("cut", none.get()), T_ERR_READ);
-  for (const char* name : {"noise", "empty", "depth", "tiny"}) {
+  for (const char* name : {"noise", "empty", "depth", "tiny", "short"}) {
     EXPECT_EQ(T_GetCompressFileStamp(name, none.get()), T_ERR_BAD_DATA) << name;
   }
 }

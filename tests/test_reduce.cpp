@@ -134,7 +134,7 @@ TEST(Reduce, OneBitIsBlackAndWhiteUnlessThereAreTwoColors) {
     EXPECT_EQ(distinct(many), (std::set<Color>{{0, 0, 0}, {255, 255, 255}}));
     EXPECT_EQ(many->Info.Palette[0].Green, 0);
   }
-  // Two colours of one class.
+  // Two colours of one class, the greater one first.
   TestBitmap two(30, 5, 24, 1);
   std::vector<uint8_t> row(two->BytesPerLine, 40);
   for (int x = 0; x < 30; x += 3) row[3 * x] = 41;
@@ -142,6 +142,8 @@ TEST(Reduce, OneBitIsBlackAndWhiteUnlessThereAreTwoColors) {
   const auto before = colors_of(two);
   ASSERT_EQ(T_ColorResolution(two.get(), 1, T_PALETTE_OPTIMIZED, nullptr, 0), T_OK);
   EXPECT_TRUE(colors_of(two) == before);
+  EXPECT_EQ(two->Info.Palette[0].Blue, 40);
+  EXPECT_EQ(two->Info.Palette[1].Blue, 41);
 }
 
 TEST(Reduce, GrayScale) {

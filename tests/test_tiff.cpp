@@ -216,6 +216,14 @@ TEST(Tiff, ResolutionsAndOrientationAreReported) {
     EXPECT_EQ(info.Orientation, needs_turning ? orientation : 1) << orientation;
     EXPECT_EQ(info.ViewPerspective, orientation == 4 ? 2u : 0u) << orientation;
   }
+  // A fraction that is not there: nothing is read in its stead, the default stands.
+  Bytes none = file;
+  const Bytes entry = {0x1A, 1, 5, 0, 1};
+  const auto at = std::search(none.begin(), none.end(), entry.begin(), entry.end());
+  ASSERT_NE(at, none.end());
+  std::ranges::copy(Bytes{0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0x7F}, at + 4);
+  ASSERT_EQ(T_FileInfoMemory(none.data(), &info, static_cast<uint32_t>(none.size())), T_OK);
+  EXPECT_EQ(info.XResolution, 150);
 }
 
 class TiffPages : public ::testing::Test {

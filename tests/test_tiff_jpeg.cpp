@@ -254,6 +254,10 @@ TEST(OldJpegInTiff, DamageIsAStatus) {
   EXPECT_EQ(status(outside), T_ERR_READ);
   OldFile nothing{Bytes(64, 0), {kStart}, {64}, kHeight};
   EXPECT_EQ(status(nothing), T_ERR_BAD_DATA);
+  std::vector<Bytes> scan = parts.pieces;
+  scan[0] = join({{0xFF, 0xDA, 0, 1}, scan[0]});
+  OldFile short_scan = with_pieces(parts.bytes(0, parts.data), scan);
+  EXPECT_EQ(status(short_scan), T_ERR_BAD_DATA);
 
   // A cut strip is reported, and the strips behind it are there all the same.
   OldFile cut = with_tables(parts, 6);
