@@ -434,7 +434,8 @@ T_API int32_t T_CALL T_SetPageNumber(int32_t page);
  *               are brought to the depth by row conversion, without dithering
  * extra         passed to the writer
  * T_OK, T_ERR_SIZE (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE, T_ERR_WRITE,
- * T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_NOTICE. A failed save leaves what it has written. */
+ * T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_NOTICE. A failed save leaves what it has
+ * written. */
 T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                                 int32_t bitsPerPixel, int32_t quality, uint32_t flags,
                                 uint32_t direct, uint32_t extra);
@@ -713,11 +714,11 @@ T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, 
                                         void* context);
 
 /* Compresses a whole bitmap into a new file, opened for writing only, top row first whatever its
- * ViewPerspective. 1-bit bitmaps and 8-bit ones with the grey mark (by the red parts of their palette) are written grey,
- * all others as colours. The bitmap is left as it is. `flag` has no meaning yet: pass 0.
- * T_OK, the statuses of all compression (no file then, except after T_ERR_WRITE), T_ERR_FORMAT (2
- * or 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_CREATE, or the status
- * callback's answer. */
+ * ViewPerspective. 1-bit bitmaps and 8-bit ones with the grey mark (by the red parts of their
+ * palette) are written grey, all others as colours. The bitmap is left as it is. `flag` has no
+ * meaning yet: pass 0. T_OK, the statuses of all compression (no file then, except after
+ * T_ERR_WRITE), T_ERR_FORMAT (2 or 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME,
+ * T_ERR_CREATE, or the status callback's answer. */
 T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t outputType,
                                       int32_t quality, uint32_t flag);
 
