@@ -80,11 +80,12 @@ Status find_image(ByteSource& bytes) {
   return introducer == kImageSeparator ? kOk : bytes.shortage();
 }
 
+// The image's table takes the place of the screen's, whichever is longer.
 Status read_table(ByteSource& bytes, uint8_t packed, process::SourcePicture& picture) {
-  std::array<uint8_t, 3 * 256> rgb;
+  std::array<uint8_t, 3 * 256> rgb = {};
   picture.colors = table_entries(packed);
   TRY(bytes.read({rgb.data(), 3 * picture.colors}));
-  for (uint32_t i = 0; i < picture.colors; ++i) {
+  for (uint32_t i = 0; i < 256; ++i) {
     picture.palette[i] = {rgb[3 * i + 2], rgb[3 * i + 1], rgb[3 * i], 0};
   }
   return kOk;

@@ -236,6 +236,15 @@ TEST(Gif, TheScreenGivesTheDepthAndTheImageThePalette) {
   EXPECT_EQ(four->BitsPerPixel, 4);
   EXPECT_EQ(pixels(four.get()), (Bytes{0x01, 0x23, 0x45, 0x8F}));
 
+  gif.image_packed = 0x80;
+  gif.local_table = table(2);
+  Bitmap two;
+  ASSERT_EQ(load_gif(gif_file(gif), two), T_OK);
+  EXPECT_EQ(two->Colors, 2u);
+  EXPECT_EQ(two->Info.Palette[2].Red, 0);  // not the screen's
+
+  gif.image_packed = 0x87;
+  gif.local_table = table(256);
   T_SetGIFDepth(1);
   Bitmap eight;
   EXPECT_EQ(load_gif(gif_file(gif), eight), T_OK);
