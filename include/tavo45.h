@@ -843,9 +843,10 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
 /* Each format has a trio.
  *
  * T_Load...File    reads the file and hands its rows to `sink` in file order, at the file's own
- *                  depth. An unallocated bitmap is initialised to the file's geometry. Into an
- *                  allocated one of another size the rows are resampled, and they are converted
- *                  to its depth and order. bitsPerPixel of 8 or less and below the file's depth
+ *                  depth. An unallocated bitmap is initialised to the file's geometry; its Order
+ *                  is the format's at every depth, as in FILEINFO. Into an allocated one of another
+ *                  size the rows are resampled, and they are converted to its depth and order,
+ *                  which stay. bitsPerPixel of 8 or less and below the file's depth
  *                  dithers to the built-in palette of that depth (grey files: to an even ramp).
  *                  T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_NAME, T_ERR_OPEN, T_ERR_ARGUMENT
  *                  (bitsPerPixel not 1, 4, 8, 16, 24 or 32), T_ERR_BAD_DATA, T_ERR_READ,
