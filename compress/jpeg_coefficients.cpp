@@ -7,9 +7,7 @@
 namespace tavo::jpeg {
 namespace {
 
-// Visits that no stream is denied, and what larger pictures have for each of their blocks: a script
-// that sends every bit plane of every coefficient apart stays below.
-constexpr uint64_t kFreeVisits = uint64_t{1} << 27;
+// What a picture has for each of its blocks.
 constexpr uint64_t kVisitsPerBlock = 64;
 
 enum class Coding { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
@@ -82,7 +80,7 @@ Status CoefficientStore::start(const Frame& frame, size_t count) {
     blocks += uint64_t{plane.blocks_wide} * plane.strip_rows * frame.mcus_high;
   }
   if (blocks > kMaxBytes / (kBlockSize * sizeof(int16_t))) return kNoMemory;
-  visit_limit_ = std::max(kFreeVisits, blocks * kVisitsPerBlock);
+  own_visits_ = blocks * kVisitsPerBlock;
   for (size_t i = 0; i < count; ++i) TRY(planes_[i].strips.allocate(frame.mcus_high));
   return kOk;
 }
@@ -153,7 +151,13 @@ Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tabl
                                             ScanReader& reader) {
   const Coding coding = coding_of(*frame_, scan.band);
   int16_t skipped[kBlockSize];
+  uint64_t row_visits = 0;
+  for (size_t i = 0; i < scan.count; ++i) {
+    const Component& c = frame_->components[scan.components[i].index];
+    row_visits += uint64_t{frame_->mcus_wide} * c.h * c.v;
+  }
   for (uint32_t mcu_row = 0; mcu_row < frame_->mcus_high && !reader.is_dead(); ++mcu_row) {
+    visits_ += row_visits;  // lost ones, too: passing them takes its time
     for (size_t i = 0; i < scan.count; ++i) {
       const size_t component = scan.components[i].index;
       int16_t* blocks = nullptr;
@@ -175,7 +179,6 @@ Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tabl
             values = plane.strips[mcu_row] + index * kBlockSize;
           }
           is_good = coder.decode(reader, component, values);
-          ++visits_;
         }
       }
       reader.leave(is_good);

@@ -2,6 +2,7 @@
 // ones, and sequential ones with a scan for each component.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -29,8 +30,8 @@ class CoefficientStore {
   Status decode_scan(const Scan& scan, const Tables& tables, ByteSource& source,
                      ScanReader& reader);
 
-  // Whether scans have visited more blocks than a sound stream of this size has reason to.
-  bool is_overworked() const { return visits_ > visit_limit_; }
+  // Visits of blocks beyond those that every stream may make.
+  uint64_t extra_visits() const { return visits_ - std::min(visits_, own_visits_); }
 
   // Blocks in row `row` (from 0) of a component, 64 values each, an even number of them; null when
   // no scan has reached them.
@@ -52,7 +53,7 @@ class CoefficientStore {
   size_t count_ = 0;
   std::array<Plane, kMaxComponents> planes_;
   uint64_t visits_ = 0;
-  uint64_t visit_limit_ = 0;
+  uint64_t own_visits_ = 0;
 };
 
 }  // namespace tavo::jpeg

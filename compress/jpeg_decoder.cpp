@@ -11,6 +11,9 @@ namespace {
 
 // Scans beyond this many are no picture's.
 constexpr int kMaxScans = 1000;
+// Visits of blocks that scans may make beyond some for each block, in all streams of a file: a
+// script that sends every bit plane of every coefficient apart stays below.
+constexpr uint64_t kExtraVisits = uint64_t{1} << 27;
 // Grey filler that is worth making.
 constexpr uint64_t kMaxFillerPixels = uint64_t{1} << 28;
 constexpr uint8_t kGrey = 128;
@@ -66,6 +69,7 @@ Status Decoder::feed_tables(ByteSource& source) {
 
 void Decoder::forget_rows(ByteSource& source) {
   source_ = &source;
+  if (store_) extra_visits_ += store_->extra_visits();
   store_.reset();
   rows_.reset();
   outcome_ = kOk;
@@ -240,7 +244,7 @@ Status Decoder::read_all_scans() {
   TRY(reader_.start(mcu_bytes(blocks_per_mcu(frame_))));
   bool has_more = true;
   for (int scans = 0; has_more; ++scans) {
-    if (scans == kMaxScans || store_->is_overworked()) {
+    if (scans == kMaxScans || extra_visits_ + store_->extra_visits() > kExtraVisits) {
       note(kBadData);
       return kOk;
     }

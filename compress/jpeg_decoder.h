@@ -84,7 +84,8 @@ class Decoder {
   uint64_t most_bytes() const;
 
   // After the last row: kOk, kReadError when the data ended too early, kBadData when they were
-  // damaged. When nearly all of a huge picture is lost, the rows end at the loss.
+  // damaged or have more scans than any picture needs. When nearly all of a huge picture is lost,
+  // the rows end at the loss.
   Status outcome() const { return outcome_; }
 
  private:
@@ -132,6 +133,7 @@ class Decoder {
 
   ScanReader reader_;
   std::optional<CoefficientStore> store_;
+  uint64_t extra_visits_ = 0;  // of earlier streams
   std::optional<RowMaker> rows_;
   InverseTransform transform_ = nullptr;
   std::array<McuBlock, kMaxMcuBlocks> mcu_blocks_;

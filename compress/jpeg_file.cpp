@@ -43,11 +43,11 @@ int32_t to_dpi(const Extras& extras, uint16_t density) {
   return extras.density_unit == 1 || extras.is_own ? density : 0;
 }
 
-bool is_plausible(const Frame& frame, uint32_t file_bytes) {
-  return uint64_t{frame.width} * frame.height <= kFreePixels + kPixelsPerByte * file_bytes;
-}
-
 }  // namespace
+
+bool is_plausible(uint64_t pixels, uint64_t file_bytes) {
+  return pixels <= kFreePixels + kPixelsPerByte * file_bytes;
+}
 
 Status parse_container(std::span<const uint8_t> head, Container& container) {
   if (head.size() < 3) return kReadError;
@@ -229,7 +229,8 @@ Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_
   TRY(source.start());
   PictureDecoder decoder;
   TRY(read_header(decoder, file, source, container));
-  if (!is_plausible(decoder.decoder().frame(), file_bytes)) return kReadError;
+  const Frame& frame = decoder.decoder().frame();
+  if (!is_plausible(uint64_t{frame.width} * frame.height, file_bytes)) return kReadError;
   TRY(decoder.start(*bitmap, sink, bits_per_pixel, context, option));
   return decoder.deliver_all();
 }

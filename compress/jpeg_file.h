@@ -35,6 +35,9 @@ struct Container {
 Status parse_container(std::span<const uint8_t> head, Container& container);
 inline constexpr size_t kLargestContainerHead = 27;
 
+// Whether a file of so many bytes can hold a picture of so many pixels.
+bool is_plausible(uint64_t pixels, uint64_t file_bytes);
+
 // Opens a file of either kind.
 Status open_container(io::InputFile& file, const char* name, Container& container);
 

@@ -50,6 +50,9 @@ struct Frame {
 
   // Computes what follows from the height.
   void set_height(uint32_t lines);
+
+  // Pixels of all MCUs: what there is to decode.
+  uint64_t coded_pixels() const { return uint64_t{64} * h_max * v_max * mcus_wide * mcus_high; }
 };
 
 struct ScanComponent {

@@ -61,11 +61,17 @@ Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& ro
 Status check_size(io::InputFile& file, const Image& image) {
   uint32_t file_bytes = 0;
   TRY(file.size(file_bytes));
-  // Other codings need memory for a row, so that is what must be possible.
-  const bool is_plausible =
-      image.is_fax() ? process::is_plausible_fax(image.width, image.height, file_bytes)
-                     : process::is_plausible_size(image.row_bytes(image.width), file_bytes);
-  return is_plausible ? kOk : kBadData;
+  if (image.is_fax()) {
+    return process::is_plausible_fax(image.width, image.height, file_bytes) ? kOk : kBadData;
+  }
+  // Other codings need memory for a row, so that is what must be possible. What goes beyond the
+  // largest bitmap must be there: blocks may share data, and LZW packs 2,700 bytes into one.
+  constexpr uint64_t kLargestBitmap = UINT32_MAX;
+  constexpr uint64_t kMostDense = 4096;
+  const uint64_t row = image.row_bytes(image.block_width) * image.blocks_across;
+  if (row > INT32_MAX || !process::is_plausible_size(row, file_bytes)) return kBadData;
+  const uint64_t all = row * image.planes() * image.height / image.unit_height;
+  return all <= kLargestBitmap + kMostDense * file_bytes ? kOk : kBadData;
 }
 
 }  // namespace

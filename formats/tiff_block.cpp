@@ -47,13 +47,15 @@ Status FilePart::read_some(std::span<uint8_t> into, size_t& got) {
     left_ = std::exchange(next_left_, 0);
   }
   const std::span<uint8_t> part =
-      into.first(static_cast<size_t>(std::min<uint64_t>(into.size(), left_)));
+      into.first(static_cast<size_t>(std::min({uint64_t{into.size()}, left_, step_})));
   if (part.empty()) return kOk;
   TRY(file_->seek(position_));
   TRY(file_->read_some(part, got));
   if (is_reversed_) reverse_bits(part.first(got));
   position_ += got;
   left_ -= got;
+  read_ += got;
+  step_ = std::max(step_, read_);
   return kOk;
 }
 
@@ -66,8 +68,9 @@ Status BlockDecoder::start(const Image& image, const ByteOrder& order) {
   return inflates ? inflate_.start() : kOk;
 }
 
-Status BlockDecoder::begin(io::InputFile& file, uint64_t position, uint64_t size) {
-  part_.set(file, position, size, image_->is_reversed && !image_->is_fax());
+Status BlockDecoder::begin(io::InputFile& file, uint64_t position, uint64_t size,
+                           uint64_t decoded) {
+  part_.set(file, position, size, image_->is_reversed && !image_->is_fax(), decoded);
   bytes_.reset();
   switch (image_->compression) {
     case kLzw:

@@ -1,6 +1,7 @@
 // The coded rows of one strip or tile of a TIFF file.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
@@ -19,12 +20,17 @@ namespace tavo::tiff {
 // A part of the file as a stream of bytes.
 class FilePart {
  public:
-  void set(io::InputFile& file, uint64_t position, uint64_t size, bool is_reversed) {
+  // `expected`: about how many bytes will be needed. No more are read at first, because a part
+  // whose size the file does not tell goes on to the end of it.
+  void set(io::InputFile& file, uint64_t position, uint64_t size, bool is_reversed,
+           uint64_t expected = UINT64_MAX) {
     file_ = &file;
     position_ = position;
     left_ = size;
     is_reversed_ = is_reversed;
     next_left_ = 0;
+    step_ = std::max(expected, kLeastStep);
+    read_ = 0;
   }
   // Another part goes on behind it.
   void append(uint64_t position, uint64_t size) {
@@ -33,12 +39,19 @@ class FilePart {
   }
   Status read_some(std::span<uint8_t> into, size_t& got);
 
+  // Bytes read since set().
+  uint64_t bytes_read() const { return read_; }
+
  private:
+  static constexpr uint64_t kLeastStep = 256;
+
   io::InputFile* file_ = nullptr;
   uint64_t position_ = 0;
   uint64_t left_ = 0;
   uint64_t next_position_ = 0;
   uint64_t next_left_ = 0;
+  uint64_t step_ = 0;  // most bytes of the next read
+  uint64_t read_ = 0;
   bool is_reversed_ = false;
 };
 
@@ -53,8 +66,11 @@ class BlockDecoder {
   // Takes the memory that the coding of `image` needs. `order` is that of 16-bit samples.
   Status start(const Image& image, const ByteOrder& order);
 
-  // Goes to the `size` coded bytes at `position`.
-  Status begin(io::InputFile& file, uint64_t position, uint64_t size);
+  // Goes to the `size` coded bytes at `position`, of which `decoded` bytes of rows come.
+  Status begin(io::InputFile& file, uint64_t position, uint64_t size, uint64_t decoded);
+
+  // Coded bytes of the block that have been decoded.
+  uint64_t bytes_taken() const { return part_.bytes_read() - bytes_.window().size(); }
 
   // The next row, image.row_bytes(block_width) long, predictor undone. kReadError when the data
   // end before, or what the codec says.

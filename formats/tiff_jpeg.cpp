@@ -46,11 +46,14 @@ Status JpegRows::begin_block(uint64_t block, uint32_t lines) {
   if (layout_ != JpegLayout::kWhole) {
     uint64_t position = 0;
     uint64_t size = 0;
+    TRY(blocks_.count_bytes(part_.bytes_read() - bytes_.window().size()));
     TRY(blocks_.find(block, position, size));
-    part_.set(directory_.file(), position, size, false);
+    const uint64_t decoded = image_.row_bytes(image_.block_width) * lines;
+    part_.set(directory_.file(), position, size, false, decoded);
     bytes_.reset();
     TRY(read_block_header(lines));
   }
+  TRY(blocks_.count_pixels(decoder_.frame().coded_pixels()));
   line_bytes_ = size_t{decoder_.frame().width} * pixel_bytes_;
   if (line_.size() < line_bytes_) TRY(line_.allocate(line_bytes_));
   return decoder_.start(pixel_bytes_ == 1 ? jpeg::PixelLayout::kGray8 : jpeg::PixelLayout::kRgb24);

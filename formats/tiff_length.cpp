@@ -28,7 +28,7 @@ Status count_coded(const Directory& directory, const Image& image, uint64_t posi
   BlockDecoder decoder;
   TRY(row.allocate(row_bytes + kSlack));
   TRY(decoder.start(image, directory.order()));
-  TRY(decoder.begin(directory.file(), position, size));
+  TRY(decoder.begin(directory.file(), position, size, size));
   const std::span<uint8_t> pixels = row.bytes().first(static_cast<size_t>(row_bytes));
   for (rows = 0; rows < most; ++rows) {
     const Status status = decoder.read_row(pixels);

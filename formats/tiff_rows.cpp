@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "compress/jpeg_file.h"
+
 namespace tavo::tiff {
 
 namespace {
@@ -16,12 +18,37 @@ uint32_t divide_up(uint32_t value, uint32_t by) { return (value - 1) / by + 1; }
 
 BlockTable::BlockTable(const Directory& directory, const Image& image)
     : directory_(directory),
+      image_(image),
       // Some writers use the tags of strips for tiles.
       offsets_(directory, image.is_tiled && directory.has(Tag::kTileOffsets) ? Tag::kTileOffsets
                                                                              : Tag::kStripOffsets),
       sizes_(directory, image.is_tiled && directory.has(Tag::kTileByteCounts)
                             ? Tag::kTileByteCounts
                             : Tag::kStripByteCounts) {}
+
+// No coding takes more bytes than this for the pixels that it makes: a fax of single dots comes to
+// six times its size. What else is in the data, fill bits or segments nobody asks for, is in the
+// file once.
+Status BlockTable::start() {
+  constexpr uint64_t kMostCoded = 8;
+  constexpr uint64_t kSmall = 65536;
+  constexpr uint64_t kHuge = uint64_t{1} << 56;
+  TRY(directory_.file().size(file_bytes_));
+  const uint64_t line = std::min<uint64_t>(image_.row_bytes(image_.width), INT32_MAX);
+  const uint64_t picture = std::min(line * image_.height, kHuge) * image_.planes();
+  most_bytes_ = kSmall + 2 * uint64_t{file_bytes_} + kMostCoded * picture;
+  return kOk;
+}
+
+Status BlockTable::count_bytes(uint64_t taken) {
+  bytes_taken_ += taken;
+  return bytes_taken_ <= most_bytes_ ? kOk : kBadData;
+}
+
+Status BlockTable::count_pixels(uint64_t pixels) {
+  pixels_ += pixels;
+  return jpeg::is_plausible(pixels_, file_bytes_) ? kOk : kBadData;
+}
 
 Status BlockTable::find(uint64_t block, uint64_t& position, uint64_t& size) {
   TRY(offsets_.get(block, position));
@@ -62,12 +89,14 @@ Status StoredRows::begin_block(uint32_t plane, uint64_t block, uint32_t rows) {
   block += plane * blocks;
   uint64_t position = 0;
   uint64_t size = 0;
+  TRY(blocks_.count_bytes(decoders_[plane].bytes_taken()));
   TRY(blocks_.find(block, position, size));
   // What is not coded has a size of its own, and a wrong one does no harm when there is one block.
+  const uint64_t decoded = uint64_t{block_row_bytes_} * rows;
   if (image_.compression == kNone && blocks * image_.planes() == 1) {
-    size = std::min(uint64_t{block_row_bytes_} * rows, blocks_.rest(position));
+    size = std::min(decoded, blocks_.rest(position));
   }
-  return decoders_[plane].begin(directory_.file(), position, size);
+  return decoders_[plane].begin(directory_.file(), position, size, decoded);
 }
 
 Status StoredRows::next(std::span<uint8_t> into) {

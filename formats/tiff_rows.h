@@ -15,21 +15,31 @@ class BlockTable {
  public:
   BlockTable(const Directory& directory, const Image& image);
 
-  Status start() { return directory_.file().size(file_bytes_); }
+  Status start();
 
   // The coded bytes of a block; without a size the rest of the file. kReadError: behind its end.
   Status find(uint64_t block, uint64_t& position, uint64_t& size);
 
   bool contains(uint64_t position) const { return position < file_bytes_; }
 
+  // Counts coded bytes that a block took, and pixels that its JPEG stream has. Blocks may share
+  // their data, as empty tiles do; but all that the file and the picture can account for, several
+  // times over, is not decoded for the few rows of a picture. kBadData then.
+  Status count_bytes(uint64_t taken);
+  Status count_pixels(uint64_t pixels);
+
   // Bytes of the file from `position` on.
   uint64_t rest(uint64_t position) const { return file_bytes_ - position; }
 
  private:
   const Directory& directory_;
+  const Image& image_;
   ValueList offsets_;
   ValueList sizes_;
   uint32_t file_bytes_ = 0;
+  uint64_t most_bytes_ = 0;
+  uint64_t bytes_taken_ = 0;
+  uint64_t pixels_ = 0;
 };
 
 class StoredRows {

@@ -901,8 +901,8 @@ T_API int32_t T_CALL T_SavePCXBitmap(const char* name, BitmapHandle* bitmap, int
  * and Colors 0. Interlaced images are delivered in file order with T_FLAG_INTERLACED set, the rows
  * of pass 1 (0, 8, 16 ...), then pass 2 (4, 12 ...), 3 (2, 6 ...) and 4 (1, 3 ...); a sink's answer
  * of 2 then counts as T_OK. Where the data end early the rows that are there are delivered, the
- * last filled up with index 0; T_ERR_BAD_DATA if any are missing. T_ERR_READ: no image follows the
- * screen, or the file ends before the image's data.
+ * last filled up with index 0; then T_ERR_BAD_DATA, unless the end code stands in the last row.
+ * T_ERR_READ: no image follows the screen, or the file ends before the image's data.
  * Facts: "Graphics Interchange Format", version 89a. */
 T_API int32_t T_CALL T_LoadGIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -955,8 +955,9 @@ T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, in
  *
  * A stream that is cut or damaged delivers the rows that can be decoded, up to a restart marker
  * where it has them, mid grey for what is lost, and then gives T_ERR_READ (cut) or T_ERR_BAD_DATA
- * (damaged); where more than 2^28 pixels would be grey, the rows end at the loss. T_ERR_READ
- * without rows is also the answer to a picture of more pixels than so small a file can hold.
+ * (damaged, or more scans than any picture needs, of which the first are used); where more than
+ * 2^28 pixels would be grey, the rows end at the loss. T_ERR_READ without rows is also the answer
+ * to a picture of more pixels than so small a file can hold.
  *
  * Memory does not depend on the height for sequential streams of one scan; progressive streams, and
  * those with a scan for each component, take 2 bytes a sample. */
@@ -1099,9 +1100,10 @@ T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
  *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page;
  *             T_ERR_OPEN: it is there, but cannot be read.
  * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
- * writes: T_ERR_BAD_DATA. What is lost of JPEG data is grey, and the status comes last. Damaged
- * Group 3 rows keep what could be read of them. Group 4 pictures that end before the last row are
- * white from there on.
+ * writes, or that strips share beyond all measure: T_ERR_BAD_DATA. Tags whose values were cut off
+ * are T_ERR_READ, but for a resolution. What is lost of JPEG data is grey, and the status comes
+ * last. Damaged Group 3 rows keep what could be read of them. Group 4 pictures that end before the
+ * last row are white from there on.
  * Facts: TIFF Revision 6.0, its Technical Notes, ITU-T T.4 and T.6, RFC 1950 and 1951. */
 T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);

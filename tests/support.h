@@ -35,6 +35,7 @@ class Disk {
   bool tears_writes = false;  // a write that fails puts half of its bytes
   uint32_t longest_read = UINT32_MAX;
   int64_t operations = 0;
+  uint64_t bytes_read = 0;
   int open_count = 0;        // files that are open now
   int32_t created_with = 0;  // the access value of the last file that was created
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "format_cases.h"
+#include "jpeg_streams.h"
 
 namespace tavo::test {
 namespace {
@@ -159,6 +160,56 @@ TEST(Tiff, BadDirectoriesAreStatuses) {
   FILEINFO info;
   ASSERT_EQ(T_FileInfoMemory(ring.data(), &info, static_cast<uint32_t>(ring.size())), T_OK);
   EXPECT_EQ(info.PageCount, 1);
+}
+
+// Strips of one row that share data, most of which make no pixel.
+TEST(Tiff, SharedDataAreNotDecodedOverAndOver) {
+  constexpr uint32_t kStrips = 500;
+  const auto repeated = [](size_t times, const Bytes& unit, const Bytes& end) {
+    Bytes all;
+    for (size_t i = 0; i < times; ++i) all.insert(all.end(), unit.begin(), unit.end());
+    return join({all, end});
+  };
+  Bytes last_block = deflate_stored(Bytes(8, 5));
+  last_block.erase(last_block.begin(), last_block.begin() + 2);
+  JpegPicture flat{8, 1, {{1, 1, 1}}, 1, {}};
+  flat.fill_flat({50});
+  const struct {
+    const char* what;
+    uint32_t compression;
+    uint32_t bits;
+    Bytes data;
+  } cases[] = {
+      {"no packet", 32773, 8, repeated(8000, {0x80}, {7, 1, 2, 3, 4, 5, 6, 7, 8})},
+      // Eight clear codes of 9 bits; eight literals, the last of 0.
+      {"clear codes", 5, 8, repeated(900, {0x80, 0x40, 0x20, 0x10, 8, 4, 2, 1, 0}, Bytes(9))},
+      {"empty blocks", 8, 8, join({{0x78, 1}, repeated(1600, {0, 0, 0, 0xFF, 0xFF}, last_block)})},
+      {"fill bits", 3, 1, repeated(8000, {0}, {0x01, 0x98})},
+      {"comments", 7, 8, jpeg_stream(flat, {.segments = jpeg_segment(0xFE, Bytes(8000))})},
+  };
+  for (const auto& c : cases) {
+    auto tags = tiff_tags(8, kStrips, c.bits, 1, c.compression, 1, 0);
+    tags = with(tags, {273, 4, std::vector<uint32_t>(kStrips, 8)});
+    tags = with(tags, {278, 4, {1}});
+    tags = with(tags, {279, 4, std::vector<uint32_t>(kStrips, uint32_t(c.data.size()))});
+    Disk disk;
+    disk.files["in"] = tiff_file(tags, c.data);
+    Bitmap bitmap;
+    EXPECT_EQ(T_LoadBitmap("in", bitmap.get(), 0, -1), T_ERR_BAD_DATA) << c.what;
+    EXPECT_LT(disk.bytes_read, 500000u) << c.what;
+    // One such strip is none too many.
+    tags =
+        with(with(with(tags, {257, 3, {1}}), {273, 4, {8}}), {279, 4, {uint32_t(c.data.size())}});
+    EXPECT_EQ(load(tiff_file(tags, c.data), bitmap), T_OK) << c.what;
+  }
+  // Empty tiles share theirs.
+  const Bytes tile = deflate_stored(Bytes(256, 7));
+  auto tags = tiff_tags(512, 512, 8, 1, 8, 1, 0);
+  tags = with(with(without(without(without(tags, 273), 278), 279), {322, 3, {16}}), {323, 3, {16}});
+  tags = with(tags, {324, 4, std::vector<uint32_t>(1024, 8)});
+  tags = with(tags, {325, 4, std::vector<uint32_t>(1024, uint32_t(tile.size()))});
+  Bitmap bitmap;
+  EXPECT_EQ(load(tiff_file(tags, tile), bitmap), T_OK);
 }
 
 // Fax programs do not know the height when they write the directory.
