@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 
 #include "corpus.h"
@@ -103,18 +102,19 @@ TEST_P(Corpus, GoodFilesShowTheReferencePicture) {
   T_SetPageNumber(1);
 }
 
-TEST_P(Corpus, BadAndDisputedFilesEndQuicklyWithADocumentedStatus) {
+TEST_P(Corpus, BadAndDisputedFilesEndWithADocumentedStatus) {
   const std::vector<CorpusFile> files = corpus_files(GetParam().format);
   if (files.empty()) GTEST_SKIP() << "TAVO_CORPUS does not name the samples";
   const Leftovers before = leftovers();
   for (const CorpusFile& file : files) {
     if (file.expected == "decodes") continue;
     SCOPED_TRACE(file.name);
-    const auto start = std::chrono::steady_clock::now();
+    Disk disk;
+    const Bytes& bytes = disk.files["in"] = read_file(file.path);
     Bitmap bitmap;
-    const int32_t status = T_LoadBitmap(file.path.c_str(), bitmap.get(), 24, T_ORDER_RGB);
+    const int32_t status = T_LoadBitmap("in", bitmap.get(), 24, T_ORDER_RGB);
     EXPECT_TRUE(is_documented(status)) << status;
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+    EXPECT_LE(disk.bytes_read, 16 * bytes.size());
   }
   EXPECT_EQ(leftovers(), before);
 }

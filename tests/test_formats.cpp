@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <ctime>
 
 #include "core/notice.h"
 #include "format_cases.h"
@@ -80,11 +79,24 @@ TEST_P(Formats, TruncationAnywhereIsToldAndLeavesNothing) {
   }
 }
 
-TEST_P(Formats, RandomMutationsGiveADocumentedStatusQuickly) {
+struct Answers {
+  int32_t first = T_OK;
+  int32_t later = T_OK;
+  int calls = 0;
+  uint32_t rows = 0;
+
+  static int32_t T_CALL sink(BitmapHandle*, const void*, int32_t count, void* context) {
+    auto* answers = static_cast<Answers*>(context);
+    answers->rows += count;
+    return answers->calls++ == 0 ? answers->first : answers->later;
+  }
+};
+
+// A few bytes are read a few times and make a few rows, whatever they claim.
+TEST_P(Formats, RandomMutationsGiveADocumentedStatusWithLittleWork) {
   const std::vector<Sample>& samples = GetParam().samples;
   const Leftovers before = leftovers();
   Random random(45);
-  std::clock_t longest = 0;
   for (int i = 0; i < 10000; ++i) {
     Bytes file = samples[i % samples.size()].file;
     for (uint32_t n = 1 + random.below(4); n > 0; --n) {
@@ -92,15 +104,19 @@ TEST_P(Formats, RandomMutationsGiveADocumentedStatusQuickly) {
                                                : random.below(std::min<size_t>(64, file.size()));
       file[at] = static_cast<uint8_t>(random.below(3) == 0 ? 255 : random.next());
     }
+    Disk disk;
+    disk.files["in"] = file;
+    Answers answers;
     Bitmap bitmap;
-    const std::clock_t start = std::clock();
-    const int32_t status = load(file, bitmap, i % 2 == 0 ? 0 : 24);
-    longest = std::max(longest, std::clock() - start);
-    ASSERT_TRUE(is_documented(status)) << status << " at mutation " << i;
+    SCOPED_TRACE(i);
+    const int32_t status =
+        T_LoadFile("in", bitmap.get(), i % 2 == 0 ? 0 : 24, -1, 0, Answers::sink, &answers);
+    ASSERT_TRUE(is_documented(status)) << status;
+    ASSERT_LT(disk.operations, 400);
+    ASSERT_LT(disk.bytes_read, 16 * file.size());
+    ASSERT_LT(uint64_t{answers.rows} * bitmap->BytesPerLine, 1u << 26);
   }
   EXPECT_EQ(leftovers(), before);
-  // Meant is 50 ms each; sanitizers, emulation and a busy machine take their share.
-  EXPECT_LT(longest * 1000 / CLOCKS_PER_SEC, 1000);
 }
 
 TEST_P(Formats, ShortReadsChangeNothing) {
@@ -192,19 +208,6 @@ TEST_P(Formats, RefusedMemoryEndsTheLoadCleanly) {
   }
 }
 
-struct Answers {
-  int32_t first = T_OK;
-  int32_t later = T_OK;
-  int calls = 0;
-  uint32_t rows = 0;
-
-  static int32_t T_CALL sink(BitmapHandle*, const void*, int32_t count, void* context) {
-    auto* answers = static_cast<Answers*>(context);
-    answers->rows += count;
-    return answers->calls++ == 0 ? answers->first : answers->later;
-  }
-};
-
 TEST_P(Formats, TheCallbacksAnswerIsTheResult) {
   for (const Sample& sample : GetParam().samples) {
     for (const int32_t answer : {0, -77, 12345}) {
@@ -263,36 +266,6 @@ TEST_P(Formats, WhatIsSavedLoadsBack) {
           EXPECT_EQ(rgb(loaded.get()), rgb(picture.get()))
               << depth << " bits, width " << width << ", perspective " << view_perspective;
         }
-      }
-    }
-  }
-}
-
-// What every depth can show, saves at every depth show: dithered, reduced, widened or direct.
-TEST_P(Formats, BlackAndWhiteStaysWhatItIs) {
-  for (const int32_t depth : GetParam().save_depths) {
-    for (const int32_t bits : {1, 2, 4, 8, 16, 24, 32}) {
-      Bitmap picture;
-      make_picture(picture, 17, 3, bits);
-      for (uint32_t i = 0; i < 256; ++i) {
-        const auto level = static_cast<uint8_t>(i % 2 == 0 ? 255 : 0);
-        picture->Info.Palette[i] = {level, level, level, 0};
-      }
-      T_AccessBitmap(picture.get());
-      for (uint32_t i = 0; bits > 8 && i < picture->Size; ++i) {
-        const uint32_t x = i % picture->BytesPerLine * 8 / bits;
-        const bool is_white = (x + i / picture->BytesPerLine) % 3 == 0;
-        static_cast<uint8_t*>(picture->Data)[i] = is_white ? (bits == 16 && i % 2 ? 127 : 255) : 0;
-      }
-      T_ReleaseBitmap(picture.get());
-      for (const uint32_t direct : {0, 1}) {
-        Disk disk;
-        if (direct != 0) T_AccessBitmap(picture.get());
-        ASSERT_EQ(T_SaveFile("out", picture.get(), GetParam().save_format, depth, 0, 0, direct, 0),
-                  T_OK);
-        Bitmap loaded;
-        ASSERT_EQ(T_LoadBitmap("out", loaded.get(), 0, -1), T_OK);
-        EXPECT_EQ(rgb(loaded.get()), rgb(picture.get())) << bits << " at " << depth << direct;
       }
     }
   }

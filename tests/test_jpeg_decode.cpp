@@ -37,7 +37,7 @@ Decoded decode(const Bytes& stream, PixelLayout layout = PixelLayout::kRgb24,
   if (!result.status.ok()) return result;
   const size_t row_bytes = result.width * (layout == PixelLayout::kGray8 ? 1 : 3);
   Bytes rows(row_bytes * rows_a_call);
-  for (uint32_t got = 1; got > 0;) {
+  for (uint32_t got = 1; got > 0 && result.rows <= UINT16_MAX;) {
     result.status = decoder.next_rows(rows, row_bytes, rows_a_call, got);
     if (!result.status.ok()) return result;
     result.pixels.insert(result.pixels.end(), rows.begin(), rows.begin() + got * row_bytes);
@@ -397,12 +397,38 @@ TEST(JpegDecoder, HugeClaimsEndQuickly) {
     }
     Bytes row(65535);
     uint32_t rows = 0;
-    for (uint32_t got = 1; got > 0; rows += got) {
+    for (uint32_t got = 1; got > 0 && rows <= UINT16_MAX; rows += got) {
       ASSERT_EQ(decoder.next_rows(row, row.size(), 1, got), kOk);
     }
     EXPECT_LT(rows, 100);
     EXPECT_FALSE(decoder.outcome().ok());
   }
+}
+
+// Passing what is lost takes time, too.
+TEST(JpegDecoder, LostBlocksCountAsVisited) {
+  JpegPicture picture = picture_of(80, 80, ycc(1, 1));
+  const Bytes stream = jpeg_stream(picture, {.plan = ScanPlan::kProgressive});
+  Array<jpeg::Tables> tables;
+  ASSERT_EQ(tables.allocate(1), kOk);
+  ByteSource header{std::span<const uint8_t>(stream)};
+  jpeg::MarkerReader markers(header, tables[0]);
+  jpeg::Frame frame;
+  jpeg::Scan scan;
+  jpeg::Extras extras;
+  jpeg::SegmentEnd end;
+  ASSERT_EQ(markers.read_start(), kOk);
+  ASSERT_EQ(markers.read_segments(frame, scan, extras, end), kOk);
+  tables[0].restart_interval = 1000;
+  jpeg::CoefficientStore store;
+  jpeg::ScanReader reader;
+  ASSERT_EQ(store.start(frame, 3), kOk);
+  ASSERT_EQ(reader.start(4096), kOk);
+  for (int i = 0; i < 65; ++i) {
+    ByteSource nothing{std::span<const uint8_t>()};
+    ASSERT_EQ(store.decode_scan(scan, tables[0], nothing, reader), kOk);
+  }
+  EXPECT_EQ(store.extra_visits(), 300u);
 }
 
 TEST(JpegDecoder, TenThousandScansEndQuickly) {
