@@ -4,6 +4,7 @@
 #include <cstring>
 #include <numeric>
 
+#include "base/depths.h"
 #include "color/gray.h"
 #include "color/palette_map.h"
 #include "color/palettes.h"
@@ -16,13 +17,11 @@ namespace {
 // last chunk of a row has a byte that is not full.
 constexpr size_t kChunk = 256;
 
-constexpr bool is_layout(int32_t bits) {
-  return bits == 0 || bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
-}
+constexpr bool is_layout(int32_t bits) { return bits == 0 || is_bitmap_depth(bits); }
 
 constexpr bool has_colors(int32_t bits) { return bits >= 16; }
 
-constexpr bool is_indexed(int32_t bits) { return bits == 1 || bits == 4 || bits == 8; }
+constexpr bool is_indexed(int32_t bits) { return bits >= 1 && bits <= 8; }
 
 constexpr bool is_order(int32_t order) { return order == T_ORDER_RGB || order == T_ORDER_BGR; }
 

@@ -14,12 +14,13 @@
 namespace tavo::color {
 
 // Set up once for a picture, then used for its rows. Layouts are named by depth codes: 0 (8-bit
-// grey), 1, 4, 8 (palette indices, leftmost pixel in the high bits), 16 (5-5-5), 24 and 32.
+// grey), 1, 2, 4, 8 (palette indices, leftmost pixel in the high bits), 16 (5-5-5), 24 and 32.
 class RowConverter {
  public:
-  // Arguments as those of T_ConvertBuffer. kBadArgument for an unknown depth code or, where it
-  // counts, an unknown order. The palettes (2, 16 or 256 entries by depth; null: the built-in one)
-  // are copied. What was learnt about the output palette is kept when that does not change.
+  // Arguments as those of T_ConvertBuffer, and 2 bits. kBadArgument for an unknown depth code or,
+  // where it counts, an unknown order. The palettes (2, 4, 16 or 256 entries by depth; null: the
+  // built-in one) are copied. What was learnt about the output palette is kept when that does not
+  // change.
   Status start(int32_t bits_in, int32_t bits_out, int32_t order_in, int32_t order_out,
                const T_PaletteEntry* palette_in, const T_PaletteEntry* palette_out);
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "base/depths.h"
 #include "color/dither_pass.h"
 #include "color/gray.h"
 #include "color/paint_palette.h"
@@ -25,12 +26,19 @@ void destroy(DitherPass* pass) {
   platform::free_fixed(pass);
 }
 
-bool is_input_depth(int32_t bits) {
-  return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
-}
-
+// How colours are mapped to the built-in palette of a depth. The greys of 2 bits are looked for
+// like any other colours.
 Mapping fixed_mapping(int32_t depth) {
-  return depth == 1 ? Mapping::kBlackWhite : depth == 4 ? Mapping::kSixteen : Mapping::kCube;
+  switch (depth) {
+    case 1:
+      return Mapping::kBlackWhite;
+    case 4:
+      return Mapping::kSixteen;
+    case 8:
+      return Mapping::kCube;
+    default:
+      return Mapping::kOwnTable;
+  }
 }
 
 // Chooses the mapping and takes the palette over.
@@ -194,12 +202,13 @@ Status prepare_map(DitherPass& pass) {
 
 Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntry* palette,
                uint32_t count, uint32_t* inverse_table, int32_t depth_out) {
-  if (!is_input_depth(bitmap.BitsPerPixel)) return kBadArgument;
+  if (!is_bitmap_depth(bitmap.BitsPerPixel)) return kBadArgument;
   if (count == 0 || count > 256) return kBadArgument;
+  if (depth_out != 0 && count > 1u << depth_out) return kBadArgument;
   pass.width = static_cast<uint32_t>(std::max(bitmap.Width, 0));
   pass.depth_in = bitmap.BitsPerPixel;
   pass.order = bitmap.Order;
-  pass.depth_out = std::max(depth_out, index_depth(count));
+  pass.depth_out = depth_out != 0 ? depth_out : index_depth(count);
   pass.count = count;
   set_palette(pass, palette, inverse_table);
   pass.method = bitmap.DitherMethod;

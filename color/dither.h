@@ -29,8 +29,8 @@ constexpr int32_t index_depth(uint32_t colors) { return colors <= 2 ? 1 : colors
 // `inverse_table` (kColorClasses words, the caller's, alive until the pass ends, its content given
 // up) no table of that size is made, and the holes of the caller's are filled as they are met. The
 // error is taken against the palette, whose entries beyond `count` are black. The output depth
-// follows from `count` unless `depth_out` (1, 4 or 8, enough for the palette) names it.
-// kBadArgument (depth, count, method) or kNoMemory; the bitmap then has no pass.
+// follows from `count` unless `depth_out` (1, 2, 4 or 8, enough for the palette) names it.
+// kBadArgument (depths, count, method) or kNoMemory; the bitmap then has no pass.
 Status start_pass(BitmapHandle& bitmap, const T_PaletteEntry* palette, uint32_t count,
                   uint32_t* inverse_table, int32_t depth_out = 0);
 

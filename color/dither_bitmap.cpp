@@ -19,7 +19,6 @@ Status dither_bitmap(BitmapHandle& source, BitmapHandle& destination, const T_Pa
   // The pass hangs from a record of its own: the caller may have one open.
   BitmapHandle described;
   core::copy_bitmap_handle(described, source);
-  described.BitsPerPixel = from.depth();
   described.DitherMethod = destination.DitherMethod;
   TRY(start_pass(described, palette, count, inverse_table, destination.BitsPerPixel));
   const PassScope pass(described);

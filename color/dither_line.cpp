@@ -8,7 +8,7 @@
 
 #include "color/dither_pass.h"
 #include "color/gray.h"
-#include "color/packed_indices.h"
+#include "color/index_rows.h"
 
 namespace tavo::color {
 
@@ -250,7 +250,7 @@ void diffuse_row(DitherPass& pass, const uint8_t* row, uint8_t* out) {
     piece.errors = errors[turn];
     is_floyd_steinberg ? diffuse_piece<FloydSteinberg>(pass, piece, carried)
                        : diffuse_piece<AnyFilter>(pass, piece, carried);
-    pack_indices(out, x, pass.depth_out, {indices, piece.count});
+    pack_indices(pass.depth_out, {indices, piece.count}, out + packed_offset(pass.depth_out, x));
     pending = piece.count;
     if (pass.width - x <= kPiece) {
       std::copy_n(piece.errors, static_cast<size_t>(pending) * pass.channels,

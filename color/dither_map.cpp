@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "color/dither_pass.h"
-#include "color/packed_indices.h"
+#include "color/index_rows.h"
 #include "color/planes.h"
 
 namespace tavo::color {
@@ -35,7 +35,9 @@ RowPattern make_pattern(const DitherPass& pass, uint32_t y) {
   RowPattern pattern = {};
   for (uint32_t k = 0; k < 16; ++k) {
     const int32_t m = kThresholds[y % 8][k % 8];
+    // 2 bits: as far as from one of the four greys to the next.
     const int32_t d = pass.depth_out == 1   ? m - 128
+                      : pass.depth_out == 2 ? (m * 85 >> 8) - 42
                       : pass.depth_out == 4 ? (m >> 2) - 32
                                             : (m >> 3) - 16;
     pattern.up[k] = static_cast<uint8_t>(std::max(d, 0));
@@ -127,8 +129,7 @@ void map_black_white(const uint8_t* gray, uint32_t n, const RowPattern& pattern,
 // An indexed row, each index by the table.
 void translate(const uint8_t* row, uint32_t x, uint32_t n, int32_t depth,
                const uint8_t (&table)[256], uint8_t* values) {
-  unpack_indices(row, x, depth, {values, n});
-  for (uint32_t i = 0; i < n; ++i) values[i] = table[values[i]];
+  unpack_indices(depth, row + packed_offset(depth, x), table, {values, n});
 }
 
 void read_planes(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n,
@@ -193,7 +194,7 @@ void map_row(DitherPass& pass, const uint8_t* row, uint8_t* out, uint32_t y) {
   for (uint32_t x = 0, n = 0; x < pass.width; x += n) {
     n = std::min(kPiece, pass.width - x);
     map_piece(pass, row, x, n, pattern, planes, indices);
-    pack_indices(out, x, pass.depth_out, {indices, n});
+    pack_indices(pass.depth_out, {indices, n}, out + packed_offset(pass.depth_out, x));
   }
 }
 

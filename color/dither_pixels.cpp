@@ -3,7 +3,7 @@
 #include <span>
 
 #include "color/dither_pass.h"
-#include "color/packed_indices.h"
+#include "color/index_rows.h"
 
 namespace tavo::color {
 
@@ -17,7 +17,7 @@ void each_index(const uint8_t* row, uint32_t x, uint32_t n, int32_t depth, Use u
   uint8_t indices[kIndices];
   for (uint32_t done = 0; done < n; done += kIndices) {
     const uint32_t part = std::min(kIndices, n - done);
-    unpack_indices(row, x + done, depth, std::span(indices).first(part));
+    unpack_indices(depth, row + packed_offset(depth, x + done), std::span(indices).first(part));
     for (uint32_t i = 0; i < part; ++i) use(done + i, indices[i]);
   }
 }

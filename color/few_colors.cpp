@@ -41,7 +41,7 @@ Status find_few_colors(BitmapHandle& bitmap, FewColors& found) {
   TRY(blocks.start());
   const PaintPalette palette(bitmap);
   RowConverter converter;
-  TRY(converter.start(blocks.depth(), 24, static_cast<int32_t>(bitmap.Order), T_ORDER_BGR,
+  TRY(converter.start(bitmap.BitsPerPixel, 24, static_cast<int32_t>(bitmap.Order), T_ORDER_BGR,
                       palette.entries, nullptr));
   const auto width = static_cast<uint32_t>(bitmap.Width);
   Buffer row;

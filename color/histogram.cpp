@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "color/packed_indices.h"
+#include "color/index_rows.h"
 #include "color/planes.h"
 
 namespace tavo::color {
@@ -23,7 +23,7 @@ void ClassHistogram::add_rows(const uint8_t* rows, size_t stride, uint32_t count
     for (uint32_t x = 0, n = 0; x < width; x += n) {
       n = std::min(kPlanePixels, width - x);
       if (depth <= 8) {
-        unpack_indices(row, x, depth, std::span(indices).first(n));
+        unpack_indices(depth, row + packed_offset(depth, x), std::span(indices).first(n));
         add_indices(std::span(indices).first(n));
       } else {
         split_pixels(row + static_cast<size_t>(x) * (static_cast<uint32_t>(depth) / 8), depth,

@@ -13,7 +13,7 @@ namespace tavo::color {
 
 class ClassHistogram {
  public:
-  // For rows of depth 1, 4, 8, 16, 24 or 32.
+  // For rows of depth 1, 2, 4, 8, 16, 24 or 32.
   Status allocate(int32_t depth);
 
   // Counts the pixels of `rows` rows.

@@ -36,13 +36,23 @@ void unpack_bits(const uint8_t* packed, uint8_t zero, uint8_t one, std::span<uin
   }
 }
 
-void unpack_nibbles(const uint8_t* packed, const uint8_t* table, std::span<uint8_t> indices) {
+template <class Map>
+void unpack_pairs(const uint8_t* packed, std::span<uint8_t> indices, Map map) {
+  for (size_t x = 0; x < indices.size(); ++x) {
+    indices[x] = map(static_cast<uint8_t>(packed[x / 4] >> (6 - x % 4 * 2) & 3));
+  }
+}
+
+template <class Map>
+void unpack_nibbles(const uint8_t* packed, std::span<uint8_t> indices, Map map) {
   const size_t pairs = indices.size() / 2;
   for (size_t i = 0; i < pairs; ++i) {
-    indices[2 * i] = table[packed[i] >> 4];
-    indices[2 * i + 1] = table[packed[i] & 15];
+    indices[2 * i] = map(static_cast<uint8_t>(packed[i] >> 4));
+    indices[2 * i + 1] = map(static_cast<uint8_t>(packed[i] & 15));
   }
-  if (indices.size() % 2 != 0) indices[2 * pairs] = table[packed[pairs] >> 4];
+  if (indices.size() % 2 != 0) {
+    indices[2 * pairs] = map(static_cast<uint8_t>(packed[pairs] >> 4));
+  }
 }
 
 void pack_bits(std::span<const uint8_t> indices, uint8_t* packed) {
@@ -61,6 +71,13 @@ void pack_bits(std::span<const uint8_t> indices, uint8_t* packed) {
     byte |= static_cast<uint32_t>(indices[8 * whole + k]) << (7 - k);
   }
   packed[whole] = static_cast<uint8_t>(byte);
+}
+
+void pack_pairs(std::span<const uint8_t> indices, uint8_t* packed) {
+  for (size_t x = 0; x < indices.size(); ++x) {
+    const size_t shift = 6 - x % 4 * 2;
+    packed[x / 4] = static_cast<uint8_t>((packed[x / 4] & ~(3u << shift)) | indices[x] << shift);
+  }
 }
 
 void pack_nibbles(std::span<const uint8_t> indices, uint8_t* packed) {
@@ -98,15 +115,32 @@ void write_32(std::span<const uint8_t> indices, const ColorTable& table, uint8_t
 
 }  // namespace
 
+void unpack_indices(int32_t bits, const uint8_t* packed, std::span<uint8_t> indices) {
+  const auto same = [](uint8_t index) { return index; };
+  switch (bits) {
+    case 1:
+      return unpack_bits(packed, 0, 1, indices);
+    case 2:
+      return unpack_pairs(packed, indices, same);
+    case 4:
+      return unpack_nibbles(packed, indices, same);
+    default:
+      std::memcpy(indices.data(), packed, indices.size());
+  }
+}
+
 void unpack_indices(int32_t bits, const uint8_t* packed, std::span<const uint8_t, 256> table,
                     std::span<uint8_t> indices) {
+  const auto look_up = [entries = table.data()](uint8_t index) { return entries[index]; };
   switch (bits) {
     case 1:
       return unpack_bits(packed, table[0], table[1], indices);
+    case 2:
+      return unpack_pairs(packed, indices, look_up);
     case 4:
-      return unpack_nibbles(packed, table.data(), indices);
+      return unpack_nibbles(packed, indices, look_up);
     default:
-      for (size_t x = 0; x < indices.size(); ++x) indices[x] = table[packed[x]];
+      for (size_t x = 0; x < indices.size(); ++x) indices[x] = look_up(packed[x]);
   }
 }
 
@@ -114,6 +148,8 @@ void pack_indices(int32_t bits, std::span<const uint8_t> indices, uint8_t* packe
   switch (bits) {
     case 1:
       return pack_bits(indices, packed);
+    case 2:
+      return pack_pairs(indices, packed);
     case 4:
       return pack_nibbles(indices, packed);
     default:

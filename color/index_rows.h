@@ -1,4 +1,4 @@
-// Rows of palette indices: packed 1 and 4 bits to bytes and back, bytes to colours.
+// Rows of palette indices: packed 1, 2 and 4 bits to bytes and back, bytes to colours.
 #pragma once
 
 #include <array>
@@ -8,13 +8,20 @@
 
 namespace tavo::color {
 
-// One byte of `table` for each pixel of a packed row (bits 1 or 4, leftmost pixel in the high
-// bits), or of a row of bytes (bits 8). Sixteen or two entries count for 4 and 1 bits.
+// The index of each pixel of a packed row (bits 1, 2 or 4, leftmost pixel in the high bits), or of
+// a row of bytes (bits 8).
+void unpack_indices(int32_t bits, const uint8_t* packed, std::span<uint8_t> indices);
+
+// The same, each index replaced by the table's byte. Two, four or sixteen entries count for 1, 2
+// and 4 bits.
 void unpack_indices(int32_t bits, const uint8_t* packed, std::span<const uint8_t, 256> table,
                     std::span<uint8_t> indices);
 
-// Packs indices below 2 or 16; what is left of the last byte keeps its value. Bits 8 copies.
+// Packs indices below 2, 4 or 16; what is left of the last byte keeps its value. Bits 8 copies.
 void pack_indices(int32_t bits, std::span<const uint8_t> indices, uint8_t* packed);
+
+// The byte of a packed row that begins with pixel `x`, a multiple of 8.
+constexpr size_t packed_offset(int32_t bits, size_t x) { return x * static_cast<size_t>(bits) / 8; }
 
 // Pixels as the output layout stores them, in the low bytes of a little-endian word.
 using ColorTable = std::array<uint32_t, 256>;

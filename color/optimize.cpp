@@ -162,10 +162,10 @@ Status count_classes(BitmapHandle& bitmap, const PaintPalette& colors, ClassHist
     n = std::min(blocks.rows(), height - y);
     const uint8_t* rows = nullptr;
     TRY(blocks.read(y, n, rows));
-    histogram.add_rows(rows, blocks.stride(), n, width, blocks.depth(), bitmap.Order);
+    histogram.add_rows(rows, blocks.stride(), n, width, bitmap.BitsPerPixel, bitmap.Order);
     TRY(progress.at(uint64_t{y + n} * percent_share, uint64_t{height} * 100));
   }
-  histogram.finish(blocks.depth(), colors);
+  histogram.finish(bitmap.BitsPerPixel, colors);
   return kOk;
 }
 

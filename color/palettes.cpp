@@ -14,6 +14,9 @@ constexpr T_PaletteEntry rgb(uint32_t red, uint32_t green, uint32_t blue) {
 
 constexpr std::array<T_PaletteEntry, 2> kBlackAndWhite = {rgb(0, 0, 0), rgb(255, 255, 255)};
 
+constexpr std::array<T_PaletteEntry, 4> kFourGrays = {rgb(0, 0, 0), rgb(85, 85, 85),
+                                                      rgb(170, 170, 170), rgb(255, 255, 255)};
+
 constexpr std::array<T_PaletteEntry, 16> kStandardColors = {
     rgb(0, 0, 0),       rgb(128, 0, 0),   rgb(0, 128, 0),   rgb(128, 128, 0),
     rgb(0, 0, 128),     rgb(128, 0, 128), rgb(0, 128, 128), rgb(128, 128, 128),
@@ -41,6 +44,8 @@ std::span<const T_PaletteEntry> builtin_palette(int32_t depth) {
   switch (depth) {
     case 1:
       return kBlackAndWhite;
+    case 2:
+      return kFourGrays;
     case 4:
       return kStandardColors;
     case 8:

@@ -4,12 +4,13 @@
 #include <cstring>
 
 #include "base/buffer.h"
+#include "base/depths.h"
 #include "base/settings.h"
 #include "color/convert.h"
 #include "color/dither_bitmap.h"
 #include "color/few_colors.h"
+#include "color/index_rows.h"
 #include "color/optimize.h"
-#include "color/packed_indices.h"
 #include "color/paint_palette.h"
 #include "color/palette_map.h"
 #include "color/palettes.h"
@@ -44,10 +45,10 @@ Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out,
   TRY(target.start());
   const PaintPalette colors(from);
   RowConverter converter;
-  TRY(converter.start(source.depth(), bits_out, static_cast<int32_t>(from.Order),
+  TRY(converter.start(from.BitsPerPixel, bits_out, static_cast<int32_t>(from.Order),
                       static_cast<int32_t>(to.Order), colors.entries, to.Info.Palette));
   const size_t line = std::max<size_t>(source.stride(), to.BytesPerLine);
-  const bool is_copy = source.depth() == bits_out && from.Order == to.Order;
+  const bool is_copy = from.BitsPerPixel == bits_out && from.Order == to.Order;
   Buffer row;
   TRY(row.allocate(line));
   const auto height = static_cast<uint32_t>(from.Height);
@@ -74,14 +75,9 @@ void map_row_indices(const uint8_t* row, int32_t depth, uint32_t width, const ui
   for (uint32_t x = 0, n = 0; x < width; x += n) {
     n = std::min(kPiece, width - x);
     const auto piece = std::span(indices).first(n);
-    unpack_indices(row, x, depth, piece);
-    for (uint8_t& index : piece) index = table[index];
-    pack_indices(out, x, depth_out, piece);
+    unpack_indices(depth, row + packed_offset(depth, x), table, piece);
+    pack_indices(depth_out, piece, out + packed_offset(depth_out, x));
   }
-}
-
-bool is_depth(int32_t bits) {
-  return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
 }
 
 // An indexed picture whose colours are greys, or a deeper one with the grey mark.
@@ -189,7 +185,7 @@ Status map_indices(BitmapHandle& from, BitmapHandle& to, uint32_t colors,
     const uint8_t* rows = nullptr;
     TRY(source.read(y, n, rows));
     for (uint32_t i = 0; i < n; ++i) {
-      map_row_indices(rows + i * source.stride(), source.depth(), width, table,
+      map_row_indices(rows + i * source.stride(), from.BitsPerPixel, width, table,
                       target.place(y) + i * target.stride(), to.BitsPerPixel);
     }
     TRY(target.store(y, n));
@@ -242,7 +238,7 @@ Status widen(BitmapHandle& bitmap, int32_t depth, core::Progress& progress) {
 
 Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
                         const T_PaletteEntry* palette, uint32_t colors) {
-  if (!is_depth(depth)) return kBadArgument;
+  if (!is_request_depth(depth)) return kBadArgument;
   if (type < PaletteType::kOptimized || type > PaletteType::kNone) return kBadArgument;
   if (depth <= 8) {
     if (type == PaletteType::kNone || colors > 1u << depth) return kBadArgument;

@@ -2,30 +2,26 @@
 
 #include <algorithm>
 
-#include "color/widen.h"
 #include "core/rows.h"
 
 namespace tavo::color {
 
 Status RowBlocks::start() {
   if (!core::has_flag(bitmap_, T_FLAG_ALLOCATED)) return kNoStorage;
-  stride_ = std::max(bitmap_.BytesPerLine, core::bytes_per_line(bitmap_.Width, depth()));
   rows_ = kBlockRows;
   const bool is_memory = core::is_memory(bitmap_);
   if (is_memory && bitmap_.Data == nullptr) return kNoMemory;
-  if (is_memory && bitmap_.BitsPerPixel != 2) return kOk;
-  const size_t fitting = std::max<size_t>(kBufferBytes / std::max<size_t>(stride_, 1), 1);
+  if (is_memory) return kOk;
+  const size_t fitting = std::max<size_t>(kBufferBytes / std::max<size_t>(stride(), 1), 1);
   rows_ = static_cast<uint32_t>(std::min<size_t>(fitting, kBlockRows));
-  return buffer_.allocate(uint64_t{stride_} * rows_);
+  return buffer_.allocate(uint64_t{stride()} * rows_);
 }
 
 Status RowBlocks::read(uint32_t y, uint32_t count, const uint8_t*& rows) {
   rows = is_direct() ? stored(y) : buffer_.data();
   if (is_direct()) return kOk;
   for (uint32_t i = 0; i < count; ++i) {
-    uint8_t* row = buffer_.data() + i * stride_;
-    TRY(core::get_row(bitmap_, y + i, {row, bitmap_.BytesPerLine}));
-    if (bitmap_.BitsPerPixel == 2) widen_2_to_4(row, bitmap_.Width);
+    TRY(core::get_row(bitmap_, y + i, buffer_.bytes().subspan(i * stride(), stride())));
   }
   return kOk;
 }
@@ -34,7 +30,7 @@ uint8_t* RowBlocks::place(uint32_t y) { return is_direct() ? stored(y) : buffer_
 
 Status RowBlocks::store(uint32_t y, uint32_t count) {
   for (uint32_t i = 0; i < count; ++i) {
-    const std::span row(place(y) + i * stride_, bitmap_.BytesPerLine);
+    const std::span row(place(y) + i * stride(), stride());
     core::clear_padding(row, bitmap_.Width, bitmap_.BitsPerPixel);
     if (!is_direct()) TRY(core::put_row(bitmap_, y + i, row));
   }

@@ -11,7 +11,7 @@
 namespace tavo::color {
 
 // Rows of a memory bitmap are used where they lie, those of other bitmaps go through a buffer of
-// at most kBufferBytes (one row at least). 2-bit pictures can be read only, as 4-bit ones.
+// at most kBufferBytes (one row at least).
 class RowBlocks {
  public:
   static constexpr uint32_t kBlockRows = 64;
@@ -23,8 +23,7 @@ class RowBlocks {
   // Rows that one step may have.
   uint32_t rows() const { return rows_; }
   // Bytes from row to row.
-  size_t stride() const { return stride_; }
-  int32_t depth() const { return bitmap_.BitsPerPixel == 2 ? 4 : bitmap_.BitsPerPixel; }
+  size_t stride() const { return bitmap_.BytesPerLine; }
 
   // The pixels of `count` rows from stored row `y` on.
   Status read(uint32_t y, uint32_t count, const uint8_t*& rows);
@@ -36,13 +35,12 @@ class RowBlocks {
  private:
   bool is_direct() const { return buffer_.size() == 0; }
   uint8_t* stored(uint32_t y) const {
-    return static_cast<uint8_t*>(bitmap_.Data) + static_cast<size_t>(y) * bitmap_.BytesPerLine;
+    return static_cast<uint8_t*>(bitmap_.Data) + static_cast<size_t>(y) * stride();
   }
 
   BitmapHandle& bitmap_;
   core::AccessScope accessed_;
   Buffer buffer_;
-  size_t stride_ = 0;
   uint32_t rows_ = 0;
 };
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "color/packed_indices.h"
+#include "color/index_rows.h"
 #include "platform/platform.h"
 
 namespace tavo::color {
@@ -155,8 +155,9 @@ void WaveRunner::take_indices(int64_t t) {
     const Window window(lane_x(t, n), pass_.width);
     const uint32_t end = std::min(window.end, wave_.steps);
     if (end <= window.first) continue;
-    pack_indices(rows_.out + n * rows_.out_stride, window.x(), pass_.depth_out,
-                 {indices[n] + window.first, end - window.first});
+    uint8_t* const row = rows_.out + n * rows_.out_stride;
+    pack_indices(pass_.depth_out, {indices[n] + window.first, end - window.first},
+                 row + packed_offset(pass_.depth_out, window.x()));
   }
 }
 

@@ -1,4 +1,4 @@
-// 2-bit pixels, which no conversion knows, as 4-bit ones.
+// 2-bit pixels of files whose readers deliver them as 4-bit ones.
 #pragma once
 
 #include <cstdint>

@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "color/widen.h"
 #include "core/bitmap.h"
 
 namespace tavo::compress {
@@ -24,9 +23,8 @@ Status StripRows::start(const BitmapHandle& picture, Target target) {
     return kOk;
   }
   method_ = Method::kConvert;
-  TRY(converter_.start(bits_ == 2 ? 4 : bits_, is_gray ? 0 : 24,
-                       static_cast<int32_t>(picture.Order), T_ORDER_BGR, picture.Info.Palette,
-                       nullptr));
+  TRY(converter_.start(bits_, is_gray ? 0 : 24, static_cast<int32_t>(picture.Order), T_ORDER_BGR,
+                       picture.Info.Palette, nullptr));
   return work_.allocate(uint64_t{4} * static_cast<uint64_t>(width_) + 4);
 }
 
@@ -42,7 +40,6 @@ Status StripRows::convert(const uint8_t* row, uint8_t* out) {
       break;
   }
   std::memcpy(work_.data(), row, row_bytes_);
-  if (bits_ == 2) color::widen_2_to_4(work_.data(), width_);
   TRY(converter_.convert(work_.data(), width_));
   std::memcpy(out, work_.data(), out_bytes_);
   return kOk;

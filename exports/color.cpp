@@ -9,6 +9,8 @@ int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn, int3
                                int32_t orderIn, int32_t orderOut, const T_PaletteEntry* paletteIn,
                                const T_PaletteEntry* paletteOut) {
   using tavo::exports::shared;
+  // Known to the library's own rows alone.
+  if (bitsIn == 2 || bitsOut == 2) return T_ERR_ARGUMENT;
   const auto convert = [=](tavo::color::RowConverter& converter) {
     const tavo::Status status =
         converter.start(bitsIn, bitsOut, orderIn, orderOut, paletteIn, paletteOut);

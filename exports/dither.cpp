@@ -7,7 +7,8 @@ using namespace tavo;
 
 int32_t T_CALL T_StartDithering(BitmapHandle* bitmap, const T_PaletteEntry* palette,
                                 uint32_t colours) {
-  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  // Rows of 2 bits are known to the library's own passes alone.
+  if (bitmap == nullptr || bitmap->BitsPerPixel == 2) return T_ERR_ARGUMENT;
   return color::start_pass(*bitmap, palette, colours, nullptr).code();
 }
 

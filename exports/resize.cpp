@@ -3,6 +3,7 @@
 
 #include <new>
 
+#include "base/depths.h"
 #include "exports/arguments.h"
 #include "platform/platform.h"
 #include "tavo45.h"
@@ -28,9 +29,8 @@ int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWid
 
 int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel, int32_t* outWidth,
                         int32_t* outRows, T_ResizeBlock* resize) {
-  const bool known = bitsPerPixel == 1 || bitsPerPixel == 4 || bitsPerPixel == 8 ||
-                     bitsPerPixel == 16 || bitsPerPixel == 24 || bitsPerPixel == 32;
-  if (!known || tavo::exports::missing(row, outWidth, outRows, resize)) return T_ERR_ARGUMENT;
+  if (!tavo::is_request_depth(bitsPerPixel)) return T_ERR_ARGUMENT;
+  if (tavo::exports::missing(row, outWidth, outRows, resize)) return T_ERR_ARGUMENT;
   Resizer& resizer = resize->resizer;
   *outWidth = resizer.new_width();
   *outRows = static_cast<int32_t>(resizer.row_count(rowNumber));

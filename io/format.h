@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 
+#include "base/depths.h"
 #include "base/status.h"
 #include "io/input_file.h"
 #include "tavo45.h"
@@ -52,8 +53,6 @@ using PictureReader = Status (*)(const char* name, BitmapHandle* bitmap);
 using Writer = Status (*)(const char* name, BitmapHandle* bitmap, const SaveRequest& request);
 
 // The depths that a direct call of a reader may ask for.
-inline bool is_request_depth(int32_t bits) {
-  return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
-}
+using tavo::is_request_depth;
 
 }  // namespace tavo::io

@@ -25,7 +25,7 @@ const T_PaletteEntry kBlack = rgb(0, 0, 0);
 const T_PaletteEntry kWhite = rgb(255, 255, 255);
 
 TEST(Palettes, BuiltInPalettesHaveTheirColours) {
-  EXPECT_TRUE(builtin_palette(2).empty());
+  EXPECT_TRUE(builtin_palette(3).empty());
   EXPECT_EQ(builtin_palette(1).size(), 2u);
   const auto standard = builtin_palette(4);
   ASSERT_EQ(standard.size(), 16u);
