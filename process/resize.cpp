@@ -20,74 +20,73 @@ namespace {
 constexpr uint32_t kLanes = 16;
 constexpr uint32_t kWideLanes = 64;
 
-// Copies one pixel of `bits` whose index and counter may name different places inside a byte: the
-// byte is that of `position`, the bits inside it are those of `counter`.
-void set_packed(uint8_t* row, int32_t bits, int64_t position, int64_t counter, uint32_t value) {
-  if (bits == 1) {
-    uint8_t& byte = row[position / 8];
-    const uint32_t mask = 128u >> (counter & 7);
-    byte = static_cast<uint8_t>(value != 0 ? byte | mask : byte & ~mask);
-    return;
-  }
-  uint8_t& byte = row[position / 2];
-  const bool low = (counter & 1) != 0;
-  byte = static_cast<uint8_t>(low ? (byte & 0xF0u) | value : (byte & 0x0Fu) | value << 4);
-}
-
-uint32_t get_packed(const uint8_t* row, int32_t bits, int64_t position) {
-  if (bits == 1) return row[position / 8] >> (7 - (position & 7)) & 1u;
-  return (position & 1) != 0 ? row[position / 2] & 15u : row[position / 2] >> 4;
-}
-
 // A pixel's value before it is written anywhere: a source pixel is read once.
+template <int32_t kBits>
 struct Pixel {
-  uint32_t packed = 0;
-  std::array<uint8_t, 4> bytes = {};
+  static constexpr size_t kBytes = kBits / 8;
+  std::array<uint8_t, kBytes> bytes;
 
-  void read(const uint8_t* row, int32_t bits, int64_t position) {
-    if (bits < 8) {
-      packed = get_packed(row, bits, position);
-    } else {
-      const auto size = static_cast<size_t>(bits / 8);
-      std::memcpy(bytes.data(), row + static_cast<size_t>(position) * size, size);
-    }
+  void read(const uint8_t* row, int64_t position) {
+    std::memcpy(bytes.data(), row + static_cast<size_t>(position) * kBytes, kBytes);
   }
-  void write(uint8_t* row, int32_t bits, int64_t position, int64_t counter) const {
-    if (bits < 8) {
-      set_packed(row, bits, position, counter, packed);
-    } else {
-      const auto size = static_cast<size_t>(bits / 8);
-      std::memcpy(row + static_cast<size_t>(position) * size, bytes.data(), size);
-    }
+  void write(uint8_t* row, int64_t position, int64_t) const {
+    std::memcpy(row + static_cast<size_t>(position) * kBytes, bytes.data(), kBytes);
   }
 };
 
-void shrink_plain(uint8_t* row, int32_t bits, int32_t old_width, int32_t new_width,
-                  const ResizeRule& rule) {
+// Kept for 1 and 4 bits: a pixel is written to the byte of its position, but to the bits inside it
+// that belong to the counter, which may name another place.
+template <int32_t kBits>
+requires(kBits < 8) struct Pixel<kBits> {
+  static constexpr uint32_t kPerByte = 8 / kBits;
+  static constexpr uint32_t kMask = (1u << kBits) - 1;
+  uint32_t value;
+
+  static uint32_t shift(int64_t place) {
+    return 8 - kBits - static_cast<uint32_t>(place) % kPerByte * kBits;
+  }
+  void read(const uint8_t* row, int64_t position) {
+    value = row[position / kPerByte] >> shift(position) & kMask;
+  }
+  void write(uint8_t* row, int64_t position, int64_t counter) const {
+    const uint32_t at = shift(kBits == 2 ? position : counter);
+    uint8_t& byte = row[position / kPerByte];
+    byte = static_cast<uint8_t>((byte & ~(kMask << at)) | value << at);
+  }
+};
+
+template <int32_t kBits>
+void shrink_plain(uint8_t* row, int32_t old_width, int32_t new_width, const ResizeRule& rule) {
   int64_t counter = 0;
-  Pixel pixel;
+  Pixel<kBits> pixel;
   for (int32_t i = 0; i < old_width && counter < new_width; ++i) {
-    pixel.read(row, bits, i);
+    pixel.read(row, i);
     for (uint32_t n = rule.count(static_cast<uint32_t>(i)); n > 0 && counter < new_width; --n) {
-      pixel.write(row, bits, counter, counter);
+      pixel.write(row, counter, counter);
       ++counter;
     }
   }
 }
 
-void enlarge_plain(uint8_t* row, int32_t bits, int32_t old_width, int32_t new_width,
-                   const ResizeRule& rule) {
+template <int32_t kBits>
+void enlarge_plain(uint8_t* row, int32_t old_width, int32_t new_width, const ResizeRule& rule) {
   int64_t position = int64_t{new_width} - 1;
   int64_t counter = int64_t{new_width} - rule.count(static_cast<uint32_t>(old_width - 1));
-  Pixel pixel;
+  Pixel<kBits> pixel;
   for (int32_t i = old_width - 1; i >= 0 && counter >= 0; --i) {
-    pixel.read(row, bits, i);
+    pixel.read(row, i);
     for (uint32_t n = rule.count(static_cast<uint32_t>(i)); n > 0 && counter >= 0; --n) {
-      pixel.write(row, bits, position, counter);
+      pixel.write(row, position, counter);
       --position;
       --counter;
     }
   }
+}
+
+template <int32_t kBits>
+void resize_plain(uint8_t* row, int32_t old_width, int32_t new_width, const ResizeRule& rule) {
+  const auto resize = new_width <= old_width ? shrink_plain<kBits> : enlarge_plain<kBits>;
+  resize(row, old_width, new_width, rule);
 }
 
 }  // namespace
@@ -119,11 +118,14 @@ uint64_t ResizeRule::total(uint32_t positions) const {
 
 void resize_row_plain(uint8_t* row, int32_t bits, int32_t old_width, int32_t new_width,
                       const ResizeRule& rule) {
-  if (new_width <= old_width) {
-    shrink_plain(row, bits, old_width, new_width, rule);
-  } else {
-    enlarge_plain(row, bits, old_width, new_width, rule);
-  }
+  const auto resize = bits == 1    ? resize_plain<1>
+                      : bits == 2  ? resize_plain<2>
+                      : bits == 4  ? resize_plain<4>
+                      : bits == 8  ? resize_plain<8>
+                      : bits == 16 ? resize_plain<16>
+                      : bits == 24 ? resize_plain<24>
+                                   : resize_plain<32>;
+  resize(row, old_width, new_width, rule);
 }
 
 Status Resizer::start(int32_t old_width, int32_t old_height, int32_t new_width,

@@ -33,9 +33,9 @@ class Resizer {
   // How often source row `number` appears in the result; 0: it is dropped.
   uint32_t row_count(uint32_t number) const;
 
-  // Resamples `row`, which has room for the larger of the two widths. `bits`: 1, 4, 8, 16, 24 or
-  // 32. Result positions that no source pixel reaches keep what the buffer held there: at the left
-  // end of enlarged rows that is the source.
+  // Resamples `row`, which has room for the larger of the two widths, at any depth of a bitmap.
+  // Result positions that no source pixel reaches keep what the buffer held there: at the left end
+  // of enlarged rows that is the source.
   void resize_row(uint8_t* row, int32_t bits);
 
   // The same from a row to another, which do not overlap; 8 bits and more. Positions that neither
