@@ -1,30 +1,19 @@
 #include "pipeline/store_sink.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "core/bitmap.h"
 #include "core/rows.h"
+#include "platform/platform.h"
 
 namespace tavo::pipeline {
 
-namespace {
-
-constexpr uint32_t kPassStart[] = {0, 4, 2, 1};
-constexpr uint32_t kPassStep[] = {8, 8, 4, 2};
-
-}  // namespace
-
-void StoreSink::advance_interlaced() {
-  const auto height = static_cast<uint32_t>(bitmap_.Height);
-  row_ += kPassStep[pass_];
-  while (row_ >= height && pass_ < 3) row_ = kPassStart[++pass_];
-}
-
 void StoreSink::resume(uint32_t rows) {
-  row_ = pass_ = 0;
-  if (!core::has_flag(bitmap_, T_FLAG_INTERLACED)) {
-    row_ = rows;
-    return;
-  }
-  for (uint32_t i = 0; i < rows; ++i) advance_interlaced();
+  row_ = rows;
+  interlaced_ = {};
+  const auto height = static_cast<uint32_t>(bitmap_.Height);
+  for (uint32_t i = 0; is_interlaced() && i < rows; ++i) interlaced_.advance(height);
 }
 
 Status StoreSink::store(const void* rows, int32_t count) {
@@ -33,18 +22,43 @@ Status StoreSink::store(const void* rows, int32_t count) {
   const uint32_t line = bitmap_.BytesPerLine;
   const auto* from = static_cast<const uint8_t*>(rows);
   const auto row_count = static_cast<uint32_t>(count);
-  if (!core::has_flag(bitmap_, T_FLAG_INTERLACED)) {
+  if (!is_interlaced()) {
     if (row_ > height || row_count > height - row_) return kBadData;
     TRY(core::put_row(bitmap_, row_, {from, size_t{line} * row_count}));
     row_ += row_count;
     return kOk;
   }
   for (uint32_t i = 0; i < row_count; ++i) {
-    if (row_ >= height) return kBadData;
-    TRY(core::put_row(bitmap_, row_, {from + size_t{line} * i, line}));
-    advance_interlaced();
+    if (interlaced_.row() >= height) return kBadData;
+    TRY(core::put_row(bitmap_, interlaced_.row(), {from + size_t{line} * i, line}));
+    interlaced_.advance(height);
   }
   return kOk;
+}
+
+uint32_t StoreSink::first_missing() const {
+  if (!is_interlaced()) return row_;
+  const auto height = static_cast<uint32_t>(bitmap_.Height);
+  uint32_t first = height;
+  for (auto rows = interlaced_; rows.row() < height; rows.advance(height)) {
+    first = std::min(first, rows.row());
+  }
+  return first;
+}
+
+void StoreSink::clear_missing() {
+  if (!core::has_flag(bitmap_, T_FLAG_MEMORY)) return;
+  const core::AccessScope accessed(bitmap_);
+  const auto height = static_cast<uint32_t>(bitmap_.Height);
+  const size_t line = bitmap_.BytesPerLine;
+  auto* const pixels = static_cast<uint8_t*>(bitmap_.Data);
+  if (!is_interlaced()) {
+    platform::clear_block(pixels + line * row_, line * (height - row_));
+    return;
+  }
+  for (; interlaced_.row() < height; interlaced_.advance(height)) {
+    std::memset(pixels + line * interlaced_.row(), 0, line);
+  }
 }
 
 std::span<uint8_t> StoreSink::place(const BitmapHandle& source) {

@@ -6,6 +6,7 @@
 
 #include "base/status.h"
 #include "core/bitmap.h"
+#include "process/interlace.h"
 #include "process/row_receiver.h"
 #include "tavo45.h"
 
@@ -24,6 +25,13 @@ class StoreSink final : public process::RowReceiver {
   // Goes on behind the first `rows` rows, which another sink has stored.
   void resume(uint32_t rows);
 
+  // The first row of the picture that has not come; the height when none is missing.
+  uint32_t first_missing() const;
+
+  // Zeroes the rows that have not come, of which a new memory bitmap holds old memory; a new disk
+  // bitmap holds zeros.
+  void clear_missing();
+
   Status take(const BitmapHandle&, const void* rows, int32_t count) { return store(rows, count); }
 
   // The bitmap's own rows when it is in memory, has the source's layout, and its rows come one
@@ -31,12 +39,12 @@ class StoreSink final : public process::RowReceiver {
   std::span<uint8_t> place(const BitmapHandle& source);
 
  private:
-  void advance_interlaced();
+  bool is_interlaced() const { return core::has_flag(bitmap_, T_FLAG_INTERLACED); }
 
   BitmapHandle& bitmap_;
   std::optional<core::AccessScope> access_;
-  uint32_t row_ = 0;
-  uint32_t pass_ = 0;
+  uint32_t row_ = 0;                    // where the next row goes,
+  process::InterlacedRows interlaced_;  // or, of an interlaced picture, this one's row
 };
 
 }  // namespace tavo::pipeline

@@ -16,6 +16,9 @@ uintptr_t allocate_movable(size_t bytes);
 void* lock_block(uintptr_t block);
 int32_t unlock_block(uintptr_t block);
 int32_t free_block(uintptr_t block);
+// Zeroes bytes of a locked block. Where the system can, large parts are not touched but given back
+// to it: whoever claims a huge picture and brings no pixels takes no memory.
+void clear_block(void* at, size_t bytes);
 
 // A fixed, zeroed block, aligned to 16 bytes or better; null when refused.
 void* allocate_fixed(size_t bytes);

@@ -64,6 +64,8 @@ int32_t free_block(uintptr_t block) {
   return static_cast<int32_t>(reinterpret_cast<intptr_t>(GlobalFree(as_global(block))));
 }
 
+void clear_block(void* at, size_t bytes) { std::memset(at, 0, bytes); }
+
 void* allocate_fixed(size_t bytes) {
   if (!gate.admit()) return nullptr;
   // The heap aligns to 8; vector code wants 16. The address that the heap gave is kept in front.

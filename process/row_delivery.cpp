@@ -4,10 +4,8 @@
 #include <cstring>
 
 #include "base/endian.h"
-#include "base/settings.h"
 #include "color/dither.h"
 #include "color/palettes.h"
-#include "color/widen.h"
 #include "core/bitmap.h"
 #include "core/rows.h"
 
@@ -39,9 +37,12 @@ Status RowDelivery::set_up_record() {
     TRY(core::init_bitmap(bitmap_, picture_.width, picture_.height, wanted_depth()));
     bitmap_.Order = picture_.order;
   }
+  resizes_ = bitmap_.Width != picture_.width || bitmap_.Height != picture_.height;
+  reorders_ = resizes_ && (picture_.flags & T_FLAG_INTERLACED) != 0;
   bitmap_.StorageKind = picture_.storage_kind;
   bitmap_.ViewPerspective = picture_.view_perspective;
   bitmap_.Flags = (bitmap_.Flags & ~kDescriptionFlags) | (picture_.flags & kDescriptionFlags);
+  if (reorders_) core::set_flag(bitmap_, T_FLAG_INTERLACED, false);
   if (picture_.has_resolution) {
     bitmap_.XResolution = picture_.x_resolution;
     bitmap_.YResolution = picture_.y_resolution;
@@ -67,11 +68,9 @@ Status RowDelivery::choose_stages() {
   const auto own_order = static_cast<int32_t>(picture_.order);
   const auto wanted_order = static_cast<int32_t>(bitmap_.Order);
   const int32_t wanted_bits = bitmap_.BitsPerPixel;
-  resizes_ = bitmap_.Width != picture_.width || bitmap_.Height != picture_.height;
   dithers_ = wanted_bits <= 8 && wanted_bits < picture_.bits;
   converts_ = !dithers_ && wanted_bits != picture_.bits;
   swaps_ = !converts_ && !dithers_ && picture_.bits > 8 && own_order != wanted_order;
-  work_bits_ = picture_.bits == 2 && has_stages() ? 4 : picture_.bits;
   if (swaps_) {
     TRY(swap_.start(picture_.bits, picture_.bits, own_order, wanted_order, nullptr, nullptr));
   }
@@ -79,16 +78,23 @@ Status RowDelivery::choose_stages() {
     TRY(resizer_.start(picture_.width, picture_.height, bitmap_.Width, bitmap_.Height));
   }
   if (dithers_) TRY(start_dithering());
-  if (converts_ && work_bits_ != wanted_bits) {
-    TRY(convert_.start(work_bits_, wanted_bits, own_order, wanted_order, picture_.palette,
+  if (converts_) {
+    TRY(convert_.start(picture_.bits, wanted_bits, own_order, wanted_order, picture_.palette,
                        bitmap_.Info.Palette));
   }
+  return reorders_ ? start_keeping() : kOk;
+}
+
+Status RowDelivery::start_keeping() {
+  TRY(core::init_bitmap(*kept_, picture_.width, picture_.height, picture_.bits));
+  TRY(core::allocate_quietly(*kept_));
+  core::access_bitmap(*kept_);
   return kOk;
 }
 
 // The pass reads rows in the file's depth and order, already at the wanted size.
 Status RowDelivery::start_dithering() {
-  TRY(core::init_bitmap(*dithered_, bitmap_.Width, bitmap_.Height, work_bits_));
+  TRY(core::init_bitmap(*dithered_, bitmap_.Width, bitmap_.Height, picture_.bits));
   dithered_->Order = picture_.order;
   dithered_->DitherMethod = bitmap_.DitherMethod;
   dithered_->Colors = picture_.colors;
@@ -114,7 +120,7 @@ Status RowDelivery::allocate_rows() {
   if (!has_stages()) return kOk;
   work_line_ =
       std::max({line_, source_line_,
-                core::bytes_per_line(std::max(picture_.width, bitmap_.Width), work_bits_)});
+                core::bytes_per_line(std::max(picture_.width, bitmap_.Width), picture_.bits)});
   constexpr uint32_t kWaitingRows = 32;
   const uint32_t rows = dithers_ && !resizes_ ? kWaitingRows : 1;
   TRY(work_.allocate_shrinking(uint64_t{work_line_} * rows + kSlack, work_line_,
@@ -199,7 +205,39 @@ Status RowDelivery::process(uint8_t* row) {
     ++gathered_;
     return gathered_ == batch_rows_ ? flush() : kOk;
   }
-  if (work_bits_ != picture_.bits) color::widen_2_to_4(row, picture_.width);
+  return reorders_ ? keep(row) : run_stages(row, committed_ - 1);
+}
+
+Status RowDelivery::keep(const uint8_t* row) {
+  const auto height = static_cast<uint32_t>(picture_.height);
+  if (next_kept_.row() >= height) return kBadData;
+  TRY(core::put_row(*kept_, next_kept_.row(), {row, source_line_}));
+  kept_end_ = std::max(kept_end_, next_kept_.row() + 1);
+  next_kept_.advance(height);
+  return kOk;
+}
+
+Status RowDelivery::deliver_kept(uint32_t rows) {
+  for (uint32_t y = 0; y < rows; ++y) {
+    TRY(core::get_row(*kept_, y, work_.bytes().first(source_line_)));
+    TRY(run_stages(work_.data(), y));
+  }
+  return kOk;
+}
+
+// Down to the lowest row that came; those that did not are zero.
+Status RowDelivery::deliver_partly_kept() {
+  const auto height = static_cast<uint32_t>(picture_.height);
+  std::fill_n(work_.data(), source_line_, uint8_t{0});
+  for (; next_kept_.row() < height; next_kept_.advance(height)) {
+    if (next_kept_.row() >= kept_end_) continue;
+    TRY(core::put_row(*kept_, next_kept_.row(), work_.bytes().first(source_line_)));
+  }
+  return deliver_kept(kept_end_);
+}
+
+// Row `number` of the picture.
+Status RowDelivery::run_stages(uint8_t* row, uint32_t number) {
   if (dithers_ && !resizes_) {
     ++waiting_;
     return waiting_ == work_rows_ ? dither_waiting() : kOk;
@@ -207,16 +245,16 @@ Status RowDelivery::process(uint8_t* row) {
   uint32_t repeats = 1;
   if (resizes_) {
     const auto left = static_cast<uint32_t>(bitmap_.Height) - emitted_;
-    repeats = std::min(resizer_.row_count(committed_ - 1), left);
+    repeats = std::min(resizer_.row_count(number), left);
     if (repeats == 0) return kOk;
-    core::clear_padding({row, work_line_}, picture_.width, work_bits_);
-    resizer_.resize_row(row, work_bits_);
+    core::clear_padding({row, work_line_}, picture_.width, picture_.bits);
+    resizer_.resize_row(row, picture_.bits);
   }
   return finish_row(row, repeats);
 }
 
 Status RowDelivery::finish_row(uint8_t* row, uint32_t repeats) {
-  if (converts_ && work_bits_ != bitmap_.BitsPerPixel) TRY(convert_.convert(row, bitmap_.Width));
+  if (converts_) TRY(convert_.convert(row, bitmap_.Width));
   if (!dithers_) core::clear_padding({row, line_}, bitmap_.Width, bitmap_.BitsPerPixel);
   return emit(row, repeats);
 }
@@ -261,6 +299,7 @@ Status RowDelivery::emit_blank_rows() {
 }
 
 Status RowDelivery::finish() {
+  if (reorders_) TRY(deliver_kept(static_cast<uint32_t>(picture_.height)));
   if (dithers_) TRY(dither_waiting());
   if (resizes_) TRY(emit_blank_rows());
   TRY(flush());
@@ -268,6 +307,7 @@ Status RowDelivery::finish() {
 }
 
 Status RowDelivery::finish_early(Status why) {
+  if (reorders_) TRY(deliver_partly_kept());
   if (dithers_) TRY(dither_waiting());
   TRY(flush());
   return why;

@@ -5,10 +5,12 @@
 #include <span>
 
 #include "base/buffer.h"
+#include "base/settings.h"
 #include "base/status.h"
 #include "color/convert.h"
 #include "core/bitmap.h"
 #include "core/progress.h"
+#include "process/interlace.h"
 #include "process/resize.h"
 #include "process/row_receiver.h"
 #include "process/source_picture.h"
@@ -18,6 +20,18 @@ namespace tavo::process {
 
 // Rows that a reader gathers before it calls the sink, by the picture's height.
 int32_t callback_lines(int32_t height);
+
+// While it lives, readers gather rows by the picture's height, whatever has been set.
+class BatchesByHeight {
+ public:
+  BatchesByHeight() : outer_(settings.callback_lines) { settings.callback_lines = 0; }
+  ~BatchesByHeight() { settings.callback_lines = outer_; }
+  BatchesByHeight(const BatchesByHeight&) = delete;
+  BatchesByHeight& operator=(const BatchesByHeight&) = delete;
+
+ private:
+  int32_t outer_;
+};
 
 // Whether decoding `decoded_bytes` from a file of `file_bytes` is plausible. Run-length data of a
 // few bytes can claim pictures of gigabytes; no real file is denser than this.
@@ -45,8 +59,9 @@ constexpr bool is_plausible_fax(uint64_t width, uint64_t height, uint64_t file_b
 // An unallocated `bitmap` becomes a record of the picture, and rows are delivered as they are,
 // unless fewer bits are asked. An allocated one says what is wanted: its size, depth and order.
 // Order of the stages: order swap, resampling, dithering or conversion of the depth, batching;
-// each is there only when the call needs it. Where the sink is one of the library's own and wants
-// the rows as they are delivered, they are gathered in its memory.
+// each is there only when the call needs it. An interlaced picture that is resampled is kept until
+// all of it is there: its rows are delivered in picture order then. Where the sink is one of the
+// library's own and wants the rows as they are delivered, they are gathered in its memory.
 class RowDelivery {
  public:
   RowDelivery(const SourcePicture& picture, BitmapHandle& bitmap, T_RowSink sink,
@@ -95,6 +110,7 @@ class RowDelivery {
   Status set_up_record();
   Status choose_stages();
   Status start_dithering();
+  Status start_keeping();
   Status allocate_rows();
   bool has_stages() const { return resizes_ || dithers_ || converts_; }
   void find_place();
@@ -102,6 +118,10 @@ class RowDelivery {
   uint8_t* batch_row() { return batch_start_ + size_t{gathered_} * line_; }
   uint8_t* lent_row();
   Status process(uint8_t* row);
+  Status keep(const uint8_t* row);
+  Status deliver_kept(uint32_t rows);
+  Status deliver_partly_kept();
+  Status run_stages(uint8_t* row, uint32_t number);
   Status finish_row(uint8_t* row, uint32_t repeats);
   Status emit(const uint8_t* row, uint32_t repeats);
   Status emit_blank_rows();
@@ -118,11 +138,14 @@ class RowDelivery {
   bool resizes_ = false;
   bool dithers_ = false;
   bool converts_ = false;
-  int32_t work_bits_ = 0;  // of rows in the work memory: 2-bit rows are widened to 4
+  bool reorders_ = false;
   color::RowConverter swap_;
   Resizer resizer_;
   core::OwnedBitmap dithered_;  // describes the rows that the dithering pass gets
   color::RowConverter convert_;
+  core::OwnedBitmap kept_;  // the file's rows in picture order, when reorders_
+  InterlacedRows next_kept_;
+  uint32_t kept_end_ = 0;  // behind the lowest row that is there
 
   uint32_t source_line_ = 0;  // bytes of a row in the file's depth
   uint32_t line_ = 0;         // bytes of a delivered row
