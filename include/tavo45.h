@@ -384,11 +384,14 @@ T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint3
  *               are stored in the target, which needs T_LOAD_ALLOCATE
  * Fewer colours than the file has: dithered with the target's DitherMethod to the built-in
  * palette of the depth (grey sources: to an even ramp); with T_LOAD_FIXED and more bits than the
- * file, mapped to that palette without dithering. Otherwise the palette is the file's.
- * The target's ViewPerspective tells which row is the top one.
+ * file, mapped to that palette without dithering. Otherwise the palette is the file's. The built-in
+ * palette of 2-bit files at their own depth is four even greys.
+ * The target's ViewPerspective tells which row is the top one. It has T_FLAG_GRAY when the file is
+ * grey, but not when both have fewer than 8 bits.
  * T_OK; T_FileInfo's statuses; T_ERR_NO_MEMORY; T_ERR_SIZE (empty, or too large for a bitmap);
  * T_ERR_FORMAT (identified, but no reader); the reader's status; the callback's answer. A failed
- * load with T_LOAD_ALLOCATE keeps the partial bitmap (free it); one without frees the target. */
+ * load with T_LOAD_ALLOCATE keeps the partial bitmap (free it), whose rows that did not come are
+ * zero (with a callback its pixels are the caller's business); one without frees the target. */
 T_API int32_t T_CALL T_LoadFile(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
                                 int32_t order, uint32_t flags, T_RowSink callback, void* userData);
 /* The same from `size` bytes at `address`. */
@@ -816,7 +819,7 @@ T_API int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t 
 /* Resamples one source row in place.
  * row           holds the larger of the old and new widths
  * rowNumber     number of the source row; only its low 8 bits count
- * bitsPerPixel  1, 4, 8, 16, 24 or 32
+ * bitsPerPixel  1, 4, 8, 16, 24 or 32 (rows of 2 bits: T_SizeBitmap, T_ResizeBitmap)
  * outWidth      gets the new width
  * outRows       gets how often the result is to be emitted; 0: the row is dropped, and the buffer
  *               is as it was
@@ -845,15 +848,19 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
  * T_Load...File    reads the file and hands its rows to `sink` in file order, at the file's own
  *                  depth. An unallocated bitmap is initialised to the file's geometry; its Order
  *                  is the format's at every depth, as in FILEINFO. Into an allocated one of another
- *                  size the rows are resampled, and they are converted to its depth and order,
- *                  which stay. bitsPerPixel of 8 or less and below the file's depth
- *                  dithers to the built-in palette of that depth (grey files: to an even ramp).
+ *                  size the rows are resampled (those of interlaced files in picture order, without
+ *                  T_FLAG_INTERLACED), and they are converted to its depth and order, which stay.
+ *                  An allocated bitmap of 8 bits or less and of fewer than the file has gets them
+ *                  dithered to the built-in palette of its depth (2 bits: four even greys; grey
+ *                  files: an even ramp), and so does an unallocated one that is asked for with such
+ *                  bitsPerPixel.
  *                  T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_NAME, T_ERR_OPEN, T_ERR_ARGUMENT
  *                  (bitsPerPixel not 1, 4, 8, 16, 24 or 32), T_ERR_BAD_DATA, T_ERR_READ,
  *                  T_ERR_SEEK, T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY. Keeps no pointer
  *                  after it returns.
- * T_Load...Bitmap  initialises and allocates the bitmap and loads the whole picture into it; on
- *                  failure the bitmap is freed.
+ * T_Load...Bitmap  initialises and allocates the bitmap and loads the whole picture into it, in
+ *                  T_ORDER_BGR above 8 bits and without T_FLAG_GRAY below; on failure the bitmap
+ *                  is freed.
  * T_Save...Bitmap  T_SaveBitmap with this format and quality 0.
  */
 

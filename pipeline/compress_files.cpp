@@ -1,5 +1,6 @@
 #include "pipeline/compress_files.h"
 
+#include "base/depths.h"
 #include "base/settings.h"
 #include "compress/bitmap_compressor.h"
 #include "core/bitmap.h"
@@ -85,7 +86,7 @@ Status compress_file(const char* source, const char* destination, int32_t format
   }
   RowCompression rows(destination, output_type, quality);
   BitmapHandle record = {};
-  const int32_t bits = info.BitsPerPixel == 2 ? 4 : info.BitsPerPixel;
+  const int32_t bits = request_depth(info.BitsPerPixel);
   const Status status = row->read(source, &record, RowCompression::sink, bits, &rows);
   core::free_bitmap(record);
   TRY(status);

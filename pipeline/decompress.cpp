@@ -1,6 +1,5 @@
 #include "pipeline/decompress.h"
 
-#include "base/settings.h"
 #include "compress/jpeg_file.h"
 #include "compress/jpeg_stamp.h"
 #include "core/bitmap.h"
@@ -36,7 +35,7 @@ Status decompress_bitmap(const char* name, BitmapHandle& bitmap, int32_t bits_pe
   if (!is_jpeg(info)) return kNoFormat;
   const int32_t bits = io::is_request_depth(bits_per_pixel) ? bits_per_pixel : info.BitsPerPixel;
   TRY(prepare(bitmap, info, bits));
-  settings.callback_lines = process::callback_lines(info.Height);
+  const process::BatchesByHeight batches;
   core::access_bitmap(bitmap);
   StoreSink store(bitmap);
   const Status status =

@@ -4,11 +4,11 @@
 #include <cstring>
 
 #include "base/buffer.h"
+#include "base/depths.h"
 #include "base/settings.h"
 #include "color/convert.h"
 #include "color/dither.h"
 #include "color/palettes.h"
-#include "color/widen.h"
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "core/rows.h"
@@ -54,12 +54,12 @@ class Load final : public process::RowReceiver {
   Status set_up(const char* name);
   Status allocate_buffers();
   Status read(const char* name);
+  Status read_whole(const char* name, uint32_t& rows);
   Status replay(const char* name);
   Status describe_target(const BitmapHandle& source);
   void choose_palette(const BitmapHandle& source);
   Status start_dithering(const BitmapHandle& source);
   Status convert_rows(const BitmapHandle& source, const uint8_t* rows, uint32_t count);
-  Status dither_rows(const BitmapHandle& source, const uint8_t* rows, uint32_t count);
   Status pass_on(const void* rows, uint32_t count);
 
   FILEINFO info_ = {};
@@ -68,13 +68,11 @@ class Load final : public process::RowReceiver {
   const LoadRequest& request_;
   const FormatRow* format_ = nullptr;
   Mode mode_ = Mode::kAsIs;
-  int32_t converted_bits_ = 0;  // of the rows that the conversion gets
   Buffer piece_;
   uint32_t piece_rows_ = 0;
   bool described_ = false;
   color::RowConverter converter_;
   core::OwnedBitmap dithered_;  // describes the rows that the dithering pass gets
-  Buffer widened_;              // one row, for 2-bit sources
   StoreSink store_;
 };
 
@@ -98,32 +96,47 @@ Status Load::set_up(const char* name) {
 }
 
 Status Load::allocate_buffers() {
-  converted_bits_ = info_.BitsPerPixel == 2 ? 4 : info_.BitsPerPixel;
   if (mode_ == Mode::kAsIs) return kOk;
-  const uint32_t row = std::max({core::bytes_per_line(info_.Width, converted_bits_),
-                                 source_->BytesPerLine, target_.BytesPerLine});
+  const uint32_t row = std::max(source_->BytesPerLine, target_.BytesPerLine);
   if (row == 0) return kBadSize;
   const uint32_t rows = std::clamp(kPieceBytes / row, 1u, static_cast<uint32_t>(info_.Height));
   TRY(piece_.allocate_shrinking(uint64_t{row} * rows + process::RowDelivery::kSlack, row,
                                 uint64_t{row} + process::RowDelivery::kSlack));
-  if (mode_ == Mode::kDither && info_.BitsPerPixel == 2) TRY(widened_.allocate(row));
   piece_rows_ = static_cast<uint32_t>((piece_.size() - process::RowDelivery::kSlack) / row);
   return kOk;
 }
 
-// Whole pictures are decoded into the source record and then replayed row by row.
+// Decodes the picture into the source record; `rows` of it, the first ones, are whole then.
+Status Load::read_whole(const char* name, uint32_t& rows) {
+  if (format_->read_picture != nullptr) {
+    TRY(format_->read_picture(name, source_.get()));
+    rows = static_cast<uint32_t>(source_->Height);
+    return kOk;
+  }
+  TRY(core::allocate_quietly(*source_));
+  StoreSink store(*source_);
+  const Status status = format_->read(name, source_.get(), StoreSink::sink,
+                                      request_depth(info_.BitsPerPixel), store.context());
+  rows = store.first_missing();
+  return status;
+}
+
+// Whole pictures are decoded and then replayed row by row, those whose data end early as far as
+// they go.
 Status Load::replay(const char* name) {
-  TRY(format_->read_picture(name, source_.get()));
+  uint32_t rows = 0;
+  const Status status = read_whole(name, rows);
+  if (!status.ok() && status != kReadError && status != kBadData) return status;
   // These rows are in picture order.
   source_->Flags &= ~T_FLAG_INTERLACED;
   Buffer row;
   TRY(row.allocate(uint64_t{source_->BytesPerLine} + process::RowDelivery::kSlack));
   const core::AccessScope accessed(*source_);
-  for (uint32_t y = 0; y < static_cast<uint32_t>(source_->Height); ++y) {
+  for (uint32_t y = 0; y < rows; ++y) {
     TRY(core::get_row(*source_, y, row.bytes().first(source_->BytesPerLine)));
     TRY(take(*source_, row.data(), 1));
   }
-  return kOk;
+  return status;
 }
 
 Status Load::read(const char* name) {
@@ -135,8 +148,7 @@ Status Load::read(const char* name) {
                      (format_->delivery == Delivery::kWholeWhenAsked && whole_asked) ||
                      (format_->delivery == Delivery::kWholeFor1Bit && info_.BitsPerPixel == 1);
   if (whole) return replay(name);
-  // A reader delivers 2-bit pictures as they are when nothing narrower is asked.
-  return format_->read(name, source_.get(), sink, converted_bits_, context());
+  return format_->read(name, source_.get(), sink, request_depth(info_.BitsPerPixel), context());
 }
 
 Status Load::run(const char* name) {
@@ -148,6 +160,7 @@ Status Load::run(const char* name) {
   }
   if ((request_.flags & T_LOAD_ACCESS) != 0) core::access_bitmap(target_);
   const Status status = read(name);
+  if (allocated && request_.callback == nullptr) store_.clear_missing();
   if ((request_.flags & T_LOAD_ACCESS) != 0) core::release_bitmap(target_);
   // A failed load that allocated keeps what it has; one that did not leaves no storage behind.
   if (!allocated && !status.ok()) core::free_bitmap(target_);
@@ -177,37 +190,27 @@ Status Load::describe_target(const BitmapHandle& source) {
   target_.YOrigin = source.YOrigin;
   target_.Flags = (target_.Flags & ~kDescriptionFlags) | (source.Flags & kDescriptionFlags);
   if (target_.BitsPerPixel <= 8) choose_palette(source);
+  // Compression takes the mark for levels of 8 bits and refuses it on packed pixels: only a caller
+  // may put it there.
+  if (source.BitsPerPixel < 8 && target_.BitsPerPixel < 8) {
+    core::set_flag(target_, T_FLAG_GRAY, false);
+  }
   if (mode_ == Mode::kAsIs) return kOk;
   if (mode_ == Mode::kDither) return start_dithering(source);
-  return converter_.start(converted_bits_, target_.BitsPerPixel, static_cast<int32_t>(source.Order),
-                          static_cast<int32_t>(target_.Order), source.Info.Palette,
-                          target_.Info.Palette);
+  return converter_.start(source.BitsPerPixel, target_.BitsPerPixel,
+                          static_cast<int32_t>(source.Order), static_cast<int32_t>(target_.Order),
+                          source.Info.Palette, target_.Info.Palette);
 }
 
 // The pass reads the source's rows by its palette; what it makes is the target's.
 Status Load::start_dithering(const BitmapHandle& source) {
-  TRY(core::init_bitmap(*dithered_, source.Width, source.Height, converted_bits_));
+  TRY(core::init_bitmap(*dithered_, source.Width, source.Height, source.BitsPerPixel));
   dithered_->Order = source.Order;
   dithered_->DitherMethod = target_.DitherMethod;
   dithered_->Colors = source.Colors;
   std::memcpy(dithered_->Info.Palette, source.Info.Palette, sizeof(source.Info.Palette));
   return color::start_pass(*dithered_, target_.Info.Palette, 1u << target_.BitsPerPixel, nullptr,
                            target_.BitsPerPixel);
-}
-
-Status Load::dither_rows(const BitmapHandle& source, const uint8_t* rows, uint32_t count) {
-  if (source.BitsPerPixel != 2) {
-    return color::dither_rows(*dithered_, rows, source.BytesPerLine, piece_.data(),
-                              target_.BytesPerLine, count);
-  }
-  for (uint32_t i = 0; i < count; ++i) {
-    std::memcpy(widened_.data(), rows + size_t{i} * source.BytesPerLine, source.BytesPerLine);
-    color::widen_2_to_4(widened_.data(), source.Width);
-    TRY(color::dither_rows(*dithered_, widened_.data(), 0,
-                           piece_.data() + size_t{i} * target_.BytesPerLine, target_.BytesPerLine,
-                           1));
-  }
-  return kOk;
 }
 
 // Rows that are stored as they are need no way around.
@@ -224,7 +227,8 @@ Status Load::take(const BitmapHandle& source, const void* first_row, int32_t row
   for (uint32_t done = 0; done < count;) {
     const uint32_t part = std::min(count - done, piece_rows_);
     const uint8_t* from = rows + size_t{done} * source.BytesPerLine;
-    TRY(mode_ == Mode::kDither ? dither_rows(source, from, part)
+    TRY(mode_ == Mode::kDither ? color::dither_rows(*dithered_, from, source.BytesPerLine,
+                                                    piece_.data(), target_.BytesPerLine, part)
                                : convert_rows(source, from, part));
     TRY(pass_on(piece_.data(), part));
     done += part;
@@ -238,10 +242,7 @@ Status Load::convert_rows(const BitmapHandle& source, const uint8_t* rows, uint3
   for (uint32_t i = 0; i < count; ++i) {
     uint8_t* row = piece_.data() + size_t{i} * target_.BytesPerLine;
     std::memcpy(row, rows + size_t{i} * source.BytesPerLine, source.BytesPerLine);
-    if (source.BitsPerPixel == 2) color::widen_2_to_4(row, source.Width);
-    if (converted_bits_ != target_.BitsPerPixel || mode_ == Mode::kSwapOrder) {
-      TRY(converter_.convert(row, source.Width));
-    }
+    TRY(converter_.convert(row, source.Width));
     core::clear_padding({row, target_.BytesPerLine}, target_.Width, target_.BitsPerPixel);
   }
   return kOk;
@@ -271,11 +272,13 @@ Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read, boo
   Status status = core::check_notice();
   if (status.ok() && memory_only && !core::is_memory(bitmap)) status = kNoMemory;
   if (status.ok()) {
-    settings.callback_lines = process::callback_lines(info.Height);
+    const process::BatchesByHeight batches;
     StoreSink store(bitmap);
-    const int32_t bits = info.BitsPerPixel == 2 ? 4 : info.BitsPerPixel;
-    status = read(name, &bitmap, StoreSink::sink, bits, store.context());
+    status =
+        read(name, &bitmap, StoreSink::sink, request_depth(info.BitsPerPixel), store.context());
   }
+  // As for T_LoadFile's targets.
+  if (bitmap.BitsPerPixel < 8) core::set_flag(bitmap, T_FLAG_GRAY, false);
   if (!status.ok()) core::free_bitmap(bitmap);
   return status;
 }

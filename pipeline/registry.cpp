@@ -10,7 +10,6 @@
 #include "formats/ras.h"
 #include "formats/tga.h"
 #include "formats/tiff.h"
-#include "pipeline/load.h"
 
 namespace tavo::pipeline {
 
@@ -35,10 +34,6 @@ constexpr FormatRow compressed_row(int32_t id, const char* name, const char* des
           .gray = always_24_bits ? GrayRule::kNever : GrayRule::kAt8Bits,
           .always_24_bits = always_24_bits,
           .mode = always_24_bits ? 2 : 1};
-}
-
-Status read_gif_picture(const char* name, BitmapHandle* bitmap) {
-  return load_picture(name, *bitmap, gif::read);
 }
 
 constexpr FormatRow kFormats[] = {
@@ -76,7 +71,6 @@ constexpr FormatRow kFormats[] = {
      .description = "Graphics Interchange Format",
      .extensions = "gif",
      .read = gif::read,
-     .read_picture = read_gif_picture,
      .delivery = Delivery::kWholeWhenAsked,
      .write = gif::write,
      .write_depths = depth_bit(8)},

@@ -125,6 +125,25 @@ TEST(CompressFiles, AnyFile) {
   EXPECT_EQ(T_CompressALL("none", "no", 0, 20, 0), T_ERR_OPEN);
 }
 
+// Nothing that a grey file of few bits leaves on its bitmap keeps it from being compressed.
+TEST(CompressFiles, GreyFilesOfFewBits) {
+  Disk disk;
+  for (const uint32_t bits : {2, 4}) {
+    disk.files["in"] =
+        tiff_file(tiff_tags(16, 16, bits, 1, 1, 1, 32 * bits), Bytes(32 * bits, 0x5A));
+    EXPECT_EQ(T_CompressALL("in", "out", 3, 20, 0), T_OK) << bits;
+    Bitmap loaded, whole;
+    ASSERT_EQ(T_LoadBitmap("in", loaded.get(), 0, -1), T_OK);
+    EXPECT_EQ(loaded->BitsPerPixel, 4);
+    EXPECT_EQ(T_CompressBitmap(loaded.get(), "out", 0, 20, 0), T_OK);
+    EXPECT_EQ(T_CompressBitmapWithStamp(loaded.get(), "out", 1, 20, 8, 8, 24, 0), T_OK);
+    ASSERT_EQ(T_LoadTIFBitmap("in", whole.get()), T_OK);
+    EXPECT_EQ(T_CompressBitmap(whole.get(), "out", 0, 20, 0), T_OK);
+    loaded->Flags |= T_FLAG_GRAY;
+    EXPECT_EQ(T_CompressBitmap(loaded.get(), "out", 0, 20, 0), T_ERR_FORMAT) << "the caller's mark";
+  }
+}
+
 // ---- Stamps ----
 
 // Upper half red, lower half blue, a green column at the left.

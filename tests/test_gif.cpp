@@ -213,6 +213,74 @@ TEST(Gif, InterlacedRowsComeInFileOrderAndAreStoredInPictureOrder) {
   EXPECT_EQ(T_LoadMemory(plain.data(), stopped.get(), 0, -1, 0, Seen::sink, &two, plain.size()), 2);
 }
 
+struct Rows {
+  Bytes bytes;
+  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
+    auto& self = *static_cast<Rows*>(context);
+    const auto* from = static_cast<const uint8_t*>(rows);
+    EXPECT_EQ(source->Flags & T_FLAG_INTERLACED, 0u);
+    self.bytes.insert(self.bytes.end(), from, from + size_t{source->BytesPerLine} * count);
+    return T_OK;
+  }
+};
+
+// Into a bitmap of another size the rows of both kinds come alike: in picture order.
+TEST(Gif, InterlacedRowsAreResampledInPictureOrder) {
+  Disk disk;
+  for (const auto& [width, height] : {std::pair{30, 20}, {70, 95}, {37, 20}, {20, 70}, {37, 1}}) {
+    for (const int32_t bits : {1, 2, 4, 8, 24}) {
+      Rows rows[2];
+      for (const bool interlaced : {false, true}) {
+        disk.files["x"] = gif_file(rows_of_their_number(37, 70, interlaced));
+        Bitmap bitmap;
+        T_InitBitmap(bitmap.get(), width, height, bits);
+        T_AllocateBitmap(bitmap.get(), 1);
+        ASSERT_EQ(T_LoadGIFFile("x", bitmap.get(), Rows::sink, 24, &rows[interlaced]), T_OK);
+        EXPECT_EQ(rows[interlaced].bytes.size(), bitmap->Size);
+      }
+      EXPECT_EQ(rows[0].bytes, rows[1].bytes) << bits << " bits, " << width << " x " << height;
+    }
+  }
+  // Cut in the third pass: what is missing above the lowest row that came is zero.
+  GifFile gif = rows_of_their_number(6, 16, true);
+  gif.data = sub_blocks(lzw_stream(Bytes(6 * 5, 9), 4), 255);  // rows 0, 8, 4, 12, 2
+  disk.files["x"] = gif_file(gif);
+  Bitmap bitmap;
+  T_InitBitmap(bitmap.get(), 12, 16, 8);
+  T_AllocateBitmap(bitmap.get(), 1);
+  Rows rows;
+  EXPECT_EQ(T_LoadGIFFile("x", bitmap.get(), Rows::sink, 8, &rows), T_ERR_BAD_DATA);
+  Bytes want;
+  for (int y = 0; y < 13; ++y) {
+    want.insert(want.end(), 12, y == 0 || y == 2 || y == 4 || y == 8 || y == 12 ? 9 : 0);
+  }
+  EXPECT_EQ(rows.bytes, want);
+}
+
+TEST(Gif, PartialPicturesHaveZerosWhereNoRowCame) {
+  for (const bool interlaced : {false, true}) {
+    for (const int32_t bits : {8, 1}) {
+      GifFile gif = rows_of_their_number(40, 20, interlaced);
+      gif.global_table = Bytes(48, 255);
+      gif.data = sub_blocks(lzw_stream(Bytes(40 * 4, 9), 4), 255);  // rows 0, 8, 16, 4 or 0 to 3
+      Bitmap old, bitmap;
+      make_picture(old, 40, 20, bits);
+      T_FreeBitmap(old.get());
+      EXPECT_EQ(load_gif(gif_file(gif), bitmap, bits), T_ERR_BAD_DATA);
+      const Bytes got = pixels(bitmap.get());
+      for (size_t y = 0; y < 20; ++y) {
+        // Dithering needs the whole picture: only what is above the first gap.
+        const bool is_there = !interlaced ? y < 4 : bits == 1 ? y == 0 : y % 8 == 0 || y == 4;
+        const size_t line = 40 * bits / 8;
+        const uint8_t one = bits == 1 ? 0xFF : 9;
+        EXPECT_EQ(Bytes(got.begin() + y * line, got.begin() + (y + 1) * line),
+                  Bytes(line, is_there ? one : 0))
+            << "row " << y << " at " << bits << (interlaced ? ", interlaced" : "");
+      }
+    }
+  }
+}
+
 TEST(Gif, TheScreenGivesTheDepthAndTheImageThePalette) {
   const Bytes indices = {0, 1, 2, 3, 4, 5, 200, 255};
   GifFile gif{.width = 8,

@@ -304,6 +304,116 @@ TEST(Load, DirectReadersResampleToTheSizeOfAnAllocatedBitmap) {
   }
 }
 
+// Blocks are handed out again as they were left: the next bitmap of this size holds old memory.
+void leave_old_memory(BitmapHandle* like) {
+  Bitmap old;
+  T_InitBitmap(old.get(), like->Width, like->Height, like->BitsPerPixel);
+  ASSERT_EQ(T_AllocateBitmap(old.get(), 1), T_OK);
+  T_AccessBitmap(old.get());
+  std::memset(old->Data, 0xAA, old->Size);
+}
+
+TEST(Load, RowsThatNeverCameAreZero) {
+  for (const int32_t format : {T_FORMAT_BMP, T_FORMAT_RAS, T_FORMAT_TGA}) {
+    const Bytes file = saved_sample(format, 8, 100, 90);
+    for (const int32_t bits : {8, 4, 24}) {
+      Bitmap whole, partial;
+      ASSERT_EQ(load(file, whole, bits), T_OK);
+      leave_old_memory(whole.get());
+      Bytes cut(file.begin(), file.end() - 5050);  // the last row that is there is not whole
+      ASSERT_EQ(load(cut, partial, bits), T_ERR_READ);
+      Bytes want = pixels(whole.get());
+      const size_t line = want.size() / 90;
+      const Bytes got = pixels(partial.get());
+      size_t rows = 90;
+      while (rows > 0 &&
+             std::count(got.begin() + (rows - 1) * line, got.begin() + rows * line, 0) == line) {
+        --rows;
+      }
+      EXPECT_GT(rows, 20);
+      EXPECT_LT(rows, 60);
+      std::fill(want.begin() + rows * line, want.end(), 0);
+      EXPECT_EQ(got, want) << format << " at " << bits;
+    }
+  }
+}
+
+TEST(Load, MissingRowsOfAnySizeAndOrderAreCleared) {
+  for (const bool interlaced : {false, true}) {
+    for (const int32_t height : {1, 9, 40, 3000}) {
+      Bitmap bitmap;
+      make_picture(bitmap, 1500, height, 8);
+      bitmap->Flags |= interlaced ? T_FLAG_INTERLACED : 0;
+      T_AccessBitmap(bitmap.get());
+      std::memset(bitmap->Data, 0xAA, bitmap->Size);
+      const int32_t came = height * 2 / 3;
+      pipeline::StoreSink store(*bitmap.get());
+      ASSERT_EQ(store.store(Bytes(bitmap->Size, 3).data(), came), kOk);
+      store.clear_missing();
+      const auto* const stored = static_cast<const uint8_t*>(bitmap->Data);
+      EXPECT_EQ(std::count(stored, stored + bitmap->Size, 3), came * 1500);
+      EXPECT_EQ(std::count(stored, stored + bitmap->Size, 0), (height - came) * 1500);
+    }
+  }
+}
+
+TEST(Load, SinksGetAsManyRowsAsTheBitmapHas) {
+  Disk disk;
+  for (const auto& [from, to] : {std::pair{80, 55}, {80, 200}, {3, 70}, {300, 299}, {7, 1}}) {
+    disk.files["x"] = bmp_of(5, from, 8);
+    Batches batches;
+    Bitmap wanted;
+    T_InitBitmap(wanted.get(), 5, to, 8);
+    T_AllocateBitmap(wanted.get(), 1);
+    ASSERT_EQ(T_LoadBMPFile("x", wanted.get(), Batches::sink, 8, &batches), T_OK);
+    EXPECT_EQ(batches.rows.size(), wanted->Size) << from << " to " << to;
+  }
+}
+
+TEST(Load, DitheredRowsOfACutFileArrive) {
+  Disk disk;
+  disk.files["x"] = bmp_of(60, 40, 8);
+  Batches whole, cut;
+  Bitmap bitmap, again;
+  ASSERT_EQ(T_LoadBMPFile("x", bitmap.get(), Batches::sink, 4, &whole), T_OK);
+  disk.files["x"].resize(disk.files["x"].size() - 60 * 20);
+  EXPECT_EQ(T_LoadBMPFile("x", again.get(), Batches::sink, 4, &cut), T_ERR_READ);
+  whole.rows.resize(whole.rows.size() / 2);
+  EXPECT_EQ(cut.rows, whole.rows);
+}
+
+TEST(Load, WholePictureLoadsLeaveTheCallbackLinesAndComeInOrderOne) {
+  const struct {
+    int32_t format, bits;
+    int32_t(T_CALL* load)(const char* name, BitmapHandle* bitmap);
+  } cases[] = {{T_FORMAT_BMP, 24, T_LoadBMPBitmap},
+               {T_FORMAT_PCX, 24, T_LoadPCXBitmap},
+               {T_FORMAT_TIFF, 24, T_LoadTIFBitmap},
+               {T_FORMAT_TGA, 16, T_LoadTGABitmap},
+               {T_FORMAT_TGA, 32, T_LoadTGABitmap},
+               {T_FORMAT_RAS, 24, T_LoadRASBitmap},
+               {T_FORMAT_GIF, 8, T_LoadGIFBitmap},
+               {T_FORMAT_CALS, 1, T_LoadCALSBitmap},
+               {T_FORMAT_CMP_1BIT, 1, T_DecompressBitmap1Bit}};
+  Disk disk;
+  T_SetCallbackLine(7);
+  for (const auto& c : cases) {
+    disk.files["x"] = saved_sample(c.format, c.bits, 9, 100);
+    Bitmap bitmap, whole;
+    ASSERT_EQ(c.load("x", bitmap.get()), T_OK) << c.format;
+    EXPECT_EQ(settings.callback_lines, 7) << c.format;
+    EXPECT_EQ(bitmap->Order, c.bits > 8 ? T_ORDER_BGR : T_ORDER_RGB) << c.format;
+    ASSERT_EQ(T_LoadBitmap("x", whole.get(), 0, T_ORDER_RGB), T_OK);
+    EXPECT_EQ(rgb(bitmap.get()), rgb(whole.get())) << c.format;
+    T_SetCallbackLine(7);
+  }
+  disk.files["x"] = saved_sample(T_FORMAT_CMP_SAVE, 24, 9, 100);
+  Bitmap bitmap;
+  ASSERT_EQ(T_DecompressBitmap("x", bitmap.get(), 24), T_OK);
+  EXPECT_EQ(settings.callback_lines, 7);
+  EXPECT_EQ(bitmap->Order, T_ORDER_BGR);
+}
+
 std::vector<int32_t> told;
 int32_t answer_at_fifty = T_OK;
 int32_t T_CALL tell(int32_t percent) {
