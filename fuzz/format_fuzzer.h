@@ -8,11 +8,10 @@
 
 #include "core/bitmap.h"
 #include "core/rows.h"
+#include "input.h"
 #include "tavo45.h"
 
 namespace tavo::fuzz {
-
-using Bytes = std::vector<uint8_t>;
 
 // Stops a load at a mebipixel, so that no reader needs a limit for the fuzzer's sake.
 struct Meter {

@@ -6,33 +6,18 @@
 #include <vector>
 
 #include "compress/jpeg_encoder.h"
+#include "input.h"
 #include "tavo45.h"
 
 namespace {
 
 using namespace tavo;
-using Bytes = std::vector<uint8_t>;
+using fuzz::Bytes;
+using fuzz::Input;
 
 void require(bool holds) {
   if (!holds) std::abort();
 }
-
-// Numbers from the front of the input, pixels from what is left, over and over.
-class Input {
- public:
-  Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-  uint32_t byte() { return at_ < size_ ? data_[at_++] : 0; }
-  uint32_t word() { return byte() | byte() << 8; }
-  void fill(Bytes& bytes) {
-    const size_t left = size_ - at_;
-    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = left == 0 ? 0 : data_[at_ + i % left];
-  }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-  size_t at_ = 0;
-};
 
 struct Collector {
   Bytes bytes;
