@@ -315,7 +315,8 @@ bool is_ink_on_paper(const BitmapHandle& bitmap, int32_t depth) {
 uint32_t map_colors(const BitmapHandle& bitmap, int32_t depth) {
   if (depth > 8 || is_ink_on_paper(bitmap, depth)) return 0;
   const uint32_t most = 1u << depth;
-  return bitmap.Colors == 0 ? most : std::min<uint32_t>(bitmap.Colors, most);
+  const bool has_count = bitmap.Colors != 0 && bitmap.BitsPerPixel <= 8;  // 32 bits count one
+  return has_count ? std::min(bitmap.Colors, most) : most;
 }
 
 // Makes black 1; the unused bits of the last byte become 0.

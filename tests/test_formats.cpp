@@ -271,6 +271,36 @@ TEST_P(Formats, WhatIsSavedLoadsBack) {
   }
 }
 
+// What every depth can show, saves at every depth show: dithered, reduced, widened or direct.
+TEST_P(Formats, BlackAndWhiteStaysWhatItIs) {
+  for (const int32_t depth : GetParam().save_depths) {
+    for (const int32_t bits : {1, 2, 4, 8, 16, 24, 32}) {
+      Bitmap picture;
+      make_picture(picture, 17, 3, bits);
+      for (uint32_t i = 0; i < 256; ++i) {
+        const auto level = static_cast<uint8_t>(i % 2 == 0 ? 0 : 255);
+        picture->Info.Palette[i] = {level, level, level, 0};
+      }
+      T_AccessBitmap(picture.get());
+      for (uint32_t i = 0; bits > 8 && i < picture->Size; ++i) {
+        const uint32_t x = i % picture->BytesPerLine * 8 / bits;
+        const bool is_white = (x + i / picture->BytesPerLine) % 3 == 0;
+        static_cast<uint8_t*>(picture->Data)[i] = is_white ? (bits == 16 && i % 2 ? 127 : 255) : 0;
+      }
+      T_ReleaseBitmap(picture.get());
+      for (const uint32_t direct : {0, 1}) {
+        Disk disk;
+        if (direct != 0) T_AccessBitmap(picture.get());
+        ASSERT_EQ(T_SaveFile("out", picture.get(), GetParam().save_format, depth, 0, 0, direct, 0),
+                  T_OK);
+        Bitmap loaded;
+        ASSERT_EQ(T_LoadBitmap("out", loaded.get(), 0, -1), T_OK);
+        EXPECT_EQ(rgb(loaded.get()), rgb(picture.get())) << bits << " at " << depth << direct;
+      }
+    }
+  }
+}
+
 TEST_P(Formats, AnyFailingFileOperationEndsTheSaveCleanly) {
   const FormatCase& format = GetParam();
   if (format.save_format == 0) GTEST_SKIP() << "no writer";
