@@ -304,10 +304,10 @@ TEST(Pcx, WhatIsMissingAtTheEndIsZero) {
   EXPECT_EQ(pixels(gray.get()), (Bytes{1, 2, 3, 5, 5, 0, 0, 0, 0}));
   pcx.planes = 3;
   pcx.trailer = {};
-  pcx.data = {1, 2, 3, 4, 5, 6};
+  pcx.data = {1, 2, 3, 4, 5, 6, 0xC5, 0, 0xC2, 9};  // one byte of a run for the second line
   Bitmap color;
   ASSERT_EQ(load(pcx_file(pcx), color), T_OK);
-  EXPECT_EQ(part(rgb(color.get()), 0, 9), (Bytes{1, 5, 0, 2, 6, 0, 3, 0, 0}));
+  EXPECT_EQ(part(rgb(color.get()), 0, 15), (Bytes{1, 5, 0, 2, 6, 0, 3, 0, 0, 9, 0, 0, 0, 0, 0}));
 
   // Two bytes for the most rows there can be.
   pcx = {.width = 16, .height = 65530, .plane_bits = 1, .planes = 3, .line_bytes = 2};

@@ -264,6 +264,45 @@ TEST(Load, FewerColoursAreDitheredToTheFixedPalettes) {
   T_DefaultDithering(T_DITHER_ORDERED);
 }
 
+TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
+  const struct {
+    int32_t format, bits;
+    FileReader read;
+    int32_t(T_CALL* load)(const char*, BitmapHandle*);
+    int32_t(T_CALL* save)(const char*, BitmapHandle*, int32_t);
+  } cases[] = {{T_FORMAT_BMP, 8, T_LoadBMPFile, T_LoadBMPBitmap, T_SaveBMPBitmap},
+               {T_FORMAT_PCX, 24, T_LoadPCXFile, T_LoadPCXBitmap, T_SavePCXBitmap},
+               {T_FORMAT_GIF, 8, T_LoadGIFFile, T_LoadGIFBitmap, T_SaveGIFBitmap},
+               {T_FORMAT_CALS, 1, T_LoadCALSFile, T_LoadCALSBitmap, T_SaveCALSBitmap},
+               {T_FORMAT_TGA, 24, T_LoadTGAFile, T_LoadTGABitmap, T_SaveTGABitmap},
+               {T_FORMAT_RAS, 8, T_LoadRASFile, T_LoadRASBitmap, T_SaveRASBitmap},
+               {T_FORMAT_TIFF, 4, T_LoadTIFFile, T_LoadTIFBitmap, T_SaveTIFBitmap}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.format);
+    Disk disk;
+    disk.files["common"] = saved_sample(c.format, c.bits, 19, 5);
+    Bitmap picture, common, own, described;
+    make_picture(picture, 19, 5, c.bits);
+    ASSERT_EQ(c.save("own", picture.get(), c.bits), T_OK);
+    EXPECT_EQ(disk.files["own"], disk.files["common"]);
+    ASSERT_EQ(T_LoadBitmap("common", common.get(), 0, -1), T_OK);
+    ASSERT_EQ(c.load("common", own.get()), T_OK);
+    EXPECT_EQ(rgb(own.get()), rgb(common.get()));
+    for (const int32_t order : {T_ORDER_RGB, T_ORDER_BGR}) {
+      T_InitBitmap(described.get(), 1, 1, 1);
+      described->Order = order;
+      Batches batches;
+      ASSERT_EQ(c.read("common", described.get(), Batches::sink, c.bits, &batches), T_OK);
+      T_AccessBitmap(own.get());
+      ASSERT_EQ(batches.rows.size(), own->Size);
+      std::memcpy(own->Data, batches.rows.data(), own->Size);
+      T_ReleaseBitmap(own.get());
+      own->Order = described->Order;
+      EXPECT_EQ(rgb(own.get()), rgb(common.get())) << order;
+    }
+  }
+}
+
 TEST(Load, TheFixedFlagMapsToTheBuiltInPalette) {
   const Bytes file = bmp_of(20, 20, 4);
   Bitmap own, fixed;
