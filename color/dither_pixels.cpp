@@ -1,5 +1,6 @@
 // Rows as the dithering engines read and write them.
 #include <algorithm>
+#include <cassert>
 #include <span>
 
 #include "color/dither_pass.h"
@@ -50,17 +51,8 @@ void read_rgb(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n
     });
     return;
   }
-  if (pass.depth_in == 16) {
-    read_16_bits(pass, row, x, n, rgb);
-    return;
-  }
-  const Pixels pixels = pixel_layout(pass);
-  const uint8_t* at = row + static_cast<size_t>(x) * pixels.step;
-  for (uint32_t i = 0; i < n; ++i, at += pixels.step) {
-    rgb[3 * i] = at[pixels.red];
-    rgb[3 * i + 1] = at[pixels.green];
-    rgb[3 * i + 2] = at[pixels.blue];
-  }
+  assert(pass.depth_in == 16);  // more are read in place
+  read_16_bits(pass, row, x, n, rgb);
 }
 
 void read_gray(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n, uint8_t* gray) {

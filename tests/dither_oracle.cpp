@@ -227,7 +227,8 @@ Picture::Picture(uint32_t w, uint32_t h, int32_t depth, uint32_t method, bool gr
   bitmap.DitherMethod = method;
   bitmap.Colors = depth <= 8 ? (1u << depth) - (random() % 4 == 0 ? 1 : 0) : 0;
   for (T_PaletteEntry& e : bitmap.Info.Palette) {
-    const auto v = static_cast<uint8_t>(random());
+    const bool is_ramp = gray && h % 2 == 1;
+    const auto v = static_cast<uint8_t>(is_ramp ? &e - bitmap.Info.Palette : random());
     e = {v, v, v, 0};
     if (!gray) e.Red = static_cast<uint8_t>(random()), e.Green = static_cast<uint8_t>(random());
   }

@@ -123,7 +123,7 @@ TEST(Dither, LargePictures) {
     compare({32, method, 200, Case::kRandom}, 511, 35, method);
     compare({24, method, 16, Case::kBuiltin}, 130, 33, method);
     compare({24, method, 2, Case::kBuiltin}, 129, 50, method);
-    compare({8, method, 2, Case::kBuiltin, true}, 700, 40, method);
+    compare({8, method, 2, Case::kBuiltin, true}, 700, 41, method);
     compare({24, method, 256, Case::kTable}, 65535, 2, method);
     compare({8, method, 2, Case::kBuiltin, true}, 65535, 4, method);
     if (testing::Test::HasFatalFailure()) return;

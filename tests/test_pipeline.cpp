@@ -264,6 +264,26 @@ TEST(Load, FewerColoursAreDitheredToTheFixedPalettes) {
   T_DefaultDithering(T_DITHER_ORDERED);
 }
 
+TEST(Load, TwoBitsAreDitheredAsTheSamePictureOfFour) {
+  const Bytes palette = {10, 200, 90, 0, 250, 5, 60, 0, 0, 120, 255, 0, 130, 130, 120, 0};
+  Random random(2);
+  Bytes two, four;
+  for (int i = 0; i < 8 * 40; ++i) {
+    const uint32_t b = random.below(256);
+    two.push_back(static_cast<uint8_t>(b));
+    four.push_back(static_cast<uint8_t>(b >> 6 << 4 | (b >> 4 & 3)));
+    four.push_back(static_cast<uint8_t>((b >> 2 & 3) << 4 | (b & 3)));
+  }
+  for (const uint32_t method : {0u, 1u, 7u}) {
+    T_DefaultDithering(method);
+    Bitmap from_two, from_four;
+    ASSERT_EQ(load(bmp_file(bmp_info(32, 40, 2, 0, 4), palette, two), from_two, 1), T_OK);
+    ASSERT_EQ(load(bmp_file(bmp_info(32, 40, 4, 0, 4), palette, four), from_four, 1), T_OK);
+    EXPECT_EQ(pixels(from_two.get()), pixels(from_four.get())) << method;
+  }
+  T_DefaultDithering(T_DITHER_ORDERED);
+}
+
 TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
   const struct {
     int32_t format, bits;

@@ -160,6 +160,25 @@ TEST(Resize, BitmapsInMemoryAndOnDiskKeepTheirDescription) {
   }
 }
 
+TEST(Resize, PicturesBeyondTheCachesAreTheSame) {
+  Bitmap wide, large;
+  make_picture(wide, 9001, 3, 8);
+  T_InitBitmap(large.get(), 9001, 7900, 8);
+  ASSERT_EQ(T_AllocateBitmap(large.get(), 1), T_OK);
+  ASSERT_EQ(T_ResizeBitmap(wide.get(), large.get()), T_OK);
+  const Bytes want = pixels(wide.get());
+  process::ResizeRule down;
+  down.set(3, 7900);
+  Bytes row(9001);
+  T_AccessBitmap(large.get());
+  for (int32_t y = 0, at = 0; y < 3; ++y) {
+    for (uint32_t n = down.count(y); n > 0; --n) {
+      T_GetBitmapRow(large.get(), row.data(), at++, row.size());
+      ASSERT_TRUE(std::equal(row.begin(), row.end(), want.begin() + y * 9001)) << at;
+    }
+  }
+}
+
 TEST(Resize, RowsThatNothingReachesAreZero) {
   Bitmap from, to;
   make_picture(from, 3, 3, 8);
