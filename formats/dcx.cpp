@@ -2,48 +2,16 @@
 
 #include <algorithm>
 #include <array>
-#include <span>
 
-#include "base/buffer.h"
 #include "base/endian.h"
+#include "formats/dcx_directory.h"
+#include "formats/dcx_room.h"
 
 namespace tavo::dcx {
 
 namespace {
 
-constexpr uint32_t kMagic = 0x3ADE68B1;
-constexpr uint32_t kMaxPages = 1023;
-constexpr uint32_t kAreaSize = 4 + 4 * (kMaxPages + 1);  // magic, offsets, the 0 behind them
-constexpr uint32_t kPieceSize = 32768;
-constexpr uint32_t kPieceStep = 1024;
-
-// The first bytes of a file, zeros where it is shorter.
-class Directory {
- public:
-  std::span<uint8_t> bytes() { return area_; }
-  bool is_present() const { return load_le32(area_.data()) == kMagic; }
-
-  uint32_t offset(uint32_t page) const { return load_le32(&area_[4 + 4 * page]); }
-  void set_offset(uint32_t page, uint32_t offset) { store_le32(&area_[4 + 4 * page], offset); }
-
-  uint32_t count() const {
-    uint32_t pages = 0;
-    while (pages < kMaxPages && offset(pages) != 0) ++pages;
-    return pages;
-  }
-
-  // Bytes that a directory of so many pages takes.
-  static constexpr uint32_t size(uint32_t pages) { return 4 + 4 * (pages + 1); }
-
-  // Starts a directory of one page, which is the file so far.
-  void set_up() {
-    area_ = {};
-    store_le32(area_.data(), kMagic);
-  }
-
- private:
-  std::array<uint8_t, kAreaSize> area_ = {};
-};
+constexpr uint8_t kPcxManufacturer = 10;
 
 uint32_t page_end(const Directory& directory, uint32_t count, uint32_t start, uint32_t file_size) {
   uint32_t end = file_size;
@@ -53,23 +21,43 @@ uint32_t page_end(const Directory& directory, uint32_t count, uint32_t start, ui
   return end;
 }
 
-// Moves the bytes from `first` to `end` up by `distance`, the last ones first. The first piece
-// only lengthens the file, so that a full disk stops the move before anything is overwritten.
-Status move_up(io::OutputFile& file, uint32_t first, uint32_t end, uint32_t distance) {
-  Buffer buffer;
-  TRY(buffer.allocate_shrinking(kPieceSize, kPieceStep, kPieceStep));
-  auto limit = static_cast<uint32_t>(std::min<size_t>(buffer.size(), distance));
-  while (end > first) {
-    const uint32_t piece = std::min(limit, end - first);
-    const std::span<uint8_t> bytes = buffer.bytes().first(piece);
-    end -= piece;
-    TRY(file.seek(end));
-    TRY(file.read(bytes));
-    TRY(file.seek(uint64_t{end} + distance));
-    TRY(file.write(bytes));
-    limit = static_cast<uint32_t>(buffer.size());
+// The lowest offset; the pages are in nobody's way when it is behind the longest directory.
+uint32_t first_page(const Directory& directory, uint32_t count) {
+  uint32_t first = count == 0 ? 8 : kAreaSize;
+  for (uint32_t i = 0; i < count; ++i) first = std::min(first, directory.offset(i));
+  return first;
+}
+
+// Enters `offset` as the last page. An entry of which some bytes are written could name a place
+// inside another page, which would seem to end there. So its highest byte first becomes one that is
+// beyond any file, and its own only when the others are there.
+Status enter_page(io::OutputFile& file, const Directory& directory, uint32_t page,
+                  uint32_t offset) {
+  const uint32_t place = Directory::place(page);
+  constexpr std::array<uint8_t, 4> kEnd = {};
+  constexpr std::array<uint8_t, 1> kBeyond = {0xFF};
+  std::array<uint8_t, 4> entry;
+  store_le32(entry.data(), offset);
+  if (directory.offset(page + 1) != 0) TRY(file.write_at(place + 4, kEnd));
+  TRY(file.write_at(place + 3, kBeyond));
+  TRY(file.write_at(place, {entry.data(), 3}));
+  return file.write_at(place + 3, {&entry[3], 1});
+}
+
+Status begin_dcx_page(io::OutputFile& file, Directory& directory, uint32_t file_size,
+                      uint32_t& start) {
+  uint32_t count = directory.count();
+  // Of a save that failed before the first byte of its page only the entry is there.
+  if (count > 0 && directory.offset(count - 1) >= file_size) --count;
+  if (count >= kMaxPages) return kWriteError;
+  const uint32_t first = first_page(directory, count);
+  if (Directory::size(count + 1) > first) {
+    TRY(move_pages(file, first, file_size, directory, count));
+    start = directory.offset(count);
+    return kOk;
   }
-  return kOk;
+  start = std::max(file_size, Directory::size(count + 1));
+  return enter_page(file, directory, count, start);
 }
 
 }  // namespace
@@ -91,39 +79,25 @@ Status locate(io::InputFile& file, int32_t number, Page& page) {
   return page.start < page.end ? kOk : kBadData;
 }
 
+bool is_container(std::span<const uint8_t> head) {
+  return head.size() >= 4 && load_le32(head.data()) == kMagic;
+}
+
 Status begin_page(io::OutputFile& file) {
   uint32_t file_size = 0;
   TRY(file.seek_end(file_size));
-  TRY(file.seek(0));
+  if (file_size > INT32_MAX - kAreaSize) return kSeekError;  // where the end may move to
   Directory directory;
-  TRY(file.read(directory.bytes().first(std::min(file_size, kAreaSize))));
-  uint32_t count = file_size == 0 ? 0 : 1;
-  uint32_t first = 0;
+  TRY(file.read_at(0, directory.bytes().first(std::min(file_size, kAreaSize))));
+  uint32_t start = 0;
   if (directory.is_present()) {
-    count = directory.count();
-    first = count == 0 ? 8 : kAreaSize;
-    for (uint32_t i = 0; i < count; ++i) first = std::min(first, directory.offset(i));
+    TRY(begin_dcx_page(file, directory, file_size, start));
   } else {
-    directory.set_up();
+    if (directory.bytes()[0] != kPcxManufacturer) return kBadData;
+    TRY(put_behind_directory(file, file_size));
+    start = file_size + kAreaSize;
   }
-  if (count >= kMaxPages) return kWriteError;
-
-  uint32_t area_used = Directory::size(count + 1);
-  if (area_used > first) {
-    const uint32_t distance = kAreaSize - first;
-    if (file_size > first) TRY(move_up(file, first, file_size, distance));
-    for (uint32_t i = 0; i < count; ++i) {
-      directory.set_offset(i, directory.offset(i) + distance);
-    }
-    std::ranges::fill(directory.bytes().subspan(4 + 4 * count), uint8_t{0});
-    file_size = std::max(file_size, first) + distance;
-    area_used = kAreaSize;
-  }
-  directory.set_offset(count, file_size);
-  directory.set_offset(count + 1, 0);
-  TRY(file.seek(0));
-  TRY(file.write(directory.bytes().first(area_used)));
-  return file.seek(file_size);
+  return file.seek(start);
 }
 
 }  // namespace tavo::dcx

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "base/status.h"
 #include "io/input_file.h"
@@ -21,10 +22,14 @@ struct Page {
 // what is at the offsets is not looked at.
 Status locate(io::InputFile& file, int32_t number, Page& page);
 
+// Whether a file begins as one that has a directory.
+bool is_container(std::span<const uint8_t> head);
+
 // Makes room for one more picture behind the others: turns a PCX file into a DCX file, moves the
 // pictures when the directory gets too long, enters the new page and leaves `file` at its end.
-// The directory is whole before the picture is written, so a save that fails later costs no other
-// page. kWriteError when 1023 pages are there already.
+// The page before ends where the new one is said to begin, so the entry comes first: a save that
+// fails later leaves a damaged last page, and costs no other. kBadData for neither PCX nor DCX,
+// kWriteError when 1023 pages are there already.
 Status begin_page(io::OutputFile& file);
 
 }  // namespace tavo::dcx

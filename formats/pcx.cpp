@@ -316,12 +316,8 @@ Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& requ
   process::RowFetch rows(*bitmap, depth, T_ORDER_RGB, palette);
   TRY(rows.start());
   io::OutputFile file;
-  if (request.append) {
-    TRY(file.open_existing(name));
-    TRY(dcx::begin_page(file));
-  } else {
-    TRY(file.create(name));
-  }
+  TRY(file.open(name, request.target));
+  if (request.target == io::Target::kExtend) TRY(dcx::begin_page(file));
   const auto line = static_cast<uint32_t>(line_bytes);
   TRY(write_header(file, *bitmap, depth, line, palette));
   TRY(write_rows(file, *bitmap, depth == 24, line, rows));

@@ -4,12 +4,14 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "base/status.h"
 #include "io/format.h"
 
 namespace tavo::tiff {
 
+bool is_container(std::span<const uint8_t> head);
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);

@@ -374,29 +374,16 @@ struct Chain {
   int32_t pages = 0;
 };
 
-// Looks whether `name` is a TIFF file that pages can be added to. One that begins as such a file,
-// but cannot be read, is an error, as a new file in its place would cost its pages.
-Status find_chain(const char* name, Chain& chain, bool& is_tiff) {
-  is_tiff = false;
+// Finds it in the file that is open for writing, so that nobody adds a page in between.
+Status find_chain(const io::OutputFile& existing, Chain& chain) {
   io::InputFile file;
-  if (!file.open(name).ok()) {
-    io::OutputFile existing;
-    return existing.open_existing(name).ok() ? kOpenError : kOk;
-  }
-  std::array<uint8_t, 4> head = {};
-  size_t got = 0;
-  uint32_t file_bytes = 0;
-  TRY(file.size(file_bytes));
-  TRY(file.read_up_to(head, got));
-  if (got < std::min<size_t>(file_bytes, head.size())) return kReadError;
-  const bool is_little = head[0] == 'I' && head[1] == 'I' && head[2] != 0;
-  is_tiff = is_little || (head[0] == 'M' && head[1] == 'M' && head[2] == 0);
-  if (!is_tiff) return kOk;
+  file.borrow(existing.handle());
   Directory directory;
   TRY(directory.open(file, 1));
   chain.order = directory.order();
   if (chain.order.is_64_bit) return kSubtype;
   const Status status = directory.find_end(chain.link, chain.pages);
+  TRY(file.failure());
   return chain.pages >= kMaxPages ? kWriteError : status;
 }
 
@@ -404,11 +391,16 @@ Status link_page(io::OutputFile& file, const Chain& chain, uint32_t directory) {
   std::array<uint8_t, 4> bytes;
   chain.order.is_big_endian ? store_be32(bytes.data(), directory)
                             : store_le32(bytes.data(), directory);
-  TRY(file.seek(chain.link));
-  return file.write(bytes);
+  return file.write_at(chain.link, bytes);
 }
 
 }  // namespace
+
+bool is_container(std::span<const uint8_t> head) {
+  if (head.size() < 4) return false;
+  return (head[0] == 'I' && head[1] == 'I' && head[2] != 0) ||
+         (head[0] == 'M' && head[1] == 'M' && head[2] == 0);
+}
 
 Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
   const int32_t depth = request.depth;
@@ -418,15 +410,13 @@ Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& requ
   if (!is_depth || (is_fax(*variant) && depth != 1)) return kBadDepth;
 
   Chain chain;
-  bool appends = (request.flags & T_SAVE_APPEND) != 0 || settings.page_number >= 2;
-  if (appends) TRY(find_chain(name, chain, appends));
   io::OutputFile file;
   uint32_t position = kHeaderBytes;
-  if (appends) {
-    TRY(file.open_existing(name));
+  TRY(file.open(name, request.target));
+  if (request.target == io::Target::kExtend) {
+    TRY(find_chain(file, chain));
     TRY(file.seek_end(position));
   } else {
-    TRY(file.create(name));
     constexpr std::array<uint8_t, kHeaderBytes> kHeader = {'I', 'I', 42, 0, 0, 0, 0, 0};
     TRY(file.write(kHeader));
   }

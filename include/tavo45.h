@@ -329,8 +329,13 @@ T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* s
 /* ---- Files -------------------------------------------------------------------------------- */
 
 /* The five operations through which every reader and writer reaches files.
- * Open   access: bit 0 write, bit 1 read-write, bits 8 and 9 create; mode: bit 7 exclusive,
- *        bit 8 deny writes to others. A handle of 0 or more, -1 on failure.
+ * Open   access: bit 0 write, bit 1 read-write, bits 8 and 9 create; bit 10, with these: only
+ *        where there is no file or an empty one. mode: bit 7 exclusive, bit 8 deny writes to
+ *        others. A handle of 0 or more, -1 on failure. The default keeps a file that is open
+ *        exclusively from everybody, other programs among them (where the system has no share
+ *        modes: from those that use this library), and one that is open in any other way from who
+ *        wants it exclusively. An Open that does not know bit 10 creates as ever; then, of two
+ *        programs that save to a new file at the same time, one loses its picture.
  * Read   bytes moved, 0 at the end, 0xFFFFFFFF on error. Short counts are legal.
  * Write  bytes moved, 0xFFFFFFFF on error. Fewer bytes than asked are a failed write (T_ERR_WRITE);
  *        it is not tried again.
@@ -436,9 +441,14 @@ T_API int32_t T_CALL T_SetPageNumber(int32_t page);
  * direct        not 0: write the bitmap as it stands, without a copy; it must be accessed. Rows
  *               are brought to the depth by row conversion, without dithering
  * extra         passed to the writer
- * T_OK, T_ERR_SIZE (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE, T_ERR_WRITE,
- * T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_NOTICE. A failed save leaves what it has
- * written. */
+ * T_OK, T_ERR_SIZE (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE (also while
+ * another program has the file open), T_ERR_WRITE, T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME,
+ * T_ERR_NOTICE. A failed save leaves what it has written.
+ * A save that appends (T_SAVE_APPEND, or a page number of 2 or more; PCX and TIFF) creates the file
+ * when there is none or an empty one, and writes it anew when it is of another format. When
+ * T_FileInfo cannot tell what it is, the file stays as it was, and that status is the result:
+ * T_ERR_OPEN (it is there, but cannot be opened, or another program is writing it), T_ERR_READ,
+ * T_ERR_SEEK, T_ERR_BAD_DATA (of no known format). */
 T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                                 int32_t bitsPerPixel, int32_t quality, uint32_t flags,
                                 uint32_t direct, uint32_t extra);
@@ -891,8 +901,11 @@ T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int
  * (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits get 16 grey levels. More than
  * 65536 rows, or lines longer than 65535 bytes: T_ERR_SIZE. With T_SAVE_APPEND or a page
  * number of 2 or more, a file that is PCX or DCX already gets the picture as a further page: a PCX
- * file is made a DCX file in place, its pictures moved behind the directory. When such a save fails
- * after the move, the earlier pages are still there. T_ERR_WRITE: 1023 pages are there already.
+ * file is made a DCX file in place, its picture moved behind the directory. Whatever operation
+ * fails, the earlier pages stay; what cannot be finished may be there as a damaged last page. Two
+ * things need operations that work after the one that failed: taking back a write to a PCX file
+ * that was cut short on the way, and bringing pages back that were moved because the directory of
+ * another program's DCX file had no room. T_ERR_WRITE: 1023 pages are there already.
  * T_LoadPCXBitmap refuses a picture that memory cannot hold with T_ERR_NO_MEMORY.
  * Facts: ZSoft Corporation, "Technical Reference Manual: PCX", revision 5. */
 T_API int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
@@ -1104,8 +1117,7 @@ T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
  * Appending   With T_SAVE_APPEND, or a page number of 2 or more, a page is added to an existing
  *             TIFF file, in its byte order; whatever happens on the way, the pages before stay.
  *             T_ERR_WRITE: it has 1023 already; T_ERR_SUBTYPE: its offsets have 64 bits;
- *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page;
- *             T_ERR_OPEN: it is there, but cannot be read.
+ *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page.
  * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
  * writes, or that strips share beyond all measure: T_ERR_BAD_DATA. Tags whose values were cut off
  * are T_ERR_READ, but for a resolution. What is lost of JPEG data is grey, and the status comes

@@ -106,6 +106,20 @@ SubFileScope::~SubFileScope() {
   settings.sub_file = outer_state_;
 }
 
+bool is_absent(const char* name) {
+  if (settings.files.Open == platform::open_file) return platform::is_absent(name);
+  // An operation of the caller's says no more than -1, so every way is tried that creates nothing:
+  // a file that cannot be read is not taken for one that is not there.
+  constexpr int32_t kBinary = 0x8000;
+  for (const int32_t access : {kBinary, kBinary | 2, kBinary | 1}) {
+    const int32_t handle = settings.files.Open(name, access, 0);
+    if (handle < 0) continue;
+    settings.files.Close(handle);
+    return false;
+  }
+  return true;
+}
+
 uint32_t write_once(int32_t handle, const void* bytes, uint32_t size) {
   if (size == 0) return 0;
   const uint32_t written = settings.files.Write(handle, bytes, size);

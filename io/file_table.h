@@ -12,6 +12,9 @@ namespace tavo::io {
 void redirect(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek seek,
               T_FileClose close);
 
+// Whether there is no file `name`, as far as can be told.
+bool is_absent(const char* name);
+
 // One call of the Write operation in force, as fewer bytes than asked are a failed write; the bytes
 // written, 0 for an operation that claims more than it was given.
 uint32_t write_once(int32_t handle, const void* bytes, uint32_t size);

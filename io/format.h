@@ -7,6 +7,7 @@
 #include "base/depths.h"
 #include "base/status.h"
 #include "io/input_file.h"
+#include "io/output_file.h"
 #include "tavo45.h"
 
 namespace tavo::io {
@@ -20,7 +21,7 @@ struct SaveRequest {
   uint32_t flags = 0;
   bool direct = false;
   uint32_t extra = 0;
-  bool append = false;  // add a page to the file, which is there and holds the writer's format
+  Target target = Target::kReplace;  // kExtend: add a page to the file
 };
 
 // Identifies the file that the operations in force open, as T_FileInfo does.
@@ -51,6 +52,10 @@ using PictureReader = Status (*)(const char* name, BitmapHandle* bitmap);
 
 // A writer: creates the file and writes the bitmap, which is accessed, in request.depth bits.
 using Writer = Status (*)(const char* name, BitmapHandle* bitmap, const SaveRequest& request);
+
+// Whether a file that begins so is one to which the format's writer adds pages, however damaged
+// they are.
+using HoldsPages = bool (*)(std::span<const uint8_t> head);
 
 // The depths that a direct call of a reader may ask for.
 using tavo::is_request_depth;

@@ -20,9 +20,17 @@ Status InputFile::open(const char* name) {
   return handle_ < 0 ? kOpenError : kOk;
 }
 
+void InputFile::borrow(int32_t handle) {
+  close();
+  failure_ = kOk;
+  handle_ = handle;
+  is_borrowed_ = true;
+}
+
 void InputFile::close() {
-  if (handle_ >= 0) settings.files.Close(handle_);
+  if (handle_ >= 0 && !is_borrowed_) settings.files.Close(handle_);
   handle_ = -1;
+  is_borrowed_ = false;
 }
 
 Status InputFile::fail(Status status) {

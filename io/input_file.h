@@ -21,6 +21,8 @@ class InputFile {
 
   // kNoName for a null name, kOpenError when the Open operation refuses.
   Status open(const char* name);
+  // Reads what somebody else has open, and closes.
+  void borrow(int32_t handle);
   void close();
 
   // What the first operation that failed gave, kReadError or kSeekError; else kOk.
@@ -50,6 +52,7 @@ class InputFile {
   Status seek_to(int32_t offset, int32_t origin, int32_t& position);
 
   int32_t handle_ = -1;
+  bool is_borrowed_ = false;
   Status failure_ = kOk;
 };
 

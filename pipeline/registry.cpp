@@ -5,6 +5,7 @@
 #include "compress/jpeg_file.h"
 #include "formats/bmp.h"
 #include "formats/cals.h"
+#include "formats/dcx.h"
 #include "formats/gif.h"
 #include "formats/pcx.h"
 #include "formats/ras.h"
@@ -44,7 +45,7 @@ constexpr FormatRow kFormats[] = {
      .read = pcx::read,
      .write = pcx::write,
      .write_depths = kDepths1_4_8_24,
-     .appends = true},
+     .holds_pages = dcx::is_container},
     {.id = T_FORMAT_BMP,
      .name = "BMP",
      .description = "Windows bitmap",
@@ -119,37 +120,43 @@ constexpr FormatRow kFormats[] = {
      .extensions = "tif tiff",
      .read = tiff::read,
      .write = tiff::write,
-     .write_depths = kDepths1_4_8_24},
+     .write_depths = kDepths1_4_8_24,
+     .holds_pages = tiff::is_container},
     {.id = T_FORMAT_TIFF_PACKBITS,
      .name = "TIFF (PackBits)",
      .description = "TIFF, run-length coded",
      .extensions = "tif tiff",
      .write = tiff::write,
-     .write_depths = kDepths1_4_8_24},
+     .write_depths = kDepths1_4_8_24,
+     .holds_pages = tiff::is_container},
     {.id = T_FORMAT_TIFF_GROUP3,
      .name = "TIFF (Group 3)",
      .description = "TIFF, CCITT Group 3 one-dimensional",
      .extensions = "tif tiff",
      .write = tiff::write,
-     .write_depths = depth_bit(1)},
+     .write_depths = depth_bit(1),
+     .holds_pages = tiff::is_container},
     {.id = T_FORMAT_TIFF_GROUP3_2D,
      .name = "TIFF (Group 3 2-D)",
      .description = "TIFF, CCITT Group 3 two-dimensional",
      .extensions = "tif tiff",
      .write = tiff::write,
-     .write_depths = depth_bit(1)},
+     .write_depths = depth_bit(1),
+     .holds_pages = tiff::is_container},
     {.id = T_FORMAT_TIFF_GROUP4,
      .name = "TIFF (Group 4)",
      .description = "TIFF, CCITT Group 4",
      .extensions = "tif tiff",
      .write = tiff::write,
-     .write_depths = depth_bit(1)},
+     .write_depths = depth_bit(1),
+     .holds_pages = tiff::is_container},
     {.id = T_FORMAT_TIFF_LZW,
      .name = "TIFF (LZW)",
      .description = "TIFF, LZW",
      .extensions = "tif tiff",
      .write = tiff::write,
-     .write_depths = kDepths1_4_8_24},
+     .write_depths = kDepths1_4_8_24,
+     .holds_pages = tiff::is_container},
 };
 
 // A file that two probes would accept is reported as the earlier one; the order is part of what

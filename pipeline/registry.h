@@ -32,8 +32,8 @@ struct FormatRow {
   bool reports_per_meter = false;  // the reader's resolutions are not dots per inch
   GrayRule gray = GrayRule::kNever;
   bool always_24_bits = false;
-  bool appends = false;  // saves can add a page to a file of this identifier
-  int32_t mode = 1;      // io::SaveRequest.mode
+  io::HoldsPages holds_pages = nullptr;  // not null: saves can add a page to a file
+  int32_t mode = 1;                      // io::SaveRequest.mode
 };
 
 std::span<const FormatRow> formats();

@@ -1,11 +1,16 @@
 #include "pipeline/save.h"
 
+#include <algorithm>
+#include <array>
+
 #include "base/settings.h"
 #include "color/reduce.h"
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "core/progress.h"
 #include "core/rows.h"
+#include "io/file_table.h"
+#include "io/input_file.h"
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
@@ -66,11 +71,34 @@ Status write_view(const FormatRow* format, const char* name, BitmapHandle& bitma
   return status;
 }
 
-bool appends(const FormatRow* format, const char* name, uint32_t flags) {
-  if (format == nullptr || !format->appends) return false;
-  if ((flags & T_SAVE_APPEND) == 0 && settings.page_number < 2) return false;
+bool appends(const FormatRow* format, uint32_t flags) {
+  if (format == nullptr || format->holds_pages == nullptr) return false;
+  return (flags & T_SAVE_APPEND) != 0 || settings.page_number >= 2;
+}
+
+// What a save that appends does with the file `name`. It is written anew only when there is none,
+// when it is empty, or when it was read without a failure and is of another format; whatever else
+// keeps it from being identified is the result, as a new file in its place would cost its pages.
+Status find_target(const FormatRow& format, const char* name, io::Target& target) {
+  io::InputFile file;
+  const Status opened = file.open(name);
+  target = io::Target::kNew;
+  if (opened == kOpenError && io::is_absent(name)) return kOk;
+  TRY(opened);
+  std::array<uint8_t, 4> head;
+  size_t got = 0;
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  if (file_bytes == 0) return kOk;
+  TRY(file.read_up_to(head, got));
+  if (got < std::min<size_t>(file_bytes, head.size())) return kReadError;
+  file.close();
+  target = io::Target::kExtend;
+  if (format.holds_pages({head.data(), got})) return kOk;
   FILEINFO info;
-  return identify(name, info).ok() && info.Format == format->id;
+  TRY(identify(name, info));
+  if (info.Format != format.id) target = io::Target::kReplace;
+  return kOk;
 }
 
 int32_t dots_per_inch(int32_t resolution, bool per_meter) {
@@ -92,7 +120,7 @@ Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) 
   request.flags = options.flags & 0xFFu;
   request.direct = options.direct;
   request.extra = options.extra;
-  request.append = appends(format, name, request.flags);
+  if (appends(format, request.flags)) TRY(find_target(*format, name, request.target));
   if (options.direct) return call_writer(format, name, bitmap, request);
 
   const Preparation preparation = choose_preparation(format, bitmap, request.depth, request.flags);

@@ -36,11 +36,16 @@ uint64_t bytes_taken();
 
 // ---- Files: the default slots of the file table ----
 
+// Access, beyond what every Open knows: with the create bits, a file that has content is refused.
+inline constexpr int32_t kAccessOnlyEmpty = 0x400;
+
 int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode);
 uint32_t T_CALL read_file(int32_t file, void* buffer, uint32_t count);
 uint32_t T_CALL write_file(int32_t file, const void* buffer, uint32_t count);
 int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin);
 int32_t T_CALL close_file(int32_t file);
+// Whether the system says that there is no file of this name; false when it cannot tell.
+bool is_absent(const char* name);
 
 // ---- Temporary files behind disk bitmaps ----
 

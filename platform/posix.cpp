@@ -1,5 +1,6 @@
 // The platform layer for native builds.
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -40,6 +41,7 @@ void ask_for_huge_pages(void* block, size_t bytes) {
 constexpr int32_t kAccessWrite = 1;
 constexpr int32_t kAccessReadWrite = 2;
 constexpr int32_t kAccessCreate = 0x300;
+constexpr int32_t kModeExclusive = 0x80;
 
 int open_flags(int32_t access) {
   int flags = O_RDONLY;
@@ -49,10 +51,42 @@ int open_flags(int32_t access) {
     flags = O_WRONLY;
   }
   if ((access & kAccessCreate) != 0) {
-    // Windows creates by truncating and opens for both; so do we.
-    flags = O_RDWR | O_CREAT | O_TRUNC;
+    // Windows opens for both; what is there is cut once nobody else has it.
+    flags = O_RDWR | O_CREAT;
   }
   return flags | O_CLOEXEC;
+}
+
+// Windows' share modes as advisory locks: a file that is open exclusively is open once, all other
+// modes share it. False when another keeps it; file systems without locks keep nothing.
+bool lock(int file, int32_t mode) {
+  const int kind = (mode & kModeExclusive) != 0 ? LOCK_EX : LOCK_SH;
+  int result;
+  do {
+    result = ::flock(file, kind | LOCK_NB);
+  } while (result < 0 && errno == EINTR);
+  return result == 0 || errno != EWOULDBLOCK;
+}
+
+// Whether the name still leads to what was opened: a finished file may have been renamed over it
+// before it was locked, and what is written to the old one would be lost.
+bool is_in_place(const char* name, const struct stat& opened) {
+  struct stat now;
+  return ::stat(name, &now) == 0 && now.st_dev == opened.st_dev && now.st_ino == opened.st_ino;
+}
+
+// Whether the open file can be had in the way asked, and what is to be cut is cut.
+bool take_file(int file, const char* name, int32_t access, int32_t mode) {
+  struct stat about;
+  if (::fstat(file, &about) != 0) return false;
+  if (S_ISDIR(about.st_mode)) return false;  // opens for reading but is no file
+  if (!S_ISREG(about.st_mode)) return true;  // a device or pipe is everybody's
+  if (!lock(file, mode)) return false;
+  if ((mode & kModeExclusive) != 0 && !is_in_place(name, about)) return false;
+  if ((access & kAccessCreate) == 0) return true;
+  // Only now: its last owner may have written until it was locked.
+  if ((access & kAccessOnlyEmpty) != 0) return ::fstat(file, &about) == 0 && about.st_size == 0;
+  return ::ftruncate(file, 0) == 0;
 }
 
 // A native palette object.
@@ -122,17 +156,17 @@ bool allocation_was_refused() { return gate.refused(); }
 int64_t blocks_in_use() { return gate.in_use(); }
 uint64_t bytes_taken() { return gate.bytes_taken(); }
 
-int32_t T_CALL open_file(const char* name, int32_t access, int32_t /*mode*/) {
+int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
   if (name == nullptr) return -1;
   const int file = ::open(name, open_flags(access), 0666);
-  if (file < 0) return -1;
-  // A folder opens for reading but is no file.
+  if (file < 0 || take_file(file, name, access, mode)) return file;
+  ::close(file);
+  return -1;
+}
+
+bool is_absent(const char* name) {
   struct stat about;
-  if (::fstat(file, &about) != 0 || S_ISDIR(about.st_mode)) {
-    ::close(file);
-    return -1;
-  }
-  return file;
+  return ::stat(name, &about) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 uint32_t T_CALL read_file(int32_t file, void* buffer, uint32_t count) {

@@ -25,8 +25,13 @@ HGLOBAL as_global(uintptr_t block) { return reinterpret_cast<HGLOBAL>(block); }
 HFILE as_file(int32_t file) { return static_cast<HFILE>(file); }
 HANDLE as_handle(intptr_t file) { return reinterpret_cast<HANDLE>(file); }
 
-// OpenFile takes names of up to 128 characters; longer ones open with the same modes here.
-int32_t open_long_name(const char* name, int32_t access, int32_t mode) {
+bool is_empty(HANDLE file) {
+  LARGE_INTEGER size;
+  return GetFileSizeEx(file, &size) && size.QuadPart == 0;
+}
+
+// What OpenFile does not do: names of more than 128 characters, and creating without cutting.
+int32_t create_file(const char* name, int32_t access, int32_t mode) {
   DWORD wanted = GENERIC_READ;
   if ((access & kAccessReadWrite) != 0 || (access & kAccessCreate) != 0) {
     wanted = GENERIC_READ | GENERIC_WRITE;
@@ -39,11 +44,17 @@ int32_t open_long_name(const char* name, int32_t access, int32_t mode) {
   } else if ((mode & kModeDenyWrite) != 0) {
     share = FILE_SHARE_READ;
   }
-  const DWORD disposition = (access & kAccessCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING;
+  const bool keeps_content = (access & kAccessOnlyEmpty) != 0;
+  const DWORD creation = keeps_content ? OPEN_ALWAYS : CREATE_ALWAYS;
+  const DWORD disposition = (access & kAccessCreate) != 0 ? creation : OPEN_EXISTING;
   const HANDLE file =
       CreateFileA(name, wanted, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return -1;
-  return static_cast<int32_t>(reinterpret_cast<intptr_t>(file));
+  if (!keeps_content || is_empty(file)) {
+    return static_cast<int32_t>(reinterpret_cast<intptr_t>(file));
+  }
+  CloseHandle(file);
+  return -1;
 }
 
 }  // namespace
@@ -97,7 +108,8 @@ uint64_t bytes_taken() { return gate.bytes_taken(); }
 
 int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
   if (name == nullptr) return -1;
-  if (std::strlen(name) >= OFS_MAXPATHNAME) return open_long_name(name, access, mode);
+  const bool is_long = std::strlen(name) >= OFS_MAXPATHNAME;
+  if (is_long || (access & kAccessOnlyEmpty) != 0) return create_file(name, access, mode);
   UINT flags = OF_READ;
   if ((access & kAccessWrite) != 0) flags |= OF_WRITE;
   if ((access & kAccessReadWrite) != 0) flags |= OF_READWRITE;
@@ -113,7 +125,7 @@ int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
   const HFILE file = OpenFile(name, &about, flags);
   if (file == HFILE_ERROR && GetLastError() != ERROR_FILE_NOT_FOUND) {
     // The full path of a short name may still be too long for the record.
-    return open_long_name(name, access, mode);
+    return create_file(name, access, mode);
   }
   return file;
 }
@@ -133,6 +145,12 @@ int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin) {
 }
 
 int32_t T_CALL close_file(int32_t file) { return _lclose(as_file(file)); }
+
+bool is_absent(const char* name) {
+  if (GetFileAttributesA(name) != INVALID_FILE_ATTRIBUTES) return false;
+  const DWORD error = GetLastError();
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
 
 bool make_temporary_name(char (&path)[kMaxPath]) {
   char directory[256] = "";

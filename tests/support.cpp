@@ -40,10 +40,12 @@ bool fails(int32_t status) {
   return number == disk->fail_at || (disk->stays_broken && disk->fault_hit());
 }
 
-int32_t T_CALL disk_open(const char* name, int32_t access, int32_t) {
+int32_t T_CALL disk_open(const char* name, int32_t access, int32_t mode) {
   const bool creates = (access & 0x300) != 0;
   if (fails(creates ? T_ERR_CREATE : T_ERR_OPEN)) return -1;
+  if ((mode & 0x80) != 0 && disk->before_writing) disk->before_writing();
   if (!creates && disk->files.count(name) == 0) return -1;
+  if ((access & platform::kAccessOnlyEmpty) != 0 && !disk->files[name].empty()) return -1;
   if (creates) {
     disk->files[name].clear();
     disk->created_with = access;
@@ -68,8 +70,8 @@ uint32_t T_CALL disk_read(int32_t handle, void* buffer, uint32_t count) {
 
 uint32_t T_CALL disk_write(int32_t handle, const void* buffer, uint32_t count) {
   const bool is_torn = fails(T_ERR_WRITE);
-  if (is_torn && !disk->tears_writes) return UINT32_MAX;
-  if (is_torn) count /= 2;
+  if (is_torn && disk->torn_eighths == 0) return UINT32_MAX;
+  if (is_torn) count = disk->torn_eighths == 8 ? count - 1 : count / 8 * disk->torn_eighths;
   OpenFile& file = open_files.at(handle);
   Bytes& bytes = disk->files[file.name];
   if (bytes.size() < file.position + size_t{count}) bytes.resize(file.position + size_t{count});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <ostream>
@@ -32,8 +33,9 @@ class Disk {
   std::map<std::string, Bytes> files;
   int64_t fail_at = -1;       // the operation that fails; -1: none
   bool stays_broken = false;  // and so do all after it
-  bool tears_writes = false;  // a write that fails puts half of its bytes
+  uint32_t torn_eighths = 0;  // of its bytes, that a failing write puts; 8: all but the last
   uint32_t longest_read = UINT32_MAX;
+  std::function<void()> before_writing;  // when a file is about to be opened exclusively
   int64_t operations = 0;
   uint64_t bytes_read = 0;
   int open_count = 0;        // files that are open now

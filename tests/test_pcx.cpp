@@ -491,36 +491,6 @@ TEST(Dcx, BadDirectoriesGiveAStatus) {
   EXPECT_EQ(first_byte("a", 3), 66);
 }
 
-// Fails every file operation of an append in turn: once the directory is there, no page is lost.
-TEST(Dcx, AFailedAppendKeepsTheOtherPages) {
-  Disk disk;
-  ASSERT_EQ(append("a", 8, 11), T_OK);
-  ASSERT_EQ(append("a", 8, 22), T_OK);
-  const Bytes before = disk.files["a"];
-  for (int64_t n = 0;; ++n) {
-    disk.files["a"] = before;
-    disk.operations = 0;
-    disk.longest_read = 5000;
-    disk.fail_at = n;
-    // A failing identification makes a new file of it, as for a file that is something else.
-    const int32_t status = append("a", 8, 33, 9000);
-    const bool hit = disk.fault_hit();
-    disk.fail_at = -1;
-    EXPECT_TRUE(is_documented(status)) << n;
-    EXPECT_EQ(disk.open_count, 0);
-    const bool is_new = disk.files["a"].size() < before.size() || disk.files["a"][0] == 10;
-    if (!is_new) {
-      EXPECT_EQ(first_byte("a", 1), 11) << n;
-      EXPECT_EQ(first_byte("a", 2), 22) << n;
-    }
-    if (!hit) {
-      EXPECT_EQ(status, T_OK);
-      EXPECT_EQ(first_byte("a", 3), 33);
-      break;
-    }
-  }
-}
-
 }  // namespace
 
 FormatCase pcx_case() {

@@ -314,50 +314,6 @@ TEST_F(TiffPages, AreAddedInPlaceAndReadByNumber) {
   }
 }
 
-// Fails the n-th file operation of an append for n = 0, 1, 2, ..., alone or with all after it, or
-// after half of a write: the pages before stay.
-TEST_F(TiffPages, SurviveAnAppendThatFails) {
-  for (const int32_t format : {T_FORMAT_TIFF, T_FORMAT_TIFF_LZW, T_FORMAT_TIFF_PACKBITS}) {
-    ASSERT_EQ(append("a.tif", format), T_OK);
-  }
-  const Bytes before = disk_.files["a.tif"];
-  const Bytes want = rgb(picture_.get());
-  ASSERT_EQ(T_SaveBitmap("b.tif", picture_.get(), T_FORMAT_TIFF_GROUP4, 1, 0), T_OK);
-  Bitmap alone;
-  ASSERT_EQ(T_LoadBitmap("b.tif", alone.get(), 0, -1), T_OK);
-  const Bytes fax = pixels(alone.get());
-  int rounds = 0;
-  for (const bool stays : {false, true}) {
-    for (const bool tears : {false, true}) {
-      disk_.stays_broken = stays;
-      disk_.tears_writes = tears;
-      for (int64_t n = 0;; ++n) {
-        disk_.files["a.tif"] = before;
-        disk_.operations = 0;
-        disk_.fail_at = n;
-        const int32_t status = append("a.tif");
-        const bool was_hit = disk_.fault_hit();
-        disk_.fail_at = -1;
-        EXPECT_EQ(disk_.open_count, 0);
-        EXPECT_TRUE(status == T_OK || was_hit);
-        // What is read, or half written, may be so once more, with success.
-        for (int32_t page = 1; page <= (status == T_OK ? 4 : 3); ++page) {
-          T_SetPageNumber(page);
-          Bitmap bitmap;
-          ASSERT_EQ(T_LoadBitmap("a.tif", bitmap.get(), 0, -1), T_OK)
-              << "operation " << n << ", page " << page;
-          const Bytes got = page < 4 ? rgb(bitmap.get()) : pixels(bitmap.get());
-          EXPECT_TRUE(got == (page < 4 ? want : fax)) << "operation " << n << ", page " << page;
-        }
-        T_SetPageNumber(1);
-        ++rounds;
-        if (!was_hit) break;
-      }
-    }
-  }
-  EXPECT_GT(rounds, 40);
-}
-
 TEST_F(TiffPages, AreNotAddedToAFileThatIsCut) {
   ASSERT_EQ(append("a.tif"), T_OK);
   const Bytes whole = disk_.files["a.tif"];
