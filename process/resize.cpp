@@ -40,18 +40,25 @@ template <int32_t kBits>
 requires(kBits < 8) struct Pixel<kBits> {
   static constexpr uint32_t kPerByte = 8 / kBits;
   static constexpr uint32_t kMask = (1u << kBits) - 1;
-  uint32_t value;
+  uint32_t everywhere;  // the value in all places of a byte
 
   static uint32_t shift(int64_t place) {
     return 8 - kBits - static_cast<uint32_t>(place) % kPerByte * kBits;
   }
   void read(const uint8_t* row, int64_t position) {
-    value = row[position / kPerByte] >> shift(position) & kMask;
+    everywhere = (row[static_cast<uint64_t>(position) / kPerByte] >> shift(position) & kMask) *
+                 (0xFF / kMask);
   }
   void write(uint8_t* row, int64_t position, int64_t counter) const {
-    const uint32_t at = shift(kBits == 2 ? position : counter);
-    uint8_t& byte = row[position / kPerByte];
-    byte = static_cast<uint8_t>((byte & ~(kMask << at)) | value << at);
+    uint8_t& byte = row[static_cast<uint64_t>(position) / kPerByte];
+    if constexpr (kBits == 4) {  // nibbles take turns, which branches foresee
+      const bool is_low = (counter & 1) != 0;
+      byte = static_cast<uint8_t>(is_low ? (byte & 0xF0u) | (everywhere & 0x0Fu)
+                                         : (byte & 0x0Fu) | (everywhere & 0xF0u));
+      return;
+    }
+    const uint32_t mask = kMask << shift(kBits == 2 ? position : counter);
+    byte = static_cast<uint8_t>((byte & ~mask) | (everywhere & mask));
   }
 };
 
@@ -70,16 +77,14 @@ void shrink_plain(uint8_t* row, int32_t old_width, int32_t new_width, const Resi
 
 template <int32_t kBits>
 void enlarge_plain(uint8_t* row, int32_t old_width, int32_t new_width, const ResizeRule& rule) {
+  // The counter is that far behind the position, and the work ends where it would fall below 0.
+  const auto behind = int64_t{rule.count(static_cast<uint32_t>(old_width - 1))} - 1;
   int64_t position = int64_t{new_width} - 1;
-  int64_t counter = int64_t{new_width} - rule.count(static_cast<uint32_t>(old_width - 1));
   Pixel<kBits> pixel;
-  for (int32_t i = old_width - 1; i >= 0 && counter >= 0; --i) {
+  for (int32_t i = old_width - 1; i >= 0 && position >= behind; --i) {
     pixel.read(row, i);
-    for (uint32_t n = rule.count(static_cast<uint32_t>(i)); n > 0 && counter >= 0; --n) {
-      pixel.write(row, position, counter);
-      --position;
-      --counter;
-    }
+    const int64_t end = std::max(position - rule.count(static_cast<uint32_t>(i)), behind - 1);
+    for (; position > end; --position) pixel.write(row, position, position - behind);
   }
 }
 
