@@ -167,7 +167,9 @@ void register_all() {
 int main(int argc, char** argv) {
   register_all();
   benchmark::Initialize(&argc, argv);
-  if (std::getenv("TAVO_NO_AVX2") != nullptr) tavo::platform::limit_processor({});
+  if (std::getenv("TAVO_NO_AVX2") != nullptr) {
+    tavo::platform::limit_processor(tavo::platform::Processor::kSse2);
+  }
   benchmark::RunSpecifiedBenchmarks();
 }
 #else

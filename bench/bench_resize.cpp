@@ -53,30 +53,29 @@ void count(benchmark::State& state, const Size& size) {
   state.SetItemsProcessed(state.iterations() * int64_t{size.width} * size.height);
 }
 
-// What a processor can do, for us and for libyuv alike.
-enum Processor : int { kAll, kSsse3, kSse2 };
+using tavo::platform::Processor;
 
 // As `sizes`, half the size on lesser processors too.
 void sizes_and_processors(benchmark::internal::Benchmark* bench) {
   for (const int bits : {8, 24, 32}) {
-    for (const int halves : {1, 3, 4}) bench->Args({bits, halves, kAll});
-    for (const int processor : {kSsse3, kSse2}) {
-      for (const int halves : {1, 3}) bench->Args({bits, halves, processor});
+    for (const Processor processor : {Processor::kAvx512, Processor::kSsse3, Processor::kSse2}) {
+      for (const int halves : {1, 3, 4}) {
+        if (halves == 4 && processor != Processor::kAvx512) continue;
+        bench->Args({bits, halves, static_cast<int>(processor)});
+      }
     }
   }
 }
 
+// What a processor can do, for us and for libyuv alike.
 void limit_processor(const benchmark::State& state) {
-  const int64_t processor = state.range(2);
-  tavo::platform::limit_processor(processor == kAll
-                                      ? tavo::platform::Processor{true, true, true, true, true}
-                                  : processor == kSsse3 ? tavo::platform::Processor{.ssse3 = true}
-                                                        : tavo::platform::Processor{});
+  const auto processor = static_cast<Processor>(state.range(2));
+  tavo::platform::limit_processor(processor);
 #ifdef PEER_YUV
   const int sse2 = libyuv::kCpuHasX86 | libyuv::kCpuHasSSE2;
-  libyuv::MaskCpuFlags(processor == kAll     ? -1
-                       : processor == kSsse3 ? sse2 | libyuv::kCpuHasSSSE3
-                                             : sse2);
+  libyuv::MaskCpuFlags(processor == Processor::kAvx512  ? -1
+                       : processor == Processor::kSsse3 ? sse2 | libyuv::kCpuHasSSSE3
+                                                        : sse2);
 #endif
 }
 

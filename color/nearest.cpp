@@ -7,7 +7,7 @@
 #include <cassert>
 #include <cstring>
 
-#include "platform/platform.h"
+#include "base/variants.h"
 
 namespace tavo::color {
 
@@ -394,7 +394,7 @@ uint32_t NearestColor::find(uint32_t red, uint32_t green, uint32_t blue) {
 
 void NearestColor::find_all(std::span<const uint32_t> colors, std::span<uint8_t> indices) {
   assert(indices.size() == colors.size() && count_ != 0);
-  const auto search = platform::processor().avx2 ? search_avx2 : search_sse2;
+  const auto search = Variants{.any = search_sse2, .avx2 = search_avx2}.best();
   constexpr size_t kChunk = 256;
   std::array<uint32_t, kChunk> targets;
   std::array<uint32_t, kChunk> cells;

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "base/variants.h"
 #include "color/gray.h"
-#include "platform/platform.h"
 
 namespace tavo::color {
 
@@ -124,11 +124,10 @@ PixelKernel plain_kernel(int32_t bits_in, int32_t bits_out, bool exchange) {
 }
 
 PixelKernel pixel_kernel(int32_t bits_in, int32_t bits_out, bool exchange) {
-  const platform::Processor& processor = platform::processor();
-  PixelKernel kernel = nullptr;
-  if (processor.avx2) kernel = avx2_kernel(bits_in, bits_out, exchange);
-  if (kernel == nullptr && processor.ssse3) kernel = ssse3_kernel(bits_in, bits_out, exchange);
-  return kernel != nullptr ? kernel : plain_kernel(bits_in, bits_out, exchange);
+  return Variants<PixelKernel>{.any = plain_kernel(bits_in, bits_out, exchange),
+                               .ssse3 = ssse3_kernel(bits_in, bits_out, exchange),
+                               .avx2 = avx2_kernel(bits_in, bits_out, exchange)}
+      .best();
 }
 
 }  // namespace tavo::color

@@ -108,7 +108,7 @@ void split_pixels(const uint8_t* pixels, int32_t depth, uint32_t order, uint32_t
   uint32_t done = 0;
   if (depth == 32) {
     done = split_32(pixels, count, to);
-  } else if (platform::processor().ssse3) {
+  } else if (platform::processor() >= platform::Processor::kSsse3) {
     done = split_24_ssse3(pixels, count, to);
   }
   split_bytes(pixels, static_cast<uint32_t>(depth) / 8, done, count, to[0], to[1], to[2]);

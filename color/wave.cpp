@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/variants.h"
 #include "color/index_rows.h"
-#include "platform/platform.h"
 
 namespace tavo::color {
 
@@ -252,9 +252,10 @@ void diffuse_rows(DitherPass& pass, const uint8_t* rows, size_t stride, uint8_t*
   Wave wave;
   prepare(pass, wave);
   const bool is_floyd_steinberg = pass.method == T_DITHER_FLOYD_STEINBERG;
-  const WaveKernel kernel = platform::processor().avx2
-                                ? wave_kernel_avx2(wave_choice(pass), is_floyd_steinberg)
-                                : wave_kernel_sse2(wave_choice(pass), is_floyd_steinberg);
+  const WaveKernel kernel =
+      Variants<WaveKernel>{.any = wave_kernel_sse2(wave_choice(pass), is_floyd_steinberg),
+                           .avx2 = wave_kernel_avx2(wave_choice(pass), is_floyd_steinberg)}
+          .best();
   const uint32_t least = least_wave_rows(pass);
   for (uint32_t done = 0, n = 0; done < count; done += n) {
     n = std::min(kWaveLanes, count - done);

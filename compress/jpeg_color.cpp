@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/platform.h"
+#include "base/variants.h"
 
 namespace tavo::jpeg {
 namespace {
@@ -55,7 +55,7 @@ void interleave(const uint8_t* first, const uint8_t* second, const uint8_t* thir
 const ColorConversion kColorPlain = {to_rgb, to_bgr, interleave};
 
 const ColorConversion& choose_color_conversion() {
-  return platform::processor().avx2 ? kColorAvx2 : kColorSse2;
+  return *Variants<const ColorConversion*>{.any = &kColorSse2, .avx2 = &kColorAvx2}.best();
 }
 
 void apply_black(const uint8_t* k, size_t width, uint8_t* row) {

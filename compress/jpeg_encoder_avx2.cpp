@@ -1,6 +1,4 @@
 // The encoder's per-sample stages for AVX2: two blocks side by side, one in each half of a vector.
-#if defined(__i386__) || defined(__x86_64__)
-
 #include <immintrin.h>
 
 #include "compress/jpeg_encoder_shuffle.h"
@@ -117,5 +115,3 @@ TAVO_TARGET void transform(const uint8_t* samples, size_t stride, size_t pairs,
 const Kernels kAvx2Kernels = {avx2::convert, avx2::halve, avx2::quarter, avx2::transform};
 
 }  // namespace tavo::jpeg
-
-#endif

@@ -65,11 +65,9 @@ struct Kernels {
 };
 
 extern const Kernels kPlainKernels;
-#if defined(__i386__) || defined(__x86_64__)
 extern const Kernels kSse2Kernels;
 extern const Kernels kSsse3Kernels;  // SSE2 where its byte shuffle does not help
 extern const Kernels kAvx2Kernels;
-#endif
 
 // The best for the processor at hand.
 const Kernels& kernels();

@@ -1,11 +1,10 @@
-// The encoder's per-sample stages in plain C++: what processors without vector code get, and the
-// judge of the vector code.
+// The encoder's per-sample stages in plain C++, the judge of the vector code.
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
 
+#include "base/variants.h"
 #include "compress/jpeg_encoder_kernels.h"
-#include "platform/platform.h"
 
 namespace tavo::jpeg {
 
@@ -123,13 +122,9 @@ void make_divisors(const std::array<uint8_t, kBlockSize>& table, Divisors& divis
 const Kernels kPlainKernels = {convert, halve, quarter, transform};
 
 const Kernels& kernels() {
-#if defined(__i386__) || defined(__x86_64__)
-  if (platform::processor().avx2) return kAvx2Kernels;
-  if (platform::processor().ssse3) return kSsse3Kernels;
-  return kSse2Kernels;
-#else
-  return kPlainKernels;
-#endif
+  return *Variants<const Kernels*>{
+      .any = &kSse2Kernels, .ssse3 = &kSsse3Kernels, .avx2 = &kAvx2Kernels}
+              .best();
 }
 
 }  // namespace tavo::jpeg

@@ -1,6 +1,4 @@
 // The encoder's per-sample stages for SSE2.
-#if defined(__i386__) || defined(__x86_64__)
-
 #include "compress/jpeg_encoder_sse.h"
 
 #define TAVO_KERNEL inline __attribute__((always_inline))
@@ -65,5 +63,3 @@ void transform(const uint8_t* samples, size_t stride, size_t pairs, const Diviso
 const Kernels kSse2Kernels = {sse2::convert, sse::halve, sse::quarter, sse2::transform};
 
 }  // namespace tavo::jpeg
-
-#endif

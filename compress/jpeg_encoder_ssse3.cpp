@@ -1,6 +1,4 @@
 // The encoder's per-sample stages for SSSE3, where its byte shuffle helps.
-#if defined(__i386__) || defined(__x86_64__)
-
 #include <tmmintrin.h>
 
 #include "compress/jpeg_encoder_shuffle.h"
@@ -60,5 +58,3 @@ TAVO_TARGET void transform(const uint8_t* samples, size_t stride, size_t pairs,
 const Kernels kSsse3Kernels = {ssse3::convert, sse::halve, sse::quarter, ssse3::transform};
 
 }  // namespace tavo::jpeg
-
-#endif

@@ -1,14 +1,13 @@
 #include "compress/jpeg_huffman_encoder.h"
 
+#include <emmintrin.h>
+
 #include <bit>
 #include <cstdlib>
 #include <cstring>
 
 #include "base/endian.h"
-#include "platform/platform.h"
-#if defined(__i386__) || defined(__x86_64__)
-#include <emmintrin.h>
-#endif
+#include "base/variants.h"
 
 namespace tavo::jpeg {
 
@@ -245,8 +244,6 @@ uint8_t* encode_fast(const BlockSlot* slots, size_t slot_count, size_t mcus, Bit
   return encode_with(slots, slot_count, mcus, state, out);
 }
 
-#if defined(__i386__) || defined(__x86_64__)
-
 __attribute__((target("bmi,bmi2"))) uint8_t* encode_bmi2(const BlockSlot* slots, size_t slot_count,
                                                          size_t mcus, BitState& state,
                                                          uint8_t* out) {
@@ -274,10 +271,6 @@ uint8_t* stuff_fast(const uint8_t* bytes, size_t count, uint8_t* out) {
   return stuff_plain(bytes + i, count - i, out);
 }
 
-#else
-constexpr auto stuff_fast = stuff_plain;
-#endif
-
 }  // namespace
 
 void make_codes(const HuffmanSpec& dc, const HuffmanSpec& ac, HuffmanCodes& codes) {
@@ -295,15 +288,11 @@ void make_codes(const HuffmanSpec& dc, const HuffmanSpec& ac, HuffmanCodes& code
 
 const EntropyCoder kPlainEntropyCoder = {encode_plain, stuff_plain};
 const EntropyCoder kFastEntropyCoder = {encode_fast, stuff_fast};
-#if defined(__i386__) || defined(__x86_64__)
 const EntropyCoder kBmi2EntropyCoder = {encode_bmi2, stuff_fast};
-#endif
 
 const EntropyCoder& entropy_coder() {
-#if defined(__i386__) || defined(__x86_64__)
-  if (platform::processor().bmi2) return kBmi2EntropyCoder;
-#endif
-  return kFastEntropyCoder;
+  return *Variants<const EntropyCoder*>{.any = &kFastEntropyCoder, .avx2 = &kBmi2EntropyCoder}
+              .best();
 }
 
 }  // namespace tavo::jpeg

@@ -58,9 +58,7 @@ struct EntropyCoder {
 
 extern const EntropyCoder kPlainEntropyCoder;
 extern const EntropyCoder kFastEntropyCoder;
-#if defined(__i386__) || defined(__x86_64__)
 extern const EntropyCoder kBmi2EntropyCoder;
-#endif
 
 // The best for the processor at hand.
 const EntropyCoder& entropy_coder();

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "base/variants.h"
 #include "compress/jpeg_idct_constants.h"
-#include "platform/platform.h"
 
 namespace tavo::jpeg {
 namespace {
@@ -57,7 +57,8 @@ void inverse_transform_plain(const int16_t* a, const int16_t* b, const uint16_t*
 }
 
 InverseTransform choose_inverse_transform() {
-  return platform::processor().avx2 ? inverse_transform_avx2 : inverse_transform_sse2;
+  return Variants<InverseTransform>{.any = inverse_transform_sse2, .avx2 = inverse_transform_avx2}
+      .best();
 }
 
 }  // namespace tavo::jpeg

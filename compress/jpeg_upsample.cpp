@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "platform/platform.h"
+#include "base/variants.h"
 
 namespace tavo::jpeg {
 namespace {
@@ -38,7 +38,7 @@ void double_height(const uint8_t* near, const uint8_t* far, int bias, size_t cou
 const Upsampling kUpsamplingPlain = {double_width, double_both, double_height};
 
 const Upsampling& choose_upsampling() {
-  return platform::processor().avx2 ? kUpsamplingAvx2 : kUpsamplingSse2;
+  return *Variants<const Upsampling*>{.any = &kUpsamplingSse2, .avx2 = &kUpsamplingAvx2}.best();
 }
 
 void repeat_samples(const uint8_t* in, size_t numerator, size_t denominator, size_t count,

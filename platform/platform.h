@@ -85,16 +85,16 @@ struct ScreenSize {
 // The display's size in pixels; 1280 x 1024 where there is none to ask.
 ScreenSize screen_size();
 
-struct Processor {
-  bool ssse3 = false;
-  bool sse41 = false;
-  bool avx2 = false;
-  bool bmi2 = false;
-  bool avx512_vbmi = false;  // with the foundation, byte and word instructions
+// What a processor can do, each with all that is named before it. SSE2 is there always.
+enum class Processor {
+  kSse2,
+  kSsse3,
+  kAvx2,    // with both sets of bit manipulation (BMI)
+  kAvx512,  // the foundation, byte and word instructions, byte permutations (VBMI)
 };
-// Asked once, at first use. For tests, a mask can switch features off: see limit_processor.
-const Processor& processor();
-// For tests: only what is set in `allowed` and exists is reported from now on.
-void limit_processor(const Processor& allowed);
+// Asked once, at start-up.
+Processor processor();
+// For tests: no more than `highest` is reported from now on.
+void limit_processor(Processor highest);
 
 }  // namespace tavo::platform

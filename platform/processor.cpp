@@ -1,23 +1,25 @@
 // Processor features, the same on every system we build for.
+#include <algorithm>
+
 #include "platform/platform.h"
 
 namespace tavo::platform {
 
 namespace {
 
+// __builtin_cpu_supports takes nothing but literals, and knows what the system saves.
 Processor detect() {
-  Processor found;
-#if defined(__i386__) || defined(__x86_64__)
   __builtin_cpu_init();
-  found.ssse3 = __builtin_cpu_supports("ssse3") != 0;
-  found.sse41 = __builtin_cpu_supports("sse4.1") != 0;
-  found.avx2 = __builtin_cpu_supports("avx2") != 0;
-  found.bmi2 = __builtin_cpu_supports("bmi2") != 0;
-  found.avx512_vbmi = __builtin_cpu_supports("avx512f") != 0 &&
-                      __builtin_cpu_supports("avx512bw") != 0 &&
-                      __builtin_cpu_supports("avx512vbmi") != 0;
-#endif
-  return found;
+  if (!__builtin_cpu_supports("ssse3")) return Processor::kSse2;
+  if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi") ||
+      !__builtin_cpu_supports("bmi2")) {
+    return Processor::kSsse3;
+  }
+  if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512bw") ||
+      !__builtin_cpu_supports("avx512vbmi")) {
+    return Processor::kAvx2;
+  }
+  return Processor::kAvx512;
 }
 
 const Processor detected = detect();
@@ -25,14 +27,8 @@ Processor reported = detected;
 
 }  // namespace
 
-const Processor& processor() { return reported; }
+Processor processor() { return reported; }
 
-void limit_processor(const Processor& allowed) {
-  reported.ssse3 = detected.ssse3 && allowed.ssse3;
-  reported.sse41 = detected.sse41 && allowed.sse41;
-  reported.avx2 = detected.avx2 && allowed.avx2;
-  reported.bmi2 = detected.bmi2 && allowed.bmi2;
-  reported.avx512_vbmi = detected.avx512_vbmi && allowed.avx512_vbmi;
-}
+void limit_processor(Processor highest) { reported = std::min(detected, highest); }
 
 }  // namespace tavo::platform

@@ -160,7 +160,9 @@ uint32_t Resizer::row_count(uint32_t number) const {
 void Resizer::prepare_shrinking(uint32_t pixel_bytes) {
   const uint32_t old_bytes = static_cast<uint32_t>(old_width_) * pixel_bytes;
   const uint32_t new_bytes = static_cast<uint32_t>(new_width_) * pixel_bytes;
-  lanes_ = platform::processor().avx512_vbmi && old_bytes >= 2 * kWideLanes ? kWideLanes : kLanes;
+  lanes_ = platform::processor() == platform::Processor::kAvx512 && old_bytes >= 2 * kWideLanes
+               ? kWideLanes
+               : kLanes;
   const uint32_t window = 2 * lanes_;
   if (old_bytes < window) return;
   if (!allocate_steps(new_bytes / lanes_ + old_bytes / window + 2)) return;
@@ -235,7 +237,8 @@ void Resizer::prepare(int32_t bits) {
   shuffles_.release();
   const auto pixel_bytes = static_cast<uint32_t>(bits / 8);
   const int64_t longest = int64_t{std::max(old_width_, new_width_)} * pixel_bytes;
-  if (bits < 8 || longest > INT32_MAX || !platform::processor().ssse3) return;
+  if (bits < 8 || longest > INT32_MAX || platform::processor() < platform::Processor::kSsse3)
+    return;
   if (new_width_ <= old_width_) {
     prepare_shrinking(pixel_bytes);
   } else {

@@ -1,4 +1,4 @@
-// Runs a test on every processor level that the machine has.
+// Runs a test as every kind of processor up to the machine's own.
 #pragma once
 
 #include <vector>
@@ -8,21 +8,21 @@
 namespace tavo::test {
 
 inline std::vector<platform::Processor> processor_levels() {
-  const platform::Processor full = {.ssse3 = true, .sse41 = true, .avx2 = true, .bmi2 = true};
-  return {{}, {.ssse3 = true}, {.ssse3 = true, .sse41 = true}, full};
+  using enum platform::Processor;
+  std::vector<platform::Processor> levels;
+  for (const platform::Processor level : {kSse2, kSsse3, kAvx2, kAvx512}) {
+    if (level <= platform::processor()) levels.push_back(level);
+  }
+  return levels;
 }
 
-// Until it goes out of scope, only these features are reported.
+// Until it goes out of scope, nothing above is reported.
 class LimitedProcessor {
  public:
-  explicit LimitedProcessor(const platform::Processor& allowed) {
-    platform::limit_processor(allowed);
-  }
+  explicit LimitedProcessor(platform::Processor highest) { platform::limit_processor(highest); }
   LimitedProcessor(const LimitedProcessor&) = delete;
   LimitedProcessor& operator=(const LimitedProcessor&) = delete;
-  ~LimitedProcessor() {
-    platform::limit_processor({.ssse3 = true, .sse41 = true, .avx2 = true, .bmi2 = true});
-  }
+  ~LimitedProcessor() { platform::limit_processor(platform::Processor::kAvx512); }
 };
 
 }  // namespace tavo::test

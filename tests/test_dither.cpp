@@ -14,7 +14,7 @@
 #include "color/palettes.h"
 #include "core/bitmap.h"
 #include "dither_oracle.h"
-#include "platform/platform.h"
+#include "processor_levels.h"
 
 namespace tavo::color {
 namespace {
@@ -62,20 +62,18 @@ std::vector<uint8_t> run_engine(Picture& picture, const Case& c,
   return out;
 }
 
-// The sets of processor features that the engine tells apart.
-constexpr platform::Processor kProcessors[] = {
-    {true, true, true, true}, {true, true, false, true}, {false, false, false, false}};
-
 void compare(const Case& c, uint32_t width, uint32_t height, uint32_t seed) {
   std::mt19937 random(seed);
   Picture picture(width, height, c.depth_in, c.method, c.gray_rows, random);
   const auto palette = make_palette(c, random);
   const auto want = oracle::dither(picture, palette, c.count, c.palette == Case::kTable);
+  // The processors that the engine tells apart.
+  constexpr platform::Processor kProcessors[] = {
+      platform::Processor::kAvx2, platform::Processor::kSsse3, platform::Processor::kSse2};
   for (size_t i = 0; i < 3 * std::size(kProcessors); ++i) {
     const uint32_t batch = i % 3 == 0 ? height : i % 3 == 1 ? 1 : 0;
-    platform::limit_processor(kProcessors[i / 3]);
+    const test::LimitedProcessor limited(kProcessors[i / 3]);
     const auto got = run_engine(picture, c, palette, batch);
-    platform::limit_processor({true, true, true, true});
     ASSERT_TRUE(got == want) << "method " << c.method << ", " << c.depth_in << " bits to "
                              << c.count << " colours, palette " << c.palette << ", gray "
                              << c.gray_rows << ", " << width << " x " << height << ", batches of "

@@ -53,8 +53,6 @@ TEST(JpegTransform, IsWithinOneOfTheRealCosines) {
 }
 
 TEST(JpegTransform, VectorsEqualPlainCodeOnAnyNumbers) {
-  std::vector<jpeg::InverseTransform> kinds = {jpeg::inverse_transform_sse2};
-  if (platform::processor().avx2) kinds.push_back(jpeg::inverse_transform_avx2);
   Random random(2);
   for (int round = 0; round < 3000; ++round) {
     const int limit = round % 3 == 0 ? 32767 : round % 3 == 1 ? 2000 : 60;
@@ -66,8 +64,10 @@ TEST(JpegTransform, VectorsEqualPlainCodeOnAnyNumbers) {
       Bytes want(8 * 32), got(8 * 32);
       jpeg::inverse_transform_plain(a.data(), b.data(), quantisers.data(), extent, want.data(),
                                     want.data() + 16, 32);
-      for (const jpeg::InverseTransform kind : kinds) {
-        kind(a.data(), b.data(), quantisers.data(), extent, got.data(), got.data() + 16, 32);
+      for (const platform::Processor level : processor_levels()) {
+        const LimitedProcessor limited(level);
+        jpeg::choose_inverse_transform()(a.data(), b.data(), quantisers.data(), extent, got.data(),
+                                         got.data() + 16, 32);
         ASSERT_EQ(got, want) << "round " << round;
       }
     }
@@ -81,8 +81,6 @@ Bytes noise(Random& random, size_t size) {
 }
 
 TEST(JpegUpsampling, VectorsEqualPlainCodeAtEveryWidth) {
-  std::vector<const jpeg::Upsampling*> kinds = {&jpeg::kUpsamplingSse2};
-  if (platform::processor().avx2) kinds.push_back(&jpeg::kUpsamplingAvx2);
   Random random(3);
   constexpr size_t kSlack = jpeg::kRowSlack;
   for (size_t count = 1; count < 140; ++count) {
@@ -106,7 +104,10 @@ TEST(JpegUpsampling, VectorsEqualPlainCodeAtEveryWidth) {
       return all;
     };
     const Bytes want = run(jpeg::kUpsamplingPlain);
-    for (const jpeg::Upsampling* kind : kinds) ASSERT_EQ(run(*kind), want) << count;
+    for (const platform::Processor level : processor_levels()) {
+      const LimitedProcessor limited(level);
+      ASSERT_EQ(run(jpeg::choose_upsampling()), want) << count;
+    }
   }
 }
 
@@ -121,8 +122,6 @@ TEST(JpegUpsampling, RepeatsAtAnyRatio) {
 
 // All pairs of chroma at some luminances, in rows of every width up to 80 and then long ones.
 TEST(JpegColor, VectorsEqualPlainCodeAndStayInsideTheRow) {
-  std::vector<const jpeg::ColorConversion*> kinds = {&jpeg::kColorSse2};
-  if (platform::processor().avx2) kinds.push_back(&jpeg::kColorAvx2);
   Random random(4);
   const auto check = [&](const Bytes& y, const Bytes& cb, const Bytes& cr, size_t width) {
     const auto run = [&](const jpeg::ColorConversion& kind) {
@@ -135,7 +134,10 @@ TEST(JpegColor, VectorsEqualPlainCodeAndStayInsideTheRow) {
       return all;
     };
     const Bytes want = run(jpeg::kColorPlain);
-    for (const jpeg::ColorConversion* kind : kinds) ASSERT_EQ(run(*kind), want) << width;
+    for (const platform::Processor level : processor_levels()) {
+      const LimitedProcessor limited(level);
+      ASSERT_EQ(run(jpeg::choose_color_conversion()), want) << width;
+    }
   };
   for (size_t width = 1; width < 80; ++width) {
     check(noise(random, width + 64), noise(random, width + 64), noise(random, width + 64), width);
