@@ -1,13 +1,11 @@
 #include "color/nearest.h"
 
-#include <immintrin.h>
-
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <cstring>
 
 #include "base/variants.h"
+#include "color/nearest_search.h"
 
 namespace tavo::color {
 
@@ -22,17 +20,7 @@ constexpr bool is_gray_of(const T_PaletteEntry& entry, uint32_t level) {
   return entry.Red == level && entry.Green == level && entry.Blue == level;
 }
 
-// ---- The search by blocks ----
-//
-// A candidate is red | green << 8 | blue << 16 | hue class << 24. Its key is the distance << 9,
-// plus what decides between equal distances: 255 - place in the list when the hue class is that of
-// the colour sought, otherwise 256 + place. So the least key is the answer, except that exact
-// matches have a rule of their own.
-
-constexpr uint32_t kBlock = 8;
 constexpr uint32_t kColorMask = 0x00FFFFFF;
-constexpr uint32_t kCells = 16 * 16 * 16;
-constexpr uint32_t kParts = 4 * 4 * 4;  // of a cell that has a long list
 constexpr uint32_t kSplitCells = 256;
 constexpr uint32_t kPoolBlocks = 8192;
 constexpr uint32_t kLongList = 1;  // blocks; a cell with more is split
@@ -45,61 +33,11 @@ constexpr uint32_t pack_color(const T_PaletteEntry& entry) {
   return pack_color(entry.Red, entry.Green, entry.Blue);
 }
 
-// Fills up a block: as near as the entry before, of no hue class, and later, so never chosen.
-constexpr uint32_t filler_after(uint32_t candidate) { return candidate | 0xFF000000; }
-constexpr bool is_filler(uint32_t candidate) { return candidate >> 24 == 0xFF; }
-
-// A list of candidates: its first block in the pool, and how many there are. kUnknown: not made
-// yet. A split cell has in its place where the lists of its parts are.
-constexpr uint32_t kUnknown = 0;
-constexpr uint32_t kIsSplit = 0x80000000;
-constexpr uint32_t list_at(uint32_t first_block, uint32_t blocks) {
-  return first_block << 8 | blocks;
-}
-constexpr uint32_t whole_list(uint32_t count) { return list_at(0, (count + kBlock - 1) / kBlock); }
-
 struct Pool {
   std::array<uint32_t, kCells + kSplitCells*(kParts + 1)> cells;
   std::array<uint32_t, kPoolBlocks * kBlock> colors;
   std::array<uint8_t, kPoolBlocks * kBlock> indices;
 };
-
-struct Lists {
-  const uint32_t* colors;
-  const uint8_t* indices;
-  const uint8_t* results;
-  const uint32_t* by_cell;  // null: the caller names lists, not cells
-};
-
-// The three low bytes of each word squared and added.
-__m128i sum_of_squares(__m128i v) {
-  const __m128i outer = _mm_and_si128(v, _mm_set1_epi32(0x00FF00FF));
-  const __m128i middle = _mm_and_si128(_mm_srli_epi32(v, 8), _mm_set1_epi32(0xFF));
-  return _mm_add_epi32(_mm_madd_epi16(outer, outer), _mm_madd_epi16(middle, middle));
-}
-
-inline __m128i smaller(__m128i a, __m128i b) {
-  const __m128i is_less = _mm_cmplt_epi32(a, b);
-  return _mm_or_si128(_mm_and_si128(is_less, a), _mm_andnot_si128(is_less, b));
-}
-
-inline int32_t least_of(__m128i v) {
-  v = smaller(v, _mm_shuffle_epi32(v, 0x4E));
-  return _mm_cvtsi128_si32(smaller(v, _mm_shuffle_epi32(v, 0xB1)));
-}
-
-// Whether some colour of the box is at least as near to `candidate` as to `pivot`. The difference
-// of the two distances is linear in the colour, so each component decides for one end.
-bool can_be_nearer(uint32_t candidate, uint32_t pivot, uint32_t low, uint32_t high) {
-  int32_t gain = 0;
-  for (uint32_t shift = 0; shift < 24; shift += 8) {
-    const auto c = static_cast<int32_t>(candidate >> shift & 255);
-    const auto p = static_cast<int32_t>(pivot >> shift & 255);
-    const auto end = static_cast<int32_t>((p > c ? low : high) >> shift & 255);
-    gain += (p - c) * (p + c - 2 * end);
-  }
-  return gain >= 0;
-}
 
 // For each entry the first one of its colour.
 std::array<uint8_t, 256> first_of_each_color(std::span<const T_PaletteEntry> palette) {
@@ -125,41 +63,6 @@ constexpr uint32_t low_corner(uint32_t cell) {
                     (cell >> 4 & 0xF0) | (part >> 2 & 12));
 }
 
-// Finds the places of the candidates that can be nearest to a colour of the box, in their order.
-// What is farther everywhere than one of them, the pivot, is left out. Equally near ones stay in.
-size_t gather_candidates(std::span<const uint32_t> candidates, uint32_t low, uint32_t high,
-                         std::array<uint8_t, 256>& found) {
-  const __m128i lows = _mm_set1_epi32(static_cast<int>(low));
-  const __m128i highs = _mm_set1_epi32(static_cast<int>(high));
-  alignas(16) std::array<int32_t, 256> farthest, closest;
-  __m128i least = _mm_set1_epi32(INT32_MAX);
-  for (size_t i = 0; i < candidates.size(); i += 4) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&candidates[i]));
-    const __m128i far = _mm_max_epu8(_mm_subs_epu8(v, lows), _mm_subs_epu8(highs, v));
-    const __m128i near = _mm_or_si128(_mm_subs_epu8(lows, v), _mm_subs_epu8(v, highs));
-    const __m128i far_sum = sum_of_squares(far);
-    least = smaller(least, far_sum);
-    _mm_store_si128(reinterpret_cast<__m128i*>(&farthest[i]), far_sum);
-    _mm_store_si128(reinterpret_cast<__m128i*>(&closest[i]), sum_of_squares(near));
-  }
-  const int32_t bound = least_of(least);
-  size_t pivot = 0;
-  while (farthest[pivot] != bound) ++pivot;
-  size_t count = 0;
-  for (size_t i = 0; i < candidates.size(); i += 4) {
-    const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i*>(&closest[i]));
-    const __m128i is_out = _mm_cmpgt_epi32(v, _mm_set1_epi32(bound));
-    auto left = ~static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(is_out))) & 15;
-    for (; left != 0; left &= left - 1) {
-      const size_t place = i + static_cast<size_t>(std::countr_zero(left));
-      if (is_filler(candidates[place])) break;
-      if (!can_be_nearer(candidates[place], candidates[pivot], low, high)) continue;
-      found[count++] = static_cast<uint8_t>(place);
-    }
-  }
-  return count;
-}
-
 // Adds its hue class to each colour, and finds its cell (12 bits) and the part of it (6 bits).
 void prepare_targets(const uint32_t* colors, size_t count, uint32_t* targets, uint32_t* cells) {
   for (size_t i = 0; i < count; ++i) {
@@ -170,81 +73,6 @@ void prepare_targets(const uint32_t* colors, size_t count, uint32_t* targets, ui
     const uint32_t part = (red >> 2 & 3) | (green & 12) | (blue & 12) << 2;
     cells[i] = cell | part << 12;
   }
-}
-
-// The list for a cell number of prepare_targets.
-inline uint32_t list_of(const uint32_t* by_cell, uint32_t cell) {
-  const uint32_t list = by_cell[cell & (kCells - 1)];
-  return (list & kIsSplit) != 0 ? by_cell[(list & ~kIsSplit) + (cell >> 12)] : list;
-}
-
-inline uint8_t chosen(const Lists& lists, uint32_t list, uint32_t key) {
-  const uint32_t order = key & 511;
-  const uint32_t place = order < 256 ? 255 - order : order - 256;
-  const uint8_t index = lists.indices[(list >> 8) * kBlock + place];
-  // Looked up either way: photographs would make a branch here a coin toss.
-  return lists.results[(key < 512 ? 256u : 0u) + index];
-}
-
-// Each of these finds indices until it meets a cell without a list, and returns how many.
-using Search = size_t(const Lists& lists, const uint32_t* targets, const uint32_t* cells,
-                      size_t count, uint8_t* indices);
-
-size_t search_sse2(const Lists& lists, const uint32_t* targets, const uint32_t* cells, size_t count,
-                   uint8_t* indices) {
-  for (size_t i = 0; i < count; ++i) {
-    const uint32_t list = lists.by_cell != nullptr ? list_of(lists.by_cell, cells[i]) : cells[i];
-    if (list == kUnknown) return i;
-    const uint32_t* colors = lists.colors + (list >> 8) * kBlock;
-    const __m128i target = _mm_set1_epi32(static_cast<int>(targets[i]));
-    __m128i least = _mm_set1_epi32(INT32_MAX);
-    __m128i places = _mm_setr_epi32(256, 257, 258, 259);
-    for (uint32_t n = 2 * (list & 255); n != 0; --n) {
-      const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(colors));
-      const __m128i d = _mm_or_si128(_mm_subs_epu8(v, target), _mm_subs_epu8(target, v));
-      const __m128i same_hue = _mm_cmpeq_epi32(_mm_srli_epi32(d, 24), _mm_setzero_si128());
-      const __m128i order = _mm_xor_si128(places, _mm_and_si128(same_hue, _mm_set1_epi32(511)));
-      least = smaller(least, _mm_or_si128(_mm_slli_epi32(sum_of_squares(d), 9), order));
-      places = _mm_add_epi32(places, _mm_set1_epi32(4));
-      colors += 4;
-    }
-    indices[i] = chosen(lists, list, static_cast<uint32_t>(least_of(least)));
-  }
-  return count;
-}
-
-__attribute__((target("avx2"))) size_t search_avx2(const Lists& lists, const uint32_t* targets,
-                                                   const uint32_t* cells, size_t count,
-                                                   uint8_t* indices) {
-  const __m256i outer_bytes = _mm256_set1_epi32(0x00FF00FF);
-  const __m256i low_byte = _mm256_set1_epi32(0xFF);
-  for (size_t i = 0; i < count; ++i) {
-    const uint32_t list = lists.by_cell != nullptr ? list_of(lists.by_cell, cells[i]) : cells[i];
-    if (list == kUnknown) return i;
-    const uint32_t* colors = lists.colors + (list >> 8) * kBlock;
-    const __m256i target = _mm256_set1_epi32(static_cast<int>(targets[i]));
-    __m256i least = _mm256_set1_epi32(INT32_MAX);
-    __m256i places = _mm256_setr_epi32(256, 257, 258, 259, 260, 261, 262, 263);
-    for (uint32_t n = list & 255; n != 0; --n) {
-      const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(colors));
-      const __m256i d = _mm256_or_si256(_mm256_subs_epu8(v, target), _mm256_subs_epu8(target, v));
-      const __m256i outer = _mm256_and_si256(d, outer_bytes);
-      const __m256i middle = _mm256_and_si256(_mm256_srli_epi32(d, 8), low_byte);
-      const __m256i distance =
-          _mm256_add_epi32(_mm256_madd_epi16(outer, outer), _mm256_madd_epi16(middle, middle));
-      const __m256i same_hue = _mm256_cmpeq_epi32(_mm256_srli_epi32(d, 24), _mm256_setzero_si256());
-      const __m256i order =
-          _mm256_xor_si256(places, _mm256_and_si256(same_hue, _mm256_set1_epi32(511)));
-      least = _mm256_min_epi32(least, _mm256_or_si256(_mm256_slli_epi32(distance, 9), order));
-      places = _mm256_add_epi32(places, _mm256_set1_epi32(8));
-      colors += kBlock;
-    }
-    __m128i half = _mm_min_epi32(_mm256_castsi256_si128(least), _mm256_extracti128_si256(least, 1));
-    half = _mm_min_epi32(half, _mm_shuffle_epi32(half, 0x4E));
-    half = _mm_min_epi32(half, _mm_shuffle_epi32(half, 0xB1));
-    indices[i] = chosen(lists, list, static_cast<uint32_t>(_mm_cvtsi128_si32(half)));
-  }
-  return count;
 }
 
 }  // namespace
@@ -282,6 +110,8 @@ void NearestColor::start(std::span<const T_PaletteEntry> palette) {
   assert(!palette.empty() && palette.size() <= 256);
   std::ranges::copy(palette, entries_.begin());
   count_ = static_cast<uint32_t>(palette.size());
+  search_ = Variants<const NearestSearch*>{.any = &kNearestSearchSse2, .avx2 = &kNearestSearchAvx2}
+                .best();
   const Entries first = first_of_each_color(palette);
   fill_candidates(first);
   fill_results(first);
@@ -370,7 +200,7 @@ uint32_t NearestColor::make_list(uint32_t from, uint32_t low, uint32_t high) {
   const uint32_t* from_colors = &pool.colors[(from >> 8) * kBlock];
   const uint8_t* from_indices = &pool.indices[(from >> 8) * kBlock];
   std::array<uint8_t, 256> found;
-  const size_t count = gather_candidates({from_colors, (from & 255) * kBlock}, low, high, found);
+  const size_t count = search_->gather({from_colors, (from & 255) * kBlock}, low, high, found);
   const auto blocks = static_cast<uint32_t>((count + kBlock - 1) / kBlock);
   if (blocks == (from & 255) || used_blocks_ + blocks > kPoolBlocks) return from;
   uint32_t* colors = &pool.colors[used_blocks_ * kBlock];
@@ -394,7 +224,6 @@ uint32_t NearestColor::find(uint32_t red, uint32_t green, uint32_t blue) {
 
 void NearestColor::find_all(std::span<const uint32_t> colors, std::span<uint8_t> indices) {
   assert(indices.size() == colors.size() && count_ != 0);
-  const auto search = Variants{.any = search_sse2, .avx2 = search_avx2}.best();
   constexpr size_t kChunk = 256;
   std::array<uint32_t, kChunk> targets;
   std::array<uint32_t, kChunk> cells;
@@ -409,8 +238,8 @@ void NearestColor::find_all(std::span<const uint32_t> colors, std::span<uint8_t>
     prepare_targets(colors.data(), count, targets.data(), cells.data());
     if (!by_cell) std::fill_n(cells.begin(), count, whole_list(candidates_));
     for (size_t done = 0; done < count;) {
-      done += search(lists, targets.data() + done, cells.data() + done, count - done,
-                     indices.data() + done);
+      done += search_->find(lists, targets.data() + done, cells.data() + done, count - done,
+                            indices.data() + done);
       if (done < count) build_list(cells[done]);
     }
     colors = colors.subspan(count);

@@ -26,6 +26,8 @@ constexpr uint32_t hue_class(uint32_t red, uint32_t green, uint32_t blue) {
 int32_t nearest_color_plain(std::span<const T_PaletteEntry> palette, uint32_t red, uint32_t green,
                             uint32_t blue);
 
+struct NearestSearch;
+
 // The same answers, for many colours and one palette.
 class NearestColor {
  public:
@@ -53,6 +55,7 @@ class NearestColor {
 
   std::array<T_PaletteEntry, 256> entries_ = {};
   uint32_t count_ = 0;
+  const NearestSearch* search_ = nullptr;
   // Entries as red | green << 8 | blue << 16 | hue class << 24, filled up to whole blocks, and
   // their indices.
   std::array<uint32_t, 256> packed_ = {};

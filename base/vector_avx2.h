@@ -1,0 +1,58 @@
+// Vectors of 32 bytes, two lanes. What begins with TAVO_FOR_AVX2 may use BMI, too.
+#pragma once
+
+#include <immintrin.h>
+
+#include "base/vector_sse2.h"
+
+TAVO_FOR_AVX2
+
+namespace tavo::avx2 {
+
+using V = __m256i;
+
+TAVO_INLINE V load(const void* p) { return _mm256_loadu_si256(static_cast<const V*>(p)); }
+TAVO_INLINE void store(void* p, V v) { _mm256_storeu_si256(static_cast<V*>(p), v); }
+
+TAVO_INLINE V load_repeated(const void* p) { return _mm256_broadcastsi128_si256(sse2::load(p)); }
+template <ptrdiff_t kStride>
+TAVO_INLINE V load_lanes(const uint8_t* p) {
+  if constexpr (kStride == 0) return load_repeated(p);
+  if constexpr (kStride == 16) return load(p);
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(sse2::load(p)), sse2::load(p + kStride), 1);
+}
+
+#define TAVO_MM(operation) _mm256_##operation
+#include "base/vector_shuffles.inl"
+#include "base/vector_verbs.inl"
+#undef TAVO_MM
+
+TAVO_INLINE V in_order64(V v) { return _mm256_permute4x64_epi64(v, 0xD8); }
+TAVO_INLINE V in_order32(V v) {
+  return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+// The first 12 bytes of each lane, one after another.
+TAVO_INLINE void store_twelves(uint8_t* p, V a, V b, V c, V d) {
+  // Six words of each vector count; they are turned so that whole vectors can be blended.
+  a = _mm256_permutevar8x32_epi32(a, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7));
+  b = _mm256_permutevar8x32_epi32(b, _mm256_setr_epi32(2, 4, 5, 6, 7, 7, 0, 1));
+  c = _mm256_permutevar8x32_epi32(c, _mm256_setr_epi32(5, 6, 7, 7, 0, 1, 2, 4));
+  d = _mm256_permutevar8x32_epi32(d, _mm256_setr_epi32(7, 7, 0, 1, 2, 4, 5, 6));
+  store(p, _mm256_blend_epi32(a, b, 0xC0));
+  store(p + 32, _mm256_blend_epi32(b, c, 0xF0));
+  store(p + 64, _mm256_blend_epi32(c, d, 0xFC));
+}
+
+TAVO_INLINE V min32(V a, V b) { return _mm256_min_epi32(a, b); }
+TAVO_INLINE int32_t least32(V v) {
+  __m128i half = _mm_min_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+  half = _mm_min_epi32(half, _mm_shuffle_epi32(half, 0x4E));
+  return _mm_cvtsi128_si32(_mm_min_epi32(half, _mm_shuffle_epi32(half, 0xB1)));
+}
+TAVO_INLINE uint32_t top_bits32(V v) {
+  return static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(v)));
+}
+
+}  // namespace tavo::avx2
+
+TAVO_END

@@ -1,0 +1,72 @@
+// Vectors of 16 bytes, for every processor; and what all widths have in common.
+//
+// A kernel that gains from what only some processors have is written once, X_kernel.inl, and
+// compiled by X_sse2.cpp, X_ssse3.cpp and X_avx2.cpp. Each of them includes the header of its
+// instruction set, says `using namespace` of it in an unnamed namespace and includes the kernel
+// there. Variants (base/variants.h) chooses between them, and tests compare each with a plain loop.
+// What stays with SSE2 uses the verbs in place.
+//
+// TAVO_FOR_SSSE3, TAVO_FOR_AVX2 and TAVO_FOR_AVX512 begin what is compiled for such processors,
+// TAVO_END ends it. Includes stand before: an inline function of a shared header, compiled for one
+// processor, could become the one that the linker keeps for all.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#define TAVO_PRAGMA(text) _Pragma(#text)
+#if defined(__clang__)
+#define TAVO_FOR(features) \
+  TAVO_PRAGMA(clang attribute push(__attribute__((target(features))), apply_to = function))
+#define TAVO_END _Pragma("clang attribute pop")
+#else
+#define TAVO_FOR(features) _Pragma("GCC push_options") TAVO_PRAGMA(GCC target(features))
+#define TAVO_END _Pragma("GCC pop_options")
+#endif
+#define TAVO_FOR_SSSE3 TAVO_FOR("ssse3")
+#define TAVO_FOR_AVX2 TAVO_FOR("avx2,bmi,bmi2")
+#define TAVO_FOR_AVX512 TAVO_FOR("avx512f,avx512bw,avx512vbmi")
+
+#define TAVO_INLINE inline __attribute__((always_inline))
+#define TAVO_BINARY(name, operation) \
+  TAVO_INLINE V name(V a, V b) { return TAVO_MM(operation)(a, b); }
+
+namespace tavo::sse2 {
+
+using V = __m128i;
+
+TAVO_INLINE V load(const void* p) { return _mm_loadu_si128(static_cast<const V*>(p)); }
+TAVO_INLINE void store(void* p, V v) { _mm_storeu_si128(static_cast<V*>(p), v); }
+
+// 16 bytes for each lane, kStride apart; the same ones for each.
+template <ptrdiff_t kStride>
+TAVO_INLINE V load_lanes(const uint8_t* p) {
+  return load(p);
+}
+TAVO_INLINE V load_repeated(const void* p) { return load(p); }
+
+#define TAVO_MM(operation) _mm_##operation
+#include "base/vector_verbs.inl"
+#undef TAVO_MM
+
+// Unpacking what has been brought in order gives its elements one after another, and what has been
+// packed is brought in order: once packed in 64 bits at a time, twice in 32.
+TAVO_INLINE V in_order64(V v) { return v; }
+TAVO_INLINE V in_order32(V v) { return v; }
+
+TAVO_INLINE V min32(V a, V b) {
+  const V is_less = greater32(b, a);
+  return (is_less & a) | (~is_less & b);
+}
+TAVO_INLINE int32_t least32(V v) {
+  v = min32(v, _mm_shuffle_epi32(v, 0x4E));
+  return _mm_cvtsi128_si32(min32(v, _mm_shuffle_epi32(v, 0xB1)));
+}
+// Bit k is the top bit of element k.
+TAVO_INLINE uint32_t top_bits32(V v) {
+  return static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(v)));
+}
+
+}  // namespace tavo::sse2

@@ -1,0 +1,43 @@
+// What can be done with vectors, under the same names at every width. Included by the header of a
+// width, in its namespace, after V, the vector type, and TAVO_MM(operation), the intrinsic of that
+// name for V.
+//
+// A verb ends with the width of its elements in bits. Elements are signed unless the name says
+// otherwise. &, |, ^ and ~ are the compiler's own, V{} is zero. Vectors of more than 16 bytes
+// consist of lanes of 16 bytes; packing, unpacking and shuffling stay inside them.
+
+inline constexpr size_t kBytes = sizeof(V);
+inline constexpr size_t kLanes = sizeof(V) / 16;
+
+TAVO_INLINE V splat8(int v) { return TAVO_MM(set1_epi8)(static_cast<char>(v)); }
+TAVO_INLINE V splat16(int v) { return TAVO_MM(set1_epi16)(static_cast<int16_t>(v)); }
+TAVO_INLINE V splat32(uint32_t v) { return TAVO_MM(set1_epi32)(static_cast<int>(v)); }
+
+TAVO_BINARY(add8, add_epi8)
+TAVO_BINARY(add16, add_epi16)
+TAVO_BINARY(add32, add_epi32)
+TAVO_BINARY(sub8_clamped, subs_epu8)  // unsigned
+TAVO_BINARY(max8_unsigned, max_epu8)
+TAVO_BINARY(multiply16, mullo_epi16)
+TAVO_BINARY(multiply_high16_unsigned, mulhi_epu16)  // the upper halves of the products
+TAVO_BINARY(multiply_add16, madd_epi16)             // 32-bit sums of neighbours' products
+TAVO_BINARY(equal32, cmpeq_epi32)                   // all bits are set where it is so
+TAVO_BINARY(greater32, cmpgt_epi32)
+TAVO_BINARY(pack16_unsigned, packus_epi16)  // to 8 bits, clamped
+TAVO_BINARY(pack32, packs_epi32)
+TAVO_BINARY(unpack_low8, unpacklo_epi8)
+TAVO_BINARY(unpack_low16, unpacklo_epi16)
+TAVO_BINARY(unpack_high8, unpackhi_epi8)
+TAVO_BINARY(unpack_high16, unpackhi_epi16)
+
+// Right shifts bring zeros in, unless they are called signed.
+#define TAVO_SHIFT(name, operation)       \
+  template <int kCount>                   \
+  TAVO_INLINE V name(V a) {               \
+    return TAVO_MM(operation)(a, kCount); \
+  }
+TAVO_SHIFT(shift_left16, slli_epi16)
+TAVO_SHIFT(shift_left32, slli_epi32)
+TAVO_SHIFT(shift_right16, srli_epi16)
+TAVO_SHIFT(shift_right32, srli_epi32)
+#undef TAVO_SHIFT
