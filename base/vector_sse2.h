@@ -56,6 +56,12 @@ TAVO_INLINE V load_repeated(const void* p) { return load(p); }
 TAVO_INLINE V in_order64(V v) { return v; }
 TAVO_INLINE V in_order32(V v) { return v; }
 
+// `value` in the first element, zeros behind it.
+TAVO_INLINE V single32(uint32_t value) { return _mm_cvtsi32_si128(static_cast<int>(value)); }
+TAVO_INLINE uint32_t first32(V v) { return static_cast<uint32_t>(_mm_cvtsi128_si32(v)); }
+// 64-bit sums of eight neighbours.
+TAVO_INLINE V sum8_unsigned(V v) { return _mm_sad_epu8(v, V{}); }
+
 TAVO_INLINE V min32(V a, V b) {
   const V is_less = greater32(b, a);
   return (is_less & a) | (~is_less & b);
@@ -63,6 +69,18 @@ TAVO_INLINE V min32(V a, V b) {
 TAVO_INLINE int32_t least32(V v) {
   v = min32(v, _mm_shuffle_epi32(v, 0x4E));
   return _mm_cvtsi128_si32(min32(v, _mm_shuffle_epi32(v, 0xB1)));
+}
+// 16 pixels of three bytes, as three vectors of a byte each. Each step interleaves the two halves
+// of the 48 bytes, which moves byte i to 2 i mod 47; after four steps byte 3 k is at 48 k mod 47 =
+// k.
+TAVO_INLINE void load_triples(const uint8_t* p, V (&v)[3]) {
+  v[0] = load(p), v[1] = load(p + 16), v[2] = load(p + 32);
+  for (int step = 0; step < 4; ++step) {
+    const V first = unpack_low8(v[0], unpack_high64(v[1], v[1]));
+    const V second = unpack_low8(unpack_high64(v[0], v[0]), v[2]);
+    const V third = unpack_low8(v[1], unpack_high64(v[2], v[2]));
+    v[0] = first, v[1] = second, v[2] = third;
+  }
 }
 // Bit k is the top bit of element k.
 TAVO_INLINE uint32_t top_bits32(V v) {

@@ -21,14 +21,18 @@ TAVO_BINARY(max8_unsigned, max_epu8)
 TAVO_BINARY(multiply16, mullo_epi16)
 TAVO_BINARY(multiply_high16_unsigned, mulhi_epu16)  // the upper halves of the products
 TAVO_BINARY(multiply_add16, madd_epi16)             // 32-bit sums of neighbours' products
-TAVO_BINARY(equal32, cmpeq_epi32)                   // all bits are set where it is so
+TAVO_BINARY(equal8, cmpeq_epi8)                     // all bits are set where it is so
+TAVO_BINARY(equal32, cmpeq_epi32)
+TAVO_BINARY(greater8, cmpgt_epi8)
 TAVO_BINARY(greater32, cmpgt_epi32)
 TAVO_BINARY(pack16_unsigned, packus_epi16)  // to 8 bits, clamped
 TAVO_BINARY(pack32, packs_epi32)
 TAVO_BINARY(unpack_low8, unpacklo_epi8)
 TAVO_BINARY(unpack_low16, unpacklo_epi16)
+TAVO_BINARY(unpack_low32, unpacklo_epi32)
 TAVO_BINARY(unpack_high8, unpackhi_epi8)
 TAVO_BINARY(unpack_high16, unpackhi_epi16)
+TAVO_BINARY(unpack_high64, unpackhi_epi64)
 
 // Right shifts bring zeros in, unless they are called signed.
 #define TAVO_SHIFT(name, operation)       \

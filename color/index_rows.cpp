@@ -1,35 +1,33 @@
 #include "color/index_rows.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cassert>
 #include <cstring>
 
 #include "base/endian.h"
+#include "base/vector_sse2.h"
 
 namespace tavo::color {
 
 namespace {
 
+constexpr uint8_t kBitOfPixel[16] = {128, 64, 32, 16, 8, 4, 2, 1, 128, 64, 32, 16, 8, 4, 2, 1};
+
 // Sixteen pixels of 1 bit at a time: each byte is spread over eight lanes, and a lane's bit
 // chooses between the two values.
 void unpack_bits(const uint8_t* packed, uint8_t zero, uint8_t one, std::span<uint8_t> indices) {
-  const __m128i bit_of_lane = _mm_set1_epi64x(0x0102040810204080);
-  const __m128i base = _mm_set1_epi8(static_cast<char>(zero));
-  const __m128i change = _mm_set1_epi8(static_cast<char>(zero ^ one));
-  const auto spread = [=](uint32_t two_bytes) {
-    __m128i v = _mm_cvtsi32_si128(static_cast<int>(two_bytes));
-    v = _mm_unpacklo_epi8(v, v);
-    v = _mm_unpacklo_epi16(v, v);
-    v = _mm_unpacklo_epi32(v, v);
-    const __m128i is_one = _mm_cmpeq_epi8(_mm_and_si128(v, bit_of_lane), bit_of_lane);
-    return _mm_xor_si128(base, _mm_and_si128(is_one, change));
-  };
+  using namespace sse2;
+  const V bit_of_pixel = load(kBitOfPixel);
+  const V base = splat8(zero);
+  const V change = splat8(zero ^ one);
   const size_t whole = indices.size() / 16;
   for (size_t i = 0; i < whole; ++i) {
-    const uint32_t two_bytes = packed[2 * i] | static_cast<uint32_t>(packed[2 * i + 1]) << 8;
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(indices.data() + 16 * i), spread(two_bytes));
+    V v = single32(load_le16(packed + 2 * i));
+    v = unpack_low8(v, v);
+    v = unpack_low16(v, v);
+    v = unpack_low32(v, v);
+    const V is_one = equal8(v & bit_of_pixel, bit_of_pixel);
+    store(indices.data() + 16 * i, base ^ (is_one & change));
   }
   for (size_t x = whole * 16; x < indices.size(); ++x) {
     indices[x] = (packed[x / 8] >> (7 - x % 8) & 1) != 0 ? one : zero;
@@ -55,35 +53,46 @@ void unpack_nibbles(const uint8_t* packed, std::span<uint8_t> indices, Map map) 
   }
 }
 
+// 32 pixels at a time: a byte that is 1 leaves its pixel's bit, and sums join eight of them. Of
+// what is left, eight at a time: every bit reaches the top byte of the product once, and no two
+// meet.
 void pack_bits(std::span<const uint8_t> indices, uint8_t* packed) {
-  // The product brings bit 0 of byte k to bit 63 - k; no two of its terms meet, so none carries.
-  constexpr uint64_t kGather = 0x8040201008040201;
-  const size_t whole = indices.size() / 8;
-  for (size_t i = 0; i < whole; ++i) {
-    uint64_t eight;
-    std::memcpy(&eight, indices.data() + 8 * i, 8);
-    packed[i] = static_cast<uint8_t>(eight * kGather >> 56);
+  using namespace sse2;
+  const V bit_of_pixel = load(kBitOfPixel);
+  const auto bytes_of = [=](const uint8_t* in) {
+    const V is_one = greater8(V{}, shift_left16<7>(load(in)));
+    return sum8_unsigned(is_one & bit_of_pixel);
+  };
+  const uint8_t* in = indices.data();
+  size_t left = indices.size();
+  for (; left >= 32; left -= 32, in += 32, packed += 4) {
+    V v = pack32(bytes_of(in), bytes_of(in + 16));
+    v = pack32(v, v);
+    store_le32(packed, first32(pack16_unsigned(v, v)));
   }
-  const size_t rest = indices.size() % 8;
-  if (rest == 0) return;
-  uint32_t byte = packed[whole] & 0xFFu >> rest;
-  for (size_t k = 0; k < rest; ++k) {
-    byte |= static_cast<uint32_t>(indices[8 * whole + k]) << (7 - k);
+  for (; left > 0; ++packed) {
+    const size_t count = std::min<size_t>(left, 8);
+    uint8_t eight[8] = {};
+    std::memcpy(eight, in, count);
+    const uint64_t bits = (load_le64(eight) & 0x0101010101010101u) * 0x8040201008040201u >> 56;
+    *packed = static_cast<uint8_t>((*packed & 0xFF >> count) | bits);
+    left -= count;
+    in += count;
   }
-  packed[whole] = static_cast<uint8_t>(byte);
 }
 
 void pack_pairs(std::span<const uint8_t> indices, uint8_t* packed) {
   for (size_t x = 0; x < indices.size(); ++x) {
     const size_t shift = 6 - x % 4 * 2;
-    packed[x / 4] = static_cast<uint8_t>((packed[x / 4] & ~(3u << shift)) | indices[x] << shift);
+    packed[x / 4] =
+        static_cast<uint8_t>((packed[x / 4] & ~(3u << shift)) | (indices[x] & 3u) << shift);
   }
 }
 
 void pack_nibbles(std::span<const uint8_t> indices, uint8_t* packed) {
   const size_t pairs = indices.size() / 2;
   for (size_t i = 0; i < pairs; ++i) {
-    packed[i] = static_cast<uint8_t>(indices[2 * i] << 4 | indices[2 * i + 1]);
+    packed[i] = static_cast<uint8_t>(indices[2 * i] << 4 | (indices[2 * i + 1] & 15));
   }
   if (indices.size() % 2 != 0) {
     packed[pairs] = static_cast<uint8_t>(indices[2 * pairs] << 4 | (packed[pairs] & 15));

@@ -17,7 +17,8 @@ void unpack_indices(int32_t bits, const uint8_t* packed, std::span<uint8_t> indi
 void unpack_indices(int32_t bits, const uint8_t* packed, std::span<const uint8_t, 256> table,
                     std::span<uint8_t> indices);
 
-// Packs indices below 2, 4 or 16; what is left of the last byte keeps its value. Bits 8 copies.
+// Packs the low 1, 2 or 4 bits of indices; what is left of the last byte keeps its value. Bits 8
+// copies.
 void pack_indices(int32_t bits, std::span<const uint8_t> indices, uint8_t* packed);
 
 // The byte of a packed row that begins with pixel `x`, a multiple of 8.

@@ -7,6 +7,7 @@
 #include "base/endian.h"
 #include "base/settings.h"
 #include "codec/lzw.h"
+#include "color/index_rows.h"
 #include "core/notice.h"
 #include "io/output_file.h"
 #include "platform/platform.h"
@@ -157,24 +158,6 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
 
 namespace {
 
-// Eight index bytes as bits, the first in the high one.
-uint8_t eight_bits(const uint8_t* indices) {
-  return static_cast<uint8_t>((load_le64(indices) & 0x0101010101010101u) * 0x8040201008040201u >>
-                              56);
-}
-
-// Index bytes to the packed pixels of a row, leftmost in the high bits. `indices` may be read up
-// to the next multiple of 8; what stands beyond the width becomes padding.
-void pack_row(const uint8_t* indices, int32_t bits, std::span<uint8_t> row) {
-  if (bits == 1) {
-    for (size_t i = 0; i < row.size(); ++i) row[i] = eight_bits(indices + 8 * i);
-  } else {
-    for (size_t i = 0; i < row.size(); ++i) {
-      row[i] = static_cast<uint8_t>(indices[2 * i] << 4 | (indices[2 * i + 1] & 15));
-    }
-  }
-}
-
 // Decodes one row of index bytes; one that is cut is filled up with index 0. `got`: pixels that
 // came. A row that the end code cuts counts as read; otherwise the stream must not end in a row.
 Status decode_row(lzw::LowFirstDecoder& decoder, ByteSource& stream, std::span<uint8_t> indices,
@@ -191,14 +174,14 @@ Status decode_rows(const process::SourcePicture& picture, lzw::LowFirstDecoder& 
   const auto width = static_cast<size_t>(picture.width);
   Buffer line;  // a row as index bytes, zeros behind it
   if (picture.bits < 8) TRY(line.allocate(width + 8));
-  const size_t packed = (width * static_cast<size_t>(picture.bits) + 7) / 8;
+  const auto padded = line.bytes().first(picture.bits < 8 ? (width + 7) / 8 * 8 : 0);
   for (int32_t y = 0; y < picture.height; ++y) {
     const std::span<uint8_t> row = rows.next_row();
     const std::span<uint8_t> indices =
         picture.bits < 8 ? line.bytes().first(width) : row.first(width);
     size_t got = 0;
     const Status status = decode_row(decoder, stream, indices, got);
-    if (picture.bits < 8) pack_row(line.data(), picture.bits, row.first(packed));
+    if (picture.bits < 8) color::pack_indices(picture.bits, padded, row.data());
     if (got > 0) TRY(rows.commit());  // of a cut row, what there is
     if (!status.ok()) return rows.finish_early(status);
   }
