@@ -21,6 +21,9 @@ struct Planes {
 void split_pixels(const uint8_t* pixels, int32_t depth, uint32_t order, uint32_t count,
                   Planes& planes);
 
+// Takes pixels of 24 bits apart, sixteen at a time; returns how many.
+uint32_t split_24_ssse3(const uint8_t* at, uint32_t count, uint8_t* const (&to)[3]);
+
 // The colour classes (see dither.h) of the first `count` pixels, rounded up to 16.
 void classes_of(const Planes& planes, uint32_t count, uint16_t (&classes)[kPlanePixels]);
 
