@@ -1,12 +1,12 @@
 // Copies that leave the caches alone.
 #pragma once
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#include "base/vector_sse2.h"
 
 namespace tavo {
 
@@ -22,9 +22,9 @@ inline void stream_copy(uint8_t* to, const uint8_t* from, size_t bytes) {
   std::memcpy(to, from, head);
   size_t done = head;
   for (; done + kLine <= bytes; done += kLine) {
-    const auto* source = reinterpret_cast<const __m128i*>(from + done);
-    auto* line = reinterpret_cast<__m128i*>(to + done);
-    for (int i = 0; i < 4; ++i) _mm_stream_si128(line + i, _mm_loadu_si128(source + i));
+    for (size_t at = done; at < done + kLine; at += sse2::kBytes) {
+      sse2::stream(to + at, sse2::load(from + at));
+    }
   }
   std::memcpy(to + done, from + done, bytes - done);
 }

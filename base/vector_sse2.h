@@ -32,6 +32,11 @@
 #define TAVO_INLINE inline __attribute__((always_inline))
 #define TAVO_BINARY(name, operation) \
   TAVO_INLINE V name(V a, V b) { return TAVO_MM(operation)(a, b); }
+#define TAVO_SHIFT(name, operation)       \
+  template <int kCount>                   \
+  TAVO_INLINE V name(V a) {               \
+    return TAVO_MM(operation)(a, kCount); \
+  }
 
 namespace tavo::sse2 {
 
@@ -39,6 +44,10 @@ using V = __m128i;
 
 TAVO_INLINE V load(const void* p) { return _mm_loadu_si128(static_cast<const V*>(p)); }
 TAVO_INLINE void store(void* p, V v) { _mm_storeu_si128(static_cast<V*>(p), v); }
+
+// Past the caches, to a multiple of 16.
+TAVO_INLINE void stream(void* p, V v) { _mm_stream_si128(static_cast<V*>(p), v); }
+TAVO_INLINE void store_low64(void* p, V v) { _mm_storel_epi64(static_cast<V*>(p), v); }
 
 // 16 bytes for each lane, kStride apart; the same ones for each.
 template <ptrdiff_t kStride>
@@ -49,6 +58,8 @@ TAVO_INLINE V load_repeated(const void* p) { return load(p); }
 
 #define TAVO_MM(operation) _mm_##operation
 #include "base/vector_verbs.inl"
+TAVO_SHIFT(shift_left_bytes, slli_si128)
+TAVO_SHIFT(shift_right_bytes, srli_si128)
 #undef TAVO_MM
 
 // Unpacking what has been brought in order gives its elements one after another, and what has been
@@ -82,7 +93,21 @@ TAVO_INLINE void load_triples(const uint8_t* p, V (&v)[3]) {
     v[0] = first, v[1] = second, v[2] = third;
   }
 }
-// Bit k is the top bit of element k.
+// The inverse. Writes two bytes more.
+TAVO_INLINE void store_triples(uint8_t* p, V a, V b, V c) {
+  const auto store_four = [](uint8_t* to, V pixels) {  // of 32 bits, the top ones zero
+    const V even = pixels & _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
+    const V joined = even | shift_left64<24>(shift_right64<32>(pixels));
+    store_low64(to, joined);
+    store_low64(to + 6, unpack_high64(joined, joined));
+  };
+  const V ab_low = unpack_low8(a, b), ab_high = unpack_high8(a, b);
+  const V c_low = unpack_low8(c, V{}), c_high = unpack_high8(c, V{});
+  store_four(p, unpack_low16(ab_low, c_low));
+  store_four(p + 12, unpack_high16(ab_low, c_low));
+  store_four(p + 24, unpack_low16(ab_high, c_high));
+  store_four(p + 36, unpack_high16(ab_high, c_high));
+}
 TAVO_INLINE uint32_t top_bits32(V v) {
   return static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(v)));
 }

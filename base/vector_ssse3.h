@@ -17,9 +17,9 @@ using namespace sse2;
 
 // The first 12 bytes of each lane, one after another. The others are zero.
 TAVO_INLINE void store_twelves(uint8_t* p, V a, V b, V c, V d) {
-  store(p, a | _mm_slli_si128(b, 12));
-  store(p + 16, _mm_srli_si128(b, 4) | _mm_slli_si128(c, 8));
-  store(p + 32, _mm_srli_si128(c, 8) | _mm_slli_si128(d, 4));
+  store(p, a | shift_left_bytes<12>(b));
+  store(p + 16, shift_right_bytes<4>(b) | shift_left_bytes<8>(c));
+  store(p + 32, shift_right_bytes<8>(c) | shift_left_bytes<4>(d));
 }
 
 }  // namespace tavo::ssse3

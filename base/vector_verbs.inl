@@ -35,13 +35,12 @@ TAVO_BINARY(unpack_high16, unpackhi_epi16)
 TAVO_BINARY(unpack_high64, unpackhi_epi64)
 
 // Right shifts bring zeros in, unless they are called signed.
-#define TAVO_SHIFT(name, operation)       \
-  template <int kCount>                   \
-  TAVO_INLINE V name(V a) {               \
-    return TAVO_MM(operation)(a, kCount); \
-  }
 TAVO_SHIFT(shift_left16, slli_epi16)
 TAVO_SHIFT(shift_left32, slli_epi32)
 TAVO_SHIFT(shift_right16, srli_epi16)
 TAVO_SHIFT(shift_right32, srli_epi32)
-#undef TAVO_SHIFT
+TAVO_SHIFT(shift_left64, slli_epi64)
+TAVO_SHIFT(shift_right64, srli_epi64)
+
+// Bit k is the top bit of element k.
+TAVO_INLINE uint32_t top_bits8(V v) { return static_cast<uint32_t>(TAVO_MM(movemask_epi8)(v)); }

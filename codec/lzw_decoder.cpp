@@ -1,10 +1,9 @@
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cassert>
 #include <cstring>
 
 #include "base/endian.h"
+#include "base/vector_sse2.h"
 #include "codec/lzw.h"
 
 namespace tavo::lzw {
@@ -60,10 +59,7 @@ struct BitBuffer {
 };
 
 // Loads and stores whole steps: a string that is being made overlaps its own copy.
-inline void copy_step(uint8_t* to, const uint8_t* from) {
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
-                   _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
-}
+inline void copy_step(uint8_t* to, const uint8_t* from) { sse2::store(to, sse2::load(from)); }
 
 inline void copy_string(uint8_t* to, const uint8_t* from, uint32_t length) {
   copy_step(to, from);

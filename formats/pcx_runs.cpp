@@ -1,14 +1,16 @@
 #include "formats/pcx_runs.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
+#include "base/vector_sse2.h"
+
 namespace tavo::pcx {
 
 namespace {
+
+using namespace sse2;
 
 constexpr uint8_t kRun = 0xC0;
 constexpr uint8_t kMaxRun = 63;
@@ -18,30 +20,18 @@ constexpr size_t kBlock = 2 * kStep;
 // Bytes that one block reads: what follows the run that begins last is copied as a block, too.
 constexpr size_t kWindow = 2 * kBlock;
 
-inline __m128i load(const uint8_t* from) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-}
-
-inline void store(uint8_t* to, __m128i value) {
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), value);
-}
-
 inline void copy_block(uint8_t* to, const uint8_t* from) {
   store(to, load(from));
   store(to + kStep, load(from + kStep));
 }
 
-inline uint32_t masks(__m128i low, __m128i high) {
-  return static_cast<uint32_t>(_mm_movemask_epi8(low)) |
-         static_cast<uint32_t>(_mm_movemask_epi8(high)) << kStep;
-}
+inline uint32_t masks(V low, V high) { return top_bits8(low) | top_bits8(high) << kStep; }
 
 // A bit for each of 32 bytes: whether it is 0xC0 or more. A doubled byte has bit 6 on top.
 inline uint32_t run_mask(const uint8_t* from) {
-  const __m128i low = load(from);
-  const __m128i high = load(from + kStep);
-  return masks(_mm_and_si128(low, _mm_add_epi8(low, low)),
-               _mm_and_si128(high, _mm_add_epi8(high, high)));
+  const V low = load(from);
+  const V high = load(from + kStep);
+  return masks(low & add8(low, low), high & add8(high, high));
 }
 
 // Of the bytes that look like heads of runs those that are: in a row of them every second one is a
@@ -57,13 +47,13 @@ inline uint32_t head_mask(const uint8_t* from) {
 
 // A bit for each of 32 bytes: whether the next one is the same.
 inline uint32_t repeat_mask(const uint8_t* from) {
-  return masks(_mm_cmpeq_epi8(load(from), load(from + 1)),
-               _mm_cmpeq_epi8(load(from + kStep), load(from + kStep + 1)));
+  return masks(equal8(load(from), load(from + 1)),
+               equal8(load(from + kStep), load(from + kStep + 1)));
 }
 
 // May write up to kStep bytes too many.
 inline void fill(uint8_t* to, uint8_t value, size_t count) {
-  const __m128i all = _mm_set1_epi8(static_cast<char>(value));
+  const V all = splat8(value);
   store(to, all);
   for (size_t done = kStep; done < count; done += kStep) store(to + done, all);
 }

@@ -1,7 +1,5 @@
 #include "formats/ras.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -11,6 +9,7 @@
 #include "base/checked.h"
 #include "base/endian.h"
 #include "base/settings.h"
+#include "base/vector_sse2.h"
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "formats/plain_rows.h"
@@ -132,10 +131,8 @@ class RunDecoder {
   // Part of a run, as far as the row goes. Writes whole steps.
   uint8_t* put_run(uint8_t* out, const uint8_t* end) {
     const size_t part = std::min(run_, static_cast<size_t>(end - out));
-    const __m128i value = _mm_set1_epi8(static_cast<char>(value_));
-    for (size_t done = 0; done < part; done += kStep) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done), value);
-    }
+    const sse2::V value = sse2::splat8(value_);
+    for (size_t done = 0; done < part; done += kStep) sse2::store(out + done, value);
     run_ -= part;
     return out + part;
   }
@@ -145,12 +142,12 @@ class RunDecoder {
   uint8_t* decode_fast(uint8_t* out, uint8_t* end) {
     const uint8_t* const window = bytes_.window().data();
     const uint8_t* const last = window + bytes_.window().size() - kWindow;
-    const __m128i escapes = _mm_set1_epi8(static_cast<char>(kEscape));
+    const sse2::V escapes = sse2::splat8(kEscape);
     const uint8_t* in = window;
     while (out < end && in <= last) {
-      const __m128i step = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out), step);
-      const auto found = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(step, escapes)));
+      const sse2::V step = sse2::load(in);
+      sse2::store(out, step);
+      const uint32_t found = sse2::top_bits8(sse2::equal8(step, escapes));
       const size_t literals =
           std::min<size_t>(found == 0 ? kStep : static_cast<size_t>(std::countr_zero(found)),
                            static_cast<size_t>(end - out));

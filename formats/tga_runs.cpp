@@ -1,11 +1,10 @@
 #include "formats/tga_runs.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "base/endian.h"
+#include "base/vector_sse2.h"
 
 namespace tavo::tga {
 
@@ -21,10 +20,7 @@ constexpr size_t kFirst =
 // Bytes that one packet and the excess of its copy may read.
 constexpr size_t kWindow = 1 + kMaxPixels * 4 + kFirst;
 
-inline void copy_step(uint8_t* to, const uint8_t* from) {
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
-                   _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
-}
+inline void copy_step(uint8_t* to, const uint8_t* from) { sse2::store(to, sse2::load(from)); }
 
 inline void copy_literals(uint8_t* to, const uint8_t* from, size_t bytes) {
   copy_step(to, from);
@@ -42,13 +38,11 @@ inline void fill_run(uint8_t* to, const uint8_t* pixel, size_t bytes) {
     for (size_t done = 0; done < 24; done += 6) store_le64(to + done, two);
     for (size_t done = 24; done < bytes; done += 6) store_le64(to + done, two);
   } else {
-    __m128i all;
-    if constexpr (kPixelBytes == 1) all = _mm_set1_epi8(static_cast<char>(pixel[0]));
-    if constexpr (kPixelBytes == 2) all = _mm_set1_epi16(static_cast<int16_t>(load_le16(pixel)));
-    if constexpr (kPixelBytes == 4) all = _mm_set1_epi32(static_cast<int32_t>(load_le32(pixel)));
-    for (size_t done = 0; done < bytes; done += kStep) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + done), all);
-    }
+    sse2::V all;
+    if constexpr (kPixelBytes == 1) all = sse2::splat8(pixel[0]);
+    if constexpr (kPixelBytes == 2) all = sse2::splat16(load_le16(pixel));
+    if constexpr (kPixelBytes == 4) all = sse2::splat32(load_le32(pixel));
+    for (size_t done = 0; done < bytes; done += kStep) sse2::store(to + done, all);
   }
 }
 

@@ -1,11 +1,10 @@
 #include "formats/tiff_block.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <utility>
 
 #include "base/endian.h"
+#include "base/vector_sse2.h"
 
 namespace tavo::tiff {
 
@@ -132,27 +131,27 @@ Status BlockDecoder::read_row(std::span<uint8_t> row) {
 // last pixel's carried on. A vector holds whole pixels only; the bytes behind them are put back.
 template <size_t kStep>
 void sum_pixels(std::span<uint8_t> row) {
+  using namespace sse2;
   constexpr int kUsed = static_cast<int>(16 / kStep * kStep);
-  const auto shift_sum = [](__m128i v) {
-    v = _mm_add_epi8(v, _mm_slli_si128(v, kStep));
-    if constexpr (2 * kStep < 16) v = _mm_add_epi8(v, _mm_slli_si128(v, 2 * kStep));
-    if constexpr (4 * kStep < 16) v = _mm_add_epi8(v, _mm_slli_si128(v, 4 * kStep));
-    if constexpr (8 * kStep < 16) v = _mm_add_epi8(v, _mm_slli_si128(v, 8 * kStep));
+  const auto shift_sum = [](V v) {
+    v = add8(v, shift_left_bytes<kStep>(v));
+    if constexpr (2 * kStep < 16) v = add8(v, shift_left_bytes<2 * kStep>(v));
+    if constexpr (4 * kStep < 16) v = add8(v, shift_left_bytes<4 * kStep>(v));
+    if constexpr (8 * kStep < 16) v = add8(v, shift_left_bytes<8 * kStep>(v));
     return v;
   };
   // The last pixel first, zeros behind it; then its sums with nothing are its copies.
-  const auto last_pixel = [&shift_sum](__m128i v) {
-    return shift_sum(_mm_srli_si128(_mm_slli_si128(v, 16 - kUsed), 16 - kStep));
+  const auto last_pixel = [&shift_sum](V v) {
+    return shift_sum(shift_right_bytes<16 - kStep>(shift_left_bytes<16 - kUsed>(v)));
   };
   uint8_t* at = row.data();
   uint8_t* const end = at + row.size();
-  __m128i carry = _mm_setzero_si128();
+  V carry = {};
   for (; end - at >= kUsed + 16; at += kUsed) {
-    const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + kUsed));
-    const __m128i sums =
-        _mm_add_epi8(carry, shift_sum(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at))));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(at), sums);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(at + kUsed), next);
+    const V next = load(at + kUsed);
+    const V sums = add8(carry, shift_sum(load(at)));
+    store(at, sums);
+    store(at + kUsed, next);
     carry = last_pixel(sums);
   }
   for (at = std::max(at, row.data() + std::min(kStep, row.size())); at < end; ++at) {
