@@ -14,6 +14,13 @@ using V = __m256i;
 TAVO_INLINE V load(const void* p) { return _mm256_loadu_si256(static_cast<const V*>(p)); }
 TAVO_INLINE void store(void* p, V v) { _mm256_storeu_si256(static_cast<V*>(p), v); }
 
+TAVO_INLINE V load_widened8(const void* p) { return _mm256_cvtepu8_epi16(sse2::load(p)); }
+TAVO_INLINE void store_narrowed16(void* p, const V (&v)[1]) {
+  sse2::store(p, _mm_packus_epi16(_mm256_castsi256_si128(v[0]), _mm256_extracti128_si256(v[0], 1)));
+}
+TAVO_INLINE V look_up32(const uint32_t* table, const uint16_t* keys) {
+  return _mm256_set_m128i(sse2::look_up32(table, keys + 8), sse2::look_up32(table, keys));
+}
 TAVO_INLINE V load_repeated(const void* p) { return _mm256_broadcastsi128_si256(sse2::load(p)); }
 template <ptrdiff_t kStride>
 TAVO_INLINE V load_lanes(const uint8_t* p) {
@@ -42,6 +49,9 @@ TAVO_INLINE void store_twelves(uint8_t* p, V a, V b, V c, V d) {
   store(p + 32, _mm256_blend_epi32(b, c, 0xF0));
   store(p + 64, _mm256_blend_epi32(c, d, 0xFC));
 }
+
+// a where the mask is set, else b.
+TAVO_INLINE V select(V mask, V a, V b) { return _mm256_blendv_epi8(b, a, mask); }
 
 TAVO_INLINE V min32(V a, V b) { return _mm256_min_epi32(a, b); }
 TAVO_INLINE int32_t least32(V v) {

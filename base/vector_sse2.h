@@ -49,6 +49,20 @@ TAVO_INLINE void store(void* p, V v) { _mm_storeu_si128(static_cast<V*>(p), v); 
 TAVO_INLINE void stream(void* p, V v) { _mm_stream_si128(static_cast<V*>(p), v); }
 TAVO_INLINE void store_low64(void* p, V v) { _mm_storel_epi64(static_cast<V*>(p), v); }
 
+// Bytes, half as many as the vector has, as unsigned 16-bit elements.
+TAVO_INLINE V load_widened8(const void* p) {
+  return _mm_unpacklo_epi8(_mm_loadl_epi64(static_cast<const V*>(p)), V{});
+}
+// Sixteen 16-bit elements of 0 to 255 as bytes.
+TAVO_INLINE void store_narrowed16(void* p, const V (&v)[2]) {
+  store(p, _mm_packus_epi16(v[0], v[1]));
+}
+// table[keys[0]] to table[keys[3]], in the next lane from keys[8] on.
+TAVO_INLINE V look_up32(const uint32_t* table, const uint16_t* keys) {
+  const auto value = [=](size_t i) { return static_cast<int>(table[keys[i]]); };
+  return _mm_set_epi32(value(3), value(2), value(1), value(0));
+}
+
 // 16 bytes for each lane, kStride apart; the same ones for each.
 template <ptrdiff_t kStride>
 TAVO_INLINE V load_lanes(const uint8_t* p) {

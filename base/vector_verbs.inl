@@ -16,14 +16,20 @@ TAVO_INLINE V splat32(uint32_t v) { return TAVO_MM(set1_epi32)(static_cast<int>(
 TAVO_BINARY(add8, add_epi8)
 TAVO_BINARY(add16, add_epi16)
 TAVO_BINARY(add32, add_epi32)
+TAVO_BINARY(sub16, sub_epi16)
+TAVO_BINARY(add8_clamped, adds_epu8)  // unsigned
 TAVO_BINARY(sub8_clamped, subs_epu8)  // unsigned
 TAVO_BINARY(max8_unsigned, max_epu8)
+TAVO_BINARY(max16, max_epi16)
+TAVO_BINARY(min16, min_epi16)
 TAVO_BINARY(multiply16, mullo_epi16)
-TAVO_BINARY(multiply_high16_unsigned, mulhi_epu16)  // the upper halves of the products
-TAVO_BINARY(multiply_add16, madd_epi16)             // 32-bit sums of neighbours' products
-TAVO_BINARY(equal8, cmpeq_epi8)                     // all bits are set where it is so
+TAVO_BINARY(multiply_high16, mulhi_epi16)  // the upper halves of the products
+TAVO_BINARY(multiply_high16_unsigned, mulhi_epu16)
+TAVO_BINARY(multiply_add16, madd_epi16)  // 32-bit sums of neighbours' products
+TAVO_BINARY(equal8, cmpeq_epi8)          // all bits are set where it is so
 TAVO_BINARY(equal32, cmpeq_epi32)
 TAVO_BINARY(greater8, cmpgt_epi8)
+TAVO_BINARY(greater16, cmpgt_epi16)
 TAVO_BINARY(greater32, cmpgt_epi32)
 TAVO_BINARY(pack16_unsigned, packus_epi16)  // to 8 bits, clamped
 TAVO_BINARY(pack32, packs_epi32)
@@ -38,9 +44,14 @@ TAVO_BINARY(unpack_high64, unpackhi_epi64)
 TAVO_SHIFT(shift_left16, slli_epi16)
 TAVO_SHIFT(shift_left32, slli_epi32)
 TAVO_SHIFT(shift_right16, srli_epi16)
+TAVO_SHIFT(shift_right16_signed, srai_epi16)
 TAVO_SHIFT(shift_right32, srli_epi32)
 TAVO_SHIFT(shift_left64, slli_epi64)
 TAVO_SHIFT(shift_right64, srli_epi64)
+
+TAVO_INLINE V shift_right16_signed(V v, int count) {
+  return TAVO_MM(sra_epi16)(v, _mm_cvtsi32_si128(count));
+}
 
 // Bit k is the top bit of element k.
 TAVO_INLINE uint32_t top_bits8(V v) { return static_cast<uint32_t>(TAVO_MM(movemask_epi8)(v)); }

@@ -1,9 +1,8 @@
 // Rows to indices without error diffusion: the nearest colour, and ordered dither.
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cstring>
 
+#include "base/vector_sse2.h"
 #include "color/dither_pass.h"
 #include "color/index_rows.h"
 #include "color/planes.h"
@@ -11,6 +10,8 @@
 namespace tavo::color {
 
 namespace {
+
+using namespace sse2;
 
 // Four times the classic 8 x 8 threshold pattern, but for entries in rows 3, 5 and 7: these are
 // the values whose output programs know.
@@ -47,22 +48,14 @@ RowPattern make_pattern(const DitherPass& pass, uint32_t y) {
   return pattern;
 }
 
-__m128i load(const uint8_t* from) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-}
-void store(uint8_t* to, __m128i value) { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), value); }
-__m128i splat(int byte) { return _mm_set1_epi8(static_cast<char>(byte)); }
-
 // All ones where the unsigned `values` reach `least`.
-__m128i reach(__m128i values, __m128i least) {
-  return _mm_cmpeq_epi8(_mm_max_epu8(values, least), values);
-}
+V reach(V values, V least) { return equal8(max8_unsigned(values, least), values); }
 
 void shift_plane(uint8_t (&plane)[kPiece], uint32_t n, const RowPattern& pattern) {
-  const __m128i up = load(pattern.up);
-  const __m128i down = load(pattern.down);
+  const V up = load(pattern.up);
+  const V down = load(pattern.down);
   for (uint32_t i = 0; i < n; i += 16) {
-    store(plane + i, _mm_subs_epu8(_mm_adds_epu8(load(plane + i), up), down));
+    store(plane + i, sub8_clamped(add8_clamped(load(plane + i), up), down));
   }
 }
 
@@ -75,54 +68,51 @@ void map_classes(DitherPass& pass, const Planes& planes, uint32_t n, Indices& in
 }
 
 void map_cube(const Planes& planes, uint32_t n, Indices& indices) {
-  const __m128i top3 = splat(0xE0);
-  const __m128i low2 = splat(3);
   for (uint32_t i = 0; i < n; i += 16) {
-    const __m128i red = _mm_and_si128(load(planes.red + i), top3);
-    const __m128i green = _mm_srli_epi16(_mm_and_si128(load(planes.green + i), top3), 3);
-    const __m128i blue = _mm_and_si128(_mm_srli_epi16(load(planes.blue + i), 6), low2);
-    store(indices + i, _mm_or_si128(_mm_or_si128(red, green), blue));
+    const V red = load(planes.red + i) & splat8(0xE0);
+    const V green = shift_right16<3>(load(planes.green + i) & splat8(0xE0));
+    const V blue = shift_right16<6>(load(planes.blue + i)) & splat8(3);
+    store(indices + i, red | green | blue);
   }
 }
 
 void map_sixteen(const Planes& planes, uint32_t n, const RowPattern& pattern, Indices& indices) {
-  const __m128i least = load(pattern.least);
+  const V least = load(pattern.least);
   for (uint32_t i = 0; i < n; i += 16) {
-    const __m128i red = _mm_and_si128(reach(load(planes.red + i), least), splat(9));
-    const __m128i green = _mm_and_si128(reach(load(planes.green + i), least), splat(10));
-    const __m128i blue = _mm_and_si128(reach(load(planes.blue + i), least), splat(12));
-    store(indices + i, _mm_or_si128(_mm_or_si128(red, green), blue));
+    const V red = reach(load(planes.red + i), least) & splat8(9);
+    const V green = reach(load(planes.green + i), least) & splat8(10);
+    const V blue = reach(load(planes.blue + i), least) & splat8(12);
+    store(indices + i, red | green | blue);
   }
 }
 
 // (2 red + 5 green + blue + 4) >> 3 of eight pixels in words.
-__m128i gray_words(__m128i red, __m128i green, __m128i blue) {
-  const __m128i five_greens = _mm_add_epi16(_mm_slli_epi16(green, 2), green);
-  const __m128i others = _mm_add_epi16(_mm_add_epi16(red, red), blue);
-  const __m128i sum = _mm_add_epi16(_mm_add_epi16(five_greens, others), _mm_set1_epi16(4));
-  return _mm_srli_epi16(sum, 3);
+V gray_words(V red, V green, V blue) {
+  const V five_greens = add16(shift_left16<2>(green), green);
+  const V others = add16(add16(red, red), blue);
+  const V sum = add16(add16(five_greens, others), splat16(4));
+  return shift_right16<3>(sum);
 }
 
 // In place of the green ones.
 void make_gray(Planes& planes, uint32_t n) {
-  const __m128i zero = _mm_setzero_si128();
   for (uint32_t i = 0; i < n; i += 16) {
-    const __m128i red = load(planes.red + i);
-    const __m128i green = load(planes.green + i);
-    const __m128i blue = load(planes.blue + i);
-    const __m128i low = gray_words(_mm_unpacklo_epi8(red, zero), _mm_unpacklo_epi8(green, zero),
-                                   _mm_unpacklo_epi8(blue, zero));
-    const __m128i high = gray_words(_mm_unpackhi_epi8(red, zero), _mm_unpackhi_epi8(green, zero),
-                                    _mm_unpackhi_epi8(blue, zero));
-    store(planes.green + i, _mm_packus_epi16(low, high));
+    const V red = load(planes.red + i);
+    const V green = load(planes.green + i);
+    const V blue = load(planes.blue + i);
+    const V low =
+        gray_words(unpack_low8(red, V{}), unpack_low8(green, V{}), unpack_low8(blue, V{}));
+    const V high =
+        gray_words(unpack_high8(red, V{}), unpack_high8(green, V{}), unpack_high8(blue, V{}));
+    store(planes.green + i, pack16_unsigned(low, high));
   }
 }
 
 // `gray` has n levels, and some bytes to fill sixteen.
 void map_black_white(const uint8_t* gray, uint32_t n, const RowPattern& pattern, Indices& indices) {
-  const __m128i least = load(pattern.least);
+  const V least = load(pattern.least);
   for (uint32_t i = 0; i < n; i += 16) {
-    store(indices + i, _mm_and_si128(reach(load(gray + i), least), splat(1)));
+    store(indices + i, reach(load(gray + i), least) & splat8(1));
   }
 }
 

@@ -1,11 +1,10 @@
 #include "color/wave.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "base/variants.h"
+#include "base/vector_sse2.h"
 #include "color/index_rows.h"
 
 namespace tavo::color {
@@ -25,27 +24,23 @@ struct Rows {
 };
 
 // One round of a transposition: interleaves the lower and the upper halves.
-void interleave(const __m128i (&from)[16], __m128i (&to)[16]) {
+void interleave(const sse2::V (&from)[16], sse2::V (&to)[16]) {
   for (uint32_t i = 0; i < 8; ++i) {
-    to[2 * i] = _mm_unpacklo_epi8(from[i], from[i + 8]);
-    to[2 * i + 1] = _mm_unpackhi_epi8(from[i], from[i + 8]);
+    to[2 * i] = sse2::unpack_low8(from[i], from[i + 8]);
+    to[2 * i + 1] = sse2::unpack_high8(from[i], from[i + 8]);
   }
 }
 
 // 16 x 16 bytes.
 void transpose(const uint8_t* const (&from)[16], size_t at, uint8_t* to, size_t to_stride) {
-  __m128i a[16];
-  __m128i b[16];
-  for (uint32_t i = 0; i < 16; ++i) {
-    a[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from[i] + at));
-  }
+  sse2::V a[16];
+  sse2::V b[16];
+  for (uint32_t i = 0; i < 16; ++i) a[i] = sse2::load(from[i] + at);
   interleave(a, b);
   interleave(b, a);
   interleave(a, b);
   interleave(b, a);
-  for (uint32_t i = 0; i < 16; ++i) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i * to_stride), a[i]);
-  }
+  for (uint32_t i = 0; i < 16; ++i) sse2::store(to + i * to_stride, a[i]);
 }
 
 // Pixels x to x + kSteps of a row, of which only some may exist.

@@ -1,15 +1,104 @@
-// The steps of a wave, written once and compiled for each instruction set. The including file has
-// defined, in its namespace, Words (sixteen 16-bit words) and what can be done with them.
+// The steps of a wave, compiled for each instruction set. The including file has defined Table32,
+// made of 32 bytes, whose look_up() takes keys of 0 to 31 in 16-bit elements.
+
+// The sixteen lanes, in one vector or two.
+constexpr size_t kPartLanes = kBytes / 2;
+constexpr size_t kParts = kWaveLanes / kPartLanes;
+struct Words {
+  V part[kParts];
+};
+
+// Loops over the parts would keep them in memory.
+template <class Part>
+inline Words of_parts(Part part) {
+  if constexpr (kParts == 1) return {{part(0)}};
+  if constexpr (kParts == 2) return {{part(0), part(1)}};
+}
+template <auto kVerb, class... Operands>
+inline Words each(const Operands&... operands) {
+  return of_parts([&](size_t i) { return kVerb(operands.part[i]...); });
+}
+
+inline V both(V a, V b) { return a & b; }
+inline V either(V a, V b) { return a | b; }
+inline V clamp(V a) { return max16(min16(a, splat16(255)), V{}); }
+
+inline Words operator&(Words a, Words b) { return each<both>(a, b); }
+inline Words operator|(Words a, Words b) { return each<either>(a, b); }
+inline Words operator+(Words a, Words b) { return each<add16>(a, b); }
+inline Words operator-(Words a, Words b) { return each<sub16>(a, b); }
+inline Words operator*(Words a, Words b) { return each<multiply16>(a, b); }
+inline Words operator>(Words a, Words b) { return each<greater16>(a, b); }
+template <int kCount>
+inline Words shift_left(Words a) {
+  return each<shift_left16<kCount>>(a);
+}
+template <int kCount>
+inline Words shift_right(Words a) {
+  return each<shift_right16<kCount>>(a);
+}
+template <int kCount>
+inline Words shift_right_signed(Words a) {
+  return each<shift_right16_signed<kCount>>(a);
+}
+
+inline Words splat(int value) {
+  return of_parts([=](size_t) { return splat16(value); });
+}
+inline Words load_words(const int16_t* from) {
+  return of_parts([=](size_t i) { return load(from + i * kPartLanes); });
+}
+template <class Word>
+inline void store_words(Word* to, const Words& words) {
+  for (size_t i = 0; i < kParts; ++i) store(to + i * kPartLanes, words.part[i]);
+}
+inline Words load_bytes(const uint8_t* from) {
+  return of_parts([=](size_t i) { return load_widened8(from + i * kPartLanes); });
+}
+
+inline Words look_up(const Table32& table, const Words& keys) {
+  return of_parts([&](size_t i) { return table.look_up(keys.part[i]); });
+}
+
+// A choice for each lane, the first and the second four of each eight.
+struct Choices {
+  Words first;
+  Words second;
+};
+
+inline Choices load_choices(const uint32_t* choices, const uint16_t* classes) {
+  const auto four = [=](size_t at) { return look_up32(choices, classes + at); };
+  return {of_parts([&](size_t i) { return four(i * kPartLanes); }),
+          of_parts([&](size_t i) { return four(i * kPartLanes + 4); })};
+}
+inline bool any_equal(const Choices& choices, uint32_t value) {
+  V equal = {};
+  for (size_t i = 0; i < kParts; ++i) {
+    equal |= equal32(choices.first.part[i], splat32(value));
+    equal |= equal32(choices.second.part[i], splat32(value));
+  }
+  return top_bits8(equal) != 0;
+}
+template <int kShift>
+inline V byte_of(V choices) {
+  return shift_right32<kShift>(choices) & splat32(255);
+}
+template <int kShift>
+inline Words byte_of(const Choices& choices) {
+  return of_parts([&](size_t i) {
+    return pack32(byte_of<kShift>(choices.first.part[i]), byte_of<kShift>(choices.second.part[i]));
+  });
+}
 
 // v & mask of the top bits, widened to eight by repeating them: 3 bits or 2.
 inline Words widen_3_bits(Words v) {
   const Words top = v & splat(0xE0);
-  return add(add(top, shift_right<3>(top)), shift_right<6>(top));
+  return top + shift_right<3>(top) + shift_right<6>(top);
 }
 inline Words widen_2_bits(Words v) {
   const Words top = v & splat(0xC0);
-  const Words four = add(top, shift_right<2>(top));
-  return add(four, shift_right<4>(four));
+  const Words four = top + shift_right<2>(top);
+  return four + shift_right<4>(four);
 }
 
 // Each choice turns the clamped components in v[] into the palette's and returns the indices.
@@ -18,7 +107,7 @@ struct GrayThreshold {
   static constexpr uint32_t kChannels = 1;
   explicit GrayThreshold(const Wave& wave) : white(splat(wave.white)) {}
   Words operator()(Words (&v)[1]) const {
-    const Words bright = greater(v[0], splat(127));
+    const Words bright = v[0] > splat(127);
     v[0] = bright & white;
     return bright & splat(1);
   }
@@ -30,8 +119,8 @@ struct GrayTable {
   explicit GrayTable(const Wave& wave) : values(wave.gray_values), indices(wave.gray_indices) {}
   Words operator()(Words (&v)[1]) const {
     const Words key = shift_right<3>(v[0]);
-    v[0] = values.look_up(key);
-    return indices.look_up(key);
+    v[0] = look_up(values, key);
+    return look_up(indices, key);
   }
   Table32 values, indices;
 };
@@ -40,9 +129,9 @@ struct BlackWhite {
   static constexpr uint32_t kChannels = 3;
   explicit BlackWhite(const Wave& wave) : white(splat(wave.white)) {}
   Words operator()(Words (&v)[3]) const {
-    const Words five_greens = add(shift_left<2>(v[1]), v[1]);
-    const Words sum = add(add(add(v[0], v[0]), v[2]), five_greens);
-    const Words bright = greater(sum, splat(8 * 128 - 4 - 1));
+    const Words five_greens = shift_left<2>(v[1]) + v[1];
+    const Words sum = v[0] + v[0] + v[2] + five_greens;
+    const Words bright = sum > splat(8 * 128 - 4 - 1);
     v[0] = v[1] = v[2] = bright & white;
     return bright & splat(1);
   }
@@ -53,9 +142,9 @@ struct Sixteen {
   static constexpr uint32_t kChannels = 3;
   explicit Sixteen(const Wave&) {}
   Words operator()(Words (&v)[3]) const {
-    const Words red = greater(v[0], splat(127));
-    const Words green = greater(v[1], splat(127));
-    const Words blue = greater(v[2], splat(127));
+    const Words red = v[0] > splat(127);
+    const Words green = v[1] > splat(127);
+    const Words blue = v[2] > splat(127);
     v[0] = red & splat(255);
     v[1] = green & splat(255);
     v[2] = blue & splat(255);
@@ -82,7 +171,8 @@ struct Classes {
   Words operator()(Words (&v)[3]) const {
     const Words top = splat(0xF8);
     alignas(32) uint16_t classes[kWaveLanes];
-    store(classes, shift_left<7>(v[0] & top) | shift_left<2>(v[1] & top) | shift_right<3>(v[2]));
+    store_words(classes,
+                shift_left<7>(v[0] & top) | shift_left<2>(v[1] & top) | shift_right<3>(v[2]));
     Choices chosen = load_choices(choices, classes);
     if (any_equal(chosen, pass.unknown)) [[unlikely]] {
       for (const uint16_t each : classes) pass.choose(each);
@@ -101,15 +191,15 @@ struct Classes {
 struct FloydSteinberg {
   explicit FloydSteinberg(const WaveFilter&) {}
   Words carry(const int16_t* at, Words last, Words) const {
-    const Words below_left = load(at - (kSkew - 1) * 32 - 1);
-    const Words below = load(at - kSkew * 32 - 1);
-    const Words below_right = load(at - (kSkew + 1) * 32 - 1);
-    const Words three = add(add(below_left, below_left), below_left);
-    const Words five = add(shift_left<2>(below), below);
-    const Words above = add(add(three, five), below_right);
+    const Words below_left = load_words(at - (kSkew - 1) * 32 - 1);
+    const Words below = load_words(at - kSkew * 32 - 1);
+    const Words below_right = load_words(at - (kSkew + 1) * 32 - 1);
+    const Words three = below_left + below_left + below_left;
+    const Words five = shift_left<2>(below) + below;
+    const Words above = three + five + below_right;
     // Seven times the last error: all else is known early.
-    const Words sum = add(subtract(above, last), shift_left<3>(last));
-    return shift_right_signed<4>(add(sum, shift_right<12>(shift_right_signed<15>(sum))));
+    const Words sum = above - last + shift_left<3>(last);
+    return shift_right_signed<4>(sum + shift_right<12>(shift_right_signed<15>(sum)));
   }
 };
 
@@ -117,22 +207,25 @@ struct AnyFilter {
   explicit AnyFilter(const WaveFilter& the_filter)
       : filter(the_filter), right1(splat(filter.right1)), right2(splat(filter.right2)) {}
   Words carry(const int16_t* at, Words last, Words before) const {
-    Words sum = multiply(before, right2);
+    Words sum = before * right2;
     for (uint32_t i = 0; i < filter.tap_count; ++i) {
-      sum = add(sum, multiply(load(at + filter.taps[i].offset), splat(filter.taps[i].weight)));
+      sum = sum + load_words(at + filter.taps[i].offset) * splat(filter.taps[i].weight);
     }
-    sum = add(sum, multiply(last, right1));
-    if (filter.is_halved) sum = add(sum, odd_part(at, sum));
-    const Words quotient =
-        shift_right_signed(multiply_high(sum, splat(filter.reciprocal)), filter.shift);
-    return subtract(quotient, shift_right_signed<15>(sum));
+    sum = sum + last * right1;
+    if (filter.is_halved) sum = sum + odd_part(at, sum);
+    const Words quotient = of_parts([&](size_t i) {
+      const V high = multiply_high16(sum.part[i], splat16(filter.reciprocal));
+      return shift_right16_signed(high, filter.shift);
+    });
+    return quotient - shift_right_signed<15>(sum);
   }
   // The sum is twice `half` and `odd`; half of it, truncated toward zero.
   Words odd_part(const int16_t* at, Words half) const {
-    const Words odd = add(load(at + filter.odd_offsets[0]), load(at + filter.odd_offsets[1]));
+    const Words odd =
+        load_words(at + filter.odd_offsets[0]) + load_words(at + filter.odd_offsets[1]);
     const Words floor = shift_right_signed<1>(odd);
-    const Words is_negative = shift_right_signed<15>(add(half, floor));
-    return add(floor, is_negative & odd & splat(1));
+    const Words is_negative = shift_right_signed<15>(half + floor);
+    return floor + (is_negative & odd & splat(1));
   }
   const WaveFilter& filter;
   Words right1, right2;
@@ -149,8 +242,8 @@ void run_wave(Wave& wave) {
   Words last[kChannels];
   Words before[kChannels];
   for (uint32_t c = 0; c < kChannels; ++c) {
-    last[c] = load(wave.last[c]);
-    before[c] = load(wave.before[c]);
+    last[c] = load_words(wave.last[c]);
+    before[c] = load_words(wave.before[c]);
   }
   const uint8_t* in = wave.in;
   for (uint32_t i = 0; i < wave.steps; ++i, in += step) {
@@ -159,29 +252,33 @@ void run_wave(Wave& wave) {
     for (uint32_t c = 0; c < kChannels; ++c) {
       const Words carry =
           filter.carry(wave.errors[c][kHistory + i].words + kAbove, last[c], before[c]);
-      clamped[c] = clamp_to_byte(add(load_bytes(in + offsets[c]), carry));
+      clamped[c] = each<clamp>(load_bytes(in + offsets[c]) + carry);
       v[c] = clamped[c];
     }
     const Words index = choice(v);
     for (uint32_t c = 0; c < kChannels; ++c) {
-      Words error = subtract(clamped[c], v[c]);
-      if (!wave.all_active) error = error & load(wave.active[i]);
-      store(wave.errors[c][kHistory + i].words + kAbove, error);
+      Words error = clamped[c] - v[c];
+      if (!wave.all_active) error = error & load_words(wave.active[i]);
+      store_words(wave.errors[c][kHistory + i].words + kAbove, error);
       before[c] = last[c];
       last[c] = error;
     }
-    store_bytes(wave.out + i * kWaveLanes, index);
+    store_narrowed16(wave.out + i * kWaveLanes, index.part);
   }
   for (uint32_t c = 0; c < kChannels; ++c) {
-    store(wave.last[c], last[c]);
-    store(wave.before[c], before[c]);
+    store_words(wave.last[c], last[c]);
+    store_words(wave.before[c], before[c]);
   }
 }
 
 template <class Filter>
-WaveKernel kernel_for(WaveChoice choice) {
+WaveKernel kernel_with(WaveChoice choice) {
   constexpr WaveKernel kKernels[kWaveChoices] = {
       run_wave<GrayThreshold, Filter>, run_wave<GrayTable, Filter>, run_wave<BlackWhite, Filter>,
       run_wave<Sixteen, Filter>,       run_wave<Cube, Filter>,      run_wave<Classes, Filter>};
   return kKernels[static_cast<uint32_t>(choice)];
+}
+
+WaveKernel kernel_for(WaveChoice choice, bool is_floyd_steinberg) {
+  return is_floyd_steinberg ? kernel_with<FloydSteinberg>(choice) : kernel_with<AnyFilter>(choice);
 }
