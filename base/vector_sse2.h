@@ -42,51 +42,74 @@ namespace tavo::sse2 {
 
 using V = __m128i;
 
-TAVO_INLINE V load(const void* p) { return _mm_loadu_si128(static_cast<const V*>(p)); }
-TAVO_INLINE void store(void* p, V v) { _mm_storeu_si128(static_cast<V*>(p), v); }
-
-// Past the caches, to a multiple of 16.
-TAVO_INLINE void stream(void* p, V v) { _mm_stream_si128(static_cast<V*>(p), v); }
-TAVO_INLINE void store_low64(void* p, V v) { _mm_storel_epi64(static_cast<V*>(p), v); }
-
-// Bytes, half as many as the vector has, as unsigned 16-bit elements.
-TAVO_INLINE V load_widened8(const void* p) {
-  return _mm_unpacklo_epi8(_mm_loadl_epi64(static_cast<const V*>(p)), V{});
-}
-// Sixteen 16-bit elements of 0 to 255 as bytes.
-TAVO_INLINE void store_narrowed16(void* p, const V (&v)[2]) {
-  store(p, _mm_packus_epi16(v[0], v[1]));
-}
-// table[keys[0]] to table[keys[3]], in the next lane from keys[8] on.
-TAVO_INLINE V look_up32(const uint32_t* table, const uint16_t* keys) {
-  const auto value = [=](size_t i) { return static_cast<int>(table[keys[i]]); };
-  return _mm_set_epi32(value(3), value(2), value(1), value(0));
-}
-
-// 16 bytes for each lane, kStride apart; the same ones for each.
-template <ptrdiff_t kStride>
-TAVO_INLINE V load_lanes(const uint8_t* p) {
-  return load(p);
-}
-TAVO_INLINE V load_repeated(const void* p) { return load(p); }
-
 #define TAVO_MM(operation) _mm_##operation
 #include "base/vector_verbs.inl"
 TAVO_SHIFT(shift_left_bytes, slli_si128)
 TAVO_SHIFT(shift_right_bytes, srli_si128)
 #undef TAVO_MM
 
-// Unpacking what has been brought in order gives its elements one after another, and what has been
-// packed is brought in order: once packed in 64 bits at a time, twice in 32.
+TAVO_INLINE V load(const void* p) { return _mm_loadu_si128(static_cast<const V*>(p)); }
+TAVO_INLINE void store(void* p, V v) { _mm_storeu_si128(static_cast<V*>(p), v); }
+// Past the caches, to a multiple of 16.
+TAVO_INLINE void stream(void* p, V v) { _mm_stream_si128(static_cast<V*>(p), v); }
+TAVO_INLINE void store_low64(void* p, V v) { _mm_storel_epi64(static_cast<V*>(p), v); }
+TAVO_INLINE void store_high64(void* p, V v) {
+  _mm_storeh_pi(static_cast<__m64*>(p), _mm_castsi128_ps(v));
+}
+
+// ---- Lanes: there is one ----
+
+TAVO_INLINE V load_repeated(const void* p) { return load(p); }
+// The first lane from `first`, the second from `second`; or from `p` and kStride behind it.
+TAVO_INLINE V load_lanes(const void* first, const void* /*second*/) { return load(first); }
+template <ptrdiff_t kStride>
+TAVO_INLINE V load_lanes(const uint8_t* p) {
+  return load(p);
+}
+template <int kLane>
+TAVO_INLINE V lane(V v) {
+  return v;
+}
+
+// What has been brought in order unpacks to vectors whose elements follow each other, and what has
+// been packed from such vectors is brought in order: packed once by 64 bits, packed twice by 32.
 TAVO_INLINE V in_order64(V v) { return v; }
 TAVO_INLINE V in_order32(V v) { return v; }
+
+// ---- Elements to wider and narrower ones ----
+
+// Bytes, half as many as a vector has, as unsigned 16-bit elements.
+TAVO_INLINE V load_widened8(const void* p) {
+  return _mm_unpacklo_epi8(_mm_loadl_epi64(static_cast<const V*>(p)), V{});
+}
+// Sixteen 16-bit elements as bytes, clamped.
+TAVO_INLINE void store_narrowed16(void* p, const V (&v)[2]) {
+  store(p, pack16_unsigned(v[0], v[1]));
+}
+
+// ---- Single elements ----
 
 // `value` in the first element, zeros behind it.
 TAVO_INLINE V single32(uint32_t value) { return _mm_cvtsi32_si128(static_cast<int>(value)); }
 TAVO_INLINE uint32_t first32(V v) { return static_cast<uint32_t>(_mm_cvtsi128_si32(v)); }
-// 64-bit sums of eight neighbours.
-TAVO_INLINE V sum8_unsigned(V v) { return _mm_sad_epu8(v, V{}); }
+// table[keys[0]] to table[keys[3]], in the next lane from keys[8] on.
+TAVO_INLINE V look_up32(const uint32_t* table, const uint16_t* keys) {
+  const auto value = [=](size_t i) { return static_cast<int>(table[keys[i]]); };
+  return _mm_set_epi32(value(3), value(2), value(1), value(0));
+}
+// Bit k is the top bit of element k.
+TAVO_INLINE uint32_t top_bits32(V v) {
+  return static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(v)));
+}
 
+// ---- What single instructions of later sets do ----
+
+TAVO_INLINE V magnitude16(V v) { return max16(v, sub16(V{}, v)); }
+// v, or -v where `sign` is negative. Where that is 0, v must be, too.
+TAVO_INLINE V with_sign16(V v, V sign) {
+  const V negative = shift_right16_signed<15>(sign);
+  return sub16(v ^ negative, negative);
+}
 TAVO_INLINE V min32(V a, V b) {
   const V is_less = greater32(b, a);
   return (is_less & a) | (~is_less & b);
@@ -95,9 +118,15 @@ TAVO_INLINE int32_t least32(V v) {
   v = min32(v, _mm_shuffle_epi32(v, 0x4E));
   return _mm_cvtsi128_si32(min32(v, _mm_shuffle_epi32(v, 0xB1)));
 }
-// 16 pixels of three bytes, as three vectors of a byte each. Each step interleaves the two halves
-// of the 48 bytes, which moves byte i to 2 i mod 47; after four steps byte 3 k is at 48 k mod 47 =
-// k.
+
+// ---- Of 16 bytes alone ----
+
+// 64-bit sums of eight neighbours.
+TAVO_INLINE V sum8_unsigned(V v) { return _mm_sad_epu8(v, V{}); }
+
+// 16 pixels of three bytes to a vector for each of the three. A step interleaves the two halves of
+// the 48 bytes, which moves byte i to 2 i mod 47; after four of them byte 3 k is at
+// 48 k mod 47 = k.
 TAVO_INLINE void load_triples(const uint8_t* p, V (&v)[3]) {
   v[0] = load(p), v[1] = load(p + 16), v[2] = load(p + 32);
   for (int step = 0; step < 4; ++step) {
@@ -107,9 +136,9 @@ TAVO_INLINE void load_triples(const uint8_t* p, V (&v)[3]) {
     v[0] = first, v[1] = second, v[2] = third;
   }
 }
-// The inverse. Writes two bytes more.
+// The inverse; writes two bytes more.
 TAVO_INLINE void store_triples(uint8_t* p, V a, V b, V c) {
-  const auto store_four = [](uint8_t* to, V pixels) {  // of 32 bits, the top ones zero
+  const auto store_four = [](uint8_t* to, V pixels) {  // of 32 bits, the top eight zero
     const V even = pixels & _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
     const V joined = even | shift_left64<24>(shift_right64<32>(pixels));
     store_low64(to, joined);
@@ -121,9 +150,6 @@ TAVO_INLINE void store_triples(uint8_t* p, V a, V b, V c) {
   store_four(p + 12, unpack_high16(ab_low, c_low));
   store_four(p + 24, unpack_low16(ab_high, c_high));
   store_four(p + 36, unpack_high16(ab_high, c_high));
-}
-TAVO_INLINE uint32_t top_bits32(V v) {
-  return static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(v)));
 }
 
 }  // namespace tavo::sse2

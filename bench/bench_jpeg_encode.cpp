@@ -76,7 +76,7 @@ void EncodeTavo(benchmark::State& state) {
   encode_with(state, jpeg::kernels(), jpeg::entropy_coder());
 }
 void EncodeTavoSse2(benchmark::State& state) {
-  encode_with(state, jpeg::kSse2Kernels, jpeg::kFastEntropyCoder);
+  encode_with(state, jpeg::kSse2Kernels, jpeg::kSse2EntropyCoder);
 }
 void EncodeTavoPlain(benchmark::State& state) {
   encode_with(state, jpeg::kPlainKernels, jpeg::kPlainEntropyCoder);

@@ -176,7 +176,7 @@ template <size_t kOut>
 inline void fetch_before(const uint8_t* out) {
   const uintptr_t target = reinterpret_cast<uintptr_t>(out) - kFetchDistance;
   for (size_t at = 0; at < kOut; at += 64) {
-    _mm_prefetch(reinterpret_cast<const char*>(target + at), _MM_HINT_T0);
+    __builtin_prefetch(reinterpret_cast<const void*>(target + at));
   }
 }
 

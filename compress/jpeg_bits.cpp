@@ -1,9 +1,9 @@
 #include "compress/jpeg_bits.h"
 
-#include <emmintrin.h>
-
 #include <bit>
 #include <cstring>
+
+#include "base/vector_sse2.h"
 
 namespace tavo::jpeg {
 namespace {
@@ -14,12 +14,11 @@ constexpr size_t kVectorBytes = 16;
 // else follows, or that is the last byte, and where one of the two has fewer than 17 bytes left.
 void copy_stuffed(const uint8_t*& in, const uint8_t* in_end, uint8_t*& out,
                   const uint8_t* out_end) {
-  const __m128i ones = _mm_set1_epi8(-1);
   while (in_end - in > static_cast<ptrdiff_t>(kVectorBytes) &&
          out_end - out > static_cast<ptrdiff_t>(kVectorBytes)) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
-    const auto found = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, ones)));
+    const sse2::V bytes = sse2::load(in);
+    sse2::store(out, bytes);
+    const uint32_t found = sse2::top_bits8(sse2::equal8(bytes, sse2::splat8(0xFF)));
     if (found == 0) {
       in += kVectorBytes;
       out += kVectorBytes;

@@ -1,10 +1,10 @@
 #include "compress/jpeg_blocks.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
+
+#include "base/vector_sse2.h"
 
 namespace tavo::jpeg {
 namespace {
@@ -184,16 +184,14 @@ inline void correct(BitPosition& at, int low, uint64_t mask, int16_t* block) {
 }  // namespace
 
 uint64_t find_nonzero(const int16_t* block) {
-  const auto* in = reinterpret_cast<const __m128i*>(block);
-  const __m128i zero = _mm_setzero_si128();
-  uint64_t mask = 0;
-  for (int i = 0; i < 4; ++i) {
-    const __m128i low = _mm_cmpeq_epi16(_mm_loadu_si128(in + 2 * i), zero);
-    const __m128i high = _mm_cmpeq_epi16(_mm_loadu_si128(in + 2 * i + 1), zero);
-    const auto zeros = static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(low, high)));
-    mask |= uint64_t{zeros} << (16 * i);
+  using namespace sse2;
+  uint64_t zeros = 0;
+  for (size_t i = 0; i < 64; i += 16) {
+    const V low = equal16(load(block + i), V{});
+    const V high = equal16(load(block + i + 8), V{});
+    zeros |= uint64_t{top_bits8(pack16(low, high))} << i;
   }
-  return ~mask;
+  return ~zeros;
 }
 
 int refine_ac(BitPosition& position, const HuffmanTable& ac_table, const Band& band,

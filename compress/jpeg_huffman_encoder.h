@@ -5,8 +5,10 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 #include "compress/jpeg_encoder_kernels.h"
 #include "compress/jpeg_tables.h"
@@ -15,6 +17,26 @@ namespace tavo::jpeg {
 
 // A code with, for `small`, the value's extra bits behind it: bits << 8 | number of bits. 0: none.
 using Code = uint32_t;
+
+inline constexpr uint32_t kZeroRunSymbol = 0xF0;  // 16 zeros
+inline constexpr uint32_t kEndOfBlockSymbol = 0;
+
+inline uint32_t category(int value) {
+  return static_cast<uint32_t>(std::bit_width(static_cast<uint32_t>(std::abs(value))));
+}
+
+// The category's extra bits: the value, or for negative ones the value less 1, cut to size.
+inline uint32_t extra_bits(int value, uint32_t bits) {
+  return static_cast<uint32_t>(value + (value >> 31)) & ((1u << bits) - 1);
+}
+
+constexpr uint32_t code_length(Code code) { return code & 0xFF; }
+
+// At most 24 bits together.
+inline Code append_value(Code code, int value) {
+  const uint32_t bits = category(value);
+  return (code >> 8 << bits | extra_bits(value, bits)) << 8 | (code_length(code) + bits);
+}
 
 struct HuffmanCodes {
   std::array<Code, 16> dc;   // by magnitude category
@@ -57,8 +79,8 @@ struct EntropyCoder {
 };
 
 extern const EntropyCoder kPlainEntropyCoder;
-extern const EntropyCoder kFastEntropyCoder;
-extern const EntropyCoder kBmi2EntropyCoder;
+extern const EntropyCoder kSse2EntropyCoder;
+extern const EntropyCoder kAvx2EntropyCoder;
 
 // The best for the processor at hand.
 const EntropyCoder& entropy_coder();

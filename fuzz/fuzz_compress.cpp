@@ -121,7 +121,7 @@ void compare_paths(Input& input) {
   input.fill(rows);
   const Bytes plain = encode(setup, rows, jpeg::kPlainKernels, jpeg::kPlainEntropyCoder);
   require(encode(setup, rows, jpeg::kernels(), jpeg::entropy_coder()) == plain);
-  require(encode(setup, rows, jpeg::kernels(), jpeg::kFastEntropyCoder) == plain);
+  require(encode(setup, rows, jpeg::kernels(), jpeg::kSse2EntropyCoder) == plain);
 }
 
 }  // namespace

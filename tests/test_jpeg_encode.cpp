@@ -23,7 +23,7 @@ struct Path {
 
 // What this processor can run beside the plain code.
 std::vector<Path> vector_paths() {
-  std::vector<Path> paths = {{"words", &jpeg::kPlainKernels, &jpeg::kFastEntropyCoder}};
+  std::vector<Path> paths = {{"words", &jpeg::kPlainKernels, &jpeg::kSse2EntropyCoder}};
   const char* const names[] = {"SSE2", "SSSE3", "AVX2", "AVX-512"};
   for (const platform::Processor level : test::processor_levels()) {
     const test::LimitedProcessor limited(level);
@@ -196,7 +196,7 @@ TEST(JpegEncode, MarkerBytesAreStuffed) {
       if (b == 0xFF) want.push_back(0);
     }
     Bytes got(2 * count + 16);
-    const uint8_t* end = jpeg::kFastEntropyCoder.stuff(bytes.data(), count, got.data());
+    const uint8_t* end = jpeg::kSse2EntropyCoder.stuff(bytes.data(), count, got.data());
     got.resize(static_cast<size_t>(end - got.data()));
     EXPECT_EQ(got, want);
   }

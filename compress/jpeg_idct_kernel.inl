@@ -1,54 +1,44 @@
-// The inverse transform in vectors, compiled once for each instruction set.
-//
-// The including file defines TAVO_TARGET, the attribute of its instruction set, a vector type V of
-// one or two lanes of 128 bits, and the operations of jpeg_vector_ops.inc. A lane holds one block.
-
-namespace tavo::jpeg {
-namespace {
+// The inverse transform, compiled for each instruction set. A lane holds one block.
 
 struct Wide {
   V low;
   V high;
 };
 
-TAVO_TARGET inline Wide pairs(V a, V b) { return {unpack_low16(a, b), unpack_high16(a, b)}; }
-TAVO_TARGET inline Wide sum_of_products(Wide x, V factors) {
-  return {multiply_add(x.low, factors), multiply_add(x.high, factors)};
+inline Wide pairs(V a, V b) { return {unpack_low16(a, b), unpack_high16(a, b)}; }
+inline Wide sum_of_products(Wide x, V factors) {
+  return {multiply_add16(x.low, factors), multiply_add16(x.high, factors)};
 }
-TAVO_TARGET inline Wide operator+(Wide a, Wide b) {
-  return {add32(a.low, b.low), add32(a.high, b.high)};
-}
-TAVO_TARGET inline Wide operator-(Wide a, Wide b) {
-  return {sub32(a.low, b.low), sub32(a.high, b.high)};
-}
-TAVO_TARGET inline Wide operator+(Wide a, V b) { return {add32(a.low, b), add32(a.high, b)}; }
+inline Wide operator+(Wide a, Wide b) { return {add32(a.low, b.low), add32(a.high, b.high)}; }
+inline Wide operator-(Wide a, Wide b) { return {sub32(a.low, b.low), sub32(a.high, b.high)}; }
+inline Wide operator+(Wide a, V b) { return {add32(a.low, b), add32(a.high, b)}; }
 
 template <int kShift>
-TAVO_TARGET inline V narrow(Wide a) {
-  return pack32(shift_right32<kShift>(a.low), shift_right32<kShift>(a.high));
+inline V narrow(Wide a) {
+  return pack32(shift_right32_signed<kShift>(a.low), shift_right32_signed<kShift>(a.high));
 }
 
 // Outputs i and 7 - i of a pass from their even and odd parts.
 template <int kShift>
-TAVO_TARGET inline void finish(Wide even, Wide odd, V& first, V& second) {
+inline void finish(Wide even, Wide odd, V& first, V& second) {
   first = narrow<kShift>(even + odd);
   second = narrow<kShift>(even - odd);
 }
 
 template <int kShift>
-TAVO_TARGET inline void full_pass(V (&r)[8]) {
+inline void full_pass(V (&r)[8]) {
   const V round = splat32(1 << (kShift - 1));
   const Wide r04 = pairs(r[0], r[4]);
   const Wide r26 = pairs(r[2], r[6]);
   const Wide r13 = pairs(r[1], r[3]);
   const Wide r57 = pairs(r[5], r[7]);
-  const Wide e0 = sum_of_products(r04, splat_pair(kOne, kOne)) + round;
-  const Wide e1 = sum_of_products(r04, splat_pair(kOne, -kOne)) + round;
-  const Wide e2 = sum_of_products(r26, splat_pair(kEven2, -kEven6));
-  const Wide e3 = sum_of_products(r26, splat_pair(kEven6Sum, kEven2));
-  const auto odd = [&](int i) TAVO_TARGET {
-    return sum_of_products(r13, splat_pair(kOdd[i][0], kOdd[i][1])) +
-           sum_of_products(r57, splat_pair(kOdd[i][2], kOdd[i][3]));
+  const Wide e0 = sum_of_products(r04, splat_pairs16(kOne, kOne)) + round;
+  const Wide e1 = sum_of_products(r04, splat_pairs16(kOne, -kOne)) + round;
+  const Wide e2 = sum_of_products(r26, splat_pairs16(kEven2, -kEven6));
+  const Wide e3 = sum_of_products(r26, splat_pairs16(kEven6Sum, kEven2));
+  const auto odd = [&](int i) {
+    return sum_of_products(r13, splat_pairs16(kOdd[i][0], kOdd[i][1])) +
+           sum_of_products(r57, splat_pairs16(kOdd[i][2], kOdd[i][3]));
   };
   finish<kShift>(e0 + e3, odd(0), r[0], r[7]);
   finish<kShift>(e1 + e2, odd(1), r[1], r[6]);
@@ -58,15 +48,15 @@ TAVO_TARGET inline void full_pass(V (&r)[8]) {
 
 // The same with inputs 4 to 7 zero.
 template <int kShift>
-TAVO_TARGET inline void short_pass(V (&r)[8]) {
+inline void short_pass(V (&r)[8]) {
   const V round = splat32(1 << (kShift - 1));
   const Wide r02 = pairs(r[0], r[2]);
   const Wide r13 = pairs(r[1], r[3]);
-  const auto even = [&](int factor) TAVO_TARGET {
-    return sum_of_products(r02, splat_pair(kOne, factor)) + round;
+  const auto even = [&](int factor) {
+    return sum_of_products(r02, splat_pairs16(kOne, factor)) + round;
   };
-  const auto odd = [&](int i) TAVO_TARGET {
-    return sum_of_products(r13, splat_pair(kOdd[i][0], kOdd[i][1]));
+  const auto odd = [&](int i) {
+    return sum_of_products(r13, splat_pairs16(kOdd[i][0], kOdd[i][1]));
   };
   finish<kShift>(even(kEven6Sum), odd(0), r[0], r[7]);
   finish<kShift>(even(kEven2), odd(1), r[1], r[6]);
@@ -75,22 +65,20 @@ TAVO_TARGET inline void short_pass(V (&r)[8]) {
 }
 
 // The first pass with rows 4 to 7 and columns 4 to 7 zero, transposed: r[0] to r[3] are columns.
-TAVO_TARGET inline void corner_pass(V (&r)[8]) {
+inline void corner_pass(V (&r)[8]) {
   const V round = splat32(1 << (kFirstShift - 1));
   const V r02 = unpack_low16(r[0], r[2]);
   const V r13 = unpack_low16(r[1], r[3]);
-  const auto even = [&](int factor) TAVO_TARGET {
-    return add32(multiply_add(r02, splat_pair(kOne, factor)), round);
+  const auto even = [&](int factor) {
+    return add32(multiply_add16(r02, splat_pairs16(kOne, factor)), round);
   };
-  const auto odd = [&](int i) TAVO_TARGET {
-    return multiply_add(r13, splat_pair(kOdd[i][0], kOdd[i][1]));
+  const auto odd = [&](int i) {
+    return multiply_add16(r13, splat_pairs16(kOdd[i][0], kOdd[i][1]));
   };
   const V e[4] = {even(kEven6Sum), even(kEven2), even(-kEven2), even(-kEven6Sum)};
   const V o[4] = {odd(0), odd(1), odd(2), odd(3)};
-  const auto plus = [&](int i)
-                        TAVO_TARGET { return shift_right32<kFirstShift>(add32(e[i], o[i])); };
-  const auto minus = [&](int i)
-                         TAVO_TARGET { return shift_right32<kFirstShift>(sub32(e[i], o[i])); };
+  const auto plus = [&](int i) { return shift_right32_signed<kFirstShift>(add32(e[i], o[i])); };
+  const auto minus = [&](int i) { return shift_right32_signed<kFirstShift>(sub32(e[i], o[i])); };
   const V rows01 = pack32(plus(0), plus(1));
   const V rows23 = pack32(plus(2), plus(3));
   const V rows45 = pack32(minus(3), minus(2));
@@ -105,27 +93,8 @@ TAVO_TARGET inline void corner_pass(V (&r)[8]) {
   r[3] = unpack_high64(top23, bottom23);
 }
 
-TAVO_TARGET inline void transpose(V (&r)[8]) {
-  const V a0 = unpack_low16(r[0], r[1]), a1 = unpack_high16(r[0], r[1]);
-  const V a2 = unpack_low16(r[2], r[3]), a3 = unpack_high16(r[2], r[3]);
-  const V a4 = unpack_low16(r[4], r[5]), a5 = unpack_high16(r[4], r[5]);
-  const V a6 = unpack_low16(r[6], r[7]), a7 = unpack_high16(r[6], r[7]);
-  const V b0 = unpack_low32(a0, a2), b1 = unpack_high32(a0, a2);
-  const V b2 = unpack_low32(a1, a3), b3 = unpack_high32(a1, a3);
-  const V b4 = unpack_low32(a4, a6), b5 = unpack_high32(a4, a6);
-  const V b6 = unpack_low32(a5, a7), b7 = unpack_high32(a5, a7);
-  r[0] = unpack_low64(b0, b4);
-  r[1] = unpack_high64(b0, b4);
-  r[2] = unpack_low64(b1, b5);
-  r[3] = unpack_high64(b1, b5);
-  r[4] = unpack_low64(b2, b6);
-  r[5] = unpack_high64(b2, b6);
-  r[6] = unpack_low64(b3, b7);
-  r[7] = unpack_high64(b3, b7);
-}
-
 // From the second pass's columns to rows of samples: out[i] holds rows 2i and 2i + 1.
-TAVO_TARGET inline void to_samples(const V (&r)[8], V (&out)[4]) {
+inline void to_samples(const V (&r)[8], V (&out)[4]) {
   const V middle = splat8(-128);
   const V c02 = pack16(r[0], r[2]), c13 = pack16(r[1], r[3]);
   const V c46 = pack16(r[4], r[6]), c57 = pack16(r[5], r[7]);
@@ -140,13 +109,13 @@ TAVO_TARGET inline void to_samples(const V (&r)[8], V (&out)[4]) {
 }
 
 // The whole transform of rows r of dequantised coefficients.
-TAVO_TARGET inline void transform(V (&r)[8], Extent extent, V (&samples)[4]) {
+inline void transform(V (&r)[8], Extent extent, V (&samples)[4]) {
   if (extent == Extent::kCorner) {
     corner_pass(r);
     short_pass<kSecondShift>(r);
   } else {
     full_pass<kFirstShift>(r);
-    transpose(r);
+    transpose16(r);
     full_pass<kSecondShift>(r);
   }
   to_samples(r, samples);
@@ -165,5 +134,35 @@ inline void store_flat(uint64_t row, uint8_t* out, size_t stride) {
   for (size_t y = 0; y < 8; ++y) store_native(out + y * stride, row);
 }
 
-}  // namespace
-}  // namespace tavo::jpeg
+inline void store_rows(sse2::V rows, uint8_t* out, size_t stride) {
+  sse2::store_low64(out, rows);
+  sse2::store_high64(out + stride, rows);
+}
+
+// As many of the two blocks as there are lanes.
+TAVO_INLINE void transform_blocks(const int16_t* a, const int16_t* b, const uint16_t* quantisers,
+                                  Extent extent, uint8_t* out_a, uint8_t* out_b, size_t stride) {
+  V r[8];
+  for (size_t i = 0; i < 8; ++i) {
+    r[i] = multiply16(load_lanes(a + 8 * i, b + 8 * i), load_repeated(quantisers + 8 * i));
+  }
+  V samples[4];
+  transform(r, extent, samples);
+  for (size_t i = 0; i < 4; ++i) {
+    store_rows(lane<0>(samples[i]), out_a + 2 * i * stride, stride);
+    if (kLanes == 2) store_rows(lane<1>(samples[i]), out_b + 2 * i * stride, stride);
+  }
+}
+
+TAVO_INLINE void transform_pair(const int16_t* a, const int16_t* b, const uint16_t* quantisers,
+                                Extent extent, uint8_t* out_a, uint8_t* out_b, size_t stride) {
+  if (extent == Extent::kFlat) {
+    store_flat(flat_samples(a[0], quantisers[0]), out_a, stride);
+    store_flat(flat_samples(b[0], quantisers[0]), out_b, stride);
+    return;
+  }
+  for (size_t i = 0; i < 2; i += kLanes) {
+    transform_blocks(a, b, quantisers, extent, out_a, out_b, stride);
+    a = b, out_a = out_b;
+  }
+}
