@@ -7,7 +7,7 @@
 namespace tavo::jpeg {
 namespace {
 
-// What a picture has for each of its blocks.
+// What a picture has for each of the blocks that its data reach.
 constexpr uint64_t kVisitsPerBlock = 64;
 
 enum class Coding { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
@@ -80,7 +80,6 @@ Status CoefficientStore::start(const Frame& frame, size_t count) {
     blocks += uint64_t{plane.blocks_wide} * plane.strip_rows * frame.mcus_high;
   }
   if (blocks > kMaxBytes / (kBlockSize * sizeof(int16_t))) return kNoMemory;
-  own_visits_ = blocks * kVisitsPerBlock;
   for (size_t i = 0; i < count; ++i) TRY(planes_[i].strips.allocate(frame.mcus_high));
   return kOk;
 }
@@ -93,6 +92,7 @@ Status CoefficientStore::reach(size_t component, uint32_t row, int16_t*& blocks)
     strip = static_cast<int16_t*>(
         platform::allocate_fixed(row_values * plane.strip_rows * sizeof(int16_t)));
     if (strip == nullptr) return kNoMemory;
+    own_visits_ += uint64_t{plane.blocks_wide} * plane.strip_rows * kVisitsPerBlock;
   }
   blocks = strip + row_values * (row % plane.strip_rows);
   return kOk;
