@@ -199,8 +199,13 @@ void Machine::optimize() {
   known(T_OptimizeBitmap(&first, &second, 0, input.word() % 260));
 }
 
+size_t packed_size(uint32_t width, int32_t bits) {
+  return static_cast<size_t>(core::packed_bytes(width, bits));
+}
+
 // The exported pass, rows and results in blocks that have no byte to spare.
 void Machine::dither() {
+  if (first.Width <= 0) return;
   const uint32_t colors = input.word() % 260;
   T_PaletteEntry palette[256];
   Bytes entries(sizeof palette);
@@ -209,8 +214,8 @@ void Machine::dither() {
   if (T_StartDithering(&first, input.byte() % 2 == 0 ? palette : nullptr, colors) != T_OK) return;
   const int32_t bits = colors <= 2 ? 1 : colors <= 16 ? 4 : 8;
   const auto width = static_cast<uint32_t>(first.Width);
-  Bytes in(core::packed_bytes(width, first.BitsPerPixel));
-  Bytes out(core::packed_bytes(width, bits));
+  Bytes in(packed_size(width, first.BitsPerPixel));
+  Bytes out(packed_size(width, bits));
   for (int32_t y = 0; y < 5; ++y) {
     input.fill(in);
     require(T_DitherLine(&first, in.data(), out.data()) == T_OK);
@@ -223,7 +228,7 @@ void Machine::convert_row() {
   const int32_t to = depth();
   const int32_t width = drawn_side(input);
   const auto bytes = [&](int32_t bits) {
-    return core::packed_bytes(static_cast<uint32_t>(width), bits == 0 ? 8 : bits);
+    return packed_size(static_cast<uint32_t>(width), bits == 0 ? 8 : bits);
   };
   Bytes row(std::max(bytes(from), bytes(to)));
   input.fill(row);
@@ -238,7 +243,7 @@ void Machine::resize_row() {
   const int32_t to = drawn_side(input);
   T_ResizeBlock* block = nullptr;
   require(T_StartResize(from, drawn_side(input), to, drawn_side(input), &block) == T_OK);
-  Bytes row(core::packed_bytes(static_cast<uint32_t>(std::max(from, to)), bits));
+  Bytes row(packed_size(static_cast<uint32_t>(std::max(from, to)), bits));
   input.fill(row);
   int32_t width = 0, rows = 0;
   const int32_t status = T_Resize(row.data(), input.byte(), bits, &width, &rows, block);
