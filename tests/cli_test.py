@@ -6,11 +6,13 @@ cannot agree on an error."""
 import contextlib
 import json
 import os
+import signal
 import stat
 import struct
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -380,6 +382,17 @@ class Failures(CliTest):
         self.assertEqual(Path("out.bmp").read_bytes(), before)
         self.assertEqual(sorted(os.listdir()), ["in1.bmp", name, "out.bmp"])
 
+    def test_runs_that_append_side_by_side_wait_for_each_other(self):
+        name = self.make(8)
+        for pages in ("pages.dcx", "pages.tif"):
+            runs = [subprocess.Popen([*COMMAND, "convert", name, pages, "--append"],
+                                     stderr=subprocess.PIPE) for _ in range(8)]
+            for run in runs:
+                self.assertEqual((run.communicate()[1], run.returncode), (b"", 0))
+            info = json.loads(self.succeeds("info", pages, "--json"))[0]
+            self.assertEqual(info["pages"], 8)
+        self.assertEqual(list(Path().glob(".tavo*")), [])
+
     def test_pages_that_are_not_there(self):
         name = self.make(8)
         self.fails(-13, name, "info", name, "--page", "2")
@@ -520,6 +533,28 @@ class Files(CliTest):
         done = subprocess.run([*COMMAND, "convert", name, "/dev/stdout", "--format", "bmp"],
                               stdout=subprocess.PIPE, check=True)
         self.assertEqual(parse_bmp(done.stdout)[0], 8)
+
+    def test_a_run_that_is_ended_leaves_nothing_behind(self):
+        import fcntl
+        name = self.make(8)
+        self.succeeds("convert", name, "out.tif")
+        before = Path("out.tif").read_bytes()
+        with open("out.tif", "rb") as busy:
+            fcntl.flock(busy, fcntl.LOCK_EX)  # runs wait with their work begun
+            for number in (signal.SIGHUP, signal.SIGTERM, signal.SIGPIPE, signal.SIGUSR1,
+                           signal.SIGKILL):
+                run = subprocess.Popen([*COMMAND, "convert", name, "out.tif", "--append"])
+                for _ in range(2000):
+                    if work := [f for f in Path().glob(".tavo~*") if "~lock~" not in f.name]:
+                        break
+                    time.sleep(0.005)
+                self.assertEqual([stat.S_IMODE(f.stat().st_mode) for f in work], [0o600])
+                run.send_signal(number)
+                self.assertEqual(run.wait(timeout=60), -number)
+                self.assertEqual(work[0].exists(), number == signal.SIGKILL)
+        self.assertEqual(Path("out.tif").read_bytes(), before)
+        self.succeeds("convert", name, "out.tif")  # sweeps
+        self.assertEqual(list(Path().glob(".tavo*")), [])
 
     def test_full_standard_output_is_an_error(self):
         with open("/dev/full", "w") as full:

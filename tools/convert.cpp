@@ -95,13 +95,39 @@ void load(const ConvertOptions& options, const FILEINFO& info, Picture& picture)
   check(status, options.input);
 }
 
+// Describes the file that pages are added to, by its last page: one before may be damaged.
+int32_t describe_pages(const OutputFile& output, FILEINFO& info) {
+  T_SetPageNumber(kLastPage);
+  const int32_t status = T_FileInfo(output.path().c_str(), &info);
+  T_SetPageNumber(1);
+  return status;
+}
+
+// How many pages the output holds that further ones are to follow.
+int32_t pages_so_far(const ConvertOptions& options, const T_Format& format,
+                     const OutputFile& output) {
+  if (!output.has_content()) return 0;
+  FILEINFO info{};
+  const int32_t status = describe_pages(output, info);
+  if (status == T_ERR_BAD_DATA)
+    throw Failure{options.output,
+                  "The file is damaged or of no known format: nothing can be appended to it",
+                  status};
+  check(status, options.output);
+  if (is_same_kind(info.Format, format)) return info.PageCount;
+  throw Failure{options.output,
+                "The file is " + format_name(info.Format) + ", not " + format.Name +
+                    ": nothing can be appended to it",
+                T_ERR_FORMAT};
+}
+
 // Formats that hold a single picture overwrite it even when told to append: what was written
 // tells, before it takes the target's place.
-void check_appended(const ConvertOptions& options, const T_Format& format,
-                    const std::string& written, int32_t pages) {
+void check_appended(const ConvertOptions& options, const T_Format& format, const OutputFile& output,
+                    int32_t pages) {
   FILEINFO info{};
-  const int32_t status = T_FileInfo(written.c_str(), &info);
-  if (status == T_OK && info.PageCount == pages) return;
+  check(describe_pages(output, info), options.output);
+  if (info.PageCount == pages) return;
   throw Failure{options.output,
                 std::string(format.Name) + " files hold one picture only: nothing can be appended",
                 T_ERR_FORMAT};
@@ -124,7 +150,7 @@ void save(const ConvertOptions& options, const T_Format& format, int bits, const
           options.output);
   }
   ++pages.written;
-  if (appends) check_appended(options, format, output.path(), pages.written);
+  if (appends) check_appended(options, format, output, pages.written);
 }
 
 void convert_page(const ConvertOptions& options, const T_Format& format, int32_t page,
@@ -144,9 +170,8 @@ void convert_page(const ConvertOptions& options, const T_Format& format, int32_t
   if (options.bits == 0 && is_compressed(format)) bits = compressed_depth(picture.record());
   progress.start("Writing " + options.output);
   if (!output) {  // only now: a source that cannot be read leaves no trace
-    const bool extends = options.append && file_kind(options.output) == FileKind::kRegular;
-    pages.written = extends ? describe(options.output, 1).PageCount : 0;
-    output.emplace(options.output, extends);
+    output.emplace(options.output, options.append);
+    pages.written = pages_so_far(options, format, *output);
   }
   save(options, format, bits, info, picture, *output, pages);
 }
@@ -158,6 +183,7 @@ int run_convert(const ConvertOptions& options) {
   std::optional<OutputFile> output;
   for (int32_t page = pages.first; page <= pages.last; ++page)
     convert_page(options, format, page, output, pages);
+  check_signals();
   output->commit();
   return kExitOk;
 }
@@ -199,8 +225,10 @@ void add_options(CLI::App& command, ConvertOptions& options) {
                   "page, where the output format has pages")
       ->check(CLI::Validator(page_fault, ""))
       ->type_name("N|all");
-  command.add_flag("-a,--append", options.append,
-                   "Add the picture to OUT as a further page, where the format has pages");
+  command.add_flag(
+      "-a,--append", options.append,
+      "Add the picture to OUT as a further page, where the format has pages. Waits up to "
+      "ten seconds for another program that is writing OUT");
   add_reduction_options(command, options.reduction);
   add_compression_options(command, options.compression);
 }

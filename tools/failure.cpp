@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "progress.h"
+#include "signals.h"
 #include "tavo45.h"
 
 namespace tavo::tools {
@@ -19,9 +19,13 @@ std::string one_line(std::string text) {
 
 }  // namespace
 
+void check_signals() {
+  if (const int signal = noted_signal(); signal != 0) throw Interrupted{signal};
+}
+
 void check(int32_t status, const std::string& file) {
   if (status == T_OK) return;
-  if (const int signal = Progress::caught_signal(); signal != 0) throw Interrupted{signal};
+  check_signals();
   throw Failure{file, T_GetStatusText(status), status};
 }
 

@@ -27,6 +27,9 @@ struct Interrupted {
   int signal = 0;
 };
 
+// Throws Interrupted when a signal was noted.
+void check_signals();
+
 // Throws what a library call's status means for `file`: nothing for T_OK, Interrupted when a
 // signal ended the call, else a Failure with the library's sentence.
 void check(int32_t status, const std::string& file);

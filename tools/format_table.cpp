@@ -37,6 +37,12 @@ std::string format_name(int32_t id) {
   return "format " + std::to_string(id);
 }
 
+bool is_same_kind(int32_t id, const T_Format& format) {
+  return std::ranges::any_of(all_formats(), [&](const T_Format& row) {
+    return row.Id == id && std::string_view(row.Extensions) == format.Extensions;
+  });
+}
+
 std::vector<std::string> extensions_of(const T_Format& format) {
   std::istringstream words(format.Extensions);
   std::vector<std::string> extensions;

@@ -17,6 +17,9 @@ std::vector<T_Format> all_formats();
 // The name of a format identifier, "format 77" for one that the table does not have.
 std::string format_name(int32_t id);
 
+// Whether files found to be `id` are of the kind that `format` writes: a coding of the same.
+bool is_same_kind(int32_t id, const T_Format& format);
+
 std::vector<std::string> extensions_of(const T_Format& format);
 std::vector<int> write_depths(const T_Format& format);
 bool accepts_depth(const T_Format& format, int bits);

@@ -1,11 +1,11 @@
 // The command line of TAVO45.
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
 
 #include "failure.h"
 #include "program.h"
+#include "signals.h"
 #include "tavo45.h"
 
 namespace tavo::tools {
@@ -26,17 +26,18 @@ void follow_other_programs() {
 
 int run(const Action& action) {
   try {
+    watch_signals();
     follow_other_programs();
     const int status = action();
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
       throw Failure{"standard output", T_GetStatusText(T_ERR_WRITE), T_ERR_WRITE};
     return status;
   } catch (const Failure& failure) {
+    // Of a signal that was noted, what failed may be the consequence.
+    if (noted_signal() != 0) end_by_signal(noted_signal());
     report(failure);
   } catch (const Interrupted& interrupted) {
-    // Everything is cleaned up: end as the signal would have ended us, for the shell's sake.
-    std::signal(interrupted.signal, SIG_DFL);
-    std::raise(interrupted.signal);
+    end_by_signal(interrupted.signal);  // everything is cleaned up
   } catch (const std::bad_alloc&) {
     std::fprintf(stderr, "tavo: out of memory (status %d)\n", T_ERR_NO_MEMORY);
   } catch (const std::exception& error) {

@@ -1,42 +1,85 @@
 #include "output_file.h"
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "failure.h"
-#include "system.h"
 #include "tavo45.h"
 
 namespace tavo::tools {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kPatience = std::chrono::seconds(10);
+constexpr auto kPause = std::chrono::milliseconds(10);
+
+// Tries until nobody else has what `take` is to get.
+template <class Take>
+void wait_for(const std::string& target, Take take) {
+  const auto end = Clock::now() + kPatience;
+  for (;;) {
+    const Taken taken = take();
+    if (taken == Taken::kYes) return;
+    if (taken == Taken::kNo)
+      throw Failure{target, "The file cannot be opened: " + last_error_text(), T_ERR_OPEN};
+    check_signals();
+    if (Clock::now() > end)
+      throw Failure{target, "Another program is writing the file", T_ERR_OPEN};
+    std::this_thread::sleep_for(kPause);
+  }
+}
+
+}  // namespace
 
 OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::move(target)) {
+  check_target();
+  is_special_ = file_kind(target_) == FileKind::kOther;
+  final_path_ = is_special_ ? target_ : resolve_links(target_);
+  if (!work_.create(is_special_ ? temporary_folder() : folder_of(final_path_)))
+    throw Failure{target_, "No file can be made in this folder: " + last_error_text(),
+                  T_ERR_CREATE};
+  if (!keep_content || is_special_) return;
+  take_turn();
+  copy_target();
+}
+
+void OutputFile::check_target() const {
   const FileKind kind = file_kind(target_);
   if (kind == FileKind::kDirectory) throw Failure{target_, "Is a folder", T_ERR_CREATE};
   if (kind != FileKind::kMissing && !is_writable(target_))
     throw Failure{target_, "The file is write-protected", T_ERR_CREATE};
-  is_special_ = kind == FileKind::kOther;
-  final_path_ = is_special_ ? target_ : resolve_links(target_);
-  work_path_ = is_special_ ? create_temporary() : create_beside(final_path_);
-  if (work_path_.empty())
-    throw Failure{target_, "No file can be made in this folder", T_ERR_CREATE};
-  if (keep_content && kind == FileKind::kRegular && !copy_content(final_path_, work_path_)) {
-    remove_file(work_path_);
-    throw Failure{target_, "The file cannot be copied", T_ERR_READ};
-  }
 }
 
-OutputFile::~OutputFile() {
-  if (!work_path_.empty()) remove_file(work_path_);
+void OutputFile::take_turn() {
+  wait_for(target_, [this] { return turn_.take(lock_path(final_path_)); });
+}
+
+void OutputFile::copy_target() {
+  check_target();  // it may have come, or been replaced, since it was looked at
+  if (file_kind(final_path_) != FileKind::kRegular) return;
+  wait_for(target_, [this] { return content_lock_.take(final_path_); });
+  has_content_ = !is_empty(final_path_);
+  if (!has_content_ || copy_content(final_path_, path())) return;
+  check_signals();
+  throw Failure{target_, "The file cannot be copied: " + last_error_text(), T_ERR_WRITE};
 }
 
 void OutputFile::commit() {
   if (is_special_) {
-    if (!copy_content(work_path_, final_path_))
+    if (!copy_content(path(), final_path_))
       throw Failure{target_, T_GetStatusText(T_ERR_WRITE), T_ERR_WRITE};
     return;  // the destructor removes the temporary file
   }
-  if (!replace_file(work_path_, final_path_))
-    throw Failure{target_, "The finished file cannot be put in its place", T_ERR_CREATE};
-  work_path_.clear();
+  if (!sync_file(path()))
+    throw Failure{target_, "The finished file cannot be stored: " + last_error_text(), T_ERR_WRITE};
+  if (!turn_.is_taken()) take_turn();
+  content_lock_.drop();  // what is open cannot be replaced everywhere
+  if (!replace_file(path(), final_path_))
+    throw Failure{target_, "The finished file cannot be put in its place: " + last_error_text(),
+                  T_ERR_CREATE};
+  work_.release();
 }
 
 }  // namespace tavo::tools

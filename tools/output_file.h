@@ -3,29 +3,43 @@
 
 #include <string>
 
+#include "system.h"
+#include "temporary.h"
+
 namespace tavo::tools {
 
 // Stands for the file `target` while it is written under another name beside it. Without commit
 // the target is as it was, and nothing is left.
 class OutputFile {
  public:
-  // With `keep_content` the work starts from a copy of the target when there is one.
+  // With `keep_content` the work starts from a copy of the target when there is one, and no other
+  // run of this program, nor who uses the library, changes the target until this one is done; one
+  // that is at it is waited for.
   OutputFile(std::string target, bool keep_content);
-  ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
   // Where to write; absolute.
-  const std::string& path() const { return work_path_; }
+  const std::string& path() const { return work_.path(); }
+
+  // Whether the work starts from something.
+  bool has_content() const { return has_content_; }
 
   // Puts the finished file in the target's place, whose permissions stay.
   void commit();
 
  private:
-  std::string target_;       // as the user calls it
-  std::string final_path_;   // where it ends up, links followed
-  std::string work_path_;    // empty once there is nothing to remove
+  void check_target() const;
+  void take_turn();
+  void copy_target();
+
+  std::string target_;      // as the user calls it
+  std::string final_path_;  // where it ends up, links followed
+  TemporaryFile work_;
+  LockFile turn_;
+  ReadLock content_lock_;
   bool is_special_ = false;  // a pipe or a device: it cannot be replaced, only written to
+  bool has_content_ = false;
 };
 
 }  // namespace tavo::tools

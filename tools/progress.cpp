@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <utility>
 
@@ -28,12 +27,6 @@ struct Bar {
   Clock::time_point next_draw;
 };
 Bar bar;
-volatile std::sig_atomic_t signal_number = 0;
-
-extern "C" void note_signal(int number) {
-  signal_number = number;
-  std::signal(number, SIG_DFL);
-}
 
 void draw(int32_t percent) {
   const int filled = std::clamp<int32_t>(percent, 0, 100) * kBarWidth / 100;
@@ -55,7 +48,7 @@ void wipe() {
 }
 
 int32_t T_CALL on_status(int32_t percent) {
-  if (signal_number != 0) return kStop;
+  if (noted_signal() != 0) return kStop;
   if (bar.is_terminal) {
     const auto now = Clock::now();
     if (now >= bar.next_draw) {
@@ -71,15 +64,11 @@ int32_t T_CALL on_status(int32_t percent) {
 Progress::Progress() {
   bar.is_terminal = stderr_is_terminal();
   bar.next_draw = Clock::now() + kQuietTime;
-  std::signal(SIGINT, note_signal);
-  std::signal(SIGTERM, note_signal);
   T_SetStatusCallBack(on_status);
 }
 
 Progress::~Progress() {
   T_SetStatusCallBack(nullptr);
-  std::signal(SIGINT, SIG_DFL);
-  std::signal(SIGTERM, SIG_DFL);
   wipe();
 }
 
@@ -88,7 +77,5 @@ void Progress::start(std::string label) {
   // The operation's name fits: cut in the middle of what is too long, never at the front.
   if (bar.label.size() > kLabelWidth) bar.label = bar.label.substr(0, kLabelWidth - 3) + "...";
 }
-
-int Progress::caught_signal() { return signal_number; }
 
 }  // namespace tavo::tools

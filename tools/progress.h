@@ -4,12 +4,13 @@
 #include <cstdint>
 #include <string>
 
+#include "signals.h"
+
 namespace tavo::tools {
 
 // While one of these lives, the library's long operations draw a bar on standard error when that
-// is a terminal and half a second has passed; the bar is wiped when it ends. An interrupt or
-// termination signal makes the library call in progress return, so that nothing is left behind;
-// a second one ends the process at once. One at a time.
+// is a terminal and half a second has passed; the bar is wiped when it ends. A signal makes the
+// library call in progress return. One at a time.
 class Progress {
  public:
   Progress();
@@ -20,8 +21,8 @@ class Progress {
   // Names the operation that follows: "Loading photo.bmp".
   void start(std::string label);
 
-  // The signal that was caught, 0 for none.
-  static int caught_signal();
+ private:
+  NotedSignals signals_;
 };
 
 }  // namespace tavo::tools

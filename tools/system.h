@@ -2,7 +2,12 @@
 // encoding that the library's file operations take: bytes as the system hands them to main.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
+
+#include "signals.h"
 
 namespace tavo::tools {
 
@@ -20,17 +25,80 @@ FileKind file_kind(const std::string& path);
 
 // Whether an existing file may be written to. Renaming over it would not ask.
 bool is_writable(const std::string& path);
+bool is_empty(const std::string& path);
 
-// Makes an empty file with an unused name in the folder of `path`, or in the folder for temporary
-// files; empty when that fails.
-std::string create_beside(const std::string& path);
-std::string create_temporary();
+// Why the last of the calls below failed, in the system's words.
+std::string last_error_text();
 
-// Renames `from` to `to` in one step. When `to` exists it is replaced, and its permissions stay.
-bool replace_file(const std::string& from, const std::string& to);
+// ---- Folders ----
+
+// The part of an absolute path in front of its last name.
+std::string folder_of(const std::string& path);
+std::string in_folder(const std::string& folder, const std::string& name);
+// The names in `folder` that begin so; none when it cannot be read.
+std::vector<std::string> names_in(const std::string& folder, std::string_view prefix);
+// The folder for temporary files; empty when there is none.
+std::string temporary_folder();
+
+// ---- Processes ----
+
+// Where a process identifier means something.
+std::string host_name();
+uint32_t process_id();
+bool process_is_running(uint32_t process);
+
+// ---- Files that others may want, too ----
+
+enum class Made { kYes, kExists, kNo };
+// An empty file that only its owner may read.
+Made make_private_file(const std::string& path);
+
+enum class Taken { kYes, kBusy, kNo };
+
+// A turn that runs of this program take, as a file that is there while one of them has it.
+class LockFile {
+ public:
+  LockFile() = default;
+  ~LockFile() { drop(); }
+  LockFile(const LockFile&) = delete;
+  LockFile& operator=(const LockFile&) = delete;
+
+  Taken take(const std::string& path);
+  void drop();
+  bool is_taken() const { return file_ != kNone; }
+
+ private:
+  static constexpr intptr_t kNone = -1;
+  intptr_t file_ = kNone;
+  std::string path_;
+  DoomedFile doomed_;
+};
+
+// Keeps who uses the library from writing a file, which may still be read.
+class ReadLock {
+ public:
+  ReadLock() = default;
+  ~ReadLock() { drop(); }
+  ReadLock(const ReadLock&) = delete;
+  ReadLock& operator=(const ReadLock&) = delete;
+
+  Taken take(const std::string& path);
+  void drop();
+
+ private:
+  static constexpr intptr_t kNone = -1;
+  intptr_t file_ = kNone;
+};
 
 // Copies the bytes of `from` into `to`, which may be a pipe or a device.
 bool copy_content(const std::string& from, const std::string& to);
+
+// Waits until the bytes of a file are on the disk.
+bool sync_file(const std::string& path);
+
+// Renames `from` to `to` in one step. When `to` exists it is replaced, and its permissions stay;
+// else `from` gets those of a new file.
+bool replace_file(const std::string& from, const std::string& to);
 
 void remove_file(const std::string& path);
 

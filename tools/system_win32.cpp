@@ -7,11 +7,10 @@ namespace tavo::tools {
 namespace {
 
 constexpr DWORD kMaxPath = 32768;
+constexpr char kSeparators[] = "\\/";
 
-std::string create_in(const std::string& folder) {
-  char name[MAX_PATH];
-  return ::GetTempFileNameA(folder.c_str(), "TV", 0, name) != 0 ? std::string(name) : std::string();
-}
+intptr_t from_handle(HANDLE file) { return reinterpret_cast<intptr_t>(file); }
+HANDLE to_handle(intptr_t file) { return reinterpret_cast<HANDLE>(file); }
 
 }  // namespace
 
@@ -39,14 +38,123 @@ bool is_writable(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) == 0;
 }
 
-std::string create_beside(const std::string& path) {
-  return create_in(path.substr(0, path.find_last_of("\\/")));
+bool is_empty(const std::string& path) {
+  WIN32_FILE_ATTRIBUTE_DATA about;
+  return ::GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &about) != 0 &&
+         about.nFileSizeHigh == 0 && about.nFileSizeLow == 0;
 }
 
-std::string create_temporary() {
+std::string last_error_text() {
+  const DWORD error = ::GetLastError();
+  char text[256];
+  DWORD length = ::FormatMessageA(
+      FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+      nullptr, error, 0, text, sizeof text, nullptr);
+  while (length > 0 && (text[length - 1] == ' ' || text[length - 1] == '.')) --length;
+  return length > 0 ? std::string(text, length) : "error " + std::to_string(error);
+}
+
+std::string folder_of(const std::string& path) {
+  return path.substr(0, path.find_last_of(kSeparators));
+}
+
+std::string in_folder(const std::string& folder, const std::string& name) {
+  return folder + "\\" + name;
+}
+
+std::vector<std::string> names_in(const std::string& folder, std::string_view prefix) {
+  std::vector<std::string> names;
+  WIN32_FIND_DATAA entry;
+  const std::string pattern = in_folder(folder, std::string(prefix) + "*");
+  const HANDLE search = ::FindFirstFileA(pattern.c_str(), &entry);
+  if (search == INVALID_HANDLE_VALUE) return names;
+  do {
+    names.emplace_back(entry.cFileName);
+  } while (::FindNextFileA(search, &entry) != 0);
+  ::FindClose(search);
+  return names;
+}
+
+std::string temporary_folder() {
   char folder[MAX_PATH + 1];
   const DWORD length = ::GetTempPathA(sizeof folder, folder);
-  return length == 0 || length >= sizeof folder ? std::string() : create_in(folder);
+  return length == 0 || length >= sizeof folder ? std::string() : folder_of(folder);
+}
+
+std::string host_name() {
+  char name[MAX_COMPUTERNAME_LENGTH + 1];
+  DWORD length = sizeof name;
+  return ::GetComputerNameA(name, &length) != 0 ? std::string(name, length) : "localhost";
+}
+
+uint32_t process_id() { return ::GetCurrentProcessId(); }
+
+bool process_is_running(uint32_t process) {
+  const HANDLE handle = ::OpenProcess(SYNCHRONIZE, FALSE, process);
+  if (handle == nullptr) return ::GetLastError() != ERROR_INVALID_PARAMETER;
+  const bool is_running = ::WaitForSingleObject(handle, 0) == WAIT_TIMEOUT;
+  ::CloseHandle(handle);
+  return is_running;
+}
+
+Made make_private_file(const std::string& path) {
+  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE)
+    return ::GetLastError() == ERROR_FILE_EXISTS ? Made::kExists : Made::kNo;
+  ::CloseHandle(file);
+  return Made::kYes;
+}
+
+Taken LockFile::take(const std::string& path) {
+  drop();
+  // The system removes it with its one handle, whatever ends the process.
+  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_ALWAYS,
+                                    FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  if (file != INVALID_HANDLE_VALUE) {
+    file_ = from_handle(file);
+    return Taken::kYes;
+  }
+  // While it is being removed nobody may open it.
+  const DWORD error = ::GetLastError();
+  const bool is_busy = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED ||
+                       error == ERROR_DELETE_PENDING;
+  return is_busy ? Taken::kBusy : Taken::kNo;
+}
+
+void LockFile::drop() {
+  if (file_ != kNone) ::CloseHandle(to_handle(file_));
+  file_ = kNone;
+}
+
+Taken ReadLock::take(const std::string& path) {
+  drop();
+  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE)
+    return ::GetLastError() == ERROR_SHARING_VIOLATION ? Taken::kBusy : Taken::kNo;
+  file_ = from_handle(file);
+  return Taken::kYes;
+}
+
+void ReadLock::drop() {
+  if (file_ != kNone) ::CloseHandle(to_handle(file_));
+  file_ = kNone;
+}
+
+bool copy_content(const std::string& from, const std::string& to) {
+  return ::CopyFileA(from.c_str(), to.c_str(), FALSE) != 0;
+}
+
+bool sync_file(const std::string& path) {
+  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  const bool is_stored = ::FlushFileBuffers(file) != 0;
+  const DWORD reason = ::GetLastError();
+  const bool is_closed = ::CloseHandle(file) != 0;
+  if (!is_stored) ::SetLastError(reason);
+  return is_stored && is_closed;
 }
 
 bool replace_file(const std::string& from, const std::string& to) {
@@ -56,10 +164,6 @@ bool replace_file(const std::string& from, const std::string& to) {
     return true;
   return ::MoveFileExA(from.c_str(), to.c_str(),
                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED) != 0;
-}
-
-bool copy_content(const std::string& from, const std::string& to) {
-  return ::CopyFileA(from.c_str(), to.c_str(), FALSE) != 0;
 }
 
 void remove_file(const std::string& path) { ::DeleteFileA(path.c_str()); }

@@ -1,0 +1,66 @@
+#include <windows.h>
+
+#include <atomic>
+#include <csignal>
+#include <mutex>
+
+#include "signals.h"
+
+namespace tavo::tools {
+namespace {
+
+constexpr DWORD kGrace = 4000;  // milliseconds; the system itself waits for five
+
+std::mutex slots_mutex;  // the console calls in a thread of its own
+std::string slots[4];
+std::atomic<bool> notes = false;
+std::atomic<int> noted = 0;
+
+// Ctrl-C and the like; closing the window, logging off and shutting down end the program when this
+// returns, so they wait for the work to stop.
+BOOL WINAPI on_console(DWORD event) {
+  const bool can_wait = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+  int none = 0;
+  if (notes && noted.compare_exchange_strong(none, can_wait ? SIGINT : SIGTERM)) {
+    if (can_wait) return TRUE;
+    ::Sleep(kGrace);
+  }
+  {
+    const std::lock_guard guard(slots_mutex);
+    for (const std::string& path : slots)
+      if (!path.empty()) ::DeleteFileA(path.c_str());
+  }
+  end_by_signal(SIGINT);
+  return TRUE;
+}
+
+}  // namespace
+
+void watch_signals() { ::SetConsoleCtrlHandler(on_console, TRUE); }
+
+NotedSignals::NotedSignals() { notes = true; }
+NotedSignals::~NotedSignals() { notes = false; }
+
+int noted_signal() { return noted; }
+
+void end_by_signal(int) { ::ExitProcess(static_cast<UINT>(STATUS_CONTROL_C_EXIT)); }
+
+void DoomedFile::doom(const std::string& path) {
+  spare();
+  const std::lock_guard guard(slots_mutex);
+  for (size_t i = 0; i < std::size(slots); ++i) {
+    if (!slots[i].empty()) continue;
+    slots[i] = path;
+    slot_ = i;
+    return;
+  }
+}
+
+void DoomedFile::spare() {
+  if (slot_ == kNone) return;
+  const std::lock_guard guard(slots_mutex);
+  slots[slot_].clear();
+  slot_ = kNone;
+}
+
+}  // namespace tavo::tools
