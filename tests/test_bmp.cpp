@@ -116,7 +116,10 @@ TEST(Bmp, Rle8KnowsEveryEscape) {
             (Bytes{0, 5, 5, 5, 0, 0, 0, 0, 6, 0, 0, 0}));
   // The last row needs no mark.
   EXPECT_EQ(decode_rle(2, 1, 8, {2, 8}), (Bytes{8, 8}));
-  // What is there is kept when the data end.
+  // A literal that passes the end of it.
+  EXPECT_EQ(decode_rle(2, 1, 8, join({{0, 255, 8, 9}, Bytes(254, 7), {0, 1}})), (Bytes{8, 9}));
+  // What is there is kept when the data end, be it at the end of a row.
+  EXPECT_EQ(decode_rle(2, 3, 8, {2, 8}, T_ERR_READ), (Bytes{8, 8, 0, 0, 0, 0}));
   EXPECT_EQ(decode_rle(3, 2, 8, {3, 4, 0, 0, 1, 5}, T_ERR_READ), (Bytes{4, 4, 4, 5, 0, 0}));
 }
 

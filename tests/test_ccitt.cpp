@@ -442,6 +442,8 @@ TEST(Ccitt, StreamsThatEndTellHow) {
        "001 00110101 000101 010 1111111111111111", kBadData, 1},
       {"uncompressed mode", Coding::kGroup4, "0000001111 1111111111111", kSubtype, 0},
       {"Group 3 cut", Coding::kGroup3, eol + row + eol + row, kReadError, 2},
+      {"Group 3 without end-of-line codes, no such code", Coding::kGroup3,
+       row + "000000001 1111111111111" + row + row, kBadData, 1},
       {"return to control early", Coding::kGroup3, eol + row + eol + eol + eol + eol + eol + eol,
        kOk, 3},
       {"too few of its codes", Coding::kGroup3, eol + row + eol + eol, kOk, 3},

@@ -278,6 +278,11 @@ TEST(JpegDecoder, DecodingGoesOnAtTheNextRestartMarker) {
   Bytes overwritten = stream;  // invalid codes in the third interval
   for (int i = 0; i < 4; ++i) overwritten[marker_at(0xD1) + 12 + i] = 0xFE;
   EXPECT_EQ(sound_rows(overwritten), "ssxsssss");
+  const Bytes lost = decode(overwritten, PixelLayout::kGray8).pixels;
+  for (size_t x = 0; x < 64; ++x) {  // what follows in the interval is grey, too
+    const size_t at = 16 * 64 + x;
+    EXPECT_TRUE(lost[at] == whole[at] || lost[at] == 128) << x;
+  }
   Bytes gone = stream;  // the third interval with its marker
   gone.erase(gone.begin() + marker_at(0xD1), gone.begin() + marker_at(0xD2));
   EXPECT_EQ(sound_rows(gone), "ssxsssss");
@@ -379,6 +384,37 @@ TEST(JpegDecoder, KeepsWhatCameBeforeABadSegment) {
     EXPECT_EQ(got.rows, 40);
     EXPECT_FALSE(is_gray(got.pixels, 0));
   }
+}
+
+TEST(JpegDecoder, AComponentThatNeverComesIsDamage) {
+  JpegPicture picture = picture_of(24, 24, ycc(1, 1));
+  Bytes stream = jpeg_stream(picture, {.plan = ScanPlan::kSeparate});
+  size_t last = 0;
+  for (int i = 0; i < 3; ++i) last = find_marker(stream, 0xDA, last + 1);
+  stream.resize(last);
+  stream.insert(stream.end(), {0xFF, 0xD9});
+  EXPECT_EQ(decode(stream).outcome, kBadData);
+}
+
+// ISO/IEC 10918-1, G.1.2.2: a run of ends of bands does not reach over a restart.
+TEST(JpegDecoder, RestartsEndRunsOfBlocks) {
+  const Bytes stream = join({
+      {0xFF, 0xD8},
+      jpeg_segment(0xDB, join({{0}, Bytes(64, 99)})),
+      jpeg_segment(0xC2, {8, 0, 8, 0, 16, 1, 1, 0x11, 0}),
+      jpeg_segment(0xC4, {0x00, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
+      // 0: a run of two blocks and one bit more; 10: a coefficient of one bit.
+      jpeg_segment(0xC4, {0x10, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x10, 0x01}),
+      jpeg_segment(0xDD, {0, 1}),
+      jpeg_segment(0xDA, {1, 1, 0x00, 0, 0, 0}),
+      {0x7F, 0xFF, 0xD0, 0x7F},
+      jpeg_segment(0xDA, {1, 1, 0x00, 1, 63, 0}),
+      {0x7F, 0xFF, 0xD0, 0xA7, 0xFF, 0xD9},
+  });
+  const Decoded got = decode(stream, PixelLayout::kGray8);
+  ASSERT_EQ(got.pixels.size(), 128u);
+  EXPECT_EQ(got.pixels[0], 128);
+  EXPECT_NE(got.pixels[8], 128);
 }
 
 TEST(JpegDecoder, HugeClaimsEndQuickly) {

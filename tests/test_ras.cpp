@@ -60,6 +60,10 @@ TEST(Ras, WritesExactlyThis) {
   EXPECT_EQ(Bytes(file.begin() + 16, file.begin() + 32),
             join({{0, 0, 1, 0x60}, be32(1), be32(1), be32(300)}));
   EXPECT_EQ(file.size(), 32 + 300 + 60000u);
+  Bitmap larger;
+  make_picture(larger, 300, 300, 8);
+  ASSERT_EQ(T_SaveRASBitmap("a", larger.get(), 8), T_OK);
+  EXPECT_EQ(Bytes(file.begin() + 16, file.begin() + 20), (Bytes{0, 1, 1, 0x90}));
 
   Bitmap color;
   make_picture(color, 3, 1, 24, 1, 0);

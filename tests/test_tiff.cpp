@@ -59,6 +59,12 @@ TEST(Tiff, SamplesBecomeThePixelsThatTheyMean) {
        {10, 200, 0, 0, 128, 128},
        24,
        {10, 10, 10, 200, 200, 200}},
+      // Two units of four pixels, of which the picture has six.
+      {"YCbCr, units wider than what is left",
+       with(with(tags(8, 3, 6, 12), {256, 3, {6}}), {530, 3, {4, 1}}),
+       {10, 20, 30, 40, 128, 128, 50, 60, 200, 201, 128, 128},
+       24,
+       {10, 10, 10, 20, 20, 20, 30, 30, 30, 40, 40, 40, 50, 50, 50, 60, 60, 60}},
       {"planes",
        with(with(tags(8, 3, 2, 2), {284, 3, {2}}), {273, 4, {8, 10, 12}}),
        {1, 2, 3, 4, 5, 6},
@@ -128,6 +134,7 @@ TEST(Tiff, BadDirectoriesAreStatuses) {
       {"no strips", without(raw, 273), T_ERR_BAD_DATA},
       {"strip behind the file", with(raw, {273, 4, {0x7FFFFFFF}}), T_ERR_READ},
       {"strip cut", with(raw, {273, 4, {0xB0}}), T_ERR_READ},
+      {"LZW strip of one byte", with(with(raw, {259, 3, {5}}), {279, 4, {1}}), T_ERR_READ},
       {"fewer strips than rows", with(with(raw, {257, 3, {2}}), {278, 3, {1}}), T_ERR_BAD_DATA},
       {"tile width 0", with(with(raw, {322, 3, {0}}), {324, 4, {8}}), T_ERR_BAD_DATA},
       {"tile height huge", with(with(raw, {322, 3, {16}}), {323, 4, {0xFFFFFFFF}}), T_ERR_BAD_DATA},
@@ -276,6 +283,20 @@ TEST(Tiff, ResolutionsAndOrientationAreReported) {
   std::ranges::copy(Bytes{0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0x7F}, at + 4);
   ASSERT_EQ(T_FileInfoMemory(none.data(), &info, static_cast<uint32_t>(none.size())), T_OK);
   EXPECT_EQ(info.XResolution, 150);
+}
+
+TEST(Tiff, StripsBeginAtEvenPlaces) {
+  Disk disk;
+  Bitmap picture;
+  make_picture(picture, 3, 3, 8);
+  picture->WriterDefaults[0] = 1;
+  ASSERT_EQ(T_SaveBitmap("a", picture.get(), T_FORMAT_TIFF, 8, 0), T_OK);
+  const Bytes& file = disk.files["a"];
+  const Bytes offsets = {0x11, 1, 4, 0, 3, 0, 0, 0};
+  const auto entry = std::search(file.begin(), file.end(), offsets.begin(), offsets.end());
+  ASSERT_NE(entry, file.end());
+  const size_t list = entry[8] + entry[9] * 256u;
+  for (size_t i = 0; i < 3; ++i) EXPECT_EQ(file.at(list + 4 * i) % 2, 0) << i;
 }
 
 class TiffPages : public ::testing::Test {
