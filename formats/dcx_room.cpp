@@ -149,7 +149,7 @@ class GapMove {
   Status write_or_restore(uint32_t position, std::span<uint8_t> bytes, uint32_t gap) {
     const Status status = file_.write_at(position, bytes);
     if (status.ok()) return kOk;
-    std::ranges::rotate(bytes, bytes.begin() + gap);
+    std::rotate(bytes.begin(), bytes.begin() + gap, bytes.end());
     std::memset(bytes.data() + bytes.size() - gap, kNoPixels, gap);
     file_.forget_failure();
     (void)file_.write_at(position, bytes);
