@@ -543,7 +543,9 @@ class Files(CliTest):
             fcntl.flock(busy, fcntl.LOCK_EX)  # runs wait with their work begun
             for number in (signal.SIGHUP, signal.SIGTERM, signal.SIGPIPE, signal.SIGUSR1,
                            signal.SIGKILL):
-                run = subprocess.Popen([*COMMAND, "convert", name, "out.tif", "--append"])
+                run = subprocess.Popen(  # not ignored, as programs behind nohup have it
+                    [*COMMAND, "convert", name, "out.tif", "--append"],
+                    preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_DFL))
                 for _ in range(2000):
                     if work := [f for f in Path().glob(".tavo~*") if "~lock~" not in f.name]:
                         break
