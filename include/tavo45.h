@@ -843,12 +843,13 @@ T_API int32_t T_CALL T_StopResize(T_ResizeBlock* resize);
 /* Gives a bitmap another size. All that is the caller's stays: palette, order, perspective,
  * resolution, Colors, DitherMethod, attributes and upper flag bits, release callback. biWidth,
  * biHeight and biSizeImage become the new size's. On failure the bitmap is as it was.
- * T_OK, T_ERR_ARGUMENT (a size below 1), T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE, row statuses,
- * the status callback's answer. */
+ * T_OK, T_ERR_ARGUMENT (a size below 1), T_ERR_SIZE, T_ERR_NO_MEMORY (or the bitmap has no
+ * storage), T_ERR_NOTICE, row statuses, the status callback's answer. */
 T_API int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height);
 /* Resamples all rows of `source` into `destination`, allocated with the wanted size and the same
  * depth. Result rows that no source row reaches become zero. T_OK, T_ERR_ARGUMENT (depths differ,
- * empty bitmap), T_ERR_NO_MEMORY, row statuses, the status callback's answer. */
+ * empty bitmap), T_ERR_NO_MEMORY (or one has no storage), row statuses, the status callback's
+ * answer. */
 T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination);
 
 /* ---- Formats ------------------------------------------------------------------------------ */

@@ -468,6 +468,8 @@ class BitmapResize {
 
 Status resize_bitmap(BitmapHandle& source, BitmapHandle& destination) {
   if (source.BitsPerPixel != destination.BitsPerPixel) return kBadArgument;
+  // As its rows would answer, of which a small result may need none.
+  if (!core::has_storage(source) || !core::has_storage(destination)) return kNoMemory;
   Resizer resizer;
   TRY(resizer.start(source.Width, source.Height, destination.Width, destination.Height));
   return BitmapResize(source, destination, resizer).run();
