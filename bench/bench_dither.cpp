@@ -5,8 +5,8 @@
 #include <cstring>
 #include <vector>
 
-#include "color/dither.h"
 #include "color/palettes.h"
+#include "dither/dither.h"
 #include "photograph.h"
 #include "pillow.h"
 #include "tavo45.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "compress/jpeg_decoder.h"
+#include "codec/jpeg/decoder.h"
 #include "photograph.h"
 #include "platform/platform.h"
 #include "tavo45.h"

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "compress/jpeg_encoder.h"
+#include "codec/jpeg/encoder.h"
 #include "photograph.h"
 #ifdef PEER_JPEG
 #include <jpeglib.h>

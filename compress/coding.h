@@ -5,7 +5,7 @@
 #include <span>
 
 #include "base/status.h"
-#include "compress/jpeg_encoder.h"
+#include "codec/jpeg/encoder.h"
 
 namespace tavo::compress {
 

@@ -4,9 +4,9 @@
 #include <cstdint>
 
 #include "base/buffer.h"
+#include "base/byte_sink.h"
 #include "base/status.h"
-#include "compress/byte_sink.h"
-#include "compress/jpeg_encoder.h"
+#include "codec/jpeg/encoder.h"
 #include "compress/stream_writer.h"
 
 namespace tavo::compress {

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "base/buffer.h"
-#include "color/reduce.h"
 #include "compress/bitmap_compressor.h"
 #include "compress/cmp_layout.h"
 #include "compress/strip_rows.h"
@@ -12,6 +11,7 @@
 #include "core/progress.h"
 #include "core/rows.h"
 #include "process/resize.h"
+#include "reduce/reduce.h"
 
 namespace tavo::compress {
 

@@ -5,8 +5,8 @@
 
 #include "base/endian.h"
 #include "base/settings.h"
+#include "codec/jpeg/tables.h"
 #include "compress/cmp_layout.h"
-#include "compress/jpeg_tables.h"
 
 namespace tavo::compress {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <span>
 
+#include "base/byte_sink.h"
 #include "base/status.h"
-#include "compress/byte_sink.h"
 #include "compress/coding.h"
 
 namespace tavo::compress {

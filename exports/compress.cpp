@@ -1,10 +1,10 @@
 // Compression: strips, rows, bitmaps and files to CMP files and JPEG streams.
 #include "base/settings.h"
-#include "compress/bilevel.h"
 #include "compress/bitmap_compressor.h"
 #include "compress/coding.h"
 #include "compress/stamped.h"
 #include "exports/shared.h"
+#include "formats/cmp_bilevel.h"
 #include "io/file_table.h"
 #include "pipeline/compress_files.h"
 #include "pipeline/format_write.h"

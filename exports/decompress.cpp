@@ -1,9 +1,9 @@
 // Decoding of JPEG and CMP files, from files, memory and pieces.
 #include "pipeline/decompress.h"
-#include "compress/jpeg_file.h"
-#include "compress/jpeg_info.h"
 #include "exports/arguments.h"
 #include "exports/shared.h"
+#include "formats/jpeg.h"
+#include "formats/jpeg_info.h"
 #include "io/file_table.h"
 #include "tavo45.h"
 

@@ -1,5 +1,5 @@
 // Dithering passes, row by row.
-#include "color/dither.h"
+#include "dither/dither.h"
 
 #include "tavo45.h"
 

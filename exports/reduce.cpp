@@ -1,9 +1,9 @@
 // Colour reduction of whole bitmaps; palette objects.
-#include "color/reduce.h"
+#include "reduce/reduce.h"
 
 #include "base/settings.h"
-#include "color/optimize.h"
 #include "core/rows.h"
+#include "reduce/optimize.h"
 #include "tavo45.h"
 
 using namespace tavo;

@@ -5,7 +5,7 @@
 
 #include "color/convert.h"
 #include "compress/interfaces.h"
-#include "compress/jpeg_push.h"
+#include "formats/jpeg_push.h"
 
 namespace tavo::exports {
 

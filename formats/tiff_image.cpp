@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "compress/jpeg_markers.h"
+#include "codec/jpeg/markers.h"
 #include "formats/tiff_length.h"
 
 namespace tavo::tiff {

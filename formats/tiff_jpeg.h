@@ -7,7 +7,7 @@
 
 #include "base/buffer.h"
 #include "base/byte_source.h"
-#include "compress/jpeg_decoder.h"
+#include "codec/jpeg/decoder.h"
 #include "formats/tiff_block.h"
 #include "formats/tiff_image.h"
 #include "formats/tiff_old_jpeg.h"

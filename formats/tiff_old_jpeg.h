@@ -8,7 +8,7 @@
 
 #include "base/byte_source.h"
 #include "base/status.h"
-#include "compress/jpeg_decoder.h"
+#include "codec/jpeg/decoder.h"
 #include "formats/tiff_block.h"
 #include "formats/tiff_image.h"
 #include "formats/tiff_rows.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "compress/jpeg_file.h"
+#include "formats/jpeg.h"
 
 namespace tavo::tiff {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "compress/jpeg_encoder.h"
+#include "codec/jpeg/encoder.h"
 #include "input.h"
 #include "tavo45.h"
 

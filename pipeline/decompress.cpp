@@ -1,8 +1,8 @@
 #include "pipeline/decompress.h"
 
-#include "compress/jpeg_file.h"
-#include "compress/jpeg_stamp.h"
 #include "core/bitmap.h"
+#include "formats/jpeg.h"
+#include "formats/jpeg_stamp.h"
 #include "pipeline/identify.h"
 #include "pipeline/store_sink.h"
 #include "process/row_delivery.h"

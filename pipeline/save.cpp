@@ -4,7 +4,6 @@
 #include <array>
 
 #include "base/settings.h"
-#include "color/reduce.h"
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "core/progress.h"
@@ -14,6 +13,7 @@
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
+#include "reduce/reduce.h"
 
 namespace tavo::pipeline {
 

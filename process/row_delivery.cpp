@@ -4,10 +4,10 @@
 #include <cstring>
 
 #include "base/endian.h"
-#include "color/dither.h"
 #include "color/palettes.h"
 #include "core/bitmap.h"
 #include "core/rows.h"
+#include "dither/dither.h"
 
 namespace tavo::process {
 

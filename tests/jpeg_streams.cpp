@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstdlib>
 
-#include "compress/jpeg_tables.h"
+#include "codec/jpeg/tables.h"
 
 namespace tavo::test {
 namespace {

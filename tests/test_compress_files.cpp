@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "compress/bilevel.h"
 #include "format_cases.h"
+#include "formats/cmp_bilevel.h"
 #include "platform/platform.h"
 #include "support.h"
 

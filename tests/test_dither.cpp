@@ -8,11 +8,11 @@
 #include <random>
 #include <vector>
 
-#include "color/diffusion.h"
-#include "color/dither.h"
 #include "color/nearest.h"
 #include "color/palettes.h"
 #include "core/bitmap.h"
+#include "dither/diffusion.h"
+#include "dither/dither.h"
 #include "dither_oracle.h"
 #include "processor_levels.h"
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "compress/jpeg_decoder.h"
+#include "codec/jpeg/decoder.h"
 #include "jpeg_streams.h"
 #include "platform/platform.h"
 #include "processor_levels.h"

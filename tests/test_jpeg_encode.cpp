@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "compress/jpeg_encoder.h"
+#include "codec/jpeg/encoder.h"
 #include "platform/platform.h"
 #include "processor_levels.h"
 

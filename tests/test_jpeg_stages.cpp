@@ -5,7 +5,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "compress/jpeg_decoder.h"
+#include "codec/jpeg/decoder.h"
 #include "processor_levels.h"
 #include "support.h"
 

@@ -8,9 +8,9 @@
 #include <random>
 #include <vector>
 
-#include "color/dither.h"
 #include "core/bitmap.h"
 #include "core/rows.h"
+#include "dither/dither.h"
 #include "platform/platform.h"
 #include "tavo45.h"
 #include "test_bitmaps.h"

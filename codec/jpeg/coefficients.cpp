@@ -1,0 +1,190 @@
+#include "codec/jpeg/coefficients.h"
+
+#include <algorithm>
+
+#include "platform/platform.h"
+
+namespace tavo::jpeg {
+namespace {
+
+// What a picture has for each of the blocks that its data reach.
+constexpr uint64_t kVisitsPerBlock = 64;
+
+enum class Coding { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
+
+Coding coding_of(const Frame& frame, const Band& band) {
+  if (!frame.is_progressive) return Coding::kSequential;
+  if (band.first == 0) return band.is_refining ? Coding::kDcRefine : Coding::kDcFirst;
+  return band.is_refining ? Coding::kAcRefine : Coding::kAcFirst;
+}
+
+Status check_tables(const Scan& scan, Coding coding, const Tables& tables) {
+  const bool needs_dc = coding == Coding::kSequential || coding == Coding::kDcFirst;
+  const bool needs_ac = coding != Coding::kDcFirst && coding != Coding::kDcRefine;
+  for (size_t i = 0; i < scan.count; ++i) {
+    const ScanComponent& c = scan.components[i];
+    if (needs_dc && !tables.dc[c.dc_table].is_defined) return kBadData;
+    if (needs_ac && !tables.ac[c.ac_table].is_defined) return kBadData;
+  }
+  return kOk;
+}
+
+struct BlockCoder {
+  Coding coding;
+  const Band& band;
+  const HuffmanTable& dc_table;
+  const HuffmanTable& ac_table;
+
+  bool decode(ScanReader& reader, size_t component, int16_t* block) const {
+    BitPosition& at = reader.bits.at;
+    switch (coding) {
+      case Coding::kSequential:
+        return decode_sequential_zigzag(at, dc_table, ac_table, reader.dc[component], block) !=
+               kBadBlock;
+      case Coding::kDcFirst:
+        return decode_dc_first(at, dc_table, band.low, reader.dc[component], block) != kBadBlock;
+      case Coding::kDcRefine:
+        refine_dc(at, band.low, block);
+        return true;
+      case Coding::kAcFirst:
+        return decode_ac_first(at, ac_table, band, reader.end_of_band_run, block) != kBadBlock;
+      case Coding::kAcRefine:
+        return refine_ac(at, ac_table, band, reader.end_of_band_run, block) != kBadBlock;
+    }
+    return false;
+  }
+};
+
+BlockCoder coder_for(const Scan& scan, size_t i, Coding coding, const Tables& tables) {
+  const ScanComponent& c = scan.components[i];
+  return {coding, scan.band, tables.dc[c.dc_table], tables.ac[c.ac_table]};
+}
+
+}  // namespace
+
+CoefficientStore::~CoefficientStore() {
+  for (Plane& plane : planes_) {
+    for (int16_t* strip : plane.strips.items()) platform::free_fixed(strip);
+  }
+}
+
+Status CoefficientStore::start(const Frame& frame, size_t count) {
+  frame_ = &frame;
+  count_ = count;
+  uint64_t blocks = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const Component& c = frame.components[i];
+    Plane& plane = planes_[i];
+    plane.blocks_wide = (frame.mcus_wide * c.h + 1) & ~1u;
+    plane.strip_rows = c.v;
+    blocks += uint64_t{plane.blocks_wide} * plane.strip_rows * frame.mcus_high;
+  }
+  if (blocks > kMaxBytes / (kBlockSize * sizeof(int16_t))) return kNoMemory;
+  for (size_t i = 0; i < count; ++i) TRY(planes_[i].strips.allocate(frame.mcus_high));
+  return kOk;
+}
+
+Status CoefficientStore::reach(size_t component, uint32_t row, int16_t*& blocks) {
+  Plane& plane = planes_[component];
+  const size_t row_values = size_t{plane.blocks_wide} * kBlockSize;
+  int16_t*& strip = plane.strips[row / plane.strip_rows];
+  if (strip == nullptr) {
+    strip = static_cast<int16_t*>(
+        platform::allocate_fixed(row_values * plane.strip_rows * sizeof(int16_t)));
+    if (strip == nullptr) return kNoMemory;
+    own_visits_ += uint64_t{plane.blocks_wide} * plane.strip_rows * kVisitsPerBlock;
+  }
+  blocks = strip + row_values * (row % plane.strip_rows);
+  return kOk;
+}
+
+const int16_t* CoefficientStore::block_row(size_t component, uint32_t row) const {
+  const Plane& plane = planes_[component];
+  const int16_t* strip = plane.strips[row / plane.strip_rows];
+  if (strip == nullptr) return nullptr;
+  return strip + size_t{plane.blocks_wide} * kBlockSize * (row % plane.strip_rows);
+}
+
+Status CoefficientStore::decode_scan(const Scan& scan, const Tables& tables, ByteSource& source,
+                                     ScanReader& reader) {
+  TRY(check_tables(scan, coding_of(*frame_, scan.band), tables));
+  reader.begin(source, tables.restart_interval);
+  TRY(scan.count == 1 ? decode_plain(scan, tables, reader)
+                      : decode_interleaved(scan, tables, reader));
+  reader.bits.skip_to_marker();
+  return kOk;
+}
+
+// A scan of one component has an MCU for each block that holds samples.
+Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, ScanReader& reader) {
+  const size_t component = scan.components[0].index;
+  if (component >= count_) return kOk;
+  const Component& frame_component = frame_->components[component];
+  const Coding coding = coding_of(*frame_, scan.band);
+  const BlockCoder coder = coder_for(scan, 0, coding, tables);
+  const bool has_runs = coding == Coding::kAcFirst || coding == Coding::kAcRefine;
+  const uint32_t wide = frame_component.blocks_wide;
+  for (uint32_t row = 0; row < frame_component.blocks_high && !reader.is_dead(); ++row) {
+    visits_ += wide;
+    int16_t* blocks = nullptr;
+    if (block_row(component, row) != nullptr) TRY(reach(component, row, blocks));
+    for (uint32_t x = 0; x < wide; ++x) {
+      if (!reader.enter()) continue;
+      // Blocks inside a run have nothing new; refinements must still visit those that hold values.
+      if (has_runs && reader.end_of_band_run > 0 &&
+          (coding == Coding::kAcFirst || blocks == nullptr)) {
+        const uint32_t rest = std::min(wide - x - 1, reader.until_restart());
+        const uint32_t more = std::min(reader.end_of_band_run - 1, rest);
+        reader.end_of_band_run -= more + 1;
+        reader.pass(more);
+        x += more;
+        continue;
+      }
+      if (blocks == nullptr) TRY(reach(component, row, blocks));
+      reader.leave(coder.decode(reader, component, blocks + size_t{x} * kBlockSize));
+    }
+  }
+  return kOk;
+}
+
+Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tables,
+                                            ScanReader& reader) {
+  const Coding coding = coding_of(*frame_, scan.band);
+  int16_t skipped[kBlockSize];
+  uint64_t row_visits = 0;
+  for (size_t i = 0; i < scan.count; ++i) {
+    const Component& c = frame_->components[scan.components[i].index];
+    row_visits += uint64_t{frame_->mcus_wide} * c.h * c.v;
+  }
+  for (uint32_t mcu_row = 0; mcu_row < frame_->mcus_high && !reader.is_dead(); ++mcu_row) {
+    visits_ += row_visits;  // lost ones, too: passing them takes its time
+    for (size_t i = 0; i < scan.count; ++i) {
+      const size_t component = scan.components[i].index;
+      int16_t* blocks = nullptr;
+      if (component < count_)
+        TRY(reach(component, mcu_row * planes_[component].strip_rows, blocks));
+    }
+    for (uint32_t x = 0; x < frame_->mcus_wide; ++x) {
+      if (!reader.enter()) continue;
+      bool is_good = true;
+      for (size_t i = 0; i < scan.count && is_good; ++i) {
+        const size_t component = scan.components[i].index;
+        const BlockCoder coder = coder_for(scan, i, coding, tables);
+        const Component& c = frame_->components[component];
+        for (uint32_t block = 0; block < uint32_t{c.h} * c.v && is_good; ++block) {
+          int16_t* values = skipped;
+          if (component < count_) {
+            const Plane& plane = planes_[component];
+            const size_t index = size_t{block / c.h} * plane.blocks_wide + x * c.h + block % c.h;
+            values = plane.strips[mcu_row] + index * kBlockSize;
+          }
+          is_good = coder.decode(reader, component, values);
+        }
+      }
+      reader.leave(is_good);
+    }
+  }
+  return kOk;
+}
+
+}  // namespace tavo::jpeg

@@ -1,0 +1,379 @@
+#include "codec/jpeg/decoder.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "base/endian.h"
+
+namespace tavo::jpeg {
+namespace {
+
+// Scans beyond this many are no picture's.
+constexpr int kMaxScans = 1000;
+// Visits of blocks that scans may make beyond some for each block, in all streams of a file: a
+// script that sends every bit plane of every coefficient apart stays below.
+constexpr uint64_t kExtraVisits = uint64_t{1} << 27;
+// Grey filler that is worth making.
+constexpr uint64_t kMaxFillerPixels = uint64_t{1} << 28;
+constexpr uint8_t kGrey = 128;
+
+size_t mcu_bytes(size_t blocks) { return blocks * kMaxCodedBlock; }
+
+size_t blocks_per_mcu(const Frame& frame) {
+  size_t blocks = 0;
+  for (size_t i = 0; i < frame.count; ++i) {
+    blocks += size_t{frame.components[i].h} * frame.components[i].v;
+  }
+  return blocks;
+}
+
+bool fits(ColorSpace space, size_t components) {
+  switch (space) {
+    case ColorSpace::kGray:
+      return true;
+    case ColorSpace::kYcc:
+    case ColorSpace::kRgb:
+      return components >= 3;  // a fourth is left out
+    default:
+      return components == 4;
+  }
+}
+
+// Puts a block's coefficients from zigzag into natural order, where zeros are. Returns the index of
+// the last one that is not zero.
+int to_natural(const int16_t* zigzag, int16_t* natural) {
+  const uint64_t nonzero = find_nonzero(zigzag);
+  for (uint64_t rest = nonzero; rest != 0; rest &= rest - 1) {
+    const auto k = static_cast<size_t>(std::countr_zero(rest));
+    natural[kZigzag[k]] = zigzag[k];
+  }
+  return 63 - std::countl_zero(nonzero | 1);
+}
+
+}  // namespace
+
+Status Decoder::take_tables() { return tables_.size() == 0 ? tables_.allocate(1) : kOk; }
+
+Status Decoder::feed_tables(ByteSource& source) {
+  TRY(take_tables());
+  MarkerReader markers(source, tables_[0]);
+  Frame frame;
+  Scan scan;
+  Extras extras;
+  SegmentEnd end;
+  TRY(markers.read_start());
+  TRY(markers.read_segments(frame, scan, extras, end));
+  return frame.count == 0 && end != SegmentEnd::kScan ? kOk : kBadData;
+}
+
+void Decoder::forget_rows(ByteSource& source) {
+  source_ = &source;
+  if (store_) extra_visits_ += store_->extra_visits();
+  store_.reset();
+  rows_.reset();
+  outcome_ = kOk;
+  bands_ = sound_bands_ = next_row_ = 0;
+}
+
+void Decoder::continue_with(ByteSource& source, uint32_t lines) {
+  forget_rows(source);
+  is_part_ = true;
+  frame_.set_height(lines);
+}
+
+Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
+  TRY(take_tables());
+  forget_rows(source);
+  is_part_ = false;
+  frame_ = Frame();
+  extras_ = Extras();
+  is_latched_.fill(false);
+  tables_[0].restart_interval = 0;
+
+  MarkerReader markers(source, tables_[0]);
+  SegmentEnd end;
+  TRY(markers.read_start());
+  TRY(markers.read_segments(frame_, scan_, extras_, end));
+  if (end != SegmentEnd::kScan) {
+    return end == SegmentEnd::kCutShort ? source.shortage() : kBadData;
+  }
+  if (frame_.height == 0) frame_.set_height(options.lines);
+  if (frame_.height == 0) return kBadData;
+  color_ = options.color && fits(*options.color, frame_.count) ? *options.color : guess_color();
+  TRY(install_standard_tables());
+  return latch_quantisers(scan_);
+}
+
+// Streams without any Huffman table, as motion JPEG has them, mean the standard's.
+Status Decoder::install_standard_tables() {
+  Tables& tables = tables_[0];
+  if (tables.has_huffman || frame_.is_progressive) return kOk;
+  for (size_t i = 0; i < 2; ++i) {
+    TRY(build_table(kStandardDc[i], TableClass::kDc, tables.dc[i]));
+    TRY(build_table(kStandardAc[i], TableClass::kAc, tables.ac[i]));
+  }
+  return kOk;
+}
+
+// A component keeps the quantisers that are in force at its first scan.
+Status Decoder::latch_quantisers(const Scan& scan) {
+  for (size_t i = 0; i < scan.count; ++i) {
+    const size_t component = scan.components[i].index;
+    if (is_latched_[component]) continue;
+    const Dequantisers& table = tables_[0].quantisers[frame_.components[component].quantiser];
+    if (!table.is_defined) return kBadData;
+    quantisers_[component] = table.values;
+    is_latched_[component] = true;
+  }
+  return kOk;
+}
+
+ColorSpace Decoder::guess_color() const {
+  const auto has_ids = [&](const char* ids) {
+    for (size_t i = 0; i < 3; ++i) {
+      if (frame_.components[i].id != static_cast<uint8_t>(ids[i])) return false;
+    }
+    return true;
+  };
+  if (frame_.count < 3) return ColorSpace::kGray;
+  if (frame_.count == 4) {
+    if (!extras_.has_adobe) return ColorSpace::kCmyk;
+    return extras_.adobe_transform == 2 ? ColorSpace::kInvertedYcck : ColorSpace::kInvertedCmyk;
+  }
+  if (extras_.has_jfif) return ColorSpace::kYcc;
+  if (extras_.has_adobe) return extras_.adobe_transform == 0 ? ColorSpace::kRgb : ColorSpace::kYcc;
+  return has_ids("RGB") ? ColorSpace::kRgb : ColorSpace::kYcc;
+}
+
+Status Decoder::start(PixelLayout layout) {
+  layout_ = layout;
+  transform_ = choose_inverse_transform();
+  rows_.emplace();
+  TRY(rows_->start(frame_, color_, layout));
+  return is_single_scan() ? start_direct() : read_all_scans();
+}
+
+// ---- Streams of one scan ----
+
+Status Decoder::start_direct() {
+  mcu_block_count_ = 0;
+  for (size_t i = 0; i < scan_.count; ++i) {
+    const ScanComponent& s = scan_.components[i];
+    const Component& c = frame_.components[s.index];
+    const HuffmanTable& dc_table = tables_[0].dc[s.dc_table];
+    const HuffmanTable& ac_table = tables_[0].ac[s.ac_table];
+    if (!dc_table.is_defined || !ac_table.is_defined) return kBadData;
+    const size_t stride = s.index < rows_->needed_components() ? rows_->stride(s.index) : 0;
+    for (size_t block = 0; block < size_t{c.h} * c.v; ++block) {
+      mcu_blocks_[mcu_block_count_++] = {s.index, &dc_table, &ac_table,
+                                         block / c.h * 8 * stride + block % c.h * 8,
+                                         size_t{8} * c.h};
+    }
+  }
+  TRY(pair_.allocate(2 * mcu_block_count_ * kBlockSize));
+  TRY(reader_.start(mcu_bytes(mcu_block_count_)));
+  reader_.begin(*source_, tables_[0].restart_interval);
+  if (is_part_) reader_.take_any_number();
+  return kOk;
+}
+
+void Decoder::decode_band() {
+  for (size_t i = 0; i < rows_->needed_components(); ++i) band_[i] = rows_->mcu_row(i, bands_);
+  for (uint32_t x = 0; x < frame_.mcus_wide; x += 2) {
+    decode_pair(x, std::min(2u, frame_.mcus_wide - x));
+  }
+  ++bands_;
+  if (!reader_.is_dead()) sound_bands_ = bands_;
+  outcome_ = reader_.outcome();
+}
+
+// Two MCUs at a time, because the inverse transform takes pairs.
+void Decoder::decode_pair(uint32_t x, uint32_t mcus) {
+  std::memset(pair_.data(), 0, pair_.size() * sizeof(int16_t));
+  std::array<bool, 2> is_good = {true, true};
+  for (uint32_t i = 0; i < mcus; ++i) is_good[i] = reader_.enter() && reader_.leave(decode_mcu(i));
+  if (mcus < 2) last_[1].fill(0);
+  if (is_good[0] || is_good[1]) transform_pair(x, is_good);
+  for (uint32_t i = 0; i < mcus; ++i) {
+    if (!is_good[i]) fill_lost(x + i);
+  }
+}
+
+bool Decoder::decode_mcu(size_t which) {
+  int16_t* block = pair_.data() + which * mcu_block_count_ * kBlockSize;
+  for (size_t i = 0; i < mcu_block_count_; ++i, block += kBlockSize) {
+    const McuBlock& b = mcu_blocks_[i];
+    const int last = decode_sequential(reader_.bits.at, *b.dc_table, *b.ac_table,
+                                       reader_.dc[b.component], block);
+    if (last == kBadBlock) return false;
+    last_[which][i] = static_cast<uint8_t>(last);
+  }
+  return true;
+}
+
+void Decoder::transform_pair(uint32_t x, std::span<const bool, 2> is_good) {
+  const int16_t* first = pair_.data();
+  const int16_t* second = first + mcu_block_count_ * kBlockSize;
+  for (size_t i = 0; i < mcu_block_count_; ++i, first += kBlockSize, second += kBlockSize) {
+    const McuBlock& b = mcu_blocks_[i];
+    if (b.component >= rows_->needed_components()) continue;
+    const int last = std::max(is_good[0] ? last_[0][i] : 63, is_good[1] ? last_[1][i] : 63);
+    uint8_t* out = band_[b.component] + b.offset + x * b.mcu_step;
+    transform_(first, second, quantisers_[b.component].data(), extent_of(last), out,
+               out + b.mcu_step, rows_->stride(b.component));
+  }
+}
+
+void Decoder::fill_lost(uint32_t x) {
+  for (size_t i = 0; i < mcu_block_count_; ++i) {
+    const McuBlock& b = mcu_blocks_[i];
+    if (b.component >= rows_->needed_components()) continue;
+    uint8_t* out = band_[b.component] + b.offset + x * b.mcu_step;
+    for (size_t y = 0; y < 8; ++y) {
+      std::memset(out + y * rows_->stride(b.component), rows_->lost_sample(b.component), 8);
+    }
+  }
+}
+
+// ---- Streams of several scans ----
+
+Status Decoder::read_all_scans() {
+  store_.emplace();
+  TRY(store_->start(frame_, rows_->needed_components()));
+  TRY(reader_.start(mcu_bytes(blocks_per_mcu(frame_))));
+  bool has_more = true;
+  for (int scans = 0; has_more; ++scans) {
+    if (scans == kMaxScans || extra_visits_ + store_->extra_visits() > kExtraVisits) {
+      note(kBadData);
+      return kOk;
+    }
+    const Status status = store_->decode_scan(scan_, tables_[0], *source_, reader_);
+    if (status == kNoMemory) return status;
+    note(status);
+    if (!status.ok()) return kOk;
+    note(reader_.outcome());
+    TRY(continue_scans(has_more));
+  }
+  return kOk;
+}
+
+// Reads up to the next scan. What is wrong there costs the scans that would follow, no more.
+Status Decoder::continue_scans(bool& has_more) {
+  MarkerReader markers(*source_, tables_[0]);
+  Frame frame = frame_;
+  Extras extras;
+  SegmentEnd end = SegmentEnd::kCutShort;
+  Status status = markers.read_segments(frame, scan_, extras, end);
+  if (status.ok() && end == SegmentEnd::kScan) status = latch_quantisers(scan_);
+  if (status == kNoMemory) return status;
+  note(status);
+  // The end of the data in the place of the end marker is no loss when each component has come.
+  const bool is_complete = std::all_of(is_latched_.begin(), is_latched_.begin() + frame_.count,
+                                       [](bool latched) { return latched; });
+  has_more = status.ok() && end == SegmentEnd::kScan;
+  if (status.ok() && end == SegmentEnd::kCutShort) {
+    if (frame_.is_progressive || !is_complete) note(source_->shortage());
+  }
+  if (!has_more && !is_complete) note(kBadData);
+  return kOk;
+}
+
+void Decoder::transform_stored_band() {
+  for (size_t i = 0; i < rows_->needed_components(); ++i) {
+    uint8_t* out = rows_->mcu_row(i, bands_);
+    const uint32_t rows = frame_.components[i].v;
+    for (uint32_t row = 0; row < rows; ++row) {
+      transform_stored_row(i, bands_ * rows + row, out + 8 * row * rows_->stride(i));
+    }
+  }
+  ++bands_;
+  sound_bands_ = bands_;
+}
+
+void Decoder::transform_stored_row(size_t component, uint32_t row, uint8_t* out) {
+  const Component& c = frame_.components[component];
+  const size_t stride = rows_->stride(component);
+  const uint32_t blocks = (frame_.mcus_wide * c.h + 1) & ~1u;
+  const int16_t* values = store_->block_row(component, row);
+  if (values == nullptr || !is_latched_[component]) {
+    for (size_t y = 0; y < 8; ++y) {
+      std::memset(out + y * stride, rows_->lost_sample(component), size_t{8} * blocks);
+    }
+    return;
+  }
+  const uint16_t* quantisers = quantisers_[component].data();
+  std::array<int16_t, 2 * kBlockSize> pair;
+  for (uint32_t x = 0; x < blocks; x += 2, values += 2 * kBlockSize) {
+    pair.fill(0);
+    const int last = std::max(to_natural(values, pair.data()),
+                              to_natural(values + kBlockSize, pair.data() + kBlockSize));
+    transform_(pair.data(), pair.data() + kBlockSize, quantisers, extent_of(last),
+               out + size_t{8} * x, out + size_t{8} * x + 8, stride);
+  }
+}
+
+// ---- Rows ----
+
+// Whether row y and its neighbours lie behind what could be decoded.
+bool Decoder::is_filler(uint32_t y) const {
+  return reader_.is_dead() && !store_ && y > (sound_bands_ + 1) * 8 * frame_.v_max;
+}
+
+Status Decoder::next_rows(std::span<uint8_t> rows, size_t row_bytes, uint32_t count,
+                          uint32_t& got) {
+  got = 0;
+  const size_t used_bytes = size_t{frame_.width} * (layout_ == PixelLayout::kGray8 ? 1 : 3);
+  if (count > 0 && (row_bytes < used_bytes || rows.size() / count < row_bytes)) return kBadArgument;
+  while (got < count && next_row_ < frame_.height) {
+    uint8_t* out = rows.data() + got * row_bytes;
+    if (is_filler(next_row_)) {
+      const uint64_t pixels = uint64_t{frame_.height - next_row_} * frame_.width;
+      if (pixels > kMaxFillerPixels) {
+        frame_.height = next_row_;
+        return kOk;
+      }
+      std::memset(out, kGrey, used_bytes);
+    } else {
+      while (next_row_ >= rows_->ready_rows(bands_)) {
+        store_ ? transform_stored_band() : decode_band();
+      }
+      rows_->make(next_row_, out);
+    }
+    ++next_row_;
+    ++got;
+  }
+  return kOk;
+}
+
+uint64_t Decoder::most_bytes() const {
+  // Each coded byte may have a stuffed one behind it; smooth upsampling wants one more MCU row.
+  const uint64_t mcu = 2 * mcu_bytes(blocks_per_mcu(frame_)) + 2;
+  return mcu * 2 * frame_.mcus_wide + EntropyReader::most_read_ahead(mcu) +
+         ByteSource::kDefaultSize;
+}
+
+uint32_t find_line_count(ByteSource& source) {
+  // A marker stands out of entropy-coded data, but not out of other segments.
+  for (int byte = source.get(); byte >= 0;) {
+    if (byte != 0xFF) {
+      byte = source.get();
+      continue;
+    }
+    byte = source.get();
+    if (byte <= 0 || byte == 0xFF || byte == marker::kTem ||
+        (byte >= marker::kRst0 && byte <= marker::kSoi))
+      continue;
+    if (byte == marker::kEoi) break;
+    std::array<uint8_t, 2> length;
+    if (!source.read(length).ok() || load_be16(length.data()) < 2) break;
+    if (byte == marker::kDnl) {
+      return source.read(length).ok() ? load_be16(length.data()) : 0;
+    }
+    if (!source.skip(load_be16(length.data()) - 2u).ok()) break;
+    byte = source.get();
+  }
+  return 0;
+}
+
+}  // namespace tavo::jpeg

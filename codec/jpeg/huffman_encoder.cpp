@@ -1,0 +1,115 @@
+#include "codec/jpeg/huffman_encoder.h"
+
+#include <bit>
+#include <cstring>
+
+#include "base/variants.h"
+
+namespace tavo::jpeg {
+
+namespace {
+
+template <size_t kSize>
+void assign_codes(const HuffmanSpec& spec, std::array<Code, kSize>& codes) {
+  codes.fill(0);
+  uint32_t code = 0;
+  size_t next = 0;
+  for (uint32_t bits = 1; bits <= 16; ++bits, code <<= 1) {
+    for (uint32_t i = 0; i < spec.counts[bits - 1]; ++i, ++code, ++next) {
+      codes[spec.symbols[next]] = code << 8 | bits;
+    }
+  }
+}
+
+// One code at a time, one byte at a time.
+class PlainBits {
+ public:
+  PlainBits(const BitState& state, uint8_t* out)
+      : bits_(state.bits), count_(state.count), out_(out) {}
+  void put(Code code) { put(code >> 8, code_length(code)); }
+  void put(uint32_t bits, uint32_t count) {
+    bits_ = bits_ << count | bits;
+    for (count_ += count; count_ >= 8; count_ -= 8) {
+      *out_++ = static_cast<uint8_t>(bits_ >> (count_ - 8));
+    }
+  }
+  uint8_t* finish(BitState& state) const {
+    state = {static_cast<uint32_t>(bits_) & ((1u << count_) - 1), count_};
+    return out_;
+  }
+
+ private:
+  uint64_t bits_;
+  uint32_t count_;
+  uint8_t* out_;
+};
+
+void put_plain_block(PlainBits& bits, const BlockPair& pair, size_t lane, const BlockSlot& slot) {
+  const int level = pair.coefficients[0][lane][0];
+  bits.put(append_value(slot.codes->dc[category(level - *slot.level)], level - *slot.level));
+  *slot.level = level;
+
+  uint32_t run = 0;
+  for (size_t k = 1; k < kBlockSize; ++k) {
+    const int value = pair.coefficients[kColumnZigzag[k] >> 3][lane][kColumnZigzag[k] & 7];
+    if (value == 0) {
+      ++run;
+      continue;
+    }
+    for (; run > 15; run -= 16) bits.put(slot.codes->ac[kZeroRunSymbol]);
+    const uint32_t size = category(value);
+    bits.put(slot.codes->ac[run << 4 | size]);
+    bits.put(extra_bits(value, size), size);
+    run = 0;
+  }
+  if (run != 0) bits.put(slot.codes->ac[kEndOfBlockSymbol]);
+}
+
+uint8_t* encode_plain(const BlockSlot* slots, size_t slot_count, size_t mcus, BitState& state,
+                      uint8_t* out) {
+  PlainBits bits(state, out);
+  for (uint32_t mcu = 0; mcu < mcus; ++mcu) {
+    for (size_t s = 0; s < slot_count; ++s) {
+      const uint32_t block = slots[s].first + slots[s].step * mcu;
+      if (block < slots[s].real) {
+        put_plain_block(bits, slots[s].pairs[block / 2], block & 1, slots[s]);
+      } else {
+        bits.put(slots[s].codes->dc[0]);
+        bits.put(slots[s].codes->ac[kEndOfBlockSymbol]);
+      }
+    }
+  }
+  return bits.finish(state);
+}
+
+uint8_t* stuff_plain(const uint8_t* bytes, size_t count, uint8_t* out) {
+  for (size_t i = 0; i < count; ++i) {
+    *out++ = bytes[i];
+    if (bytes[i] == 0xFF) *out++ = 0;
+  }
+  return out;
+}
+
+}  // namespace
+
+void make_codes(const HuffmanSpec& dc, const HuffmanSpec& ac, HuffmanCodes& codes) {
+  assign_codes(dc, codes.dc);
+  assign_codes(ac, codes.ac);
+  for (uint32_t run = 0; run < 16; ++run) {
+    codes.small[run].fill(0);
+    for (int value = -127; value <= 126; ++value) {
+      if (value == 0) continue;
+      codes.small[run][static_cast<uint8_t>(value)] =
+          append_value(codes.ac[run << 4 | category(value)], value);
+    }
+  }
+}
+
+const EntropyCoder kPlainEntropyCoder = {encode_plain, stuff_plain};
+
+const EntropyCoder& entropy_coder() {
+  return *Variants<const EntropyCoder*>{.any = &kSse2EntropyCoder, .avx2 = &kAvx2EntropyCoder}
+              .best();
+}
+
+}  // namespace tavo::jpeg

@@ -1,0 +1,78 @@
+#include "codec/jpeg/scan.h"
+
+namespace tavo::jpeg {
+
+void ScanReader::begin(ByteSource& source, uint32_t restart_interval) {
+  source_ = &source;
+  interval_ = left_ = restart_interval;
+  expected_ = 0;
+  takes_any_number_ = false;
+  lost_ = 0;
+  is_dead_ = is_ahead_ = false;
+  outcome_ = kOk;
+  dc.fill(0);
+  end_of_band_run = 0;
+  bits.begin(source);
+}
+
+bool ScanReader::pass_lost() {
+  if (lost_ != 0) --lost_;
+  return false;
+}
+
+void ScanReader::fail() {
+  end_of_band_run = 0;
+  const bool is_cut = bits.is_exhausted() && bits.skip_to_marker() == kEndOfData;
+  note(is_cut ? source_->shortage() : kBadData);
+  if (interval_ == 0) {
+    is_dead_ = true;
+  } else {
+    lost_ = left_;
+  }
+}
+
+void ScanReader::restart() {
+  left_ = interval_;
+  if (is_dead_ || lost_ >= interval_) return;  // whole intervals are lost
+  if (is_ahead_) {
+    is_ahead_ = false;  // the marker was found before those that are missing
+    return;
+  }
+  if (!find_restart()) {
+    is_dead_ = true;
+    return;
+  }
+  dc.fill(0);
+  end_of_band_run = 0;
+  bits.begin(*source_);
+}
+
+// Finds the marker of the interval that begins now. One that is one or two numbers ahead means that
+// as many intervals are missing; one behind is a leftover. False when none comes.
+bool ScanReader::find_restart() {
+  for (;;) {
+    const int code = bits.skip_to_marker();
+    if (code < marker::kRst0 || code > marker::kRst7) {
+      note(code == kEndOfData ? source_->shortage() : kBadData);
+      return false;
+    }
+    source_->consume(2);
+    if (takes_any_number_) expected_ = static_cast<uint32_t>(code - marker::kRst0);
+    takes_any_number_ = false;
+    const auto ahead = (static_cast<uint32_t>(code - marker::kRst0) - expected_) & 7;
+    if (ahead != 0) note(kBadData);
+    if (ahead >= 6) {
+      bits.begin(*source_);
+      continue;
+    }
+    if (ahead <= 2) {
+      lost_ = uint64_t{ahead} * interval_;
+      is_ahead_ = ahead != 0;
+      expected_ += ahead;
+    }
+    expected_ = (expected_ + 1) & 7;
+    return true;
+  }
+}
+
+}  // namespace tavo::jpeg

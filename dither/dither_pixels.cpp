@@ -1,0 +1,72 @@
+// Rows as the dithering engines read and write them.
+#include <algorithm>
+#include <cassert>
+#include <span>
+
+#include "color/index_rows.h"
+#include "dither/dither_pass.h"
+
+namespace tavo::color {
+
+namespace {
+
+constexpr uint32_t kIndices = 256;  // unpacked at a time
+
+// Calls use(i, index) for `n` pixels from pixel x (a multiple of 8) of an indexed row on.
+template <class Use>
+void each_index(const uint8_t* row, uint32_t x, uint32_t n, int32_t depth, Use use) {
+  uint8_t indices[kIndices];
+  for (uint32_t done = 0; done < n; done += kIndices) {
+    const uint32_t part = std::min(kIndices, n - done);
+    unpack_indices(depth, row + packed_offset(depth, x + done), std::span(indices).first(part));
+    for (uint32_t i = 0; i < part; ++i) use(done + i, indices[i]);
+  }
+}
+
+constexpr uint8_t widen_5_bits(uint32_t field) {
+  return static_cast<uint8_t>((field & 31) << 3 | (field & 31) >> 2);
+}
+
+void read_16_bits(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n,
+                  uint8_t* rgb) {
+  const uint32_t red_shift = pass.order == T_ORDER_RGB ? 0 : 10;
+  for (uint32_t i = 0; i < n; ++i) {
+    const uint8_t* at = row + 2 * (static_cast<size_t>(x) + i);
+    const uint32_t pixel = at[0] | static_cast<uint32_t>(at[1]) << 8;
+    rgb[3 * i] = widen_5_bits(pixel >> red_shift);
+    rgb[3 * i + 1] = widen_5_bits(pixel >> 5);
+    rgb[3 * i + 2] = widen_5_bits(pixel >> (10 - red_shift));
+  }
+}
+
+}  // namespace
+
+void read_rgb(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n, uint8_t* rgb) {
+  if (pass.depth_in <= 8) {
+    each_index(row, x, n, pass.depth_in, [&](uint32_t i, uint32_t index) {
+      const T_PaletteEntry& entry = pass.input_palette[index];
+      rgb[3 * i] = entry.Red;
+      rgb[3 * i + 1] = entry.Green;
+      rgb[3 * i + 2] = entry.Blue;
+    });
+    return;
+  }
+  assert(pass.depth_in == 16);  // more are read in place
+  read_16_bits(pass, row, x, n, rgb);
+}
+
+void read_gray(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n, uint8_t* gray) {
+  each_index(row, x, n, pass.depth_in,
+             [&](uint32_t i, uint32_t index) { gray[i] = pass.input_palette[index].Red; });
+}
+
+Pixels pixel_layout(const DitherPass& pass) {
+  if (pass.is_gray) return {nullptr, 1, 0, 0, 0};
+  if (is_read_in_place(pass)) {
+    const uint32_t red = pass.order == T_ORDER_RGB ? 0 : 2;
+    return {nullptr, static_cast<uint32_t>(pass.depth_in) / 8, red, 1, 2 - red};
+  }
+  return {nullptr, 3, 0, 1, 2};
+}
+
+}  // namespace tavo::color

@@ -1,0 +1,172 @@
+#include "formats/cmp_bilevel.h"
+
+#include <algorithm>
+
+#include "base/byte_source.h"
+#include "base/endian.h"
+#include "codec/ccitt_decoder.h"
+#include "codec/ccitt_encoder.h"
+#include "color/gray.h"
+#include "compress/cmp_layout.h"
+#include "core/notice.h"
+#include "io/output_file.h"
+#include "process/row_delivery.h"
+#include "process/row_fetch.h"
+#include "process/source_picture.h"
+
+namespace tavo::bilevel {
+
+namespace {
+
+// Offsets in the header.
+constexpr size_t kKind = 4, kFlags = 6, kWidth = 8, kHeight = 12, kXResolution = 16;
+constexpr size_t kYResolution = 20, kColors = 24, kChecksum = 30;
+
+constexpr uint8_t kBilevelKind = 1;
+constexpr uint8_t kInverted = 0x01;
+
+void invert(std::span<uint8_t> row) {
+  std::ranges::transform(row, row.begin(),
+                         [](uint8_t byte) { return static_cast<uint8_t>(~byte); });
+}
+
+// So that damage to a few bytes does not turn into a picture of gigabytes.
+uint16_t checksum(const uint8_t* header) {
+  uint32_t sum = 0;
+  for (uint32_t i = 0; i < kChecksum; ++i) sum += header[i] * (i + 1);
+  return static_cast<uint16_t>(sum);
+}
+
+// Whether the data can hold that many rows: each takes one bit or more. Blank rows of any width
+// take no more, hence the limit.
+bool is_plausible(const Header& header, uint64_t data_bytes) {
+  constexpr uint64_t kBlankLimit = uint64_t{256} << 20;
+  const uint64_t rows = static_cast<uint64_t>(header.height);
+  const uint64_t decoded = (static_cast<uint64_t>(header.width) + 7) / 8 * rows;
+  return rows <= 8 * data_bytes && decoded <= kBlankLimit + 1024 * data_bytes;
+}
+
+int32_t load_signed(const uint8_t* bytes) { return static_cast<int32_t>(load_le32(bytes)); }
+
+process::SourcePicture describe(const Header& header) {
+  process::SourcePicture picture;
+  picture.width = header.width;
+  picture.height = header.height;
+  picture.bits = 1;
+  picture.order = T_ORDER_BGR;
+  picture.flags = T_FLAG_PALETTE;
+  picture.colors = 2;
+  picture.x_resolution = header.x_resolution;
+  picture.y_resolution = header.y_resolution;
+  picture.has_resolution = true;
+  std::ranges::copy(header.palette, picture.palette);
+  return picture;
+}
+
+std::array<uint8_t, kHeaderSize> make_header(const BitmapHandle& bitmap,
+                                             const T_PaletteEntry* palette, bool is_inverted) {
+  std::array<uint8_t, kHeaderSize> bytes = {};
+  std::ranges::copy(cmp::kMagic, bytes.begin());
+  bytes[kKind] = kBilevelKind;
+  bytes[kFlags] = is_inverted ? kInverted : uint8_t{0};
+  store_le32(&bytes[kWidth], static_cast<uint32_t>(bitmap.Width));
+  store_le32(&bytes[kHeight], static_cast<uint32_t>(bitmap.Height));
+  store_le32(&bytes[kXResolution], static_cast<uint32_t>(bitmap.XResolution));
+  store_le32(&bytes[kYResolution], static_cast<uint32_t>(bitmap.YResolution));
+  for (size_t i = 0; i < 2; ++i) {
+    bytes[kColors + 3 * i] = palette[i].Red;
+    bytes[kColors + 3 * i + 1] = palette[i].Green;
+    bytes[kColors + 3 * i + 2] = palette[i].Blue;
+  }
+  store_le16(&bytes[kChecksum], checksum(bytes.data()));
+  return bytes;
+}
+
+}  // namespace
+
+Status parse_header(std::span<const uint8_t> bytes, Header& header) {
+  if (bytes.size() < kHeaderSize || !std::ranges::equal(bytes.first(4), cmp::kMagic)) {
+    return kBadData;
+  }
+  const uint8_t* b = bytes.data();
+  if (b[kKind] != kBilevelKind || (b[kFlags] & ~kInverted) != 0) return kBadData;
+  if (load_le16(b + kChecksum) != checksum(b)) return kBadData;
+  header.width = load_signed(b + kWidth);
+  header.height = load_signed(b + kHeight);
+  if (header.width < 1 || header.height < 1) return kBadData;
+  header.x_resolution = load_signed(b + kXResolution);
+  header.y_resolution = load_signed(b + kYResolution);
+  header.is_inverted = (b[kFlags] & kInverted) != 0;
+  for (size_t i = 0; i < 2; ++i) {
+    const uint8_t* rgb = b + kColors + 3 * i;
+    header.palette[i] = {rgb[2], rgb[1], rgb[0], 0};
+  }
+  return kOk;
+}
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Header header;
+  TRY(parse_header(input.head, header));
+  process::describe(describe(header), T_FORMAT_CMP_1BIT, "CCITT Group 4 Fax", info);
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  TRY(file.open(name));
+  std::array<uint8_t, kHeaderSize> bytes;
+  TRY(file.read(bytes));
+  Header header;
+  TRY(parse_header(bytes, header));
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  if (!is_plausible(header, file_bytes - std::min<uint32_t>(file_bytes, kHeaderSize))) {
+    return kReadError;
+  }
+  const process::SourcePicture picture = describe(header);
+  process::RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+
+  ByteSource source(file);
+  TRY(source.start());
+  ccitt::Decoder decoder;
+  TRY(decoder.start(ccitt::Coding::kGroup4, static_cast<uint32_t>(header.width), false));
+  decoder.begin(source);
+  for (int32_t y = 0; y < header.height; ++y) {
+    const std::span<uint8_t> row = rows.next_row();
+    const Status status = decoder.decode_row(row);
+    if (!status.ok()) return rows.finish_early(status);
+    if (header.is_inverted) invert(row);
+    TRY(rows.commit());
+  }
+  return rows.finish();
+}
+
+Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
+  if (request.depth != 1) return kBadDepth;
+  constexpr T_PaletteEntry kBlackWhite[2] = {{0, 0, 0, 0}, {255, 255, 255, 0}};
+  const T_PaletteEntry* palette = bitmap->BitsPerPixel == 1 ? bitmap->Info.Palette : kBlackWhite;
+  // The lighter colour is the background, which the code treats as white.
+  const bool is_inverted = color::gray_level(palette[1]) > color::gray_level(palette[0]);
+  process::RowFetch rows(*bitmap, 1, T_ORDER_BGR, palette);
+  TRY(rows.start());
+  io::OutputFile file;
+  TRY(file.create(name));
+  TRY(file.write(make_header(*bitmap, palette, is_inverted)));
+  ccitt::Encoder encoder(file);
+  TRY(encoder.start({ccitt::Coding::kGroup4}, static_cast<uint32_t>(bitmap->Width)));
+  for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap->Height); ++y) {
+    std::span<uint8_t> row;
+    TRY(rows.picture(y, row));
+    if (is_inverted) invert(row);
+    TRY(encoder.encode_row(row));
+  }
+  TRY(encoder.finish());
+  TRY(file.finish());
+  return rows.finish();
+}
+
+}  // namespace tavo::bilevel

@@ -1,0 +1,243 @@
+#include "formats/jpeg.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "base/endian.h"
+#include "color/palettes.h"
+#include "compress/cmp_layout.h"
+#include "core/bitmap.h"
+#include "core/notice.h"
+#include "core/rows.h"
+#include "io/input_file.h"
+
+namespace tavo::jpeg {
+namespace {
+
+// Pixels that a file of any size may have, and how many more each of its bytes is good for: a flat
+// picture takes two bits for a block of each component, and less than that when progressive.
+constexpr uint64_t kFreePixels = uint64_t{1} << 26;
+constexpr uint64_t kPixelsPerByte = 2048;
+
+uint32_t stamp_bytes(uint32_t width, uint32_t height, uint32_t bits) {
+  const uint32_t palette = bits == 8 ? static_cast<uint32_t>(cmp::kStampPaletteSize) : 0;
+  return width * height * (bits / 8) + palette;
+}
+
+// The resolution behind the stream of a CMP file; a file that was cut has none.
+void read_trailer(io::InputFile& file, Container& container) {
+  uint32_t size = 0;
+  std::array<uint8_t, cmp::kTrailerSize> bytes;
+  if (container.format != T_FORMAT_CMP || !file.size(size).ok() || size < bytes.size()) return;
+  if (!file.seek(size - bytes.size()).ok() || !file.read(bytes).ok()) return;
+  if (std::memcmp(bytes.data(), cmp::kMagic.data(), cmp::kMagic.size()) != 0) return;
+  container.x_resolution = load_le16(&bytes[4]);
+  container.y_resolution = load_le16(&bytes[6]);
+}
+
+// Dots per inch from a JFIF density. Streams of this library give dots per inch with the unit that
+// otherwise means an aspect ratio.
+int32_t to_dpi(const Extras& extras, uint16_t density) {
+  if (extras.density_unit == 2) return (density * 254 + 50) / 100;
+  return extras.density_unit == 1 || extras.is_own ? density : 0;
+}
+
+}  // namespace
+
+bool is_plausible(uint64_t pixels, uint64_t file_bytes) {
+  return pixels <= kFreePixels + kPixelsPerByte * file_bytes;
+}
+
+Status parse_container(std::span<const uint8_t> head, Container& container) {
+  if (head.size() < 3) return kReadError;
+  container = Container();
+  if (head[0] == 0xFF && head[1] == marker::kSoi && head[2] == 0xFF) return kOk;
+  if (!std::equal(head.begin(), head.begin() + 3, cmp::kMagic.begin())) return kBadData;
+  if (head.size() < cmp::kHeaderSize) return kReadError;
+  if (head[3] != cmp::kMagic[3] || head[4] != 0) return kBadData;
+  container.format = T_FORMAT_CMP;
+  container.stream_offset = cmp::kHeaderSize;
+  container.is_half_height = (head[cmp::kFlagsOffset] & cmp::kHalfHeight) != 0;
+  container.is_bottom_up = head[cmp::kOrderOffset] != cmp::kTopFirst;
+  container.quality_value = load_le16(&head[cmp::kQualityOffset]);
+  container.has_stamp = head[cmp::kStampOffset] == cmp::kHasStamp;
+  if (!container.has_stamp) return kOk;
+  if (head.size() < cmp::kHeaderSize + cmp::kStampHeaderSize) return kReadError;
+  const uint8_t* stamp = head.data() + cmp::kHeaderSize;
+  container.stream_offset +=
+      static_cast<uint32_t>(cmp::kStampHeaderSize) + stamp_bytes(stamp[0], stamp[1], stamp[2]);
+  return kOk;
+}
+
+Status open_container(io::InputFile& file, const char* name, Container& container) {
+  TRY(file.open(name));
+  std::array<uint8_t, kLargestContainerHead> head;
+  size_t got = 0;
+  TRY(file.read_up_to(head, got));
+  return parse_container(std::span(head).first(got), container);
+}
+
+// ---- PictureDecoder ----
+
+Status PictureDecoder::read_header(ByteSource& source, const Container& container, uint32_t lines) {
+  container_ = container;
+  const Status status = decoder_.read_header(source, {.color = std::nullopt, .lines = lines});
+  const Extras& extras = decoder_.extras();
+  if (container_.format == T_FORMAT_JPEG) {
+    container_.is_bottom_up = extras.is_bottom_up;
+    container_.x_resolution = to_dpi(extras, extras.x_density);
+    container_.y_resolution = to_dpi(extras, extras.y_density);
+  }
+  return status;
+}
+
+process::SourcePicture PictureDecoder::picture(int32_t bits_per_pixel, uint32_t order) const {
+  const Frame& frame = decoder_.frame();
+  const bool is_gray = frame.count < 3 || bits_per_pixel == 8;
+  process::SourcePicture picture;
+  picture.width = static_cast<int32_t>(frame.width);
+  picture.height = static_cast<int32_t>(frame.height) * (container_.is_half_height ? 2 : 1);
+  picture.bits = is_gray ? 8 : 24;
+  picture.delivered_bits = bits_per_pixel > 8 ? bits_per_pixel : 0;
+  picture.order = order;
+  picture.view_perspective = container_.is_bottom_up ? 2 : 0;
+  picture.storage_kind = container_.format;
+  picture.has_resolution = container_.x_resolution > 0 && container_.y_resolution > 0;
+  picture.x_resolution = container_.x_resolution;
+  picture.y_resolution = container_.y_resolution;
+  if (is_gray) {
+    picture.flags = T_FLAG_GRAY;
+    picture.colors = 256;
+    color::fill_gray_ramp(picture.palette);
+  }
+  return picture;
+}
+
+Status PictureDecoder::start(BitmapHandle& bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                             void* context, int32_t option) {
+  const bool is_allocated = core::has_flag(bitmap, T_FLAG_ALLOCATED);
+  uint32_t order = option == kOptionRgb ? T_ORDER_RGB : T_ORDER_BGR;
+  if (is_allocated && bitmap.BitsPerPixel > 8) order = bitmap.Order;
+  picture_ = picture(bits_per_pixel, order);
+  rows_.emplace(picture_, bitmap, sink, bits_per_pixel, context);
+  TRY(rows_->start());
+  if (container_.is_half_height) TRY(row_.allocate(rows_->source_line()));
+  rows_left_ = decoder_.frame().height;
+  const bool is_gray = picture_.bits == 8;
+  return decoder_.start(is_gray                ? PixelLayout::kGray8
+                        : order == T_ORDER_RGB ? PixelLayout::kRgb24
+                                               : PixelLayout::kBgr24);
+}
+
+Status PictureDecoder::deliver_row() {
+  uint32_t got = 0;
+  const std::span<uint8_t> first = rows_->next_row();
+  const std::span<uint8_t> row = container_.is_half_height ? row_.bytes() : first;
+  TRY(decoder_.next_rows(row, row.size(), 1, got));
+  rows_left_ = got == 0 ? 0 : rows_left_ - 1;
+  if (got == 0) return kOk;
+  if (!container_.is_half_height) return rows_->commit();
+  for (int i = 0; i < 2; ++i) {
+    std::memcpy(rows_->next_row().data(), row_.data(), row_.size());
+    TRY(rows_->commit());
+  }
+  return kOk;
+}
+
+Status PictureDecoder::deliver_all() {
+  while (!is_finished()) {
+    if (container_.is_half_height) {
+      TRY(deliver_row());
+      continue;
+    }
+    uint32_t count = 0;
+    uint32_t got = 0;
+    const std::span<uint8_t> rows = rows_->next_rows(rows_left_, count);
+    TRY(decoder_.next_rows(rows, rows_->source_line(), count, got));
+    TRY(rows_->commit(got));
+    rows_left_ = got == 0 ? 0 : rows_left_ - got;
+  }
+  return finish();
+}
+
+Status PictureDecoder::finish() {
+  const Status outcome = decoder_.outcome();
+  return outcome.ok() ? rows_->finish() : rows_->finish_early(outcome);
+}
+
+// ---- Files ----
+
+Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
+                   const Container& container) {
+  TRY(file.seek(container.stream_offset));
+  source.reset();
+  const Status status = decoder.read_header(source, container, 0);
+  // The line count may be left to the end of the first scan.
+  const Frame& frame = decoder.decoder().frame();
+  if (status != kBadData || frame.count == 0 || frame.height != 0) return status;
+  TRY(file.seek(container.stream_offset));
+  source.reset();
+  const uint32_t lines = find_line_count(source);
+  TRY(source.failure());
+  if (lines == 0) return kBadData;
+  TRY(file.seek(container.stream_offset));
+  source.reset();
+  return decoder.read_header(source, container, lines);
+}
+
+namespace {
+
+Status probe_stream(const io::ProbeInput& input, int32_t format, FILEINFO& info) {
+  Container container;
+  TRY(parse_container(input.head, container));
+  if (container.format != format) return kBadData;
+  read_trailer(input.file, container);
+  ByteSource source(input.file);
+  TRY(source.start(4096));
+  PictureDecoder decoder;
+  // A picture whose size is known is one, whatever keeps it from being decoded.
+  const Status status = read_header(decoder, input.file, source, container);
+  if (status == kNoMemory) return status;
+  const Frame& frame = decoder.decoder().frame();
+  if (!status.ok() && (frame.count == 0 || frame.height == 0)) return status;
+  process::describe(decoder.picture(0, T_ORDER_BGR), format, "JPEG", info);
+  return kOk;
+}
+
+}  // namespace
+
+Status probe_cmp(const io::ProbeInput& input, FILEINFO& info) {
+  return probe_stream(input, T_FORMAT_CMP, info);
+}
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  return probe_stream(input, T_FORMAT_JPEG, info);
+}
+
+Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                  void* context, int32_t option) {
+  TRY(core::check_notice());
+  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  io::InputFile file;
+  Container container;
+  TRY(open_container(file, name, container));
+  read_trailer(file, container);
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  ByteSource source(file);
+  TRY(source.start());
+  PictureDecoder decoder;
+  TRY(read_header(decoder, file, source, container));
+  const Frame& frame = decoder.decoder().frame();
+  if (!is_plausible(uint64_t{frame.width} * frame.height, file_bytes)) return kReadError;
+  TRY(decoder.start(*bitmap, sink, bits_per_pixel, context, option));
+  return decoder.deliver_all();
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  return decompress(name, bitmap, sink, bits_per_pixel, context, kOptionFile);
+}
+
+}  // namespace tavo::jpeg

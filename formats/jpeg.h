@@ -1,0 +1,85 @@
+// JPEG pictures in files: plain streams and this library's own CMP files.
+#pragma once
+
+#include <cstdint>
+
+#include "base/byte_source.h"
+#include "base/status.h"
+#include "codec/jpeg/decoder.h"
+#include "io/format.h"
+#include "io/input_file.h"
+#include "process/row_delivery.h"
+#include "process/source_picture.h"
+
+namespace tavo::jpeg {
+
+// Values of T_DecompressFile's last argument: the order of colour rows for a record that has none.
+inline constexpr int32_t kOptionRgb = 0;
+inline constexpr int32_t kOptionBgr = 1;
+inline constexpr int32_t kOptionFile = 4;
+
+// What surrounds a stream.
+struct Container {
+  int32_t format = T_FORMAT_JPEG;  // or T_FORMAT_CMP
+  uint32_t stream_offset = 0;
+  bool is_half_height = false;  // every row stands for two
+  bool is_bottom_up = false;
+  bool has_stamp = false;
+  int32_t quality_value = 0;  // of a CMP file, as its header tells
+  int32_t x_resolution = 0;   // dots per inch, 0: not told
+  int32_t y_resolution = 0;
+};
+
+// Looks at the first bytes of a file or stream; kBadData when they belong to neither kind,
+// kReadError when they are too few to tell. What a trailer says is not known then.
+Status parse_container(std::span<const uint8_t> head, Container& container);
+inline constexpr size_t kLargestContainerHead = 27;
+
+// Whether a file of so many bytes can hold a picture of so many pixels.
+bool is_plausible(uint64_t pixels, uint64_t file_bytes);
+
+// Opens a file of either kind.
+Status open_container(io::InputFile& file, const char* name, Container& container);
+
+// Decodes one picture and delivers its rows, in pieces if the caller wants that.
+class PictureDecoder {
+ public:
+  // `source` stands at the stream's start. The statuses of Decoder::read_header.
+  Status read_header(ByteSource& source, const Container& container, uint32_t lines);
+
+  const Decoder& decoder() const { return decoder_; }
+  process::SourcePicture picture(int32_t bits_per_pixel, uint32_t order) const;
+
+  // Decides by the record and the request what rows are made, and prepares for them.
+  Status start(BitmapHandle& bitmap, T_RowSink sink, int32_t bits_per_pixel, void* context,
+               int32_t option);
+
+  // Delivers all rows, or the next one. The decoder's outcome or the sink's answer.
+  Status deliver_all();
+  Status deliver_row();
+  bool is_finished() const { return rows_left_ == 0; }
+  Status finish();
+
+ private:
+  Decoder decoder_;
+  Container container_;
+  process::SourcePicture picture_;
+  std::optional<process::RowDelivery> rows_;
+  Buffer row_;              // of half-height pictures, which is delivered twice
+  uint32_t rows_left_ = 0;  // of the stream
+};
+
+// Reads the head of the stream in an open file, with `source` to be decoded from next.
+Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
+                   const Container& container);
+
+Status probe_cmp(const io::ProbeInput& input, FILEINFO& info);
+Status probe(const io::ProbeInput& input, FILEINFO& info);
+
+// T_DecompressFile; `read` is the same with kOptionFile.
+Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                  void* context, int32_t option);
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context);
+
+}  // namespace tavo::jpeg

@@ -1,0 +1,64 @@
+#include "formats/jpeg_info.h"
+
+#include "compress/coding.h"
+#include "core/notice.h"
+#include "formats/jpeg.h"
+#include "formats/jpeg_stamp.h"
+
+namespace tavo::jpeg {
+namespace {
+
+void describe_quality(const Decoder& decoder, const Container& container, T_JPEGINFO& info) {
+  const auto quantisers = decoder.quantisers(0);
+  if (quantisers[0] == 0) return;  // no table yet
+  info.Quality = compress::estimate_quality(quantisers);
+  info.Factor = compress::estimate_value(quantisers);
+  if (container.format != T_FORMAT_CMP) return;
+  const Component& luminance = decoder.frame().components[0];
+  info.Factor = compress::find_factor({.is_cmp = true,
+                                       .is_gray = decoder.frame().count == 1,
+                                       .is_half_height = container.is_half_height,
+                                       .horizontal = luminance.h,
+                                       .vertical = luminance.v,
+                                       .value = container.quality_value});
+}
+
+void describe_frame(const Decoder& decoder, T_JPEGINFO& info) {
+  const Frame& frame = decoder.frame();
+  info.Components = static_cast<int32_t>(frame.count);
+  for (size_t i = 0; i < frame.count; ++i) {
+    info.HorizontalFactors[i] = frame.components[i].h;
+    info.VerticalFactors[i] = frame.components[i].v;
+  }
+  info.Progressive = frame.is_progressive ? 1 : 0;
+  info.RestartInterval = static_cast<int32_t>(decoder.restart_interval());
+}
+
+}  // namespace
+
+Status read_info(const char* name, T_JPEGINFO& info) {
+  info = T_JPEGINFO{};
+  TRY(core::check_notice());
+  io::InputFile file;
+  Container container;
+  TRY(open_container(file, name, container));
+  ByteSource source(file);
+  TRY(source.start(4096));
+  PictureDecoder picture;
+  TRY(read_header(picture, file, source, container));
+  info.Format = container.format;
+  info.HalfHeight = container.is_half_height ? 1 : 0;
+  describe_frame(picture.decoder(), info);
+  describe_quality(picture.decoder(), container, info);
+  StampPlace stamp;
+  const Status found = find_stamp(file, container, stamp);
+  if (found == kNoMemory) return found;
+  if (found.ok()) {
+    info.StampWidth = static_cast<int32_t>(stamp.width);
+    info.StampHeight = static_cast<int32_t>(stamp.height);
+    info.StampBits = static_cast<int32_t>(stamp.bits);
+  }
+  return file.failure();
+}
+
+}  // namespace tavo::jpeg
