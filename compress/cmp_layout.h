@@ -2,9 +2,11 @@
 // baseline JPEG stream, a 12-byte trailer. Numbers are little-endian.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace tavo::cmp {
 
@@ -42,5 +44,12 @@ inline constexpr size_t kTrailerSize = 12;
 inline constexpr size_t kCommentSize = 29;
 inline constexpr char kTopFirstComment[kCommentSize] = "TAVO Technologies Inc. V1.01";
 inline constexpr char kBottomFirstComment[kCommentSize] = "TAVO Technologies Inc. V1.00";
+
+inline bool is_bottom_first_comment(std::span<const uint8_t> text) {
+  return std::ranges::equal(text, kBottomFirstComment);
+}
+inline bool is_own_comment(std::span<const uint8_t> text) {
+  return is_bottom_first_comment(text) || std::ranges::equal(text, kTopFirstComment);
+}
 
 }  // namespace tavo::cmp

@@ -40,7 +40,7 @@ void read_trailer(io::InputFile& file, Container& container) {
 // otherwise means an aspect ratio.
 int32_t to_dpi(const Extras& extras, uint16_t density) {
   if (extras.density_unit == 2) return (density * 254 + 50) / 100;
-  return extras.density_unit == 1 || extras.is_own ? density : 0;
+  return extras.density_unit == 1 || cmp::is_own_comment(extras.comment_text()) ? density : 0;
 }
 
 }  // namespace
@@ -85,7 +85,7 @@ Status PictureDecoder::read_header(ByteSource& source, const Container& containe
   const Status status = decoder_.read_header(source, {.color = std::nullopt, .lines = lines});
   const Extras& extras = decoder_.extras();
   if (container_.format == T_FORMAT_JPEG) {
-    container_.is_bottom_up = extras.is_bottom_up;
+    container_.is_bottom_up = cmp::is_bottom_first_comment(extras.comment_text());
     container_.x_resolution = to_dpi(extras, extras.x_density);
     container_.y_resolution = to_dpi(extras, extras.y_density);
   }

@@ -102,7 +102,7 @@ Status find_in_segments(io::InputFile& file, StampPlace& stamp) {
     }
     const bool is_comment = segment.code == marker::kCom && segment.size == cmp::kCommentSize;
     if (is_comment && is_found && stamp.kind == Kind::kRgb && is_final &&
-        is_own_comment(std::span(segment.head).first(cmp::kCommentSize))) {
+        cmp::is_own_comment(std::span(segment.head).first(cmp::kCommentSize))) {
       stamp.kind = Kind::kBgr;
     }
   }

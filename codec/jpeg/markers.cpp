@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "base/endian.h"
-#include "compress/cmp_layout.h"
 
 namespace tavo::jpeg {
 namespace {
@@ -267,17 +266,11 @@ Status MarkerReader::read_application(int code, Extras& extras) {
 }
 
 Status MarkerReader::read_comment(Extras& extras) {
-  std::array<uint8_t, cmp::kCommentSize> bytes;
-  if (left_ != bytes.size()) return kOk;
-  TRY(take(bytes));
-  if (is_own_comment(bytes)) extras.is_own = true;
-  if (std::ranges::equal(bytes, cmp::kBottomFirstComment)) extras.is_bottom_up = true;
+  if (extras.comment_size != 0 || left_ > extras.comment.size()) return kOk;
+  const auto size = static_cast<uint8_t>(left_);
+  TRY(take(std::span(extras.comment).first(size)));
+  extras.comment_size = size;
   return kOk;
-}
-
-bool is_own_comment(std::span<const uint8_t> text) {
-  return std::ranges::equal(text, cmp::kBottomFirstComment) ||
-         std::ranges::equal(text, cmp::kTopFirstComment);
 }
 
 }  // namespace tavo::jpeg

@@ -89,12 +89,12 @@ struct Extras {
   uint16_t y_density = 0;
   bool has_adobe = false;
   uint8_t adobe_transform = 0;
-  bool is_own = false;        // written by this library, as its comment tells
-  bool is_bottom_up = false;  // with the bottom row first
+  // The first comment that is short enough to be a program's name: programs tell in it who wrote
+  // the stream, and how. Empty when there is none.
+  std::array<uint8_t, 32> comment = {};
+  uint8_t comment_size = 0;
+  std::span<const uint8_t> comment_text() const { return std::span(comment).first(comment_size); }
 };
-
-// Whether a comment, zero byte included, is one that this library writes.
-bool is_own_comment(std::span<const uint8_t> text);
 
 // How reading a run of segments ended.
 enum class SegmentEnd { kScan, kEndOfImage, kCutShort };
