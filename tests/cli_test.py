@@ -382,6 +382,22 @@ class Failures(CliTest):
         self.assertEqual(Path("out.bmp").read_bytes(), before)
         self.assertEqual(sorted(os.listdir()), ["in1.bmp", name, "out.bmp"])
 
+    def test_append_leaves_alone_what_it_cannot_read(self):
+        name = self.make(8)
+        self.succeeds("convert", name, "two.tif")
+        damaged = bytearray(Path("two.tif").read_bytes())
+        damaged[struct.unpack_from("<I", damaged, 4)[0]:] = b"\xff\xff"
+        contents = {"bmp.tif": (-16, Path(name).read_bytes()), "text.tif": (-9, b"precious\n"),
+                    "cut.tif": (-9, bytes(damaged)), "tiff.dcx": (-16, Path("two.tif").read_bytes())}
+        for target, (status, content) in contents.items():
+            with self.subTest(target=target):
+                Path(target).write_bytes(content)
+                self.fails(status, target, "convert", name, target, "--append")
+                self.assertEqual(Path(target).read_bytes(), content)
+        Path("empty.tif").touch()
+        self.succeeds("convert", name, "empty.tif", "--append")
+        self.assertEqual(Path("empty.tif").read_bytes(), Path("two.tif").read_bytes())
+
     def test_runs_that_append_side_by_side_wait_for_each_other(self):
         name = self.make(8)
         for pages in ("pages.dcx", "pages.tif"):
@@ -555,8 +571,25 @@ class Files(CliTest):
                 self.assertEqual(run.wait(timeout=60), -number)
                 self.assertEqual(work[0].exists(), number == signal.SIGKILL)
         self.assertEqual(Path("out.tif").read_bytes(), before)
+        foreign = [".tavo~elsewhere~1~1", ".tavo~notes"]  # another machine's, and nobody's
+        for other in foreign:
+            Path(other).touch()
         self.succeeds("convert", name, "out.tif")  # sweeps
-        self.assertEqual(list(Path().glob(".tavo*")), [])
+        self.assertEqual(sorted(map(str, Path().glob(".tavo*"))), foreign)
+
+    def test_a_full_disk_keeps_the_old_file(self):
+        import resource
+        name = self.make(24)
+        for options in ([], ["--append"]):
+            self.succeeds("convert", name, "out.tif")
+            before = Path("out.tif").read_bytes()
+            done = subprocess.run(
+                [*COMMAND, "convert", name, "out.tif", *options], capture_output=True, text=True,
+                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
+            self.assertEqual(done.returncode, 1)
+            self.assertIn("(status -5)", done.stderr)
+            self.assertEqual(Path("out.tif").read_bytes(), before)
+            self.assertEqual(sorted(os.listdir()), [name, "out.tif"])
 
     def test_full_standard_output_is_an_error(self):
         with open("/dev/full", "w") as full:

@@ -75,11 +75,18 @@ void OutputFile::commit() {
   if (!sync_file(path()))
     throw Failure{target_, "The finished file cannot be stored: " + last_error_text(), T_ERR_WRITE};
   if (!turn_.is_taken()) take_turn();
-  content_lock_.drop();  // what is open cannot be replaced everywhere
-  if (!replace_file(path(), final_path_))
+  if (!put_in_place())
     throw Failure{target_, "The finished file cannot be put in its place: " + last_error_text(),
                   T_ERR_CREATE};
   work_.release();
+}
+
+// What was copied stays locked until it has been replaced: whatever is written to it in between
+// would be lost.
+bool OutputFile::put_in_place() {
+  if (replace_file(path(), final_path_)) return true;
+  content_lock_.drop();  // on some file systems nothing that is open can be replaced
+  return replace_file(path(), final_path_);
 }
 
 }  // namespace tavo::tools

@@ -32,6 +32,7 @@ class OutputFile {
   void check_target() const;
   void take_turn();
   void copy_target();
+  bool put_in_place();
 
   std::string target_;      // as the user calls it
   std::string final_path_;  // where it ends up, links followed
