@@ -25,6 +25,8 @@ TEST(Bitmaps, InitDescribesEveryDepth) {
                {3, 32, 12, 1, 1}, {1, 24, 4, 0, 1},  {0, 8, 0, 256, 0}};
   for (const auto& c : cases) {
     Bitmap bitmap;
+    std::memset(bitmap->ReservedB, 0xFF, sizeof(bitmap->ReservedB));
+    std::memset(bitmap->ReservedE, 0xFF, sizeof(bitmap->ReservedE));
     bitmap->Flags = 0xFFFF8641u;
     ASSERT_EQ(T_InitBitmap(bitmap.get(), c.width, 7, c.bits), T_OK);
     EXPECT_EQ(bitmap->BytesPerLine, c.line) << c.width << " x " << c.bits;
@@ -34,6 +36,8 @@ TEST(Bitmaps, InitDescribesEveryDepth) {
     EXPECT_EQ(bitmap->Flags, 0xFFFF0000u);
     EXPECT_EQ(bitmap->ViewPerspective, 2u);
     EXPECT_EQ(bitmap->DitherMethod, 7u);
+    for (const uint32_t word : bitmap->ReservedB) EXPECT_EQ(word, 0u);
+    for (const uint32_t word : bitmap->ReservedE) EXPECT_EQ(word, 0u);
     EXPECT_EQ(bitmap->XResolution, 150);
     EXPECT_EQ(bitmap->Info.Header.biBitCount, c.bits);
     bitmap->Flags = 0;
@@ -115,7 +119,7 @@ TEST(Bitmaps, StorageGoesToDiskWhenMemoryIsRefusedAndLeavesNothingWhenThatFailsT
       EXPECT_TRUE(std::filesystem::exists(static_cast<const char*>(bitmap->Data)));
     } else {
       EXPECT_EQ(status, T_ERR_NO_MEMORY);
-      EXPECT_EQ(bitmap->Flags & 0xFFFF, 0u);
+      EXPECT_EQ(bitmap->Flags & (T_FLAG_USER | T_FLAG_DISK), 0u);
     }
   }
   EXPECT_EQ(leftovers(), before);
@@ -144,7 +148,9 @@ TEST(Bitmaps, UserManagedStorageIsReleasedThroughTheCallback) {
   bitmap->ReleaseCallback = [](uintptr_t handle, uintptr_t data)
                                 T_CALL { released += handle + data; };
   T_FreeBitmap(bitmap.get());
+  T_FreeBitmap(bitmap.get());
   EXPECT_EQ(released, 4713u);
+  EXPECT_EQ(bitmap->Flags & 0xFFFF, 0u);
   // A bitmap of the library's own, although a request for none was refused before.
   ASSERT_EQ(T_InitBitmap(bitmap.get(), 10, 10, 8), T_OK);
   EXPECT_EQ(T_AllocateBitmap(bitmap.get(), 8), T_ERR_NO_MEMORY);

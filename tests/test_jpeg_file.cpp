@@ -330,6 +330,7 @@ TEST(JpegFile, CodingIsDescribed) {
   EXPECT_EQ(info.Progressive, 1);
   EXPECT_EQ(info.RestartInterval, 3);
   EXPECT_EQ(info.Quality, 1);
+  EXPECT_EQ(info.Factor, 255);
   EXPECT_EQ(info.HalfHeight, 0);
   EXPECT_EQ(info.HorizontalFactors[0], 2);
   EXPECT_EQ(info.VerticalFactors[2], 2);

@@ -70,6 +70,12 @@ TEST(Tiff, SamplesBecomeThePixelsThatTheyMean) {
        {1, 2, 3, 4, 5, 6},
        24,
        {1, 3, 5, 2, 4, 6}},
+      // White runs of 2; then of 0, black ones of 2: the second row at the next even byte.
+      {"runs in words",
+       with(with(with(tags(1, 1, 0, 4), {259, 3, {32771}}), {257, 3, {2}}), {278, 3, {2}}),
+       {0x70, 0x00, 0x35, 0xC0},
+       1,
+       {255, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0}},
       {"bits reversed", with(tags(1, 1, 1, 1), {266, 3, {2}}), {0x02}, 1, {0, 0, 0, 255, 255, 255}},
   };
   for (const auto& c : cases) {
@@ -160,6 +166,7 @@ TEST(Tiff, BadDirectoriesAreStatuses) {
   EXPECT_EQ(read_cut({282, 5, {300, 1}}), T_OK);
   EXPECT_EQ(read_cut({258, 3, {8, 8, 8}}), T_ERR_READ);
   EXPECT_EQ(read_cut({339, 3, {1, 1, 1}}), T_ERR_READ);
+  EXPECT_EQ(read_cut({274, 3, {1, 1, 1}}), T_ERR_READ);
   // A page that is its own successor counts once; one that follows nothing is no page.
   Bytes ring = tiff_file(raw, data);
   const Bytes here(ring.begin() + 4, ring.begin() + 8);
