@@ -33,7 +33,9 @@ Status read_headers(io::InputFile& file, Header& header) {
     TRY(file.seek(0));
     TRY(file.read_up_to(bytes, got));
   }
-  return parse_header({bytes.data(), got}, header);
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  return parse_header({bytes.data(), got}, file_bytes, header);
 }
 
 Status read_palette(io::InputFile& file, const Header& header, T_PaletteEntry (&palette)[256]) {
@@ -89,16 +91,6 @@ Status read_changed_rows(io::InputFile& file, const Header& header, RowDelivery&
   return rows.finish();
 }
 
-// Before any memory is taken for rows: whether the file can hold what its header claims.
-Status check_size(io::InputFile& file, const Header& header) {
-  uint32_t file_bytes = 0;
-  TRY(file.size(file_bytes));
-  const uint32_t line = core::bytes_per_line(header.width, header.pixel_bits);
-  if (header.coding == Coding::kNone) return line <= file_bytes ? kOk : kReadError;
-  const uint64_t decoded = uint64_t{line} * static_cast<uint32_t>(header.height);
-  return process::is_plausible_size(decoded, file_bytes) ? kOk : kBadData;
-}
-
 Status read_coded_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
   ByteSource bytes(file);
   TRY(bytes.start());
@@ -115,7 +107,8 @@ Status read_coded_rows(io::InputFile& file, const Header& header, RowDelivery& r
 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Header header;
-  TRY(parse_header(input.head.first(std::min(input.head.size(), kLargestHeader)), header));
+  const auto head = input.head.first(std::min(input.head.size(), kLargestHeader));
+  TRY(parse_header(head, input.file_size, header));
   process::describe(describe(header), header.is_os2 ? T_FORMAT_BMP_OS2 : T_FORMAT_BMP,
                     header.coding == Coding::kNone ? "None" : "Run Length", info);
   return kOk;
@@ -131,7 +124,6 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(read_headers(file, header));
   process::SourcePicture picture = describe(header);
   TRY(read_palette(file, header, picture.palette));
-  TRY(check_size(file, header));
   TRY(file.seek(header.data_offset));
 
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);

@@ -5,10 +5,13 @@
 
 #include "base/endian.h"
 #include "core/bitmap.h"
+#include "formats/plausible.h"
 
 namespace tavo::bmp {
 
 namespace {
+
+using formats::Density;
 
 constexpr uint32_t kNone = 0;
 constexpr uint32_t kBitFields = 3;  // OS/2 2.x: Huffman coding
@@ -128,7 +131,7 @@ void locate_palette(size_t header_size, uint32_t colors_used, uint32_t masks_byt
 
 }  // namespace
 
-Status parse_header(std::span<const uint8_t> bytes, Header& header) {
+Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header) {
   if (bytes.size() < kFileHeaderSize + kCoreHeaderSize) return kBadData;
   if (bytes[0] != 'B' || bytes[1] != 'M') return kBadData;
   header.data_offset = load_le32(bytes.data() + 10);
@@ -151,7 +154,10 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   if (!is_pixel_depth(header.pixel_bits)) {
     return header.pixel_bits == 64 ? kSubtype : kBadData;
   }
-  if (core::bytes_per_line(header.width, header.pixel_bits) == 0) return kBadSize;
+  const uint32_t line = core::bytes_per_line(header.width, header.pixel_bits);
+  if (line == 0) return kBadSize;
+  TRY(formats::check_plausible(header.coding == Coding::kNone ? Density::kPlain : Density::kRuns,
+                               line, static_cast<uint32_t>(header.height), file_bytes));
 
   uint32_t masks_bytes = 0;
   if (header_size == kInfoHeaderSize && header.coding == Coding::kNone) {

@@ -9,6 +9,7 @@
 #include "codec/ccitt_decoder.h"
 #include "codec/ccitt_encoder.h"
 #include "core/notice.h"
+#include "formats/plausible.h"
 #include "io/output_file.h"
 #include "process/row_delivery.h"
 #include "process/row_fetch.h"
@@ -75,14 +76,16 @@ Status parse_record(std::span<const uint8_t> record, Header& header) {
   const std::string_view key = tokens.next();
   if (key.empty()) return kReadError;
   if (key == "rtype") return tokens.next_number(header.raster_type);
-  if (key == "rdensity") return tokens.next_number(header.density);
+  if (key == "rdensity") {
+    int32_t unused = 0;  // kept: no bitmap takes its resolution from it
+    return tokens.next_number(unused);
+  }
   if (key == "rpelcnt") {
     TRY(tokens.next_number(header.width));
     return tokens.next_number(header.height);
   }
   if (key == "rorient") {
     // Kept: pictures count as upright whatever the two angles are; FILEINFO tells them.
-    header.orientation = 0;
     TRY(tokens.next_number(header.pel_path));
     return tokens.next_number(header.line_progression);
   }
@@ -115,7 +118,6 @@ process::SourcePicture describe(const Header& header) {
   picture.height = header.height;
   picture.bits = 1;
   picture.order = T_ORDER_BGR;
-  picture.view_perspective = static_cast<uint32_t>(header.orientation);
   picture.orientation = viewing_orientation(header);
   picture.colors = 2;
   picture.storage_kind = kStorageKind;
@@ -135,8 +137,10 @@ Status parse_header(io::InputFile& file, Header& header) {
     TRY(status);
   }
   if (header.width < 1 || header.height < 1) return kBadData;
-  header.is_whole = true;
-  return kOk;
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  return formats::check_plausible(formats::Density::kFax, static_cast<uint32_t>(header.width),
+                                  static_cast<uint32_t>(header.height), file_bytes);
 }
 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
@@ -154,11 +158,6 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(file.open(name));
   Header header;
   TRY(parse_header(file, header));
-  uint32_t file_bytes = 0;
-  TRY(file.size(file_bytes));
-  const bool is_plausible = process::is_plausible_fax(
-      static_cast<uint32_t>(header.width), static_cast<uint32_t>(header.height), file_bytes);
-  if (!is_plausible) return kBadData;
   const process::SourcePicture picture = describe(header);
   process::RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());

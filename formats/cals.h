@@ -14,15 +14,13 @@ struct Header {
   int32_t width = 0;
   int32_t height = 0;
   int32_t raster_type = 1;
-  int32_t orientation = 0;  // of the delivered rows
-  int32_t pel_path = 0;     // degrees
+  int32_t pel_path = 0;  // degrees
   int32_t line_progression = 270;
-  int32_t density = 0;  // read, but no bitmap takes its resolution from it
-  bool is_whole = false;
 };
 
 // Reads the first eleven records from where the file stands. kReadError for a short or empty
-// record, kBadData for an unknown key among the first nine and for an empty picture.
+// record, kBadData for an unknown key among the first nine and for a picture that is empty or that
+// no file of this size holds.
 Status parse_header(io::InputFile& file, Header& header);
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);

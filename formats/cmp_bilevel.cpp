@@ -9,6 +9,7 @@
 #include "color/gray.h"
 #include "compress/cmp_layout.h"
 #include "core/notice.h"
+#include "formats/plausible.h"
 #include "io/output_file.h"
 #include "process/row_delivery.h"
 #include "process/row_fetch.h"
@@ -35,15 +36,6 @@ uint16_t checksum(const uint8_t* header) {
   uint32_t sum = 0;
   for (uint32_t i = 0; i < kChecksum; ++i) sum += header[i] * (i + 1);
   return static_cast<uint16_t>(sum);
-}
-
-// Whether the data can hold that many rows: each takes one bit or more. Blank rows of any width
-// take no more, hence the limit.
-bool is_plausible(const Header& header, uint64_t data_bytes) {
-  constexpr uint64_t kBlankLimit = uint64_t{256} << 20;
-  const uint64_t rows = static_cast<uint64_t>(header.height);
-  const uint64_t decoded = (static_cast<uint64_t>(header.width) + 7) / 8 * rows;
-  return rows <= 8 * data_bytes && decoded <= kBlankLimit + 1024 * data_bytes;
 }
 
 int32_t load_signed(const uint8_t* bytes) { return static_cast<int32_t>(load_le32(bytes)); }
@@ -84,7 +76,7 @@ std::array<uint8_t, kHeaderSize> make_header(const BitmapHandle& bitmap,
 
 }  // namespace
 
-Status parse_header(std::span<const uint8_t> bytes, Header& header) {
+Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header) {
   if (bytes.size() < kHeaderSize || !std::ranges::equal(bytes.first(4), cmp::kMagic)) {
     return kBadData;
   }
@@ -101,12 +93,14 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
     const uint8_t* rgb = b + kColors + 3 * i;
     header.palette[i] = {rgb[2], rgb[1], rgb[0], 0};
   }
-  return kOk;
+  return formats::check_plausible(formats::Density::kGroup4, static_cast<uint32_t>(header.width),
+                                  static_cast<uint32_t>(header.height),
+                                  file_bytes - std::min<uint64_t>(file_bytes, kHeaderSize));
 }
 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Header header;
-  TRY(parse_header(input.head, header));
+  TRY(parse_header(input.head, input.file_size, header));
   process::describe(describe(header), T_FORMAT_CMP_1BIT, "CCITT Group 4 Fax", info);
   return kOk;
 }
@@ -119,13 +113,10 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(file.open(name));
   std::array<uint8_t, kHeaderSize> bytes;
   TRY(file.read(bytes));
-  Header header;
-  TRY(parse_header(bytes, header));
   uint32_t file_bytes = 0;
   TRY(file.size(file_bytes));
-  if (!is_plausible(header, file_bytes - std::min<uint32_t>(file_bytes, kHeaderSize))) {
-    return kReadError;
-  }
+  Header header;
+  TRY(parse_header(bytes, file_bytes, header));
   const process::SourcePicture picture = describe(header);
   process::RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());

@@ -24,8 +24,8 @@ struct Header {
   std::array<T_PaletteEntry, 2> palette = {};
 };
 
-// kBadData for other bytes than such a header's.
-Status parse_header(std::span<const uint8_t> bytes, Header& header);
+// kBadData for other bytes than such a header's, and for a picture that no file of this size holds.
+Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header);
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

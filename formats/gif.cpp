@@ -9,6 +9,7 @@
 #include "codec/lzw.h"
 #include "color/index_rows.h"
 #include "core/notice.h"
+#include "formats/plausible.h"
 #include "io/output_file.h"
 #include "platform/platform.h"
 #include "process/row_delivery.h"
@@ -27,9 +28,6 @@ constexpr uint8_t kImageSeparator = 0x2C;
 constexpr uint8_t kTrailer = 0x3B;
 constexpr uint8_t kHasTable = 0x80;  // packed fields of screen and image
 constexpr uint8_t kInterlaced = 0x40;
-// 12-bit codes for the longest string there can be; no more pixels come out of a byte.
-constexpr uint64_t kMaxDensity = 4096 * 8 / 12 + 1;
-constexpr uint64_t kPlausiblePixels = uint64_t{1} << 24;
 constexpr size_t kPacket = 254;  // bytes of a written data sub-block
 
 uint32_t table_entries(uint8_t packed) { return 2u << (packed & 7); }
@@ -112,7 +110,7 @@ void set_gray_palette(process::SourcePicture& picture) {
 
 }  // namespace
 
-Status parse_header(ByteSource& bytes, Header& header) {
+Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header) {
   process::SourcePicture& picture = header.picture;
   std::array<uint8_t, kScreenSize> screen;
   size_t got = 0;
@@ -134,6 +132,8 @@ Status parse_header(ByteSource& bytes, Header& header) {
   TRY(bytes.read({&header.minimum_code_size, 1}));
 
   if (picture.width == 0 || picture.height == 0) return kBadData;
+  TRY(formats::check_plausible(formats::Density::kLzw, static_cast<uint32_t>(picture.width),
+                               static_cast<uint32_t>(picture.height), file_bytes));
   picture.storage_kind = T_FORMAT_GIF;
   picture.flags = (image_packed & kInterlaced) != 0 ? T_FLAG_INTERLACED : 0;
   return kOk;
@@ -146,13 +146,8 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   ByteSource bytes(input.file);
   TRY(bytes.start(2048));
   Header header;
-  TRY(parse_header(bytes, header));
-  // A few bytes that declare gigabytes are turned away before anybody takes memory for them.
-  const process::SourcePicture& picture = header.picture;
-  const uint64_t pixels =
-      uint64_t{static_cast<uint32_t>(picture.width)} * static_cast<uint32_t>(picture.height);
-  if (pixels > kPlausiblePixels + kMaxDensity * input.file_size) return kBadData;
-  process::describe(picture, T_FORMAT_GIF, "LZW", info);
+  TRY(parse_header(bytes, input.file_size, header));
+  process::describe(header.picture, T_FORMAT_GIF, "LZW", info);
   return kOk;
 }
 
@@ -198,8 +193,10 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(file.open(name));
   ByteSource bytes(file);
   TRY(bytes.start());
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
   Header header;
-  TRY(parse_header(bytes, header));
+  TRY(parse_header(bytes, file_bytes, header));
 
   SubBlocks blocks(bytes);
   ByteSource stream(blocks);

@@ -17,9 +17,10 @@ struct Header {
   uint8_t minimum_code_size = 0;  // unchecked
 };
 
-// Reads up to the first data sub-block of the first image. kBadData (no GIF file, an empty
-// image), kReadError (no image descriptor where one must be, or the file ends before the data).
-Status parse_header(ByteSource& bytes, Header& header);
+// Reads up to the first data sub-block of the first image. kBadData (no GIF file, an empty image,
+// or one that no file of this size holds), kReadError (no image descriptor where one must be, or
+// the file ends before the data).
+Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header);
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

@@ -10,15 +10,11 @@
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "core/rows.h"
+#include "formats/plausible.h"
 #include "io/input_file.h"
 
 namespace tavo::jpeg {
 namespace {
-
-// Pixels that a file of any size may have, and how many more each of its bytes is good for: a flat
-// picture takes two bits for a block of each component, and less than that when progressive.
-constexpr uint64_t kFreePixels = uint64_t{1} << 26;
-constexpr uint64_t kPixelsPerByte = 2048;
 
 uint32_t stamp_bytes(uint32_t width, uint32_t height, uint32_t bits) {
   const uint32_t palette = bits == 8 ? static_cast<uint32_t>(cmp::kStampPaletteSize) : 0;
@@ -44,10 +40,6 @@ int32_t to_dpi(const Extras& extras, uint16_t density) {
 }
 
 }  // namespace
-
-bool is_plausible(uint64_t pixels, uint64_t file_bytes) {
-  return pixels <= kFreePixels + kPixelsPerByte * file_bytes;
-}
 
 Status parse_container(std::span<const uint8_t> head, Container& container) {
   if (head.size() < 3) return kReadError;
@@ -168,22 +160,39 @@ Status PictureDecoder::finish() {
 
 // ---- Files ----
 
-Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
+namespace {
+
+Status check_size(const Frame& frame, uint64_t file_bytes) {
+  return formats::check_plausible(formats::Density::kJpeg, frame.width, frame.height, file_bytes);
+}
+
+// Reads the header, and once more when the line count is left to the end of the first scan.
+Status find_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
                    const Container& container) {
-  TRY(file.seek(container.stream_offset));
-  source.reset();
+  const auto go_to_stream = [&] {
+    source.reset();
+    return file.seek(container.stream_offset);
+  };
+  TRY(go_to_stream());
   const Status status = decoder.read_header(source, container, 0);
-  // The line count may be left to the end of the first scan.
   const Frame& frame = decoder.decoder().frame();
   if (status != kBadData || frame.count == 0 || frame.height != 0) return status;
-  TRY(file.seek(container.stream_offset));
-  source.reset();
+  TRY(go_to_stream());
   const uint32_t lines = find_line_count(source);
   TRY(source.failure());
   if (lines == 0) return kBadData;
-  TRY(file.seek(container.stream_offset));
-  source.reset();
+  TRY(go_to_stream());
   return decoder.read_header(source, container, lines);
+}
+
+}  // namespace
+
+Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
+                   const Container& container) {
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  TRY(find_header(decoder, file, source, container));
+  return check_size(decoder.decoder().frame(), file_bytes);
 }
 
 namespace {
@@ -197,10 +206,11 @@ Status probe_stream(const io::ProbeInput& input, int32_t format, FILEINFO& info)
   TRY(source.start(4096));
   PictureDecoder decoder;
   // A picture whose size is known is one, whatever keeps it from being decoded.
-  const Status status = read_header(decoder, input.file, source, container);
+  const Status status = find_header(decoder, input.file, source, container);
   if (status == kNoMemory) return status;
   const Frame& frame = decoder.decoder().frame();
   if (!status.ok() && (frame.count == 0 || frame.height == 0)) return status;
+  TRY(check_size(frame, input.file_size));
   process::describe(decoder.picture(0, T_ORDER_BGR), format, "JPEG", info);
   return kOk;
 }
@@ -223,14 +233,10 @@ Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_
   Container container;
   TRY(open_container(file, name, container));
   read_trailer(file, container);
-  uint32_t file_bytes = 0;
-  TRY(file.size(file_bytes));
   ByteSource source(file);
   TRY(source.start());
   PictureDecoder decoder;
   TRY(read_header(decoder, file, source, container));
-  const Frame& frame = decoder.decoder().frame();
-  if (!is_plausible(uint64_t{frame.width} * frame.height, file_bytes)) return kReadError;
   TRY(decoder.start(*bitmap, sink, bits_per_pixel, context, option));
   return decoder.deliver_all();
 }

@@ -35,9 +35,6 @@ struct Container {
 Status parse_container(std::span<const uint8_t> head, Container& container);
 inline constexpr size_t kLargestContainerHead = 27;
 
-// Whether a file of so many bytes can hold a picture of so many pixels.
-bool is_plausible(uint64_t pixels, uint64_t file_bytes);
-
 // Opens a file of either kind.
 Status open_container(io::InputFile& file, const char* name, Container& container);
 
@@ -69,7 +66,8 @@ class PictureDecoder {
   uint32_t rows_left_ = 0;  // of the stream
 };
 
-// Reads the head of the stream in an open file, with `source` to be decoded from next.
+// Reads the head of the stream in an open file, with `source` to be decoded from next. kBadData
+// also for a picture that no file of this size holds.
 Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
                    const Container& container);
 

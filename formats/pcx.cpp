@@ -11,6 +11,7 @@
 #include "formats/dcx.h"
 #include "formats/pcx_planes.h"
 #include "formats/pcx_runs.h"
+#include "formats/plausible.h"
 #include "io/output_file.h"
 #include "process/row_delivery.h"
 #include "process/row_fetch.h"
@@ -70,7 +71,7 @@ Status read_header(io::InputFile& file, const dcx::Page& page, Header& header) {
   size_t got = 0;
   TRY(file.read_up_to(bytes, got));
   if (got < bytes.size()) return kBadData;
-  return parse_header(bytes, header);
+  return parse_header(bytes, page.end - page.start, header);
 }
 
 // The palette that ends the page; `data_end` gets where the pixels end at the latest.
@@ -160,7 +161,8 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
 
 }  // namespace
 
-Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, Header& header) {
+Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, uint32_t page_bytes,
+                    Header& header) {
   if (bytes[0] != kManufacturer) return kBadData;
   header.version = bytes[1];
   header.plane_bits = bytes[3];
@@ -174,7 +176,10 @@ Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, Header& header)
   if (header.width < 1 || header.height < 1) return kBadData;
   if (!is_layout(header.plane_bits, header.planes)) return kBadData;
   const int32_t needed = (header.width * header.plane_bits + 7) / 8;
-  return needed <= header.line_bytes ? kOk : kBadData;
+  if (needed > header.line_bytes) return kBadData;
+  return formats::check_plausible(formats::Density::kRuns,
+                                  uint64_t{header.planes} * header.line_bytes,
+                                  static_cast<uint32_t>(header.height), page_bytes);
 }
 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
@@ -201,9 +206,6 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(dcx::locate(file, settings.page_number, page));
   Header header;
   TRY(read_header(file, page, header));
-  const uint64_t decoded =
-      uint64_t{header.planes} * header.line_bytes * static_cast<uint32_t>(header.height);
-  if (!process::is_plausible_size(decoded, page.end - page.start)) return kBadData;
   process::SourcePicture picture = describe(header);
   uint32_t data_end = page.end;
   if (picture.bits == 8) TRY(read_trailer(file, page, data_end, picture));

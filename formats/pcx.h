@@ -31,8 +31,10 @@ struct Header {
   uint32_t colors() const { return is_true_color() ? 0 : 1u << (plane_bits * planes); }
 };
 
-// kBadData for anything but the header of a picture that can be read.
-Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, Header& header);
+// kBadData for anything but the header of a picture that can be read and that a page of
+// `page_bytes` can hold.
+Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, uint32_t page_bytes,
+                    Header& header);
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

@@ -13,6 +13,7 @@
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "formats/plain_rows.h"
+#include "formats/plausible.h"
 #include "io/output_file.h"
 #include "process/row_delivery.h"
 #include "process/row_fetch.h"
@@ -33,15 +34,6 @@ bool as_others_do() { return settings.ras_variant == kVariantOfOthers; }
 // Bytes of a row in the file: pixels, rounded up to an even number.
 uint64_t file_row_bytes(int32_t width, int32_t depth) {
   return round_up<uint64_t>(core::packed_bytes(static_cast<uint64_t>(width), depth), 2);
-}
-
-// A few bytes can claim rows of gigabytes, and runs many of them, for which nobody shall take
-// memory. Files end below 4 GiB, and so do the pixels in them.
-bool is_plausible(const Header& header, uint32_t file_bytes) {
-  const uint64_t row_bytes = file_row_bytes(header.width, header.depth);
-  const uint64_t decoded = row_bytes * static_cast<uint32_t>(header.height);
-  const uint64_t needed = header.type == Type::kByteEncoded ? decoded : row_bytes;
-  return decoded <= UINT32_MAX && process::is_plausible_size(needed, file_bytes);
 }
 
 void set_gray_ramp(process::SourcePicture& picture) {
@@ -231,7 +223,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
 
 }  // namespace
 
-Status parse_header(std::span<const uint8_t> bytes, Header& header) {
+Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header) {
   if (bytes.size() < 16 || load_be32(bytes.data()) != kMagic) return kBadData;
   const uint32_t width = load_be32(&bytes[4]);
   const uint32_t height = load_be32(&bytes[8]);
@@ -247,13 +239,15 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   header.type = static_cast<Type>(load_be16(&bytes[22]));
   header.map_bytes = load_be16(&bytes[30]);
   header.has_map = load_be16(&bytes[26]) == kMapOfPlanes && header.map_bytes != 0;
-  return kOk;
+  const bool is_encoded = header.type == Type::kByteEncoded;
+  return formats::check_plausible(is_encoded ? formats::Density::kRuns : formats::Density::kPlain,
+                                  file_row_bytes(header.width, header.depth), height, file_bytes);
 }
 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Header header;
-  TRY(parse_header(input.head.first(std::min(input.head.size(), kHeaderSize)), header));
-  if (!is_plausible(header, input.file_size)) return kBadData;
+  const auto head = input.head.first(std::min(input.head.size(), kHeaderSize));
+  TRY(parse_header(head, input.file_size, header));
   process::describe(describe(header), T_FORMAT_RAS, compression_text(header.type), info);
   return kOk;
 }
@@ -269,11 +263,10 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   std::array<uint8_t, kHeaderSize> head;
   size_t got = 0;
   TRY(bytes.read_some(head, got));
-  Header header;
-  TRY(parse_header({head.data(), got}, header));
   uint32_t file_bytes = 0;
   TRY(file.size(file_bytes));
-  if (!is_plausible(header, file_bytes)) return kBadData;
+  Header header;
+  TRY(parse_header({head.data(), got}, file_bytes, header));
   process::SourcePicture picture = describe(header);
   TRY(read_map(bytes, header, picture));
 

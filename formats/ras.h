@@ -34,8 +34,9 @@ struct Header {
   uint32_t map_bytes = 0;  // between the header and the pixels, whatever is in them
 };
 
-// kBadData (no Sun raster, no size, another depth), kReadError (shorter than a header).
-Status parse_header(std::span<const uint8_t> bytes, Header& header);
+// kBadData (no Sun raster, no size or one that no file of this size holds, another depth),
+// kReadError (shorter than a header).
+Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header);
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

@@ -9,6 +9,7 @@
 #include "core/bitmap.h"
 #include "core/notice.h"
 #include "formats/plain_rows.h"
+#include "formats/plausible.h"
 #include "formats/tga_runs.h"
 #include "io/output_file.h"
 #include "process/row_delivery.h"
@@ -140,7 +141,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
 
 }  // namespace
 
-Status parse_header(std::span<const uint8_t> bytes, Header& header) {
+Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header) {
   if (bytes.size() < kHeaderSize) return kReadError;
   const uint8_t map_type = bytes[1];
   const uint8_t type = bytes[2];
@@ -166,12 +167,16 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   if (has_map && !is_map_entry_size(header.map_entry_bits)) return kBadData;
   if (header.width == 0 || header.height == 0) return kBadData;
   if ((descriptor & kInterleaving) != 0 || (descriptor & kAttributeBits) > 8) return kBadData;
-  return classify(type, header.pixel_bits, has_map, header.kind);
+  TRY(classify(type, header.pixel_bits, has_map, header.kind));
+  return formats::check_plausible(
+      header.is_run_length ? formats::Density::kRuns : formats::Density::kPlain,
+      pixel_bytes(header) * header.width, header.height, file_bytes);
 }
 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Header header;
-  TRY(parse_header(input.head.first(std::min(input.head.size(), kHeaderSize)), header));
+  const auto head = input.head.first(std::min(input.head.size(), kHeaderSize));
+  TRY(parse_header(head, input.file_size, header));
   process::describe(describe(header), T_FORMAT_TGA, header.is_run_length ? "Run Length" : "None",
                     info);
   return kOk;
@@ -188,7 +193,9 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   std::array<uint8_t, kHeaderSize> head;
   TRY(bytes.read(head));
   Header header;
-  TRY(parse_header(head, header));
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  TRY(parse_header(head, file_bytes, header));
   TRY(bytes.skip(header.id_bytes));
   process::SourcePicture picture = describe(header);
   TRY(read_map(bytes, header, picture));

@@ -34,9 +34,10 @@ struct Header {
   uint32_t orientation = 1;
 };
 
-// The format has no signature, so every field is looked at. kBadData (no TGA header), kSubtype (a
-// sound one of another image type), kReadError (shorter than a header).
-Status parse_header(std::span<const uint8_t> bytes, Header& header);
+// The format has no signature, so every field is looked at. kBadData (no TGA header, or one of a
+// picture that no file of this size holds), kSubtype (a sound one of another image type),
+// kReadError (shorter than a header).
+Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header);
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

@@ -58,22 +58,6 @@ Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& ro
   return stored.outcome().ok() ? rows.finish() : rows.finish_early(stored.outcome());
 }
 
-Status check_size(io::InputFile& file, const Image& image) {
-  uint32_t file_bytes = 0;
-  TRY(file.size(file_bytes));
-  if (image.is_fax()) {
-    return process::is_plausible_fax(image.width, image.height, file_bytes) ? kOk : kBadData;
-  }
-  // Other codings need memory for a row, so that is what must be possible. What goes beyond the
-  // largest bitmap must be there: blocks may share data, and LZW packs 2,700 bytes into one.
-  constexpr uint64_t kLargestBitmap = UINT32_MAX;
-  constexpr uint64_t kMostDense = 4096;
-  const uint64_t row = image.row_bytes(image.block_width) * image.blocks_across;
-  if (row > INT32_MAX || !process::is_plausible_size(row, file_bytes)) return kBadData;
-  const uint64_t all = row * image.planes() * image.height / image.unit_height;
-  return all <= kLargestBitmap + kMostDense * file_bytes ? kOk : kBadData;
-}
-
 }  // namespace
 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
@@ -97,7 +81,6 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   Image image;
   TRY(parse_image(directory, image));
   if (!image.is_supported) return kSubtype;
-  TRY(check_size(file, image));
   TRY(read_palette(directory, image, image.picture.palette));
 
   RowDelivery rows(image.picture, *bitmap, sink, bits_per_pixel, context);

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "codec/jpeg/markers.h"
+#include "formats/plausible.h"
 #include "formats/tiff_length.h"
 
 namespace tavo::tiff {
@@ -252,6 +253,19 @@ Status parse_tags(const Directory& directory, Image& image) {
   return kOk;
 }
 
+// Blocks may share their data: what must be possible is memory for a row of them.
+Status check_size(const Directory& directory, const Image& image) {
+  uint32_t file_bytes = 0;
+  TRY(directory.file().size(file_bytes));
+  if (image.is_fax()) {
+    return formats::check_plausible(formats::Density::kFax, image.width, image.height, file_bytes);
+  }
+  const uint64_t row = image.row_bytes(image.block_width) * image.blocks_across;
+  if (row > INT32_MAX) return kBadData;
+  const uint64_t rows = uint64_t{image.height} * image.planes() / image.unit_height;
+  return formats::check_plausible(formats::Density::kBlocks, row, rows, file_bytes);
+}
+
 }  // namespace
 
 uint64_t Image::row_bytes(uint32_t pixels) const {
@@ -270,7 +284,8 @@ Status parse_image(const Directory& directory, Image& image) {
     TRY(parse_tags(directory, endless));
     TRY(count_rows(directory, endless, image.height));
   }
-  return parse_tags(directory, image);
+  TRY(parse_tags(directory, image));
+  return image.is_supported ? check_size(directory, image) : kOk;
 }
 
 namespace {

@@ -74,9 +74,9 @@ struct Image {
   uint64_t row_bytes(uint32_t pixels) const;
 };
 
-// kBadData when what every picture needs is missing or makes no sense, kReadError when what the
-// pixels depend on was cut off; a resolution may be. A picture of a kind that
-// read() does not know is described with is_supported false.
+// kBadData when what every picture needs is missing or makes no sense, or no file of this size
+// holds the picture; kReadError when what the pixels depend on was cut off; a resolution may be. A
+// picture of a kind that read() does not know is described with is_supported false.
 Status parse_image(const Directory& directory, Image& image);
 
 // The palette of the picture: its colour map, or steps of grey. kBadData for a colour map that is

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "base/buffer.h"
+#include "formats/plausible.h"
 #include "formats/tiff_block.h"
 #include "formats/tiff_rows.h"
-#include "process/row_delivery.h"
 
 namespace tavo::tiff {
 
@@ -19,11 +19,13 @@ Status count_coded(const Directory& directory, const Image& image, uint64_t posi
   uint32_t file_bytes = 0;
   TRY(directory.file().size(file_bytes));
   const uint64_t row_bytes = image.row_bytes(image.width);
-  const auto is_plausible = [&](uint64_t count) {
-    return image.is_fax() ? process::is_plausible_fax(image.width, count, file_bytes)
-                          : process::is_plausible_size(row_bytes * count, file_bytes);
+  const auto check_size = [&](uint64_t count) {
+    return image.is_fax()
+               ? formats::check_plausible(formats::Density::kFax, image.width, count, file_bytes)
+               : formats::check_plausible(formats::Density::kRuns, row_bytes, count, file_bytes);
   };
-  if (row_bytes > INT32_MAX || !is_plausible(1)) return kBadData;
+  if (row_bytes > INT32_MAX) return kBadData;
+  TRY(check_size(1));
   Buffer row;
   BlockDecoder decoder;
   TRY(row.allocate(row_bytes + kSlack));
@@ -39,7 +41,7 @@ Status count_coded(const Directory& directory, const Image& image, uint64_t posi
       rows = rows + 1 - no_rows;
       return kOk;
     }
-    if (!is_plausible(rows)) return kBadData;
+    TRY(check_size(rows));
   }
   return directory.file().failure();
 }

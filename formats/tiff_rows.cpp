@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "formats/jpeg.h"
+#include "formats/plausible.h"
 
 namespace tavo::tiff {
 
@@ -47,7 +47,7 @@ Status BlockTable::count_bytes(uint64_t taken) {
 
 Status BlockTable::count_pixels(uint64_t pixels) {
   pixels_ += pixels;
-  return jpeg::is_plausible(pixels_, file_bytes_) ? kOk : kBadData;
+  return formats::check_plausible(formats::Density::kJpeg, pixels_, 1, file_bytes_);
 }
 
 Status BlockTable::find(uint64_t block, uint64_t& position, uint64_t& size) {

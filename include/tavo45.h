@@ -866,13 +866,13 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
  *                  files: an even ramp), and so does an unallocated one that is asked for with such
  *                  bitsPerPixel.
  *                  T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_NAME, T_ERR_OPEN, T_ERR_ARGUMENT
- *                  (bitsPerPixel not 1, 4, 8, 16, 24 or 32), T_ERR_BAD_DATA, T_ERR_READ,
- *                  T_ERR_SEEK, T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY. Keeps no pointer
- *                  after it returns.
- * T_Load...Bitmap  initialises and allocates the bitmap and loads the whole picture into it, in
- *                  T_ORDER_BGR above 8 bits and without T_FLAG_GRAY below; on failure the bitmap
- *                  is freed.
- * T_Save...Bitmap  T_SaveBitmap with this format and quality 0.
+ *                  (bitsPerPixel not 1, 4, 8, 16, 24 or 32), T_ERR_BAD_DATA (another format,
+ * damage, or a header that claims many times more than its file can hold: identification and
+ * T_Decompress... give this status, too), T_ERR_READ, T_ERR_SEEK, T_ERR_SUBTYPE, T_ERR_SIZE,
+ * T_ERR_NO_MEMORY. Keeps no pointer after it returns. T_Load...Bitmap  initialises and allocates
+ * the bitmap and loads the whole picture into it, in T_ORDER_BGR above 8 bits and without
+ * T_FLAG_GRAY below; on failure the bitmap is freed. T_Save...Bitmap  T_SaveBitmap with this format
+ * and quality 0.
  */
 
 /* BMP, Windows and OS/2 headers, 1 to 32 bits, run-length coded, bit fields, both row orders.
@@ -893,9 +893,8 @@ T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int
  * is ignored. XResolution and YResolution get the file's. Two colours that are equal stand for
  * black and white. Runs may go on in the next line. Data that end early are no error: what is
  * missing is 0. T_ERR_BAD_DATA: no PCX header, planes of other bits, lines shorter than the
- * picture is wide, a DCX directory without pages or with an offset outside the file, or a header
- * that claims a thousand times more than its file can hold. T_ERR_READ: no palette ends a picture
- * of 256 colours (T_ERR_SEEK: the file is too short for one).
+ * picture is wide, or a DCX directory without pages or with an offset outside the file.
+ * T_ERR_READ: no palette ends a picture of 256 colours (T_ERR_SEEK: the file is too short for one).
  *
  * DCX files hold up to 1023 pictures: T_SetPageNumber chooses the one that is read, the last one
  * when there are fewer; FILEINFO.PageCount says how many there are. Saves write 1, 4, 8 or 24 bits
@@ -977,8 +976,7 @@ T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, in
  * A stream that is cut or damaged delivers the rows that can be decoded, up to a restart marker
  * where it has them, mid grey for what is lost, and then gives T_ERR_READ (cut) or T_ERR_BAD_DATA
  * (damaged, or more scans than any picture needs, of which the first are used); where more than
- * 2^28 pixels would be grey, the rows end at the loss. T_ERR_READ without rows is also the answer
- * to a picture of more pixels than so small a file can hold.
+ * 2^28 pixels would be grey, the rows end at the loss.
  *
  * Memory does not depend on the height for sequential streams of one scan; progressive streams, and
  * those with a scan for each component, take 2 bytes a sample. */

@@ -33,18 +33,6 @@ class BatchesByHeight {
   int32_t outer_;
 };
 
-// Whether decoding `decoded_bytes` from a file of `file_bytes` is plausible. Run-length data of a
-// few bytes can claim pictures of gigabytes; no real file is denser than this.
-constexpr bool is_plausible_size(uint64_t decoded_bytes, uint64_t file_bytes) {
-  return decoded_bytes <= (uint64_t{16} << 20) + 1024 * file_bytes;
-}
-
-// The same for fax codings, where an empty row takes one bit and a page that ends early is white
-// from there on: a drawing of 20,000 x 30,000 pixels may have 4,000 bytes.
-constexpr bool is_plausible_fax(uint64_t width, uint64_t height, uint64_t file_bytes) {
-  return width <= 1 << 20 && width * height <= (uint64_t{16} << 20) + (uint64_t{file_bytes} << 18);
-}
-
 // The reader describes its picture, then lends a row from next_row(), fills it in the file's own
 // depth and order, and commits it, for every row of the file in file order:
 //

@@ -306,9 +306,13 @@ TEST(Bilevel, RejectsBadHeaders) {
     size_t at;
     uint8_t value;
   } cases[] = {
-      {"other magic", 0, 'X'}, {"another kind", 4, 2},
-      {"unknown flag", 6, 2},  {"width above INT32_MAX", 11, 0x80},
-      {"no height", 12, 0},    {"checksum", 30, static_cast<uint8_t>(good[30] + 1)},
+      {"other magic", 0, 'X'},
+      {"another kind", 4, 2},
+      {"unknown flag", 6, 2},
+      {"width above INT32_MAX", 11, 0x80},
+      {"no height", 12, 0},
+      {"checksum", 30, static_cast<uint8_t>(good[30] + 1)},
+      {"more rows than the data have bits", 14, 1},
   };
   for (const auto& c : cases) {
     Disk disk;
@@ -318,12 +322,6 @@ TEST(Bilevel, RejectsBadHeaders) {
     Bitmap loaded;
     EXPECT_EQ(T_DecompressBitmap1Bit("in", loaded.get()), T_ERR_BAD_DATA) << c.why;
   }
-  Disk disk;
-  disk.files["in"] = good;
-  disk.files["in"][14] = 1;  // more rows than the data have bits
-  fix_checksum(disk.files["in"]);
-  Bitmap loaded;
-  EXPECT_EQ(T_DecompressBitmap1Bit("in", loaded.get()), T_ERR_READ);
   FILEINFO info;
   EXPECT_EQ(T_FileInfoMemory(good.data(), &info, static_cast<uint32_t>(good.size())), T_OK);
   EXPECT_EQ(info.Format, T_FORMAT_CMP_1BIT);

@@ -1,6 +1,7 @@
 // What holds for every format, by the table of format_cases.h.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "core/notice.h"
@@ -346,6 +347,40 @@ TEST_P(Formats, RefusedMemoryEndsTheSaveCleanly) {
     }
   }
   EXPECT_EQ(leftovers(), before);
+}
+
+int32_t T_CALL read_jpeg(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits,
+                         void* context) {
+  return T_DecompressFile(name, bitmap, sink, bits, context, 4);
+}
+
+TEST(PicturesOfGigabytesInFewBytes, AreRefusedByReadersAndByIdentificationAlike) {
+  Bytes jpeg = jpeg_case().samples.front().file;
+  const Bytes frame = {0xFF, 0xC0, 0};
+  const auto size = std::search(jpeg.begin(), jpeg.end(), frame.begin(), frame.end()) + 5;
+  std::fill(size, size + 4, uint8_t{0xFF});
+  Bytes cals = saved_sample(T_FORMAT_CALS, 1, 8, 8);
+  std::memcpy(&cals[8 * 128], "rpelcnt: 99999,99999", 20);
+  const struct {
+    const char* why;
+    FileReader read;
+    Bytes file;
+  } cases[] = {
+      {"BMP row", T_LoadBMPFile, bmp_file(bmp_info(1 << 25, 1, 24, 0, 0), {}, {0, 0, 0, 0})},
+      {"GIF", T_LoadGIFFile, gif_file({.width = 65535, .height = 65535, .data = {1, 0, 0}})},
+      {"TGA runs", T_LoadTGAFile,
+       tga_file(
+           {.type = 10, .width = 65535, .height = 65535, .bits = 24, .data = {0xFF, 0, 0, 0}})},
+      {"CALS", T_LoadCALSFile, cals},
+      {"JPEG", read_jpeg, jpeg},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(read_directly(c.read, c.file), T_ERR_BAD_DATA) << c.why;
+    FILEINFO info;
+    EXPECT_EQ(T_FileInfoMemory(c.file.data(), &info, static_cast<uint32_t>(c.file.size())),
+              T_ERR_BAD_DATA)
+        << c.why;
+  }
 }
 
 }  // namespace
