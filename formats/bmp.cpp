@@ -2,18 +2,14 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
-#include <utility>
 
 #include "base/byte_source.h"
 #include "base/endian.h"
-#include "color/widen.h"
-#include "core/bitmap.h"
 #include "core/notice.h"
-#include "formats/bmp_fields.h"
-#include "formats/bmp_header.h"
-#include "formats/bmp_rle.h"
+#include "formats/plain_rows.h"
+#include "formats/plausible.h"
 #include "io/output_file.h"
+#include "process/dib_rows.h"
 #include "process/row_delivery.h"
 #include "process/row_fetch.h"
 
@@ -21,7 +17,15 @@ namespace tavo::bmp {
 
 namespace {
 
+using dib::kCoreHeaderSize;
+using dib::kInfoHeaderSize;
 using process::RowDelivery;
+
+// Offsets in BITMAPFILEHEADER. bfSize, between them, is not looked at: in files of OS/2 programs it
+// is the size of the two headers.
+constexpr size_t kBfType = 0, kBfOffBits = 10;
+
+constexpr size_t kLargestHeader = kFileHeaderSize + dib::kLargestHeader;
 
 Status read_headers(io::InputFile& file, Header& header) {
   std::array<uint8_t, kLargestHeader> bytes;
@@ -39,65 +43,26 @@ Status read_headers(io::InputFile& file, Header& header) {
 }
 
 Status read_palette(io::InputFile& file, const Header& header, T_PaletteEntry (&palette)[256]) {
-  if (header.palette_entries == 0) return kOk;
-  TRY(file.seek(header.palette_offset));
-  std::array<uint8_t, 256 * 4> bytes;
-  const size_t entry_size = header.is_os2 ? 3 : 4;
-  TRY(file.read({bytes.data(), header.palette_entries * entry_size}));
-  for (uint32_t i = 0; i < header.palette_entries; ++i) {
-    const uint8_t* entry = bytes.data() + i * entry_size;
-    palette[i] = {entry[0], entry[1], entry[2], 0};
-  }
+  if (header.dib.table_entries == 0) return kOk;
+  std::array<uint8_t, 256 * 4> table;
+  TRY(file.seek(header.table_offset()));
+  TRY(file.read({table.data(), header.dib.table_bytes()}));
+  dib::read_table(header.dib, table.data(), palette);
   return kOk;
 }
 
-// Rows that bitmaps hold as files do: whole batches per read.
-Status read_plain_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
-  auto left = static_cast<uint32_t>(header.height);
-  while (left > 0) {
-    uint32_t count = 0;
-    const std::span<uint8_t> room = rows.next_rows(left, count);
-    size_t got = 0;
-    TRY(file.read_up_to(room, got));
-    if (got < room.size()) {
-      TRY(rows.commit(static_cast<uint32_t>(got / rows.source_line())));
-      return rows.finish_early(kReadError);
-    }
-    TRY(rows.commit(count));
-    left -= count;
-  }
-  return rows.finish();
-}
-
-// Rows that need a change of their pixels on the way.
-Status read_changed_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
+Status read_rows(io::InputFile& file, const dib::Header& header, RowDelivery& rows) {
   ByteSource bytes(file);
   TRY(bytes.start());
-  Buffer line;
-  const uint32_t line_bytes = core::bytes_per_line(header.width, header.pixel_bits);
-  TRY(line.allocate(line_bytes));
-  const FieldConverter fields(header);
-  for (int32_t y = 0; y < header.height; ++y) {
-    if (!bytes.read(line.bytes()).ok()) return rows.finish_early(kReadError);
-    const std::span<uint8_t> row = rows.next_row();
-    if (header.has_masks) {
-      fields.convert(line.data(), row.data(), header.width);
-    } else {
-      std::memcpy(row.data(), line.data(), line_bytes);
-      color::widen_2_to_4(row.data(), header.width);
-    }
-    TRY(rows.commit());
+  if (!dib::RowReader::is_needed(header)) {
+    return formats::read_plain_rows(bytes, header.line_bytes, header.height, rows);
   }
-  return rows.finish();
-}
-
-Status read_coded_rows(io::InputFile& file, const Header& header, RowDelivery& rows) {
-  ByteSource bytes(file);
-  TRY(bytes.start());
-  RleDecoder decoder(bytes, header.coding, header.width);
+  dib::RowReader reader(header, bytes);
+  TRY(reader.start());
   for (int32_t y = 0; y < header.height; ++y) {
-    const Status status = decoder.decode_row(rows.next_row());
-    TRY(rows.commit());  // of a cut row, what there is
+    const Status status = reader.next(rows.next_row());
+    const bool is_there = status.ok() || header.coding != dib::Coding::kNone;
+    if (is_there) TRY(rows.commit());  // of a cut row of runs, what there is
     if (!status.ok()) return rows.finish_early(status);
   }
   return rows.finish();
@@ -105,12 +70,33 @@ Status read_coded_rows(io::InputFile& file, const Header& header, RowDelivery& r
 
 }  // namespace
 
+Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header) {
+  if (bytes.size() < kFileHeaderSize) return kBadData;
+  if (bytes[kBfType] != 'B' || bytes[kBfType + 1] != 'M') return kBadData;
+  header.data_offset = load_le32(&bytes[kBfOffBits]);
+  dib::Header& dib = header.dib;
+  TRY(dib::parse_header(bytes.subspan(kFileHeaderSize), dib));
+  const bool is_plain = dib.coding == dib::Coding::kNone;
+  TRY(formats::check_plausible(is_plain ? formats::Density::kPlain : formats::Density::kRuns,
+                               dib.line_bytes, static_cast<uint32_t>(dib.height), file_bytes));
+  // An offset inside the headers, 0 above all, means none. One inside the table ends it: programs
+  // that write few colours may leave biClrUsed 0, which stands for all.
+  const uint32_t table_end = header.table_offset() + dib.table_bytes();
+  if (header.data_offset < header.table_offset()) {
+    header.data_offset = table_end;
+  } else if (header.data_offset < table_end) {
+    dib.table_entries = (header.data_offset - header.table_offset()) / dib.entry_bytes;
+  }
+  return kOk;
+}
+
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Header header;
   const auto head = input.head.first(std::min(input.head.size(), kLargestHeader));
   TRY(parse_header(head, input.file_size, header));
-  process::describe(describe(header), header.is_os2 ? T_FORMAT_BMP_OS2 : T_FORMAT_BMP,
-                    header.coding == Coding::kNone ? "None" : "Run Length", info);
+  process::describe(dib::describe(header.dib),
+                    header.dib.is_core() ? T_FORMAT_BMP_OS2 : T_FORMAT_BMP,
+                    header.dib.coding == dib::Coding::kNone ? "None" : "Run Length", info);
   return kOk;
 }
 
@@ -122,15 +108,13 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(file.open(name));
   Header header;
   TRY(read_headers(file, header));
-  process::SourcePicture picture = describe(header);
+  process::SourcePicture picture = dib::describe(header.dib);
   TRY(read_palette(file, header, picture.palette));
   TRY(file.seek(header.data_offset));
 
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());
-  if (header.coding != Coding::kNone) return read_coded_rows(file, header, rows);
-  const bool changes = header.has_masks || header.pixel_bits == 2;
-  return changes ? read_changed_rows(file, header, rows) : read_plain_rows(file, header, rows);
+  return read_rows(file, header.dib, rows);
 }
 
 namespace {

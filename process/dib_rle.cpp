@@ -1,10 +1,10 @@
-#include "formats/bmp_rle.h"
+#include "process/dib_rle.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 
-namespace tavo::bmp {
+namespace tavo::dib {
 
 namespace {
 
@@ -132,4 +132,4 @@ Status RleDecoder::decode_row(std::span<uint8_t> row) {
   return decode_pairs(row.data());
 }
 
-}  // namespace tavo::bmp
+}  // namespace tavo::dib

@@ -1,13 +1,14 @@
-// The run-length codings of BMP files: RLE4, RLE8, and RLE24 of OS/2.
+// The run-length codings of device-independent bitmaps.
+// Facts: Microsoft, "Bitmap Compression" (RLE8, RLE4); IBM, "Bitmap File Format" (RLE24).
 #pragma once
 
 #include <cstdint>
 #include <span>
 
 #include "base/byte_source.h"
-#include "formats/bmp.h"
+#include "process/dib_header.h"
 
-namespace tavo::bmp {
+namespace tavo::dib {
 
 // Decodes row after row. Pixels that the data skip are 0. Runs that pass the end of a row are cut
 // there. After an end-of-bitmap mark all rows are blank.
@@ -35,4 +36,4 @@ class RleDecoder {
   bool at_end_ = false;      // the end-of-bitmap mark has been seen
 };
 
-}  // namespace tavo::bmp
+}  // namespace tavo::dib

@@ -1,8 +1,8 @@
-#include "formats/bmp_fields.h"
+#include "process/dib_fields.h"
 
 #include "base/endian.h"
 
-namespace tavo::bmp {
+namespace tavo::dib {
 
 FieldConverter::Field::Field(Channel channel)
     : shift(channel.shift),
@@ -22,7 +22,7 @@ uint8_t FieldConverter::Field::read(uint32_t pixel) const {
 }
 
 FieldConverter::FieldConverter(const Header& header)
-    : pixel_bits_(header.pixel_bits),
+    : pixel_bits_(header.bits),
       blue_(header.blue),
       green_(header.green),
       red_(header.red),
@@ -47,4 +47,4 @@ void FieldConverter::convert(const uint8_t* in, uint8_t* out, int32_t width) con
   }
 }
 
-}  // namespace tavo::bmp
+}  // namespace tavo::dib

@@ -1,12 +1,13 @@
-// Pixels whose channels are where a header's masks say.
+// Pixels whose channels are where a header's masks say: BI_BITFIELDS, and what Windows CE calls
+// BI_ALPHABITFIELDS.
 #pragma once
 
 #include <array>
 #include <cstdint>
 
-#include "formats/bmp.h"
+#include "process/dib_header.h"
 
-namespace tavo::bmp {
+namespace tavo::dib {
 
 // Turns rows of masked 16-bit pixels into 24 bits and of masked 32-bit pixels into 32 bits, blue
 // first; channels are scaled to 8 bits, rounded to nearest. Alpha goes to the fourth byte.
@@ -14,8 +15,7 @@ class FieldConverter {
  public:
   explicit FieldConverter(const Header& header);
 
-  // `out` has room for the delivered row, which begins at the start of `in`'s buffer for 32 bits
-  // and may not overlap it for 16.
+  // `out` has room for the delivered row and does not overlap `in`.
   void convert(const uint8_t* in, uint8_t* out, int32_t width) const;
 
  private:
@@ -33,4 +33,4 @@ class FieldConverter {
   Field blue_, green_, red_, alpha_;
 };
 
-}  // namespace tavo::bmp
+}  // namespace tavo::dib
