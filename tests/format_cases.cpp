@@ -100,11 +100,7 @@ FormatCase tiff_case() {
   units.push_back({282, 5, {300, 1}});
   units.push_back({529, 5, {299, 1000, 587, 1000, 114, 1000}});
   units.push_back({530, 3, {2, 2}});
-  JpegPicture picture;
-  picture.width = 20;
-  picture.height = 12;
-  picture.components = {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}};
-  picture.fill(5);
+  JpegPicture picture(20, 12, ycc(1, 1), 5);
   const Bytes stream = jpeg_stream(picture, {});
   const auto stream_bytes = static_cast<uint32_t>(stream.size());
   const std::vector<TiffTag> jpeg = tiff_tags(20, 12, 8, 3, 7, 6, stream_bytes);

@@ -43,15 +43,10 @@ void put_magnitude(BitWriter& bits, int value, int size) {
   bits.put(static_cast<uint32_t>(value < 0 ? value + (1 << size) - 1 : value), size);
 }
 
-// Arithmetic right shift as G.1.2.1 wants it for AC coefficients: towards zero.
-int scaled(int value, int low) { return value < 0 ? -(-value >> low) : value >> low; }
-
 struct TestScan {
   std::vector<size_t> components;
   int first = 0;
   int last = 63;
-  int high = 0;
-  int low = 0;
 };
 
 class ScanWriter {
@@ -109,26 +104,13 @@ class ScanWriter {
 
   void put_block(size_t c, int x, int y) {
     const std::array<int, 64>& block = picture_.block(c, x, y);
-    const bool is_progressive = options_.plan >= ScanPlan::kProgressive;
-    if (scan_.first == 0) put_dc(c, block[0]);
-    if (scan_.last == 0) return;
-    if (scan_.high != 0) {
-      refine(block);
-    } else {
-      put_ac(block, is_progressive);
+    if (scan_.first == 0) {
+      const int size = bits_of(block[0] - dc_[c]);
+      bits_.put(static_cast<uint32_t>(size), kDcBits);
+      put_magnitude(bits_, block[0] - dc_[c], size);
+      dc_[c] = block[0];
     }
-  }
-
-  void put_dc(size_t c, int value) {
-    if (scan_.high != 0) {
-      bits_.put(static_cast<uint32_t>(value >> scan_.low) & 1, 1);
-      return;
-    }
-    const int dc = value >> scan_.low;
-    const int size = bits_of(dc - dc_[c]);
-    bits_.put(static_cast<uint32_t>(size), kDcBits);
-    put_magnitude(bits_, dc - dc_[c], size);
-    dc_[c] = dc;
+    if (scan_.last != 0) put_ac(block, options_.plan == ScanPlan::kProgressive);
   }
 
   void put_symbol(int symbol) { bits_.put(static_cast<uint32_t>(symbol), options_.code_bits); }
@@ -136,7 +118,7 @@ class ScanWriter {
   void put_ac(const std::array<int, 64>& block, bool has_runs) {
     int zeros = 0;
     for (int k = std::max(scan_.first, 1); k <= scan_.last; ++k) {
-      const int value = scaled(block[static_cast<size_t>(k)], scan_.low);
+      const int value = block[static_cast<size_t>(k)];
       if (value == 0) {
         ++zeros;
         continue;
@@ -153,51 +135,6 @@ class ScanWriter {
       if (++run_ == 0x7FFF) end_run();
     } else {
       put_symbol(0);
-    }
-  }
-
-  // G.1.2.3, without the buffering across blocks: a run of one block each time, so that correction
-  // bits follow their symbol at once.
-  void refine(const std::array<int, 64>& block) {
-    const auto now = [&](int k) { return std::abs(block[static_cast<size_t>(k)]) >> scan_.low; };
-    int last_new = 0;
-    for (int k = scan_.first; k <= scan_.last; ++k) {
-      if (now(k) == 1) last_new = k;
-    }
-    int zeros = 0;
-    std::vector<int> corrections;
-    const auto put_corrections = [&] {
-      for (const int bit : corrections) bits_.put(static_cast<uint32_t>(bit), 1);
-      corrections.clear();
-    };
-    for (int k = scan_.first; k <= scan_.last; ++k) {
-      if (now(k) == 0) {
-        ++zeros;
-        continue;
-      }
-      if (now(k) > 1) {
-        // A run of 16 zeros takes the corrections up to its last zero with it.
-        while (zeros > 15 && k <= last_new) {
-          put_symbol(0xF0);
-          put_corrections();
-          zeros -= 16;
-        }
-        corrections.push_back(now(k) & 1);
-        continue;
-      }
-      while (zeros > 15) {
-        put_symbol(0xF0);
-        put_corrections();
-        zeros -= 16;
-      }
-      put_symbol(zeros << 4 | 1);
-      bits_.put(block[static_cast<size_t>(k)] > 0 ? 1 : 0, 1);
-      put_corrections();
-      zeros = 0;
-    }
-    if (zeros > 0 || !corrections.empty()) {
-      put_symbol(0);
-      put_corrections();
     }
   }
 
@@ -221,27 +158,16 @@ class ScanWriter {
 std::vector<TestScan> scans_of(const JpegPicture& picture, ScanPlan plan) {
   std::vector<size_t> all;
   for (size_t c = 0; c < picture.components.size(); ++c) all.push_back(c);
+  if (plan == ScanPlan::kInterleaved) return {{all}};
   std::vector<TestScan> scans;
-  switch (plan) {
-    case ScanPlan::kInterleaved:
-      return {{all}};
-    case ScanPlan::kSeparate:
-      for (const size_t c : all) scans.push_back({{c}});
-      return scans;
-    case ScanPlan::kProgressive:
-      scans.push_back({all, 0, 0});
-      for (const size_t c : all) {
-        scans.push_back({{c}, 1, 5});
-        scans.push_back({{c}, 6, 63});
-      }
-      return scans;
-    case ScanPlan::kSuccessive:
-      scans.push_back({all, 0, 0, 0, 1});
-      for (const size_t c : all) scans.push_back({{c}, 1, 63, 0, 2});
-      for (const size_t c : all) scans.push_back({{c}, 1, 63, 2, 1});
-      scans.push_back({all, 0, 0, 1, 0});
-      for (const size_t c : all) scans.push_back({{c}, 1, 63, 1, 0});
-      return scans;
+  if (plan == ScanPlan::kProgressive) scans.push_back({all, 0, 0});
+  for (const size_t c : all) {
+    if (plan == ScanPlan::kSeparate) {
+      scans.push_back({{c}});
+    } else {
+      scans.push_back({{c}, 1, 5});
+      scans.push_back({{c}, 6, 63});
+    }
   }
   return scans;
 }
@@ -276,7 +202,7 @@ Bytes huffman_segment(int code_bits) {
 }
 
 Bytes frame_segment(const JpegPicture& picture, const JpegOptions& options) {
-  const int code = options.plan >= ScanPlan::kProgressive ? 0xC2 : 0xC0;
+  const int code = options.plan == ScanPlan::kProgressive ? 0xC2 : 0xC0;
   Bytes body = {8};
   append(body, be16(options.has_line_count ? 0 : picture.height));
   append(body, be16(picture.width));
@@ -305,18 +231,19 @@ std::array<int, 64>& JpegPicture::block(size_t c, int x, int y) {
   return coefficients[c][static_cast<size_t>(y * blocks_wide(c) + x)];
 }
 
-void JpegPicture::fill_flat(const std::vector<int>& samples) {
-  coefficients.clear();
+JpegPicture::JpegPicture(int wide, int high, std::vector<JpegComponent> parts,
+                         const std::vector<int>& samples)
+    : width(wide), height(high), components(std::move(parts)) {
   for (size_t c = 0; c < components.size(); ++c) {
     std::array<int, 64> block = {};
-    block[0] = (samples[c] - 128) * 8 / quantiser;
+    block[0] = (samples[c] - 128) * 8;
     coefficients.emplace_back(static_cast<size_t>(blocks_wide(c) * mcus_high() * components[c].v),
                               block);
   }
 }
 
-void JpegPicture::fill(uint64_t seed) {
-  fill_flat(std::vector<int>(components.size(), 128));
+JpegPicture::JpegPicture(int wide, int high, std::vector<JpegComponent> parts, uint64_t seed)
+    : JpegPicture(wide, high, parts, std::vector<int>(parts.size(), 128)) {
   Random random(seed);
   for (auto& plane : coefficients) {
     for (auto& block : plane) {
@@ -330,6 +257,43 @@ void JpegPicture::fill(uint64_t seed) {
       }
     }
   }
+}
+
+std::vector<JpegComponent> ycc(int h, int v) { return {{1, h, v}, {2, 1, 1}, {3, 1, 1}}; }
+
+// 24 x 17 pixels, cjpeg -quality 40 -sample 2x2, with -optimize and with -progressive -restart 1B.
+Bytes baseline_stream() {
+  return hex(
+      "FFD8FFE000104A46494600010100000100010000FFDB004300140E0F120F0D14121012171514181E32211E1C"
+      "1C1E3D2C2E243249404C4B47404645505A736250556D5645466488656D777B8182814E608D978C7D96737E81"
+      "7CFFDB0043011517171E1A1E3B21213B7C5346537C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C"
+      "7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7CFFC000110800110018030122000211010311"
+      "01FFC40017000101010100000000000000000000000000030201FFC4001B1000010501010000000000000000"
+      "0000000001020431A12161FFC4001801000301010000000000000000000000000205060304FFC4001C110002"
+      "0105010000000000000000000000000103042122313241FFDA000C03010002110311003F00BA47EDE1A58FEE"
+      "1448FDBC34B1FDC05458316D2F9724D8FCBC059B1F9780D14562823E764DB675403B170C4B4A69B4000D6914"
+      "11F27FFFD9");
+}
+
+Bytes refined_stream() {
+  return hex(
+      "FFD8FFE000104A46494600010100000100010000FFDB004300140E0F120F0D14121012171514181E32211E1C"
+      "1C1E3D2C2E243249404C4B47404645505A736250556D5645466488656D777B8182814E608D978C7D96737E81"
+      "7CFFDB0043011517171E1A1E3B21213B7C5346537C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C"
+      "7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7C7CFFC200110800110018030122000211010311"
+      "01FFC40017000101010100000000000000000000000000020301FFC400160101010100000000000000000000"
+      "000000030401FFDD00040001FFDA000C03010002100310000001BED7726FFFD0D56D7FFFD1D838FF00FFD2DC"
+      "5157FFC4001510010100000000000000000000000000000012FFDA000801010001050297FFD097FFD197FFD2"
+      "97FFD397FFD497FFD57FFFD67FFFD77FFFC40017110100030000000000000000000000000000020331FFDA00"
+      "08010301013F01A9FFD08E3FFFD1A9FFD28E3FFFC40017110101010100000000000000000000000000122141"
+      "FFDA0008010201013F019C7FFFD097FFD1E3FFD27FFFC40014100100000000000000000000000000000000FF"
+      "DA0008010100063F027FFFD07FFFD17FFFD27FFFD37FFFD47FFFD57FFFD67FFFD77FFFC40015100101000000"
+      "00000000000000000000000001FFDA0008010100013F213FFFD03FFFD187FFD23FFFD33FFFD487FFD58FFFD6"
+      "7FFFD78FFFDA000C03010002000300000010F3FFD003FFD173FFD2FBFFC40017110100030000000000000000"
+      "000000000000214161FFDA0008010301013F10A4BFFFD0D1FFD13FFFD21FFFC4001711010101010000000000"
+      "0000000000000001002131FFDA0008010201013F1037BFFFD0337FFFD13BBFFFD2385FFFC400191000020301"
+      "00000000000000000000000000310121A161FFDA0008010100013F108B3C3FFFD09EB0FFD1A1E1FFD28B3C3F"
+      "FFD39EB0FFD4A1E1FFD563FFD693FFD743FFD9");
 }
 
 Bytes jpeg_segment(int code, const Bytes& body) {
@@ -365,8 +329,7 @@ Bytes jpeg_stream(JpegPicture& picture, const JpegOptions& options) {
     for (const size_t c : scan.components) {
       append(head, {static_cast<uint8_t>(picture.components[c].id), 0});
     }
-    append(head, {static_cast<uint8_t>(scan.first), static_cast<uint8_t>(scan.last),
-                  static_cast<uint8_t>(scan.high << 4 | scan.low)});
+    append(head, {static_cast<uint8_t>(scan.first), static_cast<uint8_t>(scan.last), 0});
     append(out, jpeg_segment(0xDA, head));
     ScanWriter(picture, options, scan, out).write();
     if (is_first && options.has_line_count) append(out, jpeg_segment(0xDC, be16(picture.height)));

@@ -17,10 +17,11 @@ struct JpegComponent {
 };
 
 struct JpegPicture {
-  int width = 0;
-  int height = 0;
-  std::vector<JpegComponent> components;
-  uint16_t quantiser = 1;  // all values of table 0
+  // With plausible numbers in all blocks.
+  JpegPicture(int wide, int high, std::vector<JpegComponent> parts, uint64_t seed = 1);
+  // Of one value for each component.
+  JpegPicture(int wide, int high, std::vector<JpegComponent> parts,
+              const std::vector<int>& samples);
 
   int h_max() const;
   int v_max() const;
@@ -30,18 +31,23 @@ struct JpegPicture {
   // Zigzag coefficients of a block in the padded grid.
   std::array<int, 64>& block(size_t c, int x, int y);
 
+  int width;
+  int height;
+  std::vector<JpegComponent> components;
+  uint16_t quantiser = 1;  // all values of table 0
   std::vector<std::vector<std::array<int, 64>>> coefficients;
-
-  // Fills all blocks with plausible numbers; only DC values when `flat` are given, one a component.
-  void fill(uint64_t seed);
-  void fill_flat(const std::vector<int>& samples);
 };
+
+std::vector<JpegComponent> ycc(int h, int v);
+
+// What cjpeg writes of one picture: baseline, and with refinements and restarts.
+Bytes baseline_stream();
+Bytes refined_stream();
 
 enum class ScanPlan {
   kInterleaved,  // baseline, one scan
   kSeparate,     // sequential, a scan for each component
   kProgressive,  // spectral selection
-  kSuccessive,   // and successive approximation
 };
 
 struct JpegOptions {

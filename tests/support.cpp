@@ -120,7 +120,42 @@ Bitmap::Bitmap() {
 
 Bitmap::~Bitmap() { T_FreeBitmap(&record_); }
 
-int32_t T_CALL accept_rows(BitmapHandle*, const void*, int32_t, void*) { return T_OK; }
+int32_t T_CALL Rows::sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
+  auto& self = *static_cast<Rows*>(context);
+  const auto* from = static_cast<const uint8_t*>(rows);
+  self.bytes.insert(self.bytes.end(), from, from + size_t{source->BytesPerLine} * count);
+  self.counts.push_back(count);
+  self.record = *source;
+  self.source = source;
+  self.count += count;
+  return self.answer;
+}
+
+void Rows::store(Bitmap& bitmap) const {
+  if ((bitmap->Flags & T_FLAG_ALLOCATED) == 0) T_AllocateBitmap(bitmap.get(), 1);
+  ASSERT_EQ(bytes.size(), bitmap->Size);
+  T_AccessBitmap(bitmap.get());
+  std::memcpy(bitmap->Data, bytes.data(), bytes.size());
+  T_ReleaseBitmap(bitmap.get());
+}
+
+Status Collector::write(std::span<const uint8_t> more) {
+  bytes.insert(bytes.end(), more.begin(), more.end());
+  return kOk;
+}
+
+Status Pieces::read_some(std::span<uint8_t> into, size_t& got) {
+  got = std::min({piece, into.size(), bytes.size() - at});
+  std::copy_n(bytes.data() + at, got, into.begin());
+  at += got;
+  return kOk;
+}
+
+FILEINFO info_of(const Bytes& file) {
+  FILEINFO info = {};
+  EXPECT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+  return info;
+}
 
 int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits, int32_t order) {
   return T_LoadBitmapMemory(file.data(), bitmap.get(), bits, order,
@@ -131,7 +166,8 @@ int32_t read_directly(FileReader read, const Bytes& file, int32_t bits) {
   Disk disk;
   disk.files["in"] = file;
   Bitmap bitmap;
-  return read("in", bitmap.get(), accept_rows, bits, nullptr);
+  Rows rows;
+  return read("in", bitmap.get(), Rows::sink, bits, &rows);
 }
 
 void expect_answers(FileReader read, const Bytes& good, std::initializer_list<ByteChange> changes) {
@@ -178,35 +214,98 @@ Bytes pixels(BitmapHandle* bitmap) {
   return all;
 }
 
+uint32_t index_at(const uint8_t* row, int32_t bits, int32_t x) {
+  return row[x * bits / 8] >> (8 - bits - x * bits % 8) & ((1u << bits) - 1);
+}
+
+void put_index(uint8_t* row, int32_t bits, int32_t x, uint32_t index) {
+  const int32_t shift = 8 - bits - x * bits % 8;
+  uint8_t& byte = row[x * bits / 8];
+  byte = static_cast<uint8_t>((byte & ~(((1u << bits) - 1) << shift)) | index << shift);
+}
+
+Bytes row_rgb(const uint8_t* row, int32_t width, int32_t bits, uint32_t order,
+              const T_PaletteEntry* palette) {
+  Bytes all;
+  for (int32_t x = 0; x < width; ++x) {
+    uint8_t c[3] = {row[x], row[x], row[x]};
+    if (bits > 0 && bits <= 8) {
+      const T_PaletteEntry& e = palette[index_at(row, bits, x)];
+      c[0] = e.Red, c[1] = e.Green, c[2] = e.Blue;
+    }
+    for (int32_t k = 0; bits > 8 && k < 3; ++k) {
+      const uint32_t field = (row[2 * x] | row[2 * x + 1] << 8) >> 5 * k & 31;
+      c[k] = bits == 16 ? static_cast<uint8_t>(field << 3 | field >> 2) : row[x * (bits / 8) + k];
+    }
+    if (bits > 8 && order == T_ORDER_BGR) std::swap(c[0], c[2]);
+    all.insert(all.end(), c, c + 3);
+  }
+  return all;
+}
+
+Bytes indices(BitmapHandle* bitmap) {
+  const Bytes packed = pixels(bitmap);
+  const size_t line = packed.size() / bitmap->Height;
+  Bytes all;
+  for (int32_t y = 0; y < bitmap->Height; ++y) {
+    for (int32_t x = 0; x < bitmap->Width; ++x) {
+      all.push_back(index_at(&packed[y * line], bitmap->BitsPerPixel, x));
+    }
+  }
+  return all;
+}
+
 Bytes rgb(BitmapHandle* bitmap) {
   const core::AccessScope accessed(*bitmap);
-  const int32_t bits = bitmap->BitsPerPixel;
   Bytes all;
   Bytes row(bitmap->BytesPerLine);
   for (int32_t y = 0; y < bitmap->Height; ++y) {
     T_GetBitmapRow(bitmap, row.data(), core::stored_row(*bitmap, y), bitmap->BytesPerLine);
-    for (int32_t x = 0; x < bitmap->Width; ++x) {
-      uint32_t r = 0, g = 0, b = 0;
-      if (bits <= 8) {
-        const int32_t per_byte = 8 / bits;
-        const uint32_t index =
-            row[x / per_byte] >> (8 - bits - x % per_byte * bits) & ((1u << bits) - 1);
-        const T_PaletteEntry& c = bitmap->Info.Palette[index];
-        r = c.Red, g = c.Green, b = c.Blue;
-      } else if (bits == 16) {
-        const uint32_t v = row[2 * x] | row[2 * x + 1] << 8;
-        r = v & 31, g = v >> 5 & 31, b = v >> 10 & 31;
-        r = r << 3 | r >> 2, g = g << 3 | g >> 2, b = b << 3 | b >> 2;
-      } else {
-        const uint8_t* p = row.data() + x * (bits / 8);
-        r = p[0], g = p[1], b = p[2];
-      }
-      if (bits > 8 && bitmap->Order == T_ORDER_BGR) std::swap(r, b);
-      all.insert(all.end(),
-                 {static_cast<uint8_t>(r), static_cast<uint8_t>(g), static_cast<uint8_t>(b)});
-    }
+    const Bytes triples = row_rgb(row.data(), bitmap->Width, bitmap->BitsPerPixel, bitmap->Order,
+                                  bitmap->Info.Palette);
+    all.insert(all.end(), triples.begin(), triples.end());
   }
   return all;
+}
+
+Bytes hex(std::string_view digits) {
+  Bytes bytes;
+  bool is_low = false;
+  for (const char c : digits) {
+    if (c == ' ') continue;
+    const int value = c <= '9' ? c - '0' : (c | 32) - 'a' + 10;
+    is_low ? bytes.back() = static_cast<uint8_t>(bytes.back() << 4 | value)
+           : bytes.emplace_back(static_cast<uint8_t>(value));
+    is_low = !is_low;
+  }
+  return bytes;
+}
+
+void refuse_each(const BitmapWork& work, const std::function<void(Bitmap&)>& prepare) {
+  const Leftovers before = leftovers();
+  for (const bool all_later : {false, true}) {
+    bool refused = true;
+    for (int64_t n = 0; refused; ++n) {
+      SCOPED_TRACE(testing::Message() << "request " << n << (all_later ? " on" : ""));
+      ASSERT_LT(n, 200);
+      {
+        Bitmap bitmap;
+        if (prepare) prepare(bitmap);
+        const BitmapHandle record = *bitmap.get();
+        const Bytes content = prepare ? pixels(bitmap.get()) : Bytes();
+        platform::refuse_allocation(n, all_later);
+        const int32_t status = work(bitmap.get());
+        refused = platform::allocation_was_refused();
+        platform::refuse_allocation(-1, false);
+        EXPECT_TRUE(status == T_OK || (refused && status == T_ERR_NO_MEMORY)) << status;
+        if (prepare && status != T_OK) {
+          EXPECT_EQ(std::memcmp(&record, bitmap.get(), sizeof record), 0);
+          EXPECT_EQ(pixels(bitmap.get()), content);
+        }
+      }
+      EXPECT_EQ(leftovers(), before);
+    }
+  }
 }
 
 bool is_documented(int32_t status) {
@@ -262,6 +361,17 @@ Bytes le16(uint32_t value) {
 Bytes le32(uint32_t value) {
   return {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8),
           static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 24)};
+}
+
+Bytes be32(uint32_t value) {
+  const Bytes bytes = le32(value);
+  return {bytes.rbegin(), bytes.rend()};
+}
+
+Bytes text(std::string_view letters) { return {letters.begin(), letters.end()}; }
+
+Bytes part(const Bytes& all, size_t from, size_t size) {
+  return {all.begin() + from, all.begin() + from + std::min(size, all.size() - from)};
 }
 
 Bytes join(std::initializer_list<Bytes> parts) {

@@ -6,7 +6,9 @@
 #include <initializer_list>
 #include <map>
 #include <ostream>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/status.h"
@@ -64,11 +66,37 @@ class Bitmap {
   BitmapHandle record_;
 };
 
-// A sink that takes every row. (A lambda cannot have the calling convention of the exports.)
-int32_t T_CALL accept_rows(BitmapHandle*, const void*, int32_t, void*);
+// The rows that a sink got. (A lambda cannot have the calling convention of the exports.)
+struct Rows {
+  Bytes bytes = {};
+  std::vector<int32_t> counts = {};  // of each call
+  BitmapHandle record = {};          // the source's, as it was at the last call
+  BitmapHandle* source = nullptr;
+  int32_t answer = T_OK;
+  int32_t count = 0;
+
+  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context);
+  // As a bitmap of that description, which gets storage if it has none, holds them.
+  void store(Bitmap& bitmap) const;
+};
+
+// Writers and readers of streams: what came together, and a stream in pieces of `piece` bytes.
+struct Collector {
+  Bytes bytes;
+  Status write(std::span<const uint8_t> more);
+};
+struct Pieces {
+  const Bytes& bytes;
+  size_t piece;
+  size_t at = 0;
+  Status read_some(std::span<uint8_t> into, size_t& got);
+};
 
 // A file in memory into a bitmap, at its own depth and order if nothing else is asked.
 int32_t load(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, int32_t order = -1);
+
+// What is said of a file that is one.
+FILEINFO info_of(const Bytes& file);
 
 // What a format's reader itself answers, past identification.
 using FileReader = int32_t(T_CALL*)(const char* name, BitmapHandle* bitmap, T_RowSink sink,
@@ -84,6 +112,15 @@ struct ByteChange {
 };
 void expect_answers(FileReader read, const Bytes& good, std::initializer_list<ByteChange> changes);
 
+// Bytes of hexadecimal digits; blanks do not count.
+Bytes hex(std::string_view digits);
+
+// Runs `work` on a bitmap from `prepare` with every request for memory refused in turn, alone or
+// with all after it, until none is: success or T_ERR_NO_MEMORY, nothing left over, and a bitmap
+// that was there before a failure as it was.
+using BitmapWork = std::function<int32_t(BitmapHandle*)>;
+void refuse_each(const BitmapWork& work, const std::function<void(Bitmap&)>& prepare = {});
+
 // A deterministic picture of smooth and noisy parts at any depth, with a palette that has all its
 // entries different, allocated by `request` (1 memory, 3 disk).
 void make_picture(Bitmap& bitmap, int32_t width, int32_t height, int32_t bits, uint32_t request = 1,
@@ -91,6 +128,17 @@ void make_picture(Bitmap& bitmap, int32_t width, int32_t height, int32_t bits, u
 
 // The stored rows without their padding, one after the other; works for disk bitmaps, too.
 Bytes pixels(BitmapHandle* bitmap);
+
+// The index of a pixel in a row of 1, 2, 4 or 8 bits, and a row with another one.
+uint32_t index_at(const uint8_t* row, int32_t bits, int32_t x);
+void put_index(uint8_t* row, int32_t bits, int32_t x, uint32_t index);
+
+// The red, green, blue triples of a row; `bits` 0: grey.
+Bytes row_rgb(const uint8_t* row, int32_t width, int32_t bits, uint32_t order,
+              const T_PaletteEntry* palette);
+
+// A byte for each pixel of a bitmap of up to 8 bits: its index. Rows as stored.
+Bytes indices(BitmapHandle* bitmap);
 
 // Picture rows top first as red, green, blue triples; any depth and order.
 Bytes rgb(BitmapHandle* bitmap);
@@ -118,15 +166,23 @@ class Random {
     state_ ^= state_ << 17;
     return static_cast<uint32_t>(state_ >> 32);
   }
+  uint8_t byte() { return static_cast<uint8_t>(next()); }
+  Bytes bytes(size_t count) {
+    Bytes all(count);
+    for (uint8_t& b : all) b = byte();
+    return all;
+  }
   uint32_t below(uint32_t limit) { return static_cast<uint32_t>(uint64_t{next()} * limit >> 32); }
 
  private:
   uint64_t state_;
 };
 
-// Puts little-endian numbers behind one another.
 Bytes le16(uint32_t value);
 Bytes le32(uint32_t value);
+Bytes be32(uint32_t value);
+Bytes text(std::string_view letters);
+Bytes part(const Bytes& all, size_t from, size_t size = SIZE_MAX);  // to the end at most
 Bytes join(std::initializer_list<Bytes> parts);
 
 }  // namespace tavo::test

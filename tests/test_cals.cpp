@@ -83,8 +83,7 @@ TEST(Cals, TheViewingDirectionIsTold) {
                {"270,270", 6}, {"090,090", 7}, {"090,270", 8}, {"000,000", 1}, {"045,270", 1}};
   for (const auto& c : cases) {
     const Bytes file = file_with(8, std::string("rorient: ") + c.text + "\n");
-    FILEINFO info;
-    ASSERT_EQ(T_FileInfoMemory(file.data(), &info, static_cast<uint32_t>(file.size())), T_OK);
+    const FILEINFO info = info_of(file);
     EXPECT_EQ(info.Orientation, c.want) << c.text;
     EXPECT_EQ(info.ViewPerspective, 0u);
   }
@@ -94,9 +93,10 @@ TEST(Cals, TheViewingDirectionIsTold) {
 TEST(Cals, ReaderStatuses) {
   Disk disk;
   Bitmap bitmap;
+  Rows rows;
   const auto read = [&](const Bytes& file, int32_t bits) {
     disk.files["a"] = file;
-    return T_LoadCALSFile("a", bitmap.get(), accept_rows, bits, nullptr);
+    return T_LoadCALSFile("a", bitmap.get(), Rows::sink, bits, &rows);
   };
   EXPECT_EQ(read(file_with(0, ""), 1), T_OK);
   EXPECT_EQ(bitmap->StorageKind, 3);
@@ -104,7 +104,7 @@ TEST(Cals, ReaderStatuses) {
   EXPECT_EQ(read(file_with(0, ""), 24), T_OK);
   EXPECT_EQ(bitmap->BitsPerPixel, 24);
   EXPECT_EQ(read(file_with(0, ""), 2), T_ERR_ARGUMENT);
-  EXPECT_EQ(T_LoadCALSFile("none", bitmap.get(), accept_rows, 1, nullptr), T_ERR_OPEN);
+  EXPECT_EQ(T_LoadCALSFile("none", bitmap.get(), Rows::sink, 1, &rows), T_ERR_OPEN);
   EXPECT_EQ(read(Bytes(1000, ' '), 1), T_ERR_READ);  // no token
   EXPECT_EQ(read(file_with(9, "rpelcnt: 8\n"), 1), T_ERR_READ);
   EXPECT_EQ(read(file_with(3, "other: 1\n"), 1), T_ERR_BAD_DATA);

@@ -11,35 +11,23 @@ namespace {
 
 // The same pixels and palette with a byte for each index.
 void widen(BitmapHandle* from, Bitmap& to) {
-  T_InitBitmap(to.get(), from->Width, from->Height, 8);
-  ASSERT_EQ(T_AllocateBitmap(to.get(), 1), T_OK);
+  make_picture(to, from->Width, from->Height, 8, 1, from->ViewPerspective);
   std::memcpy(to->Info.Palette, from->Info.Palette, sizeof to->Info.Palette);
-  to->ViewPerspective = from->ViewPerspective;
-  const Bytes packed = pixels(from);
-  const size_t line = packed.size() / static_cast<size_t>(from->Height);
+  const Bytes all = indices(from);
   T_AccessBitmap(to.get());
   for (int32_t y = 0; y < from->Height; ++y) {
-    Bytes row(to->BytesPerLine);
-    for (int32_t x = 0; x < from->Width; ++x) {
-      row[x] = packed[y * line + x * from->BitsPerPixel / 8] >>
-                   (8 - from->BitsPerPixel - x * from->BitsPerPixel % 8) &
-               ((1 << from->BitsPerPixel) - 1);
-    }
-    T_PutBitmapRow(to.get(), row.data(), y, to->BytesPerLine);
+    T_PutBitmapRow(to.get(), &all[y * from->Width], y, from->Width);
   }
   T_ReleaseBitmap(to.get());
 }
 
-// A 2-bit PCX picture of these rows, four pixels a byte.
-Bytes two_bit_file(uint16_t width, uint16_t height) {
-  PcxFile pcx{.width = width, .height = height, .plane_bits = 2};
-  pcx.line_bytes = static_cast<uint16_t>((width + 15) / 16 * 4);
-  pcx.palette = {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255};
+// A 2-bit PCX picture.
+Bytes two_bit_file(uint32_t width, uint32_t height) {
+  const uint32_t line = (width + 15) / 16 * 4;
   Random random(width);
-  for (int i = 0; i < pcx.line_bytes * height; ++i) {
-    pcx.data.insert(pcx.data.end(), {0xC1, static_cast<uint8_t>(random.next())});
-  }
-  return pcx_file(pcx);
+  Bytes data;
+  for (uint32_t i = 0; i < line * height; ++i) data.insert(data.end(), {0xC1, random.byte()});
+  return pcx_file(width, height, 2, 1, line, data, hex("FF0000 00FF00 0000FF FFFFFF"));
 }
 
 TEST(Depths, ResizedTwoBitPixelsAreCopiedWhole) {
@@ -65,26 +53,13 @@ TEST(Depths, ResizedTwoBitPixelsAreCopiedWhole) {
   T_StopResize(block);
 }
 
-struct Rows {
-  Bytes bytes;
-  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
-    auto& self = *static_cast<Rows*>(context);
-    const auto* from = static_cast<const uint8_t*>(rows);
-    self.bytes.insert(self.bytes.end(), from, from + size_t{source->BytesPerLine} * count);
-    return T_OK;
-  }
-};
-
 // Reads "x" into an allocated bitmap of this depth and size, whose rows the sink's are then.
 int32_t read_into(Bitmap& bitmap, FileReader read, int32_t width, int32_t height, int32_t bits) {
   T_InitBitmap(bitmap.get(), width, height, bits);
   T_AllocateBitmap(bitmap.get(), 1);
   Rows rows;
   const int32_t status = read("x", bitmap.get(), Rows::sink, bits == 2 ? 4 : bits, &rows);
-  EXPECT_EQ(rows.bytes.size(), bitmap->Size);
-  T_AccessBitmap(bitmap.get());
-  std::memcpy(bitmap->Data, rows.bytes.data(), std::min<size_t>(rows.bytes.size(), bitmap->Size));
-  T_ReleaseBitmap(bitmap.get());
+  rows.store(bitmap);
   return status;
 }
 

@@ -8,35 +8,40 @@
 
 namespace tavo::test {
 
+namespace {
+
 Bytes lzw_stream(const Bytes& indices, uint32_t minimum_code_size) {
-  struct {
-    Bytes bytes;
-    Status write(std::span<const uint8_t> more) {
-      bytes.insert(bytes.end(), more.begin(), more.end());
-      return kOk;
-    }
-  } out;
+  Collector out;
   lzw::LowFirstEncoder encoder(out);
-  if (!encoder.start(minimum_code_size).ok() || !encoder.encode(indices).ok() ||
-      !encoder.finish().ok()) {
-    std::abort();
-  }
+  EXPECT_TRUE(encoder.start(minimum_code_size).ok() && encoder.encode(indices).ok() &&
+              encoder.finish().ok());
   return out.bytes;
 }
 
 Bytes sub_blocks(const Bytes& stream, size_t size) {
   Bytes blocks;
   for (size_t at = 0; at < stream.size(); at += size) {
-    const size_t part = std::min(size, stream.size() - at);
-    blocks.push_back(static_cast<uint8_t>(part));
-    blocks.insert(blocks.end(), stream.begin() + at, stream.begin() + at + part);
+    const Bytes some = part(stream, at, size);
+    blocks = join({blocks, {static_cast<uint8_t>(some.size())}, some});
   }
-  blocks.push_back(0);
-  return blocks;
+  return join({blocks, {0}});
 }
 
+// A GIF file from its parts; its screen is 500 x 400, its image at 3, 4.
+struct GifFile {
+  uint32_t width;
+  uint32_t height;
+  uint8_t screen_packed;
+  Bytes global_table;
+  uint8_t image_packed;
+  Bytes local_table;
+  uint8_t minimum_code_size;
+  Bytes data;  // sub-blocks
+  Bytes extensions = {};
+};
+
 Bytes gif_file(const GifFile& gif) {
-  return join({{'G', 'I', 'F', '8', '9', 'a'},
+  return join({text("GIF89a"),
                le16(500),
                le16(400),
                {gif.screen_packed, 0, 0},
@@ -53,8 +58,6 @@ Bytes gif_file(const GifFile& gif) {
                gif.data,
                {0x3B}});
 }
-
-namespace {
 
 Bytes table(size_t entries) {
   Bytes rgb;
@@ -78,13 +81,14 @@ GifFile rows_of_their_number(int32_t width, int32_t height, bool interlaced) {
   } else {
     add_rows(0, 1);
   }
-  return {.width = static_cast<uint16_t>(width),
-          .height = static_cast<uint16_t>(height),
-          .screen_packed = 0x83,
-          .global_table = table(16),
-          .image_packed = static_cast<uint8_t>(interlaced ? 0x40 : 0),
-          .minimum_code_size = 4,
-          .data = sub_blocks(lzw_stream(indices, 4), 255)};
+  return {static_cast<uint32_t>(width),
+          static_cast<uint32_t>(height),
+          0x83,
+          table(16),
+          static_cast<uint8_t>(interlaced ? 0x40 : 0),
+          {},
+          4,
+          sub_blocks(lzw_stream(indices, 4), 255)};
 }
 
 int32_t load_gif(const Bytes& file, Bitmap& bitmap, int32_t bits = 0, uint32_t flags = 3) {
@@ -106,28 +110,22 @@ TEST(Gif, WritesExactlyThis) {
   }
   const auto file = [&](const char* version, int32_t width, int32_t height) {
     // The codes 256, 1, 258, 257 of 9 bits, lowest bit first.
-    return join({{'G', 'I', 'F', '8', static_cast<uint8_t>(version[0]), 'a'},
-                 le16(width),
-                 le16(height),
-                 {0xE7, 0, 0},
-                 colors,
-                 {0x2C, 0, 0, 0, 0, 3, 0, 1, 0, 7, 8},
-                 {5, 0x00, 0x03, 0x08, 0x0C, 0x08},
-                 {0, 0x3B}});
+    return join({text(version), le16(width), le16(height), hex("E70000"), colors,
+                 hex("2C 0000 0000 0300 0100 07 08 05 0003080C08 00 3B")});
   };
   ASSERT_EQ(T_SetScreenSize(640, 480), T_OK);
   EXPECT_EQ(T_SaveGIFBitmap("a", picture.get(), 8), T_OK);
-  EXPECT_EQ(disk.files["a"], file("9", 640, 480));
+  EXPECT_EQ(disk.files["a"], file("GIF89a", 640, 480));
   T_SetGIFVersion(0);
   EXPECT_EQ(T_SaveGIFBitmap("a", picture.get(), 8), T_OK);
-  EXPECT_EQ(disk.files["a"], file("7", 640, 480));
+  EXPECT_EQ(disk.files["a"], file("GIF87a", 640, 480));
   T_SetGIFVersion(1);
   EXPECT_EQ(T_SetScreenSize(0, 480), T_ERR_ARGUMENT);
   EXPECT_EQ(T_SetScreenSize(65536, 480), T_ERR_ARGUMENT);
   ASSERT_EQ(T_SetScreenSize(0, 0), T_OK);
 #ifndef _WIN32
   EXPECT_EQ(T_SaveGIFBitmap("a", picture.get(), 8), T_OK);
-  EXPECT_EQ(disk.files["a"], file("9", 1280, 1024));
+  EXPECT_EQ(disk.files["a"], file("GIF89a", 1280, 1024));
 #endif
   EXPECT_EQ(T_SaveFile("a", picture.get(), T_FORMAT_GIF, 4, 0, 0, 1, 0), T_ERR_DEPTH);
 }
@@ -153,20 +151,14 @@ TEST(Gif, PacketsHave254BytesAndAStoppedSaveIsClosed) {
   EXPECT_EQ(Bytes(cut.end() - 2, cut.end()), (Bytes{0, 0x3B}));
 }
 
-struct Seen {
-  Bytes first_pixels = {};
-  uint32_t flags = 0;
-  int32_t answer = T_OK;
-  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
-    auto* seen = static_cast<Seen*>(context);
-    for (int32_t i = 0; i < count; ++i) {
-      seen->first_pixels.push_back(static_cast<const uint8_t*>(rows)[i * source->BytesPerLine] >>
-                                   4);
-    }
-    seen->flags = source->Flags;
-    return seen->answer;
+// The first pixels of the rows that came, of 4 bits each.
+Bytes first_pixels(const Rows& rows) {
+  Bytes first;
+  for (size_t at = 0; at < rows.bytes.size(); at += rows.record.BytesPerLine) {
+    first.push_back(rows.bytes[at] >> 4);
   }
-};
+  return first;
+}
 
 TEST(Gif, InterlacedRowsComeInFileOrderAndAreStoredInPictureOrder) {
   for (const int32_t height : {1, 2, 3, 5, 8, 9, 70}) {
@@ -192,37 +184,23 @@ TEST(Gif, InterlacedRowsComeInFileOrderAndAreStoredInPictureOrder) {
   const Bytes file = gif_file(rows_of_their_number(7, 10, true));
   const Bytes file_order = {0, 8, 4, 2, 6, 1, 3, 5, 7, 9};
   for (const int32_t answer : {1, 2}) {
-    Seen seen{.answer = answer};
+    Rows rows{.answer = answer};
     Bitmap bitmap;
-    EXPECT_EQ(T_LoadMemory(file.data(), bitmap.get(), 0, -1, 0, Seen::sink, &seen, file.size()),
+    EXPECT_EQ(T_LoadMemory(file.data(), bitmap.get(), 0, -1, 0, Rows::sink, &rows, file.size()),
               T_OK);
-    EXPECT_EQ(seen.first_pixels, file_order);
-    EXPECT_NE(seen.flags & T_FLAG_INTERLACED, 0u);
+    EXPECT_EQ(first_pixels(rows), file_order);
+    EXPECT_NE(rows.record.Flags & T_FLAG_INTERLACED, 0u);
   }
-  Seen whole;
-  Bitmap bitmap;
-  EXPECT_EQ(T_LoadMemory(file.data(), bitmap.get(), 0, -1, T_LOAD_GIF_WHOLE, Seen::sink, &whole,
+  Rows whole, two{.answer = 2};
+  Bitmap bitmap, stopped;
+  EXPECT_EQ(T_LoadMemory(file.data(), bitmap.get(), 0, -1, T_LOAD_GIF_WHOLE, Rows::sink, &whole,
                          file.size()),
             T_OK);
-  EXPECT_EQ(whole.first_pixels, (Bytes{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
-  EXPECT_EQ(whole.flags & T_FLAG_INTERLACED, 0u);
-
+  EXPECT_EQ(first_pixels(whole), (Bytes{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+  EXPECT_EQ(whole.record.Flags & T_FLAG_INTERLACED, 0u);
   const Bytes plain = gif_file(rows_of_their_number(7, 10, false));
-  Seen two{.answer = 2};
-  Bitmap stopped;
-  EXPECT_EQ(T_LoadMemory(plain.data(), stopped.get(), 0, -1, 0, Seen::sink, &two, plain.size()), 2);
+  EXPECT_EQ(T_LoadMemory(plain.data(), stopped.get(), 0, -1, 0, Rows::sink, &two, plain.size()), 2);
 }
-
-struct Rows {
-  Bytes bytes;
-  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
-    auto& self = *static_cast<Rows*>(context);
-    const auto* from = static_cast<const uint8_t*>(rows);
-    EXPECT_EQ(source->Flags & T_FLAG_INTERLACED, 0u);
-    self.bytes.insert(self.bytes.end(), from, from + size_t{source->BytesPerLine} * count);
-    return T_OK;
-  }
-};
 
 // Into a bitmap of another size the rows of both kinds come alike: in picture order.
 TEST(Gif, InterlacedRowsAreResampledInPictureOrder) {
@@ -237,6 +215,7 @@ TEST(Gif, InterlacedRowsAreResampledInPictureOrder) {
         T_AllocateBitmap(bitmap.get(), 1);
         ASSERT_EQ(T_LoadGIFFile("x", bitmap.get(), Rows::sink, 24, &rows[interlaced]), T_OK);
         EXPECT_EQ(rows[interlaced].bytes.size(), bitmap->Size);
+        EXPECT_EQ(rows[interlaced].record.Flags & T_FLAG_INTERLACED, 0u);
       }
       EXPECT_EQ(rows[0].bytes, rows[1].bytes) << bits << " bits, " << width << " x " << height;
     }
@@ -283,13 +262,7 @@ TEST(Gif, PartialPicturesHaveZerosWhereNoRowCame) {
 
 TEST(Gif, TheScreenGivesTheDepthAndTheImageThePalette) {
   const Bytes indices = {0, 1, 2, 3, 4, 5, 200, 255};
-  GifFile gif{.width = 8,
-              .height = 1,
-              .screen_packed = 0,
-              .image_packed = 0x87,
-              .local_table = table(256),
-              .minimum_code_size = 8,
-              .data = sub_blocks(lzw_stream(indices, 8), 255)};
+  GifFile gif{8, 1, 0, {}, 0x87, table(256), 8, sub_blocks(lzw_stream(indices, 8), 255)};
   Bitmap one;
   ASSERT_EQ(load_gif(gif_file(gif), one), T_OK);
   EXPECT_EQ(one->BitsPerPixel, 1);
@@ -333,11 +306,8 @@ TEST(Gif, CodesStraddleSubBlocksOfAnySize) {
   Bitmap whole;
   GifFile gif = rows_of_their_number(37, 40, false);
   ASSERT_EQ(load_gif(gif_file(gif), whole), T_OK);
-  Bytes stream;
-  for (size_t at = 0; gif.data[at] != 0; at += gif.data[at] + 1u) {
-    stream.insert(stream.end(), gif.data.begin() + at + 1,
-                  gif.data.begin() + at + 1 + gif.data[at]);
-  }
+  const Bytes stream = part(gif.data, 1, gif.data[0]);
+  ASSERT_EQ(stream.size() + 2, gif.data.size());
   for (const size_t size : {1, 2, 3, 7, 100}) {
     gif.data = sub_blocks(stream, size);
     Bitmap bitmap;
@@ -370,13 +340,13 @@ TEST(Gif, ExtensionsAreSkippedAndDamageHasItsStatus) {
                   {"minimum code size 9", image + 10, 9, T_ERR_BAD_DATA}});
   for (size_t length = 0; length < good.size(); ++length) {
     const int32_t want = length < 13 || length > image + 10 ? T_ERR_BAD_DATA : T_ERR_READ;
-    const int32_t got = read_directly(T_LoadGIFFile, Bytes(good.begin(), good.begin() + length));
+    const int32_t got = read_directly(T_LoadGIFFile, part(good, 0, length));
     // What follows the last code is never looked at.
     const bool all_codes_there = length >= good.size() - 4;
     EXPECT_TRUE(got == want || (all_codes_there && got == T_OK)) << got << " at " << length;
   }
-  EXPECT_EQ(T_LoadGIFFile("in", bitmap.get(), Seen::sink, 3, nullptr), T_ERR_ARGUMENT);
-  EXPECT_EQ(T_LoadGIFFile(nullptr, bitmap.get(), Seen::sink, 8, nullptr), T_ERR_NAME);
+  EXPECT_EQ(T_LoadGIFFile("in", bitmap.get(), Rows::sink, 3, nullptr), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_LoadGIFFile(nullptr, bitmap.get(), Rows::sink, 8, nullptr), T_ERR_NAME);
 }
 
 TEST(Gif, DataThatEndEarlyGiveTheRowsThatAreThere) {
@@ -386,9 +356,9 @@ TEST(Gif, DataThatEndEarlyGiveTheRowsThatAreThere) {
   Disk disk;
   disk.files["in"] = gif_file(gif);
   Bitmap target;
-  Seen seen;
-  EXPECT_EQ(T_LoadGIFFile("in", target.get(), Seen::sink, 4, &seen), T_ERR_BAD_DATA);
-  EXPECT_EQ(seen.first_pixels, (Bytes{3, 3, 3}));
+  Rows rows;
+  EXPECT_EQ(T_LoadGIFFile("in", target.get(), Rows::sink, 4, &rows), T_ERR_BAD_DATA);
+  EXPECT_EQ(first_pixels(rows), (Bytes{3, 3, 3}));
   // An end code inside the last row ends the picture.
   gif.height = 3;
   disk.files["in"] = gif_file(gif);
@@ -399,12 +369,7 @@ TEST(Gif, DataThatEndEarlyGiveTheRowsThatAreThere) {
 }
 
 TEST(Gif, AFewBytesThatDeclareAHugePictureEndAtOnce) {
-  GifFile gif{.width = 65535,
-              .height = 65535,
-              .screen_packed = 0,
-              .minimum_code_size = 2,
-              .data = {3, 0x84, 0x51, 0, 0}};
-  const Bytes file = gif_file(gif);
+  const Bytes file = gif_file({65535, 65535, 0, {}, 0, {}, 2, hex("03 845100 00")});
   const int64_t before = leftovers().blocks;
   for (const uint32_t flags : {0u, 3u, T_LOAD_GIF_WHOLE + 3u}) {
     Bitmap bitmap;
@@ -418,21 +383,14 @@ TEST(Gif, AFewBytesThatDeclareAHugePictureEndAtOnce) {
 FormatCase gif_case() {
   FormatCase gif{"GIF", {}, T_FORMAT_GIF, {8}};
   GifFile odd = rows_of_their_number(9, 4, true);
-  odd.extensions = {0x21, 0xF9, 4, 1, 0, 0, 0, 0, 0x21, 0xFE, 1, 'c', 0};
+  odd.extensions = hex("21F904 01000000 00 21FE01 63 00");
+  const Bytes two = hex("00010100010000000101 0100000000000000000001 01");
   gif.samples = {
       {"8 bits", saved_sample(T_FORMAT_GIF, 8, 3, 2)},
       {"4 bits, interlaced, extensions", gif_file(odd)},
       {"1 bit, local table",
        gif_file(
-           {.width = 11,
-            .height = 2,
-            .screen_packed = 0,
-            .image_packed = 0x80,
-            .local_table = {1, 2, 3, 200, 210, 220},
-            .minimum_code_size = 2,
-            .data = sub_blocks(
-                lzw_stream({0, 1, 1, 0, 1, 0, 0, 0, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 2),
-                2)})},
+           {11, 2, 0, {}, 0x80, {1, 2, 3, 200, 210, 220}, 2, sub_blocks(lzw_stream(two, 2), 2)})},
   };
   return gif;
 }

@@ -5,20 +5,16 @@
 #include <array>
 #include <cstring>
 #include <map>
-#include <random>
-#include <vector>
 
-#include "core/bitmap.h"
-#include "core/rows.h"
 #include "dither/dither.h"
-#include "platform/platform.h"
-#include "tavo45.h"
-#include "test_bitmaps.h"
+#include "support.h"
 
 namespace tavo::color {
 namespace {
 
-using test::TestBitmap;
+using test::Bitmap;
+using test::Bytes;
+using test::Random;
 
 using Fields = std::array<int, 3>;  // 5-bit red, green, blue
 
@@ -90,108 +86,86 @@ NaivePalette naive_palette(const std::vector<std::array<int, 3>>& pixels, size_t
   return palette;
 }
 
-// Red, green and blue 0 to 255 of every pixel in stored order.
-std::vector<std::array<int, 3>> colors_of(TestBitmap& bitmap) {
-  std::vector<std::array<int, 3>> colors;
-  for (int y = 0; y < bitmap->Height; ++y) {
-    for (int x = 0; x < bitmap->Width; ++x) colors.push_back(bitmap.color(x, y));
-  }
-  return colors;
-}
-
-void compare(int32_t depth, uint32_t colours, std::mt19937& random, uint32_t request) {
-  const int width = 1 + static_cast<int>(random() % 90);
-  const int height = 1 + static_cast<int>(random() % 140);
-  TestBitmap source(width, height, depth, request);
-  source->Order = depth > 8 ? random() % 2 : 0;
-  source->ViewPerspective = random() % 3;
+void compare(int32_t depth, uint32_t colors, Random& random, uint32_t request) {
+  Bitmap source, reduced;
+  test::make_picture(source, 1 + random.below(90), 1 + random.below(140), depth, request,
+                     2 * random.below(2));
+  source->Order = depth > 8 ? random.below(2) : 0;
   source->XResolution = 300;
-  source.fill(random);
   T_DefaultDithering(T_DITHER_NONE);
-  TestBitmap reduced;
-  ASSERT_EQ(T_OptimizeBitmap(source.get(), reduced.get(), 0, colours), T_OK);
+  ASSERT_EQ(T_OptimizeBitmap(source.get(), reduced.get(), 0, colors), T_OK);
   T_DefaultDithering(T_DITHER_ORDERED);
 
-  EXPECT_EQ(reduced->BitsPerPixel, colours <= 2 ? 1 : colours <= 16 ? 4 : 8);
+  EXPECT_EQ(reduced->BitsPerPixel, colors <= 2 ? 1 : colors <= 16 ? 4 : 8);
   EXPECT_EQ(reduced->ViewPerspective, source->ViewPerspective);
   EXPECT_EQ(reduced->Order, static_cast<uint32_t>(T_ORDER_BGR));
   EXPECT_EQ(reduced->XResolution, 300);
-  const auto colors = colors_of(source);
-  const NaivePalette want = naive_palette(colors, colours);
+  reduced->ViewPerspective = source->ViewPerspective = 0;
+  const Bytes rgb = test::rgb(source.get()), indices = test::indices(reduced.get());
+  std::vector<std::array<int, 3>> pixels;
+  for (size_t i = 0; i < rgb.size(); i += 3) pixels.push_back({rgb[i], rgb[i + 1], rgb[i + 2]});
+  const NaivePalette want = naive_palette(pixels, colors);
   for (size_t i = 0; i < 256; ++i) {
     const T_PaletteEntry e = reduced->Info.Palette[i];
-    const std::array<int, 3> got = {e.Blue, e.Green, e.Red};
-    const std::array<int, 3> expected =
-        i < want.entries.size() ? want.entries[i] : std::array<int, 3>{};
-    ASSERT_EQ(got, expected) << "entry " << i << " of " << want.entries.size();
+    const std::array<int, 3> got = {e.Blue, e.Green, e.Red}, none = {};
+    ASSERT_EQ(got, i < want.entries.size() ? want.entries[i] : none)
+        << "entry " << i << " of " << want.entries.size();
   }
-  for (int y = 0, i = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x, ++i) {
-      const auto& c = colors[i];
-      ASSERT_EQ(reduced.pixel(x, y), want.index.at({c[0] / 8, c[1] / 8, c[2] / 8}));
-    }
+  for (size_t i = 0; i < pixels.size(); ++i) {
+    const auto& c = pixels[i];
+    ASSERT_EQ(indices[i], want.index.at({c[0] / 8, c[1] / 8, c[2] / 8}));
   }
 }
 
 TEST(Optimize, PaletteAndIndicesFollowTheRules) {
-  std::mt19937 random(11);
+  Random random(11);
   for (const int32_t depth : {16, 24, 32}) {
-    for (const uint32_t colours : {1u, 2u, 3u, 16u, 17u, 100u, 256u}) {
-      compare(depth, colours, random, 1);
-      compare(depth, colours, random, 0);
+    for (const uint32_t colors : {1u, 2u, 3u, 16u, 17u, 100u, 256u}) {
+      compare(depth, colors, random, 1);
+      compare(depth, colors, random, 0);
       if (HasFatalFailure()) return;
     }
   }
-  for (const uint32_t colours : {1u, 2u, 9u, 100u, 255u}) compare(8, colours, random, 1);
-  for (const uint32_t colours : {1u, 7u, 15u}) compare(4, colours, random, 1);
+  for (const uint32_t colors : {1u, 2u, 9u, 100u, 255u}) compare(8, colors, random, 1);
+  for (const uint32_t colors : {1u, 7u, 15u}) compare(4, colors, random, 1);
   compare(1, 1, random, 1);
 }
 
 // Diffusion fills the holes of the table with the nearest colours: what an open pass with the
 // palette does, its own table being seeded by classes in the same way.
 TEST(Optimize, DiffusesWithTheTable) {
-  std::mt19937 random(3);
-  TestBitmap source(150, 90, 24, 1);
-  source.fill(random);
+  Bitmap source;
+  test::make_picture(source, 150, 90, 24, 1, 0);
+  const Bytes rgb = test::rgb(source.get()), rows = test::pixels(source.get());
   for (const uint32_t method : {1u, 2u, 5u, 7u}) {
+    Bitmap memory, plain;
     T_DefaultDithering(method);
-    TestBitmap memory;
     ASSERT_EQ(T_OptimizeBitmap(source.get(), memory.get(), 0, 200), T_OK);
-    // The same by hand: palette and table from an undithered run, then row by row.
+    // The same by hand: palette and table from an undithered run, then all rows.
     T_DefaultDithering(T_DITHER_NONE);
-    TestBitmap plain;
     ASSERT_EQ(T_OptimizeBitmap(source.get(), plain.get(), 0, 200), T_OK);
     std::vector<uint32_t> table(kColorClasses);
-    for (int y = 0; y < 90; ++y) {
-      for (int x = 0; x < 150; ++x) {
-        const auto c = source.color(x, y);
-        table[color_class(c[0], c[1], c[2])] = 1 + plain.pixel(x, y);
-      }
+    const Bytes indices = test::indices(plain.get());
+    for (size_t i = 0; i < indices.size(); ++i) {
+      table[color_class(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2])] = 1 + indices[i];
     }
-    BitmapHandle rows = *source;
-    rows.DitherState = nullptr;
-    rows.DitherMethod = method;
-    ASSERT_TRUE(start_pass(rows, plain->Info.Palette, 200, table.data()).ok());
-    for (int y = 0; y < 90; ++y) {
-      const auto row = source.row(y);
-      std::vector<uint8_t> out(150);
-      ASSERT_TRUE(dither_rows(rows, row.data(), 0, out.data(), 0, 1).ok());
-      for (int x = 0; x < 150; ++x) ASSERT_EQ(memory.pixel(x, y), out[x]) << method;
-    }
-    stop_pass(rows);
+    source->DitherMethod = method;
+    Bytes want(150 * 90);
+    ASSERT_TRUE(start_pass(*source.get(), plain->Info.Palette, 200, table.data()).ok());
+    ASSERT_TRUE(dither_rows(*source.get(), rows.data(), 450, want.data(), 150, 90).ok());
+    stop_pass(*source.get());
+    EXPECT_EQ(test::indices(memory.get()), want) << method;
   }
   T_DefaultDithering(T_DITHER_ORDERED);
 }
 
 TEST(Optimize, OwnPaletteIsKeptSorted) {
-  std::mt19937 random(4);
-  TestBitmap source(40, 30, 8, 1);
-  source->Colors = 100;
-  source.fill(random, 100);
-  TestBitmap reduced;
+  Bitmap source, reduced;
+  test::make_picture(source, 40, 30, 4);
+  source->Colors = 16;
   ASSERT_EQ(T_OptimizeBitmap(source.get(), reduced.get(), 0, 256), T_OK);
   std::vector<std::array<int, 4>> want;
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < 16; ++i) {
     const T_PaletteEntry e = source->Info.Palette[i];
     want.push_back({e.Blue, e.Green, e.Red, e.Reserved});
   }
@@ -204,26 +178,14 @@ TEST(Optimize, OwnPaletteIsKeptSorted) {
 }
 
 TEST(Optimize, OneColorGivesOneEntry) {
-  TestBitmap source(20, 20, 24, 1);
-  const std::vector<uint8_t> row(60, 77);
-  for (int y = 0; y < 20; ++y) source.set_row(y, row);
-  TestBitmap reduced;
+  Bitmap source, reduced;
+  test::make_picture(source, 20, 20, 24);
+  T_AccessBitmap(source.get());
+  std::memset(source->Data, 77, source->Size);
+  T_ReleaseBitmap(source.get());
   ASSERT_EQ(T_OptimizeBitmap(source.get(), reduced.get(), 0, 256), T_OK);
   EXPECT_EQ(reduced->Info.Palette[0].Red, 9 * 8 + 9 / 4);
   EXPECT_EQ(reduced->Info.Palette[1].Red, 0);
-}
-
-TEST(Optimize, BadArguments) {
-  TestBitmap source(4, 4, 24, 1);
-  TestBitmap reduced;
-  EXPECT_EQ(T_OptimizeBitmap(source.get(), reduced.get(), 0, 257), T_ERR_FORMAT);
-  EXPECT_EQ(T_OptimizeBitmap(source.get(), reduced.get(), 0, 0), T_ERR_ARGUMENT);
-  EXPECT_EQ(T_OptimizeBitmap(source.get(), source.get(), 0, 16), T_ERR_ARGUMENT);
-  EXPECT_EQ(T_OptimizeBitmap(nullptr, reduced.get(), 0, 16), T_ERR_ARGUMENT);
-  BitmapHandle empty = {};
-  T_InitBitmap(&empty, 4, 4, 24);
-  EXPECT_EQ(T_OptimizeBitmap(&empty, reduced.get(), 0, 16), T_ERR_ARGUMENT);
-  EXPECT_EQ(reduced->Flags & T_FLAG_ALLOCATED, 0u);
 }
 
 int32_t stop_at = 101;
@@ -235,15 +197,13 @@ int32_t T_CALL record_progress(int32_t percent) {
 }
 
 TEST(Optimize, ProgressAndStop) {
-  std::mt19937 random(4);
-  TestBitmap source(64, 1000, 24, 1);
-  source.fill(random);
-  const int64_t before = platform::blocks_in_use();
+  Bitmap source;
+  test::make_picture(source, 64, 1000, 24);
   T_SetStatusCallBack(record_progress);
   for (const int32_t stop : {101, 0, 20, 60, 100}) {
     told.clear();
     stop_at = stop;
-    TestBitmap reduced;
+    Bitmap reduced;
     EXPECT_EQ(T_OptimizeBitmap(source.get(), reduced.get(), 0, 256), stop > 100 ? T_OK : -77);
     EXPECT_EQ(told.front(), 0);
     EXPECT_TRUE(std::ranges::is_sorted(told));
@@ -251,39 +211,21 @@ TEST(Optimize, ProgressAndStop) {
     EXPECT_EQ((reduced->Flags & T_FLAG_ALLOCATED) != 0, stop > 100);
   }
   T_SetStatusCallBack(nullptr);
-  EXPECT_EQ(platform::blocks_in_use(), before);
 }
 
 TEST(Optimize, RefusedMemory) {
-  std::mt19937 random(4);
   for (const uint32_t method : {0u, 1u, 5u}) {
     T_DefaultDithering(method);
-    TestBitmap source(30, 30, 24, 1);
-    source.fill(random);
-    const int64_t before = platform::blocks_in_use();
-    for (int64_t n = 0;; ++n) {
-      ASSERT_LT(n, 30);
-      for (const bool all_later : {false, true}) {
-        TestBitmap reduced;
-        platform::refuse_allocation(n, all_later);
-        const int32_t status = T_OptimizeBitmap(source.get(), reduced.get(), 0, 256);
-        const bool refused = platform::allocation_was_refused();
-        platform::refuse_allocation(-1, false);
-        if (!refused) {
-          EXPECT_EQ(status, T_OK);
-          T_DefaultDithering(T_DITHER_ORDERED);
-        }
-        if (status != T_OK) {
-          EXPECT_EQ(status, T_ERR_NO_MEMORY);
-          EXPECT_EQ(reduced->Flags & 0xFFFF, 0u);
-          EXPECT_EQ(platform::blocks_in_use(), before);
-        }
-        EXPECT_EQ(source->DitherState, nullptr);
-        if (!refused) n = 1000;
-      }
-      if (n >= 1000) break;
-    }
+    test::refuse_each(
+        [](BitmapHandle* source) {
+          Bitmap reduced;
+          const int32_t status = T_OptimizeBitmap(source, reduced.get(), 0, 256);
+          EXPECT_EQ((reduced->Flags & 0xFFFF) == 0, status != T_OK);
+          return status;
+        },
+        [](Bitmap& source) { test::make_picture(source, 30, 30, 24); });
   }
+  T_DefaultDithering(T_DITHER_ORDERED);
 }
 
 }  // namespace

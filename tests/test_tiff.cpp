@@ -186,8 +186,7 @@ TEST(Tiff, SharedDataAreNotDecodedOverAndOver) {
   };
   Bytes last_block = deflate_stored(Bytes(8, 5));
   last_block.erase(last_block.begin(), last_block.begin() + 2);
-  JpegPicture flat{8, 1, {{1, 1, 1}}, 1, {}};
-  flat.fill_flat({50});
+  JpegPicture flat(8, 1, {{1, 1, 1}}, std::vector{50});
   const struct {
     const char* what;
     uint32_t compression;

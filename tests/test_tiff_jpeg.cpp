@@ -18,14 +18,8 @@ constexpr uint32_t kStripRows = 16;
 // the picture do not differ from the whole at their edges.
 struct Parts {
   explicit Parts(int restart_interval) {
-    JpegPicture picture;
-    picture.width = kWidth;
-    picture.height = kHeight;
-    picture.components = {{1, 2, 1}, {2, 1, 1}, {3, 1, 1}};
-    picture.fill(7);
-    JpegOptions options;
-    options.restart_interval = restart_interval;
-    stream = jpeg_stream(picture, options);
+    JpegPicture picture(kWidth, kHeight, ycc(2, 1), 7);
+    stream = jpeg_stream(picture, {.restart_interval = restart_interval});
     for (size_t at = 2; data == 0; at += 2 + size_of(at)) take_segment(at);
     split(restart_interval);
   }
@@ -217,11 +211,7 @@ TEST(OldJpegInTiff, AllArrangementsShowTheSamePicture) {
 // Alpha is a component like the others: it is left out.
 TEST(JpegInTiff, ExtraComponentsAreLeftOut) {
   const auto load_components = [](size_t components, uint32_t photometric) {
-    JpegPicture picture;
-    picture.width = kWidth;
-    picture.height = kHeight;
-    picture.components = {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}, {4, 1, 1}};
-    picture.fill(3);
+    JpegPicture picture(kWidth, kHeight, {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}, {4, 1, 1}}, 3);
     picture.components.resize(components);
     picture.coefficients.resize(components);
     const Bytes stream = jpeg_stream(picture, {});
