@@ -3,6 +3,7 @@
 #include "compress/bitmap_compressor.h"
 #include "compress/coding.h"
 #include "compress/stamped.h"
+#include "exports/arguments.h"
 #include "exports/shared.h"
 #include "formats/cmp_bilevel.h"
 #include "io/file_table.h"
@@ -16,7 +17,7 @@ using namespace tavo;
 int32_t T_CALL T_StartCompressBuffer(const BitmapHandle* bitmap, T_CompressWrite write,
                                      uint32_t inputStripBytes, uint32_t outputBufferBytes, void*,
                                      int32_t outputType, int32_t quality, void* userData) {
-  if (bitmap == nullptr || write == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(bitmap, write)) return T_ERR_ARGUMENT;
   return exports::shared.buffer_compression
       .start(*bitmap, {write, userData}, inputStripBytes, outputBufferBytes, outputType, quality)
       .code();
@@ -30,11 +31,9 @@ int32_t T_CALL T_EndCompressBuffer(void) { return exports::shared.buffer_compres
 
 int32_t T_CALL CompressCallBack(BitmapHandle* bitmap, const void* rows, int32_t rowCount,
                                 void* context) {
-  if (bitmap == nullptr || rows == nullptr || context == nullptr || rowCount < 0) {
-    return T_ERR_ARGUMENT;
-  }
+  if (exports::missing(bitmap, rows, context) || rowCount < 0) return T_ERR_ARGUMENT;
   const auto& compression = *static_cast<const T_CompressContext*>(context);
-  if (compression.StripBuffer == nullptr) return T_ERR_NO_MEMORY;
+  if (exports::missing(compression.StripBuffer)) return T_ERR_NO_MEMORY;
   return exports::shared.buffer_compression
       .consume(*bitmap, rows, rowCount, compression, FileWriteBuffer)
       .code();
@@ -47,28 +46,28 @@ uint32_t T_CALL FileWriteBuffer(const void* bytes, uint32_t size, void* userData
 
 int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
                                void* context) {
-  if (source == nullptr || rows == nullptr || context == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(source, rows, context)) return T_ERR_ARGUMENT;
   auto& target = *static_cast<T_FormatWriteContext*>(context);
   return pipeline::format_write(*source, rows, rowCount, target, false).code();
 }
 
 int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
                                   void* context) {
-  if (source == nullptr || rows == nullptr || context == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(source, rows, context)) return T_ERR_ARGUMENT;
   auto& target = *static_cast<T_FormatWriteContext*>(context);
   return pipeline::format_write(*source, rows, rowCount, target, true).code();
 }
 
 int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t outputType,
                                 int32_t quality, uint32_t) {
-  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
   return compress::compress_bitmap(*bitmap, name, outputType, quality, nullptr).code();
 }
 
 int32_t T_CALL T_CompressBitmapWithStamp(BitmapHandle* bitmap, const char* name, int32_t outputType,
                                          int32_t quality, int32_t stampWidth, int32_t stampHeight,
                                          int32_t stampBits, int32_t dither) {
-  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
   const compress::StampRequest stamp = {stampWidth, stampHeight, stampBits, dither == 1};
   return compress::compress_with_stamp(*bitmap, name, outputType, quality, stamp).code();
 }
@@ -104,12 +103,12 @@ int32_t T_CALL T_CompressTIF(const char* source, const char* destination, int32_
 }
 
 int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name, int32_t format) {
-  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
   return pipeline::compress_bilevel(*bitmap, name, format).code();
 }
 
 int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap) {
-  if (bitmap == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
   return pipeline::load_picture(name, *bitmap, bilevel::read).code();
 }
 
@@ -126,7 +125,7 @@ int32_t T_CALL T_LoadCustomQTable(const uint32_t* table) {
 int32_t T_CALL T_StartCompressData(int32_t width, int32_t height, int32_t bitsPerPixel,
                                    T_CompressWrite write, int32_t outputType, int32_t quality,
                                    void* userData) {
-  if (write == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(write)) return T_ERR_ARGUMENT;
   return exports::shared.data_compression
       .start(width, height, bitsPerPixel, {write, userData}, outputType, quality)
       .code();

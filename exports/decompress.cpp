@@ -1,5 +1,7 @@
 // Decoding of JPEG and CMP files, from files, memory and pieces.
 #include "pipeline/decompress.h"
+
+#include "core/notice.h"
 #include "exports/arguments.h"
 #include "exports/shared.h"
 #include "formats/jpeg.h"
@@ -18,6 +20,7 @@ const char* as_name(const void* address) { return static_cast<const char*>(addre
 int32_t T_CALL T_DecompressFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                 int32_t bitsPerPixel, void* context, int32_t option) {
   if (exports::missing(bitmap, sink)) return exports::refused_load(name);
+  if (!core::check_notice().ok()) return T_ERR_NOTICE;
   return jpeg::decompress(name, bitmap, sink, bitsPerPixel, context, option).code();
 }
 
@@ -42,6 +45,7 @@ int32_t T_CALL T_DecompressBitmapMemory(const void* address, BitmapHandle* bitma
 int32_t T_CALL T_StartDecompressData(T_RowSink sink, int32_t bitsPerPixel, int32_t order,
                                      void* context) {
   if (exports::missing(sink)) return T_ERR_ARGUMENT;
+  if (!core::check_notice().ok()) return T_ERR_NOTICE;
   return exports::shared.push_decoder.start(sink, bitsPerPixel, order, context).code();
 }
 
@@ -54,10 +58,13 @@ int32_t T_CALL T_EndDecompressData(void) { return exports::shared.push_decoder.e
 
 int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp) {
   if (exports::missing(stamp)) return exports::refused_load(name);
+  if (!core::check_notice().ok()) return T_ERR_NOTICE;
   return pipeline::get_stamp(name, *stamp).code();
 }
 
 int32_t T_CALL T_GetJPEGInfo(const char* name, T_JPEGINFO* info) {
   if (exports::missing(info)) return exports::refused_load(name);
+  *info = {};
+  if (!core::check_notice().ok()) return T_ERR_NOTICE;
   return jpeg::read_info(name, *info).code();
 }

@@ -1,18 +1,17 @@
 // The GIF trio.
-#include "exports/arguments.h"
+#include "exports/trio.h"
 #include "formats/gif.h"
-#include "pipeline/load.h"
 #include "tavo45.h"
+
+using namespace tavo;
 
 int32_t T_CALL T_LoadGIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                              int32_t bitsPerPixel, void* context) {
-  if (tavo::exports::missing(bitmap, sink)) return tavo::exports::refused_load(name);
-  return tavo::gif::read(name, bitmap, sink, bitsPerPixel, context).code();
+  return exports::load_rows(gif::read, name, bitmap, sink, bitsPerPixel, context);
 }
 
 int32_t T_CALL T_LoadGIFBitmap(const char* name, BitmapHandle* bitmap) {
-  if (tavo::exports::missing(bitmap)) return tavo::exports::refused_load(name);
-  return tavo::pipeline::load_picture(name, *bitmap, tavo::gif::read).code();
+  return exports::load_picture(gif::read, name, bitmap);
 }
 
 int32_t T_CALL T_SaveGIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {

@@ -1,18 +1,17 @@
 // The PCX trio.
-#include "exports/arguments.h"
+#include "exports/trio.h"
 #include "formats/pcx.h"
-#include "pipeline/load.h"
 #include "tavo45.h"
+
+using namespace tavo;
 
 int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                              int32_t bitsPerPixel, void* context) {
-  if (tavo::exports::missing(bitmap, sink)) return tavo::exports::refused_load(name);
-  return tavo::pcx::read(name, bitmap, sink, bitsPerPixel, context).code();
+  return exports::load_rows(pcx::read, name, bitmap, sink, bitsPerPixel, context);
 }
 
 int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap) {
-  if (tavo::exports::missing(bitmap)) return tavo::exports::refused_load(name);
-  return tavo::pipeline::load_picture(name, *bitmap, tavo::pcx::read, /*memory_only=*/true).code();
+  return exports::load_picture(pcx::read, name, bitmap, /*memory_only=*/true);
 }
 
 int32_t T_CALL T_SavePCXBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {

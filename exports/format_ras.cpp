@@ -1,18 +1,17 @@
 // The Sun raster trio.
-#include "exports/arguments.h"
+#include "exports/trio.h"
 #include "formats/ras.h"
-#include "pipeline/load.h"
 #include "tavo45.h"
+
+using namespace tavo;
 
 int32_t T_CALL T_LoadRASFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                              int32_t bitsPerPixel, void* context) {
-  if (tavo::exports::missing(bitmap, sink)) return tavo::exports::refused_load(name);
-  return tavo::ras::read(name, bitmap, sink, bitsPerPixel, context).code();
+  return exports::load_rows(ras::read, name, bitmap, sink, bitsPerPixel, context);
 }
 
 int32_t T_CALL T_LoadRASBitmap(const char* name, BitmapHandle* bitmap) {
-  if (tavo::exports::missing(bitmap)) return tavo::exports::refused_load(name);
-  return tavo::pipeline::load_picture(name, *bitmap, tavo::ras::read).code();
+  return exports::load_picture(ras::read, name, bitmap);
 }
 
 int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel) {

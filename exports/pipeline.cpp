@@ -1,4 +1,6 @@
 // Identification, loading and saving of files of any format.
+#include <cstring>
+
 #include "exports/arguments.h"
 #include "io/file_table.h"
 #include "pipeline/identify.h"
@@ -7,8 +9,6 @@
 #include "pipeline/save.h"
 #include "process/row_receiver.h"
 #include "tavo45.h"
-
-#include <cstring>
 
 using namespace tavo;
 
@@ -26,7 +26,7 @@ void copy_text(char (&to)[kSize], const char* from) {
 }  // namespace
 
 int32_t T_CALL T_FileInfo(const char* name, FILEINFO* info) {
-  if (info == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(info)) return T_ERR_ARGUMENT;
   return pipeline::identify(name, *info).code();
 }
 
@@ -85,7 +85,7 @@ int32_t T_CALL T_ConvertFile(const char* source, const char* destination, int32_
 }
 
 int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format) {
-  if (format == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(format)) return T_ERR_ARGUMENT;
   if (index >= pipeline::formats().size()) return T_ERR_FORMAT;
   const pipeline::FormatRow& row = pipeline::formats()[index];
   *format = {};

@@ -8,30 +8,33 @@
 #include "platform/platform.h"
 #include "tavo45.h"
 
-using tavo::process::Resizer;
+using namespace tavo;
 
 struct T_ResizeBlock {
-  Resizer resizer;
+  process::Resizer resizer;
 };
 
 int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWidth,
                              int32_t newHeight, T_ResizeBlock** resize) {
-  if (resize == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(resize)) return T_ERR_ARGUMENT;
   *resize = nullptr;
-  Resizer checked;
-  const tavo::Status status = checked.start(oldWidth, oldHeight, newWidth, newHeight);
-  if (!status.ok()) return status.code();
-  void* block = tavo::platform::allocate_fixed(sizeof(T_ResizeBlock));
-  if (block == nullptr) return T_ERR_NO_MEMORY;
-  *resize = new (block) T_ResizeBlock;
-  return (*resize)->resizer.start(oldWidth, oldHeight, newWidth, newHeight).code();
+  void* memory = platform::allocate_fixed(sizeof(T_ResizeBlock));
+  if (memory == nullptr) return T_ERR_NO_MEMORY;
+  auto* block = new (memory) T_ResizeBlock;
+  const Status status = block->resizer.start(oldWidth, oldHeight, newWidth, newHeight);
+  if (status.ok()) {
+    *resize = block;
+  } else {
+    T_StopResize(block);
+  }
+  return status.code();
 }
 
 int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel, int32_t* outWidth,
                         int32_t* outRows, T_ResizeBlock* resize) {
-  if (!tavo::is_request_depth(bitsPerPixel)) return T_ERR_ARGUMENT;
-  if (tavo::exports::missing(row, outWidth, outRows, resize)) return T_ERR_ARGUMENT;
-  Resizer& resizer = resize->resizer;
+  if (!is_request_depth(bitsPerPixel)) return T_ERR_ARGUMENT;
+  if (exports::missing(row, outWidth, outRows, resize)) return T_ERR_ARGUMENT;
+  process::Resizer& resizer = resize->resizer;
   *outWidth = resizer.new_width();
   *outRows = static_cast<int32_t>(resizer.row_count(rowNumber));
   if (*outRows != 0) resizer.resize_row(static_cast<uint8_t*>(row), bitsPerPixel);
@@ -39,18 +42,18 @@ int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel, int
 }
 
 int32_t T_CALL T_StopResize(T_ResizeBlock* resize) {
-  if (resize == nullptr) return T_OK;
+  if (exports::missing(resize)) return T_OK;
   resize->~T_ResizeBlock();
-  tavo::platform::free_fixed(resize);
+  platform::free_fixed(resize);
   return T_OK;
 }
 
 int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height) {
-  if (tavo::exports::missing(bitmap)) return T_ERR_ARGUMENT;
-  return tavo::process::size_bitmap(*bitmap, width, height).code();
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::size_bitmap(*bitmap, width, height).code();
 }
 
 int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination) {
-  if (tavo::exports::missing(source, destination)) return T_ERR_ARGUMENT;
-  return tavo::process::resize_bitmap(*source, *destination).code();
+  if (exports::missing(source, destination)) return T_ERR_ARGUMENT;
+  return process::resize_bitmap(*source, *destination).code();
 }

@@ -3,14 +3,15 @@
 
 #include <algorithm>
 
+#include "exports/arguments.h"
 #include "io/file_table.h"
 #include "tavo45.h"
 
-using tavo::settings;
+using namespace tavo;
 
 int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek seek,
                             T_FileClose close) {
-  tavo::io::redirect(open, read, write, seek, close);
+  io::redirect(open, read, write, seek, close);
   return T_OK;
 }
 
@@ -26,7 +27,7 @@ int32_t T_CALL T_DefaultDithering(uint32_t method) {
 }
 
 int32_t T_CALL T_SetTIFFOption(const T_TIFFOption* option) {
-  if (option == nullptr) return T_ERR_ARGUMENT;
+  if (exports::missing(option)) return T_ERR_ARGUMENT;
   settings.tiff = *option;
   return T_OK;
 }

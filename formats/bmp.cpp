@@ -5,7 +5,6 @@
 
 #include "base/byte_source.h"
 #include "base/endian.h"
-#include "core/notice.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
 #include "io/output_file.h"
@@ -102,10 +101,8 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context) {
-  TRY(core::check_notice());
-  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
   io::InputFile file;
-  TRY(file.open(name));
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
   Header header;
   TRY(read_headers(file, header));
   process::SourcePicture picture = dib::describe(header.dib);

@@ -8,7 +8,6 @@
 #include "base/byte_source.h"
 #include "codec/ccitt_decoder.h"
 #include "codec/ccitt_encoder.h"
-#include "core/notice.h"
 #include "formats/plausible.h"
 #include "io/output_file.h"
 #include "process/row_delivery.h"
@@ -152,10 +151,8 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context) {
-  TRY(core::check_notice());
-  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
   io::InputFile file;
-  TRY(file.open(name));
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
   Header header;
   TRY(parse_header(file, header));
   const process::SourcePicture picture = describe(header);

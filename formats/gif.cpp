@@ -8,7 +8,6 @@
 #include "base/settings.h"
 #include "codec/lzw.h"
 #include "color/index_rows.h"
-#include "core/notice.h"
 #include "formats/plausible.h"
 #include "io/output_file.h"
 #include "platform/platform.h"
@@ -187,10 +186,8 @@ Status decode_rows(const process::SourcePicture& picture, lzw::LowFirstDecoder& 
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context) {
-  TRY(core::check_notice());
-  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
   io::InputFile file;
-  TRY(file.open(name));
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
   ByteSource bytes(file);
   TRY(bytes.start());
   uint32_t file_bytes = 0;

@@ -8,7 +8,6 @@
 #include "color/palettes.h"
 #include "compress/cmp_layout.h"
 #include "core/bitmap.h"
-#include "core/notice.h"
 #include "core/rows.h"
 #include "formats/plausible.h"
 #include "io/input_file.h"
@@ -62,8 +61,7 @@ Status parse_container(std::span<const uint8_t> head, Container& container) {
   return kOk;
 }
 
-Status open_container(io::InputFile& file, const char* name, Container& container) {
-  TRY(file.open(name));
+Status read_container(io::InputFile& file, Container& container) {
   std::array<uint8_t, kLargestContainerHead> head;
   size_t got = 0;
   TRY(file.read_up_to(head, got));
@@ -227,11 +225,10 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
 
 Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
                   void* context, int32_t option) {
-  TRY(core::check_notice());
-  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
   io::InputFile file;
   Container container;
-  TRY(open_container(file, name, container));
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
+  TRY(read_container(file, container));
   read_trailer(file, container);
   ByteSource source(file);
   TRY(source.start());

@@ -35,8 +35,8 @@ struct Container {
 Status parse_container(std::span<const uint8_t> head, Container& container);
 inline constexpr size_t kLargestContainerHead = 27;
 
-// Opens a file of either kind.
-Status open_container(io::InputFile& file, const char* name, Container& container);
+// The same of a file of either kind that has just been opened.
+Status read_container(io::InputFile& file, Container& container);
 
 // Decodes one picture and delivers its rows, in pieces if the caller wants that.
 class PictureDecoder {

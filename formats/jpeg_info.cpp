@@ -1,7 +1,6 @@
 #include "formats/jpeg_info.h"
 
 #include "compress/coding.h"
-#include "core/notice.h"
 #include "formats/jpeg.h"
 #include "formats/jpeg_stamp.h"
 
@@ -37,28 +36,30 @@ void describe_frame(const Decoder& decoder, T_JPEGINFO& info) {
 }  // namespace
 
 Status read_info(const char* name, T_JPEGINFO& info) {
-  info = T_JPEGINFO{};
-  TRY(core::check_notice());
   io::InputFile file;
   Container container;
-  TRY(open_container(file, name, container));
+  TRY(file.open(name));
+  TRY(read_container(file, container));
   ByteSource source(file);
   TRY(source.start(4096));
   PictureDecoder picture;
   TRY(read_header(picture, file, source, container));
-  info.Format = container.format;
-  info.HalfHeight = container.is_half_height ? 1 : 0;
-  describe_frame(picture.decoder(), info);
-  describe_quality(picture.decoder(), container, info);
+  T_JPEGINFO told = {};
+  told.Format = container.format;
+  told.HalfHeight = container.is_half_height ? 1 : 0;
+  describe_frame(picture.decoder(), told);
+  describe_quality(picture.decoder(), container, told);
   StampPlace stamp;
   const Status found = find_stamp(file, container, stamp);
   if (found == kNoMemory) return found;
   if (found.ok()) {
-    info.StampWidth = static_cast<int32_t>(stamp.width);
-    info.StampHeight = static_cast<int32_t>(stamp.height);
-    info.StampBits = static_cast<int32_t>(stamp.bits);
+    told.StampWidth = static_cast<int32_t>(stamp.width);
+    told.StampHeight = static_cast<int32_t>(stamp.height);
+    told.StampBits = static_cast<int32_t>(stamp.bits);
   }
-  return file.failure();
+  TRY(file.failure());
+  info = told;
+  return kOk;
 }
 
 }  // namespace tavo::jpeg

@@ -6,7 +6,7 @@
 
 namespace tavo::jpeg {
 
-// T_GetJPEGInfo.
+// T_GetJPEGInfo; `info` is touched only when all went well.
 Status read_info(const char* name, T_JPEGINFO& info);
 
 }  // namespace tavo::jpeg

@@ -3,14 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/notice.h"
-
 namespace tavo::jpeg {
 
 Status PushDecoder::start(T_RowSink sink, int32_t bits_per_pixel, int32_t order, void* context) {
   is_started_ = false;
-  TRY(core::check_notice());
-  if (sink == nullptr || !io::is_request_depth(bits_per_pixel)) return kBadArgument;
+  if (!is_request_depth(bits_per_pixel)) return kBadArgument;
   if (order != T_ORDER_RGB && order != T_ORDER_BGR) return kBadArgument;
   sink_ = sink;
   bits_ = bits_per_pixel;

@@ -26,7 +26,6 @@ class PushDecoder {
   Status start(T_RowSink sink, int32_t bits_per_pixel, int32_t order, void* context);
   Status push(std::span<const uint8_t> bytes);
   Status end();
-  bool is_started() const { return is_started_; }
 
  private:
   Status append(std::span<const uint8_t> bytes);

@@ -10,7 +10,6 @@
 #include "color/palettes.h"
 #include "compress/cmp_layout.h"
 #include "core/bitmap.h"
-#include "core/notice.h"
 #include "core/rows.h"
 
 namespace tavo::jpeg {
@@ -202,12 +201,12 @@ Status find_stamp(io::InputFile& file, const Container& container, StampPlace& s
 }
 
 Status read_stamp(const char* name, BitmapHandle& bitmap) {
-  TRY(core::check_notice());
   io::InputFile file;
   Container container;
   StampPlace stamp;
+  TRY(file.open(name));
   // Too short to be known.
-  if (const Status status = open_container(file, name, container); !status.ok()) {
+  if (const Status status = read_container(file, container); !status.ok()) {
     return status == kReadError ? kBadData : status;
   }
   TRY(find_stamp(file, container, stamp));

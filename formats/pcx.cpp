@@ -7,7 +7,6 @@
 #include "base/endian.h"
 #include "base/settings.h"
 #include "core/bitmap.h"
-#include "core/notice.h"
 #include "formats/dcx.h"
 #include "formats/pcx_planes.h"
 #include "formats/pcx_runs.h"
@@ -198,10 +197,8 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context) {
-  TRY(core::check_notice());
-  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
   io::InputFile file;
-  TRY(file.open(name));
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
   dcx::Page page;
   TRY(dcx::locate(file, settings.page_number, page));
   Header header;

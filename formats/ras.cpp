@@ -11,7 +11,6 @@
 #include "base/settings.h"
 #include "base/vector_sse2.h"
 #include "core/bitmap.h"
-#include "core/notice.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
 #include "io/output_file.h"
@@ -254,10 +253,8 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context) {
-  TRY(core::check_notice());
-  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
   io::InputFile file;
-  TRY(file.open(name));
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
   ByteSource bytes(file);
   TRY(bytes.start());
   std::array<uint8_t, kHeaderSize> head;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/settings.h"
-#include "core/notice.h"
 #include "formats/tiff_directory.h"
 #include "formats/tiff_image.h"
 #include "formats/tiff_jpeg.h"
@@ -72,10 +71,8 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context) {
-  TRY(core::check_notice());
-  if (!io::is_request_depth(bits_per_pixel)) return kBadArgument;
   io::InputFile file;
-  TRY(file.open(name));
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
   Directory directory;
   TRY(directory.open(file, settings.page_number));
   Image image;

@@ -43,7 +43,7 @@ struct ProbeInput {
 using Probe = Status (*)(const ProbeInput& input, FILEINFO& info);
 
 // A streaming reader: decodes the file `name` and hands its rows to `sink`, as the trio of
-// tavo45.h documents.
+// tavo45.h documents. Exports have checked the notice.
 using Reader = Status (*)(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                           int32_t bits_per_pixel, void* context);
 
@@ -57,7 +57,12 @@ using Writer = Status (*)(const char* name, BitmapHandle* bitmap, const SaveRequ
 // they are.
 using HoldsPages = bool (*)(std::span<const uint8_t> head);
 
-// The depths that a direct call of a reader may ask for.
+// Opens the file of a reader: kBadArgument for a depth that nobody may ask for, then
+// InputFile::open's statuses.
+inline Status open_for_rows(InputFile& file, const char* name, int32_t bits_per_pixel) {
+  return is_request_depth(bits_per_pixel) ? file.open(name) : kBadArgument;
+}
+
 using tavo::is_request_depth;
 
 }  // namespace tavo::io

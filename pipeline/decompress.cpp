@@ -33,7 +33,7 @@ Status decompress_bitmap(const char* name, BitmapHandle& bitmap, int32_t bits_pe
   FILEINFO info;
   TRY(identify(name, info));
   if (!is_jpeg(info)) return kNoFormat;
-  const int32_t bits = io::is_request_depth(bits_per_pixel) ? bits_per_pixel : info.BitsPerPixel;
+  const int32_t bits = is_request_depth(bits_per_pixel) ? bits_per_pixel : info.BitsPerPixel;
   TRY(prepare(bitmap, info, bits));
   const process::BatchesByHeight batches;
   core::access_bitmap(bitmap);
