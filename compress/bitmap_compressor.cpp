@@ -1,8 +1,7 @@
 #include "compress/bitmap_compressor.h"
 
 #include "core/bitmap.h"
-#include "core/progress.h"
-#include "core/rows.h"
+#include "process/row_feed.h"
 
 namespace tavo::compress {
 
@@ -10,46 +9,6 @@ namespace {
 
 // 12 bytes a pixel of the row, as the buffer interface's own callers use.
 uint32_t buffer_bytes(int32_t width) { return static_cast<uint32_t>(width) * 12; }
-
-Status feed(BitmapHandle& bitmap, StripFeeder& feeder, Compressor& compressor) {
-  Buffer row;
-  TRY(row.allocate(bitmap.BytesPerLine));
-  core::Progress progress;
-  TRY(progress.start());
-  const auto height = static_cast<uint32_t>(bitmap.Height);
-  for (uint32_t y = 0; y < height; ++y) {
-    TRY(core::get_row(bitmap, core::stored_row(bitmap, y), row.bytes()));
-    TRY(feeder.add(compressor, row.data(), 0, 1));
-    TRY(progress.at(y + 1, height));
-  }
-  TRY(feeder.finish(compressor));
-  return progress.finish();
-}
-
-Status compress_as(BitmapHandle& bitmap, const char* name, int32_t output_type, int32_t quality,
-                   bool is_gray, const Stamp* stamp) {
-  CompressionSetup setup = make_setup(bitmap, output_type, quality);
-  setup.bits_per_pixel = is_gray ? 8 : 24;
-  setup.is_gray = is_gray;
-  setup.is_top_first = true;
-  setup.stamp = stamp;
-  TRY(check_setup(setup, kStripRows));  // before there is a file
-  if (!core::has_storage(bitmap)) return kNoStorage;
-
-  Buffer strip;
-  StripFeeder feeder;
-  Compressor compressor;
-  io::OutputFile file;
-  TRY(strip.allocate(kStripRows * strip_row_bytes(setup)));
-  TRY(feeder.start(bitmap, is_gray ? StripRows::Target::kGray : StripRows::Target::kColor,
-                   strip.data()));
-  TRY(file.create_write_only(name));
-  TRY(compressor.start(setup, kStripRows, buffer_bytes(setup.width), write_to_file, &file));
-  const core::AccessScope accessed(bitmap);
-  TRY(feed(bitmap, feeder, compressor));
-  TRY(compressor.end());
-  return file.finish();
-}
 
 // Output types by format identifier.
 int32_t output_type(int32_t format) {
@@ -103,17 +62,58 @@ Status StripFeeder::finish(Compressor& compressor) {
   return compressor.add_rows(strip_, strip_row_bytes_, rows);
 }
 
+Status Writer::prepare(const io::SaveRequest& request, const BitmapHandle& picture,
+                       io::RowLayout& layout) {
+  if (request.format != 0) {
+    choice_.output_type = output_type(request.format);
+    choice_.quality = request.quality;
+    choice_.is_gray = request.depth == 1 || request.depth == 8;
+  }
+  setup_ = make_setup(picture, choice_.output_type, choice_.quality);
+  setup_.bits_per_pixel = choice_.is_gray ? 8 : 24;
+  setup_.is_gray = choice_.is_gray;
+  setup_.is_top_first = layout.is_top_first;
+  setup_.stamp = choice_.stamp;
+  TRY(check_setup(setup_, kStripRows));
+  // As they are: strips take rows of any kind.
+  layout.bits = picture.BitsPerPixel;
+  layout.order = picture.Order;
+  row_bytes_ = core::bytes_per_line(picture.Width, picture.BitsPerPixel);
+  TRY(strip_.allocate(kStripRows * strip_row_bytes(setup_)));
+  return feeder_.start(picture,
+                       choice_.is_gray ? StripRows::Target::kGray : StripRows::Target::kColor,
+                       strip_.data());
+}
+
+Status Writer::begin(const io::SaveRequest& request, const BitmapHandle&) {
+  TRY(file_.create_write_only(request.name));
+  return compressor_.start(setup_, kStripRows, buffer_bytes(setup_.width), write_to_file, &file_);
+}
+
+Status Writer::put(std::span<const uint8_t> rows) {
+  const auto count = static_cast<uint32_t>(rows.size() / row_bytes_);
+  return feeder_.add(compressor_, rows.data(), row_bytes_, count);
+}
+
+Status Writer::finish() {
+  TRY(feeder_.finish(compressor_));
+  TRY(compressor_.end());
+  return file_.finish();
+}
+
+Status write(io::WriterUse use) {
+  Writer writer;
+  return use(writer);
+}
+
 Status compress_bitmap(BitmapHandle& bitmap, const char* name, int32_t output_type, int32_t quality,
                        const Stamp* stamp) {
   const bool is_marked = core::has_flag(bitmap, T_FLAG_GRAY);
   if (is_marked && bitmap.BitsPerPixel > 1 && bitmap.BitsPerPixel < 8) return kNoFormat;
   const bool is_gray = bitmap.BitsPerPixel == 1 || (is_marked && bitmap.BitsPerPixel == 8);
-  return compress_as(bitmap, name, output_type, quality, is_gray, stamp);
-}
-
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
-  const bool is_gray = request.depth == 1 || request.depth == 8;
-  return compress_as(*bitmap, name, output_type(request.format), request.quality, is_gray, nullptr);
+  Writer writer({output_type, quality, is_gray, stamp});
+  const core::AccessScope accessed(bitmap);
+  return process::write_bitmap(writer, {.name = name}, bitmap);
 }
 
 }  // namespace tavo::compress

@@ -6,22 +6,13 @@
 #include "base/status.h"
 #include "compress/compressor.h"
 #include "compress/strip_rows.h"
-#include "io/format.h"
-#include "io/output_file.h"
+#include "io/row_writer.h"
 #include "tavo45.h"
 
 namespace tavo::compress {
 
 // Rows in a strip of the library's own callers.
 inline constexpr uint32_t kStripRows = 16;
-
-// T_CompressBitmap; with a stamp for T_CompressBitmapWithStamp, null for none.
-Status compress_bitmap(BitmapHandle& bitmap, const char* name, int32_t output_type, int32_t quality,
-                       const Stamp* stamp);
-
-// The writer of format identifiers 10, 11 and 20 to 24. Depths 1 and 8 are written grey, all
-// others as colours.
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request);
 
 // A ByteSink::Write into the OutputFile at `context`.
 Status write_to_file(void* context, std::span<const uint8_t> bytes);
@@ -44,5 +35,43 @@ class StripFeeder {
   size_t strip_row_bytes_ = 0;
   uint32_t gathered_ = 0;
 };
+
+// How a picture is compressed.
+struct Choice {
+  int32_t output_type = 0;
+  int32_t quality = 0;
+  bool is_gray = false;
+  const Stamp* stamp = nullptr;  // null for none
+};
+
+// Writes compressed files: as it was told, or when the request names a format as that one is,
+// depths 1 and 8 grey and all others in colours. Rows may come bottom first; a stream says so then.
+class Writer final : public io::RowWriter {
+ public:
+  Writer() : RowWriter(this) {}
+  explicit Writer(const Choice& choice) : RowWriter(this), choice_(choice) {}
+
+  Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
+                 io::RowLayout& layout);
+  Status begin(const io::SaveRequest& request, const BitmapHandle& picture);
+  Status put(std::span<const uint8_t> rows);
+  Status finish();
+
+ private:
+  Choice choice_;
+  CompressionSetup setup_;
+  size_t row_bytes_ = 0;
+  Buffer strip_;
+  StripFeeder feeder_;
+  Compressor compressor_;
+  io::OutputFile file_;
+};
+
+// The writer of format identifiers 10, 11 and 20 to 24.
+Status write(io::WriterUse use);
+
+// T_CompressBitmap; with a stamp for T_CompressBitmapWithStamp, null for none.
+Status compress_bitmap(BitmapHandle& bitmap, const char* name, int32_t output_type, int32_t quality,
+                       const Stamp* stamp);
 
 }  // namespace tavo::compress

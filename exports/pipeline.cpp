@@ -68,9 +68,9 @@ int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowC
 
 int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                           int32_t bitsPerPixel, int32_t quality, uint32_t flags, uint32_t direct,
-                          uint32_t extra) {
+                          uint32_t) {
   if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
-  const pipeline::SaveOptions options{format, bitsPerPixel, quality, flags, direct != 0, extra};
+  const pipeline::SaveOptions options{format, bitsPerPixel, quality, flags, direct != 0};
   return pipeline::save(name, *bitmap, options).code();
 }
 

@@ -5,12 +5,11 @@
 
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "core/bitmap.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
-#include "io/output_file.h"
 #include "process/dib_rows.h"
 #include "process/row_delivery.h"
-#include "process/row_fetch.h"
 
 namespace tavo::bmp {
 
@@ -121,13 +120,17 @@ uint32_t per_meter(int32_t per_inch) {
   return static_cast<uint32_t>((int64_t{per_inch} * 10000 + 127) / 254);
 }
 
+uint32_t palette_entries(int32_t depth) { return depth <= 8 ? 1u << depth : 0; }
+
+uint32_t headers_size(int32_t depth, bool is_os2) {
+  const size_t fixed = kFileHeaderSize + (is_os2 ? kCoreHeaderSize : kInfoHeaderSize);
+  return static_cast<uint32_t>(fixed) + palette_entries(depth) * (is_os2 ? 3 : 4);
+}
+
 Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
                      uint32_t row_bytes, bool is_os2) {
-  const uint32_t entries = depth <= 8 ? 1u << depth : 0;
-  const uint32_t entry_size = is_os2 ? 3 : 4;
   const auto info_size = static_cast<uint32_t>(is_os2 ? kCoreHeaderSize : kInfoHeaderSize);
-  const auto data_offset =
-      static_cast<uint32_t>(kFileHeaderSize) + info_size + entries * entry_size;
+  const uint32_t data_offset = headers_size(depth, is_os2);
   const uint32_t image_size = row_bytes * static_cast<uint32_t>(bitmap.Height);
 
   std::array<uint8_t, kFileHeaderSize + kInfoHeaderSize> bytes = {'B', 'M'};
@@ -149,52 +152,65 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
     store_le32(&bytes[42], per_meter(bitmap.YResolution));
   }
   TRY(file.write({bytes.data(), kFileHeaderSize + info_size}));
-  for (uint32_t i = 0; i < entries; ++i) {
+  for (uint32_t i = 0; i < palette_entries(depth); ++i) {
     const T_PaletteEntry& color = bitmap.Info.Palette[i];
     const std::array<uint8_t, 4> entry = {color.Blue, color.Green, color.Red, 0};
-    TRY(file.write({entry.data(), entry_size}));
+    TRY(file.write({entry.data(), is_os2 ? size_t{3} : size_t{4}}));
   }
   return kOk;
 }
 
-Status write_rows(io::OutputFile& file, BitmapHandle& bitmap, process::RowFetch& rows) {
-  constexpr uint32_t kPiece = 1 << 20;
-  const auto height = static_cast<uint32_t>(bitmap.Height);
-  const bool bottom_first = bitmap.ViewPerspective >= 2;
-  const uint32_t piece = std::max(1u, kPiece / rows.row_bytes());
-  for (uint32_t y = 0; y < height;) {
-    const uint32_t count = bottom_first ? std::min(piece, height - y) : 1;
-    const uint32_t first = bottom_first ? y : height - 1 - y;
-    std::span<const uint8_t> whole = rows.in_place(first, count);
-    if (!whole.empty()) {
-      TRY(file.write(whole));
-      TRY(rows.skip(count));
-      y += count;
-      continue;
-    }
-    std::span<uint8_t> row;
-    TRY(rows.stored(first, row));
-    TRY(file.write(row));
-    ++y;
+// Files hold the bottom row first.
+class Writer final : public io::RowWriter {
+ public:
+  Writer() : RowWriter(this, io::RowOrder::kAny) {}
+
+  Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
+                 io::RowLayout& layout) {
+    is_os2_ = request.format == T_FORMAT_BMP_OS2;
+    if (is_os2_ && !io::has_16_bit_size(picture)) return kBadSize;
+    row_bytes_ = core::bytes_per_line(picture.Width, request.depth);
+    is_reversed_ = layout.is_top_first;
+    return kOk;
   }
-  return rows.finish();
-}
+
+  Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
+    const auto height = static_cast<uint32_t>(picture.Height);
+    end_ = headers_size(request.depth, is_os2_) + uint64_t{row_bytes_} * height;
+    TRY(file_.create(request.name));
+    return write_headers(file_, picture, request.depth, row_bytes_, is_os2_);
+  }
+
+  Status put(std::span<const uint8_t> rows) {
+    return is_reversed_ ? put_reversed(rows) : file_.write(rows);
+  }
+
+  Status finish() { return file_.finish(); }
+
+ private:
+  Status put_reversed(std::span<const uint8_t> rows) {
+    if (reversed_.size() < rows.size()) TRY(reversed_.allocate(rows.size()));
+    const std::span<uint8_t> out = reversed_.bytes().first(rows.size());
+    for (size_t at = 0; at < rows.size(); at += row_bytes_) {
+      std::ranges::copy(rows.subspan(at, row_bytes_), out.end() - (at + row_bytes_));
+    }
+    end_ -= rows.size();
+    return file_.write_at(end_, out);
+  }
+
+  io::OutputFile file_;
+  bool is_os2_ = false;
+  bool is_reversed_ = false;
+  uint32_t row_bytes_ = 0;
+  uint64_t end_ = 0;  // where the last row put begins, or the rows end
+  Buffer reversed_;
+};
 
 }  // namespace
 
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
-  const int32_t depth = request.depth;
-  if (depth != 1 && depth != 4 && depth != 8 && depth != 24) return kBadDepth;
-  const bool is_os2 = request.format == T_FORMAT_BMP_OS2;
-  const bool fits_core_header = bitmap->Width <= UINT16_MAX && bitmap->Height <= UINT16_MAX;
-  if (is_os2 && !fits_core_header) return kBadSize;
-  process::RowFetch rows(*bitmap, depth, T_ORDER_BGR);
-  TRY(rows.start());
-  io::OutputFile file;
-  TRY(file.create(name));
-  TRY(write_headers(file, *bitmap, depth, rows.row_bytes(), is_os2));
-  TRY(write_rows(file, *bitmap, rows));
-  return file.finish();
+Status write(io::WriterUse use) {
+  Writer writer;
+  return use(writer);
 }
 
 }  // namespace tavo::bmp

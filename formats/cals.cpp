@@ -9,9 +9,7 @@
 #include "codec/ccitt_decoder.h"
 #include "codec/ccitt_encoder.h"
 #include "formats/plausible.h"
-#include "io/output_file.h"
 #include "process/row_delivery.h"
-#include "process/row_fetch.h"
 #include "process/source_picture.h"
 
 namespace tavo::cals {
@@ -206,29 +204,41 @@ Status write_header(io::OutputFile& file, const BitmapHandle& bitmap) {
   return file.write_zeros((kRecords - kRecordsRead) * kRecordSize);
 }
 
+class Writer final : public io::RowWriter {
+ public:
+  Writer() : RowWriter(this), encoder_(file_) {}
+
+  Status prepare(const io::SaveRequest&, const BitmapHandle& picture, io::RowLayout& layout) {
+    static constexpr T_PaletteEntry kWhiteBlack[2] = {{255, 255, 255, 0}, {0, 0, 0, 0}};
+    const bool is_1bit = picture.BitsPerPixel == 1;
+    layout.inverts = is_1bit && picture.Info.Palette[0].Red == 0;
+    if (!is_1bit) layout.palette = kWhiteBlack;
+    return kOk;
+  }
+
+  Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
+    TRY(file_.create(request.name));
+    TRY(write_header(file_, picture));
+    return encoder_.start({ccitt::Coding::kGroup4}, static_cast<uint32_t>(picture.Width));
+  }
+
+  Status put_row(std::span<const uint8_t> row) { return encoder_.encode_row(row); }
+
+  Status finish() {
+    TRY(encoder_.finish());
+    return file_.finish();
+  }
+
+ private:
+  io::OutputFile file_;
+  ccitt::Encoder encoder_;
+};
+
 }  // namespace
 
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
-  if (request.depth != 1) return kBadDepth;
-  constexpr T_PaletteEntry kWhiteBlack[2] = {{255, 255, 255, 0}, {0, 0, 0, 0}};
-  const bool is_1bit = bitmap->BitsPerPixel == 1;
-  const bool inverts = is_1bit && bitmap->Info.Palette[0].Red == 0;
-  process::RowFetch rows(*bitmap, 1, T_ORDER_BGR, is_1bit ? nullptr : kWhiteBlack);
-  TRY(rows.start());
-  io::OutputFile file;
-  TRY(file.create(name));
-  TRY(write_header(file, *bitmap));
-  ccitt::Encoder encoder(file);
-  TRY(encoder.start({ccitt::Coding::kGroup4}, static_cast<uint32_t>(bitmap->Width)));
-  for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap->Height); ++y) {
-    std::span<uint8_t> row;
-    TRY(rows.picture(y, row));
-    if (inverts) std::ranges::transform(row, row.begin(), [](uint8_t b) { return uint8_t(~b); });
-    TRY(encoder.encode_row(row));
-  }
-  TRY(encoder.finish());
-  TRY(file.finish());
-  return rows.finish();
+Status write(io::WriterUse use) {
+  Writer writer;
+  return use(writer);
 }
 
 }  // namespace tavo::cals

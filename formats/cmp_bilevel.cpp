@@ -9,9 +9,7 @@
 #include "color/gray.h"
 #include "compress/cmp_layout.h"
 #include "formats/plausible.h"
-#include "io/output_file.h"
 #include "process/row_delivery.h"
-#include "process/row_fetch.h"
 #include "process/source_picture.h"
 
 namespace tavo::bilevel {
@@ -133,28 +131,45 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   return rows.finish();
 }
 
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
-  if (request.depth != 1) return kBadDepth;
-  constexpr T_PaletteEntry kBlackWhite[2] = {{0, 0, 0, 0}, {255, 255, 255, 0}};
-  const T_PaletteEntry* palette = bitmap->BitsPerPixel == 1 ? bitmap->Info.Palette : kBlackWhite;
-  // The lighter colour is the background, which the code treats as white.
-  const bool is_inverted = color::gray_level(palette[1]) > color::gray_level(palette[0]);
-  process::RowFetch rows(*bitmap, 1, T_ORDER_BGR, palette);
-  TRY(rows.start());
-  io::OutputFile file;
-  TRY(file.create(name));
-  TRY(file.write(make_header(*bitmap, palette, is_inverted)));
-  ccitt::Encoder encoder(file);
-  TRY(encoder.start({ccitt::Coding::kGroup4}, static_cast<uint32_t>(bitmap->Width)));
-  for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap->Height); ++y) {
-    std::span<uint8_t> row;
-    TRY(rows.picture(y, row));
-    if (is_inverted) invert(row);
-    TRY(encoder.encode_row(row));
+namespace {
+
+class Writer final : public io::RowWriter {
+ public:
+  Writer() : RowWriter(this), encoder_(file_) {}
+
+  Status prepare(const io::SaveRequest&, const BitmapHandle& picture, io::RowLayout& layout) {
+    static constexpr T_PaletteEntry kBlackWhite[2] = {{0, 0, 0, 0}, {255, 255, 255, 0}};
+    if (picture.BitsPerPixel != 1) layout.palette = kBlackWhite;
+    // The lighter colour is the background, which the code treats as white.
+    layout.inverts = color::gray_level(layout.palette[1]) > color::gray_level(layout.palette[0]);
+    header_ = make_header(picture, layout.palette, layout.inverts);
+    return kOk;
   }
-  TRY(encoder.finish());
-  TRY(file.finish());
-  return rows.finish();
+
+  Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
+    TRY(file_.create(request.name));
+    TRY(file_.write(header_));
+    return encoder_.start({ccitt::Coding::kGroup4}, static_cast<uint32_t>(picture.Width));
+  }
+
+  Status put_row(std::span<const uint8_t> row) { return encoder_.encode_row(row); }
+
+  Status finish() {
+    TRY(encoder_.finish());
+    return file_.finish();
+  }
+
+ private:
+  io::OutputFile file_;
+  ccitt::Encoder encoder_;
+  std::array<uint8_t, kHeaderSize> header_ = {};
+};
+
+}  // namespace
+
+Status write(io::WriterUse use) {
+  Writer writer;
+  return use(writer);
 }
 
 }  // namespace tavo::bilevel

@@ -9,10 +9,8 @@
 #include "codec/lzw.h"
 #include "color/index_rows.h"
 #include "formats/plausible.h"
-#include "io/output_file.h"
 #include "platform/platform.h"
 #include "process/row_delivery.h"
-#include "process/row_fetch.h"
 
 namespace tavo::gif {
 
@@ -269,40 +267,54 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap) {
   return file.write(image);
 }
 
-Status write_image(io::OutputFile& file, const BitmapHandle& bitmap, lzw::LowFirstEncoder& encoder,
-                   PacketWriter& packets, process::RowFetch& rows) {
-  TRY(write_headers(file, bitmap));
-  const auto height = static_cast<uint32_t>(bitmap.Height);
-  for (uint32_t y = 0; y < height; ++y) {
-    std::span<uint8_t> row;
-    TRY(rows.picture(y, row));
-    TRY(encoder.encode(row.first(static_cast<size_t>(bitmap.Width))));
+class Writer final : public io::RowWriter {
+ public:
+  Writer() : RowWriter(this), packets_(file_), encoder_(packets_) {}
+  // A picture that breaks off is closed all the same: what there is of it can be read.
+  ~Writer() {
+    if (is_begun_) (void)close();
   }
-  TRY(encoder.finish());
-  TRY(packets.finish());
-  return rows.finish();
-}
+
+  Status prepare(const io::SaveRequest&, const BitmapHandle& picture, io::RowLayout&) {
+    if (!io::has_16_bit_size(picture)) return kBadSize;
+    width_ = static_cast<size_t>(picture.Width);
+    return encoder_.start(8);
+  }
+
+  Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
+    TRY(file_.create(request.name));
+    is_begun_ = true;
+    return write_headers(file_, picture);
+  }
+
+  Status put_row(std::span<const uint8_t> row) { return encoder_.encode(row.first(width_)); }
+
+  Status finish() {
+    TRY(encoder_.finish());
+    TRY(packets_.finish());
+    return close();
+  }
+
+ private:
+  Status close() {
+    is_begun_ = false;
+    constexpr std::array<uint8_t, 2> kEnd = {0, kTrailer};
+    TRY(file_.write(kEnd));
+    return file_.finish();
+  }
+
+  io::OutputFile file_;
+  PacketWriter packets_;
+  lzw::LowFirstEncoder encoder_;
+  size_t width_ = 0;
+  bool is_begun_ = false;
+};
 
 }  // namespace
 
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
-  if (request.depth != 8) return kBadDepth;
-  if (bitmap->Width > UINT16_MAX || bitmap->Height > UINT16_MAX) return kBadSize;
-  process::RowFetch rows(*bitmap, 8, T_ORDER_RGB);
-  TRY(rows.start());
-  io::OutputFile file;
-  PacketWriter packets(file);
-  lzw::LowFirstEncoder encoder(packets);
-  TRY(encoder.start(8));
-  TRY(file.create(name));
-  const Status status = write_image(file, *bitmap, encoder, packets, rows);
-  // A picture that breaks off is closed all the same: what there is of it can be read.
-  const std::array<uint8_t, 2> end = {0, kTrailer};
-  const Status ended = file.write(end);
-  const Status finished = file.finish();
-  TRY(status);
-  TRY(ended);
-  return finished;
+Status write(io::WriterUse use) {
+  Writer writer;
+  return use(writer);
 }
 
 }  // namespace tavo::gif

@@ -11,9 +11,7 @@
 #include "formats/pcx_planes.h"
 #include "formats/pcx_runs.h"
 #include "formats/plausible.h"
-#include "io/output_file.h"
 #include "process/row_delivery.h"
-#include "process/row_fetch.h"
 
 namespace tavo::pcx {
 
@@ -269,59 +267,85 @@ Status write_trailer(io::OutputFile& file, const Palette& palette) {
   return file.write(trailer);
 }
 
-Status write_line(io::OutputFile& file, std::span<uint8_t> line, Buffer& coded) {
-  return file.write(coded.bytes().first(encode_line(line, coded.data())));
-}
+class Writer final : public io::RowWriter {
+ public:
+  Writer() : RowWriter(this) {}
 
-// Rows of fewer than 24 bits are lines as they are: their padding is zero and reaches further.
-Status write_rows(io::OutputFile& file, const BitmapHandle& bitmap, bool is_true_color,
-                  uint32_t line_bytes, process::RowFetch& rows) {
-  const auto width = static_cast<uint32_t>(bitmap.Width);
-  const uint32_t stride = line_bytes + static_cast<uint32_t>(kLineSlack);
-  Buffer coded, planes;
-  TRY(coded.allocate(encoded_limit(line_bytes)));
-  if (is_true_color) TRY(planes.allocate(uint64_t{3} * stride));
-  for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap.Height); ++y) {
-    std::span<uint8_t> row;
-    TRY(rows.picture(y, row));
-    if (!is_true_color) {
-      TRY(write_line(file, row.first(line_bytes), coded));
-      continue;
+  Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
+                 io::RowLayout& layout) {
+    const int32_t depth = request.depth;
+    width_ = static_cast<uint32_t>(picture.Width);
+    const uint64_t plane_bytes = core::packed_bytes(width_, std::min(depth, 8));
+    const uint64_t line_bytes = (plane_bytes + 1) / 2 * 2;
+    constexpr int32_t kMaxSize = UINT16_MAX + 1;
+    if (picture.Width > kMaxSize || picture.Height > kMaxSize || line_bytes > UINT16_MAX) {
+      return kBadSize;
     }
-    split_bytes(row.data(), width, planes.data(), stride);
-    for (uint32_t i = 0; i < 3; ++i) {
-      const std::span<uint8_t> line = planes.bytes().subspan(size_t{i} * stride, line_bytes);
-      if (line_bytes > width) line.back() = 0;
-      TRY(write_line(file, line, coded));
-    }
+    line_bytes_ = static_cast<uint32_t>(line_bytes);
+    stride_ = line_bytes_ + static_cast<uint32_t>(kLineSlack);
+    planes_ = depth == 24 ? 3 : 1;
+    choose_palette(picture, depth, palette_);
+    layout.order = T_ORDER_RGB;
+    layout.palette = palette_;
+    TRY(lines_.allocate(uint64_t{planes_} * stride_));
+    return coded_.allocate(encoded_limit(line_bytes));
   }
-  return rows.finish();
-}
+
+  Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
+    has_trailer_ = request.depth == 8;
+    TRY(file_.open(request.name, request.target));
+    if (request.target == io::Target::kExtend) TRY(dcx::begin_page(file_));
+    return write_header(file_, picture, request.depth, line_bytes_, palette_);
+  }
+
+  // Rows of fewer than 24 bits are lines as they are: their padding is zero and reaches further.
+  Status put_row(std::span<const uint8_t> row) {
+    if (planes_ == 1) {
+      std::memcpy(lines_.data(), row.data(), line_bytes_);
+      return write_line(0);
+    }
+    split_row(row.data());
+    for (uint32_t i = 0; i < planes_; ++i) TRY(write_line(i));
+    return kOk;
+  }
+
+  Status finish() {
+    if (has_trailer_) TRY(write_trailer(file_, palette_));
+    return file_.finish();
+  }
+
+ private:
+  // The loop reads whole groups of pixels: those at the end are brought to where they may be read.
+  void split_row(const uint8_t* row) {
+    const uint32_t whole = width_ / kSplitPixels * kSplitPixels;
+    split_bytes(row, whole, lines_.data(), stride_);
+    std::array<uint8_t, size_t{3} * kSplitPixels> last;
+    std::copy_n(row + size_t{3} * whole, 3 * (width_ - whole), last.begin());
+    split_bytes(last.data(), width_ - whole, lines_.data() + whole, stride_);
+  }
+
+  Status write_line(uint32_t plane) {
+    const std::span<uint8_t> line = lines_.bytes().subspan(size_t{plane} * stride_, line_bytes_);
+    if (planes_ > 1 && line_bytes_ > width_) line.back() = 0;
+    return file_.write(coded_.bytes().first(encode_line(line, coded_.data())));
+  }
+
+  io::OutputFile file_;
+  Palette palette_ = {};
+  uint32_t width_ = 0;
+  uint32_t planes_ = 1;
+  uint32_t line_bytes_ = 0;  // of each plane
+  uint32_t stride_ = 0;
+  bool has_trailer_ = false;
+  Buffer lines_;  // of one row, a plane each
+  Buffer coded_;
+};
 
 }  // namespace
 
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
-  const int32_t depth = request.depth;
-  if (depth != 1 && depth != 4 && depth != 8 && depth != 24) return kBadDepth;
-  const uint64_t plane_bytes =
-      core::packed_bytes(static_cast<uint64_t>(bitmap->Width), std::min(depth, 8));
-  const uint64_t line_bytes = (plane_bytes + 1) / 2 * 2;
-  constexpr int32_t kMaxSize = UINT16_MAX + 1;
-  if (bitmap->Width > kMaxSize || bitmap->Height > kMaxSize || line_bytes > UINT16_MAX) {
-    return kBadSize;
-  }
-  Palette palette = {};
-  choose_palette(*bitmap, depth, palette);
-  process::RowFetch rows(*bitmap, depth, T_ORDER_RGB, palette);
-  TRY(rows.start());
-  io::OutputFile file;
-  TRY(file.open(name, request.target));
-  if (request.target == io::Target::kExtend) TRY(dcx::begin_page(file));
-  const auto line = static_cast<uint32_t>(line_bytes);
-  TRY(write_header(file, *bitmap, depth, line, palette));
-  TRY(write_rows(file, *bitmap, depth == 24, line, rows));
-  if (depth == 8) TRY(write_trailer(file, palette));
-  return file.finish();
+Status write(io::WriterUse use) {
+  Writer writer;
+  return use(writer);
 }
 
 }  // namespace tavo::pcx

@@ -39,6 +39,6 @@ Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, uint32_t page_b
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request);
+Status write(io::WriterUse use);
 
 }  // namespace tavo::pcx

@@ -9,8 +9,6 @@ namespace tavo::pcx {
 
 namespace {
 
-constexpr uint32_t kStep = 16;
-
 // A plane's byte with its bits in the lowest bit of eight pixels of 4 bits, as they lie in memory:
 // the left pixel is the high half of the first byte.
 constexpr std::array<uint32_t, 256> kSpread = [] {
@@ -36,14 +34,16 @@ void combine_bits(const uint8_t* planes, uint32_t stride, uint32_t width, uint8_
 }
 
 void interleave_bytes(const uint8_t* planes, uint32_t stride, uint32_t width, uint8_t* pixels) {
-  for (uint32_t x = 0; x < width; x += kStep, planes += kStep, pixels += 3 * kStep) {
+  for (uint32_t x = 0; x < width;
+       x += kSplitPixels, planes += kSplitPixels, pixels += 3 * kSplitPixels) {
     sse2::store_triples(pixels, sse2::load(planes), sse2::load(planes + stride),
                         sse2::load(planes + size_t{2} * stride));
   }
 }
 
 void split_bytes(const uint8_t* pixels, uint32_t width, uint8_t* planes, uint32_t stride) {
-  for (uint32_t x = 0; x < width; x += kStep, pixels += 3 * kStep, planes += kStep) {
+  for (uint32_t x = 0; x < width;
+       x += kSplitPixels, pixels += 3 * kSplitPixels, planes += kSplitPixels) {
     sse2::V rgb[3];
     sse2::load_triples(pixels, rgb);
     for (size_t c = 0; c < 3; ++c) sse2::store(planes + c * stride, rgb[c]);

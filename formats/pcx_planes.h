@@ -5,8 +5,8 @@
 
 namespace tavo::pcx {
 
-// What the loops may read behind each plane and read or write behind the pixels.
-inline constexpr uint32_t kPlaneSlack = 48;
+// Pixels that the loops take at once: of the last ones whole groups are read and written.
+inline constexpr uint32_t kSplitPixels = 16;
 
 // Four planes of one bit, `stride` bytes apart, to pixels of 4 bits, the first plane's in bit 0.
 // Takes and gives whole groups of 8 pixels.

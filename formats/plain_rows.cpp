@@ -24,4 +24,11 @@ Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
   return rows.finish();
 }
 
+Status write_plain_rows(io::OutputFile& file, std::span<const uint8_t> rows, size_t row_bytes,
+                        size_t file_bytes) {
+  if (file_bytes == row_bytes) return file.write(rows);
+  for (; !rows.empty(); rows = rows.subspan(row_bytes)) TRY(file.write(rows.first(file_bytes)));
+  return kOk;
+}
+
 }  // namespace tavo::formats

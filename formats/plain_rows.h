@@ -1,10 +1,12 @@
-// Uncompressed rows, read in the largest pieces that the memory at hand allows.
+// Uncompressed rows, read and written in the largest pieces that there are.
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "base/byte_source.h"
 #include "base/status.h"
+#include "io/output_file.h"
 #include "process/row_delivery.h"
 
 namespace tavo::formats {
@@ -13,5 +15,9 @@ namespace tavo::formats {
 // in batches. Where the file ends early: the whole rows that are there, then kReadError.
 Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
                        process::RowDelivery& rows);
+
+// Writes of `rows`, each `row_bytes` long, the first `file_bytes` bytes.
+Status write_plain_rows(io::OutputFile& file, std::span<const uint8_t> rows, size_t row_bytes,
+                        size_t file_bytes);
 
 }  // namespace tavo::formats

@@ -13,9 +13,7 @@
 #include "core/bitmap.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
-#include "io/output_file.h"
 #include "process/row_delivery.h"
-#include "process/row_fetch.h"
 
 namespace tavo::ras {
 
@@ -193,8 +191,8 @@ void move_spare_back(std::span<uint8_t> row) {
   for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(&row[i], load_le32(&row[i]) >> 8);
 }
 
-void move_spare_front(std::span<uint8_t> row) {
-  for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(&row[i], load_le32(&row[i]) << 8);
+void move_spare_front(std::span<const uint8_t> row, uint8_t* moved) {
+  for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(moved + i, load_le32(&row[i]) << 8);
 }
 
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
@@ -306,12 +304,6 @@ uint32_t map_colors(const BitmapHandle& bitmap, int32_t depth) {
   return has_count ? std::min(bitmap.Colors, most) : most;
 }
 
-// Makes black 1; the unused bits of the last byte become 0.
-void turn_to_ink(std::span<uint8_t> row, int32_t width) {
-  for (uint8_t& byte : row) byte = static_cast<uint8_t>(~byte);
-  core::clear_padding(row, width, 1);
-}
-
 Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
                      uint64_t row_bytes) {
   const uint32_t colors = map_colors(bitmap, depth);
@@ -336,28 +328,47 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
   return file.write({map.data(), 3 * colors});
 }
 
+class Writer final : public io::RowWriter {
+ public:
+  Writer() : RowWriter(this) {}
+
+  Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
+                 io::RowLayout& layout) {
+    if (!io::has_16_bit_size(picture)) return kBadSize;
+    row_bytes_ = core::bytes_per_line(picture.Width, request.depth);
+    file_row_ = static_cast<size_t>(file_row_bytes(picture.Width, request.depth));
+    layout.inverts = is_ink_on_paper(picture, request.depth) && picture.Info.Palette[0].Red == 0;
+    return has_spare_in_front(request.depth) ? moved_.allocate(row_bytes_) : kOk;
+  }
+
+  Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
+    TRY(file_.create(request.name));
+    return write_headers(file_, picture, request.depth, file_row_);
+  }
+
+  Status put(std::span<const uint8_t> rows) {
+    if (moved_.size() == 0) return formats::write_plain_rows(file_, rows, row_bytes_, file_row_);
+    for (; !rows.empty(); rows = rows.subspan(row_bytes_)) {
+      move_spare_front(rows.first(row_bytes_), moved_.data());
+      TRY(file_.write(moved_.bytes()));
+    }
+    return kOk;
+  }
+
+  Status finish() { return file_.finish(); }
+
+ private:
+  io::OutputFile file_;
+  size_t row_bytes_ = 0;  // as they come
+  size_t file_row_ = 0;   // as the file has them
+  Buffer moved_;          // a row of 32 bits as other programs keep it
+};
+
 }  // namespace
 
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
-  const int32_t depth = request.depth;
-  if (depth != 1 && depth != 4 && depth != 8 && depth != 24 && depth != 32) return kBadDepth;
-  if (bitmap->Width > UINT16_MAX || bitmap->Height > UINT16_MAX) return kBadSize;
-  process::RowFetch rows(*bitmap, depth, T_ORDER_BGR);
-  TRY(rows.start());
-  io::OutputFile file;
-  TRY(file.create(name));
-  const auto row_bytes = static_cast<size_t>(file_row_bytes(bitmap->Width, depth));
-  TRY(write_headers(file, *bitmap, depth, row_bytes));
-  const bool inverts = is_ink_on_paper(*bitmap, depth) && bitmap->Info.Palette[0].Red == 0;
-  for (uint32_t y = 0; y < static_cast<uint32_t>(bitmap->Height); ++y) {
-    std::span<uint8_t> row;
-    TRY(rows.picture(y, row));
-    if (inverts) turn_to_ink(row, bitmap->Width);
-    if (has_spare_in_front(depth)) move_spare_front(row);
-    TRY(file.write(row.first(row_bytes)));
-  }
-  TRY(rows.finish());
-  return file.finish();
+Status write(io::WriterUse use) {
+  Writer writer;
+  return use(writer);
 }
 
 }  // namespace tavo::ras

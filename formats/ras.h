@@ -41,6 +41,6 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request);
+Status write(io::WriterUse use);
 
 }  // namespace tavo::ras

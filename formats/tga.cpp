@@ -10,9 +10,7 @@
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
 #include "formats/tga_runs.h"
-#include "io/output_file.h"
 #include "process/row_delivery.h"
-#include "process/row_fetch.h"
 
 namespace tavo::tga {
 
@@ -204,7 +202,8 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
 namespace {
 
-Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth) {
+Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
+                     bool is_top_first) {
   std::array<uint8_t, kHeaderSize> head = {};
   if (depth == 8) {
     head[1] = 1;
@@ -215,7 +214,7 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
   store_le16(&head[12], static_cast<uint16_t>(bitmap.Width));
   store_le16(&head[14], static_cast<uint16_t>(bitmap.Height));
   head[16] = static_cast<uint8_t>(depth);
-  head[17] = bitmap.ViewPerspective >= 2 ? 0 : kTopLeft;
+  head[17] = is_top_first ? kTopLeft : 0;
   TRY(file.write(head));
   if (depth != 8) return kOk;
 
@@ -230,43 +229,41 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
 }
 
 // In stored order: the descriptor says which way up that is.
-Status write_rows(io::OutputFile& file, const BitmapHandle& bitmap, size_t file_row,
-                  process::RowFetch& rows) {
-  constexpr uint32_t kPiece = 1 << 20;
-  const auto height = static_cast<uint32_t>(bitmap.Height);
-  const uint32_t piece = std::max(1u, kPiece / rows.row_bytes());
-  for (uint32_t y = 0; y < height;) {
-    const uint32_t count = std::min(piece, height - y);
-    const std::span<const uint8_t> whole = rows.in_place(y, count);
-    if (!whole.empty()) {
-      TRY(file.write(whole));
-      TRY(rows.skip(count));
-      y += count;
-      continue;
-    }
-    std::span<uint8_t> row;
-    TRY(rows.stored(y, row));
-    TRY(file.write(row.first(file_row)));
-    ++y;
+class Writer final : public io::RowWriter {
+ public:
+  Writer() : RowWriter(this, io::RowOrder::kAsStored) {}
+
+  Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
+                 io::RowLayout& layout) {
+    const auto width = static_cast<uint64_t>(picture.Width);
+    file_row_ = static_cast<size_t>(core::packed_bytes(width, request.depth));
+    row_bytes_ = core::bytes_per_line(picture.Width, request.depth);
+    is_top_first_ = layout.is_top_first;
+    return io::has_16_bit_size(picture) ? kOk : kBadSize;
   }
-  return rows.finish();
-}
+
+  Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
+    TRY(file_.create(request.name));
+    return write_headers(file_, picture, request.depth, is_top_first_);
+  }
+
+  Status put(std::span<const uint8_t> rows) {
+    return formats::write_plain_rows(file_, rows, row_bytes_, file_row_);
+  }
+  Status finish() { return file_.finish(); }
+
+ private:
+  io::OutputFile file_;
+  size_t row_bytes_ = 0;  // as they come
+  size_t file_row_ = 0;   // as the file has them
+  bool is_top_first_ = false;
+};
 
 }  // namespace
 
-Status write(const char* name, BitmapHandle* bitmap, const io::SaveRequest& request) {
-  const int32_t depth = request.depth;
-  if (depth != 8 && depth != 16 && depth != 24 && depth != 32) return kBadDepth;
-  if (bitmap->Width > UINT16_MAX || bitmap->Height > UINT16_MAX) return kBadSize;
-  process::RowFetch rows(*bitmap, depth, T_ORDER_BGR);
-  TRY(rows.start());
-  io::OutputFile file;
-  TRY(file.create(name));
-  TRY(write_headers(file, *bitmap, depth));
-  const auto file_row =
-      static_cast<size_t>(core::packed_bytes(static_cast<uint64_t>(bitmap->Width), depth));
-  TRY(write_rows(file, *bitmap, file_row, rows));
-  return file.finish();
+Status write(io::WriterUse use) {
+  Writer writer;
+  return use(writer);
 }
 
 }  // namespace tavo::tga

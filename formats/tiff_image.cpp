@@ -16,7 +16,6 @@ constexpr uint32_t kMaxTile = 65536;
 constexpr uint32_t kOrientationTopLeft = 1;
 constexpr uint32_t kOrientationBottomLeft = 4;
 constexpr uint32_t kOrientationLeftBottom = 8;
-constexpr uint32_t kHorizontalPredictor = 2;
 
 bool is_known_coding(uint32_t compression) {
   switch (compression) {

@@ -34,6 +34,7 @@ enum Photometric : uint32_t {
 };
 
 inline constexpr uint32_t kMaxUsedSamples = 4;
+inline constexpr uint32_t kHorizontalPredictor = 2;  // TIFF 6.0, section 14
 
 // What parse_image accepted: width and height are 1 to INT32_MAX, a block is at least a pixel, and
 // when is_supported, everything fits together: bits 1 to 16 or 32, samples used_samples to 64.

@@ -7,22 +7,10 @@
 #include "base/depths.h"
 #include "base/status.h"
 #include "io/input_file.h"
-#include "io/output_file.h"
+#include "io/row_writer.h"
 #include "tavo45.h"
 
 namespace tavo::io {
-
-// What T_SaveFile passes on to a writer.
-struct SaveRequest {
-  int32_t format = 0;  // identifier: writers with variants look at it
-  int32_t depth = 0;
-  int32_t quality = 0;
-  int32_t mode = 1;  // compressed formats: 1, or 2 for their always-24-bit twins
-  uint32_t flags = 0;
-  bool direct = false;
-  uint32_t extra = 0;
-  Target target = Target::kReplace;  // kExtend: add a page to the file
-};
 
 // Identifies the file that the operations in force open, as T_FileInfo does.
 using Identify = Status (*)(const char* name, FILEINFO& info);
@@ -49,9 +37,6 @@ using Reader = Status (*)(const char* name, BitmapHandle* bitmap, T_RowSink sink
 
 // A whole-picture reader: initialises, allocates and fills the bitmap.
 using PictureReader = Status (*)(const char* name, BitmapHandle* bitmap);
-
-// A writer: creates the file and writes the bitmap, which is accessed, in request.depth bits.
-using Writer = Status (*)(const char* name, BitmapHandle* bitmap, const SaveRequest& request);
 
 // Whether a file that begins so is one to which the format's writer adds pages, however damaged
 // they are.

@@ -1,7 +1,8 @@
 #include "pipeline/compress_files.h"
 
+#include <optional>
+
 #include "base/depths.h"
-#include "base/settings.h"
 #include "compress/bitmap_compressor.h"
 #include "core/bitmap.h"
 #include "core/progress.h"
@@ -9,28 +10,20 @@
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
 #include "pipeline/save.h"
+#include "process/row_feed.h"
 
 namespace tavo::pipeline {
 
 namespace {
 
-// Compresses rows as a reader delivers them. The file is created when the first rows are there.
+// Compresses rows as a reader delivers them, in the file's order. The file is created when the
+// first rows are there.
 class RowCompression {
  public:
   RowCompression(const char* destination, int32_t output_type, int32_t quality)
-      : destination_(destination), output_type_(output_type), quality_(quality) {}
+      : request_{.name = destination}, output_type_(output_type), quality_(quality) {}
 
-  Status add(const BitmapHandle& source, const void* rows, int32_t count) {
-    if (!compressor_.is_open()) TRY(start(source));
-    return feeder_.add(compressor_, static_cast<const uint8_t*>(rows), source.BytesPerLine,
-                       static_cast<uint32_t>(count));
-  }
-
-  Status finish() {
-    TRY(feeder_.finish(compressor_));
-    TRY(compressor_.end());
-    return file_.finish();
-  }
+  Status finish() { return feed_ ? feed_->finish() : kIncomplete; }
 
   static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
     return static_cast<RowCompression*>(context)->add(*source, rows, count).code();
@@ -38,25 +31,24 @@ class RowCompression {
 
  private:
   Status start(const BitmapHandle& source) {
-    using compress::StripRows;
-    compress::CompressionSetup setup = compress::make_setup(source, output_type_, quality_);
-    setup.is_gray = setup.is_gray || source.BitsPerPixel == 1;
-    setup.bits_per_pixel = setup.is_gray ? 8 : 24;
-    TRY(compress::check_setup(setup, compress::kStripRows));
-    TRY(strip_.allocate(compress::kStripRows * compress::strip_row_bytes(setup)));
-    TRY(feeder_.start(source, setup.is_gray ? StripRows::Target::kGray : StripRows::Target::kColor,
-                      strip_.data()));
-    TRY(file_.create_write_only(destination_));
-    return compressor_.start(setup, compress::kStripRows, 0, compress::write_to_file, &file_);
+    const bool is_gray = compress::make_setup(source, output_type_, quality_).is_gray;
+    writer_.emplace(compress::Choice{output_type_, quality_, is_gray || source.BitsPerPixel == 1});
+    feed_.emplace(*writer_, request_);
+    TRY(feed_->prepare(source, source.ViewPerspective == 0));
+    return feed_->begin(source);
   }
 
-  const char* destination_;
+  Status add(const BitmapHandle& source, const void* rows, int32_t count) {
+    if (!feed_) TRY(start(source));
+    return feed_->put(static_cast<const uint8_t*>(rows), source.BytesPerLine,
+                      static_cast<uint32_t>(count));
+  }
+
+  io::SaveRequest request_;
   int32_t output_type_;
   int32_t quality_;
-  Buffer strip_;
-  compress::StripFeeder feeder_;
-  compress::Compressor compressor_;
-  io::OutputFile file_;
+  std::optional<compress::Writer> writer_;
+  std::optional<process::RowFeed> feed_;
 };
 
 constexpr int32_t kLoadingShare = 50;  // percent of compressing a picture that is loaded first
@@ -105,14 +97,9 @@ Status compress_any_file(const char* source, const char* destination, int32_t ou
 }
 
 Status compress_bilevel(BitmapHandle& bitmap, const char* name, int32_t format) {
-  SaveOptions options;
-  options.format = format == 1 ? T_FORMAT_CMP_1BIT : format;
-  options.bits = 1;
-  // Other formats: the built-in black and white; behind the pages that are there already when a
-  // later page than the first is set.
-  options.flags = T_SAVE_FIXED_PALETTE;
-  if (settings.page_number >= 2) options.flags |= T_SAVE_APPEND;
-  options.extra = options.flags;
+  // Other formats: the built-in black and white.
+  const SaveOptions options{
+      .format = format == 1 ? T_FORMAT_CMP_1BIT : format, .bits = 1, .flags = T_SAVE_FIXED_PALETTE};
   return save_with_resolution(name, bitmap, options);
 }
 

@@ -34,7 +34,7 @@ constexpr FormatRow compressed_row(int32_t id, const char* name, const char* des
           .write_depths = kDepthsCompressed,
           .gray = always_24_bits ? GrayRule::kNever : GrayRule::kAt8Bits,
           .always_24_bits = always_24_bits,
-          .mode = always_24_bits ? 2 : 1};
+          .takes_any_depth = true};
 }
 
 constexpr FormatRow kFormats[] = {

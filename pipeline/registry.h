@@ -33,7 +33,7 @@ struct FormatRow {
   GrayRule gray = GrayRule::kNever;
   bool always_24_bits = false;
   io::HoldsPages holds_pages = nullptr;  // not null: saves can add a page to a file
-  int32_t mode = 1;                      // io::SaveRequest.mode
+  bool takes_any_depth = false;          // in direct saves: not 1 or 8 counts as 24
 };
 
 std::span<const FormatRow> formats();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/depths.h"
 #include "base/settings.h"
 #include "core/bitmap.h"
 #include "core/notice.h"
@@ -13,6 +14,7 @@
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
+#include "process/row_feed.h"
 #include "reduce/reduce.h"
 
 namespace tavo::pipeline {
@@ -47,16 +49,21 @@ Status prepare(BitmapHandle& copy, Preparation preparation, int32_t depth, uint3
   return color::color_resolution(copy, depth, type, nullptr, 0);
 }
 
-Status call_writer(const FormatRow* format, const char* name, BitmapHandle& bitmap,
-                   const io::SaveRequest& request) {
+bool writes_depth(const FormatRow& format, int32_t depth) {
+  if (format.takes_any_depth) return true;
+  return is_bitmap_depth(depth) && (format.write_depths & depth_bit(depth)) != 0;
+}
+
+Status write(const FormatRow* format, const io::SaveRequest& request, BitmapHandle& bitmap) {
   if (format == nullptr || format->write == nullptr) return kNoFormat;
-  return format->write(name, &bitmap, request);
+  if (!writes_depth(*format, request.depth)) return kBadDepth;
+  return format->write(
+      [&](io::RowWriter& writer) { return process::write_bitmap(writer, request, bitmap); });
 }
 
 // A picture that needs no change is written from where it lies: the record is copied, its pixels
 // are not. Like every copy it carries the library's default resolution.
-Status write_view(const FormatRow* format, const char* name, BitmapHandle& bitmap,
-                  const io::SaveRequest& request) {
+Status write_view(const FormatRow* format, const io::SaveRequest& request, BitmapHandle& bitmap) {
   BitmapHandle fresh = {};
   TRY(core::init_bitmap(fresh, bitmap.Width, bitmap.Height, bitmap.BitsPerPixel));
   core::access_bitmap(bitmap);
@@ -64,9 +71,7 @@ Status write_view(const FormatRow* format, const char* name, BitmapHandle& bitma
   core::copy_bitmap_handle(view, bitmap);
   view.XResolution = fresh.XResolution;
   view.YResolution = fresh.YResolution;
-  const Status status = call_writer(format, name, view, request);
-  bitmap.RowOffset = view.RowOffset;
-  bitmap.CurrentRow = view.CurrentRow;
+  const Status status = write(format, request, view);
   core::release_bitmap(bitmap);
   return status;
 }
@@ -111,26 +116,22 @@ Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) 
   TRY(core::check_notice());
   if (bitmap.Size == 0) return kBadSize;
   const FormatRow* format = find_format(options.format);
-  io::SaveRequest request;
-  request.format = options.format;
-  request.depth = options.bits == 0 ? bitmap.BitsPerPixel : options.bits;
+  io::SaveRequest request{.name = name,
+                          .format = options.format,
+                          .depth = options.bits == 0 ? bitmap.BitsPerPixel : options.bits,
+                          .quality = options.quality};
   if (format != nullptr && format->always_24_bits) request.depth = 24;
-  request.quality = options.quality;
-  request.mode = format != nullptr ? format->mode : 1;
-  request.flags = options.flags & 0xFFu;
-  request.direct = options.direct;
-  request.extra = options.extra;
-  if (appends(format, request.flags)) TRY(find_target(*format, name, request.target));
-  if (options.direct) return call_writer(format, name, bitmap, request);
+  if (appends(format, options.flags)) TRY(find_target(*format, name, request.target));
+  if (options.direct) return write(format, request, bitmap);
 
-  const Preparation preparation = choose_preparation(format, bitmap, request.depth, request.flags);
-  if (preparation == Preparation::kNone) return write_view(format, name, bitmap, request);
+  const Preparation preparation = choose_preparation(format, bitmap, request.depth, options.flags);
+  if (preparation == Preparation::kNone) return write_view(format, request, bitmap);
   core::OwnedBitmap copy;
   TRY(core::copy_bitmap(*copy, bitmap));
-  TRY(prepare(*copy, preparation, request.depth, request.flags));
+  TRY(prepare(*copy, preparation, request.depth, options.flags));
   const core::AccessScope accessed(*copy);
   const core::ProgressPart part(kPreparationShare, 100);
-  return call_writer(format, name, *copy, request);
+  return write(format, request, *copy);
 }
 
 Status save_with_resolution(const char* name, BitmapHandle& bitmap, const SaveOptions& options) {

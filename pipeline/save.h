@@ -14,7 +14,6 @@ struct SaveOptions {
   int32_t quality = 0;
   uint32_t flags = 0;
   bool direct = false;
-  uint32_t extra = 0;
 };
 
 // T_SaveFile.
