@@ -7,14 +7,7 @@
 
 namespace tavo {
 
-// The product or sum if it fits T, nothing otherwise.
-template <std::unsigned_integral T>
-constexpr std::optional<T> checked_mul(T a, T b) {
-  T result = 0;
-  if (__builtin_mul_overflow(a, b, &result)) return std::nullopt;
-  return result;
-}
-
+// The sum if it fits T, nothing otherwise.
 template <std::unsigned_integral T>
 constexpr std::optional<T> checked_add(T a, T b) {
   T result = 0;

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace tavo {
 
@@ -46,6 +47,16 @@ inline void store_be32(uint8_t* bytes, uint32_t value) {
 }
 inline void store_be64(uint8_t* bytes, uint64_t value) {
   store_native(bytes, __builtin_bswap64(value));
+}
+
+// The bits of each byte in reverse, as TIFF's FillOrder 2 and some fax boards have them.
+inline uint64_t mirror_bits(uint64_t v) {
+  v = (v >> 1 & 0x5555555555555555u) | (v & 0x5555555555555555u) << 1;
+  v = (v >> 2 & 0x3333333333333333u) | (v & 0x3333333333333333u) << 2;
+  return (v >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (v & 0x0F0F0F0F0F0F0F0Fu) << 4;
+}
+inline void mirror_bits(std::span<uint8_t> bytes) {
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(mirror_bits(uint64_t{byte}));
 }
 
 }  // namespace tavo

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <utility>
 
-#include "base/endian.h"
 #include "codec/ccitt_decode_tables.h"
 #include "codec/ccitt_paint.h"
 
@@ -21,11 +20,6 @@ constexpr uint32_t kCopyBlock = 8;
 constexpr uint32_t kMaxOnes = 48;
 constexpr size_t kRowSlack = 16;
 constexpr size_t kFirstEntries = 65536;
-
-// The first bits of a window as the index of a table.
-inline size_t top_bits(uint64_t window, uint32_t count) {
-  return static_cast<size_t>(window >> (64 - count));
-}
 
 // Appends a colour change. A change at the place of the last one takes that back: a run of no
 // pixels, which no encoder writes, joins its neighbours.
@@ -71,10 +65,8 @@ Status Decoder::start(Coding coding, uint32_t width, bool is_reversed) {
 
 void Decoder::begin(ByteSource& source) {
   source_ = &source;
-  window_ = source.window().data();
-  window_offset_ = 0;
-  bits_ = {0, 0, window_, window_ + source.window().size()};
-  missing_ = 0;
+  reader_.reset(is_reversed_);
+  reader_.open(source);
   is_first_row_ = true;
   is_at_row_ = false;
   empty_rows_ = 0;
@@ -83,41 +75,12 @@ void Decoder::begin(ByteSource& source) {
   make_white();
 }
 
-// ---- Input ----
-
-// refill() byte by byte near the end of the window; zeros follow the end of the data. A failed
-// read counts as the end; decode_row asks for it.
-Bits Decoder::refill_slowly(Bits bits) {
-  const size_t used = static_cast<size_t>(bits.next - window_);
-  source_->consume(used);
-  window_offset_ += used;
-  while (source_->window().size() < 8 && !source_->at_end()) {
-    if (!source_->refill().ok()) break;
-  }
-  const std::span<const uint8_t> window = source_->window();
-  window_ = bits.next = window.data();
-  bits.end = window_ + window.size();
-  while (bits.count < 56) {
-    uint64_t byte = 0;
-    if (bits.next < bits.end) {
-      byte = *bits.next++;
-      if (is_reversed_) byte = reverse_bits_of_bytes(byte);
-    } else {
-      missing_ += 8;
-    }
-    bits.word |= byte << (56 - bits.count);
-    bits.count += 8;
-  }
-  return bits;
-}
-
 // Drops bits up to the next multiple of 1 or 2 bytes from the start of the stream.
 void Decoder::align(uint32_t bytes) {
-  bits_.drop(bits_.count & 7);
-  refill(bits_);
-  const uint64_t taken = window_offset_ + static_cast<uint64_t>(bits_.next - window_);
-  const uint64_t position = taken + missing_ / 8 - bits_.count / 8;
-  if (bytes == 2 && position % 2 != 0) bits_.drop(8);
+  reader_.bits.drop_to_byte();
+  if (bytes == 1 || reader_.position() % 2 == 0) return;
+  reader_.refill(reader_.bits);
+  reader_.bits.drop(8);
 }
 
 // ---- Rows ----
@@ -146,8 +109,8 @@ void Decoder::finish_row(size_t changes) {
 // Adds one run, make-up codes and all, to `position`, clipped to the width.
 bool Decoder::read_run(Bits& bits, uint32_t& position, bool is_black) {
   for (;;) {
-    refill(bits);
-    const uint32_t entry = kRunTables[is_black][top_bits(bits.word, kRunBits)];
+    reader_.refill(bits);
+    const uint32_t entry = kRunTables[is_black][bits.peek(kRunBits)];
     if (RunEntry::length(entry) == 0) return false;
     bits.drop(RunEntry::length(entry));
     position = std::min(position + RunEntry::run(entry), width_ + 1);
@@ -174,16 +137,16 @@ Decoder::Outcome Decoder::decode_1d() {
   size_t count = 0;
   uint32_t a0 = 0;
   Outcome outcome = Outcome::kRow;
-  Bits bits = bits_;
+  Bits bits = reader_.bits;
   while (a0 < width_) {
     if (count + kStepEntries > limit) [[unlikely]] {
       if (!current_->grow().ok()) return Outcome::kNoMemory;
       changes = current_->data();
       limit = current_->capacity();
     }
-    refill(bits);
-    const uint32_t white = kRunTables[0][top_bits(bits.word, kRunBits)];
-    const uint32_t black = kRunTables[1][top_bits(bits.word << RunEntry::length(white), kRunBits)];
+    reader_.refill(bits);
+    const uint32_t white = kRunTables[0][bits.peek(kRunBits)];
+    const uint32_t black = kRunTables[1][bits.peek_behind(RunEntry::length(white), kRunBits)];
     const uint32_t a1 = a0 + RunEntry::run(white);
     const uint32_t a2 = a1 + RunEntry::run(black);
     if (RunEntry::are_runs(white, black) && a2 < width_) [[likely]] {
@@ -204,7 +167,7 @@ Decoder::Outcome Decoder::decode_1d() {
     }
     toggle(changes, count, a0);
   }
-  bits_ = bits;
+  reader_.bits = bits;
   if (a0 > width_) outcome = Outcome::kTooLong;
   while (count > 0 && changes[count - 1] >= width_) --count;
   finish_row(count);
@@ -226,7 +189,7 @@ Decoder::Outcome Decoder::decode_2d() {
   size_t b = 0;      // of b1; of the same parity as count
   uint32_t a0 = 0;
   Outcome outcome = Outcome::kRow;
-  Bits bits = bits_;
+  Bits bits = reader_.bits;
 
   for (;;) {
     if (count + kStepEntries > limit) [[unlikely]] {
@@ -234,9 +197,9 @@ Decoder::Outcome Decoder::decode_2d() {
       changes = current_->data();
       limit = current_->capacity();
     }
-    refill(bits);
+    reader_.refill(bits);
     const uint32_t ones =
-        static_cast<uint32_t>(std::countl_zero(~bits.word | uint64_t{1} << (63 - kMaxOnes)));
+        static_cast<uint32_t>(std::countl_zero(~bits.held | uint64_t{1} << (63 - kMaxOnes)));
     const size_t to_end = b < above_count ? above_count - b + 1 : 1;
     std::memcpy(changes + count, above + b, kCopyBlock * sizeof(uint32_t));
     const size_t copied = std::min<size_t>(ones, to_end);
@@ -254,7 +217,7 @@ Decoder::Outcome Decoder::decode_2d() {
     if (ones != 0) a0 = above[b - 1];
     bits.drop(ones);
 
-    const ModeEntry mode = kModeTable[top_bits(bits.word, kModeBits)];
+    const ModeEntry mode = kModeTable[bits.peek(kModeBits)];
     if (mode.kind == ModeEntry::kVerticalMode) [[likely]] {
       bits.drop(mode.length);
       const uint32_t b1 = above[b];
@@ -292,11 +255,11 @@ Decoder::Outcome Decoder::decode_2d() {
       }
     } else if (mode.kind == ModeEntry::kHorizontalMode) {
       bits.drop(mode.length);
-      refill(bits);
+      reader_.refill(bits);
       const bool is_black = (count & 1) != 0;
-      const uint32_t first = kRunTables[is_black][top_bits(bits.word, kRunBits)];
+      const uint32_t first = kRunTables[is_black][bits.peek(kRunBits)];
       const uint32_t second =
-          kRunTables[!is_black][top_bits(bits.word << RunEntry::length(first), kRunBits)];
+          kRunTables[!is_black][bits.peek_behind(RunEntry::length(first), kRunBits)];
       uint32_t a1 = a0 + RunEntry::run(first);
       uint32_t a2 = a1 + RunEntry::run(second);
       if (RunEntry::are_runs(first, second)) [[likely]] {
@@ -334,13 +297,13 @@ Decoder::Outcome Decoder::decode_2d() {
       if (a0 >= width) break;
     } else {
       constexpr uint32_t kUncompressedBits = 10;
-      constexpr uint64_t kUncompressedMode = 0xF;
-      outcome = bits.word >> (64 - kUncompressedBits) == kUncompressedMode ? Outcome::kUncompressed
-                                                                           : Outcome::kBadCode;
+      constexpr uint32_t kUncompressedMode = 0xF;
+      outcome = bits.peek(kUncompressedBits) == kUncompressedMode ? Outcome::kUncompressed
+                                                                  : Outcome::kBadCode;
       break;
     }
   }
-  bits_ = bits;
+  reader_.bits = bits;
   if (outcome != Outcome::kRow) return outcome;
   for (; b < above_count; b += 2) flip_pixels(row, above[b], above[b + 1]);
   finish_row(count);

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <span>
 
+#include "base/bit_reader.h"
 #include "base/buffer.h"
 #include "base/byte_source.h"
-#include "base/endian.h"
 #include "base/status.h"
 
 namespace tavo::ccitt {
@@ -19,26 +19,6 @@ enum class Coding : uint8_t {
   kGroup3TwoD,  // T.4 two-dimensional: a tag bit behind each end-of-line code
   kGroup4,      // T.6
 };
-
-// What the decoder reads from: up to 64 bits, the next one on top. Bits of `word` below the first
-// `count` are either zero or those that the next bytes will bring.
-struct Bits {
-  uint64_t word = 0;
-  uint32_t count = 0;
-  const uint8_t* next = nullptr;
-  const uint8_t* end = nullptr;
-
-  void drop(uint32_t n) {
-    word <<= n;
-    count -= n;
-  }
-};
-
-inline uint64_t reverse_bits_of_bytes(uint64_t v) {
-  v = (v >> 1 & 0x5555555555555555u) | (v & 0x5555555555555555u) << 1;
-  v = (v >> 2 & 0x3333333333333333u) | (v & 0x3333333333333333u) << 2;
-  return (v >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (v & 0x0F0F0F0F0F0F0F0Fu) << 4;
-}
 
 // A row as the positions of its colour changes: entry 0 is the first black pixel, entry 1 the
 // white one after it, and so on, strictly ascending and below the width; behind them the width,
@@ -93,6 +73,10 @@ class Decoder {
   }
 
  private:
+  // Codes begin with their most significant bit; `is_reversed` streams have mirrored bytes.
+  using Reader = BitReader<BitOrder::kHighFirst, true>;
+  using Bits = Reader::Bits;
+
   enum class Outcome { kRow, kTooLong, kBadCode, kUncompressed, kNoMemory };
   struct Runs;
 
@@ -111,9 +95,7 @@ class Decoder {
   bool is_row_empty();
 
   void align(uint32_t bytes);
-  void refill(Bits& bits);
-  Bits refill_slowly(Bits bits);
-  bool ran_out() const { return missing_ > bits_.count; }
+  bool ran_out() const { return reader_.ran_out(reader_.bits); }
   Status stop(Status status);
   Status stop(Outcome outcome);
 
@@ -127,12 +109,7 @@ class Decoder {
   size_t row_bytes_ = 0;
 
   ByteSource* source_ = nullptr;
-  Bits bits_;
-  // Zero bits put behind the end of the data so far; they are the last of the Bits.
-  uint64_t missing_ = 0;
-  // Bytes of the stream that were in the window before its present start.
-  uint64_t window_offset_ = 0;
-  const uint8_t* window_ = nullptr;
+  Reader reader_;
 
   ChangeList lists_[2];
   ChangeList* above_ = &lists_[0];  // the row painted in row_
@@ -152,18 +129,5 @@ class Decoder {
   Status failure_ = kOk;
   uint64_t damaged_rows_ = 0;
 };
-
-// At least 56 bits afterwards.
-inline void Decoder::refill(Bits& bits) {
-  if (bits.end - bits.next < 8) [[unlikely]] {
-    bits = refill_slowly(bits);
-    return;
-  }
-  uint64_t more = load_be64(bits.next);
-  if (is_reversed_) more = reverse_bits_of_bytes(more);
-  bits.word |= more >> bits.count;
-  bits.next += (63 - bits.count) >> 3;
-  bits.count |= 56;
-}
 
 }  // namespace tavo::ccitt

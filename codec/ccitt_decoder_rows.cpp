@@ -41,7 +41,7 @@ Status Decoder::decode_row(std::span<uint8_t> row) {
 // code that is not there may be the beginning of one that was cut).
 Status Decoder::stop(Status status) {
   constexpr uint32_t kLongestCode = 13;
-  if (status == kBadData && missing_ + kLongestCode > bits_.count) status = kReadError;
+  if (status == kBadData && !reader_.has(reader_.bits, kLongestCode)) status = kReadError;
   if (!source_->failure().ok()) status = source_->failure();
   failure_ = status;
   return status;
@@ -75,19 +75,19 @@ Status Decoder::decode_row_group4() {
 }
 
 bool Decoder::is_end_of_line_next() {
-  refill(bits_);
-  return bits_.word >> (64 - kEndOfLineZeros) == 0;
+  reader_.refill(reader_.bits);
+  return reader_.bits.peek(kEndOfLineZeros) == 0;
 }
 
 // Takes an end-of-line code, with any number of zeros before it, when that is what comes next.
 bool Decoder::take_end_of_line() {
   if (!is_end_of_line_next()) return false;
-  while (bits_.word >> (64 - kEndOfLineZeros) == 0) {
-    bits_.drop(kEndOfLineZeros);
-    refill(bits_);
+  while (reader_.bits.peek(kEndOfLineZeros) == 0) {
+    reader_.bits.drop(kEndOfLineZeros);
+    reader_.refill(reader_.bits);
     if (ran_out()) return false;
   }
-  bits_.drop(static_cast<uint32_t>(std::countl_zero(bits_.word)) + 1);
+  reader_.bits.drop(static_cast<uint32_t>(std::countl_zero(reader_.bits.held)) + 1);
   return !ran_out();
 }
 
@@ -95,7 +95,7 @@ bool Decoder::take_end_of_line() {
 bool Decoder::find_end_of_line() {
   while (!take_end_of_line()) {
     if (ran_out()) return false;
-    bits_.drop(static_cast<uint32_t>(std::countl_zero(bits_.word)) + 1);
+    reader_.bits.drop(static_cast<uint32_t>(std::countl_zero(reader_.bits.held)) + 1);
   }
   return true;
 }
@@ -104,9 +104,8 @@ bool Decoder::find_end_of_line() {
 void Decoder::take_tag() {
   saw_end_of_line_ = true;
   if (coding_ != Coding::kGroup3TwoD) return;
-  refill(bits_);
-  is_1d_ = bits_.word >> 63 != 0;
-  bits_.drop(1);
+  reader_.refill(reader_.bits);
+  is_1d_ = reader_.bits.take(1) != 0;
 }
 
 // Goes behind the end-of-line code before the next row of a Group 3 stream, if there is one.
@@ -142,8 +141,9 @@ bool Decoder::is_row_empty() {
   take_tag();
   is_at_row_ = true;
   ++empty_rows_;
-  refill(bits_);
-  is_ended_ = empty_rows_ + 1 >= kReturnToControl || ran_out() || (missing_ > 0 && bits_.word == 0);
+  reader_.refill(reader_.bits);
+  is_ended_ = empty_rows_ + 1 >= kReturnToControl || ran_out() ||
+              (reader_.missing() > 0 && reader_.bits.held == 0);
   return true;
 }
 

@@ -43,13 +43,6 @@ constexpr RunCodes run_codes(bool is_black) {
 
 constexpr RunCodes kRunCodes[2] = {run_codes(false), run_codes(true)};
 
-uint8_t reverse_bits(uint8_t byte) {
-  const uint32_t v = byte;
-  const uint32_t pairs = (v >> 1 & 0x55) | (v & 0x55) << 1;
-  const uint32_t nibbles = (pairs >> 2 & 0x33) | (pairs & 0x33) << 2;
-  return static_cast<uint8_t>(nibbles >> 4 | nibbles << 4);
-}
-
 }  // namespace
 
 inline void Encoder::Bits::put(uint64_t code, uint32_t length) {
@@ -99,9 +92,7 @@ void Encoder::begin() {
 // Gives the whole bytes to the sink.
 Status Encoder::flush() {
   const size_t bytes = static_cast<size_t>(bits_.next - out_.data());
-  if (options_.is_reversed) {
-    for (size_t i = 0; i < bytes; ++i) out_.data()[i] = reverse_bits(out_.data()[i]);
-  }
+  if (options_.is_reversed) mirror_bits(out_.bytes().first(bytes));
   flushed_ += bytes;
   bits_.next = out_.data();
   if (bytes != 0 && failure_.ok()) failure_ = write_(context_, {out_.data(), bytes});

@@ -89,8 +89,8 @@ Status Decoder::start() { return window_.allocate(kWindow + kMaxMatch + kSlack);
 
 void Decoder::begin(ByteSource& source) {
   source_ = &source;
-  held_ = 0;
-  held_bits_ = missing_ = 0;
+  reader_.reset();
+  reader_.open(source);
   used_ = given_ = 0;
   state_ = State::kHeader;
   is_last_block_ = false;
@@ -99,39 +99,10 @@ void Decoder::begin(ByteSource& source) {
 
 // ---- Input ----
 
-// Makes held_bits_ 56 or more; false when some of them are behind the end of the data.
-bool Decoder::refill() {
-  std::span<const uint8_t> window = source_->window();
-  if (window.size() >= 8) [[likely]] {
-    held_ |= load_le64(window.data()) << held_bits_;
-    source_->consume((63 - held_bits_) >> 3);
-    held_bits_ |= 56;
-    return true;
-  }
-  while (held_bits_ < 56) {
-    const int byte = source_->get();
-    if (byte < 0) {
-      missing_ += 8;
-    } else {
-      held_ &= (uint64_t{1} << held_bits_) - 1;
-      held_ |= static_cast<uint64_t>(byte) << held_bits_;
-    }
-    held_bits_ += 8;
-  }
-  return missing_ == 0;
-}
-
 // Whether `bits` (up to 32) are there.
 bool Decoder::need(uint32_t bits) {
-  if (held_bits_ < bits) refill();
-  return held_bits_ - missing_ >= bits || missing_ == 0;
-}
-
-uint32_t Decoder::take(uint32_t bits) {
-  const auto value = static_cast<uint32_t>(held_ & ((uint64_t{1} << bits) - 1));
-  held_ >>= bits;
-  held_bits_ -= bits;
-  return value;
+  if (reader_.bits.count < bits) reader_.refill(reader_.bits);
+  return reader_.has(reader_.bits, bits);
 }
 
 Status Decoder::data_ended() const { return source_->shortage(); }
@@ -178,7 +149,7 @@ Status Decoder::start_block() {
 }
 
 Status Decoder::start_stored() {
-  take(held_bits_ & 7);
+  reader_.bits.drop_to_byte();
   if (!need(32)) return data_ended();
   const uint32_t length = take(16);
   if ((take(16) ^ length) != 0xFFFF) return kBadData;
@@ -203,12 +174,10 @@ Status Decoder::read_codes() {
   std::array<uint8_t, 320> lengths = {};
   const uint32_t count = literals + distances;
   for (uint32_t i = 0; i < count;) {
-    if (!need(22)) {
-      if (held_bits_ <= missing_) return data_ended();
-    }
-    const uint32_t entry = code.look_up(held_);
+    if (!need(22) && !need(1)) return data_ended();
+    const uint32_t entry = code.look_up(reader_.bits.held);
     if (entry == HuffmanCode::kNoCode) return kBadData;
-    take(entry & 15);
+    reader_.bits.drop(entry & 15);
     const uint32_t symbol = entry >> 4;
     if (symbol < 16) {
       lengths[i++] = static_cast<uint8_t>(symbol);
@@ -220,7 +189,7 @@ Status Decoder::read_codes() {
     if (i + repeats > count) return kBadData;
     for (; repeats > 0; --repeats) lengths[i++] = value;
   }
-  if (held_bits_ < missing_) return data_ended();
+  if (reader_.ran_out(reader_.bits)) return data_ended();
   if (literals > 286 || lengths[kEndOfBlock] == 0) return kBadData;
   if (!literals_.build({lengths.data(), literals})) return kBadData;
   if (!distances_.build({lengths.data() + literals, distances})) return kBadData;
@@ -230,48 +199,26 @@ Status Decoder::read_codes() {
 
 Status Decoder::copy_stored() {
   while (stored_left_ > 0 && used_ < kWindow) {
-    if (held_bits_ > missing_ && held_bits_ > 0) {
+    if (reader_.bits.count > 0) {
+      if (!need(8)) return data_ended();
       window_.data()[used_++] = static_cast<uint8_t>(take(8));
       --stored_left_;
       continue;
     }
-    if (missing_ > 0) return data_ended();
-    held_ = 0;
     const std::span<uint8_t> room =
         window_.bytes().subspan(used_, std::min<size_t>(stored_left_, kWindow - used_));
     size_t got = 0;
-    TRY(source_->read_some(room, got));
+    reader_.close();
+    const Status status = source_->read_some(room, got);
+    reader_.reset();
+    reader_.open(*source_);
+    TRY(status);
     used_ += got;
     stored_left_ -= static_cast<uint32_t>(got);
     if (got < room.size()) return data_ended();
   }
   if (stored_left_ == 0) state_ = State::kBlock;
   return kOk;
-}
-
-Decoder::Bits Decoder::open_bits() const {
-  const std::span<const uint8_t> window = source_->window();
-  return {held_, held_bits_, window.data(), window.data() + window.size()};
-}
-
-void Decoder::close_bits(const Bits& bits) {
-  source_->consume(static_cast<size_t>(bits.next - source_->window().data()));
-  held_ = bits.held;
-  held_bits_ = bits.count;
-}
-
-// Makes 56 bits or more; false when all that are left stand behind the end of the data.
-inline bool Decoder::refill(Bits& bits) {
-  if (bits.end - bits.next >= 8) [[likely]] {
-    bits.held |= load_le64(bits.next) << bits.count;
-    bits.next += (63 - bits.count) >> 3;
-    bits.count |= 56;
-    return true;
-  }
-  close_bits(bits);
-  refill();
-  bits = open_bits();
-  return held_bits_ > missing_;
 }
 
 // What stands behind the code of a length.
@@ -282,7 +229,7 @@ inline bool Decoder::read_match(Bits& bits, uint32_t length_code, uint32_t& leng
   const uint32_t entry = distances_.look_up(bits.held);
   const uint32_t code = entry >> 4;
   if (code >= std::size(kDistances)) return false;
-  bits.take(entry & 15);
+  bits.drop(entry & 15);
   distance = kDistances[code].base + bits.take(kDistances[code].bits);
   return true;
 }
@@ -309,26 +256,27 @@ inline void copy_match(uint8_t* to, size_t distance, uint32_t length) {
 Status Decoder::decode_codes() {
   uint8_t* const window = window_.data();
   size_t used = used_;
-  Bits bits = open_bits();
+  Bits bits = reader_.bits;
   Status status = kOk;
   while (used < kWindow) {
-    if (!refill(bits)) {
+    reader_.refill(bits);
+    if (!reader_.has(bits, 1)) {
       status = data_ended();
       break;
     }
     uint32_t entry = literals_.look_up(bits.held);
-    const int more = missing_ == 0 ? 2 : 0;  // symbols that bits behind the end cannot be
+    const int more = reader_.missing() == 0 ? 2 : 0;  // symbols that bits behind the end cannot be
     for (int i = 0; i < more && entry < kEndOfBlock << 4; ++i) {
       window[used++] = static_cast<uint8_t>(entry >> 4);
-      bits.take(entry & 15);
+      bits.drop(entry & 15);
       entry = literals_.look_up(bits.held);
     }
     if (entry == HuffmanCode::kNoCode) {
       status = kBadData;
       break;
     }
-    if (bits.count < kMatchBits) refill(bits);
-    bits.take(entry & 15);
+    if (bits.count < kMatchBits) reader_.refill(bits);
+    bits.drop(entry & 15);
     const uint32_t symbol = entry >> 4;
     uint32_t length = 0;
     size_t distance = 0;
@@ -337,7 +285,7 @@ Status Decoder::decode_codes() {
       status = kBadData;
       break;
     }
-    if (bits.count < missing_) {
+    if (reader_.ran_out(bits)) {
       status = data_ended();
       break;
     }
@@ -352,7 +300,7 @@ Status Decoder::decode_codes() {
     copy_match(window + used, distance, length);
     used += length;
   }
-  close_bits(bits);
+  reader_.bits = bits;
   used_ = used;
   return status;
 }
@@ -389,7 +337,7 @@ Status Decoder::decode(std::span<uint8_t> out) {
     if (used_ == given_) {
       if (failure_.ok()) failure_ = more();
       // A code that cannot be may be the beginning of one that was cut.
-      const bool is_near_end = missing_ > 0 && held_bits_ < missing_ + kMatchBits;
+      const bool is_near_end = reader_.missing() > 0 && !reader_.has(reader_.bits, kMatchBits);
       if (failure_ == kBadData && is_near_end) failure_ = data_ended();
       // What was decoded before the failure is handed out first.
       if (used_ == given_) return failure_;

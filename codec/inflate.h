@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 
+#include "base/bit_reader.h"
 #include "base/buffer.h"
 #include "base/byte_source.h"
 #include "base/status.h"
@@ -52,28 +53,11 @@ class Decoder {
  private:
   enum class State : uint8_t { kHeader, kBlock, kStored, kCodes, kEnd };
 
-  // The bits held and the bytes behind them, out of the object while a block is decoded.
-  struct Bits {
-    uint64_t held;
-    uint32_t count;
-    const uint8_t* next;
-    const uint8_t* end;
+  using Bits = BitReader<BitOrder::kLowFirst>::Bits;
 
-    uint32_t take(uint32_t bits) {
-      const auto value = static_cast<uint32_t>(held & ((uint64_t{1} << bits) - 1));
-      held >>= bits;
-      count -= bits;
-      return value;
-    }
-  };
-
-  Bits open_bits() const;
-  void close_bits(const Bits& bits);
-  bool refill(Bits& bits);
   bool read_match(Bits& bits, uint32_t length_code, uint32_t& length, size_t& distance) const;
   bool need(uint32_t bits);
-  uint32_t take(uint32_t bits);
-  bool refill();
+  uint32_t take(uint32_t bits) { return reader_.bits.take(bits); }
   Status more();
   Status start_wrapper();
   Status start_block();
@@ -84,9 +68,7 @@ class Decoder {
   Status data_ended() const;
 
   ByteSource* source_ = nullptr;
-  uint64_t held_ = 0;  // next bit lowest; above the first held_bits_: zero, or what comes next
-  uint32_t held_bits_ = 0;
-  uint32_t missing_ = 0;  // zero bits held behind the end of the data
+  BitReader<BitOrder::kLowFirst> reader_;
 
   Buffer window_;     // what has been decoded, the last 32 KiB at least
   size_t used_ = 0;   // bytes in it

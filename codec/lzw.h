@@ -9,13 +9,12 @@
 #include <cstdint>
 #include <span>
 
+#include "base/bit_reader.h"
 #include "base/buffer.h"
 #include "base/byte_source.h"
 #include "base/status.h"
 
 namespace tavo::lzw {
-
-enum class BitOrder : uint8_t { kLowFirst, kHighFirst };
 
 inline constexpr unsigned kMaxCodeBits = 12;
 inline constexpr uint32_t kMaxCodes = 1u << kMaxCodeBits;
@@ -51,11 +50,10 @@ class Decoder {
 
   Status fill(ByteSource& bytes);
   Status reserve(size_t size);
-  bool run(ByteSource& bytes, size_t stop);
-  bool load_bits(ByteSource& bytes);
+  bool run(size_t stop);
   void reset_table();
   void grow_codes();
-  void first_code(ByteSource& bytes);
+  void first_code();
   uint32_t codes_to_growth() const;
 
   // The literals, then everything decoded since the last clear code. Strings are pieces of it, so
@@ -67,8 +65,7 @@ class Decoder {
   size_t written_ = 0;  // and up to here decoded
   size_t frozen_ = 0;
   Entry previous_ = {};
-  uint64_t held_ = 0;  // bits read ahead
-  unsigned held_bits_ = 0;
+  BitReader<kOrder> reader_;
   unsigned minimum_bits_ = 0;
   unsigned width_ = 0;
   uint32_t clear_ = 0;

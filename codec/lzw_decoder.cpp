@@ -2,7 +2,6 @@
 #include <cassert>
 #include <cstring>
 
-#include "base/endian.h"
 #include "base/vector_sse2.h"
 #include "codec/lzw.h"
 
@@ -17,46 +16,6 @@ constexpr uint32_t kNoGrowth = UINT32_MAX;
 
 // No string is longer than the table has entries; the copies of one may write a step beyond it.
 constexpr size_t kSlack = kGroup * (kMaxCodes + kCopyStep);
-
-// Bits not yet taken, `count` of them; what stands beyond them are the bits that come next or 0.
-template <BitOrder kOrder>
-struct BitBuffer {
-  uint64_t held;
-  unsigned count;
-
-  // Needs 8 readable bytes; at least 56 bits are held after it.
-  void refill(const uint8_t*& in) {
-    if constexpr (kOrder == BitOrder::kLowFirst) {
-      held |= load_le64(in) << count;
-    } else {
-      held |= load_be64(in) >> count;
-    }
-    in += (63 - count) >> 3;
-    count |= 56;
-  }
-
-  void add(uint8_t byte) {
-    if constexpr (kOrder == BitOrder::kLowFirst) {
-      held |= uint64_t{byte} << count;
-    } else {
-      held |= uint64_t{byte} << (56 - count);
-    }
-    count += 8;
-  }
-
-  uint32_t take(unsigned width) {
-    uint32_t code;
-    if constexpr (kOrder == BitOrder::kLowFirst) {
-      code = static_cast<uint32_t>(held) & ((1u << width) - 1);
-      held >>= width;
-    } else {
-      code = static_cast<uint32_t>(held >> (64 - width));
-      held <<= width;
-    }
-    count -= width;
-    return code;
-  }
-};
 
 // Loads and stores whole steps: a string that is being made overlaps its own copy.
 inline void copy_step(uint8_t* to, const uint8_t* from) { sse2::store(to, sse2::load(from)); }
@@ -83,7 +42,7 @@ Status Decoder<kOrder, kEarlyChange>::start(unsigned minimum_code_size) {
   }
   minimum_bits_ = minimum_code_size;
   clear_ = 1u << minimum_code_size;
-  held_ = held_bits_ = 0;
+  reader_.reset();
   end_ = End::kNone;
   reset_table();
   return kOk;
@@ -117,15 +76,17 @@ Status Decoder<kOrder, kEarlyChange>::fill(ByteSource& bytes) {
   }
   TRY(reserve(written_ + kBurst + kSlack));
   const size_t stop = written_ + kBurst;
+  reader_.open(bytes);
   while (end_ == End::kNone && written_ < stop) {
     if (at_start_) {
-      first_code(bytes);
-    } else if (!run(bytes, stop)) {
+      first_code();
+    } else if (!run(stop)) {
       // A clear code: the next dictionary goes over this one once it has been handed out.
       reset_table();
       if (written_ != given_) break;
     }
   }
+  reader_.close();
   return end_ == End::kNoData ? bytes.failure() : kOk;
 }
 
@@ -163,31 +124,15 @@ void Decoder<kOrder, kEarlyChange>::grow_codes() {
   if (next_ == kMaxCodes) frozen_ = written_;
 }
 
-// Holds one code at least, or returns false: the stream ends here.
-template <BitOrder kOrder, bool kEarlyChange>
-bool Decoder<kOrder, kEarlyChange>::load_bits(ByteSource& bytes) {
-  BitBuffer<kOrder> bits{held_, held_bits_};
-  while (bits.count < width_) {
-    const int byte = bytes.get();
-    if (byte < 0) break;
-    bits.add(static_cast<uint8_t>(byte));
-  }
-  held_ = bits.held;
-  held_bits_ = bits.count;
-  return held_bits_ >= width_;
-}
-
 // The code after a clear code (or at the very start) makes no entry and must be a literal.
 template <BitOrder kOrder, bool kEarlyChange>
-void Decoder<kOrder, kEarlyChange>::first_code(ByteSource& bytes) {
-  if (!load_bits(bytes)) {
+void Decoder<kOrder, kEarlyChange>::first_code() {
+  reader_.refill(reader_.bits);
+  if (!reader_.has(reader_.bits, width_)) {
     end_ = End::kNoData;
     return;
   }
-  BitBuffer<kOrder> bits{held_, held_bits_};
-  const uint32_t code = bits.take(width_);
-  held_ = bits.held;
-  held_bits_ = bits.count;
+  const uint32_t code = reader_.bits.take(width_);
   if (code == clear_) return;
   if (code > clear_) {
     end_ = code == clear_ + 1 ? End::kEndCode : End::kBadCode;
@@ -207,7 +152,7 @@ void Decoder<kOrder, kEarlyChange>::first_code(ByteSource& bytes) {
 // The entry for the string being made is stored before the code is looked up, and its last byte
 // put in place, so that a code which names that very string needs no case of its own.
 template <BitOrder kOrder, bool kEarlyChange>
-bool Decoder<kOrder, kEarlyChange>::run(ByteSource& bytes, size_t stop) {
+bool Decoder<kOrder, kEarlyChange>::run(size_t stop) {
   uint8_t* const history = history_.data();
   Entry* const table = table_.data();
   const uint32_t clear = clear_;
@@ -216,13 +161,10 @@ bool Decoder<kOrder, kEarlyChange>::run(ByteSource& bytes, size_t stop) {
   uint32_t next = next_;
   uint32_t made = next < kMaxCodes ? 1 : 0;  // entries that each code makes
   Entry previous = previous_;
-  BitBuffer<kOrder> bits{held_, held_bits_};
+  auto bits = reader_.bits;
   uint32_t until_growth = codes_to_growth();
   unsigned width = width_;
   uint32_t special = 0;
-
-  const uint8_t* in = bytes.window().data();
-  const uint8_t* in_end = in + bytes.window().size();
 
   const auto decode_one = [&]() {
     uint32_t code = bits.take(width);
@@ -242,27 +184,17 @@ bool Decoder<kOrder, kEarlyChange>::run(ByteSource& bytes, size_t stop) {
   };
 
   while (true) {
-    while (out < limit && until_growth > kGroup && in_end - in >= 8) {
-      bits.refill(in);
+    while (out < limit && until_growth > kGroup && bits.has_word()) {
+      reader_.refill_fast(bits);
       if (!decode_one() || !decode_one() || !decode_one() || !decode_one()) break;
       until_growth -= made * kGroup;
     }
     if (special != 0 || out >= limit) break;
 
-    if (in_end - in < 8) {
-      bytes.consume(static_cast<size_t>(in - bytes.window().data()));
-      while (bytes.window().size() < 8 && !bytes.at_end()) {
-        if (!bytes.refill().ok()) break;  // a failure counts as the end; fill() asks for it
-      }
-      in = bytes.window().data();
-      in_end = in + bytes.window().size();
-      while (in != in_end && bits.count <= 56) bits.add(*in++);
-      if (bits.count < width) {
-        end_ = End::kNoData;
-        break;
-      }
-    } else {
-      bits.refill(in);
+    reader_.refill(bits);
+    if (!reader_.has(bits, width)) {
+      end_ = End::kNoData;
+      break;
     }
     if (!decode_one()) break;
     until_growth -= made;
@@ -277,9 +209,7 @@ bool Decoder<kOrder, kEarlyChange>::run(ByteSource& bytes, size_t stop) {
     }
   }
 
-  bytes.consume(static_cast<size_t>(in - bytes.window().data()));
-  held_ = bits.held;
-  held_bits_ = bits.count;
+  reader_.bits = bits;
   written_ = out;
   next_ = next;
   previous_ = previous;

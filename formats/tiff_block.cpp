@@ -14,15 +14,6 @@ constexpr uint32_t kInputBytes = 32768;
 constexpr uint32_t kInputStep = 1024;
 constexpr uint32_t kT4TwoDimensional = 1;
 
-void reverse_bits(std::span<uint8_t> bytes) {
-  for (uint8_t& byte : bytes) {
-    const uint32_t v = byte;
-    const uint32_t pairs = (v >> 1 & 0x55) | (v & 0x55) << 1;
-    const uint32_t nibbles = (pairs >> 2 & 0x33) | (pairs & 0x33) << 2;
-    byte = static_cast<uint8_t>(nibbles >> 4 | nibbles << 4);
-  }
-}
-
 ccitt::Coding coding_of(const Image& image) {
   switch (image.compression) {
     case kCcittRuns:
@@ -50,7 +41,7 @@ Status FilePart::read_some(std::span<uint8_t> into, size_t& got) {
   if (part.empty()) return kOk;
   TRY(file_->seek(position_));
   TRY(file_->read_some(part, got));
-  if (is_reversed_) reverse_bits(part.first(got));
+  if (is_reversed_) mirror_bits(part.first(got));
   position_ += got;
   left_ -= got;
   read_ += got;

@@ -33,7 +33,6 @@ class OutputFile {
   Status create_write_only(const char* name);
 
   Status write(std::span<const uint8_t> bytes);
-  Status write_byte(uint8_t byte) { return write({&byte, 1}); }
   Status write_zeros(uint64_t count);
 
   // Writes what is gathered and moves to `position` from the start.

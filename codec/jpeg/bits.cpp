@@ -48,7 +48,8 @@ Status EntropyReader::start(size_t mcu_bytes) {
 void EntropyReader::begin(ByteSource& source) {
   source_ = &source;
   end_ = data_;
-  at = {.bits = 0, .count = 0, .next = data_};
+  at = {};
+  at.next = data_;
   is_complete_ = false;
   marker_ = kNoMarker;
   fetch();

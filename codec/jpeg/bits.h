@@ -5,54 +5,29 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <type_traits>
 
+#include "base/bit_reader.h"
 #include "base/buffer.h"
 #include "base/byte_source.h"
-#include "base/endian.h"
 #include "base/status.h"
 
 namespace tavo::jpeg {
 
-// The bit buffer is a machine word. The pictures do not depend on its width: every read below asks
-// for no more than the narrower one holds.
-using BitWord = std::conditional_t<sizeof(void*) == 8, uint64_t, uint32_t>;
-inline constexpr int kWordBits = 8 * static_cast<int>(sizeof(BitWord));
-// What is there at least after a refill.
-inline constexpr int kRefilledBits = kWordBits - 8;
-
 // A position in unstuffed bytes. Small enough to live in registers: the decoding loops copy it,
-// work on the copy and store it back. At least 8 readable bytes follow `next` always.
-struct BitPosition {
-  BitWord bits = 0;  // the next bits, highest first
-  int count = 0;     // how many of them have been paid for; those below repeat what comes next
+// work on the copy and store it back.
+//
+// Of base/bit_reader.h it shares the register alone. Where data may end at any marker,
+// EntropyReader has looked for that while it took out the stuffed zeros: at least 8 readable bytes
+// follow `next` always, so that a refill, which the loops do for every other coefficient, needs no
+// test. The register is a machine word. The pictures do not depend on its width: every read below
+// asks for no more than the narrower one holds.
+struct BitPosition : BitRegister<BitOrder::kHighFirst, uintptr_t> {
   const uint8_t* next = nullptr;
 
-  void refill() {
-    BitWord word = load_native<BitWord>(next);
-    if constexpr (sizeof(BitWord) == 8) {
-      word = __builtin_bswap64(word);
-    } else {
-      word = __builtin_bswap32(word);
-    }
-    bits |= word >> count;
-    next += (kWordBits - 1 - count) >> 3;
-    count |= kRefilledBits;
-  }
+  void refill() { BitRegister::refill(load(next), next); }
 
-  uint32_t peek(int n) const { return static_cast<uint32_t>(bits >> (kWordBits - n)); }  // 1..16
-  void drop(int n) {
-    bits <<= n;
-    count -= n;
-  }
-  // 0 to 16 bits; a refill must have brought them.
-  uint32_t take(int n) {
-    const auto value = static_cast<uint32_t>(bits >> 1 >> (kWordBits - 1 - n));
-    drop(n);
-    return value;
-  }
-  // The signed value of `n` magnitude bits.
-  int take_signed(int n) {
+  // The signed value of `n` magnitude bits: RECEIVE and EXTEND of F.2.2.1.
+  int take_signed(uint32_t n) {
     if (n == 0) return 0;
     const auto value = static_cast<int>(take(n));
     return value < 1 << (n - 1) ? value - (1 << n) + 1 : value;
@@ -77,7 +52,8 @@ class EntropyReader {
   }
   // True once more bits were taken than the segment has.
   bool is_exhausted() const {
-    return is_complete_ && (at.next - data_) * 8 - at.count > (end_ - data_) * 8;
+    const auto taken = (at.next - data_) * 8 - static_cast<ptrdiff_t>(at.count);
+    return is_complete_ && taken > (end_ - data_) * 8;
   }
 
   // Bytes of the source that may be taken before they are needed.

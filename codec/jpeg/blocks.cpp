@@ -45,7 +45,7 @@ __attribute__((noinline)) Coefficient read_long(BitPosition& at, const HuffmanTa
 // One AC coefficient or end of block; no refill when the table settles it.
 inline Coefficient read_ac(BitPosition& at, const HuffmanTable& table) {
   const LookEntry entry = table.look[at.peek(kLookBits)];
-  const int drop = entry & 0xFF;
+  const uint32_t drop = entry & 0xFF;
   if (drop == 0) [[unlikely]]
     return read_long(at, table, TableClass::kAc, entry);
   at.drop(drop);
@@ -55,7 +55,7 @@ inline Coefficient read_ac(BitPosition& at, const HuffmanTable& table) {
 // The difference of a DC value; false for a code that the table does not have.
 inline bool read_dc(BitPosition& at, const HuffmanTable& table, int& difference) {
   const LookEntry entry = table.look[at.peek(kLookBits)];
-  const int drop = entry & 0xFF;
+  const uint32_t drop = entry & 0xFF;
   if (drop == 0) [[unlikely]] {
     const Coefficient read = read_long(at, table, TableClass::kDc, entry);
     difference = read.value;
@@ -69,7 +69,7 @@ inline bool read_dc(BitPosition& at, const HuffmanTable& table, int& difference)
 // Adds in 16 bits, as the values are stored; damaged streams may overflow them.
 inline void add_dc(int& dc, int difference) { dc = static_cast<int16_t>(dc + difference); }
 
-constexpr int kSymbolsPerRefill = kRefilledBits / kLookBits;
+constexpr int kSymbolsPerRefill = static_cast<int>(BitPosition::kRefilledBits) / kLookBits;
 
 template <const Places& kPlaces>
 inline int decode_block(BitPosition& position, const HuffmanTable& dc_table,
@@ -130,6 +130,7 @@ namespace {
 // The blocks that an end-of-band symbol covers besides the present one.
 uint32_t read_run(BitPosition& at, int advance) {
   const int bits = advance - kEndOfBlock;
+  if (bits == 0) return 0;
   at.refill();
   return (1u << bits) - 1 + at.take(bits);
 }
@@ -171,11 +172,10 @@ inline uint64_t bits_between(int first, int last) {
 inline void correct(BitPosition& at, int low, uint64_t mask, int16_t* block) {
   while (mask != 0) {
     at.refill();
-    for (int i = 0; i < kRefilledBits && mask != 0; ++i, mask &= mask - 1) {
+    for (uint32_t i = 0; i < at.kRefilledBits && mask != 0; ++i, mask &= mask - 1) {
       int16_t& value = block[std::countr_zero(mask)];
       const int sign = value >> 15;
-      const int bit = static_cast<int>(at.bits >> (kWordBits - 1)) << low;
-      at.drop(1);
+      const int bit = static_cast<int>(at.take(1)) << low;
       value = static_cast<int16_t>(value + ((bit ^ sign) - sign));
     }
   }
