@@ -66,14 +66,17 @@ constexpr Code terminating_code(uint32_t run, bool is_black) {
   return is_black ? kBlackTerminating[run] : kWhiteTerminating[run];
 }
 
-// Two-dimensional modes.
+// Two-dimensional modes (tables 4/T.4 and 1/T.6).
 inline constexpr Code kPass = {0x1, 4};
 inline constexpr Code kHorizontal = {0x1, 3};
-// a1 - b1 = -3 ... 3.
+// VL3 to VR3, a1 - b1 = -3 to 3.
 inline constexpr Code kVertical[7] = {{0x2, 7}, {0x2, 6}, {0x2, 3}, {0x1, 1},
                                       {0x3, 3}, {0x3, 6}, {0x3, 7}};
+// The extension 0000001 with its number 111: uncompressed mode, which libtiff and Ghostscript do
+// not know, either.
+inline constexpr Code kUncompressedMode = {0xF, 10};
 
-// Eleven zeros, of which there may be more, and a one.
+// Eleven zeros and a one (T.4, 4.1.2). Fill, any number of zeros, may stand before it (4.1.3).
 inline constexpr Code kEndOfLine = {0x1, 12};
 inline constexpr uint32_t kEndOfLineZeros = 11;
 

@@ -12,13 +12,17 @@
 namespace tavo::ccitt {
 namespace {
 
-// Entries that one step of a row may write: a block of up to 48 copied changes, rounded up to
-// whole blocks, and a pair.
-constexpr size_t kStepEntries = 64;
 constexpr uint32_t kCopyBlock = 8;
-// V0 codes taken at once, so that the code behind them is still among the bits of one refill.
+// V0 codes taken at once.
 constexpr uint32_t kMaxOnes = 48;
+// Entries that one step of a row may write: the copied changes and those of a mode.
+constexpr size_t kStepEntries = 64;
+static_assert(kMaxOnes + 2 <= kStepEntries);
+// The code behind them is still among the bits of one refill.
+static_assert(kMaxOnes + kModeBits <= BitRegister<BitOrder::kHighFirst>::kRefilledBits);
+// flip_pixels works on words.
 constexpr size_t kRowSlack = 16;
+// Entries of the first list; pages have far fewer, halftones may have as many as pixels.
 constexpr size_t kFirstEntries = 65536;
 
 // Appends a colour change. A change at the place of the last one takes that back: a run of no
@@ -175,138 +179,183 @@ Decoder::Outcome Decoder::decode_1d() {
   return outcome;
 }
 
-// Two-dimensional row. row_ shows the row above at first; at every moment it shows the changes
-// found so far and, behind them, those of the row above from number b on. So vertical modes flip
-// the few pixels between two changes, and what stays the same costs nothing.
-Decoder::Outcome Decoder::decode_2d() {
-  const uint32_t* above = above_->data();
-  const size_t above_count = above_count_;
-  uint32_t* changes = current_->data();
-  size_t limit = current_->capacity();
-  uint8_t* row = row_.data();
-  const uint32_t width = width_;
-  size_t count = 0;  // even while the colour is white
+// A row of the two-dimensional scheme while it is decoded: T.4, 4.2.1.3, and the same in T.6, 2.2.
+// a0, a1, a2, b1 and b2 are those of T.4, 4.2.1.3.1; what does not exist stands at the width.
+//
+// The decoder's row_ shows the row above at first; at every moment it shows the changes found so
+// far and, behind them, those of the row above from number b on. So a vertical mode flips the few
+// pixels between two changes, and what stays the same costs nothing.
+//
+// In bounds because b <= above_count + 1, where `above` has kBack entries more:
+//  - a mode leaves a0 < width or ends the row, and above[b] is the width from b = above_count on;
+//  - so searching b1 from a0 on ends there, at most one pair from an entry below the width;
+//  - V0 stops before above_count + 1, and VL and VR go on by one only from a b1 whose left
+//    neighbour is not beyond a1, which holds up to above_count.
+struct Decoder::Row2d {
+  uint8_t* const row;
+  const uint32_t width;
+  const uint32_t* const above;
+  const size_t above_count;
+  uint32_t* changes;
+  Bits bits;
+  size_t count = 0;  // changes found: even while the colour is white
   size_t b = 0;      // of b1; of the same parity as count
   uint32_t a0 = 0;
-  Outcome outcome = Outcome::kRow;
-  Bits bits = reader_.bits;
 
-  for (;;) {
-    if (count + kStepEntries > limit) [[unlikely]] {
+  bool is_black() const { return (count & 1) != 0; }
+
+  // Takes a change of the row above out of row, or puts it back in.
+  void flip_above(size_t from) { flip_pixels(row, above[from], above[from + 1]); }
+
+  // b1 is the first change beyond a0 and of the other colour than a0's (T.4, 4.2.1.3.1).
+  void search_b1() {
+    for (; above[b] <= a0; b += 2) flip_above(b);
+  }
+
+  bool copy_changes();
+  Outcome vertical(const ModeEntry& mode);
+  Outcome horizontal(Decoder& decoder);
+  Outcome pass();
+};
+
+// V0, a single one, as often as it comes (up to kMaxOnes): a1 is b1. True when the row ends with
+// it.
+//
+// Whole blocks are copied, what is too much is written over later. They are read up to a block
+// behind b + to_end, and written up to kMaxOnes from `count` on.
+inline bool Decoder::Row2d::copy_changes() {
+  static_assert(ChangeList::kBack > 2 + kCopyBlock && kMaxOnes % kCopyBlock == 0);
+  const auto ones =
+      static_cast<uint32_t>(std::countl_zero(~bits.held | uint64_t{1} << (63 - kMaxOnes)));
+  const size_t to_end = b < above_count ? above_count - b + 1 : 1;  // V0 codes up to the row's end
+  std::memcpy(changes + count, above + b, kCopyBlock * sizeof(uint32_t));
+  const size_t copied = std::min<size_t>(ones, to_end);
+  for (size_t i = kCopyBlock; i < copied; i += kCopyBlock) {
+    std::memcpy(changes + count + i, above + b + i, kCopyBlock * sizeof(uint32_t));
+  }
+  if (ones >= to_end) {
+    bits.drop(static_cast<uint32_t>(to_end));
+    count += to_end - 1;
+    b += to_end;
+    return true;
+  }
+  count += ones;
+  b += ones;
+  if (ones != 0) a0 = above[b - 1];
+  bits.drop(ones);
+  return false;
+}
+
+// VL and VR (T.4, 4.2.1.3.2 b): a1 lies up to three pixels beside b1.
+inline Decoder::Outcome Decoder::Row2d::vertical(const ModeEntry& mode) {
+  bits.drop(mode.length);
+  const uint32_t b1 = above[b];
+  const uint32_t a1 = b1 + static_cast<uint32_t>(mode.delta);
+  if (a1 <= a0 || a1 >= width) [[unlikely]] {
+    // Left of a0 (by wrapping, left of the row) no change can be; a change at a0 makes an empty
+    // run, and is normal at the start of the row only.
+    if (static_cast<int64_t>(b1) + mode.delta < a0) return Outcome::kBadCode;
+    if (a1 >= width) {
+      flip_pixels(row, std::min(b1, width), width);
+      ++b;
+      return Outcome::kRow;
+    }
+    toggle(changes, count, a1);
+  } else {
+    changes[count++] = a1;
+  }
+  const uint32_t low = b1 + static_cast<uint32_t>(mode.low_delta);
+  uint8_t* at = row + (low >> 3);
+  store_be16(at, static_cast<uint16_t>(load_be16(at) ^ mode.mask >> (low & 7)));
+  a0 = a1;
+  // The colour is the other one now, so that b1 is one further, or, behind VL, one back.
+  if (above[static_cast<ptrdiff_t>(b) - 1] > a1) [[unlikely]] {
+    --b;
+    flip_above(b);
+  } else {
+    ++b;
+    search_b1();
+  }
+  return Outcome::kRowGoesOn;
+}
+
+// Two runs, of a0's colour and the other one (T.4, 4.2.1.3.2 c). The first of a row counts from its
+// first pixel on, not from the imaginary one before it (4.2.1.3.4).
+inline Decoder::Outcome Decoder::Row2d::horizontal(Decoder& decoder) {
+  bits.drop(kHorizontal.length);
+  decoder.reader_.refill(bits);
+  const uint32_t first = kRunTables[is_black()][bits.peek(kRunBits)];
+  const uint32_t second =
+      kRunTables[!is_black()][bits.peek_behind(RunEntry::length(first), kRunBits)];
+  uint32_t a1 = a0 + RunEntry::run(first);
+  uint32_t a2 = a1 + RunEntry::run(second);
+  if (RunEntry::are_runs(first, second)) [[likely]] {
+    bits.drop(RunEntry::length(first) + RunEntry::length(second));
+  } else {
+    const Runs runs = decoder.read_pair(bits, a0, is_black());
+    bits = runs.bits;
+    a1 = runs.a1;
+    a2 = runs.a2;
+    if (!runs.is_valid) return Outcome::kBadCode;
+  }
+  if (a2 >= width) [[unlikely]] {
+    if (a1 < width) {
+      toggle(changes, count, a1);
+      flip_pixels(row, a1, width);
+    }
+    return Outcome::kRow;
+  }
+  toggle(changes, count, a1);
+  toggle(changes, count, a2);
+  flip_pixels(row, a1, a2);
+  a0 = a2;
+  search_b1();
+  return Outcome::kRowGoesOn;
+}
+
+// T.4, 4.2.1.3.2 a: a0 goes below b2, the colour stays.
+inline Decoder::Outcome Decoder::Row2d::pass() {
+  bits.drop(kPass.length);
+  flip_above(b);
+  a0 = above[b + 1];
+  b += 2;
+  return a0 >= width ? Outcome::kRow : Outcome::kRowGoesOn;
+}
+
+Decoder::Outcome Decoder::decode_2d() {
+  Row2d r = {row_.data(), width_, above_->data(), above_count_, current_->data(), reader_.bits};
+  size_t limit = current_->capacity();
+  Outcome outcome = Outcome::kRowGoesOn;
+  while (outcome == Outcome::kRowGoesOn) {
+    if (r.count + kStepEntries > limit) [[unlikely]] {
       if (!current_->grow().ok()) return Outcome::kNoMemory;
-      changes = current_->data();
+      r.changes = current_->data();
       limit = current_->capacity();
     }
-    reader_.refill(bits);
-    const uint32_t ones =
-        static_cast<uint32_t>(std::countl_zero(~bits.held | uint64_t{1} << (63 - kMaxOnes)));
-    const size_t to_end = b < above_count ? above_count - b + 1 : 1;
-    std::memcpy(changes + count, above + b, kCopyBlock * sizeof(uint32_t));
-    const size_t copied = std::min<size_t>(ones, to_end);
-    for (size_t i = kCopyBlock; i < copied; i += kCopyBlock) {
-      std::memcpy(changes + count + i, above + b + i, kCopyBlock * sizeof(uint32_t));
-    }
-    if (ones >= to_end) {
-      bits.drop(static_cast<uint32_t>(to_end));
-      count += to_end - 1;
-      b += to_end;
+    reader_.refill(r.bits);
+    if (r.copy_changes()) {
+      outcome = Outcome::kRow;
       break;
     }
-    count += ones;
-    b += ones;
-    if (ones != 0) a0 = above[b - 1];
-    bits.drop(ones);
-
-    const ModeEntry mode = kModeTable[bits.peek(kModeBits)];
+    const ModeEntry mode = kModeTable[r.bits.peek(kModeBits)];
     if (mode.kind == ModeEntry::kVerticalMode) [[likely]] {
-      bits.drop(mode.length);
-      const uint32_t b1 = above[b];
-      const uint32_t a1 = b1 + static_cast<uint32_t>(mode.delta);
-      if (a1 <= a0 || a1 >= width) [[unlikely]] {
-        // Left of a0 (by wrapping, left of the row) no change can be; a change at a0 makes an
-        // empty run, and is normal at the start of the row only.
-        if (static_cast<int64_t>(b1) + mode.delta < a0) {
-          outcome = Outcome::kBadCode;
-          break;
-        }
-        if (a1 >= width) {
-          flip_pixels(row, std::min(b1, width), width);
-          ++b;
-          break;
-        }
-        toggle(changes, count, a1);
-        if (b > above_count + 4) b -= 2;
-      } else {
-        changes[count++] = a1;
-      }
-      const uint32_t low = b1 + static_cast<uint32_t>(mode.low_delta);
-      uint8_t* at = row + (low >> 3);
-      store_be16(at, static_cast<uint16_t>(load_be16(at) ^ mode.mask >> (low & 7)));
-      a0 = a1;
-      if (above[static_cast<ptrdiff_t>(b) - 1] > a1) [[unlikely]] {
-        flip_pixels(row, above[b - 1], above[b]);
-        --b;
-      } else {
-        ++b;
-        while (above[b] <= a1) {
-          flip_pixels(row, above[b], above[b + 1]);
-          b += 2;
-        }
-      }
+      outcome = r.vertical(mode);
     } else if (mode.kind == ModeEntry::kHorizontalMode) {
-      bits.drop(mode.length);
-      reader_.refill(bits);
-      const bool is_black = (count & 1) != 0;
-      const uint32_t first = kRunTables[is_black][bits.peek(kRunBits)];
-      const uint32_t second =
-          kRunTables[!is_black][bits.peek_behind(RunEntry::length(first), kRunBits)];
-      uint32_t a1 = a0 + RunEntry::run(first);
-      uint32_t a2 = a1 + RunEntry::run(second);
-      if (RunEntry::are_runs(first, second)) [[likely]] {
-        bits.drop(RunEntry::length(first) + RunEntry::length(second));
-      } else {
-        const Runs runs = read_pair(bits, a0, is_black);
-        bits = runs.bits;
-        a1 = runs.a1;
-        a2 = runs.a2;
-        if (!runs.is_valid) {
-          outcome = Outcome::kBadCode;
-          break;
-        }
-      }
-      if (a2 >= width) [[unlikely]] {
-        if (a1 < width) {
-          toggle(changes, count, a1);
-          flip_pixels(row, a1, width);
-        }
-        break;
-      }
-      toggle(changes, count, a1);
-      toggle(changes, count, a2);
-      flip_pixels(row, a1, a2);
-      a0 = a2;
-      while (above[b] <= a0) {
-        flip_pixels(row, above[b], above[b + 1]);
-        b += 2;
-      }
+      outcome = r.horizontal(*this);
     } else if (mode.kind == ModeEntry::kPassMode) {
-      bits.drop(mode.length);
-      flip_pixels(row, above[b], above[b + 1]);
-      a0 = above[b + 1];
-      b += 2;
-      if (a0 >= width) break;
+      outcome = r.pass();
     } else {
-      constexpr uint32_t kUncompressedBits = 10;
-      constexpr uint32_t kUncompressedMode = 0xF;
-      outcome = bits.peek(kUncompressedBits) == kUncompressedMode ? Outcome::kUncompressed
-                                                                  : Outcome::kBadCode;
-      break;
+      outcome = r.bits.peek(kUncompressedMode.length) == kUncompressedMode.bits
+                    ? Outcome::kUncompressed
+                    : Outcome::kBadCode;
     }
+    assert(r.b <= r.above_count + 1 || outcome == Outcome::kRow);
   }
-  reader_.bits = bits;
+  reader_.bits = r.bits;
   if (outcome != Outcome::kRow) return outcome;
-  for (; b < above_count; b += 2) flip_pixels(row, above[b], above[b + 1]);
-  finish_row(count);
+  for (; r.b < r.above_count; r.b += 2) r.flip_above(r.b);
+  finish_row(r.count);
   return Outcome::kRow;
 }
+
 }  // namespace tavo::ccitt

@@ -77,8 +77,9 @@ class Decoder {
   using Reader = BitReader<BitOrder::kHighFirst, true>;
   using Bits = Reader::Bits;
 
-  enum class Outcome { kRow, kTooLong, kBadCode, kUncompressed, kNoMemory };
+  enum class Outcome { kRowGoesOn, kRow, kTooLong, kBadCode, kUncompressed, kNoMemory };
   struct Runs;
+  struct Row2d;
 
   Outcome decode_1d();
   Outcome decode_2d();

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "base/endian.h"
-#include "codec/ccitt_codes.h"
 
 namespace tavo::ccitt {
 namespace {
@@ -24,6 +23,9 @@ constexpr size_t kWordEntries = 64;
 // both together above 5 bits of their length (at most 25).
 constexpr uint32_t kLongRun = kMaxMakeUp + 64;
 using RunCodes = std::array<uint32_t, kLongRun>;
+// Runs below this are none of the long ones. A power of two, so that one comparison serves two.
+constexpr uint32_t kShortRuns = 2048;
+static_assert(kShortRuns <= kLongRun);
 
 constexpr RunCodes run_codes(bool is_black) {
   RunCodes codes{};
@@ -176,27 +178,50 @@ Status Encoder::find_changes(const uint8_t* row) {
   return kOk;
 }
 
+// A run of T.4, 4.1.1.
+inline Status Encoder::put_run(uint32_t run, bool is_black) {
+  if (run >= kShortRuns) TRY(put_long_run(run));
+  const uint32_t code = kRunCodes[is_black][run];
+  bits_.put(code >> 5, code & 31);
+  return kOk;
+}
+
+// `mode` and two runs of different colours, in one piece but for long runs.
+inline Status Encoder::put_pair(Code mode, uint32_t first, uint32_t second, bool is_black) {
+  if ((first | second) >= kShortRuns) [[unlikely]] {
+    bits_.put(mode.bits, mode.length);
+    TRY(put_run(first, is_black));
+    return put_run(second, !is_black);
+  }
+  const uint32_t one = kRunCodes[is_black][first];
+  const uint32_t two = kRunCodes[!is_black][second];
+  const uint64_t bits = (uint64_t{mode.bits} << (one & 31) | one >> 5) << (two & 31) | two >> 5;
+  bits_.put(bits, mode.length + (one & 31) + (two & 31));
+  return kOk;
+}
+
+// T.4, 4.1.1: white and black runs in turn, a white one first, if need be of no pixels. The last
+// run may have either colour.
 Status Encoder::encode_1d() {
   const uint32_t* changes = current_->data();
   uint32_t a0 = 0;
   for (size_t i = 0; a0 < width_; i += 2) {
-    uint32_t white = changes[i] - a0;
-    uint32_t black = changes[i + 1] - changes[i];
-    a0 = changes[i + 1];
+    const uint32_t a1 = changes[i];
+    const uint32_t a2 = changes[i + 1];
     TRY(make_room());
-    if ((white | black) >= 2048) [[unlikely]]
-      TRY(put_long_run(white));
-    const uint32_t white_code = kRunCodes[0][white];
-    bits_.put(white_code >> 5, white_code & 31);
-    if (changes[i] >= width_) break;  // the row ended with the white run
-    if (black >= 2048) [[unlikely]]
-      TRY(put_long_run(black));
-    const uint32_t black_code = kRunCodes[1][black];
-    bits_.put(black_code >> 5, black_code & 31);
+    if (a1 >= width_) return put_run(a1 - a0, false);
+    TRY(put_pair({0, 0}, a1 - a0, a2 - a1, false));
+    a0 = a2;
   }
   return kOk;
 }
 
+// The procedure of T.4, 4.2.1.3.3 (T.6, 2.2), which leaves no choice: pass when b2 lies left of a1,
+// else vertical when a1 is at most three pixels beside b1, else horizontal.
+//
+// In bounds: both lists end with kBack entries of the width. i stays below count_ + 2, as a row
+// ends with the mode that reaches the width; b goes on from entries below the width alone, two at
+// a time, or by one with i.
 Status Encoder::encode_2d() {
   const uint32_t* changes = current_->data();
   const uint32_t* above = above_->data();
@@ -214,44 +239,21 @@ Status Encoder::encode_2d() {
       a0 = changes[i - 1];
     }
     const uint32_t a1 = changes[i];
-    const uint32_t b1 = above[b];
-    const uint32_t b2 = above[b + 1];
-    const uint32_t apart = a1 - b1 + 3;
-    if (b2 < a1) {
+    if (above[b + 1] < a1) {
       bits_.put(kPass.bits, kPass.length);
-      a0 = b2;
+      a0 = above[b + 1];
       b += 2;
       continue;
     }
+    const uint32_t apart = a1 - above[b] + 3;
     if (apart <= 6) {
       bits_.put(kVertical[apart].bits, kVertical[apart].length);
       if (i >= count_) return kOk;
       ++i;
       a0 = a1;
-      if (above[static_cast<ptrdiff_t>(b) - 1] > a1) {
-        --b;
-      } else {
-        ++b;
-      }
+      above[static_cast<ptrdiff_t>(b) - 1] > a1 ? --b : ++b;
     } else {
-      uint32_t first = a1 - a0;
-      uint32_t second = changes[i + 1] - a1;
-      const bool is_black = (i & 1) != 0;
-      const uint64_t horizontal = kHorizontal.bits;
-      if ((first | second) < 2048) [[likely]] {
-        const uint32_t one = kRunCodes[is_black][first];
-        const uint32_t two = kRunCodes[!is_black][second];
-        const uint64_t bits = (horizontal << (one & 31) | one >> 5) << (two & 31) | two >> 5;
-        bits_.put(bits, kHorizontal.length + (one & 31) + (two & 31));
-      } else {
-        bits_.put(horizontal, kHorizontal.length);
-        TRY(put_long_run(first));
-        const uint32_t one = kRunCodes[is_black][first];
-        bits_.put(one >> 5, one & 31);
-        TRY(put_long_run(second));
-        const uint32_t two = kRunCodes[!is_black][second];
-        bits_.put(two >> 5, two & 31);
-      }
+      TRY(put_pair(kHorizontal, a1 - a0, changes[i + 1] - a1, (i & 1) != 0));
       a0 = changes[i + 1];
       i += 2;
       if (a0 >= width_) return kOk;

@@ -6,6 +6,7 @@
 
 #include "base/buffer.h"
 #include "base/status.h"
+#include "codec/ccitt_codes.h"
 #include "codec/ccitt_decoder.h"
 
 namespace tavo::ccitt {
@@ -57,7 +58,9 @@ class Encoder {
   Status encode_1d();
   Status encode_2d();
   Status put_ones(uint64_t count);
+  Status put_run(uint32_t run, bool is_black);
   Status put_long_run(uint32_t& run);
+  Status put_pair(Code mode, uint32_t first, uint32_t second, bool is_black);
   void put_end_of_line(bool is_1d);
   void align(uint32_t bytes);
   Status make_room();

@@ -48,6 +48,8 @@ class Decoder {
     uint32_t length;
   };
 
+  struct Run;
+
   Status fill(ByteSource& bytes);
   Status reserve(size_t size);
   bool run(size_t stop);

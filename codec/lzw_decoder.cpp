@@ -144,29 +144,26 @@ void Decoder<kOrder, kEarlyChange>::first_code() {
   if (codes_to_growth() == 0) grow_codes();
 }
 
-// Decodes until `stop` is reached, the stream ends or a clear code comes (false).
-//
-// In bounds because history_ has kSlack bytes behind `stop`: a group of codes begins below it and
-// writes at most kGroup strings, each with less than one copy step of excess.
+// What run() works on, out of the object so that it stays in registers.
 //
 // The entry for the string being made is stored before the code is looked up, and its last byte
-// put in place, so that a code which names that very string needs no case of its own.
+// put in place, so that a code which names that very string (GIF89a appendix F: it is in the
+// stream one code before the decoder can know it) needs no case of its own.
 template <BitOrder kOrder, bool kEarlyChange>
-bool Decoder<kOrder, kEarlyChange>::run(size_t stop) {
-  uint8_t* const history = history_.data();
-  Entry* const table = table_.data();
-  const uint32_t clear = clear_;
-  const uint32_t limit = static_cast<uint32_t>(stop);
-  uint32_t out = static_cast<uint32_t>(written_);
-  uint32_t next = next_;
-  uint32_t made = next < kMaxCodes ? 1 : 0;  // entries that each code makes
-  Entry previous = previous_;
-  auto bits = reader_.bits;
-  uint32_t until_growth = codes_to_growth();
-  unsigned width = width_;
-  uint32_t special = 0;
+struct Decoder<kOrder, kEarlyChange>::Run {
+  uint8_t* const history;
+  Entry* const table;
+  const uint32_t clear;
+  uint32_t out;   // in history
+  uint32_t next;  // the next free code
+  uint32_t made;  // entries that each code makes: 0 in a full table
+  unsigned width;
+  Entry previous;
+  typename BitReader<kOrder>::Bits bits;
+  uint32_t special = 0;  // the clear or the end code, once it has come
 
-  const auto decode_one = [&]() {
+  // Decodes a code whose bits are there; false when it is special.
+  bool decode_one() {
     uint32_t code = bits.take(width);
     if (code - clear < 2) [[unlikely]] {
       special = code;
@@ -181,40 +178,54 @@ bool Decoder<kOrder, kEarlyChange>::run(size_t stop) {
     previous = {out, entry.length};
     out += entry.length;
     return true;
-  };
+  }
+};
 
+// Decodes until `stop` is reached, the stream ends or a clear code comes (false).
+//
+// In bounds because history_ has kSlack bytes behind `stop`: a group of codes begins below it and
+// writes at most kGroup strings, each with less than one copy step of excess. table_ has an entry
+// behind the last code, which a full table's codes write to.
+template <BitOrder kOrder, bool kEarlyChange>
+bool Decoder<kOrder, kEarlyChange>::run(size_t stop) {
+  Run r = {history_.data(), table_.data(),
+           clear_,          static_cast<uint32_t>(written_),
+           next_,           next_ < kMaxCodes ? 1u : 0u,
+           width_,          previous_,
+           reader_.bits};
+  const auto limit = static_cast<uint32_t>(stop);
+  uint32_t until_growth = codes_to_growth();
   while (true) {
-    while (out < limit && until_growth > kGroup && bits.has_word()) {
-      reader_.refill_fast(bits);
-      if (!decode_one() || !decode_one() || !decode_one() || !decode_one()) break;
-      until_growth -= made * kGroup;
+    while (r.out < limit && until_growth > kGroup && r.bits.has_word()) {
+      reader_.refill_fast(r.bits);
+      if (!r.decode_one() || !r.decode_one() || !r.decode_one() || !r.decode_one()) break;
+      until_growth -= r.made * kGroup;
     }
-    if (special != 0 || out >= limit) break;
+    if (r.special != 0 || r.out >= limit) break;
 
-    reader_.refill(bits);
-    if (!reader_.has(bits, width)) {
+    // One at a time where the width is about to grow and near the end of the window.
+    reader_.refill(r.bits);
+    if (!reader_.has(r.bits, r.width)) {
       end_ = End::kNoData;
       break;
     }
-    if (!decode_one()) break;
-    until_growth -= made;
+    if (!r.decode_one()) break;
+    until_growth -= r.made;
     if (until_growth == 0) {
-      next_ = next;
-      width_ = width;
-      written_ = out;
+      next_ = r.next;
+      written_ = r.out;
       grow_codes();
-      width = width_;
+      r.width = width_;
+      r.made = next_ < kMaxCodes ? 1 : 0;
       until_growth = codes_to_growth();
-      made = next < kMaxCodes ? 1 : 0;
     }
   }
-
-  reader_.bits = bits;
-  written_ = out;
-  next_ = next;
-  previous_ = previous;
-  if (special == clear) return false;
-  if (special != 0) end_ = End::kEndCode;
+  reader_.bits = r.bits;
+  written_ = r.out;
+  next_ = r.next;
+  previous_ = r.previous;
+  if (r.special == clear_) return false;
+  if (r.special != 0) end_ = End::kEndCode;
   return true;
 }
 
