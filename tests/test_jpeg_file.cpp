@@ -101,7 +101,7 @@ TEST(JpegFile, IsDescribed) {
 TEST(JpegFile, PicturesOfUnsupportedCodingsAreKnownButNotRead) {
   Bytes stream = sample_stream();
   const uint8_t frame[] = {0xFF, 0xC0};
-  *(std::search(stream.begin(), stream.end(), frame, frame + 2) + 1) = 0xC9;
+  *(std::search(stream.begin(), stream.end(), frame, frame + 2) + 1) = 0xC3;
   EXPECT_EQ(info_of(stream).Width, kWidth);
   decompress(stream, 24, 4, T_ERR_SUBTYPE);
 }

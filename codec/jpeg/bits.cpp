@@ -51,6 +51,7 @@ void EntropyReader::begin(ByteSource& source) {
   at = {};
   at.next = data_;
   is_complete_ = false;
+  bytes_beyond_ = 0;
   marker_ = kNoMarker;
   fetch();
 }

@@ -56,6 +56,20 @@ class EntropyReader {
     return is_complete_ && taken > (end_ - data_) * 8;
   }
 
+  // The next byte, for decoders that take no bits; zeros after the end.
+  uint8_t next_byte() {
+    if (at.next >= end_) [[unlikely]] {
+      fetch();
+      if (at.next >= end_) {
+        ++bytes_beyond_;
+        return 0;
+      }
+    }
+    return *at.next++;
+  }
+  // Zeros that next_byte() has given after the end.
+  uint32_t bytes_beyond() const { return bytes_beyond_; }
+
   // Bytes of the source that may be taken before they are needed.
   static constexpr uint64_t most_read_ahead(uint64_t mcu_bytes) {
     return 2 * (kDataBytes + 2 * mcu_bytes);
@@ -82,6 +96,7 @@ class EntropyReader {
   uint8_t* limit_ = nullptr;  // behind the last place for one
   const uint8_t* refill_from_ = nullptr;
   bool is_complete_ = false;
+  uint32_t bytes_beyond_ = 0;
   int marker_ = kNoMarker;
 };
 

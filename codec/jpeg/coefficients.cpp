@@ -18,7 +18,7 @@ Coding coding_of(const Frame& frame, const Band& band) {
   return band.is_refining ? Coding::kAcRefine : Coding::kAcFirst;
 }
 
-Status check_tables(const Scan& scan, Coding coding, const Tables& tables) {
+Status check_huffman_tables(const Scan& scan, Coding coding, const Tables& tables) {
   const bool needs_dc = coding == Coding::kSequential || coding == Coding::kDcFirst;
   const bool needs_ac = coding != Coding::kDcFirst && coding != Coding::kDcRefine;
   for (size_t i = 0; i < scan.count; ++i) {
@@ -31,11 +31,39 @@ Status check_tables(const Scan& scan, Coding coding, const Tables& tables) {
 
 struct BlockCoder {
   Coding coding;
+  bool is_arithmetic;
   const Band& band;
+  const ScanComponent& chosen;
   const HuffmanTable& dc_table;
   const HuffmanTable& ac_table;
+  const Conditioning& conditioning;
 
   bool decode(ScanReader& reader, size_t component, int16_t* block) const {
+    return is_arithmetic ? decode_arithmetic(reader, component, block)
+                         : decode_huffman(reader, component, block);
+  }
+
+ private:
+  bool decode_arithmetic(ScanReader& reader, size_t component, int16_t* block) const {
+    ArithmeticDecoder& decoder = reader.arithmetic;
+    int& dc = reader.dc[component];
+    switch (coding) {
+      case Coding::kSequential:
+        return decoder.decode_sequential(conditioning, chosen, component, dc, block);
+      case Coding::kDcFirst:
+        return decoder.decode_dc_first(conditioning, chosen, component, band.low, dc, block);
+      case Coding::kDcRefine:
+        decoder.refine_dc(band.low, block);
+        return true;
+      case Coding::kAcFirst:
+        return decoder.decode_ac_first(conditioning, chosen, band, block);
+      case Coding::kAcRefine:
+        return decoder.refine_ac(chosen, band, block);
+    }
+    return false;
+  }
+
+  bool decode_huffman(ScanReader& reader, size_t component, int16_t* block) const {
     BitPosition& at = reader.bits.at;
     switch (coding) {
       case Coding::kSequential:
@@ -55,9 +83,10 @@ struct BlockCoder {
   }
 };
 
-BlockCoder coder_for(const Scan& scan, size_t i, Coding coding, const Tables& tables) {
+BlockCoder coder_for(const Frame& frame, const Scan& scan, size_t i, const Tables& tables) {
   const ScanComponent& c = scan.components[i];
-  return {coding, scan.band, tables.dc[c.dc_table], tables.ac[c.ac_table]};
+  return {coding_of(frame, scan.band), frame.is_arithmetic,   scan.band,          c,
+          tables.dc[c.dc_table],       tables.ac[c.ac_table], tables.conditioning};
 }
 
 }  // namespace
@@ -107,8 +136,10 @@ const int16_t* CoefficientStore::block_row(size_t component, uint32_t row) const
 
 Status CoefficientStore::decode_scan(const Scan& scan, const Tables& tables, ByteSource& source,
                                      ScanReader& reader) {
-  TRY(check_tables(scan, coding_of(*frame_, scan.band), tables));
-  reader.begin(source, tables.restart_interval);
+  if (!frame_->is_arithmetic) {
+    TRY(check_huffman_tables(scan, coding_of(*frame_, scan.band), tables));
+  }
+  reader.begin(source, tables.restart_interval, frame_->is_arithmetic);
   TRY(scan.count == 1 ? decode_plain(scan, tables, reader)
                       : decode_interleaved(scan, tables, reader));
   reader.bits.skip_to_marker();
@@ -121,8 +152,7 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
   if (component >= count_) return kOk;
   const Component& frame_component = frame_->components[component];
   const Coding coding = coding_of(*frame_, scan.band);
-  const BlockCoder coder = coder_for(scan, 0, coding, tables);
-  const bool has_runs = coding == Coding::kAcFirst || coding == Coding::kAcRefine;
+  const BlockCoder coder = coder_for(*frame_, scan, 0, tables);
   const uint32_t wide = frame_component.blocks_wide;
   for (uint32_t row = 0; row < frame_component.blocks_high && !reader.is_dead(); ++row) {
     visits_ += wide;
@@ -131,8 +161,7 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
     for (uint32_t x = 0; x < wide; ++x) {
       if (!reader.enter()) continue;
       // Blocks inside a run have nothing new; refinements must still visit those that hold values.
-      if (has_runs && reader.end_of_band_run > 0 &&
-          (coding == Coding::kAcFirst || blocks == nullptr)) {
+      if (reader.end_of_band_run > 0 && (coding == Coding::kAcFirst || blocks == nullptr)) {
         const uint32_t rest = std::min(wide - x - 1, reader.until_restart());
         const uint32_t more = std::min(reader.end_of_band_run - 1, rest);
         reader.end_of_band_run -= more + 1;
@@ -149,7 +178,6 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
 
 Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tables,
                                             ScanReader& reader) {
-  const Coding coding = coding_of(*frame_, scan.band);
   int16_t skipped[kBlockSize];
   uint64_t row_visits = 0;
   for (size_t i = 0; i < scan.count; ++i) {
@@ -169,7 +197,7 @@ Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tabl
       bool is_good = true;
       for (size_t i = 0; i < scan.count && is_good; ++i) {
         const size_t component = scan.components[i].index;
-        const BlockCoder coder = coder_for(scan, i, coding, tables);
+        const BlockCoder coder = coder_for(*frame_, scan, i, tables);
         const Component& c = frame_->components[component];
         for (uint32_t block = 0; block < uint32_t{c.h} * c.v && is_good; ++block) {
           int16_t* values = skipped;

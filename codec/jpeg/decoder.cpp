@@ -90,6 +90,7 @@ Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
   extras_ = Extras();
   is_latched_.fill(false);
   tables_[0].restart_interval = 0;
+  tables_[0].conditioning = {};
 
   MarkerReader markers(source, tables_[0]);
   SegmentEnd end;
@@ -108,7 +109,7 @@ Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
 // Streams without any Huffman table, as motion JPEG has them, mean the standard's.
 Status Decoder::install_standard_tables() {
   Tables& tables = tables_[0];
-  if (tables.has_huffman || frame_.is_progressive) return kOk;
+  if (tables.has_huffman || frame_.is_progressive || frame_.is_arithmetic) return kOk;
   for (size_t i = 0; i < 2; ++i) {
     TRY(build_table(kStandardDc[i], TableClass::kDc, tables.dc[i]));
     TRY(build_table(kStandardAc[i], TableClass::kAc, tables.ac[i]));
@@ -268,12 +269,13 @@ Status Decoder::continue_scans(bool& has_more) {
   if (status.ok() && end == SegmentEnd::kScan) status = latch_quantisers(scan_);
   if (status == kNoMemory) return status;
   note(status);
-  // The end of the data in the place of the end marker is no loss when each component has come.
+  // The end of the data in the place of the end marker is no loss when each component has come,
+  // unless it cannot be told whether zeros were left out or what follows was cut off.
   const bool is_complete = std::all_of(is_latched_.begin(), is_latched_.begin() + frame_.count,
                                        [](bool latched) { return latched; });
   has_more = status.ok() && end == SegmentEnd::kScan;
   if (status.ok() && end == SegmentEnd::kCutShort) {
-    if (frame_.is_progressive || !is_complete) note(source_->shortage());
+    if (frame_.is_progressive || frame_.is_arithmetic || !is_complete) note(source_->shortage());
   }
   if (!has_more && !is_complete) note(kBadData);
   return kOk;

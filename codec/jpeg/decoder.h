@@ -1,8 +1,9 @@
 // JPEG decoder: bytes in, pixel rows out.
 //
-// Reads baseline, extended and progressive Huffman streams of 8-bit samples with 1 to 4 components
-// at any sampling factors. Sequential streams of one scan are decoded band by band in memory that
-// does not depend on the height; others keep their coefficients, 2 bytes a sample.
+// Reads baseline, extended, progressive and arithmetic streams of 8-bit samples with 1 to 4
+// components at any sampling factors. Sequential Huffman streams of one scan are decoded band by
+// band in memory that does not depend on the height; others keep their coefficients, 2 bytes a
+// sample.
 //
 //   Decoder decoder;
 //   TRY(decoder.read_header(source, {}));
@@ -44,8 +45,8 @@ class Decoder {
   Status feed_tables(ByteSource& source);
 
   // Reads up to the first scan. `source` must stay alive and unmoved until the last row. Tables of
-  // an earlier stream stay in force. kReadError (cut short), kBadData, kSubtype (arithmetic,
-  // lossless, hierarchical, 12 bits), kNoMemory.
+  // an earlier stream stay in force. kReadError (cut short), kBadData, kSubtype
+  // (lossless, hierarchical, 12 bits), kNoMemory.
   Status read_header(ByteSource& source, const ReadOptions& options);
 
   // Instead of another read_header(): goes on with a stream that has entropy-coded data alone,
@@ -64,7 +65,9 @@ class Decoder {
                : tables_[0].quantisers[frame_.components[component].quantiser].values;
   }
 
-  bool is_single_scan() const { return !frame_.is_progressive && scan_.count == frame_.count; }
+  bool is_single_scan() const {
+    return !frame_.is_progressive && !frame_.is_arithmetic && scan_.count == frame_.count;
+  }
   // MCUs between restarts, as the header says; 0: none.
   uint32_t restart_interval() const { return tables_[0].restart_interval; }
   void set_restart_interval(uint32_t mcus) { tables_[0].restart_interval = mcus; }

@@ -106,6 +106,8 @@ Status MarkerReader::read_segment(int code, Frame& frame, Scan& scan, Extras& ex
       return read_quantisers();
     case marker::kDht:
       return read_huffman();
+    case marker::kDac:
+      return read_conditioning();
     case marker::kDri:
       return read_restart_interval();
     case marker::kDnl:
@@ -124,9 +126,11 @@ Status MarkerReader::read_frame(int code, Frame& frame) {
   if (frame.count != 0) return kBadData;  // a second frame header
   std::array<uint8_t, 6> head;
   TRY(take(head));
-  const bool is_supported = code <= marker::kSof2 && head[0] == 8;
-  if (head[0] < 8 && code <= marker::kSof2) return kBadData;
-  frame.is_progressive = code == marker::kSof2;
+  frame.is_arithmetic = code == marker::kSof9 || code == marker::kSof10;
+  frame.is_progressive = code == marker::kSof2 || code == marker::kSof10;
+  const bool is_known = code <= marker::kSof2 || frame.is_arithmetic;
+  const bool is_supported = is_known && head[0] == 8;
+  if (head[0] < 8 && is_known) return kBadData;
   frame.width = load_be16(&head[3]);
   const size_t count = head[5];
   if (frame.width == 0 || count == 0 || count > kMaxComponents) return kBadData;
@@ -229,6 +233,24 @@ Status MarkerReader::read_huffman() {
       TRY(build_table(spec, TableClass::kAc, tables_.ac[id]));
     }
     tables_.has_huffman = true;
+  }
+  return kOk;
+}
+
+Status MarkerReader::read_conditioning() {
+  while (left_ > 0) {
+    std::array<uint8_t, 2> bytes;
+    TRY(take(bytes));
+    const size_t id = bytes[0] & 15;
+    if (id >= kMaxTables || bytes[0] >> 4 > 1) return kBadData;
+    Conditioning& conditioning = tables_.conditioning;
+    if (bytes[0] >> 4 == 0) {
+      conditioning.dc_low[id] = bytes[1] & 15;
+      conditioning.dc_high[id] = bytes[1] >> 4;
+      if (conditioning.dc_low[id] > conditioning.dc_high[id]) return kBadData;
+    } else {
+      conditioning.ac_low[id] = bytes[1];
+    }
   }
   return kOk;
 }

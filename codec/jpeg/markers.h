@@ -18,7 +18,8 @@ inline constexpr size_t kMaxTables = 4;
 
 // Marker codes, without the 0xFF.
 namespace marker {
-inline constexpr int kSof0 = 0xC0, kSof1 = 0xC1, kSof2 = 0xC2, kDht = 0xC4, kDac = 0xCC;
+inline constexpr int kSof0 = 0xC0, kSof1 = 0xC1, kSof2 = 0xC2, kDht = 0xC4;
+inline constexpr int kSof9 = 0xC9, kSof10 = 0xCA, kDac = 0xCC;
 inline constexpr int kRst0 = 0xD0, kRst7 = 0xD7, kSoi = 0xD8, kEoi = 0xD9, kSos = 0xDA;
 inline constexpr int kDqt = 0xDB, kDnl = 0xDC, kDri = 0xDD;
 inline constexpr int kApp0 = 0xE0, kApp14 = 0xEE, kCom = 0xFE, kTem = 0x01;
@@ -35,12 +36,13 @@ struct Component {
   uint32_t blocks_high = 0;
 };
 
-// A checked frame header: 8-bit samples, sequential or progressive Huffman coding, width 1 to
-// 65535, 1 to 4 components. The height is 0 when a DNL segment is to tell it.
+// A checked frame header: 8-bit samples, sequential or progressive, width 1 to 65535, 1 to 4
+// components. The height is 0 when a DNL segment is to tell it.
 struct Frame {
   uint32_t width = 0;
   uint32_t height = 0;
   bool is_progressive = false;
+  bool is_arithmetic = false;
   size_t count = 0;
   std::array<Component, kMaxComponents> components;
   uint32_t h_max = 1;
@@ -72,6 +74,13 @@ struct Dequantisers {
   bool is_defined;
 };
 
+// What arithmetic coding tells small values from large ones by (B.2.4.3).
+struct Conditioning {
+  std::array<uint8_t, kMaxTables> dc_low = {0, 0, 0, 0};   // L
+  std::array<uint8_t, kMaxTables> dc_high = {1, 1, 1, 1};  // U
+  std::array<uint8_t, kMaxTables> ac_low = {5, 5, 5, 5};   // Kx
+};
+
 // Tables stay in force until redefined, from one stream to the next too (abbreviated streams).
 struct Tables {
   std::array<Dequantisers, kMaxTables> quantisers;
@@ -79,6 +88,7 @@ struct Tables {
   std::array<HuffmanTable, kMaxTables> ac;
   uint32_t restart_interval;  // in MCUs, 0: none
   bool has_huffman;           // any DHT segment so far
+  Conditioning conditioning;
 };
 
 // What application segments say.
@@ -120,6 +130,7 @@ class MarkerReader {
   Status read_scan(const Frame& frame, Scan& scan);
   Status read_quantisers();
   Status read_huffman();
+  Status read_conditioning();
   Status read_restart_interval();
   Status read_line_count(Frame& frame);
   Status read_application(int code, Extras& extras);

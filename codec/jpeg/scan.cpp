@@ -2,17 +2,23 @@
 
 namespace tavo::jpeg {
 
-void ScanReader::begin(ByteSource& source, uint32_t restart_interval) {
+void ScanReader::begin(ByteSource& source, uint32_t restart_interval, bool is_arithmetic) {
   source_ = &source;
+  is_arithmetic_ = is_arithmetic;
   interval_ = left_ = restart_interval;
   expected_ = 0;
   takes_any_number_ = false;
   lost_ = 0;
   is_dead_ = is_ahead_ = false;
   outcome_ = kOk;
+  begin_segment();
+}
+
+void ScanReader::begin_segment() {
   dc.fill(0);
   end_of_band_run = 0;
-  bits.begin(source);
+  bits.begin(*source_);
+  if (is_arithmetic_) arithmetic.begin(bits);
 }
 
 bool ScanReader::pass_lost() {
@@ -22,7 +28,7 @@ bool ScanReader::pass_lost() {
 
 void ScanReader::fail() {
   end_of_band_run = 0;
-  const bool is_cut = bits.is_exhausted() && bits.skip_to_marker() == kEndOfData;
+  const bool is_cut = is_exhausted() && bits.skip_to_marker() == kEndOfData;
   note(is_cut ? source_->shortage() : kBadData);
   if (interval_ == 0) {
     is_dead_ = true;
@@ -42,9 +48,7 @@ void ScanReader::restart() {
     is_dead_ = true;
     return;
   }
-  dc.fill(0);
-  end_of_band_run = 0;
-  bits.begin(*source_);
+  begin_segment();
 }
 
 // Finds the marker of the interval that begins now. One that is one or two numbers ahead means that

@@ -7,6 +7,7 @@
 
 #include "base/byte_source.h"
 #include "base/status.h"
+#include "codec/jpeg/arithmetic.h"
 #include "codec/jpeg/bits.h"
 #include "codec/jpeg/markers.h"
 
@@ -20,7 +21,7 @@ class ScanReader {
  public:
   // `mcu_bytes` bounds what an MCU may use.
   Status start(size_t mcu_bytes) { return bits.start(mcu_bytes); }
-  void begin(ByteSource& source, uint32_t restart_interval);
+  void begin(ByteSource& source, uint32_t restart_interval, bool is_arithmetic = false);
   // The first restart marker to come says where the numbers begin.
   void take_any_number() { takes_any_number_ = true; }
 
@@ -34,7 +35,7 @@ class ScanReader {
   }
   // True when the MCU just decoded is good.
   bool leave(bool is_good) {
-    if (is_good && !bits.is_exhausted()) [[likely]]
+    if (is_good && !is_exhausted()) [[likely]]
       return true;
     fail();
     return false;
@@ -54,8 +55,15 @@ class ScanReader {
   uint32_t end_of_band_run = 0;
 
   EntropyReader bits;
+  ArithmeticDecoder arithmetic;  // in the place of `bits`, in scans that are coded so
 
  private:
+  // An arithmetic encoder leaves out the zeros at the end of a segment (D.1.8). This many are more
+  // than the even end of a picture makes, and what follows is lost.
+  static constexpr uint32_t kMostLeftOut = 256;
+
+  bool is_exhausted() const { return bits.is_exhausted() || bits.bytes_beyond() > kMostLeftOut; }
+  void begin_segment();
   void restart();
   bool find_restart();
   bool pass_lost();
@@ -65,6 +73,7 @@ class ScanReader {
   }
 
   ByteSource* source_ = nullptr;
+  bool is_arithmetic_ = false;
   uint32_t interval_ = 0;
   uint32_t left_ = 0;      // MCUs to the next restart
   uint32_t expected_ = 0;  // number of the next restart marker
