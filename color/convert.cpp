@@ -98,9 +98,9 @@ void RowConverter::start_search(std::span<const T_PaletteEntry> palette) {
   if (!nearest_.is_for(palette)) nearest_.start(palette);
 }
 
-void RowConverter::convert_chunk(uint8_t* row, size_t first, size_t width) {
-  const uint8_t* in = row + first * bits_per_pixel(bits_in_) / 8;
-  uint8_t* out = row + first * bits_per_pixel(bits_out_) / 8;
+void RowConverter::convert_chunk(const uint8_t* from, uint8_t* to, size_t first, size_t width) {
+  const uint8_t* in = from + first * bits_per_pixel(bits_in_) / 8;
+  uint8_t* out = to + first * bits_per_pixel(bits_out_) / 8;
   alignas(32) std::array<uint8_t, kChunk> work;
   const auto indices = std::span(work).first(width);
   if (path_ == Path::kColorsToIndices) {
@@ -123,20 +123,24 @@ void RowConverter::convert_chunk(uint8_t* row, size_t first, size_t width) {
   }
 }
 
-Status RowConverter::convert(void* row, int32_t width) {
-  if (row == nullptr || width <= 0) return kBadArgument;
-  if (path_ == Path::kNothing) return kOk;
-  auto* const bytes = static_cast<uint8_t*>(row);
+Status RowConverter::convert(const void* from, void* to, int32_t width) {
+  if (from == nullptr || to == nullptr || width <= 0) return kBadArgument;
+  const auto* const in = static_cast<const uint8_t*>(from);
+  auto* const out = static_cast<uint8_t*>(to);
   const auto pixels = static_cast<size_t>(width);
+  if (path_ == Path::kNothing) {
+    if (in != out) std::memcpy(out, in, (pixels * bits_per_pixel(bits_in_) + 7) / 8);
+    return kOk;
+  }
   if (path_ == Path::kPixels) {
-    kernel_(bytes, bytes, pixels);
+    kernel_(in, out, pixels);
     return kOk;
   }
   const size_t chunks = (pixels + kChunk - 1) / kChunk;
-  const bool is_growing = bits_per_pixel(bits_out_) > bits_per_pixel(bits_in_);
+  const bool runs_back = in == out && bits_per_pixel(bits_out_) > bits_per_pixel(bits_in_);
   for (size_t i = 0; i < chunks; ++i) {
-    const size_t first = (is_growing ? chunks - 1 - i : i) * kChunk;
-    convert_chunk(bytes, first, std::min(kChunk, pixels - first));
+    const size_t first = (runs_back ? chunks - 1 - i : i) * kChunk;
+    convert_chunk(in, out, first, std::min(kChunk, pixels - first));
   }
   return kOk;
 }

@@ -1,4 +1,4 @@
-// Rows from one pixel layout to another, in place.
+// Rows from one pixel layout to another, in place or apart.
 #pragma once
 
 #include <array>
@@ -24,16 +24,18 @@ class RowConverter {
   Status start(int32_t bits_in, int32_t bits_out, int32_t order_in, int32_t order_out,
                const T_PaletteEntry* palette_in, const T_PaletteEntry* palette_out);
 
-  // Converts `width` pixels in place; the row is as long as the larger of the two layouts needs.
-  // Unused bits of a last byte keep their values. kBadArgument for a null row and a width below 1.
-  Status convert(void* row, int32_t width);
+  // Converts `width` pixels from a row to another. They are apart, or the same: such a row is as
+  // long as the larger of the two layouts needs. Unused bits of a last byte keep their values.
+  // kBadArgument for a null row and a width below 1.
+  Status convert(const void* from, void* to, int32_t width);
+  Status convert(void* row, int32_t width) { return convert(row, row, width); }
 
  private:
   enum class Path { kNothing, kPixels, kIndicesToIndices, kIndicesToColors, kColorsToIndices };
 
   void start_indices_to_indices(const T_PaletteEntry* from, const T_PaletteEntry* to);
   void start_search(std::span<const T_PaletteEntry> palette);
-  void convert_chunk(uint8_t* row, size_t first, size_t width);
+  void convert_chunk(const uint8_t* from, uint8_t* to, size_t first, size_t width);
 
   Path path_ = Path::kNothing;
   int32_t bits_in_ = 0;

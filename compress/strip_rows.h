@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdint>
 
-#include "base/buffer.h"
 #include "base/status.h"
 #include "color/convert.h"
 #include "tavo45.h"
@@ -20,8 +19,8 @@ class StripRows {
   };
 
   // `picture` describes the rows: width, depth, order, palette, grey mark. An 8-bit row with the
-  // grey mark becomes grey by the red parts of its palette. kNoMemory, kBadArgument (a depth that
-  // no bitmap has).
+  // grey mark becomes grey by the red parts of its palette. kBadArgument for a depth that no bitmap
+  // has.
   Status start(const BitmapHandle& picture, Target target);
 
   // One row; `out` gets width bytes (grey) or three times as many.
@@ -31,13 +30,10 @@ class StripRows {
   enum class Method { kCopy, kLevels, kConvert };
 
   int32_t width_ = 0;
-  int32_t bits_ = 0;
   size_t out_bytes_ = 0;
-  size_t row_bytes_ = 0;
   Method method_ = Method::kConvert;
   std::array<uint8_t, 256> levels_ = {};
   color::RowConverter converter_;
-  Buffer work_;  // a row while it is converted
 };
 
 }  // namespace tavo::compress

@@ -90,7 +90,7 @@ int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format) {
   const pipeline::FormatRow& row = pipeline::formats()[index];
   *format = {};
   format->Id = row.id;
-  format->CanRead = row.read != nullptr || row.read_picture != nullptr;
+  format->CanRead = row.read != nullptr;
   format->CanWrite = row.write != nullptr;
   format->WriteDepths = row.write_depths;
   copy_text(format->Name, row.name);

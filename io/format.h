@@ -35,9 +35,6 @@ using Probe = Status (*)(const ProbeInput& input, FILEINFO& info);
 using Reader = Status (*)(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                           int32_t bits_per_pixel, void* context);
 
-// A whole-picture reader: initialises, allocates and fills the bitmap.
-using PictureReader = Status (*)(const char* name, BitmapHandle* bitmap);
-
 // Whether a file that begins so is one to which the format's writer adds pages, however damaged
 // they are.
 using HoldsPages = bool (*)(std::span<const uint8_t> head);

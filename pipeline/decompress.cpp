@@ -5,7 +5,7 @@
 #include "formats/jpeg_stamp.h"
 #include "pipeline/identify.h"
 #include "pipeline/store_sink.h"
-#include "process/row_delivery.h"
+#include "process/callback_lines.h"
 
 namespace tavo::pipeline {
 namespace {

@@ -14,9 +14,7 @@ enum class GrayRule { kNever, kAlways, kAt8Bits };
 // How a load gets the rows.
 enum class Delivery {
   kStreamed,
-  kWholePicture,    // read_picture, then the rows are replayed
-  kWholeWhenAsked,  // streamed, but whole with T_LOAD_GIF_WHOLE and for dithering
-  kWholeFor1Bit,    // streamed, but whole for 1-bit sources
+  kWholeWhenAsked,  // with T_LOAD_GIF_WHOLE and for dithering the whole picture, then its rows
 };
 
 struct FormatRow {
@@ -25,7 +23,6 @@ struct FormatRow {
   const char* description = "";
   const char* extensions = "";
   io::Reader read = nullptr;
-  io::PictureReader read_picture = nullptr;
   Delivery delivery = Delivery::kStreamed;
   io::Writer write = nullptr;
   uint32_t write_depths = 0;       // as T_Format.WriteDepths

@@ -20,4 +20,23 @@ void describe(const SourcePicture& picture, int32_t format, const char* compress
   std::strncpy(info.Compression, compression, sizeof(info.Compression) - 1);
 }
 
+SourcePicture picture_of(const BitmapHandle& source) {
+  SourcePicture picture;
+  picture.width = source.Width;
+  picture.height = source.Height;
+  picture.bits = source.BitsPerPixel;
+  picture.order = source.Order;
+  picture.view_perspective = source.ViewPerspective;
+  picture.flags = source.Flags;
+  picture.colors = source.Colors;
+  picture.x_resolution = source.XResolution;
+  picture.y_resolution = source.YResolution;
+  picture.has_resolution = true;
+  picture.x_origin = source.XOrigin;
+  picture.y_origin = source.YOrigin;
+  picture.has_origin = true;
+  std::memcpy(picture.palette, source.Info.Palette, sizeof(picture.palette));
+  return picture;
+}
+
 }  // namespace tavo::process

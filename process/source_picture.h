@@ -34,4 +34,7 @@ struct SourcePicture {
 void describe(const SourcePicture& picture, int32_t format, const char* compression,
               FILEINFO& info);
 
+// The picture that a record describes whose rows are delivered.
+SourcePicture picture_of(const BitmapHandle& source);
+
 }  // namespace tavo::process

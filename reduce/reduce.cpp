@@ -47,10 +47,7 @@ Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out,
   RowConverter converter;
   TRY(converter.start(from.BitsPerPixel, bits_out, static_cast<int32_t>(from.Order),
                       static_cast<int32_t>(to.Order), colors.entries, to.Info.Palette));
-  const size_t line = std::max<size_t>(source.stride(), to.BytesPerLine);
   const bool is_copy = from.BitsPerPixel == bits_out && from.Order == to.Order;
-  Buffer row;
-  TRY(row.allocate(line));
   const auto height = static_cast<uint32_t>(from.Height);
   const uint32_t step = std::min(source.rows(), target.rows());
   for (uint32_t y = 0, n = 0; y < height; y += n) {
@@ -58,9 +55,13 @@ Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out,
     const uint8_t* rows = nullptr;
     TRY(source.read(y, n, rows));
     for (uint32_t i = 0; i < n; ++i) {
-      std::memcpy(row.data(), rows + i * source.stride(), source.stride());
-      if (!is_copy) TRY(converter.convert(row.data(), from.Width));
-      std::memcpy(target.place(y) + i * target.stride(), row.data(), to.BytesPerLine);
+      const uint8_t* const row = rows + i * source.stride();
+      uint8_t* const out = target.place(y) + i * target.stride();
+      if (is_copy) {
+        std::memcpy(out, row, target.stride());
+      } else {
+        TRY(converter.convert(row, out, from.Width));
+      }
     }
     TRY(target.store(y, n));
     TRY(progress.at(y + n, height));

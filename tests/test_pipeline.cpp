@@ -264,6 +264,32 @@ TEST(Load, FewerColoursAreDitheredToTheFixedPalettes) {
   T_DefaultDithering(T_DITHER_ORDERED);
 }
 
+// GIF's rows are decoded before the first is dithered, and callbacks get them one by one.
+TEST(Load, RowsOfAWholePictureAreDitheredAsThoseThatAreStreamed) {
+  Bitmap bitmap;
+  make_picture(bitmap, 75, 150, 8);
+  bitmap->ViewPerspective = 0;
+  Disk disk;
+  ASSERT_EQ(T_SaveFile("gif", bitmap.get(), T_FORMAT_GIF, 8, 0, 0, 0, 0), T_OK);
+  ASSERT_EQ(T_SaveFile("tif", bitmap.get(), T_FORMAT_TIFF, 8, 0, 0, 0, 0), T_OK);
+  for (uint32_t method = T_DITHER_NONE; method <= T_DITHER_ORDERED; ++method) {
+    for (const uint32_t bits : {1, 4}) {
+      T_DefaultDithering(method);
+      Batches whole, streamed;
+      Bitmap stored, described;
+      ASSERT_EQ(T_LoadFile("gif", described.get(), bits, 0, 0, Batches::sink, &whole), T_OK);
+      EXPECT_EQ(whole.counts, std::vector<int32_t>(150, 1));
+      ASSERT_EQ(T_LoadFile("tif", described.get(), bits, 0, 0, Batches::sink, &streamed), T_OK);
+      EXPECT_TRUE(whole.rows == streamed.rows) << "method " << method << " to " << bits;
+      ASSERT_EQ(T_LoadBitmap("gif", stored.get(), bits, 0), T_OK);
+      T_AccessBitmap(stored.get());
+      const auto* const at = static_cast<const uint8_t*>(stored->Data);
+      EXPECT_TRUE(Bytes(at, at + stored->Size) == whole.rows) << method << " to " << bits;
+    }
+  }
+  T_DefaultDithering(T_DITHER_ORDERED);
+}
+
 TEST(Load, TwoBitsAreDitheredAsTheSamePictureOfFour) {
   const Bytes palette = {10, 200, 90, 0, 250, 5, 60, 0, 0, 120, 255, 0, 130, 130, 120, 0};
   Random random(2);
