@@ -337,6 +337,9 @@ TEST(JpegFile, FactorsAreFound) {
     ASSERT_EQ(T_GetJPEGInfo("cmp", &info), T_OK);
     EXPECT_EQ(info.Factor, told) << given;
   }
+  T_CompressBitmap(bitmap.get(), "cmp", 0, 0, 0);
+  ASSERT_EQ(T_GetJPEGInfo("cmp", &info), T_OK);
+  EXPECT_EQ(info.Factor, 0);
   Bytes& cmp = disk.files["cmp"];
   cmp[22] = 3;  // no factor gives this
   ASSERT_EQ(T_GetJPEGInfo("cmp", &info), T_OK);

@@ -225,6 +225,7 @@ TEST(JpegInTiff, ExtraComponentsAreLeftOut) {
   const Bytes gray = load_components(1, 1);
   ASSERT_FALSE(gray.empty());
   EXPECT_EQ(load_components(2, 1), gray);
+  EXPECT_EQ(load_components(3, 1), gray);
 }
 
 TEST(OldJpegInTiff, DamageIsAStatus) {
