@@ -58,8 +58,7 @@ std::span<const T_PaletteEntry> builtin_palette(int32_t depth) {
 void fill_gray_ramp(std::span<T_PaletteEntry> palette) {
   const size_t last = palette.size() - 1;
   for (size_t i = 0; i < palette.size(); ++i) {
-    const auto level = static_cast<uint8_t>(last == 0 ? 0 : (i * 255 + last / 2) / last);
-    palette[i] = {level, level, level, 0};
+    palette[i] = gray_entry(static_cast<uint8_t>(last == 0 ? 0 : (i * 255 + last / 2) / last));
   }
 }
 

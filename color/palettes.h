@@ -8,6 +8,11 @@
 
 namespace tavo::color {
 
+// The colour of three bytes as files have them.
+constexpr T_PaletteEntry rgb_entry(const uint8_t* rgb) { return {rgb[2], rgb[1], rgb[0], 0}; }
+constexpr T_PaletteEntry bgr_entry(const uint8_t* bgr) { return {bgr[0], bgr[1], bgr[2], 0}; }
+constexpr T_PaletteEntry gray_entry(uint8_t level) { return {level, level, level, 0}; }
+
 // The built-in palette of a depth: black and white (1), even steps of grey (2), the 16 standard
 // colours (4), the uniform 3-3-2 cube with blue in the low bits (8). Empty for every other depth.
 std::span<const T_PaletteEntry> builtin_palette(int32_t depth);

@@ -4,6 +4,7 @@
 
 #include "base/variants.h"
 #include "color/gray.h"
+#include "color/widen.h"
 
 namespace tavo::color {
 
@@ -14,8 +15,6 @@ namespace {
 struct Components {
   uint32_t first, second, third;
 };
-
-constexpr uint32_t widen(uint32_t five_bits) { return five_bits << 3 | five_bits >> 2; }
 
 struct Gray {
   static constexpr size_t kBytes = 1;
@@ -28,7 +27,7 @@ struct Bits16 {
   static constexpr size_t kBytes = 2;
   static Components read(const uint8_t* in) {
     const uint32_t word = in[0] | static_cast<uint32_t>(in[1]) << 8;
-    return {widen(word & 31), widen(word >> 5 & 31), widen(word >> 10 & 31)};
+    return {widen_5_bits(word), widen_5_bits(word >> 5), widen_5_bits(word >> 10)};
   }
   static void write(uint8_t* out, Components c) {
     const uint32_t word = c.first >> 3 | c.second >> 3 << 5 | c.third >> 3 << 10;

@@ -2,6 +2,7 @@
 
 #include "base/variants.h"
 #include "base/vector_sse2.h"
+#include "color/widen.h"
 
 namespace tavo::color {
 
@@ -20,14 +21,11 @@ void split_bytes(const uint8_t* at, uint32_t step, uint32_t first, uint32_t coun
 }
 
 void split_words(const uint8_t* at, uint32_t count, uint8_t* low, uint8_t* green, uint8_t* high) {
-  const auto widen = [](uint32_t field) {
-    return static_cast<uint8_t>((field & 31) << 3 | (field & 31) >> 2);
-  };
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t pixel = at[2 * i] | static_cast<uint32_t>(at[2 * i + 1]) << 8;
-    low[i] = widen(pixel);
-    green[i] = widen(pixel >> 5);
-    high[i] = widen(pixel >> 10);
+    low[i] = widen_5_bits(pixel);
+    green[i] = widen_5_bits(pixel >> 5);
+    high[i] = widen_5_bits(pixel >> 10);
   }
 }
 

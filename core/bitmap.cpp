@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "base/depths.h"
 #include "base/settings.h"
 #include "core/notice.h"
 #include "core/progress.h"
@@ -51,10 +52,6 @@ constexpr uint32_t kRequestMemory = 1;
 constexpr uint32_t kRequestNoStorage = 8;
 constexpr uint32_t kSpareBytes = 16;  // behind the last row, so that row routines may overrun
 constexpr int32_t kDefaultResolution = 150;
-
-bool is_bitmap_depth(int32_t bits) {
-  return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
-}
 
 int32_t resolution_or_default(int32_t wanted) { return wanted > 0 ? wanted : kDefaultResolution; }
 

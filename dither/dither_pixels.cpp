@@ -4,6 +4,7 @@
 #include <span>
 
 #include "color/index_rows.h"
+#include "color/widen.h"
 #include "dither/dither_pass.h"
 
 namespace tavo::color {
@@ -21,10 +22,6 @@ void each_index(const uint8_t* row, uint32_t x, uint32_t n, int32_t depth, Use u
     unpack_indices(depth, row + packed_offset(depth, x + done), std::span(indices).first(part));
     for (uint32_t i = 0; i < part; ++i) use(done + i, indices[i]);
   }
-}
-
-constexpr uint8_t widen_5_bits(uint32_t field) {
-  return static_cast<uint8_t>((field & 31) << 3 | (field & 31) >> 2);
 }
 
 void read_16_bits(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n,

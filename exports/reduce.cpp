@@ -9,10 +9,10 @@
 
 using namespace tavo;
 
-int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destination, uint32_t flags,
+int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destination, uint32_t,
                                 uint32_t colours) {
   if (exports::missing(source, destination) || source == destination) return T_ERR_ARGUMENT;
-  return color::optimize_bitmap(*source, *destination, flags, colours).code();
+  return color::optimize_bitmap(*source, *destination, colours).code();
 }
 
 int32_t T_CALL T_ColorResolution(BitmapHandle* bitmap, int32_t depth, int32_t paletteType,

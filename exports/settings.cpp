@@ -38,7 +38,7 @@ void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y) {
 }
 
 int32_t T_CALL T_SetPageNumber(int32_t page) {
-  settings.page_number = std::clamp(page, 1, 1023);
+  settings.page_number = std::clamp(page, 1, T_MAX_PAGES);
   return T_OK;
 }
 

@@ -7,6 +7,7 @@
 #include "codec/ccitt_decoder.h"
 #include "codec/ccitt_encoder.h"
 #include "color/gray.h"
+#include "color/palettes.h"
 #include "compress/cmp_layout.h"
 #include "formats/plausible.h"
 #include "process/row_delivery.h"
@@ -87,8 +88,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   header.y_resolution = load_signed(b + kYResolution);
   header.is_inverted = (b[kFlags] & kInverted) != 0;
   for (size_t i = 0; i < 2; ++i) {
-    const uint8_t* rgb = b + kColors + 3 * i;
-    header.palette[i] = {rgb[2], rgb[1], rgb[0], 0};
+    header.palette[i] = color::rgb_entry(b + kColors + 3 * i);
   }
   return formats::check_plausible(formats::Density::kGroup4, static_cast<uint32_t>(header.width),
                                   static_cast<uint32_t>(header.height),

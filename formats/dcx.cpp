@@ -49,7 +49,7 @@ Status begin_dcx_page(io::OutputFile& file, Directory& directory, uint32_t file_
   uint32_t count = directory.count();
   // Of a save that failed before the first byte of its page only the entry is there.
   if (count > 0 && directory.offset(count - 1) >= file_size) --count;
-  if (count >= kMaxPages) return kWriteError;
+  if (count >= T_MAX_PAGES) return kWriteError;
   const uint32_t first = first_page(directory, count);
   if (Directory::size(count + 1) > first) {
     TRY(move_pages(file, first, file_size, directory, count));

@@ -29,7 +29,7 @@ bool is_container(std::span<const uint8_t> head);
 // pictures when the directory gets too long, enters the new page and leaves `file` at its end.
 // The page before ends where the new one is said to begin, so the entry comes first: a save that
 // fails later leaves a damaged last page, and costs no other. kBadData for neither PCX nor DCX,
-// kWriteError when 1023 pages are there already.
+// kWriteError when T_MAX_PAGES are there already.
 Status begin_page(io::OutputFile& file);
 
 }  // namespace tavo::dcx

@@ -6,12 +6,13 @@
 #include <span>
 
 #include "base/endian.h"
+#include "tavo45.h"
 
 namespace tavo::dcx {
 
 inline constexpr uint32_t kMagic = 0x3ADE68B1;
-inline constexpr uint32_t kMaxPages = 1023;
-inline constexpr uint32_t kAreaSize = 4 + 4 * (kMaxPages + 1);  // magic, offsets, the 0 behind them
+inline constexpr uint32_t kAreaSize =
+    4 + 4 * (T_MAX_PAGES + 1);  // magic, offsets, the 0 behind them
 
 // The first bytes of a file, zeros where it is shorter.
 class Directory {
@@ -25,7 +26,7 @@ class Directory {
 
   uint32_t count() const {
     uint32_t pages = 0;
-    while (pages < kMaxPages && offset(pages) != 0) ++pages;
+    while (pages < T_MAX_PAGES && offset(pages) != 0) ++pages;
     return pages;
   }
 

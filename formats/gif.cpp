@@ -8,6 +8,7 @@
 #include "base/settings.h"
 #include "codec/lzw.h"
 #include "color/index_rows.h"
+#include "color/palettes.h"
 #include "formats/plausible.h"
 #include "platform/platform.h"
 #include "process/row_delivery.h"
@@ -81,9 +82,7 @@ Status read_table(ByteSource& bytes, uint8_t packed, process::SourcePicture& pic
   std::array<uint8_t, 3 * 256> rgb = {};
   picture.colors = table_entries(packed);
   TRY(bytes.read({rgb.data(), 3 * picture.colors}));
-  for (uint32_t i = 0; i < 256; ++i) {
-    picture.palette[i] = {rgb[3 * i + 2], rgb[3 * i + 1], rgb[3 * i], 0};
-  }
+  for (uint32_t i = 0; i < 256; ++i) picture.palette[i] = color::rgb_entry(&rgb[3 * i]);
   return kOk;
 }
 
@@ -94,15 +93,6 @@ int32_t depth_of(uint8_t screen_packed, uint8_t image_packed) {
   const int color_bits = ((by_image ? image_packed : screen_packed) & 7) + 1;
   if (color_bits == 1) return 1;
   return color_bits <= 4 ? 4 : 8;
-}
-
-// For files without any table.
-void set_gray_palette(process::SourcePicture& picture) {
-  const uint32_t last = (1u << picture.bits) - 1;
-  for (uint32_t i = 0; i <= last; ++i) {
-    const auto level = static_cast<uint8_t>(i * 255 / last);
-    picture.palette[i] = {level, level, level, 0};
-  }
 }
 
 }  // namespace
@@ -125,7 +115,9 @@ Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header) {
   const uint8_t image_packed = image[8];
   picture.bits = depth_of(packed, image_packed);
   if ((image_packed & kHasTable) != 0) TRY(read_table(bytes, image_packed, picture));
-  if (((packed | image_packed) & kHasTable) == 0) set_gray_palette(picture);
+  if (((packed | image_packed) & kHasTable) == 0) {
+    color::fill_gray_ramp(std::span(picture.palette).first(size_t{1} << picture.bits));
+  }
   TRY(bytes.read({&header.minimum_code_size, 1}));
 
   if (picture.width == 0 || picture.height == 0) return kBadData;

@@ -131,7 +131,7 @@ Status read_palette(io::InputFile& file, BitmapHandle& bitmap) {
   std::array<uint8_t, cmp::kStampPaletteSize> palette;
   TRY(file.read(palette));
   for (size_t i = 0; i < 256; ++i) {
-    bitmap.Info.Palette[i] = {palette[3 * i + 2], palette[3 * i + 1], palette[3 * i], 0};
+    bitmap.Info.Palette[i] = color::rgb_entry(&palette[3 * i]);
   }
   bitmap.Colors = 256;
   bitmap.Flags |= T_FLAG_PALETTE;

@@ -6,6 +6,7 @@
 #include "base/byte_source.h"
 #include "base/endian.h"
 #include "base/settings.h"
+#include "color/palettes.h"
 #include "core/bitmap.h"
 #include "formats/dcx.h"
 #include "formats/pcx_planes.h"
@@ -32,17 +33,15 @@ bool is_layout(uint8_t plane_bits, uint8_t planes) {
   return plane_bits == 8 && (planes == 3 || planes == 4);
 }
 
-void set_color(T_PaletteEntry& entry, const uint8_t* file) {
-  entry = {file[2], file[1], file[0], 0};
-}
-
 void set_header_palette(const Header& header, process::SourcePicture& picture) {
   const uint8_t* const palette = header.palette.data();
   if (picture.colors == 2 && std::memcmp(palette, palette + 3, 3) == 0) {
     picture.palette[1] = {255, 255, 255, 0};
     return;
   }
-  for (uint32_t i = 0; i < picture.colors; ++i) set_color(picture.palette[i], palette + 3 * i);
+  for (uint32_t i = 0; i < picture.colors; ++i) {
+    picture.palette[i] = color::rgb_entry(palette + 3 * i);
+  }
 }
 
 // What the reader delivers; the palette of 256 colours is read later.
@@ -81,7 +80,7 @@ Status read_trailer(io::InputFile& file, const dcx::Page& page, uint32_t& data_e
   TRY(file.seek(data_end));
   TRY(file.read(trailer));
   if (trailer[0] != kTrailerMark) return kReadError;
-  for (uint32_t i = 0; i < 256; ++i) set_color(picture.palette[i], &trailer[1 + 3 * i]);
+  for (uint32_t i = 0; i < 256; ++i) picture.palette[i] = color::rgb_entry(&trailer[1 + 3 * i]);
   return kOk;
 }
 

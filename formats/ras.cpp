@@ -10,6 +10,7 @@
 #include "base/endian.h"
 #include "base/settings.h"
 #include "base/vector_sse2.h"
+#include "color/palettes.h"
 #include "core/bitmap.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
@@ -33,15 +34,6 @@ uint64_t file_row_bytes(int32_t width, int32_t depth) {
   return round_up<uint64_t>(core::packed_bytes(static_cast<uint64_t>(width), depth), 2);
 }
 
-void set_gray_ramp(process::SourcePicture& picture) {
-  picture.colors = 1u << picture.bits;
-  const uint32_t last = picture.colors - 1;
-  for (uint32_t i = 0; i <= last; ++i) {
-    const auto level = static_cast<uint8_t>(i * 255 / last);
-    picture.palette[i] = {level, level, level, 0};
-  }
-}
-
 // What the reader delivers; of files with a map the palette is read later. Without one, 0 is
 // black, except that other programs take 1-bit pictures for ink on paper.
 process::SourcePicture describe(const Header& header) {
@@ -56,7 +48,8 @@ process::SourcePicture describe(const Header& header) {
     picture.colors = std::min(header.map_bytes / 3, 256u);
     return picture;
   }
-  set_gray_ramp(picture);
+  picture.colors = 1u << picture.bits;
+  color::fill_gray_ramp(std::span(picture.palette).first(picture.colors));
   if (header.depth == 1 && as_others_do()) std::swap(picture.palette[0], picture.palette[1]);
   if (header.depth == 8) picture.flags = T_FLAG_GRAY;
   return picture;

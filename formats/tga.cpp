@@ -6,6 +6,8 @@
 
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "color/palettes.h"
+#include "color/widen.h"
 #include "core/bitmap.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
@@ -61,15 +63,6 @@ uint32_t orientation_of(uint8_t corner) {
   return corner == kTopRight ? 3 : 1;
 }
 
-void set_gray_ramp(process::SourcePicture& picture) {
-  for (uint32_t i = 0; i < 256; ++i) {
-    const auto level = static_cast<uint8_t>(i);
-    picture.palette[i] = {level, level, level, 0};
-  }
-  picture.colors = 256;
-  picture.flags = T_FLAG_GRAY;
-}
-
 // What the reader delivers; the palette of mapped files is read later. 16 bits are 5-5-5 whatever
 // the image type says.
 process::SourcePicture describe(const Header& header) {
@@ -88,13 +81,11 @@ process::SourcePicture describe(const Header& header) {
     picture.order = T_ORDER_RGB;
     picture.colors = std::min(256u, uint32_t{header.map_first} + header.map_entries);
   } else if (picture.bits == 8) {
-    set_gray_ramp(picture);
+    picture.colors = 256;
+    picture.flags = T_FLAG_GRAY;
+    color::fill_gray_ramp(picture.palette);
   }
   return picture;
-}
-
-uint8_t five_bits_to_eight(uint32_t value) {
-  return static_cast<uint8_t>((value & 31) << 3 | (value & 31) >> 2);
 }
 
 // Entry i of the file belongs to index first + i.
@@ -107,13 +98,13 @@ Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture&
   const uint8_t* entry = map.data();
   for (uint32_t i = header.map_first; i < picture.colors; ++i, entry += entry_bytes) {
     if (entry_bytes == 1) {
-      picture.palette[i] = {entry[0], entry[0], entry[0], 0};
+      picture.palette[i] = color::gray_entry(*entry);
     } else if (entry_bytes == 2) {
       const uint32_t word = load_le16(entry);
-      picture.palette[i] = {five_bits_to_eight(word), five_bits_to_eight(word >> 5),
-                            five_bits_to_eight(word >> 10), 0};
+      picture.palette[i] = {color::widen_5_bits(word), color::widen_5_bits(word >> 5),
+                            color::widen_5_bits(word >> 10), 0};
     } else {
-      picture.palette[i] = {entry[0], entry[1], entry[2], 0};
+      picture.palette[i] = color::bgr_entry(entry);
     }
   }
   return kOk;

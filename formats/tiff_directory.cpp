@@ -12,53 +12,6 @@ namespace {
 constexpr uint16_t kVersion = 42;
 constexpr uint16_t kVersion64 = 43;
 
-constexpr Tag kKnownTags[] = {Tag::kNewSubfileType,
-                              Tag::kImageWidth,
-                              Tag::kImageLength,
-                              Tag::kBitsPerSample,
-                              Tag::kCompression,
-                              Tag::kPhotometric,
-                              Tag::kFillOrder,
-                              Tag::kStripOffsets,
-                              Tag::kOrientation,
-                              Tag::kSamplesPerPixel,
-                              Tag::kRowsPerStrip,
-                              Tag::kStripByteCounts,
-                              Tag::kXResolution,
-                              Tag::kYResolution,
-                              Tag::kPlanarConfiguration,
-                              Tag::kT4Options,
-                              Tag::kT6Options,
-                              Tag::kResolutionUnit,
-                              Tag::kPageNumber,
-                              Tag::kPredictor,
-                              Tag::kColorMap,
-                              Tag::kTileWidth,
-                              Tag::kTileLength,
-                              Tag::kTileOffsets,
-                              Tag::kTileByteCounts,
-                              Tag::kInkSet,
-                              Tag::kExtraSamples,
-                              Tag::kSampleFormat,
-                              Tag::kJpegTables,
-                              Tag::kJpegProc,
-                              Tag::kJpegInterchangeFormat,
-                              Tag::kJpegInterchangeFormatLength,
-                              Tag::kJpegRestartInterval,
-                              Tag::kJpegQTables,
-                              Tag::kJpegDcTables,
-                              Tag::kJpegAcTables,
-                              Tag::kYCbCrCoefficients,
-                              Tag::kYCbCrSubSampling,
-                              Tag::kReferenceBlackWhite};
-
-// The place of a tag among the known ones, or their number.
-size_t place_of(uint16_t tag) {
-  const auto* found = std::ranges::lower_bound(kKnownTags, static_cast<Tag>(tag));
-  const bool is_known = found != std::end(kKnownTags) && *found == static_cast<Tag>(tag);
-  return static_cast<size_t>((is_known ? found : std::end(kKnownTags)) - kKnownTags);
-}
-
 // Positions that no file has are behind the end of this one.
 Status read_at(io::InputFile& file, uint64_t position, std::span<uint8_t> into) {
   if (position > INT32_MAX) return kReadError;
@@ -161,17 +114,19 @@ Status Directory::read_link(uint64_t directory, uint64_t& next) {
 }
 
 void Directory::take_entry(const uint8_t* entry, uint64_t position) {
-  const size_t place = place_of(order_.u16(entry));
+  const uint16_t tag = order_.u16(entry);
   const uint16_t type = order_.u16(entry + 2);
   const uint32_t size = type_size(type);
-  if (place == kTags || size == 0 || fields_[place].count != 0) return;
+  if (tag < kFirstTag || tag > kLastTag || size == 0) return;
+  Field& field = fields_[tag - kFirstTag];
+  if (field.count != 0) return;  // the first of several counts
   const uint64_t count = order_.is_64_bit ? order_.u64(entry + 4) : order_.u32(entry + 4);
   const uint32_t inline_bytes = order_.is_64_bit ? 8 : 4;
   const uint32_t value_at = order_.is_64_bit ? 12 : 8;
   const bool is_inline = count <= inline_bytes / size;
   const uint64_t stored =
       order_.is_64_bit ? order_.u64(entry + value_at) : order_.u32(entry + value_at);
-  fields_[place] = {type, count, is_inline ? position + value_at : stored};
+  field = {type, count, is_inline ? position + value_at : stored};
 }
 
 Status Directory::read_entries(uint64_t position) {
@@ -195,7 +150,6 @@ Status Directory::read_entries(uint64_t position) {
 }
 
 Status Directory::open(io::InputFile& file, int32_t page) {
-  static_assert(std::size(kKnownTags) == kTags);
   file_ = &file;
   TRY(read_header(first_));
   TRY(walk(page, page_));
@@ -204,9 +158,9 @@ Status Directory::open(io::InputFile& file, int32_t page) {
 
 // Goes along the chain to page `page` or the last one before it, and tells its number.
 Status Directory::walk(int32_t page, int32_t& number) {
-  std::array<uint64_t, kMaxPages> seen;
+  std::array<uint64_t, T_MAX_PAGES> seen;
   directory_ = first_;
-  for (number = 1; number < page && number < kMaxPages; ++number) {
+  for (number = 1; number < page && number < T_MAX_PAGES; ++number) {
     uint64_t next = 0;
     uint64_t count = 0;
     seen[static_cast<size_t>(number - 1)] = directory_;
@@ -218,7 +172,7 @@ Status Directory::walk(int32_t page, int32_t& number) {
   return file_->failure();
 }
 
-Status Directory::count_pages(int32_t& pages) { return walk(kMaxPages + 1, pages); }
+Status Directory::count_pages(int32_t& pages) { return walk(T_MAX_PAGES + 1, pages); }
 
 Status Directory::find_end(uint64_t& link, int32_t& pages) {
   TRY(count_pages(pages));
@@ -232,7 +186,7 @@ Status Directory::find_end(uint64_t& link, int32_t& pages) {
 }
 
 const Field& Directory::field(Tag tag) const {
-  return fields_[place_of(static_cast<uint16_t>(tag))];
+  return fields_[static_cast<uint16_t>(tag) - kFirstTag];
 }
 
 Status Directory::bytes(const Field& field, uint64_t offset, std::span<uint8_t> into) const {

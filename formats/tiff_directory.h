@@ -11,8 +11,6 @@
 
 namespace tavo::tiff {
 
-inline constexpr int32_t kMaxPages = 1023;
-
 enum class Tag : uint16_t {
   kNewSubfileType = 254,
   kImageWidth = 256,
@@ -126,7 +124,9 @@ class Directory {
   io::InputFile& file() const { return *file_; }
 
  private:
-  static constexpr size_t kTags = 39;
+  // Of all tags in the range that has a name above the fields are kept, known or not.
+  static constexpr auto kFirstTag = static_cast<uint16_t>(Tag::kNewSubfileType);
+  static constexpr auto kLastTag = static_cast<uint16_t>(Tag::kReferenceBlackWhite);
 
   Status walk(int32_t page, int32_t& number);
   Status read_header(uint64_t& first);
@@ -142,7 +142,7 @@ class Directory {
   uint64_t directory_ = 0;  // where walk() stopped
   uint64_t end_link_ = 0;
   int32_t page_ = 0;
-  std::array<Field, kTags> fields_ = {};
+  std::array<Field, kLastTag - kFirstTag + 1> fields_ = {};
 };
 
 // Bytes of a value; 0 for an unknown type.

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "codec/jpeg/markers.h"
+#include "color/palettes.h"
 #include "formats/plausible.h"
 #include "formats/tiff_length.h"
 
@@ -287,25 +288,15 @@ Status parse_image(const Directory& directory, Image& image) {
   return image.is_supported ? check_size(directory, image) : kOk;
 }
 
-namespace {
-
-void put_gray_steps(uint32_t steps, bool is_inverse, T_PaletteEntry (&palette)[256]) {
-  for (uint32_t i = 0; i < steps; ++i) {
-    const uint32_t step = is_inverse ? steps - 1 - i : i;
-    const auto level = static_cast<uint8_t>(step * 255 / (steps - 1));
-    palette[i] = {level, level, level, 0};
-  }
-}
-
-}  // namespace
-
 Status read_palette(const Directory& directory, const Image& image,
                     T_PaletteEntry (&palette)[256]) {
   if (image.picture.bits > 8) return kOk;
   if (image.photometric != kPalette) {
     // Pixels of more than 1 bit are inverted instead, so that grey pictures have an even ramp.
-    const bool is_inverse = image.picture.bits == 1 && image.photometric == kWhiteIsZero;
-    put_gray_steps(image.picture.colors, is_inverse, palette);
+    color::fill_gray_ramp(std::span(palette).first(image.picture.colors));
+    if (image.picture.bits == 1 && image.photometric == kWhiteIsZero) {
+      std::swap(palette[0], palette[1]);
+    }
     return kOk;
   }
   ValueList map(directory, Tag::kColorMap);

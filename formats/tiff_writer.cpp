@@ -293,7 +293,7 @@ Status find_chain(const io::OutputFile& existing, Chain& chain) {
   if (chain.order.is_64_bit) return kSubtype;
   const Status status = directory.find_end(chain.link, chain.pages);
   TRY(file.failure());
-  return chain.pages >= kMaxPages ? kWriteError : status;
+  return chain.pages >= T_MAX_PAGES ? kWriteError : status;
 }
 
 Status link_page(io::OutputFile& file, const Chain& chain, uint32_t directory) {

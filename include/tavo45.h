@@ -420,8 +420,12 @@ T_API int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_
  * picture's height. Returns `lines`, or T_ERR_ARGUMENT below 1. */
 T_API int32_t T_CALL T_SetCallbackLine(int32_t lines);
 
-/* The page that loads take from multi-page files and saves append to, clamped to 1 ... 1023. 1 at
- * first. T_OK. */
+/* Pages that a file can have as far as the library goes: those behind are not read, and no more are
+ * appended. */
+#define T_MAX_PAGES 1023
+
+/* The page that loads take from multi-page files and saves append to, clamped to 1 ... T_MAX_PAGES.
+ * 1 at first. T_OK. */
 T_API int32_t T_CALL T_SetPageNumber(int32_t page);
 
 /* ---- Saving ------------------------------------------------------------------------------- */
@@ -896,16 +900,16 @@ T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int
  * picture is wide, or a DCX directory without pages or with an offset outside the file.
  * T_ERR_READ: no palette ends a picture of 256 colours (T_ERR_SEEK: the file is too short for one).
  *
- * DCX files hold up to 1023 pictures: T_SetPageNumber chooses the one that is read, the last one
- * when there are fewer; FILEINFO.PageCount says how many there are. Saves write 1, 4, 8 or 24 bits
- * (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits get 16 grey levels. More than
- * 65536 rows, or lines longer than 65535 bytes: T_ERR_SIZE. With T_SAVE_APPEND or a page
+ * DCX files hold up to T_MAX_PAGES pictures: T_SetPageNumber chooses the one that is read, the last
+ * one when there are fewer; FILEINFO.PageCount says how many there are. Saves write 1, 4, 8 or 24
+ * bits (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits get 16 grey levels. More
+ * than 65536 rows, or lines longer than 65535 bytes: T_ERR_SIZE. With T_SAVE_APPEND or a page
  * number of 2 or more, a file that is PCX or DCX already gets the picture as a further page: a PCX
  * file is made a DCX file in place, its picture moved behind the directory. Whatever operation
  * fails, the earlier pages stay; what cannot be finished may be there as a damaged last page. Two
  * things need operations that work after the one that failed: taking back a write to a PCX file
  * that was cut short on the way, and bringing pages back that were moved because the directory of
- * another program's DCX file had no room. T_ERR_WRITE: 1023 pages are there already.
+ * another program's DCX file had no room. T_ERR_WRITE: T_MAX_PAGES are there already.
  * T_LoadPCXBitmap refuses a picture that memory cannot hold with T_ERR_NO_MEMORY.
  * Facts: ZSoft Corporation, "Technical Reference Manual: PCX", revision 5. */
 T_API int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
@@ -1115,7 +1119,7 @@ T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
  *             an even ramp makes a grey picture. T_SaveTIFBitmap writes T_FORMAT_TIFF.
  * Appending   With T_SAVE_APPEND, or a page number of 2 or more, a page is added to an existing
  *             TIFF file, in its byte order; whatever happens on the way, the pages before stay.
- *             T_ERR_WRITE: it has 1023 already; T_ERR_SUBTYPE: its offsets have 64 bits;
+ *             T_ERR_WRITE: it has T_MAX_PAGES already; T_ERR_SUBTYPE: its offsets have 64 bits;
  *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page.
  * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
  * writes, or that strips share beyond all measure: T_ERR_BAD_DATA. Tags whose values were cut off

@@ -5,6 +5,7 @@
 
 #include "base/depths.h"
 #include "base/endian.h"
+#include "color/palettes.h"
 #include "core/bitmap.h"
 
 namespace tavo::dib {
@@ -164,7 +165,7 @@ process::SourcePicture describe(const Header& header) {
 
 void read_table(const Header& header, const uint8_t* table, T_PaletteEntry (&palette)[256]) {
   for (uint32_t i = 0; i < header.table_entries; ++i, table += header.entry_bytes) {
-    palette[i] = {table[0], table[1], table[2], 0};
+    palette[i] = color::bgr_entry(table);
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include "color/paint_palette.h"
 #include "color/row_blocks.h"
+#include "color/widen.h"
 #include "core/bitmap.h"
 #include "dither/dither.h"
 #include "reduce/dither_bitmap.h"
@@ -122,7 +123,7 @@ Status BoxSplitter::split(uint32_t wanted) {
   return kOk;
 }
 
-uint8_t widen_mean(uint64_t mean) { return static_cast<uint8_t>(mean << 3 | mean >> 2); }
+uint8_t widen_mean(uint64_t mean) { return widen_5_bits(static_cast<uint32_t>(mean)); }
 
 uint32_t sort_key(const T_PaletteEntry& entry) {
   return static_cast<uint32_t>(entry.Blue) << 24 | static_cast<uint32_t>(entry.Green) << 16 |
@@ -213,9 +214,7 @@ Status fill_optimized(BitmapHandle& source, BitmapHandle& destination, uint32_t 
 
 }  // namespace
 
-Status optimize_bitmap(BitmapHandle& source, BitmapHandle& destination, uint32_t flags,
-                       uint32_t colors) {
-  static_cast<void>(flags);
+Status optimize_bitmap(BitmapHandle& source, BitmapHandle& destination, uint32_t colors) {
   if (colors > 256) return kNoFormat;
   if (!core::has_flag(source, T_FLAG_ALLOCATED) || colors == 0) return kBadArgument;
   TRY(core::init_bitmap(destination, source.Width, source.Height, index_depth(colors)));

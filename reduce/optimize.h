@@ -26,7 +26,6 @@ Status optimize_palette(BitmapHandle& bitmap, uint32_t wanted, OptimizedPalette&
                         core::Progress& progress, uint32_t percent_share);
 
 // T_OptimizeBitmap.
-Status optimize_bitmap(BitmapHandle& source, BitmapHandle& destination, uint32_t flags,
-                       uint32_t colors);
+Status optimize_bitmap(BitmapHandle& source, BitmapHandle& destination, uint32_t colors);
 
 }  // namespace tavo::color

@@ -20,7 +20,6 @@ namespace {
 
 constexpr int32_t kFilesOrder = -1;
 constexpr int32_t kFilesDepth = 0;
-constexpr int32_t kLastPage = 1023;  // that the library can be told to read
 const std::string kAllPages = "all";
 
 struct ConvertOptions {
@@ -77,10 +76,10 @@ Pages choose_pages(const ConvertOptions& options) {
     std::fprintf(stderr, "tavo: %s: page 1 of %d is converted; --page all takes them all\n",
                  options.input.c_str(), count);
   }
-  if (pages.last > kLastPage)
+  if (pages.last > T_MAX_PAGES)
     throw Failure{options.input,
                   "There are " + std::to_string(count) + " pages, of which only the first " +
-                      std::to_string(kLastPage) + " can be read",
+                      std::to_string(T_MAX_PAGES) + " can be read",
                   T_ERR_ARGUMENT};
   return pages;
 }
@@ -97,7 +96,7 @@ void load(const ConvertOptions& options, const FILEINFO& info, Picture& picture)
 
 // Describes the file that pages are added to, by its last page: one before may be damaged.
 int32_t describe_pages(const OutputFile& output, FILEINFO& info) {
-  T_SetPageNumber(kLastPage);
+  T_SetPageNumber(T_MAX_PAGES);
   const int32_t status = T_FileInfo(output.path().c_str(), &info);
   T_SetPageNumber(1);
   return status;
@@ -190,8 +189,8 @@ int run_convert(const ConvertOptions& options) {
 
 // What is wrong with the value of --page, nothing when all is well.
 std::string page_fault(const std::string& value) {
-  if (value == kAllPages || CLI::Range(1, kLastPage)(value).empty()) return {};
-  return "neither a page, 1 to " + std::to_string(kLastPage) + ", nor \"" + kAllPages +
+  if (value == kAllPages || CLI::Range(1, T_MAX_PAGES)(value).empty()) return {};
+  return "neither a page, 1 to " + std::to_string(T_MAX_PAGES) + ", nor \"" + kAllPages +
          "\": " + value;
 }
 

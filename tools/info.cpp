@@ -166,7 +166,7 @@ void add_info(CLI::App& app, Action& action) {
       "info", "Show format, size, depth, compression, pages and resolution of files");
   command->add_option("FILE", options->files, "Files to look into")->required();
   command->add_option("--page", options->page, "Page of a multi-page file to describe")
-      ->check(CLI::Range(1, 1023).description(""))
+      ->check(CLI::Range(1, T_MAX_PAGES).description(""))
       ->type_name("N")
       ->capture_default_str();
   command->add_flag("--json", options->json,
