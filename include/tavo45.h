@@ -964,9 +964,9 @@ T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, in
 /* ---- Compressed pictures: decoding --------------------------------------------------------- */
 
 /* JPEG streams (ISO/IEC 10918-1: baseline, extended and progressive, Huffman or arithmetic coding,
- * 8-bit samples, 1 to 4 components, any sampling factors, restarts, a height that comes in a DNL segment; JFIF,
- * and Adobe's marker for RGB, CMYK and YCCK) and CMP files, this library's own wrapping of such a
- * stream. Lossless and hierarchical coding and 12-bit samples are T_ERR_SUBTYPE.
+ * 8-bit samples, 1 to 4 components, any sampling factors, restarts, a height that comes in a DNL
+ * segment; JFIF, and Adobe's marker for RGB, CMYK and YCCK) and CMP files, this library's own
+ * wrapping of such a stream. Lossless and hierarchical coding and 12-bit samples are T_ERR_SUBTYPE.
  *
  * The transform is the accurate integer one, the chroma of the ratios 2:1, 1:2 and 2:2 is brought
  * to size smoothly, so that pictures equal other decoders' bit for bit. Pictures of one component

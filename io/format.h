@@ -45,6 +45,4 @@ inline Status open_for_rows(InputFile& file, const char* name, int32_t bits_per_
   return is_request_depth(bits_per_pixel) ? file.open(name) : kBadArgument;
 }
 
-using tavo::is_request_depth;
-
 }  // namespace tavo::io

@@ -67,7 +67,7 @@ Status Load::set_up(const char* name) {
   const bool known_order = info_.Order == T_ORDER_RGB || info_.Order == T_ORDER_BGR;
   source_->Order = static_cast<uint32_t>(info_.Order);
 
-  const int32_t bits = io::is_request_depth(request_.bits) ? request_.bits : info_.BitsPerPixel;
+  const int32_t bits = is_request_depth(request_.bits) ? request_.bits : info_.BitsPerPixel;
   const bool order_asked = request_.order == T_ORDER_RGB || request_.order == T_ORDER_BGR;
   const int32_t order = order_asked ? request_.order : known_order ? info_.Order : T_ORDER_BGR;
   TRY(core::init_bitmap(target_, info_.Width, info_.Height, bits));

@@ -32,7 +32,7 @@ constexpr FormatRow compressed_row(int32_t id, const char* name, const char* des
           .read = id == T_FORMAT_JPEG || id == T_FORMAT_JPEG_24 ? jpeg::read : nullptr,
           .write = compress::write,
           .write_depths = kDepthsCompressed,
-          .gray = always_24_bits ? GrayRule::kNever : GrayRule::kAt8Bits,
+          .gray_at_8_bits = !always_24_bits,
           .always_24_bits = always_24_bits,
           .takes_any_depth = true};
 }

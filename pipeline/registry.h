@@ -8,9 +8,6 @@
 
 namespace tavo::pipeline {
 
-// When a save makes the picture grey first.
-enum class GrayRule { kNever, kAlways, kAt8Bits };
-
 // How a load gets the rows.
 enum class Delivery {
   kStreamed,
@@ -27,7 +24,7 @@ struct FormatRow {
   io::Writer write = nullptr;
   uint32_t write_depths = 0;       // as T_Format.WriteDepths
   bool reports_per_meter = false;  // the reader's resolutions are not dots per inch
-  GrayRule gray = GrayRule::kNever;
+  bool gray_at_8_bits = false;     // a save in 8 bits makes the picture grey first
   bool always_24_bits = false;
   io::HoldsPages holds_pages = nullptr;  // not null: saves can add a page to a file
   bool takes_any_depth = false;          // in direct saves: not 1 or 8 counts as 24

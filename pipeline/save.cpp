@@ -23,14 +23,9 @@ namespace {
 
 enum class Preparation { kNone, kGray, kResolution };
 
-bool needs_gray(const FormatRow* format, int32_t depth) {
-  if (format == nullptr) return false;
-  return format->gray == GrayRule::kAlways || (format->gray == GrayRule::kAt8Bits && depth == 8);
-}
-
 Preparation choose_preparation(const FormatRow* format, const BitmapHandle& bitmap, int32_t depth,
                                uint32_t flags) {
-  if (needs_gray(format, depth)) return Preparation::kGray;
+  if (format != nullptr && format->gray_at_8_bits && depth == 8) return Preparation::kGray;
   const bool always = (flags & T_SAVE_REDUCE) != 0 && !core::has_flag(bitmap, T_FLAG_REDUCED);
   return bitmap.BitsPerPixel == depth && !always ? Preparation::kNone : Preparation::kResolution;
 }
