@@ -13,8 +13,6 @@
 namespace tavo::test {
 namespace {
 
-Bytes text(const char* s) { return {s, s + std::strlen(s)}; }
-
 bool contains(const Bytes& file, const Bytes& part) {
   return std::search(file.begin(), file.end(), part.begin(), part.end()) != file.end();
 }
@@ -31,12 +29,6 @@ Bytes compress(BitmapHandle* bitmap, int32_t type, int32_t quality) {
   Disk disk;
   EXPECT_EQ(T_CompressBitmap(bitmap, "out", type, quality, 0), T_OK);
   return disk.files["out"];
-}
-
-int32_t height_of(const char* name) {
-  FILEINFO info = {};
-  EXPECT_EQ(T_FileInfo(name, &info), T_OK);
-  return info.Height;
 }
 
 // ---- Files to files ----
@@ -107,7 +99,7 @@ TEST(CompressFiles, LongFilesAreNeverHeld) {
     ASSERT_EQ(row.compress("in", "out", 0, 40, 0), T_OK);
     const int64_t picture = kHigh * ((width * row.bits + 31) / 32 * 4);
     EXPECT_LT(platform::bytes_taken() - before, picture / 2);
-    EXPECT_EQ(height_of("out"), kHigh);
+    EXPECT_EQ(info_of(disk.files["out"]).Height, kHigh);
   }
 }
 
@@ -235,10 +227,9 @@ TEST(CompressStamp, Statuses) {
   const auto stamp = [&](int32_t width, int32_t height, int32_t bits) {
     return T_CompressBitmapWithStamp(bitmap.get(), "out", 0, 20, width, height, bits, 0);
   };
-  EXPECT_EQ(stamp(3, 9, 8), T_ERR_SIZE);
-  EXPECT_EQ(stamp(256, 9, 8), T_ERR_SIZE);
-  EXPECT_EQ(stamp(9, 0, 8), T_ERR_SIZE);
-  EXPECT_EQ(stamp(9, 256, 8), T_ERR_SIZE);
+  for (const auto& [width, height] : {std::pair{3, 9}, {256, 9}, {9, 0}, {9, 256}}) {
+    EXPECT_EQ(stamp(width, height, 8), T_ERR_SIZE) << width << " x " << height;
+  }
   EXPECT_EQ(stamp(9, 9, 4), T_ERR_ARGUMENT);
   EXPECT_EQ(stamp(255, 255, 24), T_ERR_SIZE) << "longer than a segment";
   EXPECT_TRUE(disk.files.empty());
@@ -270,16 +261,12 @@ TEST(Bilevel, FileByteForByte) {
   T_ReleaseBitmap(bitmap.get());
   Disk disk;
   ASSERT_EQ(T_CompressBitmap1Bit(bitmap.get(), "out", 1), T_OK);
+  // Horizontal 001, white 4 1011, black 4 011, vertical 1 (to the end); three times vertical 1; end
+  // of block 000000000001 twice.
   Bytes want = join({text("TAVO"),
-                     {1, 0, 0, 0},
-                     le32(16),
-                     le32(2),
-                     le32(300),
-                     le32(200),
+                     hex("01000000 10000000 02000000 2C010000 C8000000"),
                      {200, 0, 0, 3, 2, 1, 0, 0},
-                     // horizontal 001, white 4 1011, black 4 011, vertical 1 (to the end);
-                     // three times vertical 1; end of block 000000000001 twice
-                     {0x36, 0xFC, 0x00, 0x40, 0x04}});
+                     hex("36FC004004")});
   fix_checksum(want);
   EXPECT_EQ(disk.files["out"], want);
 
@@ -322,9 +309,7 @@ TEST(Bilevel, RejectsBadHeaders) {
     Bitmap loaded;
     EXPECT_EQ(T_DecompressBitmap1Bit("in", loaded.get()), T_ERR_BAD_DATA) << c.why;
   }
-  FILEINFO info;
-  EXPECT_EQ(T_FileInfoMemory(good.data(), &info, static_cast<uint32_t>(good.size())), T_OK);
-  EXPECT_EQ(info.Format, T_FORMAT_CMP_1BIT);
+  EXPECT_EQ(info_of(good).Format, T_FORMAT_CMP_1BIT);
 }
 
 TEST(Bilevel, OtherFormatsAreSavedWith1Bit) {
@@ -332,8 +317,7 @@ TEST(Bilevel, OtherFormatsAreSavedWith1Bit) {
   make_picture(picture, 30, 20, 24);
   Disk disk;
   ASSERT_EQ(T_CompressBitmap1Bit(picture.get(), "out", T_FORMAT_BMP), T_OK);
-  FILEINFO info;
-  ASSERT_EQ(T_FileInfo("out", &info), T_OK);
+  const FILEINFO info = info_of(disk.files["out"]);
   EXPECT_EQ(info.Format, T_FORMAT_BMP);
   EXPECT_EQ(info.BitsPerPixel, 1);
 }
