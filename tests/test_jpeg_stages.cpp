@@ -74,17 +74,11 @@ TEST(JpegTransform, VectorsEqualPlainCodeOnAnyNumbers) {
   }
 }
 
-Bytes noise(Random& random, size_t size) {
-  Bytes bytes(size);
-  for (uint8_t& b : bytes) b = static_cast<uint8_t>(random.next());
-  return bytes;
-}
-
 TEST(JpegUpsampling, VectorsEqualPlainCodeAtEveryWidth) {
   Random random(3);
   constexpr size_t kSlack = jpeg::kRowSlack;
   for (size_t count = 1; count < 140; ++count) {
-    const Bytes a = noise(random, count + 2 * kSlack), b = noise(random, count + 2 * kSlack);
+    const Bytes a = random.bytes(count + 2 * kSlack), b = random.bytes(count + 2 * kSlack);
     const uint8_t* near = a.data() + kSlack;
     const uint8_t* far = b.data() + kSlack;
     const auto run = [&](const jpeg::Upsampling& kind) {
@@ -140,7 +134,7 @@ TEST(JpegColor, VectorsEqualPlainCodeAndStayInsideTheRow) {
     }
   };
   for (size_t width = 1; width < 80; ++width) {
-    check(noise(random, width + 64), noise(random, width + 64), noise(random, width + 64), width);
+    check(random.bytes(width + 64), random.bytes(width + 64), random.bytes(width + 64), width);
   }
   for (int cb = 0; cb < 256; ++cb) {
     Bytes y(256 * 4 + 64), blue(y.size(), static_cast<uint8_t>(cb)), red(y.size());

@@ -7,16 +7,13 @@ import struct
 import zlib
 
 WIDTH, HEIGHT = 37, 29
-RAW, LZW, DEFLATE, PACKBITS = 1, 5, 8, 32773
+RAW, DEFLATE, PACKBITS = 1, 8, 32773
 
 
 # ---- libtiff, as a library ----
 
 def open_libtiff():
-    name = ctypes.util.find_library('tiff')
-    if name is None:
-        return None
-    lib = ctypes.CDLL(name)
+    lib = ctypes.CDLL(ctypes.util.find_library('tiff') or 'libtiff.so.6')
     lib.TIFFOpen.restype = ctypes.c_void_p
     lib.TIFFClose.argtypes = [ctypes.c_void_p]
     lib.TIFFReadRGBAImageOriented.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.c_uint32,
@@ -49,55 +46,8 @@ def packbits(data):
                     for part in (data[i:i + 128] for i in range(0, len(data), 128)))
 
 
-def lzw(data, old=False):
-    """Codes of TIFF 6.0, section 13; `old`: lowest bit first and no early change, as before it."""
-    bits, count, out = 0, 0, bytearray()
-
-    def put(code):
-        nonlocal bits, count
-        if old:
-            bits |= code << count
-        else:
-            bits = bits << width | code
-        count += width
-        while count >= 8:
-            out.append(bits & 255 if old else bits >> (count - 8) & 255)
-            bits = bits >> 8 if old else bits & ((1 << (count - 8)) - 1)
-            count -= 8
-
-    width, table, prefix = 9, {}, b''
-    put(256)
-    table = {bytes([i]): i for i in range(256)}
-    free = 258
-    for byte in data:
-        longer = prefix + bytes([byte])
-        if longer in table:
-            prefix = longer
-            continue
-        put(table[prefix])
-        table[longer] = free
-        free += 1
-        if free + (0 if old else 1) > 1 << width and width < 12:
-            width += 1
-        if free == 4095:
-            put(256)
-            table = {bytes([i]): i for i in range(256)}
-            width, free = 9, 258
-        prefix = bytes([byte])
-    put(table[prefix])
-    free += 1
-    if free + (0 if old else 1) > 1 << width and width < 12:
-        width += 1
-    put(257)
-    if count:
-        out.append(bits & 255 if old else bits << (8 - count) & 255)
-    return bytes(out)
-
-
 def encode(data, coding):
-    if coding == 'old lzw':
-        return lzw(data, old=True)
-    return {RAW: bytes, LZW: lzw, DEFLATE: zlib.compress, PACKBITS: packbits}[coding](data)
+    return {RAW: bytes, DEFLATE: zlib.compress, PACKBITS: packbits}[coding](data)
 
 
 def reverse_bits(data):
@@ -249,7 +199,7 @@ def made(kind, coding=RAW, order='<', tile=None, strip=None, planar=False, predi
                 data = encode(rows_of(kind, plane, x, y, across, rows, order, predicts), coding)
                 blocks.append(reverse_bits(data) if reverses else data)
     tags = {256: (4, [WIDTH]), 257: (4, [HEIGHT]), 258: (3, [kind.bits] * kind.samples),
-            259: (3, [LZW if coding == 'old lzw' else coding]), 262: (3, [kind.photometric]),
+            259: (3, [coding]), 262: (3, [kind.photometric]),
             274: (3, [orientation]), 277: (3, [kind.samples]), 284: (3, [2 if planar else 1])}
     tags |= {322: (4, [across]), 323: (4, [down])} if tile else {278: (4, [down])}
     if predicts:
@@ -260,18 +210,18 @@ def made(kind, coding=RAW, order='<', tile=None, strip=None, planar=False, predi
 
 
 def layouts(kind):
-    """Named arguments of made(): not every product, but every value with every kind."""
-    found = [{'coding': coding} for coding in (RAW, LZW, 'old lzw', DEFLATE, PACKBITS)]
-    found += [{'order': '>'}, {'order': '>', 'coding': LZW, 'strip': 5}, {'wide': True},
+    """Named arguments of made(): not every product, but every value with every kind. LZW is left to
+    other programs."""
+    found = [{'coding': coding} for coding in (RAW, DEFLATE, PACKBITS)]
+    found += [{'order': '>'}, {'order': '>', 'coding': DEFLATE, 'strip': 5}, {'wide': True},
               {'wide': True, 'order': '>', 'strip': 4}, {'tile': (16, 16)}, {'reverses': True},
               {'tile': (32, 16), 'coding': DEFLATE, 'order': '>'}, {'strip': 7},
               {'coding': PACKBITS, 'reverses': True}]
     if kind.bits in (8, 16):
-        found += [{'coding': coding, 'order': order, 'predicts': True}
-                  for coding in (LZW, DEFLATE) for order in '<>']
-        found.append({'coding': LZW, 'predicts': True, 'tile': (16, 32)})
+        found += [{'coding': DEFLATE, 'order': order, 'predicts': True} for order in '<>']
+        found.append({'coding': DEFLATE, 'predicts': True, 'tile': (16, 32)})
     if kind.samples > 1 and kind.bits >= 8:
-        found += [{'planar': True}, {'planar': True, 'coding': LZW, 'strip': 6, 'order': '>'},
+        found += [{'planar': True}, {'planar': True, 'coding': PACKBITS, 'strip': 6, 'order': '>'},
                   {'planar': True, 'tile': (16, 16)}]
         found.append({'planar': True, 'coding': DEFLATE, 'predicts': True})
     return found
@@ -302,57 +252,3 @@ def shared_colors(across, down, coding=RAW, order='<', strip=None):
             262: (3, [6]), 277: (3, [3]), 278: (4, [rows]), 530: (3, [across, down]),
             532: (5, [0, 1, 255, 1, 128, 1, 255, 1, 128, 1, 255, 1])}
     return tiff(tags, blocks, order), bytes(want)
-
-
-# ---- JPEG of the older form ----
-
-def segments(stream):
-    """(marker, position, end) of each segment up to the scan."""
-    at = 2
-    while True:
-        end = at + 2 + int.from_bytes(stream[at + 2:at + 4], 'big')
-        yield stream[at + 1], at, end
-        if stream[at + 1] == 0xDA:
-            return
-        at = end
-
-
-def old_jpeg(stream, width, height, factors, strip):
-    """Name -> file: the arrangements that writers of compression 6 have used. `stream` has a
-    restart marker behind every `strip` rows."""
-    parts = list(segments(stream))
-    data = parts[-1][2]
-    frame = next(at for marker, at, _ in parts if 0xC0 <= marker <= 0xC2)
-    pieces, start = [], data
-    for at in range(data, len(stream) - 1):
-        if stream[at] == 0xFF and (0xD0 <= stream[at + 1] <= 0xD7 or stream[at + 1] == 0xD9):
-            pieces.append(stream[start:at])
-            start = at + 2
-    mcus = -(-width // (8 * factors[0])) * (strip // (8 * factors[1]))
-    tags = {256: (3, [width]), 257: (3, [height]), 258: (3, [8, 8, 8]), 259: (3, [6]),
-            262: (3, [6]), 277: (3, [3]), 278: (3, [strip]), 512: (3, [1]),
-            530: (3, list(factors))}
-
-    head = stream[:data]
-    found = {
-        'header and strips': tiff(tags | {513: (4, [8]), 514: (4, [data])}, pieces, before=head),
-        'whole stream': tiff(tags | {278: (3, [height]), 273: (4, [8 + data]), 513: (4, [8]),
-                                     514: (4, [len(stream)])}, [], before=stream),
-        'stream as strip': tiff(tags | {278: (3, [height])}, [stream])}
-    tables = {0xDB: [], 0xC4: []}
-    for marker, at, end in parts:
-        at += 4
-        while marker in tables and at < end:
-            size = 64 if marker == 0xDB else 16 + sum(stream[at + 1:at + 17])
-            tables[marker].append((stream[at], 8 + at + 1))
-            at += 1 + size
-    ids = [stream[frame + 10 + 3 * i + 2] for i in range(3)]
-    scan = parts[-1][1]
-    codes = [stream[scan + 6 + 2 * i] for i in range(3)]
-    positions = {
-        519: [dict(tables[0xDB])[i] for i in ids],
-        520: [dict(tables[0xC4])[code >> 4] for code in codes],
-        521: [dict(tables[0xC4])[0x10 | code & 15] for code in codes]}
-    more = {number: (4, values) for number, values in positions.items()} | {515: (3, [mcus])}
-    found['tables in tags'] = tiff(tags | more, pieces, before=head)
-    return found
