@@ -329,6 +329,23 @@ TEST(Compress, HalfHeightCodesEvenRowsOfStrips) {
   T_ReleaseBitmap(even.get());
   const Bytes half = stream_of(compress(bitmap.get(), 0, 101));
   EXPECT_EQ(half, stream_of(compress(even.get(), 0, 44)));  // internal value 50, 2x1
+
+  // Each strip begins anew, those of an odd number of rows too.
+  Bitmap five;
+  make_picture(five, 24, 5, 24, 1, 0);
+  T_AccessBitmap(five.get());
+  const uint32_t coded[] = {0, 2, 4, 5, 7};
+  for (uint32_t y = 0; y < 5; ++y) T_PutBitmapRow(five.get(), &rows[72 * coded[y]], y, 72);
+  T_ReleaseBitmap(five.get());
+  Written out;
+  bitmap->Height = 10;
+  bitmap->ViewPerspective = five->ViewPerspective = 0;
+  ASSERT_EQ(T_StartCompressBuffer(bitmap.get(), Written::write, 360, 0, nullptr, 0, 101, &out),
+            T_OK);
+  EXPECT_EQ(T_CompressBuffer(rows.data()), T_OK);
+  EXPECT_EQ(T_CompressBuffer(&rows[360]), T_OK);
+  EXPECT_EQ(T_EndCompressBuffer(), T_OK);
+  EXPECT_EQ(stream_of(out.bytes), stream_of(compress(five.get(), 0, 44)));
 }
 
 // ---- Saves and streamed saves ----
