@@ -1,4 +1,8 @@
-// The code words of ITU-T T.4 (tables 2/T.4, 3a/T.4 and 3b/T.4) and T.6 (table 1/T.6).
+// The code words of ITU-T T.4 (tables 2/T.4, 3a/T.4, 3b/T.4 and 4/T.4) and T.6, which has the same
+// runs and, in its table 1/T.6, the same modes.
+//
+// Each set is prefix-free and complete but for one prefix of zeros, eight of them for runs and six
+// for modes, where the end-of-line code and the extensions lie.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +14,7 @@ struct Code {
   uint8_t length;  // 1 to 13
 };
 
-// Runs of 0 to 63 pixels.
+// Runs of 0 to 63 pixels (table 2/T.4).
 inline constexpr Code kWhiteTerminating[64] = {
     {0x35, 8}, {0x07, 6}, {0x07, 4}, {0x08, 4}, {0x0b, 4}, {0x0c, 4}, {0x0e, 4}, {0x0f, 4},
     {0x13, 5}, {0x14, 5}, {0x07, 5}, {0x08, 5}, {0x08, 6}, {0x03, 6}, {0x34, 6}, {0x35, 6},
@@ -33,7 +37,7 @@ inline constexpr Code kBlackTerminating[64] = {
     {0x28, 12}, {0x58, 12}, {0x59, 12}, {0x2b, 12}, {0x2c, 12}, {0x5a, 12}, {0x66, 12}, {0x67, 12},
 };
 
-// Multiples of 64 from 64 to 1728.
+// Multiples of 64 from 64 to 1728 (table 3a/T.4): 1728 pixels are T.4's standard line.
 inline constexpr Code kWhiteMakeUp[27] = {
     {0x1b, 5}, {0x12, 5}, {0x17, 6}, {0x37, 7}, {0x36, 8}, {0x37, 8}, {0x64, 8},
     {0x65, 8}, {0x68, 8}, {0x67, 8}, {0xcc, 9}, {0xcd, 9}, {0xd2, 9}, {0xd3, 9},
@@ -48,7 +52,8 @@ inline constexpr Code kBlackMakeUp[27] = {
     {0x54, 13}, {0x55, 13}, {0x5a, 13}, {0x5b, 13}, {0x64, 13}, {0x65, 13},
 };
 
-// Multiples of 64 from 1792 to 2560, the same for both colours.
+// Multiples of 64 from 1792 to 2560, the same for both colours (table 3b/T.4), for wider machines.
+// Longer runs have the last of them as often as it fits.
 inline constexpr Code kExtendedMakeUp[13] = {
     {0x08, 11}, {0x0c, 11}, {0x0d, 11}, {0x12, 12}, {0x13, 12}, {0x14, 12}, {0x15, 12},
     {0x16, 12}, {0x17, 12}, {0x1c, 12}, {0x1d, 12}, {0x1e, 12}, {0x1f, 12},

@@ -7,6 +7,7 @@ namespace {
 
 constexpr uint32_t kRunTableSize = 1u << kRunBits;
 
+// Enters a code at all places that begin with it.
 constexpr void fill(RunTable& table, Code code, uint32_t run, bool is_make_up) {
   const uint32_t spare = kRunBits - code.length;
   for (uint32_t i = 0; i < 1u << spare; ++i) {
@@ -15,6 +16,7 @@ constexpr void fill(RunTable& table, Code code, uint32_t run, bool is_make_up) {
   }
 }
 
+// The places that are left 0 begin with eight zeros: no run does.
 constexpr RunTable single_codes(bool is_black) {
   RunTable table{};
   for (uint32_t run = 0; run < 64; ++run) fill(table, terminating_code(run, is_black), run, false);
@@ -24,7 +26,8 @@ constexpr RunTable single_codes(bool is_black) {
   return table;
 }
 
-// Joins make-up codes with the terminating codes behind them.
+// Joins make-up codes with the terminating codes behind them. Frequent runs have short
+// codes, so that most runs of a page that has been scanned are one step.
 constexpr RunTable run_codes(bool is_black) {
   const RunTable codes = single_codes(is_black);
   RunTable table = codes;
@@ -46,6 +49,8 @@ constexpr void fill(ModeTable& table, Code code, const ModeEntry& entry) {
   }
 }
 
+// For a vertical mode what the painter needs, too: a change that moves by d pixels flips the d
+// pixels from the place further left on.
 constexpr ModeTable mode_codes() {
   ModeTable table{};
   fill(table, kPass, {ModeEntry::kPassMode, kPass.length, 0, 0, 0});

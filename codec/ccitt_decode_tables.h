@@ -23,6 +23,7 @@ struct RunEntry {
   static constexpr uint32_t run(uint32_t entry) { return entry >> 8 & 0xFFF; }
 };
 
+// The longest codes are black ones of 13 bits (table 3a/T.4).
 inline constexpr uint32_t kRunBits = 13;
 using RunTable = std::array<uint32_t, 1 << kRunBits>;
 
@@ -36,6 +37,7 @@ struct ModeEntry {
   uint16_t mask = 0;     // as many top bits as there are pixels between a1 and b1
 };
 
+// VL3 and VR3 have 7 bits (table 4/T.4).
 inline constexpr uint32_t kModeBits = 7;
 using ModeTable = std::array<ModeEntry, 1 << kModeBits>;
 

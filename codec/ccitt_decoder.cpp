@@ -20,13 +20,14 @@ constexpr size_t kStepEntries = 64;
 static_assert(kMaxOnes + 2 <= kStepEntries);
 // The code behind them is still among the bits of one refill.
 static_assert(kMaxOnes + kModeBits <= BitRegister<BitOrder::kHighFirst>::kRefilledBits);
-// flip_pixels works on words.
+// flip_pixels works on words: up to 8 bytes from the one of the row's end on.
 constexpr size_t kRowSlack = 16;
 // Entries of the first list; pages have far fewer, halftones may have as many as pixels.
 constexpr size_t kFirstEntries = 65536;
 
 // Appends a colour change. A change at the place of the last one takes that back: a run of no
-// pixels, which no encoder writes, joins its neighbours.
+// pixels joins its neighbours. Encoders write one at the start of a black row only (T.4, 4.1.1),
+// but the code exists for both colours, and so do streams that have it elsewhere.
 inline void toggle(uint32_t* changes, size_t& count, uint32_t position) {
   if (count > 0 && changes[count - 1] == position) {
     --count;
@@ -79,7 +80,8 @@ void Decoder::begin(ByteSource& source) {
   make_white();
 }
 
-// Drops bits up to the next multiple of 1 or 2 bytes from the start of the stream.
+// Drops bits up to the next multiple of 1 or 2 bytes from the start of the stream (TIFF 6.0,
+// section 10: a row of compression 2 begins on a byte; those of compression 32771 on 16 bits).
 void Decoder::align(uint32_t bytes) {
   reader_.bits.drop_to_byte();
   if (bytes == 1 || reader_.position() % 2 == 0) return;
@@ -89,13 +91,15 @@ void Decoder::align(uint32_t bytes) {
 
 // ---- Rows ----
 
+// The imaginary row above the first one (T.4, 4.2.1.3.1), and what rows behind the end show.
 void Decoder::make_white() {
   std::memset(row_.data(), 0, row_.size());
   above_count_ = 0;
   above_->close(0, width_);
 }
 
-// Makes row_ show the row above again.
+// Makes row_ show the row above again: after a row of runs, whose changes alone were listed, and
+// after a row that broke off.
 void Decoder::repaint() {
   std::memset(row_.data(), 0, row_bytes_);
   const uint32_t* changes = above_->data();
@@ -110,7 +114,8 @@ void Decoder::finish_row(size_t changes) {
   std::swap(above_, current_);
 }
 
-// Adds one run, make-up codes and all, to `position`, clipped to the width.
+// Adds one run to `position`, clipped to the width: 2560 as often as it fits, another make-up code,
+// the terminating code (T.4, 4.1.1). kept: make-up codes are taken in any number and order.
 bool Decoder::read_run(Bits& bits, uint32_t& position, bool is_black) {
   for (;;) {
     reader_.refill(bits);
@@ -122,6 +127,8 @@ bool Decoder::read_run(Bits& bits, uint32_t& position, bool is_black) {
   }
 }
 
+// a0a1 and a1a2 whose codes are too long for one look-up each. Works on copies: the loop's own
+// state stays in registers.
 Decoder::Runs Decoder::read_pair(Bits bits, uint32_t a0, bool is_black) {
   Runs runs;
   runs.a1 = a0;
@@ -132,9 +139,15 @@ Decoder::Runs Decoder::read_pair(Bits bits, uint32_t a0, bool is_black) {
   return runs;
 }
 
-// One-dimensional row: pairs of a white and a black run, each looked up in one step whenever its
-// codes fit the table, which short and medium runs do. The loop has no branch that depends on the
-// picture but the one for the others.
+// One-dimensional row (T.4, 4.1.1): pairs of a white and a black run, each looked up in one step
+// whenever its codes fit the table, which short and medium runs do. The loop has no branch that
+// depends on the picture but the one for the others.
+//
+// In bounds as a step adds two changes at most, where kStepEntries were free. Changes ascend: a2 <
+// width bounds the pair, read_run() clips, and a run of no pixels takes its change back.
+//
+// kept: a row that is too long is cut at the width and counts as damaged only. A bit that was
+// lost makes such rows, behind which the codes mostly fall into step again.
 Decoder::Outcome Decoder::decode_1d() {
   uint32_t* changes = current_->data();
   size_t limit = current_->capacity();
@@ -162,14 +175,17 @@ Decoder::Outcome Decoder::decode_1d() {
       continue;
     }
     Bits after = bits;
-    const bool is_good = read_run(after, a0, false) &&
-                         (toggle(changes, count, a0), a0 >= width_ || read_run(after, a0, true));
+    bool is_good = read_run(after, a0, false);
+    if (is_good) toggle(changes, count, a0);
+    if (is_good && a0 < width_) {  // a white run may end the row
+      is_good = read_run(after, a0, true);
+      if (is_good) toggle(changes, count, a0);
+    }
     bits = after;
     if (!is_good) {
       outcome = Outcome::kBadCode;
       break;
     }
-    toggle(changes, count, a0);
   }
   reader_.bits = bits;
   if (a0 > width_) outcome = Outcome::kTooLong;

@@ -77,6 +77,7 @@ class Decoder {
   using Reader = BitReader<BitOrder::kHighFirst, true>;
   using Bits = Reader::Bits;
 
+  // How a row, or a step of one, ended. kTooLong: there are more pixels than a row has.
   enum class Outcome { kRowGoesOn, kRow, kTooLong, kBadCode, kUncompressed, kNoMemory };
   struct Runs;
   struct Row2d;
@@ -124,9 +125,11 @@ class Decoder {
   bool is_unframed_ = false;  // there was no end-of-line code before it, as there should be
   int empty_rows_ = 0;        // one behind the other
   bool is_ended_ = false;
+  // Group 3 behind damage: the next end-of-line code is to be looked for, and the next row that
+  // does not refer to a damaged one.
   bool needs_sync_ = false;
   bool waits_for_1d_ = false;
-  bool saw_end_of_line_ = false;
+  bool saw_end_of_line_ = false;  // in this stream: it has any
   Status failure_ = kOk;
   uint64_t damaged_rows_ = 0;
 };

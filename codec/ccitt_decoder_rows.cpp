@@ -1,4 +1,9 @@
 // Framing: where rows begin and end, and how decoding goes on behind damage.
+//
+// The codings differ in it alone. Runs (TIFF 6.0, section 10) have none: rows begin on bytes, and
+// the width ends them. Group 3 (T.4, 4.1.2 and 4.2.2) puts an end-of-line code between rows, by
+// which a reader finds its way back after damage. Group 4 (T.6) has no such code, as the link that
+// carries it corrects errors: what is behind damage is lost.
 #include <algorithm>
 #include <bit>
 #include <cassert>
@@ -52,6 +57,7 @@ Status Decoder::stop(Outcome outcome) {
   return stop(outcome == Outcome::kUncompressed ? kSubtype : kBadData);
 }
 
+// kept: a row that is too long is damage, not an error, as in Group 3.
 Status Decoder::decode_row_of_runs() {
   align(coding_ == Coding::kRuns16 ? 2 : 1);
   const Outcome outcome = decode_1d();
@@ -62,6 +68,8 @@ Status Decoder::decode_row_of_runs() {
   return kOk;
 }
 
+// T.6 ends a page with two end-of-line codes (EOFB), of which the first says all; not all
+// files have both. Where there is none the caller's count of rows ends the page.
 Status Decoder::decode_row_group4() {
   const Outcome outcome = decode_2d();
   if (outcome == Outcome::kRow) return ran_out() ? stop(kBadData) : kOk;
@@ -74,12 +82,15 @@ Status Decoder::decode_row_group4() {
   return stop(outcome);
 }
 
+// Eleven zeros begin no other code (T.4, 4.1.2).
 bool Decoder::is_end_of_line_next() {
   reader_.refill(reader_.bits);
   return reader_.bits.peek(kEndOfLineZeros) == 0;
 }
 
-// Takes an end-of-line code, with any number of zeros before it, when that is what comes next.
+// Takes an end-of-line code, with any number of zeros before it, when that is what comes next. Fill
+// (T.4, 4.1.3) slowed a sender down to the paper; in files it puts the codes on byte boundaries
+// (T4Options bit 2 of TIFF 6.0, pbmtog3 -align8 and -align16).
 bool Decoder::take_end_of_line() {
   if (!is_end_of_line_next()) return false;
   while (reader_.bits.peek(kEndOfLineZeros) == 0) {
@@ -91,7 +102,8 @@ bool Decoder::take_end_of_line() {
   return !ran_out();
 }
 
-// Drops bits until an end-of-line code has been taken; false when there is none.
+// Drops bits until an end-of-line code has been taken; false when there is none. What is not eleven
+// zeros has a one among them; the next code cannot begin before it.
 bool Decoder::find_end_of_line() {
   while (!take_end_of_line()) {
     if (ran_out()) return false;
@@ -100,7 +112,7 @@ bool Decoder::find_end_of_line() {
   return true;
 }
 
-// Takes the tag bit behind an end-of-line code.
+// Takes the tag bit behind an end-of-line code: 1 for a one-dimensional row (T.4, 4.2.2).
 void Decoder::take_tag() {
   saw_end_of_line_ = true;
   if (coding_ != Coding::kGroup3TwoD) return;
@@ -108,7 +120,9 @@ void Decoder::take_tag() {
   is_1d_ = reader_.bits.take(1) != 0;
 }
 
-// Goes behind the end-of-line code before the next row of a Group 3 stream, if there is one.
+// Goes behind the end-of-line code before the next row of a Group 3 stream, if there is one. T.4
+// has one before the first row and between rows. Files are laxer: some writers put it behind rows
+// only, some leave all of them out, as one-dimensional rows can be told apart by the width.
 Status Decoder::find_row() {
   is_unframed_ = false;
   const bool has_tags = coding_ == Coding::kGroup3TwoD;
@@ -131,8 +145,9 @@ Status Decoder::find_row() {
   return ran_out() ? stop(kBadData) : kOk;
 }
 
-// Whether the row is empty: one end-of-line code behind the other. Six of them end the page, and
-// so do fewer where the data end.
+// Whether the row is empty: one end-of-line code behind the other. Six of them end the page (RTC:
+// T.4, 4.1.4), and so do fewer where the data end. libtiff writes none, pbmtog3
+// does.
 bool Decoder::is_row_empty() {
   if (!saw_end_of_line_ || !take_end_of_line()) {
     empty_rows_ = 0;
@@ -147,6 +162,9 @@ bool Decoder::is_row_empty() {
   return true;
 }
 
+// kept: damaged rows are counted, not reported. A row whose codes break off keeps what was read of
+// it, a two-dimensional one repeats the row above, and as all that follow refer to it they are
+// passed until one stands for itself (T.4, 4.2.1.1: that is what K bounds).
 Status Decoder::decode_row_group3() {
   TRY(find_row());
   is_first_row_ = false;

@@ -12,9 +12,10 @@
 namespace tavo::ccitt {
 namespace {
 
-constexpr size_t kOutBytes = 32768;
+constexpr size_t kOutBytes = 32768;  // halved while memory is refused
 constexpr size_t kMinOutBytes = 1024;
-// More than one step between two make_room() writes.
+// More than one step between two make_room() writes: put_ones() 4 bytes, a pair of runs 3 + 2 * 25
+// bits, and the 8 bytes that each put() touches.
 constexpr size_t kStepBytes = 64;
 constexpr size_t kFirstEntries = 65536;
 constexpr size_t kWordEntries = 64;
@@ -27,6 +28,8 @@ using RunCodes = std::array<uint32_t, kLongRun>;
 constexpr uint32_t kShortRuns = 2048;
 static_assert(kShortRuns <= kLongRun);
 
+// T.4, 4.1.1: a make-up code for the multiple of 64, a terminating code for the rest, if need be of
+// 0.
 constexpr RunCodes run_codes(bool is_black) {
   RunCodes codes{};
   for (uint32_t run = 0; run < kLongRun; ++run) {
@@ -47,6 +50,8 @@ constexpr RunCodes kRunCodes[2] = {run_codes(false), run_codes(true)};
 
 }  // namespace
 
+// `code` has no bits above `length`, which with the bits that wait (under 8) fits the register: 56
+// at most. Writes the whole register, of which the next call writes over what is no byte yet.
 inline void Encoder::Bits::put(uint64_t code, uint32_t length) {
   held = held << length | code;
   count += length;
@@ -55,7 +60,7 @@ inline void Encoder::Bits::put(uint64_t code, uint32_t length) {
   count &= 7;
 }
 
-// Puts zeros until `used_bits` and what is held make whole bytes.
+// Fill (T.4, 4.1.3): zeros until `used_bits` and what is held make whole bytes.
 void Encoder::Bits::pad(uint32_t used_bits) {
   const uint32_t zeros = (0u - count - used_bits) & 7;
   if (zeros != 0) put(0, zeros);
@@ -91,7 +96,8 @@ void Encoder::begin() {
 
 // ---- Output ----
 
-// Gives the whole bytes to the sink.
+// Gives the whole bytes to the sink; only here, so that a stream is mirrored (FillOrder 2) in one
+// place.
 Status Encoder::flush() {
   const size_t bytes = static_cast<size_t>(bits_.next - out_.data());
   if (options_.is_reversed) mirror_bits(out_.bytes().first(bytes));
@@ -107,7 +113,8 @@ inline Status Encoder::make_room() {
   return kOk;
 }
 
-// Puts the part of `run` that is beyond the codes of kRunCodes.
+// Puts the part of `run` that is beyond the codes of kRunCodes: 2560 as often as it fits
+// (T.4, 4.1.1).
 Status Encoder::put_long_run(uint32_t& run) {
   constexpr Code kLongest = make_up_code(kMaxMakeUp, false);
   for (; run >= kLongRun; run -= kMaxMakeUp) {
@@ -117,6 +124,7 @@ Status Encoder::put_long_run(uint32_t& run) {
   return make_room();
 }
 
+// V0 is a single one.
 Status Encoder::put_ones(uint64_t count) {
   while (count > 0) {
     TRY(make_room());
@@ -127,13 +135,16 @@ Status Encoder::put_ones(uint64_t count) {
   return kOk;
 }
 
+// T.4, 4.1.2, and 4.2.2 for the tag bit. With fill the code ends on a byte, and the tag begins the
+// next one (T4Options bit 2 of TIFF 6.0, as libtiff takes it).
 void Encoder::put_end_of_line(bool is_1d) {
   if (options_.aligns_end_of_line) bits_.pad(kEndOfLine.length);
   bits_.put(kEndOfLine.bits, kEndOfLine.length);
   if (options_.coding == Coding::kGroup3TwoD) bits_.put(is_1d, 1);
 }
 
-// Pads with zeros to a multiple of 1 or 2 bytes from the start of the stream.
+// Pads with zeros to a multiple of 1 or 2 bytes from the start of the stream (TIFF 6.0, section
+// 10).
 void Encoder::align(uint32_t bytes) {
   bits_.pad(0);
   const uint64_t position = flushed_ + static_cast<uint64_t>(bits_.next - out_.data());
@@ -143,7 +154,8 @@ void Encoder::align(uint32_t bytes) {
 // ---- Rows ----
 
 // Lists the colour changes of `row` in current_: a pixel differs from the one before it where the
-// row and the row shifted by one pixel differ.
+// row and the row shifted by one pixel differ. The pixel before the first one is white (T.4,
+// 4.2.1.3.4). Changes among the unused bits of the last byte are dropped.
 Status Encoder::find_changes(const uint8_t* row) {
   uint32_t* changes = current_->data();
   size_t limit = current_->capacity();
@@ -262,6 +274,8 @@ Status Encoder::encode_2d() {
   }
 }
 
+// A row like the one above is V0 for each change and one for the end: there is nothing to look for,
+// and blank and ruled paper has many of them.
 Status Encoder::encode_row(std::span<const uint8_t> row) {
   assert(row.size() >= row_bytes_);
   TRY(failure_);
@@ -286,6 +300,8 @@ Status Encoder::encode_row(std::span<const uint8_t> row) {
   return kOk;
 }
 
+// EOFB of T.6: two end-of-line codes, then zeros up to a byte. Group 3 has six of them by
+// T.4, 4.1.4; kept: they are left out, as libtiff does; the count of rows ends a page.
 Status Encoder::finish() {
   TRY(failure_);
   TRY(make_room());

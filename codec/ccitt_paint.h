@@ -1,4 +1,6 @@
-// Painting of packed bilevel rows by whole words.
+// Painting of packed bilevel rows by whole words. Pixels are flipped, not set: the decoder keeps a
+// row that shows the one above and changes where the two differ, and two flips at one place undo
+// one another, in whatever order they come.
 #pragma once
 
 #include <cstdint>

@@ -8,11 +8,13 @@
 namespace tavo::inflate {
 namespace {
 
-constexpr size_t kHistory = 32768;
+constexpr size_t kHistory = 32768;  // how far back matches reach (RFC 1951, 2)
+// Decoded before what has no use any more is moved out.
 constexpr size_t kWindow = 4 * kHistory;
 constexpr size_t kMaxMatch = 258;
 constexpr size_t kSlack = 16;  // copies go by 8 bytes
 constexpr uint32_t kEndOfBlock = 256;
+// The longest match (RFC 1951, 3.2.5): a length code and its extra bits, a distance code and its.
 constexpr uint32_t kMatchBits = 15 + 5 + 15 + 13;
 
 struct Extra {
@@ -20,7 +22,8 @@ struct Extra {
   uint8_t bits;
 };
 
-// RFC 1951, 3.2.5; symbols 257 to 285, and distance symbols 0 to 29.
+// RFC 1951, 3.2.5; symbols 257 to 285, and distance symbols 0 to 29. The rest (286 and 287, 30 and
+// 31) have fixed codes, but never occur (3.2.6).
 constexpr Extra kLengths[] = {
     {3, 0},  {4, 0},  {5, 0},  {6, 0},   {7, 0},   {8, 0},   {9, 0},   {10, 0},  {11, 1}, {13, 1},
     {15, 1}, {17, 1}, {19, 2}, {23, 2},  {27, 2},  {31, 2},  {35, 3},  {43, 3},  {51, 3}, {59, 3},
@@ -36,6 +39,8 @@ constexpr Extra kDistances[] = {{1, 0},     {2, 0},     {3, 0},      {4, 0},    
 constexpr uint8_t kLengthOrder[19] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
                                       11, 4,  12, 3, 13, 2, 14, 1, 15};
 
+// Codes are packed from their most significant bit on into bytes that are filled from the lowest
+// bit on (RFC 1951, 3.1.1), so the bits in the register stand the other way round.
 uint32_t reverse(uint32_t code, uint32_t length) {
   uint32_t reversed = 0;
   for (; length > 0; --length, code >>= 1) reversed = reversed << 1 | (code & 1);
@@ -44,6 +49,11 @@ uint32_t reverse(uint32_t code, uint32_t length) {
 
 }  // namespace
 
+// Canonical codes from lengths (RFC 1951, 3.2.2): the codes of a length are consecutive, in the
+// order of their symbols.
+//
+// kept: a set of codes that leaves some out is accepted, though 3.2.7 knows it for a single
+// distance code only. A stream that uses none of those that are not there decodes.
 bool HuffmanCode::build(std::span<const uint8_t> lengths) {
   fast_.fill(0);
   counts_.fill(0);
@@ -70,6 +80,8 @@ bool HuffmanCode::build(std::span<const uint8_t> lengths) {
   return true;
 }
 
+// Codes of more than kFastBits bits, which are the rare ones by their nature: bit by bit, from the
+// first code of each length.
 uint32_t HuffmanCode::look_up_slowly(uint64_t bits) const {
   uint32_t code = 0;
   uint32_t first = 0;
@@ -105,10 +117,14 @@ bool Decoder::need(uint32_t bits) {
   return reader_.has(reader_.bits, bits);
 }
 
+// A failed read where there was one, else a stream that was cut.
 Status Decoder::data_ended() const { return source_->shortage(); }
 
 // ---- Blocks ----
 
+// CMF and FLG (RFC 1950, 2.2): method 8, a multiple of 31 in all, no preset dictionary, as no
+// format has a place for one. CINFO, the size of the encoder's window, is not looked at: ours is
+// the largest.
 Status Decoder::start_wrapper() {
   if (!need(16)) return data_ended();
   const uint32_t method = take(8);
@@ -119,6 +135,8 @@ Status Decoder::start_wrapper() {
   return kOk;
 }
 
+// BFINAL and BTYPE (RFC 1951, 3.2.3). What follows the last block, the checksum of RFC 1950, is not
+// read: a picture whose checksum is wrong or was cut off is shown all the same.
 Status Decoder::start_block() {
   if (is_last_block_) {
     state_ = State::kEnd;
@@ -129,7 +147,7 @@ Status Decoder::start_block() {
   switch (take(2)) {
     case 0:
       return start_stored();
-    case 1: {
+    case 1: {  // fixed codes (3.2.6)
       std::array<uint8_t, 288> lengths;
       std::fill(lengths.begin(), lengths.begin() + 144, uint8_t{8});
       std::fill(lengths.begin() + 144, lengths.begin() + 256, uint8_t{9});
@@ -148,6 +166,7 @@ Status Decoder::start_block() {
   }
 }
 
+// LEN and its complement, from a byte on (RFC 1951, 3.2.4).
 Status Decoder::start_stored() {
   reader_.bits.drop_to_byte();
   if (!need(32)) return data_ended();
@@ -158,6 +177,9 @@ Status Decoder::start_stored() {
   return kOk;
 }
 
+// HLIT, HDIST, HCLEN, then the lengths of both codes as one sequence, coded themselves (RFC 1951,
+// 3.2.7): 0 to 15 are lengths, 16 repeats the last one, 17 and 18 are zeros. A repetition may go on
+// from the literals into the distances, but not from nothing or beyond the end.
 Status Decoder::read_codes() {
   if (!need(14)) return data_ended();
   const uint32_t literals = take(5) + 257;
@@ -197,6 +219,7 @@ Status Decoder::read_codes() {
   return kOk;
 }
 
+// Bytes as they are. Those that the register holds come first; the others never go through it.
 Status Decoder::copy_stored() {
   while (stored_left_ > 0 && used_ < kWindow) {
     if (reader_.bits.count > 0) {
@@ -221,7 +244,8 @@ Status Decoder::copy_stored() {
   return kOk;
 }
 
-// What stands behind the code of a length.
+// What stands behind the code of a length: its extra bits, a distance code with its own. Extra bits
+// are numbers, from the lowest bit on (RFC 1951, 3.1.1).
 inline bool Decoder::read_match(Bits& bits, uint32_t length_code, uint32_t& length,
                                 size_t& distance) const {
   if (length_code >= std::size(kLengths)) return false;
@@ -234,7 +258,8 @@ inline bool Decoder::read_match(Bits& bits, uint32_t length_code, uint32_t& leng
   return true;
 }
 
-// Copies a match. Up to kSlack bytes behind it may be written.
+// Copies a match, which may overlap what it makes (RFC 1951, 3.2.3): a distance of 1 repeats a
+// byte. Up to kSlack bytes behind it may be written.
 inline void copy_match(uint8_t* to, size_t distance, uint32_t length) {
   uint8_t* const end = to + length;
   const uint8_t* from = to - distance;
@@ -251,61 +276,59 @@ inline void copy_match(uint8_t* to, size_t distance, uint32_t length) {
   for (; to < end; to += 8, from += 8) store_native(to, load_native<uint64_t>(from));
 }
 
-// Literals and matches, until the block ends or the window is full. A refill brings 56 bits:
+// Up to three literals, a match behind up to two, or the end of the block. A refill brings 56 bits:
 // enough for a match, or for three literals.
-Status Decoder::decode_codes() {
-  uint8_t* const window = window_.data();
-  size_t used = used_;
-  Bits bits = reader_.bits;
-  Status status = kOk;
-  while (used < kWindow) {
-    reader_.refill(bits);
-    if (!reader_.has(bits, 1)) {
-      status = data_ended();
-      break;
-    }
-    uint32_t entry = literals_.look_up(bits.held);
-    const int more = reader_.missing() == 0 ? 2 : 0;  // symbols that bits behind the end cannot be
-    for (int i = 0; i < more && entry < kEndOfBlock << 4; ++i) {
-      window[used++] = static_cast<uint8_t>(entry >> 4);
-      bits.drop(entry & 15);
-      entry = literals_.look_up(bits.held);
-    }
-    if (entry == HuffmanCode::kNoCode) {
-      status = kBadData;
-      break;
-    }
-    if (bits.count < kMatchBits) reader_.refill(bits);
+inline Decoder::Step Decoder::decode_some(Bits& bits, uint8_t* window, size_t& used) {
+  reader_.refill(bits);
+  if (!reader_.has(bits, 1)) return Step::kDataEnded;
+  uint32_t entry = literals_.look_up(bits.held);
+  const int more = reader_.missing() == 0 ? 2 : 0;  // symbols that bits behind the end cannot be
+  for (int i = 0; i < more && entry < kEndOfBlock << 4; ++i) {
+    window[used++] = static_cast<uint8_t>(entry >> 4);
     bits.drop(entry & 15);
-    const uint32_t symbol = entry >> 4;
-    uint32_t length = 0;
-    size_t distance = 0;
-    if (symbol > kEndOfBlock &&
-        (!read_match(bits, symbol - kEndOfBlock - 1, length, distance) || distance > used)) {
-      status = kBadData;
-      break;
-    }
-    if (reader_.ran_out(bits)) {
-      status = data_ended();
-      break;
-    }
-    if (symbol == kEndOfBlock) {
-      state_ = State::kBlock;
-      break;
-    }
-    if (symbol < kEndOfBlock) {
-      window[used++] = static_cast<uint8_t>(symbol);
-      continue;
-    }
-    copy_match(window + used, distance, length);
-    used += length;
+    entry = literals_.look_up(bits.held);
   }
-  reader_.bits = bits;
-  used_ = used;
-  return status;
+  if (entry == HuffmanCode::kNoCode) return Step::kBadData;
+  if (bits.count < kMatchBits) reader_.refill(bits);
+  bits.drop(entry & 15);
+  const uint32_t symbol = entry >> 4;
+  uint32_t length = 0;
+  size_t distance = 0;
+  if (symbol > kEndOfBlock &&
+      (!read_match(bits, symbol - kEndOfBlock - 1, length, distance) || distance > used)) {
+    return Step::kBadData;
+  }
+  if (reader_.ran_out(bits)) return Step::kDataEnded;
+  if (symbol == kEndOfBlock) return Step::kEndOfBlock;
+  if (symbol < kEndOfBlock) {
+    window[used++] = static_cast<uint8_t>(symbol);
+    return Step::kGoesOn;
+  }
+  copy_match(window + used, distance, length);
+  used += length;
+  return Step::kGoesOn;
 }
 
-// Decodes until there is something to hand out, or an end.
+// Literals and matches (RFC 1951, 3.2.5), until the block ends or the window is full.
+//
+// In bounds because a turn begins below kWindow, where kMaxMatch + kSlack bytes more are: it writes
+// two literals and a match or a third literal. A match begins in the window, as its distance is
+// compared with what has been decoded; kHistory bytes stay when the window moves.
+Status Decoder::decode_codes() {
+  size_t used = used_;
+  Bits bits = reader_.bits;
+  Step step = Step::kGoesOn;
+  uint8_t* const window = window_.data();
+  while (step == Step::kGoesOn && used < kWindow) step = decode_some(bits, window, used);
+  reader_.bits = bits;
+  used_ = used;
+  if (step == Step::kEndOfBlock) state_ = State::kBlock;
+  if (step == Step::kDataEnded) return data_ended();
+  return step == Step::kBadData ? kBadData : kOk;
+}
+
+// Decodes until there is something to hand out, or an end. Whoever asks for more behind the last
+// block expected a longer stream.
 Status Decoder::more() {
   if (used_ >= kWindow) {
     std::memmove(window_.data(), window_.data() + used_ - kHistory, kHistory);

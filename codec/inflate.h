@@ -1,4 +1,5 @@
-// Inflate: RFC 1951 data in the wrapper of RFC 1950. Bytes in, bytes out.
+// Inflate: RFC 1951 data in the wrapper of RFC 1950, as TIFF files have them (compression 8, and
+// 32946 of older ones). Bytes in, bytes out.
 #pragma once
 
 #include <array>
@@ -52,6 +53,7 @@ class Decoder {
 
  private:
   enum class State : uint8_t { kHeader, kBlock, kStored, kCodes, kEnd };
+  enum class Step : uint8_t { kGoesOn, kEndOfBlock, kBadData, kDataEnded };
 
   using Bits = BitReader<BitOrder::kLowFirst>::Bits;
 
@@ -65,6 +67,7 @@ class Decoder {
   Status read_codes();
   Status copy_stored();
   Status decode_codes();
+  Step decode_some(Bits& bits, uint8_t* window, size_t& used);
   Status data_ended() const;
 
   ByteSource* source_ = nullptr;

@@ -102,6 +102,7 @@ Status Decoder<kOrder, kEarlyChange>::reserve(size_t size) {
   return kOk;
 }
 
+// What a clear code does. The literals stay.
 template <BitOrder kOrder, bool kEarlyChange>
 void Decoder<kOrder, kEarlyChange>::reset_table() {
   width_ = minimum_bits_ + 1;
@@ -109,6 +110,8 @@ void Decoder<kOrder, kEarlyChange>::reset_table() {
   at_start_ = true;
 }
 
+// How many more codes have the present width, or come before the table is full. A decoder knows an
+// entry one code later than the encoder; kEarlyChange takes one more off (TIFF 6.0, section 13).
 template <BitOrder kOrder, bool kEarlyChange>
 uint32_t Decoder<kOrder, kEarlyChange>::codes_to_growth() const {
   if (next_ == kMaxCodes) return kNoGrowth;
@@ -117,7 +120,8 @@ uint32_t Decoder<kOrder, kEarlyChange>::codes_to_growth() const {
   return limit - next_;
 }
 
-// Called when codes_to_growth has come down to 0.
+// Called when codes_to_growth has come down to 0. Codes stay at 12 bits, and what is decoded from a
+// full table makes no strings (GIF89a calls it a deferred clear code).
 template <BitOrder kOrder, bool kEarlyChange>
 void Decoder<kOrder, kEarlyChange>::grow_codes() {
   if (width_ < kMaxCodeBits) ++width_;
@@ -125,6 +129,7 @@ void Decoder<kOrder, kEarlyChange>::grow_codes() {
 }
 
 // The code after a clear code (or at the very start) makes no entry and must be a literal.
+// Another clear code changes nothing.
 template <BitOrder kOrder, bool kEarlyChange>
 void Decoder<kOrder, kEarlyChange>::first_code() {
   reader_.refill(reader_.bits);

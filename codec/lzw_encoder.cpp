@@ -28,6 +28,7 @@ inline uint32_t next_slot(uint32_t slot) { return (slot + 0x9D) & kSlotMask; }
 
 }  // namespace
 
+// A clear code comes first: TIFF 6.0, section 13 demands it, GIF89a, appendix F recommends it.
 template <BitOrder kOrder, bool kEarlyChange>
 Status Encoder<kOrder, kEarlyChange>::start(unsigned minimum_code_size) {
   assert(minimum_code_size >= 2 && minimum_code_size <= 8);
@@ -47,6 +48,7 @@ Status Encoder<kOrder, kEarlyChange>::start(unsigned minimum_code_size) {
   return kOk;
 }
 
+// The first byte of a stream is a prefix without a code before it.
 template <BitOrder kOrder, bool kEarlyChange>
 Status Encoder<kOrder, kEarlyChange>::encode(std::span<const uint8_t> bytes) {
   const uint8_t* next = bytes.data();
@@ -60,6 +62,7 @@ Status Encoder<kOrder, kEarlyChange>::encode(std::span<const uint8_t> bytes) {
   return kOk;
 }
 
+// The string at hand, the end code, and zeros up to a byte.
 template <BitOrder kOrder, bool kEarlyChange>
 Status Encoder<kOrder, kEarlyChange>::finish() {
   if (out_.size() - used_ < kPartRoom) TRY(flush());
@@ -79,7 +82,8 @@ Status Encoder<kOrder, kEarlyChange>::flush() {
   return count == 0 ? kOk : write_(context_, out_.bytes().first(count));
 }
 
-// Puts one code in the current width, which grows when the next code might need it.
+// Puts one code in the current width, which grows when the next code might need it: in GIF as soon
+// as the entry to be made now has a number beyond it, in TIFF one entry earlier (section 13).
 template <BitOrder kOrder, bool kEarlyChange>
 inline void Encoder<kOrder, kEarlyChange>::put(uint32_t code) {
   const unsigned bits = held_bits_ + width_;
@@ -110,6 +114,8 @@ void Encoder<kOrder, kEarlyChange>::reset_table() {
   next_ = clear_ + 2;
 }
 
+// Section 13 of TIFF 6.0: the clear code goes out as soon as entry 4094 has been made, so that no
+// code grows to 13 bits by the early change. GIF uses all 4096.
 template <BitOrder kOrder, bool kEarlyChange>
 inline void Encoder<kOrder, kEarlyChange>::add_entry(uint32_t slot, uint32_t key) {
   if constexpr (kEarlyChange) {
@@ -126,6 +132,12 @@ inline void Encoder<kOrder, kEarlyChange>::add_entry(uint32_t slot, uint32_t key
   reset_table();
 }
 
+// The greedy rule: the longest string that is in the table, then a new entry of it and the byte
+// behind.
+//
+// In bounds because the caller left kPartRoom bytes: each byte puts one code, and a clear code at
+// most once for each, 3 bytes together. The search ends as kSlots is 16 times what a table holds,
+// and the step is odd: it comes to every slot.
 template <BitOrder kOrder, bool kEarlyChange>
 const uint8_t* Encoder<kOrder, kEarlyChange>::encode_part(const uint8_t* next, const uint8_t* end) {
   const uint32_t* const table = table_.data();

@@ -9,10 +9,14 @@
 namespace tavo::packbits {
 namespace {
 
+// A packet is a head byte n and, for n from 0 to 127, n + 1 literals or, for n from -127 to -1, a
+// byte to be repeated 1 - n times (TIFF 6.0, section 9).
 constexpr size_t kMaxPacket = 128;
+// Two equal bytes between literals stay literals, as section 9 advises: a packet would save
+// nothing.
 constexpr size_t kMinRun = 3;
 
-// Bytes from `at` on that equal the first one.
+// Bytes from `at` on that equal the first one, eight at a time.
 size_t run_length(const uint8_t* at, const uint8_t* end) {
   const uint64_t same = at[0] * uint64_t{0x0101010101010101};
   const uint8_t* next = at + 1;
@@ -51,6 +55,8 @@ void Decoder::decode_whole(std::span<uint8_t>& out) {
   out = out.subspan(static_cast<size_t>(to - out.data()));
 }
 
+// kept: packets may go on over the ends of rows, though section 9 has each row on its own: a strip
+// that was packed as a whole decodes, too.
 Status Decoder::decode(std::span<uint8_t> out) {
   while (!out.empty()) {
     if (left_ == 0 && out.size() >= kMaxPacket && bytes_.window().size() > kMaxPacket) {
@@ -60,7 +66,7 @@ Status Decoder::decode(std::span<uint8_t> out) {
     if (left_ == 0) {
       const int head = bytes_.get();
       if (head < 0) return bytes_.shortage();
-      if (head == 128) continue;  // no packet
+      if (head == 128) continue;  // -128 is no packet: readers pass it (section 9)
       is_run_ = head > 128;
       left_ = static_cast<size_t>(is_run_ ? 257 - head : head + 1);
       if (is_run_) {
@@ -81,6 +87,7 @@ Status Decoder::decode(std::span<uint8_t> out) {
   return kOk;
 }
 
+// Each row on its own, as section 9 demands of TIFF files.
 size_t encode(std::span<const uint8_t> row, uint8_t* out) {
   const uint8_t* next = row.data();
   const uint8_t* const end = next + row.size();

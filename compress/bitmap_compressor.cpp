@@ -7,10 +7,10 @@ namespace tavo::compress {
 
 namespace {
 
-// 12 bytes a pixel of the row, as the buffer interface's own callers use.
+// kept: 12 bytes a pixel of the row, as CompressCallBack has them; pieces of a file have this size.
 uint32_t buffer_bytes(int32_t width) { return static_cast<uint32_t>(width) * 12; }
 
-// Output types by format identifier.
+// Output types by format identifier; 0, CMP, for T_FORMAT_CMP_SAVE.
 int32_t output_type(int32_t format) {
   switch (format) {
     case T_FORMAT_JPEG:
@@ -44,6 +44,8 @@ Status StripFeeder::start(const BitmapHandle& picture, StripRows::Target target,
   return rows_.start(picture, target);
 }
 
+// kept: strips are full but for the last, as with half height rows are counted from a strip's
+// first.
 Status StripFeeder::add(Compressor& compressor, const uint8_t* rows, size_t stride,
                         uint32_t count) {
   for (uint32_t i = 0; i < count; ++i) {
@@ -62,6 +64,7 @@ Status StripFeeder::finish(Compressor& compressor) {
   return compressor.add_rows(strip_, strip_row_bytes_, rows);
 }
 
+// kept: the stream says 8 or 24 bits, whatever the bitmap has.
 Status Writer::prepare(const io::SaveRequest& request, const BitmapHandle& picture,
                        io::RowLayout& layout) {
   if (request.format != 0) {
@@ -85,6 +88,7 @@ Status Writer::prepare(const io::SaveRequest& request, const BitmapHandle& pictu
                        strip_.data());
 }
 
+// The resolution and the stamp are in the setup; nothing comes from the picture any more.
 Status Writer::begin(const io::SaveRequest& request, const BitmapHandle&) {
   TRY(file_.create_write_only(request.name));
   return compressor_.start(setup_, kStripRows, buffer_bytes(setup_.width), write_to_file, &file_);
@@ -106,6 +110,8 @@ Status write(io::WriterUse use) {
   return use(writer);
 }
 
+// Grey: pictures of 8 bits with the grey mark, and bilevel ones, which have no colours to lose.
+// Grey pictures of 2 or 4 bits have no place in the compressed formats.
 Status compress_bitmap(BitmapHandle& bitmap, const char* name, int32_t output_type, int32_t quality,
                        const Stamp* stamp) {
   const bool is_marked = core::has_flag(bitmap, T_FLAG_GRAY);

@@ -37,7 +37,8 @@ inline constexpr uint8_t kQuarter = 0x10;  // chroma halved in both directions
 inline constexpr size_t kStampHeaderSize = 3;
 inline constexpr size_t kStampPaletteSize = 768;
 
-// Trailer: magic, horizontal and vertical dots per inch (2 bytes each), 4 zero bytes.
+// Trailer: magic, horizontal and vertical dots per inch (2 bytes each), 4 zero bytes. The stream's
+// JFIF segment has no density.
 inline constexpr size_t kTrailerSize = 12;
 
 // Texts of the COM segment, with the zero byte behind them: how rows are stored.

@@ -8,16 +8,20 @@ namespace tavo::compress {
 
 namespace {
 
+// kept: so many bytes a row may have, as stored and as handed over, though JPEG's limit is in
+// pixels.
 constexpr int64_t kMaxRowBytes = 65535;
-constexpr int32_t kMaxRows = 65535;  // the frame header's limit
-constexpr uint32_t kQuarterStripRows = 16;
+constexpr int32_t kMaxRows = 65535;         // Y of a frame header (ISO/IEC 10918-1, B.2.2)
+constexpr uint32_t kQuarterStripRows = 16;  // an MCU row with chroma halved both ways
 constexpr uint32_t kDefaultBuffer = 65536;
 
-uint32_t coded_rows(const CompressionSetup& setup, const Coding& coding) {
+// kept: the last row of an odd number is left out with half height.
+uint32_t coded_rows(const CompressionSetup& setup, const CodingParameters& coding) {
   const auto height = static_cast<uint32_t>(setup.height);
   return coding.is_half_height ? height / 2 : height;
 }
 
+// Strips of fewer than 8 bits do not exist: bitmaps that have them come here converted.
 Status check_picture(const CompressionSetup& setup) {
   if (setup.width <= 0 || setup.height <= 0) return kNotCompressible;
   if (setup.bits_per_pixel < 8 || setup.bits_per_pixel > 32) return kNotCompressible;
@@ -26,10 +30,11 @@ Status check_picture(const CompressionSetup& setup) {
   return std::max(stored, handed) > kMaxRowBytes ? kNotCompressible : kOk;
 }
 
-// All that can be wrong with a setup; fills what the stream needs.
+// All that can be wrong with a setup; fills what the stream needs. kept: the order of the checks
+// decides which status a setup with several faults gets.
 Status describe(const CompressionSetup& setup, uint32_t strip_rows, StreamDescription& stream) {
   TRY(check_picture(setup));
-  TRY(choose_coding(setup.output_type, setup.quality, setup.is_gray, stream.coding));
+  TRY(choose_parameters(setup.output_type, setup.quality, setup.is_gray, stream.coding));
   stream.coded_rows = coded_rows(setup, stream.coding);
   if (stream.coded_rows == 0 || stream.coded_rows > kMaxRows) return kNotCompressible;
   TRY(build_tables(stream.coding.value, stream.luminance, stream.chrominance));
@@ -70,6 +75,7 @@ Status check_setup(const CompressionSetup& setup, uint32_t strip_rows) {
   return describe(setup, strip_rows, stream);
 }
 
+// A start that fails leaves nothing open.
 Status Compressor::start(const CompressionSetup& setup, uint32_t strip_rows, uint32_t buffer_bytes,
                          ByteSink::Write write, void* context) {
   close();
@@ -79,6 +85,7 @@ Status Compressor::start(const CompressionSetup& setup, uint32_t strip_rows, uin
   return status;
 }
 
+// Memory first, then bytes: a start that fails for want of memory has written nothing.
 Status Compressor::open(const CompressionSetup& setup, uint32_t strip_rows, uint32_t buffer_bytes,
                         ByteSink::Write write, void* context) {
   TRY(describe(setup, strip_rows, stream_));
@@ -103,6 +110,8 @@ void Compressor::close() {
   sink_ = ByteSink();
 }
 
+// kept: the CMP header goes out by itself, before the buffer is full: callers' routines see it as
+// the first piece.
 Status Compressor::write_headers() {
   if (stream_.coding.is_cmp) {
     TRY(write_cmp_header(stream_, sink_));
@@ -113,12 +122,15 @@ Status Compressor::write_headers() {
   return kOk;
 }
 
+// kept: a missing strip and a compression that is not open are told as missing memory.
 Status Compressor::add_strip(const uint8_t* strip) {
   if (!is_open_ || strip == nullptr) return kNoMemory;
   next_row_ = 0;
   return add_rows(strip, row_bytes_, strip_rows_);
 }
 
+// kept: rows too many are dropped without a word. With half height every second row is coded,
+// counted from the start of each strip, or of the picture when rows come one by one.
 Status Compressor::add_rows(const uint8_t* rows, size_t stride, uint32_t count) {
   if (!is_open_ || rows == nullptr) return kNoMemory;
   count = std::min(count, rows_left_);
@@ -137,6 +149,8 @@ Status Compressor::end() {
   return status;
 }
 
+// A stream whose rows did not all come is closed all the same: the frame header says more than
+// there is, which readers fill up, and the status tells.
 Status Compressor::finish_stream() {
   TRY(encoder_.finish(sink_));
   TRY(write_stream_end(sink_));
@@ -145,6 +159,7 @@ Status Compressor::finish_stream() {
   return rows_left_ == 0 ? kOk : kIncomplete;
 }
 
+// kept: byte by byte, past the buffer.
 Status Compressor::write_trailer() {
   for (const uint8_t byte : cmp_trailer(stream_)) TRY(write_(context_, {&byte, 1}));
   return kOk;

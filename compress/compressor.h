@@ -1,4 +1,5 @@
-// One compression from start to end: strips of rows to a CMP file or a JPEG stream.
+// One compression from start to end: strips of rows to a CMP file or a JPEG stream. All entry
+// points that compress end here.
 #pragma once
 
 #include <cstdint>

@@ -17,8 +17,9 @@ namespace tavo::compress {
 
 namespace {
 
-constexpr int32_t kMaxStampSide = 255;
+constexpr int32_t kMaxStampSide = 255;  // JFIF 1.02 and CMP have a byte for each side
 
+// kept: 4 pixels of width at least, 1 of height.
 Status check_request(const StampRequest& request) {
   if (request.width < 4 || request.width > kMaxStampSide) return kBadSize;
   if (request.height < 1 || request.height > kMaxStampSide) return kBadSize;
@@ -91,6 +92,8 @@ Status reduce(BitmapHandle& small, const BitmapHandle& bitmap, bool dithers) {
   return color::color_resolution(small, 8, type, nullptr, 0);
 }
 
+// An 8-bit picture keeps its palette in a stamp of 8 bits; any other is reduced, without progress,
+// as the caller's callback follows the large picture.
 Status make_small(BitmapHandle& bitmap, const StampRequest& request, BitmapHandle& small) {
   const bool keeps_indices = request.bits == 8 && bitmap.BitsPerPixel == 8;
   TRY(core::init_bitmap(small, request.width, request.height, keeps_indices ? 8 : 24));
@@ -106,7 +109,7 @@ Status make_small(BitmapHandle& bitmap, const StampRequest& request, BitmapHandl
   return reduce(small, bitmap, dithers);
 }
 
-// The bytes of the stamp, palette first.
+// The bytes of the stamp, palette first, as cmp_layout.h and JFIF 1.02 have them in common.
 Status collect(BitmapHandle& small, Buffer& data, Stamp& stamp) {
   const bool is_indexed = small.BitsPerPixel == 8;
   const size_t palette_size = is_indexed ? cmp::kStampPaletteSize : 0;
@@ -134,6 +137,8 @@ Status collect(BitmapHandle& small, Buffer& data, Stamp& stamp) {
 
 }  // namespace
 
+// What can be wrong with the request comes before what can be wrong with the picture, and both
+// before there is a file.
 Status compress_with_stamp(BitmapHandle& bitmap, const char* name, int32_t output_type,
                            int32_t quality, const StampRequest& request) {
   TRY(check_request(request));

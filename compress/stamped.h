@@ -1,4 +1,5 @@
-// Compression with a stamp: a small picture of the picture in the same file.
+// Compression with a stamp: a small picture of the picture in the same file, in a CMP file behind
+// the header (cmp_layout.h), in a JPEG stream in an extension segment of JFIF 1.02.
 #pragma once
 
 #include <cstdint>

@@ -12,12 +12,14 @@ namespace tavo::compress {
 
 namespace {
 
+// Marker codes (ISO/IEC 10918-1, table B.1).
 constexpr uint8_t kApp0 = 0xE0, kComment = 0xFE, kQuantisers = 0xDB, kHuffmanTables = 0xC4;
 constexpr uint8_t kBaselineFrame = 0xC0, kScan = 0xDA;
 constexpr uint8_t kIndexedStamp = 0x11, kColorStamp = 0x13;  // JFXX extension codes
 constexpr size_t kMaxSegment = 65535;
 
-// Gathers the bytes of one segment; big-endian, as all of JPEG.
+// Gathers the bytes of one segment (B.1.1.4): marker, length, which counts itself but not the
+// marker, parameters; big-endian, as all of JPEG.
 class Segment {
  public:
   explicit Segment(uint8_t marker) {
@@ -48,11 +50,13 @@ class Segment {
   size_t size_ = 0;
 };
 
+// JFIF 1.02, "JFIF APP0 marker segment". kept: it calls itself version 1.00, and without the
+// setting it gives densities without a unit.
 Status write_jfif(const StreamDescription& stream, ByteSink& sink) {
   Segment segment(kApp0);
   segment.put_text("JFIF", 5);
   segment.put16(0x0100);  // version
-  // Without the setting no unit: the density is the bitmap's, whatever that counts.
+  // No unit: the density is the bitmap's, whatever that counts.
   segment.put(!stream.coding.is_cmp && settings.jfif_dots_per_inch ? 1u : 0u);
   // CMP files carry the resolution in their trailer.
   segment.put16(stream.coding.is_cmp ? 0 : static_cast<uint32_t>(stream.x_resolution));
@@ -66,6 +70,9 @@ Status write_stamp_data(const Stamp& stamp, ByteSink& sink) {
   return sink.append(stamp.pixels);
 }
 
+// JFIF 1.02, "JFIF extension APP0 marker segment": 0x11 is a thumbnail of a byte a pixel behind its
+// palette, 0x13 one of three bytes a pixel. kept: the latter's bytes are blue, green, red, where
+// JFIF has red first; the palette has red first.
 Status write_stamp_segment(const Stamp& stamp, ByteSink& sink) {
   Segment segment(kApp0);
   segment.put_text("JFXX", 5);
@@ -76,6 +83,7 @@ Status write_stamp_segment(const Stamp& stamp, ByteSink& sink) {
   return write_stamp_data(stamp, sink);
 }
 
+// B.2.4.5. Readers of this library take from it which way up the rows are stored.
 Status write_comment(const StreamDescription& stream, ByteSink& sink) {
   Segment segment(kComment);
   segment.put_text(stream.is_top_first ? cmp::kTopFirstComment : cmp::kBottomFirstComment,
@@ -88,6 +96,7 @@ bool has_second_table(const StreamDescription& stream) {
   return !stream.coding.is_gray && stream.luminance != stream.chrominance;
 }
 
+// B.2.4.1, all tables in one segment, 8 bits each.
 Status write_quantisers(const StreamDescription& stream, ByteSink& sink) {
   Segment segment(kQuantisers);
   segment.put(0);
@@ -99,6 +108,7 @@ Status write_quantisers(const StreamDescription& stream, ByteSink& sink) {
   return segment.write(sink);
 }
 
+// B.2.4.2, all tables in one segment, those of K.3: class 0 is DC, 1 AC.
 Status write_huffman_tables(const StreamDescription& stream, ByteSink& sink) {
   Segment segment(kHuffmanTables);
   const size_t tables = stream.coding.is_gray ? 1 : 2;
@@ -113,6 +123,7 @@ Status write_huffman_tables(const StreamDescription& stream, ByteSink& sink) {
   return segment.write(sink);
 }
 
+// B.2.2: baseline (SOF0). Components are numbered from 1, as JFIF 1.02 has them.
 Status write_frame(const StreamDescription& stream, ByteSink& sink) {
   const uint32_t components = stream.coding.is_gray ? 1 : 3;
   Segment segment(kBaselineFrame);
@@ -128,6 +139,7 @@ Status write_frame(const StreamDescription& stream, ByteSink& sink) {
   return segment.write(sink);
 }
 
+// B.2.3: one scan of all components.
 Status write_scan_header(const StreamDescription& stream, ByteSink& sink) {
   const uint32_t components = stream.coding.is_gray ? 1 : 3;
   Segment segment(kScan);
@@ -142,7 +154,8 @@ Status write_scan_header(const StreamDescription& stream, ByteSink& sink) {
   return segment.write(sink);
 }
 
-uint8_t cmp_flags(const Coding& coding) {
+// kept: grey pictures have the flag of full chroma, too, and none of half height.
+uint8_t cmp_flags(const CodingParameters& coding) {
   if (coding.is_gray) return cmp::kGray | cmp::kFull;
   uint8_t flags = coding.is_half_height ? cmp::kHalfHeight : uint8_t{0};
   if (coding.horizontal == 1) flags |= cmp::kFull;
@@ -152,8 +165,10 @@ uint8_t cmp_flags(const Coding& coding) {
 
 }  // namespace
 
+// A length of 16 bits, less itself, "JFXX" with its zero, the code and the stamp's size.
 bool fits_segment(const Stamp& stamp) { return stamp.data_size() + 10 <= kMaxSegment; }
 
+// The header, then the stamp with three bytes of its own before it.
 Status write_cmp_header(const StreamDescription& stream, ByteSink& sink) {
   std::array<uint8_t, cmp::kHeaderSize> header = {};
   std::ranges::copy(cmp::kMagic, header.begin());
@@ -174,6 +189,8 @@ Status write_cmp_header(const StreamDescription& stream, ByteSink& sink) {
   return write_stamp_data(stamp, sink);
 }
 
+// kept: the order of segments. JFIF 1.02 wants its own behind SOI and its extension next; for the
+// others B.2.1 has none but tables before the frame that needs them.
 Status write_stream_header(const StreamDescription& stream, ByteSink& sink) {
   constexpr uint8_t kStart[] = {0xFF, 0xD8};
   TRY(sink.append(kStart));

@@ -1,5 +1,5 @@
 // The bytes around the entropy-coded data: JPEG markers (ISO/IEC 10918-1 annex B, JFIF 1.02), CMP
-// header and trailer.
+// header and trailer (cmp_layout.h). They are fully determined by the description.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 #include "base/byte_sink.h"
 #include "base/status.h"
-#include "compress/coding.h"
+#include "compress/coding_parameters.h"
 
 namespace tavo::compress {
 
@@ -26,7 +26,7 @@ struct Stamp {
 bool fits_segment(const Stamp& stamp);
 
 struct StreamDescription {
-  Coding coding;
+  CodingParameters coding;
   uint32_t width = 0;
   uint32_t coded_rows = 0;
   int32_t x_resolution = 0;

@@ -6,6 +6,8 @@
 
 namespace tavo::compress {
 
+// kept: with the grey mark the red parts of the palette are the levels, whatever the others are.
+// Grey of other depths goes by the brightness of its colours.
 Status StripRows::start(const BitmapHandle& picture, Target target) {
   width_ = picture.Width;
   const int32_t bits = picture.BitsPerPixel;
@@ -26,6 +28,7 @@ Status StripRows::start(const BitmapHandle& picture, Target target) {
                           picture.Info.Palette, nullptr);
 }
 
+// Conversion works in place and may need more room than the row has: up to 4 bytes a pixel.
 Status StripRows::convert(const uint8_t* row, uint8_t* out) {
   switch (method_) {
     case Method::kCopy:

@@ -1,4 +1,5 @@
-// Rows of any bitmap as the compressor takes them: 8-bit grey or blue, green, red.
+// Rows of any bitmap as the compressor takes them: 8-bit grey or blue, green, red, top row first
+// and unpadded. T_CompressBuffer's callers hand over such rows themselves.
 #pragma once
 
 #include <array>
@@ -27,6 +28,7 @@ class StripRows {
   Status convert(const uint8_t* row, uint8_t* out);
 
  private:
+  // Rows as they are, through levels_, or through the converter.
   enum class Method { kCopy, kLevels, kConvert };
 
   int32_t width_ = 0;

@@ -1,7 +1,7 @@
 // Compression: strips, rows, bitmaps and files to CMP files and JPEG streams.
 #include "base/settings.h"
 #include "compress/bitmap_compressor.h"
-#include "compress/coding.h"
+#include "compress/coding_parameters.h"
 #include "compress/stamped.h"
 #include "exports/arguments.h"
 #include "exports/shared.h"

@@ -4,7 +4,7 @@
 #include <atomic>
 
 #include "color/convert.h"
-#include "compress/interfaces.h"
+#include "compress/call_by_call.h"
 #include "formats/jpeg_push.h"
 
 namespace tavo::exports {

@@ -1,6 +1,6 @@
 #include "formats/jpeg_info.h"
 
-#include "compress/coding.h"
+#include "compress/coding_parameters.h"
 #include "formats/jpeg.h"
 #include "formats/jpeg_stamp.h"
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "base/settings.h"
-#include "compress/coding.h"
+#include "compress/coding_parameters.h"
 #include "platform/platform.h"
 #include "support.h"
 
@@ -147,8 +147,9 @@ TEST(Compress, QualityFactors) {
       {1, -1, false, -21, 0, false, 0, 0},  {7, 9, false, -9, 0, false, 0, 0},
   };
   for (const Case& c : cases) {
-    compress::Coding got;
-    ASSERT_EQ(compress::choose_coding(c.type, c.factor, c.gray, got).code(), c.status) << c.factor;
+    compress::CodingParameters got;
+    ASSERT_EQ(compress::choose_parameters(c.type, c.factor, c.gray, got).code(), c.status)
+        << c.factor;
     if (c.status != T_OK) continue;
     EXPECT_EQ(got.value, c.value) << c.factor;
     EXPECT_EQ(got.is_half_height, c.half) << c.factor;

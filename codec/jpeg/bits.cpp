@@ -10,8 +10,9 @@ namespace {
 
 constexpr size_t kVectorBytes = 16;
 
-// Copies from `in` to `out` and drops the zero behind each 0xFF. Stops at a 0xFF that something
-// else follows, or that is the last byte, and where one of the two has fewer than 17 bytes left.
+// Copies from `in` to `out` and drops the zero that is stuffed behind each 0xFF (F.1.2.3). Stops at
+// a 0xFF that something else follows, or that is the last byte, and where one of the two has fewer
+// than 17 bytes left. Whole vectors are stored; what lies behind the 0xFF is written over.
 void copy_stuffed(const uint8_t*& in, const uint8_t* in_end, uint8_t*& out,
                   const uint8_t* out_end) {
   while (in_end - in > static_cast<ptrdiff_t>(kVectorBytes) &&
@@ -56,7 +57,8 @@ void EntropyReader::begin(ByteSource& source) {
   fetch();
 }
 
-// Moves what is unread to the front and appends to it.
+// Moves what is unread to the front and appends to it. Behind the end of the segment there are
+// zeros for one MCU, so that decoding needs no test within one; is_exhausted() tells afterwards.
 void EntropyReader::fetch() {
   if (is_complete_) return;
   const size_t unread = at.next < end_ ? static_cast<size_t>(end_ - at.next) : 0;
@@ -72,7 +74,8 @@ void EntropyReader::fetch() {
   }
 }
 
-// Takes what the source's window has, at least one byte, or finds the end of the segment.
+// Takes what the source's window has, at least one byte, or finds the end of the segment: a marker
+// (B.1.1.5), or that of the data, where a lone 0xFF is none of a value.
 void EntropyReader::copy_window() {
   if (source_->window().size() < 2 && !source_->at_end() && !source_->refill().ok()) return;
   const std::span<const uint8_t> window = source_->window();
@@ -98,7 +101,7 @@ void EntropyReader::copy_window() {
       *end_++ = 0xFF;
       in += 2;
     } else if (in[1] == 0xFF) {
-      ++in;  // a fill byte
+      ++in;  // a fill byte before a marker (B.1.1.2)
     } else {
       marker_ = in[1];
       is_complete_ = true;
@@ -108,6 +111,7 @@ void EntropyReader::copy_window() {
   source_->consume(static_cast<size_t>(in - window.data()));
 }
 
+// Padding, of ones by F.1.2.3, and whatever else stands before the marker.
 int EntropyReader::skip_to_marker() {
   while (!is_complete_) {
     at.next = end_;

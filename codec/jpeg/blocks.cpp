@@ -31,7 +31,8 @@ struct Coefficient {
   int value;
 };
 
-// A code that the look-up table does not settle together with its magnitude.
+// A code that the look-up table does not settle together with its magnitude. 16 + 16 bits, more
+// than the narrower register holds: a refill for each.
 __attribute__((noinline)) Coefficient read_long(BitPosition& at, const HuffmanTable& table,
                                                 TableClass kind, LookEntry entry) {
   at.refill();
@@ -42,7 +43,7 @@ __attribute__((noinline)) Coefficient read_long(BitPosition& at, const HuffmanTa
   return {symbol.advance, at.take_signed(symbol.magnitude_bits)};
 }
 
-// One AC coefficient or end of block; no refill when the table settles it.
+// One AC coefficient or end of block (F.2.2.2); no refill when the table settles it.
 inline Coefficient read_ac(BitPosition& at, const HuffmanTable& table) {
   const LookEntry entry = table.look[at.peek(kLookBits)];
   const uint32_t drop = entry & 0xFF;
@@ -52,7 +53,7 @@ inline Coefficient read_ac(BitPosition& at, const HuffmanTable& table) {
   return {static_cast<int>(entry >> 8 & 0xFF), static_cast<int32_t>(entry) >> 16};
 }
 
-// The difference of a DC value; false for a code that the table does not have.
+// The difference of a DC value (F.2.2.1); false for a code that the table does not have.
 inline bool read_dc(BitPosition& at, const HuffmanTable& table, int& difference) {
   const LookEntry entry = table.look[at.peek(kLookBits)];
   const uint32_t drop = entry & 0xFF;
@@ -66,11 +67,19 @@ inline bool read_dc(BitPosition& at, const HuffmanTable& table, int& difference)
   return true;
 }
 
-// Adds in 16 bits, as the values are stored; damaged streams may overflow them.
+// Adds in 16 bits, as the values are stored; sound ones of 8-bit samples need 12 (table F.1),
+// damaged streams may overflow them.
 inline void add_dc(int& dc, int difference) { dc = static_cast<int16_t>(dc + difference); }
 
+// Symbols that one refill has bits for when the table settles them: 5 of a 64-bit register, 2 of 32
+// bits.
 constexpr int kSymbolsPerRefill = static_cast<int>(BitPosition::kRefilledBits) / kLookBits;
 
+// Decode_AC_coefficients of F.2.2.2 with its decisions in tables: a symbol moves k by its run and
+// one more, an end of block by more than a block. So each step stores one value, if need be at a
+// place where it does no harm, and there is one branch for the end.
+//
+// In bounds as k is below 63 before a step and below 63 + kEndOfBlock + 15 behind it.
 template <const Places& kPlaces>
 inline int decode_block(BitPosition& position, const HuffmanTable& dc_table,
                         const HuffmanTable& ac_table, int& dc, int16_t* block) {
@@ -110,6 +119,7 @@ int decode_sequential_zigzag(BitPosition& at, const HuffmanTable& dc_table,
   return decode_block<kZigzagPlaces>(at, dc_table, ac_table, dc, block);
 }
 
+// G.1.2.1: as in a sequential scan, the value without its lowest bits.
 int decode_dc_first(BitPosition& at, const HuffmanTable& dc_table, int low, int& dc,
                     int16_t* block) {
   int difference = 0;
@@ -120,6 +130,7 @@ int decode_dc_first(BitPosition& at, const HuffmanTable& dc_table, int low, int&
   return 0;
 }
 
+// The next bit of the value, not coded.
 void refine_dc(BitPosition& at, int low, int16_t* block) {
   at.refill();
   if (at.take(1) != 0) block[0] = static_cast<int16_t>(block[0] | 1 << low);
@@ -127,7 +138,8 @@ void refine_dc(BitPosition& at, int low, int16_t* block) {
 
 namespace {
 
-// The blocks that an end-of-band symbol covers besides the present one.
+// The blocks that an end-of-band symbol covers besides the present one: EOBn of table G.1 and its n
+// extra bits.
 uint32_t read_run(BitPosition& at, int advance) {
   const int bits = advance - kEndOfBlock;
   if (bits == 0) return 0;
@@ -137,6 +149,7 @@ uint32_t read_run(BitPosition& at, int advance) {
 
 }  // namespace
 
+// G.1.2.2: as in a sequential scan, but for ends of band that hold for several blocks.
 int decode_ac_first(BitPosition& position, const HuffmanTable& ac_table, const Band& band,
                     uint32_t& end_of_band_run, int16_t* block) {
   BitPosition at = position;
@@ -168,7 +181,8 @@ inline uint64_t bits_between(int first, int last) {
   return ~uint64_t{0} << first & ~uint64_t{0} >> (63 - last);
 }
 
-// Reads the correction bits of the coefficients in `mask`, which are not zero any more.
+// Reads the correction bits of the coefficients in `mask`, which are not zero any more (G.1.2.3): a
+// 1 makes the magnitude larger by one step, of the scan's precision, away from zero.
 inline void correct(BitPosition& at, int low, uint64_t mask, int16_t* block) {
   while (mask != 0) {
     at.refill();
@@ -194,6 +208,11 @@ uint64_t find_nonzero(const int16_t* block) {
   return ~zeros;
 }
 
+// G.1.2.3. A symbol's run counts coefficients that are zero so far; those passed on the way that
+// are not send their correction bits behind the symbol. The new value is 1 or -1 at the scan's
+// precision.
+//
+// kept: a run that leaves the band is no error here: it ends the band, as in other decoders.
 int refine_ac(BitPosition& position, const HuffmanTable& ac_table, const Band& band,
               uint32_t& end_of_band_run, int16_t* block) {
   const uint64_t in_band = bits_between(band.first, band.last);

@@ -31,7 +31,9 @@ int decode_sequential_zigzag(BitPosition& at, const HuffmanTable& dc_table,
 // Bit k says whether coefficient k of a block is not zero.
 uint64_t find_nonzero(const int16_t* block);
 
-// The part of the coefficients that a progressive scan carries.
+// The part of the coefficients that a progressive scan carries (G.1.1.1): by spectral selection a
+// band of them in zigzag order, by successive approximation their upper bits first, then one bit a
+// scan.
 struct Band {
   int first = 0;  // Ss
   int last = 0;   // Se
@@ -39,10 +41,12 @@ struct Band {
   bool is_refining = false;
 };
 
+// DC values: all bits down to Al, then a bit at a time (G.1.2.1).
 int decode_dc_first(BitPosition& at, const HuffmanTable& dc_table, int low, int& dc,
                     int16_t* block);
 void refine_dc(BitPosition& at, int low, int16_t* block);
 
+// Bands of AC coefficients (G.1.2.2, G.1.2.3).
 // `end_of_band_run` counts the blocks, after the one being decoded, that carry nothing new. The
 // caller skips such blocks in a first scan; a refining scan visits them, with a run above 0.
 int decode_ac_first(BitPosition& at, const HuffmanTable& ac_table, const Band& band,

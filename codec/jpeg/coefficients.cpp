@@ -7,20 +7,24 @@
 namespace tavo::jpeg {
 namespace {
 
-// What a picture has for each of the blocks that its data reach.
+// What a picture has for each of the blocks that its data reach: a scan for each coefficient would
+// visit a block as often. cjpeg's progressive streams have ten scans.
 constexpr uint64_t kVisitsPerBlock = 64;
 
-enum class Coding { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
+// The coding procedures of F.2.2 and G.2, by the scan's Ss and Ah.
+enum class Procedure { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
 
-Coding coding_of(const Frame& frame, const Band& band) {
-  if (!frame.is_progressive) return Coding::kSequential;
-  if (band.first == 0) return band.is_refining ? Coding::kDcRefine : Coding::kDcFirst;
-  return band.is_refining ? Coding::kAcRefine : Coding::kAcFirst;
+Procedure procedure_of(const Frame& frame, const Band& band) {
+  if (!frame.is_progressive) return Procedure::kSequential;
+  if (band.first == 0) return band.is_refining ? Procedure::kDcRefine : Procedure::kDcFirst;
+  return band.is_refining ? Procedure::kAcRefine : Procedure::kAcFirst;
 }
 
-Status check_huffman_tables(const Scan& scan, Coding coding, const Tables& tables) {
-  const bool needs_dc = coding == Coding::kSequential || coding == Coding::kDcFirst;
-  const bool needs_ac = coding != Coding::kDcFirst && coding != Coding::kDcRefine;
+// DC refinements send plain bits, and AC bands have no use for a DC table: what a scan does not
+// need may be missing, and mostly is.
+Status check_huffman_tables(const Scan& scan, Procedure procedure, const Tables& tables) {
+  const bool needs_dc = procedure == Procedure::kSequential || procedure == Procedure::kDcFirst;
+  const bool needs_ac = procedure != Procedure::kDcFirst && procedure != Procedure::kDcRefine;
   for (size_t i = 0; i < scan.count; ++i) {
     const ScanComponent& c = scan.components[i];
     if (needs_dc && !tables.dc[c.dc_table].is_defined) return kBadData;
@@ -29,8 +33,9 @@ Status check_huffman_tables(const Scan& scan, Coding coding, const Tables& table
   return kOk;
 }
 
+// What one component of a scan is decoded with.
 struct BlockCoder {
-  Coding coding;
+  Procedure procedure;
   bool is_arithmetic;
   const Band& band;
   const ScanComponent& chosen;
@@ -47,17 +52,17 @@ struct BlockCoder {
   bool decode_arithmetic(ScanReader& reader, size_t component, int16_t* block) const {
     ArithmeticDecoder& decoder = reader.arithmetic;
     int& dc = reader.dc[component];
-    switch (coding) {
-      case Coding::kSequential:
+    switch (procedure) {
+      case Procedure::kSequential:
         return decoder.decode_sequential(conditioning, chosen, component, dc, block);
-      case Coding::kDcFirst:
+      case Procedure::kDcFirst:
         return decoder.decode_dc_first(conditioning, chosen, component, band.low, dc, block);
-      case Coding::kDcRefine:
+      case Procedure::kDcRefine:
         decoder.refine_dc(band.low, block);
         return true;
-      case Coding::kAcFirst:
+      case Procedure::kAcFirst:
         return decoder.decode_ac_first(conditioning, chosen, band, block);
-      case Coding::kAcRefine:
+      case Procedure::kAcRefine:
         return decoder.refine_ac(chosen, band, block);
     }
     return false;
@@ -65,28 +70,29 @@ struct BlockCoder {
 
   bool decode_huffman(ScanReader& reader, size_t component, int16_t* block) const {
     BitPosition& at = reader.bits.at;
-    switch (coding) {
-      case Coding::kSequential:
+    switch (procedure) {
+      case Procedure::kSequential:
         return decode_sequential_zigzag(at, dc_table, ac_table, reader.dc[component], block) !=
                kBadBlock;
-      case Coding::kDcFirst:
+      case Procedure::kDcFirst:
         return decode_dc_first(at, dc_table, band.low, reader.dc[component], block) != kBadBlock;
-      case Coding::kDcRefine:
+      case Procedure::kDcRefine:
         refine_dc(at, band.low, block);
         return true;
-      case Coding::kAcFirst:
+      case Procedure::kAcFirst:
         return decode_ac_first(at, ac_table, band, reader.end_of_band_run, block) != kBadBlock;
-      case Coding::kAcRefine:
+      case Procedure::kAcRefine:
         return refine_ac(at, ac_table, band, reader.end_of_band_run, block) != kBadBlock;
     }
     return false;
   }
 };
 
+// Huffman tables are defined, or not needed: check_huffman_tables.
 BlockCoder coder_for(const Frame& frame, const Scan& scan, size_t i, const Tables& tables) {
   const ScanComponent& c = scan.components[i];
-  return {coding_of(frame, scan.band), frame.is_arithmetic,   scan.band,          c,
-          tables.dc[c.dc_table],       tables.ac[c.ac_table], tables.conditioning};
+  return {procedure_of(frame, scan.band), frame.is_arithmetic,   scan.band,          c,
+          tables.dc[c.dc_table],          tables.ac[c.ac_table], tables.conditioning};
 }
 
 }  // namespace
@@ -97,6 +103,7 @@ CoefficientStore::~CoefficientStore() {
   }
 }
 
+// Blocks of whole MCUs (A.2.4), an even number a row, as the transform takes pairs.
 Status CoefficientStore::start(const Frame& frame, size_t count) {
   frame_ = &frame;
   count_ = count;
@@ -113,6 +120,7 @@ Status CoefficientStore::start(const Frame& frame, size_t count) {
   return kOk;
 }
 
+// Memory comes by MCU rows, zeroed by the system when it is touched first.
 Status CoefficientStore::reach(size_t component, uint32_t row, int16_t*& blocks) {
   Plane& plane = planes_[component];
   const size_t row_values = size_t{plane.blocks_wide} * kBlockSize;
@@ -137,7 +145,7 @@ const int16_t* CoefficientStore::block_row(size_t component, uint32_t row) const
 Status CoefficientStore::decode_scan(const Scan& scan, const Tables& tables, ByteSource& source,
                                      ScanReader& reader) {
   if (!frame_->is_arithmetic) {
-    TRY(check_huffman_tables(scan, coding_of(*frame_, scan.band), tables));
+    TRY(check_huffman_tables(scan, procedure_of(*frame_, scan.band), tables));
   }
   reader.begin(source, tables.restart_interval, frame_->is_arithmetic);
   TRY(scan.count == 1 ? decode_plain(scan, tables, reader)
@@ -146,12 +154,13 @@ Status CoefficientStore::decode_scan(const Scan& scan, const Tables& tables, Byt
   return kOk;
 }
 
-// A scan of one component has an MCU for each block that holds samples.
+// A scan of one component has an MCU for each block that holds samples (A.2.2): the blocks that
+// fill up interleaved MCUs are not in it.
 Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, ScanReader& reader) {
   const size_t component = scan.components[0].index;
   if (component >= count_) return kOk;
   const Component& frame_component = frame_->components[component];
-  const Coding coding = coding_of(*frame_, scan.band);
+  const Procedure procedure = procedure_of(*frame_, scan.band);
   const BlockCoder coder = coder_for(*frame_, scan, 0, tables);
   const uint32_t wide = frame_component.blocks_wide;
   for (uint32_t row = 0; row < frame_component.blocks_high && !reader.is_dead(); ++row) {
@@ -160,8 +169,9 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
     if (block_row(component, row) != nullptr) TRY(reach(component, row, blocks));
     for (uint32_t x = 0; x < wide; ++x) {
       if (!reader.enter()) continue;
-      // Blocks inside a run have nothing new; refinements must still visit those that hold values.
-      if (reader.end_of_band_run > 0 && (coding == Coding::kAcFirst || blocks == nullptr)) {
+      // Blocks inside a run of ends of band (G.1.2.2) have nothing new; refinements must still
+      // visit those that hold values, whose correction bits come (G.1.2.3).
+      if (reader.end_of_band_run > 0 && (procedure == Procedure::kAcFirst || blocks == nullptr)) {
         const uint32_t rest = std::min(wide - x - 1, reader.until_restart());
         const uint32_t more = std::min(reader.end_of_band_run - 1, rest);
         reader.end_of_band_run -= more + 1;
@@ -176,6 +186,8 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
   return kOk;
 }
 
+// MCUs of Hi x Vi blocks of each component (A.2.3). Components that the picture has no use for,
+// such as the chroma of one that is wanted grey, are decoded into nowhere.
 Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tables,
                                             ScanReader& reader) {
   int16_t skipped[kBlockSize];

@@ -1,5 +1,5 @@
 // Coefficients of a whole picture, for streams whose blocks do not come in one piece: progressive
-// ones, and sequential ones with a scan for each component.
+// ones (ISO/IEC 10918-1, annex G), and sequential ones with a scan for each component (B.2.3).
 #pragma once
 
 #include <algorithm>

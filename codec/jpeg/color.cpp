@@ -7,6 +7,8 @@
 namespace tavo::jpeg {
 namespace {
 
+// The plain loops, the judge of the vector code.
+
 struct Rgb {
   uint8_t red;
   uint8_t green;
@@ -15,6 +17,7 @@ struct Rgb {
 
 uint8_t clamp_byte(int value) { return static_cast<uint8_t>(std::clamp(value, 0, 255)); }
 
+// JFIF 1.02: R = Y + 1.402 Cr, G = Y - 0.34414 Cb - 0.71414 Cr, B = Y + 1.772 Cb.
 Rgb convert(int y, int cb, int cr) {
   cb -= 128;
   cr -= 128;
@@ -58,6 +61,8 @@ const ColorConversion& choose_color_conversion() {
   return *Variants<const ColorConversion*>{.any = &kColorSse2, .avx2 = &kColorAvx2}.best();
 }
 
+// Inks lie over one another: what one lets through, times what the other does. (p + p / 256 + 128)
+// / 256 is p / 255, rounded, for all products of two bytes.
 void apply_black(const uint8_t* k, size_t width, uint8_t* row) {
   for (size_t x = 0; x < width; ++x) {
     const int product = row[x] * k[x] + 128;

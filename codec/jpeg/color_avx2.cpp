@@ -1,3 +1,4 @@
+// Colour conversion for AVX2.
 #include <algorithm>
 #include <cstring>
 

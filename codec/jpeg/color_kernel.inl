@@ -13,7 +13,8 @@ struct Pixels {
   V blue;
 };
 
-// Half of the pixels, in words.
+// Half of the pixels, in words. R is Y + Cr + 26345 Cr / 65536, B is Y + 2 Cb - 14942 Cb / 65536:
+// so the constants fit 16 bits, and each output is rounded once as color.h has it.
 inline Pixels convert_words(V y, V cb, V cr) {
   // -46802 does not fit 16 bits: one more Cr goes into the product and off the sum.
   const V factors = splat_pairs16(-22554, 65536 - 46802);
@@ -55,6 +56,8 @@ inline void write_group(const uint8_t* a, const uint8_t* b, const uint8_t* c, ui
   }
 }
 
+// In bounds because whole groups are stored while two pixels more follow, and the rest goes by a
+// buffer. Of the input up to kBytes are read behind the row, where slack is.
 template <Kind kKind>
 void convert_row(const uint8_t* a, const uint8_t* b, const uint8_t* c, size_t width, uint8_t* out) {
   size_t x = 0;

@@ -1,3 +1,4 @@
+// Colour conversion for SSE2, which has no rounding product: it is made of the truncating one.
 #include <algorithm>
 #include <cstring>
 

@@ -9,7 +9,8 @@
 namespace tavo::jpeg {
 namespace {
 
-// Scans beyond this many are no picture's.
+// Scans beyond this many are no picture's. Without a limit an empty scan of 10 bytes could visit
+// all blocks of a huge picture, again and again.
 constexpr int kMaxScans = 1000;
 // Visits of blocks that scans may make beyond some for each block, in all streams of a file: a
 // script that sends every bit plane of every coefficient apart stays below.
@@ -28,6 +29,7 @@ size_t blocks_per_mcu(const Frame& frame) {
   return blocks;
 }
 
+// The container's word counts only where the components can be what it says.
 bool fits(ColorSpace space, size_t components) {
   switch (space) {
     case ColorSpace::kGray:
@@ -55,6 +57,7 @@ int to_natural(const int16_t* zigzag, int16_t* natural) {
 
 Status Decoder::take_tables() { return tables_.size() == 0 ? tables_.allocate(1) : kOk; }
 
+// B.5: an abbreviated stream of tables alone, as TIFF has it in JPEGTables.
 Status Decoder::feed_tables(ByteSource& source) {
   TRY(take_tables());
   MarkerReader markers(source, tables_[0]);
@@ -76,12 +79,16 @@ void Decoder::forget_rows(ByteSource& source) {
   bands_ = sound_bands_ = next_row_ = 0;
 }
 
+// The older form of JPEG in TIFF 6.0 (section 22) has such data: a header in one place, strips
+// elsewhere.
 void Decoder::continue_with(ByteSource& source, uint32_t lines) {
   forget_rows(source);
   is_part_ = true;
   frame_.set_height(lines);
 }
 
+// Quantisers and Huffman tables stay from earlier streams (B.4: abbreviated ones for images); the
+// restart interval does not, as SOI resets it (B.2.4.4).
 Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
   TRY(take_tables());
   forget_rows(source);
@@ -106,7 +113,7 @@ Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
   return latch_quantisers(scan_);
 }
 
-// Streams without any Huffman table, as motion JPEG has them, mean the standard's.
+// Streams without any Huffman table, as frames of motion JPEG (AVI) are, mean the standard's (K.3).
 Status Decoder::install_standard_tables() {
   Tables& tables = tables_[0];
   if (tables.has_huffman || frame_.is_progressive || frame_.is_arithmetic) return kOk;
@@ -117,7 +124,8 @@ Status Decoder::install_standard_tables() {
   return kOk;
 }
 
-// A component keeps the quantisers that are in force at its first scan.
+// A component keeps the quantisers that are in force at its first scan. Between scans a
+// table may be defined anew for the others.
 Status Decoder::latch_quantisers(const Scan& scan) {
   for (size_t i = 0; i < scan.count; ++i) {
     const size_t component = scan.components[i].index;
@@ -130,6 +138,12 @@ Status Decoder::latch_quantisers(const Scan& scan) {
   return kOk;
 }
 
+// What the components mean is not the coder's to know (the standard is blind to colour): JFIF says
+// that three are YCbCr, Adobe's segment that they are not (transform 0), YCbCr (1) or YCCK (2).
+// Without either, identifiers of letters stand for what they say, as cjpeg -rgb writes them.
+//
+// kept: four components with Adobe's segment have 255 for no ink, as Adobe's programs and
+// ImageMagick write them; without it 255 is full ink. Of two the first is grey.
 ColorSpace Decoder::guess_color() const {
   const auto has_ids = [&](const char* ids) {
     for (size_t i = 0; i < 3; ++i) {
@@ -147,6 +161,7 @@ ColorSpace Decoder::guess_color() const {
   return has_ids("RGB") ? ColorSpace::kRgb : ColorSpace::kYcc;
 }
 
+// Of several scans none is a whole picture until all have come.
 Status Decoder::start(PixelLayout layout) {
   layout_ = layout;
   transform_ = choose_inverse_transform();
@@ -157,6 +172,7 @@ Status Decoder::start(PixelLayout layout) {
 
 // ---- Streams of one scan ----
 
+// A.2.3: an MCU has Hi x Vi blocks of each component, row by row.
 Status Decoder::start_direct() {
   mcu_block_count_ = 0;
   for (size_t i = 0; i < scan_.count; ++i) {
@@ -179,6 +195,7 @@ Status Decoder::start_direct() {
   return kOk;
 }
 
+// An MCU row straight to samples. The coefficients of two MCUs are all that is kept.
 void Decoder::decode_band() {
   for (size_t i = 0; i < rows_->needed_components(); ++i) band_[i] = rows_->mcu_row(i, bands_);
   for (uint32_t x = 0; x < frame_.mcus_wide; x += 2) {
@@ -189,7 +206,8 @@ void Decoder::decode_band() {
   outcome_ = reader_.outcome();
 }
 
-// Two MCUs at a time, because the inverse transform takes pairs.
+// Two MCUs at a time, because the inverse transform takes pairs. Coefficients must be zero
+// beforehand, as entropy decoding stores those that are not alone.
 void Decoder::decode_pair(uint32_t x, uint32_t mcus) {
   std::memset(pair_.data(), 0, pair_.size() * sizeof(int16_t));
   std::array<bool, 2> is_good = {true, true};
@@ -213,6 +231,8 @@ bool Decoder::decode_mcu(size_t which) {
   return true;
 }
 
+// Both blocks are transformed though one may be lost: fill_lost() covers it. The extent is that of
+// the longer block; of a lost one it is not known.
 void Decoder::transform_pair(uint32_t x, std::span<const bool, 2> is_good) {
   const int16_t* first = pair_.data();
   const int16_t* second = first + mcu_block_count_ * kBlockSize;
@@ -226,6 +246,7 @@ void Decoder::transform_pair(uint32_t x, std::span<const bool, 2> is_good) {
   }
 }
 
+// Eight rows of the level that comes out as mid grey.
 void Decoder::fill_lost(uint32_t x) {
   for (size_t i = 0; i < mcu_block_count_; ++i) {
     const McuBlock& b = mcu_blocks_[i];
@@ -239,6 +260,9 @@ void Decoder::fill_lost(uint32_t x) {
 
 // ---- Streams of several scans ----
 
+// Progressive streams, and sequential ones with scans of some components each (B.2.3): all scans
+// before the first row. What the data reach bounds the work: scans over blocks that no data made
+// are counted against kExtraVisits, so that a small file cannot ask for minutes.
 Status Decoder::read_all_scans() {
   store_.emplace();
   TRY(store_->start(frame_, rows_->needed_components()));
@@ -259,7 +283,8 @@ Status Decoder::read_all_scans() {
   return kOk;
 }
 
-// Reads up to the next scan. What is wrong there costs the scans that would follow, no more.
+// Reads up to the next scan. What is wrong there costs the scans that would follow, no more:
+// earlier scans of a progressive stream are a whole picture already.
 Status Decoder::continue_scans(bool& has_more) {
   MarkerReader markers(*source_, tables_[0]);
   Frame frame = frame_;
@@ -269,7 +294,7 @@ Status Decoder::continue_scans(bool& has_more) {
   if (status.ok() && end == SegmentEnd::kScan) status = latch_quantisers(scan_);
   if (status == kNoMemory) return status;
   note(status);
-  // The end of the data in the place of the end marker is no loss when each component has come,
+  // kept: the end of the data in the place of EOI is no loss when each component has come,
   // unless it cannot be told whether zeros were left out or what follows was cut off.
   const bool is_complete = std::all_of(is_latched_.begin(), is_latched_.begin() + frame_.count,
                                        [](bool latched) { return latched; });
@@ -317,7 +342,8 @@ void Decoder::transform_stored_row(size_t component, uint32_t row, uint8_t* out)
 
 // ---- Rows ----
 
-// Whether row y and its neighbours lie behind what could be decoded.
+// Whether row y and its neighbours lie behind what could be decoded. Upsampling the grey of lost
+// blocks would give the same grey, at the price of a picture.
 bool Decoder::is_filler(uint32_t y) const {
   return reader_.is_dead() && !store_ && y > (sound_bands_ + 1) * 8 * frame_.v_max;
 }
@@ -348,6 +374,7 @@ Status Decoder::next_rows(std::span<uint8_t> rows, size_t row_bytes, uint32_t co
   return kOk;
 }
 
+// For whoever feeds a stream in pieces (jpeg_push): with so many bytes at hand a row never waits.
 uint64_t Decoder::most_bytes() const {
   // Each coded byte may have a stuffed one behind it; smooth upsampling wants one more MCU row.
   const uint64_t mcu = 2 * mcu_bytes(blocks_per_mcu(frame_)) + 2;
@@ -355,6 +382,8 @@ uint64_t Decoder::most_bytes() const {
          ByteSource::kDefaultSize;
 }
 
+// B.2.5: the segment follows the first scan, of which nothing can be decoded before its height is
+// known.
 uint32_t find_line_count(ByteSource& source) {
   // A marker stands out of entropy-coded data, but not out of other segments.
   for (int byte = source.get(); byte >= 0;) {

@@ -92,6 +92,7 @@ class Decoder {
   Status outcome() const { return outcome_; }
 
  private:
+  // Four components of 4 x 4 blocks, though B.2.3 allows 10 in all.
   static constexpr size_t kMaxMcuBlocks = 64;
 
   // A block of an MCU, for streams of one scan.
@@ -131,6 +132,7 @@ class Decoder {
   ColorSpace color_ = ColorSpace::kYcc;
   ByteSource* source_ = nullptr;
   bool is_part_ = false;  // of a stream: without a header of its own
+  // Of each component since its first scan, and whether that has come.
   std::array<std::array<uint16_t, kBlockSize>, kMaxComponents> quantisers_;
   std::array<bool, kMaxComponents> is_latched_ = {};
 

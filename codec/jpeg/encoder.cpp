@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kAlignment = 64;
 
-// Repeats row `from` of a plane down to row `to`, exclusive.
+// Repeats row `from` of a plane down to row `to`, exclusive (A.2.4).
 void repeat_row(uint8_t* plane, size_t row_bytes, size_t from, size_t to) {
   for (size_t row = from + 1; row < to; ++row) {
     std::memcpy(plane + row * row_bytes, plane + from * row_bytes, row_bytes);
@@ -21,6 +21,7 @@ void repeat_row(uint8_t* plane, size_t row_bytes, size_t from, size_t to) {
 
 }  // namespace
 
+// The tables of K.3, so that no pass over the picture has to count symbols.
 Status Encoder::start(const EncoderSetup& setup, const Kernels& stages, const EntropyCoder& coder) {
   setup_ = setup;
   stages_ = &stages;
@@ -41,6 +42,7 @@ Status Encoder::start(const EncoderSetup& setup, const Kernels& stages, const En
   return kOk;
 }
 
+// Whole MCU rows are coded where the caller has them.
 Status Encoder::encode_rows(const uint8_t* rows, size_t stride, uint32_t count, ByteSink& sink) {
   const size_t row_bytes = setup_.width * pixel_bytes();
   count = std::min(count, rows_left_);
@@ -63,6 +65,7 @@ Status Encoder::encode_rows(const uint8_t* rows, size_t stride, uint32_t count, 
   return kOk;
 }
 
+// F.1.2.3: ones fill up the last byte; should they make it 0xFF, a zero is stuffed.
 Status Encoder::finish(ByteSink& sink) {
   if (kept_count_ != 0) {
     const uint32_t count = kept_count_;
@@ -77,7 +80,8 @@ Status Encoder::finish(ByteSink& sink) {
   return sink.append(std::span(stuffed).first(last == 0xFF ? 2 : 1));
 }
 
-// `count` rows are there; what the MCU row lacks repeats the last of them.
+// `count` rows are there; what the MCU row lacks repeats the last of them. A.2.4 recommends to
+// complete MCUs so: it makes no new frequencies.
 Status Encoder::encode_mcu_row(const uint8_t* rows, size_t stride, uint32_t count, ByteSink& sink) {
   for (size_t x = 0; x < setup_.width; x += kTilePixels) {
     const size_t pixels = std::min<size_t>(kTilePixels, setup_.width - x);
@@ -104,6 +108,7 @@ const uint8_t* Encoder::padded_row(const uint8_t* row, size_t x, size_t pixels) 
   return edge;
 }
 
+// Samples that lie whole in the caller's memory are transformed there.
 void Encoder::transform_gray(const uint8_t* rows, size_t stride, uint32_t count, size_t x,
                              size_t pixels) {
   const size_t padded = round_up(pixels, kPixelStep);
@@ -120,6 +125,7 @@ void Encoder::transform_gray(const uint8_t* rows, size_t stride, uint32_t count,
   stages_->transform(samples, stride, padded / 16, work_->divisors[0], work_->y_blocks[0].data());
 }
 
+// Colours first, then what is repeated below the picture: it costs a copy, not a conversion.
 void Encoder::transform_color(const uint8_t* rows, size_t stride, uint32_t count, size_t x,
                               size_t pixels) {
   const size_t padded = round_up(pixels, kPixelStep);
@@ -142,7 +148,8 @@ void Encoder::transform_color(const uint8_t* rows, size_t stride, uint32_t count
   }
 }
 
-// Brings both chroma planes to the size they are coded at, and to 8 rows.
+// Brings both chroma planes to the size they are coded at, and to 8 rows. Means of two or four
+// samples lie in the middle of them, where JFIF 1.02 has the chroma samples.
 void Encoder::reduce_chroma(size_t padded, uint32_t count) {
   for (size_t i = 0; i < 2; ++i) {
     uint8_t* full = work_->chroma[i].data();
@@ -166,6 +173,8 @@ void Encoder::reduce_chroma(size_t padded, uint32_t count) {
   }
 }
 
+// A.2.3: the order of blocks in an MCU, as slots: those of the luminance row by row, then one of
+// each chroma component.
 Status Encoder::encode_tile(size_t pixels, uint32_t count, ByteSink& sink) {
   Workspace& w = *work_;
   const uint32_t h = setup_.horizontal;

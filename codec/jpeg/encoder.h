@@ -1,4 +1,5 @@
-// Rows of pixels to the entropy-coded data of a baseline JPEG scan (ISO/IEC 10918-1).
+// Rows of pixels to the entropy-coded data of a baseline JPEG scan (ISO/IEC 10918-1, F.1), in which
+// all components are interleaved. The marker segments around the data are the caller's.
 #pragma once
 
 #include <array>
@@ -41,8 +42,8 @@ class Encoder {
 
  private:
   static constexpr size_t kTilePixels = 128;
-  static constexpr size_t kMaxRows = 16;
-  static constexpr size_t kMaxSlots = 6;
+  static constexpr size_t kMaxRows = 16;  // of an MCU with 2 x 2 sampling
+  static constexpr size_t kMaxSlots = 6;  // blocks of such an MCU
 
   // Work memory of one tile; a plane has kTilePixels samples a row.
   struct Workspace {
@@ -71,8 +72,8 @@ class Encoder {
   const Kernels* stages_ = nullptr;
   const EntropyCoder* coder_ = nullptr;
   Buffer memory_;
-  Workspace* work_ = nullptr;
-  Buffer kept_;  // rows of an MCU row that is not complete
+  Workspace* work_ = nullptr;  // in memory_, at a multiple of a cache line
+  Buffer kept_;                // rows of an MCU row that is not complete
   uint32_t kept_count_ = 0;
   uint32_t rows_left_ = 0;
   std::array<int32_t, 3> levels_ = {};

@@ -1,3 +1,4 @@
+// The encoder's stages for AVX2, two blocks a vector: one in each lane.
 #include "base/vector_avx2.h"
 #include "codec/jpeg/encoder_shuffle.h"
 
@@ -12,6 +13,7 @@ using namespace avx2;
 #include "codec/jpeg/encoder_kernel.inl"
 #include "codec/jpeg/encoder_shuffle.inl"
 
+// Both blocks of the pair, a lane each; the parts of a block come together for wide stores.
 inline void store_stream(const V (&r)[8], BlockPair& pair, size_t /*block*/) {
   V stream[4];
   to_stream(r, stream);

@@ -10,6 +10,7 @@ inline V pair_sums(V bytes);
 // the stream.
 inline void store_stream(const V (&r)[8], BlockPair& pair, size_t block);
 
+// The forward transform of ISO/IEC 10918-1, A.3.3, one dimension of it, scaled by sqrt(8).
 // The lines of all blocks at once, r[i] being the i-th sample of each line.
 template <int kRaise, int kLower>
 inline void transform_lines(V (&r)[8]) {
@@ -60,6 +61,7 @@ inline void transform_block(V (&r)[8]) {
   transform_lines<0, T::kPass1Bits>(r);
 }
 
+// A.3.4, as encoder_kernels.h proves it: the sign is taken off and put back.
 inline void quantise(V (&r)[8], const Divisors& divisors) {
   for (size_t u = 0; u < 8; ++u) {
     const V n = add16(magnitude16(r[u]), load_repeated(&divisors.half[8 * u]));
@@ -68,7 +70,8 @@ inline void quantise(V (&r)[8], const Divisors& divisors) {
   }
 }
 
-// Luma and chroma of the pixels whose components stand in the high bytes of 16-bit elements.
+// Luma and chroma of the pixels whose components stand in the high bytes of 16-bit elements: the
+// high half of a product with a constant of 16 fractional bits then has 8 of them.
 struct Planes {
   V y, cb, cr;
 };
@@ -86,6 +89,8 @@ inline Planes to_planes(const V (&bgr)[3]) {
   return {shift_right16<8>(luma), shift_right16<8>(blue), shift_right16<8>(red)};
 }
 
+// The kernels of one kind follow, as the table of encoder_kernels.h has them. `pixels` and `count`
+// are multiples of kPixelStep: there are no tails.
 void convert(const uint8_t* bgr, size_t pixels, uint8_t* y, uint8_t* cb, uint8_t* cr) {
   for (size_t i = 0; i < pixels; i += kBytes) {
     V first[3], second[3];

@@ -11,7 +11,8 @@
 
 namespace tavo::jpeg {
 
-// Pixels and samples come in multiples of this; kernels may read kOverread bytes past them.
+// Pixels and samples come in multiples of this, the bytes of the widest vector; kernels may read
+// kOverread bytes past them.
 inline constexpr size_t kPixelStep = 32;
 inline constexpr size_t kOverread = 16;
 

@@ -12,6 +12,7 @@ namespace {
 
 using T = TransformConstants;
 
+// JFIF 1.02: Y = 0.299 R + 0.587 G + 0.114 B, Cb = 0.5 B - 0.1687 R - 0.3313 G + 128, Cr likewise.
 void convert(const uint8_t* bgr, size_t pixels, uint8_t* y, uint8_t* cb, uint8_t* cr) {
   using C = ColorConstants;
   for (size_t i = 0; i < pixels; ++i) {
@@ -27,6 +28,7 @@ void convert(const uint8_t* bgr, size_t pixels, uint8_t* y, uint8_t* cb, uint8_t
   }
 }
 
+// The rounding of Kernels::halve: odd samples up, even ones down.
 void halve(const uint8_t* samples, size_t count, uint8_t* out) {
   for (size_t i = 0; i < count / 2; ++i) {
     out[i] = static_cast<uint8_t>((samples[2 * i] + samples[2 * i + 1] + (i & 1)) >> 1);
@@ -66,6 +68,7 @@ void transform_line(int* v, int step, int raise, int lower) {
   }
 }
 
+// A.3.1 (level shift), A.3.3, A.3.4, and the order of A.3.6.
 void transform_block(const uint8_t* samples, size_t stride, const Divisors& divisors, int lane,
                      BlockPair& out) {
   int v[kBlockSize];
@@ -105,6 +108,7 @@ void transform(const uint8_t* samples, size_t stride, size_t pairs, const Diviso
 
 }  // namespace
 
+// See the proof at Divisors.
 void make_divisors(const std::array<uint8_t, kBlockSize>& table, Divisors& divisors) {
   for (size_t k = 0; k < kBlockSize; ++k) {
     const uint32_t divisor = 8u * table[k];

@@ -1,5 +1,7 @@
-// What byte shuffles do in the encoder. Included after jpeg_encoder_kernel.inl.
+// What byte shuffles do in the encoder. Included after encoder_kernel.inl.
 
+// Eight pixels, four in each argument. Blue and green come by one shuffle for four pixels, red by
+// one that puts its four where the others' are zero.
 inline void spread_halves(V low_four, V high_four, V (&bgr)[3]) {
   const V blue_green = load_repeated(kSpreadBlueGreen.data());
   const V low = shuffle8(low_four, blue_green), high = shuffle8(high_four, blue_green);
@@ -17,6 +19,7 @@ inline void load_components(const uint8_t* bgr, V (&first)[3], V (&second)[3]) {
 
 inline V pair_sums(V bytes) { return multiply_add8(bytes, splat8(1)); }
 
+// What source number kSource has of part kOut; of the 16 pairs two have nothing.
 template <int kOut, int kSource>
 inline V take(V part, V source) {
   if constexpr (!kZigzagShuffle.is_used[kOut][kSource]) return part;

@@ -1,3 +1,5 @@
+// The encoder's stages for SSE2, which every processor has: without byte shuffles pixels come apart
+// by unpacking, and the zigzag order is made byte by byte.
 #include "base/vector_sse2.h"
 #include "codec/jpeg/encoder_kernels.h"
 
@@ -20,6 +22,7 @@ inline void load_components(const uint8_t* bgr, V (&first)[3], V (&second)[3]) {
 
 inline V pair_sums(V bytes) { return add16(bytes & splat16(0x00FF), shift_right16<8>(bytes)); }
 
+// From column order; a shuffle of single bytes does not exist, so they go one by one.
 inline void store_stream(const V (&r)[8], BlockPair& pair, size_t block) {
   int8_t columns[kBlockSize];
   for (size_t u = 0; u < 8; u += 2) store(columns + 8 * u, pack16(r[u], r[u + 1]));

@@ -1,3 +1,4 @@
+// The encoder's stages for SSSE3, one block a vector.
 #include "base/vector_ssse3.h"
 #include "codec/jpeg/encoder_shuffle.h"
 

@@ -3,6 +3,9 @@
 namespace tavo::jpeg {
 namespace {
 
+// RRRRSSSS (F.1.2.2.1, figure F.1): R zeros before a coefficient of S magnitude bits. 15, 0 is ZRL,
+// 16 zeros; 0, 0 is the end of the block; the other R, 0 are ends of band of progressive scans
+// (table G.1), which sequential scans, where they do not exist, take for ends of block, too.
 int advance_of(uint8_t symbol, TableClass kind) {
   if (kind == TableClass::kDc) return 1;
   const int run = symbol >> 4;
@@ -10,6 +13,8 @@ int advance_of(uint8_t symbol, TableClass kind) {
   return run + 1;
 }
 
+// SSSS: of DC differences up to 11 by table F.1 (15 are taken), of AC coefficients up to 10 (table
+// F.2).
 int magnitude_bits_of(uint8_t symbol) { return symbol & 15; }
 
 // The value that `bits`, the magnitude bits of a coefficient, stand for (F.2.2.1, EXTEND).
@@ -23,7 +28,8 @@ LookEntry make_entry(int drop, int advance, int upper) {
          static_cast<uint32_t>(upper) << 16;
 }
 
-// Enters one code of at most kLookBits bits at all places that begin with it.
+// Enters one code of at most kLookBits bits at all places that begin with it. Where the magnitude
+// bits fit, too, the places tell the value (F.2.2.1, F.2.2.2).
 void enter_code(HuffmanTable& table, TableClass kind, uint32_t code, int length, uint8_t symbol) {
   const int size = magnitude_bits_of(symbol);
   const int advance = advance_of(symbol, kind);
@@ -42,6 +48,8 @@ void enter_code(HuffmanTable& table, TableClass kind, uint32_t code, int length,
 
 }  // namespace
 
+// C.2: codes of a length are consecutive, in the order of their symbols. kept: the code of all
+// ones, which C.2 reserves, is taken as any other; other decoders do so.
 Status build_table(const HuffmanSpec& spec, TableClass kind, HuffmanTable& table) {
   table.is_defined = false;
   table.look.fill(0);
@@ -67,6 +75,7 @@ Status build_table(const HuffmanSpec& spec, TableClass kind, HuffmanTable& table
   return kOk;
 }
 
+// DECODE (F.2.2.3), from the first length on that the table does not hold.
 Symbol find_symbol(const HuffmanTable& table, TableClass kind, LookEntry entry, uint32_t top16) {
   if (entry != 0) {
     return {static_cast<int>(entry >> 16 & 0xFF), static_cast<int>(entry >> 8 & 0xFF),

@@ -9,6 +9,7 @@ namespace tavo::jpeg {
 
 namespace {
 
+// C.2, figures C.1 to C.3: consecutive codes of each length.
 template <size_t kSize>
 void assign_codes(const HuffmanSpec& spec, std::array<Code, kSize>& codes) {
   codes.fill(0);
@@ -21,7 +22,7 @@ void assign_codes(const HuffmanSpec& spec, std::array<Code, kSize>& codes) {
   }
 }
 
-// One code at a time, one byte at a time.
+// One code at a time, one byte at a time: the judge of the vector code.
 class PlainBits {
  public:
   PlainBits(const BitState& state, uint8_t* out)
@@ -44,6 +45,9 @@ class PlainBits {
   uint8_t* out_;
 };
 
+// F.1.2.1 and F.1.2.2: the difference of the DC value; for each other coefficient the run of zeros
+// before it with its category, then its extra bits; an end of block unless the last one is not
+// zero.
 void put_plain_block(PlainBits& bits, const BlockPair& pair, size_t lane, const BlockSlot& slot) {
   const int level = pair.coefficients[0][lane][0];
   bits.put(append_value(slot.codes->dc[category(level - *slot.level)], level - *slot.level));
@@ -82,6 +86,7 @@ uint8_t* encode_plain(const BlockSlot* slots, size_t slot_count, size_t mcus, Bi
   return bits.finish(state);
 }
 
+// F.1.2.3: a zero behind each 0xFF, so that no marker can appear in coded data.
 uint8_t* stuff_plain(const uint8_t* bytes, size_t count, uint8_t* out) {
   for (size_t i = 0; i < count; ++i) {
     *out++ = bytes[i];
@@ -92,6 +97,8 @@ uint8_t* stuff_plain(const uint8_t* bytes, size_t count, uint8_t* out) {
 
 }  // namespace
 
+// `small` leaves out -128 and 127: as bytes of a zigzag they may stand for any value beyond, which
+// was saturated.
 void make_codes(const HuffmanSpec& dc, const HuffmanSpec& ac, HuffmanCodes& codes) {
   assign_codes(dc, codes.dc);
   assign_codes(ac, codes.ac);

@@ -21,11 +21,13 @@ using Code = uint32_t;
 inline constexpr uint32_t kZeroRunSymbol = 0xF0;  // 16 zeros
 inline constexpr uint32_t kEndOfBlockSymbol = 0;
 
+// Tables F.1 and F.2: the category of a value is the number of bits of its magnitude.
 inline uint32_t category(int value) {
   return static_cast<uint32_t>(std::bit_width(static_cast<uint32_t>(std::abs(value))));
 }
 
-// The category's extra bits: the value, or for negative ones the value less 1, cut to size.
+// F.1.2.1.1 and F.1.2.2.1. The category's extra bits: the value, or for negative ones the value
+// less 1, cut to size.
 inline uint32_t extra_bits(int value, uint32_t bits) {
   return static_cast<uint32_t>(value + (value >> 31)) & ((1u << bits) - 1);
 }

@@ -1,3 +1,4 @@
+// The entropy coder for processors with AVX2, all of which have BMI: shifts by any register.
 #include <bit>
 
 #include "base/endian.h"

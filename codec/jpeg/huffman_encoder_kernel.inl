@@ -42,7 +42,7 @@ class FastBits {
   uint8_t* out_;
 };
 
-// Long runs and large values, one code a time.
+// Long runs (ZRL, F.1.2.2.1) and values of more than 8 bits, one code a time.
 __attribute__((noinline)) void put_rare(FastBits& bits, const HuffmanCodes& codes, uint32_t run,
                                         int value) {
   bits.settle();
@@ -73,6 +73,10 @@ TAVO_INLINE void put_coefficient(FastBits& bits, const HuffmanCodes& codes, cons
   if (settles) bits.settle();
 }
 
+// put_plain_block() from one coefficient that is not zero to the next, by the bits of `nonzero`.
+//
+// A code with its extra bits has 23 at most where `small` has it (16 + 7). Between two writes come
+// two of them and fewer than 8 bits that wait: 54 of 64, or, in a 32-bit register, one: 30.
 TAVO_INLINE void put_block(FastBits& bits, const BlockPair& pair, size_t lane,
                            const BlockSlot& slot) {
   const HuffmanCodes& codes = *slot.codes;
@@ -102,6 +106,7 @@ TAVO_INLINE void put_block(FastBits& bits, const BlockPair& pair, size_t lane,
   bits.settle();
 }
 
+// A.2.3: the blocks of one MCU after the other.
 uint8_t* encode(const BlockSlot* slots, size_t slot_count, size_t mcus, BitState& state,
                 uint8_t* out) {
   FastBits bits(state, out);
@@ -121,6 +126,7 @@ uint8_t* encode(const BlockSlot* slots, size_t slot_count, size_t mcus, BitState
   return bits.finish(state);
 }
 
+// F.1.2.3.
 uint8_t* stuff(const uint8_t* bytes, size_t count, uint8_t* out) {
   size_t i = 0;
   while (i + 16 <= count) {

@@ -1,3 +1,4 @@
+// The entropy coder without BMI.
 #include <bit>
 
 #include "base/endian.h"

@@ -1,3 +1,4 @@
+// The inverse transform for AVX2: a block in each lane.
 #include "base/endian.h"
 #include "base/vector_avx2.h"
 #include "codec/jpeg/idct.h"

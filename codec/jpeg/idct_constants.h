@@ -7,8 +7,10 @@
 namespace tavo::jpeg {
 
 inline constexpr int kOne = 8192;
-inline constexpr int kFirstShift = 11;
-inline constexpr int kSecondShift = 18;
+// The first pass keeps 2 bits of its fraction of 13; the second drops all, and the factor of 8 that
+// two passes have more than A.3.3.
+inline constexpr int kFirstShift = 13 - 2;
+inline constexpr int kSecondShift = 13 + 2 + 3;
 
 inline constexpr int kEven2 = 4433;            // 0.541196100
 inline constexpr int kEven6 = 15137 - 4433;    // 1.847759065 - 0.541196100

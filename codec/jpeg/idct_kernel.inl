@@ -1,5 +1,6 @@
 // The inverse transform, compiled for each instruction set. A lane holds one block.
 
+// 16-bit products of a lane, as 32-bit sums: the lower four columns and the upper four.
 struct Wide {
   V low;
   V high;
@@ -25,6 +26,8 @@ inline void finish(Wide even, Wide odd, V& first, V& second) {
   second = narrow<kShift>(even - odd);
 }
 
+// One pass over r[0] to r[7], eight columns at once. An output is one sum of products: pairs of
+// inputs are multiplied and added by one instruction.
 template <int kShift>
 inline void full_pass(V (&r)[8]) {
   const V round = splat32(1 << (kShift - 1));
@@ -46,7 +49,8 @@ inline void full_pass(V (&r)[8]) {
   finish<kShift>(e0 - e3, odd(3), r[3], r[4]);
 }
 
-// The same with inputs 4 to 7 zero.
+// The same with inputs 4 to 7 zero, as they mostly are: few blocks have coefficients beyond the
+// corner.
 template <int kShift>
 inline void short_pass(V (&r)[8]) {
   const V round = splat32(1 << (kShift - 1));
@@ -65,6 +69,7 @@ inline void short_pass(V (&r)[8]) {
 }
 
 // The first pass with rows 4 to 7 and columns 4 to 7 zero, transposed: r[0] to r[3] are columns.
+// Half a vector holds four columns, so that one of 32-bit sums has all of them.
 inline void corner_pass(V (&r)[8]) {
   const V round = splat32(1 << (kFirstShift - 1));
   const V r02 = unpack_low16(r[0], r[2]);
@@ -93,7 +98,8 @@ inline void corner_pass(V (&r)[8]) {
   r[3] = unpack_high64(top23, bottom23);
 }
 
-// From the second pass's columns to rows of samples: out[i] holds rows 2i and 2i + 1.
+// From the second pass's columns to rows of samples: out[i] holds rows 2i and 2i + 1. Saturating to
+// signed bytes before the level shift (A.3.1) is clamping to 0 to 255 behind it.
 inline void to_samples(const V (&r)[8], V (&out)[4]) {
   const V middle = splat8(-128);
   const V c02 = pack16(r[0], r[2]), c13 = pack16(r[1], r[3]);
@@ -108,7 +114,8 @@ inline void to_samples(const V (&r)[8], V (&out)[4]) {
   out[3] = add8(unpack_high32(left_bottom, right_bottom), middle);
 }
 
-// The whole transform of rows r of dequantised coefficients.
+// The whole transform of rows r of dequantised coefficients. Between the passes values saturate to
+// 16 bits, by the packing.
 inline void transform(V (&r)[8], Extent extent, V (&samples)[4]) {
   if (extent == Extent::kCorner) {
     corner_pass(r);
@@ -121,7 +128,8 @@ inline void transform(V (&r)[8], Extent extent, V (&samples)[4]) {
   to_samples(r, samples);
 }
 
-// A block that has a DC value only: one level.
+// A block that has a DC value only: one level. Both passes' roundings, with the saturation between
+// them.
 inline uint64_t flat_samples(int16_t dc, uint16_t quantiser) {
   const int value = static_cast<int16_t>(dc * static_cast<int16_t>(quantiser));
   const int scaled = value * 4 > 32767 ? 32767 : value * 4 < -32768 ? -32768 : value * 4;

@@ -1,3 +1,4 @@
+// The inverse transform for SSE2: the two blocks of a pair one after the other.
 #include "base/endian.h"
 #include "base/vector_sse2.h"
 #include "codec/jpeg/idct.h"

@@ -10,18 +10,21 @@ namespace {
 
 uint32_t divide_up(uint32_t value, uint32_t by) { return (value + by - 1) / by; }
 
+// Markers that stand alone (table B.1). A second SOI or a stray RST says nothing here.
 bool has_no_segment(int code) {
   return code == marker::kTem || code == marker::kSoi ||
          (code >= marker::kRst0 && code <= marker::kRst7);
 }
 
+// SOF0 to SOF15 (table B.1); DHT, JPG and DAC lie between them.
 bool is_frame_header(int code) {
-  return code >= 0xC0 && code <= 0xCF && code != marker::kDht && code != 0xC8 &&
-         code != marker::kDac;
+  return code >= marker::kSof0 && code <= marker::kSof15 && code != marker::kDht &&
+         code != marker::kJpg && code != marker::kDac;
 }
 
 }  // namespace
 
+// A.1.1: a component has ceil(Y * Vi / Vmax) lines, whatever its MCUs are padded to (A.2.4).
 void Frame::set_height(uint32_t lines) {
   height = lines;
   mcus_high = divide_up(lines, 8 * v_max);
@@ -32,6 +35,7 @@ void Frame::set_height(uint32_t lines) {
   }
 }
 
+// A segment that says less than its kind has is damaged; one that says more is passed to its end.
 Status MarkerReader::take(std::span<uint8_t> into) {
   if (into.size() > left_) return kBadData;
   left_ -= static_cast<uint32_t>(into.size());
@@ -44,14 +48,17 @@ Status MarkerReader::skip_rest() {
   return source_.skip(count);
 }
 
+// B.2.1: SOI is the first. kept: nothing may stand before it; what a file has there is its
+// format's.
 Status MarkerReader::read_start() {
   std::array<uint8_t, 2> bytes;
   TRY(source_.read(bytes));
   return bytes[0] == 0xFF && bytes[1] == marker::kSoi ? kOk : kBadData;
 }
 
-// Passes whatever is no marker: padding that some writers leave, and the data of scans that nobody
-// wants.
+// Passes whatever is no marker: fill bytes of 0xFF before one (B.1.1.2), what stands between
+// segments though nothing should, and the data of scans that nobody wants, where FF 00 is a byte
+// (B.1.1.5).
 Status MarkerReader::next_marker(int& code) {
   for (;;) {
     const std::span<const uint8_t> window = source_.window();
@@ -72,6 +79,8 @@ Status MarkerReader::next_marker(int& code) {
   }
 }
 
+// kept: data that end between segments are a status of their own, not an error: where EOI
+// alone is missing the picture is whole.
 Status MarkerReader::read_segments(Frame& frame, Scan& scan, Extras& extras, SegmentEnd& end) {
   for (;;) {
     int code = 0;
@@ -97,6 +106,8 @@ Status MarkerReader::read_segments(Frame& frame, Scan& scan, Extras& extras, Seg
   }
 }
 
+// Segments of other kinds (APPn, DHP, EXP and whatever is reserved) are passed by their
+// length. Exif data, in APP1, turn no picture: what is stored is what is shown.
 Status MarkerReader::read_segment(int code, Frame& frame, Scan& scan, Extras& extras) {
   if (is_frame_header(code)) return read_frame(code, frame);
   switch (code) {
@@ -122,6 +133,9 @@ Status MarkerReader::read_segment(int code, Frame& frame, Scan& scan, Extras& ex
   }
 }
 
+// B.2.2: precision, Y, X, Nf, then Ci, Hi and Vi, Tqi of each component. Sequential and
+// progressive DCT processes of 8-bit samples are decoded, not lossless and hierarchical ones (table
+// B.1). The size of any picture is told all the same, for whoever asks what a file holds.
 Status MarkerReader::read_frame(int code, Frame& frame) {
   if (frame.count != 0) return kBadData;  // a second frame header
   std::array<uint8_t, 6> head;
@@ -129,6 +143,7 @@ Status MarkerReader::read_frame(int code, Frame& frame) {
   frame.is_arithmetic = code == marker::kSof9 || code == marker::kSof10;
   frame.is_progressive = code == marker::kSof2 || code == marker::kSof10;
   const bool is_known = code <= marker::kSof2 || frame.is_arithmetic;
+  // 8 or 12 bits in DCT processes, 2 to 16 in lossless ones (table B.2).
   const bool is_supported = is_known && head[0] == 8;
   if (head[0] < 8 && is_known) return kBadData;
   frame.width = load_be16(&head[3]);
@@ -144,7 +159,9 @@ Status MarkerReader::read_frame(int code, Frame& frame) {
     c.quantiser = bytes[2];
     if (c.h < 1 || c.h > 4 || c.v < 1 || c.v > 4 || c.quantiser >= kMaxTables) return kBadData;
   }
-  if (count == 1) frame.components[0].h = frame.components[0].v = 1;  // says nothing then
+  // A single component is never interleaved, so that its factors say nothing (A.2.2). Grey streams
+  // with 2 x 2 exist; taken at their word every second block would be lost.
+  if (count == 1) frame.components[0].h = frame.components[0].v = 1;
   frame.count = count;
   frame.h_max = frame.v_max = 1;
   for (size_t i = 0; i < count; ++i) {
@@ -152,6 +169,7 @@ Status MarkerReader::read_frame(int code, Frame& frame) {
     frame.v_max = std::max<uint32_t>(frame.v_max, frame.components[i].v);
   }
   frame.mcus_wide = divide_up(frame.width, 8 * frame.h_max);
+  // A.1.1: a component has ceil(X * Hi / Hmax) columns.
   for (size_t i = 0; i < count; ++i) {
     Component& c = frame.components[i];
     c.width = divide_up(frame.width * c.h, frame.h_max);
@@ -161,6 +179,10 @@ Status MarkerReader::read_frame(int code, Frame& frame) {
   return is_supported ? kOk : kSubtype;
 }
 
+// B.2.3: Ns, then Csj, Tdj and Taj of each component, then Ss, Se, Ah and Al.
+//
+// kept: B.2.3 wants at most 10 blocks in an MCU and components in the order of the frame; neither
+// is asked for, as decoding does not depend on it.
 Status MarkerReader::read_scan(const Frame& frame, Scan& scan) {
   if (frame.count == 0) return kBadData;
   std::array<uint8_t, 1> count;
@@ -171,7 +193,8 @@ Status MarkerReader::read_scan(const Frame& frame, Scan& scan) {
   for (size_t i = 0; i < scan.count; ++i) {
     std::array<uint8_t, 2> bytes;
     TRY(take(bytes));
-    size_t index = 0;  // identifiers may be used twice: the first that is free
+    // B.2.2 forbids to use an identifier twice; where one is, the first that is free is meant.
+    size_t index = 0;
     while (index < frame.count && (is_taken[index] || frame.components[index].id != bytes[0])) {
       ++index;
     }
@@ -185,8 +208,11 @@ Status MarkerReader::read_scan(const Frame& frame, Scan& scan) {
   std::array<uint8_t, 3> bytes;
   TRY(take(bytes));
   scan.band = {.first = 0, .last = 63, .low = 0, .is_refining = false};
-  if (!frame.is_progressive) return kOk;  // has no choice
+  // Sequential scans have Ss 0, Se 63, Ah and Al 0 (table B.3), whatever stands there.
+  if (!frame.is_progressive) return kOk;
 
+  // G.1.1.1.1: a scan has the DC coefficients or a band of AC coefficients, that of one component.
+  // G.1.1.1.2: refinements add one bit to those there are. Al is 13 at most (table B.3).
   const int high = bytes[2] >> 4;
   scan.band = {bytes[0], bytes[1], bytes[2] & 15, high != 0};
   const Band& band = scan.band;
@@ -196,6 +222,8 @@ Status MarkerReader::read_scan(const Frame& frame, Scan& scan) {
   return high != 0 && band.low != high - 1 ? kBadData : kOk;
 }
 
+// B.2.4.1: Pq, Tq and 64 values in zigzag order, any number of tables in a segment. Values of 16
+// bits are for 12-bit samples by the standard; cjpeg writes them into 8-bit streams of low quality.
 Status MarkerReader::read_quantisers() {
   while (left_ > 0) {
     std::array<uint8_t, 1> head;
@@ -214,6 +242,8 @@ Status MarkerReader::read_quantisers() {
   return kOk;
 }
 
+// B.2.4.2: Tc, Th, the counts by length and as many symbols, any number of tables in a segment.
+// Baseline has two of each class (table B.5); all four are taken in every process.
 Status MarkerReader::read_huffman() {
   while (left_ > 0) {
     std::array<uint8_t, 1> head;
@@ -224,6 +254,7 @@ Status MarkerReader::read_huffman() {
     for (const uint8_t count : spec.counts) total += count;
     std::array<uint8_t, 256> symbols;
     const size_t id = head[0] & 15;
+    // Tc is 0 for DC and lossless tables, 1 for AC tables (table B.5).
     if (total > symbols.size() || id >= kMaxTables || head[0] >> 4 > 1) return kBadData;
     TRY(take(std::span(symbols).first(total)));
     spec.symbols = std::span(symbols).first(total);
@@ -237,6 +268,8 @@ Status MarkerReader::read_huffman() {
   return kOk;
 }
 
+// B.2.4.3: Tc, Tb and Cs of any number of tables. L and U of DC tables are halves of a byte; Kx of
+// AC tables is taken as it is, as any other than 1 to 63 only counts all coefficients to one kind.
 Status MarkerReader::read_conditioning() {
   while (left_ > 0) {
     std::array<uint8_t, 2> bytes;
@@ -255,6 +288,7 @@ Status MarkerReader::read_conditioning() {
   return kOk;
 }
 
+// B.2.4.4. It may change between scans; 0 switches restarts off.
 Status MarkerReader::read_restart_interval() {
   std::array<uint8_t, 2> bytes;
   TRY(take(bytes));
@@ -262,6 +296,7 @@ Status MarkerReader::read_restart_interval() {
   return kOk;
 }
 
+// B.2.5: the height, behind the first scan, where the frame header says 0. Any other is ignored.
 Status MarkerReader::read_line_count(Frame& frame) {
   std::array<uint8_t, 2> bytes;
   TRY(take(bytes));
@@ -269,6 +304,9 @@ Status MarkerReader::read_line_count(Frame& frame) {
   return kOk;
 }
 
+// JFIF 1.02: "JFIF", version, units, densities, a thumbnail that is passed here. Adobe Technical
+// Note 5116: "Adobe", version, two words of flags, the transform. A shorter segment is somebody
+// else's.
 Status MarkerReader::read_application(int code, Extras& extras) {
   std::array<uint8_t, 12> bytes = {};
   const size_t size = std::min<size_t>(left_, bytes.size());
@@ -287,6 +325,7 @@ Status MarkerReader::read_application(int code, Extras& extras) {
   return kOk;
 }
 
+// B.2.4.5: any bytes.
 Status MarkerReader::read_comment(Extras& extras) {
   if (extras.comment_size != 0 || left_ > extras.comment.size()) return kOk;
   const auto size = static_cast<uint8_t>(left_);

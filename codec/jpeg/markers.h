@@ -13,18 +13,19 @@
 
 namespace tavo::jpeg {
 
-inline constexpr size_t kMaxComponents = 4;
-inline constexpr size_t kMaxTables = 4;
+inline constexpr size_t kMaxComponents = 4;  // a scan has no more (table B.3); nor has any picture
+inline constexpr size_t kMaxTables = 4;      // of quantisers, and of each class of Huffman tables
 
-// Marker codes, without the 0xFF.
+// Marker codes (table B.1), without the 0xFF.
 namespace marker {
 inline constexpr int kSof0 = 0xC0, kSof1 = 0xC1, kSof2 = 0xC2, kDht = 0xC4;
-inline constexpr int kSof9 = 0xC9, kSof10 = 0xCA, kDac = 0xCC;
+inline constexpr int kJpg = 0xC8, kSof9 = 0xC9, kSof10 = 0xCA, kDac = 0xCC, kSof15 = 0xCF;
 inline constexpr int kRst0 = 0xD0, kRst7 = 0xD7, kSoi = 0xD8, kEoi = 0xD9, kSos = 0xDA;
 inline constexpr int kDqt = 0xDB, kDnl = 0xDC, kDri = 0xDD;
 inline constexpr int kApp0 = 0xE0, kApp14 = 0xEE, kCom = 0xFE, kTem = 0x01;
 }  // namespace marker
 
+// Ci, Hi, Vi and Tqi of a frame header (B.2.2), and what follows from them.
 struct Component {
   uint8_t id = 0;
   uint8_t h = 1;  // sampling factors, 1..4
@@ -57,6 +58,7 @@ struct Frame {
   uint64_t coded_pixels() const { return uint64_t{64} * h_max * v_max * mcus_wide * mcus_high; }
 };
 
+// Csj, Tdj and Taj of a scan header (B.2.3).
 struct ScanComponent {
   size_t index = 0;  // in the frame
   size_t dc_table = 0;
@@ -69,6 +71,7 @@ struct Scan {
   Band band;
 };
 
+// Qk of a DQT segment (B.2.4.1), 8 or 16 bits.
 struct Dequantisers {
   std::array<uint16_t, kBlockSize> values;  // natural order
   bool is_defined;
@@ -122,6 +125,7 @@ class MarkerReader {
   Status read_segments(Frame& frame, Scan& scan, Extras& extras, SegmentEnd& end);
 
  private:
+  // The code of the next marker, which is taken with its fill bytes.
   Status next_marker(int& code);
   Status read_segment(int code, Frame& frame, Scan& scan, Extras& extras);
   Status skip_rest();

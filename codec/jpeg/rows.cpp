@@ -17,6 +17,7 @@ bool is_inverted(ColorSpace space) {
   return space == ColorSpace::kInvertedCmyk || space == ColorSpace::kInvertedYcck;
 }
 
+// Y is grey (JFIF 1.02): its chroma need not be decoded.
 size_t components_for(ColorSpace space, PixelLayout layout) {
   if (space == ColorSpace::kGray) return 1;
   if (space == ColorSpace::kYcc) return layout == PixelLayout::kGray8 ? 1 : 3;
@@ -25,7 +26,9 @@ size_t components_for(ColorSpace space, PixelLayout layout) {
 
 }  // namespace
 
-// Which ratios are smoothed, and from which width on, follows other decoders.
+// A.1.1 lets factors be any from 1 to 4, and ratios any of two of them. kept: which ones are
+// smoothed, and from which width on, follows libjpeg-turbo 2, so that pictures come out as users
+// know them; one that has no neighbours to weigh, and 4 x 1 or 3 x 2, are repeated.
 RowMaker::Scaling RowMaker::choose_scaling(const Component& c) const {
   const bool has_full_width = c.h == frame_->h_max;
   const bool has_full_height = c.v == frame_->v_max;
@@ -38,6 +41,8 @@ RowMaker::Scaling RowMaker::choose_scaling(const Component& c) const {
   return Scaling::kRepeat;
 }
 
+// Rows have room for an MCU more, as the transform takes pairs of them, and slack on both sides,
+// where the upsampling kernels read neighbours that do not exist.
 Status RowMaker::start(const Frame& frame, ColorSpace space, PixelLayout layout) {
   frame_ = &frame;
   space_ = space;
@@ -65,16 +70,19 @@ Status RowMaker::start(const Frame& frame, ColorSpace space, PixelLayout layout)
   return kOk;
 }
 
+// Two MCU rows take turns in the plane.
 uint8_t* RowMaker::mcu_row(size_t component, uint32_t row) {
   Plane& plane = planes_[component];
   return plane.samples.data() + kRowSlack + (row & 1) * plane.mcu_rows * plane.stride;
 }
 
+// The middle of the range, but no black ink.
 uint8_t RowMaker::lost_sample(size_t component) const {
   if (component < 3) return 128;
   return is_inverted(space_) ? 255 : 0;
 }
 
+// Smooth upsampling wants a row of the next MCU row for the last one.
 uint32_t RowMaker::ready_rows(uint32_t mcu_rows) const {
   if (mcu_rows >= frame_->mcus_high) return frame_->height;
   const uint32_t rows = mcu_rows * 8 * frame_->v_max;
@@ -86,6 +94,8 @@ const uint8_t* RowMaker::sample_row(size_t component, uint32_t y) const {
   return plane.samples.data() + kRowSlack + y % (2 * plane.mcu_rows) * plane.stride;
 }
 
+// `near` and `far` of upsample.h: sample centres lie in the middle of the pixels they stand for
+// (JFIF 1.02), so that of two pixel rows the upper one is nearer to the sample row above.
 const uint8_t* RowMaker::picture_row(size_t component, uint32_t y) {
   Plane& plane = planes_[component];
   const Component& c = frame_->components[component];
@@ -115,6 +125,8 @@ const uint8_t* RowMaker::picture_row(size_t component, uint32_t y) {
   return out;
 }
 
+// Upsampling, ink to light where there is black, then the layout: each step for a whole row, which
+// stays in the first cache.
 void RowMaker::make(uint32_t y, uint8_t* out) {
   std::array<const uint8_t*, kMaxComponents> rows = {};
   for (size_t i = 0; i < needed_; ++i) rows[i] = picture_row(i, y);
@@ -129,7 +141,8 @@ void RowMaker::make(uint32_t y, uint8_t* out) {
   }
 }
 
-// Four-colour pictures: what the inks leave of red, green and blue.
+// Four-colour pictures: what the inks leave of red, green and blue, R = (255 - C) (255 - K) / 255.
+// No profile is applied.
 void RowMaker::ink_to_light(const std::array<const uint8_t*, kMaxComponents>& rows) {
   const size_t width = frame_->width;
   const bool is_ycc = space_ == ColorSpace::kYcck || space_ == ColorSpace::kInvertedYcck;
@@ -150,6 +163,7 @@ void RowMaker::ink_to_light(const std::array<const uint8_t*, kMaxComponents>& ro
   for (size_t i = 0; i < 3; ++i) apply_black(light_[3].data(), width, light_[i].data());
 }
 
+// Blue and red change places for kBgr24; a single component is all three.
 void RowMaker::make_color(const std::array<const uint8_t*, kMaxComponents>& rows, uint8_t* out) {
   const size_t width = frame_->width;
   const bool is_rgb = layout_ == PixelLayout::kRgb24;
@@ -162,7 +176,7 @@ void RowMaker::make_color(const std::array<const uint8_t*, kMaxComponents>& rows
   }
 }
 
-// Luminance as JFIF defines it.
+// Luminance as JFIF 1.02 defines it: 0.299 R + 0.587 G + 0.114 B, in 65536ths.
 void RowMaker::make_gray(const std::array<const uint8_t*, kMaxComponents>& rows, uint8_t* out) {
   if (needed_ == 1) {
     std::memcpy(out, rows[0], frame_->width);

@@ -13,6 +13,7 @@
 
 namespace tavo::jpeg {
 
+// What the components of a frame mean. ISO/IEC 10918-1 does not say; JFIF and Adobe's segment do.
 enum class ColorSpace {
   kGray,
   kYcc,
@@ -47,6 +48,7 @@ class RowMaker {
   void make(uint32_t y, uint8_t* out);
 
  private:
+  // How a component comes to the picture's resolution.
   enum class Scaling { kNone, kDoubleWidth, kDoubleBoth, kDoubleHeight, kRepeat };
   struct Plane {
     Buffer samples;

@@ -14,6 +14,8 @@ void ScanReader::begin(ByteSource& source, uint32_t restart_interval, bool is_ar
   begin_segment();
 }
 
+// Predictions are 0 at the start of a scan and behind each restart (F.1.1.5.1); so is the run of
+// ends of bands (G.1.2.2).
 void ScanReader::begin_segment() {
   dc.fill(0);
   end_of_band_run = 0;
@@ -21,11 +23,15 @@ void ScanReader::begin_segment() {
   if (is_arithmetic_) arithmetic.begin(bits);
 }
 
+// Counts down to where is_ahead_ data belong.
 bool ScanReader::pass_lost() {
   if (lost_ != 0) --lost_;
   return false;
 }
 
+// Damage in coded data shows late, so that the MCU at hand is the last that may be right. What
+// follows is lost up to the next restart, where predictions begin anew. kept: data that were cut
+// read as zeros up to the end of an MCU; only then the cut is told.
 void ScanReader::fail() {
   end_of_band_run = 0;
   const bool is_cut = is_exhausted() && bits.skip_to_marker() == kEndOfData;
@@ -37,6 +43,7 @@ void ScanReader::fail() {
   }
 }
 
+// E.2.4: what is left of the interval is skipped, RSTm is taken, predictions start again.
 void ScanReader::restart() {
   left_ = interval_;
   if (is_dead_ || lost_ >= interval_) return;  // whole intervals are lost
@@ -51,8 +58,10 @@ void ScanReader::restart() {
   begin_segment();
 }
 
-// Finds the marker of the interval that begins now. One that is one or two numbers ahead means that
-// as many intervals are missing; one behind is a leftover. False when none comes.
+// Finds the marker of the interval that begins now: RST0 to RST7 in turn (B.2.1). One that is one
+// or two numbers ahead means that as many intervals are missing; one or two behind is a leftover,
+// and what comes with it is dropped. Any other is taken as it is: the numbers cannot tell more, as
+// they come round after eight. False when none comes.
 bool ScanReader::find_restart() {
   for (;;) {
     const int code = bits.skip_to_marker();

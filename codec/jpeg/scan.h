@@ -22,7 +22,8 @@ class ScanReader {
   // `mcu_bytes` bounds what an MCU may use.
   Status start(size_t mcu_bytes) { return bits.start(mcu_bytes); }
   void begin(ByteSource& source, uint32_t restart_interval, bool is_arithmetic = false);
-  // The first restart marker to come says where the numbers begin.
+  // The first restart marker to come says where the numbers begin: for strips of old TIFF files,
+  // which are cut out of one stream.
   void take_any_number() { takes_any_number_ = true; }
 
   // False when the next MCU is lost.

@@ -3,9 +3,10 @@
 namespace tavo::jpeg {
 namespace {
 
-// The twelve magnitude categories of DC differences.
+// The twelve magnitude categories of DC differences (table F.1).
 constexpr std::array<uint8_t, 12> kDcSymbols = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
 
+// RRRRSSSS in the order of the codes (tables K.5 and K.6; listed in K.3.3.2).
 // clang-format off
 constexpr std::array<uint8_t, 162> kLuminanceAcSymbols = {
     0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51,
@@ -40,6 +41,7 @@ constexpr std::array<uint8_t, 162> kChrominanceAcSymbols = {
 
 }  // namespace
 
+// Examples by the standard, found by watching pictures (K.1); nearly all encoders scale these.
 // clang-format off
 const std::array<uint8_t, kBlockSize> kLuminanceQuantisers = {
     16, 11, 10, 16, 24, 40, 51, 61,

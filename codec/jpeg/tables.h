@@ -10,6 +10,7 @@ namespace tavo::jpeg {
 
 inline constexpr int kBlockSize = 64;
 
+// A.3.6: from low frequencies to high ones, so that zeros gather at the end.
 // kZigzag[k] is the natural position (8 * row + column) of the k-th coefficient of a stream.
 inline constexpr std::array<uint8_t, kBlockSize> kZigzag = {
     0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,

@@ -7,6 +7,9 @@
 namespace tavo::jpeg {
 namespace {
 
+// The plain loops, the judge of the vector code. The roundings of neighbours go up and down in
+// turn, so that the mean level stays.
+
 uint8_t to_byte(int value) { return static_cast<uint8_t>(value); }
 
 void double_width(const uint8_t* in, size_t count, uint8_t* out) {
@@ -41,6 +44,8 @@ const Upsampling& choose_upsampling() {
   return *Variants<const Upsampling*>{.any = &kUpsamplingSse2, .avx2 = &kUpsamplingAvx2}.best();
 }
 
+// By whole numbers, so that no ratio drifts: `phase` counts how far x has come on the way to the
+// next sample.
 void repeat_samples(const uint8_t* in, size_t numerator, size_t denominator, size_t count,
                     uint8_t* out) {
   if (numerator == denominator) {

@@ -1,3 +1,4 @@
+// Smooth upsampling for AVX2.
 #include "base/vector_avx2.h"
 #include "codec/jpeg/upsample.h"
 

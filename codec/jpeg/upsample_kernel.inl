@@ -5,6 +5,9 @@
 
 constexpr size_t kSamples = kBytes / 2;  // of a vector
 
+// Sums stay below 16 * 255 + 8: 16-bit elements hold them. Outputs of even and odd place are made
+// apart and put together as the low and the high byte of an element.
+
 inline V times3(V v) { return add16(v, shift_left16<1>(v)); }
 
 void double_width(const uint8_t* in, size_t count, uint8_t* out) {
@@ -18,6 +21,8 @@ void double_width(const uint8_t* in, size_t count, uint8_t* out) {
   out[2 * count - 1] = in[count - 1];
 }
 
+// Three parts of the nearer row and one of the farther, not yet divided: width and height are
+// rounded together.
 inline V column(const uint8_t* near, const uint8_t* far) {
   return add16(times3(load_widened8(near)), load_widened8(far));
 }

@@ -1,3 +1,4 @@
+// Smooth upsampling for SSE2, which every processor has.
 #include "base/vector_sse2.h"
 #include "codec/jpeg/upsample.h"
 

@@ -1,4 +1,5 @@
-// Output type and quality factor to what the JPEG encoder needs.
+// Output type and quality factor to what the JPEG encoder needs: which rows, which sampling, which
+// quantisers. The rules are those that tavo45.h states at "Compression".
 #pragma once
 
 #include <cstdint>
@@ -9,24 +10,27 @@
 
 namespace tavo::compress {
 
-struct Coding {
+// Two files that were coded with equal ones differ by their pictures alone.
+struct CodingParameters {
   bool is_cmp = false;
   bool is_gray = false;
-  bool is_half_height = false;
-  uint32_t horizontal = 1;  // sampling factors of the luminance
+  bool is_half_height = false;  // rows 0, 2, 4, ... alone are coded
+  uint32_t horizontal = 1;      // sampling factors of the luminance
   uint32_t vertical = 1;
   int32_t value = 0;  // internal quality value: multiplier of the quantisation tables, in 50ths
 
-  bool operator==(const Coding&) const = default;
+  bool operator==(const CodingParameters&) const = default;
 };
 
 // Output type 0 (CMP) or 1 to 6 (JPEG), factor as T_CompressBitmap documents it. kBadData for
 // another type, kBadQuality for a factor out of range.
-Status choose_coding(int32_t output_type, int32_t factor, bool is_gray, Coding& coding);
+Status choose_parameters(int32_t output_type, int32_t factor, bool is_gray,
+                         CodingParameters& coding);
 
-// The quality factor with which output type 0 codes so, or kNoFactor: the inverse of choose_coding.
+// The quality factor with which output type 0 codes so, or kNoFactor: the inverse of
+// choose_parameters.
 inline constexpr int32_t kNoFactor = INT32_MIN;
-int32_t find_factor(const Coding& coding);
+int32_t find_factor(const CodingParameters& coding);
 
 // Which scaling of the standard's luminance quantisers comes nearest, by the sum of all
 // differences, to those of a picture in natural order: as libjpeg's quality, 1 to 100, and as an

@@ -1,4 +1,4 @@
-#include "compress/interfaces.h"
+#include "compress/call_by_call.h"
 
 #include <algorithm>
 
@@ -8,12 +8,14 @@ namespace tavo::compress {
 
 namespace {
 
-// Strips of whole rows in `bytes`.
+// Whole rows in `bytes`; what is too much of the caller's strip is not read.
 uint32_t rows_in(uint32_t bytes, const CompressionSetup& setup) {
   const uint64_t row_bytes = strip_row_bytes(setup);
   return row_bytes == 0 ? 0 : static_cast<uint32_t>(bytes / row_bytes);
 }
 
+// kept: callers hand over 24-bit rows that are blue, green, red already, whatever their record
+// says.
 StripRows::Target target(const CompressionSetup& setup) {
   return setup.is_gray ? StripRows::Target::kGray : StripRows::Target::kColorAsStored;
 }
@@ -35,17 +37,23 @@ Status BufferCompression::start(const BitmapHandle& bitmap, CallerWrite write, u
                            &write_);
 }
 
+// The caller's strip is the buffer that CompressCallBack gathers rows in: it is coded as it stands,
+// and gathering begins anew.
 Status BufferCompression::add_strip(const void* strip) {
   if (consuming_for_ != nullptr) feeder_.forget();
   return compressor_.add_strip(static_cast<const uint8_t*>(strip));
 }
 
+// kept: rows that CompressCallBack has gathered are not coded here: the caller hands over the strip
+// they are in.
 Status BufferCompression::end() {
   consuming_for_ = nullptr;
   feeder_ = StripFeeder();
   return compressor_.end();
 }
 
+// kept: the callback starts a compression by itself, with strips of 16 rows in the context's
+// buffer.
 Status BufferCompression::start_consuming(const BitmapHandle& bitmap,
                                           const T_CompressContext& context, T_CompressWrite write) {
   CompressionSetup setup = make_setup(bitmap, context.OutputType, context.Quality);
@@ -59,6 +67,8 @@ Status BufferCompression::start_consuming(const BitmapHandle& bitmap,
   return status;
 }
 
+// Another context, or none under way: a new compression. The context's address is all that tells
+// them apart; it is the caller's own, and stays the same from call to call.
 Status BufferCompression::consume(const BitmapHandle& bitmap, const void* rows, int32_t count,
                                   const T_CompressContext& context, T_CompressWrite write) {
   if (!compressor_.is_open() || consuming_for_ != &context) {
@@ -70,6 +80,8 @@ Status BufferCompression::consume(const BitmapHandle& bitmap, const void* rows, 
                      static_cast<uint32_t>(count));
 }
 
+// Rows of 8 bits are grey levels as they are: a palette that is a ramp stands for that. 16, 24 and
+// 32 bits are colours.
 Status DataCompression::start(int32_t width, int32_t height, int32_t bits_per_pixel,
                               CallerWrite write, int32_t output_type, int32_t quality) {
   compressor_.close();
@@ -91,6 +103,7 @@ Status DataCompression::start(int32_t width, int32_t height, int32_t bits_per_pi
   return compressor_.start(setup, kStripRows, 0, CallerWrite::forward, &write_);
 }
 
+// kept: without a start it is memory that is said to be missing.
 Status DataCompression::add(const void* rows, int32_t count) {
   if (rows == nullptr || !compressor_.is_open()) return kNoMemory;
   if (count < 0) return kBadArgument;
@@ -98,6 +111,7 @@ Status DataCompression::add(const void* rows, int32_t count) {
                      static_cast<uint32_t>(count));
 }
 
+// The first failure is told, but the stream is ended in any case.
 Status DataCompression::end() {
   Status status = compressor_.is_open() ? feeder_.finish(compressor_) : kOk;
   const Status end_status = compressor_.end();

@@ -11,7 +11,8 @@
 
 namespace tavo::compress {
 
-// A caller's write routine as a ByteSink::Write with this object as context.
+// A caller's write routine as a ByteSink::Write with this object as context. A routine that takes
+// fewer bytes than it is given has failed.
 struct CallerWrite {
   T_CompressWrite write = nullptr;
   void* user_data = nullptr;
@@ -19,7 +20,8 @@ struct CallerWrite {
   static Status forward(void* context, std::span<const uint8_t> bytes);
 };
 
-// T_StartCompressBuffer and relatives, and CompressCallBack, which drives them.
+// T_StartCompressBuffer and relatives, and CompressCallBack, which drives them. One compression at
+// a time: a start drops the one under way.
 class BufferCompression {
  public:
   Status start(const BitmapHandle& bitmap, CallerWrite write, uint32_t strip_bytes,
@@ -38,10 +40,10 @@ class BufferCompression {
   Compressor compressor_;
   CallerWrite write_;
   StripFeeder feeder_;
-  const T_CompressContext* consuming_for_ = nullptr;
+  const T_CompressContext* consuming_for_ = nullptr;  // null: strips come from the caller
 };
 
-// T_StartCompressData and relatives.
+// T_StartCompressData and relatives: loose rows, any number a call, top first.
 class DataCompression {
  public:
   Status start(int32_t width, int32_t height, int32_t bits_per_pixel, CallerWrite write,
