@@ -3,6 +3,7 @@
 
 #include "exports/arguments.h"
 #include "io/file_table.h"
+#include "pipeline/convert_file.h"
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
@@ -82,6 +83,11 @@ int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_t form
 int32_t T_CALL T_ConvertFile(const char* source, const char* destination, int32_t format,
                              int32_t bitsPerPixel, int32_t quality) {
   return pipeline::convert_file(source, destination, format, bitsPerPixel, quality).code();
+}
+
+int32_t T_CALL T_StreamFile(const char* source, const char* destination, int32_t format,
+                            int32_t bitsPerPixel, int32_t quality) {
+  return pipeline::stream_file(source, destination, format, bitsPerPixel, quality).code();
 }
 
 int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format) {

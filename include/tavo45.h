@@ -441,10 +441,10 @@ T_API int32_t T_CALL T_SetPageNumber(int32_t page);
  * format        T_FORMAT_ value or a save variant of one
  * bitsPerPixel  depth to write, 0 for the bitmap's own
  * quality       for the compressed formats only
- * flags         T_SAVE_ bits; only the low 8 bits count; the rest is passed to the writer
+ * flags         T_SAVE_ bits
  * direct        not 0: write the bitmap as it stands, without a copy; it must be accessed. Rows
  *               are brought to the depth by row conversion, without dithering
- * extra         passed to the writer
+ * extra         not looked at
  * T_OK, T_ERR_SIZE (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE (also while
  * another program has the file open), T_ERR_WRITE, T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME,
  * T_ERR_NOTICE. A failed save leaves what it has written.
@@ -462,9 +462,18 @@ T_API int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_
 
 /* Loads `source` and saves it as `destination`; bitsPerPixel 0 keeps the depth (a depth that the
  * format cannot hold is T_ERR_DEPTH). The source's resolution is kept. Statuses of T_LoadBitmap
- * and T_SaveBitmap. */
+ * and T_SaveBitmap; there is no destination before the whole source has been read. */
 T_API int32_t T_CALL T_ConvertFile(const char* source, const char* destination, int32_t format,
                                    int32_t bitsPerPixel, int32_t quality);
+/* The same, the same bytes, without holding the picture where that can be: rows are written as
+ * they are read. So a source that turns out to be cut or damaged leaves a part of the destination,
+ * and what the format cannot hold is told before the rest of the source is read. BMP files may be
+ * written by seeking behind their end. The picture is converted whole when its colours are reduced
+ * to 8 bits or less, when it is interlaced, when its bottom row comes first (but into BMP and TGA
+ * files), and when both names are equal; two names of one file are T_ERR_CREATE, where the file
+ * operations know. */
+T_API int32_t T_CALL T_StreamFile(const char* source, const char* destination, int32_t format,
+                                  int32_t bitsPerPixel, int32_t quality);
 
 /* ---- Settings ----------------------------------------------------------------------------- */
 

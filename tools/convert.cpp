@@ -1,4 +1,5 @@
 // tavo convert: from one file to another.
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -137,7 +138,7 @@ void save(const ConvertOptions& options, const T_Format& format, int bits, const
   const bool appends = pages.written > 0;
   const BitmapHandle& record = picture.record();
   const Resolution dpi = in_dots_per_inch(info.Format, record.XResolution, record.YResolution);
-  const SaveSettings settings(record, dpi);
+  const SaveSettings settings(record.Width, record.Height, dpi);
   if (!options.compression.stamp.empty()) {
     picture.record().XResolution = dpi.x;
     picture.record().YResolution = dpi.y;
@@ -152,11 +153,61 @@ void save(const ConvertOptions& options, const T_Format& format, int bits, const
   if (appends) check_appended(options, format, output, pages.written);
 }
 
+bool fits_bitmap(const FILEINFO& info) {
+  BitmapHandle record{};
+  return T_InitBitmap(&record, info.Width, info.Height, info.BitsPerPixel) == T_OK &&
+         record.Size != 0;
+}
+
+// Whether the library may convert the page by itself, without the picture in memory. A page behind
+// the first is added to what there is, by the number that selects it.
+bool can_stream(const ConvertOptions& options, const T_Format& format, int bits,
+                const FILEINFO& info, const Pages& pages) {
+  const ReductionOptions& reduction = options.reduction;
+  const bool changes = !reduction.size.empty() || reduction.gray || reduction.reduces() ||
+                       !options.order.empty() || !options.compression.stamp.empty();
+  if (changes || options.append || (info.Page == 1 && pages.written > 0)) return false;
+  if (info.BitsPerPixel == 2 || !fits_bitmap(info)) return false;
+  // Without --bits the colours that are used decide how a palette picture is compressed.
+  if (is_compressed(format)) {
+    return options.bits != 0 || info.BitsPerPixel > 8 || (info.Flags & T_FLAG_GRAY) != 0;
+  }
+  return bits > 8 || bits == info.BitsPerPixel;
+}
+
+// The file to which a status of a call that reads one file and writes another belongs.
+const std::string& file_at_fault(const ConvertOptions& options, int32_t status) {
+  static constexpr int32_t kOfOutput[] = {T_ERR_WRITE,      T_ERR_CREATE,          T_ERR_DEPTH,
+                                          T_ERR_SIZE,       T_ERR_FORMAT,          T_ERR_QUALITY,
+                                          T_ERR_MULTIPLIER, T_ERR_NOT_COMPRESSIBLE};
+  return std::ranges::count(kOfOutput, status) != 0 ? options.output : options.input;
+}
+
+void stream(const ConvertOptions& options, const T_Format& format, int bits, const FILEINFO& info,
+            const OutputFile& output, Pages& pages) {
+  const SaveSettings settings(info.Width, info.Height, {});
+  if (options.bits == 0 && is_compressed(format)) bits = info.BitsPerPixel > 8 ? 24 : 8;
+  const int32_t quality = is_compressed(format) ? quality_factor(format, options.compression) : 0;
+  const bool appends = pages.written > 0;
+  T_SetPageNumber(info.Page);
+  const int32_t status = T_StreamFile(absolute_path(options.input).c_str(), output.path().c_str(),
+                                      format.Id, bits, quality);
+  T_SetPageNumber(1);
+  check(status, file_at_fault(options, status));
+  ++pages.written;
+  if (appends) check_appended(options, format, output, pages.written);
+}
+
 void convert_page(const ConvertOptions& options, const T_Format& format, int32_t page,
                   std::optional<OutputFile>& output, Pages& pages) {
   const FILEINFO info = describe(options.input, page);
   int bits = output_depth(options, format, info.BitsPerPixel);
   Progress progress;
+  if (can_stream(options, format, bits, info, pages)) {
+    progress.start("Converting " + options.input);
+    if (!output) output.emplace(options.output, false);
+    return stream(options, format, bits, info, *output, pages);
+  }
   Picture picture;
   progress.start("Reading " + options.input);
   load(options, info, picture);

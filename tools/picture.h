@@ -34,13 +34,13 @@ Resolution in_dots_per_inch(int32_t format, int32_t x, int32_t y);
 // Describes the picture in the file `name`, of the page given. Failure when it cannot.
 FILEINFO describe(const std::string& name, int32_t page);
 
-// Library-wide settings that make a save of this picture true, for as long as it lives: a save
-// works on a copy, which carries the default resolution; a GIF states the screen's size.
+// Library-wide settings that make a save of a picture of this size true, for as long as it lives: a
+// save works on a copy, which carries the default resolution; a GIF states the screen's size.
 class SaveSettings {
  public:
-  SaveSettings(const BitmapHandle& picture, Resolution resolution) {
+  SaveSettings(int32_t width, int32_t height, Resolution resolution) {
     T_SetTIFFXYResolution(resolution.x, resolution.y);
-    T_SetScreenSize(picture.Width, picture.Height);
+    T_SetScreenSize(width, height);
     T_SetJFIFUnit(1);
   }
   ~SaveSettings() {

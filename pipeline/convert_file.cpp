@@ -1,0 +1,172 @@
+#include "pipeline/convert_file.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/buffer.h"
+#include "color/convert.h"
+#include "color/paint_palette.h"
+#include "color/palettes.h"
+#include "core/bitmap.h"
+#include "core/progress.h"
+#include "core/rows.h"
+#include "pipeline/identify.h"
+#include "pipeline/load.h"
+#include "pipeline/registry.h"
+#include "pipeline/save.h"
+#include "process/row_feed.h"
+
+namespace tavo::pipeline {
+
+namespace {
+
+// A resolution in dots per inch, as the reader of `format` gives it.
+int32_t dots_per_inch(int32_t format, int32_t resolution) {
+  const FormatRow* row = find_format(format);
+  const bool per_meter = row != nullptr && row->reports_per_meter;
+  return per_meter ? static_cast<int32_t>((int64_t{resolution} * 254 + 5000) / 10000) : resolution;
+}
+
+}  // namespace
+
+Status convert_file(const char* source, const char* destination, int32_t format, int32_t bits,
+                    int32_t quality) {
+  core::OwnedBitmap picture;
+  const LoadRequest request{.bits = 0, .order = -1, .flags = T_LOAD_ALLOCATE | T_LOAD_ACCESS};
+  {
+    const core::ProgressPart part(0, 50);
+    TRY(load(source, *picture, request));
+  }
+  const core::ProgressPart part(50, 100);
+  FILEINFO info;
+  TRY(identify(source, info));
+  picture->XResolution = dots_per_inch(info.Format, picture->XResolution);
+  picture->YResolution = dots_per_inch(info.Format, picture->YResolution);
+  const SaveOptions options{.format = format, .bits = bits, .quality = quality};
+  return save_with_resolution(destination, *picture, options);
+}
+
+namespace {
+
+// One conversion from a reader's rows to a writer. The file is created when the first rows come.
+class FileStream {
+ public:
+  FileStream(SavePlan& plan, const FILEINFO& info, io::RowWriter& writer)
+      : plan_(plan), info_(info), feed_(writer, plan.request) {}
+  FileStream(const FileStream&) = delete;
+  FileStream& operator=(const FileStream&) = delete;
+
+  Status run(const char* source) {
+    core::OwnedBitmap rows;
+    TRY(load(source, *rows, {.bits = 0, .order = -1, .callback = sink, .user_data = this}));
+    return is_begun_ ? feed_.finish() : kIncomplete;
+  }
+
+ private:
+  static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
+    auto& stream = *static_cast<FileStream*>(context);
+    return stream.take(*source, static_cast<const uint8_t*>(rows), static_cast<uint32_t>(count))
+        .code();
+  }
+
+  Status take(const BitmapHandle& source, const uint8_t* rows, uint32_t count) {
+    if (!is_begun_) TRY(begin(source));
+    if (!prepares()) return feed_.put(rows, source.BytesPerLine, count);
+    for (; count > 0; --count, rows += source.BytesPerLine) {
+      std::memcpy(row_.data(), rows, source.BytesPerLine);
+      TRY(converter_.convert(row_.data(), source.Width));
+      TRY(feed_.put(row_.data(), picture_.BytesPerLine, 1));
+    }
+    return kOk;
+  }
+
+  bool prepares() const { return plan_.preparation != Preparation::kNone; }
+
+  Status begin(const BitmapHandle& source) {
+    const DefaultResolution resolution(dots_per_inch(info_.Format, source.XResolution),
+                                       dots_per_inch(info_.Format, source.YResolution));
+    TRY(describe(source));
+    if (prepares()) TRY(start_preparing(source));
+    TRY(plan_.find_target());
+    TRY(feed_.prepare(picture_, source.ViewPerspective < 2));
+    TRY(feed_.begin(picture_));
+    is_begun_ = true;
+    return kOk;
+  }
+
+  // The copy that a save of the whole picture would write, without its pixels.
+  Status describe(const BitmapHandle& source) {
+    const bool is_gray = plan_.preparation == Preparation::kGray;
+    const int32_t bits = is_gray ? 8 : plan_.request.depth;
+    TRY(core::init_bitmap(picture_, source.Width, source.Height, bits));
+    if (!prepares()) return core::copy_description(picture_, source);
+    picture_.ViewPerspective = source.ViewPerspective;
+    if (!is_gray) {
+      if (source.BitsPerPixel > 8) picture_.Order = source.Order;
+      return kOk;
+    }
+    color::fill_gray_ramp(picture_.Info.Palette);
+    picture_.Colors = 256;
+    core::set_flag(picture_, T_FLAG_GRAY, true);
+    return kOk;
+  }
+
+  Status start_preparing(const BitmapHandle& source) {
+    const color::PaintPalette colors(source);
+    const bool is_gray = plan_.preparation == Preparation::kGray;
+    TRY(converter_.start(source.BitsPerPixel, is_gray ? 0 : picture_.BitsPerPixel,
+                         static_cast<int32_t>(source.Order), static_cast<int32_t>(picture_.Order),
+                         colors.entries, nullptr));
+    return row_.allocate(std::max(source.BytesPerLine, picture_.BytesPerLine));
+  }
+
+  SavePlan& plan_;
+  const FILEINFO& info_;
+  process::RowFeed feed_;
+  BitmapHandle picture_ = {};
+  color::RowConverter converter_;  // of what a save prepares
+  Buffer row_;
+  bool is_begun_ = false;
+};
+
+uint64_t picture_bytes(const FILEINFO& info, int32_t bits) {
+  return uint64_t{core::bytes_per_line(info.Width, bits)} * static_cast<uint32_t>(info.Height);
+}
+
+// Whether a save's work on this picture can be done row by row. What is too large for a bitmap is
+// refused as one.
+bool needs_rows_only(const FILEINFO& info, const SavePlan& plan) {
+  const int32_t depth = plan.request.depth;
+  if (plan.preparation == Preparation::kResolution && depth <= 8) return false;
+  return std::max(picture_bytes(info, info.BitsPerPixel), picture_bytes(info, depth)) <= UINT32_MAX;
+}
+
+// Whether the writer can take the rows as they come.
+bool takes_order(const FILEINFO& info, const SavePlan& plan, io::RowOrder order) {
+  constexpr uint64_t kMostHeader = 4096;
+  const bool is_top_first = info.ViewPerspective < 2;
+  if ((info.Flags & T_FLAG_INTERLACED) != 0) return false;
+  if (order == io::RowOrder::kTopFirst) return is_top_first;
+  const bool is_placed = order == io::RowOrder::kAny && is_top_first;
+  return !is_placed || picture_bytes(info, plan.request.depth) <= INT32_MAX - kMostHeader;
+}
+
+}  // namespace
+
+Status stream_file(const char* source, const char* destination, int32_t format, int32_t bits,
+                   int32_t quality) {
+  const auto whole = [&] { return convert_file(source, destination, format, bits, quality); };
+  FILEINFO info;
+  TRY(identify(source, info));
+  SavePlan plan(destination, {.format = format, .bits = bits, .quality = quality},
+                info.BitsPerPixel, /*is_reduced=*/false);
+  const bool is_onto_itself = destination == nullptr || std::strcmp(source, destination) == 0;
+  if (is_onto_itself || !needs_rows_only(info, plan)) return whole();
+  return plan.with_writer([&](io::RowWriter& writer) {
+    if (!takes_order(info, plan, writer.order())) return whole();
+    FileStream stream(plan, info, writer);
+    return stream.run(source);
+  });
+}
+
+}  // namespace tavo::pipeline
