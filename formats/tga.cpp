@@ -20,26 +20,46 @@ namespace {
 
 using process::RowDelivery;
 
-constexpr uint8_t kMapped = 1;  // image types; 8 more when run-length coded
+// Offsets of the header's fields, as numbered in the specification (fields 1 to 5.6).
+constexpr size_t kIdLength = 0;      // field 1
+constexpr size_t kMapType = 1;       // field 2
+constexpr size_t kImageType = 2;     // field 3
+constexpr size_t kMapFirst = 3;      // field 4.1
+constexpr size_t kMapLength = 5;     // field 4.2
+constexpr size_t kMapEntrySize = 7;  // field 4.3
+constexpr size_t kXOrigin = 8;       // field 5.1
+constexpr size_t kYOrigin = 10;      // field 5.2
+constexpr size_t kWidth = 12;        // field 5.3
+constexpr size_t kHeight = 14;       // field 5.4
+constexpr size_t kPixelDepth = 16;   // field 5.5
+constexpr size_t kDescriptor = 17;   // field 5.6
+
+// Field 3: the image types; 8 more when run-length coded.
+constexpr uint8_t kMapped = 1;
 constexpr uint8_t kTrueColor = 2;
 constexpr uint8_t kGray = 3;
 constexpr uint8_t kRunLength = 8;
-constexpr uint8_t kCornerBits = 0x30;  // descriptor: where the first pixel is
+
+// Field 5.6: attribute bits per pixel, the corner of the first pixel, and two bits for interleaving
+// in earlier versions, "must be zero" in 2.0.
+constexpr uint8_t kAttributeBits = 0x0F;
+constexpr uint8_t kCornerBits = 0x30;
 constexpr uint8_t kBottomRight = 0x10;
 constexpr uint8_t kTopLeft = 0x20;
 constexpr uint8_t kTopRight = 0x30;
-constexpr uint8_t kInterleaving = 0xC0;  // descriptor: two bits that no program sets
-constexpr uint8_t kAttributeBits = 0x0F;
+constexpr uint8_t kInterleaving = 0xC0;
 
 size_t map_entry_bytes(const Header& header) { return (header.map_entry_bits + 7u) / 8; }
 size_t pixel_bytes(const Header& header) { return (header.pixel_bits + 7u) / 8; }
 
-// 8 bits are grey levels: no standard has them, other programs write them.
+// Field 4.3. The specification has no entries of 8 bits: they are taken for grey levels.
 bool is_map_entry_size(uint8_t bits) {
   return bits == 8 || bits == 15 || bits == 16 || bits == 24 || bits == 32;
 }
 
-// The kind that an image type stands for, when the rest of the header goes with it.
+// The kind that an image type stands for, when the pixel depth (field 5.5) and the map go with it.
+// Kept: true colour of 8 bits, which are grey levels, and grey of 16. Types 32 and 33 (Huffman
+// codes and deltas), and all that are nobody's, are another type of picture.
 Status classify(uint8_t type, uint8_t bits, bool has_map, Kind& kind) {
   switch (type & ~kRunLength) {
     case kMapped:
@@ -63,6 +83,11 @@ uint32_t orientation_of(uint8_t corner) {
   return corner == kTopRight ? 3 : 1;
 }
 
+// Entries of the map that a pixel of 8 bits can name.
+uint32_t reachable_entries(const Header& header) {
+  return std::min<uint32_t>(header.map_entries, 256u - std::min<uint32_t>(header.map_first, 256));
+}
+
 // What the reader delivers; the palette of mapped files is read later. 16 bits are 5-5-5 whatever
 // the image type says.
 process::SourcePicture describe(const Header& header) {
@@ -79,7 +104,7 @@ process::SourcePicture describe(const Header& header) {
   picture.y_origin = header.y_origin;
   if (header.kind == Kind::kMapped) {
     picture.order = T_ORDER_RGB;
-    picture.colors = std::min(256u, uint32_t{header.map_first} + header.map_entries);
+    picture.colors = std::min<uint32_t>(header.map_entries, 256);
   } else if (picture.bits == 8) {
     picture.colors = 256;
     picture.flags = T_FLAG_GRAY;
@@ -88,7 +113,9 @@ process::SourcePicture describe(const Header& header) {
   return picture;
 }
 
-// Entry i of the file belongs to index first + i.
+// Field 7. Entry i belongs to the pixels that say first + i; in the palette it is number i, so that
+// the colours that are counted are those that there are (see MappedPixels). Words are 5-5-5, the
+// lowest bits blue; 15 bits are kept in two bytes.
 Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture& picture) {
   const size_t entry_bytes = map_entry_bytes(header);
   if (header.kind != Kind::kMapped) return bytes.skip(entry_bytes * header.map_entries);
@@ -96,7 +123,7 @@ Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture&
   TRY(map.allocate(entry_bytes * header.map_entries));
   TRY(bytes.read(map.bytes()));
   const uint8_t* entry = map.data();
-  for (uint32_t i = header.map_first; i < picture.colors; ++i, entry += entry_bytes) {
+  for (uint32_t i = 0; i < reachable_entries(header); ++i, entry += entry_bytes) {
     if (entry_bytes == 1) {
       picture.palette[i] = color::gray_entry(*entry);
     } else if (entry_bytes == 2) {
@@ -110,18 +137,41 @@ Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture&
   return kOk;
 }
 
+// Pixels of a map that does not begin at 0 become indices of the palette.
+class MappedPixels {
+ public:
+  explicit MappedPixels(const Header& header) {
+    const uint32_t entries = reachable_entries(header);
+    // Those of no entry: one is left, as the first index is not 0.
+    indices_.fill(255);
+    for (uint32_t i = 0; i < entries; ++i) indices_[header.map_first + i] = static_cast<uint8_t>(i);
+  }
+
+  void change(std::span<uint8_t> row) const {
+    for (uint8_t& pixel : row) pixel = indices_[pixel];
+  }
+
+ private:
+  std::array<uint8_t, 256> indices_;
+};
+
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   const size_t row_bytes = pixel_bytes(header) * header.width;
-  if (!header.is_run_length) {
+  const bool moves = header.kind == Kind::kMapped && header.map_first != 0;
+  if (!header.is_run_length && !moves) {
     return formats::read_plain_rows(bytes, row_bytes, header.height, rows);
   }
+  const MappedPixels pixels(header);
   RunDecoder decoder(bytes, pixel_bytes(header));
   for (uint32_t y = 0; y < header.height; ++y) {
     const std::span<uint8_t> row = rows.next_row().first(row_bytes);
     size_t got = 0;
-    const Status status = decoder.decode_row(row, got);
+    const Status status =
+        header.is_run_length ? decoder.decode_row(row, got) : bytes.read_some(row, got);
+    if (moves) pixels.change(row.first(got));
     std::ranges::fill(row.subspan(got), uint8_t{0});
-    if (got != 0) TRY(rows.commit());  // of a cut row, what there is
+    // Of a cut row of runs, what there is.
+    if (got == row_bytes || (header.is_run_length && got != 0)) TRY(rows.commit());
     if (got < row_bytes) return rows.finish_early(status.ok() ? kReadError : status);
   }
   return rows.finish();
@@ -131,24 +181,24 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
 
 Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header) {
   if (bytes.size() < kHeaderSize) return kReadError;
-  const uint8_t map_type = bytes[1];
-  const uint8_t type = bytes[2];
-  const uint8_t descriptor = bytes[17];
-  header.id_bytes = bytes[0];
-  header.map_first = load_le16(&bytes[3]);
-  header.map_entries = load_le16(&bytes[5]);
-  header.map_entry_bits = bytes[7];
-  header.x_origin = load_le16(&bytes[8]);
-  header.y_origin = load_le16(&bytes[10]);
-  header.width = load_le16(&bytes[12]);
-  header.height = load_le16(&bytes[14]);
-  header.pixel_bits = bytes[16];
+  const uint8_t map_type = bytes[kMapType];
+  const uint8_t type = bytes[kImageType];
+  const uint8_t descriptor = bytes[kDescriptor];
+  header.id_bytes = bytes[kIdLength];
+  header.map_first = load_le16(&bytes[kMapFirst]);
+  header.map_entries = load_le16(&bytes[kMapLength]);
+  header.map_entry_bits = bytes[kMapEntrySize];
+  header.x_origin = load_le16(&bytes[kXOrigin]);
+  header.y_origin = load_le16(&bytes[kYOrigin]);
+  header.width = load_le16(&bytes[kWidth]);
+  header.height = load_le16(&bytes[kHeight]);
+  header.pixel_bits = bytes[kPixelDepth];
   const uint8_t corner = descriptor & kCornerBits;
   header.is_top_down = corner == kTopLeft;
   header.orientation = orientation_of(corner);
   header.is_run_length = (type & kRunLength) != 0;
 
-  // 9 stands for 1 in files of some old programs.
+  // Kept: 9 stands for 1. True-colour pictures may have a map (for displays), which is skipped.
   if (map_type != 0 && map_type != 1 && map_type != 9) return kBadData;
   if (map_type == 0 && header.map_entries != 0) return kBadData;
   const bool has_map = header.map_entries != 0;
@@ -197,15 +247,15 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
                      bool is_top_first) {
   std::array<uint8_t, kHeaderSize> head = {};
   if (depth == 8) {
-    head[1] = 1;
-    store_le16(&head[5], 256);
-    head[7] = 24;
+    head[kMapType] = 1;
+    store_le16(&head[kMapLength], 256);
+    head[kMapEntrySize] = 24;
   }
-  head[2] = depth == 8 ? kMapped : kTrueColor;
-  store_le16(&head[12], static_cast<uint16_t>(bitmap.Width));
-  store_le16(&head[14], static_cast<uint16_t>(bitmap.Height));
-  head[16] = static_cast<uint8_t>(depth);
-  head[17] = is_top_first ? kTopLeft : 0;
+  head[kImageType] = depth == 8 ? kMapped : kTrueColor;
+  store_le16(&head[kWidth], static_cast<uint16_t>(bitmap.Width));
+  store_le16(&head[kHeight], static_cast<uint16_t>(bitmap.Height));
+  head[kPixelDepth] = static_cast<uint8_t>(depth);
+  head[kDescriptor] = is_top_first ? kTopLeft : 0;
   TRY(file.write(head));
   if (depth != 8) return kOk;
 

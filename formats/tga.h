@@ -22,7 +22,7 @@ struct Header {
   uint8_t id_bytes = 0;
   Kind kind = Kind::kTrueColor;
   bool is_run_length = false;
-  uint16_t map_first = 0;
+  uint16_t map_first = 0;    // pixel that the map's first entry is for
   uint16_t map_entries = 0;  // 0 without a colour map
   uint8_t map_entry_bits = 0;
   uint16_t x_origin = 0;

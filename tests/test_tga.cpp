@@ -72,8 +72,15 @@ TEST(Tga, ColorMapsOfEveryEntrySizeBeginAtTheirFirstIndex) {
     const Map map = {9, 40, 2, c.bits, join({Bytes(c.entry.size(), 0), c.entry})};
     Bitmap bitmap;
     ASSERT_EQ(load(tga_file(1, 2, 1, 8, {41, 40}, 0, map, {'i', 'd'}), bitmap), T_OK);
-    EXPECT_EQ(bitmap->Colors, 42u);
+    EXPECT_EQ(bitmap->Colors, 2u);
     EXPECT_EQ(bitmap->Order, T_ORDER_RGB);
+    EXPECT_EQ(rgb(bitmap.get()), join({c.want, {0, 0, 0}}));
+    // Where only the colours that are counted exist: in a map that is written, and for dithering.
+    Disk disk;
+    ASSERT_EQ(T_SaveRASBitmap("a", bitmap.get(), 8), T_OK);
+    EXPECT_EQ(rgb_of(disk.files["a"]), rgb(bitmap.get()));
+    bitmap->DitherMethod = T_DITHER_NONE;
+    ASSERT_EQ(T_ColorResolution(bitmap.get(), 4, 1, nullptr, 16), T_OK);
     EXPECT_EQ(rgb(bitmap.get()), join({c.want, {0, 0, 0}}));
   }
   // A map that reaches beyond index 255, and one beside a true-colour picture.
