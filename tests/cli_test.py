@@ -225,28 +225,15 @@ class Compression(CliTest):
     def test_resolution_is_in_dots_per_inch(self):
         self.assertEqual(jpeg_segments(self.convert())[0xE0][7:12], struct.pack(">BHH", 1, 72, 150))
 
-    def test_subsampling(self):
-        for options, sampling in (([], 0x21), (["--subsampling", "1x1"], 0x11),
-                                  (["--subsampling", "2x1"], 0x21),
-                                  (["--subsampling", "2x2"], 0x22)):
-            frame = jpeg_segments(self.convert(*options))[0xC0]
-            self.assertEqual((frame[5], frame[7]), (3, sampling))
-
-    def test_colours_stay_colours(self):
-        for bits in (1, 4, 8, 16, 32):
-            self.assertEqual(jpeg_segments(self.convert(bits=bits))[0xC0][5], 3, bits)
-        self.assertEqual(jpeg_segments(self.convert("--bits", 8, bits=8))[0xC0][5], 1)
-
-    def test_cmp(self):
-        data = self.convert("--quality", 75, output="out.cmp")
-        self.assertEqual(data[:6] + data[16:18], b"TAVO\0\0" + struct.pack("<H", WIDTH))
-        self.assertEqual(struct.unpack_from("<H", data, 22)[0], 25)
-        self.assertEqual(data[-12:], b"TAVO" + struct.pack("<HHI", 72, 150, 0))
-
-    def test_stamp(self):
-        data = self.convert("--stamp", "10x4")
-        self.assertEqual(data[20:32], b"\xff\xe0" + struct.pack(">H", 130) + b"JFXX\0\x13\x0a\4")
-        self.assertEqual(self.convert("--stamp", "10x4", output="out.cmp")[24:27], bytes((10, 4, 24)))
+    def test_options_reach_the_stream(self):
+        for options, bits, components, sampling in (
+                ([], 24, 3, 0x21), (["--subsampling", "1x1"], 24, 3, 0x11),
+                (["--subsampling", "2x2"], 24, 3, 0x22), ([], 1, 3, 0x21), ([], 8, 3, 0x21),
+                (["--bits", 8], 8, 1, 0x11)):
+            frame = jpeg_segments(self.convert(*options, bits=bits))[0xC0]
+            self.assertEqual((frame[5], frame[7]), (components, sampling), options)
+        data = self.convert("--quality", 75, "--stamp", "10x4", output="out.cmp")
+        self.assertEqual((data[22], data[24:27]), (25, bytes((10, 4, 24))))
         self.assertEqual(self.convert("--stamp", "255x250")[29], 0x11)  # too large for 24 bits
 
     def test_stamp_comes_out_again(self):

@@ -63,6 +63,45 @@ TEST(Arguments, NullPointersAreRefused) {
   EXPECT_EQ(T_FileInfoMemory(nullptr, nullptr, 0), T_ERR_ARGUMENT);
 }
 
+TEST(Arguments, ValuesOutOfRangeAreRefused) {
+  Bitmap picture, other, empty;
+  make_picture(picture, 4, 4, 24);
+  T_InitBitmap(empty.get(), 4, 4, 24);
+  BitmapHandle two = {}, eighth = *picture.get();
+  T_InitBitmap(&two, 5, 5, 2);
+  eighth.DitherMethod = 8;
+  const T_PaletteEntry palette[256] = {};
+  uint8_t row[32] = {};
+  T_ResizeBlock* block = nullptr;
+  const struct {
+    int32_t status, want;
+  } calls[] = {
+      {T_StartDithering(&two, palette, 16), T_ERR_ARGUMENT},
+      {T_StartDithering(&eighth, palette, 16), T_ERR_ARGUMENT},
+      {T_StartDithering(picture.get(), palette, 0), T_ERR_ARGUMENT},
+      {T_StartDithering(picture.get(), palette, 257), T_ERR_ARGUMENT},
+      {T_StartDithering(picture.get(), palette, 0x80000000u), T_ERR_ARGUMENT},
+      {T_DitherLine(picture.get(), row, row + 24), T_ERR_ARGUMENT},
+      {T_StopDithering(picture.get()), T_OK},
+      {T_OptimizeBitmap(picture.get(), other.get(), 0, 257), T_ERR_FORMAT},
+      {T_OptimizeBitmap(picture.get(), other.get(), 0, 0), T_ERR_ARGUMENT},
+      {T_OptimizeBitmap(picture.get(), picture.get(), 0, 16), T_ERR_ARGUMENT},
+      {T_OptimizeBitmap(empty.get(), other.get(), 0, 16), T_ERR_ARGUMENT},
+      {T_ColorResolution(empty.get(), 8, 1, nullptr, 0), T_ERR_NO_STORAGE},
+      {T_GrayScaleBitmap(empty.get()), T_ERR_NO_STORAGE},
+      {T_StartResize(1, 1, 0, 1, &block), T_ERR_ARGUMENT},
+      {T_StartResize(1, 1, 1, -1, &block), T_ERR_ARGUMENT},
+      {T_StartResize(0, 1, 1, 1, &block), T_ERR_ARGUMENT},
+      {T_SizeBitmap(picture.get(), 0, 5), T_ERR_ARGUMENT},
+      {T_SizeBitmap(picture.get(), 4, 4), T_OK},
+      {T_SetCallbackLine(0), T_ERR_ARGUMENT},
+      {T_SetCallbackLine(32), 32},
+      {T_SavePCXBitmap(nullptr, picture.get(), 24), T_ERR_NAME},
+  };
+  for (const auto& c : calls) EXPECT_EQ(c.status, c.want) << "call " << &c - calls;
+  EXPECT_EQ(picture->DitherState, nullptr);
+}
+
 TEST(Arguments, PageNumbersAreClamped) {
   for (const auto& [page, want] : {std::pair{0, 1}, {-5, 1}, {1023, 1023}, {1024, 1023}}) {
     EXPECT_EQ(T_SetPageNumber(page), T_OK);

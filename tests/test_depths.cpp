@@ -196,12 +196,6 @@ TEST(Depths, OperationsTakeTwoAndSixteenBitsInEveryStorage) {
     }
   }
   EXPECT_EQ(leftovers(), before);
-  BitmapHandle two = {};
-  T_InitBitmap(&two, 5, 5, 2);
-  EXPECT_EQ(T_StartDithering(&two, nullptr, 2), T_ERR_ARGUMENT);
-  uint8_t row[8] = {};
-  EXPECT_EQ(T_ConvertBuffer(row, 5, 2, 8, 0, 0, nullptr, nullptr), T_ERR_ARGUMENT);
-  EXPECT_EQ(T_ConvertBuffer(row, 5, 8, 2, 0, 0, nullptr, nullptr), T_ERR_ARGUMENT);
 }
 
 }  // namespace

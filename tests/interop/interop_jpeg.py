@@ -149,7 +149,7 @@ def main():
             if kind == 'photo':
                 qualities(path)
                 cmyk(path)
-    return interop.finish(390)
+    return interop.finish(490)
 
 
 if __name__ == '__main__':
