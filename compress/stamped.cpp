@@ -10,7 +10,7 @@
 #include "core/bitmap.h"
 #include "core/progress.h"
 #include "core/rows.h"
-#include "process/resize.h"
+#include "process/resize_rule.h"
 #include "reduce/reduce.h"
 
 namespace tavo::compress {

@@ -1,5 +1,6 @@
 // Resampling.
-#include "process/resize.h"
+#include "process/resize_bitmap.h"
+#include "process/resize_row.h"
 
 #include <new>
 

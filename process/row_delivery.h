@@ -9,7 +9,7 @@
 #include "core/bitmap.h"
 #include "core/progress.h"
 #include "process/interlace.h"
-#include "process/resize.h"
+#include "process/resize_row.h"
 #include "process/row_batch.h"
 #include "process/row_stages.h"
 #include "process/source_picture.h"

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "platform/platform.h"
-#include "process/resize.h"
+#include "process/resize_row.h"
 #include "processor_levels.h"
 #include "support.h"
 
@@ -83,10 +83,11 @@ TEST(Resize, EverySpeedGivesTheSameRow) {
     source.resize(std::max(old_width, new_width) * bits / 8);
     const Bytes guard(16, 0xEE);
     Bytes want = source;
-    process::ResizeRule rule;
-    rule.set(old_width, new_width);
-    if (old_width != new_width) {
-      process::resize_row_plain(want.data(), bits, old_width, new_width, rule);
+    {
+      const LimitedProcessor plain(platform::Processor::kSse2);
+      process::Resizer resizer;
+      ASSERT_TRUE(resizer.start(old_width, 1, new_width, 1).ok());
+      resizer.resize_row(want.data(), bits);
     }
     const size_t bytes = new_width * bits / 8;
     want.resize(bytes);
