@@ -25,6 +25,8 @@ constexpr size_t kBfType = 0, kBfOffBits = 10;
 
 constexpr size_t kLargestHeader = kFileHeaderSize + dib::kLargestHeader;
 
+// The file header, and behind it one of two kinds of information header that differ from the fifth
+// byte on: sizes of 16 bits in BITMAPCOREHEADER, of 32 in all others.
 Status read_headers(io::InputFile& file, Header& header) {
   std::array<uint8_t, kLargestHeader> bytes;
   size_t got = 0;
@@ -40,6 +42,7 @@ Status read_headers(io::InputFile& file, Header& header) {
   return parse_header({bytes.data(), got}, file_bytes, header);
 }
 
+// Red is the third byte of RGBQUAD and RGBTRIPLE alike.
 Status read_palette(io::InputFile& file, const Header& header, T_PaletteEntry (&palette)[256]) {
   if (header.dib.table_entries == 0) return kOk;
   std::array<uint8_t, 256 * 4> table;
@@ -49,6 +52,7 @@ Status read_palette(io::InputFile& file, const Header& header, T_PaletteEntry (&
   return kOk;
 }
 
+// In the order of the file. Plain rows whose data end early deliver those that are whole.
 Status read_rows(io::InputFile& file, const dib::Header& header, RowDelivery& rows) {
   ByteSource bytes(file);
   TRY(bytes.start());
@@ -74,6 +78,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   header.data_offset = load_le32(&bytes[kBfOffBits]);
   dib::Header& dib = header.dib;
   TRY(dib::parse_header(bytes.subspan(kFileHeaderSize), dib));
+  // biSizeImage is not looked at: it may be 0 where rows are not coded.
   const bool is_plain = dib.coding == dib::Coding::kNone;
   TRY(formats::check_plausible(is_plain ? formats::Density::kPlain : formats::Density::kRuns,
                                dib.line_bytes, static_cast<uint32_t>(dib.height), file_bytes));
@@ -115,7 +120,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
 namespace {
 
-// Dots per inch as dots per metre, rounded to nearest.
+// biXPelsPerMeter from dots per inch, rounded to nearest.
 uint32_t per_meter(int32_t per_inch) {
   return static_cast<uint32_t>((int64_t{per_inch} * 10000 + 127) / 254);
 }
@@ -127,6 +132,8 @@ uint32_t headers_size(int32_t depth, bool is_os2) {
   return static_cast<uint32_t>(fixed) + palette_entries(depth) * (is_os2 ? 3 : 4);
 }
 
+// BITMAPFILEHEADER, then BITMAPINFOHEADER or BITMAPCOREHEADER, then the colour table, which has all
+// the colours of the depth. What is left 0: reserved words, BI_RGB, biClrUsed, biClrImportant.
 Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
                      uint32_t row_bytes, bool is_os2) {
   const auto info_size = static_cast<uint32_t>(is_os2 ? kCoreHeaderSize : kInfoHeaderSize);
@@ -134,22 +141,22 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
   const uint32_t image_size = row_bytes * static_cast<uint32_t>(bitmap.Height);
 
   std::array<uint8_t, kFileHeaderSize + kInfoHeaderSize> bytes = {'B', 'M'};
-  store_le32(&bytes[2], data_offset + image_size);
-  store_le32(&bytes[10], data_offset);
-  store_le32(&bytes[14], info_size);
+  store_le32(&bytes[2], data_offset + image_size);  // bfSize
+  store_le32(&bytes[10], data_offset);              // bfOffBits
+  store_le32(&bytes[14], info_size);                // biSize, bcSize
   if (is_os2) {
-    store_le16(&bytes[18], static_cast<uint16_t>(bitmap.Width));
-    store_le16(&bytes[20], static_cast<uint16_t>(bitmap.Height));
-    store_le16(&bytes[22], 1);
-    store_le16(&bytes[24], static_cast<uint16_t>(depth));
+    store_le16(&bytes[18], static_cast<uint16_t>(bitmap.Width));   // bcWidth
+    store_le16(&bytes[20], static_cast<uint16_t>(bitmap.Height));  // bcHeight
+    store_le16(&bytes[22], 1);                                     // bcPlanes
+    store_le16(&bytes[24], static_cast<uint16_t>(depth));          // bcBitCount
   } else {
-    store_le32(&bytes[18], static_cast<uint32_t>(bitmap.Width));
-    store_le32(&bytes[22], static_cast<uint32_t>(bitmap.Height));
-    store_le16(&bytes[26], 1);
-    store_le16(&bytes[28], static_cast<uint16_t>(depth));
-    store_le32(&bytes[34], image_size);
-    store_le32(&bytes[38], per_meter(bitmap.XResolution));
-    store_le32(&bytes[42], per_meter(bitmap.YResolution));
+    store_le32(&bytes[18], static_cast<uint32_t>(bitmap.Width));   // biWidth
+    store_le32(&bytes[22], static_cast<uint32_t>(bitmap.Height));  // biHeight
+    store_le16(&bytes[26], 1);                                     // biPlanes
+    store_le16(&bytes[28], static_cast<uint16_t>(depth));          // biBitCount
+    store_le32(&bytes[34], image_size);                            // biSizeImage
+    store_le32(&bytes[38], per_meter(bitmap.XResolution));         // biXPelsPerMeter
+    store_le32(&bytes[42], per_meter(bitmap.YResolution));         // biYPelsPerMeter
   }
   TRY(file.write({bytes.data(), kFileHeaderSize + info_size}));
   for (uint32_t i = 0; i < palette_entries(depth); ++i) {
@@ -160,7 +167,7 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
   return kOk;
 }
 
-// Files hold the bottom row first.
+// Files hold the bottom row first: a positive biHeight, which all programs read.
 class Writer final : public io::RowWriter {
  public:
   Writer() : RowWriter(this, io::RowOrder::kAny) {}
@@ -188,6 +195,7 @@ class Writer final : public io::RowWriter {
   Status finish() { return file_.finish(); }
 
  private:
+  // Rows that come top first fill the file from its end.
   Status put_reversed(std::span<const uint8_t> rows) {
     if (reversed_.size() < rows.size()) TRY(reversed_.allocate(rows.size()));
     const std::span<uint8_t> out = reversed_.bytes().first(rows.size());

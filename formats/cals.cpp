@@ -18,14 +18,15 @@ namespace {
 
 constexpr size_t kRecordSize = 128;
 constexpr int kRecords = 16;
-constexpr int kRecordsRead = 11;
-constexpr int kStrictRecords = 9;
+constexpr int kRecordsRead = 11;   // those that the standard names; blank ones fill the rest
+constexpr int kStrictRecords = 9;  // kept: from the tenth on unknown keys are ignored
 constexpr uint32_t kDataOffset = kRecordSize * kRecords;
 constexpr uint32_t kInputBytes = 32768;
 constexpr uint32_t kInputStep = 1024;
 constexpr int32_t kStorageKind = 3;
 
-// Cuts a record, which ends at its first zero byte, into tokens.
+// Cuts a record, which ends at its first zero byte, into tokens. The standard has "key: value" and
+// blanks behind; others end their records with a line feed and zeros.
 class Tokens {
  public:
   explicit Tokens(std::span<const uint8_t> record)
@@ -67,16 +68,19 @@ class Tokens {
 constexpr std::string_view kTextKeys[] = {"srcdocid", "dstdocid", "txtfilid", "figid",
                                           "srcgph",   "doccls",   "docls",    "notes"};
 
-// kBadData for an unknown key.
+// MIL-STD-1840C, the header records of a raster file, in any order. Numbers that are none become
+// -1, which no size can be. kBadData for an unknown key.
 Status parse_record(std::span<const uint8_t> record, Header& header) {
   Tokens tokens(record);
   const std::string_view key = tokens.next();
   if (key.empty()) return kReadError;
+  // MIL-PRF-28002C: 1 is an untiled picture in Group 4; 2 has tiles.
   if (key == "rtype") return tokens.next_number(header.raster_type);
   if (key == "rdensity") {
     int32_t unused = 0;  // kept: no bitmap takes its resolution from it
     return tokens.next_number(unused);
   }
+  // Pels of a line, lines.
   if (key == "rpelcnt") {
     TRY(tokens.next_number(header.width));
     return tokens.next_number(header.height);
@@ -89,8 +93,8 @@ Status parse_record(std::span<const uint8_t> record, Header& header) {
   return std::ranges::find(kTextKeys, key) != std::end(kTextKeys) ? kOk : kBadData;
 }
 
-// Where pels and lines go when the picture is viewed: the pel path is counted anticlockwise from
-// left to right, the line progression from the pel path.
+// Where pels and lines go when the picture is viewed ("rorient"): the pel path is counted
+// anticlockwise from left to right, the line progression from the pel path.
 struct Viewing {
   int32_t pel_path;
   int32_t line_progression;
@@ -109,6 +113,7 @@ uint32_t viewing_orientation(const Header& header) {
   return 1;
 }
 
+// Kept: white first, top row first whatever "rorient" says, no resolution.
 process::SourcePicture describe(const Header& header) {
   process::SourcePicture picture;
   picture.width = header.width;
@@ -125,6 +130,7 @@ process::SourcePicture describe(const Header& header) {
 
 }  // namespace
 
+// "rpelcnt" must have come by the eleventh record.
 Status parse_header(io::InputFile& file, Header& header) {
   for (int number = 1; number <= kRecordsRead; ++number) {
     std::array<uint8_t, kRecordSize> record;
@@ -161,6 +167,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   ByteSource bytes(file);
   TRY(bytes.start(kInputBytes, kInputStep, kInputStep));
   TRY(file.seek(kDataOffset));
+  // Kept: the image begins behind sixteen records, and other types are taken for Group 3.
   const bool is_group4 = header.raster_type == 1;
   ccitt::Decoder decoder;
   TRY(decoder.start(is_group4 ? ccitt::Coding::kGroup4 : ccitt::Coding::kGroup3,
@@ -176,18 +183,20 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
 namespace {
 
+// A record ends with a line feed; zeros fill it up.
 Status write_record(io::OutputFile& file, std::string_view text) {
   std::array<uint8_t, kRecordSize> record = {};
   std::ranges::copy(text, record.begin());
   return file.write(record);
 }
 
-// Five digits; the first one runs past "9" for numbers of 100,000 and more.
+// Five digits; kept: the first one runs past "9" for numbers of 100,000 and more.
 void put_five_digits(char* at, int32_t number) {
   for (int i = 4; i > 0; --i, number /= 10) at[i] = static_cast<char>('0' + number % 10);
   at[0] = static_cast<char>('0' + number);
 }
 
+// "NONE" is the standard's word for what does not apply.
 Status write_header(io::OutputFile& file, const BitmapHandle& bitmap) {
   for (const std::string_view text :
        {"srcdocid: NONE\n", "dstdocid: NONE\n", "txtfilid: NONE\n", "figid: NONE\n",
@@ -209,6 +218,7 @@ class Writer final : public io::RowWriter {
   Writer() : RowWriter(this), encoder_(file_) {}
 
   Status prepare(const io::SaveRequest&, const BitmapHandle& picture, io::RowLayout& layout) {
+    // Fax codes have white as 0. Of pictures of 1 bit the red of colour 0 decides: kept.
     static constexpr T_PaletteEntry kWhiteBlack[2] = {{255, 255, 255, 0}, {0, 0, 0, 0}};
     const bool is_1bit = picture.BitsPerPixel == 1;
     layout.inverts = is_1bit && picture.Info.Palette[0].Red == 0;

@@ -21,7 +21,7 @@ namespace {
 constexpr size_t kKind = 4, kFlags = 6, kWidth = 8, kHeight = 12, kXResolution = 16;
 constexpr size_t kYResolution = 20, kColors = 24, kChecksum = 30;
 
-constexpr uint8_t kBilevelKind = 1;
+constexpr uint8_t kBilevelKind = 1;  // 0 is CMP's
 constexpr uint8_t kInverted = 0x01;
 
 void invert(std::span<uint8_t> row) {
@@ -38,6 +38,7 @@ uint16_t checksum(const uint8_t* header) {
 
 int32_t load_signed(const uint8_t* bytes) { return static_cast<int32_t>(load_le32(bytes)); }
 
+// Two colours of the bitmap's own, in the order of its indices, and top row first whatever it was.
 process::SourcePicture describe(const Header& header) {
   process::SourcePicture picture;
   picture.width = header.width;
@@ -53,6 +54,7 @@ process::SourcePicture describe(const Header& header) {
   return picture;
 }
 
+// Words are little-endian, colours red, green, blue; what is not named is 0.
 std::array<uint8_t, kHeaderSize> make_header(const BitmapHandle& bitmap,
                                              const T_PaletteEntry* palette, bool is_inverted) {
   std::array<uint8_t, kHeaderSize> bytes = {};
@@ -118,6 +120,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
   ByteSource source(file);
   TRY(source.start());
+  // T.6 with the highest bit first; what follows the last row, the end-of-block code, is not read.
   ccitt::Decoder decoder;
   TRY(decoder.start(ccitt::Coding::kGroup4, static_cast<uint32_t>(header.width), false));
   decoder.begin(source);

@@ -13,6 +13,8 @@ namespace {
 
 constexpr uint8_t kPcxManufacturer = 10;
 
+// A directory does not say how long pages are: each ends where the next one in the file begins,
+// whatever the order in which they are listed. 256-colour PCX pages have their palette there.
 uint32_t page_end(const Directory& directory, uint32_t count, uint32_t start, uint32_t file_size) {
   uint32_t end = file_size;
   for (uint32_t i = 0; i < count; ++i) {
@@ -44,6 +46,8 @@ Status enter_page(io::OutputFile& file, const Directory& directory, uint32_t pag
   return file.write_at(place + 3, {&entry[3], 1});
 }
 
+// `start` gets where the new page is to be written: at the end, or behind the pages that had to be
+// moved for a longer directory, as files of other programs have no room in it.
 Status begin_dcx_page(io::OutputFile& file, Directory& directory, uint32_t file_size,
                       uint32_t& start) {
   uint32_t count = directory.count();
@@ -62,6 +66,7 @@ Status begin_dcx_page(io::OutputFile& file, Directory& directory, uint32_t file_
 
 }  // namespace
 
+// A file without a directory is one page, whatever it is: what stands there decides.
 Status locate(io::InputFile& file, int32_t number, Page& page) {
   page = {};
   Directory directory;
@@ -79,10 +84,12 @@ Status locate(io::InputFile& file, int32_t number, Page& page) {
   return page.start < page.end ? kOk : kBadData;
 }
 
+// Whether it is DCX shows in the first four bytes alone.
 bool is_container(std::span<const uint8_t> head) {
   return head.size() >= 4 && load_le32(head.data()) == kMagic;
 }
 
+// A PCX file becomes DCX first, its picture the first page.
 Status begin_page(io::OutputFile& file) {
   uint32_t file_size = 0;
   TRY(file.seek_end(file_size));

@@ -14,8 +14,8 @@ namespace {
 constexpr uint32_t kPieceSize = 32768;
 constexpr uint32_t kPieceStep = 1024;
 constexpr uint32_t kLeastPiece = kAreaSize + 2 * kPieceStep;
-constexpr uint32_t kHeaderSize = 128;
-constexpr uint32_t kTrailerSize = 769;
+constexpr uint32_t kHeaderSize = 128;   // of a PCX page
+constexpr uint32_t kTrailerSize = 769;  // its palette of 256 colours, with the mark before it
 
 // A head of this value is a run of none: in pairs these bytes are codes without pixels, and at the
 // end of the data one that is left over is none either.
@@ -23,6 +23,7 @@ constexpr uint8_t kNoPixels = 0xC0;
 
 using Header = std::array<uint8_t, kHeaderSize>;
 
+// 8 bits in one plane.
 bool has_trailer(const Header& header) { return header[3] == 8 && header[65] == 1; }
 
 // Where codes begin in the data of the page whose header is at `page`.

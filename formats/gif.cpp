@@ -19,18 +19,33 @@ namespace {
 
 using process::RowDelivery;
 
-constexpr size_t kScreenSize = 13;          // signature, version, logical screen descriptor
-constexpr size_t kImageDescriptorSize = 9;  // without its separator
-constexpr uint8_t kExtension = 0x21;
-constexpr uint8_t kImageSeparator = 0x2C;
-constexpr uint8_t kTrailer = 0x3B;
-constexpr uint8_t kHasTable = 0x80;  // packed fields of screen and image
-constexpr uint8_t kInterlaced = 0x40;
-constexpr size_t kPacket = 254;  // bytes of a written data sub-block
+// Sections are those of the GIF89a specification.
 
+// Header (17) and logical screen descriptor (18).
+constexpr size_t kScreenSize = 13;
+constexpr size_t kScreenWidth = 6, kScreenHeight = 8, kScreenPacked = 10;
+
+// Image descriptor (20), without its separator.
+constexpr size_t kImageDescriptorSize = 9;
+constexpr size_t kImageWidth = 4, kImageHeight = 6, kImagePacked = 8;
+
+// What a block begins with.
+constexpr uint8_t kExtension = 0x21;       // 23 to 26
+constexpr uint8_t kImageSeparator = 0x2C;  // 20
+constexpr uint8_t kTrailer = 0x3B;         // 27
+
+// Bits of both packed fields; the low three are the size of the table that follows.
+constexpr uint8_t kHasTable = 0x80;
+constexpr uint8_t kInterlaced = 0x40;  // of the image's only
+
+// Bytes of a written data sub-block (15), which can have 255.
+constexpr size_t kPacket = 254;
+
+// Sections 18 and 20: "size of global color table", "size of local color table".
 uint32_t table_entries(uint8_t packed) { return 2u << (packed & 7); }
 
-// Data sub-blocks as one stream: what stands between length bytes, up to the empty block.
+// Data sub-blocks (15) as one stream: what stands between length bytes, up to the block terminator
+// (16), which is an empty one. A file that ends before counts as terminated.
 class SubBlocks {
  public:
   explicit SubBlocks(ByteSource& bytes) : bytes_(bytes) {}
@@ -60,8 +75,10 @@ class SubBlocks {
   bool at_end_ = false;
 };
 
-// Past any extensions to the image separator. Their contents (timing, transparency, comments)
-// have no place in a bitmap.
+// Past any extensions to the image separator. Their contents have no place in a bitmap: timing and
+// transparency (graphic control, 23), comments (24), plain text (25), loops (application, 26).
+// Unknown ones are skipped the same way: a label, then data sub-blocks. A trailer means that there
+// is no image.
 Status find_image(ByteSource& bytes) {
   int introducer = bytes.get();
   while (introducer == kExtension) {
@@ -77,7 +94,7 @@ Status find_image(ByteSource& bytes) {
   return introducer == kImageSeparator ? kOk : bytes.shortage();
 }
 
-// The image's table takes the place of the screen's, whichever is longer.
+// Sections 19 and 21. The image's table takes the place of the screen's, whichever is longer.
 Status read_table(ByteSource& bytes, uint8_t packed, process::SourcePicture& picture) {
   std::array<uint8_t, 3 * 256> rgb = {};
   picture.colors = table_entries(packed);
@@ -86,8 +103,8 @@ Status read_table(ByteSource& bytes, uint8_t packed, process::SourcePicture& pic
   return kOk;
 }
 
-// The size field of the global table decides, even when the image brings a table of its own and
-// there is no global one, unless the setting lets the image's table decide.
+// Kept: the size field of the global table decides, even when the image brings a table of its own
+// and there is no global one, unless the setting lets the image's table decide.
 int32_t depth_of(uint8_t screen_packed, uint8_t image_packed) {
   const bool by_image = settings.gif_image_depth && (image_packed & kHasTable) != 0;
   const int color_bits = ((by_image ? image_packed : screen_packed) & 7) + 1;
@@ -104,27 +121,31 @@ Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header) {
   TRY(bytes.read_some(screen, got));
   if (got < kScreenSize) return kBadData;
   if (std::memcmp(screen.data(), "GIF", 3) != 0) return kBadData;
-  const uint8_t packed = screen[10];
+  // Versions other than 87a and 89a are read as these. The screen's size, background and aspect
+  // ratio mean nothing to a single picture, nor does the image's place on it.
+  const uint8_t packed = screen[kScreenPacked];
   if ((packed & kHasTable) != 0) TRY(read_table(bytes, packed, picture));
 
   TRY(find_image(bytes));
   std::array<uint8_t, kImageDescriptorSize> image;
   TRY(bytes.read(image));
-  picture.width = load_le16(&image[4]);
-  picture.height = load_le16(&image[6]);
-  const uint8_t image_packed = image[8];
+  picture.width = load_le16(&image[kImageWidth]);
+  picture.height = load_le16(&image[kImageHeight]);
+  const uint8_t image_packed = image[kImagePacked];
   picture.bits = depth_of(packed, image_packed);
   if ((image_packed & kHasTable) != 0) TRY(read_table(bytes, image_packed, picture));
+  // Section 19: without any table a decoder may use one of its own.
   if (((packed | image_packed) & kHasTable) == 0) {
     color::fill_gray_ramp(std::span(picture.palette).first(size_t{1} << picture.bits));
   }
+  // Section 22: the image data begin with the code size, 2 for bilevel pictures.
   TRY(bytes.read({&header.minimum_code_size, 1}));
 
   if (picture.width == 0 || picture.height == 0) return kBadData;
   TRY(formats::check_plausible(formats::Density::kLzw, static_cast<uint32_t>(picture.width),
                                static_cast<uint32_t>(picture.height), file_bytes));
   picture.storage_kind = T_FORMAT_GIF;
-  picture.flags = (image_packed & kInterlaced) != 0 ? T_FLAG_INTERLACED : 0;
+  picture.flags = (image_packed & kInterlaced) != 0 ? T_FLAG_INTERLACED : 0;  // appendix E
   return kOk;
 }
 
@@ -142,8 +163,9 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
 
 namespace {
 
-// Decodes one row of index bytes; one that is cut is filled up with index 0. `got`: pixels that
-// came. A row that the end code cuts counts as read; otherwise the stream must not end in a row.
+// Section 22 and appendix F. Decodes one row of index bytes; one that is cut is filled up with
+// index 0. `got`: pixels that came. Kept: a row that the end code cuts counts as read; otherwise
+// the stream must not end in a row. Data behind the last row are of no interest.
 Status decode_row(lzw::LowFirstDecoder& decoder, ByteSource& stream, std::span<uint8_t> indices,
                   size_t& got) {
   const Status status = decoder.decode(stream, indices, got);
@@ -153,6 +175,7 @@ Status decode_row(lzw::LowFirstDecoder& decoder, ByteSource& stream, std::span<u
   return status.ok() ? kBadData : status;
 }
 
+// Indices that the depth cannot hold lose their high bits.
 Status decode_rows(const process::SourcePicture& picture, lzw::LowFirstDecoder& decoder,
                    ByteSource& stream, RowDelivery& rows) {
   const auto width = static_cast<size_t>(picture.width);
@@ -174,6 +197,7 @@ Status decode_rows(const process::SourcePicture& picture, lzw::LowFirstDecoder& 
 
 }  // namespace
 
+// The first image is the picture; all that follows it is left unread.
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context) {
   io::InputFile file;
@@ -197,7 +221,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
 namespace {
 
-// Cuts a stream into data sub-blocks.
+// Cuts a stream into data sub-blocks (15).
 class PacketWriter {
  public:
   explicit PacketWriter(io::OutputFile& file) : file_(file) {}
@@ -228,18 +252,19 @@ class PacketWriter {
   size_t used_ = 0;
 };
 
-// Screen descriptor, global table, image descriptor, minimum code size. The screen is the
-// display's, and the size field of a local table is filled in without one: both kept, programs
-// compare files.
+// Screen descriptor (18), global table (19), image descriptor (20), minimum code size (22). The
+// screen is the display's, and the size field of a local table is filled in without one: both kept,
+// programs compare files. Background 0, no aspect ratio, the image at 0, 0.
 Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap) {
   constexpr int kBits = 8;
   platform::ScreenSize screen{settings.screen_width, settings.screen_height};
   if (screen.width == 0 && screen.height == 0) screen = platform::screen_size();
   std::array<uint8_t, kScreenSize> head = {'G', 'I', 'F', '8', '7', 'a'};
   if (settings.gif89a) head[4] = '9';
-  store_le16(&head[6], static_cast<uint16_t>(screen.width));
-  store_le16(&head[8], static_cast<uint16_t>(screen.height));
-  head[10] = static_cast<uint8_t>(((kBits - 1) | 4) << 5 | (kBits - 1));
+  store_le16(&head[kScreenWidth], static_cast<uint16_t>(screen.width));
+  store_le16(&head[kScreenHeight], static_cast<uint16_t>(screen.height));
+  // A global table of 256 colours, not sorted. Kept: "color resolution" says 7 bits.
+  head[kScreenPacked] = static_cast<uint8_t>(((kBits - 1) | 4) << 5 | (kBits - 1));
   TRY(file.write(head));
 
   std::array<uint8_t, 3 * 256> table;
@@ -252,9 +277,9 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap) {
   TRY(file.write(table));
 
   std::array<uint8_t, 1 + kImageDescriptorSize + 1> image = {kImageSeparator};
-  store_le16(&image[5], static_cast<uint16_t>(bitmap.Width));
-  store_le16(&image[7], static_cast<uint16_t>(bitmap.Height));
-  image[9] = bitmap.BitsPerPixel == kBits ? kBits - 1 : 0;
+  store_le16(&image[1 + kImageWidth], static_cast<uint16_t>(bitmap.Width));
+  store_le16(&image[1 + kImageHeight], static_cast<uint16_t>(bitmap.Height));
+  image[1 + kImagePacked] = bitmap.BitsPerPixel == kBits ? kBits - 1 : 0;
   image[10] = kBits;
   return file.write(image);
 }
@@ -290,7 +315,7 @@ class Writer final : public io::RowWriter {
  private:
   Status close() {
     is_begun_ = false;
-    constexpr std::array<uint8_t, 2> kEnd = {0, kTrailer};
+    constexpr std::array<uint8_t, 2> kEnd = {0, kTrailer};  // block terminator (16), trailer (27)
     TRY(file_.write(kEnd));
     return file_.finish();
   }

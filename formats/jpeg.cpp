@@ -15,6 +15,7 @@
 namespace tavo::jpeg {
 namespace {
 
+// Of a CMP file's stamp, behind its header.
 uint32_t stamp_bytes(uint32_t width, uint32_t height, uint32_t bits) {
   const uint32_t palette = bits == 8 ? static_cast<uint32_t>(cmp::kStampPaletteSize) : 0;
   return width * height * (bits / 8) + palette;
@@ -31,8 +32,8 @@ void read_trailer(io::InputFile& file, Container& container) {
   container.y_resolution = load_le16(&bytes[6]);
 }
 
-// Dots per inch from a JFIF density. Streams of this library give dots per inch with the unit that
-// otherwise means an aspect ratio.
+// Dots per inch from a JFIF density, whose unit is 1, dots per inch, or 2, dots per centimetre.
+// Kept: streams of this library give dots per inch with 0, which otherwise means an aspect ratio.
 int32_t to_dpi(const Extras& extras, uint16_t density) {
   if (extras.density_unit == 2) return (density * 254 + 50) / 100;
   return extras.density_unit == 1 || cmp::is_own_comment(extras.comment_text()) ? density : 0;
@@ -43,6 +44,7 @@ int32_t to_dpi(const Extras& extras, uint16_t density) {
 Status parse_container(std::span<const uint8_t> head, Container& container) {
   if (head.size() < 3) return kReadError;
   container = Container();
+  // SOI and the first byte of another marker (ISO/IEC 10918-1, B.2.1).
   if (head[0] == 0xFF && head[1] == marker::kSoi && head[2] == 0xFF) return kOk;
   if (!std::equal(head.begin(), head.begin() + 3, cmp::kMagic.begin())) return kBadData;
   if (head.size() < cmp::kHeaderSize) return kReadError;
@@ -82,8 +84,11 @@ Status PictureDecoder::read_header(ByteSource& source, const Container& containe
   return status;
 }
 
+// One component is grey (JFIF 1.02: luminance), and so is a picture asked for with 8 bits. A record
+// that is not allocated gets the depth that was asked for above that.
 process::SourcePicture PictureDecoder::picture(int32_t bits_per_pixel, uint32_t order) const {
   const Frame& frame = decoder_.frame();
+  // Of two components the second is nobody's: the first is shown.
   const bool is_gray = frame.count < 3 || bits_per_pixel == 8;
   process::SourcePicture picture;
   picture.width = static_cast<int32_t>(frame.width);
@@ -104,6 +109,7 @@ process::SourcePicture PictureDecoder::picture(int32_t bits_per_pixel, uint32_t 
   return picture;
 }
 
+// Colours come in the order of an allocated record, so that no pixel is swapped afterwards.
 Status PictureDecoder::start(BitmapHandle& bitmap, T_RowSink sink, int32_t bits_per_pixel,
                              void* context, int32_t option) {
   const bool is_allocated = core::has_flag(bitmap, T_FLAG_ALLOCATED);
@@ -120,6 +126,7 @@ Status PictureDecoder::start(BitmapHandle& bitmap, T_RowSink sink, int32_t bits_
                                                : PixelLayout::kBgr24);
 }
 
+// Half-height CMP files have every second row; each stands for two.
 Status PictureDecoder::deliver_row() {
   uint32_t got = 0;
   const std::span<uint8_t> first = rows_->next_row();
@@ -135,6 +142,7 @@ Status PictureDecoder::deliver_row() {
   return kOk;
 }
 
+// As many rows at once as the delivery has room for.
 Status PictureDecoder::deliver_all() {
   while (!is_finished()) {
     if (container_.is_half_height) {
@@ -164,7 +172,8 @@ Status check_size(const Frame& frame, uint64_t file_bytes) {
   return formats::check_plausible(formats::Density::kJpeg, frame.width, frame.height, file_bytes);
 }
 
-// Reads the header, and once more when the line count is left to the end of the first scan.
+// Reads the header, and once more when the line count is left to the end of the first scan, where a
+// DNL segment has it (B.2.5).
 Status find_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
                    const Container& container) {
   const auto go_to_stream = [&] {
@@ -195,6 +204,8 @@ Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& sou
 
 namespace {
 
+// CMP files begin with a header of their own and JPEG streams with SOI, so the two probes never
+// accept the same file.
 Status probe_stream(const io::ProbeInput& input, int32_t format, FILEINFO& info) {
   Container container;
   TRY(parse_container(input.head, container));
@@ -203,7 +214,8 @@ Status probe_stream(const io::ProbeInput& input, int32_t format, FILEINFO& info)
   ByteSource source(input.file);
   TRY(source.start(4096));
   PictureDecoder decoder;
-  // A picture whose size is known is one, whatever keeps it from being decoded.
+  // A picture whose size is known is one, whatever keeps it from being decoded: lossless and
+  // hierarchical coding, 12 bits, missing tables.
   const Status status = find_header(decoder, input.file, source, container);
   if (status == kNoMemory) return status;
   const Frame& frame = decoder.decoder().frame();

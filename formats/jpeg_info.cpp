@@ -7,6 +7,7 @@
 namespace tavo::jpeg {
 namespace {
 
+// The first component's table is the luminance's. A progressive stream may define it later.
 void describe_quality(const Decoder& decoder, const Container& container, T_JPEGINFO& info) {
   const auto quantisers = decoder.quantisers(0);
   if (quantisers[0] == 0) return;  // no table yet
@@ -22,6 +23,7 @@ void describe_quality(const Decoder& decoder, const Container& container, T_JPEG
                                        .value = container.quality_value});
 }
 
+// What the frame header (ISO/IEC 10918-1, B.2.2) and a DRI segment in front of the scan say.
 void describe_frame(const Decoder& decoder, T_JPEGINFO& info) {
   const Frame& frame = decoder.frame();
   info.Components = static_cast<int32_t>(frame.count);

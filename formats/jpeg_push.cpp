@@ -43,6 +43,8 @@ Status PushDecoder::end() {
   return failure_;
 }
 
+// What has been decoded is dropped when room is needed; the buffer grows by half, so that pieces of
+// one byte are copied a bounded number of times.
 Status PushDecoder::append(std::span<const uint8_t> bytes) {
   // Rows that are done need no more input; the rest of the stream is of no interest.
   if (has_rows_ && decoder_->is_finished()) return kOk;
@@ -93,12 +95,14 @@ Status PushDecoder::try_header() {
   const Frame& frame = decoder_->decoder().frame();
   uint32_t lines = 0;
   if (status == kBadData && frame.count != 0 && frame.height == 0) {
+    // The height stands behind the first scan (DNL): wait for all of it.
     if (!is_complete_) return kOk;
     ByteSource search(stream);
     lines = find_line_count(search);
   } else {
     TRY(status);
   }
+  // Several scans need all of the stream: none of the rows is final before the last one.
   const uint64_t coded = header.window().size();
   const Decoder& decoder = decoder_->decoder();
   if (!is_complete_ && (!decoder.is_single_scan() || coded < decoder.most_bytes())) return kOk;
@@ -116,6 +120,8 @@ Status PushDecoder::begin_rows() {
   return kOk;
 }
 
+// A row begins only when the most that it can take is there, so that decoding never stops inside
+// one.
 Status PushDecoder::deliver() {
   while (!decoder_->is_finished()) {
     const Decoder& decoder = decoder_->decoder();

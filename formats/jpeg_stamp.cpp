@@ -17,8 +17,13 @@ namespace {
 
 using Kind = StampPlace::Kind;
 
+// JFIF 1.02. The JFIF segment ends with a thumbnail's sizes and its pixels, red first.
 constexpr size_t kJfifSize = 14;
+constexpr size_t kJfifWidth = 12, kJfifHeight = 13;
+
+// The extension segment: "JFXX", a code, and what belongs to it.
 constexpr size_t kJfxxSize = 6;  // without width and height, which coded stamps lack
+constexpr size_t kJfxxCode = 5, kJfxxWidth = 6, kJfxxHeight = 7;
 constexpr uint8_t kCodedStamp = 0x10, kPaletteStamp = 0x11, kColorStamp = 0x13;
 constexpr uint32_t kMaxCodedSide = 1024;  // of a picture that came in one segment
 
@@ -31,7 +36,9 @@ struct Segment {
   bool begins(const char (&text)[5]) const { return std::memcmp(head.data(), text, 5) == 0; }
 };
 
-// The segments of a stream up to its frame header.
+// The segments of a stream up to its frame header (ISO/IEC 10918-1, B.1.1.4). Markers may have fill
+// bytes, 0xFF, in front (B.1.1.2). SOF and what comes with it end the search; DHT and DAC have
+// codes among them.
 class Segments {
  public:
   explicit Segments(ByteSource& source) : source_(source) {}
@@ -69,18 +76,22 @@ bool read_place(const Segment& segment, StampPlace& stamp) {
   const auto& head = segment.head;
   if (segment.code != marker::kApp0) return false;
   if (segment.begins("JFIF") && segment.size > kJfifSize) {
-    stamp = {Kind::kRgb, head[12], head[13], 24, segment.offset + kJfifSize, 0};
+    stamp = {Kind::kRgb, head[kJfifWidth], head[kJfifHeight], 24, segment.offset + kJfifSize, 0};
     return true;
   }
   if (!segment.begins("JFXX") || segment.size < kJfxxSize) return false;
-  if (head[5] == kCodedStamp) {
+  if (head[kJfxxCode] == kCodedStamp) {
     stamp = {Kind::kCoded, 0, 0, 0, segment.offset + kJfxxSize, segment.size - kJfxxSize};
     return true;
   }
-  const bool is_indexed = head[5] == kPaletteStamp;
-  stamp = {is_indexed ? Kind::kPalette : Kind::kRgb, head[6], head[7], is_indexed ? 8u : 24u,
-           segment.offset + kJfxxSize + 2,           0};
-  return is_indexed || head[5] == kColorStamp;
+  const bool is_indexed = head[kJfxxCode] == kPaletteStamp;
+  stamp = {is_indexed ? Kind::kPalette : Kind::kRgb,
+           head[kJfxxWidth],
+           head[kJfxxHeight],
+           is_indexed ? 8u : 24u,
+           segment.offset + kJfxxSize + 2,
+           0};
+  return is_indexed || head[kJfxxCode] == kColorStamp;
 }
 
 // The first JFXX stamp, or else what the JFIF segment has. The format wants red first in both; this
@@ -127,6 +138,7 @@ class CodedStamp {
   std::optional<ByteSource> source_;
 };
 
+// JFIF 1.02 and CMP alike: 256 triples, red first.
 Status read_palette(io::InputFile& file, BitmapHandle& bitmap) {
   std::array<uint8_t, cmp::kStampPaletteSize> palette;
   TRY(file.read(palette));
@@ -138,6 +150,7 @@ Status read_palette(io::InputFile& file, BitmapHandle& bitmap) {
   return kOk;
 }
 
+// Rows are not padded.
 Status read_pixels(io::InputFile& file, const StampPlace& stamp, BitmapHandle& bitmap) {
   TRY(file.seek(stamp.offset));
   if (stamp.bits == 8) TRY(read_palette(file, bitmap));
@@ -176,6 +189,7 @@ Status decode_pixels(io::InputFile& file, const StampPlace& stamp, BitmapHandle&
 
 }  // namespace
 
+// A CMP file tells the size and depth of its stamp behind its header, a stream in its segments.
 Status find_stamp(io::InputFile& file, const Container& container, StampPlace& stamp) {
   if (container.format == T_FORMAT_JPEG) {
     TRY(find_in_segments(file, stamp));

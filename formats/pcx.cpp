@@ -20,19 +20,34 @@ namespace {
 
 using process::RowDelivery;
 
+// Offsets in the header, by the names of the manual. Encoding (2) and PaletteInfo are not looked
+// at: kept, all files count as run-length coded, and whether they are grey shows in the palette.
+constexpr size_t kManufacturerAt = 0, kVersionAt = 1, kBitsPerPixel = 3;
+constexpr size_t kXMin = 4, kYMin = 6, kXMax = 8, kYMax = 10;
+constexpr size_t kHDpi = 12, kVDpi = 14, kColormap = 16, kPlanes = 65, kBytesPerLine = 66;
+constexpr size_t kPaletteInfo = 68;
+
 constexpr uint8_t kManufacturer = 10;
-constexpr uint8_t kVersion = 5;
+constexpr uint8_t kVersion = 5;  // what can have a palette of 256 colours
 constexpr uint8_t kRunLength = 1;
+
+// "256 color palette": behind the pixels, a mark and 256 triples.
 constexpr uint32_t kTrailerSize = 1 + 3 * 256;
 constexpr uint8_t kTrailerMark = 12;
-constexpr uint32_t kCombinedPlanes = 4;  // missing planes of one bit are zero
 
+// Planes of one bit are those of an EGA: blue, green, red, intensity. Kept: four are combined
+// whatever the header says; those that a file does not have are zero.
+constexpr uint32_t kCombinedPlanes = 4;
+
+// Packed pixels, of 2 bits for CGA boards; planes of one bit, for EGA; planes of 8 bits for red,
+// green, blue, and a fourth, which is ignored.
 bool is_layout(uint8_t plane_bits, uint8_t planes) {
   if (planes == 1) return plane_bits == 1 || plane_bits == 2 || plane_bits == 4 || plane_bits == 8;
   if (plane_bits == 1) return planes >= 2 && planes <= kCombinedPlanes;
   return plane_bits == 8 && (planes == 3 || planes == 4);
 }
 
+// Kept: two colours that are equal, as where a program left the palette 0, are black and white.
 void set_header_palette(const Header& header, process::SourcePicture& picture) {
   const uint8_t* const palette = header.palette.data();
   if (picture.colors == 2 && std::memcmp(palette, palette + 3, 3) == 0) {
@@ -44,7 +59,8 @@ void set_header_palette(const Header& header, process::SourcePicture& picture) {
   }
 }
 
-// What the reader delivers; the palette of 256 colours is read later.
+// What the reader delivers; the palette of 256 colours is read later. Two and three planes of one
+// bit count their 4 and 8 colours, and are delivered with 4 bits.
 process::SourcePicture describe(const Header& header) {
   process::SourcePicture picture;
   picture.width = header.width;
@@ -70,7 +86,8 @@ Status read_header(io::InputFile& file, const dcx::Page& page, Header& header) {
   return parse_header(bytes, page.end - page.start, header);
 }
 
-// The palette that ends the page; `data_end` gets where the pixels end at the latest.
+// The palette that ends the page; `data_end` gets where the pixels end at the latest. Kept: a
+// picture of 8 bits without it is damaged.
 Status read_trailer(io::InputFile& file, const dcx::Page& page, uint32_t& data_end,
                     process::SourcePicture& picture) {
   if (page.end < kTrailerSize) return kSeekError;
@@ -124,6 +141,9 @@ Status read_plain_lines(RunDecoder& decoder, const Header& header, RowDelivery& 
   return rows.finish();
 }
 
+// The planes of a line follow one another. Runs may go from one plane to the next and, though the
+// manual wants a break at the end of each line, to the next line: kept. Lines are as long as the
+// header says, which may be more than the picture's width takes.
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   RunDecoder decoder(bytes);
   const uint32_t line_bytes = header.line_bytes;
@@ -159,16 +179,17 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
 
 Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, uint32_t page_bytes,
                     Header& header) {
-  if (bytes[0] != kManufacturer) return kBadData;
-  header.version = bytes[1];
-  header.plane_bits = bytes[3];
-  header.planes = bytes[65];
-  header.width = load_le16(&bytes[8]) - load_le16(&bytes[4]) + 1;
-  header.height = load_le16(&bytes[10]) - load_le16(&bytes[6]) + 1;
-  header.x_resolution = load_le16(&bytes[12]);
-  header.y_resolution = load_le16(&bytes[14]);
-  header.line_bytes = load_le16(&bytes[66]);
-  std::ranges::copy(bytes.subspan<16, 48>(), header.palette.begin());
+  if (bytes[kManufacturerAt] != kManufacturer) return kBadData;
+  header.version = bytes[kVersionAt];
+  header.plane_bits = bytes[kBitsPerPixel];
+  header.planes = bytes[kPlanes];
+  // The window's corners, both of them inside.
+  header.width = load_le16(&bytes[kXMax]) - load_le16(&bytes[kXMin]) + 1;
+  header.height = load_le16(&bytes[kYMax]) - load_le16(&bytes[kYMin]) + 1;
+  header.x_resolution = load_le16(&bytes[kHDpi]);
+  header.y_resolution = load_le16(&bytes[kVDpi]);
+  header.line_bytes = load_le16(&bytes[kBytesPerLine]);
+  std::ranges::copy(bytes.subspan<kColormap, 48>(), header.palette.begin());
   if (header.width < 1 || header.height < 1) return kBadData;
   if (!is_layout(header.plane_bits, header.planes)) return kBadData;
   const int32_t needed = (header.width * header.plane_bits + 7) / 8;
@@ -178,6 +199,8 @@ Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, uint32_t page_b
                                   static_cast<uint32_t>(header.height), page_bytes);
 }
 
+// Versions: 0 is PC Paintbrush 2.5; 2 is 2.8 with palette; 3 is 2.8 without, whose palette is read
+// all the same: kept; 5 is 3.0. A direct load takes any.
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   dcx::Page page;
   TRY(dcx::locate(input.file, settings.page_number, page));
@@ -218,14 +241,12 @@ namespace {
 
 using Palette = T_PaletteEntry[256];
 
-// The colours of the file, and those that rows of other colours are brought to. A bitmap of fewer
-// bits has no more than its own: what its record holds behind them is nobody's.
+// The colours of the file, and those that rows of other colours are brought to. Kept: 4 bits of a
+// picture of 8 are grey levels. A bitmap of fewer bits has no more colours than its own: what its
+// record holds behind them is nobody's.
 void choose_palette(const BitmapHandle& bitmap, int32_t depth, Palette& palette) {
   if (depth == 4 && bitmap.BitsPerPixel == 8) {
-    for (uint32_t i = 0; i < 16; ++i) {
-      const auto level = static_cast<uint8_t>(17 * i);
-      palette[i] = {level, level, level, 0};
-    }
+    color::fill_gray_ramp(std::span(palette).first(16));
     return;
   }
   const int32_t bits = std::min({depth, bitmap.BitsPerPixel, 8});
@@ -238,7 +259,7 @@ void put_color(uint8_t* file, const T_PaletteEntry& entry) {
   file[2] = entry.Blue;
 }
 
-// A resolution that the field cannot hold is unknown.
+// A resolution that the field of 16 bits cannot hold is unknown.
 void put_resolution(uint8_t* file, int32_t resolution) {
   const bool fits = resolution >= 0 && resolution <= UINT16_MAX;
   store_le16(file, static_cast<uint16_t>(fits ? resolution : 0));
@@ -247,16 +268,16 @@ void put_resolution(uint8_t* file, int32_t resolution) {
 Status write_header(io::OutputFile& file, const BitmapHandle& bitmap, int32_t depth,
                     uint32_t line_bytes, const Palette& palette) {
   std::array<uint8_t, kHeaderSize> head = {kManufacturer, kVersion, kRunLength};
-  head[3] = static_cast<uint8_t>(std::min(depth, 8));
-  store_le16(&head[8], static_cast<uint16_t>(bitmap.Width - 1));
-  store_le16(&head[10], static_cast<uint16_t>(bitmap.Height - 1));
-  put_resolution(&head[12], bitmap.XResolution);
-  put_resolution(&head[14], bitmap.YResolution);
+  head[kBitsPerPixel] = static_cast<uint8_t>(std::min(depth, 8));
+  store_le16(&head[kXMax], static_cast<uint16_t>(bitmap.Width - 1));
+  store_le16(&head[kYMax], static_cast<uint16_t>(bitmap.Height - 1));
+  put_resolution(&head[kHDpi], bitmap.XResolution);
+  put_resolution(&head[kVDpi], bitmap.YResolution);
   const uint32_t listed = depth == 4 ? 16 : depth == 1 || bitmap.BitsPerPixel == 1 ? 2 : 0;
-  for (uint32_t i = 0; i < listed; ++i) put_color(&head[16 + 3 * i], palette[i]);
-  head[65] = depth == 24 ? 3 : 1;
-  store_le16(&head[66], static_cast<uint16_t>(line_bytes));
-  store_le16(&head[68], 1);
+  for (uint32_t i = 0; i < listed; ++i) put_color(&head[kColormap + 3 * i], palette[i]);
+  head[kPlanes] = depth == 24 ? 3 : 1;
+  store_le16(&head[kBytesPerLine], static_cast<uint16_t>(line_bytes));
+  store_le16(&head[kPaletteInfo], 1);  // colour or black and white; 2 would be grey
   return file.write(head);
 }
 
@@ -275,7 +296,7 @@ class Writer final : public io::RowWriter {
     const int32_t depth = request.depth;
     width_ = static_cast<uint32_t>(picture.Width);
     const uint64_t plane_bytes = core::packed_bytes(width_, std::min(depth, 8));
-    const uint64_t line_bytes = (plane_bytes + 1) / 2 * 2;
+    const uint64_t line_bytes = (plane_bytes + 1) / 2 * 2;  // the manual wants it even
     constexpr int32_t kMaxSize = UINT16_MAX + 1;
     if (picture.Width > kMaxSize || picture.Height > kMaxSize || line_bytes > UINT16_MAX) {
       return kBadSize;

@@ -24,6 +24,7 @@ constexpr std::array<uint32_t, 256> kSpread = [] {
 
 }  // namespace
 
+// EGA pixels: the first plane is the lowest bit.
 void combine_bits(const uint8_t* planes, uint32_t stride, uint32_t width, uint8_t* pixels) {
   for (uint32_t i = 0; i < (width + 7) / 8; ++i) {
     const uint8_t* const at = planes + i;
@@ -41,6 +42,7 @@ void interleave_bytes(const uint8_t* planes, uint32_t stride, uint32_t width, ui
   }
 }
 
+// The last group writes behind the pixels, into the slack of the line.
 void split_bytes(const uint8_t* pixels, uint32_t width, uint8_t* planes, uint32_t stride) {
   for (uint32_t x = 0; x < width;
        x += kSplitPixels, pixels += 3 * kSplitPixels, planes += kSplitPixels) {

@@ -12,6 +12,7 @@ namespace {
 
 using namespace sse2;
 
+// The two high bits mark a run, the others count it; so literals of 0xC0 and more are runs of one.
 constexpr uint8_t kRun = 0xC0;
 constexpr uint8_t kMaxRun = 63;
 constexpr size_t kStep = 16;
@@ -134,12 +135,14 @@ Status RunDecoder::decode_line(std::span<uint8_t> line) {
 
 namespace {
 
+// A count of 1 to 63.
 inline uint8_t* put_one_run(uint8_t* out, uint8_t value, size_t count) {
   out[0] = static_cast<uint8_t>(kRun | count);
   out[1] = value;
   return out + 2;
 }
 
+// A rest of one byte stands for itself when it does not look like a head.
 uint8_t* put_long_run(uint8_t* out, uint8_t value, size_t count) {
   for (; count > kMaxRun; count -= kMaxRun) out = put_one_run(out, value, kMaxRun);
   if (count > 1 || value >= kRun) return put_one_run(out, value, count);

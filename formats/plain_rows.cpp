@@ -4,6 +4,8 @@
 
 namespace tavo::formats {
 
+// The delivery's rows are padded to 32 bits: only rows that are so in the file, too, come several
+// at a time.
 Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
                        process::RowDelivery& rows) {
   auto left = static_cast<uint32_t>(height);
@@ -24,6 +26,7 @@ Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
   return rows.finish();
 }
 
+// Whole batches where the file has the same padding.
 Status write_plain_rows(io::OutputFile& file, std::span<const uint8_t> rows, size_t row_bytes,
                         size_t file_bytes) {
   if (file_bytes == row_bytes) return file.write(rows);

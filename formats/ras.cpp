@@ -22,11 +22,16 @@ namespace {
 
 using process::RowDelivery;
 
-constexpr uint32_t kMagic = 0x59A66A95;
-constexpr uint8_t kEscape = 0x80;
-constexpr uint32_t kMapOfPlanes = 1;
+// struct rasterfile: eight words, the highest byte first.
+constexpr size_t kMagicAt = 0, kWidth = 4, kHeight = 8, kDepth = 12;  // ras_magic to ras_depth
+constexpr size_t kLength = 16, kType = 20, kMapType = 24, kMapLength = 28;
+
+constexpr uint32_t kMagic = 0x59A66A95;  // RAS_MAGIC
+constexpr uint32_t kMapOfPlanes = 1;     // RMT_EQUAL_RGB; 0 is RMT_NONE, 2 RMT_RAW: any bytes
+constexpr uint8_t kEscape = 0x80;        // of RT_BYTE_ENCODED
 constexpr int32_t kVariantOfOthers = 1;
 
+// T_SetRASVariant: what this library has always done, or what rasterfile(5) says.
 bool as_others_do() { return settings.ras_variant == kVariantOfOthers; }
 
 // Bytes of a row in the file: pixels, rounded up to an even number.
@@ -55,6 +60,7 @@ process::SourcePicture describe(const Header& header) {
   return picture;
 }
 
+// RT_FORMAT_TIFF and RT_FORMAT_IFF say what a file was converted from.
 const char* compression_text(Type type) {
   switch (type) {
     case Type::kByteEncoded:
@@ -68,6 +74,8 @@ const char* compression_text(Type type) {
   }
 }
 
+// Three planes: all reds, all greens, all blues. A map of another kind, or of pictures that have no
+// indices, is skipped.
 Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture& picture) {
   if (!header.has_map || header.depth > 8) return bytes.skip(header.map_bytes);
   Buffer map;
@@ -80,8 +88,8 @@ Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture&
   return kOk;
 }
 
-// Undoes the byte encoding: 0x80 0 is one byte 0x80, 0x80 n v is a run of v, all else is itself.
-// A run may go on in the next row.
+// Undoes the byte encoding (RT_BYTE_ENCODED): 0x80 0 is one byte 0x80, 0x80 n v is a run of v, all
+// else is itself. A run may go on in the next row. Kept: n copies, where rasterfile(5) has n + 1.
 class RunDecoder {
  public:
   explicit RunDecoder(ByteSource& bytes) : bytes_(bytes), more_(as_others_do() ? 1 : 0) {}
@@ -177,7 +185,8 @@ class RunDecoder {
   uint8_t value_ = 0;
 };
 
-// Other programs keep the spare byte of 32-bit pixels in front, the library behind.
+// rasterfile(5) has 32-bit pixels as X, blue, green, red, and so do other programs; kept: the
+// library takes the spare byte for the last.
 bool has_spare_in_front(int32_t depth) { return depth == 32 && as_others_do(); }
 
 void move_spare_back(std::span<uint8_t> row) {
@@ -188,6 +197,7 @@ void move_spare_front(std::span<const uint8_t> row, uint8_t* moved) {
   for (size_t i = 0; i + 4 <= row.size(); i += 4) store_le32(moved + i, load_le32(&row[i]) << 8);
 }
 
+// Rows are padded to 16 bits, in the byte encoding, too.
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   const auto row_bytes = static_cast<size_t>(file_row_bytes(header.width, header.depth));
   const bool is_encoded = header.type == Type::kByteEncoded;
@@ -200,7 +210,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
     const std::span<uint8_t> row = rows.next_row().first(row_bytes);
     size_t got = 0;
     const Status status = is_encoded ? decoder.decode_row(row, got) : bytes.read_some(row, got);
-    // Of a cut row of runs, what there is.
+    // Of a cut row of runs, what there is; of a plain one, nothing.
     if (got == row.size() || (is_encoded && got != 0)) {
       std::ranges::fill(row.subspan(got), uint8_t{0});
       if (moves) move_spare_back(row);
@@ -215,9 +225,9 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
 
 Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header) {
   if (bytes.size() < 16 || load_be32(bytes.data()) != kMagic) return kBadData;
-  const uint32_t width = load_be32(&bytes[4]);
-  const uint32_t height = load_be32(&bytes[8]);
-  const uint32_t depth = load_be32(&bytes[12]);
+  const uint32_t width = load_be32(&bytes[kWidth]);
+  const uint32_t height = load_be32(&bytes[kHeight]);
+  const uint32_t depth = load_be32(&bytes[kDepth]);
   if (width == 0 || width > INT32_MAX || height == 0 || height > INT32_MAX) return kBadData;
   if (depth != 1 && depth != 4 && depth != 8 && depth != 24 && depth != 32) return kBadData;
   header.width = static_cast<int32_t>(width);
@@ -225,10 +235,11 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   header.depth = static_cast<int32_t>(depth);
   if (core::bytes_per_line(header.width, header.depth) == 0) return kBadData;
   if (bytes.size() < kHeaderSize) return kReadError;
-  // Of the last three fields only the low halves count.
-  header.type = static_cast<Type>(load_be16(&bytes[22]));
-  header.map_bytes = load_be16(&bytes[30]);
-  header.has_map = load_be16(&bytes[26]) == kMapOfPlanes && header.map_bytes != 0;
+  // Kept: of the last three fields only the low halves count. The length is not looked at: it is 0
+  // in old files (RT_OLD), and this library's own is odd.
+  header.type = static_cast<Type>(load_be16(&bytes[kType + 2]));
+  header.map_bytes = load_be16(&bytes[kMapLength + 2]);
+  header.has_map = load_be16(&bytes[kMapType + 2]) == kMapOfPlanes && header.map_bytes != 0;
   const bool is_encoded = header.type == Type::kByteEncoded;
   return formats::check_plausible(is_encoded ? formats::Density::kRuns : formats::Density::kPlain,
                                   file_row_bytes(header.width, header.depth), height, file_bytes);
@@ -301,14 +312,14 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
                      uint64_t row_bytes) {
   const uint32_t colors = map_colors(bitmap, depth);
   std::array<uint8_t, kHeaderSize> head = {};
-  store_be32(&head[0], kMagic);
-  store_be32(&head[4], static_cast<uint32_t>(bitmap.Width));
-  store_be32(&head[8], static_cast<uint32_t>(bitmap.Height));
-  store_be32(&head[12], static_cast<uint32_t>(depth));
-  store_length(&head[16], bitmap, depth, row_bytes);
-  store_be32(&head[20], static_cast<uint32_t>(Type::kStandard));
-  store_be32(&head[24], colors != 0 ? kMapOfPlanes : 0);
-  store_be32(&head[28], 3 * colors);
+  store_be32(&head[kMagicAt], kMagic);
+  store_be32(&head[kWidth], static_cast<uint32_t>(bitmap.Width));
+  store_be32(&head[kHeight], static_cast<uint32_t>(bitmap.Height));
+  store_be32(&head[kDepth], static_cast<uint32_t>(depth));
+  store_length(&head[kLength], bitmap, depth, row_bytes);
+  store_be32(&head[kType], static_cast<uint32_t>(Type::kStandard));
+  store_be32(&head[kMapType], colors != 0 ? kMapOfPlanes : 0);
+  store_be32(&head[kMapLength], 3 * colors);
   TRY(file.write(head));
 
   std::array<uint8_t, 3 * 256> map;

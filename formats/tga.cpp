@@ -158,6 +158,8 @@ class MappedPixels {
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   const size_t row_bytes = pixel_bytes(header) * header.width;
   const bool moves = header.kind == Kind::kMapped && header.map_first != 0;
+  // Field 8, whose data end before the developer and extension areas and the footer that files of
+  // version 2.0 may have: nothing in those is for bitmaps.
   if (!header.is_run_length && !moves) {
     return formats::read_plain_rows(bytes, row_bytes, header.height, rows);
   }
@@ -200,7 +202,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
 
   // Kept: 9 stands for 1. True-colour pictures may have a map (for displays), which is skipped.
   if (map_type != 0 && map_type != 1 && map_type != 9) return kBadData;
-  if (map_type == 0 && header.map_entries != 0) return kBadData;
+  if (map_type == 0 && header.map_entries != 0) return kBadData;  // field 4 must be 0 then
   const bool has_map = header.map_entries != 0;
   if (has_map && !is_map_entry_size(header.map_entry_bits)) return kBadData;
   if (header.width == 0 || header.height == 0) return kBadData;
@@ -232,7 +234,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   uint32_t file_bytes = 0;
   TRY(file.size(file_bytes));
   TRY(parse_header(head, file_bytes, header));
-  TRY(bytes.skip(header.id_bytes));
+  TRY(bytes.skip(header.id_bytes));  // field 6: any text
   process::SourcePicture picture = describe(header);
   TRY(read_map(bytes, header, picture));
 
@@ -255,6 +257,7 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
   store_le16(&head[kWidth], static_cast<uint16_t>(bitmap.Width));
   store_le16(&head[kHeight], static_cast<uint16_t>(bitmap.Height));
   head[kPixelDepth] = static_cast<uint8_t>(depth);
+  // Kept: no attribute bits, in 32 bits either.
   head[kDescriptor] = is_top_first ? kTopLeft : 0;
   TRY(file.write(head));
   if (depth != 8) return kOk;

@@ -10,6 +10,8 @@ namespace tavo::tga {
 
 namespace {
 
+// TGA 2.0, "Run-length encoded images": the packet head's top bit marks a run, the others are the
+// count less 1. Packets of version 2.0 end with their row; older ones may go on.
 constexpr size_t kMaxPixels = 128;
 constexpr size_t kStep = 16;
 constexpr uint8_t kRun = 0x80;
@@ -50,6 +52,8 @@ inline void fill_run(uint8_t* to, const uint8_t* pixel, size_t bytes) {
 
 // Whole packets as long as kWindow bytes are at hand; the one that passes the end of the row is
 // left over.
+// In bounds because a row has kSlack bytes behind it and each copy writes less than kFirst too
+// many.
 template <size_t kPixelBytes>
 uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
   const uint8_t* const window = bytes_.window().data();

@@ -16,6 +16,7 @@ namespace {
 
 using process::RowDelivery;
 
+// Rows that are stored as bitmaps hold them: read in place.
 Status read_direct(StoredRows& stored, const PixelConverter& pixels, const Image& image,
                    RowDelivery& rows) {
   const auto row_bytes = static_cast<size_t>(image.row_bytes(image.width));
@@ -30,6 +31,7 @@ Status read_direct(StoredRows& stored, const PixelConverter& pixels, const Image
   return rows.finish();
 }
 
+// All others. `line`: of the rows that a unit of subsampled YCbCr has (6.0, section 21).
 Status read_converted(StoredRows& stored, PixelConverter& pixels, const Image& image,
                       RowDelivery& rows) {
   for (uint32_t y = 0; y < image.height; ++y) {
@@ -42,6 +44,8 @@ Status read_converted(StoredRows& stored, PixelConverter& pixels, const Image& i
   return rows.finish();
 }
 
+// Damaged streams deliver what can be decoded, and the picture's status comes at the end. Grey of
+// which white is zero is inverted like that of all codings.
 Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& rows) {
   JpegRows stored(directory, image);
   TRY(stored.start());
@@ -59,6 +63,7 @@ Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& ro
 
 }  // namespace
 
+// What read() does not know is told all the same: the file is TIFF and no other format.
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Directory directory;
   TRY(directory.open(input.file, settings.page_number));

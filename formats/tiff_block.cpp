@@ -12,8 +12,10 @@ namespace {
 
 constexpr uint32_t kInputBytes = 32768;
 constexpr uint32_t kInputStep = 1024;
-constexpr uint32_t kT4TwoDimensional = 1;
+constexpr uint32_t kT4TwoDimensional = 1;  // T4Options (6.0, section 11), bit 0
 
+// 6.0, sections 10 and 11. Uncompressed mode (T4Options bit 1, T6Options bit 1) is refused where it
+// occurs; fill bits (T4Options bit 2) are skipped whatever the option says.
 ccitt::Coding coding_of(const Image& image) {
   switch (image.compression) {
     case kCcittRuns:
@@ -41,6 +43,7 @@ Status FilePart::read_some(std::span<uint8_t> into, size_t& got) {
   if (part.empty()) return kOk;
   TRY(file_->seek(position_));
   TRY(file_->read_some(part, got));
+  // FillOrder 2 (6.0, section 8) is meant for bilevel data; programs have it for codes of any kind.
   if (is_reversed_) mirror_bits(part.first(got));
   position_ += got;
   left_ -= got;
@@ -58,6 +61,7 @@ Status BlockDecoder::start(const Image& image, const ByteOrder& order) {
   return inflates ? inflate_.start() : kOk;
 }
 
+// Codings begin anew with each strip or tile.
 Status BlockDecoder::begin(io::InputFile& file, uint64_t position, uint64_t size,
                            uint64_t decoded) {
   part_.set(file, position, size, image_->is_reversed && !image_->is_fax(), decoded);
@@ -80,8 +84,9 @@ Status BlockDecoder::begin(io::InputFile& file, uint64_t position, uint64_t size
   }
 }
 
-// Files of old writers have their codes lowest bit first: the clear code then makes a zero byte
-// and an odd one.
+// 6.0, section 13: codes have their highest bit first and data begin with a clear code. Files of
+// old writers have their codes lowest bit first: the clear code then makes a zero byte and an odd
+// one.
 Status BlockDecoder::begin_lzw() {
   while (bytes_.window().size() < 2 && !bytes_.at_end()) TRY(bytes_.refill());
   const std::span<const uint8_t> head = bytes_.window();
@@ -96,6 +101,8 @@ Status BlockDecoder::read_lzw(Lzw& decoder, std::span<uint8_t> row) {
   return got == row.size() ? kOk : kReadError;
 }
 
+// PackBits rows are packed one by one (6.0, section 9); a run that goes on in the next row is
+// taken.
 Status BlockDecoder::read_row(std::span<uint8_t> row) {
   switch (image_->compression) {
     case kNone:

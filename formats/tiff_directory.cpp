@@ -9,6 +9,7 @@ namespace tavo::tiff {
 
 namespace {
 
+// Bytes 2 and 3 of the header (6.0, section 2); 43 is the form with 64-bit offsets.
 constexpr uint16_t kVersion = 42;
 constexpr uint16_t kVersion64 = 43;
 
@@ -32,6 +33,8 @@ uint64_t integer(const ByteOrder& order, uint16_t type, const uint8_t* bytes) {
   }
 }
 
+// Readers accept BYTE, SHORT and LONG alike where an unsigned integer is expected (6.0, section 2);
+// the signed ones and the 64-bit form's are taken the same way.
 bool is_integer(uint16_t type) {
   switch (type) {
     case kByte:
@@ -63,11 +66,14 @@ uint64_t ByteOrder::u64(const uint8_t* bytes) const {
   return is_big_endian ? load_be64(bytes) : load_le64(bytes);
 }
 
+// By type: 1 to 12 are 6.0's (section 2), 13 is Technical Note 1's IFD, 16 to 18 the 64-bit form's.
 uint32_t type_size(uint16_t type) {
   constexpr uint8_t kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
   return type < std::size(kSizes) ? kSizes[type] : 0;
 }
 
+// Byte order, version, offset of the first directory. The 64-bit form has the size of its offsets,
+// 8, and a zero between.
 Status Directory::read_header(uint64_t& first) {
   std::array<uint8_t, 16> head = {};
   size_t got = 0;
@@ -90,6 +96,7 @@ Status Directory::read_header(uint64_t& first) {
   return first != 0 ? kOk : kBadData;
 }
 
+// A directory begins with the number of its entries; one without any makes no page.
 Status Directory::read_count(uint64_t position, uint64_t& count) const {
   std::array<uint8_t, 8> bytes = {};
   const size_t size = order_.is_64_bit ? 8 : 2;
@@ -113,13 +120,16 @@ Status Directory::read_link(uint64_t directory, uint64_t& next) {
   return kOk;
 }
 
+// Tag, type, count, and the values, when they fit, or their offset. Small values stand at the
+// field's left end in either byte order (6.0, section 2), so that their position serves for both.
+// Entries should be sorted and tags unique; in files where they are not, the first one counts.
 void Directory::take_entry(const uint8_t* entry, uint64_t position) {
   const uint16_t tag = order_.u16(entry);
   const uint16_t type = order_.u16(entry + 2);
   const uint32_t size = type_size(type);
   if (tag < kFirstTag || tag > kLastTag || size == 0) return;
   Field& field = fields_[tag - kFirstTag];
-  if (field.count != 0) return;  // the first of several counts
+  if (field.count != 0) return;
   const uint64_t count = order_.is_64_bit ? order_.u64(entry + 4) : order_.u32(entry + 4);
   const uint32_t inline_bytes = order_.is_64_bit ? 8 : 4;
   const uint32_t value_at = order_.is_64_bit ? 12 : 8;
@@ -129,6 +139,7 @@ void Directory::take_entry(const uint8_t* entry, uint64_t position) {
   field = {type, count, is_inline ? position + value_at : stored};
 }
 
+// In pieces: a directory may have 65,535 entries, most files' have twenty.
 Status Directory::read_entries(uint64_t position) {
   fields_ = {};
   uint64_t count = 0;
@@ -156,7 +167,8 @@ Status Directory::open(io::InputFile& file, int32_t page) {
   return read_entries(directory_);
 }
 
-// Goes along the chain to page `page` or the last one before it, and tells its number.
+// Goes along the chain to page `page` or the last one before it, and tells its number. In
+// damaged and hostile files chains form rings, hence the list of those seen.
 Status Directory::walk(int32_t page, int32_t& number) {
   std::array<uint64_t, T_MAX_PAGES> seen;
   directory_ = first_;
@@ -174,6 +186,7 @@ Status Directory::walk(int32_t page, int32_t& number) {
 
 Status Directory::count_pages(int32_t& pages) { return walk(T_MAX_PAGES + 1, pages); }
 
+// Files with 64-bit offsets have links of 8 bytes.
 Status Directory::find_end(uint64_t& link, int32_t& pages) {
   TRY(count_pages(pages));
   uint64_t next = 0;
@@ -211,6 +224,7 @@ Status Directory::get(Tag tag, uint32_t fallback, uint32_t& value, uint64_t inde
   return kOk;
 }
 
+// Two LONGs (6.0, section 2). Denominators of 0 occur, for resolutions that nobody knows.
 Status Directory::rational(Tag tag, uint64_t index, uint32_t& numerator,
                            uint32_t& denominator) const {
   const Field& f = field(tag);
@@ -222,6 +236,7 @@ Status Directory::rational(Tag tag, uint64_t index, uint32_t& numerator,
   return denominator != 0 ? kOk : kBadData;
 }
 
+// Offsets of strips are asked for one after the other: those that are near are read with them.
 Status ValueList::get(uint64_t index, uint64_t& value) {
   if (index >= field_.count || !is_integer(field_.type)) return kBadData;
   const uint32_t size = type_size(field_.type);

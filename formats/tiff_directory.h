@@ -11,48 +11,50 @@
 
 namespace tavo::tiff {
 
+// The tags that are read or written, and the sections of TIFF 6.0 that define them.
 enum class Tag : uint16_t {
-  kNewSubfileType = 254,
-  kImageWidth = 256,
-  kImageLength = 257,
-  kBitsPerSample = 258,
-  kCompression = 259,
-  kPhotometric = 262,
-  kFillOrder = 266,
-  kStripOffsets = 273,
-  kOrientation = 274,
-  kSamplesPerPixel = 277,
-  kRowsPerStrip = 278,
-  kStripByteCounts = 279,
-  kXResolution = 282,
-  kYResolution = 283,
-  kPlanarConfiguration = 284,
-  kT4Options = 292,
-  kT6Options = 293,
-  kResolutionUnit = 296,
-  kPageNumber = 297,
-  kPredictor = 317,
-  kColorMap = 320,
-  kTileWidth = 322,
-  kTileLength = 323,
-  kTileOffsets = 324,
-  kTileByteCounts = 325,
-  kInkSet = 332,
-  kExtraSamples = 338,
-  kSampleFormat = 339,
-  kJpegTables = 347,
-  kJpegProc = 512,
-  kJpegInterchangeFormat = 513,
-  kJpegInterchangeFormatLength = 514,
-  kJpegRestartInterval = 515,
-  kJpegQTables = 519,
-  kJpegDcTables = 520,
-  kJpegAcTables = 521,
-  kYCbCrCoefficients = 529,
-  kYCbCrSubSampling = 530,
-  kReferenceBlackWhite = 532,
+  kNewSubfileType = 254,               // 8
+  kImageWidth = 256,                   // 3
+  kImageLength = 257,                  // 3
+  kBitsPerSample = 258,                // 4, 6
+  kCompression = 259,                  // 3
+  kPhotometric = 262,                  // 3 to 6
+  kFillOrder = 266,                    // 8
+  kStripOffsets = 273,                 // 3
+  kOrientation = 274,                  // 8
+  kSamplesPerPixel = 277,              // 6
+  kRowsPerStrip = 278,                 // 3
+  kStripByteCounts = 279,              // 3
+  kXResolution = 282,                  // 3
+  kYResolution = 283,                  // 3
+  kPlanarConfiguration = 284,          // 8
+  kT4Options = 292,                    // 11
+  kT6Options = 293,                    // 11
+  kResolutionUnit = 296,               // 3
+  kPageNumber = 297,                   // 12
+  kPredictor = 317,                    // 14
+  kColorMap = 320,                     // 5
+  kTileWidth = 322,                    // 15
+  kTileLength = 323,                   // 15
+  kTileOffsets = 324,                  // 15
+  kTileByteCounts = 325,               // 15
+  kInkSet = 332,                       // 16
+  kExtraSamples = 338,                 // 18
+  kSampleFormat = 339,                 // 19
+  kJpegTables = 347,                   // Technical Note 2
+  kJpegProc = 512,                     // 22
+  kJpegInterchangeFormat = 513,        // 22
+  kJpegInterchangeFormatLength = 514,  // 22
+  kJpegRestartInterval = 515,          // 22
+  kJpegQTables = 519,                  // 22
+  kJpegDcTables = 520,                 // 22
+  kJpegAcTables = 521,                 // 22
+  kYCbCrCoefficients = 529,            // 21
+  kYCbCrSubSampling = 530,             // 21
+  kReferenceBlackWhite = 532,          // 20
 };
 
+// Types of values (6.0, section 2); 13 is Technical Note 1's, 16 to 18 those of 64-bit files.
 enum Type : uint16_t {
   kByte = 1,
   kAscii = 2,

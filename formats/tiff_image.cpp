@@ -12,8 +12,12 @@ namespace tavo::tiff {
 
 namespace {
 
+// Sections are those of TIFF 6.0.
+
 constexpr uint32_t kMaxSamples = 64;
 constexpr uint32_t kMaxTile = 65536;
+
+// Orientation (section 8): where the first row and the first column of the file belong.
 constexpr uint32_t kOrientationTopLeft = 1;
 constexpr uint32_t kOrientationBottomLeft = 4;
 constexpr uint32_t kOrientationLeftBottom = 8;
@@ -35,6 +39,7 @@ bool is_known_coding(uint32_t compression) {
   }
 }
 
+// Samples that make the colour; what there is beyond them are extra samples (section 18).
 uint32_t samples_of(uint32_t photometric) {
   switch (photometric) {
     case kWhiteIsZero:
@@ -53,7 +58,9 @@ uint32_t samples_of(uint32_t photometric) {
 }
 
 // Samples: how many, how large. Files with one size for all samples, or fewer sizes than samples,
-// are common. `is_known`: read() can decode them.
+// are common: those that are missing are the first one's. Without SamplesPerPixel the number of
+// sizes tells. PhotometricInterpretation has no default (section 8), but is left out: white is zero
+// in fax codings. `is_known`: read() can decode them.
 Status parse_samples(const Directory& directory, Image& image, bool& is_known) {
   is_known = false;
   const uint64_t sizes = directory.field(Tag::kBitsPerSample).count;
@@ -77,6 +84,7 @@ Status parse_samples(const Directory& directory, Image& image, bool& is_known) {
     TRY(directory.get(Tag::kBitsPerSample, 0, bits, i));
     if (bits != image.bits) return kOk;
   }
+  // SampleFormat (section 19). Signed numbers of 8 bits are taken as they stand; 4 is "undefined".
   constexpr uint32_t kUnsigned = 1;
   constexpr uint32_t kSigned = 2;
   constexpr uint32_t kUnknown = 4;
@@ -89,6 +97,8 @@ Status parse_samples(const Directory& directory, Image& image, bool& is_known) {
   return kOk;
 }
 
+// Tiles (section 15) or strips (section 3). TileWidth and TileLength should be multiples of 16;
+// readers need not care. RowsPerStrip may be any large number, and 0 in old files, for one strip.
 Status parse_blocks(const Directory& directory, Image& image) {
   uint32_t tile_width = 0;
   uint32_t tile_height = 0;
@@ -112,6 +122,8 @@ Status parse_blocks(const Directory& directory, Image& image) {
   return kOk;
 }
 
+// Section 21: factors of 1, 2 and 4. Units share a strip or tile; the last ones of a picture are
+// filled up.
 bool are_units(const Image& image) {
   const auto is_factor = [](uint32_t n) { return n == 1 || n == 2 || n == 4; };
   if (!is_factor(image.unit_width) || !is_factor(image.unit_height)) return false;
@@ -122,6 +134,8 @@ bool are_units(const Image& image) {
          is_whole && is_wide;
 }
 
+// JPEG streams tell their own sampling; YCbCrSubSampling is about all other codings, where it
+// defaults to 2, 2 (section 21).
 Status parse_units(const Directory& directory, Image& image, bool& is_known) {
   is_known = true;
   if (image.photometric != kYCbCr || image.is_jpeg()) return kOk;
@@ -131,7 +145,9 @@ Status parse_units(const Directory& directory, Image& image, bool& is_known) {
   return kOk;
 }
 
-// Whether the parts make a picture that read() can decode.
+// Whether the parts make a picture that read() can decode: JPEG of 8 bits, chunky but for the older
+// form, where a stream may have its components apart; fax codings of one sample; palettes of at
+// most 256 colours; colours other than RGB of 8 bits and more; predictors of 8 and 16 bits.
 bool fits_together(const Image& image) {
   if (image.is_jpeg()) {
     const bool is_count = image.samples <= jpeg::kMaxComponents;
@@ -149,7 +165,8 @@ bool fits_together(const Image& image) {
          uint64_t{image.block_width} * image.samples_per_plane() * image.bits % 8 == 0;
 }
 
-// Dots per inch, rounded; 0 when the tag does not say, or what it says was cut off.
+// Dots per inch, rounded; 0 when the tag does not say, or what it says was cut off. With
+// ResolutionUnit 1 (section 8) the two numbers are an aspect ratio, of which bitmaps know nothing.
 Status read_resolution(const Directory& directory, Tag tag, int32_t& resolution) {
   constexpr uint32_t kInch = 2;
   constexpr uint32_t kCentimetre = 3;
@@ -167,6 +184,7 @@ Status read_resolution(const Directory& directory, Tag tag, int32_t& resolution)
   return kOk;
 }
 
+// One of the two stands for both.
 Status read_resolutions(const Directory& directory, process::SourcePicture& picture) {
   TRY(read_resolution(directory, Tag::kXResolution, picture.x_resolution));
   TRY(read_resolution(directory, Tag::kYResolution, picture.y_resolution));
@@ -176,6 +194,7 @@ Status read_resolutions(const Directory& directory, process::SourcePicture& pict
   return kOk;
 }
 
+// What read() makes of it: single samples stay 1 bit, become 4 (2 and 4 bits) or 8; all colours 24.
 void describe(Image& image) {
   process::SourcePicture& picture = image.picture;
   picture.width = static_cast<int32_t>(image.width);
@@ -195,6 +214,7 @@ void describe(Image& image) {
   }
 }
 
+// Rows from the bottom (4) are what ViewPerspective is for; the others are told in FILEINFO alone.
 Status read_orientation(const Directory& directory, process::SourcePicture& picture) {
   uint32_t orientation = 0;
   TRY(directory.get(Tag::kOrientation, kOrientationTopLeft, orientation));
@@ -206,7 +226,8 @@ Status read_orientation(const Directory& directory, process::SourcePicture& pict
   return kOk;
 }
 
-// How the samples are coded.
+// How the samples are coded. The predictor belongs to LZW (section 14) and Deflate; elsewhere the
+// tag means nothing. JPEGProc (section 22): 1 baseline, 14 lossless.
 Status parse_coding(const Directory& directory, Image& image, bool& is_known) {
   uint32_t planar = 0;
   uint32_t fill_order = 0;
@@ -268,6 +289,7 @@ Status check_size(const Directory& directory, const Image& image) {
 
 }  // namespace
 
+// Rows are whole bytes (section 3); with shared colours a row is one of units (section 21).
 uint64_t Image::row_bytes(uint32_t pixels) const {
   if (unit_width != 1 || unit_height != 1) {
     const uint64_t units = (uint64_t{pixels} + unit_width - 1) / unit_width;
@@ -276,6 +298,7 @@ uint64_t Image::row_bytes(uint32_t pixels) const {
   return (uint64_t{pixels} * samples_per_plane() * bits + 7) / 8;
 }
 
+// Section 3 requires ImageLength; see tiff_length.h for the pages that lack it.
 Status parse_image(const Directory& directory, Image& image) {
   TRY(directory.get(Tag::kImageLength, 0, image.height));
   if (image.height == 0) {
@@ -312,7 +335,7 @@ Status read_palette(const Directory& directory, const Image& image,
       largest = std::max<uint32_t>(largest, static_cast<uint16_t>(value));
     }
   }
-  // Old writers put 8-bit values into the 16-bit map.
+  // Section 5 wants 16 bits, 65535 being white; old writers put 8-bit values there.
   const uint32_t shift = largest > 255 ? 8 : 0;
   for (uint32_t i = 0; i < entries; ++i) {
     palette[i] = {static_cast<uint8_t>(values[512 + i] >> shift),
@@ -322,6 +345,7 @@ Status read_palette(const Directory& directory, const Image& image,
   return kOk;
 }
 
+// The texts of FILEINFO.
 const char* compression_text(uint32_t compression) {
   switch (compression) {
     case kNone:

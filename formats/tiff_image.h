@@ -9,28 +9,29 @@
 
 namespace tavo::tiff {
 
+// Values of two tags, and the sections of TIFF 6.0 that define them.
 enum Compression : uint32_t {
-  kNone = 1,
-  kCcittRuns = 2,
-  kGroup3 = 3,
-  kGroup4 = 4,
-  kLzw = 5,
-  kOldJpeg = 6,
-  kJpeg = 7,
-  kDeflate = 8,
-  kPackBits = 32773,
-  kCcittRuns16 = 32771,
-  kOldDeflate = 32946,
+  kNone = 1,             // section 3: rows packed into bytes
+  kCcittRuns = 2,        // section 10: modified Huffman, rows of whole bytes
+  kGroup3 = 3,           // section 11, T.4
+  kGroup4 = 4,           // section 11, T.6
+  kLzw = 5,              // section 13
+  kOldJpeg = 6,          // section 22
+  kJpeg = 7,             // Technical Note 2
+  kDeflate = 8,          // zlib streams, as Adobe registered them
+  kPackBits = 32773,     // section 9
+  kCcittRuns16 = 32771,  // as 2, rows of whole 16-bit words
+  kOldDeflate = 32946,   // the same as 8, by its first number
 };
 
 enum Photometric : uint32_t {
-  kWhiteIsZero = 0,
-  kBlackIsZero = 1,
-  kRgb = 2,
-  kPalette = 3,
-  kMask = 4,
-  kSeparated = 5,
-  kYCbCr = 6,
+  kWhiteIsZero = 0,  // section 3
+  kBlackIsZero = 1,  // section 3
+  kRgb = 2,          // section 6
+  kPalette = 3,      // section 5
+  kMask = 4,         // section 8: shown as black and white
+  kSeparated = 5,    // section 16
+  kYCbCr = 6,        // section 21
 };
 
 inline constexpr uint32_t kMaxUsedSamples = 4;

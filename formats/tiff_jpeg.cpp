@@ -12,6 +12,7 @@ constexpr uint32_t kInputStep = 1024;
 
 }  // namespace
 
+// Technical Note 2 gives each strip or tile a stream of its own; compression 6 has to be found out.
 Status JpegRows::start() {
   TRY(blocks_.start());
   TRY(bytes_.start(kInputBytes, kInputStep, kInputStep));
@@ -24,7 +25,7 @@ Status JpegRows::start() {
   return open_old_jpeg(directory_, image_, blocks_, part_, bytes_, decoder_, layout_);
 }
 
-// Tables that all streams share.
+// Technical Note 2: JPEGTables is an abbreviated stream of the tables that all others share.
 Status JpegRows::read_tables() {
   const Field& tables = directory_.field(Tag::kJpegTables);
   if (tables.count == 0) return kOk;
@@ -33,6 +34,7 @@ Status JpegRows::read_tables() {
   return decoder_.feed_tables(bytes_);
 }
 
+// A frame header counts its lines in 16 bits (ISO/IEC 10918-1, B.2.2).
 Status JpegRows::read_block_header(uint32_t lines) {
   if (layout_ == JpegLayout::kStreams) return decoder_.read_header(bytes_, read_options(image_));
   if (lines > UINT16_MAX) return kBadData;
@@ -41,7 +43,8 @@ Status JpegRows::read_block_header(uint32_t lines) {
   return kOk;
 }
 
-// Goes to a strip or tile of so many lines.
+// Goes to a strip or tile of so many lines. Its stream may say another size, for which memory is
+// taken only when the file can hold it.
 Status JpegRows::begin_block(uint64_t block, uint32_t lines) {
   if (layout_ != JpegLayout::kWhole) {
     uint64_t position = 0;
@@ -59,6 +62,8 @@ Status JpegRows::begin_block(uint64_t block, uint32_t lines) {
   return decoder_.start(pixel_bytes_ == 1 ? jpeg::PixelLayout::kGray8 : jpeg::PixelLayout::kRgb24);
 }
 
+// A stream may be narrower than its block, or wider at the right edge: what is there is taken, what
+// is not becomes zero.
 Status JpegRows::read_row() {
   uint32_t got = 0;
   TRY(decoder_.next_rows(line_.bytes().first(line_bytes_), line_bytes_, 1, got));
@@ -82,6 +87,7 @@ Status JpegRows::read_tile_row(uint32_t rows) {
   return kOk;
 }
 
+// One stream for the whole picture counts as one block.
 Status JpegRows::next(std::span<uint8_t> into) {
   if (rows_left_ == 0) {
     const uint32_t first = block_row_ * image_.block_height;

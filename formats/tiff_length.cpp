@@ -36,6 +36,7 @@ Status count_coded(const Directory& directory, const Image& image, uint64_t posi
     const Status status = decoder.read_row(pixels);
     if (status == kNoMemory) return status;
     if (!status.ok()) break;
+    // End-of-facsimile-block and return-to-control (T.6, T.4) end the page before the data do.
     const uint32_t no_rows = decoder.end_rows();
     if (no_rows > 0) {
       rows = rows + 1 - no_rows;
@@ -48,6 +49,8 @@ Status count_coded(const Directory& directory, const Image& image, uint64_t posi
 
 }  // namespace
 
+// RowsPerStrip is 2^32 - 1 by default (6.0, section 8): a page of one strip. All strips but the
+// last are full.
 Status count_rows(const Directory& directory, const Image& image, uint32_t& rows) {
   if (image.is_tiled || image.is_jpeg() || !image.is_supported) return kBadData;
   const uint64_t strips = directory.field(Tag::kStripOffsets).count / image.planes();
@@ -63,6 +66,7 @@ Status count_rows(const Directory& directory, const Image& image, uint32_t& rows
   uint64_t last = 0;
   TRY(blocks.start());
   TRY(blocks.find(strips - 1, position, size));
+  // Rows that are not coded are counted by their bytes.
   if (image.compression == kNone) {
     if (!directory.has(Tag::kStripByteCounts)) return kBadData;
     last = size / image.row_bytes(image.width);

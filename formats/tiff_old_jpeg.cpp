@@ -10,7 +10,7 @@ namespace tavo::tiff {
 namespace {
 
 constexpr size_t kMaxHeaderBytes = 4096;
-constexpr size_t kSums = 16;  // of a Huffman table
+constexpr size_t kSums = 16;  // codes of each length, in front of a Huffman table's values
 
 // The next two bytes, unread; 0 when there are fewer.
 uint16_t peek(ByteSource& bytes) {
@@ -22,7 +22,9 @@ uint16_t peek(ByteSource& bytes) {
 
 constexpr uint16_t code(int marker) { return static_cast<uint16_t>(0xFF00 | marker); }
 
-// A header made of what tags say: TIFF 6.0, section 22.
+// A header made of what tags say (TIFF 6.0, section 22): the design of that section, in which the
+// strips hold nothing but entropy-coded data. It has no place for the frame header, so sizes and
+// sampling come from the tags that TIFF has anyway.
 class HeaderMaker {
  public:
   HeaderMaker(const Directory& directory, const Image& image)
@@ -67,6 +69,8 @@ Status HeaderMaker::read_table(Tag tag, uint32_t component, uint32_t skipped,
   return directory_.file().read(into);
 }
 
+// JPEGQTables: positions of 64 bytes in zigzag order, which make a DQT segment (ISO/IEC 10918-1,
+// B.2.4.1).
 Status HeaderMaker::put_quantisers() {
   if (!directory_.has(Tag::kJpegQTables)) return kOk;
   for (uint32_t i = 0; i < image_.samples; ++i) {
@@ -79,6 +83,7 @@ Status HeaderMaker::put_quantisers() {
   return kOk;
 }
 
+// JPEGDCTables and JPEGACTables: 16 counts and the values, as a DHT segment has them (B.2.4.2).
 Status HeaderMaker::put_huffman(Tag tag, uint32_t table_class) {
   if (!directory_.has(tag)) return kOk;
   for (uint32_t i = 0; i < image_.samples; ++i) {
@@ -95,6 +100,7 @@ Status HeaderMaker::put_huffman(Tag tag, uint32_t table_class) {
   return kOk;
 }
 
+// SOF0 (B.2.2), of one strip or tile. YCbCrSubSampling is 2, 2 by default.
 Status HeaderMaker::put_frame() {
   const bool shares_colors = image_.photometric == kYCbCr;
   uint32_t h = 0;
@@ -115,6 +121,7 @@ Status HeaderMaker::put_frame() {
   return kOk;
 }
 
+// SOS (B.2.3) of all components.
 void HeaderMaker::put_scan() {
   put_start(jpeg::marker::kSos, 4 + 2 * size_t{image_.samples});
   put(image_.samples);
@@ -127,6 +134,7 @@ void HeaderMaker::put_scan() {
   put(0);
 }
 
+// DRI (B.2.4.4) is there even when its interval is 0, for none.
 Status HeaderMaker::make() {
   if (image_.block_width > UINT16_MAX) return kBadData;
   TRY(bytes_.allocate(kMaxHeaderBytes));
@@ -176,6 +184,7 @@ class Finder {
   bool has_strip_ = false;
 };
 
+// Whether an SOI marker stands there.
 bool Finder::begins_stream(uint64_t position) {
   part_.set(directory_.file(), position, blocks_.rest(position), false);
   bytes_.reset();
@@ -224,6 +233,8 @@ JpegLayout Finder::choose_layout(bool is_within) const {
   return is_whole && !image_.is_tiled ? JpegLayout::kWhole : JpegLayout::kParts;
 }
 
+// First the strips, as a stream there leaves nothing open; then JPEGInterchangeFormat; at last the
+// tags of tables. A header that is damaged or missing leads on to the next place.
 Status Finder::find(JpegLayout& layout) {
   uint64_t size = 0;
   has_strip_ = blocks_.find(0, strip_, size).ok();

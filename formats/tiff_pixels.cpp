@@ -12,6 +12,7 @@ namespace {
 
 constexpr int64_t kOne = 65536;
 
+// Rounded.
 uint8_t clamp_level(int32_t fixed) {
   return static_cast<uint8_t>(std::clamp((fixed + 32768) >> 16, 0, 255));
 }
@@ -43,6 +44,7 @@ Status read_fractions(const Directory& directory, Tag tag, std::span<int64_t> va
 
 }  // namespace
 
+// Which way rows go is settled once: in place, or sample by sample.
 Status PixelConverter::start(const Directory& directory, const Image& image) {
   image_ = &image;
   order_ = directory.order();
@@ -56,25 +58,27 @@ Status PixelConverter::start(const Directory& directory, const Image& image) {
   return image.photometric == kYCbCr ? start_ycc(directory) : kOk;
 }
 
-// TIFF 6.0, section 21; all in 65536ths.
+// TIFF 6.0, section 21; all in 65536ths, since floating point would not give both targets the same
+// pixels. Coefficients that make no colours are replaced.
 Status PixelConverter::start_ycc(const Directory& directory) {
   TRY(ycc_.allocate(1));
   std::array<int64_t, 3> parts = {};
   TRY(read_fractions(directory, Tag::kYCbCrCoefficients, parts));
   const bool is_sane =
       parts[0] > 0 && parts[1] > 0 && parts[2] > 0 && parts[0] + parts[1] + parts[2] < 2 * kOne;
-  if (!is_sane) parts = {19595, 38470, 7471};
+  if (!is_sane) parts = {19595, 38470, 7471};  // the default: 0.299, 0.587, 0.114 of Rec. 601
   const auto [red, green, blue] = parts;
   std::array<int64_t, 6> reference = {0, 255, 128, 255, 128, 255};
   for (int64_t& level : reference) level *= kOne;
   TRY(read_fractions(directory, Tag::kReferenceBlackWhite, reference));
-  // `range`: the levels between the two references (6.0, section 20).
+  // `range`: the levels between the two references, ReferenceBlackWhite (6.0, section 20).
   const auto scaled = [&reference](int64_t code, uint32_t channel, int64_t range) {
     const int64_t black = reference[2 * channel];
     const int64_t span = reference[2 * channel + 1] - black;
     if (span < kOne) return code * kOne - black;
     return std::clamp((code * kOne - black) * range * kOne / span, -512 * kOne, 512 * kOne);
   };
+  // R = Y + Cr (2 - 2 LumaRed), B likewise; G is what is left of Y (6.0, section 21).
   const int64_t to_red = 2 * kOne - 2 * red;
   const int64_t to_blue = 2 * kOne - 2 * blue;
   YccTables& tables = ycc_[0];
@@ -92,6 +96,8 @@ Status PixelConverter::start_ycc(const Directory& directory) {
   return kOk;
 }
 
+// Of 1 bit the palette tells which value is white (6.0, section 3); grey pictures of more have an
+// even ramp from black, so their samples change.
 void PixelConverter::finish_row(std::span<uint8_t> row) const {
   if (image_->bits > 1 && image_->photometric == kWhiteIsZero) {
     for (uint8_t& byte : row) byte = static_cast<uint8_t>(~byte);
@@ -99,7 +105,8 @@ void PixelConverter::finish_row(std::span<uint8_t> row) const {
   if (image_->bits == 2) color::widen_2_to_4(row.data(), static_cast<int32_t>(image_->width));
 }
 
-// Sample `first` of each pixel, reduced to 8 bits.
+// Sample `first` of each pixel, reduced to 8 bits: of 16 and 32 the highest byte, of other sizes
+// value * 255 / largest, rounded. Samples of odd sizes are packed without gaps within a row.
 void PixelConverter::take_samples(std::span<const uint8_t> row, uint32_t first,
                                   uint8_t* out) const {
   const uint32_t step = image_->samples_per_plane();
@@ -120,7 +127,8 @@ void PixelConverter::take_samples(std::span<const uint8_t> row, uint32_t first,
   }
 }
 
-// Line `line` of units of several brightness samples and one pair of colour samples.
+// Line `line` of units of several brightness samples and one pair of colour samples, in the order
+// Y00, Y01 ... Cb, Cr (6.0, section 21).
 void PixelConverter::take_units(std::span<const uint8_t> row, uint32_t line) {
   const uint32_t across = image_->unit_width;
   const uint32_t size = across * image_->unit_height;
@@ -133,6 +141,7 @@ void PixelConverter::take_units(std::span<const uint8_t> row, uint32_t line) {
   }
 }
 
+// Photometric interpretations (6.0, section 8), each as its section has it.
 void PixelConverter::convert(const StoredRows& rows, uint32_t line, uint8_t* out) {
   const bool has_units = image_->unit_width != 1 || image_->unit_height != 1;
   if (has_units) {
@@ -157,6 +166,7 @@ void PixelConverter::convert(const StoredRows& rows, uint32_t line, uint8_t* out
       out[2] = c[x];
     }
   } else if (image_->photometric == kSeparated) {
+    // 6.0, section 16: 255 is full ink; what cyan and black leave of red, and so on.
     const uint8_t* k = samples(3);
     for (size_t x = 0; x < image_->width; ++x, out += 3) {
       const uint32_t light = 255u - k[x];

@@ -19,7 +19,7 @@ uint32_t divide_up(uint32_t value, uint32_t by) { return (value - 1) / by + 1; }
 BlockTable::BlockTable(const Directory& directory, const Image& image)
     : directory_(directory),
       image_(image),
-      // Some writers use the tags of strips for tiles.
+      // TileOffsets and TileByteCounts (6.0, section 15); some writers use the tags of strips.
       offsets_(directory, image.is_tiled && directory.has(Tag::kTileOffsets) ? Tag::kTileOffsets
                                                                              : Tag::kStripOffsets),
       sizes_(directory, image.is_tiled && directory.has(Tag::kTileByteCounts)
@@ -40,6 +40,7 @@ Status BlockTable::start() {
   return kOk;
 }
 
+// Many tiles may have one block's data in common: an attack makes each of them expensive.
 Status BlockTable::count_bytes(uint64_t taken) {
   bytes_taken_ += taken;
   return bytes_taken_ <= most_bytes_ ? kOk : kBadData;
@@ -50,6 +51,7 @@ Status BlockTable::count_pixels(uint64_t pixels) {
   return formats::check_plausible(formats::Density::kJpeg, pixels_, 1, file_bytes_);
 }
 
+// Byte counts may be missing, 0 or too large: the data then go on as far as they can.
 Status BlockTable::find(uint64_t block, uint64_t& position, uint64_t& size) {
   TRY(offsets_.get(block, position));
   if (position >= file_bytes_) return kReadError;
@@ -61,6 +63,7 @@ Status BlockTable::find(uint64_t block, uint64_t& position, uint64_t& size) {
   return kOk;
 }
 
+// Memory: for strips a row of each plane, for tiles the rows of one row of them.
 Status StoredRows::start() {
   TRY(blocks_.start());
   const uint64_t block_row_bytes = image_.row_bytes(image_.block_width);
@@ -84,6 +87,7 @@ uint32_t StoredRows::rows_in_block(uint32_t block_row) const {
   return divide_up(std::min(image_.block_height, image_.height - first), image_.unit_height);
 }
 
+// With PlanarConfiguration 2 (6.0, section 8) all blocks of a sample come before the next one's.
 Status StoredRows::begin_block(uint32_t plane, uint64_t block, uint32_t rows) {
   const uint64_t blocks = uint64_t{image_.blocks_across} * image_.blocks_down;
   block += plane * blocks;
@@ -110,6 +114,7 @@ Status StoredRows::next(std::span<uint8_t> into) {
   return kOk;
 }
 
+// Rows begin at byte boundaries (6.0, section 3), those of each plane, too.
 Status StoredRows::next_of_strips(std::span<uint8_t> into) {
   if (rows_left_ == 0) {
     rows_left_ = rows_in_block(block_row_number_);
@@ -130,6 +135,7 @@ Status StoredRows::next_of_strips(std::span<uint8_t> into) {
   return kOk;
 }
 
+// Tiles go from left to right, rows of them from top to bottom (6.0, section 15).
 Status StoredRows::read_tile_row() {
   rows_left_ = rows_in_block(block_row_number_);
   rows_taken_ = 0;
@@ -144,6 +150,7 @@ Status StoredRows::read_tile_row() {
   return kOk;
 }
 
+// Tiles at the edges are whole: what is beyond the picture is dropped.
 Status StoredRows::read_tile(uint32_t plane, uint32_t across, uint32_t rows) {
   const size_t from = across * block_row_bytes_;
   const size_t part = std::min(block_row_bytes_, row_bytes_ - from);

@@ -30,6 +30,8 @@ Status StripWriter::start(const Variant& variant, const BitmapHandle& picture, i
   return has_predictor ? differences_.allocate(bytes) : kOk;
 }
 
+// Every K-th row of two-dimensional Group 3 is coded by itself (T.4, 4.2.1.1): 2, or 4 in fine
+// pictures.
 Status StripWriter::start_fax(const Variant& variant, const BitmapHandle& picture) {
   ccitt::EncoderOptions options;
   if (compression_ == kGroup3) {

@@ -14,8 +14,10 @@ namespace tavo::tiff {
 
 namespace {
 
-constexpr uint32_t kStripBytes = 65536;
-constexpr uint32_t kHeaderBytes = 8;
+// Sections are those of TIFF 6.0.
+
+constexpr uint32_t kStripBytes = 65536;  // section 3 recommends 8 KB, for memories of its time
+constexpr uint32_t kHeaderBytes = 8;     // section 2: byte order, version, offset of the first page
 constexpr uint32_t kLinkInHeader = 4;
 
 constexpr Variant kVariants[] = {
@@ -30,6 +32,7 @@ struct Look {
   bool inverts = false;  // the rows, on their way to the file
 };
 
+// Whether the colours are grey steps that the samples themselves can stand for.
 bool is_ramp(const T_PaletteEntry* palette, uint32_t entries, bool is_inverse) {
   for (uint32_t i = 0; i < entries; ++i) {
     const uint32_t step = is_inverse ? entries - 1 - i : i;
@@ -40,11 +43,14 @@ bool is_ramp(const T_PaletteEntry* palette, uint32_t entries, bool is_inverse) {
   return true;
 }
 
+// Green counts most; enough to tell which of two colours is the lighter.
 uint32_t brightness(const T_PaletteEntry& entry) {
   return 2u * entry.Red + 5u * entry.Green + entry.Blue;
 }
 
-// Fax codings show white and black, and 0 is white in all of them; the others keep what they can.
+// Fax codings show white and black, and 0 is white in all of them (section 11); the others keep
+// what they can: black as zero for even ramps (sections 3 and 4), a colour map otherwise (section
+// 5).
 Look choose_look(const BitmapHandle& bitmap, int32_t depth, const Variant& variant) {
   if (depth > 8) return {kRgb, false};
   const T_PaletteEntry* palette = bitmap.Info.Palette;
@@ -139,12 +145,14 @@ Status PageWriter::prepare(const BitmapHandle& picture, int32_t depth, const Var
   return strip_.start(variant, picture, depth);
 }
 
+// Directories and values begin at even positions (section 2).
 Status PageWriter::begin(uint32_t position, ByteOrder order) {
   order_ = order;
   out_.start(position);
   return out_.make_even();
 }
 
+// Strips begin at even positions, too.
 Status PageWriter::put_row(std::span<const uint8_t> row) {
   const uint32_t strip = next_row_ / rows_per_strip_;
   if (next_row_ % rows_per_strip_ == 0) {
@@ -173,6 +181,7 @@ Status PageWriter::write_longs(std::span<const uint32_t> values, uint32_t& posit
   return kOk;
 }
 
+// XResolution and YResolution, over 1.
 Status PageWriter::write_rationals(uint32_t& position) {
   const std::array<uint32_t, 4> values = {
       static_cast<uint32_t>(std::max(picture_->XResolution, 1)), 1,
@@ -180,7 +189,7 @@ Status PageWriter::write_rationals(uint32_t& position) {
   return write_longs(values, position);
 }
 
-// All reds, all greens, all blues, 16 bits each.
+// Section 5: all reds, all greens, all blues, 16 bits each, 65535 being full.
 Status PageWriter::write_color_map(uint32_t& position) {
   position = out_.position();
   for (const auto channel : {&T_PaletteEntry::Red, &T_PaletteEntry::Green, &T_PaletteEntry::Blue}) {
@@ -209,7 +218,8 @@ Status PageWriter::write_values() {
 
 // ---- The directory ----
 
-// A single value (a SHORT stands in the first half of its field) or the position of several.
+// Section 2: tag, type, count, and a single value (a SHORT stands in the first half of its field)
+// or the position of several.
 void PageWriter::add(Tag tag, Type type, uint32_t count, uint32_t value) {
   uint8_t* entry = entries_.data() + size_t{entry_count_++} * 12;
   put16(entry, static_cast<uint16_t>(tag));
@@ -226,9 +236,11 @@ void PageWriter::add_list(Tag tag, std::span<const uint32_t> values, uint32_t po
   add(tag, kLong, static_cast<uint32_t>(values.size()), values.size() == 1 ? values[0] : position);
 }
 
+// In the order of their numbers, as section 2 wants it: what baseline pictures must have (sections
+// 3 to 6), also where it is the default, and what the coding needs.
 void PageWriter::add_tags(int32_t page_index) {
-  constexpr uint32_t kPageOfSeveral = 2;
-  constexpr uint32_t kInch = 2;
+  constexpr uint32_t kPageOfSeveral = 2;  // NewSubfileType, bit 1
+  constexpr uint32_t kInch = 2;           // ResolutionUnit
   const bool is_rgb = look_.photometric == kRgb;
   add(Tag::kNewSubfileType, kLong, 1, page_index > 0 ? kPageOfSeveral : 0);
   add(Tag::kImageWidth, kLong, 1, static_cast<uint32_t>(picture_->Width));
@@ -249,7 +261,7 @@ void PageWriter::add_tags(int32_t page_index) {
   if (variant_->compression == kGroup4) add(Tag::kT6Options, kLong, 1, 0);
   add(Tag::kResolutionUnit, kShort, 1, kInch);
   if (page_index > 0) {
-    add(Tag::kPageNumber, kShort, 2, 0);
+    add(Tag::kPageNumber, kShort, 2, 0);  // section 12
     // Two SHORTs in one field: the index, and a total of 0, as it would not stay true.
     put16(entries_.data() + size_t{entry_count_ - 1} * 12 + 8, static_cast<uint32_t>(page_index));
     put16(entries_.data() + size_t{entry_count_ - 1} * 12 + 10, 0);
@@ -268,6 +280,7 @@ Status PageWriter::write_directory() {
   return out_.write(bytes);
 }
 
+// What the directory needs of the strips is known only now.
 Status PageWriter::finish(int32_t page_index) {
   TRY(write_values());
   add_tags(page_index);
@@ -296,6 +309,7 @@ Status find_chain(const io::OutputFile& existing, Chain& chain) {
   return chain.pages >= T_MAX_PAGES ? kWriteError : status;
 }
 
+// The last write of a save: four bytes, after which the page is part of the file.
 Status link_page(io::OutputFile& file, const Chain& chain, uint32_t directory) {
   std::array<uint8_t, 4> bytes;
   chain.order.is_big_endian ? store_be32(bytes.data(), directory)

@@ -4,6 +4,7 @@
 
 namespace tavo::dib {
 
+// Up to 8 bits there is a table; fields of more, as of 10-10-10-2 pixels, are computed.
 FieldConverter::Field::Field(Channel channel)
     : shift(channel.shift),
       bits(channel.width),
@@ -28,6 +29,7 @@ FieldConverter::FieldConverter(const Header& header)
       red_(header.red),
       alpha_(header.alpha) {}
 
+// Pixels are little-endian words, whatever the masks.
 void FieldConverter::convert(const uint8_t* in, uint8_t* out, int32_t width) const {
   if (pixel_bits_ == 16) {
     for (int32_t x = 0; x < width; ++x, in += 2, out += 3) {

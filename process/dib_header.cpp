@@ -15,7 +15,7 @@ namespace {
 // biSize where a header is neither the core nor an information header.
 constexpr size_t kOs2ShortSize = 16;  // BITMAPINFOHEADER2, cut behind cBitCount
 constexpr size_t kOs2FullSize = 64;
-constexpr size_t kV3Size = 56;  // from here on alpha has a mask in the header
+constexpr size_t kV3Size = 56;  // BITMAPV3INFOHEADER: from here on alpha has a mask in the header
 constexpr size_t kV5Size = 124;
 
 // Offsets in BITMAPCOREHEADER.
@@ -26,13 +26,15 @@ constexpr size_t kBcWidth = 4, kBcHeight = 6, kBcBitCount = 10;
 constexpr size_t kBiWidth = 4, kBiHeight = 8, kBiBitCount = 14, kBiCompression = 16;
 constexpr size_t kBiXPelsPerMeter = 24, kBiYPelsPerMeter = 28, kBiClrUsed = 32, kMasks = 40;
 
-// Values of biCompression; OS/2 2.x has others than Windows.
+// Values of biCompression ([MS-WMF] 2.1.1.7 lists them); OS/2 2.x has others than Windows. BI_RLE8
+// (1) and BI_RLE4 (2) are known by the depth.
 constexpr uint32_t kRgb = 0;
 constexpr uint32_t kBitFields = 3;  // OS/2: Huffman coding
 constexpr uint32_t kJpeg = 4;       // OS/2: RLE24
 constexpr uint32_t kPng = 5;
 constexpr uint32_t kAlphaBitFields = 6;  // Windows CE
 
+// The bits of a mask are together (BITMAPINFOHEADER); of one with gaps the outermost bits count.
 Channel channel_of(uint32_t mask) {
   if (mask == 0) return {};
   const auto shift = static_cast<uint32_t>(std::countr_zero(mask));
@@ -49,6 +51,8 @@ bool masks_are_plain(const Header& header) {
          header.blue == Channel{0, 8};
 }
 
+// A header of 40 bytes has its three masks behind it, of Windows CE four, and the colour table
+// comes after them. The longer ones include them.
 Status parse_masks(std::span<const uint8_t> bytes, size_t header_size, bool with_alpha,
                    Header& header) {
   const uint32_t size = with_alpha ? 16 : 12;
@@ -64,7 +68,8 @@ Status parse_masks(std::span<const uint8_t> bytes, size_t header_size, bool with
 }
 
 // Kept: of 4 and 8 bits the compression word only says that rows are coded; how follows from the
-// depth. Otherwise its meaning depends on whose header it is.
+// depth. Otherwise its meaning depends on whose header it is: 3 is BI_BITFIELDS, and in OS/2's full
+// header Huffman 1D; 4 is BI_JPEG, and there RLE24.
 Status parse_coding(std::span<const uint8_t> bytes, size_t header_size, Header& header) {
   const uint32_t compression = load_le32(&bytes[kBiCompression]);
   if (compression == kRgb) return kOk;
@@ -91,6 +96,7 @@ Status parse_coding(std::span<const uint8_t> bytes, size_t header_size, Header& 
   }
 }
 
+// BITMAPCOREHEADER: unsigned sizes of 16 bits, always bottom-up, never coded.
 void parse_core_header(std::span<const uint8_t> bytes, Header& header) {
   header.entry_bytes = 3;
   header.width = load_le16(&bytes[kBcWidth]);
@@ -98,6 +104,8 @@ void parse_core_header(std::span<const uint8_t> bytes, Header& header) {
   header.bits = load_le16(&bytes[kBcBitCount]);
 }
 
+// BITMAPINFOHEADER and what begins like it. A negative height means top-down. biPlanes is not
+// looked at: there is one.
 Status parse_info_header(std::span<const uint8_t> bytes, size_t header_size, Header& header,
                          uint32_t& colors_used) {
   header.width = static_cast<int32_t>(load_le32(&bytes[kBiWidth]));
@@ -106,7 +114,7 @@ Status parse_info_header(std::span<const uint8_t> bytes, size_t header_size, Hea
   header.is_top_down = height < 0;
   header.height = height < 0 ? -height : height;
   header.bits = load_le16(&bytes[kBiBitCount]);
-  if (header_size < kInfoHeaderSize) return kOk;
+  if (header_size < kInfoHeaderSize) return kOk;  // all later fields of OS/2's count as 0
 
   header.has_resolution = true;
   header.x_per_meter = static_cast<int32_t>(load_le32(&bytes[kBiXPelsPerMeter]));
@@ -132,9 +140,12 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
     TRY(parse_info_header(bytes, size, header, colors_used));
   }
   if (header.width <= 0 || header.height <= 0) return kBadData;
+  // 64 bits are GDI+'s, in fixed point.
   if (!is_bitmap_depth(header.bits)) return header.bits == 64 ? kSubtype : kBadData;
   header.line_bytes = core::bytes_per_line(header.width, header.bits);
   if (header.line_bytes == 0) return kBadSize;
+  // biClrUsed 0 stands for all, and so does more than there can be. Above 8 bits the table is a
+  // hint for displays of 256 colours, which nobody needs.
   if (header.bits <= 8) {
     const uint32_t all = 1u << header.bits;
     header.table_entries = colors_used > 0 && colors_used < all ? colors_used : all;

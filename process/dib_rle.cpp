@@ -8,6 +8,7 @@ namespace tavo::dib {
 
 namespace {
 
+// Second byte of an escape, whose first byte is 0; 3 and more count the pixels of an absolute run.
 constexpr uint32_t kEndOfLine = 0;
 constexpr uint32_t kEndOfBitmap = 1;
 constexpr uint32_t kDelta = 2;
@@ -33,6 +34,8 @@ void put_nibble(uint8_t* row, uint32_t x, uint32_t value) {
 
 }  // namespace
 
+// Encoded mode: RLE4 has two pixels in the value, which alternate; RLE24 has a pixel of three
+// bytes.
 void RleDecoder::put_run(uint8_t* row, uint32_t count, const uint8_t* value) {
   count = std::min(count, width_ - x_);
   if (coding_ == Coding::kRle8) {
@@ -45,12 +48,13 @@ void RleDecoder::put_run(uint8_t* row, uint32_t count, const uint8_t* value) {
   x_ += count;
 }
 
+// Absolute mode. Runs are aligned to 16 bits.
 Status RleDecoder::put_literal(uint8_t* row, uint32_t count) {
   std::array<uint8_t, 3 * 255 + 1> data;
   const uint32_t size = coding_ == Coding::kRle8   ? count
                         : coding_ == Coding::kRle4 ? (count + 1) / 2
                                                    : count * 3;
-  // Padded to 16 bits. A missing last pad byte does no harm.
+  // A missing last pad byte does no harm.
   size_t got = 0;
   TRY(bytes_.read_some({data.data(), size + size % 2}, got));
   if (got < size) return kReadError;
@@ -67,6 +71,8 @@ Status RleDecoder::put_literal(uint8_t* row, uint32_t count) {
   return kOk;
 }
 
+// Two bytes follow the escape: how many pixels to the right and rows on. The rows between have
+// nothing; the one that is reached goes on at the new column.
 Status RleDecoder::move_by_delta(bool& row_done) {
   const int dx = bytes_.get();
   const int dy = bytes_.get();
@@ -79,6 +85,7 @@ Status RleDecoder::move_by_delta(bool& row_done) {
   return kOk;
 }
 
+// The end of bitmap may come early: what follows is blank.
 Status RleDecoder::escape(uint32_t code, uint8_t* row, bool& row_done) {
   switch (code) {
     case kEndOfLine:
@@ -122,6 +129,7 @@ Status RleDecoder::decode_pairs(uint8_t* row) {
   return kOk;
 }
 
+// What is skipped is colour 0: GDI leaves there what the destination had.
 Status RleDecoder::decode_row(std::span<uint8_t> row) {
   std::fill(row.begin(), row.end(), uint8_t{0});
   if (at_end_) return kOk;

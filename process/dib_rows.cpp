@@ -10,6 +10,7 @@ Status RowReader::start() {
   return header_.coding == Coding::kNone ? line_.allocate(header_.line_bytes) : kOk;
 }
 
+// Rows that are not coded are padded to 32 bits.
 Status RowReader::next(std::span<uint8_t> row) {
   if (header_.coding != Coding::kNone) return runs_.decode_row(row);
   TRY(bytes_.read(line_.bytes()));
