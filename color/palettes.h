@@ -11,6 +11,11 @@ namespace tavo::color {
 // The colour of three bytes as files have them.
 constexpr T_PaletteEntry rgb_entry(const uint8_t* rgb) { return {rgb[2], rgb[1], rgb[0], 0}; }
 constexpr T_PaletteEntry bgr_entry(const uint8_t* bgr) { return {bgr[0], bgr[1], bgr[2], 0}; }
+constexpr void put_rgb(const T_PaletteEntry& entry, uint8_t* rgb) {
+  rgb[0] = entry.Red;
+  rgb[1] = entry.Green;
+  rgb[2] = entry.Blue;
+}
 constexpr T_PaletteEntry gray_entry(uint8_t level) { return {level, level, level, 0}; }
 
 // The built-in palette of a depth: black and white (1), even steps of grey (2), the 16 standard

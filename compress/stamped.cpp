@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/buffer.h"
+#include "color/palettes.h"
 #include "compress/bitmap_compressor.h"
 #include "compress/cmp_layout.h"
 #include "compress/strip_rows.h"
@@ -118,10 +119,7 @@ Status collect(BitmapHandle& small, Buffer& data, Stamp& stamp) {
   const auto height = static_cast<uint32_t>(small.Height);
   TRY(data.allocate(palette_size + row_bytes * height));
   for (size_t i = 0; i < palette_size; i += 3) {
-    const T_PaletteEntry& entry = small.Info.Palette[i / 3];
-    data.data()[i] = entry.Red;
-    data.data()[i + 1] = entry.Green;
-    data.data()[i + 2] = entry.Blue;
+    color::put_rgb(small.Info.Palette[i / 3], data.data() + i);
   }
   const core::AccessScope accessed(small);
   for (uint32_t y = 0; y < height; ++y) {

@@ -65,11 +65,7 @@ std::array<uint8_t, kHeaderSize> make_header(const BitmapHandle& bitmap,
   store_le32(&bytes[kHeight], static_cast<uint32_t>(bitmap.Height));
   store_le32(&bytes[kXResolution], static_cast<uint32_t>(bitmap.XResolution));
   store_le32(&bytes[kYResolution], static_cast<uint32_t>(bitmap.YResolution));
-  for (size_t i = 0; i < 2; ++i) {
-    bytes[kColors + 3 * i] = palette[i].Red;
-    bytes[kColors + 3 * i + 1] = palette[i].Green;
-    bytes[kColors + 3 * i + 2] = palette[i].Blue;
-  }
+  for (size_t i = 0; i < 2; ++i) color::put_rgb(palette[i], &bytes[kColors + 3 * i]);
   store_le16(&bytes[kChecksum], checksum(bytes.data()));
   return bytes;
 }

@@ -268,12 +268,7 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap) {
   TRY(file.write(head));
 
   std::array<uint8_t, 3 * 256> table;
-  for (size_t i = 0; i < 256; ++i) {
-    const T_PaletteEntry& color = bitmap.Info.Palette[i];
-    table[3 * i] = color.Red;
-    table[3 * i + 1] = color.Green;
-    table[3 * i + 2] = color.Blue;
-  }
+  for (size_t i = 0; i < 256; ++i) color::put_rgb(bitmap.Info.Palette[i], &table[3 * i]);
   TRY(file.write(table));
 
   std::array<uint8_t, 1 + kImageDescriptorSize + 1> image = {kImageSeparator};

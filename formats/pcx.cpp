@@ -253,12 +253,6 @@ void choose_palette(const BitmapHandle& bitmap, int32_t depth, Palette& palette)
   std::copy_n(bitmap.Info.Palette, 1u << bits, palette);
 }
 
-void put_color(uint8_t* file, const T_PaletteEntry& entry) {
-  file[0] = entry.Red;
-  file[1] = entry.Green;
-  file[2] = entry.Blue;
-}
-
 // A resolution that the field of 16 bits cannot hold is unknown.
 void put_resolution(uint8_t* file, int32_t resolution) {
   const bool fits = resolution >= 0 && resolution <= UINT16_MAX;
@@ -274,7 +268,7 @@ Status write_header(io::OutputFile& file, const BitmapHandle& bitmap, int32_t de
   put_resolution(&head[kHDpi], bitmap.XResolution);
   put_resolution(&head[kVDpi], bitmap.YResolution);
   const uint32_t listed = depth == 4 ? 16 : depth == 1 || bitmap.BitsPerPixel == 1 ? 2 : 0;
-  for (uint32_t i = 0; i < listed; ++i) put_color(&head[kColormap + 3 * i], palette[i]);
+  for (uint32_t i = 0; i < listed; ++i) color::put_rgb(palette[i], &head[kColormap + 3 * i]);
   head[kPlanes] = depth == 24 ? 3 : 1;
   store_le16(&head[kBytesPerLine], static_cast<uint16_t>(line_bytes));
   store_le16(&head[kPaletteInfo], 1);  // colour or black and white; 2 would be grey
@@ -283,7 +277,7 @@ Status write_header(io::OutputFile& file, const BitmapHandle& bitmap, int32_t de
 
 Status write_trailer(io::OutputFile& file, const Palette& palette) {
   std::array<uint8_t, kTrailerSize> trailer = {kTrailerMark};
-  for (uint32_t i = 0; i < 256; ++i) put_color(&trailer[1 + 3 * i], palette[i]);
+  for (uint32_t i = 0; i < 256; ++i) color::put_rgb(palette[i], &trailer[1 + 3 * i]);
   return file.write(trailer);
 }
 

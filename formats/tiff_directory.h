@@ -126,7 +126,7 @@ class Directory {
   io::InputFile& file() const { return *file_; }
 
  private:
-  // Of all tags in the range that has a name above the fields are kept, known or not.
+  // Fields are kept of all tags from the first to the last of those above, known or not.
   static constexpr auto kFirstTag = static_cast<uint16_t>(Tag::kNewSubfileType);
   static constexpr auto kLastTag = static_cast<uint16_t>(Tag::kReferenceBlackWhite);
 
