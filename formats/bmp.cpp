@@ -103,8 +103,11 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   return kOk;
 }
 
-Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
-            void* context) {
+namespace {
+
+// `asks_upright`: for the top row first, which plain rows can be read in.
+Status read_rows_of(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                    void* context, bool asks_upright) {
   io::InputFile file;
   TRY(io::open_for_rows(file, name, bits_per_pixel));
   Header header;
@@ -112,10 +115,27 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   process::SourcePicture picture = dib::describe(header.dib);
   TRY(read_palette(file, header, picture.palette));
   TRY(file.seek(header.data_offset));
+  const bool is_upright =
+      asks_upright && picture.view_perspective >= 2 && !dib::RowReader::is_needed(header.dib);
+  if (is_upright) picture.view_perspective = 0;
 
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());
-  return read_rows(file, header.dib, rows);
+  if (!is_upright) return read_rows(file, header.dib, rows);
+  return formats::read_plain_rows_upright(file, header.data_offset, header.dib.line_bytes,
+                                          header.dib.height, rows);
+}
+
+}  // namespace
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  return read_rows_of(name, bitmap, sink, bits_per_pixel, context, false);
+}
+
+Status read_upright(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                    void* context) {
+  return read_rows_of(name, bitmap, sink, bits_per_pixel, context, true);
 }
 
 namespace {

@@ -32,6 +32,9 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
+// Plain rows come top row first, however they are stored; other files as read() delivers them.
+Status read_upright(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                    void* context);
 Status write(io::WriterUse use);
 
 }  // namespace tavo::bmp

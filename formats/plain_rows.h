@@ -6,6 +6,7 @@
 
 #include "base/byte_source.h"
 #include "base/status.h"
+#include "io/input_file.h"
 #include "io/output_file.h"
 #include "process/row_delivery.h"
 
@@ -15,6 +16,11 @@ namespace tavo::formats {
 // in batches. Where the file ends early: the whole rows that are there, then kReadError.
 Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
                        process::RowDelivery& rows);
+
+// The same for rows that lie in the file from `position` on, the bottom one first: delivers the top
+// one first. Where the file ends early nothing is delivered.
+Status read_plain_rows_upright(io::InputFile& file, uint64_t position, size_t row_bytes,
+                               int32_t height, process::RowDelivery& rows);
 
 // Writes of `rows`, each `row_bytes` long, the first `file_bytes` bytes.
 Status write_plain_rows(io::OutputFile& file, std::span<const uint8_t> rows, size_t row_bytes,

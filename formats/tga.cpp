@@ -222,8 +222,16 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   return kOk;
 }
 
-Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
-            void* context) {
+namespace {
+
+uint32_t data_offset(const Header& header) {
+  const size_t map = map_entry_bytes(header) * header.map_entries;
+  return static_cast<uint32_t>(kHeaderSize + header.id_bytes + map);
+}
+
+// `asks_upright`: for the top row first, which plain rows can be read in.
+Status read_rows_of(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                    void* context, bool asks_upright) {
   io::InputFile file;
   TRY(io::open_for_rows(file, name, bits_per_pixel));
   ByteSource bytes(file);
@@ -237,10 +245,26 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(bytes.skip(header.id_bytes));  // field 6: any text
   process::SourcePicture picture = describe(header);
   TRY(read_map(bytes, header, picture));
+  const bool is_upright = asks_upright && picture.view_perspective >= 2 && !header.is_run_length;
+  if (is_upright) picture.view_perspective = 0;
 
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());
-  return read_rows(bytes, header, rows);
+  if (!is_upright) return read_rows(bytes, header, rows);
+  return formats::read_plain_rows_upright(file, data_offset(header),
+                                          pixel_bytes(header) * header.width, header.height, rows);
+}
+
+}  // namespace
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  return read_rows_of(name, bitmap, sink, bits_per_pixel, context, false);
+}
+
+Status read_upright(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                    void* context) {
+  return read_rows_of(name, bitmap, sink, bits_per_pixel, context, true);
 }
 
 namespace {

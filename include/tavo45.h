@@ -470,8 +470,8 @@ T_API int32_t T_CALL T_ConvertFile(const char* source, const char* destination, 
  * and what the format cannot hold is told before the rest of the source is read. BMP files may be
  * written by seeking behind their end. The picture is converted whole when its colours are reduced
  * to 8 bits or less, when it is interlaced, when its bottom row comes first (but into BMP and TGA
- * files), and when both names are equal; two names of one file are T_ERR_CREATE, where the file
- * operations know. */
+ * files, and from such files without run-length coding), and when both names are equal; two names
+ * of one file are T_ERR_CREATE, where the file operations know. */
 T_API int32_t T_CALL T_StreamFile(const char* source, const char* destination, int32_t format,
                                   int32_t bitsPerPixel, int32_t quality);
 

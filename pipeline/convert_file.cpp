@@ -52,15 +52,23 @@ namespace {
 class FileStream {
  public:
   FileStream(SavePlan& plan, const FILEINFO& info, io::RowWriter& writer)
-      : plan_(plan), info_(info), feed_(writer, plan.request) {}
+      : plan_(plan), info_(info), writer_(writer), feed_(writer, plan.request) {}
   FileStream(const FileStream&) = delete;
   FileStream& operator=(const FileStream&) = delete;
 
   Status run(const char* source) {
     core::OwnedBitmap rows;
-    TRY(load(source, *rows, {.bits = 0, .order = -1, .callback = sink, .user_data = this}));
+    TRY(load(source, *rows,
+             {.bits = 0,
+              .order = -1,
+              .callback = sink,
+              .user_data = this,
+              .asks_upright = writer_.order() == io::RowOrder::kTopFirst}));
     return is_begun_ ? feed_.finish() : kIncomplete;
   }
+
+  // The rows come in an order that the writer cannot take; nothing has happened yet.
+  bool needs_whole() const { return needs_whole_; }
 
  private:
   static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
@@ -83,6 +91,8 @@ class FileStream {
   bool prepares() const { return plan_.preparation != Preparation::kNone; }
 
   Status begin(const BitmapHandle& source) {
+    needs_whole_ = writer_.order() == io::RowOrder::kTopFirst && source.ViewPerspective >= 2;
+    if (needs_whole_) return kIncomplete;
     const DefaultResolution resolution(dots_per_inch(info_.Format, source.XResolution),
                                        dots_per_inch(info_.Format, source.YResolution));
     TRY(describe(source));
@@ -122,11 +132,13 @@ class FileStream {
 
   SavePlan& plan_;
   const FILEINFO& info_;
+  io::RowWriter& writer_;
   process::RowFeed feed_;
   BitmapHandle picture_ = {};
   color::RowConverter converter_;  // of what a save prepares
   Buffer row_;
   bool is_begun_ = false;
+  bool needs_whole_ = false;
 };
 
 uint64_t picture_bytes(const FILEINFO& info, int32_t bits) {
@@ -141,12 +153,16 @@ bool needs_rows_only(const FILEINFO& info, const SavePlan& plan) {
   return std::max(picture_bytes(info, info.BitsPerPixel), picture_bytes(info, depth)) <= UINT32_MAX;
 }
 
-// Whether the writer can take the rows as they come.
+// Whether the writer may be able to take the rows as they come. Reading and writing from the end
+// takes positions that can be reached.
 bool takes_order(const FILEINFO& info, const SavePlan& plan, io::RowOrder order) {
   constexpr uint64_t kMostHeader = 4096;
   const bool is_top_first = info.ViewPerspective < 2;
   if ((info.Flags & T_FLAG_INTERLACED) != 0) return false;
-  if (order == io::RowOrder::kTopFirst) return is_top_first;
+  if (order == io::RowOrder::kTopFirst) {
+    const bool may_turn = find_format(info.Format)->read_upright != nullptr;
+    return is_top_first || (may_turn && info.FileSize <= INT32_MAX);
+  }
   const bool is_placed = order == io::RowOrder::kAny && is_top_first;
   return !is_placed || picture_bytes(info, plan.request.depth) <= INT32_MAX - kMostHeader;
 }
@@ -165,7 +181,8 @@ Status stream_file(const char* source, const char* destination, int32_t format, 
   return plan.with_writer([&](io::RowWriter& writer) {
     if (!takes_order(info, plan, writer.order())) return whole();
     FileStream stream(plan, info, writer);
-    return stream.run(source);
+    const Status status = stream.run(source);
+    return stream.needs_whole() ? whole() : status;
   });
 }
 

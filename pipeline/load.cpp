@@ -115,7 +115,9 @@ Status Load::read(const char* name) {
   if (format_ == nullptr || format_->read == nullptr) return kNoFormat;
   const bool whole_asked = asks(T_LOAD_GIF_WHOLE) || stage_ == Stage::kDither;
   if (format_->delivery == Delivery::kWholeWhenAsked && whole_asked) return replay(name);
-  return format_->read(name, source_.get(), sink, request_depth(info_.BitsPerPixel), context());
+  const bool is_upright = request_.asks_upright && format_->read_upright != nullptr;
+  const io::Reader reader = is_upright ? format_->read_upright : format_->read;
+  return reader(name, source_.get(), sink, request_depth(info_.BitsPerPixel), context());
 }
 
 Status Load::run(const char* name) {

@@ -15,6 +15,7 @@ struct LoadRequest {
   uint32_t flags = 0;
   T_RowSink callback = nullptr;
   void* user_data = nullptr;
+  bool asks_upright = false;  // for the top row first, where the format can
 };
 
 // T_LoadFile.

@@ -20,6 +20,7 @@ struct FormatRow {
   const char* description = "";
   const char* extensions = "";
   io::Reader read = nullptr;
+  io::Reader read_upright = nullptr;  // not null: may deliver bottom-up files top row first
   Delivery delivery = Delivery::kStreamed;
   io::Writer write = nullptr;
   uint32_t write_depths = 0;       // as T_Format.WriteDepths

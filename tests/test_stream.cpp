@@ -52,6 +52,8 @@ constexpr Pair kPairs[] = {{"as they are", T_FORMAT_TIFF_GROUP4, 1, T_FORMAT_TIF
                            {"placed", T_FORMAT_TIFF_GROUP4, 1, T_FORMAT_BMP, 1},
                            {"grey", T_FORMAT_TIFF_LZW, 24, T_FORMAT_JPEG, 8},
                            {"widened", T_FORMAT_GIF, 8, T_FORMAT_PCX, 24},
+                           {"from the end", T_FORMAT_BMP, 24, T_FORMAT_JPEG, 24},
+                           {"from the end, lines", T_FORMAT_TGA, 8, T_FORMAT_GIF, 8},
                            {"stored order", T_FORMAT_BMP, 24, T_FORMAT_TGA, 16}};
 
 // All blocks that are ever taken make up less than half of the picture.
