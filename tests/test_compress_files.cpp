@@ -140,23 +140,16 @@ TEST(CompressFiles, GreyFilesOfFewBits) {
 
 // Upper half red, lower half blue, a green column at the left.
 void make_flag(Bitmap& bitmap, int32_t bits) {
-  T_InitBitmap(bitmap.get(), 100, 60, bits);
-  ASSERT_EQ(T_AllocateBitmap(bitmap.get(), 1), T_OK);
+  make_picture(bitmap, 100, 60, 8, 1, 0);
   bitmap->Info.Palette[1] = {0, 0, 250, 0};
   bitmap->Info.Palette[2] = {240, 0, 0, 0};
   bitmap->Info.Palette[3] = {0, 230, 0, 0};
   T_AccessBitmap(bitmap.get());
-  for (uint32_t y = 0; y < 60; ++y) {  // bottom row first
-    Bytes row(bitmap->BytesPerLine);
-    for (uint32_t x = 0; x < 100; ++x) {
-      const uint8_t index = x < 10 ? 3 : y < 30 ? 2 : 1;
-      const T_PaletteEntry& color = bitmap->Info.Palette[index];
-      if (bits == 8) row[x] = index;
-      if (bits == 24) std::memcpy(&row[3 * x], &color, 3);
-    }
-    T_PutBitmapRow(bitmap.get(), row.data(), y, bitmap->BytesPerLine);
+  for (uint32_t y = 0; y < 60; ++y) {
+    T_PutBitmapRow(bitmap.get(), join({Bytes(10, 3), Bytes(90, y < 30 ? 1 : 2)}).data(), y, 100);
   }
   T_ReleaseBitmap(bitmap.get());
+  if (bits == 24) T_ColorResolution(bitmap.get(), 24, T_PALETTE_NONE, nullptr, 0);
 }
 
 TEST(CompressStamp, IndexedStampInBothPlaces) {

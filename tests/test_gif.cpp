@@ -220,20 +220,6 @@ TEST(Gif, InterlacedRowsAreResampledInPictureOrder) {
       EXPECT_EQ(rows[0].bytes, rows[1].bytes) << bits << " bits, " << width << " x " << height;
     }
   }
-  // Cut in the third pass: what is missing above the lowest row that came is zero.
-  GifFile gif = rows_of_their_number(6, 16, true);
-  gif.data = sub_blocks(lzw_stream(Bytes(6 * 5, 9), 4), 255);  // rows 0, 8, 4, 12, 2
-  disk.files["x"] = gif_file(gif);
-  Bitmap bitmap;
-  T_InitBitmap(bitmap.get(), 12, 16, 8);
-  T_AllocateBitmap(bitmap.get(), 1);
-  Rows rows;
-  EXPECT_EQ(T_LoadGIFFile("x", bitmap.get(), Rows::sink, 8, &rows), T_ERR_BAD_DATA);
-  Bytes want;
-  for (int y = 0; y < 13; ++y) {
-    want.insert(want.end(), 12, y == 0 || y == 2 || y == 4 || y == 8 || y == 12 ? 9 : 0);
-  }
-  EXPECT_EQ(rows.bytes, want);
 }
 
 TEST(Gif, PartialPicturesHaveZerosWhereNoRowCame) {

@@ -375,19 +375,13 @@ TEST(JpegDecoder, AComponentThatNeverComesIsDamage) {
 
 // ISO/IEC 10918-1, G.1.2.2: a run of ends of bands does not reach over a restart.
 TEST(JpegDecoder, RestartsEndRunsOfBlocks) {
-  const Bytes stream = join({
-      {0xFF, 0xD8},
-      jpeg_segment(0xDB, join({{0}, Bytes(64, 99)})),
-      jpeg_segment(0xC2, {8, 0, 8, 0, 16, 1, 1, 0x11, 0}),
-      jpeg_segment(0xC4, {0x00, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
-      // 0: a run of two blocks and one bit more; 10: a coefficient of one bit.
-      jpeg_segment(0xC4, {0x10, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x10, 0x01}),
-      jpeg_segment(0xDD, {0, 1}),
-      jpeg_segment(0xDA, {1, 1, 0x00, 0, 0, 0}),
-      {0x7F, 0xFF, 0xD0, 0x7F},
-      jpeg_segment(0xDA, {1, 1, 0x00, 1, 63, 0}),
-      {0x7F, 0xFF, 0xD0, 0xA7, 0xFF, 0xD9},
-  });
+  // Symbols of the second table: 0 a run of two blocks and one bit more, 10 a coefficient of one
+  // bit.
+  const Bytes stream =
+      join({hex("FFD8 FFDB0043 00"), Bytes(64, 99), hex("FFC2000B 08 0008 0010 01 011100"),
+            hex("FFC40014 00 01000000000000000000000000000000 00"),
+            hex("FFC40015 10 01010000000000000000000000000000 1001 FFDD0004 0001"),
+            hex("FFDA0008 01 0100 000000 7FFFD07F FFDA0008 01 0100 013F00 7FFFD0A7 FFD9")});
   const Decoded got = decode(stream, PixelLayout::kGray8);
   ASSERT_EQ(got.pixels.size(), 128u);
   EXPECT_EQ(got.pixels[0], 128);

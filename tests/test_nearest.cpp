@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "color/gray.h"
@@ -11,6 +10,7 @@
 #include "color/palette_map.h"
 #include "color/palettes.h"
 #include "processor_levels.h"
+#include "support.h"
 
 namespace tavo::color {
 namespace {
@@ -21,7 +21,6 @@ T_PaletteEntry rgb(int red, int green, int blue) {
   return {static_cast<uint8_t>(blue), static_cast<uint8_t>(green), static_cast<uint8_t>(red), 0};
 }
 
-const T_PaletteEntry kBlack = rgb(0, 0, 0);
 const T_PaletteEntry kWhite = rgb(255, 255, 255);
 
 TEST(Palettes, BuiltInPalettesHaveTheirColours) {
@@ -54,63 +53,57 @@ TEST(Palettes, GrayLevelsAreRounded) {
   EXPECT_EQ(gray_level(0, 100, 0), 63);
 }
 
-struct Choice {
-  const char* why;
+// Entries of red, green, blue in hexadecimal digits.
+Palette palette_of(const char* digits) {
+  const test::Bytes bytes = test::hex(digits);
   Palette palette;
-  T_PaletteEntry color;
-  int32_t want;
-};
+  for (size_t i = 0; i < bytes.size(); i += 3) {
+    palette.push_back(rgb(bytes[i], bytes[i + 1], bytes[i + 2]));
+  }
+  return palette;
+}
 
 TEST(Nearest, TakesTheRightOneOfEquals) {
-  const Choice choices[] = {
-      {"both ends black: the first", {kBlack, rgb(9, 9, 9), kBlack}, kBlack, 0},
-      {"last black before an inner one", {rgb(1, 0, 0), kBlack, rgb(9, 9, 9), kBlack}, kBlack, 3},
-      {"only an inner black", {rgb(1, 0, 0), kBlack, kBlack, rgb(9, 9, 9)}, kBlack, 1},
-      {"both ends white: the last", {kWhite, rgb(9, 9, 9), kWhite}, kWhite, 2},
-      {"first white before an inner one", {kWhite, kWhite, rgb(9, 9, 9)}, kWhite, 0},
-      {"an exact match ends the search",
-       {rgb(5, 6, 7), rgb(7, 7, 7), rgb(7, 7, 7)},
-       rgb(7, 7, 7),
-       1},
-      {"equal, no hue fits: the first",
-       {rgb(104, 100, 101), rgb(96, 100, 97)},
-       rgb(100, 99, 99),
-       0},
-      {"equal, the later has the hue",
-       {rgb(98, 100, 100), rgb(102, 100, 100)},
-       rgb(100, 100, 100),
-       1},
-      {"equal, two have the hue: the last",
-       {rgb(102, 98, 96), rgb(98, 98, 96), rgb(100, 96, 100), rgb(105, 98, 96)},
-       rgb(100, 98, 96),
-       1},
-      {"equal, the earlier alone has it",
-       {rgb(102, 100, 100), rgb(98, 100, 100)},
-       rgb(100, 100, 100),
-       0},
+  const struct {
+    const char* why;
+    const char* palette;
+    const char* color;
+    int32_t want;
+  } choices[] = {
+      {"both ends black: the first", "000000 090909 000000", "000000", 0},
+      {"last black before an inner one", "010000 000000 090909 000000", "000000", 3},
+      {"only an inner black", "010000 000000 000000 090909", "000000", 1},
+      {"both ends white: the last", "FFFFFF 090909 FFFFFF", "FFFFFF", 2},
+      {"first white before an inner one", "FFFFFF FFFFFF 090909", "FFFFFF", 0},
+      {"an exact match ends the search", "050607 070707 070707", "070707", 1},
+      {"equal, no hue fits: the first", "686465 606461", "646363", 0},
+      {"equal, the later has the hue", "626464 666464", "646464", 1},
+      {"equal, two have the hue: the last", "666260 626260 646064 696260", "646260", 1},
+      {"equal, the earlier alone has it", "666464 626464", "646464", 0},
   };
-  for (const Choice& c : choices) {
-    EXPECT_EQ(nearest_color_plain(c.palette, c.color.Red, c.color.Green, c.color.Blue), c.want)
-        << c.why;
+  for (const auto& c : choices) {
+    const Palette palette = palette_of(c.palette);
+    const T_PaletteEntry color = palette_of(c.color)[0];
+    EXPECT_EQ(nearest_color_plain(palette, color.Red, color.Green, color.Blue), c.want) << c.why;
     NearestColor nearest;
-    nearest.start(c.palette);
-    EXPECT_EQ(nearest.find(c.color.Red, c.color.Green, c.color.Blue), c.want) << c.why;
+    nearest.start(palette);
+    EXPECT_EQ(nearest.find(color.Red, color.Green, color.Blue), c.want) << c.why;
   }
   EXPECT_EQ(nearest_color_plain({}, 0, 0, 0), -1);
 }
 
 // Small spreads make equal distances and duplicates frequent, large ones the lists short.
-Palette random_palette(std::mt19937& random, size_t count, uint32_t spread, uint32_t scale) {
+Palette random_palette(test::Random& random, size_t count, uint32_t spread, uint32_t scale) {
   Palette palette(count);
   for (T_PaletteEntry& e : palette) {
-    const auto part = [&] { return static_cast<int>(random() % spread * scale % 256); };
+    const auto part = [&] { return static_cast<int>(random.below(spread) * scale % 256); };
     e = rgb(part(), part(), part());
   }
   return palette;
 }
 
 TEST(Nearest, FindsWhatTheWholeScanFinds) {
-  std::mt19937 random(4);
+  test::Random random(4);
   for (const auto& level : test::processor_levels()) {
     const test::LimitedProcessor limit(level);
     NearestColor nearest;
@@ -119,7 +112,7 @@ TEST(Nearest, FindsWhatTheWholeScanFinds) {
         const Palette palette = random_palette(random, count, spread, scale);
         nearest.start(palette);
         std::vector<uint32_t> colors = {0, 0xFFFFFF, 0xFF000000};
-        while (colors.size() < 3000) colors.push_back(random());
+        while (colors.size() < 3000) colors.push_back(random.next());
         for (const T_PaletteEntry& e : palette) {
           const uint32_t color = e.Red | e.Green << 8 | e.Blue << 16;
           colors.insert(colors.end(), {color, color ^ 1, color ^ 0x100, color ^ 0x010100});
