@@ -6,6 +6,23 @@
  * T_ERR_ARGUMENT; for a file name T_ERR_NAME. Settings are library-wide; nothing is locked: use
  * the library from one thread at a time.
  *
+ * Contents, in this order; a setting stands with what it is for:
+ *   Status codes                   what calls return; T_GetStatusText, T_GetVersion
+ *   Records and numbers            BitmapHandle, its flags, orders, dithering methods, formats
+ *   Callbacks                      row sinks, progress
+ *   Bitmaps                        storage, rows, copies
+ *   File operations                reading and writing through functions of the caller
+ *   Identification                 T_FileInfo, T_GetFormat
+ *   Loading                        any format into a bitmap or a row sink; pages
+ *   Saving                         any format from a bitmap, a file or rows
+ *   Row conversion                 one layout of pixels to another
+ *   Color reduction                dithering, optimized palettes, depths, grey
+ *   Resampling                     rows and bitmaps of another size
+ *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF
+ *   Compressed pictures: coding    JPEG and CMP, stamps
+ *   Compressed pictures: 1 bit     bilevel CMP files
+ *   Compressed pictures: decoding  JPEG and CMP, whole or in pieces; stamps, how they are coded
+ *
  * Compiles as C99 and as C++17 with no other header than <stdint.h> and <stddef.h>.
  */
 #ifndef TAVO45_H
@@ -30,7 +47,7 @@ extern "C" {
 #define T_API
 #endif
 
-/* ---- Status codes ------------------------------------------------------------------------- */
+/* ---- Status codes ---------------------------------------------------------------------------- */
 
 #define T_OK 1                 /* success */
 #define T_ERR_NO_MEMORY (-1)   /* memory or storage could not be obtained */
@@ -43,9 +60,9 @@ extern "C" {
 #define T_ERR_OPEN (-10)       /* the file cannot be opened */
 #define T_ERR_SIZE (-11)       /* the geometry gives no size, or a stamp's size is out of range */
 #define T_ERR_SUBTYPE (-12)    /* an unsupported sub-type of a known format */
-#define T_ERR_ARGUMENT (-13)   /* an invalid argument: depth, colour order, method, rectangle */
+#define T_ERR_ARGUMENT (-13)   /* an invalid argument: depth, color order, method, rectangle */
 #define T_ERR_CREATE (-14)     /* the output file cannot be created */
-#define T_ERR_FORMAT (-16)     /* no reader or writer for this format, or too many colours */
+#define T_ERR_FORMAT (-16)     /* no reader or writer for this format, or too many colors */
 #define T_ERR_QUALITY (-21)    /* the quality factor is out of range */
 #define T_ERR_DEPTH (-27)      /* the writer does not accept this depth */
 #define T_ERR_MULTIPLIER (-36) /* the internal quality multiplier is 0 */
@@ -61,7 +78,7 @@ T_API const char* T_CALL T_GetStatusText(int32_t status);
 /* The version as major << 16 | minor << 8 | patch. */
 T_API uint32_t T_CALL T_GetVersion(void);
 
-/* ---- Records ------------------------------------------------------------------------------ */
+/* ---- Records and numbers --------------------------------------------------------------------- */
 
 /* A palette entry, laid out as the platform's RGBQUAD. */
 typedef struct T_PaletteEntry {
@@ -156,7 +173,7 @@ typedef struct BitmapHandle {
 #define T_FLAG_PALETTE 0x0800u    /* the file carries a palette */
 #define T_FLAG_NO_STORAGE 0x2000u /* set together with T_FLAG_USER by request bit 8 */
 
-/* Colour orders */
+/* Color orders */
 #define T_ORDER_RGB 0 /* red byte first; 16 bits: red in bits 0-4 */
 #define T_ORDER_BGR 1 /* blue byte first; 16 bits: red in bits 10-14 */
 
@@ -194,49 +211,7 @@ typedef struct BitmapHandle {
 #define T_FORMAT_CALS 50
 #define T_FORMAT_RAS 55
 
-/* What T_FileInfo reports; 128 bytes. */
-typedef struct FILEINFO {
-  int32_t Format;           /* T_FORMAT_ value */
-  uint32_t FileSize;        /* bytes; 0xFFFFFFFF when larger */
-  int32_t PageCount;        /* pages of a multi-page file, otherwise 1 */
-  int32_t Page;             /* the page described, from 1 */
-  int32_t Width;            /* pixels */
-  int32_t Height;           /* rows */
-  int32_t BitsPerPixel;     /* as the reader delivers the picture */
-  int32_t Order;            /* T_ORDER_ value of the delivered rows; up to 8 bits the format's */
-  uint32_t ViewPerspective; /* of the delivered rows */
-  uint32_t Colors;          /* palette entries, 0 without a palette */
-  int32_t XResolution;      /* as the reader would report it; 0 when the file does not say */
-  int32_t YResolution;
-  uint32_t Flags;       /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
-  char Compression[32]; /* "None", "Run Length", "LZW", "Deflate", "JPEG", "CCITT", "CCITT Group 3
-                           Fax", "CCITT Group 4 Fax", "CALS Raster", "Embedded TIFF" or "Embedded
-                           IFF"; "Unknown" for a coding that no reader knows */
-  uint32_t Orientation; /* how to turn for viewing what ViewPerspective shows, in the numbers of
-                           TIFF's Orientation tag: 1 not at all, 2 mirror left to right, 3 by half,
-                           4 mirror top to bottom, 6 a quarter clockwise, 8 anticlockwise; 7 and 5
-                           the same after mirroring left to right. Rows come as stored. TGA, TIFF
-                           and CALS files tell it; for all others it is 1 */
-  uint32_t Reserved[10];
-} FILEINFO;
-
-/* What one picture format can do; T_GetFormat fills it. */
-typedef struct T_Format {
-  int32_t Id;           /* identifier for T_SaveFile and in FILEINFO */
-  int32_t CanRead;      /* 1 or 0 */
-  int32_t CanWrite;     /* 1 or 0 */
-  uint32_t WriteDepths; /* bit d set: a save at d bits per pixel is accepted, d = 1 ... 32;
-                           bit 0 stands for 32 */
-  char Name[32];        /* "BMP" */
-  char Description[64]; /* "Windows bitmap" */
-  char Extensions[32];  /* lower case, separated by blanks, the usual one first: "bmp dib" */
-} T_Format;
-
-/* Fills `format` with row `index` (from 0) of the format table. T_OK, T_ERR_FORMAT past the end,
- * T_ERR_ARGUMENT when `format` is null. */
-T_API int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format);
-
-/* ---- Callbacks ---------------------------------------------------------------------------- */
+/* ---- Callbacks ------------------------------------------------------------------------------- */
 
 /* Gets 1 or more contiguous rows of source->BytesPerLine bytes as `source` describes them. T_OK
  * lets the load go on; any other number ends it and becomes its result. */
@@ -250,7 +225,7 @@ typedef int32_t(T_CALL* T_StatusCallback)(int32_t percent);
 /* Sets the status callback; null removes it. T_OK. */
 T_API int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback);
 
-/* ---- Bitmaps ------------------------------------------------------------------------------ */
+/* ---- Bitmaps --------------------------------------------------------------------------------- */
 
 /* Describes a picture of width x height pixels. Allocates nothing, and frees nothing: on an
  * allocated record the storage is lost. The record need not be cleared first.
@@ -263,13 +238,14 @@ T_API int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback);
 T_API int32_t T_CALL T_InitBitmap(BitmapHandle* bitmap, int32_t width, int32_t height,
                                   int32_t bitsPerPixel);
 
-/* Obtains storage. A request of exactly 1 tries a memory block (not zeroed) and falls back to a
- * temporary file; every other request goes to the temporary file at once (zeroed, sparse).
- * The file may be read by its path, Data, while the bitmap is in use.
- * Request bit 8 is for storage kinds 3, 4 and 6, whose rows come from elsewhere: no storage. Handle
- * stays as it is, to be set before or after, and what it names is never touched: such a bitmap has
- * no rows and cannot be cleared. Other kinds give T_ERR_NO_MEMORY with T_FLAG_USER and
- * T_FLAG_NO_STORAGE set.
+/* Obtains storage.
+ * request  1: a memory block (not zeroed), or a temporary file where none can be had; bit 8, for
+ *          storage kinds 3, 4 and 6, whose rows come from elsewhere: no storage; anything else: the
+ *          temporary file at once (zeroed, sparse), which may be read by its path, Data, while the
+ *          bitmap is in use
+ * With bit 8 Handle stays as it is, to be set before or after, and what it names is never touched:
+ * such a bitmap has no rows and cannot be cleared. Other storage kinds give T_ERR_NO_MEMORY with
+ * T_FLAG_USER and T_FLAG_NO_STORAGE set.
  * T_OK, T_ERR_SIZE when Size is 0, T_ERR_NO_MEMORY when neither memory nor a file can be had, or
  * the status callback stops the clearing of the file; nothing stays behind then. */
 T_API int32_t T_CALL T_AllocateBitmap(BitmapHandle* bitmap, uint32_t request);
@@ -288,11 +264,13 @@ T_API int32_t T_CALL T_ReleaseBitmap(BitmapHandle* bitmap);
  * ReleaseData) when Handle and the callback are not null; T_FLAG_ALLOCATED stays as it was. */
 T_API int32_t T_CALL T_FreeBitmap(BitmapHandle* bitmap);
 
-/* Copies `bytes` bytes between `buffer` and the start of stored row `row`, or (…RowCol) the byte
- * that holds pixel `column` (2-bit bitmaps: byte number `column`). Memory bitmaps must be
- * accessed. Nothing is checked against the bitmap's bounds, except that `bytes` may span several
- * rows. Returns the bytes moved, or T_ERR_NO_MEMORY (no storage, or memory not accessed),
- * T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE. A short disk read or write shows in the count only. */
+/* Copies bytes between `buffer` and stored rows, of which memory bitmaps must be accessed.
+ * row     number of the stored row
+ * column  (...RowCol) the pixel whose byte is the first; 2-bit bitmaps: the byte's number; else the
+ *         row's start
+ * bytes   how many; may span several rows. Nothing is checked against the bitmap's bounds
+ * The bytes moved, or T_ERR_NO_MEMORY (no storage, or memory not accessed), T_ERR_SEEK, T_ERR_READ,
+ * T_ERR_WRITE. A short disk read or write shows in the count only. */
 T_API int32_t T_CALL T_GetBitmapRow(BitmapHandle* bitmap, void* buffer, uint32_t row,
                                     uint32_t bytes);
 T_API int32_t T_CALL T_PutBitmapRow(BitmapHandle* bitmap, const void* buffer, uint32_t row,
@@ -311,10 +289,13 @@ T_API int32_t T_CALL T_ClearBitmap(BitmapHandle* bitmap);
  * T_OK, T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
 T_API int32_t T_CALL T_CopyBitmap(BitmapHandle* dst, BitmapHandle* src);
 
-/* The same for a rectangle of `src`; x and y count from the picture's top left corner. The words
- * of Info are those of `src`, but biWidth, biHeight and biSizeImage the rectangle's.
- * T_ERR_ARGUMENT when it reaches outside; T_ERR_SIZE when it is empty. Copies between memory
- * bitmaps of 8 bits and more leave both accessed, all others leave both released. */
+/* The same for a rectangle of `src`. The words of Info are those of `src`, but biWidth, biHeight
+ * and biSizeImage the rectangle's.
+ * x, y           its top left pixel, counted from the picture's top left corner
+ * width, height  pixels and rows
+ * T_CopyBitmap's statuses; T_ERR_ARGUMENT when it reaches outside, T_ERR_SIZE when it is empty.
+ * Copies between memory bitmaps of 8 bits and more leave both accessed, all others leave both
+ * released. */
 T_API int32_t T_CALL T_CopyBitmapRect(BitmapHandle* dst, BitmapHandle* src, uint32_t x, uint32_t y,
                                       uint32_t width, uint32_t height);
 
@@ -326,7 +307,19 @@ T_API int32_t T_CALL T_CopyBitmapData(BitmapHandle* dst, BitmapHandle* src);
  * dithering pass is not shared. T_OK. */
 T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* src);
 
-/* ---- Files -------------------------------------------------------------------------------- */
+/* Example: a grey picture of 100 x 50 pixels, row by row.
+ *   BitmapHandle bitmap = {0};
+ *   uint8_t row[100] = {0};
+ *   uint32_t y;
+ *   T_InitBitmap(&bitmap, 100, 50, 8);
+ *   if (T_AllocateBitmap(&bitmap, 1) == T_OK) {
+ *     T_AccessBitmap(&bitmap);
+ *     for (y = 0; y < 50; ++y) T_PutBitmapRow(&bitmap, row, y, sizeof row);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
+
+/* ---- File operations ------------------------------------------------------------------------- */
 
 /* The five operations through which every reader and writer reaches files.
  * Open   access: bit 0 write, bit 1 read-write, bits 8 and 9 create; bit 10, with these: only
@@ -359,7 +352,49 @@ typedef struct FileIOTable {
 T_API int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write,
                                   T_FileSeek seek, T_FileClose close);
 
-/* ---- Identification ----------------------------------------------------------------------- */
+/* ---- Identification -------------------------------------------------------------------------- */
+
+/* What one picture format can do; T_GetFormat fills it. */
+typedef struct T_Format {
+  int32_t Id;           /* identifier for T_SaveFile and in FILEINFO */
+  int32_t CanRead;      /* 1 or 0 */
+  int32_t CanWrite;     /* 1 or 0 */
+  uint32_t WriteDepths; /* bit d set: a save at d bits per pixel is accepted, d = 1 ... 32;
+                           bit 0 stands for 32 */
+  char Name[32];        /* "BMP" */
+  char Description[64]; /* "Windows bitmap" */
+  char Extensions[32];  /* lower case, separated by blanks, the usual one first: "bmp dib" */
+} T_Format;
+
+/* Fills `format` with row `index` (from 0) of the format table. T_OK, T_ERR_FORMAT past the end,
+ * T_ERR_ARGUMENT when `format` is null. */
+T_API int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format);
+
+/* What T_FileInfo reports; 128 bytes. */
+typedef struct FILEINFO {
+  int32_t Format;           /* T_FORMAT_ value */
+  uint32_t FileSize;        /* bytes; 0xFFFFFFFF when larger */
+  int32_t PageCount;        /* pages of a multi-page file, otherwise 1 */
+  int32_t Page;             /* the page described, from 1 */
+  int32_t Width;            /* pixels */
+  int32_t Height;           /* rows */
+  int32_t BitsPerPixel;     /* as the reader delivers the picture */
+  int32_t Order;            /* T_ORDER_ value of the delivered rows; up to 8 bits the format's */
+  uint32_t ViewPerspective; /* of the delivered rows */
+  uint32_t Colors;          /* palette entries, 0 without a palette */
+  int32_t XResolution;      /* as the reader would report it; 0 when the file does not say */
+  int32_t YResolution;
+  uint32_t Flags;       /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
+  char Compression[32]; /* "None", "Run Length", "LZW", "Deflate", "JPEG", "CCITT", "CCITT Group 3
+                           Fax", "CCITT Group 4 Fax", "CALS Raster", "Embedded TIFF" or "Embedded
+                           IFF"; "Unknown" for a coding that no reader knows */
+  uint32_t Orientation; /* how to turn for viewing what ViewPerspective shows, in the numbers of
+                           TIFF's Orientation tag: 1 not at all, 2 mirror left to right, 3 by half,
+                           4 mirror top to bottom, 6 a quarter clockwise, 8 anticlockwise; 7 and 5
+                           the same after mirroring left to right. Rows come as stored. TGA, TIFF
+                           and CALS files tell it; for all others it is 1 */
+  uint32_t Reserved[10];
+} FILEINFO;
 
 /* Decides by content which format the file `name` is in and describes its picture (of a
  * multi-page file: the page that T_SetPageNumber selects).
@@ -370,7 +405,24 @@ T_API int32_t T_CALL T_FileInfo(const char* name, FILEINFO* info);
 /* The same for `size` bytes at `address`. */
 T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t size);
 
-/* ---- Loading ------------------------------------------------------------------------------ */
+/* Example: what a file is.
+ *   FILEINFO info;
+ *   if (T_FileInfo("in.tif", &info) == T_OK && info.PageCount > 1) T_SetPageNumber(2);
+ */
+
+/* ---- Loading --------------------------------------------------------------------------------- */
+
+/* How many rows readers gather before each call of the sink. T_LoadFile sets it anew by the
+ * picture's height. Returns `lines`, or T_ERR_ARGUMENT below 1. */
+T_API int32_t T_CALL T_SetCallbackLine(int32_t lines);
+
+/* Pages that a file can have as far as the library goes: those behind are not read, and no more are
+ * appended. */
+#define T_MAX_PAGES 1023
+
+/* The page that loads take from multi-page files and saves append to, clamped to 1 ... T_MAX_PAGES.
+ * 1 at first. T_OK. */
+T_API int32_t T_CALL T_SetPageNumber(int32_t page);
 
 /* T_LoadFile flags */
 #define T_LOAD_ALLOCATE 1u  /* allocate the target before reading */
@@ -387,7 +439,7 @@ T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint3
  * flags         T_LOAD_ bits
  * callback      gets the rows (as `target` describes them) with userData as context; null: they
  *               are stored in the target, which needs T_LOAD_ALLOCATE
- * Fewer colours than the file has: dithered with the target's DitherMethod to the built-in
+ * Fewer colors than the file has: dithered with the target's DitherMethod to the built-in
  * palette of the depth (grey sources: to an even ramp); with T_LOAD_FIXED and more bits than the
  * file, mapped to that palette without dithering. Otherwise the palette is the file's. The built-in
  * palette of 2-bit files at their own depth is four even greys.
@@ -404,7 +456,8 @@ T_API int32_t T_CALL T_LoadMemory(const void* address, BitmapHandle* target, int
                                   int32_t order, uint32_t flags, T_RowSink callback, void* userData,
                                   uint32_t size);
 
-/* T_LoadFile into an allocated bitmap: flags T_LOAD_ALLOCATE and T_LOAD_ACCESS, no callback. */
+/* T_LoadFile and T_LoadMemory into an allocated bitmap: flags T_LOAD_ALLOCATE and T_LOAD_ACCESS, no
+ * callback. Their statuses; the caller frees the bitmap, after a failure too. */
 T_API int32_t T_CALL T_LoadBitmap(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
                                   int32_t order);
 T_API int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* target,
@@ -416,19 +469,12 @@ T_API int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* targe
 T_API int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowCount,
                                   void* context);
 
-/* How many rows readers gather before each call of the sink. T_LoadFile sets it anew by the
- * picture's height. Returns `lines`, or T_ERR_ARGUMENT below 1. */
-T_API int32_t T_CALL T_SetCallbackLine(int32_t lines);
+/* Example: any file as 24 bits, blue first, in memory.
+ *   BitmapHandle bitmap;
+ *   if (T_LoadBitmap("in.gif", &bitmap, 24, T_ORDER_BGR) == T_OK) T_FreeBitmap(&bitmap);
+ */
 
-/* Pages that a file can have as far as the library goes: those behind are not read, and no more are
- * appended. */
-#define T_MAX_PAGES 1023
-
-/* The page that loads take from multi-page files and saves append to, clamped to 1 ... T_MAX_PAGES.
- * 1 at first. T_OK. */
-T_API int32_t T_CALL T_SetPageNumber(int32_t page);
-
-/* ---- Saving ------------------------------------------------------------------------------- */
+/* ---- Saving ---------------------------------------------------------------------------------- */
 
 /* T_SaveFile flags */
 #define T_SAVE_REDUCE 1u        /* reduce even when the depth already matches */
@@ -460,53 +506,65 @@ T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t 
 T_API int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_t format,
                                   int32_t bitsPerPixel, int32_t quality);
 
-/* Loads `source` and saves it as `destination`; bitsPerPixel 0 keeps the depth (a depth that the
- * format cannot hold is T_ERR_DEPTH). The source's resolution is kept. Statuses of T_LoadBitmap
- * and T_SaveBitmap; there is no destination before the whole source has been read. */
+/* Loads a file and saves it in another format, with its resolution.
+ * source, destination  names
+ * format, quality      as T_SaveFile takes them
+ * bitsPerPixel         0: the source's depth (one that the format cannot hold is T_ERR_DEPTH)
+ * Statuses of T_LoadBitmap and T_SaveBitmap. */
 T_API int32_t T_CALL T_ConvertFile(const char* source, const char* destination, int32_t format,
                                    int32_t bitsPerPixel, int32_t quality);
 /* The same, the same bytes, without holding the picture where that can be: rows are written as
  * they are read. So a source that turns out to be cut or damaged leaves a part of the destination,
  * and what the format cannot hold is told before the rest of the source is read. BMP files may be
- * written by seeking behind their end. The picture is converted whole when its colours are reduced
+ * written by seeking behind their end. The picture is converted whole when its colors are reduced
  * to 8 bits or less, when it is interlaced, when its bottom row comes first (but into BMP and TGA
  * files, and from such files without run-length coding), and when both names are equal; two names
  * of one file are T_ERR_CREATE, where the file operations know. */
 T_API int32_t T_CALL T_StreamFile(const char* source, const char* destination, int32_t format,
                                   int32_t bitsPerPixel, int32_t quality);
 
-/* ---- Settings ----------------------------------------------------------------------------- */
+/* What FileFormatWrite and FileNoConvertWrite work with. Clear it before the first row. */
+typedef struct T_FormatWriteContext {
+  const char* Name;     /* file to create when the last row has come */
+  int32_t Format;       /* as T_SaveFile takes it */
+  int32_t BitsPerPixel; /* FileFormatWrite: depth to write, 0 for the picture's */
+  int32_t Quality;
+  uint32_t Flags;       /* T_SAVE_ bits */
+  int32_t Rows;         /* rows that have come; 0 again after the save */
+  BitmapHandle Picture; /* gathers them; after a load that failed give it to T_FreeBitmap */
+} T_FormatWriteContext;
 
-/* Dithering method that T_InitBitmap gives to bitmaps (T_DITHER_ORDERED at first). T_OK, or
- * T_ERR_ARGUMENT above 7. */
-T_API int32_t T_CALL T_DefaultDithering(uint32_t method);
+/* Row sinks (T_RowSink) that save a picture as it streams by, in a format of the caller's choice;
+ * `context` is a T_FormatWriteContext. The rows are gathered in a bitmap like the source
+ * (interlaced ones in their places), which is saved and freed when source->Height rows have come.
+ * FileFormatWrite saves with conversion, as T_SaveFile does. FileNoConvertWrite saves the rows as
+ * they came, at the source's depth, as T_SaveFile does with `direct`.
+ * T_OK, T_ERR_ARGUMENT (null context), statuses of T_AllocateBitmap, T_PutBitmapRow, T_SaveFile. */
+T_API int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
+                                     void* context);
+T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
+                                        void* context);
 
-/* Options of the TIFF writer, of which the first two words serve the whole library. */
-typedef struct T_TIFFOption {
-  int32_t XResolution; /* default resolution of new bitmaps, dots per inch; 150 when not above 0 */
-  int32_t YResolution;
-  uint32_t WriterDefaults[2]; /* copied into new bitmaps, whose own values count in a save:
-                                 [0] rows per strip, 0 for strips of about 64 KiB;
-                                 [1] 2: LZW saves of 8 and 24 bits store differences */
-  uint32_t Words[32];         /* not looked at */
-} T_TIFFOption;
+/* Example: one format to another; a bitmap as a further page.
+ *   BitmapHandle bitmap;
+ *   if (T_ConvertFile("in.pcx", "out.tif", T_FORMAT_TIFF_LZW, 0, 0) == T_OK &&
+ *       T_LoadBitmap("in.bmp", &bitmap, 0, -1) == T_OK) {
+ *     T_SaveFile("out.tif", &bitmap, T_FORMAT_TIFF_LZW, 0, 0, T_SAVE_APPEND, 0, 0);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
 
-/* Copies the whole record over the library's; T_ERR_ARGUMENT when it is null. */
-T_API int32_t T_CALL T_SetTIFFOption(const T_TIFFOption* option);
-/* Sets the two default resolutions alone. */
-T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
-
-/* ---- Row conversion ----------------------------------------------------------------------- */
+/* ---- Row conversion -------------------------------------------------------------------------- */
 
 /* Converts one row in place from one pixel layout to another.
  * buffer       holds `width` pixels in whichever of the two layouts is larger
  * width        pixels, 1 to 32767 (the low 16 bits, signed)
  * bitsIn, bitsOut   0 (8-bit grey, no palette), 1, 4, 8 (palette indices, leftmost pixel in the
  *              high bits), 16 (5-5-5), 24 or 32
- * orderIn, orderOut   T_ORDER_ values, looked at where the layout carries colour (16, 24, 32)
+ * orderIn, orderOut   T_ORDER_ values, looked at where the layout carries color (16, 24, 32)
  * paletteIn, paletteOut   for 1, 4 and 8 bits; null: the built-in palette of the depth (black and
- *              white; 16 standard colours; the uniform 3-3-2 palette)
- * Colours become indices by the nearest palette entry, grey levels by (2 red + 5 green + blue + 4)
+ *              white; 16 standard colors; the uniform 3-3-2 palette)
+ * Colors become indices by the nearest palette entry, grey levels by (2 red + 5 green + blue + 4)
  * >> 3. The unused bits of a last byte keep their values, and so does the spare byte of 32-bit
  * pixels that stay 32 bits; otherwise it becomes 0.
  * T_OK or T_ERR_ARGUMENT (nothing written). */
@@ -515,7 +573,20 @@ T_API int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn
                                      const T_PaletteEntry* paletteIn,
                                      const T_PaletteEntry* paletteOut);
 
-/* ---- Colour reduction --------------------------------------------------------------------- */
+/* Example: ten black pixels of 24 bits become indices.
+ *   uint8_t row[30] = {0};
+ *   T_ConvertBuffer(row, 10, 24, 4, T_ORDER_BGR, T_ORDER_BGR, NULL, NULL);
+ */
+
+/* ---- Color reduction ------------------------------------------------------------------------- */
+
+/* Dithering method that T_InitBitmap gives to bitmaps (T_DITHER_ORDERED at first). T_OK, or
+ * T_ERR_ARGUMENT above 7. */
+T_API int32_t T_CALL T_DefaultDithering(uint32_t method);
+
+/* Not 0: fixed palettes are even ramps of grey for every picture, in T_ColorResolution, in loads
+ * and for the screen palette. 0 at first. T_OK. */
+T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
 
 /* The painting palette of an indexed bitmap is the palette object GdiObjectA when there is one,
  * otherwise the record's palette with Colors entries; an index beyond it is white. Everything
@@ -525,19 +596,19 @@ T_API int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn
  * bitmap       needs no storage; its Width, BitsPerPixel (1, 4, 8, 16, 24 or 32), Order, painting
  *              palette and DitherMethod are read now. The pass hangs from it until T_StopDithering;
  *              one pass per bitmap, and a pass still open is lost, not freed
- * palette      `colours` entries, copied; null: the built-in palette (black and white; 16 standard
- *              colours; uniform 3-3-2). The same colours given as a palette have the same effect
- * colours      1 to 256: up to 2 gives 1-bit rows, up to 16 4-bit rows, more 8-bit rows
- * A colour takes the nearest palette entry of its class (the top five bits of each component). The
+ * palette      `colors` entries, copied; null: the built-in palette (black and white; 16 standard
+ *              colors; uniform 3-3-2). The same colors given as a palette have the same effect
+ * colors      1 to 256: up to 2 gives 1-bit rows, up to 16 4-bit rows, more 8-bit rows
+ * A color takes the nearest palette entry of its class (the top five bits of each component). The
  * built-in palettes take theirs by bits: white from grey level 128 on, grey being (2 red + 5 green
- * + blue + 4) >> 3; of the 16 colours only black and the seven bright ones, by the top bit of each
+ * + blue + 4) >> 3; of the 16 colors only black and the seven bright ones, by the top bit of each
  * component; 3-3-2 by the top bits.
  * Error diffusion runs from left to right in every row, in integers: shares of the error are added
  * up per pixel and divided once. Rows that are grey in a palette of greys stay grey.
- * T_OK, T_ERR_ARGUMENT (depth, colours, DitherMethod above 7, null bitmap), T_ERR_NO_MEMORY; after
+ * T_OK, T_ERR_ARGUMENT (depth, colors, DitherMethod above 7, null bitmap), T_ERR_NO_MEMORY; after
  * a failure there is no pass. */
 T_API int32_t T_CALL T_StartDithering(BitmapHandle* bitmap, const T_PaletteEntry* palette,
-                                      uint32_t colours);
+                                      uint32_t colors);
 
 /* Dithers the next row.
  * input    Width pixels in the bitmap's depth and order
@@ -549,25 +620,25 @@ T_API int32_t T_CALL T_DitherLine(BitmapHandle* bitmap, const void* input, void*
 /* Closes the pass and frees what it holds. T_OK, also when there is none. */
 T_API int32_t T_CALL T_StopDithering(BitmapHandle* bitmap);
 
-/* Reduces `source` to at most `colours` colours chosen for it, in a bitmap of its own.
+/* Reduces `source` to at most `colors` colors chosen for it, in a bitmap of its own.
  * source       allocated, any depth, accessed or not; left as it is
  * destination  another record; initialised here at the source's size with 1 bit for 1 or 2
- *              colours, 4 bits up to 16, 8 bits up to 256; Order T_ORDER_BGR; perspective and
+ *              colors, 4 bits up to 16, 8 bits up to 256; Order T_ORDER_BGR; perspective and
  *              resolution are the source's. Dithered by the method that T_DefaultDithering set.
  *              Released when done
  * flags        reserved, 0
- * colours      1 to 256
- * The palette: colours are counted by class (the top five bits of each component); the classes are
+ * colors      1 to 256
+ * The palette: colors are counted by class (the top five bits of each component); the classes are
  * split into boxes, always the one of the largest variance, at the mean of its most varying
  * channel; the entries are the boxes' means, ascending by blue, green, red, the rest black. An
- * indexed source with no more than `colours` entries keeps its own, sorted in that way.
+ * indexed source with no more than `colors` entries keeps its own, sorted in that way.
  * The status callback is told of the progress.
- * T_OK; T_ERR_FORMAT (more than 256 colours); T_ERR_ARGUMENT (0 colours, source not allocated, null
+ * T_OK; T_ERR_FORMAT (more than 256 colors); T_ERR_ARGUMENT (0 colors, source not allocated, null
  * or equal records); what T_InitBitmap and T_AllocateBitmap give for the destination;
  * T_ERR_NO_MEMORY; T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps); the callback's answer. After
  * a failure the destination is not allocated. */
 T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destination,
-                                      uint32_t flags, uint32_t colours);
+                                      uint32_t flags, uint32_t colors);
 
 /* T_ColorResolution palette types */
 #define T_PALETTE_OPTIMIZED 1 /* made for the picture, as T_OptimizeBitmap does */
@@ -582,12 +653,12 @@ T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destin
  * depth        1, 4, 8, 16, 24 or 32
  * paletteType  T_PALETTE_ value; above 8 bits it does not matter
  * palette, colors   T_PALETTE_GIVEN: the entries, 1 to 2^depth. Otherwise palette is not looked at;
- *              with T_PALETTE_OPTIMIZED colors is the number of colours wanted, 0 for 2^depth
- * To 8 bits or less the picture is dithered by its DitherMethod; an indexed picture whose colours
+ *              with T_PALETTE_OPTIMIZED colors is the number of colors wanted, 0 for 2^depth
+ * To 8 bits or less the picture is dithered by its DitherMethod; an indexed picture whose colors
  * are all in the new palette keeps them exactly. Grey pictures (the palette is grey, or above 8
  * bits T_FLAG_GRAY is set) get grey palettes; those above 8 bits keep all 256 levels at 8 bits.
  * 1 bit with T_PALETTE_OPTIMIZED gives black and white, in this order, unless the picture has two
- * colours or fewer, which are kept. T_FLAG_GRAY is set afterwards when an 8-bit picture has the
+ * colors or fewer, which are kept. T_FLAG_GRAY is set afterwards when an 8-bit picture has the
  * 256-step ramp, or a deeper one came from greys.
  * The status callback is told of the progress.
  * T_OK, T_ERR_ARGUMENT (depth, type, palette, colors, DitherMethod above 7, null bitmap),
@@ -606,8 +677,8 @@ T_API int32_t T_CALL T_GrayScaleBitmap(BitmapHandle* bitmap);
  * T_OK, T_ERR_ARGUMENT (null bitmap, more than 8 bits, no Colors), T_ERR_NO_MEMORY (the bitmap is
  * as it was). */
 T_API int32_t T_CALL T_CreatePaintPalette(BitmapHandle* bitmap);
-/* Makes GdiObjectB, with which a display of 256 colours shows the picture: the uniform 3-3-2
- * colours, or 256 greys for a grey picture and after T_SetGrayFixedPalette(1). T_OK, T_ERR_ARGUMENT
+/* Makes GdiObjectB, with which a display of 256 colors shows the picture: the uniform 3-3-2
+ * colors, or 256 greys for a grey picture and after T_SetGrayFixedPalette(1). T_OK, T_ERR_ARGUMENT
  * (null bitmap), T_ERR_NO_MEMORY. */
 T_API int32_t T_CALL T_CreateScreenPalette(BitmapHandle* bitmap);
 
@@ -615,15 +686,282 @@ T_API int32_t T_CALL T_CreateScreenPalette(BitmapHandle* bitmap);
  * the platform's DeleteObject frees it, or T_FreeBitmap when it is put into a record. */
 T_API uintptr_t T_CALL T_DupPalette(uintptr_t palette);
 
-/* Not 0: fixed palettes are even ramps of grey for every picture, in T_ColorResolution, in loads
- * and for the screen palette. 0 at first. T_OK. */
-T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
+/* Example: at most 64 colors, dithered.
+ *   BitmapHandle bitmap;
+ *   if (T_LoadBitmap("in.tga", &bitmap, 24, T_ORDER_BGR) == T_OK) {
+ *     bitmap.DitherMethod = T_DITHER_STUCKI;
+ *     T_ColorResolution(&bitmap, 8, T_PALETTE_OPTIMIZED, NULL, 64);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
 
-/* ---- Compression -------------------------------------------------------------------------- */
+/* ---- Resampling ------------------------------------------------------------------------------ */
+
+/* Nearest neighbour: whole pixels and rows are repeated and dropped, no colors are mixed. */
+
+/* A resampling in progress. */
+typedef struct T_ResizeBlock T_ResizeBlock;
+
+/* Sets up the resampling of rows from the old size to the new one (pixels, rows); `resize`
+ * receives the block, which T_StopResize frees. T_OK, T_ERR_ARGUMENT (a size below 1, resize
+ * null), T_ERR_NO_MEMORY. */
+T_API int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWidth,
+                                   int32_t newHeight, T_ResizeBlock** resize);
+/* Resamples one source row in place.
+ * row           holds the larger of the old and new widths
+ * rowNumber     number of the source row; only its low 8 bits count
+ * bitsPerPixel  1, 4, 8, 16, 24 or 32 (rows of 2 bits: T_SizeBitmap, T_ResizeBitmap)
+ * outWidth      gets the new width
+ * outRows       gets how often the result is to be emitted; 0: the row is dropped, and the buffer
+ *               is as it was
+ * Positions that no source pixel reaches keep what the buffer held: at the left end of an enlarged
+ * row, the first source pixels. T_OK or T_ERR_ARGUMENT (depth, null). */
+T_API int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel,
+                              int32_t* outWidth, int32_t* outRows, T_ResizeBlock* resize);
+/* Frees the block; null is allowed. T_OK. */
+T_API int32_t T_CALL T_StopResize(T_ResizeBlock* resize);
+
+/* Gives a bitmap another size. All that is the caller's stays: palette, order, perspective,
+ * resolution, Colors, DitherMethod, attributes and upper flag bits, release callback. biWidth,
+ * biHeight and biSizeImage become the new size's.
+ * width, height  pixels and rows, from 1
+ * T_OK, T_ERR_ARGUMENT (a size below 1), T_ERR_SIZE, T_ERR_NO_MEMORY (or the bitmap has no
+ * storage), T_ERR_NOTICE, row statuses, the status callback's answer. On failure the bitmap is as
+ * it was. */
+T_API int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height);
+/* Resamples all rows of `source` into `destination`, allocated with the wanted size and the same
+ * depth. Result rows that no source row reaches become zero. T_OK, T_ERR_ARGUMENT (depths differ,
+ * empty bitmap), T_ERR_NO_MEMORY (or one has no storage), row statuses, the status callback's
+ * answer. */
+T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination);
+
+/* Example: twice as wide and high.
+ *   BitmapHandle bitmap;
+ *   if (T_LoadBitmap("in.bmp", &bitmap, 0, -1) == T_OK) {
+ *     T_SizeBitmap(&bitmap, 2 * bitmap.Width, 2 * bitmap.Height);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
+
+/* ---- Formats --------------------------------------------------------------------------------- */
+
+/* Each format has a trio: a reader that streams, a load and a save of whole pictures.
+ *
+ * T_Load...File    Reads the file and hands its rows to `sink` in file order. Keeps no pointer
+ *                  after it returns.
+ * name             file to read
+ * bitmap           unallocated: initialised to the file's geometry; its Order is the format's at
+ *                  every depth, as in FILEINFO. Allocated: rows are converted to its depth and
+ *                  order, which stay, and resampled to its size (those of interlaced files in
+ *                  picture order, without T_FLAG_INTERLACED)
+ * bitsPerPixel     1, 4, 8, 16, 24 or 32; below the file's it reduces the rows of an unallocated
+ *                  bitmap. Rows of 8 bits or less and of fewer than the file has are dithered to
+ *                  the built-in palette of their depth (2 bits: four even greys; grey files: an
+ *                  even ramp)
+ * T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_NAME, T_ERR_OPEN, T_ERR_ARGUMENT (bitsPerPixel),
+ * T_ERR_BAD_DATA (another format, damage, or a header that claims many times more than its file can
+ * hold: identification and T_Decompress... give this status, too), T_ERR_READ, T_ERR_SEEK,
+ * T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY.
+ *
+ * T_Load...Bitmap  Initialises and allocates the bitmap, which the caller frees, and loads the
+ *                  whole picture into it, in T_ORDER_BGR above 8 bits and without T_FLAG_GRAY
+ *                  below. The statuses of T_Load...File; on failure the bitmap is freed.
+ *
+ * T_Save...Bitmap  T_SaveBitmap with this format and quality 0. */
+
+/* BMP of Windows and OS/2.
+ * Read        1, 2, 4, 8, 16, 24 and 32 bits; plain, run-length coded (pictures of 4 and 8 bits
+ *             that have any compression value but 0; OS/2's of 24 bits), or in bit fields (16 and
+ *             32 bits); both row orders.
+ * Delivered   At the file's depth, T_ORDER_BGR; bit fields of other places or widths than plain
+ *             pixels have give 24 bits for 16, and 32 with alpha last for 32; a field of n bits
+ *             becomes value * 255 / (2^n - 1), rounded. XResolution and YResolution get the file's
+ *             pixels per metre as they stand.
+ * Written     Plain files of 1, 4, 8 or 24 bits (other depths: T_ERR_DEPTH), T_FORMAT_BMP_OS2 with
+ *             OS/2's header (more than 65535 pixels either way: T_ERR_SIZE), bottom row first.
+ * Statuses    T_ERR_SUBTYPE: Huffman coding, JPEG or PNG data inside, 64 bits. T_ERR_BAD_DATA: no
+ *             BMP header, other depths, a coding that the depth does not have. T_ERR_READ: the file
+ *             ends early; the rows that are there are delivered.
+ * Facts: Microsoft, BITMAPINFOHEADER to BITMAPV5HEADER; IBM, "Bitmap File Format" (OS/2 2.0). */
+T_API int32_t T_CALL T_LoadBMPFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadBMPBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* PCX and DCX: 1, 2, 4 and 8 bits in one plane, 1 bit in two to four planes, 8 bits in three or
+ * four, always run-length coded; versions 0, 2, 3 and 5. Pictures of 1, 2, 4, 8 or 24 bits: two
+ * and three planes of one bit give 4 bits, with Colors 4 and 8; of four planes of 8 bits the last
+ * is ignored. XResolution and YResolution get the file's. Two colors that are equal stand for
+ * black and white. Runs may go on in the next line. Data that end early are no error: what is
+ * missing is 0. T_ERR_BAD_DATA: no PCX header, planes of other bits, lines shorter than the
+ * picture is wide, or a DCX directory without pages or with an offset outside the file.
+ * T_ERR_READ: no palette ends a picture of 256 colors (T_ERR_SEEK: the file is too short for one).
+ *
+ * DCX files hold up to T_MAX_PAGES pictures: T_SetPageNumber chooses the one that is read, the last
+ * one when there are fewer; FILEINFO.PageCount says how many there are. Saves write 1, 4, 8 or 24
+ * bits (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits get 16 grey levels. More
+ * than 65536 rows, or lines longer than 65535 bytes: T_ERR_SIZE. With T_SAVE_APPEND or a page
+ * number of 2 or more, a file that is PCX or DCX already gets the picture as a further page: a PCX
+ * file is made a DCX file in place, its picture moved behind the directory. Whatever operation
+ * fails, the earlier pages stay; what cannot be finished may be there as a damaged last page. Two
+ * things need operations that work after the one that failed: taking back a write to a PCX file
+ * that was cut short on the way, and bringing pages back that were moved because the directory of
+ * another program's DCX file had no room. T_ERR_WRITE: T_MAX_PAGES are there already.
+ * T_LoadPCXBitmap refuses a picture that memory cannot hold with T_ERR_NO_MEMORY.
+ * Facts: ZSoft Corporation, "Technical Reference Manual: PCX", revision 5. */
+T_API int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SavePCXBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* GIF 87a and 89a: the first image of a file. Later images, and what extensions say of timing and
+ * transparency, are skipped. Saves write one image of 8 bits per pixel (other depths: T_ERR_DEPTH;
+ * more than 65535 pixels either way: T_ERR_SIZE) with the bitmap's 256 colors as global table.
+ * The picture has 1, 4 or 8 bits as the size field of the screen's table says (see T_SetGIFDepth)
+ * and the palette of the image, or else of the screen; a file without any table gets grey levels
+ * and Colors 0. Interlaced images are delivered in file order with T_FLAG_INTERLACED set, the rows
+ * of pass 1 (0, 8, 16 ...), then pass 2 (4, 12 ...), 3 (2, 6 ...) and 4 (1, 3 ...); a sink's answer
+ * of 2 then counts as T_OK. Where the data end early the rows that are there are delivered, the
+ * last filled up with index 0; then T_ERR_BAD_DATA, unless the end code stands in the last row.
+ * T_ERR_READ: no image follows the screen, or the file ends before the image's data.
+ * Facts: "Graphics Interchange Format", version 89a. */
+T_API int32_t T_CALL T_LoadGIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadGIFBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveGIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* Saves write "GIF89a" (flag not 0, the default) or "GIF87a". T_OK. */
+T_API int32_t T_CALL T_SetGIFVersion(int32_t flag);
+
+/* The logical screen size that GIF files declare, 1 to 65535 each; 0, 0 (the default) is the
+ * display's, 1280 x 1024 where there is none. Other programs show the picture on a canvas of this
+ * size, so a caller who writes for them gives the picture's. T_OK or T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
+
+/* Where the depth of a GIF picture comes from: 0 (the default) always the size field of the
+ * screen's table, even when the image brings a larger table of its own and its indices do not fit;
+ * not 0: the image's table when it has one. T_OK. */
+T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
+
+/* CALS Type I raster: bilevel, Group 4 (raster type 1; other types are read as Group 3). The
+ * picture is white (0) and black (1), top row first; the viewing direction shows in
+ * FILEINFO.Orientation only. T_LoadCALSFile with bitsPerPixel 24 delivers
+ * 24 bits. Its density is not taken over, and saves always state 200. Saves are 1 bit only (other
+ * depths: T_ERR_DEPTH); a bitmap whose palette entry 0 has red 0 is inverted, so that black is 1
+ * in the file. Sizes above 99,999 do not fit the header's five digits and cannot be read back.
+ * T_ERR_READ: a header record is short or empty, or the data end early (the rows before that are
+ * delivered); T_ERR_BAD_DATA: an unknown key among the first nine records, an empty picture, or a
+ * code that does not exist; T_ERR_SUBTYPE: uncompressed mode.
+ * Facts: MIL-PRF-28002C, ITU-T T.4 and T.6. */
+T_API int32_t T_CALL T_LoadCALSFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                    int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadCALSBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* TGA: color-mapped (8 bits), true-color (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
+ * for 5-5-5) files, plain or run-length coded, color maps of 15, 16, 24 or 32 bits (8: grey
+ * levels) with any first index, which is taken off the pixels: Colors is the map's length, 256 at
+ * most, and the palette begins with its first entry. ViewPerspective is 0 for an origin at the top
+ * left, otherwise 2, and FILEINFO.Orientation tells what that leaves to do. XOrigin and YOrigin get
+ * the file's. The format has no signature: a file is taken for TGA when all fields of its header go
+ * together. T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the rows that are
+ * there are delivered. Saves write plain files of 8 (with the bitmap's 256 colors), 16, 24 or 32
+ * bits, rows as they are stored; more than 65535 pixels either way: T_ERR_SIZE. Facts: Truevision,
+ * "TGA File Format Specification", version 2.0. */
+T_API int32_t T_CALL T_LoadTGAFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadTGABitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveTGABitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* How Sun raster files are read and written. 0, the default: a count of n in byte-encoded data
+ * makes n copies, 1-bit pictures without a map have 0 as black, the spare byte of 32-bit pixels is
+ * the last, and of the length field of written files only the low byte is the length's (the
+ * others are 0 or 1; all are 0 below 8 bits). 1: as other programs have it: n + 1 copies, 1 as
+ * black, the spare byte first, the true length, no map for saved black and white pictures. T_OK or
+ * T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
+
+/* Sun raster files of 1, 4, 8, 24 and 32 bits (other depths: T_ERR_BAD_DATA): byte-encoded (type
+ * 2), red first (type 3), and of any other type, which are rows as stored, blue first. Pictures of
+ * 8 bits or less have the file's color map (256 entries at most), or without one grey levels,
+ * black for 0. Where the file ends early the rows that are there are delivered, then T_ERR_READ.
+ * Saves write standard files of 1, 4, 8, 24 or 32 bits, up to 8 with a color map of the bitmap's
+ * Colors; more than 65535 pixels either way: T_ERR_SIZE. See T_SetRASVariant. Facts: Sun
+ * Microsystems, rasterfile(5). */
+T_API int32_t T_CALL T_LoadRASFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadRASBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* Options of the TIFF writer, of which the first two words serve the whole library. */
+typedef struct T_TIFFOption {
+  int32_t XResolution; /* default resolution of new bitmaps, dots per inch; 150 when not above 0 */
+  int32_t YResolution;
+  uint32_t WriterDefaults[2]; /* copied into new bitmaps, whose own values count in a save:
+                                 [0] rows per strip, 0 for strips of about 64 KiB;
+                                 [1] 2: LZW saves of 8 and 24 bits store differences */
+  uint32_t Words[32];         /* not looked at */
+} T_TIFFOption;
+
+/* Copies the whole record over the library's; T_ERR_ARGUMENT when it is null. */
+T_API int32_t T_CALL T_SetTIFFOption(const T_TIFFOption* option);
+/* Sets the two default resolutions alone. */
+T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
+
+/* TIFF: strips and tiles, chunky and planar, both byte orders, also with 64-bit offsets.
+ * Read        1 to 16 and 32 bits per sample (more than 8 are reduced to 8), grey, palette, RGB,
+ *             CMYK and YCbCr (both become RGB), extra samples dropped; uncompressed, PackBits, LZW
+ *             (old bit order, too), Deflate, the predictor of these two, CCITT runs, Group 3,
+ *             Group 4, JPEG; its older form (compression 6) whether it is whole streams, pieces
+ *             behind one header, or tables in tags. Anything else is T_ERR_SUBTYPE: above all
+ *             floating point, Lab, lossless and 12-bit JPEG, the uncompressed mode of fax codings,
+ *             which no known writer uses. T_SetPageNumber chooses the page, beyond the last one
+ *             the last.
+ * No height   Fax programs may leave ImageLength out, or 0: the rows are then counted, in strips of
+ *             all codings but JPEG. T_ERR_BAD_DATA when they cannot be.
+ * Delivered   1 bit as stored, with white or black first in the palette; 2 and 4 bits as 4, other
+ *             single samples as 8 bits, 24 bits (T_ORDER_RGB) for colors. Grey pictures have an
+ *             even ramp from black to white. Rows come as stored: ViewPerspective is 2 for
+ *             orientation 4, else 0; FILEINFO.Orientation tells the others. Resolutions per
+ *             centimetre are converted; without a unit the bitmap keeps its own.
+ * Written     T_FORMAT_TIFF uncompressed, ..._PACKBITS and ..._LZW with 1, 4, 8 and 24 bits;
+ *             ..._GROUP3 (one-dimensional), ..._GROUP3_2D and ..._GROUP4 with 1 bit, which are
+ *             white and black: the brighter of the two colors becomes white. Other depths are
+ *             T_ERR_DEPTH. Little-endian, top row first, strips of about 64 KiB; a palette that is
+ *             an even ramp makes a grey picture. T_SaveTIFBitmap writes T_FORMAT_TIFF.
+ * Appending   With T_SAVE_APPEND, or a page number of 2 or more, a page is added to an existing
+ *             TIFF file, in its byte order; whatever happens on the way, the pages before stay.
+ *             T_ERR_WRITE: it has T_MAX_PAGES already; T_ERR_SUBTYPE: its offsets have 64 bits;
+ *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page.
+ * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
+ * writes, or that strips share beyond all measure: T_ERR_BAD_DATA. Tags whose values were cut off
+ * are T_ERR_READ, but for a resolution. What is lost of JPEG data is grey, and the status comes
+ * last. Damaged Group 3 rows keep what could be read of them. Group 4 pictures that end before the
+ * last row are white from there on.
+ * Facts: TIFF Revision 6.0, its Technical Notes, ITU-T T.4 and T.6, RFC 1950 and 1951. */
+T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadTIFBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveTIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
+ * do; programs that call this before they load bilevel files may go on doing so. T_OK. */
+T_API int32_t T_CALL T_Create1BitTable(void);
+
+/* Example: a file of GIF as a bitmap, and written with its own size as screen.
+ *   BitmapHandle bitmap;
+ *   if (T_LoadGIFBitmap("in.gif", &bitmap) == T_OK) {
+ *     T_SetScreenSize(bitmap.Width, bitmap.Height);
+ *     T_SaveGIFBitmap("out.gif", &bitmap, 8);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
+
+/* ---- Compressed pictures: coding ------------------------------------------------------------- */
 
 /* Pictures are compressed as baseline JPEG (ISO/IEC 10918-1, Huffman tables of its annex K), either
  * as a JFIF stream or in the library's own format CMP, which puts a header and a trailer around the
- * stream. Colours are coded as YCbCr, grey pictures with one component.
+ * stream. Colors are coded as YCbCr, grey pictures with one component.
  *
  * Output type     file      chroma samples    save formats (T_SaveFile)
  * 0               CMP       by the quality    T_FORMAT_CMP_SAVE (20)
@@ -667,6 +1005,16 @@ T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
  * they are stored or coded), T_ERR_BAD_DATA (output type), T_ERR_QUALITY, T_ERR_MULTIPLIER,
  * T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_WRITE (the write routine took fewer bytes than it was given).
  */
+
+/* The unit of the densities in JFIF streams: 0 (the default) none, 1 dots per inch, which other
+ * programs need to take them for a resolution. CMP files are not concerned. T_OK or T_ERR_ARGUMENT
+ * (another unit). */
+T_API int32_t T_CALL T_SetJFIFUnit(int32_t unit);
+
+/* Replaces the scaled quantisation tables of all later compressions: 64 entries in zigzag order,
+ * of which the low bytes count, for all components; the internal value is not looked at then. Null
+ * returns to the scaled tables. T_OK or T_ERR_ARGUMENT (an entry is 0; nothing changes). */
+T_API int32_t T_CALL T_LoadCustomQTable(const uint32_t* table);
 
 /* Takes `size` coded bytes; returns how many it took: fewer than `size` is a failure. */
 typedef uint32_t(T_CALL* T_CompressWrite)(const void* bytes, uint32_t size, void* userData);
@@ -717,34 +1065,16 @@ T_API int32_t T_CALL CompressCallBack(BitmapHandle* bitmap, const void* rows, in
  * the Open operation (T_RedirectIO) returned it, cast to a pointer. Returns the bytes written. */
 T_API uint32_t T_CALL FileWriteBuffer(const void* bytes, uint32_t size, void* userData);
 
-/* What FileFormatWrite and FileNoConvertWrite work with. Clear it before the first row. */
-typedef struct T_FormatWriteContext {
-  const char* Name;     /* file to create when the last row has come */
-  int32_t Format;       /* as T_SaveFile takes it */
-  int32_t BitsPerPixel; /* FileFormatWrite: depth to write, 0 for the picture's */
-  int32_t Quality;
-  uint32_t Flags;       /* T_SAVE_ bits */
-  int32_t Rows;         /* rows that have come; 0 again after the save */
-  BitmapHandle Picture; /* gathers them; after a load that failed give it to T_FreeBitmap */
-} T_FormatWriteContext;
-
-/* Row sinks (T_RowSink) that save a picture as it streams by, in a format of the caller's choice;
- * `context` is a T_FormatWriteContext. The rows are gathered in a bitmap like the source
- * (interlaced ones in their places), which is saved and freed when source->Height rows have come.
- * FileFormatWrite saves with conversion, as T_SaveFile does. FileNoConvertWrite saves the rows as
- * they came, at the source's depth, as T_SaveFile does with `direct`.
- * T_OK, T_ERR_ARGUMENT (null context), statuses of T_AllocateBitmap, T_PutBitmapRow, T_SaveFile. */
-T_API int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
-                                     void* context);
-T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
-                                        void* context);
-
-/* Compresses a whole bitmap into a new file, opened for writing only, top row first whatever its
- * ViewPerspective. 1-bit bitmaps and 8-bit ones with the grey mark (by the red parts of their
- * palette) are written grey, all others as colours. The bitmap is left as it is. `flag` has no
- * meaning yet: pass 0. T_OK, the statuses of all compression (no file then, except after
- * T_ERR_WRITE), T_ERR_FORMAT (2 or 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME,
- * T_ERR_CREATE, or the status callback's answer. */
+/* Compresses a whole bitmap into a new file, top row first whatever its ViewPerspective.
+ * bitmap      left as it is; 1-bit bitmaps and 8-bit ones with the grey mark (by the red parts of
+ *             their palette) are written grey, all others as colors
+ * name        file to create, opened for writing only
+ * outputType  0 to 6, see above
+ * quality     the quality factor, see above
+ * flag        without a meaning yet: pass 0
+ * T_OK, the statuses of all compression (no file then, except after T_ERR_WRITE), T_ERR_FORMAT (2
+ * or 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_CREATE, or the status
+ * callback's answer. */
 T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t outputType,
                                       int32_t quality, uint32_t flag);
 
@@ -753,9 +1083,9 @@ T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, in
  * stampHeight  1 to 255 pixels. The stamp has the pixels that T_SizeBitmap would leave or, across
  *              or down, where these are too few to fill it, those in the middle of the parts of the
  *              picture that they stand for
- * stampBits    8: a palette of 256 colours, that of an 8-bit bitmap, otherwise an optimised one, or
+ * stampBits    8: a palette of 256 colors, that of an 8-bit bitmap, otherwise an optimised one, or
  *              with dither 1 the built-in one, to which a bitmap above 8 bits is dithered by its
- *              DitherMethod; 24: colours
+ *              DitherMethod; 24: colors
  * A stamp must fit one segment of a JPEG stream: 65,525 bytes, palette included.
  * T_OK, T_ERR_SIZE (stamp size), T_ERR_ARGUMENT (stampBits), the statuses of T_CompressBitmap and
  * T_ColorResolution. */
@@ -772,7 +1102,7 @@ T_API int32_t T_CALL T_CompressALL(const char* source, const char* destination, 
 
 /* Compress a file of one format while it is read, without holding the picture: rows keep the
  * file's order, and a file that begins with its bottom row gives a bottom-first one (row order 0,
- * "V1.00"). 1-bit pictures and 8-bit grey ones are written grey, all others as colours. 8-bit BMP
+ * "V1.00"). 1-bit pictures and 8-bit grey ones are written grey, all others as colors. 8-bit BMP
  * files and interlaced GIF files are loaded whole and written top first. T_CompressTGA's option has
  * no meaning yet: pass 0, as for `flag`. The destination is created when the first rows are there.
  * Statuses of T_FileInfo, of the format's reader (T_ERR_BAD_DATA for a file of another format), and
@@ -788,33 +1118,6 @@ T_API int32_t T_CALL T_CompressTGA(const char* source, const char* destination, 
 T_API int32_t T_CALL T_CompressTIF(const char* source, const char* destination, int32_t outputType,
                                    int32_t quality, uint32_t flag);
 
-/* The 1-bit compressed format (T_FORMAT_CMP_1BIT), for bilevel pictures, numbers little-endian:
- *  0 "TAVO"; 4: 1; 5: 0; 6: 1 when the coded bits are the complements of the pixels, else 0; 7: 0
- *  8 width (4 bytes); 12: height (4); 16: XResolution (4); 20: YResolution (4)
- * 24 red, green, blue of index 0; 27: of index 1
- * 30 checksum (2): the sum of (i + 1) times the byte at offset i, for i from 0 to 29
- * 32 the rows, top first, as one ITU-T T.6 (Group 4) stream, first pixel in the highest bit, ended
- *    by an end-of-block code; coded 0 is the standard's white. Writers take the lighter colour for
- *    it.
- *
- * Saves a bitmap at 1 bit. format 1: in this format; any other number: as T_SaveFile's, with the
- * built-in black and white, as a further page when T_SetPageNumber is above 1. Statuses of
- * T_SaveFile. */
-T_API int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name, int32_t format);
-/* Initialises and allocates the bitmap and loads a file of the 1-bit compressed format. On failure
- * the bitmap is freed. Statuses of the trio's T_Load...Bitmap. */
-T_API int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap);
-
-/* The unit of the densities in JFIF streams: 0 (the default) none, 1 dots per inch, which other
- * programs need to take them for a resolution. CMP files are not concerned. T_OK or T_ERR_ARGUMENT
- * (another unit). */
-T_API int32_t T_CALL T_SetJFIFUnit(int32_t unit);
-
-/* Replaces the scaled quantisation tables of all later compressions: 64 entries in zigzag order,
- * of which the low bytes count, for all components; the internal value is not looked at then. Null
- * returns to the scaled tables. T_OK or T_ERR_ARGUMENT (an entry is 0; nothing changes). */
-T_API int32_t T_CALL T_LoadCustomQTable(const uint32_t* table);
-
 /* Compression of rows that need no bitmap, top row first: any number of rows per call.
  * bitsPerPixel  8 (grey), 16 (5-5-5, red in the high bits), 24 or 32 (blue first)
  * The file carries the library's default resolution. Statuses of T_StartCompressBuffer, and
@@ -827,150 +1130,44 @@ T_API int32_t T_CALL T_StartCompressData(int32_t width, int32_t height, int32_t 
 T_API int32_t T_CALL T_CompressData(const void* rows, int32_t rowCount);
 /* As T_EndCompressBuffer. */
 T_API int32_t T_CALL T_EndCompressData(void);
-/* ---- Resampling ---------------------------------------------------------------------------- */
 
-/* Nearest neighbour: whole pixels and rows are repeated and dropped, no colours are mixed. */
-
-/* A resampling in progress. */
-typedef struct T_ResizeBlock T_ResizeBlock;
-
-/* Sets up the resampling of rows from the old size to the new one (pixels, rows); `resize`
- * receives the block, which T_StopResize frees. T_OK, T_ERR_ARGUMENT (a size below 1, resize
- * null), T_ERR_NO_MEMORY. */
-T_API int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWidth,
-                                   int32_t newHeight, T_ResizeBlock** resize);
-/* Resamples one source row in place.
- * row           holds the larger of the old and new widths
- * rowNumber     number of the source row; only its low 8 bits count
- * bitsPerPixel  1, 4, 8, 16, 24 or 32 (rows of 2 bits: T_SizeBitmap, T_ResizeBitmap)
- * outWidth      gets the new width
- * outRows       gets how often the result is to be emitted; 0: the row is dropped, and the buffer
- *               is as it was
- * Positions that no source pixel reaches keep what the buffer held: at the left end of an enlarged
- * row, the first source pixels. T_OK or T_ERR_ARGUMENT (depth, null). */
-T_API int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel,
-                              int32_t* outWidth, int32_t* outRows, T_ResizeBlock* resize);
-/* Frees the block; null is allowed. T_OK. */
-T_API int32_t T_CALL T_StopResize(T_ResizeBlock* resize);
-
-/* Gives a bitmap another size. All that is the caller's stays: palette, order, perspective,
- * resolution, Colors, DitherMethod, attributes and upper flag bits, release callback. biWidth,
- * biHeight and biSizeImage become the new size's. On failure the bitmap is as it was.
- * T_OK, T_ERR_ARGUMENT (a size below 1), T_ERR_SIZE, T_ERR_NO_MEMORY (or the bitmap has no
- * storage), T_ERR_NOTICE, row statuses, the status callback's answer. */
-T_API int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height);
-/* Resamples all rows of `source` into `destination`, allocated with the wanted size and the same
- * depth. Result rows that no source row reaches become zero. T_OK, T_ERR_ARGUMENT (depths differ,
- * empty bitmap), T_ERR_NO_MEMORY (or one has no storage), row statuses, the status callback's
- * answer. */
-T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination);
-
-/* ---- Formats ------------------------------------------------------------------------------ */
-
-/* Each format has a trio.
- *
- * T_Load...File    reads the file and hands its rows to `sink` in file order, at the file's own
- *                  depth. An unallocated bitmap is initialised to the file's geometry; its Order
- *                  is the format's at every depth, as in FILEINFO. Into an allocated one of another
- *                  size the rows are resampled (those of interlaced files in picture order, without
- *                  T_FLAG_INTERLACED), and they are converted to its depth and order, which stay.
- *                  An allocated bitmap of 8 bits or less and of fewer than the file has gets them
- *                  dithered to the built-in palette of its depth (2 bits: four even greys; grey
- *                  files: an even ramp), and so does an unallocated one that is asked for with such
- *                  bitsPerPixel.
- *                  T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_NAME, T_ERR_OPEN, T_ERR_ARGUMENT
- *                  (bitsPerPixel not 1, 4, 8, 16, 24 or 32), T_ERR_BAD_DATA (another format,
- * damage, or a header that claims many times more than its file can hold: identification and
- * T_Decompress... give this status, too), T_ERR_READ, T_ERR_SEEK, T_ERR_SUBTYPE, T_ERR_SIZE,
- * T_ERR_NO_MEMORY. Keeps no pointer after it returns. T_Load...Bitmap  initialises and allocates
- * the bitmap and loads the whole picture into it, in T_ORDER_BGR above 8 bits and without
- * T_FLAG_GRAY below; on failure the bitmap is freed. T_Save...Bitmap  T_SaveBitmap with this format
- * and quality 0.
+/* Example: a JPEG file with chroma halved across, and a CMP file with a stamp.
+ *   BitmapHandle bitmap;
+ *   if (T_LoadBitmap("in.bmp", &bitmap, 24, T_ORDER_BGR) == T_OK) {
+ *     T_CompressBitmap(&bitmap, "out.jpg", 5, 25, 0);
+ *     T_CompressBitmapWithStamp(&bitmap, "out.cmp", 0, 25, 64, 48, 24, 0);
+ *     T_FreeBitmap(&bitmap);
+ *   }
  */
 
-/* BMP, Windows and OS/2 headers, 1 to 32 bits, run-length coded, bit fields, both row orders.
- * XResolution and YResolution get the file's pixels per metre as they stand. Pictures of 4 and 8
- * bits that have any compression value but 0 are run-length coded. Bit fields of other places or
- * widths than plain pixels have give 24 bits for 16, and 32 with alpha last for 32; a field of n
- * bits becomes value * 255 / (2^n - 1), rounded. T_ERR_SUBTYPE: Huffman coding, JPEG or PNG data
- * inside, 64 bits. Saves write plain files of 1, 4, 8 or 24 bits (other depths: T_ERR_DEPTH).
- * Facts: Microsoft, BITMAPINFOHEADER to BITMAPV5HEADER; IBM, "Bitmap File Format" (OS/2 2.0). */
-T_API int32_t T_CALL T_LoadBMPFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
-                                   int32_t bitsPerPixel, void* context);
-T_API int32_t T_CALL T_LoadBMPBitmap(const char* name, BitmapHandle* bitmap);
-T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+/* ---- Compressed pictures: 1 bit -------------------------------------------------------------- */
 
-/* PCX and DCX: 1, 2, 4 and 8 bits in one plane, 1 bit in two to four planes, 8 bits in three or
- * four, always run-length coded; versions 0, 2, 3 and 5. Pictures of 1, 2, 4, 8 or 24 bits: two
- * and three planes of one bit give 4 bits, with Colors 4 and 8; of four planes of 8 bits the last
- * is ignored. XResolution and YResolution get the file's. Two colours that are equal stand for
- * black and white. Runs may go on in the next line. Data that end early are no error: what is
- * missing is 0. T_ERR_BAD_DATA: no PCX header, planes of other bits, lines shorter than the
- * picture is wide, or a DCX directory without pages or with an offset outside the file.
- * T_ERR_READ: no palette ends a picture of 256 colours (T_ERR_SEEK: the file is too short for one).
- *
- * DCX files hold up to T_MAX_PAGES pictures: T_SetPageNumber chooses the one that is read, the last
- * one when there are fewer; FILEINFO.PageCount says how many there are. Saves write 1, 4, 8 or 24
- * bits (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits get 16 grey levels. More
- * than 65536 rows, or lines longer than 65535 bytes: T_ERR_SIZE. With T_SAVE_APPEND or a page
- * number of 2 or more, a file that is PCX or DCX already gets the picture as a further page: a PCX
- * file is made a DCX file in place, its picture moved behind the directory. Whatever operation
- * fails, the earlier pages stay; what cannot be finished may be there as a damaged last page. Two
- * things need operations that work after the one that failed: taking back a write to a PCX file
- * that was cut short on the way, and bringing pages back that were moved because the directory of
- * another program's DCX file had no room. T_ERR_WRITE: T_MAX_PAGES are there already.
- * T_LoadPCXBitmap refuses a picture that memory cannot hold with T_ERR_NO_MEMORY.
- * Facts: ZSoft Corporation, "Technical Reference Manual: PCX", revision 5. */
-T_API int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
-                                   int32_t bitsPerPixel, void* context);
-T_API int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap);
-T_API int32_t T_CALL T_SavePCXBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+/* The 1-bit compressed format (T_FORMAT_CMP_1BIT), for bilevel pictures, numbers little-endian:
+ *  0 "TAVO"; 4: 1; 5: 0; 6: 1 when the coded bits are the complements of the pixels, else 0; 7: 0
+ *  8 width (4 bytes); 12: height (4); 16: XResolution (4); 20: YResolution (4)
+ * 24 red, green, blue of index 0; 27: of index 1
+ * 30 checksum (2): the sum of (i + 1) times the byte at offset i, for i from 0 to 29
+ * 32 the rows, top first, as one ITU-T T.6 (Group 4) stream, first pixel in the highest bit, ended
+ *    by an end-of-block code; coded 0 is the standard's white. Writers take the lighter color for
+ *    it. */
 
-/* GIF 87a and 89a: the first image of a file. Later images, and what extensions say of timing and
- * transparency, are skipped. Saves write one image of 8 bits per pixel (other depths: T_ERR_DEPTH;
- * more than 65535 pixels either way: T_ERR_SIZE) with the bitmap's 256 colours as global table.
- * The picture has 1, 4 or 8 bits as the size field of the screen's table says (see T_SetGIFDepth)
- * and the palette of the image, or else of the screen; a file without any table gets grey levels
- * and Colors 0. Interlaced images are delivered in file order with T_FLAG_INTERLACED set, the rows
- * of pass 1 (0, 8, 16 ...), then pass 2 (4, 12 ...), 3 (2, 6 ...) and 4 (1, 3 ...); a sink's answer
- * of 2 then counts as T_OK. Where the data end early the rows that are there are delivered, the
- * last filled up with index 0; then T_ERR_BAD_DATA, unless the end code stands in the last row.
- * T_ERR_READ: no image follows the screen, or the file ends before the image's data.
- * Facts: "Graphics Interchange Format", version 89a. */
-T_API int32_t T_CALL T_LoadGIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
-                                   int32_t bitsPerPixel, void* context);
-T_API int32_t T_CALL T_LoadGIFBitmap(const char* name, BitmapHandle* bitmap);
-T_API int32_t T_CALL T_SaveGIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+/* Saves a bitmap at 1 bit. format 1: in this format; any other number: as T_SaveFile's, with the
+ * built-in black and white, as a further page when T_SetPageNumber is above 1. Statuses of
+ * T_SaveFile. */
+T_API int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name, int32_t format);
+/* Initialises and allocates the bitmap and loads a file of the 1-bit compressed format. On failure
+ * the bitmap is freed. Statuses of the trio's T_Load...Bitmap. */
+T_API int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap);
 
-/* Saves write "GIF89a" (flag not 0, the default) or "GIF87a". T_OK. */
-T_API int32_t T_CALL T_SetGIFVersion(int32_t flag);
+/* Example: a page as black and white.
+ *   BitmapHandle bitmap;
+ *   if (T_LoadBitmap("page.tif", &bitmap, 0, -1) == T_OK) {
+ *     T_CompressBitmap1Bit(&bitmap, "page.cmp", 1);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
 
-/* The logical screen size that GIF files declare, 1 to 65535 each; 0, 0 (the default) is the
- * display's, 1280 x 1024 where there is none. Other programs show the picture on a canvas of this
- * size, so a caller who writes for them gives the picture's. T_OK or T_ERR_ARGUMENT. */
-T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
-
-/* Where the depth of a GIF picture comes from: 0 (the default) always the size field of the
- * screen's table, even when the image brings a larger table of its own and its indices do not fit;
- * not 0: the image's table when it has one. T_OK. */
-T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
-
-/* CALS Type I raster: bilevel, Group 4 (raster type 1; other types are read as Group 3). The
- * picture is white (0) and black (1), top row first; the viewing direction shows in
- * FILEINFO.Orientation only. T_LoadCALSFile with bitsPerPixel 24 delivers
- * 24 bits. Its density is not taken over, and saves always state 200. Saves are 1 bit only (other
- * depths: T_ERR_DEPTH); a bitmap whose palette entry 0 has red 0 is inverted, so that black is 1
- * in the file. Sizes above 99,999 do not fit the header's five digits and cannot be read back.
- * T_ERR_READ: a header record is short or empty, or the data end early (the rows before that are
- * delivered); T_ERR_BAD_DATA: an unknown key among the first nine records, an empty picture, or a
- * code that does not exist; T_ERR_SUBTYPE: uncompressed mode.
- * Facts: MIL-PRF-28002C, ITU-T T.4 and T.6. */
-T_API int32_t T_CALL T_LoadCALSFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
-                                    int32_t bitsPerPixel, void* context);
-T_API int32_t T_CALL T_LoadCALSBitmap(const char* name, BitmapHandle* bitmap);
-T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
-
-/* ---- Compressed pictures: decoding --------------------------------------------------------- */
+/* ---- Compressed pictures: decoding ----------------------------------------------------------- */
 
 /* JPEG streams (ISO/IEC 10918-1: baseline, extended and progressive, Huffman or arithmetic coding,
  * 8-bit samples, 1 to 4 components, any sampling factors, restarts, a height that comes in a DNL
@@ -996,9 +1193,9 @@ T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, in
 
 /* Reads the JPEG or CMP file `name` and hands its rows to `sink` in stored order.
  * bitmap        unallocated: becomes a record of the rows; allocated: tells depth and order wanted
- * bitsPerPixel  8: luminance, without decoding the colours; 16, 24, 32: colour (of grey pictures,
+ * bitsPerPixel  8: luminance, without decoding the colors; 16, 24, 32: color (of grey pictures,
  *               too); 1, 4: dithered to the built-in palette
- * option        order of colour rows for an unallocated bitmap: T_ORDER_RGB or T_ORDER_BGR; 4: the
+ * option        order of color rows for an unallocated bitmap: T_ORDER_RGB or T_ORDER_BGR; 4: the
  *               file's, which counts as T_ORDER_BGR
  * T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_ARGUMENT (bitsPerPixel), T_ERR_NAME, T_ERR_OPEN,
  * T_ERR_READ, T_ERR_SEEK, T_ERR_BAD_DATA, T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY. */
@@ -1009,21 +1206,25 @@ T_API int32_t T_CALL T_DecompressMemory(const void* address, BitmapHandle* bitma
                                         int32_t bitsPerPixel, void* context, int32_t option,
                                         uint32_t size);
 
-/* Decodes a JPEG or CMP file into a bitmap. One that is allocated and has the picture's size is
- * filled as it is; any other is freed, initialised (it keeps its Order if that is a T_ORDER_ value)
- * and allocated with bitsPerPixel (not a depth: the file's). LastRow and LastColumn get height - 1
- * and width - 1. After a failure, of damaged data too, the bitmap is freed. T_FileInfo's statuses,
- * T_ERR_FORMAT (another format), T_DecompressFile's, and those of storing rows. */
+/* Decodes a JPEG or CMP file, or `size` bytes of one at `address`, into a bitmap.
+ * bitmap        allocated and of the picture's size: filled as it is; any other is freed,
+ *               initialised (it keeps its Order if that is a T_ORDER_ value) and allocated.
+ *               LastRow and LastColumn get height - 1 and width - 1
+ * bitsPerPixel  depth of a bitmap allocated here; not a depth: the file's
+ * T_FileInfo's statuses, T_ERR_FORMAT (another format), T_DecompressFile's, and those of storing
+ * rows. After a failure, of damaged data too, the bitmap is freed. */
 T_API int32_t T_CALL T_DecompressBitmap(const char* name, BitmapHandle* bitmap,
                                         int32_t bitsPerPixel);
 T_API int32_t T_CALL T_DecompressBitmapMemory(const void* address, BitmapHandle* bitmap,
                                               int32_t bitsPerPixel, uint32_t size);
 
 /* Decodes a JPEG or CMP stream that arrives in pieces of any size; one at a time in a process.
- * T_StartDecompressData takes the sink (its source is a record of the library's), bitsPerPixel as
- * T_DecompressFile, the order of colour rows, and the sink's context; it forgets what was going on.
- * T_DecompressData takes the next bytes, which need not stay, and calls the sink when rows are
- * ready. T_EndDecompressData says that no more come, delivers the rest and gives the result.
+ * T_StartDecompressData  forgets what was going on. sink: gets the rows; its source is a record of
+ *                        the library's. bitsPerPixel: as T_DecompressFile. order: of color rows.
+ *                        context: the sink's
+ * T_DecompressData       takes the next `size` bytes, which need not stay, and calls the sink when
+ *                        rows are ready
+ * T_EndDecompressData    says that no more come, delivers the rest and gives the result
  * Streams of one scan are not kept; others are decoded at the end. The resolution in a CMP trailer
  * comes too late to be known. In a damaged stream with restart markers more may be lost than in a
  * file. T_OK; T_ERR_ARGUMENT (not started, depth, order, null sink or bytes); T_DecompressFile's
@@ -1034,7 +1235,7 @@ T_API int32_t T_CALL T_DecompressData(const void* bytes, uint32_t size);
 T_API int32_t T_CALL T_EndDecompressData(void);
 
 /* Reads the stamp, a small picture, of a CMP file or of a JPEG file: of its first JFXX segment
- * (JFIF 1.02: palette, colours, or a JPEG stream of up to 1024 x 1024 pixels), otherwise what its
+ * (JFIF 1.02: palette, colors, or a JPEG stream of up to 1024 x 1024 pixels), otherwise what its
  * JFIF segment holds. Initialises and allocates `stamp`, 8 bits with a palette or 24 bits, blue
  * first (streams with this library's comment have blue first, too, others red), top row first.
  * T_OK, T_ERR_NO_STAMP (also for other formats), T_ERR_READ (cut short), T_ERR_BAD_DATA (an empty
@@ -1071,80 +1272,14 @@ typedef struct T_JPEGINFO {
  * T_ERR_NOTICE. `info` is all 0 after a failure. */
 T_API int32_t T_CALL T_GetJPEGInfo(const char* name, T_JPEGINFO* info);
 
-/* TGA: colour-mapped (8 bits), true-colour (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
- * for 5-5-5) files, plain or run-length coded, colour maps of 15, 16, 24 or 32 bits (8: grey
- * levels) with any first index, which is taken off the pixels: Colors is the map's length, 256 at
- * most, and the palette begins with its first entry. ViewPerspective is 0 for an origin at the top
- * left, otherwise 2, and FILEINFO.Orientation tells what that leaves to do. XOrigin and YOrigin get
- * the file's. The format has no signature: a file is taken for TGA when all fields of its header go
- * together. T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the rows that are
- * there are delivered. Saves write plain files of 8 (with the bitmap's 256 colours), 16, 24 or 32
- * bits, rows as they are stored; more than 65535 pixels either way: T_ERR_SIZE. Facts: Truevision,
- * "TGA File Format Specification", version 2.0. */
-T_API int32_t T_CALL T_LoadTGAFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
-                                   int32_t bitsPerPixel, void* context);
-T_API int32_t T_CALL T_LoadTGABitmap(const char* name, BitmapHandle* bitmap);
-T_API int32_t T_CALL T_SaveTGABitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
-
-/* Sun raster files of 1, 4, 8, 24 and 32 bits (other depths: T_ERR_BAD_DATA): byte-encoded (type
- * 2), red first (type 3), and of any other type, which are rows as stored, blue first. Pictures of
- * 8 bits or less have the file's colour map (256 entries at most), or without one grey levels,
- * black for 0. Where the file ends early the rows that are there are delivered, then T_ERR_READ.
- * Saves write standard files of 1, 4, 8, 24 or 32 bits, up to 8 with a colour map of the bitmap's
- * Colors; more than 65535 pixels either way: T_ERR_SIZE. See T_SetRASVariant. Facts: Sun
- * Microsystems, rasterfile(5). */
-T_API int32_t T_CALL T_LoadRASFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
-                                   int32_t bitsPerPixel, void* context);
-T_API int32_t T_CALL T_LoadRASBitmap(const char* name, BitmapHandle* bitmap);
-T_API int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
-
-/* How Sun raster files are read and written. 0, the default: a count of n in byte-encoded data
- * makes n copies, 1-bit pictures without a map have 0 as black, the spare byte of 32-bit pixels is
- * the last, and of the length field of written files only the low byte is the length's (the
- * others are 0 or 1; all are 0 below 8 bits). 1: as other programs have it: n + 1 copies, 1 as
- * black, the spare byte first, the true length, no map for saved black and white pictures. T_OK or
- * T_ERR_ARGUMENT. */
-T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
-
-/* TIFF: strips and tiles, chunky and planar, both byte orders, also with 64-bit offsets.
- * Read        1 to 16 and 32 bits per sample (more than 8 are reduced to 8), grey, palette, RGB,
- *             CMYK and YCbCr (both become RGB), extra samples dropped; uncompressed, PackBits, LZW
- *             (old bit order, too), Deflate, the predictor of these two, CCITT runs, Group 3,
- *             Group 4, JPEG; its older form (compression 6) whether it is whole streams, pieces
- *             behind one header, or tables in tags. Anything else is T_ERR_SUBTYPE: above all
- *             floating point, Lab, lossless and 12-bit JPEG, the uncompressed mode of fax codings,
- *             which no known writer uses. T_SetPageNumber chooses the page, beyond the last one
- *             the last.
- * No height   Fax programs may leave ImageLength out, or 0: the rows are then counted, in strips of
- *             all codings but JPEG. T_ERR_BAD_DATA when they cannot be.
- * Delivered   1 bit as stored, with white or black first in the palette; 2 and 4 bits as 4, other
- *             single samples as 8 bits, 24 bits (T_ORDER_RGB) for colours. Grey pictures have an
- *             even ramp from black to white. Rows come as stored: ViewPerspective is 2 for
- *             orientation 4, else 0; FILEINFO.Orientation tells the others. Resolutions per
- *             centimetre are converted; without a unit the bitmap keeps its own.
- * Written     T_FORMAT_TIFF uncompressed, ..._PACKBITS and ..._LZW with 1, 4, 8 and 24 bits;
- *             ..._GROUP3 (one-dimensional), ..._GROUP3_2D and ..._GROUP4 with 1 bit, which are
- *             white and black: the brighter of the two colours becomes white. Other depths are
- *             T_ERR_DEPTH. Little-endian, top row first, strips of about 64 KiB; a palette that is
- *             an even ramp makes a grey picture. T_SaveTIFBitmap writes T_FORMAT_TIFF.
- * Appending   With T_SAVE_APPEND, or a page number of 2 or more, a page is added to an existing
- *             TIFF file, in its byte order; whatever happens on the way, the pages before stay.
- *             T_ERR_WRITE: it has T_MAX_PAGES already; T_ERR_SUBTYPE: its offsets have 64 bits;
- *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page.
- * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
- * writes, or that strips share beyond all measure: T_ERR_BAD_DATA. Tags whose values were cut off
- * are T_ERR_READ, but for a resolution. What is lost of JPEG data is grey, and the status comes
- * last. Damaged Group 3 rows keep what could be read of them. Group 4 pictures that end before the
- * last row are white from there on.
- * Facts: TIFF Revision 6.0, its Technical Notes, ITU-T T.4 and T.6, RFC 1950 and 1951. */
-T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
-                                   int32_t bitsPerPixel, void* context);
-T_API int32_t T_CALL T_LoadTIFBitmap(const char* name, BitmapHandle* bitmap);
-T_API int32_t T_CALL T_SaveTIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
-
-/* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
- * do; programs that call this before they load bilevel files may go on doing so. T_OK. */
-T_API int32_t T_CALL T_Create1BitTable(void);
+/* Example: the quality of a JPEG file, and its picture.
+ *   T_JPEGINFO info;
+ *   BitmapHandle bitmap = {0};
+ *   if (T_GetJPEGInfo("in.jpg", &info) == T_OK && info.Quality > 50 &&
+ *       T_DecompressBitmap("in.jpg", &bitmap, 24) == T_OK) {
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
 
 #ifdef __cplusplus
 }

@@ -1,5 +1,6 @@
 """The checks of scripts/ find the faults they are there for."""
 import pathlib
+import re
 import subprocess
 import tempfile
 import unittest
@@ -73,6 +74,22 @@ class Exports(unittest.TestCase):
         for listed in (["T_A"], ["T_A", "T_B", "T_C"], ["T_B", "T_A"], ["T_A", "T_A", "T_B"]):
             with self.subTest(listed=listed):
                 self.assertEqual(self.check(self.HEADER, listed).returncode, 1)
+
+
+class Manual(unittest.TestCase):
+    def test_examples_compile(self):
+        text = (ROOT / "include/tavo45.h").read_text(encoding="utf-8")
+        found = re.findall(r"/\* Example: .*\n((?: \*   .*\n)+) \*/", text)
+        self.assertEqual(len(found), text.count("/* Example"))
+        self.assertGreaterEqual(len(found), 11)
+        code = '#include "tavo45.h"\n' + "".join(
+            f"void example{i}(void);\nvoid example{i}(void) {{\n" + body.replace(" *   ", "") + "}\n"
+            for i, body in enumerate(found))
+        for language in (("cc", "-x", "c", "-std=c99"), ("c++", "-x", "c++", "-std=c++17")):
+            done = subprocess.run([*language, "-pedantic", "-Wall", "-Werror", "-fsyntax-only",
+                                   f"-I{ROOT / 'include'}", "-"], input=code, text=True,
+                                  capture_output=True, check=False)
+            self.assertEqual(done.returncode, 0, done.stderr)
 
 
 if __name__ == "__main__":
