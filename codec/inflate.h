@@ -53,6 +53,7 @@ class Decoder {
 
  private:
   enum class State : uint8_t { kHeader, kBlock, kStored, kCodes, kEnd };
+  // How a step within a block ended.
   enum class Step : uint8_t { kGoesOn, kEndOfBlock, kBadData, kDataEnded };
 
   using Bits = BitReader<BitOrder::kLowFirst>::Bits;

@@ -57,6 +57,7 @@ Status StripFeeder::add(Compressor& compressor, const uint8_t* rows, size_t stri
   return kOk;
 }
 
+// The last rows, which are fewer than a strip has.
 Status StripFeeder::finish(Compressor& compressor) {
   if (gathered_ == 0) return kOk;
   const uint32_t rows = gathered_;

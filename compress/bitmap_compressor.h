@@ -11,7 +11,7 @@
 
 namespace tavo::compress {
 
-// Rows in a strip of the library's own callers.
+// Rows in a strip of the library's own callers: an MCU row of any sampling.
 inline constexpr uint32_t kStripRows = 16;
 
 // A ByteSink::Write into the OutputFile at `context`.

@@ -22,12 +22,14 @@ StripRows::Target target(const CompressionSetup& setup) {
 
 }  // namespace
 
+// Whatever else a routine returns, fewer bytes or more, is a failure.
 Status CallerWrite::forward(void* context, std::span<const uint8_t> bytes) {
   const auto& caller = *static_cast<const CallerWrite*>(context);
   const auto size = static_cast<uint32_t>(bytes.size());
   return caller.write(bytes.data(), size, caller.user_data) == size ? kOk : kWriteError;
 }
 
+// The strip's size in bytes says how many rows a strip has.
 Status BufferCompression::start(const BitmapHandle& bitmap, CallerWrite write, uint32_t strip_bytes,
                                 uint32_t buffer_bytes, int32_t output_type, int32_t quality) {
   const CompressionSetup setup = make_setup(bitmap, output_type, quality);

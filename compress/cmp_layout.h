@@ -49,6 +49,7 @@ inline constexpr char kBottomFirstComment[kCommentSize] = "TAVO Technologies Inc
 inline bool is_bottom_first_comment(std::span<const uint8_t> text) {
   return std::ranges::equal(text, kBottomFirstComment);
 }
+// How readers tell streams of this library, whose density has no unit but is one, from others.
 inline bool is_own_comment(std::span<const uint8_t> text) {
   return is_bottom_first_comment(text) || std::ranges::equal(text, kTopFirstComment);
 }

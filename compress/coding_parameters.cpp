@@ -9,8 +9,10 @@ namespace tavo::compress {
 
 namespace {
 
+// Of every output type; CMP has the presets below 0 besides.
 constexpr int32_t kMaxFactor = 255;
 
+// What a factor stands for.
 struct Preset {
   int32_t value;
   bool is_half_height;
@@ -58,6 +60,7 @@ jpeg::QuantiserTable scale_table(const std::array<uint8_t, jpeg::kBlockSize>& ba
   return table;
 }
 
+// Tables that no number makes, such as custom ones, get the nearest all the same.
 // The first of 1 to `last` with which `scaled`(base, number) gives a table nearest to this one.
 template <class Scaled>
 int32_t nearest(std::span<const uint16_t, jpeg::kBlockSize> table, int32_t last, Scaled scaled) {
@@ -122,6 +125,7 @@ int32_t estimate_quality(std::span<const uint16_t, jpeg::kBlockSize> quantisers)
   });
 }
 
+// The scaling of scale(), by the library's own internal values.
 int32_t estimate_value(std::span<const uint16_t, jpeg::kBlockSize> quantisers) {
   return nearest(quantisers, 255, scale);
 }

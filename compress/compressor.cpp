@@ -51,6 +51,7 @@ Status describe(const CompressionSetup& setup, uint32_t strip_rows, StreamDescri
 
 }  // namespace
 
+// Grey as T_CompressBuffer's callers have it; whole bitmaps and loose rows decide by themselves.
 CompressionSetup make_setup(const BitmapHandle& bitmap, int32_t output_type, int32_t quality) {
   CompressionSetup setup;
   setup.width = bitmap.Width;
@@ -65,6 +66,7 @@ CompressionSetup make_setup(const BitmapHandle& bitmap, int32_t output_type, int
   return setup;
 }
 
+// A size that a check is to refuse gives a number, too: no width counts as 0.
 uint64_t strip_row_bytes(const CompressionSetup& setup) {
   const auto width = static_cast<uint64_t>(std::max(setup.width, 0));
   return setup.is_gray ? width : 3 * width;
@@ -104,6 +106,7 @@ Status Compressor::open(const CompressionSetup& setup, uint32_t strip_rows, uint
   return write_headers();
 }
 
+// The encoder's work memory and the buffer go back, not only their contents.
 void Compressor::close() {
   is_open_ = false;
   encoder_ = jpeg::Encoder();
@@ -142,6 +145,7 @@ Status Compressor::add_rows(const uint8_t* rows, size_t stride, uint32_t count) 
   return encoder_.encode_rows(rows + first * stride, 2 * stride, (count - first + 1) / 2, sink_);
 }
 
+// A second end has nothing to end.
 Status Compressor::end() {
   if (!is_open_) return kIncomplete;
   const Status status = finish_stream();

@@ -9,6 +9,7 @@
 
 namespace tavo::compress {
 
+// The arguments of T_CompressBitmapWithStamp that describe the stamp.
 struct StampRequest {
   int32_t width = 0;
   int32_t height = 0;

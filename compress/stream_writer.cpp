@@ -65,6 +65,7 @@ Status write_jfif(const StreamDescription& stream, ByteSink& sink) {
   return segment.write(sink);
 }
 
+// More than a Segment has room for, and the same in both kinds of files.
 Status write_stamp_data(const Stamp& stamp, ByteSink& sink) {
   TRY(sink.append(stamp.palette));
   return sink.append(stamp.pixels);
@@ -91,7 +92,8 @@ Status write_comment(const StreamDescription& stream, ByteSink& sink) {
   return segment.write(sink);
 }
 
-// Grey pictures have one table; equal tables are written once.
+// Grey pictures have one table; equal tables, as a custom one makes them, are written once and used
+// by all components.
 bool has_second_table(const StreamDescription& stream) {
   return !stream.coding.is_gray && stream.luminance != stream.chrominance;
 }
@@ -203,11 +205,13 @@ Status write_stream_header(const StreamDescription& stream, ByteSink& sink) {
   return write_scan_header(stream, sink);
 }
 
+// B.2.1: EOI.
 Status write_stream_end(ByteSink& sink) {
   constexpr uint8_t kEnd[] = {0xFF, 0xD9};
   return sink.append(kEnd);
 }
 
+// kept: resolutions beyond 65535 lose their upper bits.
 std::array<uint8_t, 12> cmp_trailer(const StreamDescription& stream) {
   static_assert(cmp::kTrailerSize == 12);
   std::array<uint8_t, cmp::kTrailerSize> trailer = {};

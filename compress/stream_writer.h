@@ -25,6 +25,7 @@ struct Stamp {
 // Whether the stamp fits into one segment of a JPEG stream.
 bool fits_segment(const Stamp& stamp);
 
+// All that the bytes depend on, but the pixels and the density's unit (T_SetJFIFUnit).
 struct StreamDescription {
   CodingParameters coding;
   uint32_t width = 0;

@@ -13,7 +13,6 @@ struct Tap {
 };
 
 inline constexpr uint32_t kMaxTaps = 12;
-inline constexpr uint32_t kMaxErrorRows = 3;
 
 // A filter. What reaches a pixel is added up first and divided once, truncating toward zero.
 //

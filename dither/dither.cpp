@@ -278,9 +278,4 @@ void stop_pass(BitmapHandle& bitmap) {
   bitmap.DitherState = nullptr;
 }
 
-int32_t pass_depth(const BitmapHandle& bitmap) {
-  const DitherPass* pass = pass_of(bitmap);
-  return pass != nullptr ? pass->depth_out : 0;
-}
-
 }  // namespace tavo::color

@@ -43,9 +43,6 @@ Status dither_rows(BitmapHandle& bitmap, const uint8_t* rows, size_t stride, uin
 // Ends the pass, if there is one.
 void stop_pass(BitmapHandle& bitmap);
 
-// The depth of the rows that the open pass writes, 0 without one.
-int32_t pass_depth(const BitmapHandle& bitmap);
-
 // Ends the pass of a bitmap at the end of a scope.
 class PassScope {
  public:

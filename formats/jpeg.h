@@ -14,8 +14,8 @@
 namespace tavo::jpeg {
 
 // Values of T_DecompressFile's last argument: the order of colour rows for a record that has none.
+// All but the first are blue first.
 inline constexpr int32_t kOptionRgb = 0;
-inline constexpr int32_t kOptionBgr = 1;
 inline constexpr int32_t kOptionFile = 4;
 
 // What surrounds a stream.

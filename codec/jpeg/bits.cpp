@@ -38,6 +38,8 @@ void copy_stuffed(const uint8_t*& in, const uint8_t* in_end, uint8_t*& out,
 
 }  // namespace
 
+// Beyond kDataBytes there is room for what is unread of an MCU when more is fetched, and behind
+// that for the zeros of one.
 Status EntropyReader::start(size_t mcu_bytes) {
   mcu_bytes_ = mcu_bytes + 2 * sizeof(uint64_t);
   TRY(buffer_.allocate(kDataBytes + 2 * mcu_bytes_));

@@ -91,6 +91,7 @@ class EntropyReader {
   Buffer buffer_;
   size_t mcu_bytes_ = 0;
   ByteSource* source_ = nullptr;
+  // The unstuffed data, in buffer_.
   uint8_t* data_ = nullptr;
   uint8_t* end_ = nullptr;    // behind the last unstuffed byte
   uint8_t* limit_ = nullptr;  // behind the last place for one

@@ -197,6 +197,7 @@ inline void correct(BitPosition& at, int low, uint64_t mask, int16_t* block) {
 
 }  // namespace
 
+// Masks of 16 bits, packed to bytes, whose top bits make the word.
 uint64_t find_nonzero(const int16_t* block) {
   using namespace sse2;
   uint64_t zeros = 0;

@@ -135,6 +135,7 @@ Status CoefficientStore::reach(size_t component, uint32_t row, int16_t*& blocks)
   return kOk;
 }
 
+// Without taking memory: what no scan has reached is lost, or zero throughout.
 const int16_t* CoefficientStore::block_row(size_t component, uint32_t row) const {
   const Plane& plane = planes_[component];
   const int16_t* strip = plane.strips[row / plane.strip_rows];
@@ -142,6 +143,7 @@ const int16_t* CoefficientStore::block_row(size_t component, uint32_t row) const
   return strip + size_t{plane.blocks_wide} * kBlockSize * (row % plane.strip_rows);
 }
 
+// Arithmetic coding needs no tables: conditioning has defaults (B.2.4.3).
 Status CoefficientStore::decode_scan(const Scan& scan, const Tables& tables, ByteSource& source,
                                      ScanReader& reader) {
   if (!frame_->is_arithmetic) {

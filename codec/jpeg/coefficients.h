@@ -52,6 +52,7 @@ class CoefficientStore {
   const Frame* frame_ = nullptr;
   size_t count_ = 0;
   std::array<Plane, kMaxComponents> planes_;
+  // Of blocks, by all scans, and as many as the blocks that data reached justify.
   uint64_t visits_ = 0;
   uint64_t own_visits_ = 0;
 };

@@ -21,6 +21,7 @@ constexpr uint8_t kGrey = 128;
 
 size_t mcu_bytes(size_t blocks) { return blocks * kMaxCodedBlock; }
 
+// Of an interleaved scan of all components (A.2.3).
 size_t blocks_per_mcu(const Frame& frame) {
   size_t blocks = 0;
   for (size_t i = 0; i < frame.count; ++i) {
@@ -70,6 +71,8 @@ Status Decoder::feed_tables(ByteSource& source) {
   return frame.count == 0 && end != SegmentEnd::kScan ? kOk : kBadData;
 }
 
+// What a stream before has left. Its visits count on, as one allowance serves all streams of a
+// file.
 void Decoder::forget_rows(ByteSource& source) {
   source_ = &source;
   if (store_) extra_visits_ += store_->extra_visits();
@@ -318,6 +321,8 @@ void Decoder::transform_stored_band() {
   sound_bands_ = bands_;
 }
 
+// A row that no scan has reached, or whose component has no quantisers, is as grey as lost blocks
+// are.
 void Decoder::transform_stored_row(size_t component, uint32_t row, uint8_t* out) {
   const Component& c = frame_.components[component];
   const size_t stride = rows_->stride(component);
@@ -348,6 +353,8 @@ bool Decoder::is_filler(uint32_t y) const {
   return reader_.is_dead() && !store_ && y > (sound_bands_ + 1) * 8 * frame_.v_max;
 }
 
+// kept: rows that are lost are grey, so that a picture has all its rows; but no more grey is made
+// than kMaxFillerPixels, as a small file may claim 4 billion pixels.
 Status Decoder::next_rows(std::span<uint8_t> rows, size_t row_bytes, uint32_t count,
                           uint32_t& got) {
   got = 0;

@@ -112,6 +112,7 @@ class Decoder {
   Status start_direct();
   Status read_all_scans();
   Status continue_scans(bool& has_more);
+  // Of several things that are wrong the first is told.
   void note(Status status) {
     if (outcome_.ok()) outcome_ = status;
   }

@@ -102,6 +102,7 @@ void convert(const uint8_t* bgr, size_t pixels, uint8_t* y, uint8_t* cb, uint8_t
   }
 }
 
+// `bias` rounds the mean down and up in turn, as pairs of elements.
 void halve(const uint8_t* samples, size_t count, uint8_t* out) {
   const V bias = splat_pairs16(0, 1);
   for (size_t i = 0; i < count; i += 32) {
@@ -138,7 +139,7 @@ void transform(const uint8_t* samples, size_t stride, size_t pairs, const Diviso
   }
 }
 
-// Bit k is set where byte k of a block's stream is not 0.
+// Bit k is set where byte k of a block's stream is not 0: the entropy coder goes from bit to bit.
 inline uint64_t nonzero_bits(const V (&stream)[64 / kBytes]) {
   uint64_t zeros = 0;
   for (size_t i = 0; i < 64; i += kBytes) {

@@ -17,6 +17,7 @@ inline void load_components(const uint8_t* bgr, V (&first)[3], V (&second)[3]) {
   spread_halves(load_lanes<48>(bgr + 24), load_lanes<48>(bgr + 36), second);
 }
 
+// The multiplication adds neighbours: 255 + 255 fits its signed 16 bits.
 inline V pair_sums(V bytes) { return multiply_add8(bytes, splat8(1)); }
 
 // What source number kSource has of part kOut; of the 16 pairs two have nothing.

@@ -41,7 +41,8 @@ struct HuffmanTable {
 // magnitude, or when the symbols are fewer than the counts say.
 Status build_table(const HuffmanSpec& spec, TableClass kind, HuffmanTable& table);
 
-// A symbol split into what the decoding loops need of it.
+// A symbol (RRRRSSSS, F.1.2.2.1, or the category of a DC difference, table F.1) split into what the
+// decoding loops need of it.
 struct Symbol {
   int code_bits;  // 0: no such code
   int advance;    // as in LookEntry

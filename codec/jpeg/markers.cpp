@@ -42,6 +42,7 @@ Status MarkerReader::take(std::span<uint8_t> into) {
   return source_.read(into);
 }
 
+// What a segment has beyond what its kind needs, or all of one that nobody reads.
 Status MarkerReader::skip_rest() {
   const uint32_t count = left_;
   left_ = 0;

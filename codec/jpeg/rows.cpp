@@ -13,6 +13,7 @@ bool has_black(ColorSpace space) {
          space == ColorSpace::kYcck || space == ColorSpace::kInvertedYcck;
 }
 
+// 255 stands for no ink.
 bool is_inverted(ColorSpace space) {
   return space == ColorSpace::kInvertedCmyk || space == ColorSpace::kInvertedYcck;
 }
@@ -89,6 +90,7 @@ uint32_t RowMaker::ready_rows(uint32_t mcu_rows) const {
   return needs_context_ && rows > 0 ? rows - 1 : rows;
 }
 
+// The plane holds two MCU rows: those of `y` and of its neighbours above and below.
 const uint8_t* RowMaker::sample_row(size_t component, uint32_t y) const {
   const Plane& plane = planes_[component];
   return plane.samples.data() + kRowSlack + y % (2 * plane.mcu_rows) * plane.stride;

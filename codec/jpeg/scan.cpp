@@ -2,6 +2,7 @@
 
 namespace tavo::jpeg {
 
+// The interval is the one in force at the scan's header (B.2.4.4).
 void ScanReader::begin(ByteSource& source, uint32_t restart_interval, bool is_arithmetic) {
   source_ = &source;
   is_arithmetic_ = is_arithmetic;

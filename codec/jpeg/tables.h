@@ -21,6 +21,7 @@ inline constexpr std::array<uint8_t, kBlockSize> kZigzag = {
 extern const std::array<uint8_t, kBlockSize> kLuminanceQuantisers;
 extern const std::array<uint8_t, kBlockSize> kChrominanceQuantisers;
 
+// BITS and HUFFVAL of ISO/IEC 10918-1, C.1.
 // A Huffman table as a DHT segment states it: counts[i] codes of i + 1 bits, then the symbols in
 // the order of their codes.
 struct HuffmanSpec {

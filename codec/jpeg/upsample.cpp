@@ -21,6 +21,7 @@ void double_width(const uint8_t* in, size_t count, uint8_t* out) {
   }
 }
 
+// Weights of 9, 3, 3 and 1 sixteenths, in two steps.
 void double_both(const uint8_t* near, const uint8_t* far, size_t count, uint8_t* out) {
   const auto column = [&](size_t i) { return 3 * near[i] + far[i]; };
   for (size_t i = 0; i < count; ++i) {

@@ -42,6 +42,7 @@ void double_both(const uint8_t* near, const uint8_t* far, size_t count, uint8_t*
   out[2 * count - 1] = static_cast<uint8_t>((4 * last + 7) >> 4);
 }
 
+// Rows only: there are no neighbours, and nothing to set at the ends.
 void double_height(const uint8_t* near, const uint8_t* far, int bias, size_t count, uint8_t* out) {
   const V round = splat16(bias);
   for (size_t i = 0; i < count; i += 16) {
