@@ -50,8 +50,9 @@ constexpr RunCodes kRunCodes[2] = {run_codes(false), run_codes(true)};
 
 }  // namespace
 
-// `code` has no bits above `length`, which with the bits that wait (under 8) fits the register: 56
-// at most. Writes the whole register, of which the next call writes over what is no byte yet.
+// `code` has no bits above `length`, which is not 0, and which with the bits that wait (under 8)
+// fits the register: 56 at most. Writes the whole register, of which the next call writes over what
+// is no byte yet.
 inline void Encoder::Bits::put(uint64_t code, uint32_t length) {
   held = held << length | code;
   count += length;
@@ -201,7 +202,7 @@ inline Status Encoder::put_run(uint32_t run, bool is_black) {
 // `mode` and two runs of different colours, in one piece but for long runs.
 inline Status Encoder::put_pair(Code mode, uint32_t first, uint32_t second, bool is_black) {
   if ((first | second) >= kShortRuns) [[unlikely]] {
-    bits_.put(mode.bits, mode.length);
+    if (mode.length != 0) bits_.put(mode.bits, mode.length);
     TRY(put_run(first, is_black));
     return put_run(second, !is_black);
   }
