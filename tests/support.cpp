@@ -228,8 +228,10 @@ Bytes row_rgb(const uint8_t* row, int32_t width, int32_t bits, uint32_t order,
               const T_PaletteEntry* palette) {
   Bytes all;
   for (int32_t x = 0; x < width; ++x) {
-    uint8_t c[3] = {row[x], row[x], row[x]};
-    if (bits > 0 && bits <= 8) {
+    uint8_t c[3] = {};
+    if (bits == 0) {
+      std::fill_n(c, 3, row[x]);
+    } else if (bits <= 8) {
       const T_PaletteEntry& e = palette[index_at(row, bits, x)];
       c[0] = e.Red, c[1] = e.Green, c[2] = e.Blue;
     }
