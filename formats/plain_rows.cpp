@@ -46,12 +46,4 @@ Status read_plain_rows_upright(io::InputFile& file, uint64_t position, size_t ro
   return rows.finish();
 }
 
-// Whole batches where the file has the same padding.
-Status write_plain_rows(io::OutputFile& file, std::span<const uint8_t> rows, size_t row_bytes,
-                        size_t file_bytes) {
-  if (file_bytes == row_bytes) return file.write(rows);
-  for (; !rows.empty(); rows = rows.subspan(row_bytes)) TRY(file.write(rows.first(file_bytes)));
-  return kOk;
-}
-
 }  // namespace tavo::formats

@@ -1,13 +1,11 @@
-// Uncompressed rows, read and written in the largest pieces that there are.
+// Uncompressed rows, read in the largest pieces that the memory at hand allows.
 #pragma once
 
 #include <cstdint>
-#include <span>
 
 #include "base/byte_source.h"
 #include "base/status.h"
 #include "io/input_file.h"
-#include "io/output_file.h"
 #include "process/row_delivery.h"
 
 namespace tavo::formats {
@@ -21,9 +19,5 @@ Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
 // one first. Where the file ends early nothing is delivered.
 Status read_plain_rows_upright(io::InputFile& file, uint64_t position, size_t row_bytes,
                                int32_t height, process::RowDelivery& rows);
-
-// Writes of `rows`, each `row_bytes` long, the first `file_bytes` bytes.
-Status write_plain_rows(io::OutputFile& file, std::span<const uint8_t> rows, size_t row_bytes,
-                        size_t file_bytes);
 
 }  // namespace tavo::formats

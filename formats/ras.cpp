@@ -339,19 +339,19 @@ class Writer final : public io::RowWriter {
   Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
                  io::RowLayout& layout) {
     if (!io::has_16_bit_size(picture)) return kBadSize;
-    row_bytes_ = core::bytes_per_line(picture.Width, request.depth);
-    file_row_ = static_cast<size_t>(file_row_bytes(picture.Width, request.depth));
+    row_bytes_ = static_cast<size_t>(file_row_bytes(picture.Width, request.depth));
+    layout.row_bytes = row_bytes_;
     layout.inverts = is_ink_on_paper(picture, request.depth) && picture.Info.Palette[0].Red == 0;
     return has_spare_in_front(request.depth) ? moved_.allocate(row_bytes_) : kOk;
   }
 
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
     TRY(file_.create(request.name));
-    return write_headers(file_, picture, request.depth, file_row_);
+    return write_headers(file_, picture, request.depth, row_bytes_);
   }
 
   Status put(std::span<const uint8_t> rows) {
-    if (moved_.size() == 0) return formats::write_plain_rows(file_, rows, row_bytes_, file_row_);
+    if (moved_.size() == 0) return file_.write(rows);
     for (; !rows.empty(); rows = rows.subspan(row_bytes_)) {
       move_spare_front(rows.first(row_bytes_), moved_.data());
       TRY(file_.write(moved_.bytes()));
@@ -363,9 +363,8 @@ class Writer final : public io::RowWriter {
 
  private:
   io::OutputFile file_;
-  size_t row_bytes_ = 0;  // as they come
-  size_t file_row_ = 0;   // as the file has them
-  Buffer moved_;          // a row of 32 bits as other programs keep it
+  size_t row_bytes_ = 0;
+  Buffer moved_;  // a row of 32 bits as other programs keep it
 };
 
 }  // namespace

@@ -304,8 +304,7 @@ class Writer final : public io::RowWriter {
   Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
                  io::RowLayout& layout) {
     const auto width = static_cast<uint64_t>(picture.Width);
-    file_row_ = static_cast<size_t>(core::packed_bytes(width, request.depth));
-    row_bytes_ = core::bytes_per_line(picture.Width, request.depth);
+    layout.row_bytes = static_cast<size_t>(core::packed_bytes(width, request.depth));
     is_top_first_ = layout.is_top_first;
     return io::has_16_bit_size(picture) ? kOk : kBadSize;
   }
@@ -315,15 +314,11 @@ class Writer final : public io::RowWriter {
     return write_headers(file_, picture, request.depth, is_top_first_);
   }
 
-  Status put(std::span<const uint8_t> rows) {
-    return formats::write_plain_rows(file_, rows, row_bytes_, file_row_);
-  }
+  Status put(std::span<const uint8_t> rows) { return file_.write(rows); }
   Status finish() { return file_.finish(); }
 
  private:
   io::OutputFile file_;
-  size_t row_bytes_ = 0;  // as they come
-  size_t file_row_ = 0;   // as the file has them
   bool is_top_first_ = false;
 };
 

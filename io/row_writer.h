@@ -30,6 +30,7 @@ enum class RowOrder {
 // How rows come.
 struct RowLayout {
   int32_t bits = 0;                         // the depth asked, if the writer does not say otherwise
+  size_t row_bytes = 0;                     // from row to row; 0: rounded up to a multiple of 4
   uint32_t order = T_ORDER_BGR;             // of colours above 8 bits
   const T_PaletteEntry* palette = nullptr;  // what rows of another depth are brought to
   bool inverts = false;                     // 1 bit: 0 and 1 change places
@@ -52,7 +53,7 @@ inline bool has_16_bit_size(const BitmapHandle& picture) {
 // Creates the file and writes all that precedes the pixels.
 //
 //   Status put_row(std::span<const uint8_t> row);
-// The next row: bytes_per_line() of the layout, unused bits and bytes zero. Or, for a writer that
+// The next row: row_bytes of the layout, unused bits and bytes zero. Or, for a writer that
 // wants several rows at once where there are several, one behind the other:
 //   Status put(std::span<const uint8_t> rows);
 //

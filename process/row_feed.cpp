@@ -12,7 +12,7 @@ namespace tavo::process {
 namespace {
 
 // Of rows that are changed at once; more than a file gathers before it writes.
-constexpr uint32_t kPieceBytes = 64 * 1024;
+constexpr uint32_t kPieceBytes = 40 * 1024;
 // Of a bitmap's rows between two looks at the progress, and how many looks there are at least.
 constexpr uint32_t kStepBytes = 256 * 1024;
 constexpr uint32_t kLeastSteps = 16;
@@ -23,8 +23,9 @@ Status RowFeed::prepare(const BitmapHandle& picture, bool is_top_first) {
   layout_ = {.bits = request_.depth, .palette = picture.Info.Palette, .is_top_first = is_top_first};
   TRY(writer_.prepare(request_, picture, layout_));
   width_ = picture.Width;
-  row_bytes_ = core::bytes_per_line(width_, layout_.bits);
-  if (row_bytes_ == 0 || picture.Height <= 0 || picture.BytesPerLine == 0) return kBadSize;
+  const uint32_t line = core::bytes_per_line(width_, layout_.bits);
+  row_bytes_ = layout_.row_bytes != 0 ? layout_.row_bytes : line;
+  if (line == 0 || picture.Height <= 0 || picture.BytesPerLine == 0) return kBadSize;
   rows_left_ = static_cast<uint32_t>(picture.Height);
 
   const int32_t bits = picture.BitsPerPixel;

