@@ -134,7 +134,7 @@ Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header) {
   const uint8_t image_packed = image[kImagePacked];
   picture.bits = depth_of(packed, image_packed);
   if ((image_packed & kHasTable) != 0) TRY(read_table(bytes, image_packed, picture));
-  // Section 19: without any table a decoder may use one of its own.
+  // Without any table a decoder uses one of its own: grey levels.
   if (((packed | image_packed) & kHasTable) == 0) {
     color::fill_gray_ramp(std::span(picture.palette).first(size_t{1} << picture.bits));
   }
