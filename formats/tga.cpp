@@ -83,9 +83,9 @@ uint32_t orientation_of(uint8_t corner) {
   return corner == kTopRight ? 3 : 1;
 }
 
-// Entries of the map that a pixel of 8 bits can name.
-uint32_t reachable_entries(const Header& header) {
-  return std::min<uint32_t>(header.map_entries, 256u - std::min<uint32_t>(header.map_first, 256));
+// Behind the last index of the map that a pixel of 8 bits can name.
+uint32_t end_of_map(const Header& header) {
+  return std::min(256u, uint32_t{header.map_first} + header.map_entries);
 }
 
 // What the reader delivers; the palette of mapped files is read later. 16 bits are 5-5-5 whatever
@@ -113,9 +113,9 @@ process::SourcePicture describe(const Header& header) {
   return picture;
 }
 
-// Field 7. Entry i belongs to the pixels that say first + i; in the palette it is number i, so that
-// the colours that are counted are those that there are (see MappedPixels). Words are 5-5-5, the
-// lowest bits blue; 15 bits are kept in two bytes.
+// Field 7. Entry i belongs to index first + i. Kept: the entries alone are counted as the picture's
+// colours, wherever they begin. Words are 5-5-5, the lowest bits blue; 15 bits are kept in two
+// bytes.
 Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture& picture) {
   const size_t entry_bytes = map_entry_bytes(header);
   if (header.kind != Kind::kMapped) return bytes.skip(entry_bytes * header.map_entries);
@@ -123,7 +123,7 @@ Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture&
   TRY(map.allocate(entry_bytes * header.map_entries));
   TRY(bytes.read(map.bytes()));
   const uint8_t* entry = map.data();
-  for (uint32_t i = 0; i < reachable_entries(header); ++i, entry += entry_bytes) {
+  for (uint32_t i = header.map_first; i < end_of_map(header); ++i, entry += entry_bytes) {
     if (entry_bytes == 1) {
       picture.palette[i] = color::gray_entry(*entry);
     } else if (entry_bytes == 2) {
@@ -137,43 +137,20 @@ Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture&
   return kOk;
 }
 
-// Pixels of a map that does not begin at 0 become indices of the palette.
-class MappedPixels {
- public:
-  explicit MappedPixels(const Header& header) {
-    const uint32_t entries = reachable_entries(header);
-    // Those of no entry: one is left, as the first index is not 0.
-    indices_.fill(255);
-    for (uint32_t i = 0; i < entries; ++i) indices_[header.map_first + i] = static_cast<uint8_t>(i);
-  }
-
-  void change(std::span<uint8_t> row) const {
-    for (uint8_t& pixel : row) pixel = indices_[pixel];
-  }
-
- private:
-  std::array<uint8_t, 256> indices_;
-};
-
 Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   const size_t row_bytes = pixel_bytes(header) * header.width;
-  const bool moves = header.kind == Kind::kMapped && header.map_first != 0;
   // Field 8, whose data end before the developer and extension areas and the footer that files of
   // version 2.0 may have: nothing in those is for bitmaps.
-  if (!header.is_run_length && !moves) {
+  if (!header.is_run_length) {
     return formats::read_plain_rows(bytes, row_bytes, header.height, rows);
   }
-  const MappedPixels pixels(header);
   RunDecoder decoder(bytes, pixel_bytes(header));
   for (uint32_t y = 0; y < header.height; ++y) {
     const std::span<uint8_t> row = rows.next_row().first(row_bytes);
     size_t got = 0;
-    const Status status =
-        header.is_run_length ? decoder.decode_row(row, got) : bytes.read_some(row, got);
-    if (moves) pixels.change(row.first(got));
+    const Status status = decoder.decode_row(row, got);
     std::ranges::fill(row.subspan(got), uint8_t{0});
-    // Of a cut row of runs, what there is.
-    if (got == row_bytes || (header.is_run_length && got != 0)) TRY(rows.commit());
+    if (got != 0) TRY(rows.commit());  // of a cut row, what there is
     if (got < row_bytes) return rows.finish_early(status.ok() ? kReadError : status);
   }
   return rows.finish();

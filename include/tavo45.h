@@ -860,14 +860,14 @@ T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, in
 
 /* TGA: color-mapped (8 bits), true-color (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
  * for 5-5-5) files, plain or run-length coded, color maps of 15, 16, 24 or 32 bits (8: grey
- * levels) with any first index, which is taken off the pixels: Colors is the map's length, 256 at
- * most, and the palette begins with its first entry. ViewPerspective is 0 for an origin at the top
- * left, otherwise 2, and FILEINFO.Orientation tells what that leaves to do. XOrigin and YOrigin get
- * the file's. The format has no signature: a file is taken for TGA when all fields of its header go
- * together. T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the rows that are
- * there are delivered. Saves write plain files of 8 (with the bitmap's 256 colors), 16, 24 or 32
- * bits, rows as they are stored; more than 65535 pixels either way: T_ERR_SIZE. Facts: Truevision,
- * "TGA File Format Specification", version 2.0. */
+ * levels) with any first index: Colors is the map's length, 256 at most, and its first entry is the
+ * palette's at that index. ViewPerspective is 0 for an origin at the top left, otherwise 2, and
+ * FILEINFO.Orientation tells what that leaves to do. XOrigin and YOrigin get the file's. The format
+ * has no signature: a file is taken for TGA when all fields of its header go together.
+ * T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the rows that are there are
+ * delivered. Saves write plain files of 8 (with the bitmap's 256 colors), 16, 24 or 32 bits, rows
+ * as they are stored; more than 65535 pixels either way: T_ERR_SIZE. Facts: Truevision, "TGA File
+ * Format Specification", version 2.0. */
 T_API int32_t T_CALL T_LoadTGAFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTGABitmap(const char* name, BitmapHandle* bitmap);

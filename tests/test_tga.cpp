@@ -75,13 +75,6 @@ TEST(Tga, ColorMapsOfEveryEntrySizeBeginAtTheirFirstIndex) {
     EXPECT_EQ(bitmap->Colors, 2u);
     EXPECT_EQ(bitmap->Order, T_ORDER_RGB);
     EXPECT_EQ(rgb(bitmap.get()), join({c.want, {0, 0, 0}}));
-    // Where only the colours that are counted exist: in a map that is written, and for dithering.
-    Disk disk;
-    ASSERT_EQ(T_SaveRASBitmap("a", bitmap.get(), 8), T_OK);
-    EXPECT_EQ(rgb_of(disk.files["a"]), rgb(bitmap.get()));
-    bitmap->DitherMethod = T_DITHER_NONE;
-    ASSERT_EQ(T_ColorResolution(bitmap.get(), 4, 1, nullptr, 16), T_OK);
-    EXPECT_EQ(rgb(bitmap.get()), join({c.want, {0, 0, 0}}));
   }
   // A map that reaches beyond index 255, and one beside a true-colour picture.
   const Map edge = {1, 255, 3, 24, Bytes(9, 77)};
