@@ -19,7 +19,7 @@ namespace {
 
 using process::RowDelivery;
 
-// Sections are those of the GIF89a specification.
+// Sections are those of "Graphics Interchange Format", version 89a.
 
 // Header (17) and logical screen descriptor (18).
 constexpr size_t kScreenSize = 13;

@@ -20,7 +20,7 @@ namespace {
 
 using process::RowDelivery;
 
-// Offsets of the header's fields, as numbered in the specification (fields 1 to 5.6).
+// Offsets of the header's fields, as TGA 2.0 numbers them (fields 1 to 5.6).
 constexpr size_t kIdLength = 0;      // field 1
 constexpr size_t kMapType = 1;       // field 2
 constexpr size_t kImageType = 2;     // field 3
@@ -52,7 +52,7 @@ constexpr uint8_t kInterleaving = 0xC0;
 size_t map_entry_bytes(const Header& header) { return (header.map_entry_bits + 7u) / 8; }
 size_t pixel_bytes(const Header& header) { return (header.pixel_bits + 7u) / 8; }
 
-// Field 4.3. The specification has no entries of 8 bits: they are taken for grey levels.
+// Field 4.3. TGA 2.0 has no entries of 8 bits: they are taken for grey levels.
 bool is_map_entry_size(uint8_t bits) {
   return bits == 8 || bits == 15 || bits == 16 || bits == 24 || bits == 32;
 }
