@@ -259,7 +259,7 @@ TEST(JpegDecoder, DecodingGoesOnAtTheNextRestartMarker) {
   for (int i = 0; i < 4; ++i) overwritten[marker_at(0xD1) + 12 + i] = 0xFE;
   EXPECT_EQ(sound_rows(overwritten), "ssxsssss");
   const Bytes lost = decode(overwritten, PixelLayout::kGray8).pixels;
-  for (size_t x = 0; x < 64; ++x) {  // what follows in the interval is grey, too
+  for (size_t x = 0; x < 64; ++x) {
     const size_t at = 16 * 64 + x;
     EXPECT_TRUE(lost[at] == whole[at] || lost[at] == 128) << x;
   }
@@ -272,6 +272,18 @@ TEST(JpegDecoder, DecodingGoesOnAtTheNextRestartMarker) {
   Bytes ended(stream.begin(), stream.begin() + marker_at(0xD4));
   ended.insert(ended.end(), {0xFF, 0xD9});
   EXPECT_EQ(sound_rows(ended), "sssssxxx");
+}
+
+// Two blocks: zeros beyond the end of the first, then codes that would make a second one.
+TEST(JpegDecoder, WhatFollowsDamageInItsIntervalIsGrey) {
+  const Bytes stream =
+      join({hex("FFD8 FFDB0043 00"), Bytes(64, 99), hex("FFC0000B 08 0008 0010 01 011100"),
+            hex("FFC40014 00 01000000000000000000000000000000 00"),
+            hex("FFC40016 10 01010100000000000000000000000000 00F001 FFDD0004 0002"),
+            hex("FFDA0008 01 0100 003F00 5535 FFD9")});
+  const Decoded got = decode(stream, PixelLayout::kGray8);
+  EXPECT_EQ(got.outcome, kBadData);
+  EXPECT_EQ(got.pixels, Bytes(128, 128));
 }
 
 TEST(JpegDecoder, TakesPaddingBetweenAndBehindSegments) {
