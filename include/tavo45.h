@@ -866,8 +866,8 @@ T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, in
  * has no signature: a file is taken for TGA when all fields of its header go together.
  * T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the rows that are there are
  * delivered. Saves write plain files of 8 (with the bitmap's 256 colors), 16, 24 or 32 bits, rows
- * as they are stored; more than 65535 pixels either way: T_ERR_SIZE. Facts: Truevision, "TGA File
- * Format Specification", version 2.0. */
+ * as they are stored; more than 65535 pixels either way: T_ERR_SIZE. Facts: Truevision's document
+ * of TGA 2.0. */
 T_API int32_t T_CALL T_LoadTGAFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTGABitmap(const char* name, BitmapHandle* bitmap);
