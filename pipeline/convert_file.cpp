@@ -81,8 +81,7 @@ class FileStream {
     if (!is_begun_) TRY(begin(source));
     if (!prepares()) return feed_.put(rows, source.BytesPerLine, count);
     for (; count > 0; --count, rows += source.BytesPerLine) {
-      std::memcpy(row_.data(), rows, source.BytesPerLine);
-      TRY(converter_.convert(row_.data(), source.Width));
+      TRY(converter_.convert(rows, row_.data(), source.Width));
       TRY(feed_.put(row_.data(), picture_.BytesPerLine, 1));
     }
     return kOk;
@@ -127,7 +126,7 @@ class FileStream {
     TRY(converter_.start(source.BitsPerPixel, is_gray ? 0 : picture_.BitsPerPixel,
                          static_cast<int32_t>(source.Order), static_cast<int32_t>(picture_.Order),
                          colors.entries, nullptr));
-    return row_.allocate(std::max(source.BytesPerLine, picture_.BytesPerLine));
+    return row_.allocate(picture_.BytesPerLine);
   }
 
   SavePlan& plan_;
