@@ -1,7 +1,8 @@
-// TGA, Sun raster and PCX beside FFmpeg, SDL_image and Pillow: a photograph-like picture of 4096 x
-// 3072 pixels in 24 bits and the same in 256 noisy colours, text of 2048 x 2048 in 8 bits. Memory
-// to memory; run-length files are FFmpeg's. The library loads whole pictures with identification,
-// allocation and rows into the bitmap, and saves in direct mode. --fresh: see choose_memory.
+// TGA, Sun raster, PCX and run-length BMP beside FFmpeg, SDL_image and Pillow: a photograph-like
+// picture of 4096 x 3072 pixels in 24 bits and the same in 256 noisy colours, text of 2048 x 2048
+// in 8 bits. Memory to memory; run-length files are FFmpeg's, but for BMP, which it only reads. The
+// library loads whole pictures with identification, allocation and rows into the bitmap, and saves
+// in direct mode. --fresh: see choose_memory.
 #include "raster_peers.h"
 
 namespace {
@@ -36,6 +37,7 @@ void add_pillow(const std::string& name, AVCodecID id, const Picture& picture, c
   const int64_t bytes = static_cast<int64_t>(picture.rows.size());
   const char* const suffix = id == AV_CODEC_ID_TARGA ? ".tga"
                              : id == AV_CODEC_ID_PCX ? ".pcx"
+                             : id == AV_CODEC_ID_BMP ? ".bmp"
                                                      : ".ras";
   benchmark::RegisterBenchmark((name + "/Pillow").c_str(),
                                [=](benchmark::State& state) {
@@ -54,7 +56,7 @@ void add_loads(const std::string& name, AVCodecID id, const char* type, const Pi
   add(name + "/tavo", picture, [kept](benchmark::State& state) { load(state, *kept); });
   add(name + "/FFmpeg", picture, [=](benchmark::State& state) { ffmpeg_decode(state, id, *kept); });
 #ifdef PEER_SDL_IMAGE
-  if (id == AV_CODEC_ID_TARGA) {
+  if (id == AV_CODEC_ID_TARGA || id == AV_CODEC_ID_BMP) {
     add(name + "/SDL_image", picture,
         [=](benchmark::State& state) { sdl_decode(state, type, *kept); });
   }
@@ -97,6 +99,51 @@ void add_format(const std::string& name, AVCodecID id, int32_t format, const cha
     add_save("save/" + name + saves + input.name, id, format, p);
   }
 }
+
+// A row in RLE8: runs of three and more, what lies between as it is, two pixels as runs of one.
+void put_rle8_row(const uint8_t* row, int width, Bytes& file) {
+  const auto run_at = [&](int x) {
+    int count = 1;
+    while (count < 255 && x + count < width && row[x + count] == row[x]) ++count;
+    return count;
+  };
+  for (int x = 0; x < width;) {
+    int end = x;
+    while (end < width && end - x < 255 && run_at(end) < 3) ++end;
+    if (end - x < 3) {
+      const int count = run_at(x);
+      file.push_back(static_cast<uint8_t>(count));
+      file.push_back(row[x]);
+      x += count;
+      continue;
+    }
+    file.push_back(0);
+    file.push_back(static_cast<uint8_t>(end - x));
+    file.insert(file.end(), row + x, row + end);
+    if ((end - x) % 2 != 0) file.push_back(0);
+    x = end;
+  }
+  file.insert(file.end(), {0, 0});
+}
+
+// The library's file of plain rows with its rows coded.
+Bytes rle8_file(const Picture& picture) {
+  BitmapHandle bitmap = {};
+  make_bitmap(bitmap, picture.width, picture.height, 8, picture.rows);
+  Bytes file = saved_file(bitmap, T_FORMAT_BMP);
+  T_FreeBitmap(&bitmap);
+  file.resize(14 + 40 + 1024);
+  file[30] = 1;  // biCompression
+  for (int y = picture.height; y-- > 0;) {
+    put_rle8_row(picture.rows.data() + size_t(picture.width) * y, picture.width, file);
+  }
+  file.insert(file.end(), {0, 1});
+  for (int i = 0; i < 4; ++i) {
+    file[2 + i] = static_cast<uint8_t>(file.size() >> 8 * i);            // bfSize
+    file[34 + i] = static_cast<uint8_t>((file.size() - 1078) >> 8 * i);  // biSizeImage
+  }
+  return file;
+}
 #endif
 
 }  // namespace
@@ -111,6 +158,8 @@ int main(int argc, char** argv) {
   add_format("tga", AV_CODEC_ID_TARGA, T_FORMAT_TGA, "TGA", photo, noisy, text);
   add_format("sun", AV_CODEC_ID_SUNRAST, T_FORMAT_RAS, "", photo, noisy, text);
   add_format("pcx", AV_CODEC_ID_PCX, T_FORMAT_PCX, "", photo, noisy, text);
+  add_loads("load/bmp/runs/noisy8", AV_CODEC_ID_BMP, "BMP", noisy, rle8_file(noisy));
+  add_loads("load/bmp/runs/text8", AV_CODEC_ID_BMP, "BMP", text, rle8_file(text));
 #endif
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

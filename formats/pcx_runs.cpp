@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 
+#include "base/overrun.h"
 #include "base/vector_sse2.h"
 
 namespace tavo::pcx {
@@ -52,13 +53,6 @@ inline uint32_t repeat_mask(const uint8_t* from) {
                equal8(load(from + kStep), load(from + kStep + 1)));
 }
 
-// May write up to kStep bytes too many.
-inline void fill(uint8_t* to, uint8_t value, size_t count) {
-  const V all = splat8(value);
-  store(to, all);
-  for (size_t done = kStep; done < count; done += kStep) store(to + done, all);
-}
-
 }  // namespace
 
 // Blocks of 32 bytes as long as they are at hand. What lies between the runs is copied whole, and
@@ -77,7 +71,7 @@ uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
       if (out >= end) break;
       const size_t count = in[stop] & kMaxRun;
       value_ = in[stop + 1];
-      fill(out, value_, count);
+      fill_over(out, value_, count);
       out += count;
       at = stop + 2;
       if (out < end) continue;

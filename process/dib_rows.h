@@ -30,8 +30,9 @@ class RowReader {
 
   Status start();
 
-  // Fills `row`, which has room for a row of the picture. Where the data end early: kReadError, and
-  // of a coded row `row` has what there was.
+  // Fills `row`, which has room for a row of the picture, and behind it RleDecoder::kSlack bytes
+  // that may be written. Where the data end early: kReadError, and of a coded row `row` has what
+  // there was.
   Status next(std::span<uint8_t> row);
 
  private:
