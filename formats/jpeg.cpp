@@ -255,4 +255,9 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   return decompress(name, bitmap, sink, bits_per_pixel, context, kOptionFile);
 }
 
+Status read_rgb(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                void* context) {
+  return decompress(name, bitmap, sink, bits_per_pixel, context, kOptionRgb);
+}
+
 }  // namespace tavo::jpeg

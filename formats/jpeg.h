@@ -74,10 +74,12 @@ Status read_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& sou
 Status probe_cmp(const io::ProbeInput& input, FILEINFO& info);
 Status probe(const io::ProbeInput& input, FILEINFO& info);
 
-// T_DecompressFile; `read` is the same with kOptionFile.
+// T_DecompressFile; `read` is the same with kOptionFile, `read_rgb` with kOptionRgb.
 Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
                   void* context, int32_t option);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
+Status read_rgb(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                void* context);
 
 }  // namespace tavo::jpeg

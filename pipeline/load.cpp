@@ -54,6 +54,7 @@ class Load final : public process::RowReceiver {
   BitmapHandle& target_;
   const LoadRequest& request_;
   const FormatRow* format_ = nullptr;
+  bool asks_rgb_ = false;  // of a reader that can give either order
   Stage stage_ = Stage::kPass;
   bool started_ = false;
   process::RowStages stages_;
@@ -74,9 +75,12 @@ Status Load::set_up(const char* name) {
   if (bits > 8) target_.Order = static_cast<uint32_t>(order);
   if (asks(T_LOAD_ALLOCATE)) TRY(core::allocate_quietly(target_));
   settings.callback_lines = process::callback_lines(info_.Height);
+  format_ = find_format(info_.Format);
+  asks_rgb_ =
+      bits > 8 && order == T_ORDER_RGB && format_ != nullptr && format_->read_rgb != nullptr;
+  if (asks_rgb_) source_->Order = T_ORDER_RGB;
   stage_ = process::choose_stage(info_.BitsPerPixel, bits, source_->Order == target_.Order,
                                  asks(T_LOAD_FIXED));
-  format_ = find_format(info_.Format);
   return kOk;
 }
 
@@ -116,7 +120,9 @@ Status Load::read(const char* name) {
   const bool whole_asked = asks(T_LOAD_GIF_WHOLE) || stage_ == Stage::kDither;
   if (format_->delivery == Delivery::kWholeWhenAsked && whole_asked) return replay(name);
   const bool is_upright = request_.asks_upright && format_->read_upright != nullptr;
-  const io::Reader reader = is_upright ? format_->read_upright : format_->read;
+  const io::Reader reader = is_upright  ? format_->read_upright
+                            : asks_rgb_ ? format_->read_rgb
+                                        : format_->read;
   return reader(name, source_.get(), sink, request_depth(info_.BitsPerPixel), context());
 }
 

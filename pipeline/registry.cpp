@@ -25,11 +25,13 @@ constexpr uint32_t kDepthsCompressed =
 // what streams are identified as.
 constexpr FormatRow compressed_row(int32_t id, const char* name, const char* description,
                                    const char* extensions, bool always_24_bits = false) {
+  const bool is_identified = id == T_FORMAT_JPEG || id == T_FORMAT_JPEG_24;
   return {.id = id,
           .name = name,
           .description = description,
           .extensions = extensions,
-          .read = id == T_FORMAT_JPEG || id == T_FORMAT_JPEG_24 ? jpeg::read : nullptr,
+          .read = is_identified ? jpeg::read : nullptr,
+          .read_rgb = is_identified ? jpeg::read_rgb : nullptr,
           .write = compress::write,
           .write_depths = kDepthsCompressed,
           .gray_at_8_bits = !always_24_bits,
@@ -68,7 +70,8 @@ constexpr FormatRow kFormats[] = {
      .name = "CMP",
      .description = "This library's compressed format",
      .extensions = "cmp",
-     .read = jpeg::read},
+     .read = jpeg::read,
+     .read_rgb = jpeg::read_rgb},
     {.id = T_FORMAT_GIF,
      .name = "GIF",
      .description = "Graphics Interchange Format",
