@@ -51,6 +51,8 @@ struct Settings {
   int32_t screen_height = 0;
   // GIF: the depth follows the table in force, the image's own before the global one.
   bool gif_image_depth = false;
+  // GIF: the page number chooses a frame.
+  bool gif_frames = false;
   int32_t ras_variant = 0;
   // JFIF streams give their densities the unit dots per inch.
   bool jfif_dots_per_inch = false;

@@ -52,6 +52,11 @@ int32_t T_CALL T_SetGIFDepth(int32_t flag) {
   return T_OK;
 }
 
+int32_t T_CALL T_SetGIFFrames(int32_t flag) {
+  settings.gif_frames = flag != 0;
+  return T_OK;
+}
+
 int32_t T_CALL T_SetRASVariant(int32_t variant) {
   if (variant != 0 && variant != 1) return T_ERR_ARGUMENT;
   settings.ras_variant = variant;

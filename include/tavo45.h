@@ -374,7 +374,7 @@ T_API int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format);
 typedef struct FILEINFO {
   int32_t Format;           /* T_FORMAT_ value */
   uint32_t FileSize;        /* bytes; 0xFFFFFFFF when larger */
-  int32_t PageCount;        /* pages of a multi-page file, otherwise 1 */
+  int32_t PageCount;        /* pages of a multi-page file, images of a GIF file, otherwise 1 */
   int32_t Page;             /* the page described, from 1 */
   int32_t Width;            /* pixels */
   int32_t Height;           /* rows */
@@ -814,16 +814,21 @@ T_API int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_Row
 T_API int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SavePCXBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* GIF 87a and 89a: the first image of a file. Later images, and what extensions say of timing and
- * transparency, are skipped. Saves write one image of 8 bits per pixel (other depths: T_ERR_DEPTH;
- * more than 65535 pixels either way: T_ERR_SIZE) with the bitmap's 256 colors as global table.
- * The picture has 1, 4 or 8 bits as the size field of the screen's table says (see T_SetGIFDepth)
- * and the palette of the image, or else of the screen; a file without any table gets grey levels
- * and Colors 0. Interlaced images are delivered in file order with T_FLAG_INTERLACED set, the rows
- * of pass 1 (0, 8, 16 ...), then pass 2 (4, 12 ...), 3 (2, 6 ...) and 4 (1, 3 ...); a sink's answer
- * of 2 then counts as T_OK. Where the data end early the rows that are there are delivered, the
- * last filled up with index 0; then T_ERR_BAD_DATA, unless the end code stands in the last row.
- * T_ERR_READ: no image follows the screen, or the file ends before the image's data.
+/* GIF 87a and 89a.
+ * Read        The first image of the file, or the frame that T_SetPageNumber chooses (see
+ *             T_SetGIFFrames). FILEINFO.PageCount is the number of images, T_MAX_PAGES at most.
+ * Delivered   The image by itself with 1, 4 or 8 bits as the size field of the screen's table says
+ *             (see T_SetGIFDepth) and the palette of the image, or else of the screen; its place on
+ *             the screen and what extensions say of timing and transparency are skipped. A file
+ *             without any table gets grey levels and Colors 0. Interlaced images are delivered in
+ *             file order with T_FLAG_INTERLACED set, the rows of pass 1 (0, 8, 16 ...), then pass 2
+ *             (4, 12 ...), 3 (2, 6 ...) and 4 (1, 3 ...); a sink's answer of 2 then counts as T_OK.
+ * Written     One image of 8 bits per pixel (other depths: T_ERR_DEPTH; more than 65535 pixels
+ *             either way: T_ERR_SIZE) with the bitmap's 256 colors as global table, on a screen of
+ *             the size that T_SetScreenSize says.
+ * Statuses    Where the data end early the rows that are there are delivered, the last filled up
+ *             with index 0; then T_ERR_BAD_DATA, unless the end code stands in the last row.
+ *             T_ERR_READ: no image follows the screen, or the file ends before the image's data.
  * Facts: "Graphics Interchange Format", version 89a. */
 T_API int32_t T_CALL T_LoadGIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -840,8 +845,24 @@ T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
 
 /* Where the depth of a GIF picture comes from: 0 (the default) always the size field of the
  * screen's table, even when the image brings a larger table of its own and its indices do not fit;
- * not 0: the image's table when it has one. T_OK. */
+ * not 0: the image's table when it has one, and 8 bits when the file has none at all. T_OK. */
 T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
+
+/* What the page number means for GIF files, in loads and in T_FileInfo.
+ * flag  0 (the default): nothing, the first image is read; not 0: page n is the frame that shows
+ *       when image n has been drawn, the last one when there are fewer
+ * A frame has the size of the logical screen, which the first image makes larger where it does not
+ * fit; later images are cut at its border. Images are drawn over each other at their places, but
+ * for pixels of their transparent index. Before the next one is drawn an image stays, or its
+ * rectangle gets the background color (disposal 2), or what was there before (disposal 3, and 4,
+ * which some encoders write for it). Where no image is the frame has the background color, of the
+ * screen's table or else of the first image's that shows, entry 0 when there is no such entry.
+ * Frames whose images, and background where it shows, share one table have its depth (8 bits when
+ * the file has none) and palette; all others have 24 bits, T_ORDER_RGB. Rows come top row first,
+ * never interlaced. An image with damaged data shows what there is of it; the status comes when
+ * all rows are delivered. A load takes memory for a whole frame, and time for all images that show
+ * in it. T_ERR_BAD_DATA: a screen that no file of this size fills. T_OK. */
+T_API int32_t T_CALL T_SetGIFFrames(int32_t flag);
 
 /* CALS Type I raster: bilevel, Group 4 (raster type 1; other types are read as Group 3). The
  * picture is white (0) and black (1), top row first; the viewing direction shows in

@@ -52,11 +52,9 @@ bool is_read_differently(const std::string& name) {
       "commons-1plane1bppCompressed.pcx", "tm-CGA_BW.PCX",
       // Says that its data are not coded; they are decoded all the same.
       "commons-3plane8bppUncompressed.pcx",
-      // Minimum code size 0 is no GIF; one without any table may have any colours; the
-      // right-to-left
-      // bit of TGA is told, not followed.
-      "metaex-ce774930ac70449f38a18789c70095b8.gif", "pillow-no_palette.gif",
-      "imgrs-bottom_right.tga", "serenity-square-bottom-right.tga",
+      // Minimum code size 0 is no GIF; the right-to-left bit of TGA is told, not followed.
+      "metaex-ce774930ac70449f38a18789c70095b8.gif", "imgrs-bottom_right.tga",
+      "serenity-square-bottom-right.tga",
       // Arithmetic coding; a stream within a file of another kind; progressive pictures that are
       // cut,
       // which others smooth.

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
 #include "codec/lzw.h"
 #include "format_cases.h"
@@ -286,6 +287,11 @@ TEST(Gif, TheScreenGivesTheDepthAndTheImageThePalette) {
   ASSERT_EQ(load_gif(gif_file(gif), none), T_OK);
   EXPECT_EQ(none->Colors, 0u);
   EXPECT_EQ(none->Info.Palette[15].Green, 255);
+  T_SetGIFDepth(1);
+  Bitmap levels;
+  EXPECT_EQ(load_gif(gif_file(gif), levels), T_OK);
+  T_SetGIFDepth(0);
+  EXPECT_EQ(pixels(levels.get()), indices);
 }
 
 TEST(Gif, CodesStraddleSubBlocksOfAnySize) {
@@ -341,6 +347,133 @@ TEST(Gif, AnEndCodeInTheLastRowEndsThePicture) {
   Bitmap bitmap;
   EXPECT_EQ(load_gif(gif_file(gif), bitmap), T_OK);
   EXPECT_EQ(part(pixels(bitmap.get()), 10), (Bytes{0x33, 0x33, 0x30, 0, 0}));
+}
+
+// While it lives, page n is frame n.
+struct Frames {
+  explicit Frames(int32_t page = 1) {
+    T_SetGIFFrames(1);
+    T_SetPageNumber(page);
+  }
+  ~Frames() {
+    T_SetGIFFrames(0);
+    T_SetPageNumber(1);
+  }
+};
+
+// An image of 2-bit indices at left, top with width and height; 3 is the transparent index when
+// bit 0 of `control` is set.
+Bytes layer(uint8_t control, const std::array<uint32_t, 4>& box, const Bytes& indices,
+            uint8_t packed = 0, const Bytes& local = {}) {
+  return join({hex("21F904"),
+               {control, 0, 0, 3, 0, 0x2C},
+               le16(box[0]),
+               le16(box[1]),
+               le16(box[2]),
+               le16(box[3]),
+               {packed},
+               local,
+               {2},
+               sub_blocks(lzw_stream(indices, 2), 255)});
+}
+
+// A file of 4 colours, of which 1 is the background.
+Bytes layered_file(uint32_t width, uint32_t height, std::initializer_list<Bytes> layers) {
+  return join(
+      {text("GIF89a"), le16(width), le16(height), {0x81, 1, 0}, table(4), join(layers), {0x3B}});
+}
+
+// Browsers are the judges: each picture is what Firefox's and Chrome's rules make of the file.
+TEST(Gif, FramesAreComposedAsBrowsersDo) {
+  const Bytes base = layer(4, {0, 0, 4, 2}, Bytes(8, 2));
+  const Bytes over = layer(5, {1, 0, 2, 2}, {0, 3, 3, 0});
+  const Bytes last = layer(0, {3, 1, 4, 4}, Bytes(16, 0));
+  const auto over_disposed = [&](uint8_t method) {
+    Bytes file = layered_file(4, 2, {base, over, last});
+    file[25 + base.size() + 3] = static_cast<uint8_t>(method << 2 | 1);
+    return file;
+  };
+  const Bytes other_table = layer(0, {0, 0, 1, 1}, {3}, 0x80, table(2));
+  const struct {
+    const char* what;
+    Bytes file;
+    int32_t page;
+    const char* want;  // packed rows
+    int32_t width, height, bits, last;
+  } cases[] = {
+      {"the first", over_disposed(0), 1, "2222 2222", 4, 2, 4, 3},
+      {"a transparent one", over_disposed(0), 2, "2022 2202", 4, 2, 4, 3},
+      {"method 0", over_disposed(0), 3, "2022 2200", 4, 2, 4, 3},
+      {"method 1, behind the last", over_disposed(1), 9, "2022 2200", 4, 2, 4, 3},
+      {"method 2", over_disposed(2), 3, "2112 2110", 4, 2, 4, 3},
+      {"method 3", over_disposed(3), 3, "2222 2220", 4, 2, 4, 3},
+      {"method 4", over_disposed(4), 3, "2222 2220", 4, 2, 4, 3},
+      {"on the background", layered_file(4, 2, {over}), 1, "1011 1101", 4, 2, 4, 1},
+      {"a larger canvas", layered_file(2, 2, {layer(0, {2, 1, 2, 1}, {2, 0})}), 1, "1111 1120", 4,
+       2, 4, 1},
+      {"interlaced", layered_file(1, 5, {layer(4, {0, 0, 1, 5}, {0, 1, 2, 0, 1}, 0x40)}), 1,
+       "00 00 20 10 10", 1, 5, 4, 1},
+      {"another table", layered_file(2, 1, {layer(4, {0, 0, 2, 1}, {0, 0}), other_table}), 2,
+       "000000 01060B", 2, 1, 24, 2},
+      {"behind the end",
+       layered_file(
+           4, 1,
+           {layer(4, {0, 0, 4, 1}, Bytes(4, 2)), other_table, layer(0, {0, 0, 4, 1}, Bytes(4, 0))}),
+       3, "0000", 4, 1, 4, 3},
+  };
+  Disk disk;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    disk.files["a"] = c.file;
+    FILEINFO plain, info;
+    EXPECT_EQ(T_FileInfo("a", &plain), T_OK);
+    const Frames frames(c.page);
+    ASSERT_EQ(T_FileInfo("a", &info), T_OK);
+    EXPECT_EQ(plain.PageCount, c.last);
+    EXPECT_EQ((std::array{info.Width, info.Height, info.BitsPerPixel, info.PageCount, info.Page}),
+              (std::array{c.width, c.height, c.bits, c.last, std::min(c.page, c.last)}));
+    Bitmap bitmap, trio, sized;
+    Rows rows;
+    ASSERT_EQ(T_LoadBitmap("a", bitmap.get(), 0, -1), T_OK);
+    EXPECT_EQ(pixels(bitmap.get()), hex(c.want));
+    const Bytes want = rgb(bitmap.get());
+    for (const uint32_t flags : {3u, 3u | T_LOAD_GIF_WHOLE}) {
+      Bitmap deep;
+      EXPECT_EQ(T_LoadFile("a", deep.get(), 32, T_ORDER_BGR, flags, nullptr, nullptr), T_OK);
+      EXPECT_EQ(rgb(deep.get()), want);
+    }
+    EXPECT_EQ(T_LoadGIFBitmap("a", trio.get()), T_OK);
+    EXPECT_EQ(rgb(trio.get()), want);
+    T_InitBitmap(sized.get(), 3 * c.width, c.height, 24);
+    T_AllocateBitmap(sized.get(), 2);
+    ASSERT_EQ(T_LoadGIFFile("a", sized.get(), Rows::sink, 24, &rows), T_OK);
+    EXPECT_EQ(rows.bytes.size(), sized->Size);
+  }
+}
+
+TEST(Gif, DamageInFramesHasItsStatus) {
+  const Bytes base = layer(4, {0, 0, 4, 2}, Bytes(8, 2));
+  const Bytes file = layered_file(4, 2, {base, layer(4, {0, 0, 4, 1}, Bytes(4, 0)), base});
+  const Leftovers before = leftovers();
+  const Frames frames(2);
+  for (size_t length = 1; length <= file.size(); ++length) {
+    Bitmap bitmap;
+    const int32_t status = load_gif(part(file, 0, length), bitmap);
+    EXPECT_TRUE(status == T_OK || status == T_ERR_BAD_DATA || status == T_ERR_READ) << length;
+    const bool is_drawn = length >= file.size() - base.size() - 1;
+    EXPECT_TRUE(status == T_OK || !is_drawn) << length;
+    if (status == T_OK) {
+      // Where the second is not there the first is the last.
+      EXPECT_EQ(part(pixels(bitmap.get()), 2), (Bytes{0x22, 0x22})) << length;
+    }
+  }
+  Bitmap bitmap;
+  EXPECT_EQ(load_gif(layered_file(65535, 65535, {base}), bitmap), T_ERR_BAD_DATA);
+  // Clearing without end for a few bytes.
+  T_SetPageNumber(3);
+  const Bytes clears = layer(8, {0, 0, 4095, 4096}, {});
+  EXPECT_EQ(load_gif(layered_file(4096, 4096, {clears, clears, base}), bitmap), T_ERR_BAD_DATA);
+  EXPECT_EQ(leftovers(), before);
 }
 
 TEST(Gif, AFewBytesThatDeclareAHugePictureEndAtOnce) {
