@@ -28,7 +28,7 @@ void copy_text(char (&to)[kSize], const char* from) {
 
 int32_t T_CALL T_FileInfo(const char* name, FILEINFO* info) {
   if (exports::missing(info)) return T_ERR_ARGUMENT;
-  return pipeline::identify(name, *info).code();
+  return pipeline::describe_file(name, *info).code();
 }
 
 int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t size) {

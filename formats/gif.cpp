@@ -73,7 +73,7 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
     describe_first(header, picture);
     process::describe(picture, T_FORMAT_GIF, "LZW", info);
   }
-  info.PageCount = count_images(bytes, info.Page);
+  info.PageCount = input.counts_pages ? count_images(bytes, info.Page) : info.Page;
   return kOk;
 }
 

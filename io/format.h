@@ -21,6 +21,7 @@ struct ProbeInput {
   std::span<const uint8_t> head;
   InputFile& file;
   uint32_t file_size = 0;
+  bool counts_pages = false;    // even where that takes reading the whole file
   Identify identify = nullptr;  // for previews inside
 };
 

@@ -8,7 +8,9 @@
 
 namespace tavo::pipeline {
 
-Status identify(const char* name, FILEINFO& info) {
+namespace {
+
+Status look_into(const char* name, bool counts_pages, FILEINFO& info) {
   TRY(core::check_notice());
   io::InputFile file;
   TRY(file.open(name));
@@ -26,7 +28,7 @@ Status identify(const char* name, FILEINFO& info) {
     info.PageCount = 1;
     info.Page = 1;
     info.ViewPerspective = 2;
-    const io::ProbeInput input{{head.data(), got}, file, file_size, identify};
+    const io::ProbeInput input{{head.data(), got}, file, file_size, counts_pages, identify};
     const Status status = probe(input, info);
     // What keeps a probe from looking says nothing about the format, whatever it made of it.
     TRY(file.failure());
@@ -35,5 +37,11 @@ Status identify(const char* name, FILEINFO& info) {
   info = {};
   return kBadData;
 }
+
+}  // namespace
+
+Status identify(const char* name, FILEINFO& info) { return look_into(name, false, info); }
+
+Status describe_file(const char* name, FILEINFO& info) { return look_into(name, true, info); }
 
 }  // namespace tavo::pipeline
