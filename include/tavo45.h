@@ -18,6 +18,7 @@
  *   Row conversion                 one layout of pixels to another
  *   Color reduction                dithering, optimized palettes, depths, grey
  *   Resampling                     rows and bitmaps of another size
+ *   Processing                     rotation, filters, adjustments of whole bitmaps
  *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF
  *   Compressed pictures: coding    JPEG and CMP, stamps
  *   Compressed pictures: 1 bit     bilevel CMP files
@@ -739,6 +740,160 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
  *   BitmapHandle bitmap;
  *   if (T_LoadBitmap("in.bmp", &bitmap, 0, -1) == T_OK) {
  *     T_SizeBitmap(&bitmap, 2 * bitmap.Width, 2 * bitmap.Height);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
+
+/* ---- Processing ------------------------------------------------------------------------------ */
+
+/* Rotation, filters and adjustments of whole bitmaps, in memory or on disk. All of them:
+ *
+ * - work on the bitmap that they are given. Its pixels may move to other storage, obtained as by
+ *   request 1: Handle and Data are to be read anew. It is accessed afterwards if it was before.
+ * - count x from the left and y from the top of the picture, whatever ViewPerspective says. That,
+ *   Order, resolution, DitherMethod and attribute flags stay unless something else is said.
+ * - treat each color channel on its own, unless something else is said, in integers: 16-bit pixels
+ *   are widened to 8 bits a channel and narrowed again. Bit 15 of 16-bit pixels and the fourth byte
+ *   of 32-bit ones move with their pixel in rotations and stay where they are otherwise. The grey
+ *   level of a color is (2 red + 5 green + blue + 4) >> 3. R(a, b) below is a / b rounded to
+ *   nearest, halves up.
+ * - read pictures of up to 8 bits through their painting palette, indices beyond it being white.
+ *   Filters and smooth rotation widen such a picture, since they make new colors: to 8-bit grey as
+ *   T_GrayScaleBitmap when all Colors entries are grey, else to 24 bits, T_ORDER_BGR, without
+ *   T_FLAG_GRAY, as T_ColorResolution. Adjustments change the first Colors entries of its palette
+ *   and no pixel; but when the palette has the 256 greys in order, they change the pixels and not
+ *   the palette. Palette objects are deleted when palette or depth change.
+ * - do nothing when nothing is asked: rotations by whole turns, a level, strength or hue of 0.
+ * - leave the bitmap as it was, but for the row cursor, when they fail or are stopped.
+ *
+ * T_OK; T_ERR_ARGUMENT (null, a value out of the range given, an invalid depth, an Order above 1
+ * above 8 bits); T_ERR_NO_STORAGE (not allocated, or rows managed by the caller); T_ERR_SIZE (a
+ * result whose size does not fit 32 bits); T_ERR_NO_MEMORY, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE,
+ * T_ERR_NOTICE; the status callback's answer. */
+
+/* Rotates clockwise. A quarter turn exchanges width and height, and the two resolutions; biWidth,
+ * biHeight and biSizeImage become the new size's.
+ * degrees  any multiple of 90 */
+T_API int32_t T_CALL T_RotateBitmap(BitmapHandle* bitmap, int32_t degrees);
+
+/* Turns upside down. */
+T_API int32_t T_CALL T_FlipBitmap(BitmapHandle* bitmap);
+
+/* Mirrors left to right. */
+T_API int32_t T_CALL T_ReverseBitmap(BitmapHandle* bitmap);
+
+/* Flags of T_RotateBitmapFine */
+#define T_ROTATE_KEEP_SIZE 1u /* the result has the bitmap's size; else all of the picture's */
+#define T_ROTATE_SMOOTH 2u    /* each pixel mixes four, by their distance; else it is the nearest */
+
+/* Rotates clockwise by any angle, about the middle.
+ * angle  in hundredths of a degree, any number; multiples of 9000 without T_ROTATE_KEEP_SIZE are
+ *        T_RotateBitmap's. Resolutions stay
+ * flags  T_ROTATE_ flags
+ * color  0x00RRGGBB, for what lies outside the picture; of indexed pictures the nearest entry. A
+ *        color that is not grey clears T_FLAG_GRAY above 8 bits */
+T_API int32_t T_CALL T_RotateBitmapFine(BitmapHandle* bitmap, int32_t angle, uint32_t flags,
+                                        uint32_t color);
+
+/* Neighbourhood filters. Beyond the edges the nearest pixel of the edge counts. 1-bit pictures stay
+ * 1 bit in the median, binary and despeckle filters. */
+
+/* The mean of the square around each pixel.
+ * size  of its sides, odd, 3 to 255 */
+T_API int32_t T_CALL T_AverageFilterBitmap(BitmapHandle* bitmap, int32_t size);
+
+/* The middle one of the values in the square around each pixel; 1 bit: the more frequent index.
+ * size  of its sides, odd, 3 to 255 */
+T_API int32_t T_CALL T_MedianFilterBitmap(BitmapHandle* bitmap, int32_t size);
+
+#define T_FILTER_ABSOLUTE 1u /* the sum's sign does not count */
+
+/* Sums of the pixels around each, weighted with a kernel: R(sum, divisor) + bias, cut to 0..255.
+ * kernel   size x size coefficients, -32768 to 32767, row by row from the top left; not turned
+ * size     3, 5 or 7
+ * divisor  1 to 8388607, or 0: the sum of the coefficients, but 1 when that is below 1
+ * bias     -255 to 255
+ * flags    0 or T_FILTER_ABSOLUTE */
+T_API int32_t T_CALL T_SpatialFilterBitmap(BitmapHandle* bitmap, const int32_t* kernel,
+                                           int32_t size, int32_t divisor, int32_t bias,
+                                           uint32_t flags);
+
+/* Sharpens, or softens: v + R(strength (8 v - the eight neighbours), d), d being 1000 above 0, else
+ * 9000.
+ * strength  -1000 (the mean of 3 x 3) to 1000 */
+T_API int32_t T_CALL T_SharpenBitmap(BitmapHandle* bitmap, int32_t strength);
+
+/* Operations and shapes of T_BinaryFilterBitmap */
+#define T_BINARY_ERODE 0  /* the least value under the shape: dark parts grow */
+#define T_BINARY_DILATE 1 /* the greatest: light parts grow */
+#define T_BINARY_OPEN 2   /* erode, then dilate */
+#define T_BINARY_CLOSE 3  /* dilate, then erode */
+#define T_SHAPE_BOX 0     /* size x size */
+#define T_SHAPE_CROSS 1   /* the middle row and column of that */
+#define T_SHAPE_ROW 2     /* size x 1 */
+#define T_SHAPE_COLUMN 3  /* 1 x size */
+
+/* Morphology, of 1-bit pictures and of all others. What lies outside the picture takes no part. In
+ * 1-bit pictures the index whose color has the lower grey level is dark, index 0 of equal ones.
+ * operation, shape  see above
+ * size              odd, 3 to 255 */
+T_API int32_t T_CALL T_BinaryFilterBitmap(BitmapHandle* bitmap, uint32_t operation, uint32_t shape,
+                                          int32_t size);
+
+/* Takes specks away.
+ * amount  1 bit: 1 to 1000; groups of at most so many dark pixels, which touch at sides or corners,
+ *         become light. Deeper: 1 to 16 rounds of complementary hulling (T. R. Crimmins, Applied
+ *         Optics 24, 1985) */
+T_API int32_t T_CALL T_DespeckleBitmap(BitmapHandle* bitmap, int32_t amount);
+
+/* Squares of one color, the mean of what was there, from the top left corner.
+ * size  of their sides, 2 to 32767 */
+T_API int32_t T_CALL T_MosaicBitmap(BitmapHandle* bitmap, int32_t size);
+
+/* Adjustments. Results are cut to 0..255. */
+
+/* Lighter or darker: v + R(255 level, 1000).
+ * level  -1000 to 1000 */
+T_API int32_t T_CALL T_ChangeBitmapIntensity(BitmapHandle* bitmap, int32_t level);
+
+/* Contrast about mid grey: R(255 n + m (2 v - 255), 2 n), where m is 1000 + level and n 1000 up to
+ * level 0, m 1000 and n 1000 - level above; level 1000: 255 from v = 128 on, else 0.
+ * level  -1000 to 1000 */
+T_API int32_t T_CALL T_ChangeBitmapContrast(BitmapHandle* bitmap, int32_t level);
+
+/* Turns the hue, red towards yellow and green; the greatest and the least channel keep their values
+ * whichever channels they become.
+ * degrees  -360 to 360 */
+T_API int32_t T_CALL T_ChangeBitmapHue(BitmapHandle* bitmap, int32_t degrees);
+
+/* More or less color: y + R((v - y) (1000 + level), 1000), y being the pixel's grey level.
+ * level  -1000 (grey) to 1000 */
+T_API int32_t T_CALL T_ChangeBitmapSaturation(BitmapHandle* bitmap, int32_t level);
+
+/* The negative: 255 - v. */
+T_API int32_t T_CALL T_InvertBitmap(BitmapHandle* bitmap);
+
+/* Even steps: R(255 (v levels >> 8), levels - 1).
+ * levels  2 to 64 */
+T_API int32_t T_CALL T_PosterizeBitmap(BitmapHandle* bitmap, int32_t levels);
+
+/* Spreads the grey levels so that each part of the range holds as many pixels: with n(k) pixels of
+ * levels up to k, N in all and h of the least level present, level k becomes T = R(255 (n(k) - h),
+ * N - h), and T minus the pixel's own level is added to all its channels. */
+T_API int32_t T_CALL T_HistoEqualizeBitmap(BitmapHandle* bitmap);
+
+/* Makes a bitmap of any depth a 1-bit one, black and white, by a screen of dots whose size tells
+ * the grey level, as in print: Colors 2, T_FLAG_GRAY cleared.
+ * cell   the period of the screen in pixels, 2 to 64
+ * angle  of the screen in degrees, clockwise, -360 to 360; 45 is usual */
+T_API int32_t T_CALL T_HalfToneBitmap(BitmapHandle* bitmap, int32_t cell, int32_t angle);
+
+/* Example: a page, put straight and without specks.
+ *   BitmapHandle bitmap;
+ *   if (T_LoadBitmap("page.tif", &bitmap, 0, -1) == T_OK) {
+ *     T_RotateBitmapFine(&bitmap, -70, T_ROTATE_SMOOTH, 0xFFFFFF);
+ *     T_ChangeBitmapContrast(&bitmap, 200);
+ *     T_DespeckleBitmap(&bitmap, 2);
  *     T_FreeBitmap(&bitmap);
  *   }
  */

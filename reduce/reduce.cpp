@@ -26,15 +26,6 @@ namespace {
 
 constexpr uint32_t kOptimizingShare = 40;  // percent of a reduction to an optimised palette
 
-// A record for the same picture in another depth, not yet allocated.
-Status describe_like(BitmapHandle& made, const BitmapHandle& bitmap, int32_t depth) {
-  TRY(core::init_bitmap(made, bitmap.Width, bitmap.Height, depth));
-  std::ranges::fill(made.Info.Palette, T_PaletteEntry{});
-  if (depth > 8 && bitmap.BitsPerPixel > 8) made.Order = bitmap.Order;
-  made.DitherMethod = bitmap.DitherMethod;
-  return kOk;
-}
-
 // Rows of `from` through the row conversion into `to`. `bits_out` is the depth of `to`, or 0 for
 // grey levels.
 Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out,
@@ -237,6 +228,22 @@ Status widen(BitmapHandle& bitmap, int32_t depth, core::Progress& progress) {
 
 }  // namespace
 
+Status describe_like(BitmapHandle& made, const BitmapHandle& bitmap, int32_t depth) {
+  TRY(core::init_bitmap(made, bitmap.Width, bitmap.Height, depth));
+  std::ranges::fill(made.Info.Palette, T_PaletteEntry{});
+  if (depth > 8 && bitmap.BitsPerPixel > 8) made.Order = bitmap.Order;
+  made.DitherMethod = bitmap.DitherMethod;
+  return kOk;
+}
+
+Status describe_gray(BitmapHandle& made, const BitmapHandle& bitmap) {
+  TRY(describe_like(made, bitmap, 8));
+  fill_gray_ramp(made.Info.Palette);
+  made.Colors = 256;
+  made.Flags |= T_FLAG_GRAY;
+  return kOk;
+}
+
 Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
                         const T_PaletteEntry* palette, uint32_t colors) {
   if (!is_request_depth(depth)) return kBadArgument;
@@ -258,10 +265,7 @@ Status gray_scale_bitmap(BitmapHandle& bitmap) {
   core::Progress progress;
   TRY(progress.start());
   core::OwnedBitmap made;
-  TRY(describe_like(*made, bitmap, 8));
-  fill_gray_ramp(made->Info.Palette);
-  made->Colors = 256;
-  made->Flags |= T_FLAG_GRAY;
+  TRY(describe_gray(*made, bitmap));
   TRY(core::allocate_quietly(*made));
   TRY(convert_rows(bitmap, *made, 0, progress));
   TRY(progress.finish());

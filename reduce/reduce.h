@@ -18,6 +18,10 @@ Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
 // T_GrayScaleBitmap: 8 bits, a ramp palette, the grey mark. On failure the bitmap is as it was.
 Status gray_scale_bitmap(BitmapHandle& bitmap);
 
+// Records for the same picture in another depth, and in that of T_GrayScaleBitmap; not allocated.
+Status describe_like(BitmapHandle& made, const BitmapHandle& bitmap, int32_t depth);
+Status describe_gray(BitmapHandle& made, const BitmapHandle& bitmap);
+
 // T_CreatePaintPalette and T_CreateScreenPalette.
 Status create_paint_palette(BitmapHandle& bitmap);
 Status create_screen_palette(BitmapHandle& bitmap);
