@@ -84,31 +84,6 @@ int32_t put_at(BitmapHandle& bitmap, const void* buffer, uint32_t offset, uint32
                                               bytes, T_ERR_WRITE);
 }
 
-Status copy_rows(BitmapHandle& dst, BitmapHandle& src) {
-  // Disk rows move several at a time.
-  constexpr uint32_t kChunk = 65536;
-  const uint32_t line = std::max(src.BytesPerLine, dst.BytesPerLine);
-  const bool same = src.BytesPerLine == dst.BytesPerLine;
-  if (same && is_memory(src) && is_memory(dst)) {
-    const AccessScope accessed_src(src);
-    const AccessScope accessed_dst(dst);
-    std::memcpy(dst.Data, src.Data, std::min(src.Size, dst.Size));
-    return kOk;
-  }
-  const uint32_t rows = same ? std::max(1u, kChunk / std::max(1u, line)) : 1;
-  Buffer buffer;
-  TRY(buffer.allocate(uint64_t{line} * rows));
-  const AccessScope accessed_src(src);
-  const AccessScope accessed_dst(dst);
-  const auto height = static_cast<uint32_t>(src.Height);
-  for (uint32_t y = 0; y < height; y += rows) {
-    const uint32_t count = std::min(rows, height - y);
-    TRY(get_row(src, y, buffer.bytes().first(size_t{count} * src.BytesPerLine)));
-    TRY(put_row(dst, y, buffer.bytes().first(size_t{count} * dst.BytesPerLine)));
-  }
-  return kOk;
-}
-
 // Moves the pixels of `row` left so that pixel `skip` becomes the first one, and zeroes what is
 // behind the last of `width` pixels.
 void shift_row(std::span<uint8_t> row, uint32_t skip, uint32_t width, int32_t bits) {
@@ -187,6 +162,31 @@ uintptr_t duplicate_palette(uintptr_t palette) {
   const uint32_t count = std::min(platform::palette_size(palette), 256u);
   const uint32_t got = platform::palette_entries(palette, 0, {entries, count});
   return got == 0 ? 0 : platform::create_palette({entries, got});
+}
+
+Status copy_rows(BitmapHandle& dst, BitmapHandle& src) {
+  // Disk rows move several at a time.
+  constexpr uint32_t kChunk = 65536;
+  const uint32_t line = std::max(src.BytesPerLine, dst.BytesPerLine);
+  const bool same = src.BytesPerLine == dst.BytesPerLine;
+  if (same && is_memory(src) && is_memory(dst)) {
+    const AccessScope accessed_src(src);
+    const AccessScope accessed_dst(dst);
+    std::memcpy(dst.Data, src.Data, std::min(src.Size, dst.Size));
+    return kOk;
+  }
+  const uint32_t rows = same ? std::max(1u, kChunk / std::max(1u, line)) : 1;
+  Buffer buffer;
+  TRY(buffer.allocate(uint64_t{line} * rows));
+  const AccessScope accessed_src(src);
+  const AccessScope accessed_dst(dst);
+  const auto height = static_cast<uint32_t>(src.Height);
+  for (uint32_t y = 0; y < height; y += rows) {
+    const uint32_t count = std::min(rows, height - y);
+    TRY(get_row(src, y, buffer.bytes().first(size_t{count} * src.BytesPerLine)));
+    TRY(put_row(dst, y, buffer.bytes().first(size_t{count} * dst.BytesPerLine)));
+  }
+  return kOk;
 }
 
 Status copy_description(BitmapHandle& dst, const BitmapHandle& src) {

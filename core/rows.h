@@ -29,6 +29,9 @@ inline uint32_t stored_row(const BitmapHandle& bitmap, uint32_t y) {
 // Zeroes what is behind the last of `width` pixels in a row, unused bits of its last byte included.
 void clear_padding(std::span<uint8_t> row, int32_t width, int32_t bits_per_pixel);
 
+// The rows of `src` into those of `dst`, which has as many; both stay accessed or not.
+Status copy_rows(BitmapHandle& dst, BitmapHandle& src);
+
 Status copy_bitmap(BitmapHandle& dst, BitmapHandle& src);
 Status copy_bitmap_rect(BitmapHandle& dst, BitmapHandle& src, uint32_t x, uint32_t y,
                         uint32_t width, uint32_t height);

@@ -1,5 +1,7 @@
 // Rotation and mirroring, neighbourhood filters, point adjustments.
 #include "exports/arguments.h"
+#include "process/adjust/adjust.h"
+#include "process/filters/filters.h"
 #include "process/rotate/fine.h"
 #include "process/rotate/turn.h"
 #include "tavo45.h"
@@ -25,4 +27,81 @@ int32_t T_CALL T_FlipBitmap(BitmapHandle* bitmap) {
 int32_t T_CALL T_ReverseBitmap(BitmapHandle* bitmap) {
   if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
   return process::reverse_bitmap(*bitmap).code();
+}
+
+int32_t T_CALL T_ChangeBitmapIntensity(BitmapHandle* bitmap, int32_t level) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::change_intensity(*bitmap, level).code();
+}
+
+int32_t T_CALL T_ChangeBitmapContrast(BitmapHandle* bitmap, int32_t level) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::change_contrast(*bitmap, level).code();
+}
+
+int32_t T_CALL T_ChangeBitmapHue(BitmapHandle* bitmap, int32_t degrees) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::change_hue(*bitmap, degrees).code();
+}
+
+int32_t T_CALL T_ChangeBitmapSaturation(BitmapHandle* bitmap, int32_t level) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::change_saturation(*bitmap, level).code();
+}
+
+int32_t T_CALL T_InvertBitmap(BitmapHandle* bitmap) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::invert_bitmap(*bitmap).code();
+}
+
+int32_t T_CALL T_PosterizeBitmap(BitmapHandle* bitmap, int32_t levels) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::posterize_bitmap(*bitmap, levels).code();
+}
+
+int32_t T_CALL T_HistoEqualizeBitmap(BitmapHandle* bitmap) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::equalize_bitmap(*bitmap).code();
+}
+
+int32_t T_CALL T_HalfToneBitmap(BitmapHandle* bitmap, int32_t cell, int32_t angle) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::halftone_bitmap(*bitmap, cell, angle).code();
+}
+
+int32_t T_CALL T_AverageFilterBitmap(BitmapHandle* bitmap, int32_t size) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::average_filter_bitmap(*bitmap, size).code();
+}
+
+int32_t T_CALL T_MedianFilterBitmap(BitmapHandle* bitmap, int32_t size) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::median_filter_bitmap(*bitmap, size).code();
+}
+
+int32_t T_CALL T_SpatialFilterBitmap(BitmapHandle* bitmap, const int32_t* kernel, int32_t size,
+                                     int32_t divisor, int32_t bias, uint32_t flags) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::spatial_filter_bitmap(*bitmap, kernel, size, divisor, bias, flags).code();
+}
+
+int32_t T_CALL T_SharpenBitmap(BitmapHandle* bitmap, int32_t strength) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::sharpen_bitmap(*bitmap, strength).code();
+}
+
+int32_t T_CALL T_BinaryFilterBitmap(BitmapHandle* bitmap, uint32_t operation, uint32_t shape,
+                                    int32_t size) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::binary_filter_bitmap(*bitmap, operation, shape, size).code();
+}
+
+int32_t T_CALL T_DespeckleBitmap(BitmapHandle* bitmap, int32_t amount) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::despeckle_bitmap(*bitmap, amount).code();
+}
+
+int32_t T_CALL T_MosaicBitmap(BitmapHandle* bitmap, int32_t size) {
+  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  return process::mosaic_bitmap(*bitmap, size).code();
 }

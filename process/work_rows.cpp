@@ -52,11 +52,14 @@ Widening widening_of(const BitmapHandle& bitmap) {
   return color::is_gray(std::span<const T_PaletteEntry>(used)) ? Widening::kGray : Widening::kColor;
 }
 
+bool keeps_layout(const BitmapHandle& bitmap, Widening widening) {
+  if (widening != Widening::kGray) return widening == Widening::kNone;
+  return is_gray_ramp(bitmap) && is_gray_ramp(std::span(bitmap.Info.Palette));
+}
+
 Status describe_widened(BitmapHandle& made, const BitmapHandle& bitmap, Widening widening) {
   if (widening == Widening::kColor) return color::describe_like(made, bitmap, 24);
-  const bool stays = widening == Widening::kNone ||
-                     (is_gray_ramp(bitmap) && is_gray_ramp(std::span(bitmap.Info.Palette)));
-  if (!stays) return color::describe_gray(made, bitmap);
+  if (!keeps_layout(bitmap, widening)) return color::describe_gray(made, bitmap);
   TRY(core::init_bitmap(made, bitmap.Width, bitmap.Height, bitmap.BitsPerPixel));
   TRY(core::copy_description(made, bitmap));
   if (widening == Widening::kGray) made.Flags |= T_FLAG_GRAY;

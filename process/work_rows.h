@@ -20,6 +20,9 @@ bool is_gray_ramp(const BitmapHandle& bitmap);
 enum class Widening { kNone, kGray, kColor };
 Widening widening_of(const BitmapHandle& bitmap);
 
+// Whether that leaves depth and palette as they are: of grey pictures with a ramp.
+bool keeps_layout(const BitmapHandle& bitmap, Widening widening);
+
 // A record like `bitmap` after its widening, not yet allocated.
 Status describe_widened(BitmapHandle& made, const BitmapHandle& bitmap, Widening widening);
 

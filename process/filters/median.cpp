@@ -1,0 +1,102 @@
+#include "base/buffer.h"
+#include "color/index_rows.h"
+#include "core/bitmap.h"
+#include "process/filters/box_sums.h"
+#include "process/filters/filter.h"
+#include "process/filters/filters.h"
+#include "process/filters/median_columns.h"
+#include "process/whole_picture.h"
+
+namespace tavo::process {
+
+namespace {
+
+class Median final : public Filter {
+ public:
+  explicit Median(uint32_t size) : size_(size) {}
+
+  Status start(RowSource& source, const WorkLayout& layout) override {
+    TRY(columns_.start(layout.row_bytes, layout.step, size_));
+    return band_.start(source, layout, 0, size_ / 2);
+  }
+
+  Status next(uint8_t* row) override {
+    if (has_begun_) columns_.remove(band_.rows()[0]);
+    TRY(band_.advance());
+    for (uint32_t k = has_begun_ ? size_ - 1 : 0; k < size_; ++k) columns_.add(band_.rows()[k]);
+    has_begun_ = true;
+    columns_.medians(row);
+    return kOk;
+  }
+
+ private:
+  uint32_t size_;
+  bool has_begun_ = false;
+  RowBand band_;
+  MedianColumns columns_;
+};
+
+// Bits as bytes.
+class UnpackedRows final : public RowSource {
+ public:
+  Status start(RowSource& source, const WorkLayout& layout) {
+    source_ = &source;
+    width_ = layout.width;
+    return packed_.allocate(layout.row_bytes);
+  }
+  Status next(uint8_t* row) override {
+    TRY(source_->next(packed_.data()));
+    color::unpack_indices(1, packed_.data(), {row, width_});
+    return kOk;
+  }
+
+ private:
+  RowSource* source_ = nullptr;
+  size_t width_ = 0;
+  Buffer packed_;
+};
+
+// The more frequent of two indices is 1 where the sum is above a half.
+class Majority final : public Filter {
+ public:
+  explicit Majority(uint32_t size) : size_(size) {}
+
+  Status start(RowSource& source, const WorkLayout& layout) override {
+    WorkLayout unpacked = layout;
+    unpacked.row_bytes = layout.width;
+    TRY(rows_.start(source, layout));
+    TRY(indices_.allocate(layout.width));
+    return boxes_.start(rows_, unpacked, size_);
+  }
+
+  Status next(uint8_t* row) override {
+    TRY(boxes_.next());
+    const uint32_t half = size_ * size_ / 2;
+    for (size_t i = 0; i < indices_.size(); ++i) {
+      indices_.data()[i] = boxes_.sums()[i] > half ? 1 : 0;
+    }
+    color::pack_indices(1, indices_.bytes(), row);
+    return kOk;
+  }
+
+ private:
+  uint32_t size_;
+  UnpackedRows rows_;
+  BoxSums boxes_;
+  Buffer indices_;
+};
+
+}  // namespace
+
+Status median_filter_bitmap(BitmapHandle& bitmap, int32_t size) {
+  if (!is_window_size(size)) return kBadArgument;
+  TRY(check_bitmap(bitmap));
+  if (bitmap.BitsPerPixel == 1) {
+    Majority majority(static_cast<uint32_t>(size));
+    return filter_bitmap(bitmap, majority, Bits::kKept);
+  }
+  Median median(static_cast<uint32_t>(size));
+  return filter_bitmap(bitmap, median);
+}
+
+}  // namespace tavo::process
