@@ -9,7 +9,8 @@ namespace tavo {
 // that a lesser one does not do as well.
 template <class Code>
 struct Variants {
-  Code any = nullptr;  // plain or SSE2
+  Code any = nullptr;  // plain, or SSE2 where nothing is plain
+  Code sse2 = nullptr;
   Code ssse3 = nullptr;
   Code avx2 = nullptr;
   Code avx512 = nullptr;
@@ -20,6 +21,7 @@ struct Variants {
     if (avx512 != nullptr && processor >= kAvx512) return avx512;
     if (avx2 != nullptr && processor >= kAvx2) return avx2;
     if (ssse3 != nullptr && processor >= kSsse3) return ssse3;
+    if (sse2 != nullptr && processor >= kSse2) return sse2;
     return any;
   }
 };

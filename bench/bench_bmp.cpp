@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "run.h"
 #include "tavo45.h"
 
 #ifdef PEER_SDL_IMAGE
@@ -225,13 +226,12 @@ BENCHMARK(SaveFreeImage);
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
 #ifdef PEER_FREEIMAGE
   FreeImage_Initialise();
 #endif
-  benchmark::RunSpecifiedBenchmarks();
+  const int result = bench::run(argc, argv);
   for (const char* name : {"in", "out", "floor", "stb", "sdl", "freeimage"}) {
     std::remove(path((std::string("tavo-bench-") + name + ".bmp").c_str()).c_str());
   }
-  return 0;
+  return result;
 }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "color/nearest.h"
+#include "run.h"
 #include "tavo45.h"
 
 #ifdef PEER_OPENCV
@@ -291,6 +292,5 @@ int main(int argc, char** argv) {
   benchmark::RegisterBenchmark("search/24_to_8/tavo", search_ours);
   benchmark::RegisterBenchmark("search/24_to_8/tavo_new_palettes", search_ours_new_palettes);
   benchmark::RegisterBenchmark("search/24_to_8/exhaustive", search_exhaustive);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  return bench::run(argc, argv);
 }

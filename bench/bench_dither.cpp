@@ -9,6 +9,7 @@
 #include "dither/dither.h"
 #include "photograph.h"
 #include "pillow.h"
+#include "run.h"
 #include "tavo45.h"
 #ifdef PEER_FFMPEG
 extern "C" {
@@ -149,4 +150,4 @@ BENCHMARK_CAPTURE(swscale, rgb1_fs, AV_PIX_FMT_RGB24, AV_PIX_FMT_MONOBLACK, "ed"
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) { return bench::run(argc, argv); }

@@ -17,6 +17,7 @@
 #include "codec/ccitt_encoder.h"
 
 #include "libtiff_memory.h"
+#include "run.h"
 
 #ifdef PEER_FFMPEG
 extern "C" {
@@ -260,4 +261,4 @@ BENCHMARK(LibtiffEncode)->ArgsProduct({{0, 1, 2}, {0, 1, 2}})->ArgNames({"page",
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) { return bench::run(argc, argv); }

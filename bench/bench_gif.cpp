@@ -3,6 +3,7 @@
 // everything around the decoder (identification, allocation, rows into the bitmap), FFmpeg decodes
 // to BGRA, the others to indices. Everyone decodes the same file.
 #include "raster_peers.h"
+#include "run.h"
 
 #ifdef PEER_GIF
 #include <gif_lib.h>
@@ -131,6 +132,5 @@ int main(int argc, char** argv) {
   static Input inputs[] = {{"noisy", noisy_indices(kSize, kSize), {}, {}},
                            {"text", text_indices(kSize, kSize), {}, {}}};
   for (Input& input : inputs) add_all(input);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  return bench::run(argc, argv);
 }

@@ -4,14 +4,13 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "codec/jpeg/decoder.h"
 #include "photograph.h"
-#include "platform/platform.h"
+#include "run.h"
 #include "tavo45.h"
 #ifdef PEER_JPEG
 #include <jpeglib.h>
@@ -166,11 +165,7 @@ void register_all() {
 
 int main(int argc, char** argv) {
   register_all();
-  benchmark::Initialize(&argc, argv);
-  if (std::getenv("TAVO_NO_AVX2") != nullptr) {
-    tavo::platform::limit_processor(tavo::platform::Processor::kSse2);
-  }
-  benchmark::RunSpecifiedBenchmarks();
+  return bench::run(argc, argv);
 }
 #else
 int main() { std::puts("libjpeg is not installed: nothing to compare with"); }

@@ -8,6 +8,7 @@
 
 #include "codec/jpeg/encoder.h"
 #include "photograph.h"
+#include "run.h"
 #ifdef PEER_JPEG
 #include <jpeglib.h>
 #endif
@@ -142,4 +143,4 @@ BENCHMARK(EncodeTavoPlain)->Apply(settings);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) { return bench::run(argc, argv); }

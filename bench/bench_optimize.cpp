@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "photograph.h"
+#include "run.h"
 #include "tavo45.h"
 #ifdef PEER_FREEIMAGE
 #include <FreeImage.h>
@@ -154,4 +155,4 @@ BENCHMARK(freeimage_wu);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) { return bench::run(argc, argv); }

@@ -4,6 +4,7 @@
 // library loads whole pictures with identification, allocation and rows into the bitmap, and saves
 // in direct mode. --fresh: see choose_memory.
 #include "raster_peers.h"
+#include "run.h"
 
 namespace {
 
@@ -161,6 +162,5 @@ int main(int argc, char** argv) {
   add_loads("load/bmp/runs/noisy8", AV_CODEC_ID_BMP, "BMP", noisy, rle8_file(noisy));
   add_loads("load/bmp/runs/text8", AV_CODEC_ID_BMP, "BMP", text, rle8_file(text));
 #endif
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  return bench::run(argc, argv);
 }

@@ -1,7 +1,8 @@
 // Nearest-neighbour resizing of 4096 x 3072 pictures to half, one and a half times and twice the
-// size, beside OpenCV, libyuv and Pillow. Figures count pixels of the result. Every result lies in
-// memory that was there before the first turn, and has lines as wide as the picture; only Pillow,
-// which runs in a process of its own, makes its result anew. Compare Bitmap and Libyuv with
+// size, beside OpenCV, libyuv, Leptonica and Pillow. Figures count pixels of the result. Every
+// result lies in memory that was there before the first turn, and has lines as wide as the picture;
+// only Pillow, which runs in a process of its own, makes its result anew, and Leptonica, whose
+// memory is that of the turn before. Compare Bitmap and Libyuv with
 // --benchmark_enable_random_interleaving=true: at half size both run at the speed of memory.
 #include <benchmark/benchmark.h>
 
@@ -10,7 +11,8 @@
 #include <vector>
 
 #include "pillow.h"
-#include "platform/platform.h"
+#include "raster_peers.h"
+#include "run.h"
 #include "tavo45.h"
 
 #ifdef PEER_OPENCV
@@ -20,6 +22,9 @@
 #ifdef PEER_YUV
 #include <libyuv.h>
 #endif
+#ifdef PEER_LEPTONICA
+#include <leptonica/allheaders.h>
+#endif
 
 namespace {
 
@@ -28,6 +33,13 @@ constexpr int32_t kHeight = 3072;
 
 // Bits, and the new size in halves of the old one.
 void sizes(benchmark::internal::Benchmark* bench) {
+  for (const int bits : {1, 4, 8, 24, 32}) {
+    for (const int halves : {1, 3, 4}) bench->Args({bits, halves});
+  }
+}
+
+// Those of whole bytes.
+void byte_sizes(benchmark::internal::Benchmark* bench) {
   for (const int bits : {8, 24, 32}) {
     for (const int halves : {1, 3, 4}) bench->Args({bits, halves});
   }
@@ -41,8 +53,22 @@ struct Size {
   int32_t bits, width, height;
 };
 
-std::vector<uint8_t> noise(int32_t bits) {
-  std::vector<uint8_t> bytes(size_t{kWidth} * kHeight * static_cast<size_t>(bits / 8));
+size_t line_bytes(int32_t width, int32_t bits) {
+  return static_cast<size_t>(width) * static_cast<size_t>(bits) / 8;
+}
+
+// Noise, or for less than 8 bits a page of text: how often a bit is set counts for Leptonica.
+std::vector<uint8_t> picture(int32_t bits) {
+  std::vector<uint8_t> bytes(line_bytes(kWidth, bits) * kHeight);
+  if (bits < 8) {
+    const auto levels = tavo::bench::text_indices(kWidth, kHeight);
+    const auto per_byte = static_cast<size_t>(8 / bits);
+    for (size_t i = 0; i < levels.size(); ++i) {
+      const uint32_t ink = (255u - levels[i]) >> (8 - bits);
+      bytes[i / per_byte] = static_cast<uint8_t>(bytes[i / per_byte] << bits | ink);
+    }
+    return bytes;
+  }
   uint32_t state = 1;
   for (uint8_t& byte : bytes)
     byte = static_cast<uint8_t>((state = state * 1664525u + 1013904223u) >> 24);
@@ -53,41 +79,14 @@ void count(benchmark::State& state, const Size& size) {
   state.SetItemsProcessed(state.iterations() * int64_t{size.width} * size.height);
 }
 
-using tavo::platform::Processor;
-
-// As `sizes`, half the size on lesser processors too.
-void sizes_and_processors(benchmark::internal::Benchmark* bench) {
-  for (const int bits : {8, 24, 32}) {
-    for (const Processor processor : {Processor::kAvx512, Processor::kSsse3, Processor::kSse2}) {
-      for (const int halves : {1, 3, 4}) {
-        if (halves == 4 && processor != Processor::kAvx512) continue;
-        bench->Args({bits, halves, static_cast<int>(processor)});
-      }
-    }
-  }
-}
-
-// What a processor can do, for us and for libyuv alike.
-void limit_processor(const benchmark::State& state) {
-  const auto processor = static_cast<Processor>(state.range(2));
-  tavo::platform::limit_processor(processor);
-#ifdef PEER_YUV
-  const int sse2 = libyuv::kCpuHasX86 | libyuv::kCpuHasSSE2;
-  libyuv::MaskCpuFlags(processor == Processor::kAvx512  ? -1
-                       : processor == Processor::kSsse3 ? sse2 | libyuv::kCpuHasSSSE3
-                                                        : sse2);
-#endif
-}
-
 void Bitmap(benchmark::State& state) {
   const Size size(state);
-  limit_processor(state);
   BitmapHandle from = {}, to = {};
   T_InitBitmap(&from, kWidth, kHeight, size.bits);
   T_AllocateBitmap(&from, 1);
   T_InitBitmap(&to, size.width, size.height, size.bits);
   T_AllocateBitmap(&to, 1);
-  const std::vector<uint8_t> pixels = noise(size.bits);
+  const std::vector<uint8_t> pixels = picture(size.bits);
   T_AccessBitmap(&from);
   T_ClearBitmap(&to);  // its pages are there, as those of the peers' results are
   T_AccessBitmap(&to);
@@ -97,15 +96,14 @@ void Bitmap(benchmark::State& state) {
   T_FreeBitmap(&to);
   count(state, size);
 }
-BENCHMARK(Bitmap)->Apply(sizes_and_processors);
+BENCHMARK(Bitmap)->Apply(sizes);
 
 // Row by row through the streaming calls, from a picture into a row buffer that is emitted.
 void Rows(benchmark::State& state) {
   const Size size(state);
-  limit_processor(state);
-  const std::vector<uint8_t> pixels = noise(size.bits);
-  const size_t old_line = pixels.size() / kHeight;
-  const size_t new_line = static_cast<size_t>(size.width) * static_cast<size_t>(size.bits / 8);
+  const std::vector<uint8_t> pixels = picture(size.bits);
+  const size_t old_line = line_bytes(kWidth, size.bits);
+  const size_t new_line = line_bytes(size.width, size.bits);
   std::vector<uint8_t> row(std::max(old_line, new_line));
   std::vector<uint8_t> result(new_line * static_cast<size_t>(size.height));
   T_ResizeBlock* block = nullptr;
@@ -124,19 +122,19 @@ void Rows(benchmark::State& state) {
   T_StopResize(block);
   count(state, size);
 }
-BENCHMARK(Rows)->Apply(sizes_and_processors);
+BENCHMARK(Rows)->Apply(sizes);
 
 #ifdef PEER_OPENCV
 void OpenCv(benchmark::State& state) {
   const Size size(state);
-  std::vector<uint8_t> pixels = noise(size.bits);
+  std::vector<uint8_t> pixels = picture(size.bits);
   cv::setNumThreads(1);
   const cv::Mat from(kHeight, kWidth, CV_8UC(size.bits / 8), pixels.data());
   cv::Mat to(size.height, size.width, CV_8UC(size.bits / 8));
   for (auto _ : state) cv::resize(from, to, to.size(), 0, 0, cv::INTER_NEAREST);
   count(state, size);
 }
-BENCHMARK(OpenCv)->Apply(sizes);
+BENCHMARK(OpenCv)->Apply(byte_sizes);
 #endif
 
 #ifdef PEER_YUV
@@ -146,8 +144,7 @@ void Libyuv(benchmark::State& state) {
     state.SkipWithError("libyuv resizes no 24-bit pictures by nearest neighbour");
     return;
   }
-  limit_processor(state);
-  const std::vector<uint8_t> pixels = noise(size.bits);
+  const std::vector<uint8_t> pixels = picture(size.bits);
   std::vector<uint8_t> result(size_t{4} * static_cast<size_t>(size.width) *
                               static_cast<size_t>(size.height));
   for (auto _ : state) {
@@ -161,17 +158,42 @@ void Libyuv(benchmark::State& state) {
   }
   count(state, size);
 }
-BENCHMARK(Libyuv)->Apply(sizes_and_processors);
+BENCHMARK(Libyuv)->Apply(byte_sizes);
+#endif
+
+#ifdef PEER_LEPTONICA
+// Its words have the leftmost pixel in their high bits, which says nothing about their speed.
+void Leptonica(benchmark::State& state) {
+  const Size size(state);
+  const std::vector<uint8_t> pixels = picture(size.bits);
+  Pix* const from = pixCreate(kWidth, kHeight, size.bits);
+  std::copy(pixels.begin(), pixels.end(), reinterpret_cast<uint8_t*>(pixGetData(from)));
+  const auto scale = static_cast<float>(state.range(1)) / 2;
+  for (auto _ : state) {
+    Pix* to = size.bits == 1 ? pixScaleBinary(from, scale, scale)
+                             : pixScaleBySampling(from, scale, scale);
+    if (to == nullptr || pixGetWidth(to) != size.width) state.SkipWithError("Leptonica");
+    pixDestroy(&to);
+  }
+  Pix* gone = from;
+  pixDestroy(&gone);
+  count(state, size);
+}
+BENCHMARK(Leptonica)->Args({1, 1})->Args({1, 3})->Args({1, 4})->Args({4, 1})->Args({4, 3})->Args(
+    {4, 4});
 #endif
 
 void Pillow(benchmark::State& state) {
   const Size size(state);
-  bench::run_pillow(state, "resize" + std::to_string(state.range(1)), noise(size.bits), kWidth,
+  bench::run_pillow(state, "resize" + std::to_string(state.range(1)), picture(size.bits), kWidth,
                     kHeight, size.bits / 8);
   count(state, size);
 }
-BENCHMARK(Pillow)->Apply(sizes)->UseManualTime()->Iterations(1);
+BENCHMARK(Pillow)->Apply(byte_sizes)->UseManualTime()->Iterations(1);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  tavo::bench::choose_memory(argc, argv);
+  return bench::run(argc, argv);
+}

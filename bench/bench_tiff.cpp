@@ -3,6 +3,7 @@
 // by both; strips as the library writes them. Deflate is read only.
 #include "libtiff_memory.h"
 #include "raster_peers.h"
+#include "run.h"
 
 namespace {
 
@@ -137,6 +138,5 @@ int main(int argc, char** argv) {
     for (const Picture& picture : pictures) add_coding(picture, coding);
   }
 #endif
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  return bench::run(argc, argv);
 }

@@ -87,6 +87,7 @@ ScreenSize screen_size();
 
 // What a processor can do, each with all that is named before it. SSE2 is there always.
 enum class Processor {
+  kPlain,  // for tests and benchmarks: the plain loops, where there are any
   kSse2,
   kSsse3,
   kAvx2,    // with both sets of bit manipulation (BMI)
@@ -94,7 +95,7 @@ enum class Processor {
 };
 // Asked once, at start-up.
 Processor processor();
-// For tests: no more than `highest` is reported from now on.
+// For tests and benchmarks: no more than `highest` is reported from now on.
 void limit_processor(Processor highest);
 
 }  // namespace tavo::platform
