@@ -1,38 +1,54 @@
-// The loops that resample rows of whole bytes by shuffles; resize_steps.h makes their tables.
+// The loops that resample rows of whole bytes; resize_steps.h makes their tables.
 #pragma once
 
 #include <cstdint>
 
 namespace tavo::process {
 
-// Bytes of result in one store, and of its shuffle.
+// Bytes of result that one shuffle makes.
 inline constexpr uint32_t kResizeLanes = 16;
 inline constexpr uint32_t kResizeLanesAvx512 = 64;
 
-// One store of result, whose first `count` bytes hold: they come from the source at `offset`, each
-// from where its shuffle says.
+// One shuffle: `count` of the bytes that it makes hold, the first ones when a row shrinks. They
+// come from the source at `offset` or behind it, shrinking from twice as many bytes as a shuffle
+// makes.
 struct ResizeStep {
   uint32_t offset;
   uint32_t count;
 };
 
-// Handed over by value: what a row's bytes might overwrite would be read again for each store.
+// Handed over by value: what a row's bytes might overwrite would be read again for each step.
+//
+// The first `whole` steps, an even number, store full vectors. There are `cycle` of them in the
+// table: after those they begin anew, `cycle_bytes` further on in the source (enlarging: further
+// back). Their shuffles lie as the kernels take them: of 64 lanes one after another; of 16 by pairs
+// of steps, shrinking those for the first half of the window first, enlarging the second step's
+// first. In the first half of the others a top bit is set where the byte comes from the second
+// half, and the reverse.
+//
+// The other steps, behind the cycle in the table, end the row. They store no more than they hold,
+// and their shuffles are plain indices.
 struct ResizeTable {
   const ResizeStep* steps = nullptr;
   const uint8_t* shuffles = nullptr;
-  uint32_t count = 0;
-  // The steps at the end of the table whose stores would reach beyond the result: they store no
-  // more than they hold.
+  uint32_t cycle = 0;
+  uint32_t cycle_bytes = 0;
+  uint32_t whole = 0;
+  const uint8_t* last_shuffles = nullptr;
   uint32_t last = 0;
 };
 
-// Shrinks a row, from left to right; a shuffle chooses from twice as many bytes as a store has. A
-// store reaches no further than the source that has been read: in place, what it overwrites is not
-// wanted any more.
-void shrink_ssse3(ResizeTable table, const uint8_t* from, uint8_t* to);
-void shrink_avx512(ResizeTable table, const uint8_t* from, uint8_t* to);
-
-// Enlarges a row, from right to left. `end` is that of the result.
-void enlarge_ssse3(ResizeTable table, const uint8_t* from, uint8_t* end);
+// `to` is where the result begins (shrinking, from left to right) or ends (enlarging, from right to
+// left). Shrinking, a store reaches no further than the source that has been read: in place, what
+// it overwrites is not wanted any more.
+using ResizeKernel = void (*)(ResizeTable table, const uint8_t* from, uint8_t* to);
+struct ResizeKernels {
+  uint32_t lanes;
+  ResizeKernel shrink;
+  ResizeKernel enlarge;
+};
+extern const ResizeKernels kResizeSsse3;
+extern const ResizeKernels kResizeAvx2;
+extern const ResizeKernels kResizeAvx512;
 
 }  // namespace tavo::process

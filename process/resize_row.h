@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/status.h"
+#include "process/resize_packed.h"
 #include "process/resize_rule.h"
 #include "process/resize_steps.h"
 
@@ -30,13 +31,16 @@ class Resizer {
   int32_t new_width() const { return across_.new_size; }
 
  private:
+  void prepare(int32_t bits);
   void resize_pixels(const uint8_t* from, uint8_t* to, uint32_t pixel_bytes);
   void fill_unreached(const uint8_t* from, uint8_t* to, size_t pixel_bytes) const;
   bool keeps_width() const { return across_.new_size == across_.old_size; }
 
   ResizeRule across_;
   ResizeRule down_;
-  ResizeSteps steps_;
+  int32_t prepared_bits_ = 0;
+  ResizeSteps steps_;    // for whole bytes
+  PackedResize packed_;  // for less
 };
 
 }  // namespace tavo::process

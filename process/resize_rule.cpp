@@ -25,12 +25,10 @@ void ResizeRule::set(int32_t from, int32_t to) {
   // Enlarging, the work ends where the counter, which begins that far behind, would fall below 0.
   uint64_t most = static_cast<uint32_t>(to);
   if (to > from) most -= count(static_cast<uint32_t>(from - 1)) - 1;
-  reached = static_cast<uint32_t>(std::min(total(), most));
+  reached = static_cast<uint32_t>(std::min(total(static_cast<uint32_t>(from)), most));
 }
 
-// The counts of all source positions together.
-uint64_t ResizeRule::total() const {
-  const auto positions = static_cast<uint32_t>(old_size);
+uint64_t ResizeRule::total(uint32_t positions) const {
   const auto extras = [this](uint32_t first) {
     return static_cast<uint64_t>(std::count(extra.begin(), extra.begin() + first, 1));
   };

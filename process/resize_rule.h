@@ -23,8 +23,8 @@ struct ResizeRule {
     return static_cast<uint32_t>(step) + extra[position & 255u];
   }
 
- private:
-  uint64_t total() const;
+  // The counts of the first so many source positions together.
+  uint64_t total(uint32_t positions) const;
 };
 
 }  // namespace tavo::process

@@ -1,114 +1,170 @@
 #include "process/resize_steps.h"
 
 #include <algorithm>
+#include <array>
 
-#include "platform/platform.h"
+#include "base/variants.h"
 
 namespace tavo::process {
 
-void ResizeSteps::make(const ResizeRule& rule, uint32_t pixel_bytes) {
+// A step and where each of its bytes lies in its window.
+struct ResizeSteps::Cut {
+  ResizeStep step;
+  bool is_whole;  // its loads and its store stay inside the row
+  std::array<uint8_t, kResizeLanesAvx512> indices;
+};
+
+void ResizeSteps::make(const ResizeSources& sources, uint32_t pixel_bytes) {
+  forget();
   pixel_bytes_ = pixel_bytes;
-  shrinks_ = rule.shrinks();
-  count_ = 0;
-  last_ = 0;
-  steps_.release();
-  shuffles_.release();
-  const int64_t longest = int64_t{std::max(rule.old_size, rule.new_size)} * pixel_bytes;
-  if (longest > INT32_MAX || platform::processor() < platform::Processor::kSsse3) return;
-  new_bytes_ = static_cast<uint32_t>(rule.new_size) * pixel_bytes;
-  if (shrinks_) {
-    make_shrinking(rule);
-  } else {
-    make_enlarging(rule);
-  }
+  shrinks_ = sources.shrinks;
+  const int64_t longest = int64_t{std::max(sources.end, sources.old_size)} * pixel_bytes;
+  if (longest > INT32_MAX || sources.first == sources.end) return;
+  old_bytes_ = sources.old_size * pixel_bytes;
+  first_ = sources.first * pixel_bytes;
+  end_ = sources.end * pixel_bytes;
+  if (!choose_kernels()) return moves_.make(sources, pixel_bytes);
+  const uint32_t most = (end_ - first_) / kernels_->lanes + old_bytes_ / window() + 2;
+  if (!allocate(most)) return;
+  make_cycle(sources);
+  make_last(sources, count_whole());
+}
+
+void ResizeSteps::forget() {
+  whole_ = last_ = 0;
+  moves_.forget();
+}
+
+// False where nothing shuffles, and for rows shorter than a window.
+bool ResizeSteps::choose_kernels() {
+  kernels_ =
+      Variants<const ResizeKernels*>{
+          .ssse3 = &kResizeSsse3, .avx2 = &kResizeAvx2, .avx512 = &kResizeAvx512}
+          .best();
+  if (kernels_ == &kResizeAvx512 && old_bytes_ < window()) kernels_ = &kResizeAvx2;
+  return kernels_ != nullptr && old_bytes_ >= window();
 }
 
 bool ResizeSteps::allocate(uint32_t most) {
-  return steps_.allocate(most).ok() && shuffles_.allocate(uint64_t{most} * lanes_).ok();
+  const uint64_t bytes = uint64_t{most} * kernels_->lanes;
+  return steps_.allocate(2 * uint64_t{most}).ok() && shuffles_.allocate(2 * bytes).ok() &&
+         last_shuffles_.allocate(bytes).ok();
 }
 
-// Which source bytes each store of result takes, from left to right. The next store may overwrite
-// what lies behind the bytes that hold.
-void ResizeSteps::make_shrinking(const ResizeRule& rule) {
-  const uint32_t pixel_bytes = pixel_bytes_;
-  const uint32_t old_bytes = static_cast<uint32_t>(rule.old_size) * pixel_bytes;
-  const bool is_wide =
-      platform::processor() == platform::Processor::kAvx512 && old_bytes >= 2 * kResizeLanesAvx512;
-  const uint32_t lanes = is_wide ? kResizeLanesAvx512 : kResizeLanes;
-  const uint32_t window = 2 * lanes;
-  if (old_bytes < window) return;
-  lanes_ = lanes;
-  if (!allocate(new_bytes_ / lanes + old_bytes / window + 2)) return;
-  ResizeStep* step = nullptr;
-  uint8_t* shuffle = shuffles_.data();
-  uint32_t pixels = 0;
-  for (uint32_t i = 0; pixels < rule.reached; ++i) {
-    // Shrinking, a pixel stays once or not at all.
-    if (rule.count(i) == 0) continue;
-    ++pixels;
-    for (uint32_t byte = i * pixel_bytes; byte < (i + 1) * pixel_bytes; ++byte) {
-      if (step == nullptr || step->count == lanes || byte >= step->offset + window) {
-        step = &steps_[count_++];
-        *step = {std::min(byte, old_bytes - window), 0};
-        shuffle = &shuffles_[(count_ - 1) * lanes];
-      }
-      shuffle[step->count++] = static_cast<uint8_t>(byte - step->offset);
-    }
+uint32_t ResizeSteps::source_byte(const ResizeSources& sources, uint32_t at) const {
+  return sources.pixels[at / pixel_bytes_] * pixel_bytes_ + at % pixel_bytes_;
+}
+
+// The step after `done` bytes of the result, as many as its window holds.
+ResizeSteps::Cut ResizeSteps::cut_shrinking(const ResizeSources& sources, uint32_t done) const {
+  Cut cut = {};
+  const uint32_t lowest = source_byte(sources, done);
+  cut.step.offset = std::min(lowest, old_bytes_ - window());
+  for (; cut.step.count < kernels_->lanes && done + cut.step.count < end_; ++cut.step.count) {
+    const uint32_t byte = source_byte(sources, done + cut.step.count);
+    if (byte >= cut.step.offset + window()) break;
+    cut.indices[cut.step.count] = static_cast<uint8_t>(byte - cut.step.offset);
   }
-  // A step's store stays inside the result when as many bytes as it stores are still to come.
-  uint32_t to_come = 0;
-  for (; last_ < count_; ++last_) {
-    to_come += steps_[count_ - 1 - last_].count;
-    if (to_come >= lanes) break;
+  cut.is_whole = lowest == cut.step.offset && end_ - done >= kernels_->lanes;
+  return cut;
+}
+
+// The step before the last `done` bytes.
+ResizeSteps::Cut ResizeSteps::cut_enlarging(const ResizeSources& sources, uint32_t done) const {
+  Cut cut = {};
+  const uint32_t lanes = kernels_->lanes;
+  const uint32_t end = end_ - done;
+  cut.step.count = std::min(lanes, end - first_);
+  const uint32_t begin = end - cut.step.count;
+  uint32_t behind = 0;
+  for (uint32_t at = begin; at < end; ++at) {
+    behind = std::max(behind, source_byte(sources, at) + 1);
+  }
+  cut.step.offset = behind - std::min(behind, lanes);
+  for (uint32_t at = begin; at < end; ++at) {
+    cut.indices[at - begin] = static_cast<uint8_t>(source_byte(sources, at) - cut.step.offset);
+  }
+  cut.is_whole = cut.step.count == lanes && behind >= lanes;
+  return cut;
+}
+
+ResizeSteps::Cut ResizeSteps::cut(const ResizeSources& sources, uint32_t done) const {
+  return shrinks_ ? cut_shrinking(sources, done) : cut_enlarging(sources, done);
+}
+
+// A step of the cycle, as ResizeTable says.
+void ResizeSteps::place(const Cut& cut, uint32_t number) {
+  steps_[number] = cut.step;
+  const uint32_t lanes = kernels_->lanes;
+  if (lanes != kResizeLanes) {
+    std::copy_n(cut.indices.data(), lanes, shuffles_.data() + size_t{number} * lanes);
+    return;
+  }
+  const uint32_t pair = number / 2, second = number % 2;
+  if (!shrinks_) {
+    std::copy_n(cut.indices.data(), lanes,
+                shuffles_.data() + (size_t{pair} * 2 + 1 - second) * lanes);
+    return;
+  }
+  uint8_t* const low = shuffles_.data() + (size_t{pair} * 4 + second) * lanes;
+  for (uint32_t i = 0; i < lanes; ++i) {
+    const uint32_t index = cut.indices[i];
+    low[i] = static_cast<uint8_t>(index < lanes ? index : 0x80);
+    low[2 * lanes + i] = static_cast<uint8_t>(index < lanes ? 0x80 : index - lanes);
   }
 }
 
-// Finds the source pixel of each result pixel, the last one first.
-void ResizeSteps::make_enlarging(const ResizeRule& rule) {
-  const auto old_bytes = static_cast<uint32_t>(rule.old_size) * pixel_bytes_;
-  if (old_bytes < kResizeLanes) return;
-  Array<uint32_t> sources;
-  if (!sources.allocate(static_cast<uint64_t>(rule.new_size)).ok()) return;
-  auto position = static_cast<uint32_t>(rule.new_size);
-  const uint32_t first = position - rule.reached;
-  for (auto i = static_cast<uint32_t>(rule.old_size); position > first;) {
-    for (uint32_t n = rule.count(--i); n > 0 && position > first; --n) {
-      // In place, a source pixel must not lie where results have been written before.
-      if (i >= position) return;
-      sources[--position] = i;
+// The steps until the pattern begins anew, or else all.
+void ResizeSteps::make_cycle(const ResizeSources& sources) {
+  cycle_ = cycle_bytes_ = 0;
+  const uint64_t pattern = sources.pattern * pixel_bytes_;
+  for (uint32_t done = 0; done < end_ - first_;) {
+    const Cut next = cut(sources, done);
+    if (!next.is_whole) break;
+    place(next, cycle_++);
+    done += next.step.count;
+    if (cycle_ % 2 == 0 && done % pattern == 0) {
+      cycle_bytes_ = static_cast<uint32_t>(done / pattern) * sources.pattern_sources * pixel_bytes_;
+      return;
     }
   }
-  cut_enlarging(sources, first, old_bytes);
+  cycle_ -= cycle_ % 2;
 }
 
-// Where each store of result comes from, from the right end to result pixel `first`.
-void ResizeSteps::cut_enlarging(const Array<uint32_t>& sources, uint32_t first,
-                                uint32_t old_bytes) {
-  const uint32_t first_byte = first * pixel_bytes_;
-  lanes_ = kResizeLanes;
-  if (!allocate((new_bytes_ - first_byte + kResizeLanes - 1) / kResizeLanes)) return;
-  const auto source = [&](uint32_t at) {
-    return sources[at / pixel_bytes_] * pixel_bytes_ + at % pixel_bytes_;
-  };
-  for (uint32_t end = new_bytes_; end > first_byte;) {
-    const uint32_t count = std::min(kResizeLanes, end - first_byte);
-    const uint32_t begin = end - count;
-    uint32_t lowest = source(begin);
-    for (uint32_t at = begin; at < end; ++at) lowest = std::min(lowest, source(at));
-    const uint32_t offset = std::min(lowest, old_bytes - kResizeLanes);
-    for (uint32_t at = begin; at < end; ++at) {
-      shuffles_[count_ * kResizeLanes + at - begin] = static_cast<uint8_t>(source(at) - offset);
-    }
-    steps_[count_++] = {offset, count};
-    last_ = count < kResizeLanes ? 1 : 0;
-    end = begin;
+// How many steps of cycles there are, and how many bytes they make.
+uint32_t ResizeSteps::count_whole() {
+  const uint32_t lanes = kernels_->lanes;
+  const uint32_t total = end_ - first_;
+  uint32_t made[2] = {};  // by all steps, and by all but the last
+  whole_ = 0;
+  while (cycle_ != 0 && total - made[0] >= lanes && (cycle_bytes_ != 0 || whole_ < cycle_)) {
+    const ResizeStep& step = steps_[whole_ % cycle_];
+    const uint64_t moved = uint64_t{whole_ / cycle_} * cycle_bytes_;
+    if (shrinks_ ? step.offset + moved + window() > old_bytes_ : step.offset < moved) break;
+    made[1] = made[0];
+    made[0] += step.count;
+    ++whole_;
+  }
+  const uint32_t odd = whole_ % 2;
+  whole_ -= odd;
+  return made[odd];
+}
+
+void ResizeSteps::make_last(const ResizeSources& sources, uint32_t done) {
+  for (last_ = 0; done < end_ - first_; ++last_) {
+    const Cut next = cut(sources, done);
+    steps_[cycle_ + last_] = next.step;
+    std::copy_n(next.indices.data(), kernels_->lanes,
+                last_shuffles_.data() + size_t{last_} * kernels_->lanes);
+    done += next.step.count;
   }
 }
 
 void ResizeSteps::run(const uint8_t* from, uint8_t* to) const {
-  const ResizeTable table{steps_.data(), shuffles_.data(), count_, last_};
-  if (!shrinks_) return enlarge_ssse3(table, from, to + new_bytes_);
-  return lanes_ == kResizeLanes ? shrink_ssse3(table, from, to) : shrink_avx512(table, from, to);
+  if (!moves_.empty()) return moves_.run(from, to);
+  const ResizeTable table{steps_.data(), shuffles_.data(),      cycle_, cycle_bytes_,
+                          whole_,        last_shuffles_.data(), last_};
+  return shrinks_ ? kernels_->shrink(table, from, to) : kernels_->enlarge(table, from, to + end_);
 }
 
 }  // namespace tavo::process

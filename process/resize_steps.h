@@ -5,7 +5,8 @@
 
 #include "base/buffer.h"
 #include "process/resize_kernels.h"
-#include "process/resize_rule.h"
+#include "process/resize_moves.h"
+#include "process/resize_sources.h"
 
 namespace tavo::process {
 
@@ -13,30 +14,47 @@ namespace tavo::process {
 // over rows, in place or from one to another.
 class ResizeSteps {
  public:
-  // Makes the table for pixels of 1 to 4 bytes and another width. There is none for rows shorter
-  // than a store, for processors that do not shuffle, and when memory is refused.
-  void make(const ResizeRule& rule, uint32_t pixel_bytes);
-  bool are_for(uint32_t pixel_bytes) const { return pixel_bytes_ == pixel_bytes; }
-  void forget() { pixel_bytes_ = 0; }
+  // Makes the table for pixels of 1 to 4 bytes. Where nothing shuffles, pixels are moved one by
+  // one. There is no table for plain processors and when memory is refused.
+  void make(const ResizeSources& sources, uint32_t pixel_bytes);
 
-  bool empty() const { return count_ == 0; }
-  // Writes the pixels that rule.reached counts. Not when empty.
+  void forget();
+
+  bool empty() const { return whole_ + last_ == 0 && moves_.empty(); }
+  // Writes the positions of the sources that it was made for. Not when empty.
   void run(const uint8_t* from, uint8_t* to) const;
 
  private:
-  void make_shrinking(const ResizeRule& rule);
-  void make_enlarging(const ResizeRule& rule);
-  void cut_enlarging(const Array<uint32_t>& sources, uint32_t first, uint32_t old_bytes);
+  struct Cut;
+
+  bool choose_kernels();
   bool allocate(uint32_t most);
+  // Of the source, for one shuffle.
+  uint32_t window() const { return shrinks_ ? 2 * kernels_->lanes : kernels_->lanes; }
+  uint32_t source_byte(const ResizeSources& sources, uint32_t at) const;
+  Cut cut_shrinking(const ResizeSources& sources, uint32_t done) const;
+  Cut cut_enlarging(const ResizeSources& sources, uint32_t done) const;
+  Cut cut(const ResizeSources& sources, uint32_t done) const;
+  void place(const Cut& cut, uint32_t number);
+  void make_cycle(const ResizeSources& sources);
+  uint32_t count_whole();
+  void make_last(const ResizeSources& sources, uint32_t done);
 
   uint32_t pixel_bytes_ = 0;
   bool shrinks_ = false;
-  uint32_t new_bytes_ = 0;  // of a row of the result
-  uint32_t lanes_ = 0;
-  uint32_t count_ = 0;
-  uint32_t last_ = 0;  // as in ResizeTable
+  const ResizeKernels* kernels_ = nullptr;
+  uint32_t old_bytes_ = 0;
+  uint32_t first_ = 0;  // what is written of the result, in bytes
+  uint32_t end_ = 0;
+  // As in ResizeTable.
+  uint32_t cycle_ = 0;
+  uint32_t cycle_bytes_ = 0;
+  uint32_t whole_ = 0;
+  uint32_t last_ = 0;
   Array<ResizeStep> steps_;
-  Array<uint8_t> shuffles_;
+  Buffer shuffles_;
+  Buffer last_shuffles_;
+  ResizeMoves moves_;
 };
 
 }  // namespace tavo::process
