@@ -2,6 +2,7 @@
 // makes as many steps as it has lanes.
 
 // The bytes of a pair of steps are chosen, and stored, in one go by vectors of two lanes.
+template <bool kFull>
 void shrink_pair(const ResizeStep* step, const uint8_t* shuffles, const uint8_t* from,
                  uint8_t*& to) {
   for (size_t i = 0; i < 2; i += kLanes) {
@@ -10,6 +11,11 @@ void shrink_pair(const ResizeStep* step, const uint8_t* shuffles, const uint8_t*
     const V low = shuffle8(load_lanes(a, b), load(shuffles + i * 16));
     const V high = shuffle8(load_lanes(a + 16, b + 16), load(shuffles + 32 + i * 16));
     const V result = low | high;
+    if constexpr (kFull) {
+      store(to, result);
+      to += kBytes;
+      continue;
+    }
     sse2::store(to, lane<0>(result));
     to += step[i].count;
     if constexpr (kLanes == 2) {
@@ -17,6 +23,21 @@ void shrink_pair(const ResizeStep* step, const uint8_t* shuffles, const uint8_t*
       to += step[i + 1].count;
     }
   }
+}
+
+template <bool kFull>
+void shrink_whole(const ResizeTable& table, const uint8_t* from, uint8_t*& to) {
+  uint8_t* out = to;
+  for (uint32_t left = table.whole; left > 0; from += table.cycle_bytes) {
+    const uint32_t steps = std::min(left, table.cycle);
+    const ResizeStep* const end = table.steps + steps;
+    const uint8_t* shuffles = table.shuffles;
+    for (const ResizeStep* step = table.steps; step != end; step += 2, shuffles += 64) {
+      shrink_pair<kFull>(step, shuffles, from, out);
+    }
+    left -= steps;
+  }
+  to = out;
 }
 
 // `back` is how far the cycles before have gone.
@@ -33,14 +54,7 @@ void enlarge_pair(const ResizeStep* step, const uint8_t* shuffles, const uint8_t
 }
 
 void shrink(ResizeTable table, const uint8_t* from, uint8_t* to) {
-  const uint8_t* base = from;
-  for (uint32_t left = table.whole; left > 0; base += table.cycle_bytes) {
-    const uint32_t steps = std::min(left, table.cycle);
-    for (uint32_t s = 0; s < steps; s += 2) {
-      shrink_pair(table.steps + s, table.shuffles + size_t{s} * 32, base, to);
-    }
-    left -= steps;
-  }
+  table.are_full ? shrink_whole<true>(table, from, to) : shrink_whole<false>(table, from, to);
   const ResizeStep* step = table.steps + table.cycle;
   const uint8_t* shuffle = table.last_shuffles;
   for (uint32_t i = 0; i < table.last; ++i, ++step, shuffle += kResizeLanes) {
@@ -52,8 +66,10 @@ void enlarge(ResizeTable table, const uint8_t* from, uint8_t* end) {
   uint32_t back = 0;
   for (uint32_t left = table.whole; left > 0; back += table.cycle_bytes) {
     const uint32_t steps = std::min(left, table.cycle);
-    for (uint32_t s = 0; s < steps; s += 2) {
-      enlarge_pair(table.steps + s, table.shuffles + size_t{s} * 16, from, back, end);
+    const ResizeStep* const steps_end = table.steps + steps;
+    const uint8_t* shuffles = table.shuffles;
+    for (const ResizeStep* step = table.steps; step != steps_end; step += 2, shuffles += 32) {
+      enlarge_pair(step, shuffles, from, back, end);
     }
     left -= steps;
   }

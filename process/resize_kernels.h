@@ -34,6 +34,7 @@ struct ResizeTable {
   uint32_t cycle = 0;
   uint32_t cycle_bytes = 0;
   uint32_t whole = 0;
+  bool are_full = false;  // whether all bytes that the steps of the cycle make hold
   const uint8_t* last_shuffles = nullptr;
   uint32_t last = 0;
 };

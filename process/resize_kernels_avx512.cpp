@@ -15,17 +15,24 @@ V shrink_step(const uint8_t* window, const uint8_t* shuffle) {
   return permute8(load(window), load(window + kBytes), load(shuffle));
 }
 
-void shrink(ResizeTable table, const uint8_t* from, uint8_t* to) {
-  const uint8_t* base = from;
-  for (uint32_t left = table.whole; left > 0; base += table.cycle_bytes) {
+template <bool kFull>
+void shrink_whole(const ResizeTable& table, const uint8_t* from, uint8_t*& to) {
+  uint8_t* out = to;
+  for (uint32_t left = table.whole; left > 0; from += table.cycle_bytes) {
     const uint32_t steps = std::min(left, table.cycle);
+    const ResizeStep* const end = table.steps + steps;
     const uint8_t* shuffle = table.shuffles;
-    for (uint32_t s = 0; s < steps; ++s, shuffle += kBytes) {
-      store(to, shrink_step(base + table.steps[s].offset, shuffle));
-      to += table.steps[s].count;
+    for (const ResizeStep* step = table.steps; step != end; ++step, shuffle += kBytes) {
+      store(out, shrink_step(from + step->offset, shuffle));
+      out += kFull ? kBytes : step->count;
     }
     left -= steps;
   }
+  to = out;
+}
+
+void shrink(ResizeTable table, const uint8_t* from, uint8_t* to) {
+  table.are_full ? shrink_whole<true>(table, from, to) : shrink_whole<false>(table, from, to);
   const ResizeStep* step = table.steps + table.cycle;
   for (uint32_t i = 0; i < table.last; ++i, ++step) {
     const V result = shrink_step(from + step->offset, table.last_shuffles + i * kBytes);
@@ -39,8 +46,9 @@ void enlarge(ResizeTable table, const uint8_t* from, uint8_t* end) {
   for (uint32_t left = table.whole; left > 0; back += table.cycle_bytes) {
     const uint32_t steps = std::min(left, table.cycle);
     const uint8_t* shuffle = table.shuffles;
-    for (uint32_t s = 0; s < steps; ++s, shuffle += kBytes) {
-      const V window = load(from + (table.steps[s].offset - back));
+    const ResizeStep* const steps_end = table.steps + steps;
+    for (const ResizeStep* step = table.steps; step != steps_end; ++step, shuffle += kBytes) {
+      const V window = load(from + (step->offset - back));
       store(end -= kBytes, permute8(window, load(shuffle)));
     }
     left -= steps;

@@ -117,11 +117,13 @@ void ResizeSteps::place(const Cut& cut, uint32_t number) {
 // The steps until the pattern begins anew, or else all.
 void ResizeSteps::make_cycle(const ResizeSources& sources) {
   cycle_ = cycle_bytes_ = 0;
+  are_full_ = true;
   const uint64_t pattern = sources.pattern * pixel_bytes_;
   for (uint32_t done = 0; done < end_ - first_;) {
     const Cut next = cut(sources, done);
     if (!next.is_whole) break;
     place(next, cycle_++);
+    are_full_ = are_full_ && next.step.count == kernels_->lanes;
     done += next.step.count;
     if (cycle_ % 2 == 0 && done % pattern == 0) {
       cycle_bytes_ = static_cast<uint32_t>(done / pattern) * sources.pattern_sources * pixel_bytes_;
@@ -162,8 +164,14 @@ void ResizeSteps::make_last(const ResizeSources& sources, uint32_t done) {
 
 void ResizeSteps::run(const uint8_t* from, uint8_t* to) const {
   if (!moves_.empty()) return moves_.run(from, to);
-  const ResizeTable table{steps_.data(), shuffles_.data(),      cycle_, cycle_bytes_,
-                          whole_,        last_shuffles_.data(), last_};
+  const ResizeTable table{.steps = steps_.data(),
+                          .shuffles = shuffles_.data(),
+                          .cycle = cycle_,
+                          .cycle_bytes = cycle_bytes_,
+                          .whole = whole_,
+                          .are_full = are_full_,
+                          .last_shuffles = last_shuffles_.data(),
+                          .last = last_};
   return shrinks_ ? kernels_->shrink(table, from, to) : kernels_->enlarge(table, from, to + end_);
 }
 

@@ -50,6 +50,7 @@ class ResizeSteps {
   uint32_t cycle_ = 0;
   uint32_t cycle_bytes_ = 0;
   uint32_t whole_ = 0;
+  bool are_full_ = false;
   uint32_t last_ = 0;
   Array<ResizeStep> steps_;
   Buffer shuffles_;
