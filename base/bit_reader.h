@@ -21,23 +21,23 @@ enum class BitOrder : uint8_t {
 // OR in bytes that are partly there already, and needs no loop.
 //
 // 64 bits on every target: one refill then serves four codes of LZW, a whole match of Deflate, a
-// pair of CCITT runs. JPEG, whose longest step is 16 bits, takes a machine word.
+// pair of CCITT runs. JPEG, whose longest step is 16 bits, takes a machine word. Where that has 32
+// bits, shifts of both halves and refills by one are cheaper than those of 64 bits.
 template <BitOrder kOrder, class Word = uint64_t>
 struct BitRegister {
   static constexpr bool kIsLowFirst = kOrder == BitOrder::kLowFirst;
   static constexpr uint32_t kWordBits = 8 * sizeof(Word);
   // As many are there at least after a refill.
   static constexpr uint32_t kRefilledBits = kWordBits - 8;
+  static constexpr bool kIsDouble = sizeof(Word) > sizeof(uintptr_t);
+  static constexpr uint32_t kHalf = kWordBits / 2;
 
   Word held = 0;
   uint32_t count = 0;
 
-  static Word load(const uint8_t* bytes) {
-    if constexpr (sizeof(Word) == 8) {
-      return kIsLowFirst ? load_le64(bytes) : load_be64(bytes);
-    } else {
-      return kIsLowFirst ? load_le32(bytes) : load_be32(bytes);
-    }
+  template <class T = Word>
+  static T load(const uint8_t* bytes) {
+    return kIsLowFirst ? load_native<T>(bytes) : load_be<T>(bytes);
   }
 
   // Adds as many of the bytes at `next` as there is room for; `bytes` is load(next).
@@ -49,6 +49,18 @@ struct BitRegister {
     }
     next += (kWordBits - 1 - count) >> 3;
     count |= kRefilledBits;  // (count + 8 * bytes added), as count % 8 stays
+  }
+
+  // Of a double word, where less than half of it is held: adds `bytes`, load<uint32_t>(next).
+  void refill_half(uint32_t bytes, const uint8_t*& next) {
+    const uint32_t behind = kHalf - 1 - count;
+    if constexpr (kIsLowFirst) {
+      held |= join(bytes >> 1 >> behind, bytes << count);
+    } else {
+      held |= join(bytes >> count, bytes << 1 << behind);
+    }
+    next += sizeof(uint32_t);
+    count += kHalf;
   }
 
   // Adds a byte when there is room for it: below kRefilledBits.
@@ -71,13 +83,19 @@ struct BitRegister {
     later.drop(skipped);
     return later.peek(n);
   }
+  // `n` is below kHalf.
   void drop(uint32_t n) {
-    if constexpr (kIsLowFirst) {
+    count -= n;
+    if constexpr (kIsDouble) {
+      const auto high = static_cast<uint32_t>(held >> kHalf), low = static_cast<uint32_t>(held);
+      const uint32_t rest = kHalf - 1 - n;
+      held = kIsLowFirst ? join(high >> n, low >> n | high << 1 << rest)
+                         : join(high << n | low >> 1 >> rest, low << n);
+    } else if constexpr (kIsLowFirst) {
       held >>= n;
     } else {
       held <<= n;
     }
-    count -= n;
   }
   uint32_t take(uint32_t n) {
     const uint32_t value = peek(n);
@@ -86,6 +104,9 @@ struct BitRegister {
   }
   // Drops what is left of a byte.
   void drop_to_byte() { drop(count % 8); }
+
+ private:
+  static Word join(uint32_t high, uint32_t low) { return Word{high} << kHalf | low; }
 };
 
 // Reads the bits of a ByteSource. Behind the end of the data (a failed read counts as one) there
@@ -130,7 +151,20 @@ class BitReader {
       b = refill_slowly(b);
     }
   }
-  // The same where has_word().
+  // Brings kStepBits or more, in less time where words are double.
+  static constexpr uint32_t kStepBits = Bits::kIsDouble ? Bits::kHalf : Bits::kRefilledBits;
+  void refill_step(Bits& b) {
+    if constexpr (!Bits::kIsDouble) return refill(b);
+    if (b.count >= kStepBits) return;
+    if (b.has_word()) [[likely]] {
+      auto bytes = b.template load<uint32_t>(b.next);
+      if (kMayMirror && mirrors_) bytes = static_cast<uint32_t>(mirror_bits(bytes));
+      b.refill_half(bytes, b.next);
+    } else {
+      b = refill_slowly(b);
+    }
+  }
+  // As refill(), where has_word().
   void refill_fast(Bits& b) const {
     uint64_t bytes = b.load(b.next);
     if (kMayMirror && mirrors_) bytes = mirror_bits(bytes);

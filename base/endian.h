@@ -49,6 +49,21 @@ inline void store_be64(uint8_t* bytes, uint64_t value) {
   store_native(bytes, __builtin_bswap64(value));
 }
 
+// By the size of an unsigned T.
+template <class T>
+inline T load_be(const uint8_t* bytes) {
+  if constexpr (sizeof(T) == 8) return load_be64(bytes);
+  return static_cast<T>(load_be32(bytes));
+}
+template <class T>
+inline void store_be(uint8_t* bytes, T value) {
+  if constexpr (sizeof(T) == 8) {
+    store_be64(bytes, value);
+  } else {
+    store_be32(bytes, value);
+  }
+}
+
 // The bits of each byte in reverse, as TIFF's FillOrder 2 and some fax boards have them.
 inline uint64_t mirror_bits(uint64_t v) {
   v = (v >> 1 & 0x5555555555555555u) | (v & 0x5555555555555555u) << 1;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/vector_sse2.h"
 #include "codec/ccitt_decode_tables.h"
 #include "codec/ccitt_paint.h"
 
@@ -13,13 +14,11 @@ namespace tavo::ccitt {
 namespace {
 
 constexpr uint32_t kCopyBlock = 8;
-// V0 codes taken at once.
-constexpr uint32_t kMaxOnes = 48;
+// V0 codes taken at once; the code behind them is still among the bits of one refill.
+constexpr uint32_t kMaxOnes = (Reader::kStepBits - kModeBits) / kCopyBlock * kCopyBlock;
 // Entries that one step of a row may write: the copied changes and those of a mode.
 constexpr size_t kStepEntries = 64;
-static_assert(kMaxOnes + 2 <= kStepEntries);
-// The code behind them is still among the bits of one refill.
-static_assert(kMaxOnes + kModeBits <= BitRegister<BitOrder::kHighFirst>::kRefilledBits);
+static_assert(kMaxOnes + 2 <= kStepEntries && 2 * kRunBits <= Reader::kStepBits);
 // flip_pixels works on words: up to 8 bytes from the one of the row's end on.
 constexpr size_t kRowSlack = 16;
 // Entries of the first list; pages have far fewer, halftones may have as many as pixels.
@@ -118,7 +117,7 @@ void Decoder::finish_row(size_t changes) {
 // the terminating code (T.4, 4.1.1). kept: make-up codes are taken in any number and order.
 bool Decoder::read_run(Bits& bits, uint32_t& position, bool is_black) {
   for (;;) {
-    reader_.refill(bits);
+    reader_.refill_step(bits);
     const uint32_t entry = kRunTables[is_black][bits.peek(kRunBits)];
     if (RunEntry::length(entry) == 0) return false;
     bits.drop(RunEntry::length(entry));
@@ -161,7 +160,7 @@ Decoder::Outcome Decoder::decode_1d() {
       changes = current_->data();
       limit = current_->capacity();
     }
-    reader_.refill(bits);
+    reader_.refill_step(bits);
     const uint32_t white = kRunTables[0][bits.peek(kRunBits)];
     const uint32_t black = kRunTables[1][bits.peek_behind(RunEntry::length(white), kRunBits)];
     const uint32_t a1 = a0 + RunEntry::run(white);
@@ -240,14 +239,19 @@ struct Decoder::Row2d {
 // Whole blocks are copied, what is too much is written over later. They are read up to a block
 // behind b + to_end, and written up to kMaxOnes from `count` on.
 inline bool Decoder::Row2d::copy_changes() {
+  constexpr auto copy_block = [](uint32_t* to, const uint32_t* from) {
+    sse2::store(to, sse2::load(from));
+    sse2::store(to + kCopyBlock / 2, sse2::load(from + kCopyBlock / 2));
+  };
   static_assert(ChangeList::kBack > 2 + kCopyBlock && kMaxOnes % kCopyBlock == 0);
-  const auto ones =
-      static_cast<uint32_t>(std::countl_zero(~bits.held | uint64_t{1} << (63 - kMaxOnes)));
+  const auto next = static_cast<uintptr_t>(bits.held >> (64 - 8 * sizeof(uintptr_t)));
+  const auto ones = static_cast<uint32_t>(
+      std::countl_zero(~next | uintptr_t{1} << (8 * sizeof(uintptr_t) - 1 - kMaxOnes)));
   const size_t to_end = b < above_count ? above_count - b + 1 : 1;  // V0 codes up to the row's end
-  std::memcpy(changes + count, above + b, kCopyBlock * sizeof(uint32_t));
+  copy_block(changes + count, above + b);
   const size_t copied = std::min<size_t>(ones, to_end);
   for (size_t i = kCopyBlock; i < copied; i += kCopyBlock) {
-    std::memcpy(changes + count + i, above + b + i, kCopyBlock * sizeof(uint32_t));
+    copy_block(changes + count + i, above + b + i);
   }
   if (ones >= to_end) {
     bits.drop(static_cast<uint32_t>(to_end));
@@ -299,7 +303,7 @@ inline Decoder::Outcome Decoder::Row2d::vertical(const ModeEntry& mode) {
 // first pixel on, not from the imaginary one before it (4.2.1.3.4).
 inline Decoder::Outcome Decoder::Row2d::horizontal(Decoder& decoder) {
   bits.drop(kHorizontal.length);
-  decoder.reader_.refill(bits);
+  decoder.reader_.refill_step(bits);
   const uint32_t first = kRunTables[is_black()][bits.peek(kRunBits)];
   const uint32_t second =
       kRunTables[!is_black()][bits.peek_behind(RunEntry::length(first), kRunBits)];
@@ -348,7 +352,7 @@ Decoder::Outcome Decoder::decode_2d() {
       r.changes = current_->data();
       limit = current_->capacity();
     }
-    reader_.refill(r.bits);
+    reader_.refill_step(r.bits);
     if (r.copy_changes()) {
       outcome = Outcome::kRow;
       break;

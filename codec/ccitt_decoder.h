@@ -20,6 +20,9 @@ enum class Coding : uint8_t {
   kGroup4,      // T.6
 };
 
+// Codes begin with their most significant bit; reversed streams have mirrored bytes.
+using Reader = BitReader<BitOrder::kHighFirst, true>;
+
 // A row as the positions of its colour changes: entry 0 is the first black pixel, entry 1 the
 // white one after it, and so on, strictly ascending and below the width; behind them the width,
 // as often as a decoder can step past it. Entry -1 is readable and 0.
@@ -73,8 +76,6 @@ class Decoder {
   }
 
  private:
-  // Codes begin with their most significant bit; `is_reversed` streams have mirrored bytes.
-  using Reader = BitReader<BitOrder::kHighFirst, true>;
   using Bits = Reader::Bits;
 
   // How a row, or a step of one, ended. kTooLong: there are more pixels than a row has.

@@ -46,6 +46,7 @@ Status Decoder::decode_row(std::span<uint8_t> row) {
 // code that is not there may be the beginning of one that was cut).
 Status Decoder::stop(Status status) {
   constexpr uint32_t kLongestCode = 13;
+  reader_.refill(reader_.bits);
   if (status == kBadData && !reader_.has(reader_.bits, kLongestCode)) status = kReadError;
   if (!source_->failure().ok()) status = source_->failure();
   failure_ = status;
