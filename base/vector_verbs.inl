@@ -23,6 +23,8 @@ TAVO_BINARY(sub16, sub_epi16)
 TAVO_BINARY(sub32, sub_epi32)
 TAVO_BINARY(add8_clamped, adds_epu8)  // unsigned
 TAVO_BINARY(sub8_clamped, subs_epu8)
+TAVO_BINARY(sub8, sub_epi8)
+TAVO_BINARY(min8_unsigned, min_epu8)
 TAVO_BINARY(max8_unsigned, max_epu8)
 TAVO_BINARY(max16, max_epi16)
 TAVO_BINARY(min16, min_epi16)
@@ -30,6 +32,7 @@ TAVO_BINARY(multiply16, mullo_epi16)
 TAVO_BINARY(multiply_high16, mulhi_epi16)  // the upper halves of the products
 TAVO_BINARY(multiply_high16_unsigned, mulhi_epu16)
 TAVO_BINARY(multiply_add16, madd_epi16)  // 32-bit sums of neighbours' products
+TAVO_BINARY(multiply_even32_unsigned, mul_epu32)  // 64-bit products of elements 0, 2, ...
 TAVO_BINARY(equal8, cmpeq_epi8)          // all bits are set where it is so
 TAVO_BINARY(equal16, cmpeq_epi16)
 TAVO_BINARY(equal32, cmpeq_epi32)
@@ -60,6 +63,13 @@ TAVO_SHIFT(shift_right64, srli_epi64)
 
 TAVO_INLINE V shift_right16_signed(V v, int count) {
   return TAVO_MM(sra_epi16)(v, _mm_cvtsi32_si128(count));
+}
+
+TAVO_INLINE V shift_right32_signed(V v, int count) {
+  return TAVO_MM(sra_epi32)(v, _mm_cvtsi32_si128(count));
+}
+TAVO_INLINE V shift_right64(V v, int count) {
+  return TAVO_MM(srl_epi64)(v, _mm_cvtsi32_si128(count));
 }
 
 // Bit k is the top bit of element k.

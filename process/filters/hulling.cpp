@@ -1,40 +1,27 @@
 #include "process/filters/hulling.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/checked.h"
+#include "process/filters/row_kernels.h"
 
 namespace tavo::process {
 
 namespace {
 
-// Raises what lies below its neighbours `a` and `c` by one, where the rule says so.
-uint8_t raised(uint32_t rule, int32_t a, int32_t b, int32_t c) {
-  bool raises = false;
-  switch (rule) {
-    case 0:
-      raises = a >= b + 2;
-      break;
-    case 1:
-      raises = a > b && b <= c;
-      break;
-    case 2:
-      raises = c > b && b <= a;
-      break;
-    default:
-      raises = c >= b + 2;
-      break;
-  }
-  return static_cast<uint8_t>(b + (raises ? 1 : 0));
-}
-
-void raise_row(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
-               size_t count) {
-  for (size_t i = 0; i < count; ++i) out[i] = raised(rule, a[i], b[i], c[i]);
-}
-
 void invert_row(uint8_t* row, size_t count) {
   for (size_t i = 0; i < count; ++i) row[i] = static_cast<uint8_t>(~row[i]);
+}
+
+struct Neighbours {
+  const uint8_t* a;
+  const uint8_t* here;
+  const uint8_t* c;
+};
+// One pixel alone.
+void raise_pixel(uint32_t rule, Neighbours from, uint8_t* out, size_t bytes) {
+  kRowKernelsPlain.raise(rule, from.a, from.here, from.c, out, bytes);
 }
 
 struct Direction {
@@ -77,10 +64,12 @@ Status Hulling::pull(uint32_t step, uint8_t* row) {
   const uint8_t* const c = below != nullptr ? below + shift : here;
   const uint32_t rule = number % 4;
   const size_t rest = row_bytes_ - shift;
-  raise_row(rule, here, here, c, row, shift);
-  if (rest > shift) raise_row(rule, a + shift, here + shift, c + shift, row + shift, rest - shift);
-  raise_row(rule, a + rest, here + rest, here + rest, row + rest, shift);
-  if (row_bytes_ == shift) raise_row(rule, here, here, here, row, shift);
+  const auto raise = row_kernels().raise;
+  raise(rule, a, here, c, row, row_bytes_);
+  if (shift != 0) {
+    raise_pixel(rule, {here, here, rest != 0 ? c : here}, row, shift);
+    raise_pixel(rule, {(rest != 0 ? a : here) + rest, here + rest, here + rest}, row + rest, shift);
+  }
   if (number % 16 == 15) invert_row(row, row_bytes_);
   return kOk;
 }

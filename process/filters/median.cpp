@@ -5,6 +5,7 @@
 #include "process/filters/filter.h"
 #include "process/filters/filters.h"
 #include "process/filters/median_columns.h"
+#include "process/filters/row_kernels.h"
 #include "process/whole_picture.h"
 
 namespace tavo::process {
@@ -34,6 +35,31 @@ class Median final : public Filter {
   bool has_begun_ = false;
   RowBand band_;
   MedianColumns columns_;
+};
+
+// Of 3 x 3 and 5 x 5, by networks of exchanges.
+class SmallMedian final : public Filter {
+ public:
+  explicit SmallMedian(uint32_t size) : size_(size) {}
+
+  Status start(RowSource& source, const WorkLayout& layout) override {
+    step_ = layout.step;
+    row_bytes_ = layout.row_bytes;
+    return band_.start(source, layout, size_ / 2, size_ / 2);
+  }
+
+  Status next(uint8_t* row) override {
+    TRY(band_.advance());
+    const auto median = size_ == 3 ? row_kernels().median3 : row_kernels().median5;
+    median(band_.rows(), step_, row_bytes_, row);
+    return kOk;
+  }
+
+ private:
+  uint32_t size_;
+  size_t step_ = 0;
+  size_t row_bytes_ = 0;
+  RowBand band_;
 };
 
 // Bits as bytes.
@@ -94,6 +120,10 @@ Status median_filter_bitmap(BitmapHandle& bitmap, int32_t size) {
   if (bitmap.BitsPerPixel == 1) {
     Majority majority(static_cast<uint32_t>(size));
     return filter_bitmap(bitmap, majority, Bits::kKept);
+  }
+  if (size <= 5) {
+    SmallMedian median(static_cast<uint32_t>(size));
+    return filter_bitmap(bitmap, median);
   }
   Median median(static_cast<uint32_t>(size));
   return filter_bitmap(bitmap, median);

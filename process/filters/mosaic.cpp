@@ -19,7 +19,7 @@ class Mosaic final : public Filter {
     step_ = layout.step;
     width_ = layout.width;
     rows_left_ = layout.height;
-    TRY(sums_.allocate((uint64_t{width_} / size_ + 1) * step_));
+    TRY(columns_.allocate(layout.row_bytes));
     return cells_.allocate(layout.row_bytes);
   }
 
@@ -33,31 +33,29 @@ class Mosaic final : public Filter {
  private:
   // Takes the rows of the next cells; all of them get one row.
   Status make_cells() {
-    std::ranges::fill(sums_.items(), uint64_t{0});
+    std::ranges::fill(columns_.items(), 0u);
     repeats_ = std::min(size_, rows_left_);
     rows_left_ -= repeats_;
+    uint32_t* const columns = columns_.data();
     for (uint32_t y = 0; y < repeats_; ++y) {
       TRY(source_->next(cells_.data()));
-      for_each_cell([this](uint8_t* cell, uint32_t width, uint64_t* sums) {
-        for (size_t i = 0; i < width * step_; ++i) sums[i % step_] += cell[i];
-      });
+      const uint8_t* const row = cells_.data();
+      for (size_t i = 0; i < columns_.size(); ++i) columns[i] += row[i];
     }
-    for_each_cell([this](uint8_t* cell, uint32_t width, const uint64_t* sums) {
-      const uint64_t area = uint64_t{width} * repeats_;
-      for (size_t c = 0; c < step_; ++c) {
-        cell[c] = static_cast<uint8_t>((2 * sums[c] + area) / (2 * area));
-      }
-      for (size_t i = step_; i < width * step_; ++i) cell[i] = cell[i - step_];
-    });
+    for (uint32_t x = 0; x < width_; x += size_) make_cell(x, std::min(size_, width_ - x));
     return kOk;
   }
 
-  template <class Cell>
-  void for_each_cell(const Cell& cell) {
-    uint64_t* sums = sums_.data();
-    for (uint32_t x = 0; x < width_; x += size_, sums += step_) {
-      cell(cells_.data() + x * step_, std::min(size_, width_ - x), sums);
+  void make_cell(uint32_t x, uint32_t width) {
+    const uint32_t* const columns = columns_.data() + x * step_;
+    uint8_t* const cell = cells_.data() + x * step_;
+    const uint64_t area = uint64_t{width} * repeats_;
+    for (size_t channel = 0; channel < step_; ++channel) {
+      uint64_t sum = 0;
+      for (size_t i = channel; i < width * step_; i += step_) sum += columns[i];
+      cell[channel] = static_cast<uint8_t>((2 * sum + area) / (2 * area));
     }
+    for (size_t i = step_; i < width * step_; ++i) cell[i] = cell[i - step_];
   }
 
   uint32_t size_;
@@ -65,8 +63,8 @@ class Mosaic final : public Filter {
   size_t step_ = 0;
   uint32_t width_ = 0;
   uint32_t rows_left_ = 0;
-  uint32_t repeats_ = 0;  // rows that the cells still have
-  Array<uint64_t> sums_;
+  uint32_t repeats_ = 0;     // rows that the cells still have
+  Array<uint32_t> columns_;  // of 32767 bytes at most
   Buffer cells_;
 };
 

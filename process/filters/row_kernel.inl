@@ -1,0 +1,163 @@
+// The row loops of filters, compiled for each instruction set.
+
+inline void order(V& a, V& b) {
+  const V least = min8_unsigned(a, b);
+  b = max8_unsigned(a, b);
+  a = least;
+}
+inline V middle(V a, V b, V c) {
+  return max8_unsigned(min8_unsigned(a, b), min8_unsigned(max8_unsigned(a, b), c));
+}
+
+// Sorted columns: the middle one of nine is that of the greatest of the least, the middle one of
+// the middle ones and the least of the greatest.
+void median3(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out) {
+  for (size_t i = 0; i < count; i += kBytes) {
+    V least = {}, central[3], greatest = ~V{};
+    for (size_t k = 0; k < 3; ++k) {
+      const size_t at = i + k * step;
+      V a = load(rows[0] + at - step), b = load(rows[1] + at - step), c = load(rows[2] + at - step);
+      order(a, b);
+      order(b, c);
+      order(a, b);
+      least = max8_unsigned(least, a);
+      central[k] = b;
+      greatest = min8_unsigned(greatest, c);
+    }
+    store(out + i, middle(least, middle(central[0], central[1], central[2]), greatest));
+  }
+}
+
+// Nine exchanges: the fewest for five.
+inline void sort5(V (&v)[5]) {
+  order(v[0], v[3]), order(v[1], v[4]);
+  order(v[0], v[2]), order(v[1], v[3]);
+  order(v[0], v[1]), order(v[2], v[4]);
+  order(v[1], v[2]), order(v[3], v[4]);
+  order(v[2], v[3]);
+}
+
+// Of what may be the middle one the least and the greatest cannot, as long as one more than half of
+// all are at hand: they go, and the next comes. kHere are at hand, from kNext on come the others.
+template <size_t kHere, size_t kNext, size_t kCount>
+inline V middle_of(V (&v)[kCount]) {
+  for (size_t i = 0; i < kHere / 2; ++i) order(v[i], v[kHere - 1 - i]);
+  for (size_t i = 1; i < (kHere + 1) / 2; ++i) order(v[0], v[i]);
+  for (size_t i = kHere / 2; i < kHere - 1; ++i) order(v[i], v[kHere - 1]);
+  if constexpr (kHere == 3) {
+    return v[1];
+  } else {
+    v[0] = v[kNext];
+    return middle_of<kHere - 1, kNext + 1>(v);
+  }
+}
+
+// In columns that are sorted, and then rows, the thirteen around the diagonal may be the middle one;
+// as many of the others are less as are greater.
+inline V middle_of_columns(const V (&columns)[5][5]) {
+  V rows[5][5];
+  for (size_t y = 0; y < 5; ++y) {
+    for (size_t x = 0; x < 5; ++x) rows[y][x] = columns[x][y];
+    sort5(rows[y]);
+  }
+  V left[13] = {rows[0][3], rows[0][4], rows[1][2], rows[1][3], rows[1][4], rows[2][1], rows[2][2],
+                rows[2][3], rows[3][0], rows[3][1], rows[3][2], rows[4][0], rows[4][1]};
+  return middle_of<8, 8>(left);
+}
+
+void median5(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out) {
+  constexpr size_t kPiece = 1024;
+  alignas(kBytes) uint8_t sorted[5][kPiece + 2 * kRowSlack];
+  for (size_t first = 0; first < count; first += kPiece) {
+    const size_t bytes = std::min(kPiece, count - first);
+    const size_t before = 2 * step;  // where the columns of the first pixel's window begin
+    for (size_t i = 0; i < bytes + 2 * before; i += kBytes) {
+      V v[5];
+      for (size_t y = 0; y < 5; ++y) v[y] = load(rows[y] + first + i - before);
+      sort5(v);
+      for (size_t y = 0; y < 5; ++y) store(sorted[y] + i, v[y]);
+    }
+    for (size_t i = 0; i < bytes; i += kBytes) {
+      V columns[5][5];
+      for (size_t x = 0; x < 5; ++x) {
+        for (size_t y = 0; y < 5; ++y) columns[x][y] = load(sorted[y] + i + x * step);
+      }
+      store(out + first + i, middle_of_columns(columns));
+    }
+  }
+}
+
+// 32-bit elements, of a lane of bytes four after four.
+struct Sums {
+  V v[4];
+};
+
+inline V divide(V sums, const Division& division, bool is_absolute) {
+  if (is_absolute) {
+    const V sign = shift_right32_signed<31>(sums);
+    sums = sub32(sums ^ sign, sign);
+  }
+  sums = add32(sums, splat32(static_cast<uint32_t>(division.add)));
+  if (division.multiplier == 0) return shift_right32_signed(sums, division.shift);
+  const V most = splat32(static_cast<uint32_t>(division.most));
+  const V above = greater32(sums, most);
+  sums = ((sums & ~above) | (most & above)) & ~shift_right32_signed<31>(sums);
+  const V multiplier = splat32(division.multiplier);
+  const V even = multiply_even32_unsigned(sums, multiplier);
+  const V odd = multiply_even32_unsigned(shift_right64<32>(sums), multiplier);
+  return shift_right64(even, division.shift) |
+         shift_left64<32>(shift_right64(odd, division.shift));
+}
+
+inline void add_pair(Sums& sums, V bytes_low, V bytes_high, V coefficients) {
+  const auto add = [coefficients](V& sum, V pairs) {
+    sum = add32(sum, multiply_add16(pairs, coefficients));
+  };
+  add(sums.v[0], unpack_low8(bytes_low, V{}));
+  add(sums.v[1], unpack_high8(bytes_low, V{}));
+  add(sums.v[2], unpack_low8(bytes_high, V{}));
+  add(sums.v[3], unpack_high8(bytes_high, V{}));
+}
+
+void weigh(const Tap* taps, size_t tap_count, const Division& division, bool is_absolute,
+           size_t count, uint8_t* out) {
+  for (size_t i = 0; i < count; i += kBytes) {
+    Sums sums = {};
+    for (size_t k = 0; k < tap_count; k += 2) {
+      const V a = load(taps[k].at + i);
+      const V b = load(taps[k + 1].at + i);
+      add_pair(sums, unpack_low8(a, b), unpack_high8(a, b),
+               splat_pairs16(taps[k].coefficient, taps[k + 1].coefficient));
+    }
+    const auto divided = [&](size_t part) { return divide(sums.v[part], division, is_absolute); };
+    store(out + i, pack16_unsigned(pack32(divided(0), divided(1)), pack32(divided(2), divided(3))));
+  }
+}
+
+// Differences of unsigned bytes stop at 0.
+inline V is_zero(V v) { return equal8(v, V{}); }
+inline V is_above(V a, V b) { return ~is_zero(sub8_clamped(a, b)); }
+inline V is_well_above(V a, V b) { return ~is_zero(sub8_clamped(sub8_clamped(a, b), splat8(1))); }
+
+// What rises by one: bytes whose bits are all set.
+template <uint32_t kRule>
+inline V rises(V a, V b, V c) {
+  if constexpr (kRule == 0) return is_well_above(a, b);
+  if constexpr (kRule == 1) return is_above(a, b) & ~is_above(b, c);
+  if constexpr (kRule == 2) return is_above(c, b) & ~is_above(b, a);
+  return is_well_above(c, b);
+}
+
+template <uint32_t kRule>
+void raise_by(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out, size_t count) {
+  for (size_t i = 0; i < count; i += kBytes) {
+    const V here = load(b + i);
+    store(out + i, sub8(here, rises<kRule>(load(a + i), here, load(c + i))));
+  }
+}
+
+void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
+           size_t count) {
+  constexpr decltype(&raise_by<0>) kRules[] = {raise_by<0>, raise_by<1>, raise_by<2>, raise_by<3>};
+  kRules[rule](a, b, c, out, count);
+}

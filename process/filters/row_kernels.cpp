@@ -1,0 +1,62 @@
+// The plain loops, the judge of the vector code.
+#include "process/filters/row_kernels.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "base/variants.h"
+
+namespace tavo::process {
+
+namespace {
+
+template <size_t kSize>
+void median(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out) {
+  for (size_t i = 0; i < count; ++i) {
+    uint8_t values[kSize * kSize];
+    uint8_t* to = values;
+    for (size_t y = 0; y < kSize; ++y) {
+      const uint8_t* const first = rows[y] + i - kSize / 2 * step;
+      for (size_t x = 0; x < kSize; ++x) *to++ = first[x * step];
+    }
+    std::nth_element(values, values + kSize * kSize / 2, values + kSize * kSize);
+    out[i] = values[kSize * kSize / 2];
+  }
+}
+
+void weigh(const Tap* taps, size_t tap_count, const Division& division, bool is_absolute,
+           size_t count, uint8_t* out) {
+  for (size_t i = 0; i < count; ++i) {
+    int32_t sum = 0;
+    for (size_t k = 0; k < tap_count; ++k) sum += taps[k].coefficient * taps[k].at[i];
+    if (is_absolute) sum = std::abs(sum);
+    sum += division.add;
+    if (division.multiplier == 0) {
+      out[i] = static_cast<uint8_t>(std::clamp(sum >> division.shift, 0, 255));
+    } else {
+      const auto cut = static_cast<uint64_t>(std::clamp(sum, 0, division.most));
+      out[i] = static_cast<uint8_t>(cut * division.multiplier >> division.shift);
+    }
+  }
+}
+
+void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
+           size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    const bool raises = rule == 0   ? a[i] >= b[i] + 2
+                        : rule == 1 ? a[i] > b[i] && b[i] <= c[i]
+                        : rule == 2 ? c[i] > b[i] && b[i] <= a[i]
+                                    : c[i] >= b[i] + 2;
+    out[i] = static_cast<uint8_t>(b[i] + (raises ? 1 : 0));
+  }
+}
+
+}  // namespace
+
+const RowKernels kRowKernelsPlain = {median<3>, median<5>, weigh, raise};
+
+const RowKernels& row_kernels() {
+  return *Variants<const RowKernels*>{.any = &kRowKernelsSse2, .avx2 = &kRowKernelsAvx2}.best();
+}
+
+}  // namespace tavo::process

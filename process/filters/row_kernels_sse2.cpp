@@ -1,0 +1,19 @@
+#include <algorithm>
+
+#include "base/vector_sse2.h"
+#include "process/filters/filter.h"
+#include "process/filters/row_kernels.h"
+
+namespace tavo::process {
+
+namespace {
+
+using namespace sse2;
+
+#include "process/filters/row_kernel.inl"
+
+}  // namespace
+
+const RowKernels kRowKernelsSse2 = {median3, median5, weigh, raise};
+
+}  // namespace tavo::process
