@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "base/buffer.h"
 #include "color/index_rows.h"
 #include "core/bitmap.h"
@@ -17,24 +19,37 @@ class Median final : public Filter {
   explicit Median(uint32_t size) : size_(size) {}
 
   Status start(RowSource& source, const WorkLayout& layout) override {
-    TRY(columns_.start(layout.row_bytes, layout.step, size_));
+    step_ = layout.step;
+    row_bytes_ = layout.row_bytes;
+    TRY(columns_.allocate(row_bytes_));
+    TRY(left_.allocate(row_bytes_));
     return band_.start(source, layout, 0, size_ / 2);
   }
 
   Status next(uint8_t* row) override {
-    if (has_begun_) columns_.remove(band_.rows()[0]);
-    TRY(band_.advance());
-    for (uint32_t k = has_begun_ ? size_ - 1 : 0; k < size_; ++k) columns_.add(band_.rows()[k]);
-    has_begun_ = true;
-    columns_.medians(row);
+    const MedianKernels& kernels = median_kernels();
+    if (has_begun_) {
+      std::memcpy(left_.data(), band_.rows()[0], row_bytes_);
+      TRY(band_.advance());
+      kernels.exchange(columns_.data(), left_.data(), band_.rows()[size_ - 1], row_bytes_);
+    } else {
+      TRY(band_.advance());
+      for (uint32_t k = 0; k < size_; ++k)
+        kernels.add(columns_.data(), band_.rows()[k], row_bytes_);
+      has_begun_ = true;
+    }
+    kernels.medians(columns_.data(), row_bytes_, step_, size_, row);
     return kOk;
   }
 
  private:
   uint32_t size_;
+  size_t step_ = 0;
+  size_t row_bytes_ = 0;
   bool has_begun_ = false;
   RowBand band_;
-  MedianColumns columns_;
+  Array<MedianColumn> columns_;
+  Buffer left_;  // the row that the band leaves
 };
 
 // Of 3 x 3 and 5 x 5, by networks of exchanges.

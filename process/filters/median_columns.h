@@ -11,38 +11,39 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base/buffer.h"
-#include "base/status.h"
-
 namespace tavo::process {
 
-class MedianColumns {
- public:
-  // For rows of `count` bytes; a pixel's neighbours are `step` bytes away.
-  Status start(size_t count, size_t step, uint32_t size);
-
-  // Counts a row's bytes, or no longer.
-  void add(const uint8_t* row) { change<1>(row); }
-  void remove(const uint8_t* row) { change<-1>(row); }
-
-  // The medians of the squares around each byte.
-  void medians(uint8_t* out) const;
-
- private:
-  // No more than 255 rows are counted.
-  struct Column {
-    uint8_t upper[16];
-    uint8_t lower[16][16];
-  };
-
-  template <int kChange>
-  void change(const uint8_t* row);
-  void medians_of_channel(size_t channel, uint8_t* out) const;
-
-  size_t count_ = 0;
-  size_t step_ = 0;
-  uint32_t size_ = 0;
-  Array<Column> columns_;
+// No more than 255 rows are counted.
+struct MedianColumn {
+  uint8_t upper[16];
+  uint8_t lower[16][16];
 };
+
+// Rows have `count` bytes; a pixel's neighbours are `step` bytes away.
+struct MedianKernels {
+  // Counts a row's bytes.
+  void (*add)(MedianColumn* columns, const uint8_t* row, size_t count);
+  // Counts a row's bytes instead of another's.
+  void (*exchange)(MedianColumn* columns, const uint8_t* old_row, const uint8_t* row, size_t count);
+  // The medians of the squares around each byte. Beyond the edges columns are repeated.
+  void (*medians)(const MedianColumn* columns, size_t count, size_t step, uint32_t size,
+                  uint8_t* out);
+};
+
+extern const MedianKernels kMedianKernelsSse2;
+extern const MedianKernels kMedianKernelsAvx2;
+
+const MedianKernels& median_kernels();
+
+// What one value of a half of a byte adds to counts.
+struct MedianSteps {
+  constexpr MedianSteps() {
+    for (size_t half = 0; half < 16; ++half) {
+      for (size_t i = half; i < 16; ++i) from[half][i] = 1;
+    }
+  }
+  alignas(16) uint8_t from[16][16] = {};
+};
+inline constexpr MedianSteps kMedianSteps;
 
 }  // namespace tavo::process
