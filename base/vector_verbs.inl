@@ -65,6 +65,9 @@ TAVO_INLINE V shift_right16_signed(V v, int count) {
   return TAVO_MM(sra_epi16)(v, _mm_cvtsi32_si128(count));
 }
 
+TAVO_INLINE V shift_right16(V v, int count) {
+  return TAVO_MM(srl_epi16)(v, _mm_cvtsi32_si128(count));
+}
 TAVO_INLINE V shift_right32_signed(V v, int count) {
   return TAVO_MM(sra_epi32)(v, _mm_cvtsi32_si128(count));
 }

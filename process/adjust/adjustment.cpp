@@ -15,14 +15,29 @@ namespace tavo::process {
 
 namespace {
 
-void change_row(const Adjustment& adjustment, uint8_t* row, const WorkLayout& layout,
-                bool is_red_first) {
-  if (layout.depth == 8 || adjustment.colors == nullptr) {
-    map_levels(adjustment.levels, row, layout.row_bytes);
-  } else {
-    adjustment.colors(adjustment.data, row, layout.width, {layout.step, is_red_first});
+// Rows as they are worked on.
+class RowChange {
+ public:
+  RowChange(const Adjustment& adjustment, const BitmapHandle& bitmap, const WorkLayout& layout)
+      : adjustment_(adjustment),
+        layout_(layout),
+        levels_(adjustment.levels),
+        is_red_first_(bitmap.Order == T_ORDER_RGB) {}
+
+  void apply(uint8_t* row) const {
+    if (layout_.depth == 8 || adjustment_.colors == nullptr) {
+      levels_.apply(row, layout_.row_bytes);
+    } else {
+      adjustment_.colors(adjustment_.data, row, layout_.width, {layout_.step, is_red_first_});
+    }
   }
-}
+
+ private:
+  const Adjustment& adjustment_;
+  const WorkLayout& layout_;
+  LevelMap levels_;
+  bool is_red_first_;
+};
 
 // Entries are pixels of 32 bits, blue first.
 Status change_palette(BitmapHandle& bitmap, const Adjustment& adjustment,
@@ -33,7 +48,7 @@ Status change_palette(BitmapHandle& bitmap, const Adjustment& adjustment,
   std::copy_n(painted.entries, count, changed);
   auto* const bytes = reinterpret_cast<uint8_t*>(changed);
   if (adjustment.colors == nullptr) {
-    map_levels(adjustment.levels, bytes, count * sizeof(T_PaletteEntry));
+    LevelMap(adjustment.levels).apply(bytes, count * sizeof(T_PaletteEntry));
   } else {
     adjustment.colors(adjustment.data, bytes, count, {sizeof(T_PaletteEntry), false});
   }
@@ -57,7 +72,7 @@ Status change_palette(BitmapHandle& bitmap, const Adjustment& adjustment,
 Status change_pixels(BitmapHandle& made, BitmapHandle& bitmap, const Adjustment& adjustment,
                      core::Progress& progress, uint32_t percent_done) {
   const WorkLayout layout(bitmap, Widening::kNone);
-  const bool is_red_first = bitmap.Order == T_ORDER_RGB;
+  const RowChange change(adjustment, bitmap, layout);
   WorkReader reader(bitmap, layout);
   WorkWriter writer(made, bitmap, layout);
   Buffer row;
@@ -66,13 +81,23 @@ Status change_pixels(BitmapHandle& made, BitmapHandle& bitmap, const Adjustment&
   TRY(row.allocate(layout.row_bytes));
   for (uint32_t y = 0; y < layout.height; ++y) {
     TRY(reader.read(y, row.data()));
-    change_row(adjustment, row.data(), layout, is_red_first);
+    change.apply(row.data());
     TRY(writer.write(y, row.data()));
     TRY(progress.at(
         uint64_t{percent_done} * layout.height + (100 - percent_done) * (y + uint64_t{1}),
         uint64_t{100} * layout.height));
   }
   return progress.finish();
+}
+
+// Pixels that carry nothing and are stored as they are worked on.
+Status change_in_place(BitmapHandle& bitmap, const Adjustment& adjustment) {
+  const WorkLayout layout(bitmap, Widening::kNone);
+  const RowChange change(adjustment, bitmap, layout);
+  RowWindow rows(bitmap);
+  TRY(rows.start());
+  for (uint32_t y = 0; y < layout.height; ++y) change.apply(rows.row(y));
+  return rows.store(0, layout.height);
 }
 
 }  // namespace
@@ -85,6 +110,9 @@ Status adjust_bitmap(BitmapHandle& bitmap, const Adjustment& adjustment, core::P
                      uint32_t percent_done) {
   if (changes_palette(bitmap)) return change_palette(bitmap, adjustment, progress);
   if (may_work_in_place(bitmap)) {
+    if (bitmap.BitsPerPixel == 8 || bitmap.BitsPerPixel == 24) {
+      return change_in_place(bitmap, adjustment);
+    }
     return change_pixels(bitmap, bitmap, adjustment, progress, percent_done);
   }
   core::OwnedBitmap made;

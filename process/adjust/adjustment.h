@@ -1,12 +1,12 @@
 // Changes of colours, pixel by pixel: what they are, and how a bitmap takes them.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
 #include "base/status.h"
 #include "core/progress.h"
+#include "process/adjust/level_table.h"
 #include "tavo45.h"
 
 namespace tavo::process {
@@ -22,7 +22,7 @@ using ChangeColors = void (*)(const void* data, uint8_t* row, size_t width, Chan
 
 // A table for grey levels and, when there is no function for colours, for each of their channels.
 struct Adjustment {
-  std::array<uint8_t, 256> levels;
+  LevelTable levels;
   ChangeColors colors = nullptr;
   const void* data = nullptr;
 };

@@ -7,9 +7,22 @@
 
 namespace tavo::process {
 
-// Replaces each byte by the table's; in place.
-inline void map_levels(const std::array<uint8_t, 256>& table, uint8_t* bytes, size_t count) {
-  for (size_t i = 0; i < count; ++i) bytes[i] = table[bytes[i]];
-}
+using LevelTable = std::array<uint8_t, 256>;
+
+// Finds out whether the table is a straight line that vectors compute faster than they look up.
+class LevelMap {
+ public:
+  explicit LevelMap(const LevelTable& table);
+
+  // Replaces each byte by the table's, in place.
+  void apply(uint8_t* bytes, size_t count) const;
+
+ private:
+  enum class Form { kTable, kNegative, kLighter, kDarker };
+
+  const LevelTable& table_;
+  Form form_ = Form::kTable;
+  uint8_t shift_ = 0;  // of what is lighter or darker
+};
 
 }  // namespace tavo::process

@@ -8,23 +8,26 @@
 
 namespace tavo::process {
 
-// Sums of columns go down with the rows, those of squares along them.
-class BoxSums {
+// Of the rows around a row, one for each of their columns.
+class ColumnSums {
  public:
   Status start(RowSource& source, const WorkLayout& layout, uint32_t size);
-  // Goes to the next row, and gives the sums around each of its bytes.
+  // Goes to the next row.
   Status next();
-  const uint32_t* sums() const { return sums_.data(); }
+  // From the first column of the first pixel's window on.
+  const uint16_t* sums() const { return sums_.data(); }
 
  private:
   uint32_t size_ = 0;
-  size_t step_ = 0;
-  size_t row_bytes_ = 0;
-  size_t columns_ = 0;  // bytes of a row and its repeated edges
+  size_t margin_ = 0;
+  size_t count_ = 0;  // bytes of a row and its repeated edges
   bool has_begun_ = false;
   RowBand band_;
-  Array<uint16_t> column_sums_;  // 255 x 255 at most
-  Array<uint32_t> sums_;
+  Array<uint16_t> sums_;  // 255 x 255 at most
+  Buffer left_;           // the row that the band leaves
 };
+
+// The sums of squares along the first `count` bytes of a row, by those of their columns.
+void add_columns(const uint16_t* columns, size_t count, size_t step, uint32_t size, uint32_t* sums);
 
 }  // namespace tavo::process

@@ -107,15 +107,15 @@ class Majority final : public Filter {
     unpacked.row_bytes = layout.width;
     TRY(rows_.start(source, layout));
     TRY(indices_.allocate(layout.width));
-    return boxes_.start(rows_, unpacked, size_);
+    TRY(sums_.allocate(layout.width));
+    return columns_.start(rows_, unpacked, size_);
   }
 
   Status next(uint8_t* row) override {
-    TRY(boxes_.next());
+    TRY(columns_.next());
+    add_columns(columns_.sums(), sums_.size(), 1, size_, sums_.data());
     const uint32_t half = size_ * size_ / 2;
-    for (size_t i = 0; i < indices_.size(); ++i) {
-      indices_.data()[i] = boxes_.sums()[i] > half ? 1 : 0;
-    }
+    for (size_t i = 0; i < sums_.size(); ++i) indices_.data()[i] = sums_[i] > half ? 1 : 0;
     color::pack_indices(1, indices_.bytes(), row);
     return kOk;
   }
@@ -123,7 +123,8 @@ class Majority final : public Filter {
  private:
   uint32_t size_;
   UnpackedRows rows_;
-  BoxSums boxes_;
+  ColumnSums columns_;
+  Array<uint32_t> sums_;
   Buffer indices_;
 };
 

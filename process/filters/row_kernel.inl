@@ -161,3 +161,38 @@ void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, 
   constexpr decltype(&raise_by<0>) kRules[] = {raise_by<0>, raise_by<1>, raise_by<2>, raise_by<3>};
   kRules[rule](a, b, c, out, count);
 }
+
+template <bool kRemoves>
+inline void slide_by(uint16_t* sums, const uint8_t* added, const uint8_t* removed, size_t count) {
+  for (size_t i = 0; i < count; i += kBytes / 2) {
+    V sum = add16(load(sums + i), load_widened8(added + i));
+    if constexpr (kRemoves) sum = sub16(sum, load_widened8(removed + i));
+    store(sums + i, sum);
+  }
+}
+
+void slide(uint16_t* sums, const uint8_t* added, const uint8_t* removed, size_t count) {
+  if (removed == nullptr) {
+    slide_by<false>(sums, added, removed, count);
+  } else {
+    slide_by<true>(sums, added, removed, count);
+  }
+}
+
+void average(const uint16_t* sums, size_t step, uint32_t size, size_t count, uint8_t* out) {
+  const SquareDivision division = square_division(size);
+  const V half = splat16(static_cast<int>(size * size / 2));
+  const V multiplier = splat16(division.multiplier);
+  constexpr size_t kParts = 32 / kBytes;
+  for (size_t i = 0; i < count; i += 16) {
+    V means[kParts];
+    for (size_t part = 0; part < kParts; ++part) {
+      const uint16_t* at = sums + i + part * (kBytes / 2);
+      V sum = half;
+      for (uint32_t k = 0; k < size; ++k, at += step) sum = add16(sum, load(at));
+      const V product = multiply_high16_unsigned(sum, multiplier);
+      means[part] = shift_right16(product, division.shift);
+    }
+    store_narrowed16(out + i, means);
+  }
+}

@@ -40,6 +40,21 @@ void weigh(const Tap* taps, size_t tap_count, const Division& division, bool is_
   }
 }
 
+void slide(uint16_t* sums, const uint8_t* added, const uint8_t* removed, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    sums[i] = static_cast<uint16_t>(sums[i] + added[i] - (removed != nullptr ? removed[i] : 0));
+  }
+}
+
+void average(const uint16_t* sums, size_t step, uint32_t size, size_t count, uint8_t* out) {
+  const uint32_t area = size * size;
+  for (size_t i = 0; i < count; ++i) {
+    uint32_t sum = area / 2;
+    for (uint32_t k = 0; k < size; ++k) sum += sums[i + k * step];
+    out[i] = static_cast<uint8_t>(sum / area);
+  }
+}
+
 void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
            size_t count) {
   for (size_t i = 0; i < count; ++i) {
@@ -53,7 +68,7 @@ void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, 
 
 }  // namespace
 
-const RowKernels kRowKernelsPlain = {median<3>, median<5>, weigh, raise};
+const RowKernels kRowKernelsPlain = {median<3>, median<5>, weigh, slide, average, raise};
 
 const RowKernels& row_kernels() {
   return *Variants<const RowKernels*>{.any = &kRowKernelsSse2, .avx2 = &kRowKernelsAvx2}.best();

@@ -25,6 +25,21 @@ struct Division {
   int32_t shift;
 };
 
+// What replaces a division by an odd square: the upper half of a product of 16 bits, shifted. Exact
+// for all sums that a window can have and half its area.
+struct SquareDivision {
+  uint16_t multiplier;
+  uint8_t shift;
+};
+inline constexpr uint32_t kMaxNarrowWindow = 15;
+constexpr SquareDivision square_division(uint32_t size) {
+  const uint32_t area = size * size;
+  uint32_t shift = 0;
+  while (((1u << (17 + shift)) + area - 1) / area <= UINT16_MAX) ++shift;
+  const auto multiplier = static_cast<uint16_t>(((1u << (16 + shift)) + area - 1) / area);
+  return {multiplier, static_cast<uint8_t>(shift)};
+}
+
 struct RowKernels {
   // The middle one of 9 and of 25.
   void (*median3)(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out);
@@ -32,6 +47,11 @@ struct RowKernels {
   // Sums of taps, an even number of them, divided. They fit 32 bits with what is added.
   void (*weigh)(const Tap* taps, size_t tap_count, const Division& division, bool is_absolute,
                 size_t count, uint8_t* out);
+  // Sums of columns: one row more and one row less, which may be null.
+  void (*slide)(uint16_t* sums, const uint8_t* added, const uint8_t* removed, size_t count);
+  // The means of `size` times `size` pixels, up to 15, by the sums of columns from the first of
+  // each window on.
+  void (*average)(const uint16_t* sums, size_t step, uint32_t size, size_t count, uint8_t* out);
   // A rule of complementary hulling.
   void (*raise)(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
                 size_t count);

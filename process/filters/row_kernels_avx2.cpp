@@ -15,7 +15,7 @@ using namespace avx2;
 
 }  // namespace
 
-const RowKernels kRowKernelsAvx2 = {median3, median5, weigh, raise};
+const RowKernels kRowKernelsAvx2 = {median3, median5, weigh, slide, average, raise};
 
 }  // namespace tavo::process
 

@@ -95,35 +95,25 @@ class SpeckRemoval {
         index_(index),
         amount_(amount) {}
 
-  // Three times over the rows; nothing is changed before all that is needed has been had.
+  // Three times over the rows, the last of which changes them; nothing is changed before all that
+  // is needed has been had.
   Status run(core::Progress& progress) {
     TRY(rows_.start(1, RowWindow::kFewRows));
     uint64_t count = 0;
-    TRY(for_each_row(progress, [&](uint8_t* row) {
-      for_each_run(row, width_, index_, [&](Run) { ++count; });
-      return false;
-    }));
-    if (count == 0) return kOk;
+    TRY(for_each_row(
+        progress, [&](uint8_t* row) { for_each_run(row, width_, index_, [&](Run) { ++count; }); }));
     TRY(groups_.allocate(count));
     for (Array<Run>& runs : runs_) TRY(runs.allocate(uint64_t{width_} / 2 + 1));
-    TRY(for_each_row(progress, [&](uint8_t* row) {
-      find_groups(row);
-      return false;
-    }));
+    TRY(for_each_row(progress, [&](uint8_t* row) { find_groups(row); }));
     uint32_t run = 0;
     return for_each_row(progress, [&](uint8_t* row) {
-      bool changed = false;
       for_each_run(row, width_, index_, [&](Run pixels) {
-        if (groups_.pixels(run++) > amount_) return;
-        invert(row, pixels);
-        changed = true;
+        if (groups_.pixels(run++) <= amount_) invert(row, pixels);
       });
-      return changed;
     });
   }
 
  private:
-  // `work` tells whether it has changed the row.
   template <class Work>
   Status for_each_row(core::Progress& progress, const Work& work) {
     const uint64_t passed = uint64_t{pass_++} * height_;
@@ -131,10 +121,9 @@ class SpeckRemoval {
       n = std::min(rows_.capacity(), height_ - y);
       if (rows_.is_direct()) n = std::min(n, 64u);
       TRY(rows_.read(y, n));
-      bool changed = false;
-      for (uint32_t i = 0; i < n; ++i) changed = work(rows_.row(y + i)) || changed;
-      if (changed) TRY(rows_.store(y, n));
-      TRY(progress.at(passed + y + n, uint64_t{3} * height_));
+      for (uint32_t i = 0; i < n; ++i) work(rows_.row(y + i));
+      if (pass_ == kPasses) TRY(rows_.store(y, n));
+      TRY(progress.at(passed + y + n, uint64_t{kPasses} * height_));
     }
     return kOk;
   }
@@ -168,6 +157,8 @@ class SpeckRemoval {
       x = end;
     }
   }
+
+  static constexpr uint32_t kPasses = 3;
 
   RowWindow rows_;
   uint32_t width_;

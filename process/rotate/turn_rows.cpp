@@ -5,6 +5,8 @@
 #include <cstring>
 #include <span>
 
+#include "base/endian.h"
+#include "base/vector_sse2.h"
 #include "color/index_rows.h"
 
 namespace tavo::process {
@@ -15,6 +17,26 @@ template <size_t kBytes>
 struct Pixel {
   uint8_t bytes[kBytes];
 };
+
+void mirror_bytes(const uint8_t* row, uint8_t* out, size_t width) {
+  size_t left = width;
+  for (; left >= 8; left -= 8, out += 8) {
+    store_native(out, __builtin_bswap64(load_native<uint64_t>(row + left - 8)));
+  }
+  while (left > 0) *out++ = row[--left];
+}
+
+// A store takes along a byte that the next one puts right.
+void mirror_triples(const uint8_t* row, uint8_t* out, size_t width) {
+  if (width == 0) return;
+  const uint8_t* last = row + 3 * (width - 1);
+  if (width > 1) {
+    const uint32_t pixel = load_le32(last - 1) >> 8;
+    store_le32(out, pixel);
+    for (last -= 3, out += 3; last != row; last -= 3, out += 3) store_le32(out, load_le32(last));
+  }
+  std::memcpy(out, last, 3);
+}
 
 template <size_t kBytes>
 void mirror_pixels(const uint8_t* row, uint8_t* out, size_t width) {
@@ -50,8 +72,8 @@ void mirror_packed(const uint8_t* row, uint8_t* out, size_t width) {
   out[bytes - 1] = static_cast<uint8_t>(left << unused);
 }
 
-// A tile is as many rows and columns as a cache line has bytes: its lines of both sides stay in
-// the first cache while it is turned.
+// Pixels of a tile's side. Tiles are turned beside the pictures: rows of a picture that are some
+// power of two apart compete for the same few lines of a cache.
 constexpr size_t kTile = 64;
 
 template <class Tile>
@@ -70,14 +92,46 @@ uint8_t* row_at(RowsOut rows, size_t y) {
   return rows.first + static_cast<ptrdiff_t>(y) * rows.stride;
 }
 
+using sse2::V;
+
+// A tile of bytes, sixteen rows and columns at a time. Interleaving the first half of the rows with
+// the second moves row r to 2 r mod 15, and a quarter of each column with it: after four steps rows
+// are columns.
+void turn_tile(const uint8_t (&in)[kTile][kTile], uint8_t (&out)[kTile][kTile]) {
+  for (size_t y = 0; y < kTile; y += 16) {
+    for (size_t x = 0; x < kTile; x += 16) {
+      V rows[16], next[16];
+      for (size_t i = 0; i < 16; ++i) rows[i] = sse2::load(&in[y + i][x]);
+      for (int step = 0; step < 4; ++step) {
+        for (size_t i = 0; i < 8; ++i) {
+          next[2 * i] = sse2::unpack_low8(rows[i], rows[i + 8]);
+          next[2 * i + 1] = sse2::unpack_high8(rows[i], rows[i + 8]);
+        }
+        std::memcpy(rows, next, sizeof rows);
+      }
+      for (size_t i = 0; i < 16; ++i) sse2::store(&out[x + i][y], rows[i]);
+    }
+  }
+}
+
 template <size_t kBytes>
+void turn_tile(const Pixel<kBytes> (&in)[kTile][kTile], Pixel<kBytes> (&out)[kTile][kTile]) {
+  for (size_t x = 0; x < kTile; ++x) {
+    for (size_t y = 0; y < kTile; ++y) out[x][y] = in[y][x];
+  }
+}
+
+template <class Element>
 void transpose_pixels(RowsIn in, RowsOut out, size_t width, size_t height) {
   for_each_tile(width, height, [=](size_t x, size_t y, size_t columns, size_t rows) {
+    Element from[kTile][kTile];
+    Element to[kTile][kTile];
+    for (size_t j = 0; j < rows; ++j) {
+      std::memcpy(from[j], row_at(in, y + j) + x * sizeof(Element), columns * sizeof(Element));
+    }
+    turn_tile(from, to);
     for (size_t i = 0; i < columns; ++i) {
-      auto* to = reinterpret_cast<Pixel<kBytes>*>(row_at(out, x + i)) + y;
-      for (size_t j = 0; j < rows; ++j) {
-        to[j] = reinterpret_cast<const Pixel<kBytes>*>(row_at(in, y + j))[x + i];
-      }
+      std::memcpy(row_at(out, x + i) + y * sizeof(Element), to[i], rows * sizeof(Element));
     }
   });
 }
@@ -99,31 +153,28 @@ void transpose_packed(RowsIn in, RowsOut out, size_t width, size_t height) {
   });
 }
 
-// Eight rows of eight bits in a word, row by row from the top byte, as columns: blocks of 1, 2 and
-// 4 bits exchange their upper right and lower left quarters (H. S. Warren, Hacker's Delight, 7-3).
-constexpr uint64_t transpose_8x8(uint64_t x) {
-  const auto exchange = [&x](int shift, uint64_t mask) {
-    const uint64_t differing = (x ^ x >> shift) & mask;
-    x ^= differing ^ differing << shift;
-  };
-  exchange(7, 0x00AA00AA00AA00AA);
-  exchange(14, 0x0000CCCC0000CCCC);
-  exchange(28, 0x00000000F0F0F0F0);
-  return x;
-}
-
+// Tiles of 64 rows of 64 bytes are turned as bytes, which brings each column of eight pixels
+// together. The signs of sixteen bytes are then the pixels of a column; the first row's is wanted
+// in the highest bit, so that rows change places by eights.
 void transpose_bits(RowsIn in, RowsOut out, size_t width, size_t height) {
-  for_each_tile(width, height, [=](size_t x, size_t y, size_t columns, size_t rows) {
-    for (size_t j = 0; j < rows; j += 8) {
-      for (size_t i = 0; i < columns; i += 8) {
-        uint64_t block = 0;
-        for (size_t k = 0; k < std::min<size_t>(8, rows - j); ++k) {
-          block |= uint64_t{row_at(in, y + j + k)[(x + i) / 8]} << (56 - 8 * k);
+  const size_t bytes = (width + 7) / 8;
+  for_each_tile(bytes, height, [=](size_t x, size_t y, size_t columns, size_t rows) {
+    uint8_t from[kTile][kTile] = {};
+    uint8_t to[kTile][kTile];
+    for (size_t j = 0; j < rows; ++j) std::memcpy(from[j ^ 7], row_at(in, y + j) + x, columns);
+    turn_tile(from, to);
+    const size_t out_bytes = (rows + 7) / 8;
+    for (size_t i = 0; i < columns; ++i) {
+      V parts[4];
+      for (size_t k = 0; k < 4; ++k) parts[k] = sse2::load(&to[i][16 * k]);
+      const size_t column = 8 * (x + i);
+      for (size_t bit = 0; bit < std::min<size_t>(8, width - column); ++bit) {
+        uint8_t line[kTile / 8];
+        for (size_t k = 0; k < 4; ++k) {
+          store_le16(line + 2 * k, static_cast<uint16_t>(sse2::top_bits8(parts[k])));
+          parts[k] = sse2::add8(parts[k], parts[k]);
         }
-        block = transpose_8x8(block);
-        for (size_t k = 0; k < std::min<size_t>(8, columns - i); ++k) {
-          row_at(out, x + i + k)[(y + j) / 8] = static_cast<uint8_t>(block >> (56 - 8 * k));
-        }
+        std::memcpy(row_at(out, column + bit) + y / 8, line, out_bytes);
       }
     }
   });
@@ -140,11 +191,11 @@ MirrorRow mirror_row(int32_t bits) {
     case 4:
       return mirror_packed<4>;
     case 8:
-      return mirror_pixels<1>;
+      return mirror_bytes;
     case 16:
       return mirror_pixels<2>;
     case 24:
-      return mirror_pixels<3>;
+      return mirror_triples;
     default:
       return mirror_pixels<4>;
   }
@@ -159,13 +210,13 @@ Transpose transpose(int32_t bits) {
     case 4:
       return transpose_packed<4>;
     case 8:
-      return transpose_pixels<1>;
+      return transpose_pixels<uint8_t>;
     case 16:
-      return transpose_pixels<2>;
+      return transpose_pixels<Pixel<2>>;
     case 24:
-      return transpose_pixels<3>;
+      return transpose_pixels<Pixel<3>>;
     default:
-      return transpose_pixels<4>;
+      return transpose_pixels<Pixel<4>>;
   }
 }
 
