@@ -31,6 +31,12 @@ struct ProgressState {
   bool is_part = false;
 };
 
+// What the last load made of its file (T_GetRowsRead, T_GetDamageOffset).
+struct LastLoad {
+  uint32_t whole_rows = 0;  // up to the first one that is not
+  int64_t damage_at = -1;   // -1: not known, or the end of the file
+};
+
 struct Settings {
   // Every reader and writer reaches files through these (io/file_table.h installs and restores).
   FileIOTable files = {platform::open_file, platform::read_file, platform::write_file,
@@ -39,8 +45,10 @@ struct Settings {
   SubFileState sub_file;
   T_StatusCallback status_callback = nullptr;
   ProgressState progress;
+  LastLoad last_load;
   uint32_t default_dithering = T_DITHER_ORDERED;
   T_TIFFOption tiff = {};
+  bool unknown_resolution = false;  // bitmaps begin with none, not with 150 dots per inch
   int32_t page_number = 1;
   // Rows that a reader gathers before it calls the sink; 0 while nobody has set it.
   int32_t callback_lines = 0;

@@ -53,7 +53,10 @@ constexpr uint32_t kRequestNoStorage = 8;
 constexpr uint32_t kSpareBytes = 16;  // behind the last row, so that row routines may overrun
 constexpr int32_t kDefaultResolution = 150;
 
-int32_t resolution_or_default(int32_t wanted) { return wanted > 0 ? wanted : kDefaultResolution; }
+int32_t resolution_or_default(int32_t wanted) {
+  if (wanted > 0) return wanted;
+  return settings.unknown_resolution ? 0 : kDefaultResolution;
+}
 
 void reset_working_words(BitmapHandle& bitmap) {
   bitmap.CacheHandle = 0;

@@ -1,6 +1,7 @@
 // Identification, loading and saving of files of any format.
 #include <cstring>
 
+#include "base/settings.h"
 #include "exports/arguments.h"
 #include "io/file_table.h"
 #include "pipeline/convert_file.h"
@@ -66,6 +67,10 @@ int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowC
                             void* context) {
   return process::RowReceiver::sink(source, rows, rowCount, context);
 }
+
+int32_t T_CALL T_GetRowsRead(void) { return static_cast<int32_t>(settings.last_load.whole_rows); }
+
+int64_t T_CALL T_GetDamageOffset(void) { return settings.last_load.damage_at; }
 
 int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                           int32_t bitsPerPixel, int32_t quality, uint32_t flags, uint32_t direct,

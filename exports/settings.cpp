@@ -37,6 +37,11 @@ void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y) {
   settings.tiff.YResolution = y;
 }
 
+int32_t T_CALL T_SetUnknownResolution(int32_t flag) {
+  settings.unknown_resolution = flag != 0;
+  return T_OK;
+}
+
 int32_t T_CALL T_SetPageNumber(int32_t page) {
   settings.page_number = std::clamp(page, 1, T_MAX_PAGES);
   return T_OK;

@@ -64,8 +64,8 @@ Status read_rows(io::InputFile& file, const dib::Header& header, RowDelivery& ro
   for (int32_t y = 0; y < header.height; ++y) {
     const Status status = reader.next(rows.next_row());
     const bool is_there = status.ok() || header.coding != dib::Coding::kNone;
-    if (is_there) TRY(rows.commit());  // of a cut row of runs, what there is
-    if (!status.ok()) return rows.finish_early(status);
+    if (is_there) TRY(rows.commit(1, status.ok() ? 1 : 0));  // of a cut row of runs, what there is
+    if (!status.ok()) return rows.finish_early(file.note_damage(status, bytes));
   }
   return rows.finish();
 }

@@ -175,7 +175,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   decoder.begin(bytes);
   for (int32_t y = 0; y < header.height; ++y) {
     const Status status = decoder.decode_row(rows.next_row());
-    if (!status.ok()) return rows.finish_early(status);
+    if (!status.ok()) return rows.finish_early(file.note_damage(status, bytes));
     TRY(rows.commit());
   }
   return rows.finish();

@@ -123,7 +123,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   for (int32_t y = 0; y < header.height; ++y) {
     const std::span<uint8_t> row = rows.next_row();
     const Status status = decoder.decode_row(row);
-    if (!status.ok()) return rows.finish_early(status);
+    if (!status.ok()) return rows.finish_early(file.note_damage(status, source));
     if (header.is_inverted) invert(row);
     TRY(rows.commit());
   }

@@ -89,6 +89,13 @@ bool is_container(std::span<const uint8_t> head) {
   return head.size() >= 4 && load_le32(head.data()) == kMagic;
 }
 
+Status begin_file(io::OutputFile& file) {
+  Directory directory;
+  directory.set_up();
+  directory.set_offset(0, kAreaSize);
+  return file.write(directory.bytes());
+}
+
 // A PCX file becomes DCX first, its picture the first page.
 Status begin_page(io::OutputFile& file) {
   uint32_t file_size = 0;

@@ -25,6 +25,9 @@ Status locate(io::InputFile& file, int32_t number, Page& page);
 // Whether a file begins as one that has a directory.
 bool is_container(std::span<const uint8_t> head);
 
+// Writes the directory of a file of one page, which follows.
+Status begin_file(io::OutputFile& file);
+
 // Makes room for one more picture behind the others: turns a PCX file into a DCX file, moves the
 // pictures when the directory gets too long, enters the new page and leaves `file` at its end.
 // The page before ends where the new one is said to begin, so the entry comes first: a save that

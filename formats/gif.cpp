@@ -43,6 +43,7 @@ void describe_first(const Header& header, process::SourcePicture& picture) {
   }
   picture.storage_kind = T_FORMAT_GIF;
   picture.flags = image.is_interlaced() ? T_FLAG_INTERLACED : 0;  // appendix E
+  picture.extras = image.transparent >= 0 ? T_EXTRA_ALPHA : 0;
 }
 
 }  // namespace
@@ -92,7 +93,7 @@ Status decode_rows(const process::SourcePicture& picture, ImageData& data, RowDe
     size_t got = 0;
     const Status status = data.decode_row(indices, got);
     if (picture.bits < 8) color::pack_indices(picture.bits, padded, row.data());
-    if (got > 0) TRY(rows.commit());  // of a cut row, what there is
+    if (got > 0) TRY(rows.commit(1, status.ok() ? 1 : 0));  // of a cut row, what there is
     if (!status.ok()) return rows.finish_early(status);
   }
   return rows.finish();
@@ -115,7 +116,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
     TRY(file.seek(0));
     bytes.reset();
     RowDelivery rows(frame.picture, *bitmap, sink, bits_per_pixel, context);
-    return deliver_frame(bytes, frame, rows);
+    return file.note_damage(deliver_frame(bytes, frame, rows), bytes);
   }
   Header header;
   TRY(parse_header(bytes, file_bytes, header));
@@ -126,7 +127,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   describe_first(header, picture);
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   TRY(rows.start());
-  return decode_rows(picture, data, rows);
+  return file.note_damage(decode_rows(picture, data, rows), bytes);
 }
 
 }  // namespace tavo::gif

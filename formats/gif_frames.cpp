@@ -239,8 +239,9 @@ class Composition {
     return progress.finish();
   }
 
-  // What was wrong with the data of images.
+  // What was wrong with the data of images, and the first row that shows it.
   Status damage() const { return damage_; }
+  uint32_t first_damaged() const { return first_damaged_; }
 
  private:
   // An image with damaged data shows what can be read of it.
@@ -265,10 +266,24 @@ class Composition {
         canvas_.draw(area.left, area.top + y, indices.first(std::min<size_t>(got, area.width)),
                      image.transparent, colors_of(image, screen));
       }
-      TRY(status);
+      if (!status.ok()) {
+        note_missing(image, area.top, i, interlaced);
+        return status;
+      }
       interlaced.advance(image.height);
     }
     return kOk;
+  }
+
+  // Row `row` and those that would have come behind it.
+  void note_missing(const Image& image, uint32_t top, uint32_t row,
+                    process::InterlacedRows interlaced) {
+    uint32_t first = row;
+    if (image.is_interlaced()) {
+      for (first = image.height; interlaced.row() < image.height; interlaced.advance(image.height))
+        first = std::min(first, interlaced.row());
+    }
+    first_damaged_ = std::min(first_damaged_, top + first);
   }
 
   ByteSource& bytes_;
@@ -276,6 +291,7 @@ class Composition {
   Canvas& canvas_;
   Buffer line_;
   Status damage_ = kOk;
+  uint32_t first_damaged_ = UINT32_MAX;
 };
 
 }  // namespace
@@ -283,7 +299,10 @@ class Composition {
 Status find_frame(ByteSource& bytes, uint64_t file_bytes, int32_t wanted, Frame& frame) {
   Header header;
   TRY(parse_header(bytes, file_bytes, header));
-  return Walk(header, file_bytes, frame).run(bytes, header.image, wanted);
+  const bool is_transparent = header.image.transparent >= 0;
+  TRY(Walk(header, file_bytes, frame).run(bytes, header.image, wanted));
+  if (is_transparent) frame.picture.extras = T_EXTRA_ALPHA;
+  return kOk;
 }
 
 Status deliver_frame(ByteSource& bytes, const Frame& frame, process::RowDelivery& rows) {
@@ -305,7 +324,7 @@ Status deliver_frame(ByteSource& bytes, const Frame& frame, process::RowDelivery
     } else {
       color::pack_indices(frame.picture.bits, {pixels, width}, row);
     }
-    TRY(rows.commit());
+    TRY(rows.commit(1, static_cast<uint32_t>(y) < composition.first_damaged() ? 1 : 0));
   }
   return composition.damage().ok() ? rows.finish() : rows.finish_early(composition.damage());
 }

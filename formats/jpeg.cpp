@@ -39,6 +39,11 @@ int32_t to_dpi(const Extras& extras, uint16_t density) {
   return extras.density_unit == 1 || cmp::is_own_comment(extras.comment_text()) ? density : 0;
 }
 
+uint32_t extra_bits(const Extras& extras) {
+  return (extras.has_exif ? T_EXTRA_EXIF : 0) | (extras.has_xmp ? T_EXTRA_XMP : 0) |
+         (extras.has_icc ? T_EXTRA_ICC : 0);
+}
+
 }  // namespace
 
 Status parse_container(std::span<const uint8_t> head, Container& container) {
@@ -98,6 +103,7 @@ process::SourcePicture PictureDecoder::picture(int32_t bits_per_pixel, uint32_t 
   picture.order = order;
   picture.view_perspective = container_.is_bottom_up ? 2 : 0;
   picture.storage_kind = container_.format;
+  picture.extras = extra_bits(decoder_.extras());
   picture.has_resolution = container_.x_resolution > 0 && container_.y_resolution > 0;
   picture.x_resolution = container_.x_resolution;
   picture.y_resolution = container_.y_resolution;
@@ -134,12 +140,19 @@ Status PictureDecoder::deliver_row() {
   TRY(decoder_.next_rows(row, row.size(), 1, got));
   rows_left_ = got == 0 ? 0 : rows_left_ - 1;
   if (got == 0) return kOk;
-  if (!container_.is_half_height) return rows_->commit();
+  const uint32_t whole = decoder_.outcome().ok() ? 1 : 0;
+  if (!container_.is_half_height) return rows_->commit(1, whole);
   for (int i = 0; i < 2; ++i) {
     std::memcpy(rows_->next_row().data(), row_.data(), row_.size());
-    TRY(rows_->commit());
+    TRY(rows_->commit(1, whole));
   }
   return kOk;
+}
+
+// How many of the next `count` rows are whole.
+uint32_t PictureDecoder::whole_of(uint32_t count) const {
+  const uint32_t row = static_cast<uint32_t>(picture_.height) - rows_left_;
+  return std::clamp(decoder_.whole_rows(), row, row + count) - row;
 }
 
 // As many rows at once as the delivery has room for.
@@ -153,7 +166,7 @@ Status PictureDecoder::deliver_all() {
     uint32_t got = 0;
     const std::span<uint8_t> rows = rows_->next_rows(rows_left_, count);
     TRY(decoder_.next_rows(rows, rows_->source_line(), count, got));
-    TRY(rows_->commit(got));
+    TRY(rows_->commit(got, whole_of(got)));
     rows_left_ = got == 0 ? 0 : rows_left_ - got;
   }
   return finish();
@@ -247,7 +260,7 @@ Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_
   PictureDecoder decoder;
   TRY(read_header(decoder, file, source, container));
   TRY(decoder.start(*bitmap, sink, bits_per_pixel, context, option));
-  return decoder.deliver_all();
+  return file.note_damage(decoder.deliver_all(), source);
 }
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

@@ -58,6 +58,8 @@ class PictureDecoder {
   Status finish();
 
  private:
+  uint32_t whole_of(uint32_t count) const;
+
   Decoder decoder_;
   Container container_;
   process::SourcePicture picture_;

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/settings.h"
+
 namespace tavo::jpeg {
 
 Status PushDecoder::start(T_RowSink sink, int32_t bits_per_pixel, int32_t order, void* context) {
   is_started_ = false;
+  settings.last_load = {};
   if (!is_request_depth(bits_per_pixel)) return kBadArgument;
   if (order != T_ORDER_RGB && order != T_ORDER_BGR) return kBadArgument;
   sink_ = sink;

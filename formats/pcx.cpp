@@ -123,7 +123,7 @@ Status deliver_zeros(uint32_t left, RowDelivery& rows) {
     uint32_t count = 0;
     const std::span<uint8_t> zeros = rows.next_rows(left, count);
     std::memset(zeros.data(), 0, zeros.size());
-    TRY(rows.commit(count));
+    TRY(rows.commit(count, 0));
     left -= count;
   }
   return rows.finish();
@@ -134,8 +134,10 @@ Status read_plain_lines(RunDecoder& decoder, const Header& header, RowDelivery& 
   auto left = static_cast<uint32_t>(header.height);
   while (left > 0) {
     uint32_t count = 0;
-    TRY(decoder.decode_line(rows.next_rows(left, count)));
-    TRY(rows.commit(count));
+    const std::span<uint8_t> lines = rows.next_rows(left, count);
+    TRY(decoder.decode_line(lines));
+    const size_t whole = (lines.size() - decoder.missing()) / header.line_bytes;
+    TRY(rows.commit(count, static_cast<uint32_t>(whole)));
     left -= count;
   }
   return rows.finish();
@@ -170,7 +172,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
       std::ranges::fill(spare.first(std::min(spare.size(), kLineSlack)), uint8_t{0});
       combine_bits(coded.data(), line_bytes, width, row.data());
     }
-    TRY(rows.commit());
+    TRY(rows.commit(1, decoder.missing() == 0 ? 1 : 0));
   }
   return rows.finish();
 }
@@ -308,7 +310,11 @@ class Writer final : public io::RowWriter {
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
     has_trailer_ = request.depth == 8;
     TRY(file_.open(request.name, request.target));
-    if (request.target == io::Target::kExtend) TRY(dcx::begin_page(file_));
+    if (request.target == io::Target::kExtend) {
+      TRY(dcx::begin_page(file_));
+    } else if (request.format == T_FORMAT_DCX) {
+      TRY(dcx::begin_file(file_));
+    }
     return write_header(file_, picture, request.depth, line_bytes_, palette_);
   }
 

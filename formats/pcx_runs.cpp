@@ -111,6 +111,7 @@ bool RunDecoder::start_run() {
 }
 
 Status RunDecoder::decode_line(std::span<uint8_t> line) {
+  missing_ = 0;
   uint8_t* out = line.data();
   uint8_t* const end = out + line.size();
   while (true) {
@@ -121,6 +122,7 @@ Status RunDecoder::decode_line(std::span<uint8_t> line) {
       out = decode_fast(out, end);
     } else if (!start_run()) {
       left_ = 0;
+      missing_ = static_cast<size_t>(end - out);
       std::fill(out, end, uint8_t{0});
       return bytes_.failure();
     }

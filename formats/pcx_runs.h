@@ -22,6 +22,9 @@ class RunDecoder {
   // failed read is an error.
   Status decode_line(std::span<uint8_t> line);
 
+  // Bytes at the end of the last line that did not come from the file.
+  size_t missing() const { return missing_; }
+
   // Whether all lines from here on are zero.
   bool is_at_end() const { return left_ == 0 && bytes_.at_end() && bytes_.window().empty(); }
 
@@ -32,6 +35,7 @@ class RunDecoder {
 
   ByteSource& bytes_;
   size_t left_ = 0;  // bytes of the run that are still to come
+  size_t missing_ = 0;
   uint8_t value_ = 0;
 };
 

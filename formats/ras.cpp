@@ -214,7 +214,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
     if (got == row.size() || (is_encoded && got != 0)) {
       std::ranges::fill(row.subspan(got), uint8_t{0});
       if (moves) move_spare_back(row);
-      TRY(rows.commit());
+      TRY(rows.commit(1, got == row.size() ? 1 : 0));
     }
     if (got < row.size()) return rows.finish_early(status.ok() ? kReadError : status);
   }

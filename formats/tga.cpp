@@ -98,6 +98,7 @@ process::SourcePicture describe(const Header& header) {
   picture.order = T_ORDER_BGR;
   picture.view_perspective = header.is_top_down ? 0 : 2;
   picture.orientation = header.orientation;
+  picture.extras = header.has_alpha ? T_EXTRA_ALPHA : 0;
   picture.storage_kind = T_FORMAT_TGA;
   picture.has_origin = true;
   picture.x_origin = header.x_origin;
@@ -150,7 +151,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
     size_t got = 0;
     const Status status = decoder.decode_row(row, got);
     std::ranges::fill(row.subspan(got), uint8_t{0});
-    if (got != 0) TRY(rows.commit());  // of a cut row, what there is
+    if (got != 0) TRY(rows.commit(1, got == row_bytes ? 1 : 0));  // of a cut row, what there is
     if (got < row_bytes) return rows.finish_early(status.ok() ? kReadError : status);
   }
   return rows.finish();
@@ -175,6 +176,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   const uint8_t corner = descriptor & kCornerBits;
   header.is_top_down = corner == kTopLeft;
   header.orientation = orientation_of(corner);
+  header.has_alpha = (descriptor & kAttributeBits) != 0;
   header.is_run_length = (type & kRunLength) != 0;
 
   // Kept: 9 stands for 1. True-colour pictures may have a map (for displays), which is skipped.

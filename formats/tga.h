@@ -30,6 +30,7 @@ struct Header {
   uint16_t width = 0;
   uint16_t height = 0;
   uint8_t pixel_bits = 0;
+  bool has_alpha = false;    // attribute bits
   bool is_top_down = false;  // and left to right
   uint32_t orientation = 1;
 };

@@ -56,7 +56,7 @@ Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& ro
     if (image.photometric == kWhiteIsZero) {
       for (uint8_t& byte : row) byte = static_cast<uint8_t>(~byte);
     }
-    TRY(rows.commit());
+    TRY(rows.commit(1, stored.outcome().ok() ? 1 : 0));
   }
   return stored.outcome().ok() ? rows.finish() : rows.finish_early(stored.outcome());
 }

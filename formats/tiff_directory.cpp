@@ -9,6 +9,14 @@ namespace tavo::tiff {
 
 namespace {
 
+// XMP part 3, 1.1.4; Exif 2.32, 4.6.3; ICC.1, B.4.
+uint32_t extra_of(uint16_t tag) {
+  constexpr uint16_t kXmp = 700, kExifIfd = 34665, kIccProfile = 34675;
+  if (tag == kXmp) return T_EXTRA_XMP;
+  if (tag == kExifIfd) return T_EXTRA_EXIF;
+  return tag == kIccProfile ? T_EXTRA_ICC : 0;
+}
+
 // Bytes 2 and 3 of the header (6.0, section 2); 43 is the form with 64-bit offsets.
 constexpr uint16_t kVersion = 42;
 constexpr uint16_t kVersion64 = 43;
@@ -127,6 +135,7 @@ void Directory::take_entry(const uint8_t* entry, uint64_t position) {
   const uint16_t tag = order_.u16(entry);
   const uint16_t type = order_.u16(entry + 2);
   const uint32_t size = type_size(type);
+  extras_ |= extra_of(tag);
   if (tag < kFirstTag || tag > kLastTag || size == 0) return;
   Field& field = fields_[tag - kFirstTag];
   if (field.count != 0) return;
@@ -142,6 +151,7 @@ void Directory::take_entry(const uint8_t* entry, uint64_t position) {
 // In pieces: a directory may have 65,535 entries, most files' have twenty.
 Status Directory::read_entries(uint64_t position) {
   fields_ = {};
+  extras_ = 0;
   uint64_t count = 0;
   TRY(read_count(position, count));
   position += order_.is_64_bit ? 8 : 2;

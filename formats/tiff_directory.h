@@ -97,6 +97,8 @@ class Directory {
 
   int32_t page() const { return page_; }
   const ByteOrder& order() const { return order_; }
+  // T_EXTRA_ bits of tags that nothing else is known of.
+  uint32_t extras() const { return extras_; }
 
   // All pages; a chain that bites its tail, or was cut, ends there. Leaves this page's tags alone.
   Status count_pages(int32_t& pages);
@@ -144,6 +146,7 @@ class Directory {
   uint64_t directory_ = 0;  // where walk() stopped
   uint64_t end_link_ = 0;
   int32_t page_ = 0;
+  uint32_t extras_ = 0;
   std::array<Field, kLastTag - kFirstTag + 1> fields_ = {};
 };
 

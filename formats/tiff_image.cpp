@@ -266,6 +266,8 @@ Status parse_tags(const Directory& directory, Image& image) {
   TRY(parse_units(directory, image, knows_units));
   image.is_supported = knows_coding && knows_samples && knows_units && fits_together(image);
   describe(image);
+  image.picture.extras = directory.extras();
+  if (image.samples > image.used_samples) image.picture.extras |= T_EXTRA_ALPHA;
   TRY(read_orientation(directory, image.picture));
   TRY(read_resolutions(directory, image.picture));
   if (!directory.has(Tag::kStripOffsets) && !directory.has(Tag::kTileOffsets) && !image.is_jpeg()) {

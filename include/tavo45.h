@@ -211,6 +211,9 @@ typedef struct BitmapHandle {
 #define T_FORMAT_TIFF_LZW 29
 #define T_FORMAT_CALS 50
 #define T_FORMAT_RAS 55
+#define T_FORMAT_DCX                                                           \
+  202 /* save variant of T_FORMAT_PCX: with a directory for pages, of one, too \
+       */
 
 /* ---- Callbacks ------------------------------------------------------------------------------- */
 
@@ -238,6 +241,11 @@ T_API int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback);
  * T_OK or T_ERR_NOTICE (the record is untouched). */
 T_API int32_t T_CALL T_InitBitmap(BitmapHandle* bitmap, int32_t width, int32_t height,
                                   int32_t bitsPerPixel);
+
+/* What T_InitBitmap gives a bitmap where the library's settings have no resolution: 0, the default,
+ * 150 dots per inch; any other flag 0, which says that nobody knows. So do loads from files that do
+ * not tell theirs, and saves, whose copies carry the default. T_OK. */
+T_API int32_t T_CALL T_SetUnknownResolution(int32_t flag);
 
 /* Obtains storage.
  * request  1: a memory block (not zeroed), or a temporary file where none can be had; bit 8, for
@@ -394,8 +402,17 @@ typedef struct FILEINFO {
                            4 mirror top to bottom, 6 a quarter clockwise, 8 anticlockwise; 7 and 5
                            the same after mirroring left to right. Rows come as stored. TGA, TIFF
                            and CALS files tell it; for all others it is 1 */
-  uint32_t Reserved[10];
+  uint32_t Extras;      /* T_EXTRA_ bits: what the file has beside the pixels that are read */
+  uint32_t Reserved[9];
 } FILEINFO;
+
+/* FILEINFO.Extras: what loads pass over. Bitmaps have no place for it, saves do not write it. */
+#define T_EXTRA_ALPHA                                                                             \
+  0x0001u                    /* opacity, or a color that stands for transparent; of 32-bit pixels \
+                                the spare byte keeps it */
+#define T_EXTRA_ICC 0x0002u  /* a color profile */
+#define T_EXTRA_EXIF 0x0004u /* camera data */
+#define T_EXTRA_XMP 0x0008u  /* further descriptive data */
 
 /* Decides by content which format the file `name` is in and describes its picture (of a
  * multi-page file: the page that T_SetPageNumber selects).
@@ -426,10 +443,11 @@ T_API int32_t T_CALL T_SetCallbackLine(int32_t lines);
 T_API int32_t T_CALL T_SetPageNumber(int32_t page);
 
 /* T_LoadFile flags */
-#define T_LOAD_ALLOCATE 1u  /* allocate the target before reading */
-#define T_LOAD_ACCESS 2u    /* keep the target accessed for the whole load */
-#define T_LOAD_FIXED 4u     /* 8 bits or less: reduce to the fixed palettes (see below) */
-#define T_LOAD_GIF_WHOLE 8u /* GIF: decode the whole picture first */
+#define T_LOAD_ALLOCATE 1u    /* allocate the target before reading */
+#define T_LOAD_ACCESS 2u      /* keep the target accessed for the whole load */
+#define T_LOAD_FIXED 4u       /* 8 bits or less: reduce to the fixed palettes (see below) */
+#define T_LOAD_GIF_WHOLE 8u   /* GIF: decode the whole picture first */
+#define T_LOAD_WHOLE_ROWS 16u /* T_LOAD_ALLOCATE: rows that did not come whole are zero */
 
 /* Loads a file of any format that the library reads.
  * name          path for the Open operation
@@ -469,6 +487,20 @@ T_API int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* targe
  * has no use. T_ERR_ARGUMENT when context is null. */
 T_API int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowCount,
                                   void* context);
+
+/* How many rows of the last load came whole from the file, counted in the order of the file up to
+ * the first one that did not: the picture's height for one that is whole. Of a picture that was cut
+ * or damaged the others are zero, grey (JPEG) or a beginning, whatever the load's status says: PCX
+ * files that end early load with T_OK. An interlaced picture's rows are those of its passes. Of
+ * JPEG streams of several scans a row is whole when all bits of its coefficients have come, and in
+ * the last of the scans. Loads are all functions that read pixels of a file or a stream, those that
+ * convert files among them. 0 before the first load, and after one that came to no row. */
+T_API int32_t T_CALL T_GetRowsRead(void);
+
+/* Where in the file the last load came to data that no encoder writes (T_ERR_BAD_DATA), as far as
+ * its reader can tell: damage in coded data shows late, and some read up to 60 KiB ahead. -1 when
+ * all is well, when what is wrong is that the file ends, and when the reader does not know. */
+T_API int64_t T_CALL T_GetDamageOffset(void);
 
 /* Example: any file as 24 bits, blue first, in memory.
  *   BitmapHandle bitmap;

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "base/depths.h"
+#include "base/settings.h"
 #include "base/status.h"
 #include "io/input_file.h"
 #include "io/row_writer.h"
@@ -43,6 +44,7 @@ using HoldsPages = bool (*)(std::span<const uint8_t> head);
 // Opens the file of a reader: kBadArgument for a depth that nobody may ask for, then
 // InputFile::open's statuses.
 inline Status open_for_rows(InputFile& file, const char* name, int32_t bits_per_pixel) {
+  settings.last_load = {};
   return is_request_depth(bits_per_pixel) ? file.open(name) : kBadArgument;
 }
 

@@ -80,6 +80,14 @@ Status InputFile::seek_to(int32_t offset, int32_t origin, int32_t& position) {
   return position >= 0 ? kOk : fail(kSeekError);
 }
 
+Status InputFile::note_damage(Status why, const ByteSource& bytes) {
+  int32_t here = 0;
+  if (why == kBadData && seek_to(0, 1, here).ok()) {
+    settings.last_load.damage_at = static_cast<uint32_t>(here) - bytes.window().size();
+  }
+  return why;
+}
+
 Status InputFile::size(uint32_t& bytes) {
   int32_t here = 0;
   int32_t end = 0;

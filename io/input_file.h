@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 
+#include "base/byte_source.h"
 #include "base/settings.h"
 #include "base/status.h"
 
@@ -42,6 +43,10 @@ class InputFile {
 
   // From the start. kSeekError when the file cannot be moved there (2 GiB is the limit).
   Status seek(uint64_t position);
+
+  // Of bad data that `bytes`, which reads this file, has come to: notes where they are, for
+  // T_GetDamageOffset. Returns `why`.
+  Status note_damage(Status why, const ByteSource& bytes);
 
   // Bytes in the file; the position is kept. kSeekError when it cannot be told.
   Status size(uint32_t& bytes);

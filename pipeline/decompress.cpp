@@ -1,5 +1,6 @@
 #include "pipeline/decompress.h"
 
+#include "base/settings.h"
 #include "core/bitmap.h"
 #include "formats/jpeg.h"
 #include "formats/jpeg_stamp.h"
@@ -30,6 +31,7 @@ Status prepare(BitmapHandle& bitmap, const FILEINFO& info, int32_t bits) {
 }  // namespace
 
 Status decompress_bitmap(const char* name, BitmapHandle& bitmap, int32_t bits_per_pixel) {
+  settings.last_load = {};
   FILEINFO info;
   TRY(identify(name, info));
   if (!is_jpeg(info)) return kNoFormat;

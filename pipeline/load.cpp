@@ -46,6 +46,7 @@ class Load final : public process::RowReceiver {
   Status read(const char* name);
   Status replay(const char* name);
   Status start_stages(const BitmapHandle& source);
+  void clear_missing();
   bool stores() const { return request_.callback == nullptr; }
   bool asks(uint32_t flag) const { return (request_.flags & flag) != 0; }
 
@@ -57,12 +58,14 @@ class Load final : public process::RowReceiver {
   bool asks_rgb_ = false;  // of a reader that can give either order
   Stage stage_ = Stage::kPass;
   bool started_ = false;
+  bool is_replayed_ = false;
   process::RowStages stages_;
   StoreSink store_;
   process::RowBatch batch_;
 };
 
 Status Load::set_up(const char* name) {
+  settings.last_load = {};
   TRY(identify(name, info_));
   TRY(core::init_bitmap(*source_, info_.Width, info_.Height, info_.BitsPerPixel));
   const bool known_order = info_.Order == T_ORDER_RGB || info_.Order == T_ORDER_BGR;
@@ -99,6 +102,8 @@ Status Load::replay(const char* name) {
   const Status status = format_->read(name, source_.get(), StoreSink::sink,
                                       request_depth(info_.BitsPerPixel), store.context());
   if (!status.ok() && status != kReadError && status != kBadData) return status;
+  is_replayed_ = true;
+  if (asks(T_LOAD_WHOLE_ROWS)) store.resume(settings.last_load.whole_rows);
   const uint32_t height = store.first_missing();
   // These rows are in picture order.
   core::set_flag(*source_, T_FLAG_INTERLACED, false);
@@ -135,11 +140,17 @@ Status Load::run(const char* name) {
   }
   if (asks(T_LOAD_ACCESS)) core::access_bitmap(target_);
   const Status status = read(name);
-  if (allocated && stores()) store_.clear_missing();
+  if (allocated && stores()) clear_missing();
   if (asks(T_LOAD_ACCESS)) core::release_bitmap(target_);
   // A failed load that allocated keeps what it has; one that did not leaves no storage behind.
   if (!allocated && !status.ok()) core::free_bitmap(target_);
   return status;
+}
+
+// Rows that were replayed are in another order, and some of them came whole.
+void Load::clear_missing() {
+  if (asks(T_LOAD_WHOLE_ROWS) && !is_replayed_) store_.resume(settings.last_load.whole_rows);
+  store_.clear_missing();
 }
 
 // Done when the first rows arrive: by then the reader has described its picture.
@@ -177,6 +188,7 @@ Status load(const char* name, BitmapHandle& target, const LoadRequest& request) 
 }
 
 Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read, bool memory_only) {
+  settings.last_load = {};
   FILEINFO info;
   TRY(identify(name, info));
   TRY(core::init_bitmap(bitmap, info.Width, info.Height, info.BitsPerPixel));

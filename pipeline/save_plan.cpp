@@ -38,7 +38,8 @@ Status look_at_target(const FormatRow& format, const char* name, io::Target& tar
   if (format.holds_pages({head.data(), got})) return kOk;
   FILEINFO info;
   TRY(identify(name, info));
-  if (info.Format != format.id) target = io::Target::kReplace;
+  const FormatRow* const found = find_format(info.Format);
+  if (found == nullptr || found->write != format.write) target = io::Target::kReplace;
   return kOk;
 }
 

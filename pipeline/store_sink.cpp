@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/buffer.h"
 #include "core/bitmap.h"
 #include "core/rows.h"
 #include "platform/platform.h"
@@ -47,7 +48,7 @@ uint32_t StoreSink::first_missing() const {
 }
 
 void StoreSink::clear_missing() {
-  if (!core::has_flag(bitmap_, T_FLAG_MEMORY)) return;
+  if (!core::has_flag(bitmap_, T_FLAG_MEMORY)) return clear_missing_on_disk();
   const core::AccessScope accessed(bitmap_);
   const auto height = static_cast<uint32_t>(bitmap_.Height);
   const size_t line = bitmap_.BytesPerLine;
@@ -58,6 +59,17 @@ void StoreSink::clear_missing() {
   }
   for (; interlaced_.row() < height; interlaced_.advance(height)) {
     std::memset(pixels + line * interlaced_.row(), 0, line);
+  }
+}
+
+// A write that fails leaves what was there: the load has failed already.
+void StoreSink::clear_missing_on_disk() {
+  const auto height = static_cast<uint32_t>(bitmap_.Height);
+  Buffer blank;
+  if (!blank.allocate(bitmap_.BytesPerLine).ok()) return;
+  std::memset(blank.data(), 0, blank.size());
+  while ((is_interlaced() ? interlaced_.row() : row_) < height) {
+    if (!store(blank.data(), 1).ok()) return;
   }
 }
 

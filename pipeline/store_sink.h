@@ -28,8 +28,7 @@ class StoreSink final : public process::RowReceiver {
   // The first row of the picture that has not come; the height when none is missing.
   uint32_t first_missing() const;
 
-  // Zeroes the rows that have not come, of which a new memory bitmap holds old memory; a new disk
-  // bitmap holds zeros.
+  // Zeroes the rows that have not come.
   void clear_missing();
 
   Status take(const BitmapHandle&, const void* rows, int32_t count) { return store(rows, count); }
@@ -39,6 +38,7 @@ class StoreSink final : public process::RowReceiver {
   std::span<uint8_t> place(const BitmapHandle& source);
 
  private:
+  void clear_missing_on_disk();
   bool is_interlaced() const { return core::has_flag(bitmap_, T_FLAG_INTERLACED); }
 
   BitmapHandle& bitmap_;

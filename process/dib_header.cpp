@@ -25,6 +25,7 @@ constexpr size_t kBcWidth = 4, kBcHeight = 6, kBcBitCount = 10;
 // of 40 bytes is followed by them.
 constexpr size_t kBiWidth = 4, kBiHeight = 8, kBiBitCount = 14, kBiCompression = 16;
 constexpr size_t kBiXPelsPerMeter = 24, kBiYPelsPerMeter = 28, kBiClrUsed = 32, kMasks = 40;
+constexpr size_t kBV5CSType = 56;
 
 // Values of biCompression ([MS-WMF] 2.1.1.7 lists them); OS/2 2.x has others than Windows. BI_RLE8
 // (1) and BI_RLE4 (2) are known by the depth.
@@ -120,6 +121,11 @@ Status parse_info_header(std::span<const uint8_t> bytes, size_t header_size, Hea
   header.x_per_meter = static_cast<int32_t>(load_le32(&bytes[kBiXPelsPerMeter]));
   header.y_per_meter = static_cast<int32_t>(load_le32(&bytes[kBiYPelsPerMeter]));
   colors_used = load_le32(&bytes[kBiClrUsed]);
+  if (header_size == kV5Size && bytes.size() >= kV5Size) {
+    constexpr uint32_t kLinked = 0x4C494E4B, kEmbedded = 0x4D424544;
+    const uint32_t space = load_le32(&bytes[kBV5CSType]);
+    header.has_profile = space == kLinked || space == kEmbedded;
+  }
   return parse_coding(bytes, header_size, header);
 }
 
@@ -163,6 +169,8 @@ process::SourcePicture describe(const Header& header) {
   if (header.bits == 16 && header.has_masks) picture.bits = 24;
   picture.order = picture.bits > 8 ? T_ORDER_BGR : T_ORDER_RGB;
   picture.view_perspective = header.is_top_down ? 0 : 2;
+  picture.extras = header.alpha.width != 0 ? T_EXTRA_ALPHA : 0;
+  if (header.has_profile) picture.extras |= T_EXTRA_ICC;
   if (header.bits <= 8) {
     picture.flags = T_FLAG_PALETTE;
     picture.colors = 1u << picture.bits;

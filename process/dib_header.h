@@ -37,6 +37,7 @@ struct Header {
   Coding coding = Coding::kNone;
   bool has_masks = false;  // the channels are not where plain pixels have them
   Channel red, green, blue, alpha;
+  bool has_profile = false;
   bool has_resolution = false;
   int32_t x_per_meter = 0;
   int32_t y_per_meter = 0;

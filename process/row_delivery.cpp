@@ -85,7 +85,9 @@ std::span<uint8_t> RowDelivery::next_rows(uint32_t wanted, uint32_t& count) {
   return {first, size_t{count} * source_line_};
 }
 
-Status RowDelivery::commit(uint32_t count) {
+Status RowDelivery::commit(uint32_t count, uint32_t whole) {
+  LastLoad& load = settings.last_load;
+  if (load.whole_rows == committed_) load.whole_rows += whole;
   committed_ += count;
   uint8_t* const rows = lent_row();
   if (is_direct_) {

@@ -62,8 +62,10 @@ class RowDelivery {
 
   // Delivers the row, or the first `count` of the rows, filled last. Anything but kOk is the sink's
   // or the status callback's answer: the reader stops and returns it.
-  Status commit() { return commit(1); }
-  Status commit(uint32_t count);
+  Status commit() { return commit(1, 1); }
+  Status commit(uint32_t count) { return commit(count, count); }
+  // The same where only the first `whole` of them came whole from the file.
+  Status commit(uint32_t count, uint32_t whole);
 
   // Delivers what is gathered and tells that all is done.
   Status finish();

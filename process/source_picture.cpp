@@ -13,6 +13,7 @@ void describe(const SourcePicture& picture, int32_t format, const char* compress
   info.Order = static_cast<int32_t>(picture.order);
   info.ViewPerspective = picture.view_perspective;
   info.Orientation = picture.orientation;
+  info.Extras = picture.extras;
   info.Colors = picture.colors;
   info.XResolution = picture.has_resolution ? picture.x_resolution : 0;
   info.YResolution = picture.has_resolution ? picture.y_resolution : 0;

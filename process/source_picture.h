@@ -18,6 +18,7 @@ struct SourcePicture {
   uint32_t orientation = 1;       // how to turn what view_perspective shows, as TIFF numbers it
   uint32_t flags = 0;             // T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED
   uint32_t colors = 0;            // palette entries
+  uint32_t extras = 0;            // T_EXTRA_ bits
   int32_t storage_kind = 0;       // number of the format in BitmapHandle.StorageKind
   int32_t x_resolution = 0;       // used when has_resolution
   int32_t y_resolution = 0;

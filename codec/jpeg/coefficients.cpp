@@ -150,6 +150,7 @@ Status CoefficientStore::decode_scan(const Scan& scan, const Tables& tables, Byt
     TRY(check_huffman_tables(scan, procedure_of(*frame_, scan.band), tables));
   }
   reader.begin(source, tables.restart_interval, frame_->is_arithmetic);
+  whole_bands_ = frame_->mcus_high;
   TRY(scan.count == 1 ? decode_plain(scan, tables, reader)
                       : decode_interleaved(scan, tables, reader));
   reader.bits.skip_to_marker();
@@ -184,6 +185,7 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
       if (blocks == nullptr) TRY(reach(component, row, blocks));
       reader.leave(coder.decode(reader, component, blocks + size_t{x} * kBlockSize));
     }
+    if (!reader.outcome().ok()) whole_bands_ = std::min(whole_bands_, row / frame_component.v);
   }
   return kOk;
 }
@@ -225,6 +227,7 @@ Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tabl
       }
       reader.leave(is_good);
     }
+    if (!reader.outcome().ok()) whole_bands_ = std::min(whole_bands_, mcu_row);
   }
   return kOk;
 }

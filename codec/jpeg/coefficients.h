@@ -30,6 +30,9 @@ class CoefficientStore {
   Status decode_scan(const Scan& scan, const Tables& tables, ByteSource& source,
                      ScanReader& reader);
 
+  // MCU rows of the last scan before the first loss in it.
+  uint32_t whole_bands() const { return whole_bands_; }
+
   // Visits of blocks beyond those that every stream may make.
   uint64_t extra_visits() const { return visits_ - std::min(visits_, own_visits_); }
 
@@ -51,6 +54,7 @@ class CoefficientStore {
 
   const Frame* frame_ = nullptr;
   size_t count_ = 0;
+  uint32_t whole_bands_ = 0;
   std::array<Plane, kMaxComponents> planes_;
   // Of blocks, by all scans, and as many as the blocks that data reached justify.
   uint64_t visits_ = 0;

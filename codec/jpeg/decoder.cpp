@@ -79,7 +79,7 @@ void Decoder::forget_rows(ByteSource& source) {
   store_.reset();
   rows_.reset();
   outcome_ = kOk;
-  bands_ = sound_bands_ = next_row_ = 0;
+  bands_ = sound_bands_ = whole_bands_ = next_row_ = 0;
 }
 
 // The older form of JPEG in TIFF 6.0 (section 22) has such data: a header in one place, strips
@@ -207,6 +207,7 @@ void Decoder::decode_band() {
   ++bands_;
   if (!reader_.is_dead()) sound_bands_ = bands_;
   outcome_ = reader_.outcome();
+  if (outcome_.ok()) whole_bands_ = bands_;
 }
 
 // Two MCUs at a time, because the inverse transform takes pairs. Coefficients must be zero
@@ -268,22 +269,44 @@ void Decoder::fill_lost(uint32_t x) {
 // are counted against kExtraVisits, so that a small file cannot ask for minutes.
 Status Decoder::read_all_scans() {
   store_.emplace();
+  exact_.fill(0);
+  whole_bands_ = frame_.mcus_high;
   TRY(store_->start(frame_, rows_->needed_components()));
   TRY(reader_.start(mcu_bytes(blocks_per_mcu(frame_))));
   bool has_more = true;
   for (int scans = 0; has_more; ++scans) {
     if (scans == kMaxScans || extra_visits_ + store_->extra_visits() > kExtraVisits) {
       note(kBadData);
+      whole_bands_ = 0;
       return kOk;
     }
     const Status status = store_->decode_scan(scan_, tables_[0], *source_, reader_);
     if (status == kNoMemory) return status;
     note(status);
+    if (!status.ok()) whole_bands_ = 0;
     if (!status.ok()) return kOk;
     note(reader_.outcome());
+    whole_bands_ = std::min(whole_bands_, store_->whole_bands());
+    note_exact(scan_);
     TRY(continue_scans(has_more));
   }
+  if (!is_exact()) whole_bands_ = 0;
   return kOk;
+}
+
+// G.1.1.1.2: the last bits come with Al 0.
+void Decoder::note_exact(const Scan& scan) {
+  if (scan.band.low != 0) return;
+  for (size_t i = 0; i < scan.count; ++i) {
+    for (int k = scan.band.first; k <= scan.band.last; ++k) {
+      exact_[scan.components[i].index] |= uint64_t{1} << k;
+    }
+  }
+}
+
+bool Decoder::is_exact() const {
+  return std::all_of(exact_.begin(), exact_.begin() + frame_.count,
+                     [](uint64_t coefficients) { return coefficients == UINT64_MAX; });
 }
 
 // Reads up to the next scan. What is wrong there costs the scans that would follow, no more:

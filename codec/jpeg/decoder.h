@@ -86,6 +86,11 @@ class Decoder {
   }
   uint64_t most_bytes() const;
 
+  // Rows from the top that are whole, as far as the stream has been decoded.
+  uint32_t whole_rows() const {
+    return outcome_.ok() ? frame_.height : rows_->ready_rows(whole_bands_);
+  }
+
   // After the last row: kOk, kReadError when the data ended too early, kBadData when they were
   // damaged or have more scans than any picture needs. When nearly all of a huge picture is lost,
   // the rows end at the loss.
@@ -112,6 +117,8 @@ class Decoder {
   Status start_direct();
   Status read_all_scans();
   Status continue_scans(bool& has_more);
+  void note_exact(const Scan& scan);
+  bool is_exact() const;
   // Of several things that are wrong the first is told.
   void note(Status status) {
     if (outcome_.ok()) outcome_ = status;
@@ -136,6 +143,9 @@ class Decoder {
   // Of each component since its first scan, and whether that has come.
   std::array<std::array<uint16_t, kBlockSize>, kMaxComponents> quantisers_;
   std::array<bool, kMaxComponents> is_latched_ = {};
+  // Of streams of several scans: the coefficients of each component, a bit for one, that have come
+  // with all their bits.
+  std::array<uint64_t, kMaxComponents> exact_ = {};
 
   ScanReader reader_;
   std::optional<CoefficientStore> store_;
@@ -149,6 +159,7 @@ class Decoder {
   std::array<uint8_t*, kMaxComponents> band_ = {};          // where samples of this band go
   uint32_t bands_ = 0;                                      // MCU rows decoded
   uint32_t sound_bands_ = 0;                                // before the part that is lost for good
+  uint32_t whole_bands_ = 0;                                // before anything that is lost
   uint32_t next_row_ = 0;
   PixelLayout layout_ = PixelLayout::kRgb24;
   Status outcome_ = kOk;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "base/endian.h"
 
@@ -127,6 +128,8 @@ Status MarkerReader::read_segment(int code, Frame& frame, Scan& scan, Extras& ex
     case marker::kCom:
       return read_comment(extras);
     case marker::kApp0:
+    case marker::kApp1:
+    case marker::kApp2:
     case marker::kApp14:
       return read_application(code, extras);
     default:
@@ -311,6 +314,9 @@ Status MarkerReader::read_line_count(Frame& frame) {
 Status MarkerReader::read_application(int code, Extras& extras) {
   std::array<uint8_t, 12> bytes = {};
   const size_t size = std::min<size_t>(left_, bytes.size());
+  const auto begins = [&bytes](std::string_view text) {
+    return std::memcmp(bytes.data(), text.data(), text.size()) == 0;
+  };
   TRY(take(std::span(bytes).first(size)));
   if (code == marker::kApp0 && size == bytes.size() && std::memcmp(bytes.data(), "JFIF", 5) == 0) {
     extras.has_jfif = true;
@@ -323,6 +329,11 @@ Status MarkerReader::read_application(int code, Extras& extras) {
     extras.has_adobe = true;
     extras.adobe_transform = bytes[11];
   }
+  // Exif 2.32, 4.5.4; XMP part 3, 1.1.3; ICC.1, B.4.
+  using namespace std::string_view_literals;
+  extras.has_exif |= code == marker::kApp1 && begins("Exif\0"sv);
+  extras.has_xmp |= code == marker::kApp1 && begins("http://ns.ad"sv);
+  extras.has_icc |= code == marker::kApp2 && begins("ICC_PROFILE"sv);
   return kOk;
 }
 

@@ -22,7 +22,8 @@ inline constexpr int kSof0 = 0xC0, kSof1 = 0xC1, kSof2 = 0xC2, kDht = 0xC4;
 inline constexpr int kJpg = 0xC8, kSof9 = 0xC9, kSof10 = 0xCA, kDac = 0xCC, kSof15 = 0xCF;
 inline constexpr int kRst0 = 0xD0, kRst7 = 0xD7, kSoi = 0xD8, kEoi = 0xD9, kSos = 0xDA;
 inline constexpr int kDqt = 0xDB, kDnl = 0xDC, kDri = 0xDD;
-inline constexpr int kApp0 = 0xE0, kApp14 = 0xEE, kCom = 0xFE, kTem = 0x01;
+inline constexpr int kApp0 = 0xE0, kApp1 = 0xE1, kApp2 = 0xE2, kApp14 = 0xEE, kCom = 0xFE,
+                     kTem = 0x01;
 }  // namespace marker
 
 // Ci, Hi, Vi and Tqi of a frame header (B.2.2), and what follows from them.
@@ -102,6 +103,9 @@ struct Extras {
   uint16_t y_density = 0;
   bool has_adobe = false;
   uint8_t adobe_transform = 0;
+  bool has_exif = false;
+  bool has_xmp = false;
+  bool has_icc = false;
   // The first comment that is short enough to be a program's name: programs tell in it who wrote
   // the stream, and how. Empty when there is none.
   std::array<uint8_t, 32> comment = {};
