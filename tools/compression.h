@@ -31,8 +31,10 @@ bool is_compressed(const T_Format& format);
 // meaning for the format.
 T_Format compressed_variant(const T_Format& format, const CompressionOptions& options);
 
-// The library's quality factor for the options.
-int32_t quality_factor(const T_Format& format, const CompressionOptions& options);
+// The library's quality factor for the options. Without any, that of the source's quality; 0: it
+// has none.
+int32_t quality_factor(const T_Format& format, const CompressionOptions& options,
+                       int source_quality = 0);
 
 // The depth at which a picture that is loaded is compressed without --bits: 8 for one whose
 // colours are all grey, else 24.
@@ -40,6 +42,6 @@ int compressed_depth(const BitmapHandle& picture);
 
 // Writes the picture and its stamp at the depth given, 8 (grey) or 24; the record may be changed.
 void save_with_stamp(const std::string& path, BitmapHandle& picture, const T_Format& format,
-                     int depth, const CompressionOptions& options);
+                     int depth, int32_t factor, const CompressionOptions& options);
 
 }  // namespace tavo::tools

@@ -3,12 +3,11 @@
 #include <cstdio>
 
 #include "signals.h"
+#include "system.h"
 #include "tavo45.h"
 
 namespace tavo::tools {
-namespace {
 
-// Control characters would break the line or drive the terminal.
 std::string one_line(std::string text) {
   for (char& c : text) {
     const auto byte = static_cast<unsigned char>(c);
@@ -17,8 +16,6 @@ std::string one_line(std::string text) {
   return text;
 }
 
-}  // namespace
-
 void check_signals() {
   if (const int signal = noted_signal(); signal != 0) throw Interrupted{signal};
 }
@@ -26,12 +23,29 @@ void check_signals() {
 void check(int32_t status, const std::string& file) {
   if (status == T_OK) return;
   check_signals();
+  const bool is_full = last_error() == Reason::kNoRoom;
+  const std::string reason = last_error_text();
+  if (is_full && status == T_ERR_WRITE)
+    throw Failure{file, "There is no room for the file: " + reason, status};
+  if (is_full && status == T_ERR_NO_MEMORY) throw_folder_failure(temporary_folder());
   throw Failure{file, T_GetStatusText(status), status};
 }
 
+void throw_folder_failure(const std::string& folder) {
+  const bool is_full = last_error() == Reason::kNoRoom;
+  const std::string reason = last_error_text();
+  throw Failure{folder,
+                is_full ? "The folder for temporary files is full: " + reason
+                        : "No temporary file can be made in this folder: " + reason,
+                T_ERR_NO_MEMORY};
+}
+
+void tell(const std::string& file, const std::string& text) {
+  std::fprintf(stderr, "tavo: %s: %s\n", one_line(file).c_str(), one_line(text).c_str());
+}
+
 void report(const Failure& failure) {
-  std::fprintf(stderr, "tavo: %s: %s (status %d)\n", one_line(failure.file).c_str(),
-               one_line(failure.what).c_str(), static_cast<int>(failure.status));
+  tell(failure.file, failure.what + " (status " + std::to_string(failure.status) + ")");
 }
 
 }  // namespace tavo::tools

@@ -9,6 +9,7 @@ namespace tavo::tools {
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailure = 1;
 inline constexpr int kExitUsage = 2;
+inline constexpr int kExitPartial = 3;  // what could be read of a damaged picture
 
 // Something is wrong with a file.
 struct Failure {
@@ -31,8 +32,18 @@ struct Interrupted {
 void check_signals();
 
 // Throws what a library call's status means for `file`: nothing for T_OK, Interrupted when a
-// signal ended the call, else a Failure with the library's sentence.
+// signal ended the call, else a Failure with the library's sentence, or with the system's reason
+// when there was no room for what the call wrote.
 void check(int32_t status, const std::string& file);
+
+// The last call could not make or fill a file in the folder for temporary files.
+[[noreturn]] void throw_folder_failure(const std::string& folder);
+
+// Without control characters, which would break the line or drive the terminal.
+std::string one_line(std::string text);
+
+// "tavo: FILE: text" on standard error: one line whatever the name holds.
+void tell(const std::string& file, const std::string& text);
 
 // "tavo: FILE: what is wrong (status -9)" on standard error: one line whatever the name holds.
 void report(const Failure& failure);

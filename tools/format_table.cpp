@@ -5,6 +5,8 @@
 #include <sstream>
 
 #include "failure.h"
+#include "streams.h"
+#include "suggest.h"
 
 namespace tavo::tools {
 namespace {
@@ -21,6 +23,34 @@ std::string lower(std::string_view text) {
 bool has_extension(const T_Format& format, std::string_view wanted) {
   return std::ranges::count(extensions_of(format), wanted) != 0;
 }
+
+// Null when there is none. A format whose usual extension it is goes before the others.
+const T_Format* find_by_extension(const std::vector<T_Format>& formats, std::string_view wanted) {
+  const T_Format* found = nullptr;
+  for (const T_Format& format : formats) {
+    if (format.CanWrite == 0 || !has_extension(format, wanted)) continue;
+    if (extensions_of(format).front() == wanted) return &format;
+    if (found == nullptr) found = &format;
+  }
+  return found;
+}
+
+// Codings of TIFF files: what people call them, and what T_FileInfo does.
+struct TiffCoding {
+  const char* word;
+  const char* text;
+  int32_t format;
+};
+constexpr TiffCoding kTiffCodings[] = {
+    {"packbits", "Run Length", T_FORMAT_TIFF_PACKBITS},
+    {"lzw", "LZW", T_FORMAT_TIFF_LZW},
+    {"group3", "CCITT Group 3 Fax", T_FORMAT_TIFF_GROUP3},
+    {"group3-2d", "", T_FORMAT_TIFF_GROUP3_2D},
+    {"group4", "CCITT Group 4 Fax", T_FORMAT_TIFF_GROUP4},
+    {"g3", "", T_FORMAT_TIFF_GROUP3},
+    {"g32d", "", T_FORMAT_TIFF_GROUP3_2D},
+    {"g4", "", T_FORMAT_TIFF_GROUP4},
+};
 
 }  // namespace
 
@@ -39,8 +69,13 @@ std::string format_name(int32_t id) {
 
 bool is_same_kind(int32_t id, const T_Format& format) {
   return std::ranges::any_of(all_formats(), [&](const T_Format& row) {
-    return row.Id == id && std::string_view(row.Extensions) == format.Extensions;
+    return row.Id == id && has_extension(format, extensions_of(row).front());
   });
+}
+
+bool holds_pages(const T_Format& format) {
+  const std::string usual = extensions_of(format).front();
+  return usual == "tif" || usual == "dcx";
 }
 
 std::vector<std::string> extensions_of(const T_Format& format) {
@@ -79,10 +114,17 @@ T_Format format_by_name(std::string_view text) {
   for (const T_Format& format : formats)
     if (format.CanWrite != 0 && (is_number ? format.Id == id : lower(format.Name) == wanted))
       return format;
-  for (const T_Format& format : formats)
-    if (format.CanWrite != 0 && has_extension(format, wanted)) return format;
-  throw UsageError{"--format: \"" + std::string(text) +
-                   "\" is no format that can be written; \"tavo formats\" lists them"};
+  if (const T_Format* format = find_by_extension(formats, wanted)) return *format;
+  std::vector<std::string> known;
+  for (const TiffCoding& coding : kTiffCodings) {
+    if (wanted == coding.word) return format_by_name(std::to_string(coding.format));
+    known.push_back(coding.word);
+  }
+  for (const T_Format& format : formats) {
+    if (format.CanWrite != 0) known.push_back(lower(format.Name));
+  }
+  throw UsageError{"--format: \"" + std::string(text) + "\" is no format that can be written" +
+                   suggestion(wanted, known) + "; \"tavo formats\" lists them"};
 }
 
 T_Format format_by_extension(const std::string& path) {
@@ -90,14 +132,30 @@ T_Format format_by_extension(const std::string& path) {
   const size_t dot = path.rfind('.');
   const bool has_dot = dot != std::string::npos && dot >= name;
   const std::string extension = has_dot ? lower(path.substr(dot + 1)) : std::string();
-  for (const T_Format& format : all_formats())
-    if (format.CanWrite != 0 && has_extension(format, extension)) return format;
+  const auto formats = all_formats();
+  if (const T_Format* format = find_by_extension(formats, extension)) return *format;
   throw Failure{path,
                 extension.empty()
                     ? "The name has no extension that says which format to write; give --format"
                     : "No format is written under the extension ." + extension +
                           "; \"tavo formats\" lists those there are, --format chooses one",
                 T_ERR_FORMAT};
+}
+
+T_Format format_for(const std::string& asked, const std::string& output) {
+  if (!asked.empty()) return format_by_name(asked);
+  if (output == kStandardStream)
+    throw UsageError{"standard output has no extension that says which format to write; give --to"};
+  return format_by_extension(output);
+}
+
+T_Format coded_like(const FILEINFO& source, const T_Format& format, int bits) {
+  if (source.Format != T_FORMAT_TIFF || format.Id != T_FORMAT_TIFF) return format;
+  const auto* coding =
+      std::ranges::find(kTiffCodings, std::string_view(source.Compression), &TiffCoding::text);
+  if (coding == std::end(kTiffCodings)) return format;
+  const T_Format variant = format_by_name(std::to_string(coding->format));
+  return accepts_depth(variant, bits) ? variant : format;
 }
 
 int choose_depth(const T_Format& format, int source_bits) {

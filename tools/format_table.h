@@ -27,12 +27,22 @@ bool accepts_depth(const T_Format& format, int bits);
 // The depths that a save accepts, for people: "1, 4, 8, 24".
 std::string write_depths_text(const T_Format& format);
 
-// The format that `text` names for writing: a number is an identifier, anything else a name or an
-// extension, upper or lower case. UsageError when there is none.
+// The format that `text` names for writing: a number is an identifier, anything else a name, an
+// extension or a TIFF coding, upper or lower case. UsageError when there is none.
 T_Format format_by_name(std::string_view text);
 
 // The format for writing that the extension of `path` stands for. Failure when there is none.
 T_Format format_by_extension(const std::string& path);
+
+// The one that is asked for, else that of the extension; standard output has none.
+T_Format format_for(const std::string& asked, const std::string& output);
+
+// Whether files of the format take more than one page.
+bool holds_pages(const T_Format& format);
+
+// `format`, or the variant of it that codes pictures of so many bits as the source is coded: TIFF
+// files stay what they are.
+T_Format coded_like(const FILEINFO& source, const T_Format& format, int bits);
 
 // The depth at which to write a picture of `source_bits`: its own, else the nearest one that
 // loses nothing, else the richest one there is.

@@ -1,4 +1,5 @@
 // tavo info: what files hold.
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -9,9 +10,11 @@
 
 #include "failure.h"
 #include "format_table.h"
+#include "option_checks.h"
 #include "picture.h"
 #include "program.h"
-#include "system.h"
+#include "rows_read.h"
+#include "source.h"
 
 namespace tavo::tools {
 namespace {
@@ -20,15 +23,16 @@ using Json = nlohmann::ordered_json;
 
 struct InfoOptions {
   std::vector<std::string> files;
-  int page = 1;
+  int page = 0;  // 0: not given
+  bool check = false;
   bool json = false;
 };
 
 // What only JPEG and CMP files have; none for a stream that cannot be decoded.
-std::optional<T_JPEGINFO> describe_jpeg(const std::string& file, const FILEINFO& info) {
+std::optional<T_JPEGINFO> describe_jpeg(const Source& source, const FILEINFO& info) {
   T_JPEGINFO jpeg;
   if (info.Format != T_FORMAT_JPEG && info.Format != T_FORMAT_CMP) return std::nullopt;
-  if (T_GetJPEGInfo(absolute_path(file).c_str(), &jpeg) != T_OK) return std::nullopt;
+  if (T_GetJPEGInfo(source.path().c_str(), &jpeg) != T_OK) return std::nullopt;
   return jpeg;
 }
 
@@ -84,11 +88,23 @@ std::string to_text(const T_JPEGINFO& jpeg) {
          std::to_string(jpeg.StampHeight);
 }
 
-Json to_json(const std::string& file, const FILEINFO& info) {
+Json extras_of(const FILEINFO& info) {
+  static constexpr struct {
+    uint32_t bit;
+    const char* name;
+  } kNames[] = {
+      {T_EXTRA_ALPHA, "alpha"}, {T_EXTRA_ICC, "icc"}, {T_EXTRA_EXIF, "exif"}, {T_EXTRA_XMP, "xmp"}};
+  Json names = Json::array();
+  for (const auto& extra : kNames)
+    if ((info.Extras & extra.bit) != 0) names.push_back(extra.name);
+  return names;
+}
+
+Json to_json(const Source& source, const FILEINFO& info) {
   const Resolution dpi = in_dots_per_inch(info.Format, info.XResolution, info.YResolution);
   const auto number_or_null = [](int32_t n) { return n > 0 ? Json(n) : Json(nullptr); };
   Json row;
-  row["file"] = file;
+  row["file"] = source.name();
   row["format"] = found_format(info);
   row["format_id"] = info.Format;
   row["bytes"] = info.FileSize;
@@ -105,7 +121,8 @@ Json to_json(const std::string& file, const FILEINFO& info) {
   row["x_dpi"] = number_or_null(dpi.x);
   row["y_dpi"] = number_or_null(dpi.y);
   if (info.Orientation > 1) row["orientation"] = info.Orientation;
-  if (const auto jpeg = describe_jpeg(file, info)) row["jpeg"] = to_json(*jpeg);
+  if (const Json extras = extras_of(info); !extras.empty()) row["extras"] = extras;
+  if (const auto jpeg = describe_jpeg(source, info)) row["jpeg"] = to_json(*jpeg);
   return row;
 }
 
@@ -115,7 +132,7 @@ std::string resolution_text(Resolution dpi) {
   return std::to_string(dpi.x) + " x " + std::to_string(dpi.y) + " dpi";
 }
 
-void print_line(const std::string& file, const FILEINFO& info) {
+void print_line(const Source& source, const FILEINFO& info, const std::string& verdict) {
   std::string depth =
       std::to_string(info.BitsPerPixel) + (info.BitsPerPixel == 1 ? " bit" : " bits");
   if ((info.Flags & T_FLAG_GRAY) != 0) {
@@ -127,24 +144,93 @@ void print_line(const std::string& file, const FILEINFO& info) {
   if (info.Page > 1) pages = "page " + std::to_string(info.Page) + " of " + pages;
   if (info.Orientation > 1) pages += ", orientation " + std::to_string(info.Orientation);
   const Resolution dpi = in_dots_per_inch(info.Format, info.XResolution, info.YResolution);
-  const auto jpeg = describe_jpeg(file, info);
-  std::printf("%s: %s, %d x %d, %s, compression %s%s, %s, %s, %u bytes\n", file.c_str(),
+  const auto jpeg = describe_jpeg(source, info);
+  std::printf("%s: %s, %d x %d, %s, compression %s%s, %s, %s, %u bytes%s\n", source.name().c_str(),
               found_format(info).c_str(), static_cast<int>(info.Width),
               static_cast<int>(info.Height), depth.c_str(), info.Compression,
               jpeg ? to_text(*jpeg).c_str() : "", pages.c_str(), resolution_text(dpi).c_str(),
-              static_cast<unsigned>(info.FileSize));
+              static_cast<unsigned>(info.FileSize), verdict.c_str());
 }
 
-// Every file gets its turn; those that fail are reported and make the exit status 1.
+// ---- --check ----
+
+struct Check {
+  int32_t rows = 0;
+  int32_t of = 0;
+  int64_t offset = -1;
+
+  bool is_whole() const { return offset < 0; }
+  const char* verdict() const { return is_whole() ? "whole" : rows > 0 ? "partial" : "damaged"; }
+  int exit_status() const { return is_whole() ? kExitOk : rows > 0 ? kExitPartial : kExitFailure; }
+};
+
+void add_page(const RowsRead& rows, const Source& source, Check& check) {
+  if (!rows.is_whole() && !rows.is_damaged()) throw failure_of(rows, source.name());
+  check.rows += rows.whole;
+  check.of += rows.of;
+  if (check.is_whole()) check.offset = rows.offset;
+}
+
+// All pages, or the one asked for. Where a page that is not the first cannot even be described, its
+// rows are not known.
+Check check_file(const Source& source, const FILEINFO& info, bool is_alone) {
+  Check check;
+  add_page(read_rows(source, info), source, check);
+  for (int32_t page = 2; !is_alone && page <= info.PageCount; ++page) {
+    FILEINFO next;
+    try {
+      next = describe(source, page);
+    } catch (const Failure&) {
+      if (check.is_whole()) check.offset = info.FileSize;
+      continue;
+    }
+    add_page(read_rows(source, next), source, check);
+  }
+  return check;
+}
+
+std::string to_text(const Check& check) {
+  std::string text = std::string(", ") + check.verdict();
+  if (check.is_whole()) return text;
+  return text + " (" + std::to_string(check.rows) + " of " + std::to_string(check.of) +
+         " rows, wrong from byte " + std::to_string(check.offset) + ")";
+}
+
+Json to_json(const Check& check) {
+  return {{"verdict", check.verdict()},
+          {"rows", check.rows},
+          {"of", check.of},
+          {"offset", check.is_whole() ? Json(nullptr) : Json(check.offset)}};
+}
+
+// Describes one file; its exit status.
+int show(const InfoOptions& options, const std::string& file, Json& rows) {
+  const Source source(file);
+  const FILEINFO info = describe(source, std::max(options.page, 1));
+  std::optional<Check> check;
+  if (options.check) check = check_file(source, info, options.page != 0);
+  if (options.json) {
+    Json row = to_json(source, info);
+    if (check) row["check"] = to_json(*check);
+    rows.push_back(row);
+  } else {
+    print_line(source, info, check ? to_text(*check) : std::string());
+  }
+  return check ? check->exit_status() : kExitOk;
+}
+
+// Every file gets its turn; those that fail are reported and make the exit status 1, which goes
+// before the one for a partial picture.
 int run_info(const InfoOptions& options) {
   int exit_status = kExitOk;
   Json rows = Json::array();
   for (const std::string& file : options.files) {
     try {
-      const FILEINFO info = describe(file, options.page);
-      options.json ? rows.push_back(to_json(file, info)) : print_line(file, info);
+      const int status = show(options, file, rows);
+      if (exit_status != kExitFailure && status != kExitOk) exit_status = status;
     } catch (const Failure& failure) {
       std::fflush(stdout);  // keeps the order when both streams go to one place
+      check_signals();
       report(failure);
       rows.push_back({{"file", file}, {"status", failure.status}, {"error", failure.what}});
       exit_status = kExitFailure;
@@ -164,11 +250,18 @@ void add_info(CLI::App& app, Action& action) {
   auto options = std::make_shared<InfoOptions>();
   CLI::App* command = app.add_subcommand(
       "info", "Show format, size, depth, compression, pages and resolution of files");
-  command->add_option("FILE", options->files, "Files to look into")->required();
-  command->add_option("--page", options->page, "Page of a multi-page file to describe")
-      ->check(CLI::Range(1, T_MAX_PAGES).description(""))
-      ->type_name("N")
-      ->capture_default_str();
+  command->add_option("FILE", options->files, "Files to look into; \"-\" is standard input")
+      ->required();
+  command
+      ->add_option("--page", options->page,
+                   "Page of a multi-page file to describe, the first without this option")
+      ->check(whole_number(1, T_MAX_PAGES))
+      ->type_name("N");
+  command->add_flag("--check", options->check,
+                    "Read the pixels, too, of all pages or the one asked for: whole (exit status "
+                    "0), partial (3) or damaged, without a single row (1). --json: \"check\" with "
+                    "\"verdict\", \"rows\", \"of\" and the \"offset\" of the first bad byte, which "
+                    "in coded data may be that of a later one");
   command->add_flag("--json", options->json,
                     "Print a JSON array with one object per file; a file that fails gives one "
                     "with \"file\", \"status\" and \"error\"");

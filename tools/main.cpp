@@ -6,10 +6,43 @@
 #include "failure.h"
 #include "program.h"
 #include "signals.h"
+#include "suggest.h"
 #include "tavo45.h"
+
+#ifdef _WIN32
+// Has the C library expand wildcards, as shells of that system leave them to the programs.
+extern "C" int _dowildcard;
+int _dowildcard = -1;
+#endif
 
 namespace tavo::tools {
 namespace {
+
+std::vector<std::string> names_of(const CLI::Option& option) {
+  std::vector<std::string> names;
+  for (const std::string& name : option.get_lnames()) names.push_back("--" + name);
+  for (const std::string& name : option.get_snames()) names.push_back("-" + name);
+  return names;
+}
+
+// What the parser could not place, or else what it says.
+std::string usage_text(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> unknown = app.remaining(true);
+  if (unknown.empty()) return error.what();
+  const auto chosen = app.get_subcommands();
+  const CLI::App& command = chosen.empty() ? app : *chosen.front();
+  const std::string word = unknown.front().substr(0, unknown.front().find('='));
+  const bool is_option = word.starts_with('-');
+  std::vector<std::string> known;
+  if (is_option) {
+    for (const CLI::Option* option : command.get_options({}))
+      for (const std::string& name : names_of(*option)) known.push_back(name);
+  } else {
+    for (const CLI::App* other : app.get_subcommands({})) known.push_back(other->get_name());
+  }
+  return std::string("there is no ") + (is_option ? "option" : "command") + " \"" + word + "\"" +
+         suggestion(word, known);
+}
 
 int report_usage(const CLI::App& app, const std::string& what) {
   const auto chosen = app.get_subcommands();
@@ -22,6 +55,7 @@ int report_usage(const CLI::App& app, const std::string& what) {
 void follow_other_programs() {
   T_SetGIFDepth(1);    // an image's own color table decides when it has one
   T_SetRASVariant(1);  // run counts, polarity and the length field as everybody writes them
+  T_SetUnknownResolution(1);
 }
 
 int run(const Action& action) {
@@ -56,7 +90,7 @@ int parse_and_run(int argc, char** argv) {
   } catch (const CLI::Success& request) {  // --help, --version
     return app.exit(request);
   } catch (const CLI::ParseError& error) {
-    return report_usage(app, error.what());
+    return report_usage(app, usage_text(app, error));
   } catch (const UsageError& error) {
     return report_usage(app, error.what);
   }

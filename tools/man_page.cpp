@@ -30,10 +30,20 @@ void write_options(std::ostream& out, const CLI::App& app) {
   for (const CLI::Option* option : app.get_options({})) write_option(out, *option);
 }
 
-// A footer is laid out by hand, examples included: it stays as it is.
+// What is laid out by hand stays as it is.
+void write_lines(std::ostream& out, const std::string& text) {
+  out << ".nf\n" << roff(text) << "\n.fi\n";
+}
+
 void write_footer(std::ostream& out, const CLI::App& app) {
   if (app.get_footer().empty()) return;
-  out << ".PP\n.nf\n" << roff(app.get_footer()) << "\n.fi\n";
+  out << ".PP\n";
+  write_lines(out, app.get_footer());
+}
+
+void write_section(std::ostream& out, const char* title, const std::string& text) {
+  out << ".SH " << title << "\n";
+  write_lines(out, text);
 }
 
 // "tavo convert IN OUT [options]"
@@ -60,8 +70,10 @@ void write_page(std::ostream& out, const CLI::App& app) {
     write_options(out, *command);
     write_footer(out, *command);
   }
-  out << ".SH NOTES\n";
-  write_footer(out, app);
+  write_section(out, "EXIT STATUS", exit_status_text());
+  write_section(out, "EXAMPLES", examples_text());
+  write_section(out, "FILES", files_text());
+  write_section(out, "NOTES", notes_text());
 }
 
 }  // namespace

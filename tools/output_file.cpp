@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "failure.h"
+#include "streams.h"
+#include "system.h"
 #include "tavo45.h"
 
 namespace tavo::tools {
@@ -34,12 +36,18 @@ void wait_for(const std::string& target, Take take) {
 }  // namespace
 
 OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::move(target)) {
-  check_target();
-  is_special_ = file_kind(target_) == FileKind::kOther;
+  const bool is_stream = target_ == kStandardStream;
+  if (!is_stream) check_target();
+  is_special_ = is_stream || file_kind(target_) == FileKind::kOther;
   final_path_ = is_special_ ? target_ : resolve_links(target_);
-  if (!work_.create(is_special_ ? temporary_folder() : folder_of(final_path_)))
+  if (is_stream) target_ = "standard output";
+  const std::string folder = is_special_ ? temporary_folder() : folder_of(final_path_);
+  if (!work_.create(folder)) {
+    if (is_special_) throw_folder_failure(folder);
     throw Failure{target_, "No file can be made in this folder: " + last_error_text(),
                   T_ERR_CREATE};
+  }
+  forget_last_error();
   if (!keep_content || is_special_) return;
   take_turn();
   copy_target();
@@ -47,6 +55,8 @@ OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::mov
 
 void OutputFile::check_target() const {
   const FileKind kind = file_kind(target_);
+  if (kind == FileKind::kMissing && last_error() != Reason::kAbsent)
+    throw Failure{target_, "The file cannot be created: " + last_error_text(), T_ERR_CREATE};
   if (kind == FileKind::kDirectory) throw Failure{target_, "Is a folder", T_ERR_CREATE};
   if (kind != FileKind::kMissing && !is_writable(target_))
     throw Failure{target_, "The file is write-protected", T_ERR_CREATE};
@@ -61,15 +71,17 @@ void OutputFile::copy_target() {
   if (file_kind(final_path_) != FileKind::kRegular) return;
   wait_for(target_, [this] { return content_lock_.take(final_path_); });
   has_content_ = !is_empty(final_path_);
-  if (!has_content_ || copy_content(final_path_, path())) return;
+  if (!has_content_ || copy_stream(final_path_, path()) == Copied::kAll) return;
   check_signals();
   throw Failure{target_, "The file cannot be copied: " + last_error_text(), T_ERR_WRITE};
 }
 
 void OutputFile::commit() {
   if (is_special_) {
-    if (!copy_content(path(), final_path_))
-      throw Failure{target_, T_GetStatusText(T_ERR_WRITE), T_ERR_WRITE};
+    if (copy_stream(path(), final_path_) != Copied::kAll) {
+      const std::string reason = last_error_text();
+      throw Failure{target_, T_GetStatusText(T_ERR_WRITE) + (": " + reason), T_ERR_WRITE};
+    }
     return;  // the destructor removes the temporary file
   }
   if (!sync_file(path()))

@@ -8,8 +8,8 @@
 
 namespace tavo::tools {
 
-// Stands for the file `target` while it is written under another name beside it. Without commit
-// the target is as it was, and nothing is left.
+// Stands for the file `target`, "-" being standard output, while it is written under another name
+// beside it. Without commit the target is as it was, and nothing is left.
 class OutputFile {
  public:
   // With `keep_content` the work starts from a copy of the target when there is one, and no other

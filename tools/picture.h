@@ -31,9 +31,6 @@ struct Resolution {
 // What a reader of `format` calls its resolution, in dots per inch: BMP counts per metre.
 Resolution in_dots_per_inch(int32_t format, int32_t x, int32_t y);
 
-// Describes the picture in the file `name`, of the page given. Failure when it cannot.
-FILEINFO describe(const std::string& name, int32_t page);
-
 // Library-wide settings that make a save of a picture of this size true, for as long as it lives: a
 // save works on a copy, which carries the default resolution; a GIF states the screen's size.
 class SaveSettings {

@@ -3,6 +3,16 @@
 #include "help.h"
 
 namespace tavo::tools {
+namespace {
+
+// Of several wrong values the first one is told, whatever the order of the options in the help.
+void check_values_in_order(CLI::App& command) {
+  for (CLI::Option* option : command.get_options())
+    if (!option->get_positional() && option->get_items_expected_max() > 0)
+      option->trigger_on_parse();
+}
+
+}  // namespace
 
 void describe_program(CLI::App& app, Action& action) {
   app.name("tavo");
@@ -16,15 +26,46 @@ void describe_program(CLI::App& app, Action& action) {
   add_stamp(app, action);
   add_convert(app, action);
   add_formats(app, action);
+  for (CLI::App* command : app.get_subcommands({})) check_values_in_order(*command);
   // Last: subcommands would inherit it.
-  app.footer(
-      "\"tavo COMMAND --help\" explains a command.\n\n"
-      "Examples:\n"
-      "  tavo info photo.bmp              what a file holds\n"
-      "  tavo convert photo.bmp small.bmp --bits 8\n"
-      "  tavo formats                     what can be read and written\n\n"
-      "Exit status: 0 when all went well, 1 when a file could not be read or written (one line\n"
-      "on standard error says which and why), 2 for a wrong command line.");
+  app.footer("\"tavo COMMAND --help\" explains a command.\n\nExamples:\n" + examples_text() +
+             "\n\nExit status:\n" + exit_status_text());
+}
+
+std::string examples_text() {
+  return "  tavo info photo.bmp              what a file holds\n"
+         "  tavo info --check *.tif          and whether all of it can be read\n"
+         "  tavo convert photo.bmp small.bmp --bits 8\n"
+         "  tavo convert *.bmp --to tif --out scans\n"
+         "  tavo convert - - --to jpg < photo.bmp > photo.jpg\n"
+         "  tavo formats                     what can be read and written";
+}
+
+std::string exit_status_text() {
+  return "  0  all went well\n"
+         "  1  a file could not be read or written; a line on standard error says which and why\n"
+         "  2  the command line is wrong; nothing was done\n"
+         "  3  a picture is cut or damaged, and what could be read of it was (convert --partial,\n"
+         "     info --check). 1 goes before 3";
+}
+
+std::string files_text() {
+  return "  .tavo~HOST~PID~N   an output while it is written, in its folder. The next run there\n"
+         "                     removes one whose process has ended without doing so\n"
+         "  .tavo~lock~HASH    in the same folder, while a run adds a page or puts a file in "
+         "place\n"
+         "  TMPDIR             (TMP on Windows) the folder for copies of pipes, and for pictures\n"
+         "                     that memory does not hold; /tmp where it is not set";
+}
+
+std::string notes_text() {
+  return "The quality of a JPEG or CMP file is estimated from its quantisation tables: of the "
+         "qualities 1\n"
+         "to 100 by which libjpeg scales the tables of the standard (ISO/IEC 10918-1, K.1 and "
+         "K.2), the\n"
+         "one whose tables come nearest. For tables that other programs chose it says how fine "
+         "they are.\n"
+         "On Windows the program itself expands the wildcards * and ? in names of files.";
 }
 
 }  // namespace tavo::tools

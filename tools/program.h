@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include <CLI/CLI.hpp>
 
@@ -13,6 +14,12 @@ using Action = std::function<int()>;
 
 // Describes the whole program. Parsing puts what is to be done into `action`.
 void describe_program(CLI::App& app, Action& action);
+
+// Parts of the help that the manual page has as sections of their own; lines end where they should.
+std::string examples_text();
+std::string exit_status_text();
+std::string files_text();
+std::string notes_text();
 
 // One function per subcommand, each in the file of its name.
 void add_convert(CLI::App& app, Action& action);

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <utility>
 
+#include "failure.h"
 #include "system.h"
 #include "tavo45.h"
 
@@ -32,11 +32,23 @@ void draw(int32_t percent) {
   const int filled = std::clamp<int32_t>(percent, 0, 100) * kBarWidth / 100;
   const std::string line = std::string(static_cast<size_t>(filled), '#') +
                            std::string(static_cast<size_t>(kBarWidth - filled), '.');
-  std::fprintf(stderr, "\r%-*.*s [%s] %3d%%", static_cast<int>(kLabelWidth),
-               static_cast<int>(kLabelWidth), bar.label.c_str(), line.c_str(),
+  std::fprintf(stderr, "\r%s [%s] %3d%%", bar.label.c_str(), line.c_str(),
                static_cast<int>(percent));
   std::fflush(stderr);
   bar.is_drawn = true;
+}
+
+// Of UTF-8 a letter is one byte and those behind it that begin with the bits 10.
+bool is_letter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }
+
+// As many letters as the label has room for, blanks or dots behind them.
+std::string fitted(const std::string& label) {
+  const auto letters = static_cast<size_t>(std::ranges::count_if(label, is_letter));
+  if (letters <= kLabelWidth) return label + std::string(kLabelWidth - letters, ' ');
+  size_t end = 0;
+  for (size_t left = kLabelWidth - 3; end < label.size(); ++end)
+    if (is_letter(label[end]) && left-- == 0) break;
+  return label.substr(0, end) + "...";
 }
 
 void wipe() {
@@ -72,10 +84,6 @@ Progress::~Progress() {
   wipe();
 }
 
-void Progress::start(std::string label) {
-  bar.label = std::move(label);
-  // The operation's name fits: cut in the middle of what is too long, never at the front.
-  if (bar.label.size() > kLabelWidth) bar.label = bar.label.substr(0, kLabelWidth - 3) + "...";
-}
+void Progress::start(const std::string& label) { bar.label = fitted(one_line(label)); }
 
 }  // namespace tavo::tools

@@ -19,7 +19,7 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
 
   // Names the operation that follows: "Loading photo.bmp".
-  void start(std::string label);
+  void start(const std::string& label);
 
  private:
   NotedSignals signals_;

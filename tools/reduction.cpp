@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "failure.h"
-#include "system.h"
+#include "option_checks.h"
+#include "source.h"
 
 namespace tavo::tools {
 namespace {
@@ -75,7 +76,8 @@ uint32_t method_of(const std::string& name) {
 
 void reduce_to_file(const std::string& file, int bits, BitmapHandle& record) {
   Picture source;
-  check(T_LoadBitmap(absolute_path(file).c_str(), &source.record(), 0, T_ORDER_RGB), file);
+  const Source palette(file);
+  check(T_LoadBitmap(palette.path().c_str(), &source.record(), 0, T_ORDER_RGB), palette.name());
   const BitmapHandle& from = source.record();
   if (from.BitsPerPixel > 8) {
     throw Failure{file, "has no palette: a picture of 8 bits or less is needed", T_ERR_ARGUMENT};
@@ -104,24 +106,25 @@ void add_reduction_options(CLI::App& command, ReductionOptions& options) {
   command
       .add_option("--size", options.size,
                   "Size to give the picture by repeating and dropping pixels: width and height, or "
-                  "a percentage of both")
-      ->check([](const std::string& text) {
+                  "a percentage of both. A percentage is rounded, and leaves a pixel at least")
+      ->check(value_check([](const std::string& text) {
         Size size;
-        return parse_size(text, BitmapHandle{}, size) ? std::string()
-                                                      : "a size is WxH or N%: " + text;
-      })
+        return parse_size(text, BitmapHandle{}, size)
+                   ? std::string()
+                   : "\"" + text + "\" is no size: WxH or N%, whole numbers from 1";
+      }))
       ->type_name("WxH|N%");
   command.add_flag("--gray", options.gray, "Make the picture grey");
   command
       .add_option("--colors", options.colors,
                   "Reduce to at most N colours, 1 to 256, chosen for the picture")
-      ->check(CLI::Range(1, 256).description(""))
+      ->check(whole_number(1, 256))
       ->type_name("N");
   command
       .add_option("--dither", options.dither,
                   "Method for reducing colours: none, floyd-steinberg (without this option), "
                   "stucki, burkes, sierra, stevenson-arce, jarvis or ordered")
-      ->check(CLI::IsMember(kMethods).description(""))
+      ->check(one_of(kMethods))
       ->type_name("METHOD");
   command
       .add_option("--palette", options.palette,

@@ -8,7 +8,7 @@
 #include "output_file.h"
 #include "picture.h"
 #include "program.h"
-#include "system.h"
+#include "source.h"
 
 namespace tavo::tools {
 namespace {
@@ -16,13 +16,14 @@ namespace {
 struct StampOptions {
   std::string input;
   std::string output;
+  std::string format;
 };
 
 int run_stamp(const StampOptions& options) {
-  const T_Format format = format_by_extension(options.output);
+  const T_Format format = format_for(options.format, options.output);
+  const Source source(options.input);
   Picture stamp;
-  check(T_GetCompressFileStamp(absolute_path(options.input).c_str(), &stamp.record()),
-        options.input);
+  check(T_GetCompressFileStamp(source.path().c_str(), &stamp.record()), source.name());
   const BitmapHandle& record = stamp.record();
   const int bits =
       is_compressed(format) ? compressed_depth(record) : choose_depth(format, record.BitsPerPixel);
@@ -40,9 +41,16 @@ void add_stamp(CLI::App& app, Action& action) {
   auto options = std::make_shared<StampOptions>();
   CLI::App* command =
       app.add_subcommand("stamp", "Extract the stamp, a small picture, from a JPEG or CMP file");
-  command->add_option("FILE", options->input, "JPEG or CMP file")->required();
-  command->add_option("OUT", options->output, "File to write; its extension names the format")
+  command->add_option("FILE", options->input, "JPEG or CMP file; \"-\" is standard input")
       ->required();
+  command
+      ->add_option("OUT", options->output,
+                   "File to write; its extension names the format. \"-\" is standard output")
+      ->required();
+  command
+      ->add_option("-f,--format,--to", options->format,
+                   "Format to write, as \"tavo convert\" takes it")
+      ->type_name("F");
   command->callback([options, &action] { action = [options] { return run_stamp(*options); }; });
 }
 

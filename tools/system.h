@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,9 @@ bool stderr_is_terminal();
 // `path` made absolute, so that no length limit of a classic open call applies. Links stay.
 std::string absolute_path(const std::string& path);
 
+// Equal for two names of one file, as far as the names tell.
+std::string file_identity(const std::string& path);
+
 // Where writing to `path` would end up: absolute, with the symbolic links of its last name
 // followed.
 std::string resolve_links(const std::string& path);
@@ -27,14 +31,25 @@ FileKind file_kind(const std::string& path);
 bool is_writable(const std::string& path);
 bool is_empty(const std::string& path);
 
-// Why the last of the calls below failed, in the system's words.
+bool can_be_read(const std::string& path);
+
+// Why the last call failed, in the system's words, and what that is about.
 std::string last_error_text();
+enum class Reason { kOther, kAbsent, kNoRoom };
+Reason last_error();
+void forget_last_error();
+
+// Lets a standard stream pass bytes as they are.
+void make_binary(std::FILE* stream);
 
 // ---- Folders ----
 
 // The part of an absolute path in front of its last name.
 std::string folder_of(const std::string& path);
 std::string in_folder(const std::string& folder, const std::string& name);
+std::string last_name_of(const std::string& path);
+// Makes a folder and those above it. True when it is there already.
+bool make_folder(const std::string& path);
 // The names in `folder` that begin so; none when it cannot be read.
 std::vector<std::string> names_in(const std::string& folder, std::string_view prefix);
 // The folder for temporary files; empty when there is none.
@@ -89,9 +104,6 @@ class ReadLock {
   static constexpr intptr_t kNone = -1;
   intptr_t file_ = kNone;
 };
-
-// Copies the bytes of `from` into `to`, which may be a pipe or a device.
-bool copy_content(const std::string& from, const std::string& to);
 
 // Waits until the bytes of a file are on the disk.
 bool sync_file(const std::string& path);

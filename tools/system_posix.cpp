@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -46,6 +45,10 @@ std::string absolute_path(const std::string& path) {
   return error ? path : absolute.string();
 }
 
+std::string file_identity(const std::string& path) {
+  return std::filesystem::path(absolute_path(path)).lexically_normal().string();
+}
+
 std::string resolve_links(const std::string& path) {
   // The last name alone matters, and what it points to need not exist yet.
   constexpr int kMaxLinks = 40;
@@ -70,12 +73,37 @@ bool is_empty(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 && status.st_size == 0;
 }
 
+bool can_be_read(const std::string& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file >= 0) ::close(file);
+  return file >= 0;
+}
+
 std::string last_error_text() { return std::strerror(errno); }
+
+Reason last_error() {
+  if (errno == ENOENT || errno == ENOTDIR) return Reason::kAbsent;
+  const bool is_full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
+  return is_full ? Reason::kNoRoom : Reason::kOther;
+}
+
+void forget_last_error() { errno = 0; }
+
+void make_binary(std::FILE*) {}
 
 std::string folder_of(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
 std::string in_folder(const std::string& folder, const std::string& name) {
   return folder + "/" + name;
+}
+
+std::string last_name_of(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+bool make_folder(const std::string& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  errno = error.value();
+  return !error;
 }
 
 std::vector<std::string> names_in(const std::string& folder, std::string_view prefix) {
@@ -184,23 +212,6 @@ bool replace_file(const std::string& from, const std::string& to) {
     mode = old.st_mode & 07777;
   }
   return ::chmod(from.c_str(), mode) == 0 && std::rename(from.c_str(), to.c_str()) == 0;
-}
-
-bool copy_content(const std::string& from, const std::string& to) {
-  const auto close = [](std::FILE* file) { std::fclose(file); };
-  const std::unique_ptr<std::FILE, decltype(close)> in(std::fopen(from.c_str(), "rb"), close);
-  if (!in) return false;
-  std::FILE* out = std::fopen(to.c_str(), "wb");
-  if (out == nullptr) return false;
-  char block[1 << 16];
-  bool good = true;
-  for (size_t n; good && (n = std::fread(block, 1, sizeof block, in.get())) != 0;)
-    good = noted_signal() == 0 && std::fwrite(block, 1, n, out) == n;
-  good = good && std::ferror(in.get()) == 0;
-  const int reason = errno;
-  const bool is_closed = std::fclose(out) == 0;
-  if (!good) errno = reason;
-  return good && is_closed;
 }
 
 void remove_file(const std::string& path) { ::unlink(path.c_str()); }

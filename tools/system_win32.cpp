@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <io.h>
 #include <windows.h>
 
@@ -24,6 +25,13 @@ std::string absolute_path(const std::string& path) {
   return full;
 }
 
+std::string file_identity(const std::string& path) {
+  std::string name = absolute_path(path);
+  for (char& c : name)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  return name;
+}
+
 std::string resolve_links(const std::string& path) { return absolute_path(path); }
 
 FileKind file_kind(const std::string& path) {
@@ -44,6 +52,34 @@ bool is_empty(const std::string& path) {
          about.nFileSizeHigh == 0 && about.nFileSizeLow == 0;
 }
 
+bool can_be_read(const std::string& path) {
+  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  ::CloseHandle(file);
+  return true;
+}
+
+Reason last_error() {
+  switch (::GetLastError()) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return Reason::kAbsent;
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+    case ERROR_DISK_QUOTA_EXCEEDED:
+    case ERROR_FILE_TOO_LARGE:
+      return Reason::kNoRoom;
+    default:
+      return Reason::kOther;
+  }
+}
+
+void forget_last_error() { ::SetLastError(ERROR_SUCCESS); }
+
+void make_binary(std::FILE* stream) { ::_setmode(::_fileno(stream), _O_BINARY); }
+
 std::string last_error_text() {
   const DWORD error = ::GetLastError();
   char text[256];
@@ -60,6 +96,20 @@ std::string folder_of(const std::string& path) {
 
 std::string in_folder(const std::string& folder, const std::string& name) {
   return folder + "\\" + name;
+}
+
+std::string last_name_of(const std::string& path) {
+  return path.substr(path.find_last_of("\\/:") + 1);
+}
+
+bool make_folder(const std::string& path) {
+  const auto is_there = [&path] { return file_kind(path) == FileKind::kDirectory; };
+  if (is_there() || ::CreateDirectoryA(path.c_str(), nullptr) != 0) return true;
+  const std::string above = folder_of(absolute_path(path));
+  if (::GetLastError() != ERROR_PATH_NOT_FOUND || above == path || !make_folder(above)) {
+    return is_there();
+  }
+  return ::CreateDirectoryA(path.c_str(), nullptr) != 0 || is_there();
 }
 
 std::vector<std::string> names_in(const std::string& folder, std::string_view prefix) {
@@ -140,10 +190,6 @@ Taken ReadLock::take(const std::string& path) {
 void ReadLock::drop() {
   if (file_ != kNone) ::CloseHandle(to_handle(file_));
   file_ = kNone;
-}
-
-bool copy_content(const std::string& from, const std::string& to) {
-  return ::CopyFileA(from.c_str(), to.c_str(), FALSE) != 0;
 }
 
 bool sync_file(const std::string& path) {

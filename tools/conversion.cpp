@@ -1,0 +1,298 @@
+#include "conversion.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "failure.h"
+#include "format_table.h"
+#include "losses.h"
+#include "output_file.h"
+#include "output_names.h"
+#include "picture.h"
+#include "progress.h"
+#include "rows_read.h"
+#include "source.h"
+#include "streams.h"
+
+namespace tavo::tools {
+namespace {
+
+constexpr int32_t kFilesOrder = -1;
+
+int32_t order_in_memory(const std::string& name) {
+  if (name.empty()) return kFilesOrder;
+  return name == "rgb" ? T_ORDER_RGB : T_ORDER_BGR;
+}
+
+// Whether a status of a call that reads one file and writes another is about what it writes.
+bool is_of_output(int32_t status) {
+  static constexpr int32_t kOfOutput[] = {T_ERR_WRITE,      T_ERR_CREATE,          T_ERR_DEPTH,
+                                          T_ERR_SIZE,       T_ERR_FORMAT,          T_ERR_QUALITY,
+                                          T_ERR_MULTIPLIER, T_ERR_NOT_COMPRESSIBLE};
+  return std::ranges::count(kOfOutput, status) != 0;
+}
+
+bool fits_bitmap(const FILEINFO& info) {
+  BitmapHandle record{};
+  return T_InitBitmap(&record, info.Width, info.Height, info.BitsPerPixel) == T_OK &&
+         record.Size != 0;
+}
+
+// How a page is written.
+struct Target {
+  T_Format format;
+  int bits = 0;
+  int32_t quality = 0;  // the library's factor
+};
+
+class Conversion {
+ public:
+  Conversion(const ConvertOptions& options, const std::string& input, std::string output)
+      : options_(options),
+        first_output_(std::move(output)),
+        output_(first_output_),
+        format_(format_for(options.format, output_)),
+        source_(input) {
+    format_ = compressed_variant(format_, options.compression);
+  }
+
+  int run() {
+    choose_pages();
+    for (int32_t page = first_; page <= last_; ++page) {
+      if (page > first_ && !holds_pages(format_)) begin_next_file(page);
+      convert_page(page);
+    }
+    check_signals();
+    file_->commit();
+    losses_.report(source_.name(),
+                   first_output_ == kStandardStream ? "standard output" : first_output_);
+    return is_partial_ ? kExitPartial : kExitOk;
+  }
+
+ private:
+  void choose_pages();
+  void begin_next_file(int32_t page);
+  void convert_page(int32_t page);
+  Target choose_target(const FILEINFO& info) const;
+  int choose_depth_of(const FILEINFO& info) const;
+  int32_t quality_of(const T_Format& format, const FILEINFO& info) const;
+  bool can_stream(const Target& target, const FILEINFO& info) const;
+  void stream(Target target, const FILEINFO& info);
+  void load(const FILEINFO& info, Picture& picture);
+  void reduce(const Target& target, Picture& picture) const;
+  void open_output();
+  int32_t pages_so_far() const;
+  void save(const Target& target, const FILEINFO& info, Picture& picture);
+
+  const ConvertOptions& options_;
+  const std::string first_output_;
+  std::string output_;  // the file that is being made
+  T_Format format_;
+  Source source_;
+  int32_t first_ = 1;
+  int32_t last_ = 1;
+  std::optional<OutputFile> file_;
+  int32_t written_ = 0;  // pages that it holds
+  bool is_partial_ = false;
+  Losses losses_;
+};
+
+void Conversion::choose_pages() {
+  if (options_.page != kAllPages && !options_.page.empty()) {
+    first_ = last_ = std::stoi(options_.page);
+    return;
+  }
+  const int32_t count = describe(source_, 1).PageCount;
+  if (options_.page == kAllPages) {
+    last_ = count;
+  } else if (count > 1) {
+    losses_.note_pages(1, count);
+  }
+  if (last_ > T_MAX_PAGES)
+    throw Failure{source_.name(),
+                  "There are " + std::to_string(count) + " pages, of which only the first " +
+                      std::to_string(T_MAX_PAGES) + " can be read",
+                  T_ERR_ARGUMENT};
+  if (last_ > 1 && output_ == kStandardStream && !holds_pages(format_))
+    throw Failure{source_.name(),
+                  "There are " + std::to_string(count) + " pages, and " + format_.Name +
+                      " files on standard output hold one",
+                  T_ERR_FORMAT};
+}
+
+// Every page is a file of its own.
+void Conversion::begin_next_file(int32_t page) {
+  check_signals();
+  file_->commit();
+  file_.reset();
+  written_ = 0;
+  output_ = page_name(first_output_, page);
+}
+
+int Conversion::choose_depth_of(const FILEINFO& info) const {
+  const int bits =
+      options_.bits != 0
+          ? options_.bits
+          : choose_depth(format_, reduced_depth(options_.reduction, info.BitsPerPixel));
+  if (accepts_depth(format_, bits)) return bits;
+  throw Failure{output_,
+                std::string(format_.Name) + " cannot hold " + std::to_string(bits) +
+                    " bits per pixel, only " + write_depths_text(format_),
+                T_ERR_DEPTH};
+}
+
+int32_t Conversion::quality_of(const T_Format& format, const FILEINFO& info) const {
+  if (!is_compressed(format)) return 0;
+  T_JPEGINFO jpeg;
+  const bool is_jpeg = info.Format == T_FORMAT_JPEG || info.Format == T_FORMAT_CMP;
+  const bool has_quality = is_jpeg && T_GetJPEGInfo(source_.path().c_str(), &jpeg) == T_OK;
+  return quality_factor(format, options_.compression, has_quality ? jpeg.Quality : 0);
+}
+
+Target Conversion::choose_target(const FILEINFO& info) const {
+  Target target{format_, choose_depth_of(info)};
+  if (options_.format.empty()) target.format = coded_like(info, format_, target.bits);
+  target.quality = quality_of(target.format, info);
+  return target;
+}
+
+void Conversion::convert_page(int32_t page) {
+  const FILEINFO info = describe(source_, page);
+  Target target = choose_target(info);
+  Progress progress;
+  if (can_stream(target, info)) {
+    progress.start("Converting " + source_.name());
+    losses_.note_page(info, target.bits);
+    return stream(target, info);
+  }
+  Picture picture;
+  progress.start("Reading " + source_.name());
+  load(info, picture);
+  reduce(target, picture);
+  if (options_.bits == 0 && is_compressed(target.format))
+    target.bits = compressed_depth(picture.record());
+  losses_.note_page(info, target.bits);
+  progress.start("Writing " + output_);
+  if (!file_) open_output();  // only now: a source that cannot be read leaves no trace
+  save(target, info, picture);
+}
+
+// Whether the library may convert the page by itself, without the picture in memory. A page behind
+// the first is added to what there is, by the number that selects it.
+bool Conversion::can_stream(const Target& target, const FILEINFO& info) const {
+  const ReductionOptions& reduction = options_.reduction;
+  const bool changes = !reduction.size.empty() || reduction.gray || reduction.reduces() ||
+                       !options_.order.empty() || !options_.compression.stamp.empty();
+  if (changes || options_.append || options_.partial || (info.Page == 1 && written_ > 0))
+    return false;
+  if (info.BitsPerPixel == 2 || !fits_bitmap(info)) return false;
+  // Without --bits the colours that are used decide how a palette picture is compressed.
+  if (is_compressed(target.format)) {
+    return options_.bits != 0 || info.BitsPerPixel > 8 || (info.Flags & T_FLAG_GRAY) != 0;
+  }
+  return target.bits > 8 || target.bits == info.BitsPerPixel;
+}
+
+void Conversion::stream(Target target, const FILEINFO& info) {
+  if (!file_) file_.emplace(output_, false);
+  const SaveSettings settings(info.Width, info.Height, {});
+  if (options_.bits == 0 && is_compressed(target.format))
+    target.bits = info.BitsPerPixel > 8 ? 24 : 8;
+  T_SetPageNumber(info.Page);
+  const int32_t status = T_StreamFile(source_.path().c_str(), file_->path().c_str(),
+                                      target.format.Id, target.bits, target.quality);
+  T_SetPageNumber(1);
+  if (status != T_OK && is_of_output(status)) check(status, output_);
+  RowsRead rows = rows_of_load(status, info);
+  if (rows.is_damaged()) {
+    // How much there is shows when nobody asks for another order than the file's.
+    if (const RowsRead again = read_rows(source_, info); again.is_damaged()) rows = again;
+    throw failure_of(rows, source_.name());
+  }
+  check(rows.status, source_.name());
+  ++written_;
+}
+
+void Conversion::load(const FILEINFO& info, Picture& picture) {
+  // Nothing is saved with 2 bits: such pictures are widened while they are read.
+  const int32_t bits = info.BitsPerPixel == 2 ? 4 : 0;
+  T_SetPageNumber(info.Page);
+  const int32_t status =
+      T_LoadFile(source_.path().c_str(), &picture.record(), bits, order_in_memory(options_.order),
+                 T_LOAD_ALLOCATE | T_LOAD_ACCESS | T_LOAD_WHOLE_ROWS, nullptr, nullptr);
+  T_SetPageNumber(1);  // a page number above 1 would turn the save into an append
+  const RowsRead rows = rows_of_load(status, info);
+  if (!rows.is_damaged()) return check(rows.status, source_.name());
+  check_signals();
+  if (!options_.partial || !rows.is_partial()) throw failure_of(rows, source_.name());
+  is_partial_ = true;
+  tell(source_.name(), "partial: " + std::to_string(rows.whole) + " of " + std::to_string(rows.of) +
+                           " rows" +
+                           (info.PageCount > 1 ? " of page " + std::to_string(info.Page) : "") +
+                           " could be read, the others are 0");
+}
+
+void Conversion::reduce(const Target& target, Picture& picture) const {
+  ReductionOptions reduction = options_.reduction;
+  const bool would_reduce = !reduction.gray && !is_compressed(target.format) && target.bits <= 8;
+  if (would_reduce && !reduction.reduces() && picture.record().BitsPerPixel > 8) {
+    reduction.dither = "floyd-steinberg";  // as the save would, but not on a copy of the picture
+  }
+  apply_reduction(reduction, target.bits, picture);
+}
+
+void Conversion::open_output() {
+  file_.emplace(output_, options_.append);
+  written_ = pages_so_far();
+}
+
+// How many pages the output holds that further ones are to follow.
+int32_t Conversion::pages_so_far() const {
+  if (!file_->has_content()) return 0;
+  if (!holds_pages(format_))
+    throw Failure{
+        output_,
+        std::string(format_.Name) + " files hold one picture only: nothing can be appended",
+        T_ERR_FORMAT};
+  FILEINFO info{};
+  T_SetPageNumber(T_MAX_PAGES);  // its last page: one before may be damaged
+  const int32_t status = T_FileInfo(file_->path().c_str(), &info);
+  T_SetPageNumber(1);
+  if (status == T_ERR_BAD_DATA)
+    throw Failure{output_,
+                  "The file is damaged or of no known format: nothing can be appended to it",
+                  status};
+  check(status, output_);
+  if (is_same_kind(info.Format, format_)) return info.PageCount;
+  throw Failure{output_,
+                "The file is " + format_name(info.Format) + ", not " + format_.Name +
+                    ": nothing can be appended to it",
+                T_ERR_FORMAT};
+}
+
+void Conversion::save(const Target& target, const FILEINFO& info, Picture& picture) {
+  BitmapHandle& record = picture.record();
+  const Resolution dpi = in_dots_per_inch(info.Format, info.XResolution, info.YResolution);
+  const SaveSettings settings(record.Width, record.Height, dpi);
+  if (!options_.compression.stamp.empty()) {
+    record.XResolution = dpi.x;
+    record.YResolution = dpi.y;
+    save_with_stamp(file_->path(), record, target.format, target.bits, target.quality,
+                    options_.compression);
+  } else {
+    check(T_SaveFile(file_->path().c_str(), &record, target.format.Id, target.bits, target.quality,
+                     written_ > 0 ? T_SAVE_APPEND : 0, 0, 0),
+          output_);
+  }
+  ++written_;
+}
+
+}  // namespace
+
+int convert_file(const ConvertOptions& options, const std::string& input,
+                 const std::string& output) {
+  return Conversion(options, input, output).run();
+}
+
+}  // namespace tavo::tools

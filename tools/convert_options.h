@@ -1,0 +1,25 @@
+// What `tavo convert` is told.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "compression.h"
+#include "reduction.h"
+
+namespace tavo::tools {
+
+inline constexpr char kAllPages[] = "all";
+
+struct ConvertOptions {
+  std::string format;
+  int bits = 0;
+  std::string order;
+  std::string page;  // a number, "all", or nothing
+  bool append = false;
+  bool partial = false;
+  ReductionOptions reduction;
+  CompressionOptions compression;
+};
+
+}  // namespace tavo::tools

@@ -1,0 +1,105 @@
+#include "foreign.h"
+
+#include <array>
+#include <cstdio>
+#include <string_view>
+
+namespace tavo::tools {
+namespace {
+
+using namespace std::string_view_literals;
+
+// Bytes at a place in the file, and what has them there. Where two fit the first one counts.
+struct Mark {
+  size_t at;
+  std::string_view bytes;
+  const char* kind;
+};
+constexpr Mark kMarks[] = {
+    {0, "\x89PNG\r\n\x1A\n"sv, "a PNG file"},
+    {0, "\x8AMNG\r\n\x1A\n"sv, "an MNG file"},
+    {8, "WEBP"sv, "a WebP file"},
+    {8, "AVI "sv, "an AVI video"},
+    {4, "ftypavif"sv, "an AVIF file"},
+    {4, "ftypavis"sv, "an AVIF file"},
+    {4, "ftyphei"sv, "a HEIC file"},
+    {4, "ftyphev"sv, "a HEIC file"},
+    {4, "ftypmif1"sv, "a HEIF file"},
+    {4, "ftypcrx"sv, "a camera raw file"},
+    {4, "ftyp"sv, "an MP4 or QuickTime file"},
+    {4, "jP  \r\n\x87\n"sv, "a JPEG 2000 file"},
+    {0, "\xFF\x4F\xFF\x51"sv, "a JPEG 2000 codestream"},
+    {4, "JXL \r\n\x87\n"sv, "a JPEG XL file"},
+    {0, "\xFF\x0A"sv, "a JPEG XL codestream"},
+    {0, "II\xBC\x01"sv, "a JPEG XR file"},
+    {0, "\x97JB2\r\n\x1A\n"sv, "a JBIG2 file"},
+    {0, "8BPS"sv, "a Photoshop file"},
+    {0, "gimp xcf"sv, "a GIMP file"},
+    {0, "%PDF-"sv, "a PDF file"},
+    {0, "%!PS"sv, "a PostScript file"},
+    {0, "\xC5\xD0\xD3\xC6"sv, "an EPS file"},
+    {0, "AT&TFORM"sv, "a DjVu file"},
+    {8, "ILBM"sv, "an IFF file"},
+    {8, "PBM "sv, "an IFF file"},
+    {0, "\xD7\xCD\xC6\x9A"sv, "a Windows metafile"},
+    {40, " EMF"sv, "an enhanced metafile"},
+    {0, "\x00\x00\x01\x00"sv, "an icon file"},
+    {0, "\x00\x00\x02\x00"sv, "a cursor file"},
+    {0, "DDS "sv, "a DDS file"},
+    {0, "v/1\x01"sv, "an OpenEXR file"},
+    {0, "#?RADIANCE"sv, "a Radiance file"},
+    {0, "qoif"sv, "a QOI file"},
+    {0, "\x01\xDA"sv, "an SGI file"},
+    {0, "SIMPLE  ="sv, "a FITS file"},
+    {128, "DICM"sv, "a DICOM file"},
+    {0, "/* XPM */"sv, "an XPM file"},
+    {0, "#define "sv, "an XBM file"},
+    {0, "P1\n"sv, "a PBM file"},
+    {0, "P4\n"sv, "a PBM file"},
+    {0, "P2\n"sv, "a PGM file"},
+    {0, "P5\n"sv, "a PGM file"},
+    {0, "P3\n"sv, "a PPM file"},
+    {0, "P6\n"sv, "a PPM file"},
+    {0, "P7\n"sv, "a PAM file"},
+    {0, "<svg"sv, "an SVG file"},
+    {0, "<!DOCTYPE svg"sv, "an SVG file"},
+    {0, "<?xml"sv, "an XML file"},
+    {0, "<!DOCTYPE html"sv, "an HTML page"},
+    {0, "<html"sv, "an HTML page"},
+    {0, "PK\x03\x04"sv, "a ZIP archive"},
+    {0, "\x1F\x8B"sv, "a file compressed with gzip"},
+    {0, "BZh"sv, "a file compressed with bzip2"},
+    {0, "\xFD\x37zXZ\x00"sv, "a file compressed with xz"},
+    {0, "\x28\xB5\x2F\xFD"sv, "a file compressed with zstd"},
+    {0, "7z\xBC\xAF\x27\x1C"sv, "a 7z archive"},
+    {0, "Rar!\x1A\x07"sv, "a RAR archive"},
+    {0, "Salted__"sv, "an encrypted file (OpenSSL)"},
+    {0, "age-encryption.org/"sv, "an encrypted file (age)"},
+    {0, "-----BEGIN PGP MESSAGE"sv, "an encrypted file (OpenPGP)"},
+    {0, "\x85\x01"sv, "an encrypted file (OpenPGP)"},
+    {0, "\x85\x02"sv, "an encrypted file (OpenPGP)"},
+    {0, "\x8C\x0D\x04"sv, "an encrypted file (OpenPGP)"},
+    {0, "LUKS\xBA\xBE"sv, "an encrypted disk (LUKS)"},
+};
+
+// General purpose bit 0 of the local header (PKWARE's APPNOTE, 4.4.4).
+bool is_encrypted_archive(std::string_view head) {
+  return head.starts_with("PK\x03\x04"sv) && head.size() > 6 && (head[6] & 1) != 0;
+}
+
+}  // namespace
+
+std::string foreign_kind(const std::string& path) {
+  std::array<char, 256> bytes;
+  std::FILE* const file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr) return {};
+  const std::string_view head(bytes.data(), std::fread(bytes.data(), 1, bytes.size(), file));
+  std::fclose(file);
+  if (is_encrypted_archive(head)) return "an encrypted ZIP archive";
+  for (const Mark& mark : kMarks) {
+    if (head.size() > mark.at && head.substr(mark.at).starts_with(mark.bytes)) return mark.kind;
+  }
+  return {};
+}
+
+}  // namespace tavo::tools

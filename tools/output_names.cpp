@@ -1,0 +1,53 @@
+#include "output_names.h"
+
+#include <map>
+
+#include "failure.h"
+#include "format_table.h"
+#include "streams.h"
+#include "system.h"
+
+namespace tavo::tools {
+namespace {
+
+// Where the last extension begins, the end of the path if there is none: a leading dot makes a
+// name, no extension.
+size_t extension_at(const std::string& path) {
+  const size_t name = path.size() - last_name_of(path).size();
+  const size_t dot = path.rfind('.');
+  return dot == std::string::npos || dot <= name ? path.size() : dot;
+}
+
+}  // namespace
+
+std::string renamed(const std::string& name, const T_Format& format) {
+  return name.substr(0, extension_at(name)) + "." + extensions_of(format).front();
+}
+
+std::string page_name(const std::string& path, int32_t page) {
+  const size_t at = extension_at(path);
+  return path.substr(0, at) + ".page" + std::to_string(page) + path.substr(at);
+}
+
+std::vector<Job> jobs_in_folder(const std::vector<std::string>& inputs, const std::string& folder,
+                                const T_Format& format) {
+  std::vector<Job> jobs;
+  std::map<std::string, std::string> made;  // by the file that it is, the input
+  for (const std::string& input : inputs) {
+    if (input == kStandardStream)
+      throw UsageError{"--out: standard input has no name; give it one with OUT"};
+    const std::string output = in_folder(folder, renamed(last_name_of(input), format));
+    const auto [other, is_new] = made.emplace(file_identity(output), input);
+    if (!is_new)
+      throw UsageError{"--out: " + other->second + " and " + input + " would both be " + output};
+    jobs.push_back({input, output});
+  }
+  for (const std::string& input : inputs) {
+    const auto other = made.find(file_identity(input));
+    if (other != made.end() && other->second != input)
+      throw UsageError{"--out: " + other->second + " would be written over " + input};
+  }
+  return jobs;
+}
+
+}  // namespace tavo::tools

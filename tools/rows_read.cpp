@@ -1,0 +1,44 @@
+#include "rows_read.h"
+
+#include <algorithm>
+
+#include "picture.h"
+
+namespace tavo::tools {
+namespace {
+
+int32_t T_CALL drop_rows(BitmapHandle*, const void*, int32_t, void*) { return T_OK; }
+
+}  // namespace
+
+RowsRead rows_of_load(int32_t status, const FILEINFO& info) {
+  RowsRead rows{status, T_GetRowsRead(), info.Height};
+  if (status == T_OK && rows.whole < rows.of) rows.status = T_ERR_READ;
+  if (rows.is_whole()) return rows;
+  const auto end = static_cast<int64_t>(info.FileSize);
+  const int64_t offset = T_GetDamageOffset();
+  rows.offset = offset < 0 ? end : std::min(offset, end);
+  return rows;
+}
+
+RowsRead read_rows(const Source& source, const FILEINFO& info) {
+  Picture picture;
+  T_SetPageNumber(info.Page);
+  const int32_t status =
+      T_LoadFile(source.path().c_str(), &picture.record(), 0, -1, 0, drop_rows, nullptr);
+  T_SetPageNumber(1);
+  check_signals();
+  return rows_of_load(status, info);
+}
+
+Failure failure_of(const RowsRead& rows, const std::string& file) {
+  std::string text = T_GetStatusText(rows.status);
+  if (rows.is_damaged()) {
+    text += ": " + std::to_string(rows.of - rows.whole) + " of " + std::to_string(rows.of) +
+            " rows are missing";
+    if (rows.is_partial()) text += "; --partial writes what is there";
+  }
+  return {file, text, rows.status};
+}
+
+}  // namespace tavo::tools
