@@ -104,6 +104,7 @@ process::SourcePicture PictureDecoder::picture(int32_t bits_per_pixel, uint32_t 
   picture.view_perspective = container_.is_bottom_up ? 2 : 0;
   picture.storage_kind = container_.format;
   picture.extras = extra_bits(decoder_.extras());
+  picture.orientation = decoder_.extras().orientation;
   picture.has_resolution = container_.x_resolution > 0 && container_.y_resolution > 0;
   picture.x_resolution = container_.x_resolution;
   picture.y_resolution = container_.y_resolution;

@@ -211,9 +211,7 @@ typedef struct BitmapHandle {
 #define T_FORMAT_TIFF_LZW 29
 #define T_FORMAT_CALS 50
 #define T_FORMAT_RAS 55
-#define T_FORMAT_DCX                                                           \
-  202 /* save variant of T_FORMAT_PCX: with a directory for pages, of one, too \
-       */
+#define T_FORMAT_DCX 202 /* save variant of T_FORMAT_PCX: pages, be it one */
 
 /* ---- Callbacks ------------------------------------------------------------------------------- */
 
@@ -400,8 +398,8 @@ typedef struct FILEINFO {
   uint32_t Orientation; /* how to turn for viewing what ViewPerspective shows, in the numbers of
                            TIFF's Orientation tag: 1 not at all, 2 mirror left to right, 3 by half,
                            4 mirror top to bottom, 6 a quarter clockwise, 8 anticlockwise; 7 and 5
-                           the same after mirroring left to right. Rows come as stored. TGA, TIFF
-                           and CALS files tell it; for all others it is 1 */
+                           the same after mirroring left to right. Rows come as stored. TGA, TIFF,
+                           CALS and JPEG files (by Exif data) tell it; for all others it is 1 */
   uint32_t Extras;      /* T_EXTRA_ bits: what the file has beside the pixels that are read */
   uint32_t Reserved[9];
 } FILEINFO;

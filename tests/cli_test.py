@@ -329,13 +329,20 @@ class Failures(CliTest):
             self.assertEqual(parse_bmp(Path("page.bmp").read_bytes())[2], picture(bits))
         self.fails(-13, "pages.tif", "convert", "pages.tif", "page.bmp", "--page", "4")
         self.fails(-13, "pages.tif", "info", "pages.tif", "--page", "4")
-        # Behind the pages of a file that is there; no page is lost without a word.
+        # Behind the pages of a file that is there.
         self.succeeds("convert", "pages.dcx", "pages.tif", "--page", "all", "--append")
         self.assertEqual(json.loads(self.succeeds("info", "pages.tif", "--json"))[0]["pages"], 6)
-        self.assertIn("page 1 of 6", tavo("convert", "pages.tif", "one.bmp").stderr)
-        before = Path("one.bmp").read_bytes()
-        self.fails(-16, "one.bmp", "convert", "pages.tif", "one.bmp", "--page", "all")
-        self.assertEqual(Path("one.bmp").read_bytes(), before)
+        # A format without pages gets a file for each; DCX is one even of a single page.
+        self.succeeds("convert", "pages.dcx", "out.pcx", "--page", "all")
+        for page, bits in enumerate(depths, 1):
+            made = Path("out.pcx" if page == 1 else f"out.page{page}.pcx")
+            self.assertEqual(made.read_bytes()[0], 10)
+            self.succeeds("convert", made, "page.bmp")
+            self.assertEqual(parse_bmp(Path("page.bmp").read_bytes())[2], picture(bits))
+        self.succeeds("convert", "out.pcx", "one.dcx")
+        self.assertEqual(Path("one.dcx").read_bytes()[:4], struct.pack("<I", 0x3ADE68B1))
+        self.succeeds("convert", "one.dcx", "page.bmp")
+        self.assertEqual(parse_bmp(Path("page.bmp").read_bytes())[2], picture(1))
 
     @unittest.skipIf(IS_WINDOWS, "no such names there")
     def test_one_line_whatever_the_name_holds(self):
@@ -430,6 +437,197 @@ class Information(CliTest):
         self.assertRegex(self.succeeds("--version"), r"\Atavo \d+\.\d+\.\d+\n\Z")
 
 
+def tavo_stream(data, *arguments):
+    """Runs the program with `data` on standard input; exit status, output bytes, messages."""
+    with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
+        done = subprocess.run([*COMMAND, *map(str, arguments)], input=data, stdout=out, stderr=err,
+                              timeout=120)
+        for stream in (out, err):
+            stream.seek(0)
+        return done.returncode, out.read(), err.read().decode()
+
+
+class Streams(CliTest):
+    def test_standard_streams_carry_the_picture_and_nothing_else(self):
+        name = self.make(24)
+        data = Path(name).read_bytes()
+        for to in ("bmp", "tif", "jpg", "dcx"):
+            self.succeeds("convert", name, "out." + to)
+            expected = Path("out." + to).read_bytes()
+            self.assertEqual(tavo_stream(data, "convert", "-", "-", "--to", to), (0, expected, ""))
+        self.assertEqual(tavo_stream(data, "convert", "-", "in.bmp")[0], 0)
+        self.assertEqual(parse_bmp(Path("in.bmp").read_bytes())[2], picture(24))
+        status, out, _ = tavo_stream(data, "info", "-", "--json")
+        self.assertEqual((status, json.loads(out)[0]["width"]), (0, WIDTH))
+        for bad in (b"", data[:200], b"no picture" * 30):
+            status, out, err = tavo_stream(bad, "convert", "-", "-", "--to", "tif")
+            self.assertEqual((status, out), (1, b""))
+            self.assertRegex(err, r"\Atavo: standard input: [^\n]*\(status -[79]\)\r?\n\Z")
+        self.usage_error("convert", name, "-")
+        self.usage_error("convert", name, "-", "--to", "tif", "--append")
+        self.succeeds("convert", name, "./-", "--to", "bmp")
+        self.assertEqual(parse_bmp(Path("-").read_bytes())[2], picture(24))
+
+    def test_many_inputs_go_into_a_folder(self):
+        Path("sub").mkdir()
+        a, b, same = self.make(8, "a.b.bmp"), self.make(24, "sub/c"), self.make(4, "sub/a.b.tif")
+        done = tavo("convert", a, "missing.bmp", b, "--to", "lzw", "--out", "new/deep")
+        self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1))
+        self.assertEqual(sorted(os.listdir("new/deep")), ["a.b.tif", "c.tif"])
+        before = sorted(Path().rglob("*"))
+        text = self.usage_error("convert", a, b, same, "--to", "tif", "--out", "other")
+        self.assertTrue(a in text and same in text, text)
+        self.usage_error("convert", a, same, "--to", "tif", "--out", "sub")  # over the other input
+        self.usage_error("convert", a, b, "--out", "other")
+        self.usage_error("convert", a, b, same)
+        self.assertEqual(sorted(Path().rglob("*")), before)
+
+
+class Damage(CliTest):
+    def test_cut_files_of_every_format(self):
+        self.succeeds("convert", self.make(24), "big.bmp", "--size", "1000%")
+        height = 10 * HEIGHT
+        cuts = {"bmp": [], "pcx": [], "dcx": [], "gif": [], "tga": [], "ras": [], "jpg": [],
+                "cmp": [], "tif": [], "TIF": ["--to", "lzw"], "Tif": ["--to", "packbits"],
+                "cal": ["--bits", 1], "tiff": ["--to", "group4", "--bits", 1],
+                "TIFF": ["--to", "g3", "--bits", 1]}
+        for extension, options in cuts.items():
+            with self.subTest(extension=extension):
+                name = "whole." + extension
+                self.succeeds("convert", "big.bmp", name, *options)
+                data = Path(name).read_bytes()
+                if extension.lower().startswith("tif"):  # which has its directory at the end
+                    data = move_strips_to_the_end(data)
+                    Path(name).write_bytes(data)
+                self.succeeds("convert", name, "whole.bmp")
+                wanted = parse_bmp(Path("whole.bmp").read_bytes())[2]
+                self.assertIn(", whole", self.succeeds("info", "--check", name))
+                cut = "cut." + extension
+                Path(cut).write_bytes(data[:-len(data) // 3])
+                done = tavo("info", "--check", "--json", cut)
+                check = json.loads(done.stdout)[0]["check"]
+                self.assertEqual((done.returncode, check["verdict"], check["of"]),
+                                 (3, "partial", height))
+                self.assertTrue(0 < check["rows"] < height)
+                self.assertEqual(check["offset"], Path(cut).stat().st_size)
+                error = self.fails("-[79]", cut, "convert", cut, "no.bmp")
+                self.assertIn(f"{height - check['rows']} of {height} rows are missing", error)
+                done = tavo("convert", "--partial", cut, "part.bmp")
+                self.assertEqual(done.returncode, 3)
+                self.assertRegex(done.stderr,
+                                 rf"\Atavo: {cut}: partial: {check['rows']} of {height} rows [^\n]*\n\Z")
+                rows = parse_bmp(Path("part.bmp").read_bytes())[2]
+                self.assertEqual(len(rows), height)
+                equal = [row for row, whole in zip(rows, wanted) if row == whole]
+                blank = [row for row in rows if len(set(row)) == 1]
+                self.assertGreaterEqual(len(equal), check["rows"])
+                self.assertGreaterEqual(len(blank), height - check["rows"])
+
+    def test_verdicts_of_several_files(self):
+        whole = self.make(24)
+        data = Path(whole).read_bytes()
+        Path("part.bmp").write_bytes(data[:-60])
+        Path("none.bmp").write_bytes(data[:60])
+        for files, status in (([whole], 0), ([whole, "part.bmp"], 3),
+                              (["none.bmp", "part.bmp", whole], 1), (["part.bmp", "none"], 1)):
+            done = tavo("info", "--check", *files)
+            self.assertEqual(done.returncode, status)
+            self.assertEqual(len((done.stdout + done.stderr).splitlines()), len(files))
+        self.assertIn(", damaged (0 of 5 rows", tavo("info", "--check", "none.bmp").stdout)
+        self.fails(-7, "none.bmp", "convert", "--partial", "none.bmp", "out.bmp")
+        self.assertFalse(Path("out.bmp").exists())
+
+
+def move_strips_to_the_end(tiff):
+    """A little-endian TIFF file of one strip with its directory and values in front of it."""
+    at, = struct.unpack_from("<I", tiff, 4)
+    count, = struct.unpack_from("<H", tiff, at)
+    entries = [list(struct.unpack_from("<HHII", tiff, at + 2 + 12 * i)) for i in range(count)]
+    strip = next(tiff[e[3]:e[3] + size[3]] for e in entries if e[0] == 273
+                 for size in entries if size[0] == 279)
+    values, place = b"", 8 + 2 + 12 * count + 4
+    for entry in entries:
+        size = entry[2] * {1: 1, 2: 1, 3: 2, 4: 4, 5: 8}[entry[1]]
+        if size > 4:
+            old, entry[3] = entry[3], place + len(values)
+            values += tiff[old:old + size]
+    for entry in entries:
+        if entry[0] == 273:
+            entry[3] = place + len(values)
+    return (tiff[:4] + struct.pack("<IH", 8, count) +
+            b"".join(struct.pack("<HHII", *entry) for entry in entries) + bytes(4) + values + strip)
+
+
+class Words(CliTest):
+    def test_every_cause_has_its_sentence(self):
+        data = make_bmp(8)
+        long_name = "n" * 300 + ".bmp"
+        Path("folder.bmp").mkdir()
+        contents = {"png.bmp": b"\x89PNG\r\n\x1a\n" + bytes(40), "empty.bmp": b"",
+                    "locked.bmp": b"Salted__" + bytes(40), "odd.bmp": b"no picture at all" * 9,
+                    "cut.bmp": data[:-40]}
+        for name, content in contents.items():
+            Path(name).write_bytes(content)
+        sentences = {}
+        for name in ("missing.bmp", "folder.bmp", long_name, *contents):
+            error = self.fails(r"-\d+", name, "convert", name, "out.tif")
+            sentences[name] = error.split(": ", 2)[2]
+        if IS_WINDOWS:
+            del sentences[long_name]  # is missing, too, to that system
+        self.assertEqual(len(set(sentences.values())), len(sentences), sentences)
+        self.assertIn("a PNG file: not read by this version", sentences["png.bmp"])
+        self.assertIn("an encrypted file", sentences["locked.bmp"])
+        self.assertRegex(sentences["missing.bmp"], r"The file cannot be opened: .+ \(status -10\)")
+
+    def test_what_is_wrong_is_named_and_what_may_be_meant(self):
+        for arguments, words in ((["convrt"], ['"convrt"', '"convert"']), (["xyzzy"], ['"xyzzy"']),
+                                 (["convert", "a", "b", "--qualty", 5], ['"--qualty"', '"--quality"']),
+                                 (["convert", "a", "b", "--to", "grup4"], ['"grup4"', '"group4"']),
+                                 (["convert", "a", "b", "--dither", "stuki"], ["--dither", '"stucki"']),
+                                 (["convert", "a", "b", "-q", 500, "--bits", 7],
+                                  ['--quality: "500"', "1 to 100"]),
+                                 (["convert", "a", "b", "--bits", 7, "-q", 500],
+                                  ['--bits: "7"', "1, 4, 8, 16, 24, 32"])):
+            text = self.usage_error(*arguments)
+            for word in words:
+                self.assertIn(word, text)
+        self.assertNotIn("mean", self.usage_error("xyzzy"))
+
+    def test_what_is_left_out_is_named(self):
+        self.succeeds("convert", self.make(32), "alpha.tga", "--bits", 32)
+        tga = bytearray(Path("alpha.tga").read_bytes())
+        tga[17] = 0x18  # eight bits of alpha, the first pixel at the bottom right
+        Path("alpha.tga").write_bytes(tga)
+        self.succeeds("convert", self.make(24), "plain.jpg")
+        jpeg = Path("plain.jpg").read_bytes()
+        segments = b"".join(bytes((255, marker)) + struct.pack(">H", len(text) + 2) + text
+                            for marker, text in ((0xE1, b"Exif\0\0II"), (0xE2, b"ICC_PROFILE\0\1\1"),
+                                                 (0xE1, b"http://ns.adobe.com/xap/1.0/\0<x/>")))
+        Path("rich.jpg").write_bytes(jpeg[:2] + segments + jpeg[2:])
+        for _ in range(2):
+            self.succeeds("convert", self.make(1), "two.tif", "--append")
+        for name, words in (("alpha.tga", ["alpha", "orientation"]),
+                            ("rich.jpg", ["ICC", "EXIF", "XMP"]), ("two.tif", ["page 1 of 2"])):
+            done = tavo("convert", name, "out.bmp")
+            self.assertEqual((done.returncode, done.stderr.count("\n")), (0, 1))
+            for word in words:
+                self.assertIn(word, done.stderr)
+        self.succeeds("convert", "plain.jpg", "out.bmp")
+
+    def test_what_the_source_says_is_kept(self):
+        self.succeeds("convert", self.make(24), "fine.jpg", "--quality", 91)
+        self.succeeds("convert", "fine.jpg", "again.jpg")
+        self.succeeds("convert", self.make(1), "fax.tif", "--to", "group4")
+        self.succeeds("convert", "fax.tif", "again.tif")
+        self.succeeds("convert", "fax.tif", "lzw.tif", "--to", "lzw")
+        self.succeeds("convert", self.make(24), "none.tga")  # has no place for a resolution
+        self.succeeds("convert", "none.tga", "again.bmp")
+        rows = json.loads(self.succeeds("info", "--json", "again.jpg", "again.tif", "lzw.tif"))
+        self.assertEqual(rows[0]["jpeg"]["quality"], 91)
+        self.assertEqual([row["compression"] for row in rows[1:]], ["CCITT Group 4 Fax", "LZW"])
+        self.assertEqual(parse_bmp(Path("again.bmp").read_bytes())[1], (0, 0))
+
+
 @unittest.skipIf(IS_WINDOWS, "of this system only")
 class Files(CliTest):
     def test_permissions_of_the_target_stay(self):
@@ -496,9 +694,46 @@ class Files(CliTest):
                 [*COMMAND, "convert", name, "out.tif", *options], capture_output=True, text=True,
                 preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
             self.assertEqual(done.returncode, 1)
-            self.assertIn("(status -5)", done.stderr)
+            self.assertRegex(done.stderr, r"out.tif: There is no room .*\(status -5\)")
             self.assertEqual(Path("out.tif").read_bytes(), before)
             self.assertEqual(sorted(os.listdir()), [name, "out.tif"])
+
+    def test_a_full_folder_for_temporary_files_is_named(self):
+        import resource
+        data = make_bmp(24)
+        for arguments in (["-", "out.tif"], ["-", "-", "--to", "tif"]):
+            done = subprocess.run(
+                [*COMMAND, "convert", *arguments], input=data, capture_output=True,
+                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
+            self.assertEqual((done.returncode, done.stdout), (1, b""))
+            self.assertIn(b"tavo: " + os.fsencode(tempfile.gettempdir()) + b": ", done.stderr)
+        self.assertEqual(os.listdir(), [])
+
+    @unittest.skipIf(os.getuid() != 0, "only root can become somebody else")
+    def test_a_folder_that_may_not_be_written(self):
+        name = self.make(8)
+        Path("closed").mkdir(mode=0o555)
+        Path("secret.bmp").write_bytes(make_bmp(8))
+        os.chmod("secret.bmp", 0)
+        os.chmod(".", 0o755)
+        for arguments, words in (([name, "closed/out.tif"], "in this folder: Permission denied"),
+                                 (["secret.bmp", "-", "--to", "tif"], "opened: Permission denied"),
+                                 ([name, "--to", "tif", "--out", "closed/new"], "cannot be made: ")):
+            done = subprocess.run([*COMMAND, "convert", *arguments], capture_output=True, text=True,
+                                  user="nobody")
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(words, done.stderr)
+        self.assertEqual(os.listdir("closed"), [])
+
+    def test_named_pipes_are_read(self):
+        data = make_bmp(8)
+        os.mkfifo("pipe")
+        for source in ("pipe", "/dev/stdin"):
+            run = subprocess.Popen([*COMMAND, "convert", source, "out.bmp"], stdin=subprocess.PIPE)
+            with run.stdin if source != "pipe" else open("pipe", "wb") as end:
+                end.write(data)
+            self.assertEqual(run.wait(timeout=60), 0)
+            self.assertEqual(parse_bmp(Path("out.bmp").read_bytes())[2], picture(8))
 
     def test_full_standard_output_is_an_error(self):
         with open("/dev/full", "w") as full:
@@ -534,7 +769,8 @@ def main():
     IS_WINDOWS = program.suffix == ".exe"
     COMMAND[:] = ["wine", str(program)] if IS_WINDOWS else [str(program)]
     suite = unittest.TestSuite()
-    for case in (Conversions, Compression, Failures, Information) + (() if IS_WINDOWS else (Files,)):
+    cases = (Conversions, Compression, Failures, Information, Streams, Damage, Words)
+    for case in cases + (() if IS_WINDOWS else (Files,)):
         suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
     with wine_kept_running():
         result = unittest.TextTestRunner(resultclass=Counting).run(suite)

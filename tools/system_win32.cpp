@@ -68,7 +68,6 @@ Reason last_error() {
       return Reason::kAbsent;
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
-    case ERROR_DISK_QUOTA_EXCEEDED:
     case ERROR_FILE_TOO_LARGE:
       return Reason::kNoRoom;
     default:

@@ -331,9 +331,30 @@ Status MarkerReader::read_application(int code, Extras& extras) {
   }
   // Exif 2.32, 4.5.4; XMP part 3, 1.1.3; ICC.1, B.4.
   using namespace std::string_view_literals;
-  extras.has_exif |= code == marker::kApp1 && begins("Exif\0"sv);
+  if (code == marker::kApp1 && begins("Exif\0"sv)) TRY(read_exif({bytes.data() + 6, 6}, extras));
   extras.has_xmp |= code == marker::kApp1 && begins("http://ns.ad"sv);
   extras.has_icc |= code == marker::kApp2 && begins("ICC_PROFILE"sv);
+  return kOk;
+}
+
+// Exif 2.32, 4.5.2: a TIFF file, of which `start` has come. Its first directory, which has the
+// orientation (4.6.4), is in front.
+Status MarkerReader::read_exif(std::span<const uint8_t, 6> start, Extras& extras) {
+  constexpr size_t kMostBytes = 1024;
+  constexpr uint32_t kOrientation = 0x0112;
+  std::array<uint8_t, kMostBytes> tiff = {};
+  std::ranges::copy(start, tiff.begin());
+  TRY(take(std::span(tiff).subspan(start.size(), std::min(left_, kMostBytes - start.size()))));
+  extras.has_exif = true;
+  const bool is_big = tiff[0] == 'M';
+  const auto u16 = [&](size_t at) { return is_big ? load_be16(&tiff[at]) : load_le16(&tiff[at]); };
+  const uint32_t directory = is_big ? load_be32(&tiff[4]) : load_le32(&tiff[4]);
+  if (directory > kMostBytes - 2) return kOk;
+  const uint32_t end = directory + 2 + 12u * u16(directory);
+  for (uint32_t at = directory + 2; at < end && at <= kMostBytes - 12; at += 12) {
+    const uint32_t value = u16(at + 8);
+    if (u16(at) == kOrientation && value >= 1 && value <= 8) extras.orientation = value;
+  }
   return kOk;
 }
 

@@ -104,6 +104,7 @@ struct Extras {
   bool has_adobe = false;
   uint8_t adobe_transform = 0;
   bool has_exif = false;
+  uint32_t orientation = 1;  // Exif's, in TIFF's numbers
   bool has_xmp = false;
   bool has_icc = false;
   // The first comment that is short enough to be a program's name: programs tell in it who wrote
@@ -142,6 +143,7 @@ class MarkerReader {
   Status read_restart_interval();
   Status read_line_count(Frame& frame);
   Status read_application(int code, Extras& extras);
+  Status read_exif(std::span<const uint8_t, 6> start, Extras& extras);
   Status read_comment(Extras& extras);
 
   // Takes `into.size()` bytes of the segment; kBadData when it has fewer.
