@@ -101,9 +101,13 @@ Status BlockDecoder::read_lzw(Lzw& decoder, std::span<uint8_t> row) {
   return got == row.size() ? kOk : kReadError;
 }
 
+Status BlockDecoder::read_row(std::span<uint8_t> row) {
+  return part_.file().note_damage(decode_row(row), bytes_);
+}
+
 // PackBits rows are packed one by one (6.0, section 9); a run that goes on in the next row is
 // taken.
-Status BlockDecoder::read_row(std::span<uint8_t> row) {
+Status BlockDecoder::decode_row(std::span<uint8_t> row) {
   switch (image_->compression) {
     case kNone:
       TRY(bytes_.read(row));

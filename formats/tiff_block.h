@@ -42,6 +42,8 @@ class FilePart {
   // Bytes read since set().
   uint64_t bytes_read() const { return read_; }
 
+  io::InputFile& file() const { return *file_; }
+
  private:
   static constexpr uint64_t kLeastStep = 256;
 
@@ -80,6 +82,7 @@ class BlockDecoder {
   uint32_t end_rows() const { return image_->is_fax() ? ccitt_.end_rows() : 0; }
 
  private:
+  Status decode_row(std::span<uint8_t> row);
   template <class Lzw>
   Status read_lzw(Lzw& decoder, std::span<uint8_t> row);
   Status begin_lzw();

@@ -67,7 +67,7 @@ Status JpegRows::begin_block(uint64_t block, uint32_t lines) {
 Status JpegRows::read_row() {
   uint32_t got = 0;
   TRY(decoder_.next_rows(line_.bytes().first(line_bytes_), line_bytes_, 1, got));
-  if (outcome_.ok()) outcome_ = decoder_.outcome();
+  if (outcome_.ok()) outcome_ = directory_.file().note_damage(decoder_.outcome(), bytes_);
   if (got == 1) return kOk;
   return outcome_.ok() ? kBadData : outcome_;
 }

@@ -82,7 +82,7 @@ Status InputFile::seek_to(int32_t offset, int32_t origin, int32_t& position) {
 
 Status InputFile::note_damage(Status why, const ByteSource& bytes) {
   int32_t here = 0;
-  if (why == kBadData && seek_to(0, 1, here).ok()) {
+  if (why == kBadData && settings.last_load.damage_at < 0 && seek_to(0, 1, here).ok()) {
     settings.last_load.damage_at = static_cast<uint32_t>(here) - bytes.window().size();
   }
   return why;

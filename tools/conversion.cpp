@@ -58,6 +58,7 @@ class Conversion {
   }
 
   int run() {
+    const GifFrames frames(!options_.page.empty());
     choose_pages();
     for (int32_t page = first_; page <= last_; ++page) {
       if (page > first_ && !holds_pages(format_)) begin_next_file(page);

@@ -116,7 +116,9 @@ void add_picture_options(CLI::App& command, ConvertOptions& options) {
   command
       .add_option("-p,--page", options.page,
                   "Page to read from a multi-page file, the first without this option; all: every "
-                  "page. Into a format without pages they go to OUT, OUT.page2, OUT.page3 ..., the "
+                  "page. Pages of a GIF file are what shows after so many of its images; without "
+                  "this option it is the first image by itself. Into a format without pages they "
+                  "go to OUT, OUT.page2, OUT.page3 ..., the "
                   "number in front of the extension")
       ->check(value_check(page_fault))
       ->type_name("N|all");

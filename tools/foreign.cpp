@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <span>
 #include <string_view>
 
 namespace tavo::tools {
@@ -82,24 +83,48 @@ constexpr Mark kMarks[] = {
     {0, "LUKS\xBA\xBE"sv, "an encrypted disk (LUKS)"},
 };
 
+// Formats that are read, but for what has a damaged header.
+constexpr Mark kKnownMarks[] = {
+    {0, "\xFF\xD8\xFF"sv, "a JPEG file"},
+    {0, "GIF8"sv, "a GIF file"},
+    {0, "BM"sv, "a BMP file"},
+    {0, "II*\0"sv, "a TIFF file"},
+    {0, "MM\0*"sv, "a TIFF file"},
+    {0, "II+\0"sv, "a TIFF file"},
+    {0, "MM\0+"sv, "a TIFF file"},
+    {0, "TAVO"sv, "a CMP file"},
+    {0, "\x59\xA6\x6A\x95"sv, "a Sun raster file"},
+    {0, "\xB1\x68\xDE\x3A"sv, "a DCX file"},
+    {0, "srcdocid"sv, "a CALS file"},
+};
+
 // General purpose bit 0 of the local header (PKWARE's APPNOTE, 4.4.4).
 bool is_encrypted_archive(std::string_view head) {
   return head.starts_with("PK\x03\x04"sv) && head.size() > 6 && (head[6] & 1) != 0;
 }
 
+// Null when none of the marks is there.
+const char* find_kind(std::string_view head, std::span<const Mark> marks) {
+  for (const Mark& mark : marks) {
+    if (head.size() > mark.at && head.substr(mark.at).starts_with(mark.bytes)) return mark.kind;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
-std::string foreign_kind(const std::string& path) {
+std::string why_not_read(const std::string& path) {
   std::array<char, 256> bytes;
   std::FILE* const file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) return {};
   const std::string_view head(bytes.data(), std::fread(bytes.data(), 1, bytes.size(), file));
   std::fclose(file);
-  if (is_encrypted_archive(head)) return "an encrypted ZIP archive";
-  for (const Mark& mark : kMarks) {
-    if (head.size() > mark.at && head.substr(mark.at).starts_with(mark.bytes)) return mark.kind;
-  }
-  return {};
+  if (head.empty()) return "The file is empty";
+  if (const char* kind = find_kind(head, kKnownMarks))
+    return kind + std::string(" whose header is cut or damaged");
+  const char* const kind =
+      is_encrypted_archive(head) ? "an encrypted ZIP archive" : find_kind(head, kMarks);
+  return kind == nullptr ? std::string() : kind + std::string(": not read by this version");
 }
 
 }  // namespace tavo::tools

@@ -1,11 +1,11 @@
-// Files of formats that the library does not read.
+// Files in which the library finds no picture.
 #pragma once
 
 #include <string>
 
 namespace tavo::tools {
 
-// "a PNG file", by the first bytes of the file; empty when they say nothing.
-std::string foreign_kind(const std::string& path);
+// What such a file is, and why it is not read, by its first bytes; empty when they say nothing.
+std::string why_not_read(const std::string& path);
 
 }  // namespace tavo::tools

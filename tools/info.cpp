@@ -176,6 +176,7 @@ void add_page(const RowsRead& rows, const Source& source, Check& check) {
 Check check_file(const Source& source, const FILEINFO& info, bool is_alone) {
   Check check;
   add_page(read_rows(source, info), source, check);
+  const GifFrames frames(true);
   for (int32_t page = 2; !is_alone && page <= info.PageCount; ++page) {
     FILEINFO next;
     try {
@@ -206,6 +207,7 @@ Json to_json(const Check& check) {
 // Describes one file; its exit status.
 int show(const InfoOptions& options, const std::string& file, Json& rows) {
   const Source source(file);
+  const GifFrames frames(options.page != 0);
   const FILEINFO info = describe(source, std::max(options.page, 1));
   std::optional<Check> check;
   if (options.check) check = check_file(source, info, options.page != 0);
@@ -254,7 +256,8 @@ void add_info(CLI::App& app, Action& action) {
       ->required();
   command
       ->add_option("--page", options->page,
-                   "Page of a multi-page file to describe, the first without this option")
+                   "Page of a multi-page file, or frame of a GIF file, to describe. Without it the "
+                   "first, of a GIF file the first image by itself")
       ->check(whole_number(1, T_MAX_PAGES))
       ->type_name("N");
   command->add_flag("--check", options->check,

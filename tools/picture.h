@@ -31,6 +31,16 @@ struct Resolution {
 // What a reader of `format` calls its resolution, in dots per inch: BMP counts per metre.
 Resolution in_dots_per_inch(int32_t format, int32_t x, int32_t y);
 
+// While one of these lives that is on, pages of GIF files are frames: what shows after so many
+// images.
+class GifFrames {
+ public:
+  explicit GifFrames(bool is_on) { T_SetGIFFrames(is_on ? 1 : 0); }
+  ~GifFrames() { T_SetGIFFrames(0); }
+  GifFrames(const GifFrames&) = delete;
+  GifFrames& operator=(const GifFrames&) = delete;
+};
+
 // Library-wide settings that make a save of a picture of this size true, for as long as it lives: a
 // save works on a copy, which carries the default resolution; a GIF states the screen's size.
 class SaveSettings {

@@ -15,13 +15,6 @@ constexpr uint64_t kMostBytes = INT32_MAX;  // what the library's file operation
   throw Failure{name, T_GetStatusText(T_ERR_OPEN) + (": " + reason), T_ERR_OPEN};
 }
 
-// Of a file in which no format was found.
-std::string unknown_text(const std::string& path) {
-  if (is_empty(path)) return "The file is empty";
-  const std::string kind = foreign_kind(path);
-  return kind.empty() ? std::string() : kind + ": not read by this version";
-}
-
 }  // namespace
 
 Source::Source(const std::string& name) : name_(name) {
@@ -68,7 +61,7 @@ FILEINFO describe(const Source& source, int32_t page) {
   T_SetPageNumber(1);
   if (status == T_ERR_BAD_DATA || status == T_ERR_READ) {
     check_signals();
-    const std::string text = unknown_text(source.path());
+    const std::string text = why_not_read(source.path());
     if (!text.empty()) throw Failure{source.name(), text, status};
   }
   check(status, source.name());

@@ -331,7 +331,8 @@ Status MarkerReader::read_application(int code, Extras& extras) {
   }
   // Exif 2.32, 4.5.4; XMP part 3, 1.1.3; ICC.1, B.4.
   using namespace std::string_view_literals;
-  if (code == marker::kApp1 && begins("Exif\0"sv)) TRY(read_exif({bytes.data() + 6, 6}, extras));
+  if (code == marker::kApp1 && begins("Exif\0"sv))
+    TRY(read_exif(std::span(bytes).subspan<6, 6>(), extras));
   extras.has_xmp |= code == marker::kApp1 && begins("http://ns.ad"sv);
   extras.has_icc |= code == marker::kApp2 && begins("ICC_PROFILE"sv);
   return kOk;
@@ -344,7 +345,8 @@ Status MarkerReader::read_exif(std::span<const uint8_t, 6> start, Extras& extras
   constexpr uint32_t kOrientation = 0x0112;
   std::array<uint8_t, kMostBytes> tiff = {};
   std::ranges::copy(start, tiff.begin());
-  TRY(take(std::span(tiff).subspan(start.size(), std::min(left_, kMostBytes - start.size()))));
+  TRY(take(
+      std::span(tiff).subspan(start.size(), std::min<size_t>(left_, kMostBytes - start.size()))));
   extras.has_exif = true;
   const bool is_big = tiff[0] == 'M';
   const auto u16 = [&](size_t at) { return is_big ? load_be16(&tiff[at]) : load_le16(&tiff[at]); };
