@@ -558,6 +558,10 @@ def move_strips_to_the_end(tiff):
             b"".join(struct.pack("<HHII", *entry) for entry in entries) + bytes(4) + values + strip)
 
 
+# A directory of one tag, the orientation: to be turned clockwise.
+EXIF = b"II*\0" + struct.pack("<IHHHIHHI", 8, 1, 274, 3, 1, 6, 0, 0)
+
+
 class Words(CliTest):
     def test_every_cause_has_its_sentence(self):
         data = make_bmp(8)
@@ -601,13 +605,13 @@ class Words(CliTest):
         self.succeeds("convert", self.make(24), "plain.jpg")
         jpeg = Path("plain.jpg").read_bytes()
         segments = b"".join(bytes((255, marker)) + struct.pack(">H", len(text) + 2) + text
-                            for marker, text in ((0xE1, b"Exif\0\0II"), (0xE2, b"ICC_PROFILE\0\1\1"),
+                            for marker, text in ((0xE1, b"Exif\0\0" + EXIF), (0xE2, b"ICC_PROFILE\0\1\1"),
                                                  (0xE1, b"http://ns.adobe.com/xap/1.0/\0<x/>")))
         Path("rich.jpg").write_bytes(jpeg[:2] + segments + jpeg[2:])
         for _ in range(2):
             self.succeeds("convert", self.make(1), "two.tif", "--append")
         for name, words in (("alpha.tga", ["alpha", "orientation"]),
-                            ("rich.jpg", ["ICC", "EXIF", "XMP"]), ("two.tif", ["page 1 of 2"])):
+                            ("rich.jpg", ["ICC", "EXIF", "XMP", "turned clockwise"]), ("two.tif", ["page 1 of 2"])):
             done = tavo("convert", name, "out.bmp")
             self.assertEqual((done.returncode, done.stderr.count("\n")), (0, 1))
             for word in words:

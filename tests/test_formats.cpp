@@ -63,7 +63,9 @@ void expect_whole_rows_alone(const Bytes& file, bool fills_up, Bitmap& whole) {
       T_LoadMemory(file.data(), bitmap.get(), 0, -1, T_LOAD_ALLOCATE | T_LOAD_WHOLE_ROWS, nullptr,
                    nullptr, static_cast<uint32_t>(file.size()));
   const int32_t told = T_GetRowsRead();
-  if (status == T_OK && !fills_up) EXPECT_EQ(told, whole->Height);
+  if (status == T_OK && !fills_up) {
+    EXPECT_EQ(told, whole->Height);
+  }
   if ((bitmap->Flags & T_FLAG_ALLOCATED) == 0) {
     EXPECT_EQ(told, 0);
     return;

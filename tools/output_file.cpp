@@ -73,6 +73,7 @@ void OutputFile::copy_target() {
   has_content_ = !is_empty(final_path_);
   if (!has_content_ || copy_stream(final_path_, path()) == Copied::kAll) return;
   check_signals();
+  if (last_error() == Reason::kNoRoom) check(T_ERR_WRITE, target_);
   throw Failure{target_, "The file cannot be copied: " + last_error_text(), T_ERR_WRITE};
 }
 
