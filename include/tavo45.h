@@ -987,14 +987,14 @@ T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int
  * bits (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits get 16 grey levels. More
  * than 65536 rows, or lines longer than 65535 bytes: T_ERR_SIZE. With T_SAVE_APPEND or a page
  * number of 2 or more, a file that is PCX or DCX already gets the picture as a further page: a PCX
- * file is made a DCX file in place, its picture moved behind the directory. T_FORMAT_DCX makes a DCX
- * file of the first page, too. Whatever operation
- * fails, the earlier pages stay; what cannot be finished may be there as a damaged last page. Two
- * things need operations that work after the one that failed: taking back a write to a PCX file
- * that was cut short on the way, and bringing pages back that were moved because the directory of
- * another program's DCX file had no room. T_ERR_WRITE: T_MAX_PAGES are there already.
- * T_LoadPCXBitmap refuses a picture that memory cannot hold with T_ERR_NO_MEMORY.
- * Facts: ZSoft Corporation, "Technical Reference Manual: PCX", revision 5. */
+ * file is made a DCX file in place, its picture moved behind the directory. T_FORMAT_DCX makes a
+ * DCX file of the first page, too. Whatever operation fails, the earlier pages stay; what cannot be
+ * finished may be there as a damaged last page. Two things need operations that work after the one
+ * that failed: taking back a write to a PCX file that was cut short on the way, and bringing pages
+ * back that were moved because the directory of another program's DCX file had no room.
+ * T_ERR_WRITE: T_MAX_PAGES are there already. T_LoadPCXBitmap refuses a picture that memory cannot
+ * hold with T_ERR_NO_MEMORY. Facts: ZSoft Corporation, "Technical Reference Manual: PCX",
+ * revision 5. */
 T_API int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap);
