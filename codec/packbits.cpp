@@ -57,7 +57,14 @@ void Decoder::decode_whole(std::span<uint8_t>& out) {
 
 // kept: packets may go on over the ends of rows, though section 9 has each row on its own: a strip
 // that was packed as a whole decodes, too.
-Status Decoder::decode(std::span<uint8_t> out) {
+Status Decoder::decode(std::span<uint8_t> all, size_t& got) {
+  std::span<uint8_t> out = all;
+  const Status status = decode_packets(out);
+  got = all.size() - out.size();
+  return status;
+}
+
+Status Decoder::decode_packets(std::span<uint8_t>& out) {
   while (!out.empty()) {
     if (left_ == 0 && out.size() >= kMaxPacket && bytes_.window().size() > kMaxPacket) {
       decode_whole(out);
@@ -75,14 +82,18 @@ Status Decoder::decode(std::span<uint8_t> out) {
         value_ = static_cast<uint8_t>(value);
       }
     }
-    const std::span<uint8_t> part = out.first(std::min(left_, out.size()));
+    size_t part = std::min(left_, out.size());
+    Status status = kOk;
     if (is_run_) {
-      std::memset(part.data(), value_, part.size());
+      std::memset(out.data(), value_, part);
     } else {
-      TRY(bytes_.read(part));
+      const size_t wanted = part;
+      status = bytes_.read_some(out.first(wanted), part);
+      if (status.ok() && part < wanted) status = kReadError;
     }
-    left_ -= part.size();
-    out = out.subspan(part.size());
+    left_ -= part;
+    out = out.subspan(part);
+    TRY(status);
   }
   return kOk;
 }

@@ -18,10 +18,19 @@ class Decoder {
   // Forgets the packet at hand, for the next stream.
   void reset() { left_ = 0; }
 
-  // Exactly out.size() bytes; kReadError when the data end before.
-  Status decode(std::span<uint8_t> out);
+  // Exactly all.size() bytes; kReadError when the data end before, after `got` of them. The bytes
+  // behind those have no meaning then.
+  Status decode(std::span<uint8_t> all, size_t& got);
+  Status decode(std::span<uint8_t> all) {
+    size_t got = 0;
+    return decode(all, got);
+  }
+
+  // Whether the last packet ended with the last byte decoded.
+  bool is_between_packets() const { return left_ == 0; }
 
  private:
+  Status decode_packets(std::span<uint8_t>& out);
   void decode_whole(std::span<uint8_t>& out);
 
   ByteSource& bytes_;

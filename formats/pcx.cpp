@@ -101,22 +101,6 @@ Status read_trailer(io::InputFile& file, const dcx::Page& page, uint32_t& data_e
   return kOk;
 }
 
-// The pixels of one page, so that a page that ends early does not go on in the next one.
-class PageData {
- public:
-  PageData(io::InputFile& file, uint32_t size) : file_(file), left_(size) {}
-
-  Status read_some(std::span<uint8_t> into, size_t& got) {
-    TRY(file_.read_some(into.first(std::min<size_t>(into.size(), left_)), got));
-    left_ -= static_cast<uint32_t>(got);
-    return kOk;
-  }
-
- private:
-  io::InputFile& file_;
-  uint32_t left_;
-};
-
 // Files of a few bytes may claim many rows: what is not there takes no decoding.
 Status deliver_zeros(uint32_t left, RowDelivery& rows) {
   while (left > 0) {
@@ -233,7 +217,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(rows.start());
   const uint32_t data_start = page.start + static_cast<uint32_t>(kHeaderSize);
   TRY(file.seek(data_start));
-  PageData data(file, std::max(data_end, data_start) - data_start);
+  io::InputPart data(file, std::max(data_end, data_start) - data_start);
   ByteSource bytes(data);
   TRY(bytes.start());
   return read_rows(bytes, header, rows);

@@ -19,7 +19,7 @@
  *   Color reduction                dithering, optimized palettes, depths, grey
  *   Resampling                     rows and bitmaps of another size
  *   Processing                     rotation, filters, adjustments of whole bitmaps
- *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF
+ *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint
  *   Compressed pictures: coding    JPEG and CMP, stamps
  *   Compressed pictures: 1 bit     bilevel CMP files
  *   Compressed pictures: decoding  JPEG and CMP, whole or in pieces; stamps, how they are coded
@@ -210,6 +210,7 @@ typedef struct BitmapHandle {
 #define T_FORMAT_TIFF_GROUP4 28
 #define T_FORMAT_TIFF_LZW 29
 #define T_FORMAT_CALS 50
+#define T_FORMAT_MAC 51
 #define T_FORMAT_RAS 55
 #define T_FORMAT_DCX 202 /* save variant of T_FORMAT_PCX: pages, be it one */
 
@@ -1150,6 +1151,21 @@ T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_Row
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTIFBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveTIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* MacPaint documents: one page of 576 x 720 pixels in black and white.
+ * Read        With a MacBinary header in front or without; resource forks and patterns are skipped.
+ *             Rows whose data are missing are white; T_ERR_READ: not one is there. T_ERR_BAD_DATA:
+ *             neither a MacBinary header of type "PNTG" nor a version of 0, 2 or 3.
+ * Delivered   1 bit, white (0) and black (1), top row first, 72 dots per inch. Without a MacBinary
+ *             header T_FileInfo knows the format by packed rows that make exactly one page.
+ * Written     1 bit (other depths: T_ERR_DEPTH) behind a MacBinary II header, which names the
+ *             document as the file is named; the brighter of the two colors becomes white. A
+ *             smaller picture stands at the page's top left; a larger one: T_ERR_SIZE.
+ * Facts: Apple, Macintosh Technical Note 86; "MacBinary II Standard". */
+T_API int32_t T_CALL T_LoadMACFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadMACBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveMACBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
 /* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
  * do; programs that call this before they load bilevel files may go on doing so. T_OK. */

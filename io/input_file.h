@@ -1,6 +1,7 @@
 // An open file that readers read; closed by its destructor.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
@@ -59,6 +60,24 @@ class InputFile {
   int32_t handle_ = -1;
   bool is_borrowed_ = false;
   Status failure_ = kOk;
+};
+
+// A part of a file as a ByteSource reads it: `size` bytes from where the file stands, so that what
+// ends early does not go on in what follows.
+class InputPart {
+ public:
+  InputPart(InputFile& file, uint64_t size) : file_(file), left_(size) {}
+
+  Status read_some(std::span<uint8_t> into, size_t& got) {
+    const auto part = static_cast<size_t>(std::min<uint64_t>(into.size(), left_));
+    TRY(file_.read_some(into.first(part), got));
+    left_ -= got;
+    return kOk;
+  }
+
+ private:
+  InputFile& file_;
+  uint64_t left_;
 };
 
 }  // namespace tavo::io

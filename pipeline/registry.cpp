@@ -7,6 +7,7 @@
 #include "formats/dcx.h"
 #include "formats/gif.h"
 #include "formats/jpeg.h"
+#include "formats/macpaint.h"
 #include "formats/pcx.h"
 #include "formats/ras.h"
 #include "formats/tga.h"
@@ -94,6 +95,13 @@ constexpr FormatRow kFormats[] = {
      .read = cals::read,
      .write = cals::write,
      .write_depths = depth_bit(1)},
+    {.id = T_FORMAT_MAC,
+     .name = "MacPaint",
+     .description = "MacPaint document",
+     .extensions = "mac pntg pnt macp",
+     .read = macpaint::read,
+     .write = macpaint::write,
+     .write_depths = depth_bit(1)},
     {.id = T_FORMAT_TGA,
      .name = "TGA",
      .description = "Truevision TGA",
@@ -175,8 +183,8 @@ constexpr FormatRow kFormats[] = {
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
-    jpeg::probe_cmp, bilevel::probe, tiff::probe, tga::probe,  bmp::probe,
-    pcx::probe,      cals::probe,    gif::probe,  jpeg::probe, ras::probe,
+    jpeg::probe_cmp, bilevel::probe, tiff::probe, tga::probe,      bmp::probe,           pcx::probe,
+    cals::probe,     gif::probe,     jpeg::probe, macpaint::probe, macpaint::probe_bare, ras::probe,
 };
 
 }  // namespace

@@ -47,6 +47,7 @@ FormatCase cmp_case();
 FormatCase tga_case();
 FormatCase pcx_case();
 FormatCase ras_case();
+FormatCase macpaint_case();
 
 // A TIFF file: `data` at offset 8, then a directory of these tags and its longer values.
 struct TiffTag {

@@ -24,6 +24,7 @@ const CorpusCase kCases[] = {
     {.format = "cals"},
     {.format = "dcx"},
     {.format = "gif"},
+    {.format = "mac"},
     {.format = "jpeg", .tolerance = 2, .outliers_per_mille = 1},
     {.format = "pcx"},
     {.format = "sun"},

@@ -113,7 +113,8 @@ TEST_P(Formats, RandomMutationsGiveADocumentedStatusWithLittleWork) {
   const std::vector<Sample>& samples = GetParam().samples;
   const Leftovers before = leftovers();
   Random random(45);
-  for (int i = 0; i < 10000; ++i) {
+  uint64_t delivered = 0;  // some formats know one size of picture only, which is not small
+  for (int i = 0; i < 10000 && delivered < 1u << 30; ++i) {
     Bytes file = samples[i % samples.size()].file;
     for (uint32_t n = 1 + random.below(4); n > 0; --n) {
       const uint32_t at = random.below(3) == 0 ? random.below(file.size())
@@ -131,6 +132,7 @@ TEST_P(Formats, RandomMutationsGiveADocumentedStatusWithLittleWork) {
     ASSERT_LT(disk.operations, 400);
     ASSERT_LT(disk.bytes_read, 16 * file.size());
     ASSERT_LT(rows.bytes.size(), 1u << 26);
+    delivered += rows.bytes.size();
   }
   EXPECT_EQ(leftovers(), before);
 }
@@ -294,7 +296,9 @@ TEST_P(Formats, BlackAndWhiteStaysWhatItIs) {
                   T_OK);
         Bitmap loaded;
         ASSERT_EQ(T_LoadBitmap("out", loaded.get(), 0, -1), T_OK);
-        EXPECT_EQ(rgb(loaded.get()), rgb(picture.get())) << bits << " at " << depth << direct;
+        Bitmap shown;  // at the top left of a page, where files are pages
+        ASSERT_EQ(T_CopyBitmapRect(shown.get(), loaded.get(), 0, 0, 17, 3), T_OK);
+        EXPECT_EQ(rgb(shown.get()), rgb(picture.get())) << bits << " at " << depth << direct;
       }
     }
   }

@@ -263,6 +263,7 @@ TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
                {T_FORMAT_CALS, 1, T_LoadCALSFile, T_LoadCALSBitmap, T_SaveCALSBitmap},
                {T_FORMAT_TGA, 24, T_LoadTGAFile, T_LoadTGABitmap, T_SaveTGABitmap},
                {T_FORMAT_RAS, 24, T_LoadRASFile, T_LoadRASBitmap, T_SaveRASBitmap},
+               {T_FORMAT_MAC, 1, T_LoadMACFile, T_LoadMACBitmap, T_SaveMACBitmap},
                {T_FORMAT_TIFF, 24, T_LoadTIFFile, T_LoadTIFBitmap, T_SaveTIFBitmap}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.format);
@@ -270,8 +271,8 @@ TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
     disk.files["common"] = saved_sample(c.format, c.bits, 19, 5);
     Bitmap picture, common, own, described;
     make_picture(picture, 19, 5, c.bits);
-    ASSERT_EQ(c.save("own", picture.get(), c.bits), T_OK);
-    EXPECT_EQ(disk.files["own"], disk.files["common"]);
+    ASSERT_EQ(c.save("sample", picture.get(), c.bits), T_OK);
+    EXPECT_EQ(disk.files["sample"], disk.files["common"]);
     ASSERT_EQ(T_LoadBitmap("common", common.get(), 0, -1), T_OK);
     T_SetCallbackLine(7);
     ASSERT_EQ(c.load("common", own.get()), T_OK);
@@ -425,7 +426,7 @@ TEST(Progress, IsToldOnceByOperationsOfSeveralStages) {
   };
   for (const int32_t format :
        {T_FORMAT_PCX, T_FORMAT_GIF, T_FORMAT_TIFF, T_FORMAT_TGA, T_FORMAT_BMP, T_FORMAT_JPEG,
-        T_FORMAT_CMP, T_FORMAT_CMP_1BIT, T_FORMAT_CALS, T_FORMAT_RAS}) {
+        T_FORMAT_CMP, T_FORMAT_CMP_1BIT, T_FORMAT_CALS, T_FORMAT_RAS, T_FORMAT_MAC}) {
     for (const int32_t bits : {1, 4, 8, 24}) {
       told.clear();
       const int32_t saved = T_SaveBitmap("x", picture.get(), format, bits, 0);

@@ -16,6 +16,7 @@ INSTANTIATE_TEST_SUITE_P(All, Stream, testing::ValuesIn(format_cases()),
                          [](const auto& format) { return format.param.name; });
 
 // Every format and depth there is; the second time the page is one more where files have pages.
+// (Some files say what their name is.)
 TEST_P(Stream, GivesTheBytesOfAConversion) {
   for (const Sample& sample : GetParam().samples) {
     Disk disk;
@@ -23,16 +24,16 @@ TEST_P(Stream, GivesTheBytesOfAConversion) {
     T_Format to;
     for (uint32_t i = 0; T_GetFormat(i, &to) == T_OK; ++i) {
       for (const int32_t bits : {0, 1, 4, 8, 16, 24, 32}) {
-        disk.files.erase("want");
-        disk.files.erase("got");
+        disk.files.erase("want/out");
+        disk.files.erase("got/out");
         for (const int32_t page : {1, 2}) {
           SCOPED_TRACE(testing::Message() << sample.name << " to " << to.Id << " at " << bits);
           T_SetPageNumber(page);
-          const int32_t want = T_ConvertFile("in", "want", to.Id, bits, kQuality);
-          const int32_t got = T_StreamFile("in", "got", to.Id, bits, kQuality);
+          const int32_t want = T_ConvertFile("in", "want/out", to.Id, bits, kQuality);
+          const int32_t got = T_StreamFile("in", "got/out", to.Id, bits, kQuality);
           T_SetPageNumber(1);
           EXPECT_EQ(got, want);
-          ASSERT_TRUE(disk.files["got"] == disk.files["want"]);
+          ASSERT_TRUE(disk.files["got/out"] == disk.files["want/out"]);
         }
       }
     }
