@@ -1,10 +1,9 @@
 #include "codec/packbits.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
-#include "base/endian.h"
+#include "codec/byte_runs.h"
 
 namespace tavo::packbits {
 namespace {
@@ -15,20 +14,6 @@ constexpr size_t kMaxPacket = 128;
 // Two equal bytes between literals stay literals, as section 9 advises: a packet would save
 // nothing.
 constexpr size_t kMinRun = 3;
-
-// Bytes from `at` on that equal the first one, eight at a time.
-size_t run_length(const uint8_t* at, const uint8_t* end) {
-  const uint64_t same = at[0] * uint64_t{0x0101010101010101};
-  const uint8_t* next = at + 1;
-  for (; end - next >= 8; next += 8) {
-    const uint64_t other = load_le64(next) ^ same;
-    if (other != 0) {
-      return static_cast<size_t>(next - at) + static_cast<size_t>(std::countr_zero(other)) / 8;
-    }
-  }
-  while (next < end && *next == *at) ++next;
-  return static_cast<size_t>(next - at);
-}
 
 }  // namespace
 
@@ -98,35 +83,37 @@ Status Decoder::decode_packets(std::span<uint8_t>& out) {
   return kOk;
 }
 
-// Each row on its own, as section 9 demands of TIFF files.
-size_t encode(std::span<const uint8_t> row, uint8_t* out) {
-  const uint8_t* next = row.data();
-  const uint8_t* const end = next + row.size();
-  uint8_t* to = out;
-  while (next < end) {
-    size_t run = run_length(next, end);
-    if (run >= kMinRun || next + run == end) {
-      for (; run > 0; to += 2) {
-        const size_t part = std::min(run, kMaxPacket);
-        to[0] = static_cast<uint8_t>(1 - static_cast<int>(part));
-        to[1] = *next;
-        next += part;
-        run -= part;
-      }
-      continue;
-    }
-    // Literals up to the next run that is worth a packet.
-    const uint8_t* stop = next + run;
-    while (stop < end && !(end - stop >= 3 && stop[0] == stop[1] && stop[0] == stop[2])) ++stop;
-    while (next < stop) {
-      const size_t part = std::min(static_cast<size_t>(stop - next), kMaxPacket);
-      *to++ = static_cast<uint8_t>(part - 1);
-      std::memcpy(to, next, part);
-      to += part;
-      next += part;
+namespace {
+
+struct Packets {
+  uint8_t* to;
+
+  void run(uint8_t value, size_t count) {
+    for (; count > 0; to += 2) {
+      const size_t part = std::min(count, kMaxPacket);
+      to[0] = static_cast<uint8_t>(1 - static_cast<int>(part));
+      to[1] = value;
+      count -= part;
     }
   }
-  return static_cast<size_t>(to - out);
+  void literals(std::span<const uint8_t> bytes) {
+    while (!bytes.empty()) {
+      const size_t part = std::min(bytes.size(), kMaxPacket);
+      *to++ = static_cast<uint8_t>(part - 1);
+      std::memcpy(to, bytes.data(), part);
+      to += part;
+      bytes = bytes.subspan(part);
+    }
+  }
+};
+
+}  // namespace
+
+// Each row on its own, as section 9 demands of TIFF files.
+size_t encode(std::span<const uint8_t> row, uint8_t* out) {
+  Packets packets{out};
+  cut_runs<kMinRun>(row, packets);
+  return static_cast<size_t>(packets.to - out);
 }
 
 }  // namespace tavo::packbits

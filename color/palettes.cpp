@@ -62,6 +62,15 @@ void fill_gray_ramp(std::span<T_PaletteEntry> palette) {
   }
 }
 
+bool is_gray_ramp(std::span<const T_PaletteEntry> palette) {
+  T_PaletteEntry ramp[256];
+  fill_gray_ramp(std::span(ramp).first(palette.size()));
+  return std::ranges::equal(palette, std::span(ramp).first(palette.size()),
+                            [](const T_PaletteEntry& a, const T_PaletteEntry& b) {
+                              return a.Red == b.Red && a.Green == b.Green && a.Blue == b.Blue;
+                            });
+}
+
 void fixed_palette(int32_t depth, bool is_gray, std::span<T_PaletteEntry, 256> palette) {
   const std::span<const T_PaletteEntry> built_in = builtin_palette(depth);
   if (is_gray) {

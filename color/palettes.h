@@ -29,4 +29,7 @@ void fixed_palette(int32_t depth, bool is_gray, std::span<T_PaletteEntry, 256> p
 // Even steps of grey from black to white; the last entry is white.
 void fill_gray_ramp(std::span<T_PaletteEntry> palette);
 
+// Whether the entries are what fill_gray_ramp makes: indices stand for grey levels.
+bool is_gray_ramp(std::span<const T_PaletteEntry> palette);
+
 }  // namespace tavo::color

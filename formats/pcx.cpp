@@ -8,6 +8,7 @@
 #include "base/settings.h"
 #include "color/palettes.h"
 #include "core/bitmap.h"
+#include "formats/bit_planes.h"
 #include "formats/dcx.h"
 #include "formats/pcx_planes.h"
 #include "formats/pcx_runs.h"
@@ -154,7 +155,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
     } else {
       // The decoder may have left something where the missing planes are.
       std::ranges::fill(spare.first(std::min(spare.size(), kLineSlack)), uint8_t{0});
-      combine_bits(coded.data(), line_bytes, width, row.data());
+      formats::combine_4_planes(coded.data(), line_bytes, width, row.data());
     }
     TRY(rows.commit(1, decoder.missing() == 0 ? 1 : 0));
   }

@@ -1,4 +1,4 @@
-// Between pixels and the planes that PCX files keep them in.
+// Between pixels and the planes of bytes that PCX files keep them in.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +7,6 @@ namespace tavo::pcx {
 
 // Pixels that the loops take at once: of the last ones whole groups are read and written.
 inline constexpr uint32_t kSplitPixels = 16;
-
-// Four planes of one bit, `stride` bytes apart, to pixels of 4 bits, the first plane's in bit 0.
-// Takes and gives whole groups of 8 pixels.
-void combine_bits(const uint8_t* planes, uint32_t stride, uint32_t width, uint8_t* pixels);
 
 // Three planes of bytes to pixels of three bytes, and back.
 void interleave_bytes(const uint8_t* planes, uint32_t stride, uint32_t width, uint8_t* pixels);

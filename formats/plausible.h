@@ -64,4 +64,10 @@ constexpr Status check_plausible(Density density, uint64_t row, uint64_t rows,
   return fits ? kOk : kBadData;
 }
 
+// Formats that repeat rows: blank pages of 100,000 pixels for a byte are good files. kReadError for
+// pictures of far more, whose data must end early.
+constexpr Status check_repeating(uint64_t width, uint64_t height, uint64_t file_bytes) {
+  return width * height / kMebi <= file_bytes ? kOk : kReadError;
+}
+
 }  // namespace tavo::formats

@@ -5,6 +5,7 @@
 
 #include "base/buffer.h"
 #include "base/endian.h"
+#include "color/palettes.h"
 #include "formats/tiff.h"
 #include "formats/tiff_directory.h"
 #include "formats/tiff_strip_writer.h"
@@ -32,17 +33,6 @@ struct Look {
   bool inverts = false;  // the rows, on their way to the file
 };
 
-// Whether the colours are grey steps that the samples themselves can stand for.
-bool is_ramp(const T_PaletteEntry* palette, uint32_t entries, bool is_inverse) {
-  for (uint32_t i = 0; i < entries; ++i) {
-    const uint32_t step = is_inverse ? entries - 1 - i : i;
-    const uint32_t level = step * 255 / (entries - 1);
-    const T_PaletteEntry& entry = palette[i];
-    if (entry.Red != level || entry.Green != level || entry.Blue != level) return false;
-  }
-  return true;
-}
-
 // Green counts most; enough to tell which of two colours is the lighter.
 uint32_t brightness(const T_PaletteEntry& entry) {
   return 2u * entry.Red + 5u * entry.Green + entry.Blue;
@@ -55,8 +45,10 @@ Look choose_look(const BitmapHandle& bitmap, int32_t depth, const Variant& varia
   if (depth > 8) return {kRgb, false};
   const T_PaletteEntry* palette = bitmap.Info.Palette;
   if (variant.is_fax()) return {kWhiteIsZero, brightness(palette[0]) < brightness(palette[1])};
-  if (is_ramp(palette, 1u << depth, false)) return {kBlackIsZero, false};
-  if (depth == 1 && is_ramp(palette, 2, true)) return {kWhiteIsZero, false};
+  const std::span<const T_PaletteEntry> colors(palette, 1u << depth);
+  const T_PaletteEntry turned[] = {colors[1], colors[0]};
+  if (color::is_gray_ramp(colors)) return {kBlackIsZero, false};
+  if (depth == 1 && color::is_gray_ramp(turned)) return {kWhiteIsZero, false};
   return {kPalette, false};
 }
 

@@ -19,7 +19,8 @@
  *   Color reduction                dithering, optimized palettes, depths, grey
  *   Resampling                     rows and bitmaps of another size
  *   Processing                     rotation, filters, adjustments of whole bitmaps
- *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint
+ *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint, MSP,
+ *                                GEM IMG
  *   Compressed pictures: coding    JPEG and CMP, stamps
  *   Compressed pictures: 1 bit     bilevel CMP files
  *   Compressed pictures: decoding  JPEG and CMP, whole or in pieces; stamps, how they are coded
@@ -211,6 +212,8 @@ typedef struct BitmapHandle {
 #define T_FORMAT_TIFF_LZW 29
 #define T_FORMAT_CALS 50
 #define T_FORMAT_MAC 51
+#define T_FORMAT_IMG 52
+#define T_FORMAT_MSP 53
 #define T_FORMAT_RAS 55
 #define T_FORMAT_DCX 202 /* save variant of T_FORMAT_PCX: pages, be it one */
 
@@ -1166,6 +1169,41 @@ T_API int32_t T_CALL T_LoadMACFile(const char* name, BitmapHandle* bitmap, T_Row
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadMACBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveMACBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* MSP, pictures of Microsoft Paint in Windows 1 and 2.
+ * Read        Version 1 (plain) and 2 (run-length coded); a wrong checksum is no error. A row that
+ *             has no bytes in version 2 is white.
+ * Delivered   1 bit, black (0) and white (1), top row first, no resolution.
+ * Written     Version 2, 1 bit (other depths: T_ERR_DEPTH); the brighter of the two colors becomes
+ *             white; more than 65535 pixels either way: T_ERR_SIZE.
+ * Statuses    T_ERR_BAD_DATA: no MSP header, or an empty picture. T_ERR_READ: the file ends early;
+ *             the rows that are there are delivered.
+ * Facts: Microsoft, Windows 2.03 Software Development Kit. */
+T_API int32_t T_CALL T_LoadMSPFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadMSPBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveMSPBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* GEM raster images (IMG).
+ * Read        1 to 8 planes, and pixels of 15, 16, 24 and 32 bits, always run-length coded; the
+ *             palettes of XIMG (RGB and CMY; HLS: T_ERR_SUBTYPE), STTT and Hyperpaint files. The
+ *             format has no signature: T_FileInfo takes headers of 8 and 9 words with up to 4
+ *             planes, and those with a palette's tag.
+ * Delivered   1 plane as 1 bit, 2 to 4 as 4 bits, 5 to 8 as 8 bits, with as many Colors as the
+ *             planes can tell apart; 15 and 16 bits as 16 (T_ORDER_BGR, of 5-6-5 the lowest green
+ *             bit dropped), others as 24 (T_ORDER_RGB). Top row first. Without a palette 1 plane is
+ *             white and black, 2 to 4 have GEM's colors, or greys from white where the header says
+ *             so, and 5 to 8 greys from white. Microns become dots per inch.
+ * Written     1 bit as GEM has it, white and black, the brighter of the two colors being white; 4
+ *             and 8 bits as XIMG with the bitmap's Colors (other depths: T_ERR_DEPTH). More than
+ *             65535 pixels either way: T_ERR_SIZE.
+ * Statuses    T_ERR_BAD_DATA: no GEM header. T_ERR_READ: the file ends early; the rows that are
+ *             there are delivered.
+ * Facts: Digital Research, "GEM Programmer's Guide"; T. Quester's description of XIMG. */
+T_API int32_t T_CALL T_LoadIMGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadIMGBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveIMGBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
 /* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
  * do; programs that call this before they load bilevel files may go on doing so. T_OK. */

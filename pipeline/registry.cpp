@@ -5,9 +5,11 @@
 #include "formats/cals.h"
 #include "formats/cmp_bilevel.h"
 #include "formats/dcx.h"
+#include "formats/gem.h"
 #include "formats/gif.h"
 #include "formats/jpeg.h"
 #include "formats/macpaint.h"
+#include "formats/msp.h"
 #include "formats/pcx.h"
 #include "formats/ras.h"
 #include "formats/tga.h"
@@ -102,6 +104,20 @@ constexpr FormatRow kFormats[] = {
      .read = macpaint::read,
      .write = macpaint::write,
      .write_depths = depth_bit(1)},
+    {.id = T_FORMAT_IMG,
+     .name = "GEM IMG",
+     .description = "GEM raster image",
+     .extensions = "img gem ximg",
+     .read = gem::read,
+     .write = gem::write,
+     .write_depths = depth_bit(1) | depth_bit(4) | depth_bit(8)},
+    {.id = T_FORMAT_MSP,
+     .name = "MSP",
+     .description = "Microsoft Paint of Windows 1 and 2",
+     .extensions = "msp",
+     .read = msp::read,
+     .write = msp::write,
+     .write_depths = depth_bit(1)},
     {.id = T_FORMAT_TGA,
      .name = "TGA",
      .description = "Truevision TGA",
@@ -183,8 +199,9 @@ constexpr FormatRow kFormats[] = {
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
 constexpr io::Probe kProbes[] = {
-    jpeg::probe_cmp, bilevel::probe, tiff::probe, tga::probe,      bmp::probe,           pcx::probe,
-    cals::probe,     gif::probe,     jpeg::probe, macpaint::probe, macpaint::probe_bare, ras::probe,
+    jpeg::probe_cmp, bilevel::probe, tiff::probe,          tga::probe,  bmp::probe,
+    pcx::probe,      cals::probe,    gif::probe,           jpeg::probe, macpaint::probe,
+    gem::probe,      msp::probe,     macpaint::probe_bare, ras::probe,
 };
 
 }  // namespace

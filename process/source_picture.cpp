@@ -4,6 +4,15 @@
 
 namespace tavo::process {
 
+void set_resolution(int64_t x, int64_t y, SourcePicture& picture) {
+  const auto likely = [](int64_t dots) { return dots >= 1 && dots <= 9600 ? dots : 0; };
+  x = likely(x);
+  y = likely(y);
+  picture.x_resolution = static_cast<int32_t>(x != 0 ? x : y);
+  picture.y_resolution = static_cast<int32_t>(y != 0 ? y : x);
+  picture.has_resolution = picture.x_resolution != 0;
+}
+
 void describe(const SourcePicture& picture, int32_t format, const char* compression,
               FILEINFO& info) {
   info.Format = format;

@@ -31,6 +31,10 @@ struct SourcePicture {
   T_PaletteEntry palette[256] = {};  // used up to 8 bits
 };
 
+// Takes dots per inch as a file has them. Outside 1 to 9600 they say nothing; one of the two stands
+// for both.
+void set_resolution(int64_t x, int64_t y, SourcePicture& picture);
+
 // What T_FileInfo reports of it; `compression` is one of the texts of FILEINFO.
 void describe(const SourcePicture& picture, int32_t format, const char* compression,
               FILEINFO& info);

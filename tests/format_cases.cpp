@@ -148,7 +148,7 @@ FormatCase bmp_case() {
 }
 
 FormatCase cals_case() {
-  FormatCase cals{"CALS", {}, T_FORMAT_CALS, {1}, false};  // always white and black
+  FormatCase cals{"CALS", {}, T_FORMAT_CALS, {1}, kLossy};  // always white and black
   cals.samples = {{"Group 4", saved_sample(T_FORMAT_CALS, 1, 70, 9)}};
   return cals;
 }
@@ -163,8 +163,8 @@ FormatCase bilevel_case() {
 
 const std::vector<FormatCase>& format_cases() {
   static const std::vector<FormatCase> cases = {
-      bmp_case(), tiff_case(),    gif_case(),  cals_case(), tga_case(),     ras_case(),
-      pcx_case(), bilevel_case(), jpeg_case(), cmp_case(),  macpaint_case()};
+      bmp_case(),     tiff_case(), gif_case(), cals_case(),     tga_case(), ras_case(), pcx_case(),
+      bilevel_case(), jpeg_case(), cmp_case(), macpaint_case(), msp_case(), gem_case()};
   return cases;
 }
 

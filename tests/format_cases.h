@@ -13,13 +13,15 @@ struct Sample {
   Bytes file;  // small and valid: the tests cut it at every length
 };
 
+inline constexpr int32_t kLossy = 33;
+
 struct FormatCase {
   std::string name;
   std::vector<Sample> samples;  // one per variant of the format
   int32_t save_format = 0;      // 0: the format cannot be saved
   std::vector<int32_t> save_depths = {};
-  bool is_lossless = true;  // what is saved loads back to the same pixels
-  bool fills_up = false;    // a file that ends early loads with zeros for the rest
+  int32_t lossless_from = 1;  // at this depth and above what is saved loads back to the same pixels
+  bool fills_up = false;      // a file that ends early loads with zeros for the rest
 };
 
 inline void PrintTo(const FormatCase& format, std::ostream* out) { *out << format.name; }
@@ -48,6 +50,8 @@ FormatCase tga_case();
 FormatCase pcx_case();
 FormatCase ras_case();
 FormatCase macpaint_case();
+FormatCase msp_case();
+FormatCase gem_case();
 
 // A TIFF file: `data` at offset 8, then a directory of these tags and its longer values.
 struct TiffTag {

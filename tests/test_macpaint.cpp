@@ -110,7 +110,7 @@ TEST(MacPaint, ThePictureStandsOnItsPageUnderTheFilesName) {
 }  // namespace
 
 FormatCase macpaint_case() {
-  FormatCase macpaint{"MacPaint", {}, T_FORMAT_MAC, {1}, false, true};  // a page, black and white
+  FormatCase macpaint{"MacPaint", {}, T_FORMAT_MAC, {1}, kLossy, true};  // a page, black and white
   macpaint.samples = {{"MacBinary", join({mac_binary(0), document(2, {2, 1, 2, 3, 0xB0, 7})})},
                       {"data fork", document(0, page_of_long_packets())}};
   return macpaint;

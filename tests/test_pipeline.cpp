@@ -264,6 +264,8 @@ TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
                {T_FORMAT_TGA, 24, T_LoadTGAFile, T_LoadTGABitmap, T_SaveTGABitmap},
                {T_FORMAT_RAS, 24, T_LoadRASFile, T_LoadRASBitmap, T_SaveRASBitmap},
                {T_FORMAT_MAC, 1, T_LoadMACFile, T_LoadMACBitmap, T_SaveMACBitmap},
+               {T_FORMAT_IMG, 8, T_LoadIMGFile, T_LoadIMGBitmap, T_SaveIMGBitmap},
+               {T_FORMAT_MSP, 1, T_LoadMSPFile, T_LoadMSPBitmap, T_SaveMSPBitmap},
                {T_FORMAT_TIFF, 24, T_LoadTIFFile, T_LoadTIFBitmap, T_SaveTIFBitmap}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.format);
@@ -426,7 +428,8 @@ TEST(Progress, IsToldOnceByOperationsOfSeveralStages) {
   };
   for (const int32_t format :
        {T_FORMAT_PCX, T_FORMAT_GIF, T_FORMAT_TIFF, T_FORMAT_TGA, T_FORMAT_BMP, T_FORMAT_JPEG,
-        T_FORMAT_CMP, T_FORMAT_CMP_1BIT, T_FORMAT_CALS, T_FORMAT_RAS, T_FORMAT_MAC}) {
+        T_FORMAT_CMP, T_FORMAT_CMP_1BIT, T_FORMAT_CALS, T_FORMAT_RAS, T_FORMAT_MAC, T_FORMAT_IMG,
+        T_FORMAT_MSP}) {
     for (const int32_t bits : {1, 4, 8, 24}) {
       told.clear();
       const int32_t saved = T_SaveBitmap("x", picture.get(), format, bits, 0);
