@@ -6,6 +6,7 @@
 
 #include "base/buffer.h"
 #include "base/byte_source.h"
+#include "base/checked.h"
 #include "base/endian.h"
 #include "color/palettes.h"
 #include "core/bitmap.h"
@@ -54,10 +55,14 @@ int32_t delivered_bits(uint32_t planes) {
   return planes == 1 ? 1 : planes <= 4 ? 4 : planes <= 8 ? 8 : planes <= 16 ? 16 : 24;
 }
 
-// Of one plane, or of whole pixels.
+// Of one plane, or of whole pixels, of which those of 24 bits are padded to 16 pixels a row, as
+// FFmpeg reads them.
 size_t row_bytes(const Header& header) {
-  const size_t pixel_bits = header.planes <= 8 ? 1 : (header.planes + 7) / 8 * 8;
-  return (header.width * pixel_bits + 7) / 8;
+  constexpr size_t kPaddedPlanes = 24;
+  const size_t width = header.width;
+  if (header.planes <= 8) return (width + 7) / 8;
+  const size_t padded = header.planes == kPaddedPlanes ? round_up<size_t>(width, 16) : width;
+  return padded * ((header.planes + 7) / 8);
 }
 
 // A palette that the header has no room for is none: some XIMG files end theirs before it.

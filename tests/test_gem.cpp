@@ -61,6 +61,7 @@ TEST(Gem, PlanesBecomeIndicesOfTheirPalette) {
   }
 }
 
+// Rows of 24 bits have 16 pixels or a multiple of that.
 TEST(Gem, WholePixels) {
   const Bytes tag = join({text("XIMG"), be16(0)});
   const struct {
@@ -75,7 +76,8 @@ TEST(Gem, WholePixels) {
     const Bytes row = hex(c.pixels);
     const auto size = static_cast<uint8_t>(row.size());
     Bitmap bitmap;
-    ASSERT_EQ(load(gem_file(c.planes, 2, 1, join({{0x80, size}, row}), tag), bitmap, 0, -1), T_OK);
+    ASSERT_EQ(load(gem_file(c.planes, 2, 1, join({{0x80, size}, row, {42}}), tag), bitmap, 0, -1),
+              T_OK);
     EXPECT_EQ(bitmap->Order, c.planes <= 16 ? T_ORDER_BGR : T_ORDER_RGB);
     EXPECT_EQ(pixels(bitmap.get()), hex(c.want)) << c.planes;
   }
@@ -169,7 +171,7 @@ FormatCase gem_case() {
                  {"4 planes", saved_sample(T_FORMAT_IMG, 4, 9, 2)},
                  {"5 planes", gem_file(5, 5, 1, hex("81 01 81 800177 01"), text("XIMG\1\1"))},
                  {"16 bits", gem_file(16, 3, 1, hex("8006 123456789ABC"), text("XIMG\1\1"))},
-                 {"24 bits", gem_file(24, 3, 1, hex("0003 123456"), text("XIMG\1\1"), 3)},
+                 {"24 bits", gem_file(24, 3, 1, hex("0010 123456"), text("XIMG\1\1"), 3)},
                  {"32 bits", gem_file(32, 2, 1, hex("88"), text("TIMG\1\1"), 4)}};
   return gem;
 }
