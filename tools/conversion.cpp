@@ -52,10 +52,8 @@ class Conversion {
       : options_(options),
         first_output_(std::move(output)),
         output_(first_output_),
-        format_(format_for(options.format, output_)),
-        source_(input) {
-    format_ = compressed_variant(format_, options.compression);
-  }
+        format_(compressed_variant(format_for(options.format, first_output_), options.compression)),
+        source_(input) {}
 
   int run() {
     const GifFrames frames(!options_.page.empty());

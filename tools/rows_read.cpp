@@ -11,8 +11,13 @@ int32_t T_CALL drop_rows(BitmapHandle*, const void*, int32_t, void*) { return T_
 
 }  // namespace
 
+std::string RowsRead::all() const {
+  return std::to_string(of) + " rows" + (page > 0 ? " of page " + std::to_string(page) : "");
+}
+
 RowsRead rows_of_load(int32_t status, const FILEINFO& info) {
   RowsRead rows{status, T_GetRowsRead(), info.Height};
+  if (info.PageCount > 1) rows.page = info.Page;
   if (status == T_OK && rows.whole < rows.of) rows.status = T_ERR_READ;
   if (rows.is_whole()) return rows;
   const auto end = static_cast<int64_t>(info.FileSize);
@@ -34,8 +39,7 @@ RowsRead read_rows(const Source& source, const FILEINFO& info) {
 Failure failure_of(const RowsRead& rows, const std::string& file) {
   std::string text = T_GetStatusText(rows.status);
   if (rows.is_damaged()) {
-    text += ": " + std::to_string(rows.of - rows.whole) + " of " + std::to_string(rows.of) +
-            " rows are missing";
+    text += ": " + std::to_string(rows.of - rows.whole) + " of " + rows.all() + " are missing";
     if (rows.is_partial()) text += "; --partial writes what is there";
   }
   return {file, text, rows.status};

@@ -15,10 +15,13 @@ struct RowsRead {
   int32_t whole = 0;
   int32_t of = 0;
   int64_t offset = -1;  // of what is wrong first; -1 when nothing is
+  int32_t page = 0;     // 0 where there is only one
 
   bool is_whole() const { return status == T_OK; }
   // Something is wrong with the data, rather than with the system or the program.
   bool is_damaged() const { return status == T_ERR_READ || status == T_ERR_BAD_DATA; }
+  // "50 rows of page 2"
+  std::string all() const;
   bool is_partial() const { return is_damaged() && whole > 0; }
 };
 
