@@ -136,7 +136,7 @@ Status read_rows(ByteSource& bytes, process::RowDelivery& rows) {
     TRY(bytes.failure());
     if (left == kHeight && got < kRowBytes) return kReadError;
     std::ranges::fill(room.subspan(got), uint8_t{0});
-    TRY(rows.commit(count));
+    TRY(rows.commit(count, static_cast<uint32_t>(got / kRowBytes)));
     left -= count;
   }
   return rows.finish();
