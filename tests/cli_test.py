@@ -487,16 +487,16 @@ class Damage(CliTest):
     def test_cut_files_of_every_format(self):
         self.succeeds("convert", self.make(24), "big.bmp", "--size", "1000%")
         height = 10 * HEIGHT
-        cuts = {"bmp": [], "pcx": [], "dcx": [], "gif": [], "tga": [], "ras": [], "jpg": [],
-                "cmp": [], "tif": [], "TIF": ["--to", "lzw"], "Tif": ["--to", "packbits"],
-                "cal": ["--bits", 1], "tiff": ["--to", "group4", "--bits", 1],
-                "TIFF": ["--to", "g3", "--bits", 1]}
-        for extension, options in cuts.items():
-            with self.subTest(extension=extension):
+        cuts = [("bmp", []), ("pcx", []), ("dcx", []), ("gif", []), ("tga", []), ("ras", []),
+                ("jpg", []), ("cmp", []), ("tif", []), ("tif", ["--to", "lzw"]),
+                ("tif", ["--to", "packbits"]), ("tif", ["--to", "group4", "--bits", 1]),
+                ("tif", ["--to", "g3", "--bits", 1]), ("cal", ["--bits", 1])]
+        for extension, options in cuts:
+            with self.subTest(extension=extension, options=options):
                 name = "whole." + extension
                 self.succeeds("convert", "big.bmp", name, *options)
                 data = Path(name).read_bytes()
-                if extension.lower().startswith("tif"):  # which has its directory at the end
+                if extension == "tif":  # which has its directory at the end
                     data = move_strips_to_the_end(data)
                     Path(name).write_bytes(data)
                 self.succeeds("convert", name, "whole.bmp")
