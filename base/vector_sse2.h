@@ -52,6 +52,7 @@ TAVO_INLINE V load(const void* p) { return _mm_loadu_si128(static_cast<const V*>
 TAVO_INLINE void store(void* p, V v) { _mm_storeu_si128(static_cast<V*>(p), v); }
 // Past the caches, to a multiple of 16.
 TAVO_INLINE void stream(void* p, V v) { _mm_stream_si128(static_cast<V*>(p), v); }
+TAVO_INLINE void store_low32(void* p, V v) { _mm_storeu_si32(p, v); }
 TAVO_INLINE void store_low64(void* p, V v) { _mm_storel_epi64(static_cast<V*>(p), v); }
 TAVO_INLINE void store_high64(void* p, V v) {
   _mm_storeh_pi(static_cast<__m64*>(p), _mm_castsi128_ps(v));
@@ -120,6 +121,17 @@ TAVO_INLINE int32_t least32(V v) {
 }
 
 // ---- Of 16 bytes alone ----
+
+TAVO_INLINE V splat_fours16(int a, int b, int c, int d) {
+  const V four = unpack_low32(splat_pairs16(a, b), splat_pairs16(c, d));
+  return unpack_low64(four, four);
+}
+TAVO_INLINE V load_low64_twice(const void* p) {
+  const V low = _mm_loadl_epi64(static_cast<const V*>(p));
+  return unpack_low64(low, low);
+}
+TAVO_INLINE V swap_halves(V v) { return _mm_shuffle_epi32(v, 0x4E); }
+TAVO_INLINE V swap_pairs32(V v) { return _mm_shuffle_epi32(v, 0xB1); }
 
 // 64-bit sums of eight neighbours.
 TAVO_INLINE V sum8_unsigned(V v) { return _mm_sad_epu8(v, V{}); }

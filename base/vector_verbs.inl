@@ -21,6 +21,7 @@ TAVO_BINARY(add16, add_epi16)
 TAVO_BINARY(add32, add_epi32)
 TAVO_BINARY(sub16, sub_epi16)
 TAVO_BINARY(sub32, sub_epi32)
+TAVO_BINARY(add16_clamped, adds_epi16)
 TAVO_BINARY(add8_clamped, adds_epu8)  // unsigned
 TAVO_BINARY(sub8_clamped, subs_epu8)
 TAVO_BINARY(sub8, sub_epi8)

@@ -1,4 +1,4 @@
-// Row conversion beside OpenCV and libyuv, one thread.
+// Row conversion beside OpenCV, libyuv and swscale, one thread.
 //
 // T_ConvertBuffer works in place; the peers go from one picture to another. "row" is one row of
 // 4096 pixels in the cache. "picture" is 4096 x 3072 pixels, row by row for us and in one call
@@ -24,6 +24,11 @@
 #endif
 #ifdef PEER_YUV
 #include <libyuv.h>
+#endif
+#ifdef PEER_FFMPEG
+extern "C" {
+#include <libswscale/swscale.h>
+}
 #endif
 
 namespace {
@@ -55,6 +60,7 @@ constexpr Pair kPairs[] = {
     {"24_to_gray", 24, 0, T_ORDER_BGR, 0},
     {"gray_to_24", 0, 24, 0, T_ORDER_BGR},
     {"8_to_24", 8, 24, 0, T_ORDER_BGR},
+    {"8_to_32", 8, 32, 0, T_ORDER_BGR},
     {"24_to_16", 24, 16, T_ORDER_BGR, T_ORDER_BGR},
     {"16_to_24", 16, 24, T_ORDER_BGR, T_ORDER_BGR},
 };
@@ -194,6 +200,29 @@ void opencv(benchmark::State& state, const Pair& pair, int rows) {
 }
 #endif
 
+#ifdef PEER_FFMPEG
+// Indices to colours.
+void swscale(benchmark::State& state, const Pair& pair, int rows) {
+  const AVPixelFormat to = pair.out == 24 ? AV_PIX_FMT_BGR24 : AV_PIX_FMT_BGRA;
+  SwsContext* const context = sws_getContext(kWidth, rows, AV_PIX_FMT_PAL8, kWidth, rows, to,
+                                             SWS_POINT, nullptr, nullptr, nullptr);
+  const Bytes source = random_bytes(row_bytes(pair.in) * rows);
+  Bytes target(row_bytes(pair.out) * rows);
+  uint32_t colors[256];
+  for (int i = 0; i < 256; ++i) std::memcpy(&colors[i], &index_palette()[i], 4);
+  const uint8_t* planes[4] = {source.data(), reinterpret_cast<const uint8_t*>(colors)};
+  const int strides[4] = {kWidth};
+  uint8_t* targets[4] = {target.data()};
+  const int target_strides[4] = {static_cast<int>(row_bytes(pair.out))};
+  for (auto _ : state) {
+    sws_scale(context, planes, strides, 0, rows, targets, target_strides);
+    benchmark::ClobberMemory();
+  }
+  sws_freeContext(context);
+  report(state, rows);
+}
+#endif
+
 #ifdef PEER_YUV
 using YuvCall = int (*)(const uint8_t*, int, uint8_t*, int, int, int);
 
@@ -276,7 +305,11 @@ void register_pair(const Pair& pair, const char* what, int rows) {
   add("tavo", [=](benchmark::State& s) { ours(s, pair, rows); });
   add("tavo_copied", [=](benchmark::State& s) { ours_copied(s, pair, rows); });
 #ifdef PEER_OPENCV
-  add("opencv", [=](benchmark::State& s) { opencv(s, pair, rows); });
+  if (pair.in != 8 || pair.out != 32)
+    add("opencv", [=](benchmark::State& s) { opencv(s, pair, rows); });
+#endif
+#ifdef PEER_FFMPEG
+  if (pair.in == 8) add("swscale", [=](benchmark::State& s) { swscale(s, pair, rows); });
 #endif
 #ifdef PEER_YUV
   const YuvCall call = yuv_call(pair);

@@ -130,6 +130,7 @@ DITHER(rgb332_fs, 24, T_DITHER_FLOYD_STEINBERG, 256, false);
 DITHER(gray1_fs, 8, T_DITHER_FLOYD_STEINBERG, 2, false);
 BENCHMARK_CAPTURE(pillow, gray1_fs, "gray1", 1)->UseManualTime()->Iterations(1);
 DITHER(rgb1_fs, 24, T_DITHER_FLOYD_STEINBERG, 2, false);
+BENCHMARK_CAPTURE(pillow, rgb1_fs, "gray1", 3)->UseManualTime()->Iterations(1);
 DITHER(sixteen_fs, 24, T_DITHER_FLOYD_STEINBERG, 16, false);
 DITHER(palette256_stevenson, 24, T_DITHER_STEVENSON_ARCE, 256, true);
 DITHER(palette256_jarvis, 24, T_DITHER_JARVIS, 256, true);
@@ -139,6 +140,7 @@ DITHER(gray1_ordered, 8, T_DITHER_ORDERED, 2, false);
 DITHER(rgb332_none, 24, T_DITHER_NONE, 256, false);
 DITHER(rgb1_none, 24, T_DITHER_NONE, 2, false);
 DITHER(palette256_none, 24, T_DITHER_NONE, 256, true);
+BENCHMARK_CAPTURE(pillow, palette256_none, "palette_none", 3)->UseManualTime()->Iterations(1);
 DITHER(palette256_ordered, 24, T_DITHER_ORDERED, 256, true);
 #ifdef PEER_FFMPEG
 BENCHMARK_CAPTURE(swscale, rgb332_fs, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGB8, "ed", false);

@@ -34,6 +34,7 @@ def resize(halves):
 palette = given_palette()
 operations = {
     "palette": lambda: picture.quantize(palette=palette, dither=Image.Dither.FLOYDSTEINBERG),
+    "palette_none": lambda: picture.quantize(palette=palette, dither=Image.Dither.NONE),
     "gray1": lambda: picture.convert("1"),
     "threshold1": lambda: picture.convert("1", dither=Image.Dither.NONE),
     "resize1": resize(1),

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 
 #include "base/depths.h"
 #include "color/gray.h"
@@ -16,6 +15,9 @@ namespace {
 // Pixels at a time on the paths that go through work memory. A multiple of 8, so that only the
 // last chunk of a row has a byte that is not full.
 constexpr size_t kChunk = 256;
+// Of indices that become colours: where a row in place is written from its end, memory is fetched
+// ahead only inside a chunk.
+constexpr size_t kIndexChunk = 4096;
 
 constexpr bool is_layout(int32_t bits) { return bits == 0 || is_bitmap_depth(bits); }
 
@@ -56,11 +58,7 @@ Status RowConverter::start(int32_t bits_in, int32_t bits_out, int32_t order_in, 
     start_indices_to_indices(palette_in, palette_out);
   } else if (is_indexed(bits_in)) {
     path_ = Path::kIndicesToColors;
-    const auto palette = palette_of(bits_in, palette_in);
-    for (size_t i = 0; i < palette.size(); ++i) {
-      colors_[i] = stored_pixel(palette[i], bits_out, order_out);
-    }
-    std::iota(table_.begin(), table_.end(), static_cast<uint8_t>(0));
+    start_colors(palette_of(bits_in, palette_in), order_out);
   } else if (is_indexed(bits_out)) {
     path_ = Path::kColorsToIndices;
     start_search(palette_of(bits_out, palette_out));
@@ -94,6 +92,21 @@ void RowConverter::start_indices_to_indices(const T_PaletteEntry* from, const T_
   }
 }
 
+// The same as for the row before, most often.
+void RowConverter::start_colors(std::span<const T_PaletteEntry> palette, int32_t order) {
+  if (colors_bits_ == bits_out_ && colors_order_ == order && colors_count_ == palette.size() &&
+      std::memcmp(palette.data(), colors_palette_.data(), palette.size_bytes()) == 0) {
+    return;
+  }
+  colors_bits_ = bits_out_;
+  colors_order_ = order;
+  colors_count_ = palette.size();
+  std::ranges::copy(palette, colors_palette_.begin());
+  for (size_t i = 0; i < palette.size(); ++i) {
+    colors_[i] = stored_pixel(palette[i], bits_out_, order);
+  }
+}
+
 void RowConverter::start_search(std::span<const T_PaletteEntry> palette) {
   if (!nearest_.is_for(palette)) nearest_.start(palette);
 }
@@ -111,15 +124,20 @@ void RowConverter::convert_chunk(const uint8_t* from, uint8_t* to, size_t first,
       std::memcpy(colors.data(), in, width * 4);
     }
     nearest_.find_all(std::span(colors).first(width), indices);
-  } else if (bits_in_ == 8 && path_ == Path::kIndicesToColors) {
-    std::memcpy(indices.data(), in, width);
   } else {
     unpack_indices(bits_in_, in, table_, indices);
   }
-  if (path_ == Path::kIndicesToColors) {
-    write_colors(bits_out_, indices, colors_, out);
-  } else {
-    pack_indices(bits_out_, indices, out);
+  pack_indices(bits_out_, indices, out);
+}
+
+void RowConverter::convert_indices_to_colors(const uint8_t* from, uint8_t* to, size_t width) const {
+  alignas(32) std::array<uint8_t, kIndexChunk> work;
+  for (size_t left = width; left > 0;) {
+    const size_t first = (left - 1) / kIndexChunk * kIndexChunk;
+    const auto indices = std::span(work).first(left - first);
+    unpack_indices(bits_in_, from + first * bits_per_pixel(bits_in_) / 8, indices);
+    write_colors(bits_out_, indices, colors_, to + first * bits_per_pixel(bits_out_) / 8);
+    left = first;
   }
 }
 
@@ -134,6 +152,10 @@ Status RowConverter::convert(const void* from, void* to, int32_t width) {
   }
   if (path_ == Path::kPixels) {
     kernel_(in, out, pixels);
+    return kOk;
+  }
+  if (path_ == Path::kIndicesToColors) {
+    convert_indices_to_colors(in, out, pixels);
     return kOk;
   }
   const size_t chunks = (pixels + kChunk - 1) / kChunk;

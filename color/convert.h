@@ -34,7 +34,9 @@ class RowConverter {
   enum class Path { kNothing, kPixels, kIndicesToIndices, kIndicesToColors, kColorsToIndices };
 
   void start_indices_to_indices(const T_PaletteEntry* from, const T_PaletteEntry* to);
+  void start_colors(std::span<const T_PaletteEntry> palette, int32_t order);
   void start_search(std::span<const T_PaletteEntry> palette);
+  void convert_indices_to_colors(const uint8_t* from, uint8_t* to, size_t width) const;
   void convert_chunk(const uint8_t* from, uint8_t* to, size_t first, size_t width);
 
   Path path_ = Path::kNothing;
@@ -42,7 +44,12 @@ class RowConverter {
   int32_t bits_out_ = 0;
   PixelKernel kernel_ = nullptr;
   std::array<uint8_t, 256> table_ = {};
+  // The pixels of a palette's entries, and what they were made for.
   ColorTable colors_ = {};
+  std::array<T_PaletteEntry, 256> colors_palette_ = {};
+  size_t colors_count_ = 0;
+  int32_t colors_bits_ = 0;
+  int32_t colors_order_ = 0;
   NearestColor nearest_;
 };
 

@@ -41,6 +41,19 @@ void unpack_pairs(const uint8_t* packed, std::span<uint8_t> indices, Map map) {
   }
 }
 
+// 32 pixels at a time.
+size_t unpack_nibbles_sse2(const uint8_t* packed, std::span<uint8_t> indices) {
+  using namespace sse2;
+  const size_t whole = indices.size() / 32;
+  for (size_t i = 0; i < whole; ++i) {
+    const V v = load(packed + 16 * i);
+    const V left = shift_right16<4>(v) & splat8(15), right = v & splat8(15);
+    store(indices.data() + 32 * i, unpack_low8(left, right));
+    store(indices.data() + 32 * i + 16, unpack_high8(left, right));
+  }
+  return 32 * whole;
+}
+
 template <class Map>
 void unpack_nibbles(const uint8_t* packed, std::span<uint8_t> indices, Map map) {
   const size_t pairs = indices.size() / 2;
@@ -89,7 +102,25 @@ void pack_pairs(std::span<const uint8_t> indices, uint8_t* packed) {
   }
 }
 
+// 32 pixels at a time.
+size_t pack_nibbles_sse2(std::span<const uint8_t> indices, uint8_t* packed) {
+  using namespace sse2;
+  const auto pairs_of = [](const uint8_t* in) {
+    const V v = load(in);
+    return (shift_left16<4>(v) & splat16(0xF0)) | (shift_right16<8>(v) & splat16(15));
+  };
+  const size_t whole = indices.size() / 32;
+  for (size_t i = 0; i < whole; ++i) {
+    const uint8_t* const in = indices.data() + 32 * i;
+    store(packed + 16 * i, pack16_unsigned(pairs_of(in), pairs_of(in + 16)));
+  }
+  return 32 * whole;
+}
+
 void pack_nibbles(std::span<const uint8_t> indices, uint8_t* packed) {
+  const size_t done = pack_nibbles_sse2(indices, packed);
+  indices = indices.subspan(done);
+  packed += done / 2;
   const size_t pairs = indices.size() / 2;
   for (size_t i = 0; i < pairs; ++i) {
     packed[i] = static_cast<uint8_t>(indices[2 * i] << 4 | (indices[2 * i + 1] & 15));
@@ -117,9 +148,9 @@ void write_24(std::span<const uint8_t> indices, const ColorTable& table, uint8_t
 }
 
 void write_32(std::span<const uint8_t> indices, const ColorTable& table, uint8_t* out) {
-  for (size_t x = 0; x < indices.size(); ++x) {
-    std::memcpy(out + 4 * x, &table[indices[x]], 4);
-  }
+  const uint8_t* in = indices.data();
+#pragma GCC unroll 8
+  for (size_t x = 0; x < indices.size(); ++x) store_native(out + 4 * x, table[in[x]]);
 }
 
 }  // namespace
@@ -131,8 +162,10 @@ void unpack_indices(int32_t bits, const uint8_t* packed, std::span<uint8_t> indi
       return unpack_bits(packed, 0, 1, indices);
     case 2:
       return unpack_pairs(packed, indices, same);
-    case 4:
-      return unpack_nibbles(packed, indices, same);
+    case 4: {
+      const size_t done = unpack_nibbles_sse2(packed, indices);
+      return unpack_nibbles(packed + done / 2, indices.subspan(done), same);
+    }
     default:
       std::memcpy(indices.data(), packed, indices.size());
   }

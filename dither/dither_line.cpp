@@ -222,11 +222,14 @@ void sum_taps(DitherPass& pass, uint32_t x, uint32_t n, int32_t* sums) {
 }  // namespace
 
 void diffuse_row(DitherPass& pass, const uint8_t* row, uint8_t* out) {
+  const bool is_floyd_steinberg = pass.method == T_DITHER_FLOYD_STEINBERG;
+  if (is_floyd_steinberg && pass.mapping == Mapping::kBlackWhite && !pass.is_gray) {
+    return diffuse_row_black_white(pass, row, out);
+  }
   alignas(16) uint8_t bytes[3 * kPiece];
   alignas(16) int32_t sums[3 * kPiece];
   alignas(16) int16_t errors[2][3 * kPiece];
   uint8_t indices[kPiece];
-  const bool is_floyd_steinberg = pass.method == T_DITHER_FLOYD_STEINBERG;
   Piece piece = {pixel_layout(pass), sums, nullptr, indices, 0};
   Carried carried;
 

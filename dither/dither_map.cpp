@@ -62,8 +62,20 @@ void shift_plane(uint8_t (&plane)[kPiece], uint32_t n, const RowPattern& pattern
 void map_classes(DitherPass& pass, const Planes& planes, uint32_t n, Indices& indices) {
   alignas(16) uint16_t classes[kPiece];
   classes_of(planes, n, classes);
-  for (uint32_t i = 0; i < n; ++i) {
-    indices[i] = static_cast<uint8_t>(pass.class_index(classes[i]));
+  alignas(16) uint16_t found[kPiece];  // index + 1
+  const uint16_t* const known = pass.class_indices.data();
+#pragma GCC unroll 8
+  for (uint32_t i = 0; i < n; ++i) found[i] = known[classes[i]];
+  std::fill(found + n, found + (n + 15) / 16 * 16, uint16_t{1});
+  for (uint32_t i = 0; i < n; i += 16) {
+    V low = load(found + i), high = load(found + i + 8);
+    if (top_bits8(equal16(min16(low, high), V{})) != 0) [[unlikely]] {
+      for (uint32_t k = i; k < std::min(n, i + 16); ++k) {
+        found[k] = static_cast<uint16_t>(pass.class_index(classes[k]) + 1);
+      }
+      low = load(found + i), high = load(found + i + 8);
+    }
+    store(indices + i, pack16_unsigned(sub16(low, splat16(1)), sub16(high, splat16(1))));
   }
 }
 

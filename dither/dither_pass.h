@@ -159,5 +159,7 @@ inline bool is_read_in_place(const DitherPass& pass) {
 void map_row(DitherPass& pass, const uint8_t* row, uint8_t* out, uint32_t y);
 // Error diffusion of one row.
 void diffuse_row(DitherPass& pass, const uint8_t* row, uint8_t* out);
+// The same for colours, black and white, and Floyd-Steinberg.
+void diffuse_row_black_white(DitherPass& pass, const uint8_t* row, uint8_t* out);
 
 }  // namespace tavo::color

@@ -1,9 +1,10 @@
 // Rows as the dithering engines read and write them.
 #include <algorithm>
-#include <cassert>
+#include <cstring>
 #include <span>
 
 #include "color/index_rows.h"
+#include "color/pixel_kernels.h"
 #include "color/widen.h"
 #include "dither/dither_pass.h"
 
@@ -48,8 +49,18 @@ void read_rgb(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n
     });
     return;
   }
-  assert(pass.depth_in == 16);  // more are read in place
-  read_16_bits(pass, row, x, n, rgb);
+  if (pass.depth_in == 16) {
+    read_16_bits(pass, row, x, n, rgb);
+    return;
+  }
+  const uint8_t* const pixels =
+      row + static_cast<size_t>(x) * static_cast<uint32_t>(pass.depth_in) / 8;
+  const auto kernel = pixel_kernel(pass.depth_in, 24, pass.order != T_ORDER_RGB);
+  if (kernel != nullptr) {
+    kernel(pixels, rgb, n);
+  } else {
+    std::memcpy(rgb, pixels, size_t{3} * n);
+  }
 }
 
 void read_gray(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n, uint8_t* gray) {

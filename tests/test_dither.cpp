@@ -258,7 +258,8 @@ TEST(Dither, SmallSizesAndLargePictures) {
     compare({24, method, 256, Case::kBuiltin}, 523, 70, method);
     compare({32, method, 200, Case::kRandom}, 511, 35, method);
     compare({24, method, 16, Case::kBuiltin}, 130, 33, method);
-    compare({24, method, 2, Case::kBuiltin}, 129, 50, method);
+    compare({24, method, 2, Case::kBuiltin}, 1129, 9, method);
+    compare({32, method, 2, Case::kBuiltin}, 129, 50, method);
     compare({8, method, 2, Case::kBuiltin, true}, 700, 41, method);
     compare({24, method, 256, Case::kTable}, 65535, 2, method);
     compare({8, method, 2, Case::kBuiltin, true}, 65535, 4, method);
