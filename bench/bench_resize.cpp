@@ -24,6 +24,7 @@
 #endif
 #ifdef PEER_LEPTONICA
 #include <leptonica/allheaders.h>
+#include <malloc.h>
 #endif
 
 namespace {
@@ -165,6 +166,8 @@ BENCHMARK(Libyuv)->Apply(byte_sizes);
 // Its words have the leftmost pixel in their high bits, which says nothing about their speed.
 void Leptonica(benchmark::State& state) {
   const Size size(state);
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, -1);
   const std::vector<uint8_t> pixels = picture(size.bits);
   Pix* const from = pixCreate(kWidth, kHeight, size.bits);
   std::copy(pixels.begin(), pixels.end(), reinterpret_cast<uint8_t*>(pixGetData(from)));
@@ -177,6 +180,8 @@ void Leptonica(benchmark::State& state) {
   }
   Pix* gone = from;
   pixDestroy(&gone);
+  mallopt(M_MMAP_MAX, 65536);  // the others' pictures are the system's own blocks again
+  mallopt(M_TRIM_THRESHOLD, 128 * 1024);
   count(state, size);
 }
 BENCHMARK(Leptonica)->Args({1, 1})->Args({1, 3})->Args({1, 4})->Args({4, 1})->Args({4, 3})->Args(
@@ -193,7 +198,4 @@ BENCHMARK(Pillow)->Apply(byte_sizes)->UseManualTime()->Iterations(1);
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  tavo::bench::choose_memory(argc, argv);
-  return bench::run(argc, argv);
-}
+int main(int argc, char** argv) { return bench::run(argc, argv); }
