@@ -40,8 +40,11 @@ Status RowWindow::start(uint32_t minimum, uint64_t most_bytes) {
   }
   const uint64_t least = uint64_t{line} * std::min(minimum, height);
   const uint64_t most = std::max(least, std::min(uint64_t{bitmap_.Size}, most_bytes));
-  TRY(buffer_.allocate_shrinking(most, std::max<uint64_t>(most / 8, 1), least));
-  capacity_ = static_cast<uint32_t>(buffer_.size() / line);
+  // Storage in memory has as many spare bytes behind its last row.
+  constexpr uint64_t kSpareBytes = 16;
+  TRY(buffer_.allocate_shrinking(most + kSpareBytes, std::max<uint64_t>(most / 8, 1),
+                                 least + kSpareBytes));
+  capacity_ = static_cast<uint32_t>((buffer_.size() - kSpareBytes) / line);
   top_ = buffer_.data();
   return kOk;
 }

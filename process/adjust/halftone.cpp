@@ -44,11 +44,11 @@ class Screen {
   }
 
   // Levels to indices: 0 black, 1 white.
-  void screen_row(uint32_t y, std::span<uint8_t> levels) const {
+  void screen_row(uint32_t y, std::span<const uint8_t> levels, uint8_t* indices) const {
     uint32_t u = along_ * 6 + across_ * (8 * y + 5);
     uint32_t v = along_ * (8 * y + 5) - across_ * 6;
-    for (uint8_t& level : levels) {
-      level = level < kThresholds.of_sum[fold(u) + fold(v)] ? 0 : 1;
+    for (const uint8_t level : levels) {
+      *indices++ = level < kThresholds.of_sum[fold(u) + fold(v)] ? 0 : 1;
       u += 8 * along_;
       v -= 8 * across_;
     }
@@ -63,16 +63,17 @@ Status screen_rows(BitmapHandle& bitmap, BitmapHandle& made, const Screen& scree
                    core::Progress& progress) {
   GrayRows rows(bitmap);
   RowWindow out(made, RowNumbers::kFromTop);
-  Buffer levels;
+  Buffer indices;
   TRY(rows.start());
   TRY(out.start(1, 0));
-  TRY(levels.allocate(static_cast<uint64_t>(bitmap.Width)));
+  TRY(indices.allocate(static_cast<uint64_t>(bitmap.Width)));
   const auto height = static_cast<uint32_t>(bitmap.Height);
   for (uint32_t y = 0; y < height; ++y) {
-    TRY(rows.read(y, levels.bytes()));
-    screen.screen_row(y, levels.bytes());
+    std::span<const uint8_t> levels;
+    TRY(rows.read(y, levels));
+    screen.screen_row(y, levels, indices.data());
     out.open(y);
-    color::pack_indices(1, levels.bytes(), out.row(y));
+    color::pack_indices(1, indices.bytes(), out.row(y));
     TRY(out.store(y, 1));
     TRY(progress.at(y + uint64_t{1}, height));
   }

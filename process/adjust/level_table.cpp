@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/variants.h"
 #include "base/vector_sse2.h"
 
 namespace tavo::process {
@@ -30,6 +31,15 @@ size_t change_vectors(uint8_t* bytes, size_t count, const Verb& verb) {
 
 }  // namespace
 
+void map_levels_plain(const LevelTable& table, uint8_t* bytes, size_t count) {
+  const uint8_t* const levels = table.data();
+  for (size_t i = 0; i < count; ++i) bytes[i] = levels[bytes[i]];
+}
+
+void map_levels(const LevelTable& table, uint8_t* bytes, size_t count) {
+  Variants<MapLevels>{.any = map_levels_plain, .avx2 = map_levels_avx2}.best()(table, bytes, count);
+}
+
 LevelMap::LevelMap(const LevelTable& table) : table_(table) {
   const int32_t first = table.front(), last = table.back();
   if (follows(table, [](int32_t v) { return 255 - v; })) form_ = Form::kNegative;
@@ -52,7 +62,7 @@ void LevelMap::apply(uint8_t* bytes, size_t count) const {
   } else if (form_ == Form::kDarker) {
     done = change_vectors(bytes, count, [=](V v) { return sse2::sub8_clamped(v, shift); });
   }
-  for (size_t i = done; i < count; ++i) bytes[i] = table_[bytes[i]];
+  map_levels(table_, bytes + done, count - done);
 }
 
 }  // namespace tavo::process

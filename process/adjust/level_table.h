@@ -9,12 +9,19 @@ namespace tavo::process {
 
 using LevelTable = std::array<uint8_t, 256>;
 
+// Replaces each byte by the table's, in place.
+void map_levels(const LevelTable& table, uint8_t* bytes, size_t count);
+
+using MapLevels = void (*)(const LevelTable& table, uint8_t* bytes, size_t count);
+void map_levels_plain(const LevelTable& table, uint8_t* bytes, size_t count);
+void map_levels_avx2(const LevelTable& table, uint8_t* bytes, size_t count);
+
 // Finds out whether the table is a straight line that vectors compute faster than they look up.
 class LevelMap {
  public:
   explicit LevelMap(const LevelTable& table);
 
-  // Replaces each byte by the table's, in place.
+  // As map_levels.
   void apply(uint8_t* bytes, size_t count) const;
 
  private:

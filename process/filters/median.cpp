@@ -52,7 +52,7 @@ class Median final : public Filter {
   Buffer left_;  // the row that the band leaves
 };
 
-// Of 3 x 3 and 5 x 5, by networks of exchanges.
+// Of 3 x 3 to 7 x 7, by networks of exchanges.
 class SmallMedian final : public Filter {
  public:
   explicit SmallMedian(uint32_t size) : size_(size) {}
@@ -65,7 +65,10 @@ class SmallMedian final : public Filter {
 
   Status next(uint8_t* row) override {
     TRY(band_.advance());
-    const auto median = size_ == 3 ? row_kernels().median3 : row_kernels().median5;
+    const RowKernels& kernels = row_kernels();
+    const auto median = size_ == 3   ? kernels.median3
+                        : size_ == 5 ? kernels.median5
+                                     : kernels.median7;
     median(band_.rows(), step_, row_bytes_, row);
     return kOk;
   }
@@ -137,7 +140,7 @@ Status median_filter_bitmap(BitmapHandle& bitmap, int32_t size) {
     Majority majority(static_cast<uint32_t>(size));
     return filter_bitmap(bitmap, majority, Bits::kKept);
   }
-  if (size <= 5) {
+  if (size <= 7) {
     SmallMedian median(static_cast<uint32_t>(size));
     return filter_bitmap(bitmap, median);
   }

@@ -9,32 +9,22 @@ inline V middle(V a, V b, V c) {
   return max8_unsigned(min8_unsigned(a, b), min8_unsigned(max8_unsigned(a, b), c));
 }
 
-// Sorted columns: the middle one of nine is that of the greatest of the least, the middle one of
-// the middle ones and the least of the greatest.
-void median3(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out) {
-  for (size_t i = 0; i < count; i += kBytes) {
-    V least = {}, central[3], greatest = ~V{};
-    for (size_t k = 0; k < 3; ++k) {
-      const size_t at = i + k * step;
-      V a = load(rows[0] + at - step), b = load(rows[1] + at - step), c = load(rows[2] + at - step);
-      order(a, b);
-      order(b, c);
-      order(a, b);
-      least = max8_unsigned(least, a);
-      central[k] = b;
-      greatest = min8_unsigned(greatest, c);
-    }
-    store(out + i, middle(least, middle(central[0], central[1], central[2]), greatest));
-  }
-}
-
-// Nine exchanges: the fewest for five.
-inline void sort5(V (&v)[5]) {
+// Exchanges that sort: the fewest for as many.
+inline void sort(V (&v)[3]) { order(v[0], v[1]), order(v[1], v[2]), order(v[0], v[1]); }
+inline void sort(V (&v)[5]) {
   order(v[0], v[3]), order(v[1], v[4]);
   order(v[0], v[2]), order(v[1], v[3]);
   order(v[0], v[1]), order(v[2], v[4]);
   order(v[1], v[2]), order(v[3], v[4]);
   order(v[2], v[3]);
+}
+inline void sort(V (&v)[7]) {
+  order(v[0], v[6]), order(v[2], v[3]), order(v[4], v[5]);
+  order(v[0], v[2]), order(v[1], v[4]), order(v[3], v[6]);
+  order(v[0], v[1]), order(v[2], v[5]), order(v[3], v[4]);
+  order(v[1], v[2]), order(v[4], v[6]);
+  order(v[2], v[3]), order(v[4], v[5]);
+  order(v[1], v[2]), order(v[3], v[4]), order(v[5], v[6]);
 }
 
 // Of what may be the middle one the least and the greatest cannot, as long as one more than half of
@@ -52,37 +42,42 @@ inline V middle_of(V (&v)[kCount]) {
   }
 }
 
-// In columns that are sorted, and then rows, the thirteen around the diagonal may be the middle one;
-// as many of the others are less as are greater.
-inline V middle_of_columns(const V (&columns)[5][5]) {
-  V rows[5][5];
-  for (size_t y = 0; y < 5; ++y) {
-    for (size_t x = 0; x < 5; ++x) rows[y][x] = columns[x][y];
-    sort5(rows[y]);
-  }
-  V left[13] = {rows[0][3], rows[0][4], rows[1][2], rows[1][3], rows[1][4], rows[2][1], rows[2][2],
-                rows[2][3], rows[3][0], rows[3][1], rows[3][2], rows[4][0], rows[4][1]};
+// Where columns are sorted, and then rows, so many values are less or greater than each that only
+// those near the diagonal can be the middle one; as many of the others are less as are greater.
+inline V middle_of_rows(V (&r)[3][3]) { return middle(r[0][2], r[1][1], r[2][0]); }
+inline V middle_of_rows(V (&r)[5][5]) {
+  V left[] = {r[0][3], r[0][4], r[1][2], r[1][3], r[1][4], r[2][1], r[2][2],
+              r[2][3], r[3][0], r[3][1], r[3][2], r[4][0], r[4][1]};
   return middle_of<8, 8>(left);
 }
+inline V middle_of_rows(V (&r)[7][7]) {
+  V left[] = {r[0][4], r[0][5], r[0][6], r[1][3], r[1][4], r[1][5], r[1][6], r[2][2],
+              r[2][3], r[2][4], r[2][5], r[2][6], r[3][1], r[3][2], r[3][3], r[3][4],
+              r[3][5], r[4][0], r[4][1], r[4][2], r[4][3], r[4][4], r[5][0], r[5][1],
+              r[5][2], r[5][3], r[6][0], r[6][1], r[6][2]};
+  return middle_of<16, 16>(left);
+}
 
-void median5(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out) {
+template <size_t kSize>
+void median(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out) {
   constexpr size_t kPiece = 1024;
-  alignas(kBytes) uint8_t sorted[5][kPiece + 2 * kRowSlack];
+  alignas(kBytes) uint8_t sorted[kSize][kPiece + 2 * kRowSlack];
+  const size_t before = kSize / 2 * step;  // where the columns of the first pixel's window begin
   for (size_t first = 0; first < count; first += kPiece) {
     const size_t bytes = std::min(kPiece, count - first);
-    const size_t before = 2 * step;  // where the columns of the first pixel's window begin
     for (size_t i = 0; i < bytes + 2 * before; i += kBytes) {
-      V v[5];
-      for (size_t y = 0; y < 5; ++y) v[y] = load(rows[y] + first + i - before);
-      sort5(v);
-      for (size_t y = 0; y < 5; ++y) store(sorted[y] + i, v[y]);
+      V v[kSize];
+      for (size_t y = 0; y < kSize; ++y) v[y] = load(rows[y] + first + i - before);
+      sort(v);
+      for (size_t y = 0; y < kSize; ++y) store(sorted[y] + i, v[y]);
     }
     for (size_t i = 0; i < bytes; i += kBytes) {
-      V columns[5][5];
-      for (size_t x = 0; x < 5; ++x) {
-        for (size_t y = 0; y < 5; ++y) columns[x][y] = load(sorted[y] + i + x * step);
+      V window[kSize][kSize];
+      for (size_t y = 0; y < kSize; ++y) {
+        for (size_t x = 0; x < kSize; ++x) window[y][x] = load(sorted[y] + i + x * step);
+        sort(window[y]);
       }
-      store(out + first + i, middle_of_columns(columns));
+      store(out + first + i, middle_of_rows(window));
     }
   }
 }

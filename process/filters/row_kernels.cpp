@@ -68,7 +68,7 @@ void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, 
 
 }  // namespace
 
-const RowKernels kRowKernelsPlain = {median<3>, median<5>, weigh, slide, average, raise};
+const RowKernels kRowKernelsPlain = {median<3>, median<5>, median<7>, weigh, slide, average, raise};
 
 const RowKernels& row_kernels() {
   return *Variants<const RowKernels*>{.any = &kRowKernelsSse2, .avx2 = &kRowKernelsAvx2}.best();

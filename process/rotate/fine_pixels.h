@@ -6,7 +6,8 @@
 
 namespace tavo::process {
 
-// Rows of the picture that is turned, and what lies around it.
+// Rows of the picture that is turned, some bytes behind the last of which may be read, and what
+// lies around it.
 struct TurnedRows {
   const uint8_t* first;
   ptrdiff_t stride;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <span>
 
@@ -38,11 +39,21 @@ void mirror_triples(const uint8_t* row, uint8_t* out, size_t width) {
   std::memcpy(out, last, 3);
 }
 
-template <size_t kBytes>
-void mirror_pixels(const uint8_t* row, uint8_t* out, size_t width) {
-  const auto* from = reinterpret_cast<const Pixel<kBytes>*>(row);
-  auto* to = reinterpret_cast<Pixel<kBytes>*>(out);
-  std::reverse_copy(from, from + width, to);
+// Pixels of 16 and 32 bits, as many as a word of 64 holds.
+template <class Word>
+void mirror_words(const uint8_t* row, uint8_t* out, size_t width) {
+  constexpr size_t kPixels = 8 / sizeof(Word);
+  size_t left = width;
+  for (; left >= kPixels; left -= kPixels, out += 8) {
+    uint64_t word = std::rotl(load_native<uint64_t>(row + (left - kPixels) * sizeof(Word)), 32);
+    if constexpr (kPixels == 4) {
+      word = (word & 0x0000FFFF0000FFFF) << 16 | (word >> 16 & 0x0000FFFF0000FFFF);
+    }
+    store_native(out, word);
+  }
+  for (; left > 0; --left, out += sizeof(Word)) {
+    store_native(out, load_native<Word>(row + (left - 1) * sizeof(Word)));
+  }
 }
 
 // The pixels of a byte in the opposite order.
@@ -193,11 +204,11 @@ MirrorRow mirror_row(int32_t bits) {
     case 8:
       return mirror_bytes;
     case 16:
-      return mirror_pixels<2>;
+      return mirror_words<uint16_t>;
     case 24:
       return mirror_triples;
     default:
-      return mirror_pixels<4>;
+      return mirror_words<uint32_t>;
   }
 }
 
