@@ -59,13 +59,13 @@ std::string files_text() {
 }
 
 std::string notes_text() {
-  return "The quality of a JPEG or CMP file is estimated from its quantisation tables: of the "
-         "qualities 1\n"
-         "to 100 by which libjpeg scales the tables of the standard (ISO/IEC 10918-1, K.1 and "
-         "K.2), the\n"
-         "one whose tables come nearest. For tables that other programs chose it says how fine "
-         "they are.\n"
-         "On Windows the program itself expands the wildcards * and ? in names of files.";
+  return "The quality of a JPEG or CMP file is estimated from the quantisation table of its first\n"
+         "component: of the qualities 1 to 100 by which libjpeg scales the standard's table for\n"
+         "luminance (ISO/IEC 10918-1, K.1) the one that comes nearest. Of a table that another "
+         "program\n"
+         "chose it says how fine it is. On Windows the program itself expands the wildcards * and "
+         "? in\n"
+         "names of files.";
 }
 
 }  // namespace tavo::tools
