@@ -37,7 +37,8 @@ void map_levels_plain(const LevelTable& table, uint8_t* bytes, size_t count) {
 }
 
 void map_levels(const LevelTable& table, uint8_t* bytes, size_t count) {
-  Variants<MapLevels>{.any = map_levels_plain, .avx2 = map_levels_avx2}.best()(table, bytes, count);
+  Variants<MapLevels>{.any = map_levels_plain, .avx2 = map_levels_avx2, .avx512 = map_levels_avx512}
+      .best()(table, bytes, count);
 }
 
 LevelMap::LevelMap(const LevelTable& table) : table_(table) {

@@ -15,6 +15,7 @@ void map_levels(const LevelTable& table, uint8_t* bytes, size_t count);
 using MapLevels = void (*)(const LevelTable& table, uint8_t* bytes, size_t count);
 void map_levels_plain(const LevelTable& table, uint8_t* bytes, size_t count);
 void map_levels_avx2(const LevelTable& table, uint8_t* bytes, size_t count);
+void map_levels_avx512(const LevelTable& table, uint8_t* bytes, size_t count);
 
 // Finds out whether the table is a straight line that vectors compute faster than they look up.
 class LevelMap {

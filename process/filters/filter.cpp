@@ -52,11 +52,13 @@ Status RowBand::start(RowSource& source, const WorkLayout& layout, uint32_t radi
   radius_x_ = radius_x;
   radius_y_ = radius_y;
   line_count_ = std::min(count(), height_);
-  front_ = round_up(radius_x * step_ + kRowSlack, size_t{64});
-  const uint64_t line = 2 * uint64_t{front_} + layout.row_bytes;
-  const uint64_t stride = round_up(line, uint64_t{64});
-  TRY(lines_.allocate(stride * line_count_));
+  constexpr size_t kCacheLine = 64;
+  const size_t front = round_up(radius_x * step_ + kRowSlack, kCacheLine);
+  const uint64_t stride = round_up(2 * uint64_t{front} + layout.row_bytes, uint64_t{kCacheLine});
+  TRY(lines_.allocate(stride * line_count_ + kCacheLine));
   stride_ = static_cast<size_t>(stride);
+  const auto address = reinterpret_cast<uintptr_t>(lines_.data());
+  first_ = lines_.data() + front + (round_up(address, uintptr_t{kCacheLine}) - address);
   return window_.allocate(count());
 }
 

@@ -55,7 +55,7 @@ class RowBand {
   uint32_t count() const { return 2 * radius_y_ + 1; }
 
  private:
-  uint8_t* line(uint32_t y) { return lines_.data() + (y % line_count_) * stride_ + front_; }
+  uint8_t* line(uint32_t y) { return first_ + (y % line_count_) * stride_; }
   Status fetch();
   void repeat_edges(uint8_t* row) const;
 
@@ -68,9 +68,9 @@ class RowBand {
   Buffer lines_;
   uint32_t line_count_ = 0;
   size_t stride_ = 0;
-  size_t front_ = 0;      // bytes of a line before its first pixel
-  uint32_t fetched_ = 0;  // rows taken from the source
-  uint32_t next_ = 0;     // the row to go to
+  uint8_t* first_ = nullptr;  // pixel 0 of line 0; of all lines it begins a cache line
+  uint32_t fetched_ = 0;      // rows taken from the source
+  uint32_t next_ = 0;         // the row to go to
   Array<const uint8_t*> window_;
 };
 

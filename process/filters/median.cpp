@@ -7,7 +7,7 @@
 #include "process/filters/filter.h"
 #include "process/filters/filters.h"
 #include "process/filters/median_columns.h"
-#include "process/filters/row_kernels.h"
+#include "process/filters/median_networks.h"
 #include "process/whole_picture.h"
 
 namespace tavo::process {
@@ -65,10 +65,10 @@ class SmallMedian final : public Filter {
 
   Status next(uint8_t* row) override {
     TRY(band_.advance());
-    const RowKernels& kernels = row_kernels();
-    const auto median = size_ == 3   ? kernels.median3
-                        : size_ == 5 ? kernels.median5
-                                     : kernels.median7;
+    const MedianNetworks& networks = median_networks();
+    const auto median = size_ == 3   ? networks.median3
+                        : size_ == 5 ? networks.median5
+                                     : networks.median7;
     median(band_.rows(), step_, row_bytes_, row);
     return kOk;
   }

@@ -10,20 +10,6 @@ namespace tavo::process {
 
 namespace {
 
-template <size_t kSize>
-void median(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out) {
-  for (size_t i = 0; i < count; ++i) {
-    uint8_t values[kSize * kSize];
-    uint8_t* to = values;
-    for (size_t y = 0; y < kSize; ++y) {
-      const uint8_t* const first = rows[y] + i - kSize / 2 * step;
-      for (size_t x = 0; x < kSize; ++x) *to++ = first[x * step];
-    }
-    std::nth_element(values, values + kSize * kSize / 2, values + kSize * kSize);
-    out[i] = values[kSize * kSize / 2];
-  }
-}
-
 void weigh(const Tap* taps, size_t tap_count, const Division& division, bool is_absolute,
            size_t count, uint8_t* out) {
   for (size_t i = 0; i < count; ++i) {
@@ -68,10 +54,12 @@ void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, 
 
 }  // namespace
 
-const RowKernels kRowKernelsPlain = {median<3>, median<5>, median<7>, weigh, slide, average, raise};
+const RowKernels kRowKernelsPlain = {weigh, slide, average, raise};
 
 const RowKernels& row_kernels() {
-  return *Variants<const RowKernels*>{.any = &kRowKernelsSse2, .avx2 = &kRowKernelsAvx2}.best();
+  return *Variants<const RowKernels*>{
+      .any = &kRowKernelsPlain, .sse2 = &kRowKernelsSse2, .avx2 = &kRowKernelsAvx2}
+              .best();
 }
 
 }  // namespace tavo::process

@@ -41,10 +41,6 @@ constexpr SquareDivision square_division(uint32_t size) {
 }
 
 struct RowKernels {
-  // The middle one of 9, 25 and 49.
-  void (*median3)(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out);
-  void (*median5)(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out);
-  void (*median7)(const uint8_t* const* rows, size_t step, size_t count, uint8_t* out);
   // Sums of taps, an even number of them, divided. They fit 32 bits with what is added.
   void (*weigh)(const Tap* taps, size_t tap_count, const Division& division, bool is_absolute,
                 size_t count, uint8_t* out);

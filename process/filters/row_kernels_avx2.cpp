@@ -15,7 +15,7 @@ using namespace avx2;
 
 }  // namespace
 
-const RowKernels kRowKernelsAvx2 = {median<3>, median<5>, median<7>, weigh, slide, average, raise};
+const RowKernels kRowKernelsAvx2 = {weigh, slide, average, raise};
 
 }  // namespace tavo::process
 

@@ -14,6 +14,6 @@ using namespace sse2;
 
 }  // namespace
 
-const RowKernels kRowKernelsSse2 = {median<3>, median<5>, median<7>, weigh, slide, average, raise};
+const RowKernels kRowKernelsSse2 = {weigh, slide, average, raise};
 
 }  // namespace tavo::process

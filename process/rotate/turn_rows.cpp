@@ -170,7 +170,7 @@ void transpose_packed(RowsIn in, RowsOut out, size_t width, size_t height) {
 void transpose_bits(RowsIn in, RowsOut out, size_t width, size_t height) {
   const size_t bytes = (width + 7) / 8;
   for_each_tile(bytes, height, [=](size_t x, size_t y, size_t columns, size_t rows) {
-    uint8_t from[kTile][kTile] = {};
+    uint8_t from[kTile][kTile];
     uint8_t to[kTile][kTile];
     for (size_t j = 0; j < rows; ++j) std::memcpy(from[j ^ 7], row_at(in, y + j) + x, columns);
     turn_tile(from, to);
@@ -185,7 +185,12 @@ void transpose_bits(RowsIn in, RowsOut out, size_t width, size_t height) {
           store_le16(line + 2 * k, static_cast<uint16_t>(sse2::top_bits8(parts[k])));
           parts[k] = sse2::add8(parts[k], parts[k]);
         }
-        std::memcpy(row_at(out, column + bit) + y / 8, line, out_bytes);
+        uint8_t* const at = row_at(out, column + bit) + y / 8;
+        if (out_bytes == sizeof line) {
+          std::memcpy(at, line, sizeof line);
+        } else {
+          std::memcpy(at, line, out_bytes);
+        }
       }
     }
   });
