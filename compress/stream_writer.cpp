@@ -56,8 +56,10 @@ Status write_jfif(const StreamDescription& stream, ByteSink& sink) {
   Segment segment(kApp0);
   segment.put_text("JFIF", 5);
   segment.put16(0x0100);  // version
-  // No unit: the density is the bitmap's, whatever that counts.
-  segment.put(!stream.coding.is_cmp && settings.jfif_dots_per_inch ? 1u : 0u);
+  // No unit: the density is the bitmap's, whatever that counts. There is none without a density.
+  const bool has_density = stream.x_resolution > 0 && stream.y_resolution > 0;
+  const bool has_unit = !stream.coding.is_cmp && settings.jfif_dots_per_inch && has_density;
+  segment.put(has_unit ? 1u : 0u);
   // CMP files carry the resolution in their trailer.
   segment.put16(stream.coding.is_cmp ? 0 : static_cast<uint32_t>(stream.x_resolution));
   segment.put16(stream.coding.is_cmp ? 0 : static_cast<uint32_t>(stream.y_resolution));

@@ -140,8 +140,9 @@ Status read_upright(const char* name, BitmapHandle* bitmap, T_RowSink sink, int3
 
 namespace {
 
-// biXPelsPerMeter from dots per inch, rounded to nearest.
+// biXPelsPerMeter from dots per inch, rounded to nearest; 0 says nothing.
 uint32_t per_meter(int32_t per_inch) {
+  if (per_inch <= 0) return 0;
   return static_cast<uint32_t>((int64_t{per_inch} * 10000 + 127) / 254);
 }
 

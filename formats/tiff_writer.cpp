@@ -73,6 +73,7 @@ class PageWriter {
 
   Status write_values();
   Status write_longs(std::span<const uint32_t> values, uint32_t& position);
+  bool has_resolution() const;
   Status write_rationals(uint32_t& position);
   Status write_color_map(uint32_t& position);
   void put16(uint8_t* at, uint32_t value) const;
@@ -173,11 +174,15 @@ Status PageWriter::write_longs(std::span<const uint32_t> values, uint32_t& posit
   return kOk;
 }
 
+// Section 8 wants a resolution; a picture without one has none to give.
+bool PageWriter::has_resolution() const {
+  return picture_->XResolution > 0 && picture_->YResolution > 0;
+}
+
 // XResolution and YResolution, over 1.
 Status PageWriter::write_rationals(uint32_t& position) {
-  const std::array<uint32_t, 4> values = {
-      static_cast<uint32_t>(std::max(picture_->XResolution, 1)), 1,
-      static_cast<uint32_t>(std::max(picture_->YResolution, 1)), 1};
+  const std::array<uint32_t, 4> values = {static_cast<uint32_t>(picture_->XResolution), 1,
+                                          static_cast<uint32_t>(picture_->YResolution), 1};
   return write_longs(values, position);
 }
 
@@ -199,7 +204,7 @@ Status PageWriter::write_values() {
     TRY(write_longs(offsets_.items(), offsets_at_));
     TRY(write_longs(sizes_.items(), sizes_at_));
   }
-  TRY(write_rationals(resolution_at_));
+  if (has_resolution()) TRY(write_rationals(resolution_at_));
   if (look_.photometric == kPalette) TRY(write_color_map(color_map_at_));
   if (look_.photometric != kRgb) return kOk;
   sample_bits_at_ = out_.position();
@@ -246,12 +251,14 @@ void PageWriter::add_tags(int32_t page_index) {
   add(Tag::kSamplesPerPixel, kShort, 1, is_rgb ? 3 : 1);
   add(Tag::kRowsPerStrip, kLong, 1, rows_per_strip_);
   add_list(Tag::kStripByteCounts, sizes_.items(), sizes_at_);
-  add(Tag::kXResolution, kRational, 1, resolution_at_);
-  add(Tag::kYResolution, kRational, 1, resolution_at_ + 8);
+  if (has_resolution()) {
+    add(Tag::kXResolution, kRational, 1, resolution_at_);
+    add(Tag::kYResolution, kRational, 1, resolution_at_ + 8);
+  }
   add(Tag::kPlanarConfiguration, kShort, 1, 1);
   if (variant_->compression == kGroup3) add(Tag::kT4Options, kLong, 1, variant_->t4_options);
   if (variant_->compression == kGroup4) add(Tag::kT6Options, kLong, 1, 0);
-  add(Tag::kResolutionUnit, kShort, 1, kInch);
+  if (has_resolution()) add(Tag::kResolutionUnit, kShort, 1, kInch);
   if (page_index > 0) {
     add(Tag::kPageNumber, kShort, 2, 0);  // section 12
     // Two SHORTs in one field: the index, and a total of 0, as it would not stay true.

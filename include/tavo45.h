@@ -512,9 +512,10 @@ T_API int64_t T_CALL T_GetDamageOffset(void);
 /* ---- Saving ---------------------------------------------------------------------------------- */
 
 /* T_SaveFile flags */
-#define T_SAVE_REDUCE 1u        /* reduce even when the depth already matches */
-#define T_SAVE_FIXED_PALETTE 2u /* reduce to the built-in palette instead of an optimised one */
-#define T_SAVE_APPEND 4u        /* multi-page formats: append a page */
+#define T_SAVE_REDUCE 1u          /* reduce even when the depth already matches */
+#define T_SAVE_FIXED_PALETTE 2u   /* reduce to the built-in palette instead of an optimised one */
+#define T_SAVE_APPEND 4u          /* multi-page formats: append a page */
+#define T_SAVE_KEEP_RESOLUTION 8u /* state the bitmap's own resolution, 0 for none */
 
 /* Saves a picture.
  * name          file to create

@@ -20,11 +20,17 @@ namespace tavo::pipeline {
 
 namespace {
 
-// A resolution in dots per inch, as the reader of `format` gives it.
-int32_t dots_per_inch(int32_t format, int32_t resolution) {
-  const FormatRow* row = find_format(format);
+int32_t per_inch(int32_t per_meter) {
+  return static_cast<int32_t>((int64_t{per_meter} * 254 + 5000) / 10000);
+}
+
+// The resolution that the file states, in dots per inch; 0 where it states none: the default that
+// its reader left in the record is nobody's.
+void take_resolution(BitmapHandle& picture, const FILEINFO& info) {
+  const FormatRow* row = find_format(info.Format);
   const bool per_meter = row != nullptr && row->reports_per_meter;
-  return per_meter ? static_cast<int32_t>((int64_t{resolution} * 254 + 5000) / 10000) : resolution;
+  picture.XResolution = per_meter ? per_inch(info.XResolution) : info.XResolution;
+  picture.YResolution = per_meter ? per_inch(info.YResolution) : info.YResolution;
 }
 
 }  // namespace
@@ -40,8 +46,7 @@ Status convert_file(const char* source, const char* destination, int32_t format,
   const core::ProgressPart part(50, 100);
   FILEINFO info;
   TRY(identify(source, info));
-  picture->XResolution = dots_per_inch(info.Format, picture->XResolution);
-  picture->YResolution = dots_per_inch(info.Format, picture->YResolution);
+  take_resolution(*picture, info);
   const SaveOptions options{.format = format, .bits = bits, .quality = quality};
   return save_with_resolution(destination, *picture, options);
 }
@@ -92,9 +97,8 @@ class FileStream {
   Status begin(const BitmapHandle& source) {
     needs_whole_ = writer_.order() == io::RowOrder::kTopFirst && source.ViewPerspective >= 2;
     if (needs_whole_) return kIncomplete;
-    const DefaultResolution resolution(dots_per_inch(info_.Format, source.XResolution),
-                                       dots_per_inch(info_.Format, source.YResolution));
     TRY(describe(source));
+    take_resolution(picture_, info_);
     if (prepares()) TRY(start_preparing(source));
     TRY(plan_.find_target());
     TRY(feed_.prepare(picture_, source.ViewPerspective < 2));

@@ -30,16 +30,24 @@ Status write(const SavePlan& plan, BitmapHandle& bitmap) {
       [&](io::RowWriter& writer) { return process::write_bitmap(writer, plan.request, bitmap); });
 }
 
+// Kept: what is written carries the library's default resolution, as every copy does, unless the
+// caller asks for the picture's own.
+bool keeps_resolution(uint32_t flags) { return (flags & T_SAVE_KEEP_RESOLUTION) != 0; }
+
+void set_resolution(BitmapHandle& bitmap, const BitmapHandle& from) {
+  bitmap.XResolution = from.XResolution;
+  bitmap.YResolution = from.YResolution;
+}
+
 // A picture that needs no change is written from where it lies: the record is copied, its pixels
-// are not. Like every copy it carries the library's default resolution.
-Status write_view(const SavePlan& plan, BitmapHandle& bitmap) {
+// are not.
+Status write_view(const SavePlan& plan, BitmapHandle& bitmap, uint32_t flags) {
   BitmapHandle fresh = {};
   TRY(core::init_bitmap(fresh, bitmap.Width, bitmap.Height, bitmap.BitsPerPixel));
   core::access_bitmap(bitmap);
   BitmapHandle view;
   core::copy_bitmap_handle(view, bitmap);
-  view.XResolution = fresh.XResolution;
-  view.YResolution = fresh.YResolution;
+  if (!keeps_resolution(flags)) set_resolution(view, fresh);
   const Status status = write(plan, view);
   core::release_bitmap(bitmap);
   return status;
@@ -53,17 +61,18 @@ Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) 
   SavePlan plan(name, options, bitmap.BitsPerPixel, core::has_flag(bitmap, T_FLAG_REDUCED));
   TRY(plan.find_target());
   if (options.direct) return write(plan, bitmap);
-  if (plan.preparation == Preparation::kNone) return write_view(plan, bitmap);
+  if (plan.preparation == Preparation::kNone) return write_view(plan, bitmap, options.flags);
   core::OwnedBitmap copy;
   TRY(core::copy_bitmap(*copy, bitmap));
+  if (keeps_resolution(options.flags)) set_resolution(*copy, bitmap);
   TRY(prepare(*copy, plan.preparation, plan.request.depth, options.flags));
   const core::AccessScope accessed(*copy);
   const core::ProgressPart part(kPreparationShare, 100);
   return write(plan, *copy);
 }
 
-Status save_with_resolution(const char* name, BitmapHandle& bitmap, const SaveOptions& options) {
-  const DefaultResolution resolution(bitmap.XResolution, bitmap.YResolution);
+Status save_with_resolution(const char* name, BitmapHandle& bitmap, SaveOptions options) {
+  options.flags |= T_SAVE_KEEP_RESOLUTION;
   return save(name, bitmap, options);
 }
 

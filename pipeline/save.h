@@ -11,6 +11,6 @@ namespace tavo::pipeline {
 Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options);
 
 // The same with the bitmap's resolution kept, which a save's copy would lose.
-Status save_with_resolution(const char* name, BitmapHandle& bitmap, const SaveOptions& options);
+Status save_with_resolution(const char* name, BitmapHandle& bitmap, SaveOptions options);
 
 }  // namespace tavo::pipeline

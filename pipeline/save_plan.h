@@ -37,19 +37,4 @@ struct SavePlan {
   Status with_writer(io::WriterUse use) const;
 };
 
-// While it lives, new records have this resolution, as the copy has that a save writes.
-class DefaultResolution {
- public:
-  DefaultResolution(int32_t x, int32_t y) : outer_(settings.tiff) {
-    settings.tiff.XResolution = x;
-    settings.tiff.YResolution = y;
-  }
-  ~DefaultResolution() { settings.tiff = outer_; }
-  DefaultResolution(const DefaultResolution&) = delete;
-  DefaultResolution& operator=(const DefaultResolution&) = delete;
-
- private:
-  T_TIFFOption outer_;
-};
-
 }  // namespace tavo::pipeline

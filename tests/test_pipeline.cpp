@@ -508,6 +508,42 @@ TEST(Save, DirectWritesTheBitmapAsItStandsAndLeavesItAccessed) {
   EXPECT_EQ(rgb(loaded.get()), rgb(picture.get()));
 }
 
+// A file that states no resolution becomes one that states none; so does a record with 0.
+TEST(ConvertFile, InventsNoResolution) {
+  Disk disk;
+  T_SetJFIFUnit(1);
+  Bitmap picture;
+  make_picture(picture, 20, 10, 8);
+  ASSERT_EQ(T_SaveBitmap("gif", picture.get(), T_FORMAT_GIF, 8, 0), T_OK);
+  for (const int32_t format :
+       {T_FORMAT_BMP, T_FORMAT_PCX, T_FORMAT_TIFF_LZW, T_FORMAT_JPEG_24, T_FORMAT_CMP_SAVE}) {
+    SCOPED_TRACE(format);
+    const auto resolutions = [](const char* name) {
+      FILEINFO info;
+      EXPECT_EQ(T_FileInfo(name, &info), T_OK);
+      const bool is_bmp = info.Format == T_FORMAT_BMP;
+      const auto inch = [&](int32_t n) { return is_bmp ? (n * 254 + 5000) / 10000 : n; };
+      return std::pair(inch(info.XResolution), inch(info.YResolution));
+    };
+    const auto save = [&](int32_t x, int32_t y, uint32_t flags, uint32_t direct) {
+      picture->XResolution = x;
+      picture->YResolution = y;
+      T_AccessBitmap(picture.get());
+      EXPECT_EQ(T_SaveFile("a", picture.get(), format, 0, 20, flags, direct, 0), T_OK);
+      return resolutions("a");
+    };
+    EXPECT_EQ(T_ConvertFile("gif", "whole", format, 0, 20), T_OK);
+    EXPECT_EQ(resolutions("whole"), std::pair(0, 0));
+    EXPECT_EQ(T_StreamFile("gif", "streamed", format, 0, 20), T_OK);
+    EXPECT_EQ(disk.files["streamed"], disk.files["whole"]);
+    EXPECT_EQ(save(0, 0, T_SAVE_KEEP_RESOLUTION, 0), std::pair(0, 0));
+    EXPECT_EQ(save(0, 0, 0, 1), std::pair(0, 0));
+    EXPECT_EQ(save(300, 72, T_SAVE_KEEP_RESOLUTION, 0), std::pair(300, 72));
+    EXPECT_EQ(save(300, 72, 0, 0), std::pair(150, 150));
+  }
+  T_SetJFIFUnit(0);
+}
+
 TEST(ConvertFile, KeepsTheResolution) {
   Disk disk;
   disk.files["x"] = bmp_of(4, 4, 8);
