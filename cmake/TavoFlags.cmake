@@ -15,6 +15,26 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   add_compile_options(-march=i686 -mtune=generic -msse2 -mfpmath=sse -mstackrealign)
 endif()
 
+if(UNIX)
+  # A disk bitmap may have nearly 4 GiB, and files are read to that size.
+  add_compile_definitions(_FILE_OFFSET_BITS=64)
+endif()
+
+# Hardening of what is shipped; the sanitizers bring checks of their own. Without stack protector and
+# fortified functions on Windows: programs that link the static library would need libssp for them.
+if(WIN32)
+  add_link_options(-Wl,--dynamicbase -Wl,--nxcompat)
+  # The same sources give the same bytes.
+  add_link_options(-Wl,--no-insert-timestamp)
+elseif(NOT TAVO_SANITIZE)
+  set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+  add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong>
+                      $<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=2>)
+  add_link_options(-Wl,-z,relro -Wl,-z,now)
+  include(CheckPIESupported)
+  check_pie_supported(LANGUAGES CXX)
+endif()
+
 if(TAVO_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)

@@ -1,6 +1,12 @@
 # cmake --install: header, libraries, CMake package, pkg-config file.
 include(CMakePackageConfigHelpers)
 
+# Releases are installed without symbols, as by cmake --install --strip.
+install(CODE [[
+  if("${CMAKE_INSTALL_CONFIG_NAME}" STREQUAL "Release")
+    set(CMAKE_INSTALL_DO_STRIP TRUE)
+  endif()]])
+
 install(TARGETS tavo45 tavo45_static EXPORT Tavo45Targets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

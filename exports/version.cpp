@@ -30,6 +30,7 @@ constexpr StatusText kTexts[] = {
     {T_ERR_INCOMPLETE, "The compression ended before all rows were delivered"},
     {T_ERR_NO_STAMP, "The file carries no stamp"},
     {T_ERR_NOTICE, "The check of the embedded notice failed"},
+    {T_ERR_TOO_LARGE, "The file is larger than the file operations can address"},
 };
 
 // The build file knows the version.

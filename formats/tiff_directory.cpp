@@ -21,9 +21,8 @@ uint32_t extra_of(uint16_t tag) {
 constexpr uint16_t kVersion = 42;
 constexpr uint16_t kVersion64 = 43;
 
-// Positions that no file has are behind the end of this one.
 Status read_at(io::InputFile& file, uint64_t position, std::span<uint8_t> into) {
-  if (position > INT32_MAX) return kReadError;
+  if (!file.reaches(position)) return kReadError;
   TRY(file.seek(position));
   return file.read(into);
 }
@@ -254,7 +253,7 @@ Status ValueList::get(uint64_t index, uint64_t& value) {
     const uint64_t left = field_.count - index;
     const auto wanted = static_cast<uint32_t>(std::min<uint64_t>(left, piece_.size() / size));
     size_t got = 0;
-    if (field_.position + index * size > INT32_MAX) return kReadError;
+    if (!directory_.file().reaches(field_.position + index * size)) return kReadError;
     TRY(directory_.file().seek(field_.position + index * size));
     TRY(directory_.file().read_up_to({piece_.data(), wanted * size}, got));
     first_ = index;

@@ -4,7 +4,9 @@
  * one of the negative T_ERR_ codes. A number that a caller's callback answers with ends the
  * operation and is returned unchanged. A null pointer where something must be pointed at gives
  * T_ERR_ARGUMENT; for a file name T_ERR_NAME. Settings are library-wide; nothing is locked: use
- * the library from one thread at a time.
+ * the library from one thread at a time. File names are bytes, which the default file operations
+ * hand to the system: on Windows text in its ANSI code page, so that a name with other characters
+ * needs operations of the caller's (T_RedirectIO).
  *
  * Contents, in this order; a setting stands with what it is for:
  *   Status codes                   what calls return; T_GetStatusText, T_GetVersion
@@ -72,15 +74,36 @@ extern "C" {
 #define T_ERR_INCOMPLETE (-57)       /* the compression ended before all rows were delivered */
 #define T_ERR_NO_STAMP (-65)         /* the file carries no stamp */
 #define T_ERR_NOTICE (-100)          /* the check of the embedded notice failed */
+#define T_ERR_TOO_LARGE \
+  (-121) /* a file beyond 2 GiB, where the file operations end (T_RedirectIO) */
 
-/* One English sentence for a status, without a full stop; never null, "Unknown status" for a
- * number that is none of the above. The text is the library's and lives as long as it does. */
+/* status  any number
+ * One English sentence without a full stop, "Unknown status" for a number that is none of the
+ * above; never null. The text is the library's and lives as long as it does. */
 T_API const char* T_CALL T_GetStatusText(int32_t status);
 
 /* The version as major << 16 | minor << 8 | patch. */
 T_API uint32_t T_CALL T_GetVersion(void);
 
+/* Example: what went wrong.
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   const int32_t status = T_LoadBitmap("in.jpg", &bitmap, 24, T_ORDER_BGR);
+ *   const char* text = status == T_OK ? "" : T_GetStatusText(status);
+ *   T_FreeBitmap(&bitmap);
+ *   (void)text;
+ */
+
 /* ---- Records and numbers --------------------------------------------------------------------- */
+
+/* Clears a record where it is defined, without a warning in C and in C++:
+ *   BitmapHandle bitmap = T_EMPTY; */
+#ifdef __cplusplus
+#define T_EMPTY \
+  {}
+#else
+#define T_EMPTY \
+  { 0 }
+#endif
 
 /* A palette entry, laid out as the platform's RGBQUAD. */
 typedef struct T_PaletteEntry {
@@ -114,8 +137,23 @@ typedef struct T_BitmapInfo {
 typedef void(T_CALL* T_ReleaseCallback)(uintptr_t handle, uintptr_t data);
 
 /* A picture: geometry, palette, settings, and where its pixels are. The caller owns the record
- * (1,280 bytes) and need not clear it; T_InitBitmap sets what matters. The library owns only the
- * storage that T_AllocateBitmap obtained, until T_FreeBitmap. */
+ * (1,280 bytes); the library owns only the storage that T_AllocateBitmap obtained, until
+ * T_FreeBitmap.
+ *
+ * A record has meaning once it is cleared (T_EMPTY) or initialised (T_InitBitmap); until then
+ * T_FreeBitmap, which believes its Flags, may crash. So clear what T_LoadFile, T_LoadBitmap,
+ * T_CopyBitmap and their twins are to fill: they leave it as it was when they fail before they
+ * initialise it, for example for a file that cannot be identified, and then it can be freed as
+ * after any other end. T_Load...Bitmap of a format and T_GetCompressFileStamp initialise it first.
+ * T_DecompressBitmap and its twin look at what it is, so it must be cleared or initialised.
+ *
+ * Whether a memory bitmap is accessed (T_AccessBitmap) afterwards:
+ *   as before     T_CompressBitmap..., T_ColorResolution, T_GrayScaleBitmap, T_SizeBitmap, all that
+ *                 rotates, filters or adjusts in place, the sources of T_OptimizeBitmap and
+ *                 T_ResizeBitmap, T_SaveFile with `direct`
+ *   accessed      both of T_CopyBitmapRect when they are memory of 8 bits and more
+ *   released      all that loads fill, T_ClearBitmap, T_CompressBitmap1Bit, T_SaveFile, the other
+ *                 bitmaps of copies, destinations of T_OptimizeBitmap and T_ResizeBitmap */
 typedef struct BitmapHandle {
   uintptr_t Handle;      /* memory: block handle; disk: file handle; user: the caller's value */
   void* Data;            /* memory, while accessed: first pixel byte; disk: path of the file */
@@ -157,7 +195,7 @@ typedef struct BitmapHandle {
 #else
   uint32_t ReservedD[11];
 #endif
-  int32_t XResolution; /* dots per inch */
+  int32_t XResolution; /* dots per inch (BMP's reader: per metre); 0: none is known */
   int32_t YResolution;
   uint32_t WriterDefaults[2]; /* words 3 and 4 of the TIFF options at init */
   uint32_t ReservedE[2];
@@ -217,19 +255,41 @@ typedef struct BitmapHandle {
 #define T_FORMAT_RAS 55
 #define T_FORMAT_DCX 202 /* save variant of T_FORMAT_PCX: pages, be it one */
 
+/* Example: colors of a palette by hand.
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   T_InitBitmap(&bitmap, 8, 8, 1);
+ *   bitmap.Colors = 2;
+ *   bitmap.Info.Palette[1].Red = 255;
+ */
+
 /* ---- Callbacks ------------------------------------------------------------------------------- */
 
-/* Gets 1 or more contiguous rows of source->BytesPerLine bytes as `source` describes them. T_OK
- * lets the load go on; any other number ends it and becomes its result. */
+/* Gets rows while they are read.
+ * source    describes them; the library's, or the caller's target (T_LoadFile)
+ * rows      1 or more contiguous rows of source->BytesPerLine bytes; gone after the call
+ * rowCount  how many
+ * context   what the caller gave with the sink
+ * T_OK lets the load go on; any other number ends it and becomes its result. A negative answer may
+ * be equal to one of the library's own statuses: to tell them apart answer with a number above 2,
+ * or note the answer in what `context` points at. */
 typedef int32_t(T_CALL* T_RowSink)(BitmapHandle* source, const void* rows, int32_t rowCount,
                                    void* context);
 
-/* Told of the progress of long operations, 0 first and 100 last. T_OK lets the work go on; any
- * other number ends it and becomes its result. */
+/* Told of the progress of long operations.
+ * percent  0 first, rising, 100 last
+ * T_OK lets the work go on; any other number ends it and becomes its result, as a sink's does. */
 typedef int32_t(T_CALL* T_StatusCallback)(int32_t percent);
 
-/* Sets the status callback; null removes it. T_OK. */
+/* callback  told of the progress from now on; null: nobody is
+ * T_OK. */
 T_API int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback);
+
+/* Example: the rows of a picture, none of which is kept. `sink` is a T_RowSink.
+ *   extern int32_t T_CALL sink(BitmapHandle*, const void*, int32_t, void*);
+ *   BitmapHandle rows = T_EMPTY;
+ *   int32_t sum = 0;
+ *   T_LoadFile("in.tif", &rows, 8, -1, 0, sink, &sum);
+ */
 
 /* ---- Bitmaps --------------------------------------------------------------------------------- */
 
@@ -261,17 +321,21 @@ T_API int32_t T_CALL T_SetUnknownResolution(int32_t flag);
  * the status callback stops the clearing of the file; nothing stays behind then. */
 T_API int32_t T_CALL T_AllocateBitmap(BitmapHandle* bitmap, uint32_t request);
 
-/* Locks a memory bitmap and returns the address of its first pixel byte, also in Data. For any
- * other bitmap, and one already locked, returns Flags and does nothing; 0 for null. Does not nest.
- */
+/* Locks a memory bitmap. Does not nest.
+ * bitmap  memory, not locked: Data becomes the address of its first pixel byte; any other, and one
+ *         that is locked: nothing happens
+ * The address; Flags where nothing happens; 0 for null. */
 T_API uintptr_t T_CALL T_AccessBitmap(BitmapHandle* bitmap);
 
-/* Unlocks a locked memory bitmap: Data becomes null; returns the platform's result, which has no
- * meaning. For any other bitmap returns Flags and does nothing. */
+/* Unlocks a memory bitmap.
+ * bitmap  memory, locked: Data becomes null; any other: nothing happens
+ * The platform's result, which has no meaning; Flags where nothing happens. */
 T_API int32_t T_CALL T_ReleaseBitmap(BitmapHandle* bitmap);
 
-/* Gives storage and palette objects back. The record may be initialised again; a second call does
- * nothing. The result has no meaning. For user-managed storage calls ReleaseCallback(Handle,
+/* Gives storage and palette objects back.
+ * bitmap  cleared, initialised or allocated (see BitmapHandle); may be initialised again; a second
+ *         call does nothing
+ * The result has no meaning. For user-managed storage calls ReleaseCallback(Handle,
  * ReleaseData) when Handle and the callback are not null; T_FLAG_ALLOCATED stays as it was. */
 T_API int32_t T_CALL T_FreeBitmap(BitmapHandle* bitmap);
 
@@ -319,7 +383,7 @@ T_API int32_t T_CALL T_CopyBitmapData(BitmapHandle* dst, BitmapHandle* src);
 T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* src);
 
 /* Example: a grey picture of 100 x 50 pixels, row by row.
- *   BitmapHandle bitmap = {0};
+ *   BitmapHandle bitmap = T_EMPTY;
  *   uint8_t row[100] = {0};
  *   uint32_t y;
  *   T_InitBitmap(&bitmap, 100, 50, 8);
@@ -334,8 +398,14 @@ T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* s
 
 /* The five operations through which every reader and writer reaches files.
  * Open   access: bit 0 write, bit 1 read-write, bits 8 and 9 create; bit 10, with these: only
- *        where there is no file or an empty one. mode: bit 7 exclusive, bit 8 deny writes to
- *        others. A handle of 0 or more, -1 on failure. The default keeps a file that is open
+ *        where there is no file or an empty one; bit 15 is set (binary). mode: bit 7 exclusive,
+ *        bit 8 deny writes to others. These come (access, mode):
+ *          0x8000, 0x100  to read
+ *          0x8302, 0x80   to save: created or emptied; 0x8702 where a save that appends saw no file
+ *          0x8301, 0x80   to compress: the same, for writing only
+ *          0x8002, 0x80   to append: the file stays
+ *          0x8000, 0x8002 and 0x8001 with mode 0: whether there is a file, before it is appended to
+ *        A handle of 0 or more, -1 on failure. The default keeps a file that is open
  *        exclusively from everybody, other programs among them (where the system has no share
  *        modes: from those that use this library), and one that is open in any other way from who
  *        wants it exclusively. An Open that does not know bit 10 creates as ever; then, of two
@@ -343,7 +413,9 @@ T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* s
  * Read   bytes moved, 0 at the end, 0xFFFFFFFF on error. Short counts are legal.
  * Write  bytes moved, 0xFFFFFFFF on error. Fewer bytes than asked are a failed write (T_ERR_WRITE);
  *        it is not tried again.
- * Seek   origin 0 start, 1 current, 2 end; the new position, -1 on error.
+ * Seek   origin 0 start, 1 current, 2 end; the new position, -1 on error. Files of 2 GiB and more
+ *        are read through the default Seek only, TIFF and others up to 4 GiB of them; any other
+ *        cannot tell their positions: any negative number but -1 is T_ERR_TOO_LARGE.
  * Close  negative on failure, which behind a write is a failed write; else any result. */
 typedef int32_t(T_CALL* T_FileOpen)(const char* name, int32_t access, int32_t mode);
 typedef uint32_t(T_CALL* T_FileRead)(int32_t handle, void* buffer, uint32_t count);
@@ -359,9 +431,19 @@ typedef struct FileIOTable {
   T_FileClose Close;
 } FileIOTable;
 
-/* Puts the caller's operations in place; a null argument installs the default of its slot. T_OK. */
+/* Puts the caller's operations in place of those in force.
+ * open ... close  one for each slot; null: the default
+ * T_OK. */
 T_API int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write,
                                   T_FileSeek seek, T_FileClose close);
+
+/* Example: files by names of the caller's. `open_by_key` is a T_FileOpen.
+ *   extern int32_t T_CALL open_by_key(const char*, int32_t, int32_t);
+ *   FILEINFO info;
+ *   T_RedirectIO(open_by_key, NULL, NULL, NULL, NULL);
+ *   T_FileInfo("key", &info);
+ *   T_RedirectIO(NULL, NULL, NULL, NULL, NULL);
+ */
 
 /* ---- Identification -------------------------------------------------------------------------- */
 
@@ -393,7 +475,8 @@ typedef struct FILEINFO {
   int32_t Order;            /* T_ORDER_ value of the delivered rows; up to 8 bits the format's */
   uint32_t ViewPerspective; /* of the delivered rows */
   uint32_t Colors;          /* palette entries, 0 without a palette */
-  int32_t XResolution;      /* as the reader would report it; 0 when the file does not say */
+  int32_t XResolution;      /* dots per inch (BMP: per metre); 0 when the file does not say, where
+                               a load leaves the record the default of T_InitBitmap */
   int32_t YResolution;
   uint32_t Flags;       /* T_FLAG_GRAY, T_FLAG_PALETTE, T_FLAG_INTERLACED */
   char Compression[32]; /* "None", "Run Length", "LZW", "Deflate", "JPEG", "CCITT", "CCITT Group 3
@@ -432,16 +515,19 @@ T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint3
 
 /* ---- Loading --------------------------------------------------------------------------------- */
 
-/* How many rows readers gather before each call of the sink. T_LoadFile sets it anew by the
- * picture's height. Returns `lines`, or T_ERR_ARGUMENT below 1. */
+/* How many rows readers gather before each call of the sink.
+ * lines  1 or more; T_LoadFile sets it anew by the picture's height
+ * `lines`, or T_ERR_ARGUMENT. */
 T_API int32_t T_CALL T_SetCallbackLine(int32_t lines);
 
 /* Pages that a file can have as far as the library goes: those behind are not read, and no more are
  * appended. */
 #define T_MAX_PAGES 1023
 
-/* The page that loads take from multi-page files and saves append to, clamped to 1 ... T_MAX_PAGES.
- * 1 at first. T_OK. */
+/* The page that loads take from multi-page files (of GIF files see T_SetGIFFrames) and saves append
+ * to.
+ * page  clamped to 1 ... T_MAX_PAGES; 1 at first
+ * T_OK. */
 T_API int32_t T_CALL T_SetPageNumber(int32_t page);
 
 /* T_LoadFile flags */
@@ -453,13 +539,15 @@ T_API int32_t T_CALL T_SetPageNumber(int32_t page);
 
 /* Loads a file of any format that the library reads.
  * name          path for the Open operation
- * target        initialised here at the file's size; holds the picture afterwards, or describes
- *               the rows that the callback gets
+ * target        cleared or initialised by the caller, whose storage is lost; initialised here at
+ *               the file's size once that is known; holds the picture afterwards, or describes the
+ *               rows that the callback gets
  * bitsPerPixel  1, 4, 8, 16, 24 or 32; anything else: the file's own depth
  * order         T_ORDER_RGB or T_ORDER_BGR; anything else: the file's order
  * flags         T_LOAD_ bits
  * callback      gets the rows (as `target` describes them) with userData as context; null: they
- *               are stored in the target, which needs T_LOAD_ALLOCATE
+ *               are stored in the target, which needs T_LOAD_ALLOCATE: without both the first rows
+ *               have no place, T_ERR_NO_MEMORY
  * Fewer colors than the file has: dithered with the target's DitherMethod to the built-in
  * palette of the depth (grey sources: to an even ramp); with T_LOAD_FIXED and more bits than the
  * file, mapped to that palette without dithering. Otherwise the palette is the file's. The built-in
@@ -478,7 +566,9 @@ T_API int32_t T_CALL T_LoadMemory(const void* address, BitmapHandle* target, int
                                   uint32_t size);
 
 /* T_LoadFile and T_LoadMemory into an allocated bitmap: flags T_LOAD_ALLOCATE and T_LOAD_ACCESS, no
- * callback. Their statuses; the caller frees the bitmap, after a failure too. */
+ * callback.
+ * target  cleared before (see BitmapHandle), so that the caller can free it after a failure, too
+ * Their statuses. */
 T_API int32_t T_CALL T_LoadBitmap(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
                                   int32_t order);
 T_API int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* target,
@@ -505,7 +595,7 @@ T_API int32_t T_CALL T_GetRowsRead(void);
 T_API int64_t T_CALL T_GetDamageOffset(void);
 
 /* Example: any file as 24 bits, blue first, in memory.
- *   BitmapHandle bitmap;
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_LoadBitmap("in.gif", &bitmap, 24, T_ORDER_BGR) == T_OK) T_FreeBitmap(&bitmap);
  */
 
@@ -521,20 +611,27 @@ T_API int64_t T_CALL T_GetDamageOffset(void);
  * name          file to create
  * bitmap        left as it is, but released; copied for the work
  * format        T_FORMAT_ value or a save variant of one
- * bitsPerPixel  depth to write, 0 for the bitmap's own
+ * bitsPerPixel  depth to write; 0: the bitmap's own, which the format must hold (T_GetFormat; a
+ *               24-bit bitmap as GIF is T_ERR_DEPTH). For JPEG and CMP 8 means grey, whatever the
+ *               bitmap is, but for the always-24-bit variants; up to 4 and above 8 bits are coded
+ *               as 24, 1 bit as grey
  * quality       for the compressed formats only
  * flags         T_SAVE_ bits
  * direct        not 0: write the bitmap as it stands, without a copy; it must be accessed. Rows
  *               are brought to the depth by row conversion, without dithering
  * extra         not looked at
- * T_OK, T_ERR_SIZE (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE (also while
- * another program has the file open), T_ERR_WRITE, T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME,
- * T_ERR_NOTICE. A failed save leaves what it has written.
- * A save that appends (T_SAVE_APPEND, or a page number of 2 or more; PCX and TIFF) creates the file
- * when there is none or an empty one, and writes it anew when it is of another format. When
- * T_FileInfo cannot tell what it is, the file stays as it was, and that status is the result:
- * T_ERR_OPEN (it is there, but cannot be opened, or another program is writing it), T_ERR_READ,
- * T_ERR_SEEK, T_ERR_BAD_DATA (of no known format). */
+ * Resolution: the file states the default that T_InitBitmap takes from the settings, as every copy
+ * does; with T_SAVE_KEEP_RESOLUTION or `direct`, and in T_ConvertFile, T_StreamFile,
+ * FileFormatWrite and T_CompressBitmap1Bit, the bitmap's own. Nothing is invented for one of 0: it
+ * is 0 in BMP, PCX and CMP files, JFIF streams have densities 0 without a unit, TIFF files no tags.
+ * GIF, TGA and Sun raster files have no room for any, CALS files always state 200. T_OK, T_ERR_SIZE
+ * (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE (also while another program has
+ * the file open), T_ERR_WRITE, T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_NOTICE. A
+ * failed save leaves what it has written. A save that appends (T_SAVE_APPEND, or a page number of 2
+ * or more; PCX and TIFF) creates the file when there is none or an empty one, and writes it anew
+ * when it is of another format. When T_FileInfo cannot tell what it is, the file stays as it was,
+ * and that status is the result: T_ERR_OPEN (it is there, but cannot be opened, or another program
+ * is writing it), T_ERR_READ, T_ERR_SEEK, T_ERR_BAD_DATA (of no known format). */
 T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                                 int32_t bitsPerPixel, int32_t quality, uint32_t flags,
                                 uint32_t direct, uint32_t extra);
@@ -542,7 +639,7 @@ T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t 
 T_API int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_t format,
                                   int32_t bitsPerPixel, int32_t quality);
 
-/* Loads a file and saves it in another format, with its resolution.
+/* Loads a file and saves it in another format, with the resolution that it states, if any.
  * source, destination  names
  * format, quality      as T_SaveFile takes them
  * bitsPerPixel         0: the source's depth (one that the format cannot hold is T_ERR_DEPTH)
@@ -582,7 +679,7 @@ T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, 
                                         void* context);
 
 /* Example: one format to another; a bitmap as a further page.
- *   BitmapHandle bitmap;
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_ConvertFile("in.pcx", "out.tif", T_FORMAT_TIFF_LZW, 0, 0) == T_OK &&
  *       T_LoadBitmap("in.bmp", &bitmap, 0, -1) == T_OK) {
  *     T_SaveFile("out.tif", &bitmap, T_FORMAT_TIFF_LZW, 0, 0, T_SAVE_APPEND, 0, 0);
@@ -616,12 +713,14 @@ T_API int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn
 
 /* ---- Color reduction ------------------------------------------------------------------------- */
 
-/* Dithering method that T_InitBitmap gives to bitmaps (T_DITHER_ORDERED at first). T_OK, or
- * T_ERR_ARGUMENT above 7. */
+/* The dithering method that T_InitBitmap gives to bitmaps.
+ * method  T_DITHER_ value; T_DITHER_ORDERED at first
+ * T_OK, or T_ERR_ARGUMENT above 7. */
 T_API int32_t T_CALL T_DefaultDithering(uint32_t method);
 
-/* Not 0: fixed palettes are even ramps of grey for every picture, in T_ColorResolution, in loads
- * and for the screen palette. 0 at first. T_OK. */
+/* Which fixed palettes pictures get, in T_ColorResolution, in loads and for the screen palette.
+ * flag  0 (the default): grey ones even ramps of grey, others colors; not 0: all even ramps
+ * T_OK. */
 T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
 
 /* The painting palette of an indexed bitmap is the palette object GdiObjectA when there is one,
@@ -646,7 +745,8 @@ T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
 T_API int32_t T_CALL T_StartDithering(BitmapHandle* bitmap, const T_PaletteEntry* palette,
                                       uint32_t colors);
 
-/* Dithers the next row.
+/* Dithers the next row. Rows follow each other as the error is to flow, in one direction from the
+ * first to the last: loads take them in the file's order, saves and T_ColorResolution from the top.
  * input    Width pixels in the bitmap's depth and order
  * output   gets Width indices, the leftmost in the high bits; unused bits of the last byte keep
  *          their values. May not overlap the input
@@ -723,7 +823,7 @@ T_API int32_t T_CALL T_CreateScreenPalette(BitmapHandle* bitmap);
 T_API uintptr_t T_CALL T_DupPalette(uintptr_t palette);
 
 /* Example: at most 64 colors, dithered.
- *   BitmapHandle bitmap;
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_LoadBitmap("in.tga", &bitmap, 24, T_ORDER_BGR) == T_OK) {
  *     bitmap.DitherMethod = T_DITHER_STUCKI;
  *     T_ColorResolution(&bitmap, 8, T_PALETTE_OPTIMIZED, NULL, 64);
@@ -772,7 +872,7 @@ T_API int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t h
 T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination);
 
 /* Example: twice as wide and high.
- *   BitmapHandle bitmap;
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_LoadBitmap("in.bmp", &bitmap, 0, -1) == T_OK) {
  *     T_SizeBitmap(&bitmap, 2 * bitmap.Width, 2 * bitmap.Height);
  *     T_FreeBitmap(&bitmap);
@@ -924,7 +1024,7 @@ T_API int32_t T_CALL T_HistoEqualizeBitmap(BitmapHandle* bitmap);
 T_API int32_t T_CALL T_HalfToneBitmap(BitmapHandle* bitmap, int32_t cell, int32_t angle);
 
 /* Example: a page, put straight and without specks.
- *   BitmapHandle bitmap;
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_LoadBitmap("page.tif", &bitmap, 0, -1) == T_OK) {
  *     T_RotateBitmapFine(&bitmap, -70, T_ROTATE_SMOOTH, 0xFFFFFF);
  *     T_ChangeBitmapContrast(&bitmap, 200);
@@ -1026,12 +1126,15 @@ T_API int32_t T_CALL T_LoadGIFFile(const char* name, BitmapHandle* bitmap, T_Row
 T_API int32_t T_CALL T_LoadGIFBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveGIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* Saves write "GIF89a" (flag not 0, the default) or "GIF87a". T_OK. */
+/* The version that GIF files declare.
+ * flag  not 0 (the default): "GIF89a"; 0: "GIF87a"
+ * T_OK. */
 T_API int32_t T_CALL T_SetGIFVersion(int32_t flag);
 
-/* The logical screen size that GIF files declare, 1 to 65535 each; 0, 0 (the default) is the
- * display's, 1280 x 1024 where there is none. Other programs show the picture on a canvas of this
- * size, so a caller who writes for them gives the picture's. T_OK or T_ERR_ARGUMENT. */
+/* The logical screen that GIF files declare.
+ * width, height  1 to 65535 each; 0, 0 (the default): the display's, 1280 x 1024 where there is
+ * none Other programs, and loads of frames, show the picture on a canvas of this size, so a caller
+ * who writes for them gives the picture's. T_OK or T_ERR_ARGUMENT. */
 T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
 
 /* Where the depth of a GIF picture comes from: 0 (the default) always the size field of the
@@ -1115,9 +1218,10 @@ typedef struct T_TIFFOption {
   uint32_t Words[32];         /* not looked at */
 } T_TIFFOption;
 
-/* Copies the whole record over the library's; T_ERR_ARGUMENT when it is null. */
+/* option  copied over the library's as a whole
+ * T_OK or T_ERR_ARGUMENT (null). */
 T_API int32_t T_CALL T_SetTIFFOption(const T_TIFFOption* option);
-/* Sets the two default resolutions alone. */
+/* x, y  the two default resolutions alone */
 T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
 
 /* TIFF: strips and tiles, chunky and planar, both byte orders, also with 64-bit offsets.
@@ -1211,7 +1315,7 @@ T_API int32_t T_CALL T_SaveIMGBitmap(const char* name, BitmapHandle* bitmap, int
 T_API int32_t T_CALL T_Create1BitTable(void);
 
 /* Example: a file of GIF as a bitmap, and written with its own size as screen.
- *   BitmapHandle bitmap;
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_LoadGIFBitmap("in.gif", &bitmap) == T_OK) {
  *     T_SetScreenSize(bitmap.Width, bitmap.Height);
  *     T_SaveGIFBitmap("out.gif", &bitmap, 8);
@@ -1268,9 +1372,10 @@ T_API int32_t T_CALL T_Create1BitTable(void);
  * T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_WRITE (the write routine took fewer bytes than it was given).
  */
 
-/* The unit of the densities in JFIF streams: 0 (the default) none, 1 dots per inch, which other
- * programs need to take them for a resolution. CMP files are not concerned. T_OK or T_ERR_ARGUMENT
- * (another unit). */
+/* The unit of the densities in JFIF streams. CMP files are not concerned.
+ * unit  0 (the default): none; 1: dots per inch, which other programs need to take them for a
+ *       resolution, unless one is 0
+ * T_OK or T_ERR_ARGUMENT (another unit). */
 T_API int32_t T_CALL T_SetJFIFUnit(int32_t unit);
 
 /* Replaces the scaled quantisation tables of all later compressions: 64 entries in zigzag order,
@@ -1394,7 +1499,7 @@ T_API int32_t T_CALL T_CompressData(const void* rows, int32_t rowCount);
 T_API int32_t T_CALL T_EndCompressData(void);
 
 /* Example: a JPEG file with chroma halved across, and a CMP file with a stamp.
- *   BitmapHandle bitmap;
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_LoadBitmap("in.bmp", &bitmap, 24, T_ORDER_BGR) == T_OK) {
  *     T_CompressBitmap(&bitmap, "out.jpg", 5, 25, 0);
  *     T_CompressBitmapWithStamp(&bitmap, "out.cmp", 0, 25, 64, 48, 24, 0);
@@ -1422,7 +1527,7 @@ T_API int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name
 T_API int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap);
 
 /* Example: a page as black and white.
- *   BitmapHandle bitmap;
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_LoadBitmap("page.tif", &bitmap, 0, -1) == T_OK) {
  *     T_CompressBitmap1Bit(&bitmap, "page.cmp", 1);
  *     T_FreeBitmap(&bitmap);
@@ -1536,7 +1641,7 @@ T_API int32_t T_CALL T_GetJPEGInfo(const char* name, T_JPEGINFO* info);
 
 /* Example: the quality of a JPEG file, and its picture.
  *   T_JPEGINFO info;
- *   BitmapHandle bitmap = {0};
+ *   BitmapHandle bitmap = T_EMPTY;
  *   if (T_GetJPEGInfo("in.jpg", &info) == T_OK && info.Quality > 50 &&
  *       T_DecompressBitmap("in.jpg", &bitmap, 24) == T_OK) {
  *     T_FreeBitmap(&bitmap);

@@ -120,6 +120,21 @@ bool is_absent(const char* name) {
   return true;
 }
 
+bool seeks_large_files() { return settings.files.Seek == platform::seek_file; }
+
+Status seek(int32_t handle, int64_t offset, int32_t origin, uint64_t& position) {
+  int64_t reached = -1;
+  if (seeks_large_files()) {
+    reached = platform::seek_large_file(handle, offset, origin);
+  } else if (offset >= INT32_MIN && offset <= INT32_MAX) {
+    reached = settings.files.Seek(handle, static_cast<int32_t>(offset), origin);
+    if (reached < -1) return kTooLarge;
+  }
+  if (reached < 0) return kSeekError;
+  position = static_cast<uint64_t>(reached);
+  return kOk;
+}
+
 uint32_t write_once(int32_t handle, const void* bytes, uint32_t size) {
   if (size == 0) return 0;
   const uint32_t written = settings.files.Write(handle, bytes, size);

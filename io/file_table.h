@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/settings.h"
+#include "base/status.h"
 #include "tavo45.h"
 
 namespace tavo::io {
@@ -14,6 +15,14 @@ void redirect(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek se
 
 // Whether there is no file `name`, as far as can be told.
 bool is_absent(const char* name);
+
+// Whether the Seek operation in force is the platform's, which reaches any position.
+bool seeks_large_files();
+
+// Seeks by the operation in force, with the whole position where that is the platform's.
+// kSeekError, or kTooLarge where the result is a number that only a position beyond 2 GiB can have
+// become.
+Status seek(int32_t handle, int64_t offset, int32_t origin, uint64_t& position);
 
 // One call of the Write operation in force, as fewer bytes than asked are a failed write; the bytes
 // written, 0 for an operation that claims more than it was given.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "io/file_table.h"
+
 namespace tavo::io {
 
 namespace {
@@ -66,18 +68,21 @@ Status InputFile::read(std::span<uint8_t> into) {
   return got == into.size() ? kOk : kReadError;
 }
 
-Status InputFile::seek(uint64_t position) {
-  if (position > INT32_MAX) return kSeekError;
-  const auto wanted = static_cast<int32_t>(position);
-  int32_t reached = 0;
-  TRY(seek_to(wanted, 0, reached));
-  return reached == wanted ? kOk : fail(kSeekError);
+bool InputFile::reaches(uint64_t position) const {
+  return position <= (seeks_large_files() ? uint64_t{INT64_MAX} : uint64_t{INT32_MAX});
 }
 
-Status InputFile::seek_to(int32_t offset, int32_t origin, int32_t& position) {
+Status InputFile::seek(uint64_t position) {
+  if (!reaches(position)) return kSeekError;
+  uint64_t reached = 0;
+  TRY(seek_to(static_cast<int64_t>(position), 0, reached));
+  return reached == position ? kOk : fail(kSeekError);
+}
+
+Status InputFile::seek_to(int64_t offset, int32_t origin, uint64_t& position) {
   TRY(failure_);
-  position = settings.files.Seek(handle_, offset, origin);
-  return position >= 0 ? kOk : fail(kSeekError);
+  const Status status = io::seek(handle_, offset, origin, position);
+  return status.ok() ? kOk : fail(status);
 }
 
 Status InputFile::note_damage(Status why, const ByteSource& bytes) {
@@ -89,12 +94,12 @@ Status InputFile::note_damage(Status why, const ByteSource& bytes) {
 }
 
 Status InputFile::size(uint32_t& bytes) {
-  int32_t here = 0;
-  int32_t end = 0;
+  uint64_t here = 0;
+  uint64_t end = 0;
   TRY(seek_to(0, 1, here));
   TRY(seek_to(0, 2, end));
-  bytes = static_cast<uint32_t>(end);
-  return seek(static_cast<uint32_t>(here));
+  bytes = static_cast<uint32_t>(std::min<uint64_t>(end, UINT32_MAX));
+  return seek(here);
 }
 
 }  // namespace tavo::io

@@ -27,7 +27,7 @@ class InputFile {
   void borrow(int32_t handle);
   void close();
 
-  // What the first operation that failed gave, kReadError or kSeekError; else kOk.
+  // What the first operation that failed gave, kReadError, kSeekError or kTooLarge; else kOk.
   Status failure() const { return failure_; }
 
   // Takes over a failure met where the same file was read by other ways. Returns it.
@@ -42,20 +42,25 @@ class InputFile {
   // As many bytes as there are, up to into.size().
   Status read_up_to(std::span<uint8_t> into, size_t& got);
 
-  // From the start. kSeekError when the file cannot be moved there (2 GiB is the limit).
+  // Whether the operations in force can tell of a position: a file with one that they cannot is
+  // kTooLarge when its size is asked, so that in all others this one is behind the end.
+  bool reaches(uint64_t position) const;
+
+  // From the start. kSeekError when the file cannot be moved there.
   Status seek(uint64_t position);
 
   // Of bad data that `bytes`, which reads this file, has come to: notes where they are, for
   // T_GetDamageOffset. Returns `why`.
   Status note_damage(Status why, const ByteSource& bytes);
 
-  // Bytes in the file; the position is kept. kSeekError when it cannot be told.
+  // Bytes in the file, UINT32_MAX for 4 GiB and more; the position is kept. kSeekError when it
+  // cannot be told, kTooLarge.
   Status size(uint32_t& bytes);
 
   int32_t handle() const { return handle_; }
 
  private:
-  Status seek_to(int32_t offset, int32_t origin, int32_t& position);
+  Status seek_to(int64_t offset, int32_t origin, uint64_t& position);
 
   int32_t handle_ = -1;
   bool is_borrowed_ = false;

@@ -53,6 +53,8 @@ Status decompress_bitmap(const char* name, BitmapHandle& bitmap, int32_t bits_pe
 }
 
 Status get_stamp(const char* name, BitmapHandle& stamp) {
+  // Whatever the file is, the record can be freed afterwards.
+  TRY(core::init_bitmap(stamp, 0, 0, 1));
   FILEINFO info;
   const Status found = identify(name, info);
   if (found.ok() && !is_jpeg(info)) return kNoStamp;

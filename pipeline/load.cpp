@@ -189,6 +189,8 @@ Status load(const char* name, BitmapHandle& target, const LoadRequest& request) 
 
 Status load_picture(const char* name, BitmapHandle& bitmap, io::Reader read, bool memory_only) {
   settings.last_load = {};
+  // Whatever the file is, the record can be freed afterwards.
+  TRY(core::init_bitmap(bitmap, 0, 0, 1));
   FILEINFO info;
   TRY(identify(name, info));
   TRY(core::init_bitmap(bitmap, info.Width, info.Height, info.BitsPerPixel));

@@ -44,6 +44,8 @@ uint32_t T_CALL read_file(int32_t file, void* buffer, uint32_t count);
 uint32_t T_CALL write_file(int32_t file, const void* buffer, uint32_t count);
 int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin);
 int32_t T_CALL close_file(int32_t file);
+// seek_file for files of any size: the new position, -1 on failure.
+int64_t seek_large_file(int32_t file, int64_t offset, int32_t origin);
 // Whether the system says that there is no file of this name; false when it cannot tell.
 bool is_absent(const char* name);
 

@@ -201,9 +201,14 @@ uint32_t T_CALL write_file(int32_t file, const void* buffer, uint32_t count) {
   return written;
 }
 
-int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin) {
+int64_t seek_large_file(int32_t file, int64_t offset, int32_t origin) {
+  static_assert(sizeof(off_t) == sizeof(int64_t), "the build file asks for 64-bit positions");
   const int from = origin == 0 ? SEEK_SET : origin == 1 ? SEEK_CUR : SEEK_END;
-  const off_t position = ::lseek(file, offset, from);
+  return ::lseek(file, offset, from);
+}
+
+int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin) {
+  const int64_t position = seek_large_file(file, offset, origin);
   return position < 0 || position > INT32_MAX ? -1 : static_cast<int32_t>(position);
 }
 

@@ -144,6 +144,15 @@ int32_t T_CALL seek_file(int32_t file, int32_t offset, int32_t origin) {
   return _llseek(as_file(file), offset, origin);
 }
 
+int64_t seek_large_file(int32_t file, int64_t offset, int32_t origin) {
+  const DWORD from = origin == 0 ? FILE_BEGIN : origin == 1 ? FILE_CURRENT : FILE_END;
+  LARGE_INTEGER distance, position;
+  distance.QuadPart = offset;
+  // An HFILE is the handle itself.
+  const auto handle = reinterpret_cast<HANDLE>(static_cast<intptr_t>(as_file(file)));
+  return SetFilePointerEx(handle, distance, &position, from) ? position.QuadPart : -1;
+}
+
 int32_t T_CALL close_file(int32_t file) { return _lclose(as_file(file)); }
 
 bool is_absent(const char* name) {

@@ -6,7 +6,7 @@
 static int32_t T_CALL stop_at_once(int32_t) { return 77; }
 
 int main() {
-  BitmapHandle bitmap;
+  BitmapHandle bitmap = T_EMPTY;
   if (T_InitBitmap(&bitmap, 64, 64, 8) != T_OK) return 1;
   if (T_SetStatusCallBack(stop_at_once) != T_OK) return 2;
   if (T_AllocateBitmap(&bitmap, 0) == T_OK) return 3;  // the clearing asks the callback
