@@ -86,9 +86,9 @@ Status InputFile::seek_to(int64_t offset, int32_t origin, uint64_t& position) {
 }
 
 Status InputFile::note_damage(Status why, const ByteSource& bytes) {
-  int32_t here = 0;
+  uint64_t here = 0;
   if (why == kBadData && settings.last_load.damage_at < 0 && seek_to(0, 1, here).ok()) {
-    settings.last_load.damage_at = static_cast<uint32_t>(here) - bytes.window().size();
+    settings.last_load.damage_at = static_cast<int64_t>(here - bytes.window().size());
   }
   return why;
 }
