@@ -297,8 +297,10 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
 namespace {
 
+// 0 where the resolution is not known.
 uint16_t microns(int32_t dots_per_inch) {
-  const auto dots = static_cast<uint32_t>(std::max(dots_per_inch, 1));
+  if (dots_per_inch <= 0) return 0;
+  const auto dots = static_cast<uint32_t>(dots_per_inch);
   return static_cast<uint16_t>(std::max((kMicronsPerInch + dots / 2) / dots, 1u));
 }
 

@@ -74,10 +74,10 @@ extern "C" {
 #define T_ERR_INCOMPLETE (-57)       /* the compression ended before all rows were delivered */
 #define T_ERR_NO_STAMP (-65)         /* the file carries no stamp */
 #define T_ERR_NOTICE (-100)          /* the check of the embedded notice failed */
-#define T_ERR_TOO_LARGE \
-  (-121) /* a file beyond 2 GiB, where the file operations end (T_RedirectIO) */
+#define T_ERR_TOO_LARGE (-121)       /* a file beyond 2 GiB: see T_RedirectIO */
 
-/* status  any number
+/* What a status means.
+ * status  any number
  * One English sentence without a full stop, "Unknown status" for a number that is none of the
  * above; never null. The text is the library's and lives as long as it does. */
 T_API const char* T_CALL T_GetStatusText(int32_t status);
@@ -414,8 +414,8 @@ T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* s
  * Write  bytes moved, 0xFFFFFFFF on error. Fewer bytes than asked are a failed write (T_ERR_WRITE);
  *        it is not tried again.
  * Seek   origin 0 start, 1 current, 2 end; the new position, -1 on error. Files of 2 GiB and more
- *        are read through the default Seek only, TIFF and others up to 4 GiB of them; any other
- *        cannot tell their positions: any negative number but -1 is T_ERR_TOO_LARGE.
+ *        (their first 4 GiB) are read through the default only; of any other a negative number
+ *        but -1 says that the position is beyond what it can tell: T_ERR_TOO_LARGE.
  * Close  negative on failure, which behind a write is a failed write; else any result. */
 typedef int32_t(T_CALL* T_FileOpen)(const char* name, int32_t access, int32_t mode);
 typedef uint32_t(T_CALL* T_FileRead)(int32_t handle, void* buffer, uint32_t count);
@@ -620,18 +620,18 @@ T_API int64_t T_CALL T_GetDamageOffset(void);
  * direct        not 0: write the bitmap as it stands, without a copy; it must be accessed. Rows
  *               are brought to the depth by row conversion, without dithering
  * extra         not looked at
- * Resolution: the file states the default that T_InitBitmap takes from the settings, as every copy
- * does; with T_SAVE_KEEP_RESOLUTION or `direct`, and in T_ConvertFile, T_StreamFile,
- * FileFormatWrite and T_CompressBitmap1Bit, the bitmap's own. Nothing is invented for one of 0: it
- * is 0 in BMP, PCX and CMP files, JFIF streams have densities 0 without a unit, TIFF files no tags.
- * GIF, TGA and Sun raster files have no room for any, CALS files always state 200. T_OK, T_ERR_SIZE
- * (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE (also while another program has
- * the file open), T_ERR_WRITE, T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_NOTICE. A
- * failed save leaves what it has written. A save that appends (T_SAVE_APPEND, or a page number of 2
- * or more; PCX and TIFF) creates the file when there is none or an empty one, and writes it anew
- * when it is of another format. When T_FileInfo cannot tell what it is, the file stays as it was,
- * and that status is the result: T_ERR_OPEN (it is there, but cannot be opened, or another program
- * is writing it), T_ERR_READ, T_ERR_SEEK, T_ERR_BAD_DATA (of no known format). */
+ * Resolution: that of T_InitBitmap, as every copy has it; with T_SAVE_KEEP_RESOLUTION or `direct`,
+ * and in T_ConvertFile, T_StreamFile, FileFormatWrite and T_CompressBitmap1Bit, the bitmap's own.
+ * One of 0 stays unknown: 0 in BMP, PCX, CMP and GEM files, densities of 0 without a unit in JFIF
+ * streams, no tags in TIFF files. CALS files always state 200.
+ * T_OK, T_ERR_SIZE (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE (also while
+ * another program has the file open), T_ERR_WRITE, T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME,
+ * T_ERR_NOTICE. A failed save leaves what it has written.
+ * A save that appends (T_SAVE_APPEND, or a page number of 2 or more; PCX and TIFF) creates the file
+ * when there is none or an empty one, and writes it anew when it is of another format. When
+ * T_FileInfo cannot tell what it is, the file stays as it was, and that status is the result:
+ * T_ERR_OPEN (it is there, but cannot be opened, or another program is writing it), T_ERR_READ,
+ * T_ERR_SEEK, T_ERR_BAD_DATA (of no known format). */
 T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                                 int32_t bitsPerPixel, int32_t quality, uint32_t flags,
                                 uint32_t direct, uint32_t extra);
@@ -1132,9 +1132,9 @@ T_API int32_t T_CALL T_SaveGIFBitmap(const char* name, BitmapHandle* bitmap, int
 T_API int32_t T_CALL T_SetGIFVersion(int32_t flag);
 
 /* The logical screen that GIF files declare.
- * width, height  1 to 65535 each; 0, 0 (the default): the display's, 1280 x 1024 where there is
- * none Other programs, and loads of frames, show the picture on a canvas of this size, so a caller
- * who writes for them gives the picture's. T_OK or T_ERR_ARGUMENT. */
+ * width, height  1 to 65535 each; 0, 0 (the default): the display's, or 1280 x 1024
+ * Other programs, and loads of frames, show the picture on a canvas of this size, so a caller who
+ * writes for them gives the picture's. T_OK or T_ERR_ARGUMENT. */
 T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
 
 /* Where the depth of a GIF picture comes from: 0 (the default) always the size field of the
