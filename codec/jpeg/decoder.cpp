@@ -116,13 +116,15 @@ Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
   return latch_quantisers(scan_);
 }
 
-// Streams without any Huffman table, as frames of motion JPEG (AVI) are, mean the standard's (K.3).
+// Huffman tables that never came mean the standard's (K.3): frames of motion JPEG (AVI) have none.
 Status Decoder::install_standard_tables() {
   Tables& tables = tables_[0];
-  if (tables.has_huffman || frame_.is_progressive || frame_.is_arithmetic) return kOk;
+  if (frame_.is_progressive || frame_.is_arithmetic) return kOk;
   for (size_t i = 0; i < 2; ++i) {
-    TRY(build_table(kStandardDc[i], TableClass::kDc, tables.dc[i]));
-    TRY(build_table(kStandardAc[i], TableClass::kAc, tables.ac[i]));
+    HuffmanTable& dc = tables.dc[i];
+    HuffmanTable& ac = tables.ac[i];
+    if (!dc.is_defined) TRY(build_table(kStandardDc[i], TableClass::kDc, dc));
+    if (!ac.is_defined) TRY(build_table(kStandardAc[i], TableClass::kAc, ac));
   }
   return kOk;
 }
@@ -224,15 +226,19 @@ void Decoder::decode_pair(uint32_t x, uint32_t mcus) {
 }
 
 bool Decoder::decode_mcu(size_t which) {
+  bool is_good = true;
   int16_t* block = pair_.data() + which * mcu_block_count_ * kBlockSize;
   for (size_t i = 0; i < mcu_block_count_; ++i, block += kBlockSize) {
     const McuBlock& b = mcu_blocks_[i];
-    const int last = decode_sequential(reader_.bits.at, *b.dc_table, *b.ac_table,
-                                       reader_.dc[b.component], block);
-    if (last == kBadBlock) return false;
+    int last = decode_sequential(reader_.bits.at, *b.dc_table, *b.ac_table, reader_.dc[b.component],
+                                 block);
+    if (last == kBadBlock) [[unlikely]] {
+      is_good = false;
+      last = 63;
+    }
     last_[which][i] = static_cast<uint8_t>(last);
   }
-  return true;
+  return is_good;
 }
 
 // Both blocks are transformed though one may be lost: fill_lost() covers it. The extent is that of

@@ -97,8 +97,9 @@ Status MarkerReader::read_segments(Frame& frame, Scan& scan, Extras& extras, Seg
     if (has_no_segment(code)) continue;
     std::array<uint8_t, 2> length;
     TRY(source_.read(length));
-    if (load_be16(length.data()) < 2) return kBadData;
-    left_ = load_be16(length.data()) - 2u;
+    // A length counts itself. Segments that say less are empty: of those that nobody needs that is
+    // no loss.
+    left_ = std::max<uint32_t>(load_be16(length.data()), 2) - 2;
     TRY(read_segment(code, frame, scan, extras));
     TRY(skip_rest());
     if (code == marker::kSos) {
@@ -183,6 +184,23 @@ Status MarkerReader::read_frame(int code, Frame& frame) {
   return is_supported ? kOk : kSubtype;
 }
 
+namespace {
+
+// Tdj and Taj are 0 to 3 (table B.3). What a progressive scan has no use for (G.1.2) is some number
+// in damaged streams, and becomes 0.
+Status check_tables(const Frame& frame, Scan& scan) {
+  const bool needs_dc = !frame.is_progressive || (scan.band.first == 0 && !scan.band.is_refining);
+  const bool needs_ac = !frame.is_progressive || scan.band.first > 0;
+  for (ScanComponent& c : std::span(scan.components).first(scan.count)) {
+    if (!needs_dc) c.dc_table = 0;
+    if (!needs_ac) c.ac_table = 0;
+    if (c.dc_table >= kMaxTables || c.ac_table >= kMaxTables) return kBadData;
+  }
+  return kOk;
+}
+
+}  // namespace
+
 // B.2.3: Ns, then Csj, Tdj and Taj of each component, then Ss, Se, Ah and Al.
 //
 // kept: B.2.3 wants at most 10 blocks in an MCU and components in the order of the frame; neither
@@ -204,16 +222,13 @@ Status MarkerReader::read_scan(const Frame& frame, Scan& scan) {
     }
     if (index == frame.count) return kBadData;
     is_taken[index] = true;
-    const size_t dc_table = bytes[1] >> 4;
-    const size_t ac_table = bytes[1] & 15;
-    if (dc_table >= kMaxTables || ac_table >= kMaxTables) return kBadData;
-    scan.components[i] = {index, dc_table, ac_table};
+    scan.components[i] = {index, size_t{bytes[1]} >> 4, bytes[1] & size_t{15}};
   }
   std::array<uint8_t, 3> bytes;
   TRY(take(bytes));
   scan.band = {.first = 0, .last = 63, .low = 0, .is_refining = false};
   // Sequential scans have Ss 0, Se 63, Ah and Al 0 (table B.3), whatever stands there.
-  if (!frame.is_progressive) return kOk;
+  if (!frame.is_progressive) return check_tables(frame, scan);
 
   // G.1.1.1.1: a scan has the DC coefficients or a band of AC coefficients, that of one component.
   // G.1.1.1.2: refinements add one bit to those there are. Al is 13 at most (table B.3).
@@ -223,7 +238,7 @@ Status MarkerReader::read_scan(const Frame& frame, Scan& scan) {
   if (band.first > band.last || band.last > 63 || band.low > 13) return kBadData;
   if (band.first == 0 && band.last != 0) return kBadData;
   if (band.first != 0 && scan.count != 1) return kBadData;
-  return high != 0 && band.low != high - 1 ? kBadData : kOk;
+  return high != 0 && band.low != high - 1 ? kBadData : check_tables(frame, scan);
 }
 
 // B.2.4.1: Pq, Tq and 64 values in zigzag order, any number of tables in a segment. Values of 16
@@ -267,7 +282,6 @@ Status MarkerReader::read_huffman() {
     } else {
       TRY(build_table(spec, TableClass::kAc, tables_.ac[id]));
     }
-    tables_.has_huffman = true;
   }
   return kOk;
 }

@@ -91,7 +91,6 @@ struct Tables {
   std::array<HuffmanTable, kMaxTables> dc;
   std::array<HuffmanTable, kMaxTables> ac;
   uint32_t restart_interval;  // in MCUs, 0: none
-  bool has_huffman;           // any DHT segment so far
   Conditioning conditioning;
 };
 

@@ -30,10 +30,14 @@ bool ScanReader::pass_lost() {
   return false;
 }
 
-// Damage in coded data shows late, so that the MCU at hand is the last that may be right. What
-// follows is lost up to the next restart, where predictions begin anew. kept: data that were cut
-// read as zeros up to the end of an MCU; only then the cut is told.
-void ScanReader::fail() {
+// What follows is lost up to the next restart, where predictions begin anew, if nothing can be
+// decoded on. kept: data that were cut read as zeros up to the end of an MCU, which is shown: only
+// then the cut is told.
+bool ScanReader::leave_damaged() {
+  if (!is_exhausted() && !is_arithmetic_) {
+    note(kBadData);
+    return true;
+  }
   end_of_band_run = 0;
   const bool is_cut = is_exhausted() && bits.skip_to_marker() == kEndOfData;
   note(is_cut ? source_->shortage() : kBadData);
@@ -42,6 +46,7 @@ void ScanReader::fail() {
   } else {
     lost_ = left_;
   }
+  return !is_arithmetic_;
 }
 
 // E.2.4: what is left of the interval is skipped, RSTm is taken, predictions start again.
@@ -62,15 +67,20 @@ void ScanReader::restart() {
 // Finds the marker of the interval that begins now: RST0 to RST7 in turn (B.2.1). One that is one
 // or two numbers ahead means that as many intervals are missing; one or two behind is a leftover,
 // and what comes with it is dropped. Any other is taken as it is: the numbers cannot tell more, as
-// they come round after eight. False when none comes.
+// they come round after eight. A reserved code (02 to BF of table B.1) is a byte gone wrong, and
+// passed; any other marker ends the scan. False when none comes.
 bool ScanReader::find_restart() {
   for (;;) {
     const int code = bits.skip_to_marker();
-    if (code < marker::kRst0 || code > marker::kRst7) {
-      note(code == kEndOfData ? source_->shortage() : kBadData);
-      return false;
-    }
+    const bool is_restart = code >= marker::kRst0 && code <= marker::kRst7;
+    const bool is_reserved = code >= 0 && code < marker::kSof0;
+    if (!is_restart) note(code == kEndOfData ? source_->shortage() : kBadData);
+    if (!is_restart && !is_reserved) return false;
     source_->consume(2);
+    if (is_reserved) {
+      bits.begin(*source_);
+      continue;
+    }
     if (takes_any_number_) expected_ = static_cast<uint32_t>(code - marker::kRst0);
     takes_any_number_ = false;
     const auto ahead = (static_cast<uint32_t>(code - marker::kRst0) - expected_) & 7;

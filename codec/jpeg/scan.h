@@ -13,8 +13,10 @@
 
 namespace tavo::jpeg {
 
-// Hands out the MCUs of a scan in turn. An MCU that cannot be decoded takes with it what follows up
-// to the next restart marker, or to the end of the scan when it has none.
+// Hands out the MCUs of a scan in turn. Behind a code that does not exist decoding goes on with the
+// next block: Huffman codes fall into step again, so that what follows is displaced at worst. Data
+// that end, and damage of arithmetic codes, take with them what follows up to the next restart
+// marker, or to the end of the scan when it has none.
 //
 //   if (scan.enter()) { decode from scan.bits.at; scan.leave(good) } else { the MCU is lost }
 class ScanReader {
@@ -34,13 +36,8 @@ class ScanReader {
     bits.ensure();
     return true;
   }
-  // True when the MCU just decoded is good.
-  bool leave(bool is_good) {
-    if (is_good && !is_exhausted()) [[likely]]
-      return true;
-    fail();
-    return false;
-  }
+  // True when there is something to show of the MCU just decoded.
+  bool leave(bool is_good) { return is_good && !is_exhausted() ? true : leave_damaged(); }
 
   // How many MCUs after the present one come before the next restart, and passing them unread.
   uint32_t until_restart() const { return interval_ == 0 ? UINT32_MAX : left_; }
@@ -68,7 +65,7 @@ class ScanReader {
   void restart();
   bool find_restart();
   bool pass_lost();
-  void fail();
+  bool leave_damaged();
   void note(Status status) {
     if (outcome_.ok()) outcome_ = status;
   }
