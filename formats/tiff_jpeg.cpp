@@ -34,12 +34,14 @@ Status JpegRows::read_tables() {
   return decoder_.feed_tables(bytes_);
 }
 
-// A frame header counts its lines in 16 bits (ISO/IEC 10918-1, B.2.2).
+// A frame header counts in 16 bits (ISO/IEC 10918-1, B.2.2). That of pieces may be the picture's,
+// which is wider than a tile.
 Status JpegRows::read_block_header(uint32_t lines) {
   if (layout_ == JpegLayout::kStreams) return decoder_.read_header(bytes_, read_options(image_));
-  if (lines > UINT16_MAX) return kBadData;
+  const uint32_t columns = image_.is_tiled ? image_.block_width : decoder_.frame().width;
+  if (lines > UINT16_MAX || columns > UINT16_MAX) return kBadData;
   TRY(skip_markers(bytes_));
-  decoder_.continue_with(bytes_, lines);
+  decoder_.continue_with(bytes_, columns, lines);
   return kOk;
 }
 

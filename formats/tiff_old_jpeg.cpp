@@ -226,9 +226,11 @@ Status Finder::read_interchange_format(uint32_t header, JpegLayout& layout) {
 }
 
 // `is_within`: the first strip lies in the stream whose header has been read. Pieces begin anew,
-// which needs whole MCU rows.
+// which needs whole MCU rows, or a header that is a strip's.
 JpegLayout Finder::choose_layout(bool is_within) const {
-  const bool is_even = image_.block_height % (8 * decoder_.frame().v_max) == 0;
+  const jpeg::Frame& frame = decoder_.frame();
+  const bool is_even =
+      image_.block_height % (8 * frame.v_max) == 0 || frame.height == image_.block_height;
   const bool is_whole = block_count() == 1 || is_within || !decoder_.is_single_scan() || !is_even;
   return is_whole && !image_.is_tiled ? JpegLayout::kWhole : JpegLayout::kParts;
 }
@@ -270,6 +272,7 @@ Status skip_markers(ByteSource& bytes) {
 
 jpeg::ReadOptions read_options(const Image& image) {
   jpeg::ReadOptions options;
+  options.is_smooth = image.compression == kJpeg;
   switch (image.photometric) {
     case kRgb:
       if (image.compression == kJpeg) options.color = jpeg::ColorSpace::kRgb;

@@ -25,12 +25,6 @@ std::vector<std::string> split(const std::string& text, char separator) {
   return parts;
 }
 
-std::string trimmed(const std::string& text) {
-  const size_t first = text.find_first_not_of(" \r");
-  if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(" \r") - first + 1);
-}
-
 }  // namespace
 
 std::vector<CorpusFile> corpus_files(const std::string& format) {
@@ -43,10 +37,8 @@ std::vector<CorpusFile> corpus_files(const std::string& format) {
     const std::vector<std::string> fields = split(line, '\t');
     if (fields.size() < 8 || fields[1] != format) continue;
     CorpusFile file{folder + fields[0], fields[0], fields[1], fields[6], {}};
-    for (const std::string& reference : split(fields[7], ';')) {
-      for (const std::string& one : split(reference, ',')) {
-        if (!trimmed(one).empty()) file.references.push_back(folder + trimmed(one));
-      }
+    for (const std::string& reference : split(fields[7], ' ')) {
+      file.references.push_back(folder + reference);
     }
     files.push_back(file);
   }

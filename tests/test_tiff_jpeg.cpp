@@ -14,11 +14,12 @@ constexpr uint32_t kWidth = 40;
 constexpr uint32_t kHeight = 44;
 constexpr uint32_t kStripRows = 16;
 
-// A stream and where its parts are. Colours are shared by two pixels of a row, so that pieces of
-// the picture do not differ from the whole at their edges.
+// A stream and where its parts are. Two pixels of a row share their colours, which are the same
+// everywhere, so that it does not matter whether they are smoothed or repeated.
 struct Parts {
   explicit Parts(int restart_interval) {
     JpegPicture picture(kWidth, kHeight, ycc(2, 1), 7);
+    for (size_t c : {1, 2}) std::ranges::fill(picture.coefficients[c], std::array<int, 64>{60});
     stream = jpeg_stream(picture, {.restart_interval = restart_interval});
     for (size_t at = 2; data == 0; at += 2 + size_of(at)) take_segment(at);
     split(restart_interval);
@@ -92,6 +93,7 @@ struct OldFile {
   std::vector<uint32_t> sizes = {};
   uint32_t strip_rows = kStripRows;
   std::vector<TiffTag> more = {};
+  bool is_tiled = false;
 
   void add_strip(const Bytes& strip) {
     offsets.push_back(kStart + static_cast<uint32_t>(data.size()));
@@ -101,10 +103,11 @@ struct OldFile {
   Bytes file() const {
     std::vector<TiffTag> tags = {
         {256, 3, {kWidth}}, {257, 3, {kHeight}}, {258, 3, {8, 8, 8}}, {259, 3, {6}}, {262, 3, {6}}};
-    if (!offsets.empty()) tags.push_back({273, 4, offsets});
+    if (!offsets.empty()) tags.push_back({is_tiled ? 324u : 273u, 4, offsets});
     tags.push_back({277, 3, {3}});
-    tags.push_back({278, 4, {strip_rows}});
-    if (!sizes.empty()) tags.push_back({279, 4, sizes});
+    tags.push_back({is_tiled ? 323u : 278u, 4, {strip_rows}});
+    if (is_tiled) tags.push_back({322, 3, {kWidth}});
+    if (!sizes.empty()) tags.push_back({is_tiled ? 325u : 279u, 4, sizes});
     tags.insert(tags.end(), more.begin(), more.end());
     return tiff_file(tags, data);
   }
@@ -205,6 +208,13 @@ TEST(OldJpegInTiff, AllArrangementsShowTheSamePicture) {
   OldFile one = with_tables(plain, 0);
   one.strip_rows = kHeight;
   files.emplace_back("tables in tags, one strip", one);
+  // Tiles with the strips' data, as those are as wide as a picture of 40 pixels.
+  OldFile tiled = with_pieces(header, parts.pieces);
+  tiled.is_tiled = true;
+  files.emplace_back("tiles", tiled);
+  // The header's frame is as wide as the picture, a tile is not.
+  tiled.data[parts.frame + 8] = 80;
+  files.emplace_back("tiles, header of another width", tiled);
   for (const auto& [what, file] : files) EXPECT_EQ(picture_of(file.file()), want) << what;
 }
 

@@ -84,9 +84,10 @@ void Decoder::forget_rows(ByteSource& source) {
 
 // The older form of JPEG in TIFF 6.0 (section 22) has such data: a header in one place, strips
 // elsewhere.
-void Decoder::continue_with(ByteSource& source, uint32_t lines) {
+void Decoder::continue_with(ByteSource& source, uint32_t columns, uint32_t lines) {
   forget_rows(source);
   is_part_ = true;
+  frame_.set_width(columns);
   frame_.set_height(lines);
 }
 
@@ -96,6 +97,7 @@ Status Decoder::read_header(ByteSource& source, const ReadOptions& options) {
   TRY(take_tables());
   forget_rows(source);
   is_part_ = false;
+  is_smooth_ = options.is_smooth;
   frame_ = Frame();
   extras_ = Extras();
   is_latched_.fill(false);
@@ -171,7 +173,7 @@ Status Decoder::start(PixelLayout layout) {
   layout_ = layout;
   transform_ = choose_inverse_transform();
   rows_.emplace();
-  TRY(rows_->start(frame_, color_, layout));
+  TRY(rows_->start(frame_, color_, layout, is_smooth_));
   return is_single_scan() ? start_direct() : read_all_scans();
 }
 

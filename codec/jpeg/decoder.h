@@ -37,6 +37,8 @@ struct ReadOptions {
   // The height when the frame header leaves it to a DNL segment behind the first scan: see
   // find_line_count.
   uint32_t lines = 0;
+  // Whether components of fewer samples go smoothly from one to the next, or are repeated.
+  bool is_smooth = true;
 };
 
 class Decoder {
@@ -50,9 +52,9 @@ class Decoder {
   Status read_header(ByteSource& source, const ReadOptions& options);
 
   // Instead of another read_header(): goes on with a stream that has entropy-coded data alone,
-  // `lines` rows that everything but the height of the header read last applies to. Its restart
-  // markers may begin with any number. Of headers with is_single_scan() only.
-  void continue_with(ByteSource& source, uint32_t lines);
+  // `lines` rows of `columns` pixels that everything else of the header read last applies to. Its
+  // restart markers may begin with any number. Of headers with is_single_scan() only.
+  void continue_with(ByteSource& source, uint32_t columns, uint32_t lines);
 
   // After read_header:
   const Frame& frame() const { return frame_; }
@@ -138,6 +140,7 @@ class Decoder {
   Scan scan_;
   Extras extras_;
   ColorSpace color_ = ColorSpace::kYcc;
+  bool is_smooth_ = true;
   ByteSource* source_ = nullptr;
   bool is_part_ = false;  // of a stream: without a header of its own
   // Of each component since its first scan, and whether that has come.

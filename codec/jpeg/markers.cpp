@@ -25,7 +25,18 @@ bool is_frame_header(int code) {
 
 }  // namespace
 
-// A.1.1: a component has ceil(Y * Vi / Vmax) lines, whatever its MCUs are padded to (A.2.4).
+// A.1.1: a component has ceil(X * Hi / Hmax) columns.
+void Frame::set_width(uint32_t columns) {
+  width = columns;
+  mcus_wide = divide_up(columns, 8 * h_max);
+  for (size_t i = 0; i < count; ++i) {
+    Component& c = components[i];
+    c.width = divide_up(columns * c.h, h_max);
+    c.blocks_wide = divide_up(c.width, 8);
+  }
+}
+
+// A.1.1: and ceil(Y * Vi / Vmax) lines, whatever its MCUs are padded to (A.2.4).
 void Frame::set_height(uint32_t lines) {
   height = lines;
   mcus_high = divide_up(lines, 8 * v_max);
@@ -173,13 +184,7 @@ Status MarkerReader::read_frame(int code, Frame& frame) {
     frame.h_max = std::max<uint32_t>(frame.h_max, frame.components[i].h);
     frame.v_max = std::max<uint32_t>(frame.v_max, frame.components[i].v);
   }
-  frame.mcus_wide = divide_up(frame.width, 8 * frame.h_max);
-  // A.1.1: a component has ceil(X * Hi / Hmax) columns.
-  for (size_t i = 0; i < count; ++i) {
-    Component& c = frame.components[i];
-    c.width = divide_up(frame.width * c.h, frame.h_max);
-    c.blocks_wide = divide_up(c.width, 8);
-  }
+  frame.set_width(frame.width);
   frame.set_height(load_be16(&head[1]));
   return is_supported ? kOk : kSubtype;
 }

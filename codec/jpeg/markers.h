@@ -52,7 +52,8 @@ struct Frame {
   uint32_t mcus_wide = 0;
   uint32_t mcus_high = 0;
 
-  // Computes what follows from the height.
+  // Compute what follows from the width, and from the height.
+  void set_width(uint32_t columns);
   void set_height(uint32_t lines);
 
   // Pixels of all MCUs: what there is to decode.

@@ -44,7 +44,7 @@ RowMaker::Scaling RowMaker::choose_scaling(const Component& c) const {
 
 // Rows have room for an MCU more, as the transform takes pairs of them, and slack on both sides,
 // where the upsampling kernels read neighbours that do not exist.
-Status RowMaker::start(const Frame& frame, ColorSpace space, PixelLayout layout) {
+Status RowMaker::start(const Frame& frame, ColorSpace space, PixelLayout layout, bool is_smooth) {
   frame_ = &frame;
   space_ = space;
   layout_ = layout;
@@ -58,6 +58,7 @@ Status RowMaker::start(const Frame& frame, ColorSpace space, PixelLayout layout)
     Plane& plane = planes_[i];
     plane.mcu_rows = 8u * c.v;
     plane.scaling = choose_scaling(c);
+    if (!is_smooth && plane.scaling != Scaling::kNone) plane.scaling = Scaling::kRepeat;
     plane.stride = round_up<size_t>(size_t{8} * c.h * (frame.mcus_wide + 1) + 2 * kRowSlack, 64);
     TRY(plane.samples.allocate(uint64_t{plane.stride} * plane.mcu_rows * 2));
     if (plane.scaling != Scaling::kNone) TRY(plane.scaled.allocate(row_bytes));

@@ -30,7 +30,7 @@ enum class PixelLayout { kGray8, kRgb24, kBgr24 };
 class RowMaker {
  public:
   // `frame` is kept by address.
-  Status start(const Frame& frame, ColorSpace space, PixelLayout layout);
+  Status start(const Frame& frame, ColorSpace space, PixelLayout layout, bool is_smooth);
 
   // How many components, the first ones, the layout asks for.
   size_t needed_components() const { return needed_; }
