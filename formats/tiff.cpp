@@ -16,6 +16,11 @@ namespace {
 
 using process::RowDelivery;
 
+// All rows are there, as far as the data were sound.
+Status finish(RowDelivery& rows, Status outcome) {
+  return outcome.ok() ? rows.finish() : rows.finish_early(outcome);
+}
+
 // Rows that are stored as bitmaps hold them: read in place.
 Status read_direct(StoredRows& stored, const PixelConverter& pixels, const Image& image,
                    RowDelivery& rows) {
@@ -25,10 +30,10 @@ Status read_direct(StoredRows& stored, const PixelConverter& pixels, const Image
     const Status status = stored.next(row);
     if (!status.ok()) return rows.finish_early(status);
     if (stored.row(0).data() != row.data()) std::ranges::copy(stored.row(0), row.begin());
-    pixels.finish_row(row);
+    if (!stored.is_lost()) pixels.finish_row(row);
     TRY(rows.commit());
   }
-  return rows.finish();
+  return finish(rows, stored.outcome());
 }
 
 // All others. `line`: of the rows that a unit of subsampled YCbCr has (6.0, section 21).
@@ -38,10 +43,15 @@ Status read_converted(StoredRows& stored, PixelConverter& pixels, const Image& i
     const uint32_t line = y % image.unit_height;
     const Status status = line == 0 ? stored.next() : kOk;
     if (!status.ok()) return rows.finish_early(status);
-    pixels.convert(stored, line, rows.next_row().data());
+    const std::span<uint8_t> row = rows.next_row();
+    if (stored.is_lost()) {
+      std::ranges::fill(row, uint8_t{0});
+    } else {
+      pixels.convert(stored, line, row.data());
+    }
     TRY(rows.commit());
   }
-  return rows.finish();
+  return finish(rows, stored.outcome());
 }
 
 // Damaged streams deliver what can be decoded, and the picture's status comes at the end. Grey of
@@ -58,7 +68,7 @@ Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& ro
     }
     TRY(rows.commit(1, stored.outcome().ok() ? 1 : 0));
   }
-  return stored.outcome().ok() ? rows.finish() : rows.finish_early(stored.outcome());
+  return finish(rows, stored.outcome());
 }
 
 }  // namespace

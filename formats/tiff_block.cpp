@@ -79,9 +79,48 @@ Status BlockDecoder::begin(io::InputFile& file, uint64_t position, uint64_t size
     case kNone:
       return kOk;
     default:
-      ccitt_.begin(bytes_);
-      return kOk;
+      return begin_fax(file, position, size, decoded);
   }
+}
+
+// Whether the first rows of a block come out whole.
+Status BlockDecoder::try_coding(ccitt::Coding coding, uint64_t rows, bool& is_it) {
+  Buffer row;
+  TRY(row.allocate(image_->row_bytes(image_->block_width)));
+  TRY(ccitt_.start(coding, image_->block_width, image_->is_reversed));
+  ccitt_.begin(bytes_);
+  Status status = kOk;
+  for (uint64_t y = 0; y < rows && status.ok(); ++y) status = ccitt_.decode_row(row.bytes());
+  is_it = status.ok() && ccitt_.damaged_rows() == 0 && ccitt_.end_rows() == 0;
+  return status == kNoMemory ? status : bytes_.failure();
+}
+
+// Programs are about that write what compression 2 is (6.0, section 10), one-dimensional rows on
+// byte boundaries without end-of-line codes, and call it Group 3, with any T4Options. Where the
+// first block does not begin with the zeros of such a code (T.4, 4.1.2) its first rows tell.
+Status BlockDecoder::begin_fax(io::InputFile& file, uint64_t position, uint64_t size,
+                               uint64_t decoded) {
+  constexpr uint64_t kRowsToTry = 16;
+  if (!knows_coding_ && image_->compression == kGroup3) {
+    while (bytes_.window().empty() && !bytes_.at_end()) TRY(bytes_.refill());
+    const bool is_doubtful = !bytes_.window().empty() && bytes_.window()[0] != 0;
+    const uint64_t rows = std::min(decoded / image_->row_bytes(image_->block_width), kRowsToTry);
+    const auto again = [&] {
+      part_.set(file, position, size, false, decoded);
+      bytes_.reset();
+    };
+    bool is_it = !is_doubtful;
+    if (!is_it) TRY(try_coding(coding_of(*image_), rows, is_it));
+    if (!is_it) {
+      again();
+      TRY(try_coding(ccitt::Coding::kRuns, rows, is_it));
+      if (!is_it) TRY(ccitt_.start(coding_of(*image_), image_->block_width, image_->is_reversed));
+    }
+    if (is_doubtful) again();
+  }
+  knows_coding_ = true;
+  ccitt_.begin(bytes_);
+  return kOk;
 }
 
 // 6.0, section 13: codes have their highest bit first and data begin with a clear code. Files of

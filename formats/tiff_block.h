@@ -86,6 +86,8 @@ class BlockDecoder {
   template <class Lzw>
   Status read_lzw(Lzw& decoder, std::span<uint8_t> row);
   Status begin_lzw();
+  Status begin_fax(io::InputFile& file, uint64_t position, uint64_t size, uint64_t decoded);
+  Status try_coding(ccitt::Coding coding, uint64_t rows, bool& is_it);
   void undo_predictor(std::span<uint8_t> row) const;
 
   const Image* image_ = nullptr;
@@ -93,6 +95,7 @@ class BlockDecoder {
   FilePart part_;
   ByteSource bytes_;
   ccitt::Decoder ccitt_;
+  bool knows_coding_ = false;  // of the fax kind
   inflate::Decoder inflate_;
   lzw::HighFirstDecoder lzw_;
   lzw::LowFirstDecoder old_lzw_;

@@ -61,6 +61,31 @@ bool is_integer(uint16_t type) {
   }
 }
 
+// Tags that have one value, by their definitions.
+constexpr bool has_one_value(Tag tag) {
+  switch (tag) {
+    case Tag::kBitsPerSample:
+    case Tag::kStripOffsets:
+    case Tag::kStripByteCounts:
+    case Tag::kPageNumber:
+    case Tag::kColorMap:
+    case Tag::kTileOffsets:
+    case Tag::kTileByteCounts:
+    case Tag::kExtraSamples:
+    case Tag::kSampleFormat:
+    case Tag::kJpegTables:
+    case Tag::kJpegQTables:
+    case Tag::kJpegDcTables:
+    case Tag::kJpegAcTables:
+    case Tag::kYCbCrCoefficients:
+    case Tag::kYCbCrSubSampling:
+    case Tag::kReferenceBlackWhite:
+      return false;
+    default:
+      return true;
+  }
+}
+
 }  // namespace
 
 uint16_t ByteOrder::u16(const uint8_t* bytes) const {
@@ -130,6 +155,8 @@ Status Directory::read_link(uint64_t directory, uint64_t& next) {
 // Tag, type, count, and the values, when they fit, or their offset. Small values stand at the
 // field's left end in either byte order (6.0, section 2), so that their position serves for both.
 // Entries should be sorted and tags unique; in files where they are not, the first one counts.
+// Where a tag of one value has a count of more that are nowhere in the file, the value is here:
+// damage that costs nothing.
 void Directory::take_entry(const uint8_t* entry, uint64_t position) {
   const uint16_t tag = order_.u16(entry);
   const uint16_t type = order_.u16(entry + 2);
@@ -145,6 +172,15 @@ void Directory::take_entry(const uint8_t* entry, uint64_t position) {
   const uint64_t stored =
       order_.is_64_bit ? order_.u64(entry + value_at) : order_.u32(entry + value_at);
   field = {type, count, is_inline ? position + value_at : stored};
+  if (has_one_value(static_cast<Tag>(tag)) && size <= inline_bytes && !is_in_file(field)) {
+    field = {type, 1, position + value_at};
+  }
+}
+
+// Nothing is in front of the header's end.
+bool Directory::is_in_file(const Field& field) const {
+  return field.position >= 8 && field.position <= file_bytes_ &&
+         field.count <= (file_bytes_ - field.position) / type_size(field.type);
 }
 
 // In pieces: a directory may have 65,535 entries, most files' have twenty.
@@ -171,6 +207,7 @@ Status Directory::read_entries(uint64_t position) {
 
 Status Directory::open(io::InputFile& file, int32_t page) {
   file_ = &file;
+  TRY(file.size(file_bytes_));
   TRY(read_header(first_));
   TRY(walk(page, page_));
   return read_entries(directory_);

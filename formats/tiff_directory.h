@@ -137,6 +137,7 @@ class Directory {
   Status read_link(uint64_t directory, uint64_t& next);
   Status read_entries(uint64_t position);
   void take_entry(const uint8_t* entry, uint64_t position);
+  bool is_in_file(const Field& field) const;
   Status read_count(uint64_t position, uint64_t& count) const;
   size_t entry_size() const { return order_.is_64_bit ? 20 : 12; }
 
@@ -147,6 +148,7 @@ class Directory {
   uint64_t end_link_ = 0;
   int32_t page_ = 0;
   uint32_t extras_ = 0;
+  uint32_t file_bytes_ = 0;
   std::array<Field, kLastTag - kFirstTag + 1> fields_ = {};
 };
 

@@ -57,6 +57,14 @@ uint32_t samples_of(uint32_t photometric) {
   }
 }
 
+// What cannot be read of a tag that a picture can do without is not there.
+Status get_if_readable(const Directory& directory, Tag tag, uint32_t fallback, uint32_t& value,
+                       uint64_t index = 0) {
+  if (directory.get(tag, fallback, value, index).ok()) return kOk;
+  value = fallback;
+  return directory.file().failure();
+}
+
 // Samples: how many, how large. Files with one size for all samples, or fewer sizes than samples,
 // are common: those that are missing are the first one's. Without SamplesPerPixel the number of
 // sizes tells. PhotometricInterpretation has no default (section 8), but is left out: white is zero
@@ -89,7 +97,7 @@ Status parse_samples(const Directory& directory, Image& image, bool& is_known) {
   constexpr uint32_t kSigned = 2;
   constexpr uint32_t kUnknown = 4;
   uint32_t format = 0;
-  TRY(directory.get(Tag::kSampleFormat, kUnsigned, format));
+  TRY(get_if_readable(directory, Tag::kSampleFormat, kUnsigned, format));
   const bool is_number =
       format == kUnsigned || format == kUnknown || (format == kSigned && image.bits == 8);
   const bool is_size = (image.bits >= 1 && image.bits <= 16) || image.bits == 32;
@@ -139,8 +147,8 @@ bool are_units(const Image& image) {
 Status parse_units(const Directory& directory, Image& image, bool& is_known) {
   is_known = true;
   if (image.photometric != kYCbCr || image.is_jpeg()) return kOk;
-  TRY(directory.get(Tag::kYCbCrSubSampling, 2, image.unit_width, 0));
-  TRY(directory.get(Tag::kYCbCrSubSampling, 2, image.unit_height, 1));
+  TRY(get_if_readable(directory, Tag::kYCbCrSubSampling, 2, image.unit_width, 0));
+  TRY(get_if_readable(directory, Tag::kYCbCrSubSampling, 2, image.unit_height, 1));
   is_known = are_units(image);
   return kOk;
 }

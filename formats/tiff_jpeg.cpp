@@ -9,6 +9,7 @@ namespace {
 
 constexpr uint32_t kInputBytes = 32768;
 constexpr uint32_t kInputStep = 1024;
+constexpr uint8_t kGrey = 128;
 
 }  // namespace
 
@@ -74,41 +75,78 @@ Status JpegRows::read_row() {
   return outcome_.ok() ? kBadData : outcome_;
 }
 
-Status JpegRows::read_tile_row(uint32_t rows) {
+// Keeps the status of damage; other failures end all work.
+Status JpegRows::note(Status status) {
+  if (!is_damage(status, directory_.file())) return status;
+  if (outcome_.ok()) outcome_ = status;
+  return kOk;
+}
+
+Status JpegRows::read_tile(uint32_t across, uint32_t rows) {
   const size_t row_bytes = size_t{image_.width} * pixel_bytes_;
   const size_t tile_bytes = size_t{image_.block_width} * pixel_bytes_;
-  for (uint32_t across = 0; across < image_.blocks_across; ++across) {
-    TRY(begin_block(uint64_t{block_row_} * image_.blocks_across + across, image_.block_height));
-    const size_t from = across * tile_bytes;
-    const size_t part = std::min({tile_bytes, row_bytes - from, line_bytes_});
-    for (uint32_t y = 0; y < rows; ++y) {
-      TRY(read_row());
-      std::memcpy(band_.data() + y * row_bytes + from, line_.data(), part);
+  const size_t from = across * tile_bytes;
+  const size_t part = std::min(tile_bytes, row_bytes - from);
+  uint8_t* to = band_.data() + from;
+  Status status =
+      begin_block(uint64_t{block_row_} * image_.blocks_across + across, image_.block_height);
+  for (uint32_t y = 0; y < rows; ++y, to += row_bytes) {
+    if (status.ok()) status = read_row();
+    if (status.ok()) {
+      std::memcpy(to, line_.data(), std::min(part, line_bytes_));
+    } else {
+      std::memset(to, kGrey, part);
     }
   }
-  return kOk;
+  return status;
+}
+
+Status JpegRows::read_tile_row(uint32_t rows) {
+  uint32_t lost = 0;
+  for (uint32_t across = 0; across < image_.blocks_across; ++across) {
+    const Status status = read_tile(across, rows);
+    if (status.ok()) continue;
+    TRY(note(status));
+    ++lost;
+  }
+  return lost == image_.blocks_across && !blocks_.has_more(block_row_) ? outcome_ : kOk;
 }
 
 // One stream for the whole picture counts as one block.
 Status JpegRows::next(std::span<uint8_t> into) {
+  const size_t row_bytes = size_t{image_.width} * pixel_bytes_;
   if (rows_left_ == 0) {
     const uint32_t first = block_row_ * image_.block_height;
     rows_left_ = image_.height - first;
     if (layout_ != JpegLayout::kWhole) rows_left_ = std::min(rows_left_, image_.block_height);
     rows_taken_ = 0;
-    TRY(image_.is_tiled ? read_tile_row(rows_left_) : begin_block(block_row_, rows_left_));
+    const Status status =
+        image_.is_tiled ? read_tile_row(rows_left_) : begin_block(block_row_, rows_left_);
+    if (image_.is_tiled) TRY(status);
+    if (!status.ok()) TRY(note(status));
+    is_strip_lost_ = !status.ok();
     ++block_row_;
   }
-  const size_t row_bytes = size_t{image_.width} * pixel_bytes_;
   --rows_left_;
   if (image_.is_tiled) {
     std::memcpy(into.data(), band_.data() + rows_taken_++ * row_bytes, row_bytes);
     return kOk;
   }
-  TRY(read_row());
-  const size_t part = std::min(row_bytes, line_bytes_);
-  std::memcpy(into.data(), line_.data(), part);
-  std::memset(into.data() + part, 0, row_bytes - part);
+  return next_of_strips(into.first(row_bytes));
+}
+
+Status JpegRows::next_of_strips(std::span<uint8_t> into) {
+  const Status status = is_strip_lost_ ? outcome_ : read_row();
+  if (status.ok()) {
+    const size_t part = std::min(into.size(), line_bytes_);
+    std::memcpy(into.data(), line_.data(), part);
+    std::ranges::fill(into.subspan(part), uint8_t{0});
+    return kOk;
+  }
+  TRY(note(status));
+  is_strip_lost_ = true;
+  if (layout_ == JpegLayout::kWhole || !blocks_.has_more(block_row_ - 1)) return outcome_;
+  std::ranges::fill(into, kGrey);
   return kOk;
 }
 

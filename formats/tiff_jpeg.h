@@ -25,7 +25,7 @@ class JpegRows {
   // The next row of the picture, 1 or 3 bytes a pixel.
   Status next(std::span<uint8_t> into);
 
-  // After the last row: what the first damaged stream said, or kOk. Its lost rows are grey.
+  // After the last row: what the first damaged stream said, or kOk. What is lost is grey.
   Status outcome() const { return outcome_; }
 
  private:
@@ -33,7 +33,10 @@ class JpegRows {
   Status read_block_header(uint32_t lines);
   Status begin_block(uint64_t block, uint32_t lines);
   Status read_row();
+  Status read_tile(uint32_t across, uint32_t rows);
   Status read_tile_row(uint32_t rows);
+  Status next_of_strips(std::span<uint8_t> into);
+  Status note(Status status);
 
   const Directory& directory_;
   const Image& image_;
@@ -50,6 +53,7 @@ class JpegRows {
   uint32_t block_row_ = 0;
   uint32_t rows_left_ = 0;
   uint32_t rows_taken_ = 0;
+  bool is_strip_lost_ = false;
 };
 
 }  // namespace tavo::tiff

@@ -32,8 +32,9 @@ Status skip_markers(ByteSource& bytes);
 // What the components are. The file knows, whatever markers the stream has; but where the older
 // form says RGB, it is the stream that does.
 //
-// kept: in the older form the samples that pixels share (6.0, section 21) are theirs as they are, as
-// other programs show such files; those of compression 7 are smoothed, as those of any JPEG stream.
+// kept: in the older form the samples that pixels share (6.0, section 21) are theirs as they are,
+// as other programs show such files; those of compression 7 are smoothed, as those of any JPEG
+// stream.
 jpeg::ReadOptions read_options(const Image& image);
 
 }  // namespace tavo::tiff

@@ -28,14 +28,16 @@ uint32_t bits_at(const uint8_t* row, uint64_t position, uint32_t bits) {
   return value >> (got - skipped - bits) & ((1u << bits) - 1);
 }
 
-// Fractions of a tag in 65536ths; those that make no sense leave what `values` has.
+// Fractions of a tag in 65536ths; those that make no sense, or cannot be read, leave what `values`
+// has.
 Status read_fractions(const Directory& directory, Tag tag, std::span<int64_t> values) {
   for (size_t i = 0; i < values.size(); ++i) {
     uint32_t numerator = 0;
     uint32_t denominator = 0;
-    const Status status = directory.rational(tag, i, numerator, denominator);
-    if (status == kBadData) continue;
-    TRY(status);
+    if (!directory.rational(tag, i, numerator, denominator).ok()) {
+      TRY(directory.file().failure());
+      continue;
+    }
     const int64_t value = static_cast<int64_t>(numerator) * kOne / denominator;
     if (value <= 1024 * kOne) values[i] = value;
   }

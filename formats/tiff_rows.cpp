@@ -43,21 +43,40 @@ Status BlockTable::start() {
 // Many tiles may have one block's data in common: an attack makes each of them expensive.
 Status BlockTable::count_bytes(uint64_t taken) {
   bytes_taken_ += taken;
-  return bytes_taken_ <= most_bytes_ ? kOk : kBadData;
+  is_used_up_ |= bytes_taken_ > most_bytes_;
+  return is_used_up_ ? kBadData : kOk;
 }
 
 Status BlockTable::count_pixels(uint64_t pixels) {
   pixels_ += pixels;
-  return formats::check_plausible(formats::Density::kJpeg, pixels_, 1, file_bytes_);
+  is_used_up_ |= !formats::check_plausible(formats::Density::kJpeg, pixels_, 1, file_bytes_).ok();
+  return is_used_up_ ? kBadData : kOk;
 }
 
-// Byte counts may be missing, 0 or too large: the data then go on as far as they can.
+// The blocks of all planes are looked up, once.
+bool BlockTable::has_more(uint32_t block_row) {
+  if (is_used_up_) return false;
+  if (!last_row_) {
+    last_row_ = 0;
+    const uint64_t blocks = uint64_t{image_.blocks_across} * image_.blocks_down;
+    uint64_t position = 0;
+    for (uint64_t i = 0; i < blocks * image_.planes() && offsets_.get(i, position).ok(); ++i) {
+      if (contains(position)) last_row_ = std::max(*last_row_, i % blocks / image_.blocks_across);
+    }
+  }
+  return block_row < *last_row_;
+}
+
+bool is_damage(Status status, const io::InputFile& file) {
+  return (status == kBadData || status == kReadError) && file.failure().ok();
+}
+
+// Byte counts may be missing, unreadable, 0 or too large: the data then go on as far as they can.
 Status BlockTable::find(uint64_t block, uint64_t& position, uint64_t& size) {
   TRY(offsets_.get(block, position));
   if (position >= file_bytes_) return kReadError;
   size = 0;
-  const Status status = sizes_.get(block, size);
-  if (status != kBadData) TRY(status);
+  if (!sizes_.get(block, size).ok()) TRY(directory_.file().failure());
   if (size == 0) size = rest(position);
   size = std::min(size, rest(position));
   return kOk;
@@ -114,40 +133,62 @@ Status StoredRows::next(std::span<uint8_t> into) {
   return kOk;
 }
 
+// Keeps the status of damage; other failures end all work.
+Status StoredRows::note(Status status) {
+  if (!is_damage(status, directory_.file())) return status;
+  if (outcome_.ok()) outcome_ = status;
+  return kOk;
+}
+
+Status StoredRows::begin_strips() {
+  rows_left_ = rows_in_block(block_row_number_);
+  for (uint32_t p = 0; p < image_.planes(); ++p) {
+    const Status status = begin_block(p, block_row_number_, rows_left_);
+    is_strip_lost_[p] = !status.ok();
+    if (!status.ok()) TRY(note(status));
+  }
+  ++block_row_number_;
+  return kOk;
+}
+
 // Rows begin at byte boundaries (6.0, section 3), those of each plane, too.
 Status StoredRows::next_of_strips(std::span<uint8_t> into) {
-  if (rows_left_ == 0) {
-    rows_left_ = rows_in_block(block_row_number_);
-    for (uint32_t p = 0; p < image_.planes(); ++p) {
-      TRY(begin_block(p, block_row_number_, rows_left_));
-    }
-    ++block_row_number_;
-  }
+  if (rows_left_ == 0) TRY(begin_strips());
   --rows_left_;
+  lost_ = 0;
   for (uint32_t p = 0; p < image_.planes(); ++p) {
     const bool goes_straight = into.size() >= row_bytes_;
     const std::span<uint8_t> row =
         goes_straight ? into.first(row_bytes_)
                       : std::span(block_row_.data() + p * block_row_bytes_, row_bytes_);
-    TRY(decoders_[p].read_row(row));
     rows_[p] = row;
+    const Status status = is_strip_lost_[p] ? outcome_ : decoders_[p].read_row(row);
+    if (status.ok()) continue;
+    TRY(note(status));
+    is_strip_lost_[p] = true;
+    std::ranges::fill(row, uint8_t{0});
+    ++lost_;
   }
-  return kOk;
+  return is_lost() && !blocks_.has_more(block_row_number_ - 1) ? outcome_ : kOk;
 }
 
 // Tiles go from left to right, rows of them from top to bottom (6.0, section 15).
 Status StoredRows::read_tile_row() {
   rows_left_ = rows_in_block(block_row_number_);
   rows_taken_ = 0;
+  lost_ = 0;
   for (uint32_t p = 0; p < image_.planes(); ++p) {
+    uint32_t lost_tiles = 0;
     for (uint32_t across = 0; across < image_.blocks_across; ++across) {
-      TRY(begin_block(p, uint64_t{block_row_number_} * image_.blocks_across + across,
-                      divide_up(image_.block_height, image_.unit_height)));
-      TRY(read_tile(p, across, rows_left_));
+      const Status status = read_tile(p, across, rows_left_);
+      if (status.ok()) continue;
+      TRY(note(status));
+      ++lost_tiles;
     }
+    if (lost_tiles == image_.blocks_across) ++lost_;
   }
   ++block_row_number_;
-  return kOk;
+  return is_lost() && !blocks_.has_more(block_row_number_ - 1) ? outcome_ : kOk;
 }
 
 // Tiles at the edges are whole: what is beyond the picture is dropped.
@@ -155,11 +196,17 @@ Status StoredRows::read_tile(uint32_t plane, uint32_t across, uint32_t rows) {
   const size_t from = across * block_row_bytes_;
   const size_t part = std::min(block_row_bytes_, row_bytes_ - from);
   uint8_t* to = band_.data() + size_t{plane} * band_rows_ * row_bytes_ + from;
+  Status status = begin_block(plane, uint64_t{block_row_number_} * image_.blocks_across + across,
+                              divide_up(image_.block_height, image_.unit_height));
   for (uint32_t y = 0; y < rows; ++y, to += row_bytes_) {
-    TRY(decoders_[plane].read_row({block_row_.data(), block_row_bytes_}));
-    std::memcpy(to, block_row_.data(), part);
+    if (status.ok()) status = decoders_[plane].read_row({block_row_.data(), block_row_bytes_});
+    if (status.ok()) {
+      std::memcpy(to, block_row_.data(), part);
+    } else {
+      std::memset(to, 0, part);
+    }
   }
-  return kOk;
+  return status;
 }
 
 }  // namespace tavo::tiff

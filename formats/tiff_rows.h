@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "base/buffer.h"
@@ -19,6 +20,10 @@ class BlockTable {
 
   // The coded bytes of a block; without a size the rest of the file. kReadError: behind its end.
   Status find(uint64_t block, uint64_t& position, uint64_t& size);
+
+  // Whether the file has any block below this row of blocks, so that it is worth going on behind
+  // damage there.
+  bool has_more(uint32_t block_row);
 
   bool contains(uint64_t position) const { return position < file_bytes_; }
 
@@ -40,7 +45,12 @@ class BlockTable {
   uint64_t most_bytes_ = 0;
   uint64_t bytes_taken_ = 0;
   uint64_t pixels_ = 0;
+  bool is_used_up_ = false;
+  std::optional<uint64_t> last_row_;  // of blocks, that the file has any of
 };
+
+// What is wrong with the data of a block, but not with reading.
+bool is_damage(Status status, const io::InputFile& file);
 
 class StoredRows {
  public:
@@ -50,19 +60,28 @@ class StoredRows {
   Status start();
 
   // Goes to the next stored row (of image.unit_height rows of the picture). Of chunky strips, with
-  // `into` long enough, straight there.
+  // `into` long enough, straight there. What is lost of a damaged block is zero, as long as the
+  // file has blocks behind it; then the status of the first damage.
   Status next() { return next({}); }
   Status next(std::span<uint8_t> into);
 
   // The row of a plane: image.row_bytes(image.width) bytes.
   std::span<const uint8_t> row(uint32_t plane) const { return rows_[plane]; }
 
+  // Nothing of the present row is there.
+  bool is_lost() const { return lost_ == image_.planes(); }
+
+  // After the last row: what the first damaged block said, or kOk.
+  Status outcome() const { return outcome_; }
+
  private:
   uint32_t rows_in_block(uint32_t block_row) const;
   Status begin_block(uint32_t plane, uint64_t block, uint32_t rows);
+  Status begin_strips();
   Status next_of_strips(std::span<uint8_t> into);
   Status read_tile_row();
   Status read_tile(uint32_t plane, uint32_t across, uint32_t rows);
+  Status note(Status status);
 
   const Directory& directory_;
   const Image& image_;
@@ -79,6 +98,10 @@ class StoredRows {
   uint32_t block_row_number_ = 0;  // of the blocks that are next
   uint32_t rows_left_ = 0;         // in the present ones
   uint32_t rows_taken_ = 0;
+
+  Status outcome_ = kOk;
+  std::array<bool, kMaxUsedSamples> is_strip_lost_ = {};
+  uint32_t lost_ = 0;  // planes of which the present row is lost
 };
 
 }  // namespace tavo::tiff

@@ -1250,11 +1250,12 @@ T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
  *             T_ERR_WRITE: it has T_MAX_PAGES already; T_ERR_SUBTYPE: its offsets have 64 bits;
  *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page.
  * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
- * writes, or that strips share beyond all measure: T_ERR_BAD_DATA. Tags whose values were cut off
- * are T_ERR_READ, but for a resolution. What is lost of JPEG data is grey, and the status comes
- * last. Damaged Group 3 rows keep what could be read of them. Group 4 pictures that end before the
- * last row are white from there on.
- * Facts: TIFF Revision 6.0, its Technical Notes, ITU-T T.4 and T.6, RFC 1950 and 1951. */
+ * writes, or that strips share beyond all measure: T_ERR_BAD_DATA. A strip or tile with such data
+ * costs its own rows, which are zero, as long as the file has others behind it; what is lost of
+ * JPEG data is grey. The status comes last. Damaged Group 3 rows keep what could be read of them.
+ * Group 4 pictures that end before the last row are white from there on. Tags that a picture needs
+ * and whose values were cut off are T_ERR_READ. Facts: TIFF Revision 6.0, its Technical Notes,
+ * ITU-T T.4 and T.6, RFC 1950 and 1951. */
 T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTIFBitmap(const char* name, BitmapHandle* bitmap);
@@ -1550,10 +1551,11 @@ T_API int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitm
  * dots per inch comes from the JFIF density, or from the trailer of a CMP file. Orientation tags
  * are not applied.
  *
- * A stream that is cut or damaged delivers the rows that can be decoded, up to a restart marker
- * where it has them, mid grey for what is lost, and then gives T_ERR_READ (cut) or T_ERR_BAD_DATA
- * (damaged, or more scans than any picture needs, of which the first are used); where more than
- * 2^28 pixels would be grey, the rows end at the loss.
+ * A stream that is cut or damaged delivers the rows that can be decoded: behind a bad code it goes
+ * on with the next block, and in step again from the next restart marker on. What is lost is mid
+ * grey. Then it gives T_ERR_READ (cut) or T_ERR_BAD_DATA (damaged, or more scans than any picture
+ * needs, of which the first are used); where more than 2^28 pixels would be grey, the rows end at
+ * the loss.
  *
  * Memory does not depend on the height for sequential streams of one scan; progressive streams, and
  * those with a scan for each component, take 2 bytes a sample. */

@@ -68,6 +68,12 @@ TEST(Tiff, SamplesBecomeThePixelsThatTheyMean) {
        {0x70, 0x00, 0x35, 0xC0},
        1,
        {255, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0}},
+      {"runs called Group 3",
+       with(with(with(with(tags(1, 1, 0, 3), {259, 3, {3}}), {257, 3, {2}}), {278, 3, {2}}),
+            {292, 4, {5}}),
+       {0x70, 0x35, 0xC0},
+       1,
+       {255, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0}},
       {"bits reversed", with(tags(1, 1, 1, 1), {266, 3, {2}}), {0x02}, 1, {0, 0, 0, 255, 255, 255}},
   };
   for (const auto& c : cases) {
@@ -156,15 +162,76 @@ TEST(Tiff, BadDirectoriesAreStatuses) {
     return read_directly(T_LoadTIFFile, file);
   };
   EXPECT_EQ(read_cut({282, 5, {300, 1}}), T_OK);
+  EXPECT_EQ(read_cut({339, 3, {1, 1, 1}}), T_OK);
+  EXPECT_EQ(read_cut({279, 4, {4, 4}}), T_OK);
   EXPECT_EQ(read_cut({258, 3, {8, 8, 8}}), T_ERR_READ);
-  EXPECT_EQ(read_cut({339, 3, {1, 1, 1}}), T_ERR_READ);
-  EXPECT_EQ(read_cut({274, 3, {1, 1, 1}}), T_ERR_READ);
+  // A tag of one value, photometric, with a count of more than there can be.
+  Bytes miscounted = tiff_file(raw, data);
+  miscounted[8 + data.size() + 2 + 4 * 12 + 7] = 0x77;
+  EXPECT_EQ(read_directly(T_LoadTIFFile, miscounted), T_OK);
   // A page that is its own successor counts once; one that follows nothing is no page.
   Bytes ring = tiff_file(raw, data);
   const Bytes here(ring.begin() + 4, ring.begin() + 8);
   std::copy(here.begin(), here.end(), ring.end() - 4);
   FILEINFO info = info_of(ring);
   EXPECT_EQ(info.PageCount, 1);
+}
+
+TEST(Tiff, ADamagedBlockCostsItsOwnRows) {
+  const Bytes row = {3, 10, 20, 30, 40};
+  const Bytes cut = {3, 50};
+  JpegPicture flat(8, 1, {{1, 1, 1}}, std::vector{50});
+  const Bytes stream = jpeg_stream(flat, {});
+  // Blocks of one row; the middle one is damaged, or the last one is not there.
+  const auto file = [](std::vector<TiffTag> tags, const std::vector<Bytes>& blocks, bool is_tiled) {
+    std::vector<uint32_t> offsets;
+    std::vector<uint32_t> sizes;
+    Bytes data;
+    for (const Bytes& block : blocks) {
+      offsets.push_back(block.empty() ? 0xFFFF : 8 + static_cast<uint32_t>(data.size()));
+      sizes.push_back(static_cast<uint32_t>(block.size()));
+      data = join({data, block});
+    }
+    tags = without(without(without(tags, 273), 278), 279);
+    tags = with(tags, {is_tiled ? 323u : 278u, 3, {1}});
+    if (is_tiled) tags = with(tags, {322, 3, {4}});
+    tags =
+        with(with(tags, {is_tiled ? 324u : 273u, 4, offsets}), {is_tiled ? 325u : 279u, 4, sizes});
+    return tiff_file(tags, data);
+  };
+  const auto gray = tiff_tags(4, 3, 8, 1, 32773, 1, 0);
+  const auto jpeg = tiff_tags(8, 3, 8, 1, 7, 1, 0);
+  const auto planes = with(tiff_tags(4, 1, 8, 3, 32773, 2, 0), {284, 3, {2}});
+  const struct {
+    const char* what;
+    Bytes file;
+    int32_t status;
+    Bytes pixels;
+  } cases[] = {
+      {"strips",
+       file(gray, {row, cut, row}, false),
+       T_ERR_READ,
+       {10, 20, 30, 40, 0, 0, 0, 0, 10, 20, 30, 40}},
+      {"tiles",
+       file(gray, {row, cut, row}, true),
+       T_ERR_READ,
+       {10, 20, 30, 40, 0, 0, 0, 0, 10, 20, 30, 40}},
+      {"nothing behind",
+       file(gray, {row, row, {}}, false),
+       T_ERR_READ,
+       {10, 20, 30, 40, 10, 20, 30, 40, 0, 0, 0, 0}},
+      {"a plane",
+       file(planes, {row, {}, row}, false),
+       T_ERR_READ,
+       {10, 0, 10, 20, 0, 20, 30, 0, 30, 40, 0, 40}},
+      {"JPEG", file(jpeg, {stream, row, stream}, false), T_ERR_BAD_DATA,
+       join({Bytes(8, 50), Bytes(8, 128), Bytes(8, 50)})},
+  };
+  for (const auto& c : cases) {
+    Bitmap bitmap;
+    EXPECT_EQ(load(c.file, bitmap), c.status) << c.what;
+    EXPECT_EQ(pixels(bitmap.get()), c.pixels) << c.what;
+  }
 }
 
 // Strips of one row that share data, most of which make no pixel.
