@@ -157,9 +157,11 @@ uint32_t PictureDecoder::whole_of(uint32_t count) const {
   return std::clamp(decoder_.whole_rows(), row, row + count) - row;
 }
 
-// As many rows at once as the delivery has room for.
-Status PictureDecoder::deliver_all() {
+// As many rows at once as the delivery has room for. Where damage begins is noted on the way, since
+// decoding goes on behind it.
+Status PictureDecoder::deliver_all(io::InputFile& file, const ByteSource& source) {
   while (!is_finished()) {
+    (void)file.note_damage(decoder_.outcome(), source);
     if (container_.is_half_height) {
       TRY(deliver_row());
       continue;
@@ -262,7 +264,7 @@ Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_
   PictureDecoder decoder;
   TRY(read_header(decoder, file, source, container));
   TRY(decoder.start(*bitmap, sink, bits_per_pixel, context, option));
-  return file.note_damage(decoder.deliver_all(), source);
+  return file.note_damage(decoder.deliver_all(file, source), source);
 }
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

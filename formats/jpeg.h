@@ -51,8 +51,9 @@ class PictureDecoder {
   Status start(BitmapHandle& bitmap, T_RowSink sink, int32_t bits_per_pixel, void* context,
                int32_t option);
 
-  // Delivers all rows, or the next one. The decoder's outcome or the sink's answer.
-  Status deliver_all();
+  // Delivers all rows, of a stream that `source` reads from `file`, or the next one. The decoder's
+  // outcome or the sink's answer.
+  Status deliver_all(io::InputFile& file, const ByteSource& source);
   Status deliver_row();
   bool is_finished() const { return rows_left_ == 0; }
   Status finish();

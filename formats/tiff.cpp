@@ -31,7 +31,7 @@ Status read_direct(StoredRows& stored, const PixelConverter& pixels, const Image
     if (!status.ok()) return rows.finish_early(status);
     if (stored.row(0).data() != row.data()) std::ranges::copy(stored.row(0), row.begin());
     if (!stored.is_lost()) pixels.finish_row(row);
-    TRY(rows.commit());
+    TRY(rows.commit(1, stored.outcome().ok() ? 1 : 0));
   }
   return finish(rows, stored.outcome());
 }
@@ -49,7 +49,7 @@ Status read_converted(StoredRows& stored, PixelConverter& pixels, const Image& i
     } else {
       pixels.convert(stored, line, row.data());
     }
-    TRY(rows.commit());
+    TRY(rows.commit(1, stored.outcome().ok() ? 1 : 0));
   }
   return finish(rows, stored.outcome());
 }

@@ -78,7 +78,7 @@ Status JpegRows::read_row() {
 // Keeps the status of damage; other failures end all work.
 Status JpegRows::note(Status status) {
   if (!is_damage(status, directory_.file())) return status;
-  if (outcome_.ok()) outcome_ = status;
+  if (outcome_.ok()) outcome_ = directory_.file().note_damage(status, bytes_);
   return kOk;
 }
 

@@ -206,30 +206,36 @@ TEST(Tiff, ADamagedBlockCostsItsOwnRows) {
     const char* what;
     Bytes file;
     int32_t status;
+    int32_t whole_rows;
     Bytes pixels;
   } cases[] = {
       {"strips",
        file(gray, {row, cut, row}, false),
        T_ERR_READ,
+       1,
        {10, 20, 30, 40, 0, 0, 0, 0, 10, 20, 30, 40}},
       {"tiles",
        file(gray, {row, cut, row}, true),
        T_ERR_READ,
+       1,
        {10, 20, 30, 40, 0, 0, 0, 0, 10, 20, 30, 40}},
       {"nothing behind",
        file(gray, {row, row, {}}, false),
        T_ERR_READ,
+       2,
        {10, 20, 30, 40, 10, 20, 30, 40, 0, 0, 0, 0}},
       {"a plane",
        file(planes, {row, {}, row}, false),
        T_ERR_READ,
+       0,
        {10, 0, 10, 20, 0, 20, 30, 0, 30, 40, 0, 40}},
-      {"JPEG", file(jpeg, {stream, row, stream}, false), T_ERR_BAD_DATA,
+      {"JPEG", file(jpeg, {stream, row, stream}, false), T_ERR_BAD_DATA, 1,
        join({Bytes(8, 50), Bytes(8, 128), Bytes(8, 50)})},
   };
   for (const auto& c : cases) {
     Bitmap bitmap;
     EXPECT_EQ(load(c.file, bitmap), c.status) << c.what;
+    EXPECT_EQ(T_GetRowsRead(), c.whole_rows) << c.what;
     EXPECT_EQ(pixels(bitmap.get()), c.pixels) << c.what;
   }
 }
