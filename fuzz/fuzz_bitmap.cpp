@@ -316,7 +316,7 @@ constexpr int32_t kFormats[] = {
     T_FORMAT_TIFF_GROUP3, T_FORMAT_CMP_1BIT,    T_FORMAT_TIFF_GROUP4,
     T_FORMAT_TIFF_LZW,    T_FORMAT_CALS,        T_FORMAT_TIFF_GROUP3_2D,
     T_FORMAT_RAS,         T_FORMAT_JPEG_2X1_24, T_FORMAT_MAC,
-    T_FORMAT_IMG,         T_FORMAT_MSP,
+    T_FORMAT_IMG,         T_FORMAT_MSP,         T_FORMAT_WPG,
 };
 
 void Machine::save() {
@@ -385,6 +385,7 @@ void Machine::stream() {
                     : info.Format == T_FORMAT_MAC  ? T_LoadMACFile
                     : info.Format == T_FORMAT_IMG  ? T_LoadIMGFile
                     : info.Format == T_FORMAT_MSP  ? T_LoadMSPFile
+                    : info.Format == T_FORMAT_WPG  ? T_LoadWPGFile
                                                    : T_LoadBMPFile;
   const int32_t status = read(name, &second, Rows::sink, bits, &rows);
   if (known(status) == T_OK) require(rows.next == static_cast<uint32_t>(second.Height));

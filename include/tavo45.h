@@ -22,7 +22,7 @@
  *   Resampling                     rows and bitmaps of another size
  *   Processing                     rotation, filters, adjustments of whole bitmaps
  *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint, MSP,
- *                                GEM IMG
+ *                                  GEM IMG, WPG
  *   Compressed pictures: coding    JPEG and CMP, stamps
  *   Compressed pictures: 1 bit     bilevel CMP files
  *   Compressed pictures: decoding  JPEG and CMP, whole or in pieces; stamps, how they are coded
@@ -252,6 +252,7 @@ typedef struct BitmapHandle {
 #define T_FORMAT_MAC 51
 #define T_FORMAT_IMG 52
 #define T_FORMAT_MSP 53
+#define T_FORMAT_WPG 54
 #define T_FORMAT_RAS 55
 #define T_FORMAT_DCX 202 /* save variant of T_FORMAT_PCX: pages, be it one */
 
@@ -1310,6 +1311,28 @@ T_API int32_t T_CALL T_LoadIMGFile(const char* name, BitmapHandle* bitmap, T_Row
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadIMGBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveIMGBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* WordPerfect Graphics (WPG): the bitmaps of files of version 1 and 2. What they hold of drawings,
+ * text and PostScript is skipped.
+ * Read        Version 1: 1, 2, 4 and 8 bits, bitmaps of type 1 and 2; version 2: 1, 2, 4, 8 and 24
+ *             bits, plain or run-length coded. T_SetPageNumber chooses one of several bitmaps,
+ *             beyond the last one the last. T_ERR_SUBTYPE: no bitmap is there (FILEINFO has the
+ *             drawing's size in pixels at 96 per inch then), other depths and codings, an encrypted
+ *             file (1 x 1 pixel in FILEINFO).
+ * Delivered   1 bit as black (0) and white (1), 2 and 4 bits as 4, 8 and 24 bits (T_ORDER_RGB), top
+ *             row first; with the colors of the maps before the bitmap, on top of the VGA's. The
+ *             mirrorings and quarter turns of type 2 are done; such a picture is held in memory.
+ * Written     Version 1 with one bitmap of 1, 4 or 8 bits (other depths: T_ERR_DEPTH); of 1 bit the
+ *             brighter color becomes white, others get a map of the bitmap's Colors. More than
+ *             65535 pixels either way: T_ERR_SIZE; coded rows of 2 GiB: T_ERR_WRITE.
+ * Statuses    T_ERR_BAD_DATA: no WPG header of these versions, an empty bitmap, or units of version
+ *             2 that have 0 or more than 8 bytes. T_ERR_READ: the file ends early; the rows that
+ *             are there are delivered (of a turned picture all, the others white).
+ * Facts: WordPerfect Corporation, "WordPerfect File Format", WPG 1 and 2. */
+T_API int32_t T_CALL T_LoadWPGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadWPGBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveWPGBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
 /* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
  * do; programs that call this before they load bilevel files may go on doing so. T_OK. */

@@ -14,6 +14,7 @@
 #include "formats/ras.h"
 #include "formats/tga.h"
 #include "formats/tiff.h"
+#include "formats/wpg.h"
 
 namespace tavo::pipeline {
 
@@ -118,6 +119,13 @@ constexpr FormatRow kFormats[] = {
      .read = msp::read,
      .write = msp::write,
      .write_depths = depth_bit(1)},
+    {.id = T_FORMAT_WPG,
+     .name = "WPG",
+     .description = "WordPerfect Graphics",
+     .extensions = "wpg",
+     .read = wpg::read,
+     .write = wpg::write,
+     .write_depths = depth_bit(1) | depth_bit(4) | depth_bit(8)},
     {.id = T_FORMAT_TGA,
      .name = "TGA",
      .description = "Truevision TGA",
@@ -201,7 +209,7 @@ constexpr FormatRow kFormats[] = {
 constexpr io::Probe kProbes[] = {
     jpeg::probe_cmp, bilevel::probe, tiff::probe,          tga::probe,  bmp::probe,
     pcx::probe,      cals::probe,    gif::probe,           jpeg::probe, macpaint::probe,
-    gem::probe,      msp::probe,     macpaint::probe_bare, ras::probe,
+    gem::probe,      msp::probe,     macpaint::probe_bare, ras::probe,  wpg::probe,
 };
 
 }  // namespace

@@ -52,6 +52,7 @@ FormatCase ras_case();
 FormatCase macpaint_case();
 FormatCase msp_case();
 FormatCase gem_case();
+FormatCase wpg_case();
 
 // A TIFF file: `data` at offset 8, then a directory of these tags and its longer values.
 struct TiffTag {

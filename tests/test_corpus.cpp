@@ -33,6 +33,7 @@ const CorpusCase kCases[] = {
     {.format = "tga", .tolerance = 1},
     // More than 8 bits are cut in one program and rounded in the other.
     {.format = "tiff", .tolerance = 2},
+    {.format = "wpg"},
 };
 
 // Files whose reference is one program's reading, and why ours is another.

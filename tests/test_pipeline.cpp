@@ -266,6 +266,7 @@ TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
                {T_FORMAT_MAC, 1, T_LoadMACFile, T_LoadMACBitmap, T_SaveMACBitmap},
                {T_FORMAT_IMG, 8, T_LoadIMGFile, T_LoadIMGBitmap, T_SaveIMGBitmap},
                {T_FORMAT_MSP, 1, T_LoadMSPFile, T_LoadMSPBitmap, T_SaveMSPBitmap},
+               {T_FORMAT_WPG, 8, T_LoadWPGFile, T_LoadWPGBitmap, T_SaveWPGBitmap},
                {T_FORMAT_TIFF, 24, T_LoadTIFFile, T_LoadTIFBitmap, T_SaveTIFBitmap}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.format);

@@ -2,16 +2,18 @@
 
 usage: interop_older.py TAVO
 
-MacPaint with netpbm, in both directions. The last line is "N passed, N failed".
+MacPaint and GEM images with netpbm, these with FFmpeg, too, MSP with Pillow, WPG with
+GraphicsMagick and ImageMagick, which only read it. The last line is "N passed, N failed".
 """
 
 import binascii
 import pathlib
+import struct
 import sys
 import tempfile
 
 import interop
-from interop import OWN_DEPTH, check, rgb, run, seen_by_tavo, write
+from interop import CONVERT, OWN_DEPTH, check, pillow, rgb, run, seen_by_tavo, write
 
 
 def page(picture, width=576, height=720):
@@ -43,8 +45,62 @@ def macpaint(kind, path, source, want):
           head and binascii.crc_hqx(head[:124], 0).to_bytes(2, 'big'))
 
 
+def msp(kind, path, source, want):
+    code = 'import sys; from PIL import Image; Image.open(sys.argv[1]).save(sys.argv[2])'
+    theirs = interop.folder / 'theirs.msp'
+    run('/usr/bin/python3', '-c', code, path, theirs)
+    check(f'MSP: {kind} from Pillow', seen_by_tavo(theirs), want)
+    out = written(kind, source, 'ours.msp')
+    check(f'MSP: {kind} by Pillow', out and rgb(pillow(out)), want)
+
+
+def ffmpeg_gem(path):
+    return run('ffmpeg', '-v', 'error', '-f', 'image2', '-c:v', 'gem', '-i', path, '-pix_fmt',
+               'rgb24', '-f', 'image2', '-c:v', 'ppm', '-')
+
+
+def gem(kind, path, source, want):
+    if kind == 'bits':
+        file = write('theirs.img', run('pbmtogem', path))
+        check(f'GEM: {kind} from pbmtogem', seen_by_tavo(file), want)
+    for depth in (1, 4, 8):
+        if depth < OWN_DEPTH[kind]:
+            continue
+        out = written(kind, source, f'ours-{depth}.img', '--bits', str(depth))
+        check(f'GEM: {kind} at {depth} bits by FFmpeg', out and rgb(ffmpeg_gem(out)), want)
+        if depth == 1:
+            check(f'GEM: {kind} by gemtopnm', out and rgb(run('gemtopnm', out)), want)
+
+
+def wpg(kind, source, want):
+    for depth in (1, 4, 8):
+        if depth < OWN_DEPTH[kind]:
+            continue
+        out = written(kind, source, f'ours-{depth}.wpg', '--bits', str(depth))
+        seen = out and rgb(run('gm', 'convert', f'wpg:{out}', '-depth', '8', 'ppm:-'))
+        check(f'WPG: {kind} at {depth} bits by GraphicsMagick', seen, want)
+        if depth > 1:  # of which ImageMagick 6 takes the colours wrongly
+            seen = out and rgb(run(CONVERT, f'wpg:{out}', '-depth', '8', 'ppm:-'))
+            check(f'WPG: {kind} at {depth} bits by ImageMagick', seen, want)
+
+
+def turned_wpg(rotation):
+    """Version 1 with a bitmap of type 2: 3 x 2 pixels of 8 bits, of the standard colours."""
+    bitmap = struct.pack('<H8x5H', rotation, 3, 2, 8, 72, 72) + bytes([6, 1, 2, 3, 4, 5, 6])
+    return (bytes.fromhex('FF575043 10000000 01160100 00000000 0F060100 B0046009 0E16 00000600') +
+            bytes(range(10, 190, 10)) + bytes([0x14, len(bitmap)]) + bitmap + b'\x10\0')
+
+
+def turned():
+    for rotation in (90, 180, 270, 0x8000, 0x2000, 0x8000 + 90, 0x2000 + 270):
+        file = write('turned.wpg', turned_wpg(rotation))
+        check(f'WPG: turned by {rotation:#x}', seen_by_tavo(file),
+              rgb(run('gm', 'convert', f'wpg:{file}', '-depth', '8', 'ppm:-')))
+
+
 def main():
-    interop.start('pbmtomacp', 'macptopbm', 'ppmtobmp')
+    interop.start('pbmtomacp', 'macptopbm', 'pbmtogem', 'gemtopnm', 'ffmpeg', 'gm', CONVERT,
+                  'ppmtobmp')
     with tempfile.TemporaryDirectory() as temporary:
         interop.folder = pathlib.Path(temporary)
         for kind, pnm in interop.pictures().items():
@@ -53,7 +109,12 @@ def main():
             interop.run_to(source, 'ppmtobmp', f'-bpp={OWN_DEPTH[kind]}', path)
             if kind == 'bits':
                 macpaint(kind, path, source, want)
-    return interop.finish(9)
+                msp(kind, path, source, want)
+            if kind != 'photo':
+                gem(kind, path, source, want)
+                wpg(kind, source, want)
+        turned()
+    return interop.finish(50)
 
 
 if __name__ == '__main__':

@@ -1,0 +1,301 @@
+#include "formats/wpg_records.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/byte_source.h"
+#include "base/endian.h"
+#include "color/palettes.h"
+
+namespace tavo::wpg {
+
+namespace {
+
+constexpr uint32_t kScreenDotsPerInch = 96;
+
+// Types of records of version 2.
+constexpr uint8_t kStart2 = 0x01, kEnd2 = 0x02, kColorMap2 = 0x0C, kBitmapData = 0x0E;
+constexpr uint8_t kBitmapPlace = 0x1B;
+
+// Rotation word of bitmap type 2.
+constexpr uint32_t kDegrees = 0x0FFF, kFlipped = 0x2000, kMirrored = 0x8000;
+
+// The records one after the other.
+class Walk {
+ public:
+  Walk(ByteSource& bytes, uint64_t position, uint64_t file_bytes)
+      : bytes_(bytes), position_(position), file_bytes_(file_bytes) {}
+
+  // The next record; false at the end of the file. What is left of the one before is skipped.
+  bool next(bool is_version2) {
+    if (!bytes_.skip(left_).ok()) return false;
+    position_ += left_;
+    left_ = UINT64_MAX;  // its head belongs to no record
+    uint8_t head[2] = {};
+    if (!take({head, is_version2 ? size_t{2} : size_t{1}})) return false;
+    type_ = head[is_version2 ? 1 : 0];
+    uint32_t extension = 0, length = 0;  // the class and extensions of version 2 say nothing of it
+    if (is_version2 && !take_length(extension)) return false;
+    if (!take_length(length)) return false;
+    left_ = length;
+    return true;
+  }
+
+  uint8_t type() const { return type_; }
+  uint64_t position() const { return position_; }
+  // Bytes of the record that are to come; as far as the file goes.
+  uint64_t left() const { return left_; }
+  uint64_t left_in_file() const {
+    return std::min(left_, file_bytes_ - std::min(position_, file_bytes_));
+  }
+
+  // Whether the record has so many bytes more, which are taken then.
+  bool take(std::span<uint8_t> into) {
+    if (left_ < into.size() || !bytes_.read(into).ok()) return false;
+    left_ -= into.size();
+    position_ += into.size();
+    return true;
+  }
+
+ private:
+  // A byte; 0xFF: a word, and if its top bit is set another one, the lower.
+  bool take_length(uint32_t& length) {
+    uint8_t byte = 0, word[2];
+    if (!take({&byte, 1})) return false;
+    length = byte;
+    if (byte != 0xFF) return true;
+    if (!take(word)) return false;
+    length = load_le16(word);
+    if (length < 0x8000) return true;
+    if (!take(word)) return false;
+    length = (length & 0x7FFF) << 16 | load_le16(word);
+    return true;
+  }
+
+  ByteSource& bytes_;
+  uint64_t position_;
+  uint64_t file_bytes_;
+  uint64_t left_ = 0;  // of the record
+  uint8_t type_ = 0;
+};
+
+int32_t screen_pixels(uint32_t units, uint32_t units_per_inch) {
+  if (units_per_inch == 0) units_per_inch = kUnitsPerInch;
+  const uint32_t pixels = (units * kScreenDotsPerInch + units_per_inch / 2) / units_per_inch;
+  return static_cast<int32_t>(std::max(pixels, 1u));
+}
+
+uint32_t distance(const uint8_t* from, const uint8_t* to) {
+  return static_cast<uint32_t>(
+      std::abs(static_cast<int16_t>(load_le16(to)) - static_cast<int16_t>(load_le16(from))));
+}
+
+class Scanner {
+ public:
+  Scanner(Walk& walk, int32_t page, Contents& contents)
+      : walk_(walk), page_(page), contents_(contents) {
+    default_palette(palette_);
+  }
+
+  Status run(bool is_version2) {
+    while (walk_.next(is_version2)) {
+      const bool is_end = walk_.type() == (is_version2 ? kEnd2 : kEnd);
+      if (is_end) break;
+      is_version2 ? take_record2() : take_record1();
+    }
+    const bool is_empty = contents_.bitmap.width == 0 || contents_.bitmap.height == 0;
+    return contents_.count != 0 && is_empty ? kBadData : kOk;
+  }
+
+ private:
+  void take_record1() {
+    switch (walk_.type()) {
+      case kStart: {
+        std::array<uint8_t, 6> start;  // version, flags, width, height
+        if (!walk_.take(start)) return;
+        contents_.width = screen_pixels(load_le16(&start[2]), kUnitsPerInch);
+        contents_.height = screen_pixels(load_le16(&start[4]), kUnitsPerInch);
+        return;
+      }
+      case kColorMap:
+        return take_color_map(3);
+      case kBitmap1:
+        return take_bitmap1(0);
+      case kBitmap2: {
+        std::array<uint8_t, 10> place;  // rotation, corners
+        if (walk_.take(place)) take_bitmap1(load_le16(place.data()));
+        return;
+      }
+      default:
+        return;
+    }
+  }
+
+  void take_bitmap1(uint32_t rotation) {
+    std::array<uint8_t, 10> head;  // width, height, bits, resolutions
+    if (!walk_.take(head)) return;
+    const uint32_t bits = load_le16(&head[4]);
+    StoredBitmap bitmap;
+    bitmap.width = load_le16(&head[0]);
+    bitmap.height = load_le16(&head[2]);
+    bitmap.bits = bits == 1 || bits == 2 || bits == 4 || bits == 8 ? bits : 0;
+    bitmap.x_resolution = load_le16(&head[6]);
+    bitmap.y_resolution = load_le16(&head[8]);
+    bitmap.is_mirrored = (rotation & kMirrored) != 0;
+    bitmap.is_flipped = (rotation & kFlipped) != 0;
+    const auto degrees = static_cast<int32_t>(rotation & kDegrees);
+    if (degrees % 90 == 0) bitmap.degrees = degrees % 360;
+    add(bitmap);
+  }
+
+  void take_record2() {
+    switch (walk_.type()) {
+      case kStart2: {
+        std::array<uint8_t, 13> start;  // units per inch, precision, corners of 16 bits
+        if (!walk_.take(start)) return;
+        has_words_ = start[4] == 0;
+        if (!has_words_) return;
+        contents_.width = screen_pixels(distance(&start[5], &start[9]), load_le16(&start[0]));
+        contents_.height = screen_pixels(distance(&start[7], &start[11]), load_le16(&start[2]));
+        return;
+      }
+      case kColorMap2:
+        return take_color_map(4);
+      case kBitmapPlace: {
+        std::array<uint8_t, 10> place;  // flags, corners; with some flags a transformation between
+        constexpr uint32_t kPlain = 0xFF00;
+        place_width_ = place_height_ = 0;
+        if (!has_words_ || !walk_.take(place)) return;
+        if ((load_le16(place.data()) & ~kPlain) != 0) return;
+        place_width_ = distance(&place[2], &place[6]);
+        place_height_ = distance(&place[4], &place[8]);
+        return;
+      }
+      case kBitmapData:
+        return take_bitmap2();
+      default:
+        return;
+    }
+  }
+
+  void take_bitmap2() {
+    std::array<uint8_t, 6> head;  // width, height, depth code, coding
+    if (!walk_.take(head)) return;
+    constexpr uint8_t kBitsOfCode[] = {0, 1, 2, 4, 8, 0, 0, 0, 24};
+    StoredBitmap bitmap;
+    bitmap.width = load_le16(&head[0]);
+    bitmap.height = load_le16(&head[2]);
+    const bool is_known = head[4] < std::size(kBitsOfCode) && head[5] <= 1;
+    bitmap.bits = is_known ? kBitsOfCode[head[4]] : 0;
+    bitmap.coding = head[5] == 0 ? Coding::kNone : Coding::kRuns2;
+    const auto dots = [](uint32_t pixels, uint32_t units) {
+      return units == 0 ? 0 : static_cast<int32_t>((pixels * kUnitsPerInch + units / 2) / units);
+    };
+    bitmap.x_resolution = dots(bitmap.width, place_width_);
+    bitmap.y_resolution = dots(bitmap.height, place_height_);
+    if (bitmap.coding == Coding::kNone) skip_unit_size(bitmap);
+    add(bitmap);
+  }
+
+  // WordPerfect puts a code of the run-length coding, 7D 01, in front of plain rows, too.
+  void skip_unit_size(const StoredBitmap& bitmap) {
+    const uint64_t row_bytes = (uint64_t{bitmap.width} * bitmap.bits + 7) / 8;
+    std::array<uint8_t, 2> code;
+    if (walk_.left() == row_bytes * bitmap.height + code.size()) walk_.take(code);
+  }
+
+  void take_color_map(size_t entry_bytes) {
+    std::array<uint8_t, 4> head;  // first entry, count
+    if (!walk_.take(head)) return;
+    const uint32_t first = load_le16(&head[0]);
+    const uint32_t end = std::min(first + load_le16(&head[2]), 256u);
+    for (uint32_t i = first; i < end; ++i) {
+      std::array<uint8_t, 4> entry;
+      if (!walk_.take(std::span(entry).first(entry_bytes))) return;
+      palette_[i] = color::rgb_entry(entry.data());
+      has_palette_ = true;
+    }
+  }
+
+  void add(StoredBitmap bitmap) {
+    ++contents_.count;
+    if (contents_.count > page_) return;
+    bitmap.data = walk_.position();
+    bitmap.data_bytes = walk_.left_in_file();
+    contents_.page = contents_.count;
+    contents_.bitmap = bitmap;
+    contents_.has_palette = has_palette_;
+    std::ranges::copy(palette_, contents_.palette);
+  }
+
+  Walk& walk_;
+  int32_t page_;
+  Contents& contents_;
+  T_PaletteEntry palette_[256];
+  bool has_palette_ = false;
+  bool has_words_ = false;  // version 2: coordinates have 16 bits
+  uint32_t place_width_ = 0;
+  uint32_t place_height_ = 0;
+};
+
+}  // namespace
+
+Status scan(io::InputFile& file, uint32_t file_bytes, int32_t page, Contents& contents) {
+  constexpr size_t kFirstRecordAt = 4, kProductAt = 8, kTypeAt = 9, kVersionAt = 10, kKeyAt = 12;
+  std::array<uint8_t, kHeaderBytes> head;
+  size_t got = 0;
+  TRY(file.read_up_to(head, got));
+  if (got < sizeof(kMagic) || std::memcmp(head.data(), kMagic, sizeof(kMagic)) != 0)
+    return kBadData;
+  if (got < head.size()) return kReadError;
+  const uint8_t version = head[kVersionAt];
+  if (head[kProductAt] != kProduct || head[kTypeAt] != kFileType) return kBadData;
+  if (version != 1 && version != 2) return kBadData;
+  contents.is_encrypted = load_le16(&head[kKeyAt]) != 0;
+  const uint32_t first = load_le32(&head[kFirstRecordAt]);
+  if (first < kHeaderBytes) return kBadData;
+  if (contents.is_encrypted || first >= file_bytes) return kOk;
+
+  TRY(file.seek(first));
+  ByteSource bytes(file);
+  TRY(bytes.start());
+  Walk walk(bytes, first, file_bytes);
+  const Status status = Scanner(walk, page, contents).run(version == 2);
+  TRY(bytes.failure());
+  return status;
+}
+
+// Sixteen colours of the EGA, sixteen greys, and nine circles of 24 hues, of three intensities in
+// three saturations, all in steps of 63rds.
+void default_palette(std::span<T_PaletteEntry, 256> palette) {
+  constexpr uint8_t kGrays[] = {0, 5, 8, 11, 14, 17, 20, 24, 28, 32, 36, 40, 45, 50, 56, 63};
+  constexpr uint8_t kLevels[9][5] = {
+      {0, 16, 31, 47, 63}, {31, 39, 47, 55, 63}, {45, 49, 54, 58, 63},
+      {0, 7, 14, 21, 28},  {14, 17, 21, 24, 28}, {20, 22, 24, 26, 28},
+      {0, 4, 8, 12, 16},   {8, 10, 12, 14, 16},  {11, 12, 13, 15, 16}};
+  const auto level = [](uint32_t part) { return static_cast<uint8_t>(part * 255 / 63); };
+  std::ranges::fill(palette, T_PaletteEntry{});
+  for (uint32_t i = 0; i < 16; ++i) {
+    const auto channel = [i](uint32_t bit) {
+      return static_cast<uint8_t>((i & bit ? 0xAA : 0) + (i & 8 ? 0x55 : 0));
+    };
+    palette[i] = {channel(1), channel(2), channel(4), 0};
+    palette[16 + i] = color::gray_entry(level(kGrays[i]));
+  }
+  palette[6].Green = 0x55;  // brown, not a dark yellow
+  uint32_t next = 32;
+  for (const auto& levels : kLevels) {
+    // From blue round to blue: one channel after the other rises or falls by four steps.
+    uint32_t rgb[] = {0, 0, 4};
+    for (uint32_t step = 0; step < 24; ++step) {
+      palette[next++] = {level(levels[rgb[2]]), level(levels[rgb[1]]), level(levels[rgb[0]]), 0};
+      constexpr uint32_t kMoving[] = {0, 2, 1, 0, 2, 1};
+      const uint32_t phase = step / 4;
+      rgb[kMoving[phase]] += phase % 2 == 0 ? 1 : UINT32_MAX;
+    }
+  }
+}
+
+}  // namespace tavo::wpg

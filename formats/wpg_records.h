@@ -1,0 +1,57 @@
+// What stands in a WordPerfect Graphics file: the records of version 1 and 2 up to its bitmaps.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/status.h"
+#include "formats/wpg_runs.h"
+#include "io/input_file.h"
+#include "tavo45.h"
+
+namespace tavo::wpg {
+
+inline constexpr uint32_t kHeaderBytes = 16;
+inline constexpr uint8_t kMagic[] = {0xFF, 'W', 'P', 'C'};
+inline constexpr uint8_t kProduct = 1;      // WordPerfect
+inline constexpr uint8_t kFileType = 0x16;  // a graphics file
+
+// Types of records of version 1.
+inline constexpr uint8_t kBitmap1 = 0x0B, kColorMap = 0x0E, kStart = 0x0F, kEnd = 0x10;
+inline constexpr uint8_t kBitmap2 = 0x14;
+
+inline constexpr uint32_t kUnitsPerInch = 1200;
+
+struct StoredBitmap {
+  uint16_t width = 0;
+  uint16_t height = 0;
+  uint32_t bits = 0;  // 1, 2, 4, 8 or 24; 0: of a kind that is not read
+  Coding coding = Coding::kRuns1;
+  int32_t x_resolution = 0;  // 0: not said
+  int32_t y_resolution = 0;
+  bool is_mirrored = false;  // left to right,
+  bool is_flipped = false;   // upside down,
+  int32_t degrees = 0;       // then turned clockwise: 0, 90, 180, 270
+  uint64_t data = 0;
+  uint64_t data_bytes = 0;  // that the file has
+};
+
+struct Contents {
+  bool is_encrypted = false;
+  int32_t count = 0;    // of bitmaps
+  int32_t page = 1;     // the one asked for, or the last
+  StoredBitmap bitmap;  // that one; meaningless without any
+  T_PaletteEntry palette[256] = {};
+  bool has_palette = false;  // a colour map stands before the bitmap
+  int32_t width = 1;         // of the drawing, in pixels at 96 per inch
+  int32_t height = 1;
+};
+
+// Reads from the file's start. kBadData for another format and an empty bitmap, kNoMemory, and what
+// keeps the file from being read.
+Status scan(io::InputFile& file, uint32_t file_bytes, int32_t page, Contents& contents);
+
+// The colours without a colour map: those of the VGA.
+void default_palette(std::span<T_PaletteEntry, 256> palette);
+
+}  // namespace tavo::wpg
