@@ -149,10 +149,11 @@ Status read_turned(StoredRows& stored, const Contents& contents, BitmapHandle& w
   return bitmap.degrees == 0 ? kOk : process::rotate_bitmap(whole, bitmap.degrees);
 }
 
+// When rows are missing, none of the turned ones counts as read.
 Status deliver(BitmapHandle& whole, const Status& status, RowDelivery& rows) {
   for (uint32_t y = 0; y < static_cast<uint32_t>(whole.Height); ++y) {
     TRY(core::get_row(whole, y, rows.next_row().first(whole.BytesPerLine)));
-    TRY(rows.commit());
+    TRY(rows.commit(1, status.ok() ? 1 : 0));
   }
   return status.ok() ? rows.finish() : rows.finish_early(status);
 }

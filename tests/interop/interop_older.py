@@ -85,8 +85,8 @@ def wpg(kind, source, want):
 
 
 def turned_wpg(rotation):
-    """Version 1 with a bitmap of type 2: 3 x 2 pixels of 8 bits, of the standard colours."""
-    bitmap = struct.pack('<H8x5H', rotation, 3, 2, 8, 72, 72) + bytes([6, 1, 2, 3, 4, 5, 6])
+    """Version 1 with a bitmap of type 2: 3 x 2 pixels of 8 bits behind a map of six colours."""
+    bitmap = struct.pack('<H8x5H', rotation, 3, 2, 8, 72, 72) + bytes([6, 0, 1, 2, 3, 4, 5])
     return (bytes.fromhex('FF575043 10000000 01160100 00000000 0F060100 B0046009 0E16 00000600') +
             bytes(range(10, 190, 10)) + bytes([0x14, len(bitmap)]) + bitmap + b'\x10\0')
 
@@ -114,7 +114,7 @@ def main():
                 gem(kind, path, source, want)
                 wpg(kind, source, want)
         turned()
-    return interop.finish(50)
+    return interop.finish(45)
 
 
 if __name__ == '__main__':
