@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/rows.h"
+#include "platform/platform.h"
 
 namespace tavo::color {
 
@@ -24,6 +25,14 @@ Status RowBlocks::read(uint32_t y, uint32_t count, const uint8_t*& rows) {
     TRY(core::get_row(bitmap_, y + i, buffer_.bytes().subspan(i * stride(), stride())));
   }
   return kOk;
+}
+
+void RowBlocks::drop_above(uint32_t y) {
+  constexpr size_t kPiece = size_t{2} << 20;  // a huge page
+  const size_t end = y * stride() / kPiece * kPiece;
+  if (!is_direct() || end == dropped_) return;
+  platform::discard(stored(0) + dropped_, end - dropped_);
+  dropped_ = end;
 }
 
 uint8_t* RowBlocks::place(uint32_t y) { return is_direct() ? stored(y) : buffer_.data(); }

@@ -28,6 +28,9 @@ class RowBlocks {
   // The pixels of `count` rows from stored row `y` on.
   Status read(uint32_t y, uint32_t count, const uint8_t*& rows);
 
+  // Nobody needs the pixels above row `y` any more: what their memory holds is undefined.
+  void drop_above(uint32_t y);
+
   // Where to put rows, and the step that stores them there, padding zeroed.
   uint8_t* place(uint32_t y);
   Status store(uint32_t y, uint32_t count);
@@ -42,6 +45,7 @@ class RowBlocks {
   core::AccessScope accessed_;
   Buffer buffer_;
   uint32_t rows_ = 0;
+  size_t dropped_ = 0;  // bytes of the rows that nobody needs
 };
 
 }  // namespace tavo::color

@@ -48,7 +48,7 @@ Status convert_file(const char* source, const char* destination, int32_t format,
   TRY(identify(source, info));
   take_resolution(*picture, info);
   const SaveOptions options{.format = format, .bits = bits, .quality = quality};
-  return save_with_resolution(destination, *picture, options);
+  return save_with_resolution(destination, *picture, options, /*consumes=*/true);
 }
 
 namespace {
@@ -174,6 +174,7 @@ bool takes_order(const FILEINFO& info, const SavePlan& plan, io::RowOrder order)
 
 Status stream_file(const char* source, const char* destination, int32_t format, int32_t bits,
                    int32_t quality) {
+  const core::ProgressPart part(0, 100);  // of a stream that gives up, and of what follows it
   const auto whole = [&] { return convert_file(source, destination, format, bits, quality); };
   FILEINFO info;
   TRY(identify(source, info));

@@ -43,6 +43,7 @@ class Load final : public process::RowReceiver {
  private:
   Status set_up(const char* name);
   Status allocate_rows();
+  bool needs_whole() const;
   Status read(const char* name);
   Status replay(const char* name);
   Status start_stages(const BitmapHandle& source);
@@ -120,10 +121,15 @@ Status Load::replay(const char* name) {
   return status;
 }
 
+// Dithering takes rows from the top down. Kept: callbacks get dithered ones as of a whole picture.
+bool Load::needs_whole() const {
+  const bool is_interlaced = (info_.Flags & T_FLAG_INTERLACED) != 0;
+  return asks(T_LOAD_GIF_WHOLE) || (stage_ == Stage::kDither && (is_interlaced || !stores()));
+}
+
 Status Load::read(const char* name) {
   if (format_ == nullptr || format_->read == nullptr) return kNoFormat;
-  const bool whole_asked = asks(T_LOAD_GIF_WHOLE) || stage_ == Stage::kDither;
-  if (format_->delivery == Delivery::kWholeWhenAsked && whole_asked) return replay(name);
+  if (format_->delivery == Delivery::kWholeWhenAsked && needs_whole()) return replay(name);
   const bool is_upright = request_.asks_upright && format_->read_upright != nullptr;
   const io::Reader reader = is_upright  ? format_->read_upright
                             : asks_rgb_ ? format_->read_rgb

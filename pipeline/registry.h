@@ -11,7 +11,7 @@ namespace tavo::pipeline {
 // How a load gets the rows.
 enum class Delivery {
   kStreamed,
-  kWholeWhenAsked,  // with T_LOAD_GIF_WHOLE and for dithering the whole picture, then its rows
+  kWholeWhenAsked,  // with T_LOAD_GIF_WHOLE, and to dither interlaced ones, the whole picture first
 };
 
 struct FormatRow {

@@ -13,16 +13,17 @@ namespace {
 
 constexpr int32_t kPreparationShare = 40;  // percent of a save that needs one
 
-Status prepare(BitmapHandle& copy, Preparation preparation, int32_t depth, uint32_t flags) {
+// `picture` is the save's own.
+Status prepare(BitmapHandle& picture, Preparation preparation, int32_t depth, uint32_t flags) {
   const core::ProgressPart part(0, kPreparationShare);
-  if (preparation == Preparation::kGray) return color::gray_scale_bitmap(copy);
+  if (preparation == Preparation::kGray) return color::gray_scale_bitmap(picture);
   if (depth > 8) {
-    return color::color_resolution(copy, depth, color::PaletteType::kNone, nullptr, 0);
+    return color::color_resolution(picture, depth, color::PaletteType::kNone, nullptr, 0);
   }
-  copy.DitherMethod = T_DITHER_FLOYD_STEINBERG;
+  picture.DitherMethod = T_DITHER_FLOYD_STEINBERG;
   const auto type = (flags & T_SAVE_FIXED_PALETTE) != 0 ? color::PaletteType::kFixed
                                                         : color::PaletteType::kOptimized;
-  return color::color_resolution(copy, depth, type, nullptr, 0);
+  return color::color_resolution(picture, depth, type, nullptr, 0, /*consumes=*/true);
 }
 
 Status write(const SavePlan& plan, BitmapHandle& bitmap) {
@@ -53,27 +54,37 @@ Status write_view(const SavePlan& plan, BitmapHandle& bitmap, uint32_t flags) {
   return status;
 }
 
-}  // namespace
+Status prepare_and_write(const SavePlan& plan, BitmapHandle& picture, uint32_t flags) {
+  TRY(prepare(picture, plan.preparation, plan.request.depth, flags));
+  const core::AccessScope accessed(picture);
+  const core::ProgressPart part(kPreparationShare, 100);
+  return write(plan, picture);
+}
 
-Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) {
+Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options, bool consumes) {
   TRY(core::check_notice());
   if (bitmap.Size == 0) return kBadSize;
   SavePlan plan(name, options, bitmap.BitsPerPixel, core::has_flag(bitmap, T_FLAG_REDUCED));
   TRY(plan.find_target());
   if (options.direct) return write(plan, bitmap);
   if (plan.preparation == Preparation::kNone) return write_view(plan, bitmap, options.flags);
+  if (consumes) return prepare_and_write(plan, bitmap, options.flags);
   core::OwnedBitmap copy;
   TRY(core::copy_bitmap(*copy, bitmap));
   if (keeps_resolution(options.flags)) set_resolution(*copy, bitmap);
-  TRY(prepare(*copy, plan.preparation, plan.request.depth, options.flags));
-  const core::AccessScope accessed(*copy);
-  const core::ProgressPart part(kPreparationShare, 100);
-  return write(plan, *copy);
+  return prepare_and_write(plan, *copy, options.flags);
 }
 
-Status save_with_resolution(const char* name, BitmapHandle& bitmap, SaveOptions options) {
+}  // namespace
+
+Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options) {
+  return save(name, bitmap, options, /*consumes=*/false);
+}
+
+Status save_with_resolution(const char* name, BitmapHandle& bitmap, SaveOptions options,
+                            bool consumes) {
   options.flags |= T_SAVE_KEEP_RESOLUTION;
-  return save(name, bitmap, options);
+  return save(name, bitmap, options, consumes);
 }
 
 }  // namespace tavo::pipeline

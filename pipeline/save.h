@@ -10,7 +10,9 @@ namespace tavo::pipeline {
 // T_SaveFile.
 Status save(const char* name, BitmapHandle& bitmap, const SaveOptions& options);
 
-// The same with the bitmap's resolution kept, which a save's copy would lose.
-Status save_with_resolution(const char* name, BitmapHandle& bitmap, SaveOptions options);
+// The same with the bitmap's resolution kept, which a save's copy would lose. `consumes`: a picture
+// that must be changed is, instead of a copy; it may be lost.
+Status save_with_resolution(const char* name, BitmapHandle& bitmap, SaveOptions options,
+                            bool consumes = false);
 
 }  // namespace tavo::pipeline

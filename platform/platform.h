@@ -20,6 +20,10 @@ int32_t free_block(uintptr_t block);
 // to it: whoever claims a huge picture and brings no pixels takes no memory.
 void clear_block(void* at, size_t bytes);
 
+// Says that nobody reads bytes of a locked block again before they are written anew: where the
+// system can, it takes them back.
+void discard(void* at, size_t bytes);
+
 // A fixed, zeroed block, aligned to 16 bytes or better; null when refused.
 void* allocate_fixed(size_t bytes);
 void free_fixed(void* block);

@@ -5,9 +5,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "platform/allocation_gate.h"
 #include "platform/platform.h"
@@ -59,6 +61,19 @@ void* take_block(size_t bytes, bool is_zeroed) {
   if (is_huge) ask_for_huge_pages(block, bytes);
   gate.block_taken(bytes);
   return block;
+}
+
+// Returns those whole pages among `bytes` to the system that nobody shares: they read as zero
+// afterwards (madvise(2)).
+std::span<uint8_t> give_back(std::span<uint8_t> bytes) {
+#ifdef __linux__
+  const auto page = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
+  const size_t before = -reinterpret_cast<uintptr_t>(bytes.data()) & (page - 1);
+  if (bytes.size() < before + page) return bytes.first(0);
+  const auto pages = bytes.subspan(before, (bytes.size() - before) & ~(page - 1));
+  if (::madvise(pages.data(), pages.size(), MADV_DONTNEED) == 0) return pages;
+#endif
+  return bytes.first(0);
 }
 
 void return_block(void* block) {
@@ -141,22 +156,14 @@ int32_t free_block(uintptr_t block) {
 }
 
 void clear_block(void* at, size_t bytes) {
-#ifdef __linux__
-  // Pages that nobody shares read as zero afterwards (madvise(2)).
-  const auto page = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
-  const size_t before = -reinterpret_cast<uintptr_t>(at) & (page - 1);
-  if (bytes >= kHugePage) {
-    const size_t pages = (bytes - before) & ~(page - 1);
-    auto* const first = static_cast<uint8_t*>(at) + before;
-    if (::madvise(first, pages, MADV_DONTNEED) == 0) {
-      std::memset(at, 0, before);
-      at = first + pages;
-      bytes -= before + pages;
-    }
-  }
-#endif
-  std::memset(at, 0, bytes);
+  const std::span<uint8_t> all(static_cast<uint8_t*>(at), bytes);
+  const std::span<uint8_t> pages = bytes < kHugePage ? all.first(0) : give_back(all);
+  const std::span<uint8_t> before = all.first(static_cast<size_t>(pages.data() - all.data()));
+  std::ranges::fill(before, uint8_t{0});
+  std::ranges::fill(all.subspan(before.size() + pages.size()), uint8_t{0});
 }
+
+void discard(void* at, size_t bytes) { (void)give_back({static_cast<uint8_t*>(at), bytes}); }
 
 void* allocate_fixed(size_t bytes) { return take_block(bytes, true); }
 void free_fixed(void* block) { return_block(block); }

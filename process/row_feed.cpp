@@ -41,21 +41,23 @@ Status RowFeed::prepare(const BitmapHandle& picture, bool is_top_first) {
   }
   const auto fitting = static_cast<uint32_t>(kPieceBytes / row_bytes_);
   piece_rows_ = std::clamp(fitting, 1u, rows_left_);
-  return piece_.allocate(uint64_t{row_bytes_} * piece_rows_ + source_bytes_);
+  return piece_.allocate(uint64_t{row_bytes_} * piece_rows_);
 }
 
-// Of a row in the layout's size, which begins with a row as it came.
-Status RowFeed::change(std::span<uint8_t> row) {
-  if (converts_) TRY(convert_.convert(row.data(), width_));
+Status RowFeed::make(const uint8_t* from, std::span<uint8_t> row) {
+  if (converts_) {
+    TRY(convert_.convert(from, row.data(), width_));
+  } else {
+    std::memcpy(row.data(), from, source_bytes_);
+  }
   if (layout_.inverts) {
     for (uint8_t& byte : row) byte = static_cast<uint8_t>(~byte);
   }
-  core::clear_padding(row, width_, layout_.bits);
+  if (changes_) core::clear_padding(row, width_, layout_.bits);
   return kOk;
 }
 
-// Rows that lie as the writer wants them are not copied. Others shrink or grow in the piece, one
-// after the other: one that is still wide reaches into the place of the next, filled later.
+// Rows that lie as the writer wants them are not copied.
 Status RowFeed::put(const uint8_t* rows, ptrdiff_t stride, uint32_t count) {
   if (count > rows_left_) return kBadData;
   rows_left_ -= count;
@@ -65,9 +67,7 @@ Status RowFeed::put(const uint8_t* rows, ptrdiff_t stride, uint32_t count) {
   while (count > 0) {
     const uint32_t part = std::min(count, piece_rows_);
     for (uint32_t i = 0; i < part; ++i, rows += stride) {
-      const std::span<uint8_t> row = piece_.bytes().subspan(i * row_bytes_, row_bytes_);
-      std::memcpy(row.data(), rows, source_bytes_);
-      if (changes_) TRY(change(row));
+      TRY(make(rows, piece_.bytes().subspan(i * row_bytes_, row_bytes_)));
     }
     TRY(writer_.put_rows(piece_.bytes().first(part * row_bytes_), row_bytes_));
     count -= part;

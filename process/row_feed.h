@@ -39,7 +39,7 @@ class RowFeed {
   Status finish() { return rows_left_ == 0 ? writer_.finish() : kIncomplete; }
 
  private:
-  Status change(std::span<uint8_t> row);
+  Status make(const uint8_t* from, std::span<uint8_t> row);
 
   io::RowWriter& writer_;
   const io::SaveRequest& request_;

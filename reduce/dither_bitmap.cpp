@@ -10,7 +10,7 @@ namespace tavo::color {
 
 Status dither_bitmap(BitmapHandle& source, BitmapHandle& destination, const T_PaletteEntry* palette,
                      uint32_t count, uint32_t* inverse_table, core::Progress& progress,
-                     uint32_t percent_done) {
+                     uint32_t percent_done, bool consumes) {
   RowBlocks from(source);
   RowBlocks to(destination);
   TRY(from.start());
@@ -31,6 +31,7 @@ Status dither_bitmap(BitmapHandle& source, BitmapHandle& destination, const T_Pa
     TRY(from.read(y, n, rows));
     TRY(dither_rows(described, rows, from.stride(), to.place(y), to.stride(), n));
     TRY(to.store(y, n));
+    if (consumes) from.drop_above(y + n);
     const uint64_t left = uint64_t{y + n} * (100 - percent_done);
     TRY(progress.at(uint64_t{height} * percent_done + left, uint64_t{height} * 100));
   }

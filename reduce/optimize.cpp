@@ -208,7 +208,7 @@ Status fill_optimized(BitmapHandle& source, BitmapHandle& destination, uint32_t 
   std::ranges::copy(palette.entries, destination.Info.Palette);
   TRY(dither_bitmap(source, destination, palette.entries, palette.count,
                     palette.inverse.size() != 0 ? palette.inverse.data() : nullptr, progress,
-                    kCountingShare));
+                    kCountingShare, /*consumes=*/false));
   return progress.finish();
 }
 

@@ -93,6 +93,7 @@ struct Reduction {
   PaletteType type;
   const T_PaletteEntry* palette;
   uint32_t colors;  // wanted; of a given palette: its size
+  bool consumes;
 };
 
 // How pixels become indices.
@@ -186,14 +187,14 @@ Status map_indices(BitmapHandle& from, BitmapHandle& to, uint32_t colors,
   return kOk;
 }
 
-Status fill_reduced(BitmapHandle& bitmap, BitmapHandle& made, Chosen& chosen,
+Status fill_reduced(BitmapHandle& bitmap, BitmapHandle& made, Chosen& chosen, bool consumes,
                     core::Progress& progress) {
   OptimizedPalette& palette = chosen.palette;
   if (chosen.choice == Choice::kGrayLevel) return convert_rows(bitmap, made, 0, progress);
   if (chosen.choice == Choice::kDither) {
     return dither_bitmap(bitmap, made, palette.entries, palette.count,
                          palette.inverse.size() != 0 ? palette.inverse.data() : nullptr, progress,
-                         kOptimizingShare);
+                         kOptimizingShare, consumes);
   }
   if (bitmap.BitsPerPixel > 8) return convert_rows(bitmap, made, made.BitsPerPixel, progress);
   return map_indices(bitmap, made, palette.count, progress);
@@ -207,7 +208,7 @@ Status reduce(BitmapHandle& bitmap, int32_t depth, const Reduction& wanted,
   TRY(describe_like(*made, bitmap, depth));
   std::ranges::copy(chosen.palette.entries, made->Info.Palette);
   TRY(core::allocate_quietly(*made));
-  TRY(fill_reduced(bitmap, *made, chosen, progress));
+  TRY(fill_reduced(bitmap, *made, chosen, wanted.consumes, progress));
   set_gray_mark(*made);
   TRY(progress.finish());
   core::take_place(bitmap, *made);
@@ -245,7 +246,7 @@ Status describe_gray(BitmapHandle& made, const BitmapHandle& bitmap) {
 }
 
 Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
-                        const T_PaletteEntry* palette, uint32_t colors) {
+                        const T_PaletteEntry* palette, uint32_t colors, bool consumes) {
   if (!is_request_depth(depth)) return kBadArgument;
   if (type < PaletteType::kOptimized || type > PaletteType::kNone) return kBadArgument;
   if (depth <= 8) {
@@ -257,7 +258,8 @@ Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
   TRY(progress.start());
   if (depth > 8) return widen(bitmap, depth, progress);
   if (bitmap.DitherMethod > T_DITHER_ORDERED) return kBadArgument;
-  return reduce(bitmap, depth, {type, palette, colors != 0 ? colors : 1u << depth}, progress);
+  return reduce(bitmap, depth, {type, palette, colors != 0 ? colors : 1u << depth, consumes},
+                progress);
 }
 
 Status gray_scale_bitmap(BitmapHandle& bitmap) {

@@ -439,6 +439,7 @@ TEST(Progress, IsToldOnceByOperationsOfSeveralStages) {
       Bitmap loaded;
       check("load", format, bits, T_LoadBitmap("x", loaded.get(), 8, -1));
       check("conversion", format, bits, T_ConvertFile("x", "y", T_FORMAT_BMP, 8, 0));
+      check("stream", format, bits, T_StreamFile("x", "y", T_FORMAT_TIFF, 0, 0));
       check("compression", format, bits, T_CompressALL("x", "y", 1, 0, 0));
     }
   }

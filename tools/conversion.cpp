@@ -177,8 +177,8 @@ void Conversion::convert_page(int32_t page) {
   save(target, info, picture);
 }
 
-// Whether the library may convert the page by itself, without the picture in memory. A page behind
-// the first is added to what there is, by the number that selects it.
+// Whether the library may convert the page by itself, with as little in memory as it takes. A page
+// behind the first is added to what there is, by the number that selects it.
 bool Conversion::can_stream(const Target& target, const FILEINFO& info) const {
   const ReductionOptions& reduction = options_.reduction;
   const bool changes = !reduction.size.empty() || reduction.gray || reduction.reduces() ||
@@ -187,10 +187,8 @@ bool Conversion::can_stream(const Target& target, const FILEINFO& info) const {
     return false;
   if (info.BitsPerPixel == 2 || !fits_bitmap(info)) return false;
   // Without --bits the colours that are used decide how a palette picture is compressed.
-  if (is_compressed(target.format)) {
-    return options_.bits != 0 || info.BitsPerPixel > 8 || (info.Flags & T_FLAG_GRAY) != 0;
-  }
-  return target.bits > 8 || target.bits == info.BitsPerPixel;
+  return !is_compressed(target.format) || options_.bits != 0 || info.BitsPerPixel > 8 ||
+         (info.Flags & T_FLAG_GRAY) != 0;
 }
 
 void Conversion::stream(Target target, const FILEINFO& info) {
