@@ -1,6 +1,7 @@
 // Resampling.
 #include "process/resize_bitmap.h"
 #include "process/resize_row.h"
+#include "process/smooth/size_bitmap.h"
 
 #include <new>
 
@@ -52,6 +53,15 @@ int32_t T_CALL T_StopResize(T_ResizeBlock* resize) {
 int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height) {
   if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
   return process::size_bitmap(*bitmap, width, height).code();
+}
+
+int32_t T_CALL T_SizeBitmapFine(BitmapHandle* bitmap, int32_t width, int32_t height,
+                                uint32_t method) {
+  if (method == T_SIZE_NEAREST) return T_SizeBitmap(bitmap, width, height);
+  if (exports::missing(bitmap) || method > T_SIZE_LANCZOS) return T_ERR_ARGUMENT;
+  if (width < 1 || height < 1) return T_ERR_ARGUMENT;
+  const auto filter = static_cast<process::SmoothFilter>(method);
+  return process::size_bitmap_smoothly(*bitmap, width, height, filter).code();
 }
 
 int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination) {

@@ -1,0 +1,128 @@
+#include "process/smooth/rows.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/vector_sse2.h"
+#include "color/paint_palette.h"
+#include "color/palettes.h"
+#include "color/planes.h"
+#include "core/bitmap.h"
+#include "core/rows.h"
+
+namespace tavo::process {
+
+namespace {
+
+using namespace sse2;
+
+constexpr uint64_t kOverrun = 64;  // of loops that end with a whole vector
+
+bool has_ramp(const BitmapHandle& picture) {
+  if (picture.BitsPerPixel != 8 || picture.Colors != 256) return false;
+  T_PaletteEntry ramp[256];
+  color::fill_gray_ramp(ramp);
+  return std::memcmp(ramp, picture.Info.Palette, sizeof ramp) == 0;
+}
+
+bool is_gray_picture(const BitmapHandle& picture) {
+  const color::PaintPalette colors(picture);
+  return color::is_gray(std::span<const T_PaletteEntry>(colors.entries).first(colors.count));
+}
+
+void widen_samples(const uint8_t* from, uint32_t count, int16_t* to) {
+  uint32_t x = 0;
+  for (; x + 8 <= count; x += 8) store(to + x, load_widened8(from + x));
+  for (; x < count; ++x) to[x] = from[x];
+}
+
+// Sixteen pixels at a time.
+void join_triples(const uint8_t* planes, size_t stride, uint32_t count, uint8_t* to) {
+  for (uint32_t x = 0; x < count; x += 16, to += 48) {
+    store_triples(to, load(planes + x), load(planes + stride + x), load(planes + 2 * stride + x));
+  }
+}
+
+}  // namespace
+
+Status describe_smooth(BitmapHandle& made, const BitmapHandle& picture, int32_t width,
+                       int32_t height) {
+  const bool keeps_depth = picture.BitsPerPixel > 8 || has_ramp(picture);
+  const bool is_gray = !keeps_depth && is_gray_picture(picture);
+  const int32_t bits = keeps_depth ? picture.BitsPerPixel : is_gray ? 8 : 24;
+  TRY(core::init_bitmap(made, width, height, bits));
+  if (made.Size == 0) return kBadSize;
+  if (keeps_depth) return core::copy_description_resized(made, picture);
+  made.ViewPerspective = picture.ViewPerspective;
+  made.DitherMethod = picture.DitherMethod;
+  std::ranges::fill(made.Info.Palette, T_PaletteEntry{});
+  if (is_gray) color::fill_gray_ramp(made.Info.Palette);
+  core::set_flag(made, T_FLAG_GRAY, is_gray);
+  return kOk;
+}
+
+Status SmoothRows::start(SmoothFilter filter, const BitmapHandle& from, const BitmapHandle& to) {
+  width_ = from.Width, new_width_ = to.Width;
+  bits_ = from.BitsPerPixel, new_bits_ = to.BitsPerPixel;
+  new_line_ = to.BytesPerLine;
+  planes_ = new_bits_ == 8 ? 1 : 3;
+  const SmoothSide across = SmoothSide::of(width_, new_width_);
+  SmoothSide down = SmoothSide::of(from.Height, to.Height);
+  down.is_mirrored = from.ViewPerspective >= 2;
+  TRY(resizer_.start(filter, across, down, planes_));
+  TRY(carried_.start(bits_, across, down));
+  const auto pixels = static_cast<uint64_t>(new_width_) + kOverrun;
+  if (planes_ == 3) TRY(colors_.allocate(pixels * 3));
+  if (bits_ <= 8 && !has_ramp(from)) {
+    const color::PaintPalette colors(from);
+    TRY(wide_.allocate((static_cast<uint64_t>(width_) + kOverrun) * planes_));
+    TRY(widen_.start(bits_, planes_ == 1 ? 0 : 24, T_ORDER_RGB, T_ORDER_BGR,
+                     colors.entries, nullptr));
+  }
+  if (new_bits_ == 8 || new_bits_ == 24) return kOk;
+  TRY(out_.allocate(pixels * 4));
+  return narrow_.start(24, new_bits_, T_ORDER_BGR, T_ORDER_BGR, nullptr, nullptr);
+}
+
+// A row as planes of wide samples. Which color is which does not matter: the first byte or lowest
+// bits of a pixel are called blue, and come back there.
+void SmoothRows::split(const uint8_t* row) {
+  int32_t bits = bits_;
+  if (wide_.size() != 0) {
+    (void)widen_.convert(row, wide_.data(), width_);  // cannot fail: it has been started
+    row = wide_.data();
+    bits = planes_ == 1 ? 8 : 24;
+  }
+  const auto width = static_cast<uint32_t>(width_);
+  if (planes_ == 1) return widen_samples(row, width, resizer_.plane(0));
+  color::Planes planes;
+  for (uint32_t x = 0, n = 0; x < width; x += n) {
+    n = std::min(color::kPlanePixels, width - x);
+    color::split_pixels(row + size_t{x} * static_cast<uint32_t>(bits) / 8, bits, T_ORDER_BGR, n, planes);
+    widen_samples(planes.blue, n, resizer_.plane(0) + x);
+    widen_samples(planes.green, n, resizer_.plane(1) + x);
+    widen_samples(planes.red, n, resizer_.plane(2) + x);
+  }
+}
+
+// Planes as a row of the result.
+uint8_t* SmoothRows::join(uint8_t* planes, size_t stride) {
+  if (planes_ == 1) return planes;
+  join_triples(planes, stride, static_cast<uint32_t>(new_width_), colors_.data());
+  if (new_bits_ == 24) return colors_.data();
+  (void)narrow_.convert(colors_.data(), out_.data(), new_width_);  // cannot fail: it was started
+  return out_.data();
+}
+
+Status SmoothRows::take(const uint8_t* row, Sink sink) {
+  split(row);
+  carried_.take(row);
+  return resizer_.commit([&](uint8_t* planes, size_t stride) {
+    uint8_t* const result = join(planes, stride);
+    carried_.put(result);
+    core::clear_padding({result, new_line_}, new_width_, new_bits_);
+    return sink(result);
+  });
+}
+
+}  // namespace tavo::process

@@ -1,0 +1,53 @@
+// Rows of bitmaps at another size, by filtered resampling.
+#pragma once
+
+#include <cstdint>
+
+#include "base/buffer.h"
+#include "base/function_ref.h"
+#include "base/status.h"
+#include "color/convert.h"
+#include "process/smooth/carried.h"
+#include "process/smooth/resizer.h"
+#include "tavo45.h"
+
+namespace tavo::process {
+
+// Makes `made` a record like `picture` for another size, at a depth that holds mixtures of its
+// colours: indices become 8-bit levels when they are greys, else 24 bits. Not yet allocated.
+// kBadSize, or kNoMemory when a palette object cannot be duplicated.
+Status describe_smooth(BitmapHandle& made, const BitmapHandle& picture, int32_t width,
+                       int32_t height);
+
+class SmoothRows {
+ public:
+  // Takes a row of the result, which has the bytes of a stored row.
+  using Sink = FunctionRef<Status(const uint8_t* row)>;
+
+  // `from` describes the rows, which come as stored; `to` is what describe_smooth() made of it.
+  // kNoMemory.
+  Status start(SmoothFilter filter, const BitmapHandle& from, const BitmapHandle& to);
+
+  // The next row; hands on what it completes. The sink's answer.
+  Status take(const uint8_t* row, Sink sink);
+
+ private:
+  void split(const uint8_t* row);
+  uint8_t* join(uint8_t* planes, size_t stride);
+
+  int32_t width_ = 0;  // of the rows that come
+  int32_t bits_ = 0;
+  int32_t new_width_ = 0;
+  int32_t new_bits_ = 0;
+  uint32_t new_line_ = 0;
+  uint32_t planes_ = 0;
+  SmoothResizer resizer_;
+  color::RowConverter widen_;   // indices to levels or to 24 bits
+  color::RowConverter narrow_;  // 24 bits to what the result has
+  CarriedBits carried_;
+  Buffer wide_;
+  Buffer colors_;  // a row of the result with 24 bits
+  Buffer out_;     // one of 16 or 32
+};
+
+}  // namespace tavo::process
