@@ -1,12 +1,14 @@
 // Identification, loading and saving of files of any format.
 #include <cstring>
 
+#include "base/depths.h"
 #include "base/settings.h"
 #include "exports/arguments.h"
 #include "io/file_table.h"
 #include "pipeline/convert_file.h"
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
+#include "pipeline/load_smoothly.h"
 #include "pipeline/registry.h"
 #include "pipeline/save.h"
 #include "process/row_receiver.h"
@@ -61,6 +63,17 @@ int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* target, int
                                   int32_t order, uint32_t size) {
   const io::MemoryFileScope memory(address, size);
   return T_LoadBitmap(as_name(address), target, bitsPerPixel, order);
+}
+
+int32_t T_CALL T_LoadBitmapFine(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel,
+                                int32_t order, int32_t width, int32_t height, uint32_t method) {
+  if (exports::missing(bitmap)) return exports::refused_load(name);
+  const bool is_depth = bitsPerPixel == 0 || (bitsPerPixel >= 8 && is_request_depth(bitsPerPixel));
+  if (!is_depth || order > T_ORDER_BGR) return T_ERR_ARGUMENT;
+  if (width < 0 || height < 0 || (width == 0 && height == 0)) return T_ERR_ARGUMENT;
+  if ((method & ~T_SIZE_DRAFT) > T_SIZE_LANCZOS) return T_ERR_ARGUMENT;
+  return pipeline::load_smoothly(name, *bitmap, {bitsPerPixel, order, width, height, method})
+      .code();
 }
 
 int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowCount,

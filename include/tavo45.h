@@ -880,6 +880,8 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
 #define T_SIZE_CUBIC 3u    /* Catmull-Rom */
 #define T_SIZE_MITCHELL 4u /* softer, without overshoot that shows */
 #define T_SIZE_LANCZOS 5u  /* three lobes */
+#define T_SIZE_DRAFT \
+  0x100u /* T_LoadBitmapFine: JPEG may be decoded smaller; added to one of them */
 /* Gives a bitmap another size and mixes pixels for it. Bitmaps of up to 8 bits become 8-bit grey
  * (as by T_GrayScaleBitmap) when their palette is grey, else 24 bits T_ORDER_BGR (as by
  * T_ColorResolution); other depths and the grey ramp stay. Fourth bytes and bit 15 are not mixed:
@@ -892,6 +894,19 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
  * order), T_ERR_NO_STORAGE, T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE, row statuses, the status
  * callback's answer. On failure the bitmap is as it was. */
 T_API int32_t T_CALL T_SizeBitmapFine(BitmapHandle* bitmap, int32_t width, int32_t height,
+                                      uint32_t method);
+/* Loads a file in another size: what T_LoadBitmap at the file's depth and T_SizeBitmapFine give,
+ * without keeping the whole picture.
+ * bitsPerPixel   0: as it comes; 8: then T_GrayScaleBitmap; 16, 24, 32: then T_ColorResolution
+ * order          T_ORDER_ value of 16 to 32 bits; below 0: any
+ * width, height  pixels and rows; one of them may be 0: in proportion to the other, at least 1
+ * method         one of T_SIZE_..., and T_SIZE_DRAFT: JPEG and CMP files are decoded at an eighth,
+ * a quarter or half of their size as long as that is twice the wanted one or more, which costs less
+ * than 4 levels and saves most of the time T_OK, T_ERR_ARGUMENT, the statuses of T_LoadBitmap,
+ * T_SizeBitmapFine and T_ColorResolution. The record need not be cleared; after a failure it has no
+ * storage. */
+T_API int32_t T_CALL T_LoadBitmapFine(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel,
+                                      int32_t order, int32_t width, int32_t height,
                                       uint32_t method);
 
 /* Example: twice as wide and high.

@@ -47,7 +47,8 @@ Status SmoothAcross::start_windows(SmoothWeights& weights, uint32_t results, uin
 bool SmoothAcross::fits_pairs(uint32_t most) const {
   if (most > 2 * kMostPairs) return false;
   for (size_t x = 0; x < results_; x += kFour) {
-    const auto [least, greatest] = std::minmax({first_[x], first_[x + 1], first_[x + 2], first_[x + 3]});
+    const auto [least, greatest] =
+        std::minmax({first_[x], first_[x + 1], first_[x + 2], first_[x + 3]});
     if (greatest - least > kLastPair) return false;
   }
   return true;

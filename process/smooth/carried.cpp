@@ -19,8 +19,7 @@ Status CarriedBits::start(int32_t bits, const SmoothSide& across, const SmoothSi
   const auto width = static_cast<uint32_t>(across.results);
   TRY(columns_.allocate(width));
   for (uint32_t x = 0; x < width; ++x) {
-    columns_[x] =
-        static_cast<uint32_t>(center(x, across)) * pixel_bytes_ + pixel_bytes_ - 1;
+    columns_[x] = static_cast<uint32_t>(center(x, across)) * pixel_bytes_ + pixel_bytes_ - 1;
   }
   return bytes_.allocate(uint64_t{width} * kRing);
 }

@@ -25,7 +25,9 @@ class CarriedBits {
   static constexpr uint32_t kRing = 8;
 
   int64_t source_row(int64_t result) const;
-  uint8_t* slot(uint32_t number) { return bytes_.data() + size_t{number % kRing} * columns_.size(); }
+  uint8_t* slot(uint32_t number) {
+    return bytes_.data() + size_t{number % kRing} * columns_.size();
+  }
 
   uint32_t pixel_bytes_ = 0;
   uint8_t mask_ = 0;  // of a pixel's last byte

@@ -35,7 +35,8 @@ void across_steps(const SmoothTaps& taps, const SmoothPlanes& planes) {
       V sums[4] = {};
       for (uint32_t step = 0; step < steps; ++step) {
         for (uint32_t i = 0; i < 4; ++i) {
-          const V samples = load_lanes(from + first[kLanes * i], from + first[kLanes * i + kLanes - 1]);
+          const V samples =
+              load_lanes(from + first[kLanes * i], from + first[kLanes * i + kLanes - 1]);
           sums[i] = add32(sums[i], multiply_add16(samples, load(parts + 8 * kLanes * i)));
         }
         from += 8;

@@ -69,8 +69,7 @@ void SmoothResizer::begin_sums(uint32_t end) {
 void SmoothResizer::add_rows(uint32_t first) {
   for (uint32_t result = emitted_; result < begun_; ++result) {
     Sum& sum = sums_[result % kRing];
-    const int16_t* const parts =
-        sum_parts_.data() + size_t{result % kRing} * weights_.most_parts();
+    const int16_t* const parts = sum_parts_.data() + size_t{result % kRing} * weights_.most_parts();
     const auto part = [&](uint32_t y) {
       return y >= sum.first && y < sum.end && y < taken_ ? parts[y - sum.first] : int16_t{0};
     };

@@ -76,8 +76,8 @@ Status SmoothRows::start(SmoothFilter filter, const BitmapHandle& from, const Bi
   if (bits_ <= 8 && !has_ramp(from)) {
     const color::PaintPalette colors(from);
     TRY(wide_.allocate((static_cast<uint64_t>(width_) + kOverrun) * planes_));
-    TRY(widen_.start(bits_, planes_ == 1 ? 0 : 24, T_ORDER_RGB, T_ORDER_BGR,
-                     colors.entries, nullptr));
+    TRY(widen_.start(bits_, planes_ == 1 ? 0 : 24, T_ORDER_RGB, T_ORDER_BGR, colors.entries,
+                     nullptr));
   }
   if (new_bits_ == 8 || new_bits_ == 24) return kOk;
   TRY(out_.allocate(pixels * 4));
@@ -98,7 +98,8 @@ void SmoothRows::split(const uint8_t* row) {
   color::Planes planes;
   for (uint32_t x = 0, n = 0; x < width; x += n) {
     n = std::min(color::kPlanePixels, width - x);
-    color::split_pixels(row + size_t{x} * static_cast<uint32_t>(bits) / 8, bits, T_ORDER_BGR, n, planes);
+    color::split_pixels(row + size_t{x} * static_cast<uint32_t>(bits) / 8, bits, T_ORDER_BGR, n,
+                        planes);
     widen_samples(planes.blue, n, resizer_.plane(0) + x);
     widen_samples(planes.green, n, resizer_.plane(1) + x);
     widen_samples(planes.red, n, resizer_.plane(2) + x);

@@ -24,18 +24,18 @@ int64_t radius(SmoothFilter filter) {
 // Catmull and Rom's cubic.
 int64_t cubic(int64_t t) {
   const int64_t square = t * t, cube = square * t;
-  const int64_t p = t < kOne ? 3 * cube - 5 * kOne * square + 2 * kOne * kOne * kOne
-                             : -cube + 5 * kOne * square - 8 * kOne * kOne * t +
-                                   4 * kOne * kOne * kOne;
+  const int64_t p = t < kOne
+                        ? 3 * cube - 5 * kOne * square + 2 * kOne * kOne * kOne
+                        : -cube + 5 * kOne * square - 8 * kOne * kOne * t + 4 * kOne * kOne * kOne;
   return round_divide(p, int64_t{1} << 33);
 }
 
 // Mitchell and Netravali's, B = C = 1/3.
 int64_t mitchell(int64_t t) {
   const int64_t square = t * t, cube = square * t;
-  const int64_t p = t < kOne ? 21 * cube - 36 * kOne * square + 16 * kOne * kOne * kOne
-                             : -7 * cube + 36 * kOne * square - 60 * kOne * kOne * t +
-                                   32 * kOne * kOne * kOne;
+  const int64_t p =
+      t < kOne ? 21 * cube - 36 * kOne * square + 16 * kOne * kOne * kOne
+               : -7 * cube + 36 * kOne * square - 60 * kOne * kOne * t + 32 * kOne * kOne * kOne;
   return round_divide(p, 18 * (int64_t{1} << 32));
 }
 
