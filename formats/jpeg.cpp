@@ -96,9 +96,12 @@ process::SourcePicture PictureDecoder::picture(int32_t bits_per_pixel, uint32_t 
   const Frame& frame = decoder_.frame();
   // Of two components the second is nobody's: the first is shown.
   const bool is_gray = frame.count < 3 || bits_per_pixel == 8;
+  const auto reduced = [this](uint64_t size) {
+    return static_cast<int32_t>((size * eighths_ + 7) / 8);
+  };
   process::SourcePicture picture;
-  picture.width = static_cast<int32_t>(frame.width);
-  picture.height = static_cast<int32_t>(frame.height) * (container_.is_half_height ? 2 : 1);
+  picture.width = reduced(frame.width);
+  picture.height = reduced(uint64_t{frame.height} * (container_.is_half_height ? 2 : 1));
   picture.bits = is_gray ? 8 : 24;
   picture.delivered_bits = bits_per_pixel > 8 ? bits_per_pixel : 0;
   picture.order = order;
@@ -127,11 +130,13 @@ Status PictureDecoder::start(BitmapHandle& bitmap, T_RowSink sink, int32_t bits_
   rows_.emplace(picture_, bitmap, sink, bits_per_pixel, context);
   TRY(rows_->start());
   if (container_.is_half_height) TRY(row_.allocate(rows_->source_line()));
-  rows_left_ = decoder_.frame().height;
   const bool is_gray = picture_.bits == 8;
-  return decoder_.start(is_gray                ? PixelLayout::kGray8
-                        : order == T_ORDER_RGB ? PixelLayout::kRgb24
-                                               : PixelLayout::kBgr24);
+  TRY(decoder_.start(is_gray                ? PixelLayout::kGray8
+                     : order == T_ORDER_RGB ? PixelLayout::kRgb24
+                                            : PixelLayout::kBgr24,
+                     eighths_));
+  rows_left_ = decoder_.height();
+  return kOk;
 }
 
 // Half-height CMP files have every second row; each stands for two.
@@ -144,7 +149,9 @@ Status PictureDecoder::deliver_row() {
   if (got == 0) return kOk;
   const uint32_t whole = decoder_.outcome().ok() ? 1 : 0;
   if (!container_.is_half_height) return rows_->commit(1, whole);
-  for (int i = 0; i < 2; ++i) {
+  // At part of its size the picture may end with half a pair.
+  const int repeats = rows_left_ == 0 && picture_.height % 2 != 0 ? 1 : 2;
+  for (int i = 0; i < repeats; ++i) {
     std::memcpy(rows_->next_row().data(), row_.data(), row_.size());
     TRY(rows_->commit(1, whole));
   }
@@ -252,8 +259,15 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   return probe_stream(input, T_FORMAT_JPEG, info);
 }
 
-Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
-                  void* context, int32_t option) {
+namespace {
+
+struct Wanted {
+  int32_t option = kOptionFile;
+  uint32_t eighths = 8;
+};
+
+Status decode(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+              void* context, const Wanted& wanted) {
   io::InputFile file;
   Container container;
   TRY(io::open_for_rows(file, name, bits_per_pixel));
@@ -263,8 +277,21 @@ Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_
   TRY(source.start());
   PictureDecoder decoder;
   TRY(read_header(decoder, file, source, container));
-  TRY(decoder.start(*bitmap, sink, bits_per_pixel, context, option));
+  decoder.reduce(wanted.eighths);
+  TRY(decoder.start(*bitmap, sink, bits_per_pixel, context, wanted.option));
   return file.note_damage(decoder.deliver_all(file, source), source);
+}
+
+}  // namespace
+
+Status decompress(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                  void* context, int32_t option) {
+  return decode(name, bitmap, sink, bits_per_pixel, context, {.option = option});
+}
+
+Status read_draft(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                  void* context, uint32_t eighths) {
+  return decode(name, bitmap, sink, bits_per_pixel, context, {.eighths = eighths});
 }
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

@@ -47,6 +47,9 @@ class PictureDecoder {
   const Decoder& decoder() const { return decoder_; }
   process::SourcePicture picture(int32_t bits_per_pixel, uint32_t order) const;
 
+  // Before start(): the picture is to have so many eighths of its size, rounded up; 1, 2, 4 or 8.
+  void reduce(uint32_t eighths) { eighths_ = eighths; }
+
   // Decides by the record and the request what rows are made, and prepares for them.
   Status start(BitmapHandle& bitmap, T_RowSink sink, int32_t bits_per_pixel, void* context,
                int32_t option);
@@ -63,6 +66,7 @@ class PictureDecoder {
 
   Decoder decoder_;
   Container container_;
+  uint32_t eighths_ = 8;
   process::SourcePicture picture_;
   std::optional<process::RowDelivery> rows_;
   Buffer row_;              // of half-height pictures, which is delivered twice
@@ -84,5 +88,10 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
             void* context);
 Status read_rgb(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
                 void* context);
+
+// The picture at 1, 2 or 4 eighths of its size, rounded up, for the price of little more than its
+// entropy coding.
+Status read_draft(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+                  void* context, uint32_t eighths);
 
 }  // namespace tavo::jpeg

@@ -37,6 +37,10 @@ using Probe = Status (*)(const ProbeInput& input, FILEINFO& info);
 using Reader = Status (*)(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                           int32_t bits_per_pixel, void* context);
 
+// The same of the picture at 1, 2 or 4 eighths of its size, rounded up.
+using DraftReader = Status (*)(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                               int32_t bits_per_pixel, void* context, uint32_t eighths);
+
 // Whether a file that begins so is one to which the format's writer adds pages, however damaged
 // they are.
 using HoldsPages = bool (*)(std::span<const uint8_t> head);

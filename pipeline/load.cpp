@@ -48,6 +48,9 @@ class Load final : public process::RowReceiver {
   Status replay(const char* name);
   Status start_stages(const BitmapHandle& source);
   void clear_missing();
+  bool is_draft() const {
+    return request_.eighths != 8 && format_ != nullptr && format_->read_draft != nullptr;
+  }
   bool stores() const { return request_.callback == nullptr; }
   bool asks(uint32_t flag) const { return (request_.flags & flag) != 0; }
 
@@ -68,6 +71,11 @@ class Load final : public process::RowReceiver {
 Status Load::set_up(const char* name) {
   settings.last_load = {};
   TRY(identify(name, info_));
+  format_ = find_format(info_.Format);
+  if (is_draft()) {
+    info_.Width = draft_size(info_.Width, request_.eighths);
+    info_.Height = draft_size(info_.Height, request_.eighths);
+  }
   TRY(core::init_bitmap(*source_, info_.Width, info_.Height, info_.BitsPerPixel));
   const bool known_order = info_.Order == T_ORDER_RGB || info_.Order == T_ORDER_BGR;
   source_->Order = static_cast<uint32_t>(info_.Order);
@@ -79,9 +87,8 @@ Status Load::set_up(const char* name) {
   if (bits > 8) target_.Order = static_cast<uint32_t>(order);
   if (asks(T_LOAD_ALLOCATE)) TRY(core::allocate_quietly(target_));
   settings.callback_lines = process::callback_lines(info_.Height);
-  format_ = find_format(info_.Format);
-  asks_rgb_ =
-      bits > 8 && order == T_ORDER_RGB && format_ != nullptr && format_->read_rgb != nullptr;
+  asks_rgb_ = bits > 8 && !is_draft() && order == T_ORDER_RGB && format_ != nullptr &&
+              format_->read_rgb != nullptr;
   if (asks_rgb_) source_->Order = T_ORDER_RGB;
   stage_ = process::choose_stage(info_.BitsPerPixel, bits, source_->Order == target_.Order,
                                  asks(T_LOAD_FIXED));
@@ -130,6 +137,10 @@ bool Load::needs_whole() const {
 Status Load::read(const char* name) {
   if (format_ == nullptr || format_->read == nullptr) return kNoFormat;
   if (format_->delivery == Delivery::kWholeWhenAsked && needs_whole()) return replay(name);
+  if (is_draft()) {
+    return format_->read_draft(name, source_.get(), sink, request_depth(info_.BitsPerPixel),
+                               context(), request_.eighths);
+  }
   const bool is_upright = request_.asks_upright && format_->read_upright != nullptr;
   const io::Reader reader = is_upright  ? format_->read_upright
                             : asks_rgb_ ? format_->read_rgb
@@ -187,6 +198,10 @@ Status Load::take(const BitmapHandle& source, const void* first_row, int32_t row
 }
 
 }  // namespace
+
+int32_t draft_size(int32_t size, uint32_t eighths) {
+  return static_cast<int32_t>((int64_t{size} * eighths + 7) / 8);
+}
 
 Status load(const char* name, BitmapHandle& target, const LoadRequest& request) {
   Load operation(target, request);

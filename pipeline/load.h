@@ -16,7 +16,11 @@ struct LoadRequest {
   T_RowSink callback = nullptr;
   void* user_data = nullptr;
   bool asks_upright = false;  // for the top row first, where the format can
+  uint32_t eighths = 8;       // of its size that the picture is to have, where the format can
 };
+
+// Columns or rows of a picture that is decoded at a part of its size.
+int32_t draft_size(int32_t size, uint32_t eighths);
 
 // T_LoadFile.
 Status load(const char* name, BitmapHandle& target, const LoadRequest& request);

@@ -10,6 +10,7 @@
 #include "core/rows.h"
 #include "pipeline/identify.h"
 #include "pipeline/load.h"
+#include "pipeline/registry.h"
 #include "process/resize_bitmap.h"
 #include "process/row_receiver.h"
 #include "process/smooth/rows.h"
@@ -24,8 +25,8 @@ constexpr int32_t kLoadShare = 90;  // percent, when the depth changes afterward
 // Rows of a file on their way into a smaller or larger bitmap.
 class SmoothSink final : public process::RowReceiver {
  public:
-  SmoothSink(BitmapHandle& sized, int32_t width, int32_t height, process::SmoothFilter filter)
-      : RowReceiver(this), sized_(sized), width_(width), height_(height), filter_(filter) {}
+  SmoothSink(BitmapHandle& sized, const process::SmoothPlan& plan)
+      : RowReceiver(this), sized_(sized), plan_(plan) {}
 
   // `picture` has been described by the load when its first rows come.
   Status take(const BitmapHandle& picture, const void* first_row, int32_t count) {
@@ -42,16 +43,14 @@ class SmoothSink final : public process::RowReceiver {
 
  private:
   Status start(const BitmapHandle& picture) {
-    TRY(process::describe_smooth(sized_, picture, width_, height_));
+    TRY(process::describe_smooth(sized_, picture, plan_.new_width, plan_.new_height));
     TRY(core::allocate_quietly(sized_));
     accessed_.emplace(sized_);
-    return rows_.start(filter_, picture, sized_);
+    return rows_.start(plan_, picture, sized_);
   }
 
   BitmapHandle& sized_;
-  int32_t width_;
-  int32_t height_;
-  process::SmoothFilter filter_;
+  process::SmoothPlan plan_;
   std::optional<core::AccessScope> accessed_;
   process::SmoothRows rows_;
   uint32_t next_ = 0;
@@ -63,12 +62,24 @@ int32_t in_proportion(int32_t a, int32_t b, int32_t c) {
   return static_cast<int32_t>(std::clamp<int64_t>(rounded, 1, INT32_MAX));
 }
 
+// The least part of the picture that is still twice as large as what is wanted.
+uint32_t draft_eighths(const FILEINFO& info, const process::SmoothPlan& plan) {
+  const FormatRow* const format = find_format(info.Format);
+  if (format == nullptr || format->read_draft == nullptr) return 8;
+  for (const uint32_t eighths : {1u, 2u, 4u}) {
+    const bool is_wide = draft_size(info.Width, eighths) >= 2 * int64_t{plan.new_width};
+    const bool is_high = draft_size(info.Height, eighths) >= 2 * int64_t{plan.new_height};
+    if (is_wide && is_high) return eighths;
+  }
+  return 8;
+}
+
 Status load_filtered(const char* name, BitmapHandle& bitmap, const LoadRequest& request,
-                     int32_t width, int32_t height, process::SmoothFilter filter,
-                     const FILEINFO& info) {
+                     const FILEINFO& info, const process::SmoothPlan& plan) {
   core::OwnedBitmap sized;
-  SmoothSink sink(*sized, width, height, filter);
+  SmoothSink sink(*sized, plan);
   LoadRequest rows = request;
+  rows.eighths = 8 / plan.scale;
   // Interlaced rows are filtered in the order of the picture.
   rows.flags = T_LOAD_GIF_WHOLE;
   rows.callback = SmoothSink::sink;
@@ -125,8 +136,10 @@ Status load_sized(const char* name, BitmapHandle& bitmap, const SmoothLoad& requ
   const core::ProgressPart part(0, request.bits == 0 ? 100 : kLoadShare);
   const uint32_t method = request.method & ~T_SIZE_DRAFT;
   if (method != T_SIZE_NEAREST && (width != info.Width || height != info.Height)) {
-    const auto filter = static_cast<process::SmoothFilter>(method);
-    return load_filtered(name, bitmap, whole, width, height, filter, info);
+    process::SmoothPlan plan = {static_cast<process::SmoothFilter>(method), info.Width, info.Height,
+                                width, height};
+    if (request.method != method) plan.scale = 8 / draft_eighths(info, plan);
+    return load_filtered(name, bitmap, whole, info, plan);
   }
   whole.flags = T_LOAD_ALLOCATE;
   const core::ProgressPart loading(0, 50);

@@ -22,6 +22,7 @@ struct FormatRow {
   io::Reader read = nullptr;
   io::Reader read_upright = nullptr;  // not null: may deliver bottom-up files top row first
   io::Reader read_rgb = nullptr;      // not null: `read` gives blue first, this one red, as fast
+  io::DraftReader read_draft = nullptr;
   Delivery delivery = Delivery::kStreamed;
   io::Writer write = nullptr;
   uint32_t write_depths = 0;       // as T_Format.WriteDepths

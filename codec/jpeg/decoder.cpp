@@ -169,11 +169,14 @@ ColorSpace Decoder::guess_color() const {
 }
 
 // Of several scans none is a whole picture until all have come.
-Status Decoder::start(PixelLayout layout) {
+Status Decoder::start(PixelLayout layout, uint32_t eighths) {
   layout_ = layout;
-  transform_ = choose_inverse_transform();
+  samples_ = sample_frame(frame_, eighths);
+  for (size_t i = 0; i < kMaxComponents; ++i) {
+    transforms_[i] = choose_inverse_transform(samples_.points[i]);
+  }
   rows_.emplace();
-  TRY(rows_->start(frame_, color_, layout, is_smooth_));
+  TRY(rows_->start(samples_, color_, layout, is_smooth_));
   return is_single_scan() ? start_direct() : read_all_scans();
 }
 
@@ -189,10 +192,11 @@ Status Decoder::start_direct() {
     const HuffmanTable& ac_table = tables_[0].ac[s.ac_table];
     if (!dc_table.is_defined || !ac_table.is_defined) return kBadData;
     const size_t stride = s.index < rows_->needed_components() ? rows_->stride(s.index) : 0;
+    const size_t side = samples_.points[s.index];
     for (size_t block = 0; block < size_t{c.h} * c.v; ++block) {
       mcu_blocks_[mcu_block_count_++] = {s.index, &dc_table, &ac_table,
-                                         block / c.h * 8 * stride + block % c.h * 8,
-                                         size_t{8} * c.h};
+                                         block / c.h * side * stride + block % c.h * side,
+                                         side * c.h};
     }
   }
   TRY(pair_.allocate(2 * mcu_block_count_ * kBlockSize));
@@ -253,19 +257,20 @@ void Decoder::transform_pair(uint32_t x, std::span<const bool, 2> is_good) {
     if (b.component >= rows_->needed_components()) continue;
     const int last = std::max(is_good[0] ? last_[0][i] : 63, is_good[1] ? last_[1][i] : 63);
     uint8_t* out = band_[b.component] + b.offset + x * b.mcu_step;
-    transform_(first, second, quantisers_[b.component].data(), extent_of(last), out,
-               out + b.mcu_step, rows_->stride(b.component));
+    transforms_[b.component](first, second, quantisers_[b.component].data(), extent_of(last), out,
+                             out + b.mcu_step, rows_->stride(b.component));
   }
 }
 
-// Eight rows of the level that comes out as mid grey.
+// Blocks of the level that comes out as mid grey.
 void Decoder::fill_lost(uint32_t x) {
   for (size_t i = 0; i < mcu_block_count_; ++i) {
     const McuBlock& b = mcu_blocks_[i];
     if (b.component >= rows_->needed_components()) continue;
     uint8_t* out = band_[b.component] + b.offset + x * b.mcu_step;
-    for (size_t y = 0; y < 8; ++y) {
-      std::memset(out + y * rows_->stride(b.component), rows_->lost_sample(b.component), 8);
+    const size_t side = samples_.points[b.component];
+    for (size_t y = 0; y < side; ++y) {
+      std::memset(out + y * rows_->stride(b.component), rows_->lost_sample(b.component), side);
     }
   }
 }
@@ -344,8 +349,9 @@ void Decoder::transform_stored_band() {
   for (size_t i = 0; i < rows_->needed_components(); ++i) {
     uint8_t* out = rows_->mcu_row(i, bands_);
     const uint32_t rows = frame_.components[i].v;
+    const size_t row_step = samples_.points[i] * rows_->stride(i);
     for (uint32_t row = 0; row < rows; ++row) {
-      transform_stored_row(i, bands_ * rows + row, out + 8 * row * rows_->stride(i));
+      transform_stored_row(i, bands_ * rows + row, out + row * row_step);
     }
   }
   ++bands_;
@@ -357,11 +363,12 @@ void Decoder::transform_stored_band() {
 void Decoder::transform_stored_row(size_t component, uint32_t row, uint8_t* out) {
   const Component& c = frame_.components[component];
   const size_t stride = rows_->stride(component);
+  const size_t side = samples_.points[component];
   const uint32_t blocks = (frame_.mcus_wide * c.h + 1) & ~1u;
   const int16_t* values = store_->block_row(component, row);
   if (values == nullptr || !is_latched_[component]) {
-    for (size_t y = 0; y < 8; ++y) {
-      std::memset(out + y * stride, rows_->lost_sample(component), size_t{8} * blocks);
+    for (size_t y = 0; y < side; ++y) {
+      std::memset(out + y * stride, rows_->lost_sample(component), side * blocks);
     }
     return;
   }
@@ -371,8 +378,8 @@ void Decoder::transform_stored_row(size_t component, uint32_t row, uint8_t* out)
     pair.fill(0);
     const int last = std::max(to_natural(values, pair.data()),
                               to_natural(values + kBlockSize, pair.data() + kBlockSize));
-    transform_(pair.data(), pair.data() + kBlockSize, quantisers, extent_of(last),
-               out + size_t{8} * x, out + size_t{8} * x + 8, stride);
+    transforms_[component](pair.data(), pair.data() + kBlockSize, quantisers, extent_of(last),
+                           out + side * x, out + side * (x + 1), stride);
   }
 }
 
@@ -381,7 +388,7 @@ void Decoder::transform_stored_row(size_t component, uint32_t row, uint8_t* out)
 // Whether row y and its neighbours lie behind what could be decoded. Upsampling the grey of lost
 // blocks would give the same grey, at the price of a picture.
 bool Decoder::is_filler(uint32_t y) const {
-  return reader_.is_dead() && !store_ && y > (sound_bands_ + 1) * 8 * frame_.v_max;
+  return reader_.is_dead() && !store_ && y > (sound_bands_ + 1) * samples_.eighths * frame_.v_max;
 }
 
 // kept: rows that are lost are grey, so that a picture has all its rows; but no more grey is made
@@ -389,14 +396,14 @@ bool Decoder::is_filler(uint32_t y) const {
 Status Decoder::next_rows(std::span<uint8_t> rows, size_t row_bytes, uint32_t count,
                           uint32_t& got) {
   got = 0;
-  const size_t used_bytes = size_t{frame_.width} * (layout_ == PixelLayout::kGray8 ? 1 : 3);
+  const size_t used_bytes = size_t{width()} * (layout_ == PixelLayout::kGray8 ? 1 : 3);
   if (count > 0 && (row_bytes < used_bytes || rows.size() / count < row_bytes)) return kBadArgument;
-  while (got < count && next_row_ < frame_.height) {
+  while (got < count && next_row_ < height()) {
     uint8_t* out = rows.data() + got * row_bytes;
     if (is_filler(next_row_)) {
-      const uint64_t pixels = uint64_t{frame_.height - next_row_} * frame_.width;
+      const uint64_t pixels = uint64_t{height() - next_row_} * width();
       if (pixels > kMaxFillerPixels) {
-        frame_.height = next_row_;
+        samples_.frame.height = next_row_;
         return kOk;
       }
       std::memset(out, kGrey, used_bytes);

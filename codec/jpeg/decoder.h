@@ -23,6 +23,7 @@
 #include "base/byte_source.h"
 #include "base/status.h"
 #include "codec/jpeg/coefficients.h"
+#include "codec/jpeg/draft.h"
 #include "codec/jpeg/idct.h"
 #include "codec/jpeg/markers.h"
 #include "codec/jpeg/rows.h"
@@ -74,8 +75,14 @@ class Decoder {
   uint32_t restart_interval() const { return tables_[0].restart_interval; }
   void set_restart_interval(uint32_t mcus) { tables_[0].restart_interval = mcus; }
 
-  // Prepares for rows of this layout; decodes all scans of a stream that has several.
-  Status start(PixelLayout layout);
+  // Prepares for rows of this layout; decodes all scans of a stream that has several. At fewer
+  // `eighths` of its size (1, 2 or 4) the picture has that part of its columns and rows, rounded
+  // up.
+  Status start(PixelLayout layout, uint32_t eighths = 8);
+
+  // After start: the picture that the rows make.
+  uint32_t width() const { return samples_.frame.width; }
+  uint32_t height() const { return samples_.frame.height; }
 
   // Makes up to `count` rows, `row_bytes` apart; `got` says how many, 0 at the end. Rows that are
   // lost are mid grey. kNoMemory.
@@ -84,13 +91,13 @@ class Decoder {
   // Whether the next row takes more of the stream; false at the end. What a row, or start(), takes
   // at most is most_bytes(), the read-ahead included.
   bool needs_data() const {
-    return !store_ && next_row_ < frame_.height && next_row_ >= rows_->ready_rows(bands_);
+    return !store_ && next_row_ < height() && next_row_ >= rows_->ready_rows(bands_);
   }
   uint64_t most_bytes() const;
 
   // Rows from the top that are whole, as far as the stream has been decoded.
   uint32_t whole_rows() const {
-    return outcome_.ok() ? frame_.height : rows_->ready_rows(whole_bands_);
+    return outcome_.ok() ? height() : rows_->ready_rows(whole_bands_);
   }
 
   // After the last row: kOk, kReadError when the data ended too early, kBadData when they were
@@ -153,8 +160,9 @@ class Decoder {
   ScanReader reader_;
   std::optional<CoefficientStore> store_;
   uint64_t extra_visits_ = 0;  // of earlier streams
+  SampleFrame samples_;
   std::optional<RowMaker> rows_;
-  InverseTransform transform_ = nullptr;
+  std::array<InverseTransform, kMaxComponents> transforms_ = {};
   std::array<McuBlock, kMaxMcuBlocks> mcu_blocks_;
   size_t mcu_block_count_ = 0;
   Array<int16_t> pair_;                                     // coefficients of two MCUs

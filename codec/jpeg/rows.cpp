@@ -44,22 +44,26 @@ RowMaker::Scaling RowMaker::choose_scaling(const Component& c) const {
 
 // Rows have room for an MCU more, as the transform takes pairs of them, and slack on both sides,
 // where the upsampling kernels read neighbours that do not exist.
-Status RowMaker::start(const Frame& frame, ColorSpace space, PixelLayout layout, bool is_smooth) {
+Status RowMaker::start(const SampleFrame& samples, ColorSpace space, PixelLayout layout,
+                       bool is_smooth) {
+  const Frame& frame = samples.frame;
   frame_ = &frame;
+  unit_ = samples.eighths;
   space_ = space;
   layout_ = layout;
   needed_ = components_for(space, layout);
   needs_context_ = false;
   upsampling_ = &choose_upsampling();
   color_ = &choose_color_conversion();
-  const uint64_t row_bytes = uint64_t{8} * frame.h_max * (frame.mcus_wide + 1) + 2 * kRowSlack;
+  const uint64_t row_bytes = uint64_t{unit_} * frame.h_max * (frame.mcus_wide + 1) + 2 * kRowSlack;
   for (size_t i = 0; i < needed_; ++i) {
     const Component& c = frame.components[i];
     Plane& plane = planes_[i];
-    plane.mcu_rows = 8u * c.v;
+    plane.mcu_rows = unit_ * c.v;
     plane.scaling = choose_scaling(c);
     if (!is_smooth && plane.scaling != Scaling::kNone) plane.scaling = Scaling::kRepeat;
-    plane.stride = round_up<size_t>(size_t{8} * c.h * (frame.mcus_wide + 1) + 2 * kRowSlack, 64);
+    plane.stride =
+        round_up<size_t>(size_t{unit_} * c.h * (frame.mcus_wide + 1) + 2 * kRowSlack, 64);
     TRY(plane.samples.allocate(uint64_t{plane.stride} * plane.mcu_rows * 2));
     if (plane.scaling != Scaling::kNone) TRY(plane.scaled.allocate(row_bytes));
     if (plane.scaling == Scaling::kDoubleBoth || plane.scaling == Scaling::kDoubleHeight) {
@@ -87,7 +91,7 @@ uint8_t RowMaker::lost_sample(size_t component) const {
 // Smooth upsampling wants a row of the next MCU row for the last one.
 uint32_t RowMaker::ready_rows(uint32_t mcu_rows) const {
   if (mcu_rows >= frame_->mcus_high) return frame_->height;
-  const uint32_t rows = mcu_rows * 8 * frame_->v_max;
+  const uint32_t rows = mcu_rows * unit_ * frame_->v_max;
   return needs_context_ && rows > 0 ? rows - 1 : rows;
 }
 

@@ -8,6 +8,7 @@
 #include "base/buffer.h"
 #include "base/status.h"
 #include "codec/jpeg/color.h"
+#include "codec/jpeg/draft.h"
 #include "codec/jpeg/markers.h"
 #include "codec/jpeg/upsample.h"
 
@@ -29,14 +30,14 @@ enum class PixelLayout { kGray8, kRgb24, kBgr24 };
 // Keeps the samples of two MCU rows, so that smooth upsampling has the rows above and below.
 class RowMaker {
  public:
-  // `frame` is kept by address.
-  Status start(const Frame& frame, ColorSpace space, PixelLayout layout, bool is_smooth);
+  // `samples` are kept by address.
+  Status start(const SampleFrame& samples, ColorSpace space, PixelLayout layout, bool is_smooth);
 
   // How many components, the first ones, the layout asks for.
   size_t needed_components() const { return needed_; }
 
   // Where samples of MCU row `row` go: from the component's first column on, rows stride() apart,
-  // v * 8 of them. Each has space for an even number of MCUs.
+  // as many as its blocks have. Each has space for an even number of MCUs.
   uint8_t* mcu_row(size_t component, uint32_t row);
   size_t stride(size_t component) const { return planes_[component].stride; }
   // What a lost block is filled with, so that it comes out mid grey.
@@ -66,6 +67,7 @@ class RowMaker {
   void make_gray(const std::array<const uint8_t*, kMaxComponents>& rows, uint8_t* out);
 
   const Frame* frame_ = nullptr;
+  uint32_t unit_ = 8;  // samples of a block's side, by the factors of `frame_`
   ColorSpace space_ = ColorSpace::kYcc;
   PixelLayout layout_ = PixelLayout::kRgb24;
   size_t needed_ = 0;

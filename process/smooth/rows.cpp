@@ -61,15 +61,15 @@ Status describe_smooth(BitmapHandle& made, const BitmapHandle& picture, int32_t 
   return kOk;
 }
 
-Status SmoothRows::start(SmoothFilter filter, const BitmapHandle& from, const BitmapHandle& to) {
+Status SmoothRows::start(const SmoothPlan& plan, const BitmapHandle& from, const BitmapHandle& to) {
   width_ = from.Width, new_width_ = to.Width;
   bits_ = from.BitsPerPixel, new_bits_ = to.BitsPerPixel;
   new_line_ = to.BytesPerLine;
   planes_ = new_bits_ == 8 ? 1 : 3;
-  const SmoothSide across = SmoothSide::of(width_, new_width_);
-  SmoothSide down = SmoothSide::of(from.Height, to.Height);
-  down.is_mirrored = from.ViewPerspective >= 2;
-  TRY(resizer_.start(filter, across, down, planes_));
+  const SmoothSide across = {width_, new_width_, plan.width, plan.scale, false};
+  const SmoothSide down = {from.Height, to.Height, plan.height, plan.scale,
+                           from.ViewPerspective >= 2};
+  TRY(resizer_.start(plan.filter, across, down, planes_));
   TRY(carried_.start(bits_, across, down));
   const auto pixels = static_cast<uint64_t>(new_width_) + kOverrun;
   if (planes_ == 3) TRY(colors_.allocate(pixels * 3));

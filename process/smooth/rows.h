@@ -19,6 +19,16 @@ namespace tavo::process {
 Status describe_smooth(BitmapHandle& made, const BitmapHandle& picture, int32_t width,
                        int32_t height);
 
+// What is to become of a picture.
+struct SmoothPlan {
+  SmoothFilter filter = SmoothFilter::kBox;
+  int32_t width = 1;  // of the picture, whose rows may come as those of one that was decoded at
+  int32_t height = 1;
+  int32_t new_width = 1;
+  int32_t new_height = 1;
+  uint32_t scale = 1;  // half (2), a quarter or an eighth of its size
+};
+
 class SmoothRows {
  public:
   // Takes a row of the result, which has the bytes of a stored row.
@@ -26,7 +36,7 @@ class SmoothRows {
 
   // `from` describes the rows, which come as stored; `to` is what describe_smooth() made of it.
   // kNoMemory.
-  Status start(SmoothFilter filter, const BitmapHandle& from, const BitmapHandle& to);
+  Status start(const SmoothPlan& plan, const BitmapHandle& from, const BitmapHandle& to);
 
   // The next row; hands on what it completes. The sink's answer.
   Status take(const uint8_t* row, Sink sink);

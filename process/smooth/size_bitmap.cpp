@@ -32,7 +32,8 @@ Status resize_rows(BitmapHandle& bitmap, BitmapHandle& sized, SmoothFilter filte
   core::Progress progress;
   TRY(progress.start());
   SmoothRows smooth;
-  TRY(smooth.start(filter, bitmap, sized));
+  TRY(smooth.start({filter, bitmap.Width, bitmap.Height, sized.Width, sized.Height}, bitmap,
+                   sized));
   color::RowBlocks rows(bitmap);
   TRY(rows.start());
   RowWriter writer(sized);
