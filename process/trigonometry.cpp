@@ -16,12 +16,14 @@ constexpr int64_t series(int64_t z, int64_t first, int64_t last) {
   return sum;
 }
 
-// Up to 45 degrees.
-constexpr SineCosine of_half_quarter(int32_t angle) {
-  constexpr int64_t k45Degrees = 1686629713;  // pi / 4
-  const int64_t x = (angle * k45Degrees + 2250) / 4500;
+constexpr SineCosine of_radians(int64_t x) {
   const int64_t z = multiply(x, x);
   return {multiply(x, series(z, 10, 2)), series(z, 11, 1)};
+}
+
+// Up to 45 degrees.
+constexpr SineCosine of_half_quarter(int32_t angle) {
+  return of_radians((angle * kRadiansOf45Degrees + 2250) / 4500);
 }
 
 static_assert(of_half_quarter(0).sine == 0 && of_half_quarter(0).cosine == kOne);
@@ -29,6 +31,8 @@ static_assert(of_half_quarter(3000).sine == kOne / 2);
 static_assert(of_half_quarter(3000).cosine == 1859775394);
 
 }  // namespace
+
+SineCosine sine_cosine_of_radians(int64_t x) { return of_radians(x); }
 
 SineCosine sine_cosine(int32_t angle) {
   const int32_t rest = angle % 9000;

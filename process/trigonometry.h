@@ -11,6 +11,10 @@ struct SineCosine {
   int64_t cosine;
 };
 
+// pi / 4 in the same fixed point, and sine and cosine of an angle from 0 to that.
+inline constexpr int64_t kRadiansOf45Degrees = 1686629713;
+SineCosine sine_cosine_of_radians(int64_t x);
+
 inline constexpr int32_t kFullTurn = 36000;  // in hundredths of a degree
 
 // `angle` in hundredths of a degree, 0 to 35999.

@@ -58,10 +58,20 @@ bool keeps_layout(const BitmapHandle& bitmap, Widening widening) {
 }
 
 Status describe_widened(BitmapHandle& made, const BitmapHandle& bitmap, Widening widening) {
-  if (widening == Widening::kColor) return color::describe_like(made, bitmap, 24);
-  if (!keeps_layout(bitmap, widening)) return color::describe_gray(made, bitmap);
-  TRY(core::init_bitmap(made, bitmap.Width, bitmap.Height, bitmap.BitsPerPixel));
-  TRY(core::copy_description(made, bitmap));
+  return describe_widened(made, bitmap, widening, bitmap.Width, bitmap.Height);
+}
+
+Status describe_widened(BitmapHandle& made, const BitmapHandle& bitmap, Widening widening,
+                        int32_t width, int32_t height) {
+  if (!keeps_layout(bitmap, widening)) {
+    BitmapHandle sized = bitmap;
+    sized.Width = width;
+    sized.Height = height;
+    if (widening == Widening::kColor) return color::describe_like(made, sized, 24);
+    return color::describe_gray(made, sized);
+  }
+  TRY(core::init_bitmap(made, width, height, bitmap.BitsPerPixel));
+  TRY(core::copy_description_resized(made, bitmap));
   if (widening == Widening::kGray) made.Flags |= T_FLAG_GRAY;
   return kOk;
 }

@@ -23,8 +23,10 @@ Widening widening_of(const BitmapHandle& bitmap);
 // Whether that leaves depth and palette as they are: of grey pictures with a ramp.
 bool keeps_layout(const BitmapHandle& bitmap, Widening widening);
 
-// A record like `bitmap` after its widening, not yet allocated.
+// A record like `bitmap` after its widening, of its size or another, not yet allocated.
 Status describe_widened(BitmapHandle& made, const BitmapHandle& bitmap, Widening widening);
+Status describe_widened(BitmapHandle& made, const BitmapHandle& bitmap, Widening widening,
+                        int32_t width, int32_t height);
 
 // The rows that are worked on: of 1 bit, or with 1, 3 or 4 bytes to a pixel. 16 bits are worked on
 // as 24, in the order of the picture; the fourth byte of 32 bits goes along and does not count.

@@ -1,14 +1,13 @@
 #include "process/smooth/rows.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "base/vector_sse2.h"
 #include "color/paint_palette.h"
-#include "color/palettes.h"
 #include "color/planes.h"
 #include "core/bitmap.h"
 #include "core/rows.h"
+#include "process/work_rows.h"
 
 namespace tavo::process {
 
@@ -17,18 +16,6 @@ namespace {
 using namespace sse2;
 
 constexpr uint64_t kOverrun = 64;  // of loops that end with a whole vector
-
-bool has_ramp(const BitmapHandle& picture) {
-  if (picture.BitsPerPixel != 8 || picture.Colors != 256) return false;
-  T_PaletteEntry ramp[256];
-  color::fill_gray_ramp(ramp);
-  return std::memcmp(ramp, picture.Info.Palette, sizeof ramp) == 0;
-}
-
-bool is_gray_picture(const BitmapHandle& picture) {
-  const color::PaintPalette colors(picture);
-  return color::is_gray(std::span<const T_PaletteEntry>(colors.entries).first(colors.count));
-}
 
 void widen_samples(const uint8_t* from, uint32_t count, int16_t* to) {
   uint32_t x = 0;
@@ -47,18 +34,9 @@ void join_triples(const uint8_t* planes, size_t stride, uint32_t count, uint8_t*
 
 Status describe_smooth(BitmapHandle& made, const BitmapHandle& picture, int32_t width,
                        int32_t height) {
-  const bool keeps_depth = picture.BitsPerPixel > 8 || has_ramp(picture);
-  const bool is_gray = !keeps_depth && is_gray_picture(picture);
-  const int32_t bits = keeps_depth ? picture.BitsPerPixel : is_gray ? 8 : 24;
-  TRY(core::init_bitmap(made, width, height, bits));
-  if (made.Size == 0) return kBadSize;
-  if (keeps_depth) return core::copy_description_resized(made, picture);
+  TRY(describe_widened(made, picture, widening_of(picture), width, height));
   made.ViewPerspective = picture.ViewPerspective;
-  made.DitherMethod = picture.DitherMethod;
-  std::ranges::fill(made.Info.Palette, T_PaletteEntry{});
-  if (is_gray) color::fill_gray_ramp(made.Info.Palette);
-  core::set_flag(made, T_FLAG_GRAY, is_gray);
-  return kOk;
+  return made.Size != 0 ? kOk : kBadSize;
 }
 
 Status SmoothRows::start(const SmoothPlan& plan, const BitmapHandle& from, const BitmapHandle& to) {
@@ -73,7 +51,7 @@ Status SmoothRows::start(const SmoothPlan& plan, const BitmapHandle& from, const
   TRY(carried_.start(bits_, across, down));
   const auto pixels = static_cast<uint64_t>(new_width_) + kOverrun;
   if (planes_ == 3) TRY(colors_.allocate(pixels * 3));
-  if (bits_ <= 8 && !has_ramp(from)) {
+  if (!keeps_layout(from, widening_of(from))) {
     const color::PaintPalette colors(from);
     TRY(wide_.allocate((static_cast<uint64_t>(width_) + kOverrun) * planes_));
     TRY(widen_.start(bits_, planes_ == 1 ? 0 : 24, T_ORDER_RGB, T_ORDER_BGR, colors.entries,

@@ -13,9 +13,8 @@
 
 namespace tavo::process {
 
-// Makes `made` a record like `picture` for another size, at a depth that holds mixtures of its
-// colours: indices become 8-bit levels when they are greys, else 24 bits. Not yet allocated.
-// kBadSize, or kNoMemory when a palette object cannot be duplicated.
+// Makes `made` a record like `picture` for another size, widened, not yet allocated. kBadSize, or
+// kNoMemory when a palette object cannot be duplicated.
 Status describe_smooth(BitmapHandle& made, const BitmapHandle& picture, int32_t width,
                        int32_t height);
 

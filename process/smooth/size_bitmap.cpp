@@ -7,6 +7,7 @@
 #include "core/progress.h"
 #include "core/rows.h"
 #include "process/smooth/rows.h"
+#include "process/whole_picture.h"
 
 namespace tavo::process {
 
@@ -54,6 +55,7 @@ Status resize_rows(BitmapHandle& bitmap, BitmapHandle& sized, SmoothFilter filte
 
 Status size_bitmap_smoothly(BitmapHandle& bitmap, int32_t width, int32_t height,
                             SmoothFilter filter) {
+  TRY(check_bitmap(bitmap));
   core::OwnedBitmap sized;
   TRY(describe_smooth(*sized, bitmap, width, height));
   if (bitmap.Width == width && bitmap.Height == height) return kOk;

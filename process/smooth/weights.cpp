@@ -3,19 +3,19 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "process/rounding.h"
+#include "process/trigonometry.h"
+
 namespace tavo::process {
 
 namespace {
 
-constexpr int64_t kOne = 65536;  // of distances and weights
-constexpr int64_t kUnit = int64_t{1} << 31;
+constexpr int64_t kOne = 65536;              // of distances and weights
+constexpr int64_t kUnit = int64_t{1} << 31;  // of sines
 
 constexpr int64_t floor_divide(int64_t a, int64_t b) {
   return a / b - (a % b != 0 && (a < 0) != (b < 0));
 }
-// a / b to the nearest, halves up.
-constexpr int64_t round_divide(int64_t a, int64_t b) { return floor_divide(2 * a + b, 2 * b); }
-
 int64_t radius(SmoothFilter filter) {
   if (filter == SmoothFilter::kTriangle) return 1;
   return filter == SmoothFilter::kLanczos ? 3 : 2;
@@ -27,7 +27,7 @@ int64_t cubic(int64_t t) {
   const int64_t p = t < kOne
                         ? 3 * cube - 5 * kOne * square + 2 * kOne * kOne * kOne
                         : -cube + 5 * kOne * square - 8 * kOne * kOne * t + 4 * kOne * kOne * kOne;
-  return round_divide(p, int64_t{1} << 33);
+  return divide_rounded(p, int64_t{1} << 33);
 }
 
 // Mitchell and Netravali's, B = C = 1/3.
@@ -36,29 +36,18 @@ int64_t mitchell(int64_t t) {
   const int64_t p =
       t < kOne ? 21 * cube - 36 * kOne * square + 16 * kOne * kOne * kOne
                : -7 * cube + 36 * kOne * square - 60 * kOne * kOne * t + 32 * kOne * kOne * kOne;
-  return round_divide(p, 18 * (int64_t{1} << 32));
+  return divide_rounded(p, 18 * (int64_t{1} << 32));
 }
 
-// The nested power series of sine and cosine: the terms of z from n0 down to `last`.
-int64_t series(int64_t z, int64_t n0, int64_t last) {
-  int64_t q = kUnit;
-  for (int64_t n = n0; n >= last; n -= 2) {
-    q = kUnit - ((z * q + (kUnit >> 1)) >> 31) / (n * (n + 1));
-  }
-  return q;
-}
-
-// A third of a turn's half for every kOne: t as an angle, kUnit standing for 1.
-int64_t angle(int64_t t) { return (t * 1686629713 + 24576) / 49152; }
+// t as an angle, kUnit standing for 1: a third of half a turn for every kOne.
+int64_t angle(int64_t t) { return (t * kRadiansOf45Degrees + 24576) / 49152; }
 
 // The sine of that angle, t from 0 to 3 kOne.
 int64_t sine(int64_t t) {
   constexpr int64_t kHalfTurn = 3 * kOne;
   const int64_t a = std::min(t, kHalfTurn - t);
-  const bool is_small = a <= kHalfTurn / 4;
-  const int64_t x = angle(is_small ? a : kHalfTurn / 2 - a);
-  const int64_t z = (x * x + (kUnit >> 1)) >> 31;
-  return is_small ? (x * series(z, 10, 2) + (kUnit >> 1)) >> 31 : series(z, 11, 1);
+  if (a <= kHalfTurn / 4) return sine_cosine_of_radians(angle(a)).sine;
+  return sine_cosine_of_radians(angle(kHalfTurn / 2 - a)).cosine;
 }
 
 // sin(pi x) / (pi x) times the same of x / 3. With s = sin(pi x / 3), sin(pi x) is 3 s - 4 s^3.
@@ -107,7 +96,7 @@ int64_t SmoothWeights::weight(int64_t offset) const {
   const int64_t distance = std::abs(2 * begin + results_ - rest_);
   if (distance >= support_) return 0;
   const int64_t reach = radius(filter_);
-  const int64_t t = round_divide(kOne * distance, support_ / reach);
+  const int64_t t = divide_rounded(kOne * distance, support_ / reach);
   return t < kOne * reach ? kernel(filter_, t) : 0;
 }
 
@@ -150,7 +139,7 @@ SmoothWindow SmoothWeights::window(uint32_t result) {
   int64_t sum = 0, before = 0;
   for (int64_t i = begin; i < end; ++i) {
     sum += weight(i);
-    const int64_t rounded = round_divide(kWhole * sum, total);
+    const int64_t rounded = divide_rounded(kWhole * sum, total);
     add_part(base_ + i, static_cast<int32_t>(rounded - before));
     before = rounded;
   }
