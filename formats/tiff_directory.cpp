@@ -9,7 +9,7 @@ namespace tavo::tiff {
 
 namespace {
 
-// XMP part 3, 1.1.4; Exif 2.32, 4.6.3; ICC.1, B.4.
+// XMP, volume 3, 1.1.4; Exif 2.32, 4.6.3; ICC.1, B.4.
 uint32_t extra_of(uint16_t tag) {
   constexpr uint16_t kXmp = 700, kExifIfd = 34665, kIccProfile = 34675;
   if (tag == kXmp) return T_EXTRA_XMP;

@@ -168,7 +168,8 @@ void Machine::sizes() {
   }
   const int32_t width = static_cast<int32_t>(input.byte() % 90) - 2;
   const int32_t height = static_cast<int32_t>(input.byte() % 90) - 2;
-  if (known(T_SizeBitmap(&first, width, height)) == T_OK) {
+  const uint32_t method = input.byte() % 7;  // none of the filters, one of five, or unknown
+  if (known(T_SizeBitmapFine(&first, width, height, method)) == T_OK) {
     require(first.Width == width && first.Height == height);
     require(core::has_flag(first, T_FLAG_ALLOCATED) == is_memory);
   }
@@ -396,7 +397,13 @@ void Machine::load() {
   T_FreeBitmap(&second);
   const int32_t bits = depth();
   const int32_t order = static_cast<int32_t>(input.byte() % 3) - 1;
-  const uint32_t flags = input.byte() % 16;
+  const uint32_t flags = input.byte() % 32;
+  if (flags >= 16) {
+    const io::MemoryFileScope memory(file.data(), loaded_size());
+    const uint32_t method = (input.byte() % 6) | (flags % 2 != 0 ? T_SIZE_DRAFT : 0u);
+    known(T_LoadBitmapFine(loaded_name(), &second, bits, order, drawn_side(input), 0, method));
+    return;
+  }
   T_DefaultDithering(input.byte() % 8);
   known(T_LoadMemory(file.data(), &second, bits, order, flags, nullptr, nullptr, loaded_size()));
   T_DefaultDithering(T_DITHER_ORDERED);

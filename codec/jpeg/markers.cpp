@@ -348,7 +348,7 @@ Status MarkerReader::read_application(int code, Extras& extras) {
     extras.has_adobe = true;
     extras.adobe_transform = bytes[11];
   }
-  // Exif 2.32, 4.5.4; XMP part 3, 1.1.3; ICC.1, B.4.
+  // Exif 2.32, 4.5.4; XMP, volume 3, 1.1.3; ICC.1, B.4.
   using namespace std::string_view_literals;
   if (code == marker::kApp1 && begins("Exif\0"sv))
     TRY(read_exif(std::span(bytes).subspan<6, 6>(), extras));
