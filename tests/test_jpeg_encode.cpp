@@ -24,7 +24,7 @@ struct Path {
 // What this processor can run beside the plain code.
 std::vector<Path> vector_paths() {
   std::vector<Path> paths = {{"words", &jpeg::kPlainKernels, &jpeg::kSse2EntropyCoder}};
-  const char* const names[] = {"SSE2", "SSSE3", "AVX2", "AVX-512"};
+  const char* const names[] = {"plain", "SSE2", "SSSE3", "AVX2", "AVX-512"};
   for (const platform::Processor level : test::processor_levels()) {
     const test::LimitedProcessor limited(level);
     paths.push_back({names[static_cast<int>(level)], &jpeg::kernels(), &jpeg::entropy_coder()});
