@@ -188,7 +188,7 @@ void make_picture(Bitmap& bitmap, int32_t width, int32_t height, int32_t bits, u
                                static_cast<uint8_t>(i), 0};
   }
   if (bits <= 8) bitmap->Colors = 1u << bits;
-  Random random(static_cast<uint64_t>(width * 1000 + height * 10 + bits));
+  Random random(static_cast<uint64_t>(int64_t{width} * 1000 + int64_t{height} * 10 + bits));
   Bytes row(bitmap->BytesPerLine);
   T_AccessBitmap(bitmap.get());
   for (int32_t y = 0; y < height; ++y) {
