@@ -71,7 +71,10 @@ Status describe_widened(BitmapHandle& made, const BitmapHandle& bitmap, Widening
     return color::describe_gray(made, sized);
   }
   TRY(core::init_bitmap(made, width, height, bitmap.BitsPerPixel));
-  TRY(core::copy_description_resized(made, bitmap));
+  // A picture of the same size keeps its words of Info, as it does when it is worked on in place.
+  const bool is_resized = width != bitmap.Width || height != bitmap.Height;
+  TRY(is_resized ? core::copy_description_resized(made, bitmap)
+                 : core::copy_description(made, bitmap));
   if (widening == Widening::kGray) made.Flags |= T_FLAG_GRAY;
   return kOk;
 }
