@@ -96,9 +96,7 @@ class Decoder {
   uint64_t most_bytes() const;
 
   // Rows from the top that are whole, as far as the stream has been decoded.
-  uint32_t whole_rows() const {
-    return outcome_.ok() ? height() : rows_->ready_rows(whole_bands_);
-  }
+  uint32_t whole_rows() const { return outcome_.ok() ? height() : rows_->ready_rows(whole_bands_); }
 
   // After the last row: kOk, kReadError when the data ended too early, kBadData when they were
   // damaged or have more scans than any picture needs. When nearly all of a huge picture is lost,
