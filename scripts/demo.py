@@ -111,6 +111,7 @@ def convert(tool, source, original, fmt, bits):
     return result
 
 
+MACPAINT = 51
 HEADINGS = ["picture", "format", "depth", "bytes", "ms", "PSNR"]
 NUMBERS = (2, 3, 4)
 
@@ -188,7 +189,8 @@ def sheet(tool, source):
 def main():
     program, folder, *files = sys.argv[1:]
     tool = Tool(program, Path(folder))
-    formats = [fmt for fmt in tool.formats() if fmt["write"]]
+    # MacPaint documents are pages of 576 x 720 pixels: other pictures do not come back as they were.
+    formats = [fmt for fmt in tool.formats() if fmt["write"] and fmt["id"] != MACPAINT]
     sections = []
     results = []
     for source in map(Path, files):
