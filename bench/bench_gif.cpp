@@ -11,7 +11,7 @@
 
 namespace {
 
-using namespace tavo::bench;
+using namespace bench;
 
 constexpr int kSize = 2048;
 

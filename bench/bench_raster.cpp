@@ -8,7 +8,7 @@
 
 namespace {
 
-using namespace tavo::bench;
+using namespace bench;
 
 struct Picture {
   int width;

@@ -62,7 +62,7 @@ size_t line_bytes(int32_t width, int32_t bits) {
 std::vector<uint8_t> picture(int32_t bits) {
   std::vector<uint8_t> bytes(line_bytes(kWidth, bits) * kHeight);
   if (bits < 8) {
-    const auto levels = tavo::bench::text_indices(kWidth, kHeight);
+    const auto levels = bench::text_indices(kWidth, kHeight);
     const auto per_byte = static_cast<size_t>(8 / bits);
     for (size_t i = 0; i < levels.size(); ++i) {
       const uint32_t ink = (255u - levels[i]) >> (8 - bits);

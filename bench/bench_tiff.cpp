@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace tavo::bench;
+using namespace bench;
 
 struct Picture {
   const char* name;

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <vector>
 
-namespace tavo::bench {
+namespace bench {
 
 struct MemoryFile {
   std::vector<uint8_t> bytes;
@@ -56,5 +56,5 @@ struct MemoryFile {
   }
 };
 
-}  // namespace tavo::bench
+}  // namespace bench
 #endif

@@ -28,7 +28,7 @@ extern "C" {
 #include <SDL2/SDL_image.h>
 #endif
 
-namespace tavo::bench {
+namespace bench {
 
 using Bytes = std::vector<uint8_t>;
 
@@ -336,4 +336,4 @@ inline void run_pillow(benchmark::State& state, const std::string& suffix, const
   std::remove(path.c_str());
 }
 
-}  // namespace tavo::bench
+}  // namespace bench
