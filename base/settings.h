@@ -35,6 +35,19 @@ struct ProgressState {
 struct LastLoad {
   uint32_t whole_rows = 0;  // up to the first one that is not
   int64_t damage_at = -1;   // -1: not known, or the end of the file
+  uint64_t decoded = 0;     // bytes
+};
+
+// What the call at work knows about its failure beside the status; the export that ends with one
+// makes the record of T_GetError from it.
+struct FailureNote {
+  int32_t limit = 0;  // T_LIMIT_ value, 0: no limit
+  uint64_t asked = 0;
+  uint64_t allowed = 0;
+  int32_t system_error = 0;  // the system's own number
+  int32_t row = -1;
+  int32_t page = 0;
+  bool is_not_allowed = false;  // formats were left out, and no other is this one
 };
 
 struct Settings {
@@ -46,6 +59,11 @@ struct Settings {
   T_StatusCallback status_callback = nullptr;
   ProgressState progress;
   LastLoad last_load;
+  FailureNote note;
+  T_ERRORINFO last_failure = {};
+  uint64_t limits[T_LIMIT_WORK + 1] = {};  // by T_LIMIT_ value; 0: none
+  uint64_t temporary_bytes = 0;            // that files behind bitmaps have
+  uint8_t formats_off[32] = {};            // a bit for each identifier (T_EnableFormat)
   uint32_t default_dithering = T_DITHER_ORDERED;
   T_TIFFOption tiff = {};
   bool unknown_resolution = false;  // bitmaps begin with none, not with 150 dots per inch

@@ -41,6 +41,7 @@ inline constexpr Status kNotCompressible{T_ERR_NOT_COMPRESSIBLE};
 inline constexpr Status kIncomplete{T_ERR_INCOMPLETE};
 inline constexpr Status kNoStamp{T_ERR_NO_STAMP};
 inline constexpr Status kNoticeDamaged{T_ERR_NOTICE};
+inline constexpr Status kLimit{T_ERR_LIMIT};
 inline constexpr Status kTooLarge{T_ERR_TOO_LARGE};
 
 // Returns from the enclosing function (which returns Status) when `expression` is not kOk.

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/depths.h"
+#include "base/limits.h"
 #include "base/settings.h"
 #include "core/notice.h"
 #include "core/progress.h"
@@ -78,6 +79,7 @@ int32_t free_disk(BitmapHandle& bitmap) {
   if (bitmap.Handle != 0) {
     platform::close_temporary(static_cast<intptr_t>(bitmap.Handle));
     result = platform::delete_temporary(static_cast<const char*>(bitmap.Data));
+    limits::remove_temporary(bitmap.Size);
     platform::free_fixed(bitmap.Data);
   }
   bitmap.Handle = 0;
@@ -125,9 +127,12 @@ bool allocate_memory(BitmapHandle& bitmap) {
   return true;
 }
 
-Status allocate_disk(BitmapHandle& bitmap) {
+Status make_disk(BitmapHandle& bitmap) {
   char path[platform::kMaxPath];
-  if (!platform::make_temporary_name(path)) return kNoMemory;
+  if (!platform::make_temporary_name(path)) {
+    settings.note.system_error = platform::last_error();
+    return kNoMemory;
+  }
   const size_t length = std::strlen(path) + 1;
   void* name = platform::allocate_fixed(length);
   if (name == nullptr) {
@@ -137,6 +142,7 @@ Status allocate_disk(BitmapHandle& bitmap) {
   std::memcpy(name, path, length);
   const intptr_t file = platform::open_temporary(path);
   if (file == -1) {
+    settings.note.system_error = platform::last_error();
     platform::delete_temporary(path);
     platform::free_fixed(name);
     return kNoMemory;
@@ -152,6 +158,13 @@ Status allocate_disk(BitmapHandle& bitmap) {
   }
   bitmap.Flags |= T_FLAG_ALLOCATED;
   return kOk;
+}
+
+Status allocate_disk(BitmapHandle& bitmap) {
+  TRY(limits::add_temporary(bitmap.Size));
+  const Status status = make_disk(bitmap);
+  if (!status.ok()) limits::remove_temporary(bitmap.Size);
+  return status;
 }
 
 // A file that ends one byte behind the storage reads as zero wherever nothing was put.
@@ -224,7 +237,12 @@ Status init_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height, int32_t 
 Status allocate_bitmap(BitmapHandle& bitmap, uint32_t request) {
   if (bitmap.Size == 0) return kBadSize;
   if ((request & kRequestNoStorage) != 0) return allocate_nothing(bitmap);
-  if (request == kRequestMemory && allocate_memory(bitmap)) return kOk;
+  TRY(limits::check_picture(bitmap.Width, bitmap.Height));
+  if (request == kRequestMemory) {
+    if (allocate_memory(bitmap)) return kOk;
+    // What a limit refuses is not made as a file instead.
+    if (platform::over_limit() != 0) return kNoMemory;
+  }
   return allocate_disk(bitmap);
 }
 

@@ -5,10 +5,10 @@
 
 namespace tavo::exports {
 
-int32_t refused_load(const char* name) {
+Status refused_load(const char* name) {
   io::InputFile file;
   const Status status = file.open(name);
-  return status.ok() ? T_ERR_ARGUMENT : status.code();
+  return status.ok() ? kBadArgument : status;
 }
 
 }  // namespace tavo::exports

@@ -1,7 +1,7 @@
 // Checks that every export makes alike.
 #pragma once
 
-#include <cstdint>
+#include "base/status.h"
 
 namespace tavo::exports {
 
@@ -12,6 +12,6 @@ bool missing(const Pointers&... pointers) {
 }
 
 // The status of a load without a record or sink: what is wrong with the file's name comes first.
-int32_t refused_load(const char* name);
+Status refused_load(const char* name);
 
 }  // namespace tavo::exports

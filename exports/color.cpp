@@ -1,6 +1,7 @@
 // Row conversion.
 #include "base/status.h"
 #include "color/convert.h"
+#include "exports/answer.h"
 #include "exports/shared.h"
 #include "tavo45.h"
 
@@ -11,7 +12,7 @@ int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn, int3
                                int32_t orderIn, int32_t orderOut, const T_PaletteEntry* paletteIn,
                                const T_PaletteEntry* paletteOut) {
   // Known to the library's own rows alone.
-  if (bitsIn == 2 || bitsOut == 2) return T_ERR_ARGUMENT;
+  if (bitsIn == 2 || bitsOut == 2) return exports::answer(kBadArgument);
   const auto convert = [=](color::RowConverter& converter) {
     const Status status =
         converter.start(bitsIn, bitsOut, orderIn, orderOut, paletteIn, paletteOut);
@@ -20,9 +21,9 @@ int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn, int3
   };
   if (exports::shared.converter_in_use.test_and_set(std::memory_order_acquire)) {
     color::RowConverter own;
-    return convert(own).code();
+    return exports::answer(convert(own));
   }
   const Status status = convert(exports::shared.converter);
   exports::shared.converter_in_use.clear(std::memory_order_release);
-  return status.code();
+  return exports::answer(status);
 }

@@ -3,6 +3,7 @@
 
 #include "base/depths.h"
 #include "base/settings.h"
+#include "exports/answer.h"
 #include "exports/arguments.h"
 #include "io/file_table.h"
 #include "pipeline/convert_file.h"
@@ -30,8 +31,8 @@ void copy_text(char (&to)[kSize], const char* from) {
 }  // namespace
 
 int32_t T_CALL T_FileInfo(const char* name, FILEINFO* info) {
-  if (exports::missing(info)) return T_ERR_ARGUMENT;
-  return pipeline::describe_file(name, *info).code();
+  if (exports::missing(info)) return exports::answer(kBadArgument);
+  return exports::answer(pipeline::describe_file(name, *info));
 }
 
 int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t size) {
@@ -41,9 +42,9 @@ int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t si
 
 int32_t T_CALL T_LoadFile(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
                           int32_t order, uint32_t flags, T_RowSink callback, void* userData) {
-  if (exports::missing(target)) return exports::refused_load(name);
+  if (exports::missing(target)) return exports::answer(exports::refused_load(name));
   const pipeline::LoadRequest request{bitsPerPixel, order, flags, callback, userData};
-  return pipeline::load(name, *target, request).code();
+  return exports::answer(pipeline::load(name, *target, request));
 }
 
 int32_t T_CALL T_LoadMemory(const void* address, BitmapHandle* target, int32_t bitsPerPixel,
@@ -67,13 +68,13 @@ int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* target, int
 
 int32_t T_CALL T_LoadBitmapFine(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel,
                                 int32_t order, int32_t width, int32_t height, uint32_t method) {
-  if (exports::missing(bitmap)) return exports::refused_load(name);
+  if (exports::missing(bitmap)) return exports::answer(exports::refused_load(name));
   const bool is_depth = bitsPerPixel == 0 || (bitsPerPixel >= 8 && is_request_depth(bitsPerPixel));
-  if (!is_depth || order > T_ORDER_BGR) return T_ERR_ARGUMENT;
-  if (width < 0 || height < 0 || (width == 0 && height == 0)) return T_ERR_ARGUMENT;
-  if ((method & ~T_SIZE_DRAFT) > T_SIZE_LANCZOS) return T_ERR_ARGUMENT;
-  return pipeline::load_smoothly(name, *bitmap, {bitsPerPixel, order, width, height, method})
-      .code();
+  if (!is_depth || order > T_ORDER_BGR) return exports::answer(kBadArgument);
+  if (width < 0 || height < 0 || (width == 0 && height == 0)) return exports::answer(kBadArgument);
+  if ((method & ~T_SIZE_DRAFT) > T_SIZE_LANCZOS) return exports::answer(kBadArgument);
+  return exports::answer(
+      pipeline::load_smoothly(name, *bitmap, {bitsPerPixel, order, width, height, method}));
 }
 
 int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowCount,
@@ -88,9 +89,9 @@ int64_t T_CALL T_GetDamageOffset(void) { return settings.last_load.damage_at; }
 int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                           int32_t bitsPerPixel, int32_t quality, uint32_t flags, uint32_t direct,
                           uint32_t) {
-  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
+  if (exports::missing(bitmap)) return exports::answer(kBadArgument);
   const pipeline::SaveOptions options{format, bitsPerPixel, quality, flags, direct != 0};
-  return pipeline::save(name, *bitmap, options).code();
+  return exports::answer(pipeline::save(name, *bitmap, options));
 }
 
 int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_t format,
@@ -100,17 +101,18 @@ int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_t form
 
 int32_t T_CALL T_ConvertFile(const char* source, const char* destination, int32_t format,
                              int32_t bitsPerPixel, int32_t quality) {
-  return pipeline::convert_file(source, destination, format, bitsPerPixel, quality).code();
+  return exports::answer(
+      pipeline::convert_file(source, destination, format, bitsPerPixel, quality));
 }
 
 int32_t T_CALL T_StreamFile(const char* source, const char* destination, int32_t format,
                             int32_t bitsPerPixel, int32_t quality) {
-  return pipeline::stream_file(source, destination, format, bitsPerPixel, quality).code();
+  return exports::answer(pipeline::stream_file(source, destination, format, bitsPerPixel, quality));
 }
 
 int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format) {
-  if (exports::missing(format)) return T_ERR_ARGUMENT;
-  if (index >= pipeline::formats().size()) return T_ERR_FORMAT;
+  if (exports::missing(format)) return exports::answer(kBadArgument);
+  if (index >= pipeline::formats().size()) return exports::answer(kNoFormat);
   const pipeline::FormatRow& row = pipeline::formats()[index];
   *format = {};
   format->Id = row.id;

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "base/depths.h"
+#include "exports/answer.h"
 #include "exports/arguments.h"
 #include "platform/platform.h"
 #include "tavo45.h"
@@ -18,10 +19,10 @@ struct T_ResizeBlock {
 
 int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWidth,
                              int32_t newHeight, T_ResizeBlock** resize) {
-  if (exports::missing(resize)) return T_ERR_ARGUMENT;
+  if (exports::missing(resize)) return exports::answer(kBadArgument);
   *resize = nullptr;
   void* memory = platform::allocate_fixed(sizeof(T_ResizeBlock));
-  if (memory == nullptr) return T_ERR_NO_MEMORY;
+  if (memory == nullptr) return exports::answer(kNoMemory);
   auto* block = new (memory) T_ResizeBlock;
   const Status status = block->resizer.start(oldWidth, oldHeight, newWidth, newHeight);
   if (status.ok()) {
@@ -29,13 +30,13 @@ int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWid
   } else {
     T_StopResize(block);
   }
-  return status.code();
+  return exports::answer(status);
 }
 
 int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel, int32_t* outWidth,
                         int32_t* outRows, T_ResizeBlock* resize) {
-  if (!is_request_depth(bitsPerPixel)) return T_ERR_ARGUMENT;
-  if (exports::missing(row, outWidth, outRows, resize)) return T_ERR_ARGUMENT;
+  if (!is_request_depth(bitsPerPixel)) return exports::answer(kBadArgument);
+  if (exports::missing(row, outWidth, outRows, resize)) return exports::answer(kBadArgument);
   process::Resizer& resizer = resize->resizer;
   *outWidth = resizer.new_width();
   *outRows = static_cast<int32_t>(resizer.row_count(rowNumber));
@@ -51,20 +52,20 @@ int32_t T_CALL T_StopResize(T_ResizeBlock* resize) {
 }
 
 int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height) {
-  if (exports::missing(bitmap)) return T_ERR_ARGUMENT;
-  return process::size_bitmap(*bitmap, width, height).code();
+  if (exports::missing(bitmap)) return exports::answer(kBadArgument);
+  return exports::answer(process::size_bitmap(*bitmap, width, height));
 }
 
 int32_t T_CALL T_SizeBitmapFine(BitmapHandle* bitmap, int32_t width, int32_t height,
                                 uint32_t method) {
   if (method == T_SIZE_NEAREST) return T_SizeBitmap(bitmap, width, height);
-  if (exports::missing(bitmap) || method > T_SIZE_LANCZOS) return T_ERR_ARGUMENT;
-  if (width < 1 || height < 1) return T_ERR_ARGUMENT;
+  if (exports::missing(bitmap) || method > T_SIZE_LANCZOS) return exports::answer(kBadArgument);
+  if (width < 1 || height < 1) return exports::answer(kBadArgument);
   const auto filter = static_cast<process::SmoothFilter>(method);
-  return process::size_bitmap_smoothly(*bitmap, width, height, filter).code();
+  return exports::answer(process::size_bitmap_smoothly(*bitmap, width, height, filter));
 }
 
 int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination) {
-  if (exports::missing(source, destination)) return T_ERR_ARGUMENT;
-  return process::resize_bitmap(*source, *destination).code();
+  if (exports::missing(source, destination)) return exports::answer(kBadArgument);
+  return exports::answer(process::resize_bitmap(*source, *destination));
 }

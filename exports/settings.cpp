@@ -3,8 +3,11 @@
 
 #include <algorithm>
 
+#include "exports/answer.h"
 #include "exports/arguments.h"
 #include "io/file_table.h"
+#include "pipeline/registry.h"
+#include "platform/platform.h"
 #include "tavo45.h"
 
 using namespace tavo;
@@ -15,19 +18,39 @@ int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write,
   return T_OK;
 }
 
+int32_t T_CALL T_SetLimit(int32_t kind, uint64_t value) {
+  if (kind < T_LIMIT_PIXELS || kind > T_LIMIT_WORK) return exports::answer(kBadArgument);
+  settings.limits[kind] = value;
+  if (kind == T_LIMIT_MEMORY) platform::limit_memory(value == 0 ? UINT64_MAX : value);
+  return T_OK;
+}
+
+uint64_t T_CALL T_GetLimit(int32_t kind) {
+  const bool is_kind = kind >= T_LIMIT_PIXELS && kind <= T_LIMIT_WORK;
+  return is_kind ? settings.limits[kind] : 0;
+}
+
+int32_t T_CALL T_EnableFormat(int32_t format, int32_t flag) {
+  if (format != 0 && pipeline::find_format(format) == nullptr) return exports::answer(kNoFormat);
+  for (const pipeline::FormatRow& row : pipeline::formats()) {
+    if (format == 0 || format == row.id) pipeline::enable(row.id, flag != 0);
+  }
+  return T_OK;
+}
+
 int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback) {
   settings.status_callback = callback;
   return T_OK;
 }
 
 int32_t T_CALL T_DefaultDithering(uint32_t method) {
-  if (method > T_DITHER_ORDERED) return T_ERR_ARGUMENT;
+  if (method > T_DITHER_ORDERED) return exports::answer(kBadArgument);
   settings.default_dithering = method;
   return T_OK;
 }
 
 int32_t T_CALL T_SetTIFFOption(const T_TIFFOption* option) {
-  if (exports::missing(option)) return T_ERR_ARGUMENT;
+  if (exports::missing(option)) return exports::answer(kBadArgument);
   settings.tiff = *option;
   return T_OK;
 }
@@ -63,7 +86,7 @@ int32_t T_CALL T_SetGIFFrames(int32_t flag) {
 }
 
 int32_t T_CALL T_SetRASVariant(int32_t variant) {
-  if (variant != 0 && variant != 1) return T_ERR_ARGUMENT;
+  if (variant != 0 && variant != 1) return exports::answer(kBadArgument);
   settings.ras_variant = variant;
   return T_OK;
 }
@@ -71,14 +94,14 @@ int32_t T_CALL T_SetRASVariant(int32_t variant) {
 int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height) {
   const bool is_display = width == 0 && height == 0;
   const bool is_size = width >= 1 && width <= UINT16_MAX && height >= 1 && height <= UINT16_MAX;
-  if (!is_display && !is_size) return T_ERR_ARGUMENT;
+  if (!is_display && !is_size) return exports::answer(kBadArgument);
   settings.screen_width = width;
   settings.screen_height = height;
   return T_OK;
 }
 
 int32_t T_CALL T_SetCallbackLine(int32_t lines) {
-  if (lines < 1) return T_ERR_ARGUMENT;
+  if (lines < 1) return exports::answer(kBadArgument);
   settings.callback_lines = lines;
   return lines;
 }

@@ -5,6 +5,7 @@
 
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "core/bitmap.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
@@ -78,6 +79,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   header.data_offset = load_le32(&bytes[kBfOffBits]);
   dib::Header& dib = header.dib;
   TRY(dib::parse_header(bytes.subspan(kFileHeaderSize), dib));
+  TRY(limits::check_picture(dib.width, dib.height));
   // biSizeImage is not looked at: it may be 0 where rows are not coded.
   const bool is_plain = dib.coding == dib::Coding::kNone;
   TRY(formats::check_plausible(is_plain ? formats::Density::kPlain : formats::Density::kRuns,

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/byte_source.h"
+#include "base/limits.h"
 #include "codec/ccitt_decoder.h"
 #include "codec/ccitt_encoder.h"
 #include "formats/plausible.h"
@@ -140,6 +141,7 @@ Status parse_header(io::InputFile& file, Header& header) {
     TRY(status);
   }
   if (header.width < 1 || header.height < 1) return kBadData;
+  TRY(limits::check_picture(header.width, header.height));
   uint32_t file_bytes = 0;
   TRY(file.size(file_bytes));
   return formats::check_plausible(formats::Density::kFax, static_cast<uint32_t>(header.width),

@@ -4,6 +4,7 @@
 
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "codec/ccitt_decoder.h"
 #include "codec/ccitt_encoder.h"
 #include "color/gray.h"
@@ -82,6 +83,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   header.width = load_signed(b + kWidth);
   header.height = load_signed(b + kHeight);
   if (header.width < 1 || header.height < 1) return kBadData;
+  TRY(limits::check_picture(header.width, header.height));
   header.x_resolution = load_signed(b + kXResolution);
   header.y_resolution = load_signed(b + kYResolution);
   header.is_inverted = (b[kFlags] & kInverted) != 0;

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "base/endian.h"
+#include "base/limits.h"
 #include "formats/dcx_directory.h"
 #include "formats/dcx_room.h"
 
@@ -79,6 +80,7 @@ Status locate(io::InputFile& file, int32_t number, Page& page) {
   if (count == 0) return kBadData;
   page.count = static_cast<int32_t>(count);
   page.number = std::clamp(number, 1, page.count);
+  TRY(limits::check(T_LIMIT_PAGES, static_cast<uint64_t>(page.number)));
   page.start = directory.offset(static_cast<uint32_t>(page.number) - 1);
   page.end = page_end(directory, count, page.start, page.end);
   return page.start < page.end ? kOk : kBadData;

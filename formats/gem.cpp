@@ -8,6 +8,7 @@
 #include "base/byte_source.h"
 #include "base/checked.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "color/palettes.h"
 #include "core/bitmap.h"
 #include "formats/bit_planes.h"
@@ -181,6 +182,7 @@ Status parse_header(std::span<const uint8_t> head, uint32_t file_bytes, Header& 
   if (header.data < kGemHeader || header.data > file_bytes) return kBadData;
   if (!is_planes(header.planes) || header.pattern_bytes > 8) return kBadData;
   if (header.width == 0 || header.height == 0) return kBadData;
+  TRY(limits::check_picture(header.width, header.height));
   find_palette(head, header);
   return formats::check_repeating(header.width, header.height, file_bytes);
 }

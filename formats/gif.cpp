@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/buffer.h"
+#include "base/limits.h"
 #include "base/settings.h"
 #include "color/index_rows.h"
 #include "color/palettes.h"
@@ -53,6 +54,7 @@ Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header) {
   TRY(read_image(bytes, header.image));
   const Image& image = header.image;
   if (image.width == 0 || image.height == 0) return kBadData;
+  TRY(limits::check_picture(image.width, image.height));
   return formats::check_plausible(formats::Density::kLzw, image.width, image.height, file_bytes);
 }
 

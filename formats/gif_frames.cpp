@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/buffer.h"
+#include "base/limits.h"
 #include "color/index_rows.h"
 #include "color/palettes.h"
 #include "core/progress.h"
@@ -108,8 +109,10 @@ class Walk {
   }
 
   Status run(ByteSource& bytes, Image& image, int32_t wanted) {
+    TRY(limits::check_picture(width_, height_));
     TRY(formats::check_plausible(formats::Density::kLzw, width_, height_, file_bytes_));
     for (int32_t number = 1;; ++number) {
+      TRY(limits::check(T_LIMIT_PAGES, static_cast<uint64_t>(number)));
       Layers drawn = layers_;
       const bool is_transparent = image.transparent >= 0;
       drawn.draw(number, colors_of(image, screen_), covers(image) && !is_transparent);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/endian.h"
+#include "base/limits.h"
 #include "color/palettes.h"
 #include "compress/cmp_layout.h"
 #include "core/bitmap.h"
@@ -193,6 +194,7 @@ Status PictureDecoder::finish() {
 namespace {
 
 Status check_size(const Frame& frame, uint64_t file_bytes) {
+  TRY(limits::check_picture(frame.width, frame.height));
   return formats::check_plausible(formats::Density::kJpeg, frame.width, frame.height, file_bytes);
 }
 

@@ -7,6 +7,7 @@
 #include "base/buffer.h"
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "codec/byte_runs.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
@@ -89,6 +90,7 @@ Status parse_header(std::span<const uint8_t> head, uint32_t file_bytes, Header& 
   if (head.size() < kHeaderSize) return kReadError;
   header = {key == kVersion2, load_le16(&head[kWidthAt]), load_le16(&head[kHeightAt])};
   if (header.width == 0 || header.height == 0) return kBadData;
+  TRY(limits::check_picture(header.width, header.height));
   return formats::check_repeating(header.width, header.height, file_bytes);
 }
 

@@ -5,6 +5,7 @@
 
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "base/settings.h"
 #include "color/palettes.h"
 #include "core/bitmap.h"
@@ -178,6 +179,7 @@ Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, uint32_t page_b
   header.line_bytes = load_le16(&bytes[kBytesPerLine]);
   std::ranges::copy(bytes.subspan<kColormap, 48>(), header.palette.begin());
   if (header.width < 1 || header.height < 1) return kBadData;
+  TRY(limits::check_picture(header.width, header.height));
   if (!is_layout(header.plane_bits, header.planes)) return kBadData;
   const int32_t needed = (header.width * header.plane_bits + 7) / 8;
   if (needed > header.line_bytes) return kBadData;

@@ -8,6 +8,7 @@
 #include "base/byte_source.h"
 #include "base/checked.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "base/settings.h"
 #include "base/vector_sse2.h"
 #include "color/palettes.h"
@@ -233,6 +234,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   header.width = static_cast<int32_t>(width);
   header.height = static_cast<int32_t>(height);
   header.depth = static_cast<int32_t>(depth);
+  TRY(limits::check_picture(header.width, header.height));
   if (core::bytes_per_line(header.width, header.depth) == 0) return kBadData;
   if (bytes.size() < kHeaderSize) return kReadError;
   // Kept: of the last three fields only the low halves count. The length is not looked at: it is 0

@@ -6,6 +6,7 @@
 
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "color/palettes.h"
 #include "color/widen.h"
 #include "core/bitmap.h"
@@ -185,6 +186,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   const bool has_map = header.map_entries != 0;
   if (has_map && !is_map_entry_size(header.map_entry_bits)) return kBadData;
   if (header.width == 0 || header.height == 0) return kBadData;
+  TRY(limits::check_picture(header.width, header.height));
   if ((descriptor & kInterleaving) != 0 || (descriptor & kAttributeBits) > 8) return kBadData;
   TRY(classify(type, header.pixel_bits, has_map, header.kind));
   return formats::check_plausible(

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "base/endian.h"
+#include "base/limits.h"
 
 namespace tavo::tiff {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/limits.h"
 #include "codec/jpeg/markers.h"
 #include "color/palettes.h"
 #include "formats/plausible.h"
@@ -286,6 +287,7 @@ Status parse_tags(const Directory& directory, Image& image) {
 
 // Blocks may share their data: what must be possible is memory for a row of them.
 Status check_size(const Directory& directory, const Image& image) {
+  TRY(limits::check_picture(image.width, image.height));
   uint32_t file_bytes = 0;
   TRY(directory.file().size(file_bytes));
   if (image.is_fax()) {

@@ -6,6 +6,7 @@
 #include "base/buffer.h"
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "base/settings.h"
 #include "color/gray.h"
 #include "color/palettes.h"
@@ -161,6 +162,8 @@ Status deliver(BitmapHandle& whole, const Status& status, RowDelivery& rows) {
 Status scan_page(io::InputFile& file, uint32_t file_bytes, Contents& contents) {
   TRY(scan(file, file_bytes, settings.page_number, contents));
   const StoredBitmap& bitmap = contents.bitmap;
+  TRY(limits::check(T_LIMIT_PAGES, static_cast<uint64_t>(contents.page)));
+  TRY(limits::check_picture(bitmap.width, bitmap.height));
   return formats::check_repeating(bitmap.width, bitmap.height, file_bytes);
 }
 

@@ -10,6 +10,7 @@
  *
  * Contents, in this order; a setting stands with what it is for:
  *   Status codes                   what calls return; T_GetStatusText, T_GetVersion
+ *   Errors and limits              what went wrong, exactly; what untrusted files may cost
  *   Records and numbers            BitmapHandle, its flags, orders, dithering methods, formats
  *   Callbacks                      row sinks, progress
  *   Bitmaps                        storage, rows, copies
@@ -74,6 +75,7 @@ extern "C" {
 #define T_ERR_INCOMPLETE (-57)       /* the compression ended before all rows were delivered */
 #define T_ERR_NO_STAMP (-65)         /* the file carries no stamp */
 #define T_ERR_NOTICE (-100)          /* the check of the embedded notice failed */
+#define T_ERR_LIMIT (-120)           /* a limit that was set does not allow it: see T_SetLimit */
 #define T_ERR_TOO_LARGE (-121)       /* a file beyond 2 GiB: see T_RedirectIO */
 
 /* What a status means.
@@ -91,6 +93,72 @@ T_API uint32_t T_CALL T_GetVersion(void);
  *   const char* text = status == T_OK ? "" : T_GetStatusText(status);
  *   T_FreeBitmap(&bitmap);
  *   (void)text;
+ */
+
+/* ---- Errors and limits ----------------------------------------------------------------------- */
+
+/* What the last call that failed was about. */
+typedef struct T_ERRORINFO {
+  int32_t Status; /* what the call returned; 0: none has failed yet */
+  int32_t
+      SystemError;    /* the system's own number (errno, GetLastError), 0 when it is not to blame */
+  int64_t Offset;     /* of damaged data in the file, as T_GetDamageOffset; -1: not known */
+  int32_t Row;        /* rows that were there before the data ended or broke, -1: not a matter of
+                         rows */
+  int32_t Page;       /* the page of that row, 0: not known */
+  int32_t Limit;      /* T_LIMIT_ value that was passed, 0: none */
+  int32_t NotAllowed; /* not 0: formats are switched off, and the file is in none of the others */
+  uint64_t Asked;     /* what was asked, in the unit of Limit */
+  uint64_t Allowed;
+  char LimitName[16]; /* "pixels", "side", "memory", "temporary", "pages" or "work" */
+} T_ERRORINFO;
+
+/* error  filled with what is known of the last call that failed; calls that succeed leave it
+ * T_OK, T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_GetError(T_ERRORINFO* error);
+
+/* The same as one English sentence without a full stop, alike on all systems: what T_GetStatusText
+ * says of the status or, of a limit, what was asked and allowed; the cause that the system gave;
+ * the place in the file.
+ * buffer  gets it, in ASCII, cut to fit, with a zero behind; empty when no call has failed
+ * size    of the buffer in bytes, 1 or more
+ * T_OK, T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_GetErrorText(char* buffer, uint32_t size);
+
+/* Limits */
+#define T_LIMIT_PIXELS 1 /* width x height of a picture, in files and in memory */
+#define T_LIMIT_SIDE 2   /* width or height, in pixels */
+#define T_LIMIT_MEMORY 3 /* bytes that the library holds at once: work memory and memory bitmaps \
+                          */
+#define T_LIMIT_TEMPORARY 4 /* bytes of temporary files behind bitmaps */
+#define T_LIMIT_PAGES 5     /* the highest number of a page that is looked at */
+#define T_LIMIT_WORK 6      /* bytes of pixels that one load decodes */
+
+/* Sets what the library may be asked for, in all calls from now on: what would pass it ends with
+ * T_ERR_LIMIT, and T_GetError tells what was asked.
+ * kind   T_LIMIT_ value
+ * value  the most that is allowed; 0, at first: no limit
+ * A picture's size is looked at before anything else is said about it; T_FileInfo refuses it, too.
+ * What the memory limit refuses is not kept in a temporary file instead; a bitmap that the caller
+ * asks on disk counts for T_LIMIT_TEMPORARY alone. What is out already stays.
+ * T_OK, T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_SetLimit(int32_t kind, uint64_t value);
+/* The limit of a kind, 0: none. */
+T_API uint64_t T_CALL T_GetLimit(int32_t kind);
+
+/* Which formats are read at all. All are at first; of those that are not no byte is looked at, and
+ * their files are in none of the formats (T_ERR_BAD_DATA, T_ERRORINFO.NotAllowed).
+ * format  T_FORMAT_ value as T_FileInfo tells it, 0: all
+ * flag    0: not read from now on, else read
+ * T_OK, T_ERR_FORMAT (no such format). */
+T_API int32_t T_CALL T_EnableFormat(int32_t format, int32_t flag);
+
+/* Example: a file from a stranger.
+ *   char text[160];
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   T_SetLimit(T_LIMIT_MEMORY, 64 * 1024 * 1024);
+ *   if (T_LoadBitmap("in.gif", &bitmap, 24, T_ORDER_BGR) != T_OK) T_GetErrorText(text, sizeof
+ * text); T_FreeBitmap(&bitmap);
  */
 
 /* ---- Records and numbers --------------------------------------------------------------------- */

@@ -135,6 +135,11 @@ Status seek(int32_t handle, int64_t offset, int32_t origin, uint64_t& position) 
   return kOk;
 }
 
+void note_system_error() {
+  if (settings.files.Open == platform::open_file)
+    settings.note.system_error = platform::last_error();
+}
+
 uint32_t write_once(int32_t handle, const void* bytes, uint32_t size) {
   if (size == 0) return 0;
   const uint32_t written = settings.files.Write(handle, bytes, size);

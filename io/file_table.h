@@ -24,6 +24,10 @@ bool seeks_large_files();
 // become.
 Status seek(int32_t handle, int64_t offset, int32_t origin, uint64_t& position);
 
+// Notes what the system said of the operation that has just failed, for T_GetError: of the default
+// operations only, as others' failures need not be the system's.
+void note_system_error();
+
 // One call of the Write operation in force, as fewer bytes than asked are a failed write; the bytes
 // written, 0 for an operation that claims more than it was given.
 uint32_t write_once(int32_t handle, const void* bytes, uint32_t size);

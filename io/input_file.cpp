@@ -19,7 +19,9 @@ Status InputFile::open(const char* name) {
   close();
   failure_ = kOk;
   handle_ = settings.files.Open(name, kOpenForReading, kDenyWrite);
-  return handle_ < 0 ? kOpenError : kOk;
+  if (handle_ >= 0) return kOk;
+  note_system_error();
+  return kOpenError;
 }
 
 void InputFile::borrow(int32_t handle) {
@@ -46,7 +48,10 @@ Status InputFile::read_some(std::span<uint8_t> into, size_t& got) {
   const auto wanted = static_cast<uint32_t>(std::min(into.size(), kLargestRead));
   const uint32_t count = settings.files.Read(handle_, into.data(), wanted);
   // An operation that claims more than it was asked for is as bad as one that fails.
-  if (count > wanted) return fail(kReadError);
+  if (count > wanted) {
+    note_system_error();
+    return fail(kReadError);
+  }
   got = count;
   return kOk;
 }

@@ -27,7 +27,9 @@ Status OutputFile::open_with(const char* name, int32_t access) {
   limit_ = UINT64_MAX;
   TRY(buffer_.allocate_shrinking(kBufferSize, 1024, 1024));
   handle_ = settings.files.Open(name, access, kExclusive);
-  return handle_ < 0 ? kCreateError : kOk;
+  if (handle_ >= 0) return kOk;
+  note_system_error();
+  return kCreateError;
 }
 
 Status OutputFile::open(const char* name, Target target) {
@@ -51,7 +53,10 @@ Status OutputFile::write_through(std::span<const uint8_t> bytes) {
   while (!bytes.empty()) {
     const auto wanted = static_cast<uint32_t>(std::min(bytes.size(), kLargestWrite));
     if (wanted > limit_ - position_) return failure_ = kWriteError;
-    if (write_once(handle_, bytes.data(), wanted) != wanted) return failure_ = kWriteError;
+    if (write_once(handle_, bytes.data(), wanted) != wanted) {
+      note_system_error();
+      return failure_ = kWriteError;
+    }
     position_ += wanted;
     bytes = bytes.subspan(wanted);
   }
@@ -133,7 +138,9 @@ Status OutputFile::read(std::span<uint8_t> into) {
 Status OutputFile::finish() {
   const Status status = flush();
   const bool is_closed = close();
-  return status.ok() && !is_closed ? failure_ = kWriteError : status;
+  if (!status.ok() || is_closed) return status;
+  note_system_error();
+  return failure_ = kWriteError;
 }
 
 }  // namespace tavo::io

@@ -1,5 +1,8 @@
 #include "pipeline/registry.h"
 
+#include <algorithm>
+
+#include "base/settings.h"
 #include "compress/bitmap_compressor.h"
 #include "formats/bmp.h"
 #include "formats/cals.h"
@@ -43,6 +46,9 @@ constexpr FormatRow compressed_row(int32_t id, const char* name, const char* des
           .always_24_bits = always_24_bits,
           .takes_any_depth = true};
 }
+
+// Identifiers have a bit each in settings.formats_off.
+constexpr int32_t kMostIds = 8 * static_cast<int32_t>(sizeof(Settings::formats_off));
 
 constexpr FormatRow kFormats[] = {
     {.id = T_FORMAT_PCX,
@@ -206,12 +212,28 @@ constexpr FormatRow kFormats[] = {
      .holds_pages = tiff::is_container},
 };
 
+static_assert(std::ranges::all_of(kFormats, [](const FormatRow& row) {
+  return row.id > 0 && row.id < kMostIds;
+}));
+
 // A file that two probes would accept is reported as the earlier one; the order is part of what
 // programs rely on.
-constexpr io::Probe kProbes[] = {
-    jpeg::probe_cmp, bilevel::probe, tiff::probe,          tga::probe,  bmp::probe,
-    pcx::probe,      cals::probe,    gif::probe,           jpeg::probe, macpaint::probe,
-    gem::probe,      msp::probe,     macpaint::probe_bare, ras::probe,  wpg::probe,
+constexpr ProbeRow kProbes[] = {
+    {jpeg::probe_cmp, {T_FORMAT_CMP}},
+    {bilevel::probe, {T_FORMAT_CMP_1BIT}},
+    {tiff::probe, {T_FORMAT_TIFF}},
+    {tga::probe, {T_FORMAT_TGA}},
+    {bmp::probe, {T_FORMAT_BMP, T_FORMAT_BMP_OS2}},
+    {pcx::probe, {T_FORMAT_PCX}},
+    {cals::probe, {T_FORMAT_CALS}},
+    {gif::probe, {T_FORMAT_GIF}},
+    {jpeg::probe, {T_FORMAT_JPEG, T_FORMAT_JPEG_24}},
+    {macpaint::probe, {T_FORMAT_MAC}},
+    {gem::probe, {T_FORMAT_IMG}},
+    {msp::probe, {T_FORMAT_MSP}},
+    {macpaint::probe_bare, {T_FORMAT_MAC}},
+    {ras::probe, {T_FORMAT_RAS}},
+    {wpg::probe, {T_FORMAT_WPG}},
 };
 
 }  // namespace
@@ -225,6 +247,19 @@ const FormatRow* find_format(int32_t id) {
   return nullptr;
 }
 
-std::span<const io::Probe> probes() { return kProbes; }
+std::span<const ProbeRow> probes() { return kProbes; }
+
+void enable(int32_t id, bool is_on) {
+  uint8_t& bits = settings.formats_off[id / 8];
+  const auto bit = static_cast<uint8_t>(1u << (id % 8));
+  bits = static_cast<uint8_t>(is_on ? bits & ~bit : bits | bit);
+}
+
+bool is_enabled(int32_t id) { return (settings.formats_off[id / 8] >> (id % 8) & 1) == 0; }
+
+bool is_enabled(io::Reader read) {
+  return std::ranges::any_of(
+      kFormats, [read](const FormatRow& row) { return row.read == read && is_enabled(row.id); });
+}
 
 }  // namespace tavo::pipeline

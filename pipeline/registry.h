@@ -38,8 +38,20 @@ std::span<const FormatRow> formats();
 // The row of an identifier, null when there is none.
 const FormatRow* find_format(int32_t id);
 
+// A probe and the identifiers that it gives; 0 where there are fewer.
+struct ProbeRow {
+  io::Probe probe;
+  int32_t formats[2];
+};
+
 // The probes in the order in which they are asked; the first that accepts decides.
-std::span<const io::Probe> probes();
+std::span<const ProbeRow> probes();
+
+// Whether files of a format are read at all (T_EnableFormat); all are at first.
+void enable(int32_t id, bool is_on);
+bool is_enabled(int32_t id);
+// Whether that holds of a format that `read` reads.
+bool is_enabled(io::Reader read);
 
 // Bits of T_Format.WriteDepths.
 constexpr uint32_t depth_bit(int32_t depth) { return 1u << (depth % 32); }

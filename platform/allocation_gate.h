@@ -1,5 +1,5 @@
-// Bookkeeping of memory requests shared by both back ends: refusals on demand and a count of the
-// blocks that are out.
+// Bookkeeping of memory requests shared by both back ends: the limit of what may be out, refusals on
+// demand and counts.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +15,15 @@ class AllocationGate {
     refused_ = false;
   }
 
+  // `bytes`: what all blocks that are out may have together.
+  void limit(uint64_t bytes) { allowed_ = bytes; }
+
   // Asked before each request; false means "say no".
-  bool admit() {
+  bool admit(size_t bytes) {
+    if (bytes > allowed_ - (in_use_bytes_ < allowed_ ? in_use_bytes_ : allowed_)) {
+      over_limit_ = in_use_bytes_ + bytes;
+      return false;
+    }
     if (countdown_ < 0) return true;
     if (countdown_ > 0) {
       --countdown_;
@@ -31,9 +38,17 @@ class AllocationGate {
   void block_taken(size_t bytes) {
     ++in_use_;
     bytes_taken_ += bytes;
+    in_use_bytes_ += bytes;
   }
-  void block_returned() { --in_use_; }
+  void block_returned(size_t bytes) {
+    --in_use_;
+    in_use_bytes_ -= bytes;
+  }
   int64_t in_use() const { return in_use_; }
+  // What the blocks would have had together, had the last request been granted that the limit
+  // refused; 0 when none was.
+  uint64_t over_limit() const { return over_limit_; }
+  void forget_over_limit() { over_limit_ = 0; }
   uint64_t bytes_taken() const { return bytes_taken_; }
 
  private:
@@ -42,6 +57,9 @@ class AllocationGate {
   bool refused_ = false;
   int64_t in_use_ = 0;
   uint64_t bytes_taken_ = 0;
+  uint64_t in_use_bytes_ = 0;
+  uint64_t allowed_ = UINT64_MAX;
+  uint64_t over_limit_ = 0;
 };
 
 }  // namespace tavo::platform

@@ -28,6 +28,14 @@ void discard(void* at, size_t bytes);
 void* allocate_fixed(size_t bytes);
 void free_fixed(void* block);
 
+// From now on blocks of both kinds have no more than `bytes` together: what would pass that is
+// refused. UINT64_MAX: as many as the system gives.
+void limit_memory(uint64_t bytes);
+// Whether the limit has refused a request since it was forgotten last: the bytes that the blocks
+// would have had together, else 0.
+uint64_t over_limit();
+void forget_over_limit();
+
 // For tests: the n-th request from now on (0 = the next) of either kind is refused, and so is
 // every later one when `all_later`. A negative n refuses nothing.
 void refuse_allocation(int64_t n, bool all_later);
@@ -37,6 +45,26 @@ bool allocation_was_refused();
 int64_t blocks_in_use();
 // The sizes of all blocks ever given, those returned included.
 uint64_t bytes_taken();
+
+// ---- Errors ----
+
+// What the system said of the operation that failed last on this thread, in its own numbers.
+int32_t last_error();
+
+// What such a number is about, alike on all systems.
+enum class Cause {
+  kOther,
+  kAbsent,
+  kDenied,
+  kIsFolder,
+  kInUse,
+  kNoRoom,
+  kReadOnly,
+  kNameTooLong,
+  kTooManyFiles,
+  kDevice,
+};
+Cause cause_of(int32_t error);
 
 // ---- Files: the default slots of the file table ----
 

@@ -36,13 +36,20 @@ void ask_for_huge_pages([[maybe_unused]] void* block, [[maybe_unused]] size_t by
 #endif
 }
 
+// What stands in front of a block.
+struct BlockNote {
+  void* given;  // by the allocator
+  size_t bytes;
+};
+static_assert(sizeof(BlockNote) <= alignof(max_align_t));
+
 // Blocks below that size end where what the allocator gave ends, so that checkers of memory see all
 // that is beyond; what it gave stands before them.
 //
 // For huge pages it is not asked: around a block so aligned it leaves pieces that others take, the
 // next one does not fit there, and a program that keeps freed memory grows with every picture.
 void* take_block(size_t bytes, bool is_zeroed) {
-  if (!gate.admit()) return nullptr;
+  if (!gate.admit(bytes)) return nullptr;
   const bool is_huge = bytes >= kHugeBlock;
   const size_t alignment = is_huge ? kHugePage : is_zeroed ? alignof(max_align_t) : kAlignment;
   if (bytes > PTRDIFF_MAX - alignment) return nullptr;
@@ -57,7 +64,8 @@ void* take_block(size_t bytes, bool is_zeroed) {
   if (given == nullptr) return nullptr;
   const size_t before = alignment - (reinterpret_cast<uintptr_t>(given) & (alignment - 1));
   auto* const block = static_cast<uint8_t*>(given) + before;
-  std::memcpy(block - sizeof given, &given, sizeof given);
+  const BlockNote note{given, bytes};
+  std::memcpy(block - sizeof note, &note, sizeof note);
   if (is_huge) ask_for_huge_pages(block, bytes);
   gate.block_taken(bytes);
   return block;
@@ -78,10 +86,10 @@ std::span<uint8_t> give_back(std::span<uint8_t> bytes) {
 
 void return_block(void* block) {
   if (block == nullptr) return;
-  gate.block_returned();
-  void* given;
-  std::memcpy(&given, static_cast<uint8_t*>(block) - sizeof given, sizeof given);
-  std::free(given);
+  BlockNote note;
+  std::memcpy(&note, static_cast<uint8_t*>(block) - sizeof note, sizeof note);
+  gate.block_returned(note.bytes);
+  std::free(note.given);
 }
 
 constexpr int32_t kAccessWrite = 1;
@@ -125,7 +133,10 @@ bool is_in_place(const char* name, const struct stat& opened) {
 bool take_file(int file, const char* name, int32_t access, int32_t mode) {
   struct stat about;
   if (::fstat(file, &about) != 0) return false;
-  if (S_ISDIR(about.st_mode)) return false;  // opens for reading but is no file
+  if (S_ISDIR(about.st_mode)) {  // opens for reading but is no file
+    errno = EISDIR;
+    return false;
+  }
   if (!S_ISREG(about.st_mode)) return true;  // a device or pipe is everybody's
   if (!lock(file, mode)) return false;
   if ((mode & kModeExclusive) != 0 && !is_in_place(name, about)) return false;
@@ -168,16 +179,57 @@ void discard(void* at, size_t bytes) { (void)give_back({static_cast<uint8_t*>(at
 void* allocate_fixed(size_t bytes) { return take_block(bytes, true); }
 void free_fixed(void* block) { return_block(block); }
 
+void limit_memory(uint64_t bytes) { gate.limit(bytes); }
+uint64_t over_limit() { return gate.over_limit(); }
+void forget_over_limit() { gate.forget_over_limit(); }
+
 void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
 bool allocation_was_refused() { return gate.refused(); }
 int64_t blocks_in_use() { return gate.in_use(); }
 uint64_t bytes_taken() { return gate.bytes_taken(); }
 
+int32_t last_error() { return errno; }
+
+Cause cause_of(int32_t error) {
+  switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+      return Cause::kAbsent;
+    case EACCES:
+    case EPERM:
+      return Cause::kDenied;
+    case EISDIR:
+      return Cause::kIsFolder;
+    case EBUSY:
+    case ETXTBSY:
+    case EWOULDBLOCK:
+      return Cause::kInUse;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return Cause::kNoRoom;
+    case EROFS:
+      return Cause::kReadOnly;
+    case ENAMETOOLONG:
+      return Cause::kNameTooLong;
+    case EMFILE:
+    case ENFILE:
+      return Cause::kTooManyFiles;
+    case EIO:
+    case ENXIO:
+      return Cause::kDevice;
+    default:
+      return Cause::kOther;
+  }
+}
+
 int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
   if (name == nullptr) return -1;
   const int file = ::open(name, open_flags(access), 0666);
   if (file < 0 || take_file(file, name, access, mode)) return file;
+  const int why = errno;
   ::close(file);
+  errno = why;
   return -1;
 }
 

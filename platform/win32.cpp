@@ -60,9 +60,9 @@ int32_t create_file(const char* name, int32_t access, int32_t mode) {
 }  // namespace
 
 uintptr_t allocate_movable(size_t bytes) {
-  if (!gate.admit()) return 0;
+  if (!gate.admit(bytes)) return 0;
   const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_DDESHARE, bytes);
-  if (block != nullptr) gate.block_taken(bytes);
+  if (block != nullptr) gate.block_taken(GlobalSize(block));
   return reinterpret_cast<uintptr_t>(block);
 }
 
@@ -71,7 +71,7 @@ int32_t unlock_block(uintptr_t block) { return GlobalUnlock(as_global(block)); }
 
 int32_t free_block(uintptr_t block) {
   if (block == 0) return 0;
-  gate.block_returned();
+  gate.block_returned(GlobalSize(as_global(block)));
   return static_cast<int32_t>(reinterpret_cast<intptr_t>(GlobalFree(as_global(block))));
 }
 
@@ -79,14 +79,14 @@ void clear_block(void* at, size_t bytes) { std::memset(at, 0, bytes); }
 void discard(void*, size_t) {}
 
 void* allocate_fixed(size_t bytes) {
-  if (!gate.admit()) return nullptr;
-  // The heap aligns to 8; vector code wants 16. The address that the heap gave is kept in front.
+  if (!gate.admit(bytes)) return nullptr;
+  // The heap aligns to 8; vector code wants 16. What the heap gave is kept in front.
   constexpr size_t kAlignment = 16;
   if (bytes > SIZE_MAX - 2 * kAlignment) return nullptr;
   auto* base = static_cast<uint8_t*>(
       GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT | GMEM_DDESHARE, bytes + 2 * kAlignment));
   if (base == nullptr) return nullptr;
-  gate.block_taken(bytes);
+  gate.block_taken(GlobalSize(base));
   const uintptr_t aligned =
       (reinterpret_cast<uintptr_t>(base) + 2 * kAlignment - 1) & ~(kAlignment - 1);
   auto* block = reinterpret_cast<uint8_t*>(aligned);
@@ -96,16 +96,55 @@ void* allocate_fixed(size_t bytes) {
 
 void free_fixed(void* block) {
   if (block == nullptr) return;
-  gate.block_returned();
   uint8_t* base = nullptr;
   std::memcpy(&base, static_cast<uint8_t*>(block) - sizeof(base), sizeof(base));
+  gate.block_returned(GlobalSize(base));
   GlobalFree(base);
 }
+
+void limit_memory(uint64_t bytes) { gate.limit(bytes); }
+uint64_t over_limit() { return gate.over_limit(); }
+void forget_over_limit() { gate.forget_over_limit(); }
 
 void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
 bool allocation_was_refused() { return gate.refused(); }
 int64_t blocks_in_use() { return gate.in_use(); }
 uint64_t bytes_taken() { return gate.bytes_taken(); }
+
+int32_t last_error() { return static_cast<int32_t>(GetLastError()); }
+
+Cause cause_of(int32_t error) {
+  switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_NETPATH:
+      return Cause::kAbsent;
+    case ERROR_ACCESS_DENIED:
+      return Cause::kDenied;
+    case ERROR_DIRECTORY:
+      return Cause::kIsFolder;
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+      return Cause::kInUse;
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+      return Cause::kNoRoom;
+    case ERROR_WRITE_PROTECT:
+      return Cause::kReadOnly;
+    case ERROR_FILENAME_EXCED_RANGE:
+    case ERROR_BUFFER_OVERFLOW:
+      return Cause::kNameTooLong;
+    case ERROR_TOO_MANY_OPEN_FILES:
+      return Cause::kTooManyFiles;
+    case ERROR_IO_DEVICE:
+    case ERROR_CRC:
+    case ERROR_NOT_READY:
+      return Cause::kDevice;
+    default:
+      return Cause::kOther;
+  }
+}
 
 int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
   if (name == nullptr) return -1;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/endian.h"
+#include "base/limits.h"
 #include "base/settings.h"
 #include "core/rows.h"
 #include "process/callback_lines.h"
@@ -64,6 +65,7 @@ Status RowDelivery::allocate_rows() {
 
 Status RowDelivery::start() {
   source_line_ = core::bytes_per_line(picture_.width, picture_.bits);
+  TRY(limits::check_picture(picture_.width, picture_.height));
   if (source_line_ == 0 || picture_.height <= 0) return kBadSize;
   TRY(set_up_record());
   if (bitmap_.BytesPerLine == 0 || bitmap_.Height <= 0) return kBadSize;
@@ -89,6 +91,7 @@ Status RowDelivery::commit(uint32_t count, uint32_t whole) {
   LastLoad& load = settings.last_load;
   if (load.whole_rows == committed_) load.whole_rows += whole;
   committed_ += count;
+  TRY(limits::add_work(uint64_t{count} * source_line_));
   uint8_t* const rows = lent_row();
   if (is_direct_) {
     TRY(stages_.make(rows, source_line_, rows, source_line_, count));
@@ -186,6 +189,7 @@ Status RowDelivery::finish() {
 }
 
 Status RowDelivery::finish_early(Status why) {
+  settings.note.row = static_cast<int32_t>(committed_);
   if (reorders_) TRY(deliver_partly_kept());
   TRY(run_waiting());
   TRY(batch_.flush());

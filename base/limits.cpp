@@ -1,0 +1,39 @@
+#include "base/limits.h"
+
+#include "base/settings.h"
+
+namespace tavo::limits {
+
+Status check(int32_t kind, uint64_t asked) {
+  const uint64_t allowed = settings.limits[kind];
+  if (allowed == 0 || asked <= allowed) return kOk;
+  settings.note.limit = kind;
+  settings.note.asked = asked;
+  settings.note.allowed = allowed;
+  return kLimit;
+}
+
+Status check_picture(int64_t width, int64_t height) {
+  const auto columns = static_cast<uint64_t>(width > 0 ? width : 0);
+  const auto rows = static_cast<uint64_t>(height > 0 ? height : 0);
+  // Sides have 32 bits.
+  TRY(check(T_LIMIT_PIXELS, columns * rows));
+  return check(T_LIMIT_SIDE, columns > rows ? columns : rows);
+}
+
+Status add_temporary(uint64_t bytes) {
+  TRY(check(T_LIMIT_TEMPORARY, settings.temporary_bytes + bytes));
+  settings.temporary_bytes += bytes;
+  return kOk;
+}
+
+void remove_temporary(uint64_t bytes) {
+  settings.temporary_bytes -= bytes < settings.temporary_bytes ? bytes : settings.temporary_bytes;
+}
+
+Status add_work(uint64_t bytes) {
+  settings.last_load.decoded += bytes;
+  return check(T_LIMIT_WORK, settings.last_load.decoded);
+}
+
+}  // namespace tavo::limits
