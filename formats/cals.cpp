@@ -8,7 +8,7 @@
 #include "base/byte_source.h"
 #include "base/limits.h"
 #include "codec/ccitt_decoder.h"
-#include "codec/ccitt_encoder.h"
+#include "formats/fax_rows.h"
 #include "formats/plausible.h"
 #include "process/row_delivery.h"
 #include "process/source_picture.h"
@@ -174,13 +174,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   ccitt::Decoder decoder;
   TRY(decoder.start(is_group4 ? ccitt::Coding::kGroup4 : ccitt::Coding::kGroup3,
                     static_cast<uint32_t>(header.width), false));
-  decoder.begin(bytes);
-  for (int32_t y = 0; y < header.height; ++y) {
-    const Status status = decoder.decode_row(rows.next_row());
-    if (!status.ok()) return rows.finish_early(file.note_damage(status, bytes));
-    TRY(rows.commit());
-  }
-  return rows.finish();
+  return formats::deliver_fax_rows(file, bytes, decoder, header.height, false, rows);
 }
 
 namespace {
@@ -215,9 +209,9 @@ Status write_header(io::OutputFile& file, const BitmapHandle& bitmap) {
   return file.write_zeros((kRecords - kRecordsRead) * kRecordSize);
 }
 
-class Writer final : public io::RowWriter {
+class Writer final : public formats::Group4Writer {
  public:
-  Writer() : RowWriter(this), encoder_(file_) {}
+  Writer() : Group4Writer(this) {}
 
   Status prepare(const io::SaveRequest&, const BitmapHandle& picture, io::RowLayout& layout) {
     // Fax codes have white as 0. Of pictures of 1 bit the red of colour 0 decides: kept.
@@ -231,19 +225,8 @@ class Writer final : public io::RowWriter {
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
     TRY(file_.create(request.name));
     TRY(write_header(file_, picture));
-    return encoder_.start({ccitt::Coding::kGroup4}, static_cast<uint32_t>(picture.Width));
+    return start_rows(picture);
   }
-
-  Status put_row(std::span<const uint8_t> row) { return encoder_.encode_row(row); }
-
-  Status finish() {
-    TRY(encoder_.finish());
-    return file_.finish();
-  }
-
- private:
-  io::OutputFile file_;
-  ccitt::Encoder encoder_;
 };
 
 }  // namespace

@@ -6,10 +6,10 @@
 #include "base/endian.h"
 #include "base/limits.h"
 #include "codec/ccitt_decoder.h"
-#include "codec/ccitt_encoder.h"
 #include "color/gray.h"
 #include "color/palettes.h"
 #include "compress/cmp_layout.h"
+#include "formats/fax_rows.h"
 #include "formats/plausible.h"
 #include "process/row_delivery.h"
 #include "process/source_picture.h"
@@ -24,11 +24,6 @@ constexpr size_t kYResolution = 20, kColors = 24, kChecksum = 30;
 
 constexpr uint8_t kBilevelKind = 1;  // 0 is CMP's
 constexpr uint8_t kInverted = 0x01;
-
-void invert(std::span<uint8_t> row) {
-  std::ranges::transform(row, row.begin(),
-                         [](uint8_t byte) { return static_cast<uint8_t>(~byte); });
-}
 
 // So that damage to a few bytes does not turn into a picture of gigabytes.
 uint16_t checksum(const uint8_t* header) {
@@ -121,22 +116,14 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   // T.6 with the highest bit first; what follows the last row, the end-of-block code, is not read.
   ccitt::Decoder decoder;
   TRY(decoder.start(ccitt::Coding::kGroup4, static_cast<uint32_t>(header.width), false));
-  decoder.begin(source);
-  for (int32_t y = 0; y < header.height; ++y) {
-    const std::span<uint8_t> row = rows.next_row();
-    const Status status = decoder.decode_row(row);
-    if (!status.ok()) return rows.finish_early(file.note_damage(status, source));
-    if (header.is_inverted) invert(row);
-    TRY(rows.commit());
-  }
-  return rows.finish();
+  return formats::deliver_fax_rows(file, source, decoder, header.height, header.is_inverted, rows);
 }
 
 namespace {
 
-class Writer final : public io::RowWriter {
+class Writer final : public formats::Group4Writer {
  public:
-  Writer() : RowWriter(this), encoder_(file_) {}
+  Writer() : Group4Writer(this) {}
 
   Status prepare(const io::SaveRequest&, const BitmapHandle& picture, io::RowLayout& layout) {
     static constexpr T_PaletteEntry kBlackWhite[2] = {{0, 0, 0, 0}, {255, 255, 255, 0}};
@@ -150,19 +137,10 @@ class Writer final : public io::RowWriter {
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
     TRY(file_.create(request.name));
     TRY(file_.write(header_));
-    return encoder_.start({ccitt::Coding::kGroup4}, static_cast<uint32_t>(picture.Width));
-  }
-
-  Status put_row(std::span<const uint8_t> row) { return encoder_.encode_row(row); }
-
-  Status finish() {
-    TRY(encoder_.finish());
-    return file_.finish();
+    return start_rows(picture);
   }
 
  private:
-  io::OutputFile file_;
-  ccitt::Encoder encoder_;
   std::array<uint8_t, kHeaderSize> header_ = {};
 };
 
