@@ -126,10 +126,9 @@ T_API int32_t T_CALL T_GetError(T_ERRORINFO* error);
 T_API int32_t T_CALL T_GetErrorText(char* buffer, uint32_t size);
 
 /* Limits */
-#define T_LIMIT_PIXELS 1 /* width x height of a picture, in files and in memory */
-#define T_LIMIT_SIDE 2   /* width or height, in pixels */
-#define T_LIMIT_MEMORY 3 /* bytes that the library holds at once: work memory and memory bitmaps \
-                          */
+#define T_LIMIT_PIXELS 1    /* width x height of a picture, in files and in memory */
+#define T_LIMIT_SIDE 2      /* width or height, in pixels */
+#define T_LIMIT_MEMORY 3    /* bytes that the library holds at once, bitmaps and work memory */
 #define T_LIMIT_TEMPORARY 4 /* bytes of temporary files behind bitmaps */
 #define T_LIMIT_PAGES 5     /* the highest number of a page that is looked at */
 #define T_LIMIT_WORK 6      /* bytes of pixels that one load decodes */
