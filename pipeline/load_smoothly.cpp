@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "base/settings.h"
 #include "color/convert.h"
 #include "color/row_blocks.h"
 #include "core/bitmap.h"
@@ -84,7 +85,11 @@ Status load_filtered(const char* name, BitmapHandle& bitmap, const LoadRequest& 
   rows.flags = T_LOAD_GIF_WHOLE;
   rows.callback = SmoothSink::sink;
   rows.user_data = sink.context();
-  TRY(load(name, bitmap, rows));
+  const Status status = load(name, bitmap, rows);
+  // A row of a draft stands for several of the file.
+  uint32_t& whole_rows = settings.last_load.whole_rows;
+  whole_rows = std::min(whole_rows * plan.scale, static_cast<uint32_t>(info.Height));
+  TRY(status);
   core::take_place(bitmap, *sized);
   core::set_flag(bitmap, T_FLAG_INTERLACED, (info.Flags & T_FLAG_INTERLACED) != 0);
   return kOk;

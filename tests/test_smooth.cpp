@@ -182,6 +182,10 @@ TEST(Smooth, LoadsGiveWhatTheStepsOneByOneGive) {
       EXPECT_TRUE(once->BitsPerPixel <= 8 || bits == 0 || once->Order == T_ORDER_RGB);
       EXPECT_EQ(once->XResolution, steps->XResolution);
       EXPECT_EQ(rgb(once.get()), rgb(steps.get())) << format << " at " << bits;
+      Bitmap draft;
+      const uint32_t smaller = T_SIZE_BOX | T_SIZE_DRAFT;
+      EXPECT_EQ(T_LoadBitmapFine("x", draft.get(), 0, -1, 5, 0, smaller), T_OK);
+      EXPECT_EQ(T_GetRowsRead(), 43) << "rows of the file, not of the draft";
     }
   }
   Bitmap none;
