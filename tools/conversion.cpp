@@ -73,16 +73,17 @@ class Conversion {
   void choose_pages();
   void begin_next_file(int32_t page);
   void convert_page(int32_t page);
-  Target choose_target(const FILEINFO& info) const;
-  int choose_depth_of(const FILEINFO& info) const;
+  Target choose_target(const FILEINFO& info, int picture_bits) const;
+  int choose_depth_for(int picture_bits) const;
   int32_t quality_of(const T_Format& format, const FILEINFO& info) const;
   bool can_stream(const Target& target, const FILEINFO& info) const;
   void stream(Target target, const FILEINFO& info);
   void load(const FILEINFO& info, Picture& picture);
+  RowsRead read(const FILEINFO& info, Processing& processing, BitmapHandle& record) const;
   void reduce(const Target& target, Picture& picture) const;
   void open_output();
   int32_t pages_so_far() const;
-  void save(const Target& target, const FILEINFO& info, Picture& picture);
+  void save(const Target& target, Picture& picture);
 
   const ConvertOptions& options_;
   const std::string first_output_;
@@ -129,11 +130,10 @@ void Conversion::begin_next_file(int32_t page) {
   output_ = page_name(first_output_, page);
 }
 
-int Conversion::choose_depth_of(const FILEINFO& info) const {
-  const int bits =
-      options_.bits != 0
-          ? options_.bits
-          : choose_depth(format_, reduced_depth(options_.reduction, info.BitsPerPixel));
+int Conversion::choose_depth_for(int picture_bits) const {
+  const int bits = options_.bits != 0
+                       ? options_.bits
+                       : choose_depth(format_, reduced_depth(options_.reduction, picture_bits));
   if (accepts_depth(format_, bits)) return bits;
   throw Failure{output_,
                 std::string(format_.Name) + " cannot hold " + std::to_string(bits) +
@@ -149,8 +149,8 @@ int32_t Conversion::quality_of(const T_Format& format, const FILEINFO& info) con
   return quality_factor(format, options_.compression, has_quality ? jpeg.Quality : 0);
 }
 
-Target Conversion::choose_target(const FILEINFO& info) const {
-  Target target{format_, choose_depth_of(info)};
+Target Conversion::choose_target(const FILEINFO& info, int picture_bits) const {
+  Target target{format_, choose_depth_for(picture_bits)};
   if (options_.format.empty()) target.format = coded_like(info, format_, target.bits);
   target.quality = quality_of(target.format, info);
   return target;
@@ -158,30 +158,32 @@ Target Conversion::choose_target(const FILEINFO& info) const {
 
 void Conversion::convert_page(int32_t page) {
   const FILEINFO info = describe(source_, page);
-  Target target = choose_target(info);
+  const ProcessingOptions& processing = options_.processing;
+  Target target = choose_target(info, info.BitsPerPixel);
   Progress progress;
   if (can_stream(target, info)) {
     progress.start("Converting " + source_.name());
-    losses_.note_page(info, target.bits);
+    losses_.note_page(info, target.bits, false);
     return stream(target, info);
   }
   Picture picture;
   progress.start("Reading " + source_.name());
   load(info, picture);
+  if (processing.changes(info)) target = choose_target(info, picture.record().BitsPerPixel);
   reduce(target, picture);
   if (options_.bits == 0 && is_compressed(target.format))
     target.bits = compressed_depth(picture.record());
-  losses_.note_page(info, target.bits);
+  losses_.note_page(info, target.bits, processing.turns(info));
   progress.start("Writing " + output_);
   if (!file_) open_output();  // only now: a source that cannot be read leaves no trace
-  save(target, info, picture);
+  save(target, picture);
 }
 
 // Whether the library may convert the page by itself, with as little in memory as it takes. A page
 // behind the first is added to what there is, by the number that selects it.
 bool Conversion::can_stream(const Target& target, const FILEINFO& info) const {
   const ReductionOptions& reduction = options_.reduction;
-  const bool changes = !reduction.size.empty() || reduction.gray || reduction.reduces() ||
+  const bool changes = options_.processing.changes(info) || reduction.gray || reduction.reduces() ||
                        !options_.order.empty() || !options_.compression.stamp.empty();
   if (changes || options_.append || options_.partial || (info.Page == 1 && written_ > 0))
     return false;
@@ -211,23 +213,40 @@ void Conversion::stream(Target target, const FILEINFO& info) {
   ++written_;
 }
 
+// Reads and processes the page.
 void Conversion::load(const FILEINFO& info, Picture& picture) {
+  BitmapHandle& record = picture.record();
+  Processing processing(options_.processing, source_, info,
+                        options_.processing.size_rule(choose_depth_for(8) == 1));
+  const RowsRead rows = read(info, processing, record);
+  if (rows.is_damaged()) {
+    check_signals();
+    if (!options_.partial || !rows.is_partial()) throw failure_of(rows, source_.name());
+    is_partial_ = true;
+    tell(source_.name(), "partial: " + std::to_string(rows.whole) + " of " + rows.all() +
+                             " could be read, the others are 0");
+  } else {
+    check(rows.status, source_.name());
+  }
+  const Resolution dpi = in_dots_per_inch(info.Format, info.XResolution, info.YResolution);
+  record.XResolution = dpi.x;
+  record.YResolution = dpi.y;
+  processing.apply(record);
+}
+
+RowsRead Conversion::read(const FILEINFO& info, Processing& processing,
+                          BitmapHandle& record) const {
+  const bool is_plain = !options_.partial && options_.order.empty();
+  if (const auto method = processing.method_of_load(); method && is_plain)
+    return processing.load(*method, record);
   // Nothing is saved with 2 bits: such pictures are widened while they are read.
   const int32_t bits = info.BitsPerPixel == 2 ? 4 : 0;
   T_SetPageNumber(info.Page);
   const int32_t status =
-      T_LoadFile(source_.path().c_str(), &picture.record(), bits, order_in_memory(options_.order),
+      T_LoadFile(source_.path().c_str(), &record, bits, order_in_memory(options_.order),
                  T_LOAD_ALLOCATE | T_LOAD_ACCESS | T_LOAD_WHOLE_ROWS, nullptr, nullptr);
   T_SetPageNumber(1);  // a page number above 1 would turn the save into an append
-  const RowsRead rows = rows_of_load(status, info);
-  if (!rows.is_damaged()) return check(rows.status, source_.name());
-  check_signals();
-  if (!options_.partial || !rows.is_partial()) throw failure_of(rows, source_.name());
-  is_partial_ = true;
-  tell(source_.name(), "partial: " + std::to_string(rows.whole) + " of " + std::to_string(rows.of) +
-                           " rows" +
-                           (info.PageCount > 1 ? " of page " + std::to_string(info.Page) : "") +
-                           " could be read, the others are 0");
+  return rows_of_load(status, info);
 }
 
 void Conversion::reduce(const Target& target, Picture& picture) const {
@@ -268,13 +287,11 @@ int32_t Conversion::pages_so_far() const {
                 T_ERR_FORMAT};
 }
 
-void Conversion::save(const Target& target, const FILEINFO& info, Picture& picture) {
+void Conversion::save(const Target& target, Picture& picture) {
   BitmapHandle& record = picture.record();
-  const Resolution dpi = in_dots_per_inch(info.Format, info.XResolution, info.YResolution);
-  const SaveSettings settings(record.Width, record.Height, dpi);
+  const SaveSettings settings(record.Width, record.Height,
+                              {record.XResolution, record.YResolution});
   if (!options_.compression.stamp.empty()) {
-    record.XResolution = dpi.x;
-    record.YResolution = dpi.y;
     save_with_stamp(file_->path(), record, target.format, target.bits, target.quality,
                     options_.compression);
   } else {

@@ -138,16 +138,17 @@ void add_convert(CLI::App& app, Action& action) {
   CLI::App* command = app.add_subcommand("convert", "Convert pictures to another format or depth");
   add_file_options(*command, *arguments);
   add_picture_options(*command, arguments->options);
+  add_processing_options(*command, arguments->options.processing);
   add_reduction_options(*command, arguments->options.reduction);
   add_compression_options(*command, arguments->options.compression);
   command->footer(
-      "Resolution and row order are kept. What the output does not hold, further pages, opacity, "
-      "an\n"
-      "orientation, color profile or metadata, is named on standard error. Examples:\n"
+      "Resolution and row order are kept. What the output does not hold, further pages, opacity,\n"
+      "color profile or metadata, is named on standard error. Examples:\n"
       "  tavo convert photo.bmp copy.bmp\n"
       "  tavo convert photo.bmp small.bmp --bits 8\n"
       "  tavo convert photo.bmp web.gif --colors 64 --dither stucki --size 50%\n"
       "  tavo convert photo.bmp photo.jpg --quality 90 --subsampling 2x2\n"
+      "  tavo convert scan.tif out.tif --despeckle 12 --rotate -0.7:smooth --contrast 200\n"
       "  tavo convert fax.dcx fax.tif --format group4 --page all\n"
       "  tavo convert a.bmp b.tga c.gif --to tif --out scans\n"
       "  tavo convert --partial cut.pcx rest.bmp\n"

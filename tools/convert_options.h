@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "compression.h"
+#include "processing.h"
 #include "reduction.h"
 
 namespace tavo::tools {
@@ -18,6 +19,7 @@ struct ConvertOptions {
   std::string page;  // a number, "all", or nothing
   bool append = false;
   bool partial = false;
+  ProcessingOptions processing;
   ReductionOptions reduction;
   CompressionOptions compression;
 };

@@ -27,7 +27,11 @@ void write_option(std::ostream& out, const CLI::Option& option) {
 }
 
 void write_options(std::ostream& out, const CLI::App& app) {
-  for (const CLI::Option* option : app.get_options({})) write_option(out, *option);
+  for (const std::string& group : app.get_groups()) {
+    if (group != "Options") out << ".PP\n" << roff(group) << ":\n";
+    for (const CLI::Option* option : app.get_options({}))
+      if (option->get_group() == group) write_option(out, *option);
+  }
 }
 
 // What is laid out by hand stays as it is.

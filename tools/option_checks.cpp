@@ -1,8 +1,8 @@
 #include "option_checks.h"
 
 #include <algorithm>
-#include <charconv>
 
+#include "numbers.h"
 #include "suggest.h"
 
 namespace tavo::tools {
@@ -12,22 +12,16 @@ CLI::Validator value_check(std::function<std::string(const std::string&)> fault)
 }
 
 CLI::Validator whole_number(int from, int to) {
-  return value_check([from, to](const std::string& text) -> std::string {
-    int number = 0;
-    const char* const end = text.data() + text.size();
-    const auto read = std::from_chars(text.data(), end, number);
-    if (read.ec == std::errc() && read.ptr == end && number >= from && number <= to) return {};
-    return "\"" + text + "\" is no whole number from " + std::to_string(from) + " to " +
-           std::to_string(to);
+  return value_check([range = Range{from, to}](const std::string& text) -> std::string {
+    if (read_whole(text, range)) return {};
+    return "\"" + text + "\" is no " + text_of(range);
   });
 }
 
 CLI::Validator one_of(std::vector<std::string> words) {
   return value_check([words = std::move(words)](const std::string& text) -> std::string {
     if (std::ranges::count(words, text) != 0) return {};
-    std::string list;
-    for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
-    return "\"" + text + "\" is none of " + list + suggestion(text, words);
+    return not_one_of(text, words);
   });
 }
 

@@ -1,8 +1,6 @@
 #include "reduction.h"
 
 #include <algorithm>
-#include <charconv>
-#include <limits>
 #include <vector>
 
 #include "failure.h"
@@ -14,60 +12,6 @@ namespace {
 
 const std::vector<std::string> kMethods = {"none",   "floyd-steinberg", "stucki", "burkes",
                                            "sierra", "stevenson-arce",  "jarvis", "ordered"};
-
-struct Size {
-  int32_t width = 0;
-  int32_t height = 0;
-};
-
-bool read_number(const std::string& text, int64_t& number) {
-  const char* const end = text.data() + text.size();
-  const auto result = std::from_chars(text.data(), end, number);
-  return result.ec == std::errc() && result.ptr == end && number > 0 &&
-         number <= std::numeric_limits<int32_t>::max();
-}
-
-// Percentages round to nearest, and leave at least one pixel.
-int32_t scaled(int32_t length, int64_t percent) {
-  const int64_t result = (int64_t{length} * percent + 50) / 100;
-  return static_cast<int32_t>(std::clamp<int64_t>(result, 1, std::numeric_limits<int32_t>::max()));
-}
-
-bool parse_size(const std::string& text, const BitmapHandle& record, Size& size) {
-  int64_t first = 0;
-  int64_t second = 0;
-  if (!text.empty() && text.back() == '%') {
-    if (!read_number(text.substr(0, text.size() - 1), first)) return false;
-    size = {scaled(record.Width, first), scaled(record.Height, first)};
-    return true;
-  }
-  const size_t cross = text.find('x');
-  if (cross == std::string::npos || !read_number(text.substr(0, cross), first) ||
-      !read_number(text.substr(cross + 1), second)) {
-    return false;
-  }
-  size = {static_cast<int32_t>(first), static_cast<int32_t>(second)};
-  return true;
-}
-
-// Pixels smaller than a byte are resized as bytes: the library's rule for them keeps old programs
-// happy, not pictures.
-void resize(const std::string& text, Picture& picture) {
-  BitmapHandle& record = picture.record();
-  Size size;
-  parse_size(text, record, size);
-  const int32_t bits = record.BitsPerPixel;
-  const T_BitmapInfo info = record.Info;
-  const uint32_t colors = std::clamp(record.Colors, 1u, 1u << std::min(bits, 8));
-  if (bits < 8) {
-    check(T_ColorResolution(&record, 8, T_PALETTE_GIVEN, info.Palette, colors), "--size");
-    record.Colors = colors;  // no more are in use: the way back is exact
-  }
-  check(T_SizeBitmap(&record, size.width, size.height), "--size " + text);
-  if (bits < 8) {
-    check(T_ColorResolution(&record, bits, T_PALETTE_GIVEN, info.Palette, colors), "--size");
-  }
-}
 
 uint32_t method_of(const std::string& name) {
   const auto found = std::find(kMethods.begin(), kMethods.end(), name);
@@ -103,17 +47,6 @@ void reduce(const ReductionOptions& options, int bits, BitmapHandle& record) {
 }  // namespace
 
 void add_reduction_options(CLI::App& command, ReductionOptions& options) {
-  command
-      .add_option("--size", options.size,
-                  "Size to give the picture by repeating and dropping pixels: width and height, or "
-                  "a percentage of both. A percentage is rounded, and leaves a pixel at least")
-      ->check(value_check([](const std::string& text) {
-        Size size;
-        return parse_size(text, BitmapHandle{}, size)
-                   ? std::string()
-                   : "\"" + text + "\" is no size: WxH or N%, whole numbers from 1";
-      }))
-      ->type_name("WxH|N%");
   command.add_flag("--gray", options.gray, "Make the picture grey");
   command
       .add_option("--colors", options.colors,
@@ -152,7 +85,6 @@ int reduced_depth(const ReductionOptions& options, int suggested) {
 }
 
 void apply_reduction(const ReductionOptions& options, int bits, Picture& picture) {
-  if (!options.size.empty()) resize(options.size, picture);
   if (options.gray) check(T_GrayScaleBitmap(&picture.record()), "--gray");
   if (options.reduces() && bits <= 8) reduce(options, bits, picture.record());
 }

@@ -1,5 +1,4 @@
-// Options of `tavo convert` that change the picture between loading and saving: size, grey,
-// colours.
+// Options of `tavo convert` that take colours away before saving: grey, fewer colours.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +10,6 @@
 namespace tavo::tools {
 
 struct ReductionOptions {
-  std::string size;  // "WxH" or "N%"
   bool gray = false;
   int colors = 0;
   std::string dither;   // a name of the table in reduction.cpp

@@ -40,4 +40,10 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
   return nearest.empty() ? nearest : "; did you mean \"" + nearest + "\"?";
 }
 
+std::string not_one_of(const std::string& word, const std::vector<std::string>& known) {
+  std::string list;
+  for (const std::string& candidate : known) list += (list.empty() ? "" : ", ") + candidate;
+  return "\"" + word + "\" is none of " + list + suggestion(word, known);
+}
+
 }  // namespace tavo::tools

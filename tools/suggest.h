@@ -10,4 +10,7 @@ namespace tavo::tools {
 // is near.
 std::string suggestion(const std::string& word, const std::vector<std::string>& known);
 
+// "\"x\" is none of a, b", with the suggestion.
+std::string not_one_of(const std::string& word, const std::vector<std::string>& known);
+
 }  // namespace tavo::tools
