@@ -79,6 +79,11 @@ TAVO_INLINE V shift_right64(V v, int count) {
 // Bit k is the top bit of element k.
 TAVO_INLINE uint32_t top_bits8(V v) { return static_cast<uint32_t>(TAVO_MM(movemask_epi8)(v)); }
 
+// Elements 0, 2, ... of a, then those of b.
+TAVO_INLINE V even32(V a, V b) {
+  return unpack_low64(TAVO_MM(shuffle_epi32)(a, 0x88), TAVO_MM(shuffle_epi32)(b, 0x88));
+}
+
 // 8 x 8 16-bit elements in each lane.
 TAVO_INLINE void transpose16(V (&r)[8]) {
   const V a0 = unpack_low16(r[0], r[1]), a1 = unpack_high16(r[0], r[1]);

@@ -27,7 +27,8 @@ class BitmapResize {
     const core::AccessScope accessed_destination(destination_);
     direct_ = source_.BitsPerPixel >= 8 && core::has_flag(source_, T_FLAG_LOCKED) &&
               core::has_flag(destination_, T_FLAG_LOCKED);
-    TRY(row_.allocate(std::max(source_.BytesPerLine, destination_.BytesPerLine)));
+    TRY(row_.allocate(kStreamedLine +
+                      uint64_t{std::max(source_.BytesPerLine, destination_.BytesPerLine)}));
     core::Progress progress;
     TRY(progress.start());
     const auto old_height = static_cast<uint32_t>(source_.Height);
@@ -50,19 +51,41 @@ class BitmapResize {
     const size_t new_line = destination_.BytesPerLine;
     uint8_t* to = static_cast<uint8_t*>(destination_.Data) + new_line * out_;
     out_ += repeats;
-    const bool streams = destination_.Size >= kStreamedBytes;
-    uint8_t* const row = streams ? row_.data() : to;
-    resizer_.resize_row(
-        static_cast<const uint8_t*>(source_.Data) + size_t{source_.BytesPerLine} * y, row,
-        source_.BitsPerPixel);
-    core::clear_padding({row, new_line}, destination_.Width, destination_.BitsPerPixel);
-    if (streams) {
-      for (; repeats > 0; --repeats, to += new_line) stream_copy(to, row, new_line);
-      stream_fence();
-    } else {
-      for (; repeats > 1; --repeats) std::memcpy(to += new_line, row, new_line);
+    const uint8_t* const from =
+        static_cast<const uint8_t*>(source_.Data) + size_t{source_.BytesPerLine} * y;
+    if (destination_.Size >= kStreamedBytes) {
+      stream_row(from, to, repeats);
+      return kOk;
+    }
+    resizer_.resize_row(from, to, source_.BitsPerPixel);
+    core::clear_padding({to, new_line}, destination_.Width, destination_.BitsPerPixel);
+    for (const uint8_t* const row = to; repeats > 1; --repeats) {
+      std::memcpy(to += new_line, row, new_line);
     }
     return kOk;
+  }
+
+  // Each piece goes to all rows that repeat it, whole cache lines of theirs: where one begins in
+  // the piece before, that piece's end is still there.
+  void stream_row(const uint8_t* from, uint8_t* to, uint32_t repeats) {
+    const size_t new_line = destination_.BytesPerLine;
+    uint8_t* const scratch = row_.data() + kStreamedLine;
+    size_t begin = 0;
+    const auto stream = [&](std::span<const uint8_t> piece) {
+      const size_t end = begin + piece.size();
+      for (uint32_t n = 0; n < repeats; ++n) {
+        uint8_t* const row = to + n * new_line;
+        const size_t first = whole_lines(row, begin);
+        const size_t last = end == new_line ? end : whole_lines(row, end);
+        if (last > first) stream_copy(row + first, piece.data() + first - begin, last - first);
+      }
+      std::memmove(scratch - kStreamedLine, piece.data() + piece.size() - kStreamedLine,
+                   kStreamedLine);
+      begin = end;
+    };
+    resizer_.resize_row(from, scratch, source_.BitsPerPixel, stream);
+    std::memset(scratch, 0, new_line - begin);
+    if (begin < new_line) stream({scratch, new_line - begin});
   }
 
   Status copy_row(uint32_t y, uint32_t repeats) {
@@ -91,7 +114,9 @@ Status resize_bitmap(BitmapHandle& source, BitmapHandle& destination) {
   if (!core::has_storage(source) || !core::has_storage(destination)) return kNoMemory;
   Resizer resizer;
   TRY(resizer.start(source.Width, source.Height, destination.Width, destination.Height));
-  return BitmapResize(source, destination, resizer).run();
+  const Status status = BitmapResize(source, destination, resizer).run();
+  stream_fence();
+  return status;
 }
 
 Status size_bitmap(BitmapHandle& bitmap, int32_t width, int32_t height) {

@@ -25,6 +25,16 @@ void shrink_pair(const ResizeStep* step, const uint8_t* shuffles, const uint8_t*
   }
 }
 
+// What a pair makes of every second byte, or of every second four.
+TAVO_INLINE void halve_pair(const uint8_t* from, uint32_t pixel_bytes, uint8_t* to) {
+  for (size_t i = 0; i < 2; i += kLanes) {
+    const V a = load(from + i * 32), b = load(from + i * 32 + kBytes);
+    const V result =
+        pixel_bytes == 1 ? pack16_unsigned(a & splat16(0xFF), b & splat16(0xFF)) : even32(a, b);
+    store(to + i * 16, in_order64(result));
+  }
+}
+
 template <bool kFull>
 void shrink_whole(const ResizeTable& table, const uint8_t* from, uint8_t*& to) {
   uint8_t* out = to;
@@ -33,7 +43,12 @@ void shrink_whole(const ResizeTable& table, const uint8_t* from, uint8_t*& to) {
     const ResizeStep* const end = table.steps + steps;
     const uint8_t* shuffles = table.shuffles;
     for (const ResizeStep* step = table.steps; step != end; step += 2, shuffles += 64) {
-      shrink_pair<kFull>(step, shuffles, from, out);
+      if (step->halved_bytes != 0) {
+        halve_pair(from + step->offset, step->halved_bytes, out);
+        out += 32;
+      } else {
+        shrink_pair<kFull>(step, shuffles, from, out);
+      }
     }
     left -= steps;
   }
@@ -59,6 +74,14 @@ void shrink(ResizeTable table, const uint8_t* from, uint8_t* to) {
   const uint8_t* shuffle = table.last_shuffles;
   for (uint32_t i = 0; i < table.last; ++i, ++step, shuffle += kResizeLanes) {
     for (uint32_t b = 0; b < step->count; ++b) *to++ = from[step->offset + shuffle[b]];
+  }
+}
+
+void enlarge_forward(ResizeTable table, const uint8_t* from, uint8_t* to) {
+  const uint8_t* shuffles = table.shuffles + table.cycle * kResizeLanes;
+  for (const ResizeStep* step = table.steps + table.cycle; step != table.steps; to += 32) {
+    uint8_t* end = to + 32;
+    enlarge_pair(step -= 2, shuffles -= 32, from, table.cycle_bytes, end);
   }
 }
 

@@ -14,7 +14,10 @@ inline constexpr uint32_t kResizeLanesAvx512 = 64;
 // makes.
 struct ResizeStep {
   uint32_t offset;
-  uint32_t count;
+  uint16_t count;
+  // On the first of a pair of 16 lanes: it takes every second of so many bytes, beginning with the
+  // first, and all that it makes hold.
+  uint16_t halved_bytes;
 };
 
 // Handed over by value: what a row's bytes might overwrite would be read again for each step.
@@ -47,6 +50,9 @@ struct ResizeKernels {
   uint32_t lanes;
   ResizeKernel shrink;
   ResizeKernel enlarge;
+  // The steps of a piece of the cycle, which lies `cycle_bytes` back, last one first: from left to
+  // right, which memory likes best. Not in place.
+  ResizeKernel enlarge_forward;
 };
 extern const ResizeKernels kResizeSsse3;
 extern const ResizeKernels kResizeAvx2;

@@ -15,7 +15,7 @@ using namespace avx2;
 
 }  // namespace
 
-constexpr ResizeKernels kResizeAvx2 = {kResizeLanes, shrink, enlarge};
+constexpr ResizeKernels kResizeAvx2 = {kResizeLanes, shrink, enlarge, enlarge_forward};
 
 }  // namespace tavo::process
 

@@ -41,6 +41,13 @@ void shrink(ResizeTable table, const uint8_t* from, uint8_t* to) {
   }
 }
 
+void enlarge_forward(ResizeTable table, const uint8_t* from, uint8_t* to) {
+  for (uint32_t i = table.cycle; i-- > 0; to += kBytes) {
+    const V window = load(from + (table.steps[i].offset - table.cycle_bytes));
+    store(to, permute8(window, load(table.shuffles + i * kBytes)));
+  }
+}
+
 void enlarge(ResizeTable table, const uint8_t* from, uint8_t* end) {
   uint32_t back = 0;  // how far the cycles before have gone
   for (uint32_t left = table.whole; left > 0; back += table.cycle_bytes) {
@@ -62,7 +69,7 @@ void enlarge(ResizeTable table, const uint8_t* from, uint8_t* end) {
 
 }  // namespace
 
-constexpr ResizeKernels kResizeAvx512 = {kResizeLanesAvx512, shrink, enlarge};
+constexpr ResizeKernels kResizeAvx512 = {kResizeLanesAvx512, shrink, enlarge, enlarge_forward};
 
 }  // namespace tavo::process
 

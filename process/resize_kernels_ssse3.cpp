@@ -15,7 +15,7 @@ using namespace ssse3;
 
 }  // namespace
 
-constexpr ResizeKernels kResizeSsse3 = {kResizeLanes, shrink, enlarge};
+constexpr ResizeKernels kResizeSsse3 = {kResizeLanes, shrink, enlarge, enlarge_forward};
 
 }  // namespace tavo::process
 

@@ -86,6 +86,19 @@ void Resizer::resize_row(const uint8_t* from, uint8_t* to, int32_t bits) {
   fill_unreached(from, to, pixel_bytes);
 }
 
+void Resizer::resize_row(const uint8_t* from, uint8_t* scratch, int32_t bits, ResizeSink sink) {
+  const auto pixel_bytes = static_cast<uint32_t>(bits / 8);
+  const size_t bytes = static_cast<size_t>(across_.new_size) * pixel_bytes;
+  prepare(bits);
+  if (keeps_width() || across_.shrinks() || steps_.empty()) {
+    resize_row(from, scratch, bits);
+    return sink({scratch, bytes});
+  }
+  fill_unreached(from, scratch, pixel_bytes);
+  sink({scratch, bytes - size_t{across_.reached} * pixel_bytes});
+  steps_.run_pieces(from, scratch, sink);
+}
+
 void Resizer::resize_row(uint8_t* row, int32_t bits) {
   if (keeps_width()) return;
   prepare(bits);

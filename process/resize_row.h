@@ -27,6 +27,9 @@ class Resizer {
   // The same from a row to another, which do not overlap; 8 bits and more. Positions that neither
   // a source pixel nor the source as it stood reaches become zero.
   void resize_row(const uint8_t* from, uint8_t* to, int32_t bits);
+  // The same piece by piece, by way of `scratch`, which has room for the result: small enough to be
+  // read again from the nearest cache.
+  void resize_row(const uint8_t* from, uint8_t* scratch, int32_t bits, ResizeSink sink);
 
   int32_t new_width() const { return across_.new_size; }
 

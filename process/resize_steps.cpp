@@ -7,6 +7,12 @@
 
 namespace tavo::process {
 
+namespace {
+
+constexpr uint32_t kPieceBytes = 4096;  // so that they are read again from the nearest cache
+
+}  // namespace
+
 // A step and where each of its bytes lies in its window.
 struct ResizeSteps::Cut {
   ResizeStep step;
@@ -74,7 +80,7 @@ ResizeSteps::Cut ResizeSteps::cut_enlarging(const ResizeSources& sources, uint32
   Cut cut = {};
   const uint32_t lanes = kernels_->lanes;
   const uint32_t end = end_ - done;
-  cut.step.count = std::min(lanes, end - first_);
+  cut.step.count = static_cast<uint16_t>(std::min(lanes, end - first_));
   const uint32_t begin = end - cut.step.count;
   uint32_t behind = 0;
   for (uint32_t at = begin; at < end; ++at) {
@@ -114,6 +120,21 @@ void ResizeSteps::place(const Cut& cut, uint32_t number) {
   }
 }
 
+// A pair that takes every second pixel needs no shuffles.
+void ResizeSteps::mark_halves(uint32_t pair) {
+  if (kernels_->lanes != kResizeLanes || (pixel_bytes_ != 1 && pixel_bytes_ != 4)) return;
+  ResizeStep* const steps = &steps_[size_t{pair} * 2];
+  if (steps[1].offset - steps[0].offset != 2 * kResizeLanes) return;
+  const uint8_t* const low = shuffles_.data() + size_t{pair} * 4 * kResizeLanes;
+  for (uint32_t i = 0; i < 4 * kResizeLanes; ++i) {
+    const uint32_t lane = i % kResizeLanes, half = i / (2 * kResizeLanes);
+    const uint32_t byte = lane / pixel_bytes_ * 2 * pixel_bytes_ + lane % pixel_bytes_;
+    const uint32_t want = byte / kResizeLanes == half ? byte % kResizeLanes : 0x80;
+    if (low[i] != want) return;
+  }
+  steps[0].halved_bytes = static_cast<uint16_t>(pixel_bytes_);
+}
+
 // The steps until the pattern begins anew, or else all.
 void ResizeSteps::make_cycle(const ResizeSources& sources) {
   cycle_ = cycle_bytes_ = 0;
@@ -123,6 +144,7 @@ void ResizeSteps::make_cycle(const ResizeSources& sources) {
     const Cut next = cut(sources, done);
     if (!next.is_whole) break;
     place(next, cycle_++);
+    if (shrinks_ && cycle_ % 2 == 0) mark_halves(cycle_ / 2 - 1);
     are_full_ = are_full_ && next.step.count == kernels_->lanes;
     done += next.step.count;
     if (cycle_ % 2 == 0 && done % pattern == 0) {
@@ -173,6 +195,32 @@ void ResizeSteps::run(const uint8_t* from, uint8_t* to) const {
                           .last_shuffles = last_shuffles_.data(),
                           .last = last_};
   return shrinks_ ? kernels_->shrink(table, from, to) : kernels_->enlarge(table, from, to + end_);
+}
+
+void ResizeSteps::run_pieces(const uint8_t* from, uint8_t* scratch, ResizeSink sink) const {
+  if (!moves_.empty()) {
+    moves_.run(from, scratch);
+    return sink({scratch + first_, end_ - first_});
+  }
+  const uint32_t lanes = kernels_->lanes;
+  const uint32_t rest = end_ - first_ - whole_ * lanes;
+  kernels_->enlarge({.steps = steps_.data(),
+                     .cycle = cycle_,
+                     .last_shuffles = last_shuffles_.data(),
+                     .last = last_},
+                    from, scratch + rest);
+  sink({scratch, rest});
+  for (uint32_t left = whole_, steps = 0; left > 0; left -= steps) {
+    const uint32_t in_cycle = (left - 1) % cycle_ + 1;
+    steps = std::min(in_cycle, kPieceBytes / lanes);
+    const uint32_t at = in_cycle - steps;
+    kernels_->enlarge_forward({.steps = steps_.data() + at,
+                               .shuffles = shuffles_.data() + size_t{at} * lanes,
+                               .cycle = steps,
+                               .cycle_bytes = (left - in_cycle) / cycle_ * cycle_bytes_},
+                              from, scratch);
+    sink({scratch, size_t{steps} * lanes});
+  }
 }
 
 }  // namespace tavo::process

@@ -2,13 +2,18 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "base/buffer.h"
+#include "base/function_ref.h"
 #include "process/resize_kernels.h"
 #include "process/resize_moves.h"
 #include "process/resize_sources.h"
 
 namespace tavo::process {
+
+// Takes the next piece of a row, from left to right.
+using ResizeSink = FunctionRef<void(std::span<const uint8_t> piece)>;
 
 // A table that says where the bytes of each store of result come from, and the kernel that runs it
 // over rows, in place or from one to another.
@@ -23,6 +28,8 @@ class ResizeSteps {
   bool empty() const { return whole_ + last_ == 0 && moves_.empty(); }
   // Writes the positions of the sources that it was made for. Not when empty.
   void run(const uint8_t* from, uint8_t* to) const;
+  // Enlarging: makes them piece by piece, each at `scratch`, which has room for a row.
+  void run_pieces(const uint8_t* from, uint8_t* scratch, ResizeSink sink) const;
 
  private:
   struct Cut;
@@ -36,6 +43,7 @@ class ResizeSteps {
   Cut cut_enlarging(const ResizeSources& sources, uint32_t done) const;
   Cut cut(const ResizeSources& sources, uint32_t done) const;
   void place(const Cut& cut, uint32_t number);
+  void mark_halves(uint32_t pair);
   void make_cycle(const ResizeSources& sources);
   uint32_t count_whole();
   void make_last(const ResizeSources& sources, uint32_t done);

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "core/bitmap.h"
 #include "platform/platform.h"
 #include "process/resize_row.h"
 #include "processor_levels.h"
@@ -107,6 +108,12 @@ TEST(Resize, EverySpeedGivesTheSameRow) {
       Bytes apart = join({Bytes(bytes, 0x11), guard});
       resizer.resize_row(source.data(), apart.data(), bits);
       ASSERT_EQ(apart, join({want, guard}));
+      Bytes pieces, scratch = join({Bytes(bytes, 0x11), guard});
+      resizer.resize_row(source.data(), scratch.data(), bits, [&](std::span<const uint8_t> piece) {
+        pieces.insert(pieces.end(), piece.begin(), piece.end());
+      });
+      ASSERT_EQ(pieces, want);
+      ASSERT_EQ(Bytes(scratch.end() - 16, scratch.end()), guard);
     }
   }
 }
@@ -157,20 +164,27 @@ TEST(Resize, BitmapsInMemoryAndOnDiskKeepTheirDescription) {
 }
 
 TEST(Resize, PicturesBeyondTheCachesAreTheSame) {
-  Bitmap wide, large;
-  make_picture(wide, 9001, 3, 8);
+  Bitmap small, wide, large;
+  make_picture(small, 3301, 3, 8);
+  T_InitBitmap(wide.get(), 9001, 3, 8);
   T_InitBitmap(large.get(), 9001, 7900, 8);
+  ASSERT_EQ(T_AllocateBitmap(wide.get(), 1), T_OK);
   ASSERT_EQ(T_AllocateBitmap(large.get(), 1), T_OK);
-  ASSERT_EQ(T_ResizeBitmap(wide.get(), large.get()), T_OK);
+  ASSERT_EQ(T_ResizeBitmap(small.get(), wide.get()), T_OK);
   const Bytes want = pixels(wide.get());
   process::ResizeRule down;
   down.set(3, 7900);
-  Bytes row(9001);
-  T_AccessBitmap(large.get());
-  for (int32_t y = 0, at = 0; y < 3; ++y) {
-    for (uint32_t n = down.count(y); n > 0; --n) {
-      T_GetBitmapRow(large.get(), row.data(), at++, row.size());
-      ASSERT_TRUE(std::equal(row.begin(), row.end(), want.begin() + y * 9001)) << at;
+  for (const platform::Processor level : processor_levels()) {
+    const LimitedProcessor limited(level);
+    ASSERT_EQ(T_ResizeBitmap(small.get(), large.get()), T_OK);
+    core::AccessScope accessed(*large.get());
+    const auto* row = static_cast<const uint8_t*>(large->Data);
+    for (int32_t y = 0; y < 3; ++y) {
+      for (uint32_t n = down.count(y); n > 0; --n, row += large->BytesPerLine) {
+        ASSERT_TRUE(std::equal(row, row + 9001, want.begin() + y * 9001)) << n;
+        ASSERT_TRUE(
+            std::all_of(row + 9001, row + large->BytesPerLine, [](int b) { return b == 0; }));
+      }
     }
   }
 }
