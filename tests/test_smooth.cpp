@@ -103,8 +103,14 @@ TEST(Smooth, EveryDepthStorageAndSpeed) {
     const auto draw = [&] {
       return 1 + static_cast<int32_t>(random.below(round % 3 == 0 ? 9 : 75));
     };
-    const int32_t width = draw(), height = draw(), new_width = draw(), new_height = draw() + height;
-    const auto filter = static_cast<SmoothFilter>(1 + random.below(5));
+    int32_t width = draw(), height = draw(), new_width = draw(), new_height = draw() + height;
+    auto filter = static_cast<SmoothFilter>(1 + random.below(5));
+    if (round % 4 == 0) {  // means of squares
+      const uint32_t halvings = 1 + random.below(4);
+      filter = SmoothFilter::kBox;
+      new_width = width, width <<= halvings;
+      new_height = height, height <<= halvings;
+    }
     const uint32_t perspective = random.below(4);
     const auto levels = processor_levels();
     const LimitedProcessor limited(levels[random.below(static_cast<uint32_t>(levels.size()))]);
@@ -113,6 +119,7 @@ TEST(Smooth, EveryDepthStorageAndSpeed) {
     if (bits == 8 && round % 2 == 0) T_GrayScaleBitmap(bitmap.get());
     if (bits > 8) bitmap->Order = random.below(2);
     const bool is_gray = bitmap->Flags & T_FLAG_GRAY;
+    if (is_gray && round % 8 < 4) std::reverse(bitmap->Info.Palette, bitmap->Info.Palette + 256);
     const Bytes before = rgb(bitmap.get());
     SCOPED_TRACE(testing::Message() << bits << " bits, " << width << " x " << height << " to "
                                     << new_width << " x " << new_height);

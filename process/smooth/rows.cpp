@@ -47,37 +47,47 @@ Status SmoothRows::start(const SmoothPlan& plan, const BitmapHandle& from, const
   const SmoothSide across = {width_, new_width_, plan.width, plan.scale, false};
   const SmoothSide down = {from.Height, to.Height, plan.height, plan.scale,
                            from.ViewPerspective >= 2};
-  TRY(resizer_.start(plan.filter, across, down, planes_));
   TRY(carried_.start(bits_, across, down));
-  const auto pixels = static_cast<uint64_t>(new_width_) + kOverrun;
-  if (planes_ == 3) TRY(colors_.allocate(pixels * 3));
+  wide_bits_ = bits_;
   if (!keeps_layout(from, widening_of(from))) {
     const color::PaintPalette colors(from);
     TRY(wide_.allocate((static_cast<uint64_t>(width_) + kOverrun) * planes_));
     TRY(widen_.start(bits_, planes_ == 1 ? 0 : 24, T_ORDER_RGB, T_ORDER_BGR, colors.entries,
                      nullptr));
+    wide_bits_ = planes_ == 1 ? 8 : 24;
   }
+  if (bits_ != 16 && means_.fits(plan.filter, across, down)) {
+    return means_.start(static_cast<uint32_t>(width_), static_cast<uint32_t>(wide_bits_) / 8);
+  }
+  return start_planes(plan.filter, across, down);
+}
+
+Status SmoothRows::start_planes(SmoothFilter filter, const SmoothSide& across,
+                                const SmoothSide& down) {
+  TRY(resizer_.start(filter, across, down, planes_));
+  const auto pixels = static_cast<uint64_t>(new_width_) + kOverrun;
+  if (planes_ == 3) TRY(colors_.allocate(pixels * 3));
   if (new_bits_ == 8 || new_bits_ == 24) return kOk;
   TRY(out_.allocate(pixels * 4));
   return narrow_.start(24, new_bits_, T_ORDER_BGR, T_ORDER_BGR, nullptr, nullptr);
 }
 
+const uint8_t* SmoothRows::widened(const uint8_t* row) {
+  if (wide_.size() == 0) return row;
+  (void)widen_.convert(row, wide_.data(), width_);  // cannot fail: it has been started
+  return wide_.data();
+}
+
 // A row as planes of wide samples. Which color is which does not matter: the first byte or lowest
 // bits of a pixel are called blue, and come back there.
 void SmoothRows::split(const uint8_t* row) {
-  int32_t bits = bits_;
-  if (wide_.size() != 0) {
-    (void)widen_.convert(row, wide_.data(), width_);  // cannot fail: it has been started
-    row = wide_.data();
-    bits = planes_ == 1 ? 8 : 24;
-  }
   const auto width = static_cast<uint32_t>(width_);
   if (planes_ == 1) return widen_samples(row, width, resizer_.plane(0));
   color::Planes planes;
   for (uint32_t x = 0, n = 0; x < width; x += n) {
     n = std::min(color::kPlanePixels, width - x);
-    color::split_pixels(row + size_t{x} * static_cast<uint32_t>(bits) / 8, bits, T_ORDER_BGR, n,
-                        planes);
+    color::split_pixels(row + size_t{x} * static_cast<uint32_t>(wide_bits_) / 8, wide_bits_,
+                        T_ORDER_BGR, n, planes);
     widen_samples(planes.blue, n, resizer_.plane(0) + x);
     widen_samples(planes.green, n, resizer_.plane(1) + x);
     widen_samples(planes.red, n, resizer_.plane(2) + x);
@@ -93,15 +103,22 @@ uint8_t* SmoothRows::join(uint8_t* planes, size_t stride) {
   return out_.data();
 }
 
+Status SmoothRows::put(uint8_t* result, Sink sink) {
+  carried_.put(result);
+  core::clear_padding({result, new_line_}, new_width_, new_bits_);
+  return sink(result);
+}
+
 Status SmoothRows::take(const uint8_t* row, Sink sink) {
-  split(row);
   carried_.take(row);
-  return resizer_.commit([&](uint8_t* planes, size_t stride) {
-    uint8_t* const result = join(planes, stride);
-    carried_.put(result);
-    core::clear_padding({result, new_line_}, new_width_, new_bits_);
-    return sink(result);
-  });
+  row = widened(row);
+  if (means_.is_started()) {
+    uint8_t* const result = means_.take(row);
+    return result != nullptr ? put(result, sink) : kOk;
+  }
+  split(row);
+  return resizer_.commit(
+      [&](uint8_t* planes, size_t stride) { return put(join(planes, stride), sink); });
 }
 
 }  // namespace tavo::process

@@ -8,6 +8,7 @@
 #include "base/status.h"
 #include "color/convert.h"
 #include "process/smooth/carried.h"
+#include "process/smooth/means.h"
 #include "process/smooth/resizer.h"
 #include "tavo45.h"
 
@@ -41,15 +42,20 @@ class SmoothRows {
   Status take(const uint8_t* row, Sink sink);
 
  private:
+  Status start_planes(SmoothFilter filter, const SmoothSide& across, const SmoothSide& down);
+  const uint8_t* widened(const uint8_t* row);
   void split(const uint8_t* row);
   uint8_t* join(uint8_t* planes, size_t stride);
+  Status put(uint8_t* result, Sink sink);
 
   int32_t width_ = 0;  // of the rows that come
   int32_t bits_ = 0;
+  int32_t wide_bits_ = 0;  // after widening
   int32_t new_width_ = 0;
   int32_t new_bits_ = 0;
   uint32_t new_line_ = 0;
   uint32_t planes_ = 0;
+  SmoothMeans means_;  // alone, where it can
   SmoothResizer resizer_;
   color::RowConverter widen_;   // indices to levels or to 24 bits
   color::RowConverter narrow_;  // 24 bits to what the result has
