@@ -126,11 +126,13 @@ TAVO_INLINE V splat_fours16(int a, int b, int c, int d) {
   const V four = unpack_low32(splat_pairs16(a, b), splat_pairs16(c, d));
   return unpack_low64(four, four);
 }
+TAVO_INLINE V load_low64(const void* p) { return _mm_loadl_epi64(static_cast<const V*>(p)); }
 TAVO_INLINE V load_low64_twice(const void* p) {
   const V low = _mm_loadl_epi64(static_cast<const V*>(p));
   return unpack_low64(low, low);
 }
 TAVO_INLINE V swap_halves(V v) { return _mm_shuffle_epi32(v, 0x4E); }
+TAVO_INLINE V repeat_last32(V v) { return _mm_shuffle_epi32(v, 0xFF); }
 TAVO_INLINE V swap_pairs32(V v) { return _mm_shuffle_epi32(v, 0xB1); }
 
 // 64-bit sums of eight neighbours.

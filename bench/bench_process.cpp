@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "photograph.h"
+#include "run.h"
 #include "tavo45.h"
 
 #ifdef PEER_OPENCV
@@ -301,6 +302,5 @@ int main(int argc, char** argv) {
   add_moves();
   add_filters();
   add_adjustments();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  return bench::run(argc, argv);
 }

@@ -14,34 +14,27 @@ class Average final : public Filter {
 
   Status start(RowSource& source, const WorkLayout& layout) override {
     step_ = layout.step;
-    TRY(sums_.allocate(layout.row_bytes));
+    row_bytes_ = layout.row_bytes;
+    TRY(sums_.allocate(uint64_t{row_bytes_} + kRowSlack));
     return columns_.start(source, layout, size_);
   }
 
   Status next(uint8_t* row) override {
     TRY(columns_.next());
+    const RowKernels& kernels = row_kernels();
     if (size_ <= kMaxNarrowWindow) {
-      row_kernels().average(columns_.sums(), step_, size_, sums_.size(), row);
+      kernels.average(columns_.sums(), step_, size_, row_bytes_, row);
     } else {
-      add_columns(columns_.sums(), sums_.size(), step_, size_, sums_.data());
-      divide(row);
+      kernels.add_columns(columns_.sums(), step_, size_, row_bytes_, sums_.data());
+      kernels.divide_sums(sums_.data(), size_, row_bytes_, row);
     }
     return kOk;
   }
 
  private:
-  // The area is odd: a half is never reached. With area and sum below 2^16 and 2^24, the product
-  // is too large by less than 2^40, what one more of the sum would make: the quotient is exact.
-  void divide(uint8_t* row) const {
-    const uint32_t area = size_ * size_;
-    const uint64_t reciprocal = ((uint64_t{1} << 40) + area - 1) / area;
-    for (size_t i = 0; i < sums_.size(); ++i) {
-      row[i] = static_cast<uint8_t>((sums_[i] + area / 2) * reciprocal >> 40);
-    }
-  }
-
   uint32_t size_;
   size_t step_ = 0;
+  size_t row_bytes_ = 0;
   ColumnSums columns_;
   Array<uint32_t> sums_;
 };

@@ -24,10 +24,6 @@ class ColumnSums {
   bool has_begun_ = false;
   RowBand band_;
   Array<uint16_t> sums_;  // 255 x 255 at most
-  Buffer left_;           // the row that the band leaves
 };
-
-// The sums of squares along the first `count` bytes of a row, by those of their columns.
-void add_columns(const uint16_t* columns, size_t count, size_t step, uint32_t size, uint32_t* sums);
 
 }  // namespace tavo::process

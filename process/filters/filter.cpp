@@ -51,7 +51,7 @@ Status RowBand::start(RowSource& source, const WorkLayout& layout, uint32_t radi
   step_ = layout.step;
   radius_x_ = radius_x;
   radius_y_ = radius_y;
-  line_count_ = std::min(count(), height_);
+  line_count_ = std::min(count() + 1, height_);
   constexpr size_t kCacheLine = 64;
   const size_t front = round_up(radius_x * step_ + kRowSlack, kCacheLine);
   const uint64_t stride = round_up(2 * uint64_t{front} + layout.row_bytes, uint64_t{kCacheLine});

@@ -48,7 +48,7 @@ class WorkRow {
 class RowBand {
  public:
   Status start(RowSource& source, const WorkLayout& layout, uint32_t radius_x, uint32_t radius_y);
-  // Goes to the first row, later to the next one.
+  // Goes to the first row, later to the next one. The row that it leaves stays until the next time.
   Status advance();
   // The rows, from the uppermost, at their first pixel.
   const uint8_t* const* rows() const { return window_.data(); }

@@ -8,6 +8,7 @@
 #include "process/filters/filters.h"
 #include "process/filters/median_columns.h"
 #include "process/filters/median_networks.h"
+#include "process/filters/row_kernels.h"
 #include "process/whole_picture.h"
 
 namespace tavo::process {
@@ -110,15 +111,15 @@ class Majority final : public Filter {
     unpacked.row_bytes = layout.width;
     TRY(rows_.start(source, layout));
     TRY(indices_.allocate(layout.width));
-    TRY(sums_.allocate(layout.width));
+    TRY(sums_.allocate(uint64_t{layout.width} + kRowSlack));
     return columns_.start(rows_, unpacked, size_);
   }
 
   Status next(uint8_t* row) override {
     TRY(columns_.next());
-    add_columns(columns_.sums(), sums_.size(), 1, size_, sums_.data());
+    row_kernels().add_columns(columns_.sums(), 1, size_, indices_.size(), sums_.data());
     const uint32_t half = size_ * size_ / 2;
-    for (size_t i = 0; i < sums_.size(); ++i) indices_.data()[i] = sums_[i] > half ? 1 : 0;
+    for (size_t i = 0; i < indices_.size(); ++i) indices_.data()[i] = sums_[i] > half ? 1 : 0;
     color::pack_indices(1, indices_.bytes(), row);
     return kOk;
   }

@@ -109,3 +109,59 @@ void average(const uint16_t* sums, size_t step, uint32_t size, size_t count, uin
     store_narrowed16(out + i, means);
   }
 }
+
+// Four columns: the pixel of a step, or four pixels of one channel.
+TAVO_INLINE sse2::V load_columns(const uint16_t* columns) {
+  return sse2::unpack_low16(sse2::load_low64(columns), sse2::V{});
+}
+
+void add_pixels(const uint16_t* columns, size_t step, uint32_t size, size_t count, uint32_t* sums) {
+  sse2::V sum{};
+  for (uint32_t k = 0; k < size; ++k) sum = sse2::add32(sum, load_columns(columns + k * step));
+  for (size_t i = 0; i < count; i += step) {
+    sse2::store(sums + i, sum);
+    const sse2::V added = load_columns(columns + i + size * step);
+    sum = sse2::add32(sum, sse2::sub32(added, load_columns(columns + i)));
+  }
+}
+
+// The next sum waits for one addition: what four pixels add up to is known before.
+void add_levels(const uint16_t* columns, uint32_t size, size_t count, uint32_t* sums) {
+  uint32_t first = 0;
+  for (uint32_t k = 0; k < size; ++k) first += columns[k];
+  sums[0] = first;
+  sse2::V sum = sse2::splat32(first);
+  for (size_t i = 0; i < count; i += 4) {
+    sse2::V more = sse2::sub32(load_columns(columns + i + size), load_columns(columns + i));
+    more = sse2::add32(more, sse2::shift_left_bytes<4>(more));
+    more = sse2::add32(more, sse2::shift_left_bytes<8>(more));
+    sse2::store(sums + i + 1, sse2::add32(sum, more));
+    sum = sse2::add32(sum, sse2::repeat_last32(more));
+  }
+}
+
+void add_columns(const uint16_t* columns, size_t step, uint32_t size, size_t count,
+                 uint32_t* sums) {
+  if (step == 1) return add_levels(columns, size, count, sums);
+  add_pixels(columns, step, size, count, sums);
+}
+
+void divide_sums(const uint32_t* sums, uint32_t size, size_t count, uint8_t* out) {
+  const V half = splat32(size * size / 2);
+  const WideDivision division = wide_division(size);
+  const V multiplier = splat32(division.multiplier);
+  const auto means = [=](const uint32_t* at) {
+    const V sum = add32(load(at), half);
+    const V even = multiply_even32_unsigned(sum, multiplier);
+    const V odd = multiply_even32_unsigned(shift_right64<32>(sum), multiplier);
+    return shift_right64(even, division.shift) |
+           shift_left64<32>(shift_right64(odd, division.shift));
+  };
+  constexpr size_t kWords = kBytes / 4;
+  for (size_t i = 0; i < count; i += kBytes) {
+    const uint32_t* const at = sums + i;
+    const V low = pack32(means(at), means(at + kWords));
+    const V high = pack32(means(at + 2 * kWords), means(at + 3 * kWords));
+    store(out + i, in_order32(pack16_unsigned(low, high)));
+  }
+}

@@ -41,6 +41,26 @@ void average(const uint16_t* sums, size_t step, uint32_t size, size_t count, uin
   }
 }
 
+void add_columns(const uint16_t* columns, size_t step, uint32_t size, size_t count,
+                 uint32_t* sums) {
+  for (size_t channel = 0; channel < step; ++channel) {
+    uint32_t sum = 0;
+    for (uint32_t k = 0; k < size; ++k) sum += columns[channel + k * step];
+    for (size_t i = channel; i < count; i += step) {
+      sums[i] = sum;
+      sum += static_cast<uint32_t>(columns[i + size * step] - columns[i]);
+    }
+  }
+}
+
+void divide_sums(const uint32_t* sums, uint32_t size, size_t count, uint8_t* out) {
+  const WideDivision division = wide_division(size);
+  for (size_t i = 0; i < count; ++i) {
+    const uint64_t sum = sums[i] + size * size / 2;
+    out[i] = static_cast<uint8_t>(sum * division.multiplier >> division.shift);
+  }
+}
+
 void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
            size_t count) {
   for (size_t i = 0; i < count; ++i) {
@@ -54,7 +74,7 @@ void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, 
 
 }  // namespace
 
-const RowKernels kRowKernelsPlain = {weigh, slide, average, raise};
+const RowKernels kRowKernelsPlain = {weigh, slide, average, add_columns, divide_sums, raise};
 
 const RowKernels& row_kernels() {
   return *Variants<const RowKernels*>{

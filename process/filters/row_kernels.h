@@ -31,7 +31,7 @@ struct SquareDivision {
   uint16_t multiplier;
   uint8_t shift;
 };
-inline constexpr uint32_t kMaxNarrowWindow = 15;
+inline constexpr uint32_t kMaxNarrowWindow = 9;  // beyond, running sums are quicker
 constexpr SquareDivision square_division(uint32_t size) {
   const uint32_t area = size * size;
   uint32_t shift = 0;
@@ -40,15 +40,33 @@ constexpr SquareDivision square_division(uint32_t size) {
   return {multiplier, static_cast<uint8_t>(shift)};
 }
 
+// What replaces a division by a wider one: the bits from `shift` on of a product of 64 bits. The
+// area is odd, so that a half is never reached. The product is too large by less than the sum, and
+// that is less than 2^shift / area, what one more of the sum would make: the quotient is exact.
+struct WideDivision {
+  uint32_t multiplier;
+  int32_t shift;
+};
+constexpr WideDivision wide_division(uint32_t size) {
+  const uint64_t area = uint64_t{size} * size;
+  const int32_t shift = size > 16 ? 40 : 38;
+  return {static_cast<uint32_t>(((uint64_t{1} << shift) + area - 1) / area), shift};
+}
+
 struct RowKernels {
   // Sums of taps, an even number of them, divided. They fit 32 bits with what is added.
   void (*weigh)(const Tap* taps, size_t tap_count, const Division& division, bool is_absolute,
                 size_t count, uint8_t* out);
   // Sums of columns: one row more and one row less, which may be null.
   void (*slide)(uint16_t* sums, const uint8_t* added, const uint8_t* removed, size_t count);
-  // The means of `size` times `size` pixels, up to 15, by the sums of columns from the first of
-  // each window on.
+  // The means of `size` times `size` pixels, up to kMaxNarrowWindow, by the sums of columns from
+  // the first of each window on.
   void (*average)(const uint16_t* sums, size_t step, uint32_t size, size_t count, uint8_t* out);
+  // The sums of such squares of any size, for steps of 1, 3 or 4; up to kRowSlack bytes more.
+  void (*add_columns)(const uint16_t* columns, size_t step, uint32_t size, size_t count,
+                      uint32_t* sums);
+  // Their means, where the size is above kMaxNarrowWindow.
+  void (*divide_sums)(const uint32_t* sums, uint32_t size, size_t count, uint8_t* out);
   // A rule of complementary hulling.
   void (*raise)(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
                 size_t count);

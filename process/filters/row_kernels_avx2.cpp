@@ -15,7 +15,7 @@ using namespace avx2;
 
 }  // namespace
 
-const RowKernels kRowKernelsAvx2 = {weigh, slide, average, raise};
+const RowKernels kRowKernelsAvx2 = {weigh, slide, average, add_columns, divide_sums, raise};
 
 }  // namespace tavo::process
 

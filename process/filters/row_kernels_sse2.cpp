@@ -14,6 +14,6 @@ using namespace sse2;
 
 }  // namespace
 
-const RowKernels kRowKernelsSse2 = {weigh, slide, average, raise};
+const RowKernels kRowKernelsSse2 = {weigh, slide, average, add_columns, divide_sums, raise};
 
 }  // namespace tavo::process
