@@ -1,5 +1,5 @@
-"""Compares rotations, filters and adjustments with what SciPy, NumPy and Pillow make of the same
-picture, through the shared library.
+"""Compares rotations, filters, sizes and adjustments with what SciPy, NumPy and Pillow make of the
+same picture, through the shared library.
 
 usage: interop_process.py LIBRARY
 
@@ -132,6 +132,24 @@ def filters(name, picture):
     check(f'{name} mosaic', apply('T_MosaicBitmap', picture, 8), small, 1)
 
 
+def sizes(name, picture):
+    """Not at the edges, where Pillow leaves out what lies outside; its box counts whole pixels.
+    Where light or dark overshoots, it cuts the rows between the two directions, too."""
+    height, width = picture.shape[:2]
+    box, *others = [(1, Image.Resampling.BOX), (2, Image.Resampling.BILINEAR),
+                    (3, Image.Resampling.BICUBIC), (5, Image.Resampling.LANCZOS)]
+    jobs = [(width // n, height // n, box, 0) for n in (2, 4, 8)]
+    for new_width, new_height in ((width // 2, height // 2), (50, 41), (width, 77), (300, 200)):
+        edge = 3 * max(1, new_width // width, new_height // height) + 1
+        jobs += [(new_width, new_height, other, edge) for other in others]
+    for new_width, new_height, (method, resampling), edge in jobs:
+        image = Image.fromarray(picture).resize((new_width, new_height), resampling)
+        inner = np.s_[edge:new_height - edge, edge:new_width - edge]
+        got = apply('T_SizeBitmapFine', picture, new_width, new_height, method)
+        check(f'{name} size {new_width} x {new_height} by {method}', got[inner],
+              np.asarray(image)[inner], 1, differing=0.0003)
+
+
 def shapes(name, picture):
     for size in (3, 9, 31):
         half = size // 2
@@ -207,6 +225,7 @@ def main():
         shapes(name, picture)
         if name != 'bits':
             filters(name, picture)
+            sizes(name, picture)
             adjustments(name, picture)
     bits(speckled)
     colors(color)
