@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "color/paint_palette.h"
-#include "color/row_blocks.h"
 #include "color/widen.h"
 #include "core/bitmap.h"
 #include "dither/dither.h"
+#include "reduce/count_rows.h"
 #include "reduce/dither_bitmap.h"
 #include "reduce/histogram.h"
 
@@ -153,23 +153,6 @@ void take_boxes(std::span<const Box> boxes, std::span<const uint16_t> classes,
   }
 }
 
-Status count_classes(BitmapHandle& bitmap, const PaintPalette& colors, ClassHistogram& histogram,
-                     core::Progress& progress, uint32_t percent_share) {
-  RowBlocks blocks(bitmap);
-  TRY(blocks.start());
-  const auto width = static_cast<uint32_t>(bitmap.Width);
-  const auto height = static_cast<uint32_t>(bitmap.Height);
-  for (uint32_t y = 0, n = 0; y < height; y += n) {
-    n = std::min(blocks.rows(), height - y);
-    const uint8_t* rows = nullptr;
-    TRY(blocks.read(y, n, rows));
-    histogram.add_rows(rows, blocks.stride(), n, width, bitmap.BitsPerPixel, bitmap.Order);
-    TRY(progress.at(uint64_t{y + n} * percent_share, uint64_t{height} * 100));
-  }
-  histogram.finish(bitmap.BitsPerPixel, colors);
-  return kOk;
-}
-
 }  // namespace
 
 Status optimize_palette(BitmapHandle& bitmap, uint32_t wanted, OptimizedPalette& palette,
@@ -184,7 +167,8 @@ Status optimize_palette(BitmapHandle& bitmap, uint32_t wanted, OptimizedPalette&
   }
   ClassHistogram histogram;
   TRY(histogram.allocate(bitmap.BitsPerPixel));
-  TRY(count_classes(bitmap, colors, histogram, progress, percent_share));
+  TRY(count_rows(bitmap, histogram, progress, 0, percent_share));
+  histogram.finish(bitmap.BitsPerPixel, colors);
   BoxSplitter splitter(histogram.classes(), histogram.counts());
   TRY(splitter.split(std::min(wanted, 256u)));
   palette.inverse = std::move(histogram.counts());

@@ -18,6 +18,7 @@
 #include "platform/platform.h"
 #include "reduce/dither_bitmap.h"
 #include "reduce/few_colors.h"
+#include "reduce/fine_palette.h"
 #include "reduce/optimize.h"
 
 namespace tavo::color {
@@ -26,19 +27,15 @@ namespace {
 
 constexpr uint32_t kOptimizingShare = 40;  // percent of a reduction to an optimised palette
 
-// Rows of `from` through the row conversion into `to`. `bits_out` is the depth of `to`, or 0 for
-// grey levels.
-Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out,
-                    core::Progress& progress) {
+// Makes each row of `to` from that of `from` by convert(row, out). Progress is told from
+// `percent_done` on.
+template <class Convert>
+Status make_rows(BitmapHandle& from, BitmapHandle& to, core::Progress& progress,
+                 uint32_t percent_done, const Convert& convert) {
   RowBlocks source(from);
   RowBlocks target(to);
   TRY(source.start());
   TRY(target.start());
-  const PaintPalette colors(from);
-  RowConverter converter;
-  TRY(converter.start(from.BitsPerPixel, bits_out, static_cast<int32_t>(from.Order),
-                      static_cast<int32_t>(to.Order), colors.entries, to.Info.Palette));
-  const bool is_copy = from.BitsPerPixel == bits_out && from.Order == to.Order;
   const auto height = static_cast<uint32_t>(from.Height);
   const uint32_t step = std::min(source.rows(), target.rows());
   for (uint32_t y = 0, n = 0; y < height; y += n) {
@@ -46,18 +43,29 @@ Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out,
     const uint8_t* rows = nullptr;
     TRY(source.read(y, n, rows));
     for (uint32_t i = 0; i < n; ++i) {
-      const uint8_t* const row = rows + i * source.stride();
-      uint8_t* const out = target.place(y) + i * target.stride();
-      if (is_copy) {
-        std::memcpy(out, row, target.stride());
-      } else {
-        TRY(converter.convert(row, out, from.Width));
-      }
+      TRY(convert(rows + i * source.stride(), target.place(y) + i * target.stride()));
     }
     TRY(target.store(y, n));
-    TRY(progress.at(y + n, height));
+    const uint64_t left = uint64_t{y + n} * (100 - percent_done);
+    TRY(progress.at(uint64_t{height} * percent_done + left, uint64_t{height} * 100));
   }
   return kOk;
+}
+
+// Rows of `from` through the row conversion into `to`. `bits_out` is the depth of `to`, or 0 for
+// grey levels.
+Status convert_rows(BitmapHandle& from, BitmapHandle& to, int32_t bits_out,
+                    core::Progress& progress) {
+  const PaintPalette colors(from);
+  RowConverter converter;
+  TRY(converter.start(from.BitsPerPixel, bits_out, static_cast<int32_t>(from.Order),
+                      static_cast<int32_t>(to.Order), colors.entries, to.Info.Palette));
+  const bool is_copy = from.BitsPerPixel == bits_out && from.Order == to.Order;
+  return make_rows(from, to, progress, 0, [&](const uint8_t* row, uint8_t* out) {
+    if (!is_copy) return converter.convert(row, out, from.Width);
+    std::memcpy(out, row, to.BytesPerLine);
+    return kOk;
+  });
 }
 
 void map_row_indices(const uint8_t* row, int32_t depth, uint32_t width, const uint8_t (&table)[256],
@@ -97,7 +105,7 @@ struct Reduction {
 };
 
 // How pixels become indices.
-enum class Choice { kDither, kSameColor, kGrayLevel };
+enum class Choice { kDither, kSameColor, kGrayLevel, kNearest };
 
 struct Chosen {
   OptimizedPalette palette;
@@ -133,6 +141,20 @@ Status choose_two_colors(BitmapHandle& bitmap, Chosen& chosen) {
   return kOk;
 }
 
+// Whether the picture's own palette will do.
+bool has_few_entries(const BitmapHandle& bitmap, uint32_t colors) {
+  return bitmap.BitsPerPixel <= 8 && bitmap.Colors != 0 && bitmap.Colors <= colors;
+}
+
+Status choose_fine(BitmapHandle& bitmap, uint32_t colors, Chosen& chosen,
+                   core::Progress& progress) {
+  bool is_exact = false;
+  TRY(make_fine_palette(bitmap, colors, chosen.palette, is_exact, progress, kOptimizingShare));
+  if (!is_exact && bitmap.DitherMethod != T_DITHER_NONE) return fill_inverse(chosen.palette);
+  chosen.choice = bitmap.BitsPerPixel > 8 ? Choice::kNearest : Choice::kSameColor;
+  return kOk;
+}
+
 Status choose_palette(BitmapHandle& bitmap, int32_t depth, const Reduction& wanted, Chosen& chosen,
                       core::Progress& progress) {
   OptimizedPalette& palette = chosen.palette;
@@ -147,6 +169,8 @@ Status choose_palette(BitmapHandle& bitmap, int32_t depth, const Reduction& want
         is_gray || (wanted.type == PaletteType::kFixed && settings.gray_fixed_palette);
     fixed_palette(depth, is_ramp, palette.entries);
     if (keeps_levels) chosen.choice = Choice::kGrayLevel;
+  } else if (wanted.type == PaletteType::kFine && !has_few_entries(bitmap, wanted.colors)) {
+    TRY(choose_fine(bitmap, wanted.colors, chosen, progress));
   } else if (depth == 1 && wanted.colors == 2) {
     TRY(choose_two_colors(bitmap, chosen));
   } else {
@@ -161,36 +185,42 @@ Status choose_palette(BitmapHandle& bitmap, int32_t depth, const Reduction& want
 // The rows of an indexed picture, each index replaced by that of the same colour.
 Status map_indices(BitmapHandle& from, BitmapHandle& to, uint32_t colors,
                    core::Progress& progress) {
-  RowBlocks source(from);
-  RowBlocks target(to);
-  TRY(source.start());
-  TRY(target.start());
   const PaintPalette painted(from);
   uint8_t table[256];
   NearestColor nearest;
   map_palette(painted.entries, 256, to.Info.Palette, colors, table, nearest);
-
   const auto width = static_cast<uint32_t>(from.Width);
-  const auto height = static_cast<uint32_t>(from.Height);
-  const uint32_t step = std::min(source.rows(), target.rows());
-  for (uint32_t y = 0, n = 0; y < height; y += n) {
-    n = std::min(step, height - y);
-    const uint8_t* rows = nullptr;
-    TRY(source.read(y, n, rows));
-    for (uint32_t i = 0; i < n; ++i) {
-      map_row_indices(rows + i * source.stride(), from.BitsPerPixel, width, table,
-                      target.place(y) + i * target.stride(), to.BitsPerPixel);
-    }
-    TRY(target.store(y, n));
-    TRY(progress.at(y + n, height));
-  }
-  return kOk;
+  return make_rows(from, to, progress, 0, [&](const uint8_t* row, uint8_t* out) {
+    map_row_indices(row, from.BitsPerPixel, width, table, out, to.BitsPerPixel);
+    return kOk;
+  });
+}
+
+// Rows above 8 bits, each pixel replaced by the nearest of the palette's colours.
+Status map_nearest(BitmapHandle& from, BitmapHandle& to, const OptimizedPalette& palette,
+                   core::Progress& progress) {
+  RowConverter converter;
+  TRY(converter.start(from.BitsPerPixel, 32, static_cast<int32_t>(from.Order), T_ORDER_RGB, nullptr,
+                      nullptr));
+  NearestColor nearest;
+  nearest.start(std::span(palette.entries).first(palette.count));
+  Array<uint32_t> colors;
+  Buffer indices;
+  TRY(colors.allocate(static_cast<uint32_t>(from.Width)));
+  TRY(indices.allocate(static_cast<uint32_t>(from.Width)));
+  return make_rows(from, to, progress, kOptimizingShare, [&](const uint8_t* row, uint8_t* out) {
+    TRY(converter.convert(row, colors.data(), from.Width));
+    nearest.find_all(colors.items(), indices.bytes());
+    pack_indices(to.BitsPerPixel, indices.bytes(), out);
+    return kOk;
+  });
 }
 
 Status fill_reduced(BitmapHandle& bitmap, BitmapHandle& made, Chosen& chosen, bool consumes,
                     core::Progress& progress) {
   OptimizedPalette& palette = chosen.palette;
   if (chosen.choice == Choice::kGrayLevel) return convert_rows(bitmap, made, 0, progress);
+  if (chosen.choice == Choice::kNearest) return map_nearest(bitmap, made, palette, progress);
   if (chosen.choice == Choice::kDither) {
     return dither_bitmap(bitmap, made, palette.entries, palette.count,
                          palette.inverse.size() != 0 ? palette.inverse.data() : nullptr, progress,
@@ -248,7 +278,7 @@ Status describe_gray(BitmapHandle& made, const BitmapHandle& bitmap) {
 Status color_resolution(BitmapHandle& bitmap, int32_t depth, PaletteType type,
                         const T_PaletteEntry* palette, uint32_t colors, bool consumes) {
   if (!is_request_depth(depth)) return kBadArgument;
-  if (type < PaletteType::kOptimized || type > PaletteType::kNone) return kBadArgument;
+  if (type < PaletteType::kOptimized || type > PaletteType::kFine) return kBadArgument;
   if (depth <= 8) {
     if (type == PaletteType::kNone || colors > 1u << depth) return kBadArgument;
     if (type == PaletteType::kGiven && (palette == nullptr || colors == 0)) return kBadArgument;

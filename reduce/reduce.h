@@ -9,7 +9,7 @@
 namespace tavo::color {
 
 // Where the palette of a picture of 8 bits or less comes from.
-enum class PaletteType : int32_t { kOptimized = 1, kFixed = 2, kGiven = 3, kNone = 4 };
+enum class PaletteType : int32_t { kOptimized = 1, kFixed = 2, kGiven = 3, kNone = 4, kFine = 5 };
 
 // T_ColorResolution: brings `bitmap` to `depth`. On failure it is as it was; with `consumes` its
 // pixels may be lost then, and less memory is in use at once.

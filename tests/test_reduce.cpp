@@ -10,6 +10,7 @@
 #include "color/palettes.h"
 #include "platform/platform.h"
 #include "support.h"
+#include "tavo45_scans.h"
 
 namespace tavo::color {
 namespace {
@@ -34,7 +35,7 @@ int32_t reduce(BitmapHandle* bitmap, int32_t bits, int32_t type = T_PALETTE_OPTI
 TEST(Reduce, DiskPicturesGiveTheBytesOfThoseInMemory) {
   for (const int32_t from : {1, 2, 4, 8, 16, 24, 32}) {
     for (const int32_t to : {1, 4, 8, 16, 24, 32}) {
-      for (const int32_t type : {1, 2, 3}) {
+      for (const int32_t type : {1, 2, 3, 5}) {
         Bytes first;
         for (const uint32_t request : {1u, 3u}) {
           Bitmap bitmap;
@@ -161,6 +162,31 @@ TEST(Reduce, AnAccessedBitmapStaysAccessed) {
   EXPECT_LE(distinct(bitmap).size(), 17u);
 }
 
+// Colours that are no more than asked come out as they are, at any dithering, darkest first; greys
+// stay grey; never more than asked are used, not even black behind a short palette.
+TEST(Reduce, FinePalettesKeepFewColors) {
+  for (const int32_t depth : {4, 8, 16, 24, 32}) {
+    for (const uint32_t method : {T_DITHER_NONE, T_DITHER_FLOYD_STEINBERG, T_DITHER_ORDERED}) {
+      Bitmap few;
+      make_picture(few, 61, 33, depth);
+      ASSERT_EQ(T_ColorResolution(few.get(), 4, T_PALETTE_OPTIMIZED, nullptr, 11), T_OK);
+      ASSERT_EQ(reduce(few.get(), depth), T_OK);
+      const Bytes before = rgb(few.get());
+      few->DitherMethod = method;
+      ASSERT_EQ(T_ColorResolution(few.get(), 8, T_PALETTE_FINE, nullptr, 16), T_OK);
+      EXPECT_TRUE(rgb(few.get()) == before) << depth << ' ' << method;
+
+      Bitmap gray;
+      make_picture(gray, 61, 33, depth);
+      ASSERT_EQ(T_GrayScaleBitmap(gray.get()), T_OK);
+      gray->DitherMethod = method;
+      ASSERT_EQ(T_ColorResolution(gray.get(), 8, T_PALETTE_FINE, nullptr, 10), T_OK);
+      for (const auto& c : distinct(gray)) EXPECT_TRUE(c[0] == c[1] && c[1] == c[2]);
+      for (const uint8_t index : test::indices(gray.get())) ASSERT_LT(index, 10);
+    }
+  }
+}
+
 // All that is taken in the course of it, whether freed before the end or not.
 TEST(Reduce, TakesTheResultAndAMebibyteAtMost) {
   for (const auto& [width, method] :
@@ -190,7 +216,7 @@ TEST(Reduce, BadArguments) {
     const T_PaletteEntry* palette;
     uint32_t colors;
   } cases[] = {{2, 1, nullptr, 0},  {0, 4, nullptr, 0},   {12, 4, nullptr, 0},
-               {8, 0, nullptr, 0},  {8, 5, nullptr, 0},   {8, 4, nullptr, 0},
+               {8, 0, nullptr, 0},  {8, 6, nullptr, 0},   {8, 4, nullptr, 0},
                {8, 3, nullptr, 2},  {8, 3, palette, 0},   {8, 3, palette, 257},
                {4, 3, palette, 17}, {1, 3, palette, 3},   {8, 1, nullptr, 257},
                {24, 0, nullptr, 0}, {24, -1, nullptr, 0}, {-8, 1, nullptr, 0}};
@@ -207,7 +233,9 @@ TEST(Reduce, RefusedMemoryOrAStopLeavesTheBitmap) {
   for (const int32_t depth : {8, 24}) {
     const auto prepare = [&](Bitmap& b) { make_picture(b, 40, 30, depth); };
     for (const int32_t to : {1, 4, 8, 32}) {
-      test::refuse_each([&](BitmapHandle* b) { return reduce(b, to); }, prepare);
+      for (const int32_t type : {T_PALETTE_OPTIMIZED, T_PALETTE_FINE}) {
+        test::refuse_each([&](BitmapHandle* b) { return reduce(b, to, type); }, prepare);
+      }
     }
     test::refuse_each([](BitmapHandle* b) { return T_GrayScaleBitmap(b); }, prepare);
   }
@@ -215,7 +243,10 @@ TEST(Reduce, RefusedMemoryOrAStopLeavesTheBitmap) {
   make_picture(bitmap, 40, 300, 24);
   const Bytes before = pixels(bitmap.get());
   T_SetStatusCallBack([](int32_t percent) -> int32_t T_CALL { return percent >= 50 ? 42 : T_OK; });
-  for (const int32_t depth : {1, 4, 8, 32}) EXPECT_EQ(reduce(bitmap.get(), depth), 42);
+  for (const int32_t depth : {1, 4, 8, 32}) {
+    EXPECT_EQ(reduce(bitmap.get(), depth), 42);
+    EXPECT_EQ(reduce(bitmap.get(), depth, T_PALETTE_FINE), 42);
+  }
   EXPECT_EQ(T_GrayScaleBitmap(bitmap.get()), 42);
   T_SetStatusCallBack(nullptr);
   EXPECT_EQ(bitmap->BitsPerPixel, 24);
