@@ -10,13 +10,14 @@ namespace tavo::formats {
 
 // How the pixels of a file are coded, as far as that says what its bytes can stand for.
 enum class Density : uint8_t {
-  kPlain,   // rows as stored, counted in bytes
-  kBlocks,  // strips and tiles of any coding, which may share their data; in bytes
-  kRuns,    // run lengths, in bytes
-  kLzw,     // in index bytes
-  kFax,     // ITU-T T.4 and T.6, in pixels; a page that ends early is white from there on
-  kGroup4,  // T.6 with all rows of the picture, in pixels
-  kJpeg,    // in pixels
+  kPlain,    // rows as stored, counted in bytes
+  kBlocks,   // strips and tiles of any coding, which may share their data; in bytes
+  kRuns,     // run lengths, in bytes
+  kLzw,      // in index bytes
+  kFax,      // ITU-T T.4 and T.6, in pixels; a page that ends early is white from there on
+  kGroup4,   // T.6 with all rows of the picture, in pixels
+  kJpeg,     // in pixels
+  kDeflate,  // in bytes
 };
 
 // What a file of any size may claim, and how much more for each of its bytes.
@@ -51,6 +52,8 @@ inline constexpr DensityLimits kDensityLimits[] = {
     {.row = {}, .rows = {0, 8}, .picture = {2048 * kMebi, 8192}},
     // kJpeg: a flat picture takes two bits for a block of each component, less when progressive.
     {.row = {}, .rows = {}, .picture = {64 * kMebi, 2048}},
+    // kDeflate: two bits stand for a match of 258 bytes.
+    {.row = {}, .rows = {}, .picture = {16 * kMebi, 4 * 258}},
 };
 
 // A few bytes can claim pictures of gigabytes, for which nobody shall take memory or time: every

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "base/endian.h"
-#include "base/vector_sse2.h"
+#include "codec/row_filters.h"
 
 namespace tavo::tiff {
 
@@ -168,59 +168,11 @@ Status BlockDecoder::decode_row(std::span<uint8_t> row) {
   return kOk;
 }
 
-// Sums of bytes `kStep` apart, in place: all within a vector in steps of doubled distance, then the
-// last pixel's carried on. A vector holds whole pixels only; the bytes behind them are put back.
-template <size_t kStep>
-void sum_pixels(std::span<uint8_t> row) {
-  using namespace sse2;
-  constexpr int kUsed = static_cast<int>(16 / kStep * kStep);
-  const auto shift_sum = [](V v) {
-    v = add8(v, shift_left_bytes<kStep>(v));
-    if constexpr (2 * kStep < 16) v = add8(v, shift_left_bytes<2 * kStep>(v));
-    if constexpr (4 * kStep < 16) v = add8(v, shift_left_bytes<4 * kStep>(v));
-    if constexpr (8 * kStep < 16) v = add8(v, shift_left_bytes<8 * kStep>(v));
-    return v;
-  };
-  // The last pixel first, zeros behind it; then its sums with nothing are its copies.
-  const auto last_pixel = [&shift_sum](V v) {
-    return shift_sum(shift_right_bytes<16 - kStep>(shift_left_bytes<16 - kUsed>(v)));
-  };
-  uint8_t* at = row.data();
-  uint8_t* const end = at + row.size();
-  V carry = {};
-  for (; end - at >= kUsed + 16; at += kUsed) {
-    const V next = load(at + kUsed);
-    const V sums = add8(carry, shift_sum(load(at)));
-    store(at, sums);
-    store(at + kUsed, next);
-    carry = last_pixel(sums);
-  }
-  for (at = std::max(at, row.data() + std::min(kStep, row.size())); at < end; ++at) {
-    *at = static_cast<uint8_t>(*at + at[-static_cast<ptrdiff_t>(kStep)]);
-  }
-}
-
 // Samples are stored as the difference from the same sample of the pixel before (TIFF 6.0,
 // section 14).
 void BlockDecoder::undo_predictor(std::span<uint8_t> row) const {
   const size_t step = image_->samples_per_plane();
-  if (image_->bits == 8) {
-    switch (step) {
-      case 1:
-        return sum_pixels<1>(row);
-      case 2:
-        return sum_pixels<2>(row);
-      case 3:
-        return sum_pixels<3>(row);
-      case 4:
-        return sum_pixels<4>(row);
-      default:
-        for (size_t i = step; i < row.size(); ++i) {
-          row[i] = static_cast<uint8_t>(row[i] + row[i - step]);
-        }
-        return;
-    }
-  }
+  if (image_->bits == 8) return filters::sum_pixels(row, step);
   for (size_t i = 2 * step; i + 1 < row.size(); i += 2) {
     const auto sum = static_cast<uint16_t>(order_.u16(&row[i]) + order_.u16(&row[i - 2 * step]));
     if (order_.is_big_endian) {

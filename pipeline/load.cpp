@@ -51,6 +51,11 @@ class Load final : public process::RowReceiver {
   bool is_draft() const {
     return request_.eighths != 8 && format_ != nullptr && format_->read_draft != nullptr;
   }
+  // What the file has is asked for; its reader makes pixels of 32 bits then.
+  bool keeps_alpha() const {
+    const bool has_alpha = (info_.Extras & T_EXTRA_ALPHA) != 0;
+    return request_.bits == 32 && has_alpha && format_ != nullptr && format_->has_alpha;
+  }
   bool stores() const { return request_.callback == nullptr; }
   bool asks(uint32_t flag) const { return (request_.flags & flag) != 0; }
 
@@ -76,6 +81,7 @@ Status Load::set_up(const char* name) {
     info_.Width = draft_size(info_.Width, request_.eighths);
     info_.Height = draft_size(info_.Height, request_.eighths);
   }
+  if (keeps_alpha()) info_.BitsPerPixel = 32;
   TRY(core::init_bitmap(*source_, info_.Width, info_.Height, info_.BitsPerPixel));
   const bool known_order = info_.Order == T_ORDER_RGB || info_.Order == T_ORDER_BGR;
   source_->Order = static_cast<uint32_t>(info_.Order);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/settings.h"
+#include "tavo45_png.h"
 #include "compress/bitmap_compressor.h"
 #include "formats/bmp.h"
 #include "formats/cals.h"
@@ -14,6 +15,7 @@
 #include "formats/macpaint.h"
 #include "formats/msp.h"
 #include "formats/pcx.h"
+#include "formats/png.h"
 #include "formats/ras.h"
 #include "formats/tga.h"
 #include "formats/tiff.h"
@@ -142,6 +144,12 @@ constexpr FormatRow kFormats[] = {
      .read_upright = tga::read_upright,
      .write = tga::write,
      .write_depths = depth_bit(8) | depth_bit(16) | depth_bit(24) | depth_bit(32)},
+    {.id = T_FORMAT_PNG,
+     .name = "PNG",
+     .description = "Portable Network Graphics",
+     .extensions = "png apng",
+     .read = png::read,
+     .has_alpha = true},
     {.id = T_FORMAT_RAS,
      .name = "Sun raster",
      .description = "Sun raster file",
@@ -234,6 +242,7 @@ constexpr ProbeRow kProbes[] = {
     {macpaint::probe_bare, {T_FORMAT_MAC}},
     {ras::probe, {T_FORMAT_RAS}},
     {wpg::probe, {T_FORMAT_WPG}},
+    {png::probe, {T_FORMAT_PNG}},
 };
 
 }  // namespace

@@ -12,7 +12,7 @@ Processor detect() {
   __builtin_cpu_init();
   if (!__builtin_cpu_supports("ssse3")) return Processor::kSse2;
   if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi") ||
-      !__builtin_cpu_supports("bmi2")) {
+      !__builtin_cpu_supports("bmi2") || !__builtin_cpu_supports("pclmul")) {
     return Processor::kSsse3;
   }
   if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512bw") ||

@@ -1,0 +1,18 @@
+// Portable Network Graphics. Of animated files the picture that all programs show.
+// Facts: W3C, "Portable Network Graphics (PNG) Specification", third edition.
+#pragma once
+
+#include <cstdint>
+
+#include "base/status.h"
+#include "io/format.h"
+
+namespace tavo::png {
+
+Status probe(const io::ProbeInput& input, FILEINFO& info);
+// Asked for 32 bits: the opacity comes as the fourth byte, where the file has it.
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context);
+Status write(io::WriterUse use);
+
+}  // namespace tavo::png

@@ -1,0 +1,212 @@
+#include "formats/png_header.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "base/crc32.h"
+#include "base/endian.h"
+#include "color/palettes.h"
+#include "formats/plausible.h"
+
+namespace tavo::png {
+namespace {
+
+constexpr uint32_t kICCP = chunk_type("iCCP"), kEXIF = chunk_type("eXIf");
+constexpr uint32_t kITXT = chunk_type("iTXt"), kCGBI = chunk_type("CgBI");
+
+// Bit 5 of a type's first letter (5.4): such a chunk may be passed over.
+bool is_ancillary(uint32_t type) { return (type >> 29 & 1) != 0; }
+
+struct Chunk {
+  uint32_t type = 0;
+  uint32_t size = 0;
+  // Its first bytes, as far as anything wants them.
+  std::array<uint8_t, 768> data;
+
+  std::span<const uint8_t> bytes() const {
+    return {data.data(), std::min<size_t>(size, data.size())};
+  }
+};
+
+Status read_head(ByteSource& bytes, Chunk& chunk) {
+  std::array<uint8_t, kHeadBytes> head;
+  TRY(bytes.read(head));
+  chunk.size = load_be32(&head[0]);
+  chunk.type = load_be32(&head[4]);
+  return chunk.size > INT32_MAX ? kBadData : kOk;
+}
+
+// The data, and whether their checksum is right (5.3).
+Status read_data(ByteSource& bytes, Chunk& chunk, bool& is_whole) {
+  std::array<uint8_t, 4> type;
+  store_be32(type.data(), chunk.type);
+  const size_t held = chunk.bytes().size();
+  TRY(bytes.read(std::span(chunk.data).first(held)));
+  uint32_t sum = crc32(crc32(0, type), chunk.bytes());
+  for (uint32_t left = chunk.size - static_cast<uint32_t>(held); left > 0;) {
+    if (bytes.window().empty()) TRY(bytes.refill());
+    if (bytes.window().empty()) return kReadError;
+    const size_t part = std::min<size_t>(left, bytes.window().size());
+    sum = crc32(sum, bytes.window().first(part));
+    bytes.consume(part);
+    left -= static_cast<uint32_t>(part);
+  }
+  std::array<uint8_t, kCheckBytes> check;
+  TRY(bytes.read(check));
+  is_whole = load_be32(check.data()) == sum;
+  return kOk;
+}
+
+// ---- Chunks ----
+
+// Which depths a colour type has (11.2.1, table 12).
+bool go_together(uint32_t color, uint32_t bits) {
+  if (color == 0) return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16;
+  if (color == (kIsColor | kIsIndexed)) return bits == 1 || bits == 2 || bits == 4 || bits == 8;
+  const bool is_known = color == kIsColor || color == kHasAlpha || color == (kIsColor | kHasAlpha);
+  return is_known && (bits == 8 || bits == 16);
+}
+
+// IHDR (11.2.1). Compression and filter method are 0, the interlace method is 0 or Adam7.
+Status parse_ihdr(const Chunk& chunk, Header& header) {
+  const std::span<const uint8_t> data = chunk.bytes();
+  if (chunk.type != kIHDR || data.size() != kHeaderBytes) return kBadData;
+  header.width = load_be32(&data[0]);
+  header.height = load_be32(&data[4]);
+  header.bits = data[8];
+  header.color = data[9];
+  header.is_interlaced = data[12] == 1;
+  if (header.width == 0 || header.width > INT32_MAX) return kBadData;
+  if (header.height == 0 || header.height > INT32_MAX) return kBadData;
+  if (!go_together(header.color, header.bits)) return kBadData;
+  if (data[10] != 0 || data[11] != 0 || data[12] > 1) return kSubtype;
+  header.background.fill(header.is_indexed() ? 255 : (1u << header.bits) - 1);
+  return kOk;
+}
+
+// PLTE (11.2.2). kept: one with more colours than the depth can name is cut, as other programs have
+// it.
+Status parse_palette(const Chunk& chunk, Header& header) {
+  if (!header.is_indexed()) return kOk;  // a suggestion for displays of few colours
+  const std::span<const uint8_t> data = chunk.bytes();
+  if (chunk.size == 0 || chunk.size % 3 != 0 || chunk.size > 768) return kBadData;
+  header.colors = std::min(chunk.size / 3, 1u << header.bits);
+  for (size_t i = 0; i < header.colors; ++i) header.palette[i] = color::rgb_entry(&data[3 * i]);
+  return kOk;
+}
+
+// Samples of tRNS and bKGD (11.3.1.1, 11.3.4.1): 16 bits each, the low ones count.
+bool parse_samples(const Chunk& chunk, const Header& header, std::array<uint32_t, 3>& samples) {
+  const size_t count = header.is_color() ? 3 : 1;
+  if (chunk.size < 2 * count) return false;
+  for (size_t i = 0; i < 3; ++i) {
+    samples[i] = load_be16(&chunk.data[count == 3 ? 2 * i : 0]) & ((1u << header.bits) - 1);
+  }
+  return true;
+}
+
+// Entries of the palette behind those that are told are opaque.
+void parse_transparency(const Chunk& chunk, Header& header) {
+  if (header.has_alpha()) return;
+  if (!header.is_indexed()) {
+    header.has_transparency = parse_samples(chunk, header, header.transparent);
+    return;
+  }
+  const auto told = chunk.bytes().first(std::min<size_t>(chunk.bytes().size(), 256));
+  header.opacity.fill(255);
+  std::ranges::copy(told, header.opacity.begin());
+  header.has_transparency = std::ranges::any_of(told, [](uint8_t value) { return value != 255; });
+}
+
+void parse_background(const Chunk& chunk, Header& header) {
+  if (!header.is_indexed()) {
+    parse_samples(chunk, header, header.background);
+    return;
+  }
+  if (chunk.size == 0 || chunk.data[0] >= header.colors) return;
+  const T_PaletteEntry& entry = header.palette[chunk.data[0]];
+  header.background = {entry.Red, entry.Green, entry.Blue};
+}
+
+int64_t per_inch(uint32_t per_meter) { return (int64_t{per_meter} * 254 + 5000) / 10000; }
+
+// pHYs (11.3.4.3): without a unit the two numbers are an aspect ratio.
+void parse_size(const Chunk& chunk, Header& header) {
+  if (chunk.size < 9 || chunk.data[8] != kDotsPerMeter) return;
+  header.x_per_inch = per_inch(load_be32(&chunk.data[0]));
+  header.y_per_inch = per_inch(load_be32(&chunk.data[4]));
+}
+
+// XMP, volume 3, 1.1.5: the keyword of an iTXt chunk.
+bool is_xmp(const Chunk& chunk) {
+  constexpr std::string_view kKeyword("XML:com.adobe.xmp", 18);  // with the zero behind it
+  return chunk.size >= kKeyword.size() &&
+         std::memcmp(chunk.data.data(), kKeyword.data(), kKeyword.size()) == 0;
+}
+
+void parse_ancillary(const Chunk& chunk, Header& header) {
+  switch (chunk.type) {
+    case kTRNS:
+      return parse_transparency(chunk, header);
+    case kBKGD:
+      return parse_background(chunk, header);
+    case kPHYS:
+      return parse_size(chunk, header);
+    case kICCP:
+      header.extras |= T_EXTRA_ICC;
+      return;
+    case kEXIF:
+      header.extras |= T_EXTRA_EXIF;
+      return;
+    case kITXT:
+      if (is_xmp(chunk)) header.extras |= T_EXTRA_XMP;
+      return;
+    default:
+      return;
+  }
+}
+
+// What no chunk may be missing for; tRNS and bKGD that come before PLTE, where they must not, are
+// taken as they are.
+Status check(const Header& header, uint64_t file_bytes) {
+  if (header.is_indexed() && header.colors == 0) return kBadData;
+  return formats::check_plausible(formats::Density::kDeflate, 1 + header.row_bytes(header.width),
+                                  header.height, file_bytes);
+}
+
+Status parse_chunk(const Chunk& chunk, bool is_whole, Header& header) {
+  if (is_ancillary(chunk.type)) {  // of damaged ones nothing is believed
+    if (is_whole) parse_ancillary(chunk, header);
+    return kOk;
+  }
+  if (!is_whole || chunk.type == kIHDR || chunk.type == kIEND) return kBadData;
+  return chunk.type == kPLTE ? parse_palette(chunk, header) : kSubtype;
+}
+
+}  // namespace
+
+Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header, uint32_t& data_bytes) {
+  std::array<uint8_t, kSignature.size()> signature;
+  TRY(bytes.read(signature));
+  if (signature != kSignature) return kBadData;
+  Chunk chunk;
+  bool is_whole = false;
+  TRY(read_head(bytes, chunk));
+  if (chunk.type == kCGBI) return kSubtype;  // Apple's: another order and wrapper of the data
+  if (chunk.size > kHeaderBytes) return kBadData;
+  TRY(read_data(bytes, chunk, is_whole));
+  TRY(parse_ihdr(chunk, header));
+  if (!is_whole) return kBadData;
+  for (;;) {
+    TRY(read_head(bytes, chunk));
+    if (chunk.type == kIDAT) break;
+    TRY(read_data(bytes, chunk, is_whole));
+    TRY(parse_chunk(chunk, is_whole, header));
+  }
+  data_bytes = chunk.size;
+  if (!header.is_opaque()) header.extras |= T_EXTRA_ALPHA;
+  return check(header, file_bytes);
+}
+
+}  // namespace tavo::png
