@@ -2,15 +2,23 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
+#include <numeric>
 
 #include "base/endian.h"
+#include "base/variants.h"
 #include "base/vector_sse2.h"
 
 namespace tavo::filters {
 namespace {
 
 using namespace sse2;
+
+TAVO_INLINE V sums_of_8(V v) { return sum8_unsigned(v); }
+
+#include "codec/row_filter_kernel.inl"
+
+constexpr Kernels kSse2Kernels = {apply_kernel, sums_kernel};
+constexpr Variants<const Kernels*> kVariants = {.any = &kSse2Kernels, .avx2 = &kAvx2Kernels};
 
 // Sums of bytes `kStep` apart, in place: all within a vector in steps of doubled distance, then the
 // last pixel's carried on. A vector holds whole pixels only; the bytes behind them are put back.
@@ -49,18 +57,11 @@ void undo_up(std::span<uint8_t> row, const uint8_t* above) {
   }
 }
 
-// (9.2) rounded down: in vectors the average is rounded up.
 struct Average {
   static uint32_t of(uint32_t left, uint32_t up, uint32_t) { return (left + up) / 2; }
-  static V of(V left, V up, V) { return sub8(_mm_avg_epu8(left, up), (left ^ up) & splat8(1)); }
+  static V of(V left, V up, V) { return average8(left, up); }
 };
 
-V difference8(V a, V b) { return sub8_clamped(a, b) | sub8_clamped(b, a); }
-V select(V mask, V a, V b) { return (mask & a) | (~mask & b); }
-
-// Whichever of the three is nearest to left + up - corner, in this order (9.4). With
-// d(left) = |up - corner| and d(up) = |left - corner| the distance of the corner is their sum where
-// both are on one side of it, where it never wins, and their difference elsewhere.
 struct Paeth {
   static uint32_t of(uint32_t left, uint32_t up, uint32_t corner) {
     const auto value = [](uint32_t v) { return static_cast<int32_t>(v); };
@@ -70,15 +71,7 @@ struct Paeth {
     const uint32_t nearer = d_left <= d_up ? left : up;
     return d_corner < std::min(d_left, d_up) ? corner : nearer;
   }
-  static V of(V left, V up, V corner) {
-    const V d_left = difference8(up, corner), d_up = difference8(left, corner);
-    const V is_up_above = equal8(max8_unsigned(up, corner), up);
-    const V is_left_above = equal8(max8_unsigned(left, corner), left);
-    const V is_one_side = equal8(is_up_above, is_left_above);
-    const V d_corner = difference8(d_left, d_up) | is_one_side;
-    const V least = min8_unsigned(min8_unsigned(d_left, d_up), d_corner);
-    return select(equal8(d_left, least), left, select(equal8(d_up, least), up, corner));
-  }
+  static V of(V left, V up, V corner) { return paeth8(left, up, corner); }
 };
 
 // A pixel after the other in a vector each. The next one is loaded before this one is stored, which
@@ -168,6 +161,21 @@ void undo(Filter filter, std::span<uint8_t> row, const uint8_t* above, size_t pi
     case Filter::kPaeth:
       return undo_predicted<Paeth>(row, above, pixel_bytes);
   }
+}
+
+void apply(Filter filter, std::span<const uint8_t> row, const uint8_t* above, size_t pixel_bytes,
+           uint8_t* out) {
+  kVariants.best()->apply(filter, row, above, pixel_bytes, out);
+}
+
+Filter choose(std::span<const uint8_t> row, const uint8_t* above, size_t pixel_bytes,
+              uint32_t allowed) {
+  std::array<uint32_t, kFilterCount> sums;
+  kVariants.best()->sums(row, above, pixel_bytes, sums.data());
+  for (uint32_t f = 0; f < kFilterCount; ++f) {
+    if ((allowed >> f & 1) == 0) sums[f] = UINT32_MAX;
+  }
+  return static_cast<Filter>(std::ranges::min_element(sums) - sums.begin());
 }
 
 }  // namespace tavo::filters

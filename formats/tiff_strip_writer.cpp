@@ -17,7 +17,8 @@ uint64_t row_bytes(const BitmapHandle& picture, int32_t depth) {
   return core::packed_bytes(static_cast<uint64_t>(picture.Width), depth);
 }
 
-Status StripWriter::start(const Variant& variant, const BitmapHandle& picture, int32_t depth) {
+Status StripWriter::start(const Variant& variant, const BitmapHandle& picture, int32_t depth,
+                          bool has_levels) {
   const uint64_t bytes = row_bytes(picture, depth);
   compression_ = variant.compression;
   pixel_bytes_ = depth > 8 ? 3 : 1;
@@ -25,9 +26,19 @@ Status StripWriter::start(const Variant& variant, const BitmapHandle& picture, i
   if (compression_ == kPackBits) {
     return packed_.allocate(packbits::max_encoded_size(static_cast<size_t>(bytes)));
   }
-  const bool has_predictor =
-      compression_ == kLzw && depth >= 8 && picture.WriterDefaults[1] == kHorizontalPredictor;
+  const bool is_asked = picture.WriterDefaults[1] == kHorizontalPredictor;
+  bool has_predictor = compression_ == kLzw && depth >= 8 && is_asked;
+  if (compression_ == kDeflate) {
+    // Differences of levels take fewer bytes than levels, those of indices more than indices.
+    has_predictor = depth >= 8 && (has_levels || is_asked);
+    TRY(deflate_.allocate(static_cast<deflate::Level>(deflate_level_dev)));
+  }
   return has_predictor ? differences_.allocate(bytes) : kOk;
+}
+
+Status StripWriter::begin_strip() {
+  if (compression_ == kDeflate) deflate_.start();
+  return compression_ == kLzw ? lzw_.start(8) : kOk;
 }
 
 // Every K-th row of two-dimensional Group 3 is coded by itself (T.4, 4.2.1.1): 2, or 4 in fine
@@ -60,6 +71,8 @@ Status StripWriter::add(std::span<const uint8_t> row) {
       return out_.write({packed_.data(), packbits::encode(row, packed_.data())});
     case kLzw:
       return lzw_.encode(has_predictor() ? differences(row) : row);
+    case kDeflate:
+      return deflate_.encode(has_predictor() ? differences(row) : row);
     default:
       return ccitt_.encode_row(row);
   }
@@ -67,6 +80,7 @@ Status StripWriter::add(std::span<const uint8_t> row) {
 
 Status StripWriter::finish_strip() {
   if (compression_ == kGroup3 || compression_ == kGroup4) return ccitt_.finish();
+  if (compression_ == kDeflate) return deflate_.finish();
   return compression_ == kLzw ? lzw_.finish() : kOk;
 }
 

@@ -7,6 +7,7 @@
 #include "base/buffer.h"
 #include "base/status.h"
 #include "codec/ccitt_encoder.h"
+#include "codec/deflate.h"
 #include "codec/lzw.h"
 #include "formats/tiff_image.h"
 #include "io/output_file.h"
@@ -48,12 +49,12 @@ class Output {
 // Encodes rows into strips.
 class StripWriter {
  public:
-  explicit StripWriter(Output& out) : out_(out), ccitt_(out), lzw_(out) {}
+  explicit StripWriter(Output& out) : out_(out), ccitt_(out), lzw_(out), deflate_(out) {}
 
-  // `picture` and `depth`: what is written. kNoMemory, kBadSize.
-  Status start(const Variant& variant, const BitmapHandle& picture, int32_t depth);
+  // `picture` and `depth`: what is written; `has_levels`: samples, not indices. kNoMemory, kBadSize.
+  Status start(const Variant& variant, const BitmapHandle& picture, int32_t depth, bool has_levels);
 
-  Status begin_strip() { return compression_ == kLzw ? lzw_.start(8) : kOk; }
+  Status begin_strip();
   // Of row_bytes().
   Status add(std::span<const uint8_t> row);
   Status finish_strip();
@@ -71,6 +72,7 @@ class StripWriter {
   Buffer differences_;  // a row, each sample less that of the pixel before
   ccitt::Encoder ccitt_;
   lzw::HighFirstEncoder lzw_;
+  deflate::Encoder deflate_;
 };
 
 // Bytes of a row in the file.

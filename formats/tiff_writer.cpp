@@ -8,6 +8,7 @@
 #include "color/palettes.h"
 #include "formats/tiff.h"
 #include "formats/tiff_directory.h"
+#include "tavo45_png.h"
 #include "formats/tiff_strip_writer.h"
 #include "io/input_file.h"
 
@@ -25,6 +26,7 @@ constexpr Variant kVariants[] = {
     {T_FORMAT_TIFF, kNone, 0},          {T_FORMAT_TIFF_PACKBITS, kPackBits, 0},
     {T_FORMAT_TIFF_GROUP3, kGroup3, 0}, {T_FORMAT_TIFF_GROUP3_2D, kGroup3, 1},
     {T_FORMAT_TIFF_GROUP4, kGroup4, 0}, {T_FORMAT_TIFF_LZW, kLzw, 0},
+    {T_FORMAT_TIFF_DEFLATE, kDeflate, 0},
 };
 
 // How the samples of a save are to be read.
@@ -135,7 +137,7 @@ Status PageWriter::prepare(const BitmapHandle& picture, int32_t depth, const Var
   const uint32_t strips = (height - 1) / rows_per_strip_ + 1;
   TRY(offsets_.allocate(strips));
   TRY(sizes_.allocate(strips));
-  return strip_.start(variant, picture, depth);
+  return strip_.start(variant, picture, depth, look_.photometric != kPalette);
 }
 
 // Directories and values begin at even positions (section 2).

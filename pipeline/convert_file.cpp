@@ -33,19 +33,30 @@ void take_resolution(BitmapHandle& picture, const FILEINFO& info) {
   picture.YResolution = per_meter ? per_inch(info.YResolution) : info.YResolution;
 }
 
+// The depth that a load is asked for, 0 for the file's: opacity goes with pixels of 32 bits, where
+// the reader and the writer know it.
+int32_t loaded_bits(const FILEINFO& info, int32_t format, int32_t bits) {
+  const FormatRow* const from = find_format(info.Format);
+  const FormatRow* const to = find_format(format);
+  const bool both = from != nullptr && from->has_alpha && to != nullptr && to->has_alpha;
+  return both && bits == 32 && (info.Extras & T_EXTRA_ALPHA) != 0 ? 32 : 0;
+}
+
 }  // namespace
 
 Status convert_file(const char* source, const char* destination, int32_t format, int32_t bits,
                     int32_t quality) {
   core::OwnedBitmap picture;
-  const LoadRequest request{.bits = 0, .order = -1, .flags = T_LOAD_ALLOCATE | T_LOAD_ACCESS};
+  FILEINFO info;
+  TRY(identify(source, info));
+  const LoadRequest request{.bits = loaded_bits(info, format, bits),
+                            .order = -1,
+                            .flags = T_LOAD_ALLOCATE | T_LOAD_ACCESS};
   {
     const core::ProgressPart part(0, 50);
     TRY(load(source, *picture, request));
   }
   const core::ProgressPart part(50, 100);
-  FILEINFO info;
-  TRY(identify(source, info));
   take_resolution(*picture, info);
   const SaveOptions options{.format = format, .bits = bits, .quality = quality};
   return save_with_resolution(destination, *picture, options, /*consumes=*/true);
@@ -64,7 +75,7 @@ class FileStream {
   Status run(const char* source) {
     core::OwnedBitmap rows;
     TRY(load(source, *rows,
-             {.bits = 0,
+             {.bits = loaded_bits(info_, plan_.request.format, plan_.request.depth),
               .order = -1,
               .callback = sink,
               .user_data = this,
@@ -178,6 +189,7 @@ Status stream_file(const char* source, const char* destination, int32_t format, 
   const auto whole = [&] { return convert_file(source, destination, format, bits, quality); };
   FILEINFO info;
   TRY(identify(source, info));
+  if (loaded_bits(info, format, bits) == 32) info.BitsPerPixel = 32;
   SavePlan plan(destination, {.format = format, .bits = bits, .quality = quality},
                 info.BitsPerPixel, /*is_reduced=*/false);
   const bool is_onto_itself = destination == nullptr || std::strcmp(source, destination) == 0;

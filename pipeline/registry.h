@@ -26,7 +26,7 @@ struct FormatRow {
   Delivery delivery = Delivery::kStreamed;
   io::Writer write = nullptr;
   uint32_t write_depths = 0;       // as T_Format.WriteDepths
-  bool has_alpha = false;          // the fourth byte of 32-bit pixels: read when asked, written
+  bool has_alpha = false;          // as the fourth byte of 32 bits: read when asked, written
   bool reports_per_meter = false;  // the reader's resolutions are not dots per inch
   bool gray_at_8_bits = false;     // a save in 8 bits makes the picture grey first
   bool always_24_bits = false;

@@ -52,6 +52,10 @@ SavePlan::SavePlan(const char* name, const SaveOptions& options, int32_t bits, b
               .depth = options.bits == 0 ? bits : options.bits,
               .quality = options.quality} {
   if (format != nullptr && format->always_24_bits) request.depth = 24;
+  // Pixels of fewer bits are all opaque, which what they are widened to would not say.
+  if (format != nullptr && format->has_alpha && request.depth == 32 && bits != 32) {
+    request.depth = 24;
+  }
   const bool always = (options.flags & T_SAVE_REDUCE) != 0 && !is_reduced;
   if (format != nullptr && format->gray_at_8_bits && request.depth == 8) {
     preparation = Preparation::kGray;

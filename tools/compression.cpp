@@ -8,6 +8,7 @@
 #include "failure.h"
 #include "format_table.h"
 #include "option_checks.h"
+#include "tavo45_png.h"
 
 namespace tavo::tools {
 namespace {
@@ -82,6 +83,12 @@ void add_compression_options(CLI::App& command, CompressionOptions& options) {
       ->check(one_of({"1x1", "2x1", "2x2"}))
       ->type_name("1x1|2x1|2x2");
   command
+      .add_option("--level", options.level,
+                  "How small PNG files and TIFF files with Deflate become: small takes long, fast "
+                  "makes them about a tenth larger")
+      ->check(one_of({"fast", "default", "small"}))
+      ->type_name("fast|default|small");
+  command
       .add_option("--stamp", options.stamp,
                   "Put a small picture of this size into the JPEG or CMP file, 4x1 to 255x255")
       ->check(value_check([](const std::string& text) {
@@ -90,6 +97,15 @@ void add_compression_options(CLI::App& command, CompressionOptions& options) {
                                        : "\"" + text + "\" is no size from 4x1 to 255x255";
       }))
       ->type_name("WxH");
+}
+
+void choose_level(const T_Format& format, const CompressionOptions& options) {
+  if (options.level.empty()) return;
+  if (format.Id != T_FORMAT_PNG && format.Id != T_FORMAT_TIFF_DEFLATE)
+    throw UsageError{"--level is for PNG files and TIFF files with Deflate"};
+  T_SetDeflateLevel(options.level == "fast"    ? T_LEVEL_FAST
+                    : options.level == "small" ? T_LEVEL_SMALL
+                                               : T_LEVEL_DEFAULT);
 }
 
 bool is_compressed(const T_Format& format) { return find_variant(format.Id) != nullptr; }

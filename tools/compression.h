@@ -15,6 +15,7 @@ struct CompressionOptions {
   int factor = kNoFactor;
   std::string subsampling;
   std::string stamp;
+  std::string level;  // of Deflate
 
   static constexpr int kNoFactor = INT32_MIN;
   bool any() const {
@@ -30,6 +31,9 @@ bool is_compressed(const T_Format& format);
 // `format`, or the variant of it with the subsampling asked for. UsageError when an option has no
 // meaning for the format.
 T_Format compressed_variant(const T_Format& format, const CompressionOptions& options);
+
+// Has Deflate work as `options` say. UsageError for formats without it.
+void choose_level(const T_Format& format, const CompressionOptions& options);
 
 // The library's quality factor for the options. Without any, that of the source's quality; 0: it
 // has none.

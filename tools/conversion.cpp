@@ -14,6 +14,7 @@
 #include "rows_read.h"
 #include "source.h"
 #include "streams.h"
+#include "tavo45_png.h"
 
 namespace tavo::tools {
 namespace {
@@ -31,6 +32,12 @@ bool is_of_output(int32_t status) {
                                           T_ERR_SIZE,       T_ERR_FORMAT,          T_ERR_QUALITY,
                                           T_ERR_MULTIPLIER, T_ERR_NOT_COMPRESSIBLE};
   return std::ranges::count(kOfOutput, status) != 0;
+}
+
+// Whether pixels of 32 bits bring their opacity along.
+bool has_alpha(const FILEINFO& info) {
+  const bool is_there = (info.Extras & T_EXTRA_ALPHA) != 0;
+  return is_there && (info.Format == T_FORMAT_PNG || info.BitsPerPixel == 32);
 }
 
 bool fits_bitmap(const FILEINFO& info) {
@@ -74,12 +81,14 @@ class Conversion {
   void begin_next_file(int32_t page);
   void convert_page(int32_t page);
   Target choose_target(const FILEINFO& info, int picture_bits) const;
-  int choose_depth_for(int picture_bits) const;
+  int choose_depth_for(const FILEINFO& info, int picture_bits) const;
   int32_t quality_of(const T_Format& format, const FILEINFO& info) const;
   bool can_stream(const Target& target, const FILEINFO& info) const;
   void stream(Target target, const FILEINFO& info);
-  void load(const FILEINFO& info, Picture& picture);
-  RowsRead read(const FILEINFO& info, Processing& processing, BitmapHandle& record) const;
+  int32_t depth_of_page(const FILEINFO& info) const;
+  void load(const FILEINFO& info, int target_bits, Picture& picture);
+  RowsRead read(const FILEINFO& info, int target_bits, Processing& processing,
+                BitmapHandle& record) const;
   void reduce(const Target& target, Picture& picture) const;
   void open_output();
   int32_t pages_so_far() const;
@@ -130,10 +139,17 @@ void Conversion::begin_next_file(int32_t page) {
   output_ = page_name(first_output_, page);
 }
 
-int Conversion::choose_depth_for(int picture_bits) const {
-  const int bits = options_.bits != 0
-                       ? options_.bits
-                       : choose_depth(format_, reduced_depth(options_.reduction, picture_bits));
+// In which the picture is taken from the file: with its opacity where the output has it, too.
+int32_t Conversion::depth_of_page(const FILEINFO& info) const {
+  return format_.Id == T_FORMAT_PNG && has_alpha(info) ? 32 : info.BitsPerPixel;
+}
+
+int Conversion::choose_depth_for(const FILEINFO& info, int picture_bits) const {
+  int bits = options_.bits != 0
+                 ? options_.bits
+                 : choose_depth(format_, reduced_depth(options_.reduction, picture_bits));
+  // A spare byte would show nothing.
+  if (format_.Id == T_FORMAT_PNG && bits == 32 && !has_alpha(info)) bits = 24;
   if (accepts_depth(format_, bits)) return bits;
   throw Failure{output_,
                 std::string(format_.Name) + " cannot hold " + std::to_string(bits) +
@@ -150,16 +166,17 @@ int32_t Conversion::quality_of(const T_Format& format, const FILEINFO& info) con
 }
 
 Target Conversion::choose_target(const FILEINFO& info, int picture_bits) const {
-  Target target{format_, choose_depth_for(picture_bits)};
+  Target target{format_, choose_depth_for(info, picture_bits)};
   if (options_.format.empty()) target.format = coded_like(info, format_, target.bits);
   target.quality = quality_of(target.format, info);
+  choose_level(target.format, options_.compression);
   return target;
 }
 
 void Conversion::convert_page(int32_t page) {
   const FILEINFO info = describe(source_, page);
   const ProcessingOptions& processing = options_.processing;
-  Target target = choose_target(info, info.BitsPerPixel);
+  Target target = choose_target(info, depth_of_page(info));
   Progress progress;
   if (can_stream(target, info)) {
     progress.start("Converting " + source_.name());
@@ -168,7 +185,7 @@ void Conversion::convert_page(int32_t page) {
   }
   Picture picture;
   progress.start("Reading " + source_.name());
-  load(info, picture);
+  load(info, target.bits, picture);
   if (processing.changes(info)) target = choose_target(info, picture.record().BitsPerPixel);
   reduce(target, picture);
   if (options_.bits == 0 && is_compressed(target.format))
@@ -214,11 +231,11 @@ void Conversion::stream(Target target, const FILEINFO& info) {
 }
 
 // Reads and processes the page.
-void Conversion::load(const FILEINFO& info, Picture& picture) {
+void Conversion::load(const FILEINFO& info, int target_bits, Picture& picture) {
   BitmapHandle& record = picture.record();
   Processing processing(options_.processing, source_, info,
-                        options_.processing.size_rule(choose_depth_for(8) == 1));
-  const RowsRead rows = read(info, processing, record);
+                        options_.processing.size_rule(choose_depth_for(info, 8) == 1));
+  const RowsRead rows = read(info, target_bits, processing, record);
   if (rows.is_damaged()) {
     check_signals();
     if (!options_.partial || !rows.is_partial()) throw failure_of(rows, source_.name());
@@ -234,13 +251,14 @@ void Conversion::load(const FILEINFO& info, Picture& picture) {
   processing.apply(record);
 }
 
-RowsRead Conversion::read(const FILEINFO& info, Processing& processing,
+RowsRead Conversion::read(const FILEINFO& info, int target_bits, Processing& processing,
                           BitmapHandle& record) const {
   const bool is_plain = !options_.partial && options_.order.empty();
   if (const auto method = processing.method_of_load(); method && is_plain)
     return processing.load(*method, record);
   // Nothing is saved with 2 bits: such pictures are widened while they are read.
-  const int32_t bits = info.BitsPerPixel == 2 ? 4 : 0;
+  const bool keeps_alpha = target_bits == 32 && has_alpha(info);
+  const int32_t bits = info.BitsPerPixel == 2 ? 4 : keeps_alpha ? 32 : 0;
   T_SetPageNumber(info.Page);
   const int32_t status =
       T_LoadFile(source_.path().c_str(), &record, bits, order_in_memory(options_.order),

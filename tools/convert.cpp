@@ -90,8 +90,8 @@ void add_file_options(CLI::App& command, Arguments& arguments) {
   command
       .add_option("-f,--format,--to", arguments.options.format,
                   "Format to write, whatever the extension: a name, identifier or extension that "
-                  "\"tavo formats\" lists, or a TIFF coding: group3, group3-2d, group4, lzw, "
-                  "packbits. Without it a TIFF file that becomes one keeps its coding")
+                  "\"tavo formats\" lists, or a TIFF coding: deflate, group3, group3-2d, group4, "
+                  "lzw, packbits. Without it a TIFF file that becomes one keeps its coding")
       ->type_name("F");
   command
       .add_option("-o,--out", arguments.folder,

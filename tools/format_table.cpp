@@ -1,5 +1,7 @@
 #include "format_table.h"
 
+#include "tavo45_png.h"
+
 #include <algorithm>
 #include <charconv>
 #include <sstream>
@@ -44,9 +46,11 @@ struct TiffCoding {
 constexpr TiffCoding kTiffCodings[] = {
     {"packbits", "Run Length", T_FORMAT_TIFF_PACKBITS},
     {"lzw", "LZW", T_FORMAT_TIFF_LZW},
+    {"deflate", "Deflate", T_FORMAT_TIFF_DEFLATE},
     {"group3", "CCITT Group 3 Fax", T_FORMAT_TIFF_GROUP3},
     {"group3-2d", "", T_FORMAT_TIFF_GROUP3_2D},
     {"group4", "CCITT Group 4 Fax", T_FORMAT_TIFF_GROUP4},
+    {"zip", "", T_FORMAT_TIFF_DEFLATE},
     {"g3", "", T_FORMAT_TIFF_GROUP3},
     {"g32d", "", T_FORMAT_TIFF_GROUP3_2D},
     {"g4", "", T_FORMAT_TIFF_GROUP4},

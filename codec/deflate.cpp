@@ -1,0 +1,180 @@
+#include "codec/deflate.h"
+
+#include <cstring>
+#include <numeric>
+
+#include "codec/adler32.h"
+
+namespace tavo::deflate {
+namespace {
+
+constexpr size_t kPiece = 131072;  // of data, parsed at once
+constexpr size_t kWindow = kHistory + kPiece;
+constexpr uint32_t kFastBits = 14;
+constexpr size_t kSample = 16384;
+// Where streams begin: no place of an empty table is near.
+constexpr uint32_t kFirstPlace = 2 * kHistory;
+
+// How the default level looks for matches.
+constexpr uint32_t kDepth = 48, kNice = 144;
+
+}  // namespace
+
+Status Encoder::allocate(Level level) {
+  level_ = level;
+  TRY(window_.allocate(kWindow + kReadAhead));
+  TRY(bits_.allocate());
+  TRY(tokens_.allocate(kWindow, level == Level::kFast ? 0 : 2048));
+  return level == Level::kFast ? last_.allocate(1u << kFastBits) : chains_.allocate();
+}
+
+// CMF and FLG (RFC 1950, 2.2): method 8, a window of 32 KiB; FLEVEL tells the level, the rest makes
+// it a multiple of 31.
+void Encoder::start() {
+  used_ = at_ = 0;
+  base_ = kFirstPlace;
+  checksum_ = 1;
+  bits_.reset();
+  if (level_ == Level::kFast) {
+    std::ranges::fill(last_.items(), 0u);
+  } else {
+    chains_.reset();
+  }
+  constexpr uint32_t kMethod = 0x78;
+  const uint32_t effort = level_ == Level::kFast ? 0 : level_ == Level::kDefault ? 2 : 3;
+  const uint32_t head = kMethod << 8 | effort << 6;
+  bits_.put(kMethod, 8);
+  bits_.put((effort << 6) + 31 - head % 31, 8);
+  bits_.drain();
+}
+
+Status Encoder::encode(std::span<const uint8_t> bytes) {
+  checksum_ = adler32(checksum_, bytes);
+  while (!bytes.empty()) {
+    if (used_ == kWindow) TRY(compress(false));
+    const size_t part = std::min(bytes.size(), kWindow - used_);
+    std::memcpy(window_.data() + used_, bytes.data(), part);
+    used_ += part;
+    bytes = bytes.subspan(part);
+  }
+  return kOk;
+}
+
+// The checksum stands behind, its first byte first.
+Status Encoder::finish() {
+  TRY(compress(true));
+  bits_.align();
+  TRY(bits_.make_room());
+  bits_.put(__builtin_bswap32(checksum_), 32);
+  bits_.drain();
+  return bits_.flush();
+}
+
+// What is in the window, up to where the longest match might need bytes that are still to come.
+Status Encoder::compress(bool is_last) {
+  const size_t end = is_last ? used_ : used_ - kMaxMatch;
+  if (at_ == 0) {
+    Counts bytes;
+    for (size_t i = 0; i < std::min(used_, kSample); ++i) ++bytes.literals[window_.data()[i]];
+    bytes.distances[0] = static_cast<uint32_t>(std::min(used_, kSample) / 16);
+    expect_symbols(bytes);
+  }
+  tokens_.begin(window_.data() + at_);
+  level_ == Level::kFast ? parse_fast(end) : parse_lazily(end);
+  TRY(tokens_.write(is_last, bits_));
+  expect_symbols(tokens_.counts());
+  slide();
+  return kOk;
+}
+
+// Symbols to come will take as many bits as these. Where matches are rare so is each of their
+// lengths.
+void Encoder::expect_symbols(const Counts& counts) {
+  constexpr uint32_t kUsual = 11;
+  const auto sum = [](std::span<const uint32_t> all) {
+    return std::accumulate(all.begin(), all.end(), uint32_t{0});
+  };
+  const uint32_t matches = sum(counts.distances) + 1;
+  const auto rarity = static_cast<uint32_t>(std::bit_width(sum(counts.literals) / matches));
+  lengths_.set(std::clamp(bits_of_literal(counts), 4u, 8u), kUsual + 2 * rarity);
+}
+
+void Encoder::slide() {
+  const size_t gone = at_ - std::min(at_, kHistory);
+  std::memmove(window_.data(), window_.data() + gone, used_ - gone);
+  used_ -= gone;
+  at_ -= gone;
+  base_ += static_cast<uint32_t>(gone);
+}
+
+// The last place with the same hash or none, the first match that shows. The longer there was
+// none, the fewer places are looked at.
+void Encoder::parse_fast(size_t end) {
+  constexpr uint32_t kPatience = 5;  // steps grow with every 2^5 misses
+  const uint8_t* const data = window_.data();
+  size_t i = at_, literals = at_;
+  uint32_t misses = 0;
+  while (i < end) {
+    const uint32_t bytes = load_four(data + i);
+    uint32_t& last = last_[hash_four(bytes, kFastBits)];
+    const uint32_t distance = place_of(i) - last;
+    last = place_of(i);
+    const auto most = static_cast<uint32_t>(std::min<size_t>(used_ - i, kMaxMatch));
+    if (distance - 1 >= std::min(i, kHistory) || load_four(data + i - distance) != bytes ||
+        most < 4) {
+      i += 1 + (misses++ >> kPatience);
+      continue;
+    }
+    const uint32_t length = equal_bytes(data + i, data + i - distance, 4, most);
+    if (!lengths_.is_worth({length, distance})) {
+      ++i;
+      continue;
+    }
+    misses = 0;
+    tokens_.add(static_cast<uint32_t>(i - literals), length, distance);
+    i += length;
+    literals = i;
+    last_[hash_four(load_four(data + i - 2), kFastBits)] = place_of(i - 2);
+  }
+  i = std::max(literals, std::min(i, end));
+  tokens_.add(static_cast<uint32_t>(i - literals), 0, 0);
+  at_ = i;
+}
+
+// A match is taken unless a better one begins a byte later. A byte more is worth four bits of
+// distance.
+void Encoder::parse_lazily(size_t end) {
+  const uint8_t* const data = window_.data();
+  size_t i = at_, literals = at_;
+  const auto find = [&](uint32_t least, uint32_t depth) {
+    const auto ahead = static_cast<uint32_t>(std::min<size_t>(used_ - i, kMaxMatch));
+    return chains_.find(data + i, place_of(i), i, ahead, least, depth, kNice, lengths_);
+  };
+  const auto worth = [](const Match& m) {
+    return 4 * static_cast<int32_t>(m.length) - static_cast<int32_t>(std::bit_width(m.distance));
+  };
+  while (i < end) {
+    Match match = find(lengths_.shortest() - 1, kDepth);
+    if (match.length == 0) {
+      ++i;
+      continue;
+    }
+    size_t entered = ++i;
+    while (match.length < kNice && i < end) {
+      const Match next = find(match.length - 1, kDepth / 2);
+      entered = i + 1;
+      if (next.length == 0 || worth(next) <= worth(match) + 2) break;
+      match = next;
+      ++i;
+    }
+    --i;
+    tokens_.add(static_cast<uint32_t>(i - literals), match.length, match.distance);
+    i += match.length;
+    for (; entered < i; ++entered) chains_.enter(data + entered, place_of(entered));
+    literals = i;
+  }
+  tokens_.add(static_cast<uint32_t>(i - literals), 0, 0);
+  at_ = i;
+}
+
+}  // namespace tavo::deflate

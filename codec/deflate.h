@@ -1,0 +1,69 @@
+// Deflate: RFC 1951 data in the wrapper of RFC 1950, as PNG and TIFF files have them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/buffer.h"
+#include "base/status.h"
+#include "codec/deflate_block.h"
+#include "codec/deflate_matcher.h"
+#include "codec/deflate_tokens.h"
+
+namespace tavo {
+inline int32_t deflate_level_dev = 0;
+}
+
+namespace tavo::deflate {
+
+// How much work is spent on how few bytes; numbers of T_SetDeflateLevel.
+enum class Level : uint8_t { kDefault, kFast, kSmall };
+
+// Encodes one stream after the other, of bytes that come in any pieces.
+class Encoder {
+ public:
+  // `out` is anything with Status write(std::span<const uint8_t>).
+  template <class Out>
+  explicit Encoder(Out& out)
+      : bits_(
+            [](void* context, std::span<const uint8_t> bytes) {
+              return static_cast<Out*>(context)->write(bytes);
+            },
+            &out) {}
+  Encoder(const Encoder&) = delete;
+  Encoder& operator=(const Encoder&) = delete;
+
+  // Takes the memory. kNoMemory.
+  Status allocate(Level level);
+
+  // Begins a stream.
+  void start();
+  Status encode(std::span<const uint8_t> bytes);
+  // Ends it, and gives what is left to `out`.
+  Status finish();
+
+ private:
+  // A piece of the window that a parser makes sequences of: from `at_` on. Parsers end at `end` or
+  // where a match takes them beyond, up to `used_`.
+  void parse_fast(size_t end);
+  void parse_lazily(size_t end);
+
+  Status compress(bool is_last);
+  void slide();
+  void expect_symbols(const Counts& counts);
+  uint32_t place_of(size_t index) const { return base_ + static_cast<uint32_t>(index); }
+
+  Level level_ = Level::kDefault;
+  BitWriter bits_;
+  Buffer window_;
+  size_t used_ = 0;    // bytes in the window
+  size_t at_ = 0;      // of these, parsed
+  uint32_t base_ = 0;  // place in the stream of the window's first byte
+  uint32_t checksum_ = 1;
+  Tokens tokens_;
+  Chains chains_;
+  LeastLengths lengths_;
+  Array<uint32_t> last_;  // the fast level: the last place of each hash
+};
+
+}  // namespace tavo::deflate
