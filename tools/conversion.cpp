@@ -253,11 +253,11 @@ void Conversion::load(const FILEINFO& info, int target_bits, Picture& picture) {
 
 RowsRead Conversion::read(const FILEINFO& info, int target_bits, Processing& processing,
                           BitmapHandle& record) const {
-  const bool is_plain = !options_.partial && options_.order.empty();
+  const bool keeps_alpha = target_bits == 32 && has_alpha(info);
+  const bool is_plain = !options_.partial && options_.order.empty() && !keeps_alpha;
   if (const auto method = processing.method_of_load(); method && is_plain)
     return processing.load(*method, record);
   // Nothing is saved with 2 bits: such pictures are widened while they are read.
-  const bool keeps_alpha = target_bits == 32 && has_alpha(info);
   const int32_t bits = info.BitsPerPixel == 2 ? 4 : keeps_alpha ? 32 : 0;
   T_SetPageNumber(info.Page);
   const int32_t status =
