@@ -80,6 +80,8 @@ struct Settings {
   // GIF: the page number chooses a frame.
   bool gif_frames = false;
   int32_t ras_variant = 0;
+  int32_t photocd_level = 0;   // Photo CD: 1 Base/16 to 5 16Base, 0 the largest
+  bool photocd_module = true;  // Photo CD: files are decoded by a module, if there is one
   // JFIF streams give their densities the unit dots per inch.
   bool jfif_dots_per_inch = false;
   // JPEG quantisation table in zigzag order that replaces the scaled standard ones.

@@ -122,6 +122,11 @@ bool is_absent(const char* name) {
 
 bool seeks_large_files() { return settings.files.Seek == platform::seek_file; }
 
+bool reads_system_files() {
+  return settings.files.Open == platform::open_file && settings.files.Read == platform::read_file &&
+         seeks_large_files();
+}
+
 Status seek(int32_t handle, int64_t offset, int32_t origin, uint64_t& position) {
   int64_t reached = -1;
   if (seeks_large_files()) {

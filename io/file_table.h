@@ -19,6 +19,9 @@ bool is_absent(const char* name);
 // Whether the Seek operation in force is the platform's, which reaches any position.
 bool seeks_large_files();
 
+// Whether names are those of the system's files and reading gives what is in them.
+bool reads_system_files();
+
 // Seeks by the operation in force, with the whole position where that is the platform's.
 // kSeekError, or kTooLarge where the result is a number that only a position beyond 2 GiB can have
 // become.

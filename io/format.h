@@ -19,6 +19,7 @@ using Identify = Status (*)(const char* name, FILEINFO& info);
 // What a probe may look at: the first bytes of the file (fewer when the file is short), and the
 // open file, which stands at its start.
 struct ProbeInput {
+  const char* name;
   std::span<const uint8_t> head;
   InputFile& file;
   uint32_t file_size = 0;

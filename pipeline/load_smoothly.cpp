@@ -68,9 +68,12 @@ uint32_t draft_eighths(const FILEINFO& info, const process::SmoothPlan& plan) {
   const FormatRow* const format = find_format(info.Format);
   if (format == nullptr || format->read_draft == nullptr) return 8;
   for (const uint32_t eighths : {1u, 2u, 4u}) {
-    const bool is_wide = draft_size(info.Width, eighths) >= 2 * int64_t{plan.new_width};
-    const bool is_high = draft_size(info.Height, eighths) >= 2 * int64_t{plan.new_height};
-    if (is_wide && is_high) return eighths;
+    const int32_t width = draft_size(info.Width, eighths);
+    const int32_t height = draft_size(info.Height, eighths);
+    const bool is_wide = width >= 2 * int64_t{plan.new_width};
+    const bool is_high = height >= 2 * int64_t{plan.new_height};
+    const bool is_there = std::min(width, height) >= format->smallest_draft;
+    if (is_wide && is_high && is_there) return eighths;
   }
   return 8;
 }

@@ -14,6 +14,8 @@
 #include "formats/jpeg.h"
 #include "formats/macpaint.h"
 #include "formats/msp.h"
+#include "formats/pcd.h"
+#include "tavo45_pcd.h"
 #include "formats/pcx.h"
 #include "formats/png.h"
 #include "formats/ras.h"
@@ -136,6 +138,13 @@ constexpr FormatRow kFormats[] = {
      .read = wpg::read,
      .write = wpg::write,
      .write_depths = depth_bit(1) | depth_bit(4) | depth_bit(8)},
+    {.id = T_FORMAT_PCD,
+     .name = "Photo CD",
+     .description = "Kodak Photo CD",
+     .extensions = "pcd",
+     .read = pcd::read,
+     .read_draft = pcd::read_draft,
+     .smallest_draft = pcd::kSmallestSide},
     {.id = T_FORMAT_TGA,
      .name = "TGA",
      .description = "Truevision TGA",
@@ -252,6 +261,7 @@ constexpr ProbeRow kProbes[] = {
     {ras::probe, {T_FORMAT_RAS}},
     {wpg::probe, {T_FORMAT_WPG}},
     {png::probe, {T_FORMAT_PNG}},
+    {pcd::probe, {T_FORMAT_PCD}},
 };
 
 }  // namespace

@@ -23,6 +23,7 @@ struct FormatRow {
   io::Reader read_upright = nullptr;  // not null: may deliver bottom-up files top row first
   io::Reader read_rgb = nullptr;      // not null: `read` gives blue first, this one red, as fast
   io::DraftReader read_draft = nullptr;
+  int32_t smallest_draft = 1;  // pixels of the shorter side, below which read_draft has none
   Delivery delivery = Delivery::kStreamed;
   io::Writer write = nullptr;
   uint32_t write_depths = 0;       // as T_Format.WriteDepths

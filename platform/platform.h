@@ -101,6 +101,16 @@ bool empty_temporary(intptr_t file);
 int32_t close_temporary(intptr_t file);
 int32_t delete_temporary(const char* path);
 
+// ---- Modules: code that is loaded when it is there ----
+
+// 0 when there is no module of this name, as the system looks for them, or it cannot be loaded.
+uintptr_t load_module(const char* name);
+// The address of what it exports; null when it exports nothing so called.
+void* module_entry(uintptr_t module, const char* entry);
+void unload_module(uintptr_t module);
+// What the module that decodes Photo CD pictures is called on this system.
+extern const char* const kPhotoCdModule;
+
 // ---- Palette objects ----
 
 // A palette object with these entries (1 to 256), 0 when refused.

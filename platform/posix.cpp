@@ -1,4 +1,5 @@
 // The platform layer for native builds.
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -319,6 +320,20 @@ int64_t write_temporary(intptr_t file, const void* buffer, uint32_t count) {
 bool empty_temporary(intptr_t file) { return ::ftruncate(static_cast<int>(file), 0) == 0; }
 int32_t close_temporary(intptr_t file) { return ::close(static_cast<int>(file)); }
 int32_t delete_temporary(const char* path) { return ::unlink(path); }
+
+const char* const kPhotoCdModule = "libpcdlib.so";
+
+uintptr_t load_module(const char* name) {
+  return reinterpret_cast<uintptr_t>(::dlopen(name, RTLD_NOW | RTLD_LOCAL));
+}
+
+void* module_entry(uintptr_t module, const char* entry) {
+  return ::dlsym(reinterpret_cast<void*>(module), entry);
+}
+
+void unload_module(uintptr_t module) {
+  if (module != 0) ::dlclose(reinterpret_cast<void*>(module));
+}
 
 uintptr_t create_palette(std::span<const T_PaletteEntry> entries) {
   if (entries.empty() || entries.size() > 256) return 0;

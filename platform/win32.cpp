@@ -246,6 +246,28 @@ bool empty_temporary(intptr_t file) {
 int32_t close_temporary(intptr_t file) { return CloseHandle(as_handle(file)) ? 0 : -1; }
 int32_t delete_temporary(const char* path) { return DeleteFileA(path) ? 0 : -1; }
 
+const char* const kPhotoCdModule = "pcdlib.dll";
+
+// The system shall not tell the user of a module for other processors (old ones are of 16 bits).
+uintptr_t load_module(const char* name) {
+  const UINT outer = SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+  const HMODULE module = LoadLibraryA(name);
+  SetErrorMode(outer);
+  return reinterpret_cast<uintptr_t>(module);
+}
+
+void* module_entry(uintptr_t module, const char* entry) {
+  const FARPROC address = GetProcAddress(reinterpret_cast<HMODULE>(module), entry);
+  void* result = nullptr;
+  static_assert(sizeof result == sizeof address);
+  std::memcpy(&result, &address, sizeof result);
+  return result;
+}
+
+void unload_module(uintptr_t module) {
+  if (module != 0) FreeLibrary(reinterpret_cast<HMODULE>(module));
+}
+
 uintptr_t create_palette(std::span<const T_PaletteEntry> entries) {
   if (entries.empty() || entries.size() > 256) return 0;
   struct {
