@@ -45,6 +45,7 @@ Status parse_overview(std::span<const uint8_t> head, uint64_t file_bytes, uint32
   if (count == 0 || count > kMostOverviews) return kBadData;
   const uint64_t behind = file_bytes - std::min(file_bytes, kOverviewAt);
   const uint64_t there = (behind + kOverviewBytes - 1) / kOverviewBytes;
+  contents.is_overview = true;
   contents.pages = static_cast<uint32_t>(std::clamp<uint64_t>(there, 1, count));
   contents.page = std::min(page, contents.pages);
   contents.layout = {kBase16, kOverviewAt + (contents.page - 1) * kOverviewBytes, 0};

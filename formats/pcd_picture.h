@@ -15,6 +15,7 @@ namespace tavo::pcd {
 struct Contents {
   photocd::Layout layout;
   uint32_t quarters = 0;  // turns against the clock that bring the picture upright
+  bool is_overview = false;
   uint32_t page = 1;
   uint32_t pages = 1;
 };
