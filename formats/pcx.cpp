@@ -10,8 +10,8 @@
 #include "color/palettes.h"
 #include "core/bitmap.h"
 #include "formats/bit_planes.h"
+#include "formats/byte_planes.h"
 #include "formats/dcx.h"
-#include "formats/pcx_planes.h"
 #include "formats/pcx_runs.h"
 #include "formats/plausible.h"
 #include "process/row_delivery.h"
@@ -152,7 +152,7 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
     if (header.planes == 1) {
       std::ranges::copy(coded.first(std::min(coded.size(), row.size())), row.begin());
     } else if (header.is_true_color()) {
-      interleave_bytes(coded.data(), line_bytes, width, row.data());
+      formats::interleave_bytes(coded.data(), line_bytes, width, row.data());
     } else {
       // The decoder may have left something where the missing planes are.
       std::ranges::fill(spare.first(std::min(spare.size(), kLineSlack)), uint8_t{0});
@@ -324,11 +324,11 @@ class Writer final : public io::RowWriter {
  private:
   // The loop reads whole groups of pixels: those at the end are brought to where they may be read.
   void split_row(const uint8_t* row) {
-    const uint32_t whole = width_ / kSplitPixels * kSplitPixels;
-    split_bytes(row, whole, lines_.data(), stride_);
-    std::array<uint8_t, size_t{3} * kSplitPixels> last;
+    const uint32_t whole = width_ / formats::kSplitPixels * formats::kSplitPixels;
+    formats::split_bytes(row, whole, lines_.data(), stride_);
+    std::array<uint8_t, size_t{3} * formats::kSplitPixels> last;
     std::copy_n(row + size_t{3} * whole, 3 * (width_ - whole), last.begin());
-    split_bytes(last.data(), width_ - whole, lines_.data() + whole, stride_);
+    formats::split_bytes(last.data(), width_ - whole, lines_.data() + whole, stride_);
   }
 
   Status write_line(uint32_t plane) {

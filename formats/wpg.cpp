@@ -8,7 +8,6 @@
 #include "base/endian.h"
 #include "base/limits.h"
 #include "base/settings.h"
-#include "color/gray.h"
 #include "color/palettes.h"
 #include "color/widen.h"
 #include "core/bitmap.h"
@@ -18,6 +17,7 @@
 #include "formats/listed_colors.h"
 #include "formats/plausible.h"
 #include "formats/two_levels.h"
+#include "formats/white_byte.h"
 #include "formats/wpg_records.h"
 #include "process/rotate/turn.h"
 #include "process/row_delivery.h"
@@ -75,15 +75,9 @@ const char* compression_text(const Contents& contents) {
   return has_runs ? "Run Length" : "None";
 }
 
-// A byte whose pixels have the palette's brightest colour.
 uint8_t white_byte(const Contents& contents) {
   const uint32_t bits = contents.bitmap.bits;
-  if (bits == 1 || bits == 24) return 0xFF;
-  const auto level = [](const T_PaletteEntry& entry) { return color::gray_level(entry); };
-  const auto palette = std::span(contents.palette).first(size_t{1} << bits);
-  const auto best = std::ranges::max_element(palette, {}, level);
-  const auto index = static_cast<uint32_t>(best - palette.begin());
-  return static_cast<uint8_t>(bits == 2 ? index * 0x55 : bits == 4 ? index * 0x11 : index);
+  return bits == 1 || bits == 24 ? 0xFF : formats::white_byte(contents.palette, bits);
 }
 
 // The rows of the chosen bitmap as they are stored, 2 bits as 4.

@@ -5,6 +5,7 @@
 #include "base/settings.h"
 #include "tavo45_png.h"
 #include "compress/bitmap_compressor.h"
+#include "tavo45_pict.h"
 #include "formats/bmp.h"
 #include "formats/cals.h"
 #include "formats/cmp_bilevel.h"
@@ -18,6 +19,7 @@
 #include "tavo45_pcd.h"
 #include "formats/pcx.h"
 #include "formats/png.h"
+#include "formats/pict.h"
 #include "formats/ras.h"
 #include "formats/tga.h"
 #include "formats/tiff.h"
@@ -145,6 +147,13 @@ constexpr FormatRow kFormats[] = {
      .read = pcd::read,
      .read_draft = pcd::read_draft,
      .smallest_draft = pcd::kSmallestSide},
+    {.id = T_FORMAT_PCT,
+     .name = "PICT",
+     .description = "Macintosh picture",
+     .extensions = "pct pict pic",
+     .read = pict::read,
+     .write = pict::write,
+     .write_depths = kDepths1_4_8_24},
     {.id = T_FORMAT_TGA,
      .name = "TGA",
      .description = "Truevision TGA",
@@ -262,6 +271,7 @@ constexpr ProbeRow kProbes[] = {
     {wpg::probe, {T_FORMAT_WPG}},
     {png::probe, {T_FORMAT_PNG}},
     {pcd::probe, {T_FORMAT_PCD}},
+    {pict::probe, {T_FORMAT_PCT}},
 };
 
 }  // namespace

@@ -1,8 +1,8 @@
-#include "formats/pcx_planes.h"
+#include "formats/byte_planes.h"
 
 #include "base/vector_sse2.h"
 
-namespace tavo::pcx {
+namespace tavo::formats {
 
 void interleave_bytes(const uint8_t* planes, uint32_t stride, uint32_t width, uint8_t* pixels) {
   for (uint32_t x = 0; x < width;
@@ -22,4 +22,4 @@ void split_bytes(const uint8_t* pixels, uint32_t width, uint8_t* planes, uint32_
   }
 }
 
-}  // namespace tavo::pcx
+}  // namespace tavo::formats

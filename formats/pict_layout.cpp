@@ -1,0 +1,189 @@
+#include "formats/pict_layout.h"
+#include "tavo45_pict.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tavo::pict {
+
+namespace {
+
+constexpr int64_t kPointsPerInch = 72;
+constexpr int64_t kLargestPage = 16384;  // pixels a side
+constexpr int64_t kLargestScale = 8;
+
+class Survey {
+ public:
+  explicit Survey(Records& records) : records_(records), space_(records.header().frame) {}
+
+  // To the picture's end, or to what cannot be read.
+  Status run() {
+    do {
+      TRY(records_.next());
+      if (records_.kind() == Records::Kind::kClip) choose_space();
+      if (records_.kind() == Records::Kind::kBitmap) add(records_.bitmap());
+      if (records_.kind() == Records::Kind::kDrawing) is_drawn_on_ = count_ != 0;
+      const bool is_content =
+          records_.kind() == Records::Kind::kDrawing || records_.kind() == Records::Kind::kUnknown;
+      has_content_ = has_content_ || is_content || count_ != 0;
+    } while (records_.kind() != Records::Kind::kEnd);
+    return kOk;
+  }
+
+  // Whether anything came that a picture has, so that this is one even if it ends early.
+  bool has_content() const { return has_content_; }
+
+  void describe(Layout& layout) const {
+    layout.space = space_;
+    layout.show = show(layout.end.ok());
+    layout.scale = page_scale();
+    describe_size(layout);
+    describe_resolution(layout);
+    if (count_ == 0) return;
+    if (is_packed(first_.packing)) layout.compression = "Run Length";
+    if (first_.packing == Packing::kJpeg) layout.compression = "JPEG";
+  }
+
+ private:
+  static Scale across(const Bitmap& bitmap) {
+    return {bitmap.source.width(), bitmap.destination.width()};
+  }
+  static Scale down(const Bitmap& bitmap) {
+    return {bitmap.source.height(), bitmap.destination.height()};
+  }
+
+  // Records are in coordinates of the frame or, at a resolution of their own, of the header's other
+  // rectangle, as QuickDraw has it. What programs write there does not tell; the first clip, by
+  // custom one of these rectangles, does.
+  void choose_space() {
+    if (has_space_) return;
+    has_space_ = true;
+    const Rect& optimal = records_.header().optimal;
+    const Rect& clip = records_.clip().box();
+    if (!space_.contains(clip) && optimal.contains(clip) && !optimal.is_empty()) space_ = optimal;
+  }
+
+  void add(const Bitmap& bitmap) {
+    has_space_ = true;
+    if (bitmap.destination.is_empty()) return;
+    if (count_ == 0) first_ = bitmap;
+    ++count_;
+    largest_ = std::max({largest_, across(bitmap), down(bitmap)});
+    const Rect shown = intersect(bitmap.destination, space_);
+    const bool is_cut = !records_.clip().is_open_to(shown) || !records_.mask().is_open_to(shown);
+    is_alone_ = count_ == 1 && !is_cut && bitmap.destination.contains(space_);
+    joins_ = joins_ && !is_cut && can_join(bitmap) && place(bitmap.destination);
+  }
+
+  bool can_join(const Bitmap& bitmap) const {
+    return bitmap.bits == first_.bits && bitmap.bits != 16 &&
+           bitmap.has_palette == first_.has_palette &&
+           std::memcmp(bitmap.palette, first_.palette, sizeof(bitmap.palette)) == 0 &&
+           across(bitmap).equals(across(first_)) && down(bitmap).equals(down(first_));
+  }
+
+  // Whether the bitmap stands where the next one must that fills the frame: to the right of the one
+  // before, or at the left edge of the next row of them.
+  bool place(const Rect& at) {
+    if (at.left != space_.left + filled_across_ || at.top != space_.top + filled_down_)
+      return false;
+    if (filled_across_ != 0 && at.height() != row_height_) return false;
+    row_height_ = at.height();
+    filled_across_ += at.width();
+    if (filled_across_ == space_.width()) {
+      filled_across_ = 0;
+      filled_down_ += row_height_;
+    }
+    return filled_across_ < space_.width() && filled_down_ <= space_.height();
+  }
+
+  // Of a file that ends early the bitmaps that are to come would go on.
+  Show show(bool is_whole) const {
+    if (count_ == 0) return Show::kNothing;
+    if (is_drawn_on_) return Show::kPage;
+    if (is_alone_) return Show::kAlone;
+    const bool is_full = filled_down_ == space_.height();
+    return joins_ && (is_full || !is_whole) ? Show::kJoined : Show::kPage;
+  }
+
+  Scale page_scale() const {
+    Scale scale = std::clamp(largest_, Scale{1, 1}, Scale{kLargestScale, 1});
+    const int64_t side = std::max(space_.width(), space_.height());
+    return std::min(scale, Scale{kLargestPage, side});
+  }
+
+  void describe_size(Layout& layout) const {
+    process::SourcePicture& picture = layout.picture;
+    picture.storage_kind = T_FORMAT_PCT;
+    if (layout.show == Show::kAlone || layout.show == Show::kJoined) {
+      describe_pixels(first_, picture);
+    } else {
+      picture.bits = 24;
+    }
+    Scale x = layout.scale, y = layout.scale;
+    if (layout.show == Show::kJoined) {
+      x = across(first_);
+      y = down(first_);
+    }
+    const auto pixels = [](const Scale& scale, int32_t units) {
+      return static_cast<int32_t>(std::max<int64_t>(scale.pixel(units, 0), 1));
+    };
+    picture.width = pixels(x, space_.width());
+    picture.height = pixels(y, space_.height());
+    if (layout.show != Show::kAlone) return;
+    picture.width = first_.source.width();
+    picture.height = first_.source.height();
+  }
+
+  // By the frame, which is in points, or where a bitmap has as many pixels as it says, or the
+  // header.
+  void describe_resolution(Layout& layout) const {
+    const Header& header = records_.header();
+    const Rect& frame = header.frame;
+    const auto dots = [](int64_t pixels, int64_t points) {
+      return (pixels * kPointsPerInch * 2 + points) / (points * 2);
+    };
+    int64_t x = dots(layout.picture.width, frame.width());
+    int64_t y = dots(layout.picture.height, frame.height());
+    const bool is_page = layout.show == Show::kPage || layout.show == Show::kNothing;
+    const bool is_said = x != kPointsPerInch || y != kPointsPerInch;
+    if (!is_page && !is_said) {
+      const auto said = [](uint32_t fixed) { return (int64_t{fixed} + 0x8000) >> 16; };
+      const auto first_of = [](int64_t a, int64_t b) { return a != 0 ? a : b; };
+      x = first_of(first_of(said(first_.x_resolution), said(header.x_resolution)), x);
+      y = first_of(first_of(said(first_.y_resolution), said(header.y_resolution)), y);
+    }
+    process::set_resolution(x, y, layout.picture);
+  }
+
+  Records& records_;
+  Rect space_;
+  bool has_space_ = false;  // for good
+  uint32_t count_ = 0;
+  Bitmap first_;
+  Scale largest_;
+  bool is_alone_ = false;
+  bool joins_ = true;
+  bool is_drawn_on_ = false;
+  bool has_content_ = false;
+  int32_t filled_across_ = 0;  // of the frame by bitmaps that join
+  int32_t filled_down_ = 0;
+  int32_t row_height_ = 0;
+};
+
+}  // namespace
+
+Status survey(io::InputFile& file, uint32_t offset, uint32_t file_bytes, Layout& layout) {
+  TRY(file.seek(offset));
+  Records records(file, file_bytes);
+  TRY(records.start());
+  Survey survey(records);
+  layout.end = survey.run();
+  TRY(records.failure());
+  if (layout.end == kNoMemory) return kNoMemory;
+  if (!survey.has_content()) TRY(layout.end);
+  survey.describe(layout);
+  return kOk;
+}
+
+}  // namespace tavo::pict
