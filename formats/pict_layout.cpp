@@ -60,7 +60,8 @@ class Survey {
     has_space_ = true;
     const Rect& optimal = records_.header().optimal;
     const Rect& clip = records_.clip().box();
-    if (!space_.contains(clip) && optimal.contains(clip) && !optimal.is_empty()) space_ = optimal;
+    if (optimal.is_empty() || !optimal.contains(clip)) return;
+    if (clip == optimal || !space_.contains(clip)) space_ = optimal;
   }
 
   void add(const Bitmap& bitmap) {

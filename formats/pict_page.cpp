@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/rows.h"
+#include "core/bitmap.h"
 #include "formats/pict_rows.h"
 
 namespace tavo::pict {
@@ -33,11 +33,11 @@ struct Page::Place {
 };
 
 Status Page::start() {
-  TRY(core::init_bitmap(*page_, layout_.picture.width, layout_.picture.height, 24));
-  page_->ViewPerspective = 0;
-  TRY(core::allocate_quietly(*page_));
-  core::access_bitmap(*page_);
-  std::memset(page_->Data, 0xFF, page_->Size);
+  width_ = layout_.picture.width;
+  height_ = layout_.picture.height;
+  line_ = core::bytes_per_line(width_, 24);
+  TRY(pixels_.allocate(uint64_t{line_} * static_cast<uint32_t>(height_)));
+  std::ranges::fill(pixels_.bytes(), uint8_t{0xFF});
   return kOk;
 }
 
@@ -68,11 +68,11 @@ int32_t Page::unit_of(uint32_t y) {
 }
 
 void Page::paint_row(const Place& place, uint32_t y, RegionRows& clip, RegionRows& mask) {
-  uint8_t* const line = static_cast<uint8_t*>(page_->Data) + size_t{y} * page_->BytesPerLine;
+  uint8_t* const line = pixels_.data() + y * line_;
   const int32_t unit = unit_of(y);
   const int32_t space_left = layout_.space.left;
   const int64_t least = std::max<int64_t>(place.left, 0);
-  const int64_t most = std::min<int64_t>(place.right, page_->Width);
+  const int64_t most = std::min<int64_t>(place.right, width_);
   for_each_common(clip.row(unit), mask.row(unit), [&](int32_t from, int32_t to) {
     const int64_t left = std::max(layout_.scale.pixel(from, space_left), least);
     const int64_t right = std::min(layout_.scale.pixel(to, space_left), most);
@@ -101,7 +101,7 @@ Status Page::paint(Records& records) {
                        static_cast<uint32_t>(bitmap.source.width()),
                        static_cast<uint32_t>(bitmap.source.height())};
   const auto first = static_cast<uint32_t>(std::max<int64_t>(place.top, 0));
-  const auto end = std::min<int64_t>(place.bottom, page_->Height);
+  const auto end = std::min<int64_t>(place.bottom, height_);
   if (place.left >= place.right || first >= end) return kOk;
   RegionRows clip, mask;
   TRY(clip.start(records.clip()));
@@ -115,7 +115,7 @@ Status Page::paint(Records& records) {
       TRY(take_row(records.rows(), bitmap, row));
       next = row + 1;
     }
-    painted_ += page_->BytesPerLine;
+    painted_ += line_;
     if (painted_ > kMostPainted) return kBadData;
     paint_row(place, y, clip, mask);
     painted_rows_ = std::max(painted_rows_, y + 1);
@@ -125,7 +125,7 @@ Status Page::paint(Records& records) {
 
 Status Page::deliver(uint32_t count, bool is_whole, process::RowDelivery& rows) {
   for (uint32_t y = 0; y < count; ++y) {
-    TRY(core::get_row(*page_, y, rows.next_row().first(page_->BytesPerLine)));
+    std::memcpy(rows.next_row().data(), pixels_.data() + y * line_, line_);
     TRY(rows.commit(1, is_whole ? 1 : 0));
   }
   return kOk;

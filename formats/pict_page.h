@@ -6,7 +6,6 @@
 #include "base/buffer.h"
 #include "base/status.h"
 #include "color/convert.h"
-#include "core/bitmap.h"
 #include "formats/pict_layout.h"
 #include "formats/pict_records.h"
 #include "process/row_delivery.h"
@@ -17,7 +16,7 @@ class Page {
  public:
   explicit Page(const Layout& layout) : layout_(layout) {}
 
-  // A white page. kNoMemory, kBadSize.
+  // A white page. kNoMemory.
   Status start();
 
   // Puts the bitmap that the records have come to in its place, as far as clip and mask let it be
@@ -38,7 +37,10 @@ class Page {
   int32_t unit_of(uint32_t y);
 
   const Layout& layout_;
-  core::OwnedBitmap page_;
+  int32_t width_ = 0;
+  int32_t height_ = 0;
+  size_t line_ = 0;  // bytes
+  Buffer pixels_;
   Buffer row_;     // as the bitmap has it
   Buffer colors_;  // the same in 24 bits
   color::RowConverter convert_;

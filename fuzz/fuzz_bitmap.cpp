@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "tavo45_pict.h"
 #include "format_fuzzer.h"
 #include "input.h"
 #include "io/file_table.h"
@@ -318,6 +319,7 @@ constexpr int32_t kFormats[] = {
     T_FORMAT_TIFF_LZW,    T_FORMAT_CALS,        T_FORMAT_TIFF_GROUP3_2D,
     T_FORMAT_RAS,         T_FORMAT_JPEG_2X1_24, T_FORMAT_MAC,
     T_FORMAT_IMG,         T_FORMAT_MSP,         T_FORMAT_WPG,
+    T_FORMAT_PCT,
 };
 
 void Machine::save() {
@@ -387,6 +389,7 @@ void Machine::stream() {
                     : info.Format == T_FORMAT_IMG  ? T_LoadIMGFile
                     : info.Format == T_FORMAT_MSP  ? T_LoadMSPFile
                     : info.Format == T_FORMAT_WPG  ? T_LoadWPGFile
+                    : info.Format == T_FORMAT_PCT  ? T_LoadPCTFile
                                                    : T_LoadBMPFile;
   const int32_t status = read(name, &second, Rows::sink, bits, &rows);
   if (known(status) == T_OK) require(rows.next == static_cast<uint32_t>(second.Height));

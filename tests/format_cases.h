@@ -53,6 +53,7 @@ FormatCase macpaint_case();
 FormatCase msp_case();
 FormatCase gem_case();
 FormatCase wpg_case();
+FormatCase pict_case();
 
 // A TIFF file: `data` at offset 8, then a directory of these tags and its longer values.
 struct TiffTag {

@@ -29,6 +29,7 @@ const CorpusCase kCases[] = {
     {.format = "msp"},
     {.format = "jpeg", .tolerance = 2, .outliers_per_mille = 1},
     {.format = "pcx"},
+    {.format = "pict"},
     {.format = "sun"},
     {.format = "tga", .tolerance = 1},
     // More than 8 bits are cut in one program and rounded in the other.

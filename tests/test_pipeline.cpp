@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "tavo45_pict.h"
 #include "base/settings.h"
 #include "format_cases.h"
 #include "pipeline/store_sink.h"
@@ -267,6 +268,7 @@ TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
                {T_FORMAT_IMG, 8, T_LoadIMGFile, T_LoadIMGBitmap, T_SaveIMGBitmap},
                {T_FORMAT_MSP, 1, T_LoadMSPFile, T_LoadMSPBitmap, T_SaveMSPBitmap},
                {T_FORMAT_WPG, 8, T_LoadWPGFile, T_LoadWPGBitmap, T_SaveWPGBitmap},
+               {T_FORMAT_PCT, 24, T_LoadPCTFile, T_LoadPCTBitmap, T_SavePCTBitmap},
                {T_FORMAT_TIFF, 24, T_LoadTIFFile, T_LoadTIFBitmap, T_SaveTIFBitmap}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.format);

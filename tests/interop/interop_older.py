@@ -3,7 +3,8 @@
 usage: interop_older.py TAVO
 
 MacPaint and GEM images with netpbm, these with FFmpeg, too, MSP with Pillow, WPG with
-GraphicsMagick and ImageMagick, which only read it. The last line is "N passed, N failed".
+GraphicsMagick and ImageMagick, which only read it, PICT with these two, FFmpeg and netpbm. The last
+line is "N passed, N failed".
 """
 
 import binascii
@@ -98,15 +99,48 @@ def turned():
               rgb(run('gm', 'convert', f'wpg:{file}', '-depth', '8', 'ppm:-')))
 
 
+def pict_readers(path, width):
+    yield 'ImageMagick', run(CONVERT, f'pict:{path}', '-depth', '8', 'ppm:-')
+    yield 'GraphicsMagick', run('gm', 'convert', f'pict:{path}', '-depth', '8', 'ppm:-')
+    if width > 250:  # it reads no shorter rows
+        yield 'FFmpeg', run('ffmpeg', '-v', 'error', '-f', 'image2', '-c:v', 'qdraw', '-i', path,
+                            '-pix_fmt', 'rgb24', '-f', 'image2', '-c:v', 'ppm', '-')
+
+
+def pict(kind, path):
+    """At widths where rows begin to be packed, are cut in two, and are counted by words."""
+    for width in (3, 61, 64, 210, 300):
+        pnm = run(CONVERT, path, '-sample', f'{width}x20!', 'pbm:-' if kind == 'bits' else 'ppm:-')
+        sample, want = write('sample.pnm', pnm), rgb(pnm)
+        source = interop.folder / 'sample.bmp'
+        interop.run_to(source, 'ppmtobmp', f'-bpp={OWN_DEPTH[kind]}', sample)
+        for depth in (1, 4, 8, 24):
+            if depth < OWN_DEPTH[kind]:
+                continue
+            out = written(kind, source, f'ours-{depth}.pct', '--bits', str(depth))
+            for name, seen in pict_readers(out, width * depth // 8):
+                check(f'PICT: {width} columns of {kind} at {depth} bits by {name}', rgb(seen), want)
+        for name, command in (('ImageMagick', [CONVERT]), ('GraphicsMagick', ['gm', 'convert'])):
+            if width < 8:  # rows that GraphicsMagick packs, and cannot read then
+                continue
+            theirs = interop.folder / 'theirs.pct'
+            run(*command, sample, f'pict:{theirs}')
+            check(f'PICT: {width} columns of {kind} from {name}', seen_by_tavo(theirs), want)
+        if kind != 'photo' and width >= 8:  # as it wants them
+            theirs = write('theirs.pct', run('ppmtopict', sample))
+            check(f'PICT: {width} columns of {kind} from netpbm', seen_by_tavo(theirs), want)
+
+
 def main():
     interop.start('pbmtomacp', 'macptopbm', 'pbmtogem', 'gemtopnm', 'ffmpeg', 'gm', CONVERT,
-                  'ppmtobmp')
+                  'ppmtobmp', 'ppmtopict')
     with tempfile.TemporaryDirectory() as temporary:
         interop.folder = pathlib.Path(temporary)
         for kind, pnm in interop.pictures().items():
             path, want = write(f'{kind}.pnm', pnm), rgb(pnm)
             source = interop.folder / f'{kind}.bmp'
             interop.run_to(source, 'ppmtobmp', f'-bpp={OWN_DEPTH[kind]}', path)
+            pict(kind, path)
             if kind == 'bits':
                 macpaint(kind, path, source, want)
                 msp(kind, path, source, want)
@@ -114,7 +148,7 @@ def main():
                 gem(kind, path, source, want)
                 wpg(kind, source, want)
         turned()
-    return interop.finish(45)
+    return interop.finish(220)
 
 
 if __name__ == '__main__':
