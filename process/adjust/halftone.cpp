@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "base/buffer.h"
+#include "base/trigonometry.h"
 #include "color/index_rows.h"
 #include "color/palettes.h"
 #include "core/bitmap.h"
@@ -8,7 +9,6 @@
 #include "process/adjust/adjust.h"
 #include "process/adjust/gray_rows.h"
 #include "process/rounding.h"
-#include "process/trigonometry.h"
 #include "process/whole_picture.h"
 #include "reduce/reduce.h"
 

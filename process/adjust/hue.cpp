@@ -1,10 +1,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/trigonometry.h"
 #include "base/vector_sse2.h"
 #include "process/adjust/adjust.h"
 #include "process/adjust/color_rows.h"
-#include "process/trigonometry.h"
 #include "process/whole_picture.h"
 
 namespace tavo::process {

@@ -6,6 +6,7 @@
 
 #include "base/buffer.h"
 #include "base/endian.h"
+#include "base/trigonometry.h"
 #include "color/gray.h"
 #include "color/index_rows.h"
 #include "color/nearest.h"
@@ -16,7 +17,6 @@
 #include "core/rows.h"
 #include "process/rotate/fine_pixels.h"
 #include "process/rotate/turn.h"
-#include "process/trigonometry.h"
 #include "process/whole_picture.h"
 #include "process/work_rows.h"
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "base/trigonometry.h"
 #include "process/rounding.h"
-#include "process/trigonometry.h"
 
 namespace tavo::process {
 

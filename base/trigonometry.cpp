@@ -1,6 +1,6 @@
-#include "process/trigonometry.h"
+#include "base/trigonometry.h"
 
-namespace tavo::process {
+namespace tavo {
 
 namespace {
 
@@ -51,4 +51,4 @@ SineCosine sine_cosine(int32_t angle) {
   }
 }
 
-}  // namespace tavo::process
+}  // namespace tavo

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace tavo::process {
+namespace tavo {
 
 // Of angles, 2^31 standing for 1.
 struct SineCosine {
@@ -23,4 +23,4 @@ SineCosine sine_cosine(int32_t angle);
 // Any angle of a unit of which `full` make a turn, as 0 to full - 1.
 constexpr int32_t within_turn(int32_t angle, int32_t full) { return (angle % full + full) % full; }
 
-}  // namespace tavo::process
+}  // namespace tavo

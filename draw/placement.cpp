@@ -1,0 +1,61 @@
+#include "draw/placement.h"
+
+#include <algorithm>
+
+#include "draw/pixels.h"
+
+namespace tavo::draw {
+
+Status PlacedPicture::start(int32_t width) {
+  const Box visible = common(place_.target, {0, 0, canvas_.width(), canvas_.height()});
+  left_ = right_ = visible.left;
+  if (visible.is_empty()) return kOk;
+  const auto count = static_cast<uint64_t>(visible.right - visible.left);
+  TRY(columns_.allocate(count));
+  TRY(line_.allocate(3 * count));
+  const int64_t from = int64_t{place_.source.right} - place_.source.left;
+  const int64_t to = int64_t{place_.target.right} - place_.target.left;
+  // Columns that the picture does not have are not drawn; they are at one end or at both.
+  for (int32_t x = visible.left; x < visible.right; ++x) {
+    const int64_t i = int64_t{x} - place_.target.left;
+    const int64_t column = place_.source.left + (place_.is_mirrored ? to - 1 - i : i) * from / to;
+    if (column < 0 || column >= width) {
+      if (left_ == x) left_ = right_ = x + 1;
+      continue;
+    }
+    columns_[static_cast<size_t>(x - left_)] = static_cast<uint32_t>(3 * column);
+    right_ = x + 1;
+  }
+  return kOk;
+}
+
+Status PlacedPicture::put_row(int32_t y, const uint8_t* pixels) {
+  const Box& source = place_.source;
+  const Box& target = place_.target;
+  if (y < source.top || y >= source.bottom || left_ >= right_) return kOk;
+  const int64_t from = int64_t{source.bottom} - source.top,
+                to = int64_t{target.bottom} - target.top;
+  const int64_t row = int64_t{y} - source.top;
+  int64_t first = (row * to + from - 1) / from, end = ((row + 1) * to + from - 1) / from;
+  if (place_.is_flipped) {
+    std::swap(first, end);
+    first = to - first;
+    end = to - end;
+  }
+  const Box& seen = canvas_.clip_box();
+  first = std::max<int64_t>(target.top + first, seen.top);
+  end = std::min<int64_t>(target.top + end, seen.bottom);
+  if (first >= end) return kOk;
+
+  uint8_t* to_pixel = line_.data();
+  const auto count = static_cast<size_t>(right_ - left_);
+  for (size_t i = 0; i < count; ++i, to_pixel += 3) {
+    store_pixel(to_pixel, load_pixel(pixels + columns_[i]));
+  }
+  for (auto at = static_cast<int32_t>(first); at < end; ++at) {
+    TRY(canvas_.put(at, left_, right_, line_.data(), operation_, brush_));
+  }
+  return kOk;
+}
+
+}  // namespace tavo::draw
