@@ -84,6 +84,9 @@ struct Settings {
   bool photocd_module = true;  // Photo CD: files are decoded by a module, if there is one
   // JFIF streams give their densities the unit dots per inch.
   bool jfif_dots_per_inch = false;
+  // Drawings: pages so many times as large as at 96 pixels per inch; and averaged from larger ones.
+  int32_t draw_scale = 1;
+  bool draw_smooth = false;
   // JPEG quantisation table in zigzag order that replaces the scaled standard ones.
   bool has_custom_quantisers = false;
   uint8_t custom_quantisers[64] = {};

@@ -9,6 +9,7 @@
 #include "pipeline/registry.h"
 #include "platform/platform.h"
 #include "tavo45.h"
+#include "tavo45_draw.h"
 
 using namespace tavo;
 
@@ -82,6 +83,17 @@ int32_t T_CALL T_SetGIFDepth(int32_t flag) {
 
 int32_t T_CALL T_SetGIFFrames(int32_t flag) {
   settings.gif_frames = flag != 0;
+  return T_OK;
+}
+
+int32_t T_CALL T_SetDrawScale(int32_t scale) {
+  if (scale < 1 || scale > T_MAX_DRAW_SCALE) return T_ERR_ARGUMENT;
+  settings.draw_scale = scale;
+  return T_OK;
+}
+
+int32_t T_CALL T_SetDrawSmooth(int32_t flag) {
+  settings.draw_smooth = flag != 0;
   return T_OK;
 }
 

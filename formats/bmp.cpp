@@ -7,6 +7,7 @@
 #include "base/endian.h"
 #include "base/limits.h"
 #include "core/bitmap.h"
+#include "formats/dib_writer.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
 #include "process/dib_rows.h"
@@ -142,17 +143,9 @@ Status read_upright(const char* name, BitmapHandle* bitmap, T_RowSink sink, int3
 
 namespace {
 
-// biXPelsPerMeter from dots per inch, rounded to nearest; 0 says nothing.
-uint32_t per_meter(int32_t per_inch) {
-  if (per_inch <= 0) return 0;
-  return static_cast<uint32_t>((int64_t{per_inch} * 10000 + 127) / 254);
-}
-
-uint32_t palette_entries(int32_t depth) { return depth <= 8 ? 1u << depth : 0; }
-
 uint32_t headers_size(int32_t depth, bool is_os2) {
   const size_t fixed = kFileHeaderSize + (is_os2 ? kCoreHeaderSize : kInfoHeaderSize);
-  return static_cast<uint32_t>(fixed) + palette_entries(depth) * (is_os2 ? 3 : 4);
+  return static_cast<uint32_t>(fixed) + dib::table_entries(depth) * (is_os2 ? 3 : 4);
 }
 
 // BITMAPFILEHEADER, then BITMAPINFOHEADER or BITMAPCOREHEADER, then the colour table, which has all
@@ -166,28 +159,17 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
   std::array<uint8_t, kFileHeaderSize + kInfoHeaderSize> bytes = {'B', 'M'};
   store_le32(&bytes[2], data_offset + image_size);  // bfSize
   store_le32(&bytes[10], data_offset);              // bfOffBits
-  store_le32(&bytes[14], info_size);                // biSize, bcSize
   if (is_os2) {
+    store_le32(&bytes[14], info_size);                             // bcSize
     store_le16(&bytes[18], static_cast<uint16_t>(bitmap.Width));   // bcWidth
     store_le16(&bytes[20], static_cast<uint16_t>(bitmap.Height));  // bcHeight
     store_le16(&bytes[22], 1);                                     // bcPlanes
     store_le16(&bytes[24], static_cast<uint16_t>(depth));          // bcBitCount
   } else {
-    store_le32(&bytes[18], static_cast<uint32_t>(bitmap.Width));   // biWidth
-    store_le32(&bytes[22], static_cast<uint32_t>(bitmap.Height));  // biHeight
-    store_le16(&bytes[26], 1);                                     // biPlanes
-    store_le16(&bytes[28], static_cast<uint16_t>(depth));          // biBitCount
-    store_le32(&bytes[34], image_size);                            // biSizeImage
-    store_le32(&bytes[38], per_meter(bitmap.XResolution));         // biXPelsPerMeter
-    store_le32(&bytes[42], per_meter(bitmap.YResolution));         // biYPelsPerMeter
+    dib::store_info_header(bitmap, depth, image_size, 0, &bytes[kFileHeaderSize]);
   }
   TRY(file.write({bytes.data(), kFileHeaderSize + info_size}));
-  for (uint32_t i = 0; i < palette_entries(depth); ++i) {
-    const T_PaletteEntry& color = bitmap.Info.Palette[i];
-    const std::array<uint8_t, 4> entry = {color.Blue, color.Green, color.Red, 0};
-    TRY(file.write({entry.data(), is_os2 ? size_t{3} : size_t{4}}));
-  }
-  return kOk;
+  return dib::write_table(file, bitmap, depth, is_os2 ? 3 : 4);
 }
 
 // Files hold the bottom row first: a positive biHeight, which all programs read.
@@ -206,35 +188,23 @@ class Writer final : public io::RowWriter {
 
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
     const auto height = static_cast<uint32_t>(picture.Height);
-    end_ = headers_size(request.depth, is_os2_) + uint64_t{row_bytes_} * height;
+    reversed_.start(headers_size(request.depth, is_os2_) + uint64_t{row_bytes_} * height);
     TRY(file_.create(request.name));
     return write_headers(file_, picture, request.depth, row_bytes_, is_os2_);
   }
 
   Status put(std::span<const uint8_t> rows) {
-    return is_reversed_ ? put_reversed(rows) : file_.write(rows);
+    return is_reversed_ ? reversed_.put(file_, rows, row_bytes_) : file_.write(rows);
   }
 
   Status finish() { return file_.finish(); }
 
  private:
-  // Rows that come top first fill the file from its end.
-  Status put_reversed(std::span<const uint8_t> rows) {
-    if (reversed_.size() < rows.size()) TRY(reversed_.allocate(rows.size()));
-    const std::span<uint8_t> out = reversed_.bytes().first(rows.size());
-    for (size_t at = 0; at < rows.size(); at += row_bytes_) {
-      std::ranges::copy(rows.subspan(at, row_bytes_), out.end() - (at + row_bytes_));
-    }
-    end_ -= rows.size();
-    return file_.write_at(end_, out);
-  }
-
   io::OutputFile file_;
   bool is_os2_ = false;
   bool is_reversed_ = false;
   uint32_t row_bytes_ = 0;
-  uint64_t end_ = 0;  // where the last row put begins, or the rows end
-  Buffer reversed_;
+  dib::ReversedRows reversed_;
 };
 
 }  // namespace

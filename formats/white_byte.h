@@ -1,4 +1,4 @@
-// What the missing pixels of indexed rows are filled with.
+// What the missing pixels of a picture are filled with.
 #pragma once
 
 #include <algorithm>
@@ -11,8 +11,9 @@
 
 namespace tavo::formats {
 
-// A byte whose pixels, of 1, 2, 4 or 8 bits, have the palette's brightest colour.
+// A byte whose pixels have the brightest colour of the palette, or white above 8 bits.
 inline uint8_t white_byte(std::span<const T_PaletteEntry, 256> palette, uint32_t bits) {
+  if (bits > 8) return 0xFF;
   const auto level = [](const T_PaletteEntry& entry) { return color::gray_level(entry); };
   const auto used = palette.first(size_t{1} << bits);
   const auto index =

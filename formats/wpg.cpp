@@ -18,6 +18,7 @@
 #include "formats/plausible.h"
 #include "formats/two_levels.h"
 #include "formats/white_byte.h"
+#include "formats/whole_rows.h"
 #include "formats/wpg_records.h"
 #include "process/rotate/turn.h"
 #include "process/row_delivery.h"
@@ -75,9 +76,10 @@ const char* compression_text(const Contents& contents) {
   return has_runs ? "Run Length" : "None";
 }
 
+// Kept: 1 bit is black and white whatever the colour map.
 uint8_t white_byte(const Contents& contents) {
   const uint32_t bits = contents.bitmap.bits;
-  return bits == 1 || bits == 24 ? 0xFF : formats::white_byte(contents.palette, bits);
+  return bits == 1 ? 0xFF : formats::white_byte(contents.palette, bits);
 }
 
 // The rows of the chosen bitmap as they are stored, 2 bits as 4.
@@ -144,15 +146,6 @@ Status read_turned(StoredRows& stored, const Contents& contents, BitmapHandle& w
   return bitmap.degrees == 0 ? kOk : process::rotate_bitmap(whole, bitmap.degrees);
 }
 
-// When rows are missing, none of the turned ones counts as read.
-Status deliver(BitmapHandle& whole, const Status& status, RowDelivery& rows) {
-  for (uint32_t y = 0; y < static_cast<uint32_t>(whole.Height); ++y) {
-    TRY(core::get_row(whole, y, rows.next_row().first(whole.BytesPerLine)));
-    TRY(rows.commit(1, status.ok() ? 1 : 0));
-  }
-  return status.ok() ? rows.finish() : rows.finish_early(status);
-}
-
 Status scan_page(io::InputFile& file, uint32_t file_bytes, Contents& contents) {
   TRY(scan(file, file_bytes, settings.page_number, contents));
   const StoredBitmap& bitmap = contents.bitmap;
@@ -196,7 +189,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(read_turned(stored, contents, *whole, status));
   const core::ProgressPart part(50, 100);
   TRY(rows.start());
-  return deliver(*whole, status, rows);
+  return formats::deliver_whole(*whole, status, rows);
 }
 
 namespace {

@@ -23,7 +23,9 @@
 #include "formats/ras.h"
 #include "formats/tga.h"
 #include "formats/tiff.h"
+#include "formats/wmf.h"
 #include "formats/wpg.h"
+#include "tavo45_draw.h"
 
 namespace tavo::pipeline {
 
@@ -153,6 +155,12 @@ constexpr FormatRow kFormats[] = {
      .extensions = "pct pict pic",
      .read = pict::read,
      .write = pict::write,
+    {.id = T_FORMAT_WMF,
+     .name = "WMF",
+     .description = "Windows metafile",
+     .extensions = "wmf apm",
+     .read = wmf::read,
+     .write = wmf::write,
      .write_depths = kDepths1_4_8_24},
     {.id = T_FORMAT_TGA,
      .name = "TGA",
@@ -262,6 +270,7 @@ constexpr ProbeRow kProbes[] = {
     {pcx::probe, {T_FORMAT_PCX}},
     {cals::probe, {T_FORMAT_CALS}},
     {gif::probe, {T_FORMAT_GIF}},
+    {wmf::probe, {T_FORMAT_WMF}},
     {jpeg::probe, {T_FORMAT_JPEG, T_FORMAT_JPEG_24}},
     {macpaint::probe, {T_FORMAT_MAC}},
     {gem::probe, {T_FORMAT_IMG}},
@@ -269,9 +278,9 @@ constexpr ProbeRow kProbes[] = {
     {macpaint::probe_bare, {T_FORMAT_MAC}},
     {ras::probe, {T_FORMAT_RAS}},
     {wpg::probe, {T_FORMAT_WPG}},
+    {pict::probe, {T_FORMAT_PCT}},
     {png::probe, {T_FORMAT_PNG}},
     {pcd::probe, {T_FORMAT_PCD}},
-    {pict::probe, {T_FORMAT_PCT}},
 };
 
 }  // namespace

@@ -1,0 +1,144 @@
+#include "formats/wmf.h"
+
+#include <algorithm>
+
+#include "base/buffer.h"
+#include "base/byte_source.h"
+#include "core/bitmap.h"
+#include "core/progress.h"
+#include "core/rows.h"
+#include "formats/drawn_page.h"
+#include "formats/plausible.h"
+#include "formats/white_byte.h"
+#include "formats/whole_rows.h"
+#include "formats/wmf_player.h"
+#include "formats/wmf_scan.h"
+#include "process/rotate/turn.h"
+#include "process/row_delivery.h"
+#include "tavo45_draw.h"
+
+namespace tavo::wmf {
+
+namespace {
+
+using process::RowDelivery;
+
+// What can be shown is known to fit the file and the page.
+Status scan_file(io::InputFile& file, Records& records, uint32_t file_bytes, Contents& contents) {
+  TRY(records.start(file_bytes));
+  TRY(scan(file, records, contents));
+  if (contents.content == Content::kDrawing) {
+    const int32_t scale = formats::draw_scale(contents.screen_width, contents.screen_height);
+    contents.width = contents.screen_width * scale;
+    contents.height = contents.screen_height * scale;
+    contents.x_resolution *= scale;
+    contents.y_resolution *= scale;
+  }
+  return formats::check_repeating(static_cast<uint32_t>(contents.width),
+                                  static_cast<uint32_t>(contents.height), file_bytes);
+}
+
+process::SourcePicture describe(const Contents& contents) {
+  process::SourcePicture picture;
+  if (contents.content == Content::kBitmap) picture = contents.bitmap.describe();
+  picture.storage_kind = T_FORMAT_WMF;
+  picture.order = T_ORDER_BGR;
+  picture.width = contents.width;
+  picture.height = contents.height;
+  if (contents.content != Content::kBitmap) picture.bits = 24;
+  picture.has_resolution = false;
+  process::set_resolution(contents.x_resolution, contents.y_resolution, picture);
+  return picture;
+}
+
+const char* compression_text(const Contents& contents) {
+  const bool has_runs =
+      contents.content == Content::kBitmap && contents.bitmap.header.coding != dib::Coding::kNone;
+  return has_runs ? "Run Length" : "None";
+}
+
+// The bitmap, upright. `status` gets why rows are missing, which are white.
+Status read_bitmap(Records& records, const Contents& contents, BitmapHandle& whole,
+                   Status& status) {
+  TRY(records.go_to(contents.record));
+  BitmapCall call;
+  Bitmap bitmap;
+  if (!records.next() || !take_call(records, call)) return kReadError;
+  ByteSource bytes(records);
+  TRY(bytes.start());
+  TRY(take_bitmap(bytes, records.left_in_file(), call.is_dib, call.has_indices, bitmap));
+  const process::SourcePicture picture = bitmap.describe();
+  TRY(core::init_bitmap(whole, picture.width, picture.height, picture.bits));
+  whole.ViewPerspective = 0;
+  TRY(core::allocate_quietly(whole));
+  core::access_bitmap(whole);
+  BitmapRows rows(bitmap, bytes);
+  TRY(rows.start());
+  Buffer white;
+  TRY(white.allocate(whole.BytesPerLine));
+  std::ranges::fill(white.bytes(),
+                    formats::white_byte(picture.palette, static_cast<uint32_t>(picture.bits)));
+  for (int32_t i = 0; i < picture.height; ++i) {
+    if (status.ok()) status = rows.next();
+    const auto row = status.ok() ? rows.row() : white.bytes();
+    TRY(core::put_row(whole, static_cast<uint32_t>(rows.place(i)), row));
+  }
+  return records.failure();
+}
+
+Status cut_out(const draw::Box& box, BitmapHandle& whole) {
+  if (box == draw::Box{0, 0, whole.Width, whole.Height}) return kOk;
+  core::OwnedBitmap part;
+  TRY(core::copy_bitmap_rect(
+      *part, whole, static_cast<uint32_t>(box.left), static_cast<uint32_t>(box.top),
+      static_cast<uint32_t>(box.right - box.left), static_cast<uint32_t>(box.bottom - box.top)));
+  core::take_place(whole, *part);
+  return kOk;
+}
+
+Status deliver_bitmap(Records& records, const Contents& contents, RowDelivery& rows) {
+  core::OwnedBitmap picture;
+  Status status = kOk;
+  {
+    const core::ProgressPart part(0, 50);
+    TRY(read_bitmap(records, contents, *picture, status));
+    TRY(cut_out(contents.source, *picture));
+    if (contents.is_mirrored) TRY(process::reverse_bitmap(*picture));
+    if (contents.is_flipped) TRY(process::flip_bitmap(*picture));
+  }
+  const core::ProgressPart part(50, 100);
+  TRY(rows.start());
+  return formats::deliver_whole(*picture, status, rows);
+}
+
+}  // namespace
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Contents contents;
+  Records records(input.file);
+  TRY(scan_file(input.file, records, input.file_size, contents));
+  process::describe(describe(contents), T_FORMAT_WMF, compression_text(contents), info);
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  io::InputFile file;
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
+  uint32_t file_bytes = 0;
+  TRY(file.size(file_bytes));
+  Contents contents;
+  Records records(file);
+  TRY(scan_file(file, records, file_bytes, contents));
+  if (contents.content == Content::kNothing) return kSubtype;
+
+  const process::SourcePicture picture = describe(contents);
+  RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+  if (contents.content == Content::kBitmap) return deliver_bitmap(records, contents, rows);
+  const int32_t scale = std::max(contents.width / contents.screen_width, 1);
+  return formats::deliver_page(picture, rows, [&](draw::Painter& painter, int32_t factor) {
+    return Player(records, painter, scale * factor).play(contents);
+  });
+}
+
+}  // namespace tavo::wmf

@@ -1,0 +1,80 @@
+// The bitmaps in a metafile and what its records do with them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/buffer.h"
+#include "base/byte_source.h"
+#include "base/status.h"
+#include "color/convert.h"
+#include "draw/geometry.h"
+#include "draw/raster_op.h"
+#include "formats/wmf_records.h"
+#include "process/dib_rows.h"
+#include "process/source_picture.h"
+#include "tavo45.h"
+
+namespace tavo::wmf {
+
+// A record that puts a bitmap somewhere, or only a brush.
+struct BitmapCall {
+  draw::RasterOp operation = draw::kCopySource;
+  bool has_bitmap = true;
+  bool is_dib = true;          // not the older kind, which knows no colours
+  bool has_indices = false;    // instead of a colour table, into a palette that nobody has
+  bool is_from_below = false;  // source rows count from the lower edge of bottom-up bitmaps
+  int32_t source_x = 0, source_y = 0, source_width = 0, source_height = 0;
+  int32_t x = 0, y = 0, width = 0, height = 0;  // in the window
+};
+
+bool is_bitmap_function(uint16_t function);
+
+// Takes the parameters of such a record up to the bitmap; false when it has fewer.
+bool take_call(Records& records, BitmapCall& call);
+
+struct Bitmap {
+  dib::Header header;
+  T_PaletteEntry palette[256] = {};
+
+  process::SourcePicture describe() const;
+};
+
+// Takes all but the pixels of a bitmap of which the file has `bytes`. kSubtype for codings that are
+// not read, kReadError where the file has no such picture.
+Status take_bitmap(ByteSource& source, uint64_t bytes, bool is_dib, bool has_indices,
+                   Bitmap& bitmap);
+
+// The part of the bitmap that is shown, counted from the top. kBadData for none.
+Status source_box(const BitmapCall& call, const Bitmap& bitmap, draw::Box& box);
+
+// Rows in the order of the file.
+class BitmapRows {
+ public:
+  BitmapRows(const Bitmap& bitmap, ByteSource& source)
+      : bitmap_(bitmap), reader_(bitmap.header, source) {}
+
+  Status start();
+
+  // A row as `describe` says. Where the data end early: kReadError.
+  Status next() { return reader_.next(row_.bytes()); }
+  std::span<const uint8_t> row() const { return row_.bytes().first(line_bytes_); }
+  // The same in 24 bits, blue first.
+  Status next_colors();
+  const uint8_t* colors() const { return colors_.data(); }
+
+  // Which row of the picture, counted from the top, row `i` of the file is.
+  int32_t place(int32_t i) const {
+    return bitmap_.header.is_top_down ? i : bitmap_.header.height - 1 - i;
+  }
+
+ private:
+  const Bitmap& bitmap_;
+  dib::RowReader reader_;
+  color::RowConverter convert_;
+  Buffer row_;
+  Buffer colors_;
+  size_t line_bytes_ = 0;
+};
+
+}  // namespace tavo::wmf

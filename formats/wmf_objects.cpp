@@ -1,0 +1,117 @@
+#include "formats/wmf_objects.h"
+
+#include <array>
+#include <cstdlib>
+
+#include "base/endian.h"
+
+namespace tavo::wmf {
+
+namespace {
+
+// Pen ([MS-WMF] 2.2.1.4): style, width and an unused height, colour.
+Object take_pen(Records& records) {
+  std::array<uint8_t, 10> bytes;
+  if (!records.take(bytes)) return OtherObject{};
+  PenObject pen;
+  pen.style = load_le16(&bytes[0]) & 0x0F;
+  pen.width = std::abs(int32_t{static_cast<int16_t>(load_le16(&bytes[2]))});
+  pen.color = color_of(load_le32(&bytes[6]));
+  return pen;
+}
+
+// LogBrush (2.2.2.10): style, colour, hatch.
+Object take_brush(Records& records) {
+  std::array<uint8_t, 8> bytes;
+  if (!records.take(bytes)) return OtherObject{};
+  BrushObject brush;
+  brush.style = load_le16(&bytes[0]);
+  brush.color = color_of(load_le32(&bytes[2]));
+  brush.hatch = load_le16(&bytes[6]);
+  return brush;
+}
+
+// LogFont (2.2.1.2). The face is not looked at: there is one.
+Object take_font(Records& records) {
+  std::array<int16_t, 5> words;       // height, width, escapement, orientation, weight
+  std::array<uint8_t, 3> flags = {};  // italic, underlined, struck out
+  if (!records.take(words) || !records.take(flags)) return OtherObject{};
+  FontObject font;
+  font.height = words[0];
+  font.width = std::abs(int32_t{words[1]});
+  font.escapement = words[2];
+  font.weight = words[4];
+  font.is_italic = flags[0] != 0;
+  font.is_underlined = flags[1] != 0;
+  font.is_struck_out = flags[2] != 0;
+  return font;
+}
+
+// A brush of a bitmap, which stays in the file: behind a style and a usage word for device
+// independent ones (2.3.4.8); Bitmap16 with a pointer and 18 reserved bytes behind it else
+// (2.3.4.9).
+Object take_pattern(Records& records, bool is_dib) {
+  BrushObject brush;
+  constexpr uint16_t kPatternStyle = 3;
+  brush.style = kPatternStyle;
+  brush.is_dib = is_dib;
+  std::array<int16_t, 2> words;  // style, usage
+  if (is_dib && !records.take(words)) return OtherObject{};
+  brush.pattern = records.position();
+  brush.pattern_bytes = records.left_in_file();
+  return brush;
+}
+
+}  // namespace
+
+bool Objects::take(Records& records, Status& status) {
+  Object made = OtherObject{};
+  switch (records.function()) {
+    case kCreatePen:
+      made = take_pen(records);
+      break;
+    case kCreateBrush:
+      made = take_brush(records);
+      break;
+    case kCreateFont:
+      made = take_font(records);
+      break;
+    case kDibCreatePatternBrush:
+      made = take_pattern(records, true);
+      break;
+    case kCreatePatternBrush:
+      made = take_pattern(records, false);
+      break;
+    case kCreateRegion:
+      made = RegionObject{records.position()};
+      break;
+    case kCreatePalette:
+      break;
+    default:
+      return false;
+  }
+  status = add(made);
+  return true;
+}
+
+Status Objects::add(const Object& object) {
+  while (first_free_ < slots_.size() && slots_[first_free_].index() != 0) ++first_free_;
+  if (first_free_ == kMost) return kOk;
+  if (first_free_ == slots_.size()) return slots_.push(object);
+  slots_[first_free_] = object;
+  return kOk;
+}
+
+const Object* Objects::find(int32_t number) const {
+  const auto at = static_cast<size_t>(static_cast<uint16_t>(number));
+  return at < slots_.size() && slots_[at].index() != 0 ? &slots_[at] : nullptr;
+}
+
+void Objects::remove(int32_t number) {
+  const auto at = static_cast<size_t>(static_cast<uint16_t>(number));
+  if (at >= slots_.size()) return;
+  slots_[at] = {};
+  first_free_ = std::min(first_free_, at);
+}
+
+}  // namespace tavo::wmf
