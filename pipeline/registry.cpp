@@ -155,6 +155,7 @@ constexpr FormatRow kFormats[] = {
      .extensions = "pct pict pic",
      .read = pict::read,
      .write = pict::write,
+     .write_depths = kDepths1_4_8_24},
     {.id = T_FORMAT_WMF,
      .name = "WMF",
      .description = "Windows metafile",
