@@ -132,6 +132,7 @@ TAVO_INLINE V load_low64_twice(const void* p) {
   return unpack_low64(low, low);
 }
 TAVO_INLINE V swap_halves(V v) { return _mm_shuffle_epi32(v, 0x4E); }
+TAVO_INLINE V reverse32(V v) { return _mm_shuffle_epi32(v, 0x1B); }
 TAVO_INLINE V repeat_last32(V v) { return _mm_shuffle_epi32(v, 0xFF); }
 TAVO_INLINE V swap_pairs32(V v) { return _mm_shuffle_epi32(v, 0xB1); }
 

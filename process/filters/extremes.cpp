@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/endian.h"
+#include "process/filters/row_kernels.h"
 
 namespace tavo::process {
 
@@ -36,10 +37,9 @@ void Extreme::combine(const uint8_t* a, const uint8_t* b, uint8_t* out, size_t c
     } else {
       for_each_pair(a, b, out, count, [](uint8_t v, uint8_t w) { return v & w; });
     }
-  } else if (is_greatest) {
-    for_each_pair(a, b, out, count, [](uint8_t v, uint8_t w) { return std::max(v, w); });
   } else {
-    for_each_pair(a, b, out, count, [](uint8_t v, uint8_t w) { return std::min(v, w); });
+    const RowKernels& kernels = row_kernels();
+    (is_greatest ? kernels.greatest : kernels.least)(a, b, out, count);
   }
 }
 

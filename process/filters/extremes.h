@@ -17,7 +17,7 @@ struct Extreme {
 
   // What takes no part.
   uint8_t neutral() const { return is_greatest ? 0 : 0xFF; }
-  // Of each two bytes; `out` may be one of the rows.
+  // Of each two bytes, up to kRowSlack more are read and written; `out` may be one of the rows.
   void combine(const uint8_t* a, const uint8_t* b, uint8_t* out, size_t count) const;
 };
 

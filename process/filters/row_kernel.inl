@@ -165,3 +165,11 @@ void divide_sums(const uint32_t* sums, uint32_t size, size_t count, uint8_t* out
     store(out + i, in_order32(pack16_unsigned(low, high)));
   }
 }
+
+void least(const uint8_t* a, const uint8_t* b, uint8_t* out, size_t count) {
+  for (size_t i = 0; i < count; i += kBytes) store(out + i, min8_unsigned(load(a + i), load(b + i)));
+}
+
+void greatest(const uint8_t* a, const uint8_t* b, uint8_t* out, size_t count) {
+  for (size_t i = 0; i < count; i += kBytes) store(out + i, max8_unsigned(load(a + i), load(b + i)));
+}

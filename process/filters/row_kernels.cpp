@@ -61,6 +61,14 @@ void divide_sums(const uint32_t* sums, uint32_t size, size_t count, uint8_t* out
   }
 }
 
+void least(const uint8_t* a, const uint8_t* b, uint8_t* out, size_t count) {
+  for (size_t i = 0; i < count; ++i) out[i] = std::min(a[i], b[i]);
+}
+
+void greatest(const uint8_t* a, const uint8_t* b, uint8_t* out, size_t count) {
+  for (size_t i = 0; i < count; ++i) out[i] = std::max(a[i], b[i]);
+}
+
 void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
            size_t count) {
   for (size_t i = 0; i < count; ++i) {
@@ -74,7 +82,8 @@ void raise(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, 
 
 }  // namespace
 
-const RowKernels kRowKernelsPlain = {weigh, slide, average, add_columns, divide_sums, raise};
+const RowKernels kRowKernelsPlain = {weigh,       slide, average,  add_columns,
+                                     divide_sums, least, greatest, raise};
 
 const RowKernels& row_kernels() {
   return *Variants<const RowKernels*>{

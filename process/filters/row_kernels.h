@@ -67,6 +67,9 @@ struct RowKernels {
                       uint32_t* sums);
   // Their means, where the size is above kMaxNarrowWindow.
   void (*divide_sums)(const uint32_t* sums, uint32_t size, size_t count, uint8_t* out);
+  // The lesser and the greater of each two bytes; `out` may be one of the rows.
+  void (*least)(const uint8_t* a, const uint8_t* b, uint8_t* out, size_t count);
+  void (*greatest)(const uint8_t* a, const uint8_t* b, uint8_t* out, size_t count);
   // A rule of complementary hulling.
   void (*raise)(uint32_t rule, const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out,
                 size_t count);

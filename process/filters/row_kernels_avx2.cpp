@@ -15,7 +15,8 @@ using namespace avx2;
 
 }  // namespace
 
-const RowKernels kRowKernelsAvx2 = {weigh, slide, average, add_columns, divide_sums, raise};
+const RowKernels kRowKernelsAvx2 = {weigh,       slide, average,  add_columns,
+                                    divide_sums, least, greatest, raise};
 
 }  // namespace tavo::process
 

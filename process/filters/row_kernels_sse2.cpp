@@ -14,6 +14,7 @@ using namespace sse2;
 
 }  // namespace
 
-const RowKernels kRowKernelsSse2 = {weigh, slide, average, add_columns, divide_sums, raise};
+const RowKernels kRowKernelsSse2 = {weigh,       slide, average,  add_columns,
+                                    divide_sums, least, greatest, raise};
 
 }  // namespace tavo::process

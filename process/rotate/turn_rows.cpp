@@ -7,6 +7,7 @@
 #include <span>
 
 #include "base/endian.h"
+#include "base/variants.h"
 #include "base/vector_sse2.h"
 #include "color/index_rows.h"
 
@@ -27,19 +28,12 @@ void mirror_bytes(const uint8_t* row, uint8_t* out, size_t width) {
   while (left > 0) *out++ = row[--left];
 }
 
-// A store takes along a byte that the next one puts right.
 void mirror_triples(const uint8_t* row, uint8_t* out, size_t width) {
-  if (width == 0) return;
-  const uint8_t* last = row + 3 * (width - 1);
-  if (width > 1) {
-    const uint32_t pixel = load_le32(last - 1) >> 8;
-    store_le32(out, pixel);
-    for (last -= 3, out += 3; last != row; last -= 3, out += 3) store_le32(out, load_le32(last));
-  }
-  std::memcpy(out, last, 3);
+  return Variants<MirrorRow>{.any = mirror_triples_plain, .ssse3 = mirror_triples_ssse3}.best()(
+      row, out, width);
 }
 
-// Pixels of 16 and 32 bits, as many as a word of 64 holds.
+// Pixels of 16 bits, and some of 32, as many as a word of 64 holds.
 template <class Word>
 void mirror_words(const uint8_t* row, uint8_t* out, size_t width) {
   constexpr size_t kPixels = 8 / sizeof(Word);
@@ -54,6 +48,14 @@ void mirror_words(const uint8_t* row, uint8_t* out, size_t width) {
   for (; left > 0; --left, out += sizeof(Word)) {
     store_native(out, load_native<Word>(row + (left - 1) * sizeof(Word)));
   }
+}
+
+void mirror_longs(const uint8_t* row, uint8_t* out, size_t width) {
+  size_t left = width;
+  for (; left >= 4; left -= 4, out += 16) {
+    sse2::store(out, sse2::reverse32(sse2::load(row + (left - 4) * 4)));
+  }
+  mirror_words<uint32_t>(row, out, left);
 }
 
 // The pixels of a byte in the opposite order.
@@ -198,6 +200,18 @@ void transpose_bits(RowsIn in, RowsOut out, size_t width, size_t height) {
 
 }  // namespace
 
+// A store takes along a byte that the next one puts right.
+void mirror_triples_plain(const uint8_t* row, uint8_t* out, size_t width) {
+  if (width == 0) return;
+  const uint8_t* last = row + 3 * (width - 1);
+  if (width > 1) {
+    const uint32_t pixel = load_le32(last - 1) >> 8;
+    store_le32(out, pixel);
+    for (last -= 3, out += 3; last != row; last -= 3, out += 3) store_le32(out, load_le32(last));
+  }
+  std::memcpy(out, last, 3);
+}
+
 MirrorRow mirror_row(int32_t bits) {
   switch (bits) {
     case 1:
@@ -213,7 +227,7 @@ MirrorRow mirror_row(int32_t bits) {
     case 24:
       return mirror_triples;
     default:
-      return mirror_words<uint32_t>;
+      return mirror_longs;
   }
 }
 

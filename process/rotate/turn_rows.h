@@ -10,6 +10,8 @@ namespace tavo::process {
 // bits of its last byte have no meaning.
 using MirrorRow = void (*)(const uint8_t* row, uint8_t* out, size_t width);
 MirrorRow mirror_row(int32_t bits);
+void mirror_triples_plain(const uint8_t* row, uint8_t* out, size_t width);
+void mirror_triples_ssse3(const uint8_t* row, uint8_t* out, size_t width);
 
 // Rows and the way from each to the next, which may lead back.
 struct RowsIn {
