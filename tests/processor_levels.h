@@ -1,4 +1,4 @@
-// Runs a test as every kind of processor up to the machine's own.
+// Runs a test as every kind of processor up to the machine's own, from plain loops on.
 #pragma once
 
 #include <vector>
@@ -10,7 +10,7 @@ namespace tavo::test {
 inline std::vector<platform::Processor> processor_levels() {
   using enum platform::Processor;
   std::vector<platform::Processor> levels;
-  for (const platform::Processor level : {kSse2, kSsse3, kAvx2, kAvx512}) {
+  for (const platform::Processor level : {kPlain, kSse2, kSsse3, kAvx2, kAvx512}) {
     if (level <= platform::processor()) levels.push_back(level);
   }
   return levels;
