@@ -57,14 +57,13 @@ Status RowIndex::scan(Window& window, uint64_t position, uint32_t width) {
     }
     position += count;
   }
-  if (last_ != nullptr) last_->end = limit * 8;
+  end_row(limit * 8);
   return kOk;
 }
 
 // Of a mark that ends before `bit`. False when it ends the level.
 bool RowIndex::add(uint64_t bit, uint32_t header) {
-  if (last_ != nullptr) last_->end = bit - kMarkBits;
-  last_ = nullptr;
+  end_row(bit - kMarkBits);
   const uint32_t number = header >> 14;
   const uint32_t plane = number == 0 ? 0 : number - 1;
   const uint32_t row = header >> 1 & 0x1FFF;
@@ -77,6 +76,12 @@ bool RowIndex::add(uint64_t bit, uint32_t header) {
   place = {bit + kHeaderBits, 0};
   last_ = &place;
   return true;
+}
+
+// What looks like a mark may begin in the number of a row.
+void RowIndex::end_row(uint64_t bit) {
+  if (last_ != nullptr) last_->end = std::max(bit, last_->first);
+  last_ = nullptr;
 }
 
 bool RowIndex::is_short() const {

@@ -41,6 +41,7 @@ class RowIndex {
 
  private:
   bool add(uint64_t bit, uint32_t header);
+  void end_row(uint64_t bit);
 
   uint32_t height_ = 0;
   uint32_t planes_ = 1;

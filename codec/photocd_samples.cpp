@@ -68,12 +68,12 @@ constexpr int kGreenOfBlue = -28198;
 constexpr int kGreenOfRed = 65536 - 60761;
 
 // Sums of products >> 16 for the words of `low` and `high`.
-V scaled(V low, V high) {
+TAVO_INLINE V scaled(V low, V high) {
   return pack32(shift_right32_signed<16>(low), shift_right32_signed<16>(high));
 }
 
 // Half of the pixels, in words.
-Pixels convert_words(V y, V c1, V c2) {
+TAVO_INLINE Pixels convert_words(V y, V c1, V c2) {
   const V round = splat32(32768);
   const auto sums = [round](V a, V b, int factor_a, int factor_b) {
     const V factors = splat_pairs16(factor_a, factor_b);
@@ -92,7 +92,7 @@ Pixels convert_words(V y, V c1, V c2) {
           add16(add16(y, add16(c1, c1)), sums(y, c1, kLuma, kBlue))};
 }
 
-void convert(const uint8_t* y, const uint8_t* c1, const uint8_t* c2, uint8_t* out) {
+TAVO_INLINE void convert(const uint8_t* y, const uint8_t* c1, const uint8_t* c2, uint8_t* out) {
   const V luma = load(y), blue = load(c1), red = load(c2);
   const V blue_zero = splat16(156), red_zero = splat16(137);
   const Pixels low = convert_words(unpack_low8(luma, V{}), sub16(unpack_low8(blue, V{}), blue_zero),

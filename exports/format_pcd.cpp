@@ -2,7 +2,7 @@
 #include "base/settings.h"
 #include "exports/trio.h"
 #include "formats/pcd.h"
-#include "tavo45_pcd.h"
+#include "tavo45.h"
 
 using namespace tavo;
 

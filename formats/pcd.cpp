@@ -1,5 +1,4 @@
 #include "formats/pcd.h"
-#include "tavo45_pcd.h"
 
 #include <bit>
 

@@ -23,7 +23,7 @@
  *   Resampling                     rows and bitmaps of another size
  *   Processing                     rotation, filters, adjustments of whole bitmaps
  *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint, MSP,
- *                                  GEM IMG, WPG
+ *                                  GEM IMG, WPG, Photo CD
  *   Compressed pictures: coding    JPEG and CMP, stamps
  *   Compressed pictures: 1 bit     bilevel CMP files
  *   Compressed pictures: decoding  JPEG and CMP, whole or in pieces; stamps, how they are coded
@@ -321,6 +321,7 @@ typedef struct BitmapHandle {
 #define T_FORMAT_MSP 53
 #define T_FORMAT_WPG 54
 #define T_FORMAT_RAS 55
+#define T_FORMAT_PCD 57
 #define T_FORMAT_DCX 202 /* save variant of T_FORMAT_PCX: pages, be it one */
 
 /* Example: colors of a palette by hand.
@@ -969,9 +970,9 @@ T_API int32_t T_CALL T_SizeBitmapFine(BitmapHandle* bitmap, int32_t width, int32
  * width, height  pixels and rows; one of them may be 0: in proportion to the other, at least 1
  * method         one of T_SIZE_..., and T_SIZE_DRAFT: JPEG and CMP files are decoded at an eighth,
  * a quarter or half of their size as long as that is twice the wanted one or more, which costs less
- * than 4 levels and saves most of the time T_OK, T_ERR_ARGUMENT, the statuses of T_LoadBitmap,
- * T_SizeBitmapFine and T_ColorResolution. The record need not be cleared; after a failure it has no
- * storage. */
+ * than 4 levels and saves most of the time; of Photo CD files a smaller level is taken. T_OK,
+ * T_ERR_ARGUMENT, the statuses of T_LoadBitmap, T_SizeBitmapFine and T_ColorResolution. The record
+ * need not be cleared; after a failure it has no storage. */
 T_API int32_t T_CALL T_LoadBitmapFine(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel,
                                       int32_t order, int32_t width, int32_t height,
                                       uint32_t method);
@@ -1437,6 +1438,45 @@ T_API int32_t T_CALL T_LoadWPGFile(const char* name, BitmapHandle* bitmap, T_Row
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadWPGBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveWPGBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* Kodak Photo CD: image packs (.PCD) of up to five levels, overview packs (OVERVIEW.PCD). There is
+ * no writer: T_ERR_FORMAT.
+ * Read        The level that T_SetPCDResolution chooses. The largest one is what the file names, as
+ *             far as the file is long enough for it; beyond 16Base nothing is read. Of an overview
+ *             pack T_SetPageNumber chooses one of the pictures (Base/16, as they are stored),
+ *             beyond the last one the last.
+ * Delivered   24 bits (T_ORDER_RGB), top row first, turned as the file says, no resolution. Chroma
+ *             is interpolated at every level as between levels. PhotoYCC becomes RGB so that white
+ *             (100 % reflectance) is 255; what is brighter is cut.
+ * Memory      Some rows, of a picture that is turned by a quarter up to 6 MiB.
+ * Statuses    T_ERR_BAD_DATA: no Photo CD file, or an overview pack without pictures. T_ERR_READ:
+ *             4Base or 16Base end early; all rows are delivered, the last ones as the level below
+ *             has them, enlarged. Or the file is shorter than Base/16; rows that are there are
+ *             delivered, of a turned picture none. Single rows with damaged data are made of the
+ *             level below, which is no error; T_GetRowsRead tells of the rows before them.
+ * Facts: Eastman Kodak, "Fully Utilizing Photo CD Images"; the layout as other decoders know it. */
+T_API int32_t T_CALL T_LoadPCDFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadPCDBitmap(const char* name, BitmapHandle* bitmap);
+
+/* The level of Photo CD pictures that is loaded and that T_FileInfo tells of. Only what it needs is
+ * read of the file: small levels cost little.
+ * level  0 (at first): the largest; 1: Base/16, 192 x 128 pixels; 2: Base/4, 384 x 256; 3: Base,
+ *        768 x 512; 4: 4Base, 1536 x 1024; 5: 16Base, 3072 x 2048. Where a file has not got it, the
+ *        largest below it. Pictures turned by a quarter have these sides the other way round
+ * T_OK, or T_ERR_ARGUMENT (another number). */
+T_API int32_t T_CALL T_SetPCDResolution(int32_t level);
+
+/* Whether a module of the system decodes Photo CD files when it is there: "pcdlib.dll" on Windows,
+ * "libpcdlib.so" elsewhere, looked for by name at each load and identification. It must export
+ * PCDopen, PCDclose, PCDgetFormat, PCDgetResolution, PCDsetResolution, PCDgetRotation,
+ * PCDsetTransform, PCDloadImage, PCDgetBlock and PCDfreeBitmap, otherwise it counts as not there.
+ * It is asked for files of the system alone, never in memory loads or while files are redirected
+ * (T_RedirectIO); a file that it refuses goes to the library's own decoder.
+ * flag  0: never; anything else (at first): use it
+ * T_OK. A load that such a module fails gives T_ERR_BAD_DATA (its number 3000), T_ERR_SUBTYPE (3001
+ * and 3002), T_ERR_NO_MEMORY (5000), or T_ERR_READ (all others). */
+T_API int32_t T_CALL T_SetPCDModule(int32_t flag);
 
 /* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
  * do; programs that call this before they load bilevel files may go on doing so. T_OK. */

@@ -16,7 +16,6 @@
 #include "formats/macpaint.h"
 #include "formats/msp.h"
 #include "formats/pcd.h"
-#include "tavo45_pcd.h"
 #include "formats/pcx.h"
 #include "formats/png.h"
 #include "formats/pict.h"

@@ -7,6 +7,7 @@
 #include "conversion.h"
 #include "failure.h"
 #include "format_table.h"
+#include "load_options.h"
 #include "option_checks.h"
 #include "output_names.h"
 #include "program.h"
@@ -139,6 +140,7 @@ void add_convert(CLI::App& app, Action& action) {
   add_file_options(*command, *arguments);
   add_picture_options(*command, arguments->options);
   add_processing_options(*command, arguments->options.processing);
+  add_load_options(*command);
   add_reduction_options(*command, arguments->options.reduction);
   add_compression_options(*command, arguments->options.compression);
   command->footer(

@@ -10,6 +10,7 @@
 
 #include "failure.h"
 #include "format_table.h"
+#include "load_options.h"
 #include "option_checks.h"
 #include "picture.h"
 #include "program.h"
@@ -260,6 +261,7 @@ void add_info(CLI::App& app, Action& action) {
                    "first, of a GIF file the first image by itself")
       ->check(whole_number(1, T_MAX_PAGES))
       ->type_name("N");
+  add_load_options(*command);
   command->add_flag("--check", options->check,
                     "Read the pixels, too, of all pages or the one asked for: whole (exit status "
                     "0), partial (3) or damaged, without a single row (1). --json: \"check\" with "

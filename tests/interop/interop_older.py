@@ -3,8 +3,8 @@
 usage: interop_older.py TAVO
 
 MacPaint and GEM images with netpbm, these with FFmpeg, too, MSP with Pillow, WPG with
-GraphicsMagick and ImageMagick, which only read it, PICT with these two, FFmpeg and netpbm. The last
-line is "N passed, N failed".
+GraphicsMagick and ImageMagick, which only read it, PICT with these two, FFmpeg and netpbm; Photo CD
+files of these two with FFmpeg and Pillow. The last line is "N passed, N failed".
 """
 
 import binascii
@@ -131,6 +131,25 @@ def pict(kind, path):
             check(f'PICT: {width} columns of {kind} from netpbm', seen_by_tavo(theirs), want)
 
 
+def photo_cd():
+    """Grey pictures by FFmpeg's luma; colours by Pillow, which does not interpolate chroma."""
+    size = 768 * 512
+    ramp = bytes((x + y) // 5 % 256 for y in range(512) for x in range(768))
+    blobs = bytes(v for y in range(512) for x in range(768) for v in (x // 3, y // 2, 255 - x // 4))
+    for maker in (('gm', 'convert'), (CONVERT,)):
+        file = interop.folder / 'theirs.pcd'
+        run(*maker, write('grey.pgm', b'P5 768 512 255 ' + ramp), f'pcd:{file}')
+        luma = run('ffmpeg', '-v', 'error', '-f', 'image2', '-c:v', 'photocd', '-lowres', '2', '-i',
+                   file, '-f', 'rawvideo', '-pix_fmt', 'gray', '-')
+        level = [min((89024 * y + 32768) >> 16, 255) for y in range(256)]
+        want = luma and (768, 512, bytes(v for y in luma for v in [level[y]] * 3))
+        check(f'Photo CD: grey of {maker[0]} by FFmpeg', seen_by_tavo(file), want)
+        run(*maker, write('color.ppm', b'P6 768 512 255 ' + blobs), f'pcd:{file}')
+        ours, theirs = seen_by_tavo(file), rgb(pillow(file))
+        apart = sum(abs(a - b) for a, b in zip(ours[2], theirs[2])) if ours and theirs else 999 * size
+        check(f'Photo CD: colours of {maker[0]} by Pillow', apart < 2.5 * 3 * size, True)
+
+
 def main():
     interop.start('pbmtomacp', 'macptopbm', 'pbmtogem', 'gemtopnm', 'ffmpeg', 'gm', CONVERT,
                   'ppmtobmp', 'ppmtopict')
@@ -148,7 +167,8 @@ def main():
                 gem(kind, path, source, want)
                 wpg(kind, source, want)
         turned()
-    return interop.finish(220)
+        photo_cd()
+    return interop.finish(223)
 
 
 if __name__ == '__main__':

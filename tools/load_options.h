@@ -1,0 +1,10 @@
+// What all commands that read pictures can be told about it.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace tavo::tools {
+
+void add_load_options(CLI::App& command);
+
+}  // namespace tavo::tools
