@@ -1,5 +1,6 @@
 // Photo CD; there is no writer.
 #include "base/settings.h"
+#include "exports/answer.h"
 #include "exports/trio.h"
 #include "formats/pcd.h"
 #include "tavo45.h"
@@ -16,7 +17,7 @@ int32_t T_CALL T_LoadPCDBitmap(const char* name, BitmapHandle* bitmap) {
 }
 
 int32_t T_CALL T_SetPCDResolution(int32_t level) {
-  if (level < 0 || level > pcd::kLevels) return T_ERR_ARGUMENT;
+  if (level < 0 || level > pcd::kLevels) return exports::answer(kBadArgument);
   settings.photocd_level = level;
   return T_OK;
 }

@@ -87,7 +87,7 @@ int32_t T_CALL T_SetGIFFrames(int32_t flag) {
 }
 
 int32_t T_CALL T_SetDrawScale(int32_t scale) {
-  if (scale < 1 || scale > T_MAX_DRAW_SCALE) return T_ERR_ARGUMENT;
+  if (scale < 1 || scale > T_MAX_DRAW_SCALE) return exports::answer(kBadArgument);
   settings.draw_scale = scale;
   return T_OK;
 }
