@@ -8,18 +8,18 @@
 
 #include "base/buffer.h"
 #include "base/endian.h"
+#include "base/trigonometry.h"
 #include "core/progress.h"
 #include "process/scans/ink.h"
 #include "process/scans/scans.h"
-#include "process/trigonometry.h"
 
 namespace tavo::process {
 
 namespace {
 
-constexpr uint32_t kStripWidth = 16;   // in points
-constexpr uint32_t kMostPoints = 4096; // to either side of the page; a point is one pixel, or more
-constexpr uint32_t kCoarse = 4;        // points of a row of the first search
+constexpr uint32_t kStripWidth = 16;    // in points
+constexpr uint32_t kMostPoints = 4096;  // to either side of the page; a point is one pixel, or more
+constexpr uint32_t kCoarse = 4;         // points of a row of the first search
 constexpr int32_t kMostAngle = 1500;
 constexpr int32_t kMostSheared = 1600;  // a little more, to see where a peak ends
 // Columns that are full for so many rows are pictures or the scanner's border, not lines.
@@ -202,7 +202,8 @@ Peak search(Shear& shear, int64_t first, int64_t last, int64_t step) {
 int64_t refine(Shear& shear, int64_t slope, int64_t step) {
   constexpr int32_t kReach = 2 * static_cast<int32_t>(kCoarse);
   std::array<uint64_t, 2 * kReach + 1> contrasts;
-  for (int32_t i = -kReach; i <= kReach; ++i) contrasts[i + kReach] = shear.contrast(slope + i * step);
+  for (int32_t i = -kReach; i <= kReach; ++i)
+    contrasts[i + kReach] = shear.contrast(slope + i * step);
   const auto peak = static_cast<int32_t>(std::ranges::max_element(contrasts) - contrasts.begin());
   const uint64_t floor = contrasts[peak] / 4 * 3;
   uint64_t weights = 0;
