@@ -1,6 +1,6 @@
 // CRC-32 by products without carries (V. Gopal and others, "Fast CRC Computation for Generic
 // Polynomials Using PCLMULQDQ Instruction", Intel, 2009).
-#include <wmmintrin.h>
+#include <immintrin.h>
 
 #include "base/crc32.h"
 #include "base/vector_sse2.h"

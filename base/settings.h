@@ -87,6 +87,8 @@ struct Settings {
   // Drawings: pages so many times as large as at 96 pixels per inch; and averaged from larger ones.
   int32_t draw_scale = 1;
   bool draw_smooth = false;
+  // T_SetDeflateLevel.
+  int32_t deflate_level = T_LEVEL_DEFAULT;
   // JPEG quantisation table in zigzag order that replaces the scaled standard ones.
   bool has_custom_quantisers = false;
   uint8_t custom_quantisers[64] = {};

@@ -50,4 +50,10 @@ uint32_t adler32(uint32_t before, std::span<const uint8_t> bytes) {
   return b << 16 | a;
 }
 
+uint32_t adler32_changed(uint32_t sum, uint32_t difference, uint64_t bytes) {
+  const uint64_t a = (sum & 0xFFFF) + difference;
+  const uint64_t b = (sum >> 16) + difference * (bytes % kModulus);
+  return static_cast<uint32_t>(b % kModulus) << 16 | static_cast<uint32_t>(a % kModulus);
+}
+
 }  // namespace tavo

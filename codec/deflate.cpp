@@ -16,7 +16,7 @@ constexpr size_t kSample = 16384;
 constexpr uint32_t kFirstPlace = 2 * kHistory;
 
 // How the default level looks for matches.
-constexpr uint32_t kDepth = 48, kNice = 144;
+constexpr uint32_t kNice = 144, kEnds = 16;
 
 }  // namespace
 
@@ -25,6 +25,7 @@ Status Encoder::allocate(Level level) {
   TRY(window_.allocate(kWindow + kReadAhead));
   TRY(bits_.allocate());
   TRY(tokens_.allocate(kWindow, level == Level::kFast ? 0 : 2048));
+  if (level == Level::kSmall) TRY(optimal_.allocate());
   return level == Level::kFast ? last_.allocate(1u << kFastBits) : chains_.allocate();
 }
 
@@ -60,6 +61,16 @@ Status Encoder::encode(std::span<const uint8_t> bytes) {
   return kOk;
 }
 
+Status Encoder::store(std::span<const uint8_t> bytes) {
+  checksum_ = adler32(checksum_, bytes);
+  TRY(write_stored(bytes, false, bits_));
+  return bits_.flush();
+}
+
+void Encoder::change_checksum(uint32_t difference, uint64_t bytes) {
+  checksum_ = adler32_changed(checksum_, difference, bytes);
+}
+
 // The checksum stands behind, its first byte first.
 Status Encoder::finish() {
   TRY(compress(true));
@@ -78,9 +89,19 @@ Status Encoder::compress(bool is_last) {
     for (size_t i = 0; i < std::min(used_, kSample); ++i) ++bytes.literals[window_.data()[i]];
     bytes.distances[0] = static_cast<uint32_t>(std::min(used_, kSample) / 16);
     expect_symbols(bytes);
+    optimal_.start(window_.bytes().first(std::min(used_, kSample)));
   }
   tokens_.begin(window_.data() + at_);
-  level_ == Level::kFast ? parse_fast(end) : parse_lazily(end);
+  switch (level_) {
+    case Level::kDefault:
+      parse_lazily(end);
+      break;
+    case Level::kFast:
+      parse_fast(end);
+      break;
+    case Level::kSmall:
+      parse_optimally(end);
+  }
   TRY(tokens_.write(is_last, bits_));
   expect_symbols(tokens_.counts());
   slide();
@@ -96,6 +117,7 @@ void Encoder::expect_symbols(const Counts& counts) {
   };
   const uint32_t matches = sum(counts.distances) + 1;
   const auto rarity = static_cast<uint32_t>(std::bit_width(sum(counts.literals) / matches));
+  depth_ = rarity <= 2 ? 64 : rarity <= 4 ? 24 : 8;
   lengths_.set(std::clamp(bits_of_literal(counts), 4u, 8u), kUsual + 2 * rarity);
 }
 
@@ -141,6 +163,13 @@ void Encoder::parse_fast(size_t end) {
   at_ = i;
 }
 
+void Encoder::parse_optimally(size_t end) {
+  while (at_ < end) {
+    at_ += optimal_.parse(window_.data() + at_, place_of(at_), at_, end - at_, used_ - at_, chains_,
+                          tokens_);
+  }
+}
+
 // A match is taken unless a better one begins a byte later. A byte more is worth four bits of
 // distance.
 void Encoder::parse_lazily(size_t end) {
@@ -154,14 +183,14 @@ void Encoder::parse_lazily(size_t end) {
     return 4 * static_cast<int32_t>(m.length) - static_cast<int32_t>(std::bit_width(m.distance));
   };
   while (i < end) {
-    Match match = find(lengths_.shortest() - 1, kDepth);
+    Match match = find(lengths_.shortest() - 1, depth_);
     if (match.length == 0) {
       ++i;
       continue;
     }
     size_t entered = ++i;
     while (match.length < kNice && i < end) {
-      const Match next = find(match.length - 1, kDepth / 2);
+      const Match next = find(match.length - 1, depth_ / 2);
       entered = i + 1;
       if (next.length == 0 || worth(next) <= worth(match) + 2) break;
       match = next;
@@ -170,6 +199,7 @@ void Encoder::parse_lazily(size_t end) {
     --i;
     tokens_.add(static_cast<uint32_t>(i - literals), match.length, match.distance);
     i += match.length;
+    if (match.length > kNice / 2) entered = std::max(entered, i - kEnds);
     for (; entered < i; ++entered) chains_.enter(data + entered, place_of(entered));
     literals = i;
   }

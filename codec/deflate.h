@@ -8,11 +8,8 @@
 #include "base/status.h"
 #include "codec/deflate_block.h"
 #include "codec/deflate_matcher.h"
+#include "codec/deflate_optimal.h"
 #include "codec/deflate_tokens.h"
-
-namespace tavo {
-inline int32_t deflate_level_dev = 0;
-}
 
 namespace tavo::deflate {
 
@@ -39,6 +36,11 @@ class Encoder {
   // Begins a stream.
   void start();
   Status encode(std::span<const uint8_t> bytes);
+  // The first bytes of a stream as they are, by themselves: nothing that follows refers to them.
+  // They are the last of what `out` gets now.
+  Status store(std::span<const uint8_t> bytes);
+  // One of those bytes has become larger by so much; so many bytes have come from it on.
+  void change_checksum(uint32_t difference, uint64_t bytes);
   // Ends it, and gives what is left to `out`.
   Status finish();
 
@@ -47,6 +49,7 @@ class Encoder {
   // where a match takes them beyond, up to `used_`.
   void parse_fast(size_t end);
   void parse_lazily(size_t end);
+  void parse_optimally(size_t end);
 
   Status compress(bool is_last);
   void slide();
@@ -62,7 +65,9 @@ class Encoder {
   uint32_t checksum_ = 1;
   Tokens tokens_;
   Chains chains_;
+  OptimalParser optimal_;
   LeastLengths lengths_;
+  uint32_t depth_ = 0;    // how many places are looked at for a match
   Array<uint32_t> last_;  // the fast level: the last place of each hash
 };
 

@@ -190,22 +190,6 @@ uint64_t stored_bits(size_t bytes) {
   return 8 * uint64_t{bytes} + blocks * (kHeadBits + 7 + 32);
 }
 
-// LEN and its complement, from a byte on (3.2.4).
-Status write_stored(std::span<const uint8_t> data, bool is_last, BitWriter& out) {
-  do {
-    const std::span<const uint8_t> part = data.first(std::min(data.size(), kMostStored));
-    data = data.subspan(part.size());
-    out.put(is_last && data.empty() ? 1 : 0, 1);
-    out.put(kStored, 2);
-    out.align();
-    out.put(part.size(), 16);
-    out.put(part.size() ^ 0xFFFF, 16);
-    out.drain();
-    TRY(out.put_bytes(part));
-  } while (!data.empty());
-  return kOk;
-}
-
 // 256 times the binary logarithm, by the highest bits.
 uint32_t log2_in_256ths(uint32_t value) {
   static constexpr auto kTable = [] {
@@ -262,6 +246,16 @@ uint64_t estimate_bits(const Counts& counts) {
   return in_256ths / 256 + kFixedPart + kForEach * used;
 }
 
+void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs) {
+  uint32_t all = 1;
+  for (const uint32_t count : counts) all += count;
+  const uint32_t of_all = log2_in_256ths(all);
+  for (size_t i = 0; i < counts.size(); ++i) {
+    const uint32_t cost = of_all - log2_in_256ths(std::max(counts[i], 1u));
+    costs[i] = static_cast<uint16_t>(std::clamp(cost / 16, 16u, 16 * kMaxBits));
+  }
+}
+
 uint32_t bits_of_literal(const Counts& counts) {
   const auto literals = std::span(counts.literals).first(256);
   uint64_t in_256ths = 0, all = 0;
@@ -293,6 +287,22 @@ Status BitWriter::flush() {
   const size_t size = at_;
   at_ = 0;
   return size != 0 ? write_(context_, buffer_.bytes().first(size)) : kOk;
+}
+
+// LEN and its complement, from a byte on.
+Status write_stored(std::span<const uint8_t> data, bool is_last, BitWriter& out) {
+  do {
+    const std::span<const uint8_t> part = data.first(std::min(data.size(), kMostStored));
+    data = data.subspan(part.size());
+    out.put(is_last && data.empty() ? 1 : 0, 1);
+    out.put(kStored, 2);
+    out.align();
+    out.put(part.size(), 16);
+    out.put(part.size() ^ 0xFFFF, 16);
+    out.drain();
+    TRY(out.put_bytes(part));
+  } while (!data.empty());
+  return kOk;
 }
 
 Status write_block(std::span<const Sequence> sequences, const Counts& counts,

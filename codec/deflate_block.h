@@ -54,6 +54,9 @@ inline uint32_t distance_symbol(uint32_t distance) {
 // estimate, by the entropy.
 uint64_t estimate_bits(const Counts& counts);
 
+// What each symbol takes, in 16ths of a bit; of one that does not occur, what it would.
+void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs);
+
 // What a literal takes of these, 1 or more.
 uint32_t bits_of_literal(const Counts& counts);
 
@@ -93,6 +96,9 @@ class BitWriter {
   uint64_t held_ = 0;
   uint32_t count_ = 0;
 };
+
+// Writes data as they are, in as many blocks as it takes (3.2.4), at the end on a byte's begin.
+Status write_stored(std::span<const uint8_t> data, bool is_last, BitWriter& out);
 
 // Writes a block in whichever way takes the fewest bits. `data` are the bytes that the sequences
 // stand for.

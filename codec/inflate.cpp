@@ -4,48 +4,50 @@
 #include <cstring>
 
 #include "base/endian.h"
+#include "base/vector_sse2.h"
+#include "codec/deflate_format.h"
 
 namespace tavo::inflate {
 namespace {
 
-constexpr size_t kHistory = 32768;  // how far back matches reach (RFC 1951, 2)
+using deflate::kEndOfBlock;
+using deflate::kHistory;
+using deflate::kMaxMatch;
+
 // Decoded before what has no use any more is moved out.
 constexpr size_t kWindow = 4 * kHistory;
-constexpr size_t kMaxMatch = 258;
-constexpr size_t kSlack = 16;  // copies go by 8 bytes
-constexpr uint32_t kEndOfBlock = 256;
+constexpr size_t kSlack = 48;  // copies go by vectors
 // The longest match (RFC 1951, 3.2.5): a length code and its extra bits, a distance code and its.
 constexpr uint32_t kMatchBits = 15 + 5 + 15 + 13;
 
-struct Extra {
-  uint16_t base;
-  uint8_t bits;
-};
+constexpr Entry kEnd(Entry::kOther, 1), kNever(Entry::kOther, 2);
 
-// RFC 1951, 3.2.5; symbols 257 to 285, and distance symbols 0 to 29. The rest (286 and 287, 30 and
-// 31) have fixed codes, but never occur (3.2.6).
-constexpr Extra kLengths[] = {
-    {3, 0},  {4, 0},  {5, 0},  {6, 0},   {7, 0},   {8, 0},   {9, 0},   {10, 0},  {11, 1}, {13, 1},
-    {15, 1}, {17, 1}, {19, 2}, {23, 2},  {27, 2},  {31, 2},  {35, 3},  {43, 3},  {51, 3}, {59, 3},
-    {67, 4}, {83, 4}, {99, 4}, {115, 4}, {131, 5}, {163, 5}, {195, 5}, {227, 5}, {258, 0}};
-constexpr Extra kDistances[] = {{1, 0},     {2, 0},     {3, 0},      {4, 0},      {5, 1},
-                                {7, 1},     {9, 2},     {13, 2},     {17, 3},     {25, 3},
-                                {33, 4},    {49, 4},    {65, 5},     {97, 5},     {129, 6},
-                                {193, 6},   {257, 7},   {385, 7},    {513, 8},    {769, 8},
-                                {1025, 9},  {1537, 9},  {2049, 10},  {3073, 10},  {4097, 11},
-                                {6145, 11}, {8193, 12}, {12289, 12}, {16385, 13}, {24577, 13}};
-
-// Order in which the lengths of the code-length code are stored (3.2.7).
-constexpr uint8_t kLengthOrder[19] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
-                                      11, 4,  12, 3, 13, 2, 14, 1, 15};
-
-// Codes are packed from their most significant bit on into bytes that are filled from the lowest
-// bit on (RFC 1951, 3.1.1), so the bits in the register stand the other way round.
-uint32_t reverse(uint32_t code, uint32_t length) {
-  uint32_t reversed = 0;
-  for (; length > 0; --length, code >>= 1) reversed = reversed << 1 | (code & 1);
-  return reversed;
-}
+constexpr auto kLiteralEntries = [] {
+  std::array<Entry, HuffmanCode::kMaxSymbols> entries;
+  for (uint32_t i = 0; i < kEndOfBlock; ++i) entries[i] = Entry(Entry::kLiteral, i);
+  entries[kEndOfBlock] = kEnd;
+  uint32_t symbol = kEndOfBlock + 1;
+  for (const auto& [base, bits] : deflate::kLengths) {
+    entries[symbol++] = Entry(Entry::kNumber, base, bits);
+  }
+  while (symbol < entries.size()) entries[symbol++] = kNever;
+  return entries;
+}();
+constexpr auto kDistanceEntries = [] {
+  std::array<Entry, 32> entries;
+  entries.fill(kNever);
+  uint32_t symbol = 0;
+  for (const auto& [base, bits] : deflate::kDistances) {
+    entries[symbol++] = Entry(Entry::kNumber, base, bits);
+  }
+  return entries;
+}();
+// Of the code-length code: the symbols themselves.
+constexpr auto kPlainEntries = [] {
+  std::array<Entry, deflate::kLengthCodes> entries;
+  for (uint32_t i = 0; i < entries.size(); ++i) entries[i] = Entry(Entry::kNumber, i);
+  return entries;
+}();
 
 }  // namespace
 
@@ -54,8 +56,9 @@ uint32_t reverse(uint32_t code, uint32_t length) {
 //
 // kept: a set of codes that leaves some out is accepted, though 3.2.7 knows it for a single
 // distance code only. A stream that uses none of those that are not there decodes.
-bool HuffmanCode::build(std::span<const uint8_t> lengths) {
-  fast_.fill(0);
+bool HuffmanCode::build(std::span<const uint8_t> lengths, const Entry* entries) {
+  entries_ = entries;
+  fast_.fill({});
   counts_.fill(0);
   for (const uint8_t length : lengths) ++counts_[length];
   counts_[0] = 0;
@@ -72,29 +75,41 @@ bool HuffmanCode::build(std::span<const uint8_t> lengths) {
     const uint32_t length = lengths[symbol];
     if (length == 0) continue;
     symbols_[first[length]++] = static_cast<uint16_t>(symbol);
-    const uint32_t bits = reverse(code[length]++, length);
+    const uint32_t bits = deflate::reverse_code(code[length]++, length);
+    const Entry entry = entries[symbol].with_code(length);
     for (uint32_t i = bits; length <= kFastBits && i < 1u << kFastBits; i += 1u << length) {
-      fast_[i] = static_cast<uint16_t>(symbol << 4 | length);
+      fast_[i] = entry;
     }
   }
   return true;
 }
 
+// From the end on: what stands behind a code is looked up further ahead.
+void HuffmanCode::join_literals() {
+  for (uint32_t i = 1u << kFastBits; i-- > 0;) {
+    const Entry first = fast_[i];
+    if (first.kind() != Entry::kLiteral) continue;
+    const Entry second = fast_[i >> first.bits()];
+    const bool is_whole = first.bits() + second.bits() <= kFastBits;
+    if (second.kind() == Entry::kLiteral && is_whole) fast_[i] = first.and_then(second);
+  }
+}
+
 // Codes of more than kFastBits bits, which are the rare ones by their nature: bit by bit, from the
 // first code of each length.
-uint32_t HuffmanCode::look_up_slowly(uint64_t bits) const {
+Entry HuffmanCode::look_up_slowly(uint64_t bits) const {
   uint32_t code = 0;
   uint32_t first = 0;
   uint32_t index = 0;
   for (uint32_t length = 1; length <= kMaxBits; ++length, bits >>= 1) {
     code |= static_cast<uint32_t>(bits & 1);
     const uint32_t count = counts_[length];
-    if (code < first + count) return uint32_t{symbols_[index + (code - first)]} << 4 | length;
+    if (code < first + count) return entries_[symbols_[index + (code - first)]].with_code(length);
     index += count;
     first = (first + count) << 1;
     code <<= 1;
   }
-  return kNoCode;
+  return {};
 }
 
 Status Decoder::start() { return window_.allocate(kWindow + kMaxMatch + kSlack); }
@@ -148,14 +163,12 @@ Status Decoder::start_block() {
     case 0:
       return start_stored();
     case 1: {  // fixed codes (3.2.6)
-      std::array<uint8_t, 288> lengths;
-      std::fill(lengths.begin(), lengths.begin() + 144, uint8_t{8});
-      std::fill(lengths.begin() + 144, lengths.begin() + 256, uint8_t{9});
-      std::fill(lengths.begin() + 256, lengths.begin() + 280, uint8_t{7});
-      std::fill(lengths.begin() + 280, lengths.end(), uint8_t{8});
-      literals_.build(lengths);
-      std::fill_n(lengths.begin(), 30, uint8_t{5});
-      distances_.build({lengths.data(), 30});
+      std::array<uint8_t, HuffmanCode::kMaxSymbols> lengths;
+      for (uint32_t i = 0; i < lengths.size(); ++i) lengths[i] = deflate::fixed_literal_bits(i);
+      literals_.build(lengths, kLiteralEntries.data());
+      literals_.join_literals();
+      std::fill_n(lengths.begin(), 30, deflate::kFixedDistanceBits);
+      distances_.build({lengths.data(), 30}, kDistanceEntries.data());
       state_ = State::kCodes;
       return kOk;
     }
@@ -185,22 +198,22 @@ Status Decoder::read_codes() {
   const uint32_t literals = take(5) + 257;
   const uint32_t distances = take(5) + 1;
   const uint32_t stored = take(4) + 4;
-  std::array<uint8_t, 19> code_lengths = {};
+  std::array<uint8_t, deflate::kLengthCodes> code_lengths = {};
   for (uint32_t i = 0; i < stored; ++i) {
     if (!need(3)) return data_ended();
-    code_lengths[kLengthOrder[i]] = static_cast<uint8_t>(take(3));
+    code_lengths[deflate::kLengthOrder[i]] = static_cast<uint8_t>(take(3));
   }
   HuffmanCode& code = literals_;  // free until the lengths are known
-  if (!code.build(code_lengths)) return kBadData;
+  if (!code.build(code_lengths, kPlainEntries.data())) return kBadData;
 
   std::array<uint8_t, 320> lengths = {};
   const uint32_t count = literals + distances;
   for (uint32_t i = 0; i < count;) {
     if (!need(22) && !need(1)) return data_ended();
-    const uint32_t entry = code.look_up(reader_.bits.held);
-    if (entry == HuffmanCode::kNoCode) return kBadData;
-    reader_.bits.drop(entry & 15);
-    const uint32_t symbol = entry >> 4;
+    const Entry entry = code.look_up(reader_.bits.held);
+    if (entry.is_none()) return kBadData;
+    reader_.bits.drop(entry.bits());
+    const uint32_t symbol = entry.value();
     if (symbol < 16) {
       lengths[i++] = static_cast<uint8_t>(symbol);
       continue;
@@ -213,8 +226,11 @@ Status Decoder::read_codes() {
   }
   if (reader_.ran_out(reader_.bits)) return data_ended();
   if (literals > 286 || lengths[kEndOfBlock] == 0) return kBadData;
-  if (!literals_.build({lengths.data(), literals})) return kBadData;
-  if (!distances_.build({lengths.data() + literals, distances})) return kBadData;
+  if (!literals_.build({lengths.data(), literals}, kLiteralEntries.data())) return kBadData;
+  if (!distances_.build({lengths.data() + literals, distances}, kDistanceEntries.data())) {
+    return kBadData;
+  }
+  literals_.join_literals();
   state_ = State::kCodes;
   return kOk;
 }
@@ -235,27 +251,12 @@ Status Decoder::copy_stored() {
     const Status status = source_->read_some(room, got);
     reader_.reset();
     reader_.open(*source_);
-    TRY(status);
     used_ += got;
     stored_left_ -= static_cast<uint32_t>(got);
-    if (got < room.size()) return data_ended();
+    if (got < room.size()) return status.ok() ? data_ended() : status;
   }
   if (stored_left_ == 0) state_ = State::kBlock;
   return kOk;
-}
-
-// What stands behind the code of a length: its extra bits, a distance code with its own. Extra bits
-// are numbers, from the lowest bit on (RFC 1951, 3.1.1).
-inline bool Decoder::read_match(Bits& bits, uint32_t length_code, uint32_t& length,
-                                size_t& distance) const {
-  if (length_code >= std::size(kLengths)) return false;
-  length = kLengths[length_code].base + bits.take(kLengths[length_code].bits);
-  const uint32_t entry = distances_.look_up(bits.held);
-  const uint32_t code = entry >> 4;
-  if (code >= std::size(kDistances)) return false;
-  bits.drop(entry & 15);
-  distance = kDistances[code].base + bits.take(kDistances[code].bits);
-  return true;
 }
 
 // Copies a match, which may overlap what it makes (RFC 1951, 3.2.3): a distance of 1 repeats a
@@ -263,8 +264,17 @@ inline bool Decoder::read_match(Bits& bits, uint32_t length_code, uint32_t& leng
 inline void copy_match(uint8_t* to, size_t distance, uint32_t length) {
   uint8_t* const end = to + length;
   const uint8_t* from = to - distance;
+  if (distance >= sse2::kBytes) [[likely]] {
+    sse2::store(to, sse2::load(from));  // most are no longer than two
+    sse2::store(to + sse2::kBytes, sse2::load(from + sse2::kBytes));
+    for (to += 2 * sse2::kBytes, from += 2 * sse2::kBytes; to < end;
+         to += sse2::kBytes, from += sse2::kBytes)
+      sse2::store(to, sse2::load(from));
+    return;
+  }
   if (distance == 1) {
-    std::memset(to, *from, length);
+    const sse2::V all = sse2::splat8(*from);
+    for (; to < end; to += sse2::kBytes) sse2::store(to, all);
     return;
   }
   // What repeats within a word is written until it fills one.
@@ -276,50 +286,97 @@ inline void copy_match(uint8_t* to, size_t distance, uint32_t length) {
   for (; to < end; to += 8, from += 8) store_native(to, load_native<uint64_t>(from));
 }
 
-// Up to three literals, a match behind up to two, or the end of the block. A refill brings 56 bits:
-// enough for a match, or for three literals.
-inline Decoder::Step Decoder::decode_some(Bits& bits, uint8_t* window, size_t& used) {
-  reader_.refill(bits);
-  if (!reader_.has(bits, 1)) return Step::kDataEnded;
-  uint32_t entry = literals_.look_up(bits.held);
-  const int more = reader_.missing() == 0 ? 2 : 0;  // symbols that bits behind the end cannot be
-  for (int i = 0; i < more && entry < kEndOfBlock << 4; ++i) {
-    window[used++] = static_cast<uint8_t>(entry >> 4);
-    bits.drop(entry & 15);
-    entry = literals_.look_up(bits.held);
-  }
-  if (entry == HuffmanCode::kNoCode) return Step::kBadData;
-  if (bits.count < kMatchBits) reader_.refill(bits);
-  bits.drop(entry & 15);
-  const uint32_t symbol = entry >> 4;
-  uint32_t length = 0;
-  size_t distance = 0;
-  if (symbol > kEndOfBlock &&
-      (!read_match(bits, symbol - kEndOfBlock - 1, length, distance) || distance > used)) {
-    return Step::kBadData;
-  }
+// The number that an entry stands for. Extra bits are numbers, from the lowest bit on (RFC 1951,
+// 3.1.1).
+template <class Bits>
+inline uint32_t take_number(Bits& bits, Entry entry) {
+  bits.drop(entry.code_bits());
+  return entry.value() + bits.take(entry.bits() - entry.code_bits());
+}
+
+Decoder::Step Decoder::end_or_damage(Entry entry) {
+  return entry.value() == kEnd.value() && !entry.is_none() ? Step::kEndOfBlock : Step::kBadData;
+}
+
+// The match whose length has been looked up: its extra bits, a distance code with its own.
+inline Decoder::Step Decoder::read_match(Bits& bits, Entry entry, uint8_t* window,
+                                         size_t& used) const {
+  const uint32_t length = take_number(bits, entry);
+  const Entry far = distances_.look_up(bits.held);
+  if (far.is_none() || far.kind() != Entry::kNumber) return Step::kBadData;
+  const size_t distance = take_number(bits, far);
   if (reader_.ran_out(bits)) return Step::kDataEnded;
-  if (symbol == kEndOfBlock) return Step::kEndOfBlock;
-  if (symbol < kEndOfBlock) {
-    window[used++] = static_cast<uint8_t>(symbol);
-    return Step::kGoesOn;
-  }
+  if (distance > used) return Step::kBadData;
   copy_match(window + used, distance, length);
   used += length;
+  return Step::kGoesOn;
+}
+
+// A literal, a match or the end of the block, be it at the end of the data.
+Decoder::Step Decoder::decode_one(Bits& bits, uint8_t* window, size_t& used) {
+  reader_.refill(bits);
+  if (!reader_.has(bits, 1)) return Step::kDataEnded;
+  const Entry entry = literals_.look_up(bits.held);
+  if (entry.is_none()) return Step::kBadData;
+  if (entry.kind() == Entry::kNumber) return read_match(bits, entry, window, used);
+  bits.drop(entry.code_bits());
+  if (reader_.ran_out(bits)) return Step::kDataEnded;
+  if (!entry.is_literal()) return end_or_damage(entry);
+  window[used++] = static_cast<uint8_t>(entry.value());
+  return Step::kGoesOn;
+}
+
+// The same for as long as words of data are there. A refill brings 56 bits: three look-ups of
+// literals and what another one shows, or a match.
+inline Decoder::Step Decoder::decode_fast(Bits& bits, uint8_t* window, size_t& used) {
+  const auto put = [&](Entry entry) {
+    store_le16(window + used, static_cast<uint16_t>(entry.value()));
+    used += entry.kind();
+    bits.drop(entry.bits());
+  };
+  while (used < kWindow && bits.has_word()) {
+    reader_.refill_fast(bits);
+    Entry entry = literals_.look_up_fast(bits.held);
+    for (int i = 0; i < 3 && entry.is_literal(); ++i) {
+      put(entry);
+      entry = literals_.look_up_fast(bits.held);
+    }
+    if (entry.is_literal()) {
+      put(entry);
+      continue;
+    }
+    if (bits.count < kMatchBits) {
+      if (!bits.has_word()) break;
+      reader_.refill_fast(bits);
+    }
+    if (entry.is_none()) entry = literals_.look_up(bits.held);
+    if (entry.kind() == Entry::kNumber && !entry.is_none()) [[likely]] {
+      const Step step = read_match(bits, entry, window, used);
+      if (step != Step::kGoesOn) return step;
+    } else if (entry.is_literal()) {
+      put(entry);
+    } else {
+      bits.drop(entry.bits());
+      return end_or_damage(entry);
+    }
+  }
   return Step::kGoesOn;
 }
 
 // Literals and matches (RFC 1951, 3.2.5), until the block ends or the window is full.
 //
 // In bounds because a turn begins below kWindow, where kMaxMatch + kSlack bytes more are: it writes
-// two literals and a match or a third literal. A match begins in the window, as its distance is
+// up to six literals, two more and a match. A match begins in the window, as its distance is
 // compared with what has been decoded; kHistory bytes stay when the window moves.
 Status Decoder::decode_codes() {
   size_t used = used_;
   Bits bits = reader_.bits;
   Step step = Step::kGoesOn;
   uint8_t* const window = window_.data();
-  while (step == Step::kGoesOn && used < kWindow) step = decode_some(bits, window, used);
+  while (step == Step::kGoesOn && used < kWindow) {
+    step = decode_fast(bits, window, used);
+    if (step == Step::kGoesOn && used < kWindow) step = decode_one(bits, window, used);
+  }
   reader_.bits = bits;
   used_ = used;
   if (step == Step::kEndOfBlock) state_ = State::kBlock;

@@ -13,29 +13,68 @@
 
 namespace tavo::inflate {
 
+// What to do about a code: how many bits it takes, those behind it that belong to it included, and
+// what it stands for.
+class Entry {
+ public:
+  enum Kind : uint32_t { kNumber = 0, kLiteral = 1, kTwoLiterals = 2, kOther = 3 };
+
+  constexpr Entry() = default;  // none
+  // `extra` bits behind the code are added to the number.
+  constexpr Entry(Kind kind, uint32_t value, uint32_t extra = 0)
+      : word_(extra | kind << 6 | value << 16) {}
+
+  // For a code of so many bits.
+  constexpr Entry with_code(uint32_t bits) const { return Entry(word_ + bits + (bits << 8)); }
+  // This literal and another behind it; the code remains the first one's.
+  constexpr Entry and_then(Entry next) const {
+    const uint32_t literals = value() | next.value() << 8;
+    return Entry((bits() + next.bits()) | kTwoLiterals << 6 | code_bits() << 8 | literals << 16);
+  }
+
+  constexpr bool is_none() const { return word_ == 0; }
+  constexpr Kind kind() const { return static_cast<Kind>(word_ >> 6 & 3); }
+  constexpr bool is_literal() const { return kind() - 1u < 2; }
+  constexpr uint32_t bits() const { return word_ & 63; }
+  constexpr uint32_t code_bits() const { return word_ >> 8 & 31; }
+  constexpr uint32_t value() const { return word_ >> 16; }
+
+ private:
+  explicit constexpr Entry(uint32_t word) : word_(word) {}
+
+  uint32_t word_ =
+      0;  // bits in all: 0 to 5; kind: 6, 7; bits of the code: 8 to 12; value: 16 to 31
+};
+
 // A Huffman code: look-ups for codes of up to kFastBits bits, the canonical counts for the others.
 class HuffmanCode {
  public:
   static constexpr uint32_t kMaxBits = 15;
-  static constexpr uint32_t kFastBits = 10;
+  static constexpr uint32_t kFastBits = 11;
   static constexpr uint32_t kMaxSymbols = 288;
-  static constexpr uint32_t kNoCode = UINT32_MAX;
 
-  // Lengths of 0 stand for symbols without a code. False when there are more codes than can be.
-  bool build(std::span<const uint8_t> lengths);
+  // Lengths of 0 stand for symbols without a code; `entries` are what the symbols stand for. False
+  // when there are more codes than can be.
+  bool build(std::span<const uint8_t> lengths, const Entry* entries);
 
-  // The symbol that `bits` (lowest bit first) begin with, above 4 bits of its length; kNoCode.
-  uint32_t look_up(uint64_t bits) const {
-    const uint32_t entry = fast_[bits & ((1u << kFastBits) - 1)];
-    return entry != 0 ? entry : look_up_slowly(bits);
+  // Two literals that are short enough are looked up as one from now on.
+  void join_literals();
+
+  // What `bits` (lowest bit first) begin with; none: no code that there is.
+  Entry look_up(uint64_t bits) const {
+    const Entry entry = look_up_fast(bits);
+    return entry.is_none() ? look_up_slowly(bits) : entry;
   }
+  // The same; none, too, for codes that are longer.
+  Entry look_up_fast(uint64_t bits) const { return fast_[bits & ((1u << kFastBits) - 1)]; }
 
  private:
-  uint32_t look_up_slowly(uint64_t bits) const;
+  Entry look_up_slowly(uint64_t bits) const;
 
-  std::array<uint16_t, 1 << kFastBits> fast_;
+  std::array<Entry, 1 << kFastBits> fast_;
   std::array<uint16_t, kMaxBits + 1> counts_;
   std::array<uint16_t, kMaxSymbols> symbols_;
+  const Entry* entries_ = nullptr;
 };
 
 // Decodes one stream after the other.
@@ -58,7 +97,10 @@ class Decoder {
 
   using Bits = BitReader<BitOrder::kLowFirst>::Bits;
 
-  bool read_match(Bits& bits, uint32_t length_code, uint32_t& length, size_t& distance) const;
+  Step read_match(Bits& bits, Entry entry, uint8_t* window, size_t& used) const;
+  static Step end_or_damage(Entry entry);
+  Step decode_one(Bits& bits, uint8_t* window, size_t& used);
+  Step decode_fast(Bits& bits, uint8_t* window, size_t& used);
   bool need(uint32_t bits);
   uint32_t take(uint32_t bits) { return reader_.bits.take(bits); }
   Status more();
@@ -68,7 +110,6 @@ class Decoder {
   Status read_codes();
   Status copy_stored();
   Status decode_codes();
-  Step decode_some(Bits& bits, uint8_t* window, size_t& used);
   Status data_ended() const;
 
   ByteSource* source_ = nullptr;

@@ -1,7 +1,7 @@
 // The PNG trio.
 #include "exports/trio.h"
 #include "formats/png.h"
-#include "tavo45_png.h"
+#include "tavo45.h"
 
 using namespace tavo;
 

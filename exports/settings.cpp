@@ -97,6 +97,12 @@ int32_t T_CALL T_SetDrawSmooth(int32_t flag) {
   return T_OK;
 }
 
+int32_t T_CALL T_SetDeflateLevel(int32_t level) {
+  if (level < T_LEVEL_DEFAULT || level > T_LEVEL_SMALL) return exports::answer(kBadArgument);
+  settings.deflate_level = level;
+  return T_OK;
+}
+
 int32_t T_CALL T_SetRASVariant(int32_t variant) {
   if (variant != 0 && variant != 1) return exports::answer(kBadArgument);
   settings.ras_variant = variant;

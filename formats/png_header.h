@@ -10,7 +10,7 @@
 #include "base/byte_source.h"
 #include "base/status.h"
 #include "process/source_picture.h"
-#include "tavo45_png.h"
+#include "tavo45.h"
 
 namespace tavo::png {
 

@@ -31,13 +31,18 @@ class ChunkWriter {
     store_be32(&head[4], type);
     std::array<uint8_t, kCheckBytes> check;
     store_be32(check.data(), crc32(crc32(0, std::span(head).subspan(4)), data));
+    bytes_ += head.size() + data.size() + check.size();
     TRY(file_.write(head));
     TRY(file_.write(data));
     return file_.write(check);
   }
 
+  // So far.
+  uint64_t bytes() const { return bytes_; }
+
  private:
   io::OutputFile& file_;
+  uint64_t bytes_ = 0;
 };
 
 // The data of IDAT chunks, as they come from the encoder.
@@ -86,7 +91,8 @@ class Writer final : public io::RowWriter {
     TRY(above_.allocate(most));
     TRY(filtered_.allocate(1 + bytes + filters::kSlack));
     row_bytes_ = static_cast<size_t>(bytes);
-    return encoder_.allocate(static_cast<deflate::Level>(deflate_level_dev));
+    is_clear_ = request.depth == 32;
+    return encoder_.allocate(static_cast<deflate::Level>(settings.deflate_level));
   }
 
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
@@ -95,6 +101,7 @@ class Writer final : public io::RowWriter {
     TRY(write_header(picture));
     if ((kind_.color & kIsIndexed) != 0) TRY(write_palette(picture));
     TRY(write_size(picture));
+    data_at_ = chunks_.bytes() + kSignature.size();
     encoder_.start();
     return kOk;
   }
@@ -103,24 +110,65 @@ class Writer final : public io::RowWriter {
   Status put_row(std::span<const uint8_t> row) {
     uint8_t* const here = row_.data() + filters::kFront;
     std::memcpy(here, row.data(), row_bytes_);
-    const bool may_filter = (kind_.color & kIsIndexed) == 0 && kind_.bits == 8;
     const std::span<const uint8_t> bytes(here, row_bytes_);
     const uint8_t* const above = above_.data() + filters::kFront;
-    const auto filter =
-        may_filter ? filters::choose(bytes, above, kind_.pixel_bytes) : filters::Filter::kNone;
+    is_clear_ = is_clear_ && is_clear(bytes);
+    const auto filter = filters::choose(bytes, above, kind_.pixel_bytes, allowed_filters());
     filtered_.data()[0] = static_cast<uint8_t>(filter);
     filters::apply(filter, bytes, above, kind_.pixel_bytes, filtered_.data() + 1);
     std::swap(row_, above_);
-    return encoder_.encode(filtered_.bytes().first(1 + row_bytes_));
+    std::span<const uint8_t> coded = filtered_.bytes().first(1 + row_bytes_);
+    filtered_bytes_ += coded.size();
+    if (is_first_ && is_clear_) {
+      TRY(encoder_.store(coded.first(kApart)));
+      coded = coded.subspan(kApart);
+    }
+    is_first_ = false;
+    return encoder_.encode(coded);
   }
 
   Status finish() {
+    if (is_clear_) encoder_.change_checksum(kOpaque, filtered_bytes_ - (kApart - 1));
     TRY(encoder_.finish());
     TRY(chunks_.write(kIEND, {}));
+    if (is_clear_) TRY(make_opaque());
     return file_.finish();
   }
 
  private:
+  // A picture whose fourth bytes are all 0 has no opacity: programs leave them so. That it is none
+  // shows at its end, so it is written in a way that one byte decides. The first pixel's opacity is
+  // the difference from 0, and all others, by the filters Sub in the first row and Up and Paeth in
+  // the others, have none from that. It stands apart in a chunk of its own, as stored, so that it
+  // can be changed: kApart bytes of the data (filter type, pixel) behind the heads of the stream
+  // (RFC 1950, 2.2) and of the block (RFC 1951, 3.2.4).
+  static constexpr size_t kApart = 5;
+  static constexpr size_t kBeforeApart = 2 + 5;
+  static constexpr uint8_t kOpaque = 255;
+
+  static bool is_clear(std::span<const uint8_t> pixels) {
+    uint32_t all = 0;
+    for (size_t i = 0; i < pixels.size(); i += 4) all |= load_le32(&pixels[i]);
+    return all >> 24 == 0;
+  }
+
+  uint32_t allowed_filters() const {
+    const auto bit = [](filters::Filter filter) { return 1u << static_cast<uint32_t>(filter); };
+    if ((kind_.color & kIsIndexed) != 0 || kind_.bits < 8) return bit(filters::Filter::kNone);
+    if (!is_clear_) return filters::kAllFilters;
+    return is_first_ ? bit(filters::Filter::kSub)
+                     : bit(filters::Filter::kUp) | bit(filters::Filter::kPaeth);
+  }
+
+  Status make_opaque() {
+    std::array<uint8_t, kHeadBytes + kBeforeApart + kApart + kCheckBytes> chunk;
+    TRY(file_.read_at(data_at_, chunk));
+    const auto data = std::span(chunk).subspan(4, chunk.size() - 4 - kCheckBytes);  // and its type
+    data.back() = kOpaque;
+    store_be32(&chunk[chunk.size() - kCheckBytes], crc32(0, data));
+    return file_.write_at(data_at_, chunk);
+  }
+
   Status write_header(const BitmapHandle& picture) {
     std::array<uint8_t, kHeaderBytes> data = {};
     store_be32(&data[0], static_cast<uint32_t>(picture.Width));
@@ -157,6 +205,10 @@ class Writer final : public io::RowWriter {
   Kind kind_;
   T_PaletteEntry palette_[256] = {};
   size_t row_bytes_ = 0;
+  bool is_first_ = true;
+  bool is_clear_ = false;        // all fourth bytes so far are 0
+  uint64_t filtered_bytes_ = 0;  // that have come
+  uint64_t data_at_ = 0;         // where the first IDAT chunk is in the file
   Buffer row_, above_, filtered_;
 };
 

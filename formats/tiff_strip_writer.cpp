@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/settings.h"
 #include "codec/packbits.h"
 #include "core/bitmap.h"
 
@@ -31,7 +32,7 @@ Status StripWriter::start(const Variant& variant, const BitmapHandle& picture, i
   if (compression_ == kDeflate) {
     // Differences of levels take fewer bytes than levels, those of indices more than indices.
     has_predictor = depth >= 8 && (has_levels || is_asked);
-    TRY(deflate_.allocate(static_cast<deflate::Level>(deflate_level_dev)));
+    TRY(deflate_.allocate(static_cast<deflate::Level>(settings.deflate_level)));
   }
   return has_predictor ? differences_.allocate(bytes) : kOk;
 }

@@ -51,7 +51,8 @@ class StripWriter {
  public:
   explicit StripWriter(Output& out) : out_(out), ccitt_(out), lzw_(out), deflate_(out) {}
 
-  // `picture` and `depth`: what is written; `has_levels`: samples, not indices. kNoMemory, kBadSize.
+  // `picture` and `depth`: what is written; `has_levels`: samples, not indices. kNoMemory,
+  // kBadSize.
   Status start(const Variant& variant, const BitmapHandle& picture, int32_t depth, bool has_levels);
 
   Status begin_strip();

@@ -8,7 +8,6 @@
 #include "color/palettes.h"
 #include "formats/tiff.h"
 #include "formats/tiff_directory.h"
-#include "tavo45_png.h"
 #include "formats/tiff_strip_writer.h"
 #include "io/input_file.h"
 
@@ -23,9 +22,12 @@ constexpr uint32_t kHeaderBytes = 8;     // section 2: byte order, version, offs
 constexpr uint32_t kLinkInHeader = 4;
 
 constexpr Variant kVariants[] = {
-    {T_FORMAT_TIFF, kNone, 0},          {T_FORMAT_TIFF_PACKBITS, kPackBits, 0},
-    {T_FORMAT_TIFF_GROUP3, kGroup3, 0}, {T_FORMAT_TIFF_GROUP3_2D, kGroup3, 1},
-    {T_FORMAT_TIFF_GROUP4, kGroup4, 0}, {T_FORMAT_TIFF_LZW, kLzw, 0},
+    {T_FORMAT_TIFF, kNone, 0},
+    {T_FORMAT_TIFF_PACKBITS, kPackBits, 0},
+    {T_FORMAT_TIFF_GROUP3, kGroup3, 0},
+    {T_FORMAT_TIFF_GROUP3_2D, kGroup3, 1},
+    {T_FORMAT_TIFF_GROUP4, kGroup4, 0},
+    {T_FORMAT_TIFF_LZW, kLzw, 0},
     {T_FORMAT_TIFF_DEFLATE, kDeflate, 0},
 };
 

@@ -5,11 +5,11 @@
 #include <cstring>
 #include <iterator>
 
-#include "tavo45_pict.h"
 #include "format_fuzzer.h"
 #include "input.h"
 #include "io/file_table.h"
 #include "tavo45.h"
+#include "tavo45_pict.h"
 
 namespace {
 
@@ -319,7 +319,7 @@ constexpr int32_t kFormats[] = {
     T_FORMAT_TIFF_LZW,    T_FORMAT_CALS,        T_FORMAT_TIFF_GROUP3_2D,
     T_FORMAT_RAS,         T_FORMAT_JPEG_2X1_24, T_FORMAT_MAC,
     T_FORMAT_IMG,         T_FORMAT_MSP,         T_FORMAT_WPG,
-    T_FORMAT_PCT,
+    T_FORMAT_PCT,         T_FORMAT_PNG,         T_FORMAT_TIFF_DEFLATE,
 };
 
 void Machine::save() {
@@ -390,6 +390,7 @@ void Machine::stream() {
                     : info.Format == T_FORMAT_MSP  ? T_LoadMSPFile
                     : info.Format == T_FORMAT_WPG  ? T_LoadWPGFile
                     : info.Format == T_FORMAT_PCT  ? T_LoadPCTFile
+                    : info.Format == T_FORMAT_PNG  ? T_LoadPNGFile
                                                    : T_LoadBMPFile;
   const int32_t status = read(name, &second, Rows::sink, bits, &rows);
   if (known(status) == T_OK) require(rows.next == static_cast<uint32_t>(second.Height));

@@ -23,7 +23,7 @@
  *   Resampling                     rows and bitmaps of another size
  *   Processing                     rotation, filters, adjustments of whole bitmaps
  *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint, MSP,
- *                                  GEM IMG, WPG, Photo CD
+ *                                  GEM IMG, WPG, PNG, Photo CD
  *   Compressed pictures: coding    JPEG and CMP, stamps
  *   Compressed pictures: 1 bit     bilevel CMP files
  *   Compressed pictures: decoding  JPEG and CMP, whole or in pieces; stamps, how they are coded
@@ -322,7 +322,9 @@ typedef struct BitmapHandle {
 #define T_FORMAT_WPG 54
 #define T_FORMAT_RAS 55
 #define T_FORMAT_PCD 57
-#define T_FORMAT_DCX 202 /* save variant of T_FORMAT_PCX: pages, be it one */
+#define T_FORMAT_PNG 200
+#define T_FORMAT_TIFF_DEFLATE 201 /* save variant of T_FORMAT_TIFF */
+#define T_FORMAT_DCX 202          /* save variant of T_FORMAT_PCX: pages, be it one */
 
 /* Example: colors of a palette by hand.
  *   BitmapHandle bitmap = T_EMPTY;
@@ -560,7 +562,8 @@ typedef struct FILEINFO {
   uint32_t Reserved[9];
 } FILEINFO;
 
-/* FILEINFO.Extras: what loads pass over. Bitmaps have no place for it, saves do not write it. */
+/* FILEINFO.Extras: what loads pass over. Bitmaps have no place for it, saves do not write it, but
+ * for the opacity of PNG files. */
 #define T_EXTRA_ALPHA                                                                             \
   0x0001u                    /* opacity, or a color that stands for transparent; of 32-bit pixels \
                                 the spare byte keeps it */
@@ -1320,7 +1323,7 @@ typedef struct T_TIFFOption {
   int32_t YResolution;
   uint32_t WriterDefaults[2]; /* copied into new bitmaps, whose own values count in a save:
                                  [0] rows per strip, 0 for strips of about 64 KiB;
-                                 [1] 2: LZW saves of 8 and 24 bits store differences */
+                                 [1] 2: LZW and Deflate saves of 8 and 24 bits store differences */
   uint32_t Words[32];         /* not looked at */
 } T_TIFFOption;
 
@@ -1346,7 +1349,9 @@ T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
  *             even ramp from black to white. Rows come as stored: ViewPerspective is 2 for
  *             orientation 4, else 0; FILEINFO.Orientation tells the others. Resolutions per
  *             centimetre are converted; without a unit the bitmap keeps its own.
- * Written     T_FORMAT_TIFF uncompressed, ..._PACKBITS and ..._LZW with 1, 4, 8 and 24 bits;
+ * Written     T_FORMAT_TIFF uncompressed, ..._PACKBITS, ..._LZW and ..._DEFLATE with 1, 4, 8 and 24
+ *             bits (..._DEFLATE as T_SetDeflateLevel says, grey and colors of 8 and 24 bits always
+ *             as differences);
  *             ..._GROUP3 (one-dimensional), ..._GROUP3_2D and ..._GROUP4 with 1 bit, which are
  *             white and black: the brighter of the two colors becomes white. Other depths are
  *             T_ERR_DEPTH. Little-endian, top row first, strips of about 64 KiB; a palette that is
@@ -1366,6 +1371,40 @@ T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_Row
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTIFBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveTIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* How PNG files and TIFF files with Deflate are compressed from now on. The pixels are the same. */
+#define T_LEVEL_DEFAULT 0
+#define T_LEVEL_FAST 1  /* in a fraction of the time, about a tenth larger */
+#define T_LEVEL_SMALL 2 /* as small as can be, which takes many times as long */
+/* level  T_LEVEL_ value
+ * T_OK or T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_SetDeflateLevel(int32_t level);
+
+/* Portable Network Graphics (PNG). An addition: identifiers of other libraries do not reach it.
+ * Read        All color types and depths, interlaced or not. Of an animation (APNG) the picture
+ *             that programs show which know nothing of animations.
+ * Delivered   1 bit as 1; 2 and 4 bits as 4; grey, with opacity or without, and indices of 8 bits
+ * as 8, of 16 bits rounded to 8 (value * 255 / 65535); colors as 24 bits (T_ORDER_RGB). Top row
+ * first, rows of interlaced files in picture order, too: such a picture is held in memory.
+ * Transparent pixels show the file's background color, or white, and what is between is mixed. When
+ * 32 bits are asked of a file that knows opacity (T_EXTRA_ALPHA), its colors come unmixed and the
+ * fourth byte is the opacity, 0 to 255. Gamma and color profiles are not applied. Pixels per metre
+ * become dots per inch. Written     1, 4 and 8 bits, grey when the palette is an even ramp from
+ * black to white, else with the bitmap's Colors; 24 bits; 32 bits with the fourth byte as opacity.
+ * A picture whose fourth bytes are all 0 has none: it is opaque. So is a bitmap of fewer bits,
+ * which is written with 24. T_SetDeflateLevel says how small files become. Other depths:
+ *             T_ERR_DEPTH. Never interlaced.
+ * Statuses    T_ERR_BAD_DATA: no PNG file, a wrong checksum or damage in a chunk that the picture
+ *             needs; T_ERR_READ: it ends early; T_ERR_SUBTYPE: a critical chunk, a compression or a
+ *             filter method that the format does not define. The rows before that are delivered
+ *             (those of a damaged chunk, too, as its checksum stands behind it); of an interlaced
+ *             picture all, as coarse as they have come, none of which counts as whole. Chunks that
+ *             are not needed are passed over when their checksums are wrong.
+ * Facts: W3C, "Portable Network Graphics (PNG) Specification", third edition. */
+T_API int32_t T_CALL T_LoadPNGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadPNGBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SavePNGBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
 /* MacPaint documents: one page of 576 x 720 pixels in black and white.
  * Read        With a MacBinary header in front or without; resource forks and patterns are skipped.

@@ -3,9 +3,7 @@
 #include <algorithm>
 
 #include "base/settings.h"
-#include "tavo45_png.h"
 #include "compress/bitmap_compressor.h"
-#include "tavo45_pict.h"
 #include "formats/bmp.h"
 #include "formats/cals.h"
 #include "formats/cmp_bilevel.h"
@@ -17,14 +15,15 @@
 #include "formats/msp.h"
 #include "formats/pcd.h"
 #include "formats/pcx.h"
-#include "formats/png.h"
 #include "formats/pict.h"
+#include "formats/png.h"
 #include "formats/ras.h"
 #include "formats/tga.h"
 #include "formats/tiff.h"
 #include "formats/wmf.h"
 #include "formats/wpg.h"
 #include "tavo45_draw.h"
+#include "tavo45_pict.h"
 
 namespace tavo::pipeline {
 

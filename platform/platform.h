@@ -134,7 +134,7 @@ enum class Processor {
   kPlain,  // for tests and benchmarks: the plain loops, where there are any
   kSse2,
   kSsse3,
-  kAvx2,    // with both sets of bit manipulation (BMI)
+  kAvx2,    // with both sets of bit manipulation (BMI) and products without carries
   kAvx512,  // the foundation, byte and word instructions, byte permutations (VBMI)
 };
 // Asked once, at start-up.

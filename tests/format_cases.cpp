@@ -114,6 +114,7 @@ FormatCase tiff_case() {
       {"Group 3 2-D", saved_sample(T_FORMAT_TIFF_GROUP3_2D, 1, 90, 3)},
       {"Group 4", saved_sample(T_FORMAT_TIFF_GROUP4, 1, 90, 5)},
       {"LZW", saved_sample(T_FORMAT_TIFF_LZW, 8, 9, 3)},
+      {"Deflate", saved_sample(T_FORMAT_TIFF_DEFLATE, 24, 9, 3)},
       {"Deflate in tiles", tiff_file(tiled, deflate_stored(Bytes(16 * 16 * 3, 3)))},
       {"16 bits in planes", tiff_file(planar, Bytes(36, 0x5A), true)},
       {"2 bits", tiff_file(tiff_tags(5, 1, 2, 1, 1, 0, 2), {0x1B, 0x80})},
@@ -163,9 +164,9 @@ FormatCase bilevel_case() {
 
 const std::vector<FormatCase>& format_cases() {
   static const std::vector<FormatCase> cases = {
-      bmp_case(),      tiff_case(), gif_case(),     cals_case(), tga_case(),
-      ras_case(),      pcx_case(),  bilevel_case(), jpeg_case(), cmp_case(),
-      macpaint_case(), msp_case(),  gem_case(),     wpg_case(),  pict_case()};
+      bmp_case(), tiff_case(),    gif_case(),  cals_case(), tga_case(),      ras_case(),
+      pcx_case(), bilevel_case(), jpeg_case(), cmp_case(),  macpaint_case(), msp_case(),
+      gem_case(), wpg_case(),     pict_case(), png_case()};
   return cases;
 }
 

@@ -54,6 +54,7 @@ FormatCase msp_case();
 FormatCase gem_case();
 FormatCase wpg_case();
 FormatCase pict_case();
+FormatCase png_case();
 
 // A TIFF file: `data` at offset 8, then a directory of these tags and its longer values.
 struct TiffTag {

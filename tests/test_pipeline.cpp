@@ -269,6 +269,7 @@ TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
                {T_FORMAT_MSP, 1, T_LoadMSPFile, T_LoadMSPBitmap, T_SaveMSPBitmap},
                {T_FORMAT_WPG, 8, T_LoadWPGFile, T_LoadWPGBitmap, T_SaveWPGBitmap},
                {T_FORMAT_PCT, 24, T_LoadPCTFile, T_LoadPCTBitmap, T_SavePCTBitmap},
+               {T_FORMAT_PNG, 24, T_LoadPNGFile, T_LoadPNGBitmap, T_SavePNGBitmap},
                {T_FORMAT_TIFF, 24, T_LoadTIFFile, T_LoadTIFBitmap, T_SaveTIFBitmap}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.format);

@@ -8,7 +8,6 @@
 #include "failure.h"
 #include "format_table.h"
 #include "option_checks.h"
-#include "tavo45_png.h"
 
 namespace tavo::tools {
 namespace {

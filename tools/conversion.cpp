@@ -14,7 +14,6 @@
 #include "rows_read.h"
 #include "source.h"
 #include "streams.h"
-#include "tavo45_png.h"
 
 namespace tavo::tools {
 namespace {

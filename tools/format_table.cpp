@@ -1,7 +1,5 @@
 #include "format_table.h"
 
-#include "tavo45_png.h"
-
 #include <algorithm>
 #include <charconv>
 #include <sstream>

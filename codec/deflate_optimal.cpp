@@ -1,0 +1,130 @@
+#include "codec/deflate_optimal.h"
+
+#include <algorithm>
+
+namespace tavo::deflate {
+namespace {
+
+constexpr uint32_t kDepth = 400, kNice = kMaxMatch;
+constexpr uint32_t kWays = 4;  // that are looked for
+constexpr uint32_t kRoom = 8;  // for matches of each byte, on the average
+
+}  // namespace
+
+Status OptimalParser::allocate() {
+  TRY(matches_.allocate(kRoom * kStretch + Chains::kMaxFound));
+  TRY(first_match_.allocate(kStretch + 2));
+  return steps_.allocate(kStretch + kMaxMatch + 1);
+}
+
+// Before anything is known: what the bytes themselves say, and that matches are many.
+void OptimalParser::start(std::span<const uint8_t> data) {
+  counts_ = {};
+  for (const uint8_t byte : data) counts_.literals[byte] += 2;
+  const auto some = static_cast<uint32_t>(data.size() / 64 + 1);
+  for (uint32_t s = 0; s < 29; ++s) counts_.literals[kEndOfBlock + 1 + s] = some;
+  counts_.distances.fill(some);
+}
+
+// Until the stretch or the room ends. Behind a match that is as long as can be, nothing better is
+// looked for.
+size_t OptimalParser::find_matches(const uint8_t* data, uint32_t place, size_t history, size_t end,
+                                   size_t ahead, Chains& chains) {
+  const size_t most = std::min(end, kStretch);
+  uint32_t used = 0, skipped = 0;
+  size_t i = 0;
+  for (; i < most && used < kRoom * kStretch; ++i) {
+    first_match_[i] = used;
+    const auto at_place = place + static_cast<uint32_t>(i);
+    if (skipped > 0) {
+      chains.enter(data + i, at_place);
+      --skipped;
+      continue;
+    }
+    const auto left = static_cast<uint32_t>(std::min<size_t>(ahead - i, kMaxMatch));
+    const uint32_t count = chains.find_all(data + i, at_place, history + i, left, kDepth, kNice,
+                                           matches_.data() + used);
+    used += count;
+    if (count > 0 && matches_[used - 1].length == kMaxMatch) skipped = kMaxMatch - 1;
+  }
+  first_match_[i] = used;
+  return i;
+}
+
+void OptimalParser::set_costs(const Counts& counts) {
+  std::array<uint16_t, kLiteralCodes> literals;
+  costs_of(counts.literals, literals);
+  costs_of(counts.distances, costs_.distances);
+  std::copy_n(literals.begin(), 256, costs_.literals.begin());
+  for (uint32_t length = kMinMatch; length <= kMaxMatch; ++length) {
+    const uint32_t s = kLengthSymbol[length];
+    costs_.lengths[length] =
+        static_cast<uint16_t>(literals[kEndOfBlock + 1 + s] + 16 * kLengths[s].bits);
+  }
+  for (uint32_t s = 0; s < kDistanceCodes; ++s) {
+    costs_.distances[s] = static_cast<uint16_t>(costs_.distances[s] + 16 * kDistances[s].bits);
+  }
+}
+
+// From the end to the begin: from each byte the cheapest of a literal and all matches, cut to any
+// length that a nearer one does not have. Matches may go beyond the end, where all costs nothing.
+void OptimalParser::find_way(const uint8_t* data, size_t size) {
+  std::fill_n(steps_.data() + size, kMaxMatch + 1, Step{});
+  for (size_t i = size; i-- > 0;) {
+    Step best = {costs_.literals[data[i]] + steps_[i + 1].cost, 1, 0};
+    uint32_t length = kMinMatch;
+    for (uint32_t m = first_match_[i]; m < first_match_[i + 1]; ++m) {
+      const Match& match = matches_[m];
+      const uint32_t distance = costs_.distances[distance_symbol(match.distance)];
+      for (; length <= match.length; ++length) {
+        const uint32_t cost = distance + costs_.lengths[length] + steps_[i + length].cost;
+        if (cost >= best.cost) continue;
+        best = {cost, static_cast<uint16_t>(length), static_cast<uint16_t>(match.distance)};
+      }
+    }
+    steps_[i] = best;
+  }
+}
+
+Counts OptimalParser::count_way(const uint8_t* data, size_t size) const {
+  Counts counts;
+  counts.literals[kEndOfBlock] = 1;
+  for (size_t i = 0; i < size; i += steps_[i].length) {
+    const Step& step = steps_[i];
+    if (step.length == 1) {
+      ++counts.literals[data[i]];
+    } else {
+      ++counts.literals[kEndOfBlock + 1 + kLengthSymbol[step.length]];
+      ++counts.distances[distance_symbol(step.distance)];
+    }
+  }
+  return counts;
+}
+
+size_t OptimalParser::parse(const uint8_t* data, uint32_t place, size_t history, size_t end,
+                            size_t ahead, Chains& chains, Tokens& tokens) {
+  const size_t size = find_matches(data, place, history, end, ahead, chains);
+  for (uint32_t way = 0; way < kWays; ++way) {
+    set_costs(counts_);
+    find_way(data, size);
+    counts_ = count_way(data, size);
+  }
+  uint32_t literals = 0;
+  size_t i = 0;
+  for (; i < size; i += steps_[i].length) {
+    const Step& step = steps_[i];
+    if (step.length == 1) {
+      ++literals;
+    } else {
+      tokens.add(literals, step.length, step.distance);
+      literals = 0;
+    }
+  }
+  tokens.add(literals, 0, 0);
+  for (size_t entered = size; entered < i; ++entered) {
+    chains.enter(data + entered, place + static_cast<uint32_t>(entered));
+  }
+  return i;
+}
+
+}  // namespace tavo::deflate

@@ -1,0 +1,57 @@
+// The parse that takes the fewest bits, as far as what symbols take is known before.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/buffer.h"
+#include "base/status.h"
+#include "codec/deflate_block.h"
+#include "codec/deflate_matcher.h"
+#include "codec/deflate_tokens.h"
+
+namespace tavo::deflate {
+
+// Matches of a stretch of data are found once; then the cheapest way through it is looked for
+// several times, each time with what the symbols of the one before take.
+class OptimalParser {
+ public:
+  // Stretches are at most so long.
+  static constexpr size_t kStretch = 32768;
+
+  Status allocate();
+  // A stream begins, of which `data` are the first bytes.
+  void start(std::span<const uint8_t> data);
+
+  // Parses up to `end` bytes of `data`, of which `ahead` may be looked at, into `tokens`; at most
+  // kStretch. `place` and `history` are as Chains wants them. Returns how many were parsed.
+  size_t parse(const uint8_t* data, uint32_t place, size_t history, size_t end, size_t ahead,
+               Chains& chains, Tokens& tokens);
+
+ private:
+  // Bits in 16ths that symbols take.
+  struct Costs {
+    std::array<uint16_t, 256> literals;
+    std::array<uint16_t, kMaxMatch + 1> lengths;
+    std::array<uint16_t, kDistanceCodes> distances;
+  };
+  struct Step {
+    uint32_t cost;
+    uint16_t length;
+    uint16_t distance;
+  };
+
+  size_t find_matches(const uint8_t* data, uint32_t place, size_t history, size_t end, size_t ahead,
+                      Chains& chains);
+  void set_costs(const Counts& counts);
+  void find_way(const uint8_t* data, size_t size);
+  Counts count_way(const uint8_t* data, size_t size) const;
+
+  Costs costs_;
+  Counts counts_;  // of the stretch before
+  Array<Match> matches_;
+  Array<uint32_t> first_match_;  // of each byte
+  Array<Step> steps_;            // from each byte to the end
+};
+
+}  // namespace tavo::deflate
