@@ -81,7 +81,7 @@ void add(const std::string& name, const Input& input, Run run) {
   })->Unit(benchmark::kMillisecond);
 }
 
-void add_level(const Input& input, const char* name, int32_t level) {
+void add_level(Input& input, const char* name, int32_t level) {
   T_SetDeflateLevel(level);
   std::printf("  %-12s%8zu\n", name, saved_file(input.bitmap, T_FORMAT_PNG).size());
   add(std::string("encode/") + input.name + "/tavo " + name, input,

@@ -5,8 +5,8 @@
 namespace tavo::deflate {
 namespace {
 
-constexpr uint32_t kDepth = 400, kNice = kMaxMatch;
-constexpr uint32_t kWays = 4;  // that are looked for
+constexpr uint32_t kDepth = 200, kNice = kMaxMatch;
+constexpr uint32_t kWays = 3;  // that are looked for
 constexpr uint32_t kRoom = 8;  // for matches of each byte, on the average
 
 }  // namespace

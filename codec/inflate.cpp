@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 #include "base/endian.h"
 #include "base/vector_sse2.h"
@@ -52,33 +53,34 @@ constexpr auto kPlainEntries = [] {
 }  // namespace
 
 // Canonical codes from lengths (RFC 1951, 3.2.2): the codes of a length are consecutive, in the
-// order of their symbols.
+// order of their symbols. The table is made for one length after the other, twice as large each
+// time: what codes of fewer bits stand for is found whatever follows them.
 //
 // kept: a set of codes that leaves some out is accepted, though 3.2.7 knows it for a single
 // distance code only. A stream that uses none of those that are not there decodes.
 bool HuffmanCode::build(std::span<const uint8_t> lengths, const Entry* entries) {
   entries_ = entries;
-  fast_.fill({});
   counts_.fill(0);
   for (const uint8_t length : lengths) ++counts_[length];
   counts_[0] = 0;
   std::array<uint16_t, kMaxBits + 2> first = {};  // index into symbols_
-  std::array<uint32_t, kMaxBits + 2> code = {};
   int32_t left = 1;
   for (uint32_t length = 1; length <= kMaxBits; ++length) {
     left = 2 * left - counts_[length];
     if (left < 0) return false;
     first[length + 1] = static_cast<uint16_t>(first[length] + counts_[length]);
-    code[length + 1] = (code[length] + counts_[length]) << 1;
   }
   for (uint32_t symbol = 0; symbol < lengths.size(); ++symbol) {
-    const uint32_t length = lengths[symbol];
-    if (length == 0) continue;
-    symbols_[first[length]++] = static_cast<uint16_t>(symbol);
-    const uint32_t bits = deflate::reverse_code(code[length]++, length);
-    const Entry entry = entries[symbol].with_code(length);
-    for (uint32_t i = bits; length <= kFastBits && i < 1u << kFastBits; i += 1u << length) {
-      fast_[i] = entry;
+    if (lengths[symbol] != 0) symbols_[first[lengths[symbol]]++] = static_cast<uint16_t>(symbol);
+  }
+  fast_[0] = {};
+  uint32_t code = 0;
+  const uint16_t* next = symbols_.data();
+  for (uint32_t length = 1; length <= kFastBits; ++length, code <<= 1) {
+    const uint32_t half = 1u << (length - 1);
+    std::copy_n(fast_.begin(), half, fast_.begin() + half);
+    for (const uint16_t* const end = next + counts_[length]; next < end; ++next, ++code) {
+      fast_[deflate::reverse_code(code, length)] = entries[*next].with_code(length);
     }
   }
   return true;
@@ -86,12 +88,16 @@ bool HuffmanCode::build(std::span<const uint8_t> lengths, const Entry* entries) 
 
 // From the end on: what stands behind a code is looked up further ahead.
 void HuffmanCode::join_literals() {
+  // Where the commonest take half of the bits few pairs would fit, for which all are looked at.
+  constexpr uint32_t kShort = kFastBits / 2 - 1;
+  if (std::accumulate(&counts_[1], &counts_[kShort] + 1, 0u) == 0) return;
   for (uint32_t i = 1u << kFastBits; i-- > 0;) {
     const Entry first = fast_[i];
-    if (first.kind() != Entry::kLiteral) continue;
-    const Entry second = fast_[i >> first.bits()];
+    const Entry second = fast_[i >> first.bits() % 32];
+    const bool are_literals = first.kind() == Entry::kLiteral && second.kind() == Entry::kLiteral;
     const bool is_whole = first.bits() + second.bits() <= kFastBits;
-    if (second.kind() == Entry::kLiteral && is_whole) fast_[i] = first.and_then(second);
+    const Entry both = first.and_then(second);
+    fast_[i] = are_literals && is_whole ? both : first;
   }
 }
 
@@ -290,8 +296,9 @@ inline void copy_match(uint8_t* to, size_t distance, uint32_t length) {
 // 3.1.1).
 template <class Bits>
 inline uint32_t take_number(Bits& bits, Entry entry) {
-  bits.drop(entry.code_bits());
-  return entry.value() + bits.take(entry.bits() - entry.code_bits());
+  const auto held = static_cast<uint32_t>(bits.held);
+  bits.drop(entry.bits());
+  return entry.value() + ((held & ((1u << entry.bits()) - 1)) >> entry.code_bits());
 }
 
 Decoder::Step Decoder::end_or_damage(Entry entry) {
@@ -345,10 +352,8 @@ inline Decoder::Step Decoder::decode_fast(Bits& bits, uint8_t* window, size_t& u
       put(entry);
       continue;
     }
-    if (bits.count < kMatchBits) {
-      if (!bits.has_word()) break;
-      reader_.refill_fast(bits);
-    }
+    if (!bits.has_word()) break;
+    reader_.refill_fast(bits);
     if (entry.is_none()) entry = literals_.look_up(bits.held);
     if (entry.kind() == Entry::kNumber && !entry.is_none()) [[likely]] {
       const Step step = read_match(bits, entry, window, used);

@@ -28,8 +28,7 @@ class Entry {
   constexpr Entry with_code(uint32_t bits) const { return Entry(word_ + bits + (bits << 8)); }
   // This literal and another behind it; the code remains the first one's.
   constexpr Entry and_then(Entry next) const {
-    const uint32_t literals = value() | next.value() << 8;
-    return Entry((bits() + next.bits()) | kTwoLiterals << 6 | code_bits() << 8 | literals << 16);
+    return Entry(word_ + next.bits() + ((kTwoLiterals - kLiteral) << 6) + (next.value() << 24));
   }
 
   constexpr bool is_none() const { return word_ == 0; }
