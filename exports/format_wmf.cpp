@@ -2,7 +2,6 @@
 #include "exports/trio.h"
 #include "formats/wmf.h"
 #include "tavo45.h"
-#include "tavo45_draw.h"
 
 using namespace tavo;
 

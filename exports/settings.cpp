@@ -9,7 +9,6 @@
 #include "pipeline/registry.h"
 #include "platform/platform.h"
 #include "tavo45.h"
-#include "tavo45_draw.h"
 
 using namespace tavo;
 

@@ -15,7 +15,6 @@
 #include "formats/wmf_scan.h"
 #include "process/rotate/turn.h"
 #include "process/row_delivery.h"
-#include "tavo45_draw.h"
 
 namespace tavo::wmf {
 

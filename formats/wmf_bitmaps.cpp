@@ -8,7 +8,7 @@
 #include "core/bitmap.h"
 #include "formats/plausible.h"
 #include "formats/two_levels.h"
-#include "tavo45_draw.h"
+#include "tavo45.h"
 
 namespace tavo::wmf {
 

@@ -23,7 +23,7 @@
  *   Resampling                     rows and bitmaps of another size
  *   Processing                     rotation, filters, adjustments of whole bitmaps
  *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint, MSP,
- *                                  GEM IMG, WPG, PNG, Photo CD
+ *                                  GEM IMG, WPG, WMF, PNG, Photo CD
  *   Compressed pictures: coding    JPEG and CMP, stamps
  *   Compressed pictures: 1 bit     bilevel CMP files
  *   Compressed pictures: decoding  JPEG and CMP, whole or in pieces; stamps, how they are coded
@@ -309,6 +309,7 @@ typedef struct BitmapHandle {
 #define T_FORMAT_JPEG_2X1_24 22
 #define T_FORMAT_JPEG_2X2 23
 #define T_FORMAT_JPEG_2X2_24 24
+#define T_FORMAT_WMF 15
 #define T_FORMAT_TIFF_PACKBITS 17 /* save variants of T_FORMAT_TIFF */
 #define T_FORMAT_TIFF_GROUP3 25
 #define T_FORMAT_CMP_1BIT 26
@@ -1456,16 +1457,18 @@ T_API int32_t T_CALL T_LoadIMGFile(const char* name, BitmapHandle* bitmap, T_Row
 T_API int32_t T_CALL T_LoadIMGBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveIMGBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* WordPerfect Graphics (WPG): the bitmaps of files of version 1 and 2. What they hold of drawings,
- * text and PostScript is skipped.
+/* WordPerfect Graphics (WPG): the bitmaps of files of version 1 and 2; of version 1 without one the
+ * drawing. PostScript is skipped.
  * Read        Version 1: 1, 2, 4 and 8 bits, bitmaps of type 1 and 2; version 2: 1, 2, 4, 8 and 24
  *             bits, plain or run-length coded. T_SetPageNumber chooses one of several bitmaps,
- *             beyond the last one the last. T_ERR_SUBTYPE: no bitmap is there (FILEINFO has the
- *             drawing's size in pixels at 96 per inch then), other depths and codings, an encrypted
- *             file (1 x 1 pixel in FILEINFO).
+ *             beyond the last one the last. Without any: lines, polygons, rectangles, ellipses,
+ *             curves and texts of version 1, hatched fills; texts as those of T_LoadWMFFile.
+ *             T_ERR_SUBTYPE: neither is there (FILEINFO has the drawing's size in pixels at 96 per
+ *             inch then), other depths and codings, an encrypted file (1 x 1 pixel in FILEINFO).
  * Delivered   1 bit as black (0) and white (1), 2 and 4 bits as 4, 8 and 24 bits (T_ORDER_RGB), top
  *             row first; with the colors of the maps before the bitmap, on top of the VGA's. The
  *             mirrorings and quarter turns of type 2 are done; such a picture is held in memory.
+ *             Drawings: a page of 24 bits, T_ORDER_RGB, at 96 pixels per inch (T_SetDrawScale).
  * Written     Version 1 with one bitmap of 1, 4 or 8 bits (other depths: T_ERR_DEPTH); of 1 bit the
  *             brighter color becomes white, others get a map of the bitmap's Colors. More than
  *             65535 pixels either way: T_ERR_SIZE; coded rows of 2 GiB: T_ERR_WRITE.
@@ -1516,6 +1519,41 @@ T_API int32_t T_CALL T_SetPCDResolution(int32_t level);
  * T_OK. A load that such a module fails gives T_ERR_BAD_DATA (its number 3000), T_ERR_SUBTYPE (3001
  * and 3002), T_ERR_NO_MEMORY (5000), or T_ERR_READ (all others). */
 T_API int32_t T_CALL T_SetPCDModule(int32_t flag);
+
+/* Windows metafiles (WMF), placeable ones and plain ones.
+ * Read        Records that put bitmaps on the page (of 1 to 32 bits, bit fields, RLE4 and RLE8) or
+ *             draw on it: lines, polygons, rectangles, ellipses and their parts, regions, texts;
+ *             pens, brushes, hatches and patterns, clips, raster operations, windows and map modes.
+ *             Texts are set in the one font of the library, which has the printable characters of
+ *             ISO 8859-1, at the places that the record gives. Not drawn: dashes of pens, which
+ *             are whole lines, flood fills, palettes, escapes and what they embed, enhanced
+ *             metafiles. Viewports are not looked at: the window is stretched to the page.
+ * Delivered   One bitmap that is the whole picture: its own pixels at its own depth. Bitmaps alone
+ *             that have one resolution: a page in that. Everything else: a page at 96 pixels per
+ *             inch (see T_SetDrawScale and T_SetDrawSmooth), of plain files as large as their
+ *             first window. Pages are white before they are drawn on, have 24 bits, are held in
+ *             memory, and of their sides none exceeds 16384. T_ORDER_BGR, top row first.
+ * Written     A placeable metafile with one bitmap of 1, 4, 8 or 24 bits (other depths:
+ *             T_ERR_DEPTH). More than 32767 pixels either way: T_ERR_SIZE.
+ * Statuses    T_ERR_BAD_DATA: no WMF header, or more to draw than real files have (some thousand
+ *             times the page). T_ERR_SUBTYPE: nothing that can be shown. T_ERR_READ: the file ends
+ *             early; the page is delivered with what was drawn, missing rows of a bitmap white.
+ * Facts: Microsoft, [MS-WMF] "Windows Metafile Format". */
+T_API int32_t T_CALL T_LoadWMFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadWMFBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveWMFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+#define T_MAX_DRAW_SCALE 16
+
+/* How large drawings become: 1, the default, 96 pixels per inch, up to T_MAX_DRAW_SCALE times as
+ * many, as far as sides stay within 16384. FILEINFO tells the size that comes. Bitmaps that are
+ * delivered as they are stay so. T_OK or T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_SetDrawScale(int32_t scale);
+
+/* 0, the default: pixels of drawings have the color of what is in their middle. Any other flag:
+ * the average of sixteen, which takes about twenty times as long. T_OK. */
+T_API int32_t T_CALL T_SetDrawSmooth(int32_t flag);
 
 /* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
  * do; programs that call this before they load bilevel files may go on doing so. T_OK. */

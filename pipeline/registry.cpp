@@ -22,7 +22,6 @@
 #include "formats/tiff.h"
 #include "formats/wmf.h"
 #include "formats/wpg.h"
-#include "tavo45_draw.h"
 #include "tavo45_pict.h"
 
 namespace tavo::pipeline {
