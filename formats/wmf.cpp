@@ -8,7 +8,6 @@
 #include "core/progress.h"
 #include "core/rows.h"
 #include "formats/drawn_page.h"
-#include "formats/plausible.h"
 #include "formats/white_byte.h"
 #include "formats/whole_rows.h"
 #include "formats/wmf_player.h"
@@ -22,19 +21,25 @@ namespace {
 
 using process::RowDelivery;
 
-// What can be shown is known to fit the file and the page.
+// Pages that a few bytes draw are small; posters of 16 million pixels may take none.
+Status check_page(uint64_t width, uint64_t height, uint64_t file_bytes) {
+  constexpr uint64_t kOfAnyFile = 1 << 24, kOfEachByte = 1 << 16;
+  return width * height <= kOfAnyFile + kOfEachByte * file_bytes ? kOk : kBadData;
+}
+
 Status scan_file(io::InputFile& file, Records& records, uint32_t file_bytes, Contents& contents) {
   TRY(records.start(file_bytes));
   TRY(scan(file, records, contents));
-  if (contents.content == Content::kDrawing) {
-    const int32_t scale = formats::draw_scale(contents.screen_width, contents.screen_height);
-    contents.width = contents.screen_width * scale;
-    contents.height = contents.screen_height * scale;
-    contents.x_resolution *= scale;
-    contents.y_resolution *= scale;
-  }
-  return formats::check_repeating(static_cast<uint32_t>(contents.width),
-                                  static_cast<uint32_t>(contents.height), file_bytes);
+  if (contents.content == Content::kBitmap) return kOk;  // it has been found to be there
+  TRY(check_page(static_cast<uint32_t>(contents.width), static_cast<uint32_t>(contents.height),
+                 file_bytes));
+  if (contents.content != Content::kDrawing) return kOk;
+  const int32_t scale = formats::draw_scale(contents.screen_width, contents.screen_height);
+  contents.width = contents.screen_width * scale;
+  contents.height = contents.screen_height * scale;
+  contents.x_resolution *= scale;
+  contents.y_resolution *= scale;
+  return kOk;
 }
 
 process::SourcePicture describe(const Contents& contents) {
@@ -105,6 +110,7 @@ Status deliver_bitmap(Records& records, const Contents& contents, RowDelivery& r
     if (contents.is_mirrored) TRY(process::reverse_bitmap(*picture));
     if (contents.is_flipped) TRY(process::flip_bitmap(*picture));
   }
+  if (status.ok() && contents.is_cut) status = kReadError;
   const core::ProgressPart part(50, 100);
   TRY(rows.start());
   return formats::deliver_whole(*picture, status, rows);

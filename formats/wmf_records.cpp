@@ -66,8 +66,8 @@ bool Records::next() {
   record_ = position_;
   size_ = left_ = kHeadBytes;
   std::array<uint8_t, kHeadBytes> head;
-  if (position_ >= file_bytes_ || !take(head)) {
-    is_cut_ = position_ < file_bytes_;  // kept: many files have no last record
+  if (!take(head)) {
+    is_cut_ = true;
     return false;
   }
   const uint64_t words = load_le32(head.data());

@@ -46,6 +46,7 @@ class Scanner {
     start_frame();
     while (records_.next()) TRY(take());
     TRY(records_.failure());
+    contents_.is_cut = records_.is_cut();
     choose();
     return kOk;
   }

@@ -19,6 +19,7 @@ enum class Content : uint8_t {
 struct Contents {
   Header header;
   Content content = Content::kNothing;
+  bool is_cut = false;  // there is no last record
   // At 96 pixels per inch; of files that do not tell, the extent of their window.
   int32_t screen_width = 1;
   int32_t screen_height = 1;

@@ -166,7 +166,7 @@ const std::vector<FormatCase>& format_cases() {
   static const std::vector<FormatCase> cases = {
       bmp_case(), tiff_case(),    gif_case(),  cals_case(), tga_case(),      ras_case(),
       pcx_case(), bilevel_case(), jpeg_case(), cmp_case(),  macpaint_case(), msp_case(),
-      gem_case(), wpg_case(),     pict_case(), png_case()};
+      gem_case(), wpg_case(),     pict_case(), png_case(),  wmf_case()};
   return cases;
 }
 

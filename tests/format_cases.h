@@ -55,6 +55,7 @@ FormatCase gem_case();
 FormatCase wpg_case();
 FormatCase pict_case();
 FormatCase png_case();
+FormatCase wmf_case();
 
 // A TIFF file: `data` at offset 8, then a directory of these tags and its longer values.
 struct TiffTag {

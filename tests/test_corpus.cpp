@@ -35,6 +35,7 @@ const CorpusCase kCases[] = {
     {.format = "tga", .tolerance = 1},
     // More than 8 bits are cut in one program and rounded in the other.
     {.format = "tiff", .tolerance = 2},
+    {.format = "wmf"},
     {.format = "wpg"},
 };
 

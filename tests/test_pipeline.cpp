@@ -270,6 +270,7 @@ TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
                {T_FORMAT_WPG, 8, T_LoadWPGFile, T_LoadWPGBitmap, T_SaveWPGBitmap},
                {T_FORMAT_PCT, 24, T_LoadPCTFile, T_LoadPCTBitmap, T_SavePCTBitmap},
                {T_FORMAT_PNG, 24, T_LoadPNGFile, T_LoadPNGBitmap, T_SavePNGBitmap},
+               {T_FORMAT_WMF, 8, T_LoadWMFFile, T_LoadWMFBitmap, T_SaveWMFBitmap},
                {T_FORMAT_TIFF, 24, T_LoadTIFFile, T_LoadTIFBitmap, T_SaveTIFBitmap}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.format);

@@ -123,6 +123,14 @@ void add_picture_options(CLI::App& command, ConvertOptions& options) {
                   "number in front of the extension")
       ->check(value_check(page_fault))
       ->type_name("N|all");
+  command
+      .add_option_function<int32_t>(
+          "--scale", [](int32_t scale) { T_SetDrawScale(scale); },
+          "Draw drawings (WMF, WPG) so many times as large as at 96 pixels per inch")
+      ->check(whole_number(1, T_MAX_DRAW_SCALE))
+      ->type_name("N");
+  command.add_flag_callback(
+      "--smooth", [] { T_SetDrawSmooth(1); }, "Draw drawings with smooth edges");
   command.add_flag(
       "-a,--append", options.append,
       "Add the picture to OUT as a further page, where the format has pages. Waits up to "
