@@ -71,17 +71,26 @@ Status read_jpeg(const Directory& directory, const Image& image, RowDelivery& ro
   return finish(rows, stored.outcome());
 }
 
-}  // namespace
-
-// What read() does not know is told all the same: the file is TIFF and no other format.
-Status probe(const io::ProbeInput& input, FILEINFO& info) {
+Status describe_file(const io::ProbeInput& input, bool needs_support, FILEINFO& info) {
   Directory directory;
   TRY(directory.open(input.file, settings.page_number));
   Image image;
   TRY(parse_image(directory, image));
+  if (needs_support && !image.is_supported) return kSubtype;
   process::describe(image.picture, T_FORMAT_TIFF, compression_text(image.compression), info);
   info.Page = directory.page();
   return directory.count_pages(info.PageCount);
+}
+
+}  // namespace
+
+// What read() does not know is told all the same: the file is TIFF and no other format.
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  return describe_file(input, false, info);
+}
+
+Status probe_readable(const io::ProbeInput& input, FILEINFO& info) {
+  return describe_file(input, true, info);
 }
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

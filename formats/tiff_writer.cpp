@@ -20,6 +20,7 @@ namespace {
 constexpr uint32_t kStripBytes = 65536;  // section 3 recommends 8 KB, for memories of its time
 constexpr uint32_t kHeaderBytes = 8;     // section 2: byte order, version, offset of the first page
 constexpr uint32_t kLinkInHeader = 4;
+constexpr std::array<uint8_t, kHeaderBytes> kNewHeader = {'I', 'I', 42, 0, 0, 0, 0, 0};
 
 constexpr Variant kVariants[] = {
     {T_FORMAT_TIFF, kNone, 0},
@@ -69,8 +70,9 @@ class PageWriter {
   Status put_row(std::span<const uint8_t> row);
   Status finish(int32_t page_index);
 
-  // Where the directory is, after the end.
+  // Where the directory is, and the end.
   uint32_t directory() const { return directory_; }
+  uint32_t end() const { return out_.position(); }
 
  private:
   static constexpr size_t kMaxEntries = 20;
@@ -338,8 +340,7 @@ class Writer final : public io::RowWriter {
       TRY(find_chain(file_, chain_));
       TRY(file_.seek_end(position));
     } else {
-      constexpr std::array<uint8_t, kHeaderBytes> kHeader = {'I', 'I', 42, 0, 0, 0, 0, 0};
-      TRY(file_.write(kHeader));
+      TRY(file_.write(kNewHeader));
     }
     return page_.begin(position, chain_.order);
   }
@@ -369,6 +370,30 @@ bool is_container(std::span<const uint8_t> head) {
 Status write(io::WriterUse use) {
   Writer writer;
   return use(writer);
+}
+
+// Positions in the file count from its first byte, wherever that lies.
+Status write_inside(io::OutputFile& file, uint64_t offset, const BitmapHandle& picture,
+                    int32_t depth, std::span<const uint8_t> row, FunctionRef<Status()> next_row,
+                    uint32_t& bytes) {
+  BitmapHandle described = picture;
+  described.WriterDefaults[0] = static_cast<uint32_t>(picture.Height);  // rows of a strip
+  const int32_t format = depth <= 8 ? T_FORMAT_TIFF_PACKBITS : T_FORMAT_TIFF;
+  const Variant* variant = std::ranges::find(kVariants, format, &Variant::format);
+  PageWriter page(file);
+  bool inverts = false;  // fax codings alone
+  TRY(page.prepare(described, depth, *variant, inverts));
+  TRY(file.write(kNewHeader));
+  TRY(page.begin(kHeaderBytes, {}));
+  for (int32_t y = 0; y < picture.Height; ++y) {
+    TRY(next_row());
+    TRY(page.put_row(row));
+  }
+  TRY(page.finish(0));
+  bytes = page.end();
+  Chain chain;
+  chain.link += offset;
+  return link_page(file, chain, page.directory());
 }
 
 }  // namespace tavo::tiff

@@ -320,7 +320,7 @@ constexpr int32_t kFormats[] = {
     T_FORMAT_RAS,         T_FORMAT_JPEG_2X1_24, T_FORMAT_MAC,
     T_FORMAT_IMG,         T_FORMAT_MSP,         T_FORMAT_WPG,
     T_FORMAT_PCT,         T_FORMAT_PNG,         T_FORMAT_TIFF_DEFLATE,
-    T_FORMAT_WMF,
+    T_FORMAT_WMF,         T_FORMAT_EPS,
 };
 
 void Machine::save() {
@@ -393,6 +393,7 @@ void Machine::stream() {
                     : info.Format == T_FORMAT_PCT  ? T_LoadPCTFile
                     : info.Format == T_FORMAT_PNG  ? T_LoadPNGFile
                     : info.Format == T_FORMAT_WMF  ? T_LoadWMFFile
+                    : info.Format == T_FORMAT_EPS  ? T_LoadEPSFile
                                                    : T_LoadBMPFile;
   const int32_t status = read(name, &second, Rows::sink, bits, &rows);
   if (known(status) == T_OK) require(rows.next == static_cast<uint32_t>(second.Height));

@@ -106,6 +106,12 @@ SubFileScope::~SubFileScope() {
   settings.sub_file = outer_state_;
 }
 
+OuterFilesScope::OuterFilesScope() : inner_(settings.files) {
+  settings.files = settings.sub_file.outer;
+}
+
+OuterFilesScope::~OuterFilesScope() { settings.files = inner_; }
+
 bool is_absent(const char* name) {
   if (settings.files.Open == platform::open_file) return platform::is_absent(name);
   // An operation of the caller's says no more than -1, so every way is tried that creates nothing:

@@ -63,4 +63,17 @@ class SubFileScope {
   SubFileState outer_state_;
 };
 
+// For its scope, the operations that were in force outside the SubFileScope that is: for what is
+// called from there with rows, which may have files of its own.
+class OuterFilesScope {
+ public:
+  OuterFilesScope();
+  ~OuterFilesScope();
+  OuterFilesScope(const OuterFilesScope&) = delete;
+  OuterFilesScope& operator=(const OuterFilesScope&) = delete;
+
+ private:
+  FileIOTable inner_;
+};
+
 }  // namespace tavo::io

@@ -8,6 +8,7 @@
 #include "formats/cals.h"
 #include "formats/cmp_bilevel.h"
 #include "formats/dcx.h"
+#include "formats/eps.h"
 #include "formats/gem.h"
 #include "formats/gif.h"
 #include "formats/jpeg.h"
@@ -160,6 +161,19 @@ constexpr FormatRow kFormats[] = {
      .read = wmf::read,
      .write = wmf::write,
      .write_depths = kDepths1_4_8_24},
+    {.id = T_FORMAT_EPS,
+     .name = "EPS",
+     .description = "Encapsulated PostScript with a preview",
+     .extensions = "eps epsf epsi ept",
+     .read = eps::read,
+     .write = eps::write,
+     .write_depths = kDepths1_4_8_24,
+     .always_gray = true},
+    {.id = T_FORMAT_EPS_TEXT,
+     .name = "EPS (text)",
+     .description = "Encapsulated PostScript, preview in comments",
+     .extensions = "eps epsi epsf",
+     .read = eps::read},
     {.id = T_FORMAT_TGA,
      .name = "TGA",
      .description = "Truevision TGA",
@@ -269,6 +283,7 @@ constexpr ProbeRow kProbes[] = {
     {cals::probe, {T_FORMAT_CALS}},
     {gif::probe, {T_FORMAT_GIF}},
     {wmf::probe, {T_FORMAT_WMF}},
+    {eps::probe, {T_FORMAT_EPS, T_FORMAT_EPS_TEXT}},
     {jpeg::probe, {T_FORMAT_JPEG, T_FORMAT_JPEG_24}},
     {macpaint::probe, {T_FORMAT_MAC}},
     {gem::probe, {T_FORMAT_IMG}},

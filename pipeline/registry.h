@@ -30,6 +30,7 @@ struct FormatRow {
   bool has_alpha = false;          // as the fourth byte of 32 bits: read when asked, written
   bool reports_per_meter = false;  // the reader's resolutions are not dots per inch
   bool gray_at_8_bits = false;     // a save in 8 bits makes the picture grey first
+  bool always_gray = false;        // a save makes it grey, of 1 bit where that is asked, else of 8
   bool always_24_bits = false;
   io::HoldsPages holds_pages = nullptr;  // not null: saves can add a page to a file
   bool takes_any_depth = false;          // in direct saves: not 1 or 8 counts as 24

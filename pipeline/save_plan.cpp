@@ -56,8 +56,10 @@ SavePlan::SavePlan(const char* name, const SaveOptions& options, int32_t bits, b
   if (format != nullptr && format->has_alpha && request.depth == 32 && bits != 32) {
     request.depth = 24;
   }
+  const bool is_gray = format != nullptr && format->always_gray && !options.direct;
+  if (is_gray && request.depth != 1 && is_bitmap_depth(request.depth)) request.depth = 8;
   const bool always = (options.flags & T_SAVE_REDUCE) != 0 && !is_reduced;
-  if (format != nullptr && format->gray_at_8_bits && request.depth == 8) {
+  if (is_gray || (format != nullptr && format->gray_at_8_bits && request.depth == 8)) {
     preparation = Preparation::kGray;
   } else if (bits != request.depth || always) {
     preparation = Preparation::kResolution;

@@ -164,9 +164,10 @@ FormatCase bilevel_case() {
 
 const std::vector<FormatCase>& format_cases() {
   static const std::vector<FormatCase> cases = {
-      bmp_case(), tiff_case(),    gif_case(),  cals_case(), tga_case(),      ras_case(),
-      pcx_case(), bilevel_case(), jpeg_case(), cmp_case(),  macpaint_case(), msp_case(),
-      gem_case(), wpg_case(),     pict_case(), png_case(),  wmf_case()};
+      bmp_case(),      tiff_case(), gif_case(),     cals_case(),    tga_case(),
+      ras_case(),      pcx_case(),  bilevel_case(), jpeg_case(),    cmp_case(),
+      macpaint_case(), msp_case(),  gem_case(),     wpg_case(),     pict_case(),
+      png_case(),      wmf_case(),  eps_case(),     eps_text_case()};
   return cases;
 }
 

@@ -56,6 +56,8 @@ FormatCase wpg_case();
 FormatCase pict_case();
 FormatCase png_case();
 FormatCase wmf_case();
+FormatCase eps_case();
+FormatCase eps_text_case();
 
 // A TIFF file: `data` at offset 8, then a directory of these tags and its longer values.
 struct TiffTag {

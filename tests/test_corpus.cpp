@@ -23,6 +23,7 @@ const CorpusCase kCases[] = {
     {.format = "bmp", .tolerance = 1},
     {.format = "cals"},
     {.format = "dcx"},
+    {.format = "eps"},
     {.format = "gif"},
     {.format = "gem"},
     {.format = "mac"},

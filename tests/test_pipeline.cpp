@@ -271,6 +271,7 @@ TEST(Registry, TheFunctionsOfAFormatDoWhatTheCommonOnesDo) {
                {T_FORMAT_PCT, 24, T_LoadPCTFile, T_LoadPCTBitmap, T_SavePCTBitmap},
                {T_FORMAT_PNG, 24, T_LoadPNGFile, T_LoadPNGBitmap, T_SavePNGBitmap},
                {T_FORMAT_WMF, 8, T_LoadWMFFile, T_LoadWMFBitmap, T_SaveWMFBitmap},
+               {T_FORMAT_EPS, 8, T_LoadEPSFile, T_LoadEPSBitmap, T_SaveEPSBitmap},
                {T_FORMAT_TIFF, 24, T_LoadTIFFile, T_LoadTIFBitmap, T_SaveTIFBitmap}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.format);

@@ -1,4 +1,5 @@
 #include "conversion.h"
+#include "tavo45_pict.h"
 
 #include <algorithm>
 #include <optional>
@@ -45,6 +46,9 @@ bool fits_bitmap(const FILEINFO& info) {
          record.Size != 0;
 }
 
+// Whether saves make pictures of the format grey, unless these are written as they stand.
+bool is_gray_by_rule(const T_Format& format) { return format.Id == T_FORMAT_EPS; }
+
 // How a page is written.
 struct Target {
   T_Format format;
@@ -89,6 +93,7 @@ class Conversion {
   RowsRead read(const FILEINFO& info, int target_bits, Processing& processing,
                 BitmapHandle& record) const;
   void reduce(const Target& target, Picture& picture) const;
+  void bring_to_depth(int bits, BitmapHandle& record) const;
   void open_output();
   int32_t pages_so_far() const;
   void save(const Target& target, Picture& picture);
@@ -187,6 +192,7 @@ void Conversion::convert_page(int32_t page) {
   load(info, target.bits, picture);
   if (processing.changes(info)) target = choose_target(info, picture.record().BitsPerPixel);
   reduce(target, picture);
+  if (is_gray_by_rule(target.format)) bring_to_depth(target.bits, picture.record());
   if (options_.bits == 0 && is_compressed(target.format))
     target.bits = compressed_depth(picture.record());
   losses_.note_page(info, target.bits, processing.turns(info));
@@ -200,7 +206,8 @@ void Conversion::convert_page(int32_t page) {
 bool Conversion::can_stream(const Target& target, const FILEINFO& info) const {
   const ReductionOptions& reduction = options_.reduction;
   const bool changes = options_.processing.changes(info) || reduction.gray || reduction.reduces() ||
-                       !options_.order.empty() || !options_.compression.stamp.empty();
+                       !options_.order.empty() || !options_.compression.stamp.empty() ||
+                       is_gray_by_rule(target.format);
   if (changes || options_.append || options_.partial || (info.Page == 1 && written_ > 0))
     return false;
   if (info.BitsPerPixel == 2 || !fits_bitmap(info)) return false;
@@ -275,6 +282,15 @@ void Conversion::reduce(const Target& target, Picture& picture) const {
   apply_reduction(reduction, target.bits, picture);
 }
 
+// As a save would, but for making it grey.
+void Conversion::bring_to_depth(int bits, BitmapHandle& record) const {
+  if (record.BitsPerPixel == bits) return;
+  constexpr int32_t kOptimized = 1, kNone = 4;  // palettes
+  record.DitherMethod = T_DITHER_FLOYD_STEINBERG;
+  check(T_ColorResolution(&record, bits, bits > 8 ? kNone : kOptimized, nullptr, 0),
+        source_.name());
+}
+
 void Conversion::open_output() {
   file_.emplace(output_, options_.append);
   written_ = pages_so_far();
@@ -311,6 +327,10 @@ void Conversion::save(const Target& target, Picture& picture) {
   if (!options_.compression.stamp.empty()) {
     save_with_stamp(file_->path(), record, target.format, target.bits, target.quality,
                     options_.compression);
+  } else if (is_gray_by_rule(target.format)) {
+    T_AccessBitmap(&record);
+    check(T_SaveFile(file_->path().c_str(), &record, target.format.Id, target.bits, 0, 0, 1, 0),
+          output_);
   } else {
     check(T_SaveFile(file_->path().c_str(), &record, target.format.Id, target.bits, target.quality,
                      written_ > 0 ? T_SAVE_APPEND : 0, 0, 0),

@@ -1,0 +1,223 @@
+#include "formats/eps.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "base/endian.h"
+#include "base/settings.h"
+#include "formats/eps_text.h"
+#include "formats/tiff.h"
+#include "io/file_table.h"
+#include "process/row_delivery.h"
+#include "tavo45_pict.h"
+
+namespace tavo::eps {
+
+namespace {
+
+constexpr int64_t kPointsPerInch = 72;
+
+struct Contents {
+  int32_t format = T_FORMAT_EPS;
+  Part text;
+  Part wmf;
+  Part tiff;
+  Comments comments;
+};
+
+// A preview in a format of its own, in the order of choice.
+struct Kind {
+  Part Contents::*part;
+  io::Probe probe;  // accepts what `read` can read
+  io::Reader read;
+  const char* compression;  // null: the preview's
+};
+
+constexpr Kind kKinds[] = {
+    {&Contents::tiff, tiff::probe_readable, tiff::read, "Embedded TIFF"},
+};
+
+// As far as the file goes; nothing where it does not, nor beyond what the file operations of
+// sub-files can reach.
+Part take_part(const uint8_t* fields, uint32_t file_bytes) {
+  const uint32_t offset = load_le32(fields);
+  if (offset >= file_bytes || offset > INT32_MAX) return {};
+  const uint64_t bytes = std::min(load_le32(fields + 4), file_bytes - offset);
+  return {offset, std::min<uint64_t>(bytes, INT32_MAX - offset)};
+}
+
+// Printers' captures begin with Ctrl-D.
+bool is_text(std::span<const uint8_t> head) {
+  constexpr uint8_t kCtrlD = 4;
+  if (!head.empty() && head[0] == kCtrlD) head = head.subspan(1);
+  return head.size() >= 4 && std::memcmp(head.data(), "%!PS", 4) == 0;
+}
+
+Status look(io::InputFile& file, Contents& contents) {
+  std::array<uint8_t, kHeaderBytes> head;
+  size_t got = 0;
+  uint32_t file_bytes = 0;
+  TRY(file.read_up_to(head, got));
+  TRY(file.size(file_bytes));
+  if (is_text(std::span(head).first(got))) {
+    contents.format = T_FORMAT_EPS_TEXT;
+    contents.text = {0, file_bytes};
+  } else {
+    if (got < head.size() || load_le32(head.data()) != kMagic) return kBadData;
+    contents.text = take_part(&head[kTextAt], file_bytes);
+    contents.wmf = take_part(&head[kWmfAt], file_bytes);
+    contents.tiff = take_part(&head[kTiffAt], file_bytes);
+  }
+  return read_comments(file, contents.text, contents.comments);
+}
+
+// The preview fills the box.
+void set_resolution(const Box& box, process::SourcePicture& picture) {
+  if (!box.is_sound()) return;
+  const auto dots = [](int64_t pixels, int64_t units) {
+    return (pixels * kPointsPerInch * kPoint + units / 2) / units;
+  };
+  process::set_resolution(dots(picture.width, box.width()), dots(picture.height, box.height()),
+                          picture);
+}
+
+// Without a preview: the box, a pixel a point.
+process::SourcePicture describe_box(const Box& box) {
+  constexpr int64_t kMostPixels = 8192;
+  const auto pixels = [&](int64_t units) {
+    const int64_t points = (units + kPoint / 2) / kPoint;
+    return static_cast<int32_t>(box.is_sound() ? std::clamp<int64_t>(points, 1, kMostPixels) : 1);
+  };
+  process::SourcePicture picture;
+  picture.width = pixels(box.width());
+  picture.height = pixels(box.height());
+  picture.bits = 1;
+  picture.colors = 2;
+  return picture;
+}
+
+// Of several pages of a preview the first is shown, whichever is asked for.
+class FirstPage {
+ public:
+  FirstPage() : asked_(settings.page_number) { settings.page_number = 1; }
+  ~FirstPage() { settings.page_number = asked_; }
+  FirstPage(const FirstPage&) = delete;
+  FirstPage& operator=(const FirstPage&) = delete;
+
+ private:
+  int32_t asked_;
+};
+
+// A preview's part of the file for its scope, as if it were a file.
+class PartScope {
+ public:
+  PartScope(const io::InputFile& file, const Part& part)
+      : part_(file.handle(), static_cast<int32_t>(part.offset), static_cast<int32_t>(part.bytes)) {}
+  static constexpr const char* kName = "preview";
+
+ private:
+  FirstPage page_;
+  io::SubFileScope part_;
+};
+
+Status probe_part(const io::ProbeInput& input, const Part& part, const Kind& kind, FILEINFO& info) {
+  const PartScope scope(input.file, part);
+  io::InputFile preview;
+  TRY(preview.open(PartScope::kName));
+  std::array<uint8_t, 64> head;
+  size_t got = 0;
+  Status status = preview.read_up_to(head, got);
+  if (status.ok()) status = preview.seek(0);
+  const io::ProbeInput inside{std::span(head).first(got), preview,
+                              static_cast<uint32_t>(part.bytes), false, input.identify};
+  if (status.ok()) status = kind.probe(inside, info);
+  const Status failure = preview.failure();
+  return failure.ok() ? status : input.file.fail(failure);
+}
+
+// What a preview's reader delivers, as rows of this file.
+struct Relay {
+  T_RowSink sink;
+  void* context;
+  const Contents& contents;
+  bool has_rows = false;
+
+  static int32_t T_CALL take(BitmapHandle* source, const void* rows, int32_t count, void* context) {
+    auto& relay = *static_cast<Relay*>(context);
+    relay.has_rows = true;
+    process::SourcePicture picture;
+    picture.width = source->Width;
+    picture.height = source->Height;
+    set_resolution(relay.contents.comments.box, picture);
+    source->StorageKind = relay.contents.format;
+    if (picture.has_resolution) {
+      source->XResolution = picture.x_resolution;
+      source->YResolution = picture.y_resolution;
+    }
+    const io::OuterFilesScope files;
+    return relay.sink(source, rows, count, relay.context);
+  }
+};
+
+}  // namespace
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Contents contents;
+  TRY(look(input.file, contents));
+  const FILEINFO blank = info;
+  process::SourcePicture picture = describe_box(contents.comments.box);
+  for (const Kind& kind : kKinds) {
+    const Part& part = contents.*kind.part;
+    if (part.bytes == 0) continue;
+    info = blank;
+    const Status status = probe_part(input, part, kind, info);
+    if (status == kNoMemory) return status;
+    TRY(input.file.failure());
+    if (!status.ok()) continue;
+    picture.width = info.Width;
+    picture.height = info.Height;
+    set_resolution(contents.comments.box, picture);
+    if (picture.has_resolution) {
+      info.XResolution = picture.x_resolution;
+      info.YResolution = picture.y_resolution;
+    }
+    info.Format = contents.format;
+    info.Page = info.PageCount = 1;
+    if (kind.compression == nullptr) return kOk;
+    std::strncpy(info.Compression, kind.compression, sizeof(info.Compression) - 1);
+    return kOk;
+  }
+  info = blank;
+  if (contents.comments.width != 0) describe_preview(contents.comments, picture);
+  set_resolution(contents.comments.box, picture);
+  process::describe(picture, contents.format, "None", info);
+  return kOk;
+}
+
+Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
+            void* context) {
+  io::InputFile file;
+  TRY(io::open_for_rows(file, name, bits_per_pixel));
+  Contents contents;
+  TRY(look(file, contents));
+  Status status = kSubtype;
+  for (const Kind& kind : kKinds) {
+    const Part& part = contents.*kind.part;
+    if (part.bytes == 0) continue;
+    Relay relay{sink, context, contents};
+    const PartScope scope(file, part);
+    status = kind.read(PartScope::kName, bitmap, Relay::take, bits_per_pixel, &relay);
+    if (status.ok() || status == kNoMemory || relay.has_rows) return status;
+  }
+  if (contents.comments.width == 0) return status;
+  process::SourcePicture picture;
+  picture.storage_kind = contents.format;
+  describe_preview(contents.comments, picture);
+  set_resolution(contents.comments.box, picture);
+  process::RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
+  TRY(rows.start());
+  return read_preview(file, contents.comments, rows);
+}
+
+}  // namespace tavo::eps
