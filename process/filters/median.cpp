@@ -22,21 +22,22 @@ class Median final : public Filter {
   Status start(RowSource& source, const WorkLayout& layout) override {
     step_ = layout.step;
     row_bytes_ = layout.row_bytes;
-    TRY(columns_.allocate(row_bytes_));
-    TRY(left_.allocate(row_bytes_));
-    return band_.start(source, layout, 0, size_ / 2);
+    margin_ = size_ / 2 * step_;
+    TRY(columns_.allocate(row_bytes_ + 2 * uint64_t{margin_}));
+    return band_.start(source, layout, size_ / 2, size_ / 2);
   }
 
   Status next(uint8_t* row) override {
     const MedianKernels& kernels = median_kernels();
+    const uint8_t* const left = has_begun_ ? band_.rows()[0] : nullptr;
+    TRY(band_.advance());
     if (has_begun_) {
-      std::memcpy(left_.data(), band_.rows()[0], row_bytes_);
-      TRY(band_.advance());
-      kernels.exchange(columns_.data(), left_.data(), band_.rows()[size_ - 1], row_bytes_);
+      const uint8_t* const added = band_.rows()[size_ - 1];
+      kernels.exchange(columns_.data(), left - margin_, added - margin_, columns_.size());
     } else {
-      TRY(band_.advance());
-      for (uint32_t k = 0; k < size_; ++k)
-        kernels.add(columns_.data(), band_.rows()[k], row_bytes_);
+      for (uint32_t k = 0; k < size_; ++k) {
+        kernels.add(columns_.data(), band_.rows()[k] - margin_, columns_.size());
+      }
       has_begun_ = true;
     }
     kernels.medians(columns_.data(), row_bytes_, step_, size_, row);
@@ -47,10 +48,10 @@ class Median final : public Filter {
   uint32_t size_;
   size_t step_ = 0;
   size_t row_bytes_ = 0;
+  size_t margin_ = 0;
   bool has_begun_ = false;
   RowBand band_;
-  Array<MedianColumn> columns_;
-  Buffer left_;  // the row that the band leaves
+  Array<MedianColumn> columns_;  // of the row and its repeated edges
 };
 
 // Of 3 x 3 to 7 x 7, by networks of exchanges.

@@ -25,7 +25,7 @@ struct MedianKernels {
   void (*add)(MedianColumn* columns, const uint8_t* row, size_t count);
   // Counts a row's bytes instead of another's.
   void (*exchange)(MedianColumn* columns, const uint8_t* old_row, const uint8_t* row, size_t count);
-  // The medians of the squares around each byte. Beyond the edges columns are repeated.
+  // The medians of the squares around `count` bytes, by columns from that of the first square on.
   void (*medians)(const MedianColumn* columns, size_t count, size_t step, uint32_t size,
                   uint8_t* out);
 };

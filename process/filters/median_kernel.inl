@@ -1,28 +1,27 @@
 // Histograms of columns and squares, compiled for each instruction set. A histogram's sixteen
 // counts are bytes in columns and 16-bit elements in squares.
 
-template <bool kAdds>
-inline void change(uint8_t (&counts)[16], uint32_t half) {
-  const sse2::V steps = sse2::load(kMedianSteps.from[half]);
-  const sse2::V old = sse2::load(counts);
-  sse2::store(counts, kAdds ? sse2::add8(old, steps) : sse2::sub8(old, steps));
-}
+inline sse2::V steps_of(uint32_t half) { return sse2::load(kMedianSteps.from[half]); }
 
-template <bool kAdds>
-inline void change(MedianColumn& column, uint32_t value) {
-  change<kAdds>(column.upper, value >> 4);
-  change<kAdds>(column.lower[value >> 4], value & 15);
+inline void change(uint8_t (&counts)[16], sse2::V more) {
+  sse2::store(counts, sse2::add8(sse2::load(counts), more));
 }
 
 void add(MedianColumn* columns, const uint8_t* row, size_t count) {
-  for (size_t i = 0; i < count; ++i) change<true>(columns[i], row[i]);
+  for (size_t i = 0; i < count; ++i) {
+    const uint32_t value = row[i];
+    change(columns[i].upper, steps_of(value >> 4));
+    change(columns[i].lower[value >> 4], steps_of(value & 15));
+  }
 }
 
 void exchange(MedianColumn* columns, const uint8_t* old_row, const uint8_t* row, size_t count) {
   for (size_t i = 0; i < count; ++i) {
-    if (old_row[i] == row[i]) continue;
-    change<false>(columns[i], old_row[i]);
-    change<true>(columns[i], row[i]);
+    const uint32_t old = old_row[i], value = row[i];
+    if (old == value) continue;
+    change(columns[i].upper, sse2::sub8(steps_of(value >> 4), steps_of(old >> 4)));
+    change(columns[i].lower[old >> 4], sse2::sub8(sse2::V{}, steps_of(old & 15)));
+    change(columns[i].lower[value >> 4], steps_of(value & 15));
   }
 }
 
@@ -59,61 +58,55 @@ struct Counts {
   static constexpr uint32_t kPartBits = kBytes == 32 ? 0xFFFFFFFFu : 0xFFFFu;
 };
 
-// Along the pixels of one channel.
+// Along the pixels of one channel. Positions are those of the squares' first columns.
 class Square {
  public:
-  Square(const MedianColumn* columns, int64_t width, size_t step, int64_t radius)
-      : columns_(columns), width_(width), step_(step), radius_(radius) {
-    for (int64_t x = -radius; x < radius; ++x) upper_.add(at(x).upper);
-    for (int64_t& x : up_to_date_) x = -2 * radius - 1;
+  Square(const MedianColumn* columns, size_t step, uint32_t size)
+      : columns_(columns), step_(step), size_(size) {
+    for (int64_t& x : up_to_date_) x = -static_cast<int64_t>(size);
   }
 
-  uint8_t median(int64_t x, uint32_t rank) {
-    upper_.add(at(x + radius_).upper);
-    const uint32_t half = upper_.find(rank);
-    const uint32_t before = half == 0 ? 0 : upper_[half - 1];
-    upper_.subtract(at(x - radius_).upper);
-    update(half, x);
-    return static_cast<uint8_t>(half << 4 | lower_[half].find(rank - before));
-  }
+  const MedianColumn& at(int64_t x) const { return columns_[static_cast<size_t>(x) * step_]; }
 
- private:
-  const MedianColumn& at(int64_t x) const {
-    return columns_[static_cast<size_t>(std::clamp<int64_t>(x, 0, width_ - 1)) * step_];
-  }
-
-  void update(uint32_t half, int64_t x) {
+  // The least of the values with this upper half of which so many are no greater.
+  uint32_t find_lower(uint32_t half, int64_t x, uint32_t rank) {
     Counts counts = lower_[half];
     int64_t done = up_to_date_[half];
-    if (x - done > 2 * radius_) {
+    if (x - done >= size_) {
       counts = {};
-      for (int64_t k = x - radius_; k <= x + radius_; ++k) counts.add(at(k).lower[half]);
+      for (int64_t k = x; k < x + size_; ++k) counts.add(at(k).lower[half]);
     } else {
       for (; done < x; ++done) {
-        counts.subtract(at(done - radius_).lower[half]);
-        counts.add(at(done + 1 + radius_).lower[half]);
+        counts.subtract(at(done).lower[half]);
+        counts.add(at(done + size_).lower[half]);
       }
     }
     lower_[half] = counts;
     up_to_date_[half] = x;
+    return counts.find(rank);
   }
 
+ private:
   const MedianColumn* columns_;
-  int64_t width_;
   size_t step_;
-  int64_t radius_;
-  Counts upper_ = {};
+  int64_t size_;
   Counts lower_[16] = {};
-  int64_t up_to_date_[16];  // the pixels whose squares they are
+  int64_t up_to_date_[16];  // the squares whose counts they are
 };
 
 void medians(const MedianColumn* columns, size_t count, size_t step, uint32_t size, uint8_t* out) {
-  const auto width = static_cast<int64_t>(count / step);
   const uint32_t rank = size * size / 2 + 1;
   for (size_t channel = 0; channel < step; ++channel) {
-    Square square(columns + channel, width, step, size / 2);
-    for (int64_t x = 0; x < width; ++x) {
-      out[static_cast<size_t>(x) * step + channel] = square.median(x, rank);
+    Square square(columns + channel, step, size);
+    Counts upper = {};
+    for (uint32_t x = 0; x + 1 < size; ++x) upper.add(square.at(x).upper);
+    int64_t x = 0;
+    for (size_t i = channel; i < count; i += step, ++x) {
+      upper.add(square.at(x + size - 1).upper);
+      const uint32_t half = upper.find(rank);
+      const uint32_t before = half == 0 ? 0 : upper[half - 1];
+      upper.subtract(square.at(x).upper);
+      out[i] = static_cast<uint8_t>(half << 4 | square.find_lower(half, x, rank - before));
     }
   }
 }
