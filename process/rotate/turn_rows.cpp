@@ -127,6 +127,23 @@ void turn_tile(const uint8_t (&in)[kTile][kTile], uint8_t (&out)[kTile][kTile]) 
   }
 }
 
+// Of 32-bit pixels, four rows and columns at a time.
+void turn_tile(const Pixel<4> (&in)[kTile][kTile], Pixel<4> (&out)[kTile][kTile]) {
+  using namespace sse2;
+  for (size_t y = 0; y < kTile; y += 4) {
+    for (size_t x = 0; x < kTile; x += 4) {
+      const V r0 = load(&in[y][x]), r1 = load(&in[y + 1][x]);
+      const V r2 = load(&in[y + 2][x]), r3 = load(&in[y + 3][x]);
+      const V low01 = unpack_low32(r0, r1), high01 = unpack_high32(r0, r1);
+      const V low23 = unpack_low32(r2, r3), high23 = unpack_high32(r2, r3);
+      store(&out[x][y], unpack_low64(low01, low23));
+      store(&out[x + 1][y], unpack_high64(low01, low23));
+      store(&out[x + 2][y], unpack_low64(high01, high23));
+      store(&out[x + 3][y], unpack_high64(high01, high23));
+    }
+  }
+}
+
 template <size_t kBytes>
 void turn_tile(const Pixel<kBytes> (&in)[kTile][kTile], Pixel<kBytes> (&out)[kTile][kTile]) {
   for (size_t x = 0; x < kTile; ++x) {
