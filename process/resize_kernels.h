@@ -15,8 +15,8 @@ inline constexpr uint32_t kResizeLanesAvx512 = 64;
 struct ResizeStep {
   uint32_t offset;
   uint16_t count;
-  // On the first of a pair of 16 lanes: it takes every second of so many bytes, beginning with the
-  // first, and all that it makes hold.
+  // On the first step of a pair of 16 lanes: not 0 where the pair keeps every second pixel, of so
+  // many bytes, from the first of its window on.
   uint16_t halved_bytes;
 };
 
