@@ -3,7 +3,7 @@
 
 #include "exports/answer.h"
 #include "exports/arguments.h"
-#include "tavo45_scans.h"
+#include "tavo45.h"
 
 using namespace tavo;
 

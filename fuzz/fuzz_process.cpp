@@ -41,6 +41,16 @@ struct Step {
   int32_t kernel[49];
 };
 
+// What is found must be the same, too.
+int32_t look_at(BitmapHandle* bitmap, int32_t share) {
+  uint32_t area[4];
+  const int32_t status = T_FindContent(bitmap, area, area + 1, area + 2, area + 3);
+  if (status != T_OK) return status;
+  bitmap->XResolution = static_cast<int32_t>(area[0] + area[1] * 3 + area[2] * 5 + area[3] * 7);
+  if (share % 2 == 0) return T_FindSkew(bitmap, &bitmap->YResolution);
+  return T_IsBlank(bitmap, share, &bitmap->YResolution);
+}
+
 int32_t run(const Step& s, BitmapHandle* bitmap) {
   const int32_t* const n = s.numbers;
   switch (s.kind) {
@@ -83,6 +93,7 @@ int32_t run(const Step& s, BitmapHandle* bitmap) {
     case 18:
       return T_PosterizeBitmap(bitmap, n[0] % 70);
     default:
+      if (n[1] % 4 == 1) return look_at(bitmap, n[0]);
       return n[1] % 4 != 0 ? T_OK : T_HalfToneBitmap(bitmap, n[0] % 70, n[2] % 361);
   }
 }
@@ -157,6 +168,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       require(std::strcmp(T_GetStatusText(status), "Unknown status") != 0);
     }
     require(memory.BitsPerPixel == disk.BitsPerPixel && memory.Size == disk.Size);
+    require(memory.XResolution == disk.XResolution && memory.YResolution == disk.YResolution);
     require(std::memcmp(&memory.Info, &disk.Info, sizeof memory.Info) == 0);
     // Padding that nothing has written may differ: the files' is what was drawn, too.
     require(rows_of(memory) == rows_of(disk));

@@ -21,7 +21,7 @@
  *   Row conversion                 one layout of pixels to another
  *   Color reduction                dithering, optimized palettes, depths, grey
  *   Resampling                     rows and bitmaps of another size
- *   Processing                     rotation, filters, adjustments of whole bitmaps
+ *   Processing                     rotation, filters, adjustments of whole bitmaps; scanned pages
  *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint, MSP,
  *                                  GEM IMG, WPG, WMF, PNG, Photo CD
  *   Compressed pictures: coding    JPEG and CMP, stamps
@@ -854,6 +854,7 @@ T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destin
 #define T_PALETTE_FIXED 2     /* the built-in palette of the depth; grey pictures: an even ramp */
 #define T_PALETTE_GIVEN 3     /* the caller's */
 #define T_PALETTE_NONE 4      /* depths above 8 bits have none */
+#define T_PALETTE_FINE 5      /* made for the picture with more care: photographs gain most */
 
 /* Brings a bitmap to another depth, in its own record.
  * bitmap       allocated, any depth, accessed or not, and so it stays. Its palette objects are
@@ -862,12 +863,20 @@ T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destin
  * depth        1, 4, 8, 16, 24 or 32
  * paletteType  T_PALETTE_ value; above 8 bits it does not matter
  * palette, colors   T_PALETTE_GIVEN: the entries, 1 to 2^depth. Otherwise palette is not looked at;
- *              with T_PALETTE_OPTIMIZED colors is the number of colors wanted, 0 for 2^depth
+ *              with T_PALETTE_OPTIMIZED and T_PALETTE_FINE colors is the number of colors wanted,
+ *              up to 2^depth, 0 for that
  * To 8 bits or less the picture is dithered by its DitherMethod; an indexed picture whose colors
  * are all in the new palette keeps them exactly. Grey pictures (the palette is grey, or above 8
  * bits T_FLAG_GRAY is set) get grey palettes; those above 8 bits keep all 256 levels at 8 bits.
  * 1 bit with T_PALETTE_OPTIMIZED gives black and white, in this order, unless the picture has two
- * colors or fewer, which are kept. T_FLAG_GRAY is set afterwards when an 8-bit picture has the
+ * colors or fewer, which are kept.
+ * T_PALETTE_FINE counts colors by 6 bits of each component, or by all 8 where there are not too many
+ * for that, and moves the entries until their squared distances to the pixels hardly become less. A
+ * picture with no more colors than wanted keeps exactly these, whatever its DitherMethod. Entries
+ * ascend by grey level. With T_DITHER_NONE each pixel of more than 8 bits becomes the entry nearest
+ * to it; the other methods choose by classes of colors, as T_StartDithering, but for the middle of
+ * the class. 1 bit gives two such colors. It takes up to 28 MiB for the work.
+ * T_FLAG_GRAY is set afterwards when an 8-bit picture has the
  * 256-step ramp, or a deeper one came from greys.
  * The status callback is told of the progress.
  * T_OK, T_ERR_ARGUMENT (depth, type, palette, colors, DitherMethod above 7, null bitmap),
@@ -1133,12 +1142,51 @@ T_API int32_t T_CALL T_HistoEqualizeBitmap(BitmapHandle* bitmap);
  * angle  of the screen in degrees, clockwise, -360 to 360; 45 is usual */
 T_API int32_t T_CALL T_HalfToneBitmap(BitmapHandle* bitmap, int32_t cell, int32_t angle);
 
-/* Example: a page, put straight and without specks.
- *   BitmapHandle bitmap = T_EMPTY;
+/* Scanned pages. These look at a bitmap and leave it as it is, but for the row cursor. Ink is, in
+ * pictures of 1 bit, the index whose color has the lower grey level, and nothing when both have the
+ * same; in others it is what is darker than a threshold that parts the page's grey levels in two,
+ * and by 40 levels or more darker than the mean of the lighter part. The statuses are those of all
+ * processing. */
+
+/* The angle of a page's lines of text: how far clockwise the page has been turned, so that
+ * T_RotateBitmapFine by -angle puts it straight.
+ * angle  receives -1500 to 1500 hundredths of a degree; 0 also where there are no lines: on blank
+ *        pages, noise, photographs. Unchanged on failure
+ * Pages whose lines run from top to bottom, or are turned by more, are to be turned by T_RotateBitmap
+ * first. Pages of text are found to a tenth of a degree and better; solid areas do not count. */
+T_API int32_t T_CALL T_FindSkew(BitmapHandle* bitmap, int32_t* angle);
+
+/* The rectangle of all that is on a page, as T_CopyBitmapRect takes it: of ink without
+ * - the scanner's border: what is half ink or more, in cells of 8 pixels, and hangs together with an
+ *   edge of the page, with the cells around it; lines of up to two cells along an edge
+ * - specks: groups of up to 24 pixels no larger than two cells.
+ * Pages with sides of 4096 pixels and more have cells of 16 pixels, and so on, and larger specks.
+ * x, y           receive its top left pixel, as seen
+ * width, height  receive pixels and rows; 0 and 0 when nothing is on the page. All of them stay
+ *                unchanged on failure */
+T_API int32_t T_CALL T_FindContent(BitmapHandle* bitmap, uint32_t* x, uint32_t* y, uint32_t* width,
+                                   uint32_t* height);
+
+/* Whether a page is blank. What T_FindContent leaves out does not count, nor do punch holes: filled
+ * discs in the outer eighth of the page, from a 120th to a 24th of its longer side.
+ * share  millionths of the page's pixels, 0 to 1000000, that may be ink on a blank page. A line of
+ *        text is about 1500, its page number 50
+ * blank  receives 1 or 0; unchanged on failure */
+T_API int32_t T_CALL T_IsBlank(BitmapHandle* bitmap, int32_t share, int32_t* blank);
+
+/* Example: a page, put straight, without specks and margins.
+ *   BitmapHandle bitmap = T_EMPTY, page = T_EMPTY;
+ *   int32_t angle = 0;
+ *   uint32_t x, y, width, height;
  *   if (T_LoadBitmap("page.tif", &bitmap, 0, -1) == T_OK) {
- *     T_RotateBitmapFine(&bitmap, -70, T_ROTATE_SMOOTH, 0xFFFFFF);
+ *     T_FindSkew(&bitmap, &angle);
+ *     T_RotateBitmapFine(&bitmap, -angle, T_ROTATE_SMOOTH, 0xFFFFFF);
  *     T_ChangeBitmapContrast(&bitmap, 200);
  *     T_DespeckleBitmap(&bitmap, 2);
+ *     if (T_FindContent(&bitmap, &x, &y, &width, &height) == T_OK && width != 0) {
+ *       T_CopyBitmapRect(&page, &bitmap, x, y, width, height);
+ *     }
+ *     T_FreeBitmap(&page);
  *     T_FreeBitmap(&bitmap);
  *   }
  */

@@ -20,6 +20,24 @@ struct Operation {
   std::function<int32_t(BitmapHandle*)> call;
 };
 
+// What is found goes where outcomes are compared.
+template <class Find>
+int32_t note(Find find, BitmapHandle* bitmap) {
+  int32_t answer = 0;
+  const int32_t status = find(bitmap, &answer);
+  if (status == T_OK) bitmap->XResolution = answer;
+  return status;
+}
+int32_t find_content(BitmapHandle* bitmap) {
+  uint32_t area[4];
+  const int32_t status = T_FindContent(bitmap, area, area + 1, area + 2, area + 3);
+  if (status == T_OK) {
+    bitmap->XResolution = static_cast<int32_t>(area[0] << 16 | area[1]);
+    bitmap->YResolution = static_cast<int32_t>(area[2] << 16 | area[3]);
+  }
+  return status;
+}
+
 const std::vector<Operation>& operations() {
   static const std::vector<Operation> all = {
       {"rotate 90", [](BitmapHandle* b) { return T_RotateBitmap(b, -270); }},
@@ -53,6 +71,12 @@ const std::vector<Operation>& operations() {
       {"posterize", [](BitmapHandle* b) { return T_PosterizeBitmap(b, 5); }},
       {"equalize", [](BitmapHandle* b) { return T_HistoEqualizeBitmap(b); }},
       {"halftone", [](BitmapHandle* b) { return T_HalfToneBitmap(b, 6, 45); }},
+      {"skew", [](BitmapHandle* b) { return note(T_FindSkew, b); }},
+      {"blank",
+       [](BitmapHandle* b) {
+         return note([](BitmapHandle* of, int32_t* is) { return T_IsBlank(of, 300000, is); }, b);
+       }},
+      {"content", find_content},
   };
   return all;
 }
@@ -226,7 +250,11 @@ TEST(Process, WhatIsWrongIsSaidInOrder) {
                                T_PosterizeBitmap(b, 1),
                                T_PosterizeBitmap(b, 65),
                                T_HalfToneBitmap(b, 1, 0),
-                               T_HalfToneBitmap(b, 2, 361)}) {
+                               T_HalfToneBitmap(b, 2, 361),
+                               T_FindSkew(b, nullptr),
+                               T_IsBlank(b, 0, nullptr),
+                               T_IsBlank(b, -1, &b->XResolution),
+                               T_IsBlank(b, 1000001, &b->XResolution)}) {
     EXPECT_EQ(status, T_ERR_ARGUMENT);
   }
   // Nothing asked, nothing done.

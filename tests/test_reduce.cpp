@@ -10,7 +10,6 @@
 #include "color/palettes.h"
 #include "platform/platform.h"
 #include "support.h"
-#include "tavo45_scans.h"
 
 namespace tavo::color {
 namespace {
