@@ -58,6 +58,12 @@ TAVO_INLINE void store_high64(void* p, V v) {
   _mm_storeh_pi(static_cast<__m64*>(p), _mm_castsi128_ps(v));
 }
 
+// Fetches what lies `distance` behind `p`, where the processor would not by itself. That may be
+// anywhere: it has no effect that shows.
+TAVO_INLINE void fetch_ahead(const uint8_t* p, size_t distance) {
+  __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) + distance));
+}
+
 // ---- Lanes: there is one ----
 
 TAVO_INLINE V load_repeated(const void* p) { return load(p); }

@@ -57,7 +57,9 @@ class BitmapResize {
       stream_row(from, to, repeats);
       return kOk;
     }
-    resizer_.resize_row(from, to, source_.BitsPerPixel);
+    uint32_t next = y + 1;
+    while (next < static_cast<uint32_t>(source_.Height) && resizer_.row_count(next) == 0) ++next;
+    resizer_.resize_row(from, to, source_.BitsPerPixel, size_t{source_.BytesPerLine} * (next - y));
     core::clear_padding({to, new_line}, destination_.Width, destination_.BitsPerPixel);
     for (const uint8_t* const row = to; repeats > 1; --repeats) {
       std::memcpy(to += new_line, row, new_line);

@@ -43,6 +43,7 @@ void shrink_whole(const ResizeTable& table, const uint8_t* from, uint8_t*& to) {
     const ResizeStep* const end = table.steps + steps;
     const uint8_t* shuffles = table.shuffles;
     for (const ResizeStep* step = table.steps; step != end; step += 2, shuffles += 64) {
+      sse2::fetch_ahead(from + step->offset, table.ahead);
       if (step->halved_bytes != 0) {
         halve_pair(from + step->offset, step->halved_bytes, out);
         out += 32;

@@ -1,6 +1,7 @@
 // The loops that resample rows of whole bytes; resize_steps.h makes their tables.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tavo::process {
@@ -37,6 +38,7 @@ struct ResizeTable {
   uint32_t cycle = 0;
   uint32_t cycle_bytes = 0;
   uint32_t whole = 0;
+  size_t ahead = 0;       // shrinking, from this row of the source to the next that is wanted
   bool are_full = false;  // whether all bytes that the steps of the cycle make hold
   const uint8_t* last_shuffles = nullptr;
   uint32_t last = 0;

@@ -23,6 +23,8 @@ void shrink_whole(const ResizeTable& table, const uint8_t* from, uint8_t*& to) {
     const ResizeStep* const end = table.steps + steps;
     const uint8_t* shuffle = table.shuffles;
     for (const ResizeStep* step = table.steps; step != end; ++step, shuffle += kBytes) {
+      sse2::fetch_ahead(from + step->offset, table.ahead);
+      sse2::fetch_ahead(from + step->offset + kBytes, table.ahead);
       store(out, shrink_step(from + step->offset, shuffle));
       out += kFull ? kBytes : step->count;
     }

@@ -53,8 +53,8 @@ void Resizer::prepare(int32_t bits) {
   if (sources.find(across_)) steps_.make(sources, static_cast<uint32_t>(bits / 8));
 }
 
-void Resizer::resize_pixels(const uint8_t* from, uint8_t* to, uint32_t pixel_bytes) {
-  if (!steps_.empty()) return steps_.run(from, to);
+void Resizer::resize_pixels(const uint8_t* from, uint8_t* to, uint32_t pixel_bytes, size_t ahead) {
+  if (!steps_.empty()) return steps_.run(from, to, ahead);
   const auto resize = pixel_bytes == 1   ? resize_plain<1>
                       : pixel_bytes == 2 ? resize_plain<2>
                       : pixel_bytes == 3 ? resize_plain<3>
@@ -75,14 +75,14 @@ void Resizer::fill_unreached(const uint8_t* from, uint8_t* to, size_t pixel_byte
   std::memset(to + there, 0, left - there);
 }
 
-void Resizer::resize_row(const uint8_t* from, uint8_t* to, int32_t bits) {
+void Resizer::resize_row(const uint8_t* from, uint8_t* to, int32_t bits, size_t ahead) {
   const auto pixel_bytes = static_cast<uint32_t>(bits / 8);
   if (keeps_width()) {
     std::memcpy(to, from, static_cast<size_t>(across_.old_size) * pixel_bytes);
     return;
   }
   prepare(bits);
-  resize_pixels(from, to, pixel_bytes);
+  resize_pixels(from, to, pixel_bytes, ahead);
   fill_unreached(from, to, pixel_bytes);
 }
 
@@ -103,7 +103,7 @@ void Resizer::resize_row(uint8_t* row, int32_t bits) {
   if (keeps_width()) return;
   prepare(bits);
   if (bits < 8) return packed_.run(row, across_);
-  resize_pixels(row, row, static_cast<uint32_t>(bits / 8));
+  resize_pixels(row, row, static_cast<uint32_t>(bits / 8), 0);
 }
 
 }  // namespace tavo::process

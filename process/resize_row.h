@@ -25,8 +25,9 @@ class Resizer {
   void resize_row(uint8_t* row, int32_t bits);
 
   // The same from a row to another, which do not overlap; 8 bits and more. Positions that neither
-  // a source pixel nor the source as it stood reaches become zero.
-  void resize_row(const uint8_t* from, uint8_t* to, int32_t bits);
+  // a source pixel nor the source as it stood reaches become zero. The row that comes next lies
+  // `ahead` behind this one.
+  void resize_row(const uint8_t* from, uint8_t* to, int32_t bits, size_t ahead = 0);
   // The same piece by piece, by way of `scratch`, which has room for the result: small enough to be
   // read again from the nearest cache.
   void resize_row(const uint8_t* from, uint8_t* scratch, int32_t bits, ResizeSink sink);
@@ -35,7 +36,7 @@ class Resizer {
 
  private:
   void prepare(int32_t bits);
-  void resize_pixels(const uint8_t* from, uint8_t* to, uint32_t pixel_bytes);
+  void resize_pixels(const uint8_t* from, uint8_t* to, uint32_t pixel_bytes, size_t ahead);
   void fill_unreached(const uint8_t* from, uint8_t* to, size_t pixel_bytes) const;
   bool keeps_width() const { return across_.new_size == across_.old_size; }
 

@@ -184,13 +184,14 @@ void ResizeSteps::make_last(const ResizeSources& sources, uint32_t done) {
   }
 }
 
-void ResizeSteps::run(const uint8_t* from, uint8_t* to) const {
+void ResizeSteps::run(const uint8_t* from, uint8_t* to, size_t ahead) const {
   if (!moves_.empty()) return moves_.run(from, to);
   const ResizeTable table{.steps = steps_.data(),
                           .shuffles = shuffles_.data(),
                           .cycle = cycle_,
                           .cycle_bytes = cycle_bytes_,
                           .whole = whole_,
+                          .ahead = ahead,
                           .are_full = are_full_,
                           .last_shuffles = last_shuffles_.data(),
                           .last = last_};

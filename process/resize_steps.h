@@ -27,7 +27,8 @@ class ResizeSteps {
 
   bool empty() const { return whole_ + last_ == 0 && moves_.empty(); }
   // Writes the positions of the sources that it was made for. Not when empty.
-  void run(const uint8_t* from, uint8_t* to) const;
+  // Shrinking, the next row that is wanted lies `ahead` behind this one.
+  void run(const uint8_t* from, uint8_t* to, size_t ahead = 0) const;
   // Enlarging: makes them piece by piece, each at `scratch`, which has room for a row.
   void run_pieces(const uint8_t* from, uint8_t* scratch, ResizeSink sink) const;
 
