@@ -129,8 +129,12 @@ Status probe_part(const io::ProbeInput& input, const Part& part, const Kind& kin
   size_t got = 0;
   Status status = preview.read_up_to(head, got);
   if (status.ok()) status = preview.seek(0);
-  const io::ProbeInput inside{std::span(head).first(got), preview,
-                              static_cast<uint32_t>(part.bytes), false, input.identify};
+  const io::ProbeInput inside{PartScope::kName,
+                              std::span(head).first(got),
+                              preview,
+                              static_cast<uint32_t>(part.bytes),
+                              false,
+                              input.identify};
   if (status.ok()) status = kind.probe(inside, info);
   const Status failure = preview.failure();
   return failure.ok() ? status : input.file.fail(failure);
