@@ -8,10 +8,13 @@
 namespace tavo::deflate {
 namespace {
 
-constexpr size_t kPiece = 131072;  // of data, parsed at once
-constexpr size_t kWindow = kHistory + kPiece;
+// Data parsed at once, by level: a block more costs its description, and so do caches that are
+// left.
+constexpr size_t kPieces[] = {4 * 131072, 131072, 8 * 131072};
 constexpr uint32_t kFastBits = 14;
 constexpr size_t kSample = 16384;
+// Data parsed by one expectation.
+constexpr size_t kRun = 32768;
 // Where streams begin: no place of an empty table is near.
 constexpr uint32_t kFirstPlace = 2 * kHistory;
 
@@ -22,9 +25,10 @@ constexpr uint32_t kNice = 144, kEnds = 16;
 
 Status Encoder::allocate(Level level) {
   level_ = level;
-  TRY(window_.allocate(kWindow + kReadAhead));
+  room_ = kHistory + kPieces[static_cast<size_t>(level)];
+  TRY(window_.allocate(room_ + kReadAhead));
   TRY(bits_.allocate());
-  TRY(tokens_.allocate(kWindow, level == Level::kFast ? 0 : 2048));
+  TRY(tokens_.allocate(room_, level == Level::kFast ? 0 : 2048));
   if (level == Level::kSmall) TRY(optimal_.allocate());
   return level == Level::kFast ? last_.allocate(1u << kFastBits) : chains_.allocate();
 }
@@ -52,8 +56,8 @@ void Encoder::start() {
 Status Encoder::encode(std::span<const uint8_t> bytes) {
   checksum_ = adler32(checksum_, bytes);
   while (!bytes.empty()) {
-    if (used_ == kWindow) TRY(compress(false));
-    const size_t part = std::min(bytes.size(), kWindow - used_);
+    if (used_ == room_) TRY(compress(false));
+    const size_t part = std::min(bytes.size(), room_ - used_);
     std::memcpy(window_.data() + used_, bytes.data(), part);
     used_ += part;
     bytes = bytes.subspan(part);
@@ -84,28 +88,38 @@ Status Encoder::finish() {
 // What is in the window, up to where the longest match might need bytes that are still to come.
 Status Encoder::compress(bool is_last) {
   const size_t end = is_last ? used_ : used_ - kMaxMatch;
-  if (at_ == 0) {
-    Counts bytes;
-    for (size_t i = 0; i < std::min(used_, kSample); ++i) ++bytes.literals[window_.data()[i]];
-    bytes.distances[0] = static_cast<uint32_t>(std::min(used_, kSample) / 16);
-    expect_symbols(bytes);
-    optimal_.start(window_.bytes().first(std::min(used_, kSample)));
-  }
   tokens_.begin(window_.data() + at_);
-  switch (level_) {
-    case Level::kDefault:
-      parse_lazily(end);
-      break;
-    case Level::kFast:
-      parse_fast(end);
-      break;
-    case Level::kSmall:
-      parse_optimally(end);
+  if (at_ == 0) expect_first();
+  while (at_ < end) {
+    parse(std::min(end, at_ + kRun));
+    expect_symbols(tokens_.recent());
   }
   TRY(tokens_.write(is_last, bits_));
-  expect_symbols(tokens_.counts());
   slide();
   return kOk;
+}
+
+void Encoder::parse(size_t end) {
+  switch (level_) {
+    case Level::kDefault:
+      return parse_lazily(end);
+    case Level::kFast:
+      return parse_fast(end);
+    case Level::kSmall:
+      return parse_optimally(end);
+  }
+}
+
+// Before anything is known: literals as the bytes that begin runs, some of them matches.
+void Encoder::expect_first() {
+  const std::span<const uint8_t> sample = window_.bytes().first(std::min(used_, kSample));
+  Counts counts;
+  for (size_t i = 0; i < sample.size(); ++i) {
+    if (i == 0 || sample[i] != sample[i - 1]) ++counts.literals[sample[i]];
+  }
+  counts.distances[0] = static_cast<uint32_t>(sample.size() / 4);
+  expect_symbols(counts);
+  optimal_.start(sample);
 }
 
 // Symbols to come will take as many bits as these. Where matches are rare so is each of their

@@ -51,14 +51,17 @@ class Encoder {
   void parse_lazily(size_t end);
   void parse_optimally(size_t end);
 
+  void parse(size_t end);
   Status compress(bool is_last);
   void slide();
+  void expect_first();
   void expect_symbols(const Counts& counts);
   uint32_t place_of(size_t index) const { return base_ + static_cast<uint32_t>(index); }
 
   Level level_ = Level::kDefault;
   BitWriter bits_;
   Buffer window_;
+  size_t room_ = 0;    // in the window
   size_t used_ = 0;    // bytes in the window
   size_t at_ = 0;      // of these, parsed
   uint32_t base_ = 0;  // place in the stream of the window's first byte

@@ -243,7 +243,20 @@ uint64_t estimate_bits(const Counts& counts) {
   uint32_t used = 0;
   add_entropy(counts.literals, in_256ths, used);
   add_entropy(counts.distances, in_256ths, used);
-  return in_256ths / 256 + kFixedPart + kForEach * used;
+  uint64_t extra = 0;
+  for (size_t s = 0; s < std::size(kLengths); ++s) {
+    extra += uint64_t{counts.literals[kEndOfBlock + 1 + s]} * kLengths[s].bits;
+  }
+  for (size_t s = 0; s < kDistanceCodes; ++s) {
+    extra += uint64_t{counts.distances[s]} * kDistances[s].bits;
+  }
+  return in_256ths / 256 + extra + kFixedPart + kForEach * used;
+}
+
+uint64_t fixed_bits(const Counts& counts) {
+  Codes fixed;
+  fixed_codes(fixed);
+  return fixed.bits_of(counts);
 }
 
 void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs) {

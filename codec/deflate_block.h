@@ -54,6 +54,9 @@ inline uint32_t distance_symbol(uint32_t distance) {
 // estimate, by the entropy.
 uint64_t estimate_bits(const Counts& counts);
 
+// What the symbols take in the fixed codes.
+uint64_t fixed_bits(const Counts& counts);
+
 // What each symbol takes, in 16ths of a bit; of one that does not occur, what it would.
 void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs);
 

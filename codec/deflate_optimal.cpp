@@ -5,9 +5,20 @@
 namespace tavo::deflate {
 namespace {
 
-constexpr uint32_t kDepth = 200, kNice = kMaxMatch;
-constexpr uint32_t kWays = 3;  // that are looked for
-constexpr uint32_t kRoom = 8;  // for matches of each byte, on the average
+constexpr uint32_t kDepth = 1000, kNice = kMaxMatch;
+constexpr uint32_t kWays = 3;     // that are looked for
+constexpr size_t kLittle = 4096;  // data for which the fixed codes may be best
+constexpr uint32_t kRoom = 8;     // for matches of each byte, on the average
+
+// Symbols as often as the fixed codes have them.
+Counts fixed_counts() {
+  Counts counts;
+  for (uint32_t i = 0; i < kLiteralCodes; ++i) {
+    counts.literals[i] = 1u << (9 - fixed_literal_bits(i));
+  }
+  counts.distances.fill(1);
+  return counts;
+}
 
 }  // namespace
 
@@ -101,14 +112,50 @@ Counts OptimalParser::count_way(const uint8_t* data, size_t size) const {
   return counts;
 }
 
+// The longest match of each byte, or none.
+Counts OptimalParser::count_longest(const uint8_t* data, size_t size) const {
+  Counts counts;
+  counts.literals[kEndOfBlock] = 1;
+  for (size_t i = 0; i < size;) {
+    if (first_match_[i] == first_match_[i + 1]) {
+      ++counts.literals[data[i++]];
+      continue;
+    }
+    const Match& match = matches_[first_match_[i + 1] - 1];
+    ++counts.literals[kEndOfBlock + 1 + kLengthSymbol[match.length]];
+    ++counts.distances[distance_symbol(match.distance)];
+    i += match.length;
+  }
+  return counts;
+}
+
+// What a way makes symbols cost is not what it was found by, so the next may be worse.
+void OptimalParser::choose_way(const uint8_t* data, size_t size) {
+  uint64_t least = UINT64_MAX, bits = 0;
+  Counts best;
+  const auto find = [&](const Counts& counts) {
+    set_costs(counts);
+    find_way(data, size);
+    const Counts found = count_way(data, size);
+    bits = std::min(estimate_bits(found), fixed_bits(found));
+    if (bits < least) {
+      least = bits;
+      best = counts;
+    }
+    return found;
+  };
+  Counts counts = find(counts_);
+  if (size < kLittle) find(fixed_counts());
+  counts = find(count_longest(data, size));
+  for (uint32_t way = 0; way < kWays; ++way) counts = find(counts);
+  if (bits > least) counts = find(best);
+  counts_ = counts;
+}
+
 size_t OptimalParser::parse(const uint8_t* data, uint32_t place, size_t history, size_t end,
                             size_t ahead, Chains& chains, Tokens& tokens) {
   const size_t size = find_matches(data, place, history, end, ahead, chains);
-  for (uint32_t way = 0; way < kWays; ++way) {
-    set_costs(counts_);
-    find_way(data, size);
-    counts_ = count_way(data, size);
-  }
+  choose_way(data, size);
   uint32_t literals = 0;
   size_t i = 0;
   for (; i < size; i += steps_[i].length) {

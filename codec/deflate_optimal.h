@@ -46,6 +46,8 @@ class OptimalParser {
   void set_costs(const Counts& counts);
   void find_way(const uint8_t* data, size_t size);
   Counts count_way(const uint8_t* data, size_t size) const;
+  Counts count_longest(const uint8_t* data, size_t size) const;
+  void choose_way(const uint8_t* data, size_t size);
 
   Costs costs_;
   Counts counts_;  // of the stretch before

@@ -8,8 +8,8 @@ Status Tokens::allocate(size_t bytes, uint32_t part) {
   most_ = part != 0 ? part : UINT32_MAX;
   const size_t parts = bytes / most_ + 1;
   TRY(parts_.allocate(parts + 1));
-  // Every sequence but one at the end of each part has a match.
-  return sequences_.allocate(bytes / kMinMatch + parts + 2);
+  // Every sequence but one at the end of each part and run has a match.
+  return sequences_.allocate(bytes / kMinMatch + bytes / kLeastRun + parts + 4);
 }
 
 void Tokens::begin(const uint8_t* data) {
@@ -51,12 +51,6 @@ void Tokens::add(uint32_t literals, uint32_t length, uint32_t distance) {
     if (literals == 0 && length == 0) return;
   }
   if (literals != 0 || length != 0) put(literals, length, distance);
-}
-
-Counts Tokens::counts() const {
-  Counts all;
-  for (size_t i = 0; i < part_count_; ++i) all.add(parts_[i].counts);
-  return all;
 }
 
 Status Tokens::write_parts(size_t first, size_t end, const Counts& counts, bool is_last,

@@ -1,6 +1,7 @@
 // What a parser makes of a piece of data: sequences, in parts that are alike enough for one block.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
@@ -12,7 +13,9 @@ namespace tavo::deflate {
 
 class Tokens {
  public:
-  // For pieces of `bytes` bytes. `part` is how many symbols a part has at least; 0: all are one.
+  // For pieces of `bytes` bytes, of which at least kLeastRun come at once.
+  static constexpr size_t kLeastRun = 4096;
+  // `part` is how many symbols a part has at least; 0: all are one.
   Status allocate(size_t bytes, uint32_t part);
 
   // A piece begins.
@@ -24,8 +27,10 @@ class Tokens {
   // Writes the piece in as many blocks as take the fewest bits, as far as joining neighbours shows.
   Status write(bool is_last, BitWriter& out);
 
-  // How often symbols occur in all of it.
-  Counts counts() const;
+  // How often symbols occur in its last whole part, or in what there is.
+  const Counts& recent() const {
+    return parts_[part_count_ - std::min<size_t>(part_count_, 2)].counts;
+  }
 
  private:
   struct Part {
