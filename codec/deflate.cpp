@@ -39,6 +39,7 @@ void Encoder::start() {
   used_ = at_ = 0;
   base_ = kFirstPlace;
   checksum_ = 1;
+  last_distance_ = 0;
   bits_.reset();
   if (level_ == Level::kFast) {
     std::ranges::fill(last_.items(), 0u);
@@ -184,6 +185,16 @@ void Encoder::parse_optimally(size_t end) {
   }
 }
 
+// The match at the distance of the last one, which may be nearer than what was found: not all places
+// within long matches are entered.
+Match Encoder::match_again(size_t i) const {
+  const uint32_t distance = last_distance_;
+  if (distance == 0 || distance > i) return {};
+  const auto most = static_cast<uint32_t>(std::min<size_t>(used_ - i, kMaxMatch));
+  const uint8_t* const at = window_.data() + i;
+  return {equal_bytes(at, at - distance, 0, most), distance};
+}
+
 // A match is taken unless a better one begins a byte later. A byte more is worth four bits of
 // distance.
 void Encoder::parse_lazily(size_t end) {
@@ -202,6 +213,8 @@ void Encoder::parse_lazily(size_t end) {
       ++i;
       continue;
     }
+    const Match again = match_again(i);
+    if (again.distance < match.distance && again.length >= match.length) match = again;
     size_t entered = ++i;
     while (match.length < kNice && i < end) {
       const Match next = find(match.length - 1, depth_ / 2);
@@ -212,6 +225,7 @@ void Encoder::parse_lazily(size_t end) {
     }
     --i;
     tokens_.add(static_cast<uint32_t>(i - literals), match.length, match.distance);
+    last_distance_ = match.distance;
     i += match.length;
     if (match.length > kNice / 2) entered = std::max(entered, i - kEnds);
     for (; entered < i; ++entered) chains_.enter(data + entered, place_of(entered));

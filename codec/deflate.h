@@ -54,6 +54,7 @@ class Encoder {
   void parse(size_t end);
   Status compress(bool is_last);
   void slide();
+  Match match_again(size_t i) const;
   void expect_first();
   void expect_symbols(const Counts& counts);
   uint32_t place_of(size_t index) const { return base_ + static_cast<uint32_t>(index); }
@@ -69,6 +70,7 @@ class Encoder {
   Tokens tokens_;
   Chains chains_;
   OptimalParser optimal_;
+  uint32_t last_distance_ = 0;
   LeastLengths lengths_;
   uint32_t depth_ = 0;    // how many places are looked at for a match
   Array<uint32_t> last_;  // the fast level: the last place of each hash

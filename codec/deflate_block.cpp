@@ -238,7 +238,7 @@ void Counts::add(const Counts& other) {
 }
 
 uint64_t estimate_bits(const Counts& counts) {
-  constexpr uint32_t kFixedPart = 60, kForEach = 4;  // of a description
+  constexpr uint32_t kFixedPart = 160, kForEach = 2;  // of a description, about
   uint64_t in_256ths = 0;
   uint32_t used = 0;
   add_entropy(counts.literals, in_256ths, used);
