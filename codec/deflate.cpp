@@ -11,7 +11,7 @@ namespace {
 // Data parsed at once, by level: a block more costs its description, and so do caches that are
 // left.
 constexpr size_t kPieces[] = {4 * 131072, 131072, 8 * 131072};
-constexpr uint32_t kFastBits = 14;
+constexpr uint32_t kFastBits = 13;
 constexpr size_t kSample = 16384;
 // Data parsed by one expectation.
 constexpr size_t kRun = 32768;
@@ -30,7 +30,7 @@ Status Encoder::allocate(Level level) {
   TRY(bits_.allocate());
   TRY(tokens_.allocate(room_, level == Level::kFast ? 0 : 2048));
   if (level == Level::kSmall) TRY(optimal_.allocate());
-  return level == Level::kFast ? last_.allocate(1u << kFastBits) : chains_.allocate();
+  return level == Level::kFast ? last_.allocate(2u << kFastBits) : chains_.allocate();
 }
 
 // CMF and FLG (RFC 1950, 2.2): method 8, a window of 32 KiB; FLEVEL tells the level, the rest makes
@@ -144,34 +144,49 @@ void Encoder::slide() {
   base_ += static_cast<uint32_t>(gone);
 }
 
-// The last place with the same hash or none, the first match that shows. The longer there was
-// none, the fewer places are looked at.
+// Distances to the two places, to which this one is added.
+inline std::array<uint32_t, 2> Encoder::enter_fast(size_t i) {
+  const uint32_t hash = hash_four(load_four(window_.data() + i), kFastBits);
+  uint32_t* const places = &last_[2 * hash];
+  const uint32_t place = place_of(i);
+  const std::array<uint32_t, 2> distances = {place - places[0], place - places[1]};
+  places[1] = places[0];
+  places[0] = place;
+  return distances;
+}
+
+inline Match Encoder::find_fast(size_t i) {
+  const uint8_t* const at = window_.data() + i;
+  const std::array<uint32_t, 2> distances = enter_fast(i);
+  const auto most = static_cast<uint32_t>(std::min<size_t>(used_ - i, kMaxMatch));
+  Match best;
+  if (most < 4) return best;
+  for (const uint32_t distance : distances) {
+    if (distance - 1 >= std::min(i, kHistory) || load_four(at - distance) != load_four(at))
+      continue;
+    const Match match{equal_bytes(at, at - distance, 4, most), distance};
+    if (match.length > best.length && lengths_.is_worth(match)) best = match;
+  }
+  return best;
+}
+
+// The last two places with the same hash, and no better match than begins here. The longer there
+// was none, the fewer places are looked at.
 void Encoder::parse_fast(size_t end) {
   constexpr uint32_t kPatience = 5;  // steps grow with every 2^5 misses
-  const uint8_t* const data = window_.data();
   size_t i = at_, literals = at_;
   uint32_t misses = 0;
   while (i < end) {
-    const uint32_t bytes = load_four(data + i);
-    uint32_t& last = last_[hash_four(bytes, kFastBits)];
-    const uint32_t distance = place_of(i) - last;
-    last = place_of(i);
-    const auto most = static_cast<uint32_t>(std::min<size_t>(used_ - i, kMaxMatch));
-    if (distance - 1 >= std::min(i, kHistory) || load_four(data + i - distance) != bytes ||
-        most < 4) {
+    const Match match = find_fast(i);
+    if (match.length == 0) {
       i += 1 + (misses++ >> kPatience);
       continue;
     }
-    const uint32_t length = equal_bytes(data + i, data + i - distance, 4, most);
-    if (!lengths_.is_worth({length, distance})) {
-      ++i;
-      continue;
-    }
     misses = 0;
-    tokens_.add(static_cast<uint32_t>(i - literals), length, distance);
-    i += length;
+    tokens_.add(static_cast<uint32_t>(i - literals), match.length, match.distance);
+    i += match.length;
     literals = i;
-    last_[hash_four(load_four(data + i - 2), kFastBits)] = place_of(i - 2);
+    enter_fast(i - 2);
   }
   i = std::max(literals, std::min(i, end));
   tokens_.add(static_cast<uint32_t>(i - literals), 0, 0);
@@ -185,8 +200,8 @@ void Encoder::parse_optimally(size_t end) {
   }
 }
 
-// The match at the distance of the last one, which may be nearer than what was found: not all places
-// within long matches are entered.
+// The match at the distance of the last one, which may be nearer than what was found: not all
+// places within long matches are entered.
 Match Encoder::match_again(size_t i) const {
   const uint32_t distance = last_distance_;
   if (distance == 0 || distance > i) return {};

@@ -47,6 +47,8 @@ class Encoder {
  private:
   // A piece of the window that a parser makes sequences of: from `at_` on. Parsers end at `end` or
   // where a match takes them beyond, up to `used_`.
+  std::array<uint32_t, 2> enter_fast(size_t i);
+  Match find_fast(size_t i);
   void parse_fast(size_t end);
   void parse_lazily(size_t end);
   void parse_optimally(size_t end);
@@ -73,7 +75,7 @@ class Encoder {
   uint32_t last_distance_ = 0;
   LeastLengths lengths_;
   uint32_t depth_ = 0;    // how many places are looked at for a match
-  Array<uint32_t> last_;  // the fast level: the last place of each hash
+  Array<uint32_t> last_;  // the fast level: the last two places of each hash
 };
 
 }  // namespace tavo::deflate
