@@ -146,6 +146,9 @@ def photo_cd():
         check(f'Photo CD: grey of {maker[0]} by FFmpeg', seen_by_tavo(file), want)
         run(*maker, write('color.ppm', b'P6 768 512 255 ' + blobs), f'pcd:{file}')
         ours, theirs = seen_by_tavo(file), rgb(pillow(file))
+        small = interop.folder / 'small.bmp'
+        run(interop.tavo, 'convert', '--photocd', '1', file, small)
+        check('Photo CD: the smallest level', interop.bmp_rgb(small)[:2], (192, 128))
         apart = sum(abs(a - b) for a, b in zip(ours[2], theirs[2])) if ours and theirs else 999 * size
         check(f'Photo CD: colours of {maker[0]} by Pillow', apart < 2.5 * 3 * size, True)
 
@@ -168,7 +171,7 @@ def main():
                 wpg(kind, source, want)
         turned()
         photo_cd()
-    return interop.finish(223)
+    return interop.finish(224)
 
 
 if __name__ == '__main__':
