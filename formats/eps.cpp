@@ -8,6 +8,7 @@
 #include "base/settings.h"
 #include "formats/eps_text.h"
 #include "formats/tiff.h"
+#include "formats/wmf.h"
 #include "io/file_table.h"
 #include "process/row_delivery.h"
 #include "tavo45_pict.h"
@@ -36,6 +37,7 @@ struct Kind {
 
 constexpr Kind kKinds[] = {
     {&Contents::tiff, tiff::probe_readable, tiff::read, "Embedded TIFF"},
+    {&Contents::wmf, wmf::probe_readable, wmf::read, nullptr},
 };
 
 // As far as the file goes; nothing where it does not, nor beyond what the file operations of

@@ -1,4 +1,5 @@
 #include "formats/pict.h"
+#include "base/limits.h"
 #include "tavo45_pict.h"
 
 #include <array>
@@ -20,6 +21,7 @@ Status look(io::InputFile& file, std::span<const uint8_t> head, uint32_t file_by
   TRY(find_picture(head, offset));
   TRY(survey(file, offset, file_bytes, layout));
   const process::SourcePicture& picture = layout.picture;
+  TRY(limits::check_picture(picture.width, picture.height));
   return formats::check_repeating(static_cast<uint32_t>(picture.width),
                                   static_cast<uint32_t>(picture.height), file_bytes);
 }

@@ -6,6 +6,7 @@
 
 #include "base/crc32.h"
 #include "base/endian.h"
+#include "base/limits.h"
 #include "color/palettes.h"
 #include "formats/plausible.h"
 
@@ -171,6 +172,7 @@ void parse_ancillary(const Chunk& chunk, Header& header) {
 // taken as they are.
 Status check(const Header& header, uint64_t file_bytes) {
   if (header.is_indexed() && header.colors == 0) return kBadData;
+  TRY(limits::check_picture(header.width, header.height));
   return formats::check_plausible(formats::Density::kDeflate, 1 + header.row_bytes(header.width),
                                   header.height, file_bytes);
 }

@@ -4,6 +4,7 @@
 
 #include "base/buffer.h"
 #include "base/byte_source.h"
+#include "base/limits.h"
 #include "core/bitmap.h"
 #include "core/progress.h"
 #include "core/rows.h"
@@ -23,6 +24,7 @@ using process::RowDelivery;
 
 // Pages that a few bytes draw are small; posters of 16 million pixels may take none.
 Status check_page(uint64_t width, uint64_t height, uint64_t file_bytes) {
+  TRY(limits::check_picture(static_cast<int64_t>(width), static_cast<int64_t>(height)));
   constexpr uint64_t kOfAnyFile = 1 << 24, kOfEachByte = 1 << 16;
   return width * height <= kOfAnyFile + kOfEachByte * file_bytes ? kOk : kBadData;
 }
@@ -116,14 +118,24 @@ Status deliver_bitmap(Records& records, const Contents& contents, RowDelivery& r
   return formats::deliver_whole(*picture, status, rows);
 }
 
-}  // namespace
-
-Status probe(const io::ProbeInput& input, FILEINFO& info) {
-  Contents contents;
+Status look(const io::ProbeInput& input, Contents& contents, FILEINFO& info) {
   Records records(input.file);
   TRY(scan_file(input.file, records, input.file_size, contents));
   process::describe(describe(contents), T_FORMAT_WMF, compression_text(contents), info);
   return kOk;
+}
+
+}  // namespace
+
+Status probe(const io::ProbeInput& input, FILEINFO& info) {
+  Contents contents;
+  return look(input, contents, info);
+}
+
+Status probe_readable(const io::ProbeInput& input, FILEINFO& info) {
+  Contents contents;
+  TRY(look(input, contents, info));
+  return contents.content == Content::kNothing ? kSubtype : kOk;
 }
 
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,

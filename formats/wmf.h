@@ -11,6 +11,8 @@
 namespace tavo::wmf {
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);
+// The same, but kSubtype for files that hold nothing to show.
+Status probe_readable(const io::ProbeInput& input, FILEINFO& info);
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
 Status write(io::WriterUse use);
