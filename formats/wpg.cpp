@@ -13,12 +13,14 @@
 #include "core/bitmap.h"
 #include "core/progress.h"
 #include "core/rows.h"
+#include "formats/drawn_page.h"
 #include "formats/equal_rows.h"
 #include "formats/listed_colors.h"
 #include "formats/plausible.h"
 #include "formats/two_levels.h"
 #include "formats/white_byte.h"
 #include "formats/whole_rows.h"
+#include "formats/wpg_drawing.h"
 #include "formats/wpg_records.h"
 #include "process/rotate/turn.h"
 #include "process/row_delivery.h"
@@ -30,6 +32,21 @@ namespace {
 using process::RowDelivery;
 
 constexpr formats::ZeroIs kZeroIs = formats::ZeroIs::kBlack;
+
+// Kept: where there is a bitmap, it is the picture, whatever is drawn around it.
+bool is_drawn(const Contents& contents) { return contents.count == 0 && contents.has_drawing; }
+
+// A page that is drawn.
+process::SourcePicture describe_page(const Contents& contents) {
+  process::SourcePicture picture;
+  picture.storage_kind = T_FORMAT_WPG;
+  const int32_t scale = formats::draw_scale(contents.width, contents.height);
+  picture.width = contents.width * scale;
+  picture.height = contents.height * scale;
+  picture.bits = 24;
+  process::set_resolution(kScreenDotsPerInch * scale, kScreenDotsPerInch * scale, picture);
+  return picture;
+}
 
 bool can_be_read(const Contents& contents) {
   return !contents.is_encrypted && contents.count != 0 && contents.bitmap.bits != 0;
@@ -63,6 +80,7 @@ bool is_turned(const StoredBitmap& bitmap) {
 
 // As it is delivered.
 process::SourcePicture describe(const Contents& contents) {
+  if (is_drawn(contents)) return describe_page(contents);
   process::SourcePicture picture = describe_stored(contents);
   if (can_be_read(contents) && contents.bitmap.degrees % 180 != 0) {
     std::swap(picture.width, picture.height);
@@ -173,6 +191,14 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(file.size(file_bytes));
   Contents contents;
   TRY(scan_page(file, file_bytes, contents));
+  if (is_drawn(contents)) {
+    const process::SourcePicture page = describe(contents);
+    RowDelivery page_rows(page, *bitmap, sink, bits_per_pixel, context);
+    return formats::deliver_page(page, page_rows, [&](draw::Painter& painter, int32_t factor) {
+      return draw_records(file, file_bytes, contents, painter,
+                          page.width / contents.width * factor);
+    });
+  }
   if (!can_be_read(contents)) return kSubtype;
 
   TRY(file.seek(contents.bitmap.data));

@@ -8,12 +8,11 @@
 #include "base/byte_source.h"
 #include "base/endian.h"
 #include "color/palettes.h"
+#include "formats/wpg_walk.h"
 
 namespace tavo::wpg {
 
 namespace {
-
-constexpr uint32_t kScreenDotsPerInch = 96;
 
 // Types of records of version 2.
 constexpr uint8_t kStart2 = 0x01, kEnd2 = 0x02, kColorMap2 = 0x0C, kBitmapData = 0x0E;
@@ -21,65 +20,6 @@ constexpr uint8_t kBitmapPlace = 0x1B;
 
 // Rotation word of bitmap type 2.
 constexpr uint32_t kDegrees = 0x0FFF, kFlipped = 0x2000, kMirrored = 0x8000;
-
-// The records one after the other.
-class Walk {
- public:
-  Walk(ByteSource& bytes, uint64_t position, uint64_t file_bytes)
-      : bytes_(bytes), position_(position), file_bytes_(file_bytes) {}
-
-  // The next record; false at the end of the file. What is left of the one before is skipped.
-  bool next(bool is_version2) {
-    if (!bytes_.skip(left_).ok()) return false;
-    position_ += left_;
-    left_ = UINT64_MAX;  // its head belongs to no record
-    uint8_t head[2] = {};
-    if (!take({head, is_version2 ? size_t{2} : size_t{1}})) return false;
-    type_ = head[is_version2 ? 1 : 0];
-    uint32_t extension = 0, length = 0;  // the class and extensions of version 2 say nothing of it
-    if (is_version2 && !take_length(extension)) return false;
-    if (!take_length(length)) return false;
-    left_ = length;
-    return true;
-  }
-
-  uint8_t type() const { return type_; }
-  uint64_t position() const { return position_; }
-  // Bytes of the record that are to come; as far as the file goes.
-  uint64_t left() const { return left_; }
-  uint64_t left_in_file() const {
-    return std::min(left_, file_bytes_ - std::min(position_, file_bytes_));
-  }
-
-  // Whether the record has so many bytes more, which are taken then.
-  bool take(std::span<uint8_t> into) {
-    if (left_ < into.size() || !bytes_.read(into).ok()) return false;
-    left_ -= into.size();
-    position_ += into.size();
-    return true;
-  }
-
- private:
-  // A byte; 0xFF: a word, and if its top bit is set another one, the lower.
-  bool take_length(uint32_t& length) {
-    uint8_t byte = 0, word[2];
-    if (!take({&byte, 1})) return false;
-    length = byte;
-    if (byte != 0xFF) return true;
-    if (!take(word)) return false;
-    length = load_le16(word);
-    if (length < 0x8000) return true;
-    if (!take(word)) return false;
-    length = (length & 0x7FFF) << 16 | load_le16(word);
-    return true;
-  }
-
-  ByteSource& bytes_;
-  uint64_t position_;
-  uint64_t file_bytes_;
-  uint64_t left_ = 0;  // of the record
-  uint8_t type_ = 0;
-};
 
 int32_t screen_pixels(uint32_t units, uint32_t units_per_inch) {
   if (units_per_inch == 0) units_per_inch = kUnitsPerInch;
@@ -115,8 +55,10 @@ class Scanner {
       case kStart: {
         std::array<uint8_t, 6> start;  // version, flags, width, height
         if (!walk_.take(start)) return;
-        contents_.width = screen_pixels(load_le16(&start[2]), kUnitsPerInch);
-        contents_.height = screen_pixels(load_le16(&start[4]), kUnitsPerInch);
+        contents_.width_units = load_le16(&start[2]);
+        contents_.height_units = load_le16(&start[4]);
+        contents_.width = screen_pixels(contents_.width_units, kUnitsPerInch);
+        contents_.height = screen_pixels(contents_.height_units, kUnitsPerInch);
         return;
       }
       case kColorMap:
@@ -128,6 +70,15 @@ class Scanner {
         if (walk_.take(place)) take_bitmap1(load_le16(place.data()));
         return;
       }
+      case kLine:
+      case kPolyline:
+      case kRectangle:
+      case kPolygon:
+      case kEllipse:
+      case kText:
+      case kCurve:
+        contents_.has_drawing = contents_.width_units != 0 && contents_.height_units != 0;
+        return;
       default:
         return;
     }
@@ -258,6 +209,7 @@ Status scan(io::InputFile& file, uint32_t file_bytes, int32_t page, Contents& co
   if (first < kHeaderBytes) return kBadData;
   if (contents.is_encrypted || first >= file_bytes) return kOk;
 
+  contents.first_record = first;
   TRY(file.seek(first));
   ByteSource bytes(file);
   TRY(bytes.start());

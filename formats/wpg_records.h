@@ -17,10 +17,14 @@ inline constexpr uint8_t kProduct = 1;      // WordPerfect
 inline constexpr uint8_t kFileType = 0x16;  // a graphics file
 
 // Types of records of version 1.
+inline constexpr uint8_t kFillStyle = 0x01, kLineStyle = 0x02, kLine = 0x05, kPolyline = 0x06;
+inline constexpr uint8_t kRectangle = 0x07, kPolygon = 0x08, kEllipse = 0x09, kText = 0x0C;
+inline constexpr uint8_t kTextStyle = 0x0D, kCurve = 0x13;
 inline constexpr uint8_t kBitmap1 = 0x0B, kColorMap = 0x0E, kStart = 0x0F, kEnd = 0x10;
 inline constexpr uint8_t kBitmap2 = 0x14;
 
 inline constexpr uint32_t kUnitsPerInch = 1200;
+inline constexpr int32_t kScreenDotsPerInch = 96;
 
 struct StoredBitmap {
   uint16_t width = 0;
@@ -45,6 +49,10 @@ struct Contents {
   bool has_palette = false;  // a colour map stands before the bitmap
   int32_t width = 1;         // of the drawing, in pixels at 96 per inch
   int32_t height = 1;
+  uint32_t width_units = 0;  // of version 1
+  uint32_t height_units = 0;
+  bool has_drawing = false;  // of version 1
+  uint32_t first_record = 0;
 };
 
 // Reads from the file's start. kBadData for another format and an empty bitmap, kNoMemory, and what

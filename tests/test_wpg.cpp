@@ -180,6 +180,30 @@ TEST(Wpg, WhatIsNotReadIsIdentified) {
   EXPECT_EQ(read_directly(T_LoadWPGFile, version1(65535, 65535, 8, {})), T_ERR_READ);
 }
 
+TEST(Wpg, DrawingsWithoutABitmapAreDrawn) {
+  const Bytes page = hex("0F06 0100 3200 1900"), no_line = hex("0204 0000 0000");
+  const struct {
+    const char* what;
+    const char* records;
+    const char* rows;
+  } cases[] = {
+      {"a rectangle, from below", "0102 0104 0708 0000 0000 1900 0D00",
+       "FFFFFF FFFFFF FFFFFF FFFFFF AA0000 AA0000 FFFFFF FFFFFF"},
+      {"a polygon", "0102 0101 080E 0300 0000 0000 0000 1900 1900 0000 0204 0000 0000",
+       "FFFFFF FFFFFF FFFFFF FFFFFF 0000AA FFFFFF FFFFFF FFFFFF"},
+      {"a line as wide as a pixel", "0204 0102 0D00 0508 0600 0600 2C00 0600",
+       "FFFFFF FFFFFF FFFFFF FFFFFF 00AA00 00AA00 00AA00 00AA00"},
+  };
+  for (const auto& c : cases) {
+    Bitmap bitmap;
+    const Bytes file = wpg_file(1, {page, no_line, hex(c.records), hex("1000")});
+    ASSERT_EQ(load(file, bitmap, 24, T_ORDER_RGB), T_OK) << c.what;
+    EXPECT_EQ(info_of(file).XResolution, 96);
+    EXPECT_EQ(rgb(bitmap.get()), hex(c.rows)) << c.what;
+    EXPECT_EQ(read_directly(T_LoadWPGFile, wpg_file(1, {page, hex(c.records)})), T_ERR_READ);
+  }
+}
+
 TEST(Wpg, WritesExactlyThis) {
   Disk disk;
   Bitmap picture;
