@@ -20,8 +20,9 @@ constexpr int64_t cross(Point along, Point point) {
 Pen Pen::round(int32_t width) {
   Pen pen;
   if (width < kThinnest) return pen;
+  // A multiple of four, so that it is as wide and high as asked.
   const int32_t count =
-      std::clamp(8 + width / (2 * kSubpixels) * 2, 8, static_cast<int32_t>(pen.points_.size()));
+      std::min(8 + width / (4 * kSubpixels) * 4, static_cast<int32_t>(pen.points_.size()));
   for (int32_t i = 0; i < count; ++i) {
     const SineCosine direction = sine_cosine(kFullTurn * i / count);
     const auto scaled = [width](int64_t part) {

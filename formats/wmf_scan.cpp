@@ -131,10 +131,13 @@ class Scanner {
     const draw::Point to = mapping.at(int64_t{call.x} + call.width, int64_t{call.y} + call.height);
     contents_.is_mirrored = (from.x > to.x) != (call.source_width < 0);
     contents_.is_flipped = (from.y > to.y) != (call.source_height < 0);
-    const auto covers = [](int32_t a, int32_t b) {
-      return std::min(a, b) <= kMayMiss && std::max(a, b) >= kFrame - kMayMiss;
+    // Mirrored ones begin with the pixel that they name (wmf_placed.cpp).
+    const auto covers = [](int32_t a, int32_t b, int32_t pixels) {
+      const int32_t pixel = a > b ? kFrame / pixels : 0;
+      return std::min(a, b) + pixel <= kMayMiss && std::max(a, b) + pixel >= kFrame - kMayMiss;
     };
-    return has_screen_ && covers(from.x, to.x) && covers(from.y, to.y);
+    return has_screen_ && covers(from.x, to.x, mapping.pixel_width) &&
+           covers(from.y, to.y, mapping.pixel_height);
   }
 
   // What size the page would have to have for a bitmap to keep its pixels; of bitmaps that do not
