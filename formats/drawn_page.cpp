@@ -11,7 +11,7 @@ namespace {
 constexpr int32_t kSmoothFactor = 4;
 
 // Of a page that is averaged, whole rows of about so many bytes are drawn at once.
-constexpr int64_t kBandBytes = int64_t{1} << 24;
+constexpr int64_t kBandBytes = int64_t{1} << 22;
 
 int32_t band_rows(int32_t width, int32_t height, int32_t factor) {
   if (factor == 1) return height;

@@ -42,7 +42,6 @@ constexpr Mark kMarks[] = {
     {0, "AT&TFORM"sv, "a DjVu file"},
     {8, "ILBM"sv, "an IFF file"},
     {8, "PBM "sv, "an IFF file"},
-    {0, "\xD7\xCD\xC6\x9A"sv, "a Windows metafile"},
     {40, " EMF"sv, "an enhanced metafile"},
     {0, "\x00\x00\x01\x00"sv, "an icon file"},
     {0, "\x00\x00\x02\x00"sv, "a cursor file"},
