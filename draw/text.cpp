@@ -9,9 +9,9 @@ namespace tavo::draw {
 
 namespace {
 
-constexpr int32_t kStroke = 5, kBoldStroke = 8;   // thickness in units of the font
-constexpr int32_t kUnderline = -7, kStrike = 15;  // where lines are
-constexpr int64_t kSlant = 5;                     // italics lean by a fifth of their height
+constexpr int32_t kStroke = 5, kBoldStroke = 8, kRule = 3;  // thickness in units of the font
+constexpr int32_t kUnderline = -7, kStrike = 15;            // where lines are
+constexpr int64_t kSlant = 5;  // italics lean by a fifth of their height
 
 // From units of the font at a place along the line to the page.
 class Setting {
@@ -82,7 +82,8 @@ Status draw_text(Painter& painter, const TextLine& line, const Brush& brush, Ras
   shape.clear();
   if (face.is_underlined) TRY(setting.add_line(kUnderline, shape));
   if (face.is_struck_out) TRY(setting.add_line(kStrike, shape));
-  return painter.stroke(shape, Ends::kOpen, pen, brush, operation);
+  const Pen rule = Pen::round(std::max(TextFace::part(face.height, kRule), face.thinnest));
+  return painter.stroke(shape, Ends::kOpen, rule, brush, operation);
 }
 
 Status fill_behind_text(Painter& painter, const TextLine& line, const Brush& brush) {

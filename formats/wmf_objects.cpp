@@ -1,5 +1,6 @@
 #include "formats/wmf_objects.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 

@@ -2,6 +2,7 @@
 // Facts: Microsoft, [MS-WMF] "Windows Metafile Format".
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 

@@ -4,8 +4,10 @@
 #include <cstdint>
 
 #include "base/status.h"
+#include "draw/geometry.h"
 #include "formats/wmf_bitmaps.h"
 #include "formats/wmf_records.h"
+#include "io/input_file.h"
 
 namespace tavo::wmf {
 

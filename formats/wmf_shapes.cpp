@@ -191,7 +191,7 @@ Status Player::read_region(const RegionObject& object, draw::Region& region) {
 
 Status Player::take_region_fill() {
   std::array<int16_t, 4> words = {};
-  const size_t count = records_.function() >> 8 == 1 ? 1 : records_.function() >> 8;
+  const size_t count = records_.function() >> 8;
   if (!records_.take(std::span(words).first(count))) return kOk;
   const Object* const object = objects_.find(words[0]);
   const auto* const stored = object == nullptr ? nullptr : std::get_if<RegionObject>(object);

@@ -1,6 +1,7 @@
 // Texts of a metafile.
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 
 #include "draw/text.h"
 #include "formats/wmf_player.h"
