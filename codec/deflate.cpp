@@ -156,6 +156,7 @@ inline std::array<uint32_t, 2> Encoder::enter_fast(size_t i) {
 }
 
 inline Match Encoder::find_fast(size_t i) {
+  constexpr uint32_t kEnough = 6;
   const uint8_t* const at = window_.data() + i;
   const std::array<uint32_t, 2> distances = enter_fast(i);
   const auto most = static_cast<uint32_t>(std::min<size_t>(used_ - i, kMaxMatch));
@@ -166,6 +167,7 @@ inline Match Encoder::find_fast(size_t i) {
       continue;
     const Match match{equal_bytes(at, at - distance, 4, most), distance};
     if (match.length > best.length && lengths_.is_worth(match)) best = match;
+    if (best.length >= kEnough) break;
   }
   return best;
 }

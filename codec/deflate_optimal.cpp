@@ -5,7 +5,8 @@
 namespace tavo::deflate {
 namespace {
 
-constexpr uint32_t kDepth = 1000, kNice = kMaxMatch;
+constexpr uint32_t kFar = 128;  // not a repetition within a row
+constexpr uint32_t kDepth = 200, kNice = kMaxMatch;
 constexpr uint32_t kWays = 3;     // that are looked for
 constexpr size_t kLittle = 4096;  // data for which the fixed codes may be best
 constexpr uint32_t kRoom = 8;     // for matches of each byte, on the average
@@ -23,7 +24,7 @@ Counts fixed_counts() {
 }  // namespace
 
 Status OptimalParser::allocate() {
-  TRY(matches_.allocate(kRoom * kStretch + Chains::kMaxFound));
+  TRY(matches_.allocate(kRoom * kStretch + Chains::kMaxFound + 1));
   TRY(first_match_.allocate(kStretch + 2));
   return steps_.allocate(kStretch + kMaxMatch + 1);
 }
@@ -42,7 +43,7 @@ void OptimalParser::start(std::span<const uint8_t> data) {
 size_t OptimalParser::find_matches(const uint8_t* data, uint32_t place, size_t history, size_t end,
                                    size_t ahead, Chains& chains) {
   const size_t most = std::min(end, kStretch);
-  uint32_t used = 0, skipped = 0;
+  uint32_t used = 0, skipped = 0, distance = 0;
   size_t i = 0;
   for (; i < most && used < kRoom * kStretch; ++i) {
     first_match_[i] = used;
@@ -53,8 +54,15 @@ size_t OptimalParser::find_matches(const uint8_t* data, uint32_t place, size_t h
       continue;
     }
     const auto left = static_cast<uint32_t>(std::min<size_t>(ahead - i, kMaxMatch));
-    const uint32_t count = chains.find_all(data + i, at_place, history + i, left, kDepth, kNice,
-                                           matches_.data() + used);
+    Match* const found = matches_.data() + used;
+    uint32_t count = chains.find_all(data + i, at_place, history + i, left, kDepth, kNice, found);
+    // Rows that are alike are alike from end to end, however far it is.
+    if (distance != 0 && distance <= history + i) {
+      const uint32_t length = equal_bytes(data + i, data + i - distance, 0, left);
+      const uint32_t longest = count > 0 ? found[count - 1].length : kMinMatch - 1;
+      if (length > longest) found[count++] = {length, distance};
+    }
+    if (count > 0 && found[count - 1].distance >= kFar) distance = found[count - 1].distance;
     used += count;
     if (count > 0 && matches_[used - 1].length == kMaxMatch) skipped = kMaxMatch - 1;
   }

@@ -375,7 +375,7 @@ class Damage(CliTest):
         self.succeeds("convert", self.make(24), "big.bmp", "--size", "1000%")
         height = 10 * HEIGHT
         cuts = [("bmp", []), ("pcx", []), ("dcx", []), ("gif", []), ("tga", []), ("ras", []),
-                ("jpg", []), ("cmp", []), ("tif", []), ("tif", ["--to", "lzw"]),
+                ("jpg", []), ("cmp", []), ("png", []), ("tif", []), ("tif", ["--to", "lzw"]),
                 ("tif", ["--to", "packbits"]), ("tif", ["--to", "group4", "--bits", 1]),
                 ("tif", ["--to", "g3", "--bits", 1]), ("cal", ["--bits", 1])]
         for extension, options in cuts:
@@ -504,6 +504,19 @@ class Words(CliTest):
             for word in words:
                 self.assertIn(word, done.stderr)
         self.succeeds("convert", "plain.jpg", "out.bmp")
+
+    def test_levels_of_deflate(self):
+        name = self.make(24)
+        sizes = {}
+        for level in "small", "default", "fast":
+            self.succeeds("convert", name, "out.png", "--level", level)
+            self.succeeds("convert", "out.png", "out.tif", "--to", "deflate", "--level", level)
+            self.succeeds("convert", "out.tif", "again.tif")  # the coding stays
+            rows = json.loads(self.succeeds("info", "--json", "out.png", "again.tif"))
+            self.assertEqual([row["compression"] for row in rows], ["Deflate", "Deflate"])
+            sizes[level] = Path("out.png").stat().st_size
+        self.assertLess(sizes["small"], sizes["fast"])
+        self.assertEqual(tavo("convert", name, "out.bmp", "--level", "fast").returncode, 2)
 
     def test_what_the_source_says_is_kept(self):
         self.succeeds("convert", self.make(24), "fine.jpg", "--quality", 91)
