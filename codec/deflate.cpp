@@ -8,13 +8,11 @@
 namespace tavo::deflate {
 namespace {
 
-// Data parsed at once, by level: a block more costs its description, and so do caches that are
-// left.
+// Data parsed before blocks are written, by level: the more, the fewer blocks that need not be.
 constexpr size_t kPieces[] = {4 * 131072, 131072, 8 * 131072};
 constexpr uint32_t kFastBits = 13;
-constexpr size_t kSample = 16384;
-// Data parsed by one expectation.
-constexpr size_t kRun = 32768;
+constexpr size_t kSample = 16384;  // that tells what is to be expected at first
+constexpr size_t kRun = 32768;     // parsed by one expectation
 // Where streams begin: no place of an empty table is near.
 constexpr uint32_t kFirstPlace = 2 * kHistory;
 

@@ -9,7 +9,7 @@ Status Tokens::allocate(size_t bytes, uint32_t part) {
   const size_t parts = bytes / most_ + 1;
   TRY(parts_.allocate(parts + 1));
   // Every sequence but one at the end of each part and run has a match.
-  return sequences_.allocate(bytes / kMinMatch + bytes / kLeastRun + parts + 4);
+  return sequences_.allocate(bytes / kMinMatch + 2 * (bytes / kLeastRun) + parts + 4);
 }
 
 void Tokens::begin(const uint8_t* data) {

@@ -13,9 +13,9 @@ namespace tavo::deflate {
 
 class Tokens {
  public:
-  // For pieces of `bytes` bytes, of which at least kLeastRun come at once.
+  // For pieces of `bytes` bytes. `part` is how many symbols a part has; 0: all are one. Literals
+  // without a match end runs of kLeastRun bytes or more, and what remains of 8 such runs.
   static constexpr size_t kLeastRun = 4096;
-  // `part` is how many symbols a part has at least; 0: all are one.
   Status allocate(size_t bytes, uint32_t part);
 
   // A piece begins.
