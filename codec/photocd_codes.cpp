@@ -62,76 +62,105 @@ void CodeTable::join_codes() {
   }
 }
 
-template <class Bits>
-CodeTable::Code CodeTable::next(const Bits& bits) const {
-  const uint32_t top = bits.peek(kLongest);
+// A row that is being decoded. It is in memory whole; zeros follow it.
+struct CodeTable::Run : BitRegister<BitOrder::kHighFirst, uintptr_t> {
+  explicit Run(const CodedRow& row) : next(row.bytes), out(row.out) {
+    refill();
+    drop(row.skipped);
+  }
+  void refill() { BitRegister::refill(load(next), next); }
+  void put(uint8_t difference) { *out++ = static_cast<int8_t>(difference); }
+
+  const uint8_t* next;
+  int8_t* out;
+};
+
+inline CodeTable::Code CodeTable::next(const Run& run) const {
+  const uint32_t top = run.peek(kLongest);
   const Code code = codes_[top >> kRestBits];
   if (code.bits != kIsLonger) return code;
   return longer_[code.value][top & ((1u << kRestBits) - 1)];
 }
 
+// Up to three codes at once; false when the next one is longer than that, or none.
+inline bool CodeTable::join(Run& run) const {
+  const uint32_t entry = joined_[run.peek(kLookBits)];
+  store_le32(reinterpret_cast<uint8_t*>(run.out), entry >> 8);
+  run.drop(entry & 0xF);
+  run.out += entry >> 4 & 0xF;
+  return (entry & 0xF) != 0;
+}
+
+// Any code; false when it is none.
+inline bool CodeTable::single(Run& run) const {
+  run.refill();
+  const Code code = next(run);
+  if (code.bits == 0) return false;
+  run.drop(code.bits);
+  run.put(code.value);
+  return true;
+}
+
 namespace {
 
-// The bits of a row that is in memory whole; zeros follow it.
-struct RowBits : BitRegister<BitOrder::kHighFirst, uintptr_t> {
-  RowBits(const uint8_t* bytes, uint32_t skipped) : next(bytes) {
-    refill();
-    drop(skipped);
-  }
-  void refill() { BitRegister::refill(load(next), next); }
-
-  const uint8_t* next;
-};
+constexpr size_t kJoined = 3;
 
 }  // namespace
 
-size_t CodeTable::decode(const uint8_t* bytes, uint32_t skipped, uint64_t available, size_t count,
-                         int8_t* out) const {
-  constexpr size_t kSteps = RowBits::kRefilledBits / kLookBits;
-  RowBits bits(bytes, skipped);
-  size_t done = 0;
-  while (done + 3 * kSteps <= count) {
-    bits.refill();
+void CodeTable::decode(CodedRow& a, CodedRow& b, size_t count) const {
+  constexpr size_t kSteps = Run::kRefilledBits / kLookBits;
+  Run first(a), second(b);
+  const int8_t* const first_end = a.out + count - std::min(count, kJoined * kSteps);
+  const int8_t* const second_end = b.out + count - std::min(count, kJoined * kSteps);
+  bool is_coded = true;
+  while (is_coded && first.out < first_end && second.out < second_end) {
+    first.refill();
+    second.refill();
     for (size_t i = 0; i < kSteps; ++i) {
-      const uint32_t entry = joined_[bits.peek(kLookBits)];
-      store_le32(reinterpret_cast<uint8_t*>(out) + done, entry >> 8);
-      bits.drop(entry & 0xF);
-      done += entry >> 4 & 0xF;
-      if ((entry & 0xF) != 0) [[likely]]
+      const bool first_joins = join(first), second_joins = join(second);
+      if (first_joins && second_joins) [[likely]]
         continue;
-      bits.refill();
-      const Code code = next(bits);
-      if (code.bits == 0) return decode_singly(bytes, skipped, available, count, out);
-      bits.drop(code.bits);
-      out[done++] = static_cast<int8_t>(code.value);
+      is_coded = (first_joins || single(first)) && (second_joins || single(second));
       break;
     }
   }
-  while (done < count) {
-    bits.refill();
-    const Code code = next(bits);
-    if (code.bits == 0) break;
-    bits.drop(code.bits);
-    out[done++] = static_cast<int8_t>(code.value);
+  finish(first, a, count);
+  finish(second, b, count);
+}
+
+void CodeTable::decode(CodedRow& row, size_t count) const {
+  Run run(row);
+  finish(run, row, count);
+}
+
+void CodeTable::finish(Run& started, CodedRow& row, size_t count) const {
+  constexpr size_t kSteps = Run::kRefilledBits / kLookBits;
+  Run run = started;
+  const int8_t* const end = row.out + count;
+  while (end - run.out > static_cast<ptrdiff_t>(kJoined * kSteps)) {
+    run.refill();
+    size_t steps = 0;
+    while (steps < kSteps && join(run)) ++steps;
+    if (steps < kSteps && !single(run)) break;
   }
-  const auto taken = static_cast<uint64_t>(bits.next - bytes) * 8 - bits.count - skipped;
-  const bool is_whole = done == count && taken <= available;
-  return is_whole ? count : decode_singly(bytes, skipped, available, count, out);
+  while (run.out < end && single(run)) continue;
+  const auto taken = static_cast<uint64_t>(run.next - row.bytes) * 8 - run.count - row.skipped;
+  row.found = count;
+  if (run.out != end || taken > row.available) decode_singly(row, count);
 }
 
 // Of a damaged row.
-size_t CodeTable::decode_singly(const uint8_t* bytes, uint32_t skipped, uint64_t available,
-                                size_t count, int8_t* out) const {
-  RowBits bits(bytes, skipped);
-  for (size_t i = 0; i < count; ++i) {
-    bits.refill();
-    const Code code = next(bits);
-    if (code.bits == 0 || code.bits > available) return i;
-    available -= code.bits;
-    bits.drop(code.bits);
-    out[i] = static_cast<int8_t>(code.value);
+void CodeTable::decode_singly(CodedRow& row, size_t count) const {
+  Run run(row);
+  uint64_t left = row.available;
+  for (row.found = 0; row.found < count; ++row.found) {
+    run.refill();
+    const Code code = next(run);
+    if (code.bits == 0 || code.bits > left) return;
+    left -= code.bits;
+    run.drop(code.bits);
+    run.put(code.value);
   }
-  return count;
 }
 
 }  // namespace tavo::photocd

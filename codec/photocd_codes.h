@@ -15,16 +15,23 @@ inline constexpr size_t kLargestTable = 1 + 256 * 4;
 // What row decoding reads behind the bytes of a row.
 inline constexpr size_t kCodeSlack = 32;
 
+// The codes of a row, which begin `skipped` bits (0 to 7) behind `bytes`, and what they stand for.
+struct CodedRow {
+  const uint8_t* bytes;  // two for each code and kCodeSlack of them are read
+  uint32_t skipped;
+  uint64_t available;  // bits
+  int8_t* out;         // has room for three more
+  size_t found;        // how many there were until a code was none
+};
+
 class CodeTable {
  public:
   // Takes the table at the start of `bytes`; how many it has, 0 when it is none.
   size_t parse(std::span<const uint8_t> bytes);
 
-  // Decodes `count` differences from the bits that begin `skipped` bits (0 to 7) behind `bytes`, of
-  // which there are `available`. Returns how many there were until a code was none. Up to two bytes
-  // for each and kCodeSlack of them are read; `out` has room for three more.
-  size_t decode(const uint8_t* bytes, uint32_t skipped, uint64_t available, size_t count,
-                int8_t* out) const;
+  // Decodes `count` differences of each row: two at once, as they do not wait for each other.
+  void decode(CodedRow& a, CodedRow& b, size_t count) const;
+  void decode(CodedRow& row, size_t count) const;
 
  private:
   static constexpr uint32_t kLookBits = 12;
@@ -41,10 +48,12 @@ class CodeTable {
 
   void add(uint32_t code, uint32_t bits, uint8_t value);
   void join_codes();
-  template <class Bits>
-  Code next(const Bits& bits) const;
-  size_t decode_singly(const uint8_t* bytes, uint32_t skipped, uint64_t available, size_t count,
-                       int8_t* out) const;
+  struct Run;
+  Code next(const Run& run) const;
+  bool join(Run& run) const;
+  bool single(Run& run) const;
+  void finish(Run& run, CodedRow& row, size_t count) const;
+  void decode_singly(CodedRow& row, size_t count) const;
 
   std::array<Code, kLooks> codes_;
   std::array<std::array<Code, size_t{1} << kRestBits>, 256> longer_;  // no more than codes

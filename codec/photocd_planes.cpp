@@ -77,26 +77,40 @@ Status Differences::start(const FileBytes& file, const RowIndex& index, uint32_t
   table_ = &table;
   plane_ = plane;
   width_ = width;
+  pair_ = kNone;
   were_missing_ = false;
-  TRY(window_.start(file));
-  return row_.allocate(width + kRowSlack);
+  for (Window& window : windows_) TRY(window.start(file));
+  for (Buffer& row : rows_) TRY(row.allocate(width + kRowSlack));
+  return kOk;
 }
 
 // What is missing is no difference.
+Status Differences::decode(uint32_t pair) {
+  pair_ = kNone;
+  for (uint32_t i = 0; i < 2; ++i) {
+    const RowPlace& place = index_->place(plane_, 2 * pair + i);
+    codes_[i] = {nullptr, static_cast<uint32_t>(place.first % 8), place.end - place.first,
+                 reinterpret_cast<int8_t*>(rows_[i].data()), 0};
+    if (place.first == 0) continue;
+    TRY(windows_[i].at(place.first / 8, 2 * size_t{width_} + kCodeSlack, codes_[i].bytes));
+  }
+  if (codes_[0].bytes != nullptr && codes_[1].bytes != nullptr) {
+    table_->decode(codes_[0], codes_[1], width_);
+  } else {
+    for (CodedRow& row : codes_) {
+      if (row.bytes != nullptr) table_->decode(row, width_);
+    }
+  }
+  for (CodedRow& row : codes_) std::memset(row.out + row.found, 0, width_ - row.found);
+  pair_ = pair;
+  return kOk;
+}
+
 Status Differences::add(uint32_t y, uint8_t* samples) {
-  const RowPlace& place = index_->place(plane_, y);
-  size_t count = 0;
-  auto* const differences = reinterpret_cast<int8_t*>(row_.data());
-  if (place.first != 0) {
-    const uint8_t* bytes = nullptr;
-    TRY(window_.at(place.first / 8, 2 * size_t{width_} + kCodeSlack, bytes));
-    count = table_->decode(bytes, place.first % 8, place.end - place.first, width_, differences);
-  }
-  if (count < width_) {
-    were_missing_ = true;
-    std::memset(differences + count, 0, width_ - count);
-  }
-  add_differences(differences, width_, samples);
+  if (pair_ != y / 2) TRY(decode(y / 2));
+  const CodedRow& row = codes_[y % 2];
+  were_missing_ = were_missing_ || row.found < width_;
+  add_differences(row.out, width_, samples);
   return kOk;
 }
 

@@ -80,12 +80,17 @@ class Differences {
   bool were_missing() const { return were_missing_; }
 
  private:
+  Status decode(uint32_t pair);
+
+  static constexpr uint32_t kNone = UINT32_MAX;
   const RowIndex* index_ = nullptr;
   const CodeTable* table_ = nullptr;
   uint32_t plane_ = 0;
   uint32_t width_ = 0;
-  Window window_;
-  Buffer row_;
+  uint32_t pair_ = kNone;  // that is decoded: rows 2 * pair_ and the next one
+  std::array<Window, 2> windows_;
+  std::array<Buffer, 2> rows_;
+  std::array<CodedRow, 2> codes_ = {};
   bool were_missing_ = false;
 };
 

@@ -37,8 +37,10 @@ int decode_level(const uint8_t* data, size_t size) {
       if (place.first == 0) continue;
       if (place.end < place.first) std::abort();
       if (!window.at(place.first / 8, 2 * kWidth + photocd::kCodeSlack, bytes).ok()) return 0;
-      const uint64_t available = place.end - place.first;
-      if (table[0].decode(bytes, place.first % 8, available, kWidth, row) > kWidth) std::abort();
+      photocd::CodedRow codes = {bytes, static_cast<uint32_t>(place.first % 8),
+                                 place.end - place.first, row, 0};
+      table[0].decode(codes, kWidth);
+      if (codes.found > kWidth) std::abort();
     }
   }
   return 0;

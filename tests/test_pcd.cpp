@@ -218,10 +218,19 @@ TEST_F(PhotoCd, CodesOfNoiseStayInTheirRow) {
     for (size_t at = 1; at < codes.size(); at += 4) codes[at] %= i % 16 + 1;
     const uint32_t count = 1 + random.below(300);
     const Bytes bytes = random.bytes(2 * count + photocd::kCodeSlack);
-    std::vector<int8_t> out(count + 3);
+    std::vector<int8_t> out[3] = {};
+    for (auto& row : out) row.resize(count + 3);
+    const auto row = [&](int n) {
+      return photocd::CodedRow{bytes.data(), i % 8u, 7 * count, out[n].data(), 0};
+    };
+    photocd::CodedRow one = row(0), two = row(1), alone = row(2);
+    two.skipped = 0;
     EXPECT_GT(table[0].parse(codes), 0u);
-    EXPECT_LE(table[0].decode(bytes.data(), i % 8, random.below(16 * count), count, out.data()),
-              count);
+    table[0].decode(one, two, count);
+    table[0].decode(alone, count);
+    EXPECT_LE(two.found, count);
+    ASSERT_EQ(one.found, alone.found);
+    EXPECT_TRUE(std::equal(one.out, one.out + one.found, alone.out));
   }
 }
 
