@@ -71,6 +71,9 @@ struct CodeTable::Run : BitRegister<BitOrder::kHighFirst, uintptr_t> {
   void refill() { BitRegister::refill(load(next), next); }
   void put(uint8_t difference) { *out++ = static_cast<int8_t>(difference); }
 
+  static constexpr size_t kSteps = kRefilledBits / kLookBits;  // that a refill serves
+  static constexpr size_t kMostJoined = 3 * kSteps;
+
   const uint8_t* next;
   int8_t* out;
 };
@@ -101,22 +104,15 @@ inline bool CodeTable::single(Run& run) const {
   return true;
 }
 
-namespace {
-
-constexpr size_t kJoined = 3;
-
-}  // namespace
-
 void CodeTable::decode(CodedRow& a, CodedRow& b, size_t count) const {
-  constexpr size_t kSteps = Run::kRefilledBits / kLookBits;
   Run first(a), second(b);
-  const int8_t* const first_end = a.out + count - std::min(count, kJoined * kSteps);
-  const int8_t* const second_end = b.out + count - std::min(count, kJoined * kSteps);
+  const int8_t* const first_end = a.out + count - std::min(count, Run::kMostJoined);
+  const int8_t* const second_end = b.out + count - std::min(count, Run::kMostJoined);
   bool is_coded = true;
   while (is_coded && first.out < first_end && second.out < second_end) {
     first.refill();
     second.refill();
-    for (size_t i = 0; i < kSteps; ++i) {
+    for (size_t i = 0; i < Run::kSteps; ++i) {
       const bool first_joins = join(first), second_joins = join(second);
       if (first_joins && second_joins) [[likely]]
         continue;
@@ -133,15 +129,14 @@ void CodeTable::decode(CodedRow& row, size_t count) const {
   finish(run, row, count);
 }
 
-void CodeTable::finish(Run& started, CodedRow& row, size_t count) const {
-  constexpr size_t kSteps = Run::kRefilledBits / kLookBits;
-  Run run = started;
+// The rest of a row.
+void CodeTable::finish(Run run, CodedRow& row, size_t count) const {
   const int8_t* const end = row.out + count;
-  while (end - run.out > static_cast<ptrdiff_t>(kJoined * kSteps)) {
+  while (end - run.out > static_cast<ptrdiff_t>(Run::kMostJoined)) {
     run.refill();
     size_t steps = 0;
-    while (steps < kSteps && join(run)) ++steps;
-    if (steps < kSteps && !single(run)) break;
+    while (steps < Run::kSteps && join(run)) ++steps;
+    if (steps < Run::kSteps && !single(run)) break;
   }
   while (run.out < end && single(run)) continue;
   const auto taken = static_cast<uint64_t>(run.next - row.bytes) * 8 - run.count - row.skipped;

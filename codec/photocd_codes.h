@@ -52,7 +52,7 @@ class CodeTable {
   Code next(const Run& run) const;
   bool join(Run& run) const;
   bool single(Run& run) const;
-  void finish(Run& run, CodedRow& row, size_t count) const;
+  void finish(Run run, CodedRow& row, size_t count) const;
   void decode_singly(CodedRow& row, size_t count) const;
 
   std::array<Code, kLooks> codes_;

@@ -145,7 +145,8 @@ Status read_codes(const FileBytes& file, uint64_t position, uint32_t level,
 }  // namespace
 
 // 4Base begins at a fixed sector; the tables of 16Base are in the thirteenth behind the one in
-// which it ends.
+// which its end mark ends. (GraphicsMagick has it so; FFmpeg leaves out the mark's last two bytes,
+// which makes a difference where a sector begins with them.)
 Status find_16base(const FileBytes& file, uint64_t& position) {
   RowIndex index;
   Array<CodeTable> table;
