@@ -3,8 +3,9 @@
 usage: interop_older.py TAVO
 
 MacPaint and GEM images with netpbm, these with FFmpeg, too, MSP with Pillow, WPG with
-GraphicsMagick and ImageMagick, which only read it, PICT with these two, FFmpeg and netpbm; Photo CD
-files of these two with FFmpeg and Pillow. The last line is "N passed, N failed".
+GraphicsMagick and ImageMagick, which only read it, PICT with these two, FFmpeg and netpbm, EPS with
+Ghostscript, GraphicsMagick and netpbm. Photo CD files of
+ImageMagick and GraphicsMagick with FFmpeg and Pillow. The last line is "N passed, N failed".
 """
 
 import binascii
@@ -153,9 +154,29 @@ def photo_cd():
         check(f'Photo CD: colours of {maker[0]} by Pillow', apart < 2.5 * 3 * size, True)
 
 
+def ghostscript(path):
+    return run('gs', '-q', '-dBATCH', '-dNOPAUSE', '-dSAFER', '-sDEVICE=ppmraw', '-dEPSCrop', '-r72',
+               '-sOutputFile=-', path)
+
+
+def eps(kind, path, source, want):
+    for depth in (1, 4, 8, 24):
+        if depth < OWN_DEPTH[kind]:
+            continue
+        out = written(kind, source, f'ours-{depth}.eps', '--bits', str(depth))
+        check(f'EPS: {kind} at {depth} bits by Ghostscript', out and rgb(ghostscript(out)), want)
+        check(f'EPS: {kind} at {depth} bits by tavo', out and seen_by_tavo(out), want)
+    theirs = interop.folder / 'theirs.ept'
+    run('gm', 'convert', path, f'ept:{theirs}')
+    check(f'EPS: {kind} from GraphicsMagick', seen_by_tavo(theirs), want)
+    if kind == 'bits':
+        theirs = write('theirs.epsi', run('pbmtoepsi', '-dpi=72', path))
+        check(f'EPS: {kind} from pbmtoepsi', seen_by_tavo(theirs), want)
+
+
 def main():
     interop.start('pbmtomacp', 'macptopbm', 'pbmtogem', 'gemtopnm', 'ffmpeg', 'gm', CONVERT,
-                  'ppmtobmp', 'ppmtopict')
+                  'ppmtobmp', 'ppmtopict', 'gs', 'pbmtoepsi')
     with tempfile.TemporaryDirectory() as temporary:
         interop.folder = pathlib.Path(temporary)
         for kind, pnm in interop.pictures().items():
@@ -163,6 +184,7 @@ def main():
             source = interop.folder / f'{kind}.bmp'
             interop.run_to(source, 'ppmtobmp', f'-bpp={OWN_DEPTH[kind]}', path)
             pict(kind, path)
+            eps(kind, path, source, want)
             if kind == 'bits':
                 macpaint(kind, path, source, want)
                 msp(kind, path, source, want)
@@ -171,7 +193,7 @@ def main():
                 wpg(kind, source, want)
         turned()
         photo_cd()
-    return interop.finish(224)
+    return interop.finish(246)
 
 
 if __name__ == '__main__':
