@@ -167,11 +167,10 @@ def html_section(source, original, rows):
 
 METHODS = ("none", "floyd-steinberg", "stucki", "burkes", "sierra", "stevenson-arce", "jarvis",
            "ordered")
-SIZES = ("50%", "150%", "200%")
 
 
-def sheet(tool, source):
-    """One picture under every dithering method at 1, 4 and 8 bits, and at other sizes."""
+def dithering(tool, source):
+    """One picture under every dithering method at 1, 4 and 8 bits."""
     def made(caption, *options):
         target = tool.folder / "sheet.bmp"
         tool.run("convert", source, target, *options)
@@ -181,9 +180,76 @@ def sheet(tool, source):
 
     dithered = [made(f"{method}, depth {bits}", "--bits", bits, "--dither", method)
                 for bits in (1, 4, 8) for method in METHODS]
-    sizes = [made(f"size {size}", "--size", size) for size in SIZES]
-    return (f'<h2>Dithering methods</h2>\n<div class="pictures">{"".join(dithered)}</div>\n'
-            f'<h2>Sizes, nearest neighbour</h2>\n<div class="pictures">{"".join(sizes)}</div>')
+    return f'<h2>Dithering methods</h2>\n<div class="pictures">{"".join(dithered)}</div>'
+
+
+# Each by its options, which are also its name on the sheet.
+PROCESSING = (
+    "", "--rotate 20", "--rotate 20:smooth:224466", "--rotate -90", "--flip h", "--flip v",
+    "--crop middle", "--blur 9", "--median 9", "--sharpen 400", "--mosaic 8",
+    "--despeckle 8", "--kernel emboss", "--erode 5", "--dilate 5", "--open 7", "--close 7",
+    "--brightness 250", "--brightness -250", "--contrast 400", "--contrast -500",
+    "--saturation -1000", "--saturation 1000", "--hue 120", "--invert", "--posterize 4",
+    "--equalize", "--halftone 6")
+SIZES = [f"--size {size} --size-method {method}" for size, methods in (
+    ("30%", ("nearest", "box", "triangle", "lanczos")),
+    ("400%", ("nearest", "triangle", "cubic", "mitchell"))) for method in methods]
+
+
+def middle(tool, picture, width, height):
+    """The rectangle of at most this size in the middle of a picture."""
+    info = json.loads(tool.run("info", "--json", picture))[0]
+    width, height = min(width, info["width"]), min(height, info["height"])
+    return f"{width}x{height}+{(info['width'] - width) // 2}+{(info['height'] - height) // 2}"
+
+
+def contact_sheet(tool, name, pictures, columns):
+    """The pictures, each the command line's arguments by its name, on one page: NAME.jpg."""
+    folder = tool.folder / name
+    folder.mkdir()
+    files = []
+    for title, arguments in pictures.items():
+        files.append(folder / f"{title}.bmp")
+        tool.run("convert", *arguments[:1], files[-1], *arguments[1:], "--bits", 24)
+    page = folder / "page.bmp"
+    tool.run("sheet", *files, page, "--columns", columns, "--landscape", "--dpi", 110)
+    sheet = tool.folder / f"{name}.jpg"
+    tool.run("convert", page, sheet, "--quality", 85)
+    for file in (*files, page):
+        file.unlink()
+    folder.rmdir()
+    return sheet
+
+
+def sheet_section(title, sheet):
+    data = base64.b64encode(sheet.read_bytes()).decode()
+    return f'<h2>{title}</h2>\n<figure><img alt="" src="data:image/jpeg;base64,{data}"></figure>'
+
+
+def processing(tool, source):
+    small = tool.folder / "small.bmp"
+    tool.run("convert", source, small, "--fit", "240x180", "--bits", 24)
+    values = {"emboss": "-2 -1 0 -1 1 1 0 1 2", "middle": middle(tool, small, 120, 90)}
+    pictures = {}
+    for text in PROCESSING:
+        option, _, value = text.partition(" ")
+        arguments = [option, values.get(value, value)] if value else [option] if option else []
+        pictures[text.removeprefix("--").replace(":", ",") or "as it was"] = [small, *arguments]
+    sheet = contact_sheet(tool, "processing", pictures, 7)
+    small.unlink()
+    return sheet_section("Rotation, filters and adjustments", sheet)
+
+
+def sizes(tool, source):
+    detail = tool.folder / "detail.bmp"
+    tool.run("convert", source, detail, "--crop", middle(tool, source, 64, 48), "--bits", 24)
+    pictures = {}
+    for text in SIZES:
+        _, size, _, method = text.split()
+        pictures[f"{size} {method}"] = [source if size == "30%" else detail, *text.split()]
+    sheet = contact_sheet(tool, "sizes", pictures, 4)
+    detail.unlink()
+    return sheet_section("Sizes: repeated pixels and mixed ones", sheet)
 
 
 def main():
@@ -201,7 +267,7 @@ def main():
         sections.append(html_section(source, original, rows))
         results += rows
     print_table(results)
-    sections.append(sheet(tool, files[0]))
+    sections += [part(tool, files[0]) for part in (dithering, processing, sizes)]
     page = tool.folder / "index.html"
     page.write_text("<!doctype html><html lang=en><meta charset=utf-8><title>TAVO45 pictures</title>"
                     f"<style>{STYLE}</style><h1>Every format, every depth</h1>\n"

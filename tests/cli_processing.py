@@ -1,4 +1,4 @@
-"""The options of convert that work on the picture."""
+"""The options of convert that work on the picture; small pictures and sheets of them."""
 
 import json
 import os
@@ -188,3 +188,65 @@ class Orientation(CliTest):
             upright = rows if bits & 0x20 else rows[::-1]
             self.assertEqual(parse_bmp(Path("out.bmp").read_bytes())[2],
                              mirrored(upright) if bits & 0x10 else upright)
+
+
+class Sheets(CliTest):
+    def info(self, name, *options):
+        return json.loads(self.succeeds("info", "--json", name, *options))[0]
+
+    def test_thumbs(self):
+        self.succeeds("convert", self.make(24), "wide.bmp", "--size", "600x240")
+        self.succeeds("convert", "wide.bmp", "wide.jpg", "--stamp", "100x40")
+        self.succeeds("convert", self.make(1), "pages.tif")
+        self.succeeds("convert", self.make(8), "pages.tif", "--append")
+        done = tavo("thumb", "wide.bmp", "missing.bmp", "pages.tif", "--out", "a/b", "--size", 50)
+        self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1))
+        self.assertEqual(sorted(os.listdir("a/b")), ["pages.jpg", "wide.jpg"])
+        for name, size in (("wide", (50, 20)), ("pages", (WIDTH, HEIGHT))):  # none grows
+            info = self.info(f"a/b/{name}.jpg")
+            self.assertEqual((info["width"], info["height"]), size)
+        # What is seen of a file with a stamp is the stamp, where that is large enough.
+        stamped = bytearray(Path("wide.jpg").read_bytes())
+        del stamped[-300:]
+        Path("wide.jpg").write_bytes(stamped)
+        self.succeeds("thumb", "wide.jpg", "--out", "c", "--size", 90, "--to", "bmp")
+        self.assertEqual(len(parse_bmp(Path("c/wide.bmp").read_bytes())[2]), 36)
+        self.fails(-7, "wide.jpg", "thumb", "wide.jpg", "--out", "c", "--size", 110)
+        self.usage_error("thumb", "wide.jpg", "wide.bmp", "--out", "c")
+        self.usage_error("thumb", "wide.jpg")
+
+    def test_sheets_show_every_page_with_its_name(self):
+        blank, red = self.make(24, "a.bmp"), "b.bmp"
+        self.succeeds("convert", blank, red, "--size", "900x", "--brightness", -1000, "--rotate",
+                      "45:FF0000", "--crop", "30x20+0+0")
+        for _ in range(3):
+            self.succeeds("convert", red, "pages.tif", "--append")
+        self.succeeds("sheet", red, "pages.tif", "all.bmp", "--columns", 3, "--dpi", 72)
+        _, dots, rows = parse_bmp(Path("all.bmp").read_bytes())
+        self.assertEqual((len(rows[0]), len(rows), dots), (595, 842, (2835, 2835)))
+        flat = [p for row in rows for p in row]
+        self.assertEqual(flat.count((255, 0, 0)), 4 * 30 * 20)
+        top = next(y for y, row in enumerate(rows) if (255, 0, 0) in row)
+        below = rows[top + 20:top + 150]
+        for column in range(3):  # a name stands below each
+            part = [p for row in below for p in row[column * 198:column * 198 + 198]]
+            self.assertGreater(part.count((0, 0, 0)), 20)
+        many = [red] * 40
+        self.succeeds("sheet", *many, "pages.tif", "all.tif", "--dpi", 72, "--first-page", "--to", "lzw")
+        self.assertEqual(self.info("all.tif")["pages"], 3)
+        self.succeeds("sheet", *many, "all.jpg", "--dpi", 72, "--landscape")
+        made = sorted(f for f in os.listdir() if f.startswith("all") and f.endswith("jpg"))
+        self.assertEqual((made[0], len(made)), ("all.jpg", 5))
+        self.assertEqual((self.info("all.jpg")["width"], self.info("all.page2.jpg")["height"]), (842, 595))
+
+    def test_sheets_that_cannot_be(self):
+        name = self.make(8)
+        done = tavo("sheet", name, "missing.bmp", "sheet.bmp")
+        self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1))
+        self.assertTrue(Path("sheet.bmp").exists())
+        for arguments in ([name], [name, name], [name, "-"], [name, "o.bmp", "--columns", 21],
+                          [name, "o.bmp", "--columns", 20, "--dpi", 50]):
+            self.usage_error("sheet", *arguments)
+        self.fails(-16, "standard output", "sheet", *[name] * 21, "-", "--to", "bmp")
+        self.fails(-10, "no.bmp", "sheet", "no.bmp", "o.bmp")
+        self.assertEqual(sorted(os.listdir()), [name, "sheet.bmp"])

@@ -15,7 +15,7 @@ from pathlib import Path
 
 from cli_common import (COMMAND, HEIGHT, IS_WINDOWS, WIDTH, CliTest, color, make_bmp, parse_bmp,
                         picture, tavo)
-from cli_processing import Operations, Orientation, Sizes
+from cli_processing import Operations, Orientation, Sheets, Sizes
 
 
 class Conversions(CliTest):
@@ -670,7 +670,7 @@ class Counting(unittest.TextTestResult):
 def main():
     suite = unittest.TestSuite()
     cases = (Conversions, Compression, Failures, Information, Streams, Damage, Words, Operations,
-             Sizes, Orientation)
+             Sizes, Orientation, Sheets)
     for case in cases + (() if IS_WINDOWS else (Files,)):
         suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
     with wine_kept_running():

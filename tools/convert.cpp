@@ -8,11 +8,11 @@
 #include "failure.h"
 #include "format_table.h"
 #include "load_options.h"
+#include "jobs.h"
 #include "option_checks.h"
 #include "output_names.h"
 #include "program.h"
 #include "streams.h"
-#include "system.h"
 
 namespace tavo::tools {
 namespace {
@@ -46,31 +46,14 @@ void check_options(const ConvertOptions& options, const std::vector<Job>& jobs) 
   }
 }
 
-// A bad input does not stop the others.
-int run_jobs(const std::vector<Job>& jobs, const ConvertOptions& options) {
-  int worst = kExitOk;
-  for (const Job& job : jobs) {
-    try {
-      if (convert_file(options, job.input, job.output) == kExitPartial && worst == kExitOk)
-        worst = kExitPartial;
-    } catch (const Failure& failure) {
-      check_signals();
-      report(failure);
-      worst = kExitFailure;
-    }
-  }
-  return worst;
-}
-
 int run_convert(const Arguments& arguments) {
   const std::vector<Job> jobs = choose_jobs(arguments);
   check_options(arguments.options, jobs);
   if (arguments.folder.empty())
     return convert_file(arguments.options, jobs[0].input, jobs[0].output);
-  if (!make_folder(arguments.folder))
-    throw Failure{arguments.folder, "The folder cannot be made: " + last_error_text(),
-                  T_ERR_CREATE};
-  return run_jobs(jobs, arguments.options);
+  return run_jobs(jobs, arguments.folder, [&arguments](const Job& job) {
+    return convert_file(arguments.options, job.input, job.output);
+  });
 }
 
 // What is wrong with the value of --page, nothing when all is well.

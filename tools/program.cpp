@@ -25,6 +25,8 @@ void describe_program(CLI::App& app, Action& action) {
   add_info(app, action);
   add_stamp(app, action);
   add_convert(app, action);
+  add_thumb(app, action);
+  add_sheet(app, action);
   add_formats(app, action);
   for (CLI::App* command : app.get_subcommands({})) check_values_in_order(*command);
   // Last: subcommands would inherit it.
@@ -36,7 +38,10 @@ std::string examples_text() {
   return "  tavo info photo.bmp              what a file holds\n"
          "  tavo info --check *.tif          and whether all of it can be read\n"
          "  tavo convert photo.bmp small.bmp --bits 8\n"
+         "  tavo convert scan.tif out.tif --rotate -0.7:smooth --despeckle 12\n"
          "  tavo convert *.bmp --to tif --out scans\n"
+         "  tavo thumb *.jpg --out small     small pictures of files\n"
+         "  tavo sheet *.jpg sheet.tif       many of them on a page, with their names\n"
          "  tavo convert - - --to jpg < photo.bmp > photo.jpg\n"
          "  tavo formats                     what can be read and written";
 }

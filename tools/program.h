@@ -25,6 +25,8 @@ std::string notes_text();
 void add_convert(CLI::App& app, Action& action);
 void add_formats(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
+void add_sheet(CLI::App& app, Action& action);
 void add_stamp(CLI::App& app, Action& action);
+void add_thumb(CLI::App& app, Action& action);
 
 }  // namespace tavo::tools

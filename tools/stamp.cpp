@@ -2,11 +2,11 @@
 #include <memory>
 #include <string>
 
-#include "compression.h"
 #include "failure.h"
 #include "format_table.h"
 #include "output_file.h"
 #include "picture.h"
+#include "picture_save.h"
 #include "program.h"
 #include "source.h"
 
@@ -24,13 +24,8 @@ int run_stamp(const StampOptions& options) {
   const Source source(options.input);
   Picture stamp;
   check(T_GetCompressFileStamp(source.path().c_str(), &stamp.record()), source.name());
-  const BitmapHandle& record = stamp.record();
-  const int bits =
-      is_compressed(format) ? compressed_depth(record) : choose_depth(format, record.BitsPerPixel);
   OutputFile output(options.output, false);
-  check(T_SaveBitmap(output.path().c_str(), &stamp.record(), format.Id, bits,
-                     is_compressed(format) ? quality_factor(format, {}) : 0),
-        options.output);
+  save_picture(output.path(), options.output, format, stamp.record());
   output.commit();
   return kExitOk;
 }
