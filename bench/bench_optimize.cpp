@@ -1,6 +1,7 @@
 // Reduction of a 4096 x 3072 photograph to an optimised palette of 256: beside FreeImage's Wu
 // quantiser without dithering, and libjpeg-turbo's two-pass quantiser with it. The latter works on
-// the rows of a JPEG file while it decodes; the plain decode is timed apart, to be taken off.
+// the rows of a JPEG file while it decodes; the plain decode is timed apart, to be taken off. Fine
+// palettes stand beside libimagequant at speed 3, the first that its manual recommends for quality.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -13,6 +14,9 @@
 #include "tavo45.h"
 #ifdef PEER_FREEIMAGE
 #include <FreeImage.h>
+#endif
+#ifdef PEER_IMAGEQUANT
+#include <libimagequant.h>
 #endif
 #ifdef PEER_JPEG
 #include <jpeglib.h>
@@ -41,6 +45,57 @@ void optimize(benchmark::State& state, const std::vector<uint8_t>& rgb, uint32_t
   T_FreeBitmap(&source);
   count_pixels(state);
 }
+
+// The bitmap is reduced in its own record, so each turn has a copy, made outside of the time.
+void fine(benchmark::State& state, uint32_t method) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    BitmapHandle bitmap = {};
+    T_InitBitmap(&bitmap, kWidth, kHeight, 24);
+    bitmap.Order = T_ORDER_RGB;
+    bitmap.DitherMethod = method;
+    T_AllocateBitmap(&bitmap, 1);
+    T_AccessBitmap(&bitmap);
+    std::memcpy(bitmap.Data, bench::photograph().data(), 3 * kPixels);
+    state.ResumeTiming();
+    if (T_ColorResolution(&bitmap, 8, T_PALETTE_FINE, nullptr,
+                          static_cast<uint32_t>(state.range(0))) != T_OK) {
+      state.SkipWithError("failed");
+    }
+    state.PauseTiming();
+    T_FreeBitmap(&bitmap);
+    state.ResumeTiming();
+  }
+  count_pixels(state);
+}
+
+#ifdef PEER_IMAGEQUANT
+// On one thread when the program is run with OMP_NUM_THREADS=1, as scripts/bench does.
+void imagequant(benchmark::State& state, float dithering) {
+  std::vector<uint8_t> rgba(4 * kPixels, 255);
+  for (size_t i = 0; i < kPixels; ++i) {
+    std::memcpy(&rgba[4 * i], &bench::photograph()[3 * i], 3);
+  }
+  std::vector<uint8_t> indices(kPixels);
+  for (auto _ : state) {
+    liq_attr* attributes = liq_attr_create();
+    liq_set_speed(attributes, 3);
+    liq_set_max_colors(attributes, static_cast<int>(state.range(0)));
+    liq_image* image = liq_image_create_rgba(attributes, rgba.data(), kWidth, kHeight, 0);
+    liq_result* result = nullptr;
+    if (liq_image_quantize(image, attributes, &result) != LIQ_OK) {
+      state.SkipWithError("failed");
+      break;
+    }
+    liq_set_dithering_level(result, dithering);
+    liq_write_remapped_image(result, image, indices.data(), indices.size());
+    liq_result_destroy(result);
+    liq_image_destroy(image);
+    liq_attr_destroy(attributes);
+  }
+  count_pixels(state);
+}
+#endif
 
 #ifdef PEER_FREEIMAGE
 void freeimage_wu(benchmark::State& state) {
@@ -151,6 +206,12 @@ BENCHMARK_CAPTURE(optimize_photograph, floyd_steinberg, T_DITHER_FLOYD_STEINBERG
 BENCHMARK_CAPTURE(optimize_photograph, ordered, T_DITHER_ORDERED);
 #ifdef PEER_FREEIMAGE
 BENCHMARK(freeimage_wu);
+#endif
+BENCHMARK_CAPTURE(fine, none, T_DITHER_NONE)->Arg(16)->Arg(256);
+BENCHMARK_CAPTURE(fine, floyd_steinberg, T_DITHER_FLOYD_STEINBERG)->Arg(256);
+#ifdef PEER_IMAGEQUANT
+BENCHMARK_CAPTURE(imagequant, none, 0.0f)->Arg(16)->Arg(256);
+BENCHMARK_CAPTURE(imagequant, floyd_steinberg, 1.0f)->Arg(256);
 #endif
 
 }  // namespace

@@ -870,14 +870,13 @@ T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destin
  * bits T_FLAG_GRAY is set) get grey palettes; those above 8 bits keep all 256 levels at 8 bits.
  * 1 bit with T_PALETTE_OPTIMIZED gives black and white, in this order, unless the picture has two
  * colors or fewer, which are kept.
- * T_PALETTE_FINE counts colors by 6 bits of each component, or by all 8 where there are not too many
- * for that, and moves the entries until their squared distances to the pixels hardly become less. A
- * picture with no more colors than wanted keeps exactly these, whatever its DitherMethod. Entries
- * ascend by grey level. With T_DITHER_NONE each pixel of more than 8 bits becomes the entry nearest
- * to it; the other methods choose by classes of colors, as T_StartDithering, but for the middle of
- * the class. 1 bit gives two such colors. It takes up to 28 MiB for the work.
- * T_FLAG_GRAY is set afterwards when an 8-bit picture has the
- * 256-step ramp, or a deeper one came from greys.
+ * T_PALETTE_FINE counts colors by 6 bits of each component, or by all 8 where there are not too
+ * many for that, and moves the entries until their squared distances to the pixels hardly become
+ * less. A picture with no more colors than wanted keeps exactly these, whatever its DitherMethod.
+ * Entries ascend by grey level. With T_DITHER_NONE each pixel of more than 8 bits becomes the entry
+ * nearest to it; the other methods choose by classes of colors, as T_StartDithering, but for the
+ * middle of the class. 1 bit gives two such colors. It takes up to 28 MiB for the work. T_FLAG_GRAY
+ * is set afterwards when an 8-bit picture has the 256-step ramp, or a deeper one came from greys.
  * The status callback is told of the progress.
  * T_OK, T_ERR_ARGUMENT (depth, type, palette, colors, DitherMethod above 7, null bitmap),
  * T_ERR_NO_STORAGE, T_ERR_NO_MEMORY, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps), the
@@ -1152,13 +1151,14 @@ T_API int32_t T_CALL T_HalfToneBitmap(BitmapHandle* bitmap, int32_t cell, int32_
  * T_RotateBitmapFine by -angle puts it straight.
  * angle  receives -1500 to 1500 hundredths of a degree; 0 also where there are no lines: on blank
  *        pages, noise, photographs. Unchanged on failure
- * Pages whose lines run from top to bottom, or are turned by more, are to be turned by T_RotateBitmap
- * first. Pages of text are found to a tenth of a degree and better; solid areas do not count. */
+ * Pages whose lines run from top to bottom, or are turned by more, are to be turned by
+ * T_RotateBitmap first. Pages of text are found to a tenth of a degree and better; solid areas do
+ * not count. */
 T_API int32_t T_CALL T_FindSkew(BitmapHandle* bitmap, int32_t* angle);
 
 /* The rectangle of all that is on a page, as T_CopyBitmapRect takes it: of ink without
- * - the scanner's border: what is half ink or more, in cells of 8 pixels, and hangs together with an
- *   edge of the page, with the cells around it; lines of up to two cells along an edge
+ * - the scanner's border: what is half ink or more, in cells of 8 pixels, and hangs together with
+ * an edge of the page, with the cells around it; lines of up to two cells along an edge
  * - specks: groups of up to 24 pixels no larger than two cells.
  * Pages with sides of 4096 pixels and more have cells of 16 pixels, and so on, and larger specks.
  * x, y           receive its top left pixel, as seen

@@ -89,8 +89,8 @@ Status Cutter::start(const ColorPoints& points, uint32_t wanted) {
   for (size_t i = 0; i < points.size(); ++i) pixels += points.pixels(i);
   const int shift = static_cast<int>(std::bit_width(pixels)) - kWeightBits;
   for (size_t i = 0; i < points.size(); ++i) {
-    const uint64_t weight = shift < 0 ? uint64_t{points.pixels(i)} << -shift
-                                      : uint64_t{points.pixels(i)} >> shift;
+    const uint64_t weight =
+        shift < 0 ? uint64_t{points.pixels(i)} << -shift : uint64_t{points.pixels(i)} >> shift;
     points_[i] = {points.colors()[i], static_cast<uint32_t>(std::max<uint64_t>(weight, 1))};
   }
   boxes_[0].count = static_cast<uint32_t>(points.size());

@@ -52,8 +52,7 @@ class ColorPoints {
   // Reads the picture once, or twice when its colours are not the same few and lie so close that
   // cells of 4 x 4 x 4 would be too coarse. With no more than `few` different colours there are no
   // points. Progress is told from 0 to `percent_share`.
-  Status read(BitmapHandle& bitmap, uint32_t few, core::Progress& progress,
-              uint32_t percent_share);
+  Status read(BitmapHandle& bitmap, uint32_t few, core::Progress& progress, uint32_t percent_share);
 
   // The different colours of a picture that has no more than `few`.
   const ColorSet& few_colors() const { return few_; }

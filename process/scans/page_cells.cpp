@@ -54,7 +54,8 @@ void PageCells::add_row(std::span<const uint8_t> row, uint32_t y) {
       if (row[k] == 0) continue;
       Cell& cell = cells[k / cell_bytes];
       const uint32_t first = k % cell_bytes * 8 + static_cast<uint32_t>(std::countl_zero(row[k]));
-      const uint32_t last = k % cell_bytes * 8 + 7 - static_cast<uint32_t>(std::countr_zero(row[k]));
+      const uint32_t last =
+          k % cell_bytes * 8 + 7 - static_cast<uint32_t>(std::countr_zero(row[k]));
       if (cell.pixels == 0) {
         cell.left = static_cast<uint8_t>(first);
         cell.top = in_cell;

@@ -30,8 +30,8 @@ class PageCells {
  public:
   explicit PageCells(BitmapHandle& bitmap) : page_(bitmap) {}
 
-  // Starts the progress, reads the page, and takes away the scanner's border: what is at least half ink, cell by cell,
-  // from the edges of the page on, and the cells around it.
+  // Starts the progress, reads the page, and takes away the scanner's border: what is at least half
+  // ink, cell by cell, from the edges of the page on, and the cells around it.
   Status read(core::Progress& progress);
 
   uint32_t width() const { return page_.width(); }
