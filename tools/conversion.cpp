@@ -20,6 +20,7 @@ namespace tavo::tools {
 namespace {
 
 constexpr int32_t kFilesOrder = -1;
+constexpr int32_t kBlankShare = 200;  // millionths of a page that may be ink
 
 int32_t order_in_memory(const std::string& name) {
   if (name.empty()) return kFilesOrder;
@@ -73,6 +74,7 @@ class Conversion {
       convert_page(page);
     }
     check_signals();
+    if (!file_) throw Failure{source_.name(), "There is nothing but blank pages", T_ERR_ARGUMENT};
     file_->commit();
     losses_.report(source_.name(),
                    first_output_ == kStandardStream ? "standard output" : first_output_);
@@ -92,6 +94,7 @@ class Conversion {
   void load(const FILEINFO& info, int target_bits, Picture& picture);
   RowsRead read(const FILEINFO& info, int target_bits, Processing& processing,
                 BitmapHandle& record) const;
+  bool is_blank(BitmapHandle& record) const;
   void reduce(const Target& target, Picture& picture) const;
   void bring_to_depth(int bits, BitmapHandle& record) const;
   void open_output();
@@ -137,7 +140,7 @@ void Conversion::choose_pages() {
 // Every page is a file of its own.
 void Conversion::begin_next_file(int32_t page) {
   check_signals();
-  file_->commit();
+  if (file_) file_->commit();
   file_.reset();
   written_ = 0;
   output_ = page_name(first_output_, page);
@@ -190,6 +193,8 @@ void Conversion::convert_page(int32_t page) {
   Picture picture;
   progress.start("Reading " + source_.name());
   load(info, target.bits, picture);
+  if (is_blank(picture.record()))
+    return tell(source_.name(), "page " + std::to_string(page) + " is blank and left out");
   if (processing.changes(info)) target = choose_target(info, picture.record().BitsPerPixel);
   reduce(target, picture);
   if (is_gray_by_rule(target.format)) bring_to_depth(target.bits, picture.record());
@@ -207,7 +212,7 @@ bool Conversion::can_stream(const Target& target, const FILEINFO& info) const {
   const ReductionOptions& reduction = options_.reduction;
   const bool changes = options_.processing.changes(info) || reduction.gray || reduction.reduces() ||
                        !options_.order.empty() || !options_.compression.stamp.empty() ||
-                       is_gray_by_rule(target.format);
+                       is_gray_by_rule(target.format) || options_.drop_blank;
   if (changes || options_.append || options_.partial || (info.Page == 1 && written_ > 0))
     return false;
   if (info.BitsPerPixel == 2 || !fits_bitmap(info)) return false;
@@ -255,6 +260,12 @@ void Conversion::load(const FILEINFO& info, int target_bits, Picture& picture) {
   record.XResolution = dpi.x;
   record.YResolution = dpi.y;
   processing.apply(record);
+}
+
+bool Conversion::is_blank(BitmapHandle& record) const {
+  int32_t blank = 0;
+  if (options_.drop_blank) check(T_IsBlank(&record, kBlankShare, &blank), source_.name());
+  return blank != 0;
 }
 
 RowsRead Conversion::read(const FILEINFO& info, int target_bits, Processing& processing,

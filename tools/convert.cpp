@@ -118,6 +118,9 @@ void add_picture_options(CLI::App& command, ConvertOptions& options) {
       "-a,--append", options.append,
       "Add the picture to OUT as a further page, where the format has pages. Waits up to "
       "ten seconds for another program that is writing OUT");
+  command.add_flag("--drop-blank", options.drop_blank,
+                   "Leave out blank pages, those with less ink than a short word: a scanner's "
+                   "black border, specks and punch holes are none");
   command.add_flag("--partial", options.partial,
                    "Of a cut or damaged picture write what can be read, in full size: the rows "
                    "that are missing are 0. Exit status 3");
@@ -143,6 +146,7 @@ void add_convert(CLI::App& app, Action& action) {
       "  tavo convert photo.bmp photo.jpg --quality 90 --subsampling 2x2\n"
       "  tavo convert scan.tif out.tif --despeckle 12 --rotate -0.7:smooth --contrast 200\n"
       "  tavo convert fax.dcx fax.tif --format group4 --page all\n"
+      "  tavo convert scans.tif pages.tif --page all --drop-blank --deskew --autocrop 20\n"
       "  tavo convert a.bmp b.tga c.gif --to tif --out scans\n"
       "  tavo convert --partial cut.pcx rest.bmp\n"
       "  curl -s https://example.org/a.jpg | tavo convert - - --to bmp > a.bmp");

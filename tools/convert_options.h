@@ -19,6 +19,7 @@ struct ConvertOptions {
   std::string page;  // a number, "all", or nothing
   bool append = false;
   bool partial = false;
+  bool drop_blank = false;
   ProcessingOptions processing;
   ReductionOptions reduction;
   CompressionOptions compression;

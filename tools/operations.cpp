@@ -23,6 +23,7 @@ constexpr Range kRounds = {1, 16};   // of all others
 constexpr Range kPosterLevels = {2, 64};
 constexpr Range kCell = {2, 64};
 constexpr int kUsualScreen = 45;
+constexpr Range kMargin = {0, 32767};
 constexpr int kMostTurns = 3600;  // degrees
 
 // ---- Values ----
@@ -144,6 +145,37 @@ Step crop(const std::string& value) {
   }};
 }
 
+// Mixed pixels make straight lines of grey and colour smoother; pictures with a palette of colours
+// would lose it.
+int32_t put_straight(BitmapHandle& record) {
+  int32_t angle = 0;
+  int32_t status = T_FindSkew(&record, &angle);
+  const bool is_smooth = record.BitsPerPixel > 8 || (record.Flags & T_FLAG_GRAY) != 0;
+  if (status == T_OK)
+    status = T_RotateBitmapFine(&record, -angle, is_smooth ? T_ROTATE_SMOOTH : 0, 0xFFFFFF);
+  return status;
+}
+
+Step autocrop(const std::string& value) {
+  const int margin = whole_of(value, kMargin);
+  return {.apply = [margin](BitmapHandle& record, const StepScene& scene) {
+    uint32_t x = 0, y = 0, width = 0, height = 0;
+    check(T_FindContent(&record, &x, &y, &width, &height), scene.where);
+    if (width == 0) return;  // a blank page stays as it is
+    const auto from = [margin](uint32_t first) {
+      return std::max(static_cast<int32_t>(first) - margin, 0);
+    };
+    const auto to = [margin](uint32_t end, int32_t side) {
+      return static_cast<int32_t>(std::min<int64_t>(int64_t{end} + margin, side));
+    };
+    const int32_t left = from(x);
+    const int32_t top = from(y);
+    cut_out(record,
+            {{to(x + width, record.Width) - left, to(y + height, record.Height) - top}, left, top},
+            scene.where);
+  }};
+}
+
 uint32_t color_of(const std::string& text) {
   const auto is_digit = [](char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
@@ -224,6 +256,16 @@ std::vector<Operation> all_operations() {
        "Turn clockwise; 7.5 and -90 work, too. keep: the size stays; smooth: pixels are mixed; "
        "RRGGBB is the color outside, white without it",
        rotate},
+      {"--deskew", "",
+       "Find the angle of a page's lines of text, up to 15 degrees, and turn them straight; the "
+       "page grows so that nothing is cut, white at the corners. Pages without lines stay as they "
+       "are",
+       [](const std::string&) { return calls(put_straight); }},
+      {"--autocrop", "N",
+       "Keep what is on a page and N pixels around it: a scanner's black border, empty margins and "
+       "specks go. N: " +
+           help_of(kMargin),
+       autocrop},
       {"--flip", "h|v", "Mirror left to right (h) or turn upside down (v)", flip},
       with_number("--blur", "The mean of the N x N pixels around each", kWindow,
                   T_AverageFilterBitmap),

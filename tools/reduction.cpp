@@ -30,11 +30,17 @@ void reduce_to_file(const std::string& file, int bits, BitmapHandle& record) {
   check(T_ColorResolution(&record, bits, T_PALETTE_GIVEN, from.Info.Palette, colors), file);
 }
 
+// Palettes of the number of colours that is asked.
+bool is_for_picture(const std::string& palette) {
+  return palette.empty() || palette == "fine" || palette == "optimized";
+}
+
 void reduce(const ReductionOptions& options, int bits, BitmapHandle& record) {
   record.DitherMethod =
       options.dither.empty() ? T_DITHER_FLOYD_STEINBERG : method_of(options.dither);
-  if (options.palette.empty() || options.palette == "optimized") {
-    check(T_ColorResolution(&record, bits, T_PALETTE_OPTIMIZED, nullptr,
+  if (is_for_picture(options.palette)) {
+    const bool is_fine = options.palette == "fine";
+    check(T_ColorResolution(&record, bits, is_fine ? T_PALETTE_FINE : T_PALETTE_OPTIMIZED, nullptr,
                             static_cast<uint32_t>(options.colors)),
           "--colors");
   } else if (options.palette == "fixed") {
@@ -61,9 +67,10 @@ void add_reduction_options(CLI::App& command, ReductionOptions& options) {
       ->type_name("METHOD");
   command
       .add_option("--palette", options.palette,
-                  "Colours to reduce to: optimized for the picture (without this option), the "
-                  "fixed ones of the depth, or those of a picture file")
-      ->type_name("optimized|fixed|FILE");
+                  "Colours to reduce to: optimized for the picture (without this option), fine, "
+                  "which takes more care and suits photographs, the fixed ones of the depth, or "
+                  "those of a picture file")
+      ->type_name("fine|optimized|fixed|FILE");
 }
 
 void check_reduction(const ReductionOptions& options, int bits) {
@@ -73,7 +80,7 @@ void check_reduction(const ReductionOptions& options, int bits) {
   if (bits != 0 && bits <= 8 && options.colors > 1 << bits) {
     throw UsageError{"--colors: more colours than the depth can hold"};
   }
-  if (options.colors != 0 && !options.palette.empty() && options.palette != "optimized") {
+  if (options.colors != 0 && !is_for_picture(options.palette)) {
     throw UsageError{"--colors: the number of colours is that of the palette"};
   }
 }

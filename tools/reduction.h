@@ -13,7 +13,7 @@ struct ReductionOptions {
   bool gray = false;
   int colors = 0;
   std::string dither;   // a name of the table in reduction.cpp
-  std::string palette;  // "optimized", "fixed" or a picture file
+  std::string palette;  // "fine", "optimized", "fixed" or a picture file
 
   // Whether colours are to be reduced in a way of its own, not in the one of a save.
   bool reduces() const { return colors != 0 || !dither.empty() || !palette.empty(); }
