@@ -57,6 +57,11 @@ struct Target {
   int32_t quality = 0;  // the library's factor
 };
 
+// Whether pixels of that depth get a palette that is made for them.
+bool makes_palette(const Target& target, int32_t bits) {
+  return bits > 8 && target.bits > 1 && target.bits <= 8 && !is_compressed(target.format);
+}
+
 class Conversion {
  public:
   Conversion(const ConvertOptions& options, const std::string& input, std::string output)
@@ -212,7 +217,8 @@ bool Conversion::can_stream(const Target& target, const FILEINFO& info) const {
   const ReductionOptions& reduction = options_.reduction;
   const bool changes = options_.processing.changes(info) || reduction.gray || reduction.reduces() ||
                        !options_.order.empty() || !options_.compression.stamp.empty() ||
-                       is_gray_by_rule(target.format) || options_.drop_blank;
+                       is_gray_by_rule(target.format) || options_.drop_blank ||
+                       makes_palette(target, info.BitsPerPixel);
   if (changes || options_.append || options_.partial || (info.Page == 1 && written_ > 0))
     return false;
   if (info.BitsPerPixel == 2 || !fits_bitmap(info)) return false;

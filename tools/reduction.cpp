@@ -30,7 +30,8 @@ void reduce_to_file(const std::string& file, int bits, BitmapHandle& record) {
   check(T_ColorResolution(&record, bits, T_PALETTE_GIVEN, from.Info.Palette, colors), file);
 }
 
-// Palettes of the number of colours that is asked.
+// Palettes of the number of colours that is asked. Without a word pages of 1 bit become black and
+// white, as the optimized ones do.
 bool is_for_picture(const std::string& palette) {
   return palette.empty() || palette == "fine" || palette == "optimized";
 }
@@ -39,7 +40,7 @@ void reduce(const ReductionOptions& options, int bits, BitmapHandle& record) {
   record.DitherMethod =
       options.dither.empty() ? T_DITHER_FLOYD_STEINBERG : method_of(options.dither);
   if (is_for_picture(options.palette)) {
-    const bool is_fine = options.palette == "fine";
+    const bool is_fine = options.palette == "fine" || (options.palette.empty() && bits > 1);
     check(T_ColorResolution(&record, bits, is_fine ? T_PALETTE_FINE : T_PALETTE_OPTIMIZED, nullptr,
                             static_cast<uint32_t>(options.colors)),
           "--colors");
@@ -67,9 +68,9 @@ void add_reduction_options(CLI::App& command, ReductionOptions& options) {
       ->type_name("METHOD");
   command
       .add_option("--palette", options.palette,
-                  "Colours to reduce to: optimized for the picture (without this option), fine, "
-                  "which takes more care and suits photographs, the fixed ones of the depth, or "
-                  "those of a picture file")
+                  "Colours to reduce to: fine, the best for the picture (without this option, but "
+                  "for 1 bit), optimized for the picture by coarser means, the fixed ones of the "
+                  "depth, or those of a picture file")
       ->type_name("fine|optimized|fixed|FILE");
 }
 
