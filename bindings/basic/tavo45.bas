@@ -76,6 +76,7 @@ Public Const T_FORMAT_JPEG_2X1 As Long = 21
 Public Const T_FORMAT_JPEG_2X1_24 As Long = 22
 Public Const T_FORMAT_JPEG_2X2 As Long = 23
 Public Const T_FORMAT_JPEG_2X2_24 As Long = 24
+Public Const T_FORMAT_WMF As Long = 15
 Public Const T_FORMAT_TIFF_PACKBITS As Long = 17
 Public Const T_FORMAT_TIFF_GROUP3 As Long = 25
 Public Const T_FORMAT_CMP_1BIT As Long = 26
@@ -88,6 +89,9 @@ Public Const T_FORMAT_IMG As Long = 52
 Public Const T_FORMAT_MSP As Long = 53
 Public Const T_FORMAT_WPG As Long = 54
 Public Const T_FORMAT_RAS As Long = 55
+Public Const T_FORMAT_PCD As Long = 57
+Public Const T_FORMAT_PNG As Long = 200
+Public Const T_FORMAT_TIFF_DEFLATE As Long = 201
 Public Const T_FORMAT_DCX As Long = 202
 Public Const T_EXTRA_ALPHA As Long = 1
 Public Const T_EXTRA_ICC As Long = 2
@@ -107,6 +111,7 @@ Public Const T_PALETTE_OPTIMIZED As Long = 1
 Public Const T_PALETTE_FIXED As Long = 2
 Public Const T_PALETTE_GIVEN As Long = 3
 Public Const T_PALETTE_NONE As Long = 4
+Public Const T_PALETTE_FINE As Long = 5
 Public Const T_SIZE_NEAREST As Long = 0
 Public Const T_SIZE_BOX As Long = 1
 Public Const T_SIZE_TRIANGLE As Long = 2
@@ -125,6 +130,10 @@ Public Const T_SHAPE_BOX As Long = 0
 Public Const T_SHAPE_CROSS As Long = 1
 Public Const T_SHAPE_ROW As Long = 2
 Public Const T_SHAPE_COLUMN As Long = 3
+Public Const T_LEVEL_DEFAULT As Long = 0
+Public Const T_LEVEL_FAST As Long = 1
+Public Const T_LEVEL_SMALL As Long = 2
+Public Const T_MAX_DRAW_SCALE As Long = 16
 Public Const T_FACTOR_NONE As Long = &H80000000
 
 Public Type T_ERRORINFO
@@ -372,6 +381,9 @@ Public Declare PtrSafe Function T_InvertBitmap Lib "TAVO45.dll" (ByRef bitmap As
 Public Declare PtrSafe Function T_PosterizeBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal levels As Long) As Long
 Public Declare PtrSafe Function T_HistoEqualizeBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_HalfToneBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal cell As Long, ByVal angle As Long) As Long
+Public Declare PtrSafe Function T_FindSkew Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByRef angle As Long) As Long
+Public Declare PtrSafe Function T_FindContent Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByRef x As Long, ByRef y As Long, ByRef width As Long, ByRef height As Long) As Long
+Public Declare PtrSafe Function T_IsBlank Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal share As Long, ByRef blank As Long) As Long
 Public Declare PtrSafe Function T_LoadBMPFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadBMPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveBMPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
@@ -400,6 +412,10 @@ Public Declare PtrSafe Sub T_SetTIFFXYResolution Lib "TAVO45.dll" (ByVal x As Lo
 Public Declare PtrSafe Function T_LoadTIFFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadTIFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveTIFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare PtrSafe Function T_SetDeflateLevel Lib "TAVO45.dll" (ByVal level As Long) As Long
+Public Declare PtrSafe Function T_LoadPNGFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
+Public Declare PtrSafe Function T_LoadPNGBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_SavePNGBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
 Public Declare PtrSafe Function T_LoadMACFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadMACBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveMACBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
@@ -412,6 +428,15 @@ Public Declare PtrSafe Function T_SaveIMGBitmap Lib "TAVO45.dll" (ByVal name_ As
 Public Declare PtrSafe Function T_LoadWPGFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadWPGBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveWPGBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare PtrSafe Function T_LoadPCDFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
+Public Declare PtrSafe Function T_LoadPCDBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_SetPCDResolution Lib "TAVO45.dll" (ByVal level As Long) As Long
+Public Declare PtrSafe Function T_SetPCDModule Lib "TAVO45.dll" (ByVal flag As Long) As Long
+Public Declare PtrSafe Function T_LoadWMFFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
+Public Declare PtrSafe Function T_LoadWMFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_SaveWMFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare PtrSafe Function T_SetDrawScale Lib "TAVO45.dll" (ByVal scale As Long) As Long
+Public Declare PtrSafe Function T_SetDrawSmooth Lib "TAVO45.dll" (ByVal flag As Long) As Long
 Public Declare PtrSafe Function T_Create1BitTable Lib "TAVO45.dll" () As Long
 Public Declare PtrSafe Function T_SetJFIFUnit Lib "TAVO45.dll" (ByVal unit As Long) As Long
 Public Declare PtrSafe Function T_LoadCustomQTable Lib "TAVO45.dll" (ByVal table As LongPtr) As Long
@@ -523,6 +548,9 @@ Public Declare Function T_InvertBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapH
 Public Declare Function T_PosterizeBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal levels As Long) As Long
 Public Declare Function T_HistoEqualizeBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_HalfToneBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal cell As Long, ByVal angle As Long) As Long
+Public Declare Function T_FindSkew Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByRef angle As Long) As Long
+Public Declare Function T_FindContent Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByRef x As Long, ByRef y As Long, ByRef width As Long, ByRef height As Long) As Long
+Public Declare Function T_IsBlank Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal share As Long, ByRef blank As Long) As Long
 Public Declare Function T_LoadBMPFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadBMPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveBMPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
@@ -551,6 +579,10 @@ Public Declare Sub T_SetTIFFXYResolution Lib "TAVO45.dll" (ByVal x As Long, ByVa
 Public Declare Function T_LoadTIFFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadTIFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveTIFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare Function T_SetDeflateLevel Lib "TAVO45.dll" (ByVal level As Long) As Long
+Public Declare Function T_LoadPNGFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
+Public Declare Function T_LoadPNGBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_SavePNGBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
 Public Declare Function T_LoadMACFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadMACBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveMACBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
@@ -563,6 +595,15 @@ Public Declare Function T_SaveIMGBitmap Lib "TAVO45.dll" (ByVal name_ As String,
 Public Declare Function T_LoadWPGFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadWPGBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveWPGBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare Function T_LoadPCDFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
+Public Declare Function T_LoadPCDBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_SetPCDResolution Lib "TAVO45.dll" (ByVal level As Long) As Long
+Public Declare Function T_SetPCDModule Lib "TAVO45.dll" (ByVal flag As Long) As Long
+Public Declare Function T_LoadWMFFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
+Public Declare Function T_LoadWMFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_SaveWMFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare Function T_SetDrawScale Lib "TAVO45.dll" (ByVal scale As Long) As Long
+Public Declare Function T_SetDrawSmooth Lib "TAVO45.dll" (ByVal flag As Long) As Long
 Public Declare Function T_Create1BitTable Lib "TAVO45.dll" () As Long
 Public Declare Function T_SetJFIFUnit Lib "TAVO45.dll" (ByVal unit As Long) As Long
 Public Declare Function T_LoadCustomQTable Lib "TAVO45.dll" (ByVal table As Long) As Long

@@ -194,6 +194,7 @@ namespace Tavo
         public const int T_FORMAT_JPEG_2X1_24 = 22;
         public const int T_FORMAT_JPEG_2X2 = 23;
         public const int T_FORMAT_JPEG_2X2_24 = 24;
+        public const int T_FORMAT_WMF = 15;
         public const int T_FORMAT_TIFF_PACKBITS = 17;
         public const int T_FORMAT_TIFF_GROUP3 = 25;
         public const int T_FORMAT_CMP_1BIT = 26;
@@ -206,6 +207,9 @@ namespace Tavo
         public const int T_FORMAT_MSP = 53;
         public const int T_FORMAT_WPG = 54;
         public const int T_FORMAT_RAS = 55;
+        public const int T_FORMAT_PCD = 57;
+        public const int T_FORMAT_PNG = 200;
+        public const int T_FORMAT_TIFF_DEFLATE = 201;
         public const int T_FORMAT_DCX = 202;
         public const int T_EXTRA_ALPHA = 1;
         public const int T_EXTRA_ICC = 2;
@@ -225,6 +229,7 @@ namespace Tavo
         public const int T_PALETTE_FIXED = 2;
         public const int T_PALETTE_GIVEN = 3;
         public const int T_PALETTE_NONE = 4;
+        public const int T_PALETTE_FINE = 5;
         public const int T_SIZE_NEAREST = 0;
         public const int T_SIZE_BOX = 1;
         public const int T_SIZE_TRIANGLE = 2;
@@ -243,6 +248,10 @@ namespace Tavo
         public const int T_SHAPE_CROSS = 1;
         public const int T_SHAPE_ROW = 2;
         public const int T_SHAPE_COLUMN = 3;
+        public const int T_LEVEL_DEFAULT = 0;
+        public const int T_LEVEL_FAST = 1;
+        public const int T_LEVEL_SMALL = 2;
+        public const int T_MAX_DRAW_SCALE = 16;
         public const int T_FACTOR_NONE = -2147483648;
 
         [UnmanagedFunctionPointer(CallingConvention.StdCall)]
@@ -652,6 +661,15 @@ namespace Tavo
         public static extern int T_HalfToneBitmap(IntPtr bitmap, int cell, int angle);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_FindSkew(IntPtr bitmap, out int angle);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_FindContent(IntPtr bitmap, out uint x, out uint y, out uint width, out uint height);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_IsBlank(IntPtr bitmap, int share, out int blank);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_LoadBMPFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
@@ -736,6 +754,18 @@ namespace Tavo
         public static extern int T_SaveTIFBitmap(string name, IntPtr bitmap, int bitsPerPixel);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SetDeflateLevel(int level);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadPNGFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadPNGBitmap(string name, IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SavePNGBitmap(string name, IntPtr bitmap, int bitsPerPixel);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_LoadMACFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
@@ -770,6 +800,33 @@ namespace Tavo
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_SaveWPGBitmap(string name, IntPtr bitmap, int bitsPerPixel);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadPCDFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadPCDBitmap(string name, IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SetPCDResolution(int level);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SetPCDModule(int flag);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadWMFFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadWMFBitmap(string name, IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SaveWMFBitmap(string name, IntPtr bitmap, int bitsPerPixel);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SetDrawScale(int scale);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SetDrawSmooth(int flag);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_Create1BitTable();

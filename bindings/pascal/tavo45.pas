@@ -84,6 +84,7 @@ const
   T_FORMAT_JPEG_2X1_24 = 22;
   T_FORMAT_JPEG_2X2 = 23;
   T_FORMAT_JPEG_2X2_24 = 24;
+  T_FORMAT_WMF = 15;
   T_FORMAT_TIFF_PACKBITS = 17;
   T_FORMAT_TIFF_GROUP3 = 25;
   T_FORMAT_CMP_1BIT = 26;
@@ -96,6 +97,9 @@ const
   T_FORMAT_MSP = 53;
   T_FORMAT_WPG = 54;
   T_FORMAT_RAS = 55;
+  T_FORMAT_PCD = 57;
+  T_FORMAT_PNG = 200;
+  T_FORMAT_TIFF_DEFLATE = 201;
   T_FORMAT_DCX = 202;
   T_EXTRA_ALPHA = 1;
   T_EXTRA_ICC = 2;
@@ -115,6 +119,7 @@ const
   T_PALETTE_FIXED = 2;
   T_PALETTE_GIVEN = 3;
   T_PALETTE_NONE = 4;
+  T_PALETTE_FINE = 5;
   T_SIZE_NEAREST = 0;
   T_SIZE_BOX = 1;
   T_SIZE_TRIANGLE = 2;
@@ -133,6 +138,10 @@ const
   T_SHAPE_CROSS = 1;
   T_SHAPE_ROW = 2;
   T_SHAPE_COLUMN = 3;
+  T_LEVEL_DEFAULT = 0;
+  T_LEVEL_FAST = 1;
+  T_LEVEL_SMALL = 2;
+  T_MAX_DRAW_SCALE = 16;
   T_FACTOR_NONE = -2147483648;
 
 type
@@ -384,6 +393,9 @@ function T_InvertBitmap(var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcal
 function T_PosterizeBitmap(var bitmap: BitmapHandle; levels: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_HistoEqualizeBitmap(var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_HalfToneBitmap(var bitmap: BitmapHandle; cell: LongInt; angle: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_FindSkew(var bitmap: BitmapHandle; angle: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_FindContent(var bitmap: BitmapHandle; x: Pointer; y: Pointer; width: Pointer; height: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_IsBlank(var bitmap: BitmapHandle; share: LongInt; blank: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadBMPFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadBMPBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SaveBMPBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
@@ -412,6 +424,10 @@ procedure T_SetTIFFXYResolution(x: LongInt; y: LongInt); {$ifdef WIN32}stdcall{$
 function T_LoadTIFFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadTIFBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SaveTIFBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SetDeflateLevel(level: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadPNGFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadPNGBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SavePNGBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadMACFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadMACBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SaveMACBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
@@ -424,6 +440,15 @@ function T_SaveIMGBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel
 function T_LoadWPGFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadWPGBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SaveWPGBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadPCDFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadPCDBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SetPCDResolution(level: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SetPCDModule(flag: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadWMFFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadWMFBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SaveWMFBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SetDrawScale(scale: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SetDrawSmooth(flag: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_Create1BitTable: LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SetJFIFUnit(unit_: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadCustomQTable(table: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
