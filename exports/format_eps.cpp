@@ -2,7 +2,6 @@
 #include "exports/trio.h"
 #include "formats/eps.h"
 #include "tavo45.h"
-#include "tavo45_pict.h"
 
 using namespace tavo;
 

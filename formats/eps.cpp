@@ -11,7 +11,6 @@
 #include "formats/wmf.h"
 #include "io/file_table.h"
 #include "process/row_delivery.h"
-#include "tavo45_pict.h"
 
 namespace tavo::eps {
 
@@ -117,6 +116,8 @@ class PartScope {
   PartScope(const io::InputFile& file, const Part& part)
       : part_(file.handle(), static_cast<int32_t>(part.offset), static_cast<int32_t>(part.bytes)) {}
   static constexpr const char* kName = "preview";
+  // What it means that it cannot be opened: nothing else is tried.
+  static constexpr Status kOpenFailure = kSeekError;
 
  private:
   FirstPage page_;
@@ -126,7 +127,7 @@ class PartScope {
 Status probe_part(const io::ProbeInput& input, const Part& part, const Kind& kind, FILEINFO& info) {
   const PartScope scope(input.file, part);
   io::InputFile preview;
-  TRY(preview.open(PartScope::kName));
+  if (!preview.open(PartScope::kName).ok()) return input.file.fail(PartScope::kOpenFailure);
   std::array<uint8_t, 64> head;
   size_t got = 0;
   Status status = preview.read_up_to(head, got);
@@ -214,6 +215,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
     Relay relay{sink, context, contents};
     const PartScope scope(file, part);
     status = kind.read(PartScope::kName, bitmap, Relay::take, bits_per_pixel, &relay);
+    if (status == kOpenError) return PartScope::kOpenFailure;
     if (status.ok() || status == kNoMemory || relay.has_rows) return status;
   }
   if (contents.comments.width == 0) return status;

@@ -1,6 +1,5 @@
 #include "formats/pict.h"
 #include "base/limits.h"
-#include "tavo45_pict.h"
 
 #include <array>
 

@@ -1,5 +1,4 @@
 #include "formats/pict_layout.h"
-#include "tavo45_pict.h"
 
 #include <algorithm>
 #include <cstring>

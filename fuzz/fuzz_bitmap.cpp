@@ -9,7 +9,6 @@
 #include "input.h"
 #include "io/file_table.h"
 #include "tavo45.h"
-#include "tavo45_pict.h"
 
 namespace {
 

@@ -1,4 +1,3 @@
-#include "tavo45_pict.h"
 #include "format_fuzzer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

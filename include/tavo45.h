@@ -23,7 +23,7 @@
  *   Resampling                     rows and bitmaps of another size
  *   Processing                     rotation, filters, adjustments of whole bitmaps; scanned pages
  *   Formats                        BMP, PCX, GIF, CALS, TGA, Sun raster, TIFF, MacPaint, MSP,
- *                                  GEM IMG, WPG, WMF, PNG, Photo CD
+ *                                  GEM IMG, WPG, PICT, EPS, WMF, PNG, Photo CD
  *   Compressed pictures: coding    JPEG and CMP, stamps
  *   Compressed pictures: 1 bit     bilevel CMP files
  *   Compressed pictures: decoding  JPEG and CMP, whole or in pieces; stamps, how they are coded
@@ -304,12 +304,13 @@ typedef struct BitmapHandle {
 #define T_FORMAT_JPEG 10
 #define T_FORMAT_JPEG_24 11 /* save variants: see Compression */
 #define T_FORMAT_BMP_OS2 14
+#define T_FORMAT_WMF 15
+#define T_FORMAT_EPS 16
 #define T_FORMAT_CMP_SAVE 20
 #define T_FORMAT_JPEG_2X1 21
 #define T_FORMAT_JPEG_2X1_24 22
 #define T_FORMAT_JPEG_2X2 23
 #define T_FORMAT_JPEG_2X2_24 24
-#define T_FORMAT_WMF 15
 #define T_FORMAT_TIFF_PACKBITS 17 /* save variants of T_FORMAT_TIFF */
 #define T_FORMAT_TIFF_GROUP3 25
 #define T_FORMAT_CMP_1BIT 26
@@ -322,7 +323,9 @@ typedef struct BitmapHandle {
 #define T_FORMAT_MSP 53
 #define T_FORMAT_WPG 54
 #define T_FORMAT_RAS 55
+#define T_FORMAT_PCT 56
 #define T_FORMAT_PCD 57
+#define T_FORMAT_EPS_TEXT 63 /* T_FORMAT_EPS without a header of its own; read only */
 #define T_FORMAT_PNG 200
 #define T_FORMAT_TIFF_DEFLATE 201 /* save variant of T_FORMAT_TIFF */
 #define T_FORMAT_DCX 202          /* save variant of T_FORMAT_PCX: pages, be it one */
@@ -1602,6 +1605,55 @@ T_API int32_t T_CALL T_SetDrawScale(int32_t scale);
 /* 0, the default: pixels of drawings have the color of what is in their middle. Any other flag:
  * the average of sixteen, which takes about twenty times as long. T_OK. */
 T_API int32_t T_CALL T_SetDrawSmooth(int32_t flag);
+
+/* Macintosh PICT: what QuickDraw recorded, in versions 1 and 2, with and without the 512 bytes in
+ * front. Its bitmaps are read; lines, shapes and text are skipped.
+ * Read        Bitmaps of 1 to 32 bits in all packings (opcodes 90, 91, 98 to 9B) with their color
+ *             tables, masks and clip regions; QuickTime pictures (8200) coded as JPEG or not at
+ *             all, over whose place nothing further is drawn. Every transfer mode counts as
+ * copying. Delivered   Top row first. The only bitmap of a picture that covers the frame, or
+ * bitmaps of one kind that fill it side by side: at their own size and depth, 2 bits as 4, 16 bits
+ * in T_ORDER_BGR, 24 and 32 bits as 24 in T_ORDER_RGB. Everything else is a page of 24 bits, white
+ * where no bitmap is, held in memory: the frame at the largest scale of its bitmaps, 1 to 8 pixels
+ * a unit, 16384 pixels a side at most; the others are brought to that scale by nearest pixel.
+ * FILEINFO.Compression: "Run Length", "JPEG" or "None", of the first bitmap. Resolution: pixels of
+ * the picture in its frame, which is in 72nds of an inch; where that gives 72, what the bitmap
+ * says, or the header. Written     Version 2 with one bitmap of 1, 4, 8 or 24 bits (other depths:
+ * T_ERR_DEPTH), run-length coded, or several side by side: columns that one may not have, and rows
+ * of 201 to 250 bytes, about whose coding programs disagree. More than 32767 pixels either way:
+ *             T_ERR_SIZE.
+ * Statuses    T_ERR_BAD_DATA: no PICT file, a bitmap that contradicts itself, or more painting than
+ *             any picture needs. T_ERR_SUBTYPE: no bitmap (FILEINFO has the frame, at 24 bits), or
+ *             one of another depth or packing. T_ERR_READ: the file ends early, or claims more than
+ *             a mebipixel for each of its bytes; the rows that are there are delivered.
+ * Facts: Apple, "Inside Macintosh: Imaging With QuickDraw", appendix A. */
+T_API int32_t T_CALL T_LoadPCTFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadPCTBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SavePCTBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* Encapsulated PostScript: the preview is the picture. PostScript is never interpreted.
+ * Read        In this order: a preview in TIFF (its first page, any coding that T_LoadTIFFile
+ *             reads), and one in the comments of the text, of 1, 2, 4 or 8 bits, that begins within
+ *             its first 64 KiB. One that cannot be read gives way to the next. Files with a header
+ *             of their own are T_FORMAT_EPS, text alone, also behind a Ctrl-D, T_FORMAT_EPS_TEXT.
+ * Delivered   What the preview is; from comments top row first, 2 bits as 4, with a palette from
+ *             white (0) to black. FILEINFO.Compression: "Embedded TIFF" or "None". Resolution: as
+ *             the preview fills the bounding box, if there is one; else the preview's. Without a
+ *             preview FILEINFO has the size of the box in 72nds of an inch (1 to 8192) and 1 bit.
+ * Written     T_FORMAT_EPS of 1, 4, 8 or 24 bits (other depths: T_ERR_DEPTH): level 2 text of 7
+ * bits, and the picture once more as TIFF, so that it loads back whole. A save makes the picture
+ * grey first, of 1 bit when that is asked (levels from 128 on are white), else of 8; with `direct`
+ * it is written as it is: even ramps of grey as grey, other palettes as indices. The size is the
+ * pixels at the resolution of the bitmap, 72 when it has none. The file is read back while it is
+ * written. More than 2 GiB: T_ERR_WRITE. Statuses    T_ERR_BAD_DATA: no EPS file. T_ERR_SUBTYPE: no
+ * preview that is read. Otherwise those of the last preview's reader; T_ERR_READ: one in comments
+ * ends early, the rows that are there are delivered. Facts: Adobe Technical Notes 5001 and 5002;
+ * "PostScript Language Reference", third edition. */
+T_API int32_t T_CALL T_LoadEPSFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
+                                   int32_t bitsPerPixel, void* context);
+T_API int32_t T_CALL T_LoadEPSBitmap(const char* name, BitmapHandle* bitmap);
+T_API int32_t T_CALL T_SaveEPSBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
 /* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
  * do; programs that call this before they load bilevel files may go on doing so. T_OK. */

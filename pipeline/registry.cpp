@@ -23,7 +23,6 @@
 #include "formats/tiff.h"
 #include "formats/wmf.h"
 #include "formats/wpg.h"
-#include "tavo45_pict.h"
 
 namespace tavo::pipeline {
 

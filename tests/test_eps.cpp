@@ -33,7 +33,7 @@ TEST(Eps, PreviewsInComments) {
   } cases[] = {
       {"1 bit", "%%BeginPreview: 9 1 1 1\n% 8 0\n%80\n%%EndPreview\n", 1, "00FFFFFFFFFFFFFF00"},
       {"2 bits", "%%BeginPreview: 4 1 2 1\r% 1B\r%%EndPreview\r", 4, "FFAA5500"},
-      {"4 bits, over lines", kPreview4, 4, "FF0088 77BBFF"},
+      {"4 bits, over lines", kPreview4, 4, "FF0088 FF77BB"},
       {"8 bits", "%%BeginPreview: 2 1 8 1\r\n% ff01 7f\r\n%%EndPreview\r\n", 8, "00FE"}};
   for (const auto& c : cases) {
     for (const char* before : {"", "\x04"}) {

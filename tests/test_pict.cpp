@@ -5,7 +5,6 @@
 
 #include "format_cases.h"
 #include "jpeg_streams.h"
-#include "tavo45_pict.h"
 
 namespace tavo::test {
 namespace {

@@ -3,7 +3,6 @@
 
 #include <cstring>
 
-#include "tavo45_pict.h"
 #include "base/settings.h"
 #include "format_cases.h"
 #include "pipeline/store_sink.h"

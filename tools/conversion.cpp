@@ -1,5 +1,4 @@
 #include "conversion.h"
-#include "tavo45_pict.h"
 
 #include <algorithm>
 #include <optional>

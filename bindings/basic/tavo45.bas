@@ -71,12 +71,13 @@ Public Const T_FORMAT_BMP As Long = 6
 Public Const T_FORMAT_JPEG As Long = 10
 Public Const T_FORMAT_JPEG_24 As Long = 11
 Public Const T_FORMAT_BMP_OS2 As Long = 14
+Public Const T_FORMAT_WMF As Long = 15
+Public Const T_FORMAT_EPS As Long = 16
 Public Const T_FORMAT_CMP_SAVE As Long = 20
 Public Const T_FORMAT_JPEG_2X1 As Long = 21
 Public Const T_FORMAT_JPEG_2X1_24 As Long = 22
 Public Const T_FORMAT_JPEG_2X2 As Long = 23
 Public Const T_FORMAT_JPEG_2X2_24 As Long = 24
-Public Const T_FORMAT_WMF As Long = 15
 Public Const T_FORMAT_TIFF_PACKBITS As Long = 17
 Public Const T_FORMAT_TIFF_GROUP3 As Long = 25
 Public Const T_FORMAT_CMP_1BIT As Long = 26
@@ -89,7 +90,9 @@ Public Const T_FORMAT_IMG As Long = 52
 Public Const T_FORMAT_MSP As Long = 53
 Public Const T_FORMAT_WPG As Long = 54
 Public Const T_FORMAT_RAS As Long = 55
+Public Const T_FORMAT_PCT As Long = 56
 Public Const T_FORMAT_PCD As Long = 57
+Public Const T_FORMAT_EPS_TEXT As Long = 63
 Public Const T_FORMAT_PNG As Long = 200
 Public Const T_FORMAT_TIFF_DEFLATE As Long = 201
 Public Const T_FORMAT_DCX As Long = 202
@@ -437,6 +440,12 @@ Public Declare PtrSafe Function T_LoadWMFBitmap Lib "TAVO45.dll" (ByVal name_ As
 Public Declare PtrSafe Function T_SaveWMFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
 Public Declare PtrSafe Function T_SetDrawScale Lib "TAVO45.dll" (ByVal scale As Long) As Long
 Public Declare PtrSafe Function T_SetDrawSmooth Lib "TAVO45.dll" (ByVal flag As Long) As Long
+Public Declare PtrSafe Function T_LoadPCTFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
+Public Declare PtrSafe Function T_LoadPCTBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_SavePCTBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare PtrSafe Function T_LoadEPSFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
+Public Declare PtrSafe Function T_LoadEPSBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_SaveEPSBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
 Public Declare PtrSafe Function T_Create1BitTable Lib "TAVO45.dll" () As Long
 Public Declare PtrSafe Function T_SetJFIFUnit Lib "TAVO45.dll" (ByVal unit As Long) As Long
 Public Declare PtrSafe Function T_LoadCustomQTable Lib "TAVO45.dll" (ByVal table As LongPtr) As Long
@@ -604,6 +613,12 @@ Public Declare Function T_LoadWMFBitmap Lib "TAVO45.dll" (ByVal name_ As String,
 Public Declare Function T_SaveWMFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
 Public Declare Function T_SetDrawScale Lib "TAVO45.dll" (ByVal scale As Long) As Long
 Public Declare Function T_SetDrawSmooth Lib "TAVO45.dll" (ByVal flag As Long) As Long
+Public Declare Function T_LoadPCTFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
+Public Declare Function T_LoadPCTBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_SavePCTBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare Function T_LoadEPSFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
+Public Declare Function T_LoadEPSBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_SaveEPSBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
 Public Declare Function T_Create1BitTable Lib "TAVO45.dll" () As Long
 Public Declare Function T_SetJFIFUnit Lib "TAVO45.dll" (ByVal unit As Long) As Long
 Public Declare Function T_LoadCustomQTable Lib "TAVO45.dll" (ByVal table As Long) As Long

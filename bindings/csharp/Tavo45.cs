@@ -189,12 +189,13 @@ namespace Tavo
         public const int T_FORMAT_JPEG = 10;
         public const int T_FORMAT_JPEG_24 = 11;
         public const int T_FORMAT_BMP_OS2 = 14;
+        public const int T_FORMAT_WMF = 15;
+        public const int T_FORMAT_EPS = 16;
         public const int T_FORMAT_CMP_SAVE = 20;
         public const int T_FORMAT_JPEG_2X1 = 21;
         public const int T_FORMAT_JPEG_2X1_24 = 22;
         public const int T_FORMAT_JPEG_2X2 = 23;
         public const int T_FORMAT_JPEG_2X2_24 = 24;
-        public const int T_FORMAT_WMF = 15;
         public const int T_FORMAT_TIFF_PACKBITS = 17;
         public const int T_FORMAT_TIFF_GROUP3 = 25;
         public const int T_FORMAT_CMP_1BIT = 26;
@@ -207,7 +208,9 @@ namespace Tavo
         public const int T_FORMAT_MSP = 53;
         public const int T_FORMAT_WPG = 54;
         public const int T_FORMAT_RAS = 55;
+        public const int T_FORMAT_PCT = 56;
         public const int T_FORMAT_PCD = 57;
+        public const int T_FORMAT_EPS_TEXT = 63;
         public const int T_FORMAT_PNG = 200;
         public const int T_FORMAT_TIFF_DEFLATE = 201;
         public const int T_FORMAT_DCX = 202;
@@ -827,6 +830,24 @@ namespace Tavo
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_SetDrawSmooth(int flag);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadPCTFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadPCTBitmap(string name, IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SavePCTBitmap(string name, IntPtr bitmap, int bitsPerPixel);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadEPSFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_LoadEPSBitmap(string name, IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SaveEPSBitmap(string name, IntPtr bitmap, int bitsPerPixel);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_Create1BitTable();

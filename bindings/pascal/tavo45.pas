@@ -79,12 +79,13 @@ const
   T_FORMAT_JPEG = 10;
   T_FORMAT_JPEG_24 = 11;
   T_FORMAT_BMP_OS2 = 14;
+  T_FORMAT_WMF = 15;
+  T_FORMAT_EPS = 16;
   T_FORMAT_CMP_SAVE = 20;
   T_FORMAT_JPEG_2X1 = 21;
   T_FORMAT_JPEG_2X1_24 = 22;
   T_FORMAT_JPEG_2X2 = 23;
   T_FORMAT_JPEG_2X2_24 = 24;
-  T_FORMAT_WMF = 15;
   T_FORMAT_TIFF_PACKBITS = 17;
   T_FORMAT_TIFF_GROUP3 = 25;
   T_FORMAT_CMP_1BIT = 26;
@@ -97,7 +98,9 @@ const
   T_FORMAT_MSP = 53;
   T_FORMAT_WPG = 54;
   T_FORMAT_RAS = 55;
+  T_FORMAT_PCT = 56;
   T_FORMAT_PCD = 57;
+  T_FORMAT_EPS_TEXT = 63;
   T_FORMAT_PNG = 200;
   T_FORMAT_TIFF_DEFLATE = 201;
   T_FORMAT_DCX = 202;
@@ -449,6 +452,12 @@ function T_LoadWMFBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$
 function T_SaveWMFBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SetDrawScale(scale: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SetDrawSmooth(flag: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadPCTFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadPCTBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SavePCTBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadEPSFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_LoadEPSBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SaveEPSBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_Create1BitTable: LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SetJFIFUnit(unit_: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadCustomQTable(table: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
