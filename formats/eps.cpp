@@ -179,7 +179,7 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
     if (part.bytes == 0) continue;
     info = blank;
     const Status status = probe_part(input, part, kind, info);
-    if (status == kNoMemory) return status;
+    if (status == kNoMemory || status == kLimit) return status;
     TRY(input.file.failure());
     if (!status.ok()) continue;
     picture.width = info.Width;

@@ -77,8 +77,6 @@ bool is_read_differently(const std::string& name) {
       "wuffs-peacock.progressive.scan006.jpeg", "wuffs-peacock.progressive.scan007.jpeg",
       // Pillow repeats chroma, which is interpolated here: a mean of two levels.
       "pillow-hopper.pcd",
-      // Their only preview is a metafile.
-      "made-script-a-dos-wmf.eps", "made-script-a-dos-wmf-plain.eps",
       // PCX files are known by the versions 0, 2, 3 and 5; the reader itself takes this one.
       "kimg-ICONDOC.pcx"};
   const std::string file = name.substr(name.rfind('/') + 1);
