@@ -216,7 +216,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
     const PartScope scope(file, part);
     status = kind.read(PartScope::kName, bitmap, Relay::take, bits_per_pixel, &relay);
     if (status == kOpenError) return PartScope::kOpenFailure;
-    if (status.ok() || status == kNoMemory || relay.has_rows) return status;
+    if (status.ok() || status == kNoMemory || status == kLimit || relay.has_rows) return status;
   }
   if (contents.comments.width == 0) return status;
   process::SourcePicture picture;

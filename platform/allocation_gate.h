@@ -1,5 +1,5 @@
-// Bookkeeping of memory requests shared by both back ends: the limit of what may be out, refusals on
-// demand and counts.
+// Bookkeeping of memory requests shared by both back ends: the limit of what may be out, refusals
+// on demand and counts.
 #pragma once
 
 #include <cstddef>
