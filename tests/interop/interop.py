@@ -89,9 +89,9 @@ def bmp_rgb(path):
     return width, height, b''.join(rows)
 
 
-def seen_by_tavo(path):
+def seen_by_tavo(path, *options):
     out = folder / 'seen.bmp'
-    if run(tavo, 'convert', path, out, '--bits', '24') is None:
+    if run(tavo, 'convert', path, out, '--bits', '24', *options) is None:
         return None
     return bmp_rgb(out)
 
