@@ -298,7 +298,7 @@ class Information(CliTest):
         self.assertIn("tavo: missing.bmp: ", done.stderr)
         rows = json.loads(done.stdout)
         self.assertEqual([row["file"] for row in rows], ["missing.bmp", name])
-        self.assertEqual(sorted(rows[0]), ["error", "file", "status"])
+        self.assertEqual(sorted(rows[0]), ["errno", "error", "file", "status"])
         self.assertEqual((rows[0]["status"], rows[1]["width"]), (-10, WIDTH))
 
     def test_formats_table_and_json_agree(self):
@@ -667,11 +667,15 @@ class Counting(unittest.TextTestResult):
         self.passed += 1
 
 
-def main():
+def main(cases=None, cases_here=None):
+    global IS_WINDOWS
+    program = Path(sys.argv[1]).absolute()
+    IS_WINDOWS = program.suffix == ".exe"
+    COMMAND[:] = ["wine", str(program)] if IS_WINDOWS else [str(program)]
     suite = unittest.TestSuite()
-    cases = (Conversions, Compression, Failures, Information, Streams, Damage, Words, Operations,
-             Sizes, Orientation, Sheets)
-    for case in cases + (() if IS_WINDOWS else (Files,)):
+    cases = cases or (Conversions, Compression, Failures, Information, Streams, Damage, Words, Operations,
+                      Sizes, Orientation, Sheets)
+    for case in cases + (() if IS_WINDOWS else cases_here or (Files,)):
         suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
     with wine_kept_running():
         result = unittest.TextTestRunner(resultclass=Counting).run(suite)

@@ -63,30 +63,32 @@ bool makes_palette(const Target& target, int32_t bits) {
 
 class Conversion {
  public:
-  Conversion(const ConvertOptions& options, const std::string& input, std::string output)
-      : options_(options),
+  Conversion(const ConvertOptions& options, const std::string& input, std::string output,
+             Converted& made)
+      : made_(made),
+        options_(options),
         first_output_(std::move(output)),
         output_(first_output_),
         format_(compressed_variant(format_for(options.format, first_output_), options.compression)),
         source_(input) {}
 
-  int run() {
+  void run() {
     const GifFrames frames(!options_.page.empty());
     choose_pages();
     for (int32_t page = first_; page <= last_; ++page) {
       if (page > first_ && !holds_pages(format_)) begin_next_file(page);
       convert_page(page);
     }
-    check_signals();
-    if (!file_) throw Failure{source_.name(), "There is nothing but blank pages", T_ERR_ARGUMENT};
-    file_->commit();
+    if (!file_ && made_.outputs.empty())
+      throw Failure{source_.name(), "There is nothing but blank pages", T_ERR_ARGUMENT};
+    commit();
     losses_.report(source_.name(),
                    first_output_ == kStandardStream ? "standard output" : first_output_);
-    return is_partial_ ? kExitPartial : kExitOk;
   }
 
  private:
   void choose_pages();
+  void commit();
   void begin_next_file(int32_t page);
   void convert_page(int32_t page);
   Target choose_target(const FILEINFO& info, int picture_bits) const;
@@ -105,6 +107,7 @@ class Conversion {
   int32_t pages_so_far() const;
   void save(const Target& target, Picture& picture);
 
+  Converted& made_;
   const ConvertOptions& options_;
   const std::string first_output_;
   std::string output_;  // the file that is being made
@@ -114,7 +117,6 @@ class Conversion {
   int32_t last_ = 1;
   std::optional<OutputFile> file_;
   int32_t written_ = 0;  // pages that it holds
-  bool is_partial_ = false;
   Losses losses_;
 };
 
@@ -141,10 +143,16 @@ void Conversion::choose_pages() {
                   T_ERR_FORMAT};
 }
 
+void Conversion::commit() {
+  check_signals();
+  if (!file_) return;  // nothing but blank pages
+  file_->commit();
+  made_.outputs.push_back(output_);
+}
+
 // Every page is a file of its own.
 void Conversion::begin_next_file(int32_t page) {
-  check_signals();
-  if (file_) file_->commit();
+  commit();
   file_.reset();
   written_ = 0;
   output_ = page_name(first_output_, page);
@@ -244,6 +252,7 @@ void Conversion::stream(Target target, const FILEINFO& info) {
   }
   check(rows.status, source_.name());
   ++written_;
+  ++made_.pages;
 }
 
 // Reads and processes the page.
@@ -255,9 +264,10 @@ void Conversion::load(const FILEINFO& info, int target_bits, Picture& picture) {
   if (rows.is_damaged()) {
     check_signals();
     if (!options_.partial || !rows.is_partial()) throw failure_of(rows, source_.name());
-    is_partial_ = true;
-    tell(source_.name(), "partial: " + std::to_string(rows.whole) + " of " + rows.all() +
-                             " could be read, the others are 0");
+    const std::string text = "partial: " + std::to_string(rows.whole) + " of " + rows.all() +
+                             " could be read, the others are 0";
+    if (!made_.damage) made_.damage = Failure{source_.name(), text, rows.status};
+    tell(source_.name(), text);
   } else {
     check(rows.status, source_.name());
   }
@@ -353,13 +363,14 @@ void Conversion::save(const Target& target, Picture& picture) {
           output_);
   }
   ++written_;
+  ++made_.pages;
 }
 
 }  // namespace
 
-int convert_file(const ConvertOptions& options, const std::string& input,
-                 const std::string& output) {
-  return Conversion(options, input, output).run();
+void convert_file(const ConvertOptions& options, const std::string& input,
+                  const std::string& output, Converted& made) {
+  Conversion(options, input, output, made).run();
 }
 
 }  // namespace tavo::tools

@@ -5,9 +5,11 @@
 #include <vector>
 
 #include "conversion.h"
+#include "deadline.h"
 #include "failure.h"
 #include "format_table.h"
 #include "jobs.h"
+#include "limit_options.h"
 #include "load_options.h"
 #include "option_checks.h"
 #include "output_names.h"
@@ -21,6 +23,7 @@ struct Arguments {
   std::vector<std::string> files;
   std::string folder;
   ConvertOptions options;
+  LimitOptions limits;
 };
 
 // IN OUT, or IN... with --out.
@@ -39,21 +42,27 @@ std::vector<Job> choose_jobs(const Arguments& arguments) {
 }
 
 void check_options(const ConvertOptions& options, const std::vector<Job>& jobs) {
-  check_reduction(options.reduction, options.bits);
+  check_conversion_options(options);
   for (const Job& job : jobs) {
     if (options.append && job.output == kStandardStream)
       throw UsageError{"--append: standard output has no pages to add to"};
   }
 }
 
+int run_job(const Job& job, const Arguments& arguments) {
+  const Deadline deadline(arguments.limits.seconds, job.input);
+  Converted made;
+  convert_file(arguments.options, job.input, job.output, made);
+  return made.exit_status();
+}
+
 int run_convert(const Arguments& arguments) {
   const std::vector<Job> jobs = choose_jobs(arguments);
   check_options(arguments.options, jobs);
-  if (arguments.folder.empty())
-    return convert_file(arguments.options, jobs[0].input, jobs[0].output);
-  return run_jobs(jobs, arguments.folder, [&arguments](const Job& job) {
-    return convert_file(arguments.options, job.input, job.output);
-  });
+  set_limits(arguments.limits);
+  if (arguments.folder.empty()) return run_job(jobs[0], arguments);
+  return run_jobs(jobs, arguments.folder,
+                  [&arguments](const Job& job) { return run_job(job, arguments); });
 }
 
 // What is wrong with the value of --page, nothing when all is well.
@@ -128,15 +137,24 @@ void add_picture_options(CLI::App& command, ConvertOptions& options) {
 
 }  // namespace
 
+void add_conversion_options(CLI::App& command, ConvertOptions& options) {
+  add_picture_options(command, options);
+  add_processing_options(command, options.processing);
+  add_load_options(command);
+  add_reduction_options(command, options.reduction);
+  add_compression_options(command, options.compression);
+}
+
+void check_conversion_options(const ConvertOptions& options) {
+  check_reduction(options.reduction, options.bits);
+}
+
 void add_convert(CLI::App& app, Action& action) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App* command = app.add_subcommand("convert", "Convert pictures to another format or depth");
   add_file_options(*command, *arguments);
-  add_picture_options(*command, arguments->options);
-  add_processing_options(*command, arguments->options.processing);
-  add_load_options(*command);
-  add_reduction_options(*command, arguments->options.reduction);
-  add_compression_options(*command, arguments->options.compression);
+  add_conversion_options(*command, arguments->options);
+  add_limit_options(*command, arguments->limits);
   command->footer(
       "Resolution and row order are kept. What the output does not hold, further pages, opacity,\n"
       "color profile or metadata, is named on standard error. Examples:\n"

@@ -25,4 +25,10 @@ struct ConvertOptions {
   CompressionOptions compression;
 };
 
+// All of them but the format.
+void add_conversion_options(CLI::App& command, ConvertOptions& options);
+
+// UsageError for options that contradict each other.
+void check_conversion_options(const ConvertOptions& options);
+
 }  // namespace tavo::tools

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "deadline.h"
 #include "signals.h"
 #include "system.h"
 #include "tavo45.h"
@@ -20,24 +21,58 @@ void check_signals() {
   if (const int signal = noted_signal(); signal != 0) throw Interrupted{signal};
 }
 
+Failure failure_of_call(int32_t status, const std::string& file) {
+  T_ERRORINFO error;
+  char text[256];
+  const bool is_known = T_GetError(&error) == T_OK && error.Status == status &&
+                        T_GetErrorText(text, sizeof text) == T_OK;
+  if (!is_known) return {file, T_GetStatusText(status), status};
+  Failure failure{file, text, status};
+  failure.system_error = error.SystemError;
+  if (error.NotAllowed != 0) failure.cause = Cause::kNotAllowed;
+  if (error.Limit == 0) return failure;
+  failure.cause = Cause::kLimit;
+  failure.limit = error.LimitName;
+  failure.asked = error.Asked;
+  failure.allowed = error.Allowed;
+  return failure;
+}
+
+Failure failure_of_seconds(const std::string& file, uint64_t asked, uint64_t allowed) {
+  return {file,
+          "The work takes " + std::to_string(asked) + " seconds or more; " +
+              std::to_string(allowed) + " are allowed",
+          T_ERR_LIMIT,
+          Cause::kLimit,
+          "seconds",
+          asked,
+          allowed};
+}
+
 void check(int32_t status, const std::string& file) {
   if (status == T_OK) return;
   check_signals();
+  check_deadline(file);
   const bool is_full = last_error() == Reason::kNoRoom;
-  const std::string reason = last_error_text();
-  if (is_full && status == T_ERR_WRITE)
-    throw Failure{file, "There is no room for the file: " + reason, status};
   if (is_full && status == T_ERR_NO_MEMORY) throw_folder_failure(temporary_folder());
-  throw Failure{file, T_GetStatusText(status), status};
+  if (is_full && status == T_ERR_WRITE)
+    throw_system_failure(file, "There is no room for the file", status);
+  throw failure_of_call(status, file);
+}
+
+void throw_system_failure(const std::string& file, const std::string& what, int32_t status) {
+  const int number = last_error_number();
+  Failure failure{file, what + ": " + last_error_text(), status};
+  failure.system_error = number;
+  throw failure;
 }
 
 void throw_folder_failure(const std::string& folder) {
   const bool is_full = last_error() == Reason::kNoRoom;
-  const std::string reason = last_error_text();
-  throw Failure{folder,
-                is_full ? "The folder for temporary files is full: " + reason
-                        : "No temporary file can be made in this folder: " + reason,
-                T_ERR_NO_MEMORY};
+  throw_system_failure(folder,
+                       is_full ? "The folder for temporary files is full"
+                               : "No temporary file can be made in this folder",
+                       T_ERR_NO_MEMORY);
 }
 
 void tell(const std::string& file, const std::string& text) {

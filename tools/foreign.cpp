@@ -112,18 +112,19 @@ const char* find_kind(std::string_view head, std::span<const Mark> marks) {
 
 }  // namespace
 
-std::string why_not_read(const std::string& path) {
+NotRead why_not_read(const std::string& path) {
   std::array<char, 256> bytes;
   std::FILE* const file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) return {};
   const std::string_view head(bytes.data(), std::fread(bytes.data(), 1, bytes.size(), file));
   std::fclose(file);
-  if (head.empty()) return "The file is empty";
+  if (head.empty()) return {"The file is empty"};
   if (const char* kind = find_kind(head, kKnownMarks))
-    return kind + std::string(" whose header is cut or damaged");
+    return {kind + std::string(" whose header is cut or damaged"), true};
   const char* const kind =
       is_encrypted_archive(head) ? "an encrypted ZIP archive" : find_kind(head, kMarks);
-  return kind == nullptr ? std::string() : kind + std::string(": not read by this version");
+  if (kind == nullptr) return {};
+  return {kind + std::string(": not read by this version")};
 }
 
 }  // namespace tavo::tools

@@ -13,13 +13,6 @@ namespace {
 
 constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32};
 
-std::string lower(std::string_view text) {
-  std::string result(text);
-  for (char& c : result)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return result;
-}
-
 bool has_extension(const T_Format& format, std::string_view wanted) {
   return std::ranges::count(extensions_of(format), wanted) != 0;
 }
@@ -55,6 +48,13 @@ constexpr TiffCoding kTiffCodings[] = {
 };
 
 }  // namespace
+
+std::string in_lower_case(std::string_view text) {
+  std::string result(text);
+  for (char& c : result)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  return result;
+}
 
 std::vector<T_Format> all_formats() {
   std::vector<T_Format> formats;
@@ -111,10 +111,11 @@ T_Format format_by_name(std::string_view text) {
   int id = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
   const bool is_number = error == std::errc() && end == text.data() + text.size();
-  const std::string wanted = lower(text);
+  const std::string wanted = in_lower_case(text);
   const auto formats = all_formats();
   for (const T_Format& format : formats)
-    if (format.CanWrite != 0 && (is_number ? format.Id == id : lower(format.Name) == wanted))
+    if (format.CanWrite != 0 &&
+        (is_number ? format.Id == id : in_lower_case(format.Name) == wanted))
       return format;
   if (const T_Format* format = find_by_extension(formats, wanted)) return *format;
   std::vector<std::string> known;
@@ -123,7 +124,7 @@ T_Format format_by_name(std::string_view text) {
     known.push_back(coding.word);
   }
   for (const T_Format& format : formats) {
-    if (format.CanWrite != 0) known.push_back(lower(format.Name));
+    if (format.CanWrite != 0) known.push_back(in_lower_case(format.Name));
   }
   throw UsageError{"--format: \"" + std::string(text) + "\" is no format that can be written" +
                    suggestion(wanted, known) + "; \"tavo formats\" lists them"};
@@ -133,7 +134,7 @@ T_Format format_by_extension(const std::string& path) {
   const size_t name = path.find_last_of("\\/") + 1;
   const size_t dot = path.rfind('.');
   const bool has_dot = dot != std::string::npos && dot >= name;
-  const std::string extension = has_dot ? lower(path.substr(dot + 1)) : std::string();
+  const std::string extension = has_dot ? in_lower_case(path.substr(dot + 1)) : std::string();
   const auto formats = all_formats();
   if (const T_Format* format = find_by_extension(formats, extension)) return *format;
   throw Failure{path,

@@ -11,6 +11,9 @@
 
 namespace tavo::tools {
 
+// Letters of ASCII, as names of formats have them.
+std::string in_lower_case(std::string_view text);
+
 // Every row of the library's table, in its order.
 std::vector<T_Format> all_formats();
 

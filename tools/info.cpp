@@ -8,12 +8,15 @@
 
 #include <nlohmann/json.hpp>
 
+#include "deadline.h"
 #include "failure.h"
 #include "format_table.h"
+#include "limit_options.h"
 #include "load_options.h"
 #include "option_checks.h"
 #include "picture.h"
 #include "program.h"
+#include "progress.h"
 #include "rows_read.h"
 #include "source.h"
 
@@ -27,6 +30,7 @@ struct InfoOptions {
   int page = 0;  // 0: not given
   bool check = false;
   bool json = false;
+  LimitOptions limits;
 };
 
 // What only JPEG and CMP files have; none for a stream that cannot be decoded.
@@ -205,8 +209,21 @@ Json to_json(const Check& check) {
           {"offset", check.is_whole() ? Json(nullptr) : Json(check.offset)}};
 }
 
+Json to_json(const std::string& file, const Failure& failure) {
+  Json row = {{"file", file}, {"status", failure.status}, {"error", failure.what}};
+  if (!failure.limit.empty()) {
+    row["limit"] = {
+        {"name", failure.limit}, {"asked", failure.asked}, {"allowed", failure.allowed}};
+  }
+  if (failure.system_error != 0) row["errno"] = failure.system_error;
+  return row;
+}
+
 // Describes one file; its exit status.
 int show(const InfoOptions& options, const std::string& file, Json& rows) {
+  const Deadline deadline(options.limits.seconds, file);
+  Progress progress;
+  progress.start("Checking " + file);
   const Source source(file);
   const GifFrames frames(options.page != 0);
   const FILEINFO info = describe(source, std::max(options.page, 1));
@@ -225,9 +242,11 @@ int show(const InfoOptions& options, const std::string& file, Json& rows) {
 // Every file gets its turn; those that fail are reported and make the exit status 1, which goes
 // before the one for a partial picture.
 int run_info(const InfoOptions& options) {
+  set_limits(options.limits);
   int exit_status = kExitOk;
   Json rows = Json::array();
   for (const std::string& file : options.files) {
+    check_signals();
     try {
       const int status = show(options, file, rows);
       if (exit_status != kExitFailure && status != kExitOk) exit_status = status;
@@ -235,7 +254,7 @@ int run_info(const InfoOptions& options) {
       std::fflush(stdout);  // keeps the order when both streams go to one place
       check_signals();
       report(failure);
-      rows.push_back({{"file", file}, {"status", failure.status}, {"error", failure.what}});
+      rows.push_back(to_json(file, failure));
       exit_status = kExitFailure;
     }
   }
@@ -269,7 +288,9 @@ void add_info(CLI::App& app, Action& action) {
                     "in coded data may be that of a later one");
   command->add_flag("--json", options->json,
                     "Print a JSON array with one object per file; a file that fails gives one "
-                    "with \"file\", \"status\" and \"error\"");
+                    "with \"file\", \"status\" and \"error\", and \"limit\" or \"errno\" where "
+                    "a limit was passed or the system refused");
+  add_limit_options(*command, options->limits);
   command->footer(
       "The format is found by what a file holds; its name does not matter. Resolutions are in\n"
       "dots per inch.");

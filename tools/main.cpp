@@ -8,6 +8,7 @@
 #include "signals.h"
 #include "suggest.h"
 #include "tavo45.h"
+#include "worker_process.h"
 
 #ifdef _WIN32
 // Has the C library expand wildcards, as shells of that system leave them to the programs.
@@ -99,4 +100,7 @@ int parse_and_run(int argc, char** argv) {
 }  // namespace
 }  // namespace tavo::tools
 
-int main(int argc, char** argv) { return tavo::tools::parse_and_run(argc, argv); }
+int main(int argc, char** argv) {
+  tavo::tools::remember_arguments(argc, argv);
+  return tavo::tools::parse_and_run(argc, argv);
+}

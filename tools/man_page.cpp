@@ -28,6 +28,7 @@ void write_option(std::ostream& out, const CLI::Option& option) {
 
 void write_options(std::ostream& out, const CLI::App& app) {
   for (const std::string& group : app.get_groups()) {
+    if (group.empty()) continue;  // not for people
     if (group != "Options") out << ".PP\n" << roff(group) << ":\n";
     for (const CLI::Option* option : app.get_options({}))
       if (option->get_group() == group) write_option(out, *option);

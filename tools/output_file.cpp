@@ -24,8 +24,7 @@ void wait_for(const std::string& target, Take take) {
   for (;;) {
     const Taken taken = take();
     if (taken == Taken::kYes) return;
-    if (taken == Taken::kNo)
-      throw Failure{target, "The file cannot be opened: " + last_error_text(), T_ERR_OPEN};
+    if (taken == Taken::kNo) throw_system_failure(target, "The file cannot be opened", T_ERR_OPEN);
     check_signals();
     if (Clock::now() > end)
       throw Failure{target, "Another program is writing the file", T_ERR_OPEN};
@@ -35,6 +34,11 @@ void wait_for(const std::string& target, Take take) {
 
 }  // namespace
 
+OutputHabits& output_habits() {
+  static OutputHabits habits;
+  return habits;
+}
+
 OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::move(target)) {
   const bool is_stream = target_ == kStandardStream;
   if (!is_stream) check_target();
@@ -42,10 +46,11 @@ OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::mov
   final_path_ = is_special_ ? target_ : resolve_links(target_);
   if (is_stream) target_ = "standard output";
   const std::string folder = is_special_ ? temporary_folder() : folder_of(final_path_);
+  if (output_habits().makes_folders && !make_folder(folder))
+    throw_system_failure(target_, "The folder cannot be made", T_ERR_CREATE);
   if (!work_.create(folder)) {
     if (is_special_) throw_folder_failure(folder);
-    throw Failure{target_, "No file can be made in this folder: " + last_error_text(),
-                  T_ERR_CREATE};
+    throw_system_failure(target_, "No file can be made in this folder", T_ERR_CREATE);
   }
   forget_last_error();
   if (!keep_content || is_special_) return;
@@ -56,7 +61,7 @@ OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::mov
 void OutputFile::check_target() const {
   const FileKind kind = file_kind(target_);
   if (kind == FileKind::kMissing && last_error() != Reason::kAbsent)
-    throw Failure{target_, "The file cannot be created: " + last_error_text(), T_ERR_CREATE};
+    throw_system_failure(target_, "The file cannot be created", T_ERR_CREATE);
   if (kind == FileKind::kDirectory) throw Failure{target_, "Is a folder", T_ERR_CREATE};
   if (kind != FileKind::kMissing && !is_writable(target_))
     throw Failure{target_, "The file is write-protected", T_ERR_CREATE};
@@ -74,24 +79,25 @@ void OutputFile::copy_target() {
   if (!has_content_ || copy_stream(final_path_, path()) == Copied::kAll) return;
   check_signals();
   if (last_error() == Reason::kNoRoom) check(T_ERR_WRITE, target_);
-  throw Failure{target_, "The file cannot be copied: " + last_error_text(), T_ERR_WRITE};
+  throw_system_failure(target_, "The file cannot be copied", T_ERR_WRITE);
 }
 
 void OutputFile::commit() {
   if (is_special_) {
     if (copy_stream(path(), final_path_) != Copied::kAll) {
-      const std::string reason = last_error_text();
-      throw Failure{target_, T_GetStatusText(T_ERR_WRITE) + (": " + reason), T_ERR_WRITE};
+      throw_system_failure(target_, T_GetStatusText(T_ERR_WRITE), T_ERR_WRITE);
     }
     return;  // the destructor removes the temporary file
   }
-  if (!sync_file(path()))
-    throw Failure{target_, "The finished file cannot be stored: " + last_error_text(), T_ERR_WRITE};
-  if (!turn_.is_taken()) take_turn();
+  const OutputHabits& habits = output_habits();
+  if (habits.is_synced && !sync_file(path()))
+    throw_system_failure(target_, "The finished file cannot be stored", T_ERR_WRITE);
+  if (habits.takes_turns && !turn_.is_taken()) take_turn();
   if (!put_in_place())
-    throw Failure{target_, "The finished file cannot be put in its place: " + last_error_text(),
-                  T_ERR_CREATE};
+    throw_system_failure(target_, "The finished file cannot be put in its place", T_ERR_CREATE);
   work_.release();
+  if (habits.syncs_folder && !sync_folder(folder_of(final_path_)))
+    throw_system_failure(target_, "The finished file cannot be stored", T_ERR_WRITE);
 }
 
 // What was copied stays locked until it has been replaced: whatever is written to it in between

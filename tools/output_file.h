@@ -8,6 +8,16 @@
 
 namespace tavo::tools {
 
+// How this process writes its outputs. Who writes many of them, of which nobody else knows, sets it
+// once.
+struct OutputHabits {
+  bool is_synced = true;       // a file is on the disk before it gets its name
+  bool syncs_folder = false;   // and the name, too, before the work goes on
+  bool takes_turns = true;     // with other runs that may write the same file
+  bool makes_folders = false;  // that of the output, if need be
+};
+OutputHabits& output_habits();
+
 // Stands for the file `target`, "-" being standard output, while it is written under another name
 // beside it. Without commit the target is as it was, and nothing is left.
 class OutputFile {

@@ -27,6 +27,7 @@ void describe_program(CLI::App& app, Action& action) {
   add_convert(app, action);
   add_thumb(app, action);
   add_sheet(app, action);
+  add_batch(app, action);
   add_formats(app, action);
   for (CLI::App* command : app.get_subcommands({})) check_values_in_order(*command);
   // Last: subcommands would inherit it.
@@ -51,12 +52,15 @@ std::string exit_status_text() {
          "  1  a file could not be read or written; a line on standard error says which and why\n"
          "  2  the command line is wrong; nothing was done\n"
          "  3  a picture is cut or damaged, and what could be read of it was (convert --partial,\n"
-         "     info --check). 1 goes before 3";
+         "     info --check). 1 goes before 3. batch: the system refused, or the part is in work\n"
+         "  75 batch: interrupted, and to be gone on with (--resume); --merge: not covered";
 }
 
 std::string files_text() {
   return "  .tavo~HOST~PID~N   an output while it is written, in its folder. The next run there\n"
          "                     removes one whose process has ended without doing so\n"
+         "  .tavo~I-of-N~HOST~PID~N  the same of part I of a batch, removed when it is resumed\n"
+         "  .journal           in the folder of a batch's outputs: what became of each file\n"
          "  .tavo~lock~HASH    in the same folder, while a run adds a page or puts a file in "
          "place\n"
          "  TMPDIR             (TMP on Windows) the folder for copies of pipes, and for pictures\n"

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "deadline.h"
 #include "failure.h"
 #include "system.h"
 #include "tavo45.h"
@@ -60,7 +61,7 @@ void wipe() {
 }
 
 int32_t T_CALL on_status(int32_t percent) {
-  if (noted_signal() != 0) return kStop;
+  if (noted_signal() != 0 || deadline_is_past()) return kStop;
   if (bar.is_terminal) {
     const auto now = Clock::now();
     if (now >= bar.next_draw) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "deadline.h"
 #include "picture.h"
 
 namespace tavo::tools {
@@ -33,16 +34,18 @@ RowsRead read_rows(const Source& source, const FILEINFO& info) {
       T_LoadFile(source.path().c_str(), &picture.record(), 0, -1, 0, drop_rows, nullptr);
   T_SetPageNumber(1);
   check_signals();
+  check_deadline(source.name());
   return rows_of_load(status, info);
 }
 
 Failure failure_of(const RowsRead& rows, const std::string& file) {
-  std::string text = T_GetStatusText(rows.status);
+  Failure failure = failure_of_call(rows.status, file);
   if (rows.is_damaged()) {
-    text += ": " + std::to_string(rows.of - rows.whole) + " of " + rows.all() + " are missing";
-    if (rows.is_partial()) text += "; --partial writes what is there";
+    failure.what +=
+        ": " + std::to_string(rows.of - rows.whole) + " of " + rows.all() + " are missing";
+    if (rows.is_partial()) failure.what += "; --partial writes what is there";
   }
-  return {file, text, rows.status};
+  return failure;
 }
 
 }  // namespace tavo::tools

@@ -12,10 +12,12 @@ namespace tavo::tools {
 void watch_signals();
 
 // While one of these lives the first signal is only noted: the work in hand looks for it, stops and
-// cleans up. A second one, or any while none lives, ends the program at once.
+// cleans up. A second one, or any while none lives, ends the program at once; with kEach it is
+// counted, too.
 class NotedSignals {
  public:
-  NotedSignals();
+  enum Which { kFirst, kEach };
+  explicit NotedSignals(Which which = kFirst);
   ~NotedSignals();
   NotedSignals(const NotedSignals&) = delete;
   NotedSignals& operator=(const NotedSignals&) = delete;
@@ -23,9 +25,17 @@ class NotedSignals {
 
 // The signal that was noted, 0 for none.
 int noted_signal();
+// How many there were.
+int signals_noted();
+
+// A write to a pipe that nobody reads fails, instead of ending the program.
+void ignore_broken_pipes();
 
 // Ends as the signal would have ended the program, for the shell's sake.
 void end_by_signal(int signal);
+
+// Those that are doomed, for whoever is about to end the program at once.
+void remove_doomed_files();
 
 // A file that is removed should the program be ended at once; a few at a time.
 class DoomedFile {

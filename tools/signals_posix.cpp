@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 
 #include "signals.h"
@@ -21,14 +22,25 @@ struct Slot {
 Slot slots[4];
 volatile std::sig_atomic_t notes = 0;
 volatile std::sig_atomic_t noted = 0;
+volatile std::sig_atomic_t count = 0;
+volatile std::sig_atomic_t most = 1;  // that are noted
 
-extern "C" void on_signal(int number) {
-  if (notes != 0 && noted == 0) {
-    noted = number;
-    return;
-  }
+}  // namespace
+
+void remove_doomed_files() {
   for (const Slot& slot : slots)
     if (slot.is_doomed != 0) ::unlink(slot.path);
+}
+
+namespace {
+
+extern "C" void on_signal(int number) {
+  if (notes != 0 && count < most) {
+    if (count == 0) noted = number;
+    count = count + 1;
+    return;
+  }
+  remove_doomed_files();
   ::signal(number, SIG_DFL);
   ::raise(number);  // is delivered when this returns
 }
@@ -47,10 +59,16 @@ void watch_signals() {
   ::signal(SIGXFSZ, SIG_IGN);
 }
 
-NotedSignals::NotedSignals() { notes = 1; }
+NotedSignals::NotedSignals(Which which) {
+  notes = 1;
+  most = which == kEach ? SIG_ATOMIC_MAX : 1;
+}
 NotedSignals::~NotedSignals() { notes = 0; }
 
 int noted_signal() { return noted; }
+int signals_noted() { return count; }
+
+void ignore_broken_pipes() { ::signal(SIGPIPE, SIG_IGN); }
 
 void end_by_signal(int signal) {
   ::signal(signal, SIG_DFL);

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <climits>
 #include <csignal>
 #include <mutex>
 
@@ -15,33 +16,43 @@ std::mutex slots_mutex;  // the console calls in a thread of its own
 std::string slots[4];
 std::atomic<bool> notes = false;
 std::atomic<int> noted = 0;
+std::atomic<int> count = 0;
+std::atomic<int> most = 1;  // that are noted
 
 // Ctrl-C and the like; closing the window, logging off and shutting down end the program when this
 // returns, so they wait for the work to stop.
 BOOL WINAPI on_console(DWORD event) {
   const bool can_wait = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
-  int none = 0;
-  if (notes && noted.compare_exchange_strong(none, can_wait ? SIGINT : SIGTERM)) {
+  if (notes && count < most) {
+    if (count++ == 0) noted = can_wait ? SIGINT : SIGTERM;
     if (can_wait) return TRUE;
     ::Sleep(kGrace);
   }
-  {
-    const std::lock_guard guard(slots_mutex);
-    for (const std::string& path : slots)
-      if (!path.empty()) ::DeleteFileA(path.c_str());
-  }
+  remove_doomed_files();
   end_by_signal(SIGINT);
   return TRUE;
 }
 
 }  // namespace
 
+void remove_doomed_files() {
+  const std::lock_guard guard(slots_mutex);
+  for (const std::string& path : slots)
+    if (!path.empty()) ::DeleteFileA(path.c_str());
+}
+
 void watch_signals() { ::SetConsoleCtrlHandler(on_console, TRUE); }
 
-NotedSignals::NotedSignals() { notes = true; }
+NotedSignals::NotedSignals(Which which) {
+  notes = true;
+  most = which == kEach ? INT_MAX : 1;
+}
 NotedSignals::~NotedSignals() { notes = false; }
 
 int noted_signal() { return noted; }
+int signals_noted() { return count; }
+
+void ignore_broken_pipes() {}
 
 void end_by_signal(int) { ::ExitProcess(static_cast<UINT>(STATUS_CONTROL_C_EXIT)); }
 

@@ -11,8 +11,18 @@ namespace {
 constexpr uint64_t kMostBytes = INT32_MAX;  // what the library's file operations address
 
 [[noreturn]] void fail_to_open(const std::string& name) {
-  const std::string reason = last_error_text();
-  throw Failure{name, T_GetStatusText(T_ERR_OPEN) + (": " + reason), T_ERR_OPEN};
+  throw_system_failure(name, T_GetStatusText(T_ERR_OPEN), T_ERR_OPEN);
+}
+
+Failure failure_to_describe(int32_t status, const Source& source, int32_t page) {
+  Failure failure = failure_of_call(status, source.name());
+  const NotRead reason = why_not_read(source.path());
+  if (failure.cause == Cause::kNotAllowed && (reason.is_damaged || reason.text.empty()))
+    return failure;
+  if (!reason.text.empty()) failure.what = reason.text;
+  const bool is_none = page == 1 && !reason.is_damaged && failure.system_error == 0;
+  failure.cause = is_none ? Cause::kNoPicture : Cause::kOther;
+  return failure;
 }
 
 }  // namespace
@@ -46,7 +56,7 @@ void Source::copy(const std::string& from) {
       return;
     case Copied::kNotRead:
       check_signals();
-      throw Failure{name_, "Reading failed: " + last_error_text(), T_ERR_READ};
+      throw_system_failure(name_, "Reading failed", T_ERR_READ);
     case Copied::kNotWritten:
       throw_folder_failure(folder);
     case Copied::kTooLong:
@@ -61,8 +71,7 @@ FILEINFO describe(const Source& source, int32_t page) {
   T_SetPageNumber(1);
   if (status == T_ERR_BAD_DATA || status == T_ERR_READ) {
     check_signals();
-    const std::string text = why_not_read(source.path());
-    if (!text.empty()) throw Failure{source.name(), text, status};
+    throw failure_to_describe(status, source, page);
   }
   check(status, source.name());
   if (page > info.PageCount)

@@ -2,8 +2,10 @@
 #include <memory>
 #include <string>
 
+#include "deadline.h"
 #include "failure.h"
 #include "format_table.h"
+#include "limit_options.h"
 #include "output_file.h"
 #include "picture.h"
 #include "picture_save.h"
@@ -17,10 +19,13 @@ struct StampOptions {
   std::string input;
   std::string output;
   std::string format;
+  LimitOptions limits;
 };
 
 int run_stamp(const StampOptions& options) {
   const T_Format format = format_for(options.format, options.output);
+  set_limits(options.limits);
+  const Deadline deadline(options.limits.seconds, options.input);
   const Source source(options.input);
   Picture stamp;
   check(T_GetCompressFileStamp(source.path().c_str(), &stamp.record()), source.name());
@@ -46,6 +51,7 @@ void add_stamp(CLI::App& app, Action& action) {
       ->add_option("-f,--format,--to", options->format,
                    "Format to write, as \"tavo convert\" takes it")
       ->type_name("F");
+  add_limit_options(*command, options->limits);
   command->callback([options, &action] { action = [options] { return run_stamp(*options); }; });
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,12 +36,36 @@ bool can_be_read(const std::string& path);
 
 // Why the last call failed, in the system's words, and what that is about.
 std::string last_error_text();
+int last_error_number();
 enum class Reason { kOther, kAbsent, kNoRoom };
 Reason last_error();
 void forget_last_error();
 
+// What is there of a stream, at least a byte; 0 at its end, and as soon as a signal was noted.
+size_t read_unless_signalled(std::FILE* stream, char* bytes, size_t size);
+
 // Lets a standard stream pass bytes as they are.
 void make_binary(std::FILE* stream);
+
+// From here on standard error goes nowhere.
+void silence_stderr();
+
+// What is known of a file without opening it; -1 for one that is not there.
+struct FileStamp {
+  int64_t size = -1;
+  int64_t mtime = -1;  // whole seconds since 1970
+};
+FileStamp stamp_of(const std::string& path);
+
+// Whether the system's error is about how a file is to be called rather than about where it goes.
+bool is_about_name(int error);
+bool is_lack_of_memory(int error);
+
+// ---- Names ----
+
+// With "/" alone between folders, where the system has others.
+std::string with_slashes(std::string path);
+bool is_absolute_path(std::string_view path);
 
 // ---- Folders ----
 
@@ -50,6 +75,13 @@ std::string in_folder(const std::string& folder, const std::string& name);
 std::string last_name_of(const std::string& path);
 // Makes a folder and those above it. True when it is there already.
 bool make_folder(const std::string& path);
+// Waits until the names in a folder are on the disk.
+bool sync_folder(const std::string& path);
+// Calls `visit` for all in `folder` but what is neither file nor folder. A link to a file is one, a
+// link to a folder is not. False when it cannot be read.
+enum class EntryKind { kFile, kFolder };
+bool list_folder(const std::string& folder,
+                 const std::function<void(const std::string& name, EntryKind kind)>& visit);
 // The names in `folder` that begin so; none when it cannot be read.
 std::vector<std::string> names_in(const std::string& folder, std::string_view prefix);
 // The folder for temporary files; empty when there is none.
@@ -103,6 +135,28 @@ class ReadLock {
  private:
   static constexpr intptr_t kNone = -1;
   intptr_t file_ = kNone;
+};
+
+// A file that grows, line by line.
+class GrowingFile {
+ public:
+  GrowingFile() = default;
+  ~GrowingFile() { close(); }
+  GrowingFile(const GrowingFile&) = delete;
+  GrowingFile& operator=(const GrowingFile&) = delete;
+
+  // Made if it is not there. Each false when the system refuses.
+  bool open(const std::string& path);
+  // All of it, or nothing stays.
+  bool append(std::string_view bytes);
+  bool cut(uint64_t size);
+  bool sync();
+  void close();
+
+ private:
+  static constexpr intptr_t kNone = -1;
+  intptr_t file_ = kNone;
+  uint64_t size_ = 0;
 };
 
 // Waits until the bytes of a file are on the disk.

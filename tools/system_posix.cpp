@@ -1,6 +1,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/file.h>
@@ -80,6 +81,7 @@ bool can_be_read(const std::string& path) {
 }
 
 std::string last_error_text() { return std::strerror(errno); }
+int last_error_number() { return errno; }
 
 Reason last_error() {
   if (errno == ENOENT || errno == ENOTDIR) return Reason::kAbsent;
@@ -90,6 +92,42 @@ Reason last_error() {
 void forget_last_error() { errno = 0; }
 
 void make_binary(std::FILE*) {}
+
+size_t read_unless_signalled(std::FILE* stream, char* bytes, size_t size) {
+  constexpr int kWait = 100;  // milliseconds: a signal may come just before the call
+  struct pollfd wanted = {::fileno(stream), POLLIN, 0};
+  while (noted_signal() == 0) {
+    if (::poll(&wanted, 1, kWait) <= 0) continue;
+    const ssize_t got = ::read(wanted.fd, bytes, size);
+    if (got >= 0) return static_cast<size_t>(got);
+    if (errno != EINTR && errno != EAGAIN) return 0;
+  }
+  return 0;
+}
+
+void silence_stderr() {
+  const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (nowhere < 0) return;
+  ::dup2(nowhere, STDERR_FILENO);
+  ::close(nowhere);
+}
+
+FileStamp stamp_of(const std::string& path) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0) return {};
+  return {status.st_size, status.st_mtime};
+}
+
+bool is_about_name(int error) {
+  return error == ENAMETOOLONG || error == EISDIR || error == ENOTDIR || error == EEXIST ||
+         error == ELOOP || error == EINVAL || error == EILSEQ;
+}
+
+bool is_lack_of_memory(int error) { return error == ENOMEM; }
+
+std::string with_slashes(std::string path) { return path; }
+
+bool is_absolute_path(std::string_view path) { return path.starts_with('/'); }
 
 std::string folder_of(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
@@ -104,6 +142,29 @@ bool make_folder(const std::string& path) {
   std::filesystem::create_directories(path, error);
   errno = error.value();
   return !error;
+}
+
+bool sync_folder(const std::string& path) { return sync_file(path); }
+
+bool list_folder(const std::string& folder,
+                 const std::function<void(const std::string& name, EntryKind kind)>& visit) {
+  const auto close = [](DIR* entries) { ::closedir(entries); };
+  const std::unique_ptr<DIR, decltype(close)> entries(::opendir((folder + "/").c_str()), close);
+  if (!entries) return false;
+  errno = 0;
+  while (const dirent* entry = ::readdir(entries.get())) {
+    const std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    struct stat status {};
+    const int file = ::dirfd(entries.get());
+    if (::fstatat(file, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    const bool is_link = S_ISLNK(status.st_mode);
+    if (is_link && ::fstatat(file, name.c_str(), &status, 0) != 0) continue;
+    if (S_ISREG(status.st_mode)) visit(name, EntryKind::kFile);
+    if (S_ISDIR(status.st_mode) && !is_link) visit(name, EntryKind::kFolder);
+    errno = 0;
+  }
+  return errno == 0;
 }
 
 std::vector<std::string> names_in(const std::string& folder, std::string_view prefix) {
@@ -151,9 +212,10 @@ Made make_private_file(const std::string& path) {
 Taken LockFile::take(const std::string& path) {
   drop();
   const char* const name = path.c_str();
-  int file = ::open(name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-  if (file < 0 && errno == ENOENT)
-    file = ::open(name, O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  // Network file systems lock only what is open for writing.
+  int file = ::open(name, O_RDWR | O_NOFOLLOW | O_CLOEXEC);
+  if (file < 0 && errno == EACCES) file = ::open(name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+  if (file < 0 && errno == ENOENT) file = ::open(name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
   if (file < 0) return errno == EEXIST ? Taken::kBusy : Taken::kNo;
   // Who had it removes it before letting go: then this is no longer the one that others find.
   if (!lock(file, LOCK_EX) || !is_same_file(file, path)) {
@@ -187,6 +249,47 @@ Taken ReadLock::take(const std::string& path) {
 }
 
 void ReadLock::drop() {
+  if (file_ != kNone) ::close(static_cast<int>(file_));
+  file_ = kNone;
+}
+
+bool GrowingFile::open(const std::string& path) {
+  close();
+  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+  if (file < 0) return false;
+  file_ = file;
+  struct stat status {};
+  if (::fstat(file, &status) != 0) return false;
+  size_ = static_cast<uint64_t>(status.st_size);
+  return true;
+}
+
+bool GrowingFile::append(std::string_view bytes) {
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t got = ::write(static_cast<int>(file_), bytes.data() + done, bytes.size() - done);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) {
+      const int reason = errno;
+      cut(size_);
+      errno = reason;
+      return false;
+    }
+    done += static_cast<size_t>(got);
+  }
+  size_ += bytes.size();
+  return true;
+}
+
+bool GrowingFile::cut(uint64_t size) {
+  if (::ftruncate(static_cast<int>(file_), static_cast<off_t>(size)) != 0) return false;
+  size_ = size;
+  return true;
+}
+
+bool GrowingFile::sync() { return ::fsync(static_cast<int>(file_)) == 0; }
+
+void GrowingFile::close() {
   if (file_ != kNone) ::close(static_cast<int>(file_));
   file_ = kNone;
 }

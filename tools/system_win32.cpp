@@ -77,7 +77,47 @@ Reason last_error() {
 
 void forget_last_error() { ::SetLastError(ERROR_SUCCESS); }
 
+size_t read_unless_signalled(std::FILE* stream, char* bytes, size_t size) {
+  const int got = ::_read(::_fileno(stream), bytes, static_cast<unsigned>(size));
+  return noted_signal() == 0 && got > 0 ? static_cast<size_t>(got) : 0;
+}
+
+void silence_stderr() { std::freopen("NUL", "w", stderr); }
+
+FileStamp stamp_of(const std::string& path) {
+  // 100 nanoseconds since 1601.
+  constexpr int64_t kTicks = 10000000;
+  constexpr int64_t kSecondsTo1970 = 11644473600;
+  WIN32_FILE_ATTRIBUTE_DATA about;
+  if (::GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &about) == 0) return {};
+  const auto join = [](DWORD high, DWORD low) { return int64_t{high} << 32 | low; };
+  return {join(about.nFileSizeHigh, about.nFileSizeLow),
+          join(about.ftLastWriteTime.dwHighDateTime, about.ftLastWriteTime.dwLowDateTime) / kTicks -
+              kSecondsTo1970};
+}
+
+bool is_about_name(int error) {
+  return error == ERROR_INVALID_NAME || error == ERROR_FILENAME_EXCED_RANGE ||
+         error == ERROR_DIRECTORY || error == ERROR_ALREADY_EXISTS || error == ERROR_FILE_EXISTS;
+}
+
+bool is_lack_of_memory(int error) {
+  return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_OUTOFMEMORY;
+}
+
+std::string with_slashes(std::string path) {
+  for (char& c : path)
+    if (c == '\\') c = '/';
+  return path;
+}
+
+bool is_absolute_path(std::string_view path) {
+  return path.starts_with('/') || (path.size() > 1 && path[1] == ':');
+}
+
 void make_binary(std::FILE* stream) { ::_setmode(::_fileno(stream), _O_BINARY); }
+
+int last_error_number() { return static_cast<int>(::GetLastError()); }
 
 std::string last_error_text() {
   const DWORD error = ::GetLastError();
@@ -109,6 +149,25 @@ bool make_folder(const std::string& path) {
     return is_there();
   }
   return ::CreateDirectoryA(path.c_str(), nullptr) != 0 || is_there();
+}
+
+bool sync_folder(const std::string&) { return true; }
+
+bool list_folder(const std::string& folder,
+                 const std::function<void(const std::string& name, EntryKind kind)>& visit) {
+  WIN32_FIND_DATAA entry;
+  const HANDLE search = ::FindFirstFileA(in_folder(folder, "*").c_str(), &entry);
+  if (search == INVALID_HANDLE_VALUE) return false;
+  do {
+    const std::string name = entry.cFileName;
+    if (name == "." || name == "..") continue;
+    const bool is_folder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const bool is_link = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (is_folder && is_link) continue;
+    visit(name, is_folder ? EntryKind::kFolder : EntryKind::kFile);
+  } while (::FindNextFileA(search, &entry) != 0);
+  ::FindClose(search);
+  return true;
 }
 
 std::vector<std::string> names_in(const std::string& folder, std::string_view prefix) {
@@ -187,6 +246,48 @@ Taken ReadLock::take(const std::string& path) {
 }
 
 void ReadLock::drop() {
+  if (file_ != kNone) ::CloseHandle(to_handle(file_));
+  file_ = kNone;
+}
+
+bool GrowingFile::open(const std::string& path) {
+  close();
+  const HANDLE file =
+      ::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  file_ = from_handle(file);
+  LARGE_INTEGER end{};
+  if (::SetFilePointerEx(file, {}, &end, FILE_END) == 0) return false;
+  size_ = static_cast<uint64_t>(end.QuadPart);
+  return true;
+}
+
+bool GrowingFile::append(std::string_view bytes) {
+  DWORD done = 0;
+  const auto size = static_cast<DWORD>(bytes.size());
+  if (::WriteFile(to_handle(file_), bytes.data(), size, &done, nullptr) == 0 || done != size) {
+    const DWORD reason = ::GetLastError();
+    cut(size_);
+    ::SetLastError(reason);
+    return false;
+  }
+  size_ += bytes.size();
+  return true;
+}
+
+bool GrowingFile::cut(uint64_t size) {
+  LARGE_INTEGER end{};
+  end.QuadPart = static_cast<LONGLONG>(size);
+  if (::SetFilePointerEx(to_handle(file_), end, nullptr, FILE_BEGIN) == 0) return false;
+  if (::SetEndOfFile(to_handle(file_)) == 0) return false;
+  size_ = size;
+  return true;
+}
+
+bool GrowingFile::sync() { return ::FlushFileBuffers(to_handle(file_)) != 0; }
+
+void GrowingFile::close() {
   if (file_ != kNone) ::CloseHandle(to_handle(file_));
   file_ = kNone;
 }

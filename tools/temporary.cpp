@@ -17,7 +17,12 @@ constexpr size_t kHashDigits = 16;
 // Of the next file that this process makes.
 uint32_t next_number = 0;
 
-std::string work_prefix() { return std::string(kPrefix) + host_name() + "~"; }
+// Empty: none, the files are of a run by itself.
+std::string shard_name;
+
+std::string work_prefix() {
+  return std::string(kPrefix) + (shard_name.empty() ? "" : shard_name + "~") + host_name() + "~";
+}
 
 std::string work_name(uint32_t process, uint32_t number) {
   return work_prefix() + std::to_string(process) + "~" + std::to_string(number);
@@ -61,7 +66,7 @@ void sweep(const std::string& folder) {
 bool TemporaryFile::create(const std::string& folder) {
   constexpr int kTries = 1000;
   remove();
-  sweep(folder);
+  if (shard_name.empty()) sweep(folder);
   for (int i = 0; i < kTries; ++i) {
     path_ = in_folder(folder, work_name(process_id(), next_number++));
     doomed_.doom(path_);
@@ -83,6 +88,22 @@ void TemporaryFile::remove() {
   if (!path_.empty()) remove_file(path_);
   release();
 }
+
+void name_temporaries_for(const std::string& shard) { shard_name = shard; }
+
+std::string temporary_prefix(const std::string& shard) {
+  return std::string(kPrefix) + shard + "~";
+}
+
+std::string temporary_prefix(const std::string& shard, uint32_t process) {
+  return temporary_prefix(shard) + host_name() + "~" + std::to_string(process) + "~";
+}
+
+void sweep_folder(const std::string& folder, const std::string& prefix) {
+  for (const std::string& name : names_in(folder, prefix)) remove_file(in_folder(folder, name));
+}
+
+bool is_temporary_name(std::string_view name) { return name.starts_with(kPrefix); }
 
 std::string lock_path(const std::string& path) {
   const size_t name = path.find_last_of("\\/") + 1;

@@ -2,7 +2,9 @@
 // next run removes when the process has ended without doing so, ".tavo~lock~HASH" for turns.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "signals.h"
 
@@ -28,6 +30,19 @@ class TemporaryFile {
   std::string path_;
   DoomedFile doomed_;
 };
+
+// From here on they are called ".tavo~SHARD~HOST~PID~N", and no folder is swept for one: only who
+// goes on with the shard may do so.
+void name_temporaries_for(const std::string& shard);
+// How those of the shard begin, whatever host made them; or of one process of this host.
+std::string temporary_prefix(const std::string& shard);
+std::string temporary_prefix(const std::string& shard, uint32_t process);
+
+// Removes the files of the folder that begin so.
+void sweep_folder(const std::string& folder, const std::string& prefix);
+
+// Whether a file is one of the program's own.
+bool is_temporary_name(std::string_view name);
 
 // The lock file for taking turns at the file `path`.
 std::string lock_path(const std::string& path);
