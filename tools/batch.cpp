@@ -298,19 +298,19 @@ void add_merge_options(CLI::App& command, BatchOptions& options) {
       ->type_name("FILE.html");
 }
 
-// Neither how the work is divided and done, nor where the files are.
-uint64_t hash_of_options(const std::vector<const CLI::Option*>& conversion,
+// Neither how the work is divided and done, nor where the files are. The order of the line counts:
+// pictures may be worked on in it.
+uint64_t hash_of_options(const CLI::App& command, const std::vector<const CLI::Option*>& conversion,
                          const BatchOptions& options) {
   std::vector<std::string> texts = {
       "to=" + std::to_string(format_by_name(options.conversion.format).Id),
       "fanout=" + std::to_string(options.fanout)};
-  for (const CLI::Option* option : conversion) {
-    if (option->count() == 0) continue;
+  for (const CLI::Option* option : command.parse_order()) {
+    if (std::ranges::count(conversion, option) == 0) continue;
     std::string text = option->get_name();
     for (const std::string& value : option->results()) text += "=" + value;
     texts.push_back(text);
   }
-  std::ranges::sort(texts);
   std::string all;
   for (const std::string& text : texts) all += text + '\0';
   return hash_of(all);
@@ -348,10 +348,10 @@ void add_batch(CLI::App& app, Action& action) {
       "  find . -name '*.pcx' -print0 | tavo batch --list - -0 --out tif --to tif\n"
       "  tavo batch --list all.txt --out /data/out --to jpg --shard env --resume\n"
       "  tavo batch --merge /data/out --list all.txt --report report.html");
-  command->callback([options, conversion, &action] {
-    action = [options, conversion] {
+  command->callback([options, conversion, command, &action] {
+    action = [options, conversion, command] {
       if (options->merge.output.empty() && !options->conversion.format.empty())
-        options->hash = hash_of_options(conversion, *options);
+        options->hash = hash_of_options(*command, conversion, *options);
       return run_batch(*options);
     };
   });
