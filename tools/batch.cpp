@@ -66,7 +66,7 @@ class Batch {
  public:
   explicit Batch(const BatchOptions& options)
       : options_(options),
-        format_(format_by_name(options.conversion.format)),
+        extension_(extensions_of(format_by_name(options.conversion.format)).front()),
         shard_(choose_shard(options.shard, options.shards)),
         output_(absolute_path(options.output)),
         list_(options.list, output_) {
@@ -91,7 +91,7 @@ class Batch {
 
  private:
   std::string name_output(const std::string& name, uint64_t hash) const {
-    return output_name(name, hash, options_.fanout, format_);
+    return output_name(name, hash, options_.fanout, extension_);
   }
   std::string path() const { return journal_path(output_, shard_); }
   void take_lock();
@@ -102,7 +102,7 @@ class Batch {
   void work();
 
   const BatchOptions& options_;
-  T_Format format_;
+  std::string extension_;  // of the outputs
   Shard shard_;
   std::string output_;
   FileList list_;

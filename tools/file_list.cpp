@@ -8,6 +8,7 @@
 #include "listed_name.h"
 #include "streams.h"
 #include "system.h"
+#include "tavo45.h"
 
 namespace tavo::tools {
 namespace {

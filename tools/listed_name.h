@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "tavo45.h"
-
 namespace tavo::tools {
 
 // Without ".", empty parts and "x/..", by the letters alone: links are not asked. "." when nothing
@@ -22,6 +20,7 @@ bool leads_out(std::string_view name);
 
 // The output of an input: "scans/a.bmp" as "scans/a.tif", behind `fanout` folders of the name's
 // hash.
-std::string output_name(const std::string& name, uint64_t hash, int fanout, const T_Format& format);
+std::string output_name(const std::string& name, uint64_t hash, int fanout,
+                        const std::string& extension);
 
 }  // namespace tavo::tools

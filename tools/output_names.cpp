@@ -21,7 +21,11 @@ size_t extension_at(const std::string& path) {
 }  // namespace
 
 std::string renamed(const std::string& name, const T_Format& format) {
-  return name.substr(0, extension_at(name)) + "." + extensions_of(format).front();
+  return with_extension(name, extensions_of(format).front());
+}
+
+std::string with_extension(const std::string& name, const std::string& extension) {
+  return name.substr(0, extension_at(name)) + "." + extension;
 }
 
 std::string page_name(const std::string& path, int32_t page) {

@@ -16,6 +16,7 @@ struct Job {
 
 // "scan.jpg" as "scan.tif": the usual extension of the format in the place of the last one.
 std::string renamed(const std::string& name, const T_Format& format);
+std::string with_extension(const std::string& name, const std::string& extension);
 
 // "scan.pcx" for page 3: "scan.page3.pcx".
 std::string page_name(const std::string& path, int32_t page);
