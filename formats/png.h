@@ -1,5 +1,5 @@
 // Portable Network Graphics. Of animated files the picture that all programs show.
-// Facts: W3C, "Portable Network Graphics (PNG) Specification", third edition.
+// Facts: W3C, "Portable Network Graphics (PNG)", third edition.
 #pragma once
 
 #include <cstdint>

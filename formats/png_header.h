@@ -1,5 +1,5 @@
 // What stands before the pixels of a PNG file. Sections are those of the W3C's "Portable Network
-// Graphics (PNG) Specification (Third Edition)".
+// Graphics (PNG)", third edition.
 #pragma once
 
 #include <array>

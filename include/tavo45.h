@@ -1452,7 +1452,7 @@ T_API int32_t T_CALL T_SetDeflateLevel(int32_t level);
  *             (those of a damaged chunk, too, as its checksum stands behind it); of an interlaced
  *             picture all, as coarse as they have come, none of which counts as whole. Chunks that
  *             are not needed are passed over when their checksums are wrong.
- * Facts: W3C, "Portable Network Graphics (PNG) Specification", third edition. */
+ * Facts: W3C, "Portable Network Graphics (PNG)", third edition. */
 T_API int32_t T_CALL T_LoadPNGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadPNGBitmap(const char* name, BitmapHandle* bitmap);
