@@ -219,8 +219,8 @@ class Writer final : public io::RowWriter {
 
   // The band's part of a row, with the count of its bytes in front.
   Status put_part(const Band& band, std::span<const uint8_t> row) {
-    const size_t left = core::packed_bytes(band.left, depth_);
-    const size_t bytes = static_cast<size_t>(core::packed_bytes(band.columns, depth_));
+    const auto left = static_cast<size_t>(core::packed_bytes(band.left, depth_));
+    const auto bytes = static_cast<size_t>(core::packed_bytes(band.columns, depth_));
     line_.data()[band.row_bytes - 1] = 0;  // rows have even lengths
     std::memcpy(line_.data(), row.data() + left, bytes);
     if (band.row_bytes <= kLongestPlain) return put_plain(band);

@@ -204,7 +204,8 @@ class Drawing {
     if (!walk_.take(head)) return kOk;
     List<uint8_t> characters;
     List<int32_t> places;
-    TRY(characters.extend(std::min<uint64_t>(load_le16(&head[0]), walk_.left_in_file())));
+    TRY(characters.extend(
+        static_cast<size_t>(std::min<uint64_t>(load_le16(&head[0]), walk_.left_in_file()))));
     TRY(places.extend(characters.size()));
     if (!walk_.take(characters.items())) return kOk;
     draw::TextLine line;

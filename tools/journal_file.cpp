@@ -32,7 +32,7 @@ JournalReader::JournalReader(const std::string& path) : file_(path, std::ios::bi
 }
 
 std::string JournalReader::read(uint64_t at, uint64_t size) {
-  std::string bytes(size, '\0');
+  std::string bytes(static_cast<size_t>(size), '\0');
   file_.clear();
   file_.seekg(static_cast<std::streamoff>(at));
   file_.read(bytes.data(), static_cast<std::streamsize>(size));
