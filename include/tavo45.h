@@ -156,8 +156,10 @@ T_API int32_t T_CALL T_EnableFormat(int32_t format, int32_t flag);
  *   char text[160];
  *   BitmapHandle bitmap = T_EMPTY;
  *   T_SetLimit(T_LIMIT_MEMORY, 64 * 1024 * 1024);
- *   if (T_LoadBitmap("in.gif", &bitmap, 24, T_ORDER_BGR) != T_OK) T_GetErrorText(text, sizeof
- * text); T_FreeBitmap(&bitmap);
+ *   if (T_LoadBitmap("in.gif", &bitmap, 24, T_ORDER_BGR) != T_OK) {
+ *     T_GetErrorText(text, sizeof text);
+ *   }
+ *   T_FreeBitmap(&bitmap);
  */
 
 /* ---- Records and numbers --------------------------------------------------------------------- */
