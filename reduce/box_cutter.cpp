@@ -137,9 +137,9 @@ void Cutter::find_cut(Box& box, uint32_t axis) {
 
 void Cutter::halve(Box& box, Box& added) {
   const auto points = points_.items().subspan(box.first, box.count);
-  const auto upper = std::ranges::partition(points, [&](const Weighted& point) {
-                       return component(point.color, box.axis) <= box.last;
-                     }).begin();
+  const auto upper = std::partition(points.begin(), points.end(), [&](const Weighted& point) {
+    return component(point.color, box.axis) <= box.last;
+  });
   const auto kept = static_cast<uint32_t>(upper - points.begin());
   added.first = box.first + kept;
   added.count = box.count - kept;
