@@ -31,14 +31,14 @@ void remember(Status status) {
 
 int32_t answer(Status status) {
   if (status == kNoMemory && platform::over_limit() != 0) {
-    status = limits::check(T_LIMIT_MEMORY, platform::over_limit());
+    // A limit that has been raised since is no reason, and no success either.
+    const Status limit = limits::check(T_LIMIT_MEMORY, platform::over_limit());
+    if (!limit.ok()) status = limit;
   }
   if (!status.ok()) remember(status);
   settings.note = {};
   if (platform::over_limit() != 0) platform::forget_over_limit();
   return status.code();
 }
-
-int32_t answer_count(int32_t count) { return count < 0 ? answer(Status{count}) : count; }
 
 }  // namespace tavo::exports

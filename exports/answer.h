@@ -11,7 +11,4 @@ namespace tavo::exports {
 // memory by the caller's own limit is T_ERR_LIMIT from here on.
 int32_t answer(Status status);
 
-// For exports that answer with a count: what is below 0 is a failure.
-int32_t answer_count(int32_t count);
-
 }  // namespace tavo::exports

@@ -190,6 +190,7 @@ Status RowDelivery::finish() {
 
 Status RowDelivery::finish_early(Status why) {
   settings.note.row = static_cast<int32_t>(committed_);
+  settings.note.page = settings.page_number;
   if (reorders_) TRY(deliver_partly_kept());
   TRY(run_waiting());
   TRY(batch_.flush());
