@@ -1,8 +1,12 @@
-# Writes DECORATED, the names of EXPORTS as the stdcall symbols in DLL (T_GetVersion@0), and makes
+# Writes DECORATED, the names in the files EXPORTS as the stdcall symbols in DLL (T_GetVersion@0), and makes
 # IMPORT_LIBRARY from it: programs link to _T_GetVersion@0 and load T_GetVersion.
 execute_process(COMMAND ${NM} --defined-only --extern-only ${DLL}
                 OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
-file(STRINGS ${EXPORTS} names REGEX "^  ")
+set(names)
+foreach(list IN LISTS EXPORTS)
+  file(STRINGS ${list} listed REGEX "^  ")
+  list(APPEND names ${listed})
+endforeach()
 get_filename_component(dll_name ${DLL} NAME)
 set(text "LIBRARY \"${dll_name}\"\nEXPORTS\n")
 foreach(name IN LISTS names)

@@ -1,18 +1,21 @@
-# exports/exports.def is the one list of what the library exports. On Linux it becomes the version
-# script of the .so; for Windows it goes to the linker as it stands, and the import library is made
-# from it once more with the stdcall names that C programs refer to.
+# exports/exports.def is the list of what the library exports everywhere, exports_windows.def of what
+# it exports on Windows besides. On Linux the first becomes the version script of the .so; for
+# Windows both go to the linker as they stand, and the import library is made from them once more
+# with the stdcall names that C programs refer to.
 set(tavo_exports_def ${PROJECT_SOURCE_DIR}/exports/exports.def)
+set(tavo_exports_windows ${PROJECT_SOURCE_DIR}/exports/exports_windows.def)
 
 function(tavo_limit_exports library)
   if(WIN32)
     # The linker's fixup finds _T_X@4 for T_X, so that the DLL's table has plain names.
-    target_sources(${library} PRIVATE ${tavo_exports_def})
+    target_sources(${library} PRIVATE ${tavo_exports_def} ${tavo_exports_windows})
     target_link_options(${library} PRIVATE -Wl,--enable-stdcall-fixup)
     # The linker's own import library has the plain names too, which no program that includes
     # tavo45.h asks for: it is replaced.
     add_custom_command(TARGET ${library} POST_BUILD
       COMMAND ${CMAKE_COMMAND} -DNM=${CMAKE_NM} -DDLLTOOL=${CMAKE_DLLTOOL}
-              -DEXPORTS=${tavo_exports_def} -DDLL=$<TARGET_FILE:${library}>
+              "-DEXPORTS=${tavo_exports_def};${tavo_exports_windows}"
+              -DDLL=$<TARGET_FILE:${library}>
               -DDECORATED=${PROJECT_BINARY_DIR}/decorated.def
               -DIMPORT_LIBRARY=$<TARGET_LINKER_FILE:${library}>
               -P ${PROJECT_SOURCE_DIR}/cmake/MakeImportLibrary.cmake
