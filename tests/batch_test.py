@@ -13,11 +13,11 @@ import unittest
 from pathlib import Path
 
 import cli_test
-from cli_test import CliTest, make_bmp, tavo
+from cli_test import CliTest, checked_json, make_bmp, tavo
 
 
 def lines_of(path):
-    return [json.loads(line) for line in Path(path).read_bytes().splitlines()]
+    return [checked_json("journal", line) for line in Path(path).read_bytes().splitlines()]
 
 
 def outputs(folder="out"):

@@ -1,6 +1,7 @@
 """What the tests of the command line share: pictures that are made and looked at with code of this
 file alone, so that reader and writer cannot agree on an error, and runs of the program."""
 
+import json
 import os
 import struct
 import subprocess
@@ -9,9 +10,13 @@ import tempfile
 import unittest
 from pathlib import Path
 
+import jsonschema
+
 IS_WINDOWS = sys.argv[1].endswith(".exe")
 PROGRAM = str(Path(sys.argv[1]).absolute())
 COMMAND = ["wine", PROGRAM] if IS_WINDOWS else [PROGRAM]
+
+SCHEMAS = Path(__file__).resolve().parent.parent / "docs/schema"
 
 WIDTH, HEIGHT = 13, 5  # odd sizes: padding and part bytes in every row
 
@@ -79,6 +84,13 @@ def parse_bmp(data):
             entries = [v.to_bytes(bits // 8, "big")[:3] for v in values]
         rows.append([tuple(reversed(e)) for e in entries])
     return bits, (x, y), rows
+
+
+def checked_json(schema, text):
+    """What `text` says, once it is seen to be as docs/schema describes."""
+    document = json.loads(text)
+    jsonschema.validate(document, json.loads((SCHEMAS / (schema + ".json")).read_text()))
+    return document
 
 
 def tavo(*arguments):

@@ -13,8 +13,8 @@ import time
 import unittest
 from pathlib import Path
 
-from cli_common import (COMMAND, HEIGHT, IS_WINDOWS, WIDTH, CliTest, color, make_bmp, parse_bmp,
-                        picture, tavo)
+from cli_common import (COMMAND, HEIGHT, IS_WINDOWS, WIDTH, CliTest, checked_json, color, make_bmp,
+                        parse_bmp, picture, tavo)
 from cli_processing import Operations, Orientation, Sheets, Sizes
 
 
@@ -256,7 +256,7 @@ class Failures(CliTest):
 
 class Information(CliTest):
     def test_json(self):
-        info = json.loads(self.succeeds("info", self.make(8), self.make(24), "--json"))
+        info = checked_json("info", self.succeeds("info", self.make(8), self.make(24), "--json"))
         self.assertEqual(len(info), 2)
         self.assertEqual(info[0], {
             "file": "in8.bmp", "format": "BMP", "format_id": 6,
@@ -285,7 +285,7 @@ class Information(CliTest):
                 (["--bits", "8"], "d.jpg", {"components": 1, "subsampling": None})):
             with self.subTest(output=output):
                 self.succeeds("convert", name, output, *options)
-                jpeg = json.loads(self.succeeds("info", output, "--json"))[0]["jpeg"]
+                jpeg = checked_json("info", self.succeeds("info", output, "--json"))[0]["jpeg"]
                 self.assertEqual({key: jpeg[key] for key in expected}, expected)
                 self.assertEqual((jpeg["progressive"], jpeg["restart_interval"]), (False, 0))
         self.assertIn("quality about 80, subsampling 2x2, stamp 10x4,", self.succeeds("info", "b.jpg"))
@@ -296,7 +296,7 @@ class Information(CliTest):
         done = tavo("info", "missing.bmp", name, "--json")
         self.assertEqual(done.returncode, 1)
         self.assertIn("tavo: missing.bmp: ", done.stderr)
-        rows = json.loads(done.stdout)
+        rows = checked_json("info", done.stdout)
         self.assertEqual([row["file"] for row in rows], ["missing.bmp", name])
         self.assertEqual(sorted(rows[0]), ["errno", "error", "file", "status"])
         self.assertEqual((rows[0]["status"], rows[1]["width"]), (-10, WIDTH))
@@ -392,7 +392,7 @@ class Damage(CliTest):
                 cut = "cut." + extension
                 Path(cut).write_bytes(data[:-len(data) // 3])
                 done = tavo("info", "--check", "--json", cut)
-                check = json.loads(done.stdout)[0]["check"]
+                check = checked_json("info", done.stdout)[0]["check"]
                 self.assertEqual((done.returncode, check["verdict"], check["of"]),
                                  (3, "partial", height))
                 self.assertTrue(0 < check["rows"] < height)

@@ -1,6 +1,7 @@
 #include "option_checks.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "numbers.h"
 #include "suggest.h"
@@ -18,11 +19,25 @@ CLI::Validator whole_number(int from, int to) {
   });
 }
 
+// The check's name holds the words, so that they can be asked for.
 CLI::Validator one_of(std::vector<std::string> words) {
+  std::string name;
+  for (const std::string& word : words) name += word + ' ';
   return value_check([words = std::move(words)](const std::string& text) -> std::string {
-    if (std::ranges::count(words, text) != 0) return {};
-    return not_one_of(text, words);
-  });
+           if (std::ranges::count(words, text) != 0) return {};
+           return not_one_of(text, words);
+         })
+      .name(name);
+}
+
+std::vector<std::string> words_of(CLI::Option& option) {
+  std::vector<std::string> words;
+  try {
+    std::istringstream names(option.get_validator(0)->get_name());
+    for (std::string word; names >> word;) words.push_back(word);
+  } catch (const CLI::OptionNotFound&) {  // it has no check at all
+  }
+  return words;
 }
 
 }  // namespace tavo::tools
