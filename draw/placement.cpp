@@ -53,7 +53,20 @@ Status PlacedPicture::put_row(int32_t y, const uint8_t* pixels) {
     store_pixel(to_pixel, load_pixel(pixels + columns_[i]));
   }
   for (auto at = static_cast<int32_t>(first); at < end; ++at) {
-    TRY(canvas_.put(at, left_, right_, line_.data(), operation_, brush_));
+    TRY(put_line(at));
+  }
+  return kOk;
+}
+
+// Piece by piece where some of it is hidden.
+Status PlacedPicture::put_line(int32_t y) {
+  if (hidden_ == kNone) return canvas_.put(y, left_, right_, line_.data(), operation_, brush_);
+  const auto pixel = [this](int32_t x) { return line_.data() + 3 * int64_t{x - left_}; };
+  for (int32_t x = left_; x < right_;) {
+    while (x < right_ && load_pixel(pixel(x)) == hidden_) ++x;
+    const int32_t first = x;
+    while (x < right_ && load_pixel(pixel(x)) != hidden_) ++x;
+    if (first < x) TRY(canvas_.put(y, first, x, pixel(first), operation_, brush_));
   }
   return kOk;
 }

@@ -25,6 +25,9 @@ class PlacedPicture {
   PlacedPicture(Canvas& canvas, const Placement& placement, RasterOp operation, const Brush& brush)
       : canvas_(canvas), place_(placement), operation_(operation), brush_(brush) {}
 
+  // Pixels of this colour are not drawn.
+  void hide(const T_PaletteEntry& color) { hidden_ = canvas_.pixel(color); }
+
   // `width` of the whole picture. kNoMemory.
   Status start(int32_t width);
 
@@ -33,10 +36,15 @@ class PlacedPicture {
   Status put_row(int32_t y, const uint8_t* pixels);
 
  private:
+  Status put_line(int32_t y);
+
+  static constexpr uint32_t kNone = UINT32_MAX;
+
   Canvas& canvas_;
   Placement place_;
   RasterOp operation_;
   const Brush& brush_;
+  uint32_t hidden_ = kNone;
   int32_t left_ = 0;  // what is seen of the target
   int32_t right_ = 0;
   Array<uint32_t> columns_;  // where in a row of the picture their pixels are

@@ -1,10 +1,13 @@
 #include "formats/pict.h"
-#include "base/limits.h"
 
+#include <algorithm>
 #include <array>
 
+#include "base/limits.h"
+#include "formats/drawn_page.h"
+#include "formats/pict_joiner.h"
 #include "formats/pict_layout.h"
-#include "formats/pict_page.h"
+#include "formats/pict_player.h"
 #include "formats/pict_records.h"
 #include "formats/plausible.h"
 #include "process/row_delivery.h"
@@ -25,39 +28,53 @@ Status look(io::InputFile& file, std::span<const uint8_t> head, uint32_t file_by
                                   static_cast<uint32_t>(picture.height), file_bytes);
 }
 
-// Calls add(records) for every bitmap. What `layout` says of the end comes back where there is no
-// other.
-template <class Add>
-Status for_each_bitmap(Records& records, Add&& add) {
+Status join(Records& records, Joiner& joiner) {
   TRY(records.start());
   for (;;) {
     TRY(records.next());
     if (records.kind() == Records::Kind::kEnd) return kOk;
-    if (records.kind() == Records::Kind::kBitmap) TRY(add(records));
+    const bool is_bitmap = records.kind() == Records::Kind::kBitmap;
+    if (is_bitmap && !records.bitmap().destination.is_empty()) TRY(joiner.add(records));
   }
 }
 
-// The bitmaps come without their empty destinations.
-bool is_seen(const Records& records) { return !records.bitmap().destination.is_empty(); }
-
 Status read_joined(Records& records, const Layout& layout, RowDelivery& rows) {
   Joiner joiner(layout, rows);
-  const Status status =
-      for_each_bitmap(records, [&](Records& at) { return is_seen(at) ? joiner.add(at) : kOk; });
+  TRY(rows.start());
+  const Status status = join(records, joiner);
   TRY(joiner.answer());
   return status.ok() ? rows.finish() : rows.finish_early(status);
 }
 
+// Of a file that ends early the rows down to the lowest bitmap that is there.
 Status read_page(Records& records, const Layout& layout, RowDelivery& rows) {
-  Page page(layout);
-  TRY(page.start());
-  const Status status =
-      for_each_bitmap(records, [&](Records& at) { return is_seen(at) ? page.paint(at) : kOk; });
+  const process::SourcePicture& picture = layout.picture;
+  draw::Canvas canvas;
+  TRY(canvas.start(picture.width, picture.height, picture.height, picture.order));
+  TRY(rows.start());
+  draw::Painter painter(canvas);
+  Player player(records, painter, layout, 1);
+  const Status status = player.play();
   if (status == kNoMemory) return status;
   TRY(records.failure());
-  const auto height = static_cast<uint32_t>(layout.picture.height);
-  TRY(page.deliver(status.ok() ? height : page.painted_rows(), status.ok(), rows));
+  const int32_t end = status.ok() ? picture.height : player.painted_rows();
+  for (int32_t y = 0; y < end; ++y) {
+    std::ranges::copy(canvas.row(y), rows.next_row().begin());
+    TRY(rows.commit(1, status.ok() ? 1 : 0));
+  }
   return status.ok() ? rows.finish() : rows.finish_early(status);
+}
+
+// What the layout has found to end the records early, the page ends with here.
+Status read_drawing(io::InputFile& file, uint32_t offset, uint32_t file_bytes, const Layout& layout,
+                    RowDelivery& rows) {
+  return formats::deliver_page(layout.picture, rows, [&](draw::Painter& painter, int32_t factor) {
+    TRY(file.seek(offset));
+    Records records(file, file_bytes);
+    const Status status = Player(records, painter, layout, factor).play();
+    TRY(records.failure());
+    return !status.ok() && status == layout.end ? kReadError : status;
+  });
 }
 
 }  // namespace
@@ -83,10 +100,10 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(look(file, std::span(head).first(got), file_bytes, offset, layout));
   if (layout.show == Show::kNothing) return kSubtype;
 
+  RowDelivery rows(layout.picture, *bitmap, sink, bits_per_pixel, context);
+  if (layout.show == Show::kDrawing) return read_drawing(file, offset, file_bytes, layout, rows);
   TRY(file.seek(offset));
   Records records(file, file_bytes);
-  RowDelivery rows(layout.picture, *bitmap, sink, bits_per_pixel, context);
-  TRY(rows.start());
   return layout.show == Show::kPage ? read_page(records, layout, rows)
                                     : read_joined(records, layout, rows);
 }

@@ -2,6 +2,7 @@
 
 #include "base/endian.h"
 #include "color/palettes.h"
+#include "core/bitmap.h"
 #include "formats/two_levels.h"
 
 namespace tavo::pict {
@@ -123,9 +124,10 @@ Status read_bitmap(Stream& stream, uint32_t opcode, Bitmap& bitmap, Region& mask
   const bool may_be_plain = opcode == kBitsRect || opcode == kBitsRegion;
   if (may_be_plain && bitmap.packing == Packing::kBytes) bitmap.packing = Packing::kBytesOrPlain;
 
-  TRY(stream.take(kRectsAndMode, bytes));  // every mode counts as copying
+  TRY(stream.take(kRectsAndMode, bytes));
   bitmap.source = intersect(load_rect(bytes.data()), bitmap.bounds);
   bitmap.destination = load_rect(&bytes[kRectBytes]);
+  bitmap.mode = load_be16(&bytes[2 * kRectBytes]);
   if (bitmap.source.is_empty()) return kBadData;
   mask.set(kEverywhere);
   const bool has_mask = opcode % 2 != 0;
@@ -133,6 +135,12 @@ Status read_bitmap(Stream& stream, uint32_t opcode, Bitmap& bitmap, Region& mask
   bytes = stream.peek(2);
   TRY(stream.take(bytes.size() < 2 ? 2 : load_be16(bytes.data()), bytes));
   return mask.take(bytes);
+}
+
+size_t shown_bytes(const Bitmap& bitmap) {
+  const int32_t bits = bitmap.bits == 2 ? 4 : static_cast<int32_t>(bitmap.bits);
+  return static_cast<size_t>(
+      core::packed_bytes(static_cast<uint64_t>(bitmap.source.width()), bits));
 }
 
 void describe_pixels(const Bitmap& bitmap, process::SourcePicture& picture) {

@@ -28,9 +28,10 @@ constexpr bool is_packed(Packing packing) {
 }
 
 struct Bitmap {
-  Rect bounds;       // of all pixels
-  Rect source;       // of those that are shown, inside `bounds`
-  Rect destination;  // where they go
+  Rect bounds;        // of all pixels
+  Rect source;        // of those that are shown, inside `bounds`
+  Rect destination;   // where they go
+  uint32_t mode = 0;  // how, by the numbers of QuickDraw
   uint32_t row_bytes = 0;
   uint32_t bits = 1;        // of a pixel: 1, 2, 4, 8, 16 or, for red, green and blue, 24
   uint32_t components = 1;  // of kPlanes: 3, or 4 of which the first is nobody's
@@ -57,6 +58,9 @@ Status read_bitmap(Stream& stream, uint32_t opcode, Bitmap& bitmap, Region& mask
 
 // Reads a pixel map and its colour table, from the rowBytes word on, as pixel patterns have them.
 Status read_pixel_map(Stream& stream, Bitmap& bitmap);
+
+// Of a row of the source rectangle as RowReader gives it.
+size_t shown_bytes(const Bitmap& bitmap);
 
 // What the bitmap's rows are as a picture, but for size and resolution.
 void describe_pixels(const Bitmap& bitmap, process::SourcePicture& picture);

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
+#include "formats/drawn_page.h"
+
 namespace tavo::pict {
 
 namespace {
 
 constexpr int64_t kPointsPerInch = 72;
-constexpr int64_t kLargestPage = 16384;  // pixels a side
 constexpr int64_t kLargestScale = 8;
 
 class Survey {
@@ -21,21 +22,18 @@ class Survey {
       TRY(records_.next());
       if (records_.kind() == Records::Kind::kClip) choose_space();
       if (records_.kind() == Records::Kind::kBitmap) add(records_.bitmap());
-      if (records_.kind() == Records::Kind::kDrawing) is_drawn_on_ = count_ != 0;
-      const bool is_content =
-          records_.kind() == Records::Kind::kDrawing || records_.kind() == Records::Kind::kUnknown;
-      has_content_ = has_content_ || is_content || count_ != 0;
+      if (records_.kind() == Records::Kind::kDrawing) add_drawing();
+      has_unknown_ = has_unknown_ || records_.kind() == Records::Kind::kUnknown;
     } while (records_.kind() != Records::Kind::kEnd);
     return kOk;
   }
 
   // Whether anything came that a picture has, so that this is one even if it ends early.
-  bool has_content() const { return has_content_; }
+  bool has_content() const { return count_ != 0 || is_drawn_ || has_unknown_; }
 
   void describe(Layout& layout) const {
-    layout.space = space_;
     layout.show = show(layout.end.ok());
-    layout.scale = page_scale();
+    layout.grid = {space_.left, space_.top, page_scale(layout.show)};
     describe_size(layout);
     describe_resolution(layout);
     if (count_ == 0) return;
@@ -75,6 +73,12 @@ class Survey {
     joins_ = joins_ && !is_cut && can_join(bitmap) && place(bitmap.destination);
   }
 
+  void add_drawing() {
+    has_space_ = true;
+    is_drawn_ = true;
+    is_drawn_on_ = count_ != 0;
+  }
+
   bool can_join(const Bitmap& bitmap) const {
     return bitmap.bits == first_.bits && bitmap.bits != 16 &&
            bitmap.has_palette == first_.has_palette &&
@@ -99,17 +103,22 @@ class Survey {
 
   // Of a file that ends early the bitmaps that are to come would go on.
   Show show(bool is_whole) const {
-    if (count_ == 0) return Show::kNothing;
-    if (is_drawn_on_) return Show::kPage;
+    if (count_ == 0) return is_drawn_ ? Show::kDrawing : Show::kNothing;
+    if (is_drawn_on_) return Show::kDrawing;
     if (is_alone_) return Show::kAlone;
     const bool is_full = filled_down_ == space_.height();
-    return joins_ && (is_full || !is_whole) ? Show::kJoined : Show::kPage;
+    if (joins_ && (is_full || !is_whole)) return Show::kJoined;
+    return is_drawn_ ? Show::kDrawing : Show::kPage;
   }
 
-  Scale page_scale() const {
+  // So that every bitmap has room, and drawings are as large as asked.
+  Scale page_scale(Show show) const {
     Scale scale = std::clamp(largest_, Scale{1, 1}, Scale{kLargestScale, 1});
+    if (show == Show::kDrawing) {
+      scale = std::max(scale, Scale{formats::draw_scale(space_.width(), space_.height()), 1});
+    }
     const int64_t side = std::max(space_.width(), space_.height());
-    return std::min(scale, Scale{kLargestPage, side});
+    return std::min(scale, Scale{draw::kLargestSide, side});
   }
 
   void describe_size(Layout& layout) const {
@@ -120,13 +129,13 @@ class Survey {
     } else {
       picture.bits = 24;
     }
-    Scale x = layout.scale, y = layout.scale;
+    Scale x = layout.grid.scale, y = x;
     if (layout.show == Show::kJoined) {
       x = across(first_);
       y = down(first_);
     }
     const auto pixels = [](const Scale& scale, int32_t units) {
-      return static_cast<int32_t>(std::max<int64_t>(scale.pixel(units, 0), 1));
+      return static_cast<int32_t>(std::max<int64_t>(scale.length(units), 1));
     };
     picture.width = pixels(x, space_.width());
     picture.height = pixels(y, space_.height());
@@ -145,7 +154,7 @@ class Survey {
     };
     int64_t x = dots(layout.picture.width, frame.width());
     int64_t y = dots(layout.picture.height, frame.height());
-    const bool is_page = layout.show == Show::kPage || layout.show == Show::kNothing;
+    const bool is_page = layout.show != Show::kAlone && layout.show != Show::kJoined;
     const bool is_said = x != kPointsPerInch || y != kPointsPerInch;
     if (!is_page && !is_said) {
       const auto said = [](uint32_t fixed) { return (int64_t{fixed} + 0x8000) >> 16; };
@@ -164,8 +173,9 @@ class Survey {
   Scale largest_;
   bool is_alone_ = false;
   bool joins_ = true;
-  bool is_drawn_on_ = false;
-  bool has_content_ = false;
+  bool is_drawn_ = false;
+  bool is_drawn_on_ = false;  // a bitmap is
+  bool has_unknown_ = false;
   int32_t filled_across_ = 0;  // of the frame by bitmaps that join
   int32_t filled_down_ = 0;
   int32_t row_height_ = 0;

@@ -173,8 +173,8 @@ Status Records::next() {
     TRY(take_opcode());
     kind_ = Kind::kState;
     TRY(take_record());
-    const bool is_hidden = has_rows_ && kind_ != Kind::kBitmap;
-    if (!is_hidden) return kOk;
+    const bool is_shown = kind_ == Kind::kBitmap || kind_ == Kind::kPattern;
+    if (!has_rows_ || is_shown) return kOk;
     TRY(rows_.finish());
     has_rows_ = false;
   }
@@ -186,7 +186,7 @@ Status Records::take_record() {
     return kOk;
   }
   if (is_bitmap(opcode_)) return take_bitmap();
-  if (opcode_ >= kPatternFirst && opcode_ <= kPatternLast) return pass_pixel_pattern();
+  if (opcode_ >= kPatternFirst && opcode_ <= kPatternLast) return take_pixel_pattern();
   if (opcode_ == kQuickTime) return take_quicktime();
   if (opcode_ == kUncompressedQuickTime) return enter_uncompressed();
   return take_data();
@@ -203,9 +203,10 @@ Status Records::take_data() {
     kind_ = Kind::kClip;
     return clip_.take(data_);
   }
+  if (!draws(opcode_)) return kOk;
   // Where a compressor is missing, text says so behind the compressed picture.
-  const bool says_it_is_missing = is_text(opcode_) && !quicktime_area_.is_empty();
-  if (draws(opcode_) && !says_it_is_missing) kind_ = Kind::kDrawing;
+  expects_message_ = expects_message_ && is_text(opcode_);
+  if (!expects_message_) kind_ = Kind::kDrawing;
   return kOk;
 }
 
@@ -224,6 +225,7 @@ Status Records::take_quicktime() {
   std::span<const uint8_t> bytes;
   TRY(stream_.take(4, bytes));
   bitmap_ = Bitmap();
+  expects_message_ = true;
   uint64_t left = 0;
   const Status status =
       read_quicktime(stream_, load_be32(bytes.data()), file_bytes_, bitmap_, mask_, rows_, left);
@@ -246,12 +248,14 @@ Status Records::enter_uncompressed() {
   return stream_.skip(load_be32(&bytes[kMatteBytesAt]));
 }
 
-Status Records::pass_pixel_pattern() {
-  constexpr size_t kHeadBytes = 2 + 8, kColorBytes = 6;  // type and pattern of 8 x 8 bits
+Status Records::take_pixel_pattern() {
+  constexpr size_t kOldAt = 2, kColorBytes = 6;
   constexpr uint32_t kPixelMap = 1;
   std::span<const uint8_t> bytes;
-  TRY(stream_.take(kHeadBytes, bytes));
-  if (load_be16(bytes.data()) != kPixelMap) return stream_.skip(kColorBytes);
+  TRY(stream_.take(kOldAt + old_pattern_.size(), bytes));
+  std::ranges::copy(bytes.subspan(kOldAt), old_pattern_.begin());
+  kind_ = Kind::kPattern;
+  if (load_be16(bytes.data()) != kPixelMap) return stream_.take(kColorBytes, data_);
   bitmap_ = Bitmap();
   TRY(read_pixel_map(stream_, bitmap_));
   bitmap_.source = bitmap_.bounds;

@@ -1,6 +1,7 @@
 // The records of a PICT file in their order.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -26,13 +27,13 @@ struct Header {
 Status find_picture(std::span<const uint8_t> head, uint32_t& offset);
 inline constexpr size_t kFindBytes = 526;
 
-// Goes from record to record. What draws bitmaps looks at kBitmap alone; what draws lines, shapes
-// and text takes the records of state and kDrawing, whose data are at hand.
+// Goes from record to record.
 class Records {
  public:
   enum class Kind {
     kEnd,      // of the picture
-    kState,    // patterns, pens, fonts, colours, the origin, comments: for those that follow
+    kState,    // pens, fonts, colours, the origin, comments: for those that follow
+    kPattern,  // with old_pattern(); and its pixels as bitmap() and rows(), or data() in one colour
     kClip,     // clip() changed
     kDrawing,  // a shape or text
     kBitmap,   // with bitmap(), mask() and rows()
@@ -54,12 +55,15 @@ class Records {
 
   Kind kind() const { return kind_; }
   uint32_t opcode() const { return opcode_; }
-  // Behind the opcode; empty for bitmaps and for what is longer than 64 KiB, as no drawing is.
+  // Behind the opcode: all that the opcode's rule says, of drawings and state. Empty for bitmaps
+  // and for what is longer than 64 KiB, as no drawing is.
   std::span<const uint8_t> data() const { return data_; }
   const Bitmap& bitmap() const { return bitmap_; }
   RowReader& rows() { return rows_; }
   const Region& mask() const { return mask_; }
   const Region& clip() const { return clip_; }
+  // 8 rows of 8 bits, for those that have no colours.
+  const std::array<uint8_t, 8>& old_pattern() const { return old_pattern_; }
 
   Status failure() const { return stream_.failure(); }
 
@@ -70,7 +74,7 @@ class Records {
   Status take_bitmap();
   Status take_quicktime();
   Status enter_uncompressed();
-  Status pass_pixel_pattern();
+  Status take_pixel_pattern();
 
   Stream stream_;
   uint64_t file_bytes_;
@@ -83,7 +87,9 @@ class Records {
   bool has_rows_ = false;  // that are to be passed over
   Region mask_;
   Region clip_;
+  std::array<uint8_t, 8> old_pattern_ = {};
   Rect quicktime_area_;  // where compressed pictures stand
+  bool expects_message_ = false;
 };
 
 }  // namespace tavo::pict

@@ -139,6 +139,123 @@ TEST(Pict, DrawingsBehindABitmapMakeAPage) {
   EXPECT_EQ(info_of(pict_file(1, 2, {hex("0031 0000000000010001"), bitmap})).BitsPerPixel, 8);
 }
 
+// A letter for each pixel: what most are, '.' is white.
+std::string seen(const Bytes& file, int32_t scale = 1) {
+  Bitmap bitmap;
+  T_SetDrawScale(scale);
+  const int32_t status = load(file, bitmap, 24);
+  T_SetDrawScale(1);
+  if (status != T_OK) return "status " + std::to_string(status);
+  std::string letters;
+  const Bytes colors = rgb(bitmap.get());
+  for (size_t i = 0; i < colors.size(); i += 3) {
+    if (i != 0 && i / 3 % static_cast<size_t>(bitmap->Width) == 0) letters += ' ';
+    const std::string hue = {colors[i] >= 128 ? '1' : '0', colors[i + 1] >= 128 ? '1' : '0',
+                             colors[i + 2] >= 128 ? '1' : '0'};
+    letters += "#bgcrmy."[std::stoi(hue, nullptr, 2)];
+  }
+  return letters;
+}
+
+// By the rules of "Imaging With QuickDraw", chapters 2 and 3, on pages of 4 x 5 pixels.
+TEST(Pict, WhatRecordsDraw) {
+  const std::string red = "001A FFFF 0000 0000 ";
+  const std::string painted = "0031 0000 0000 0004 0005 ";  // all of the page
+  const std::string bits = "0090 0002 0000 0000 0002 0002 0000 0000 0002 0002 0001 0001 0003 0003 ";
+  const struct {
+    const char* what;
+    std::string records;
+    const char* want;
+  } cases[] = {
+      {"painted", "0031 0001 0001 0003 0004", "..... .###. .###. ....."},
+      {"framed", "0030 0000 0000 0004 0005", "##### #...# #...# #####"},
+      {"framed by a pen of 2 x 1", "0007 0001 0002 0030 0000 0000 0004 0005",
+       "##### ##.## ##.## #####"},
+      {"erased, inverted as before", "0031 0000 0000 0004 0004 0032 0001 0001 0003 0005 003B",
+       "####. ##### ##### ####."},
+      {"erased again", painted + "0032 0001 0001 0003 0003 003A 0033 0000 0000 0001 0002",
+       "..### #..## #..## #####"},
+      {"filled", "000A AA55 AA55 AA55 AA55 0034 0000 0000 0002 0005", "#.#.# .#.#. ..... ....."},
+      {"a pattern of two colours",
+       red + "001B 0000 FFFF 0000 0009 F0F0 F0F0 F0F0 F0F0 0031 0000 0000 0002 0005",
+       "rrrrg rrrrg ..... ....."},
+      {"one over it", "0009 F0F0 F0F0 F0F0 F0F0 0008 0009 0031 0000 0000 0002 0005",
+       "####. ####. ..... ....."},
+      {"exclusive", red + "0008 000A " + painted + "0031 0001 0001 0003 0003",
+       "##### #..## #..## #####"},
+      {"all but a pattern", "0009 F0F0 F0F0 F0F0 F0F0 0008 000C 0031 0000 0000 0002 0005",
+       "....# ....# ..... ....."},
+      {"in nobody's mode", "0008 0017 " + painted, "..... ..... ..... ....."},
+      {"old colours",
+       "000E 000000CD 000F 00000199 0031 0000 0000 0001 0005 0032 0002 0001 0003 0004",
+       "rrrrr ..... .bbb. ....."},
+      {"lines", "0020 0000 0000 0000 0003 0021 0002 0003 0022 0003 0000 0200 0023 01FF",
+       "####. ...#. ...#. ###.."},
+      {"a pen hangs", "0007 0002 0002 0020 0000 0000 0000 0002", "####. ####. ..... ....."},
+      {"no pen", "0007 0000 0002 0020 0000 0000 0000 0002", "..... ..... ..... ....."},
+      {"an oval", "0051 0000 0000 0004 0004", ".##.. ####. ####. .##.."},
+      {"an oval where the rectangle was", "0031 0000 0000 0004 0004 0033 0000 0000 0004 0004 0059",
+       ".##.. ####. ####. .##.."},
+      {"a round rectangle", "000B 0004 0004 0041 0000 0000 0004 0005", ".###. ##### ##### .###."},
+      {"an arc", "0061 0000 0000 0004 0004 0000 005A", "..#.. ..##. ..... ....."},
+      {"and one more", "0061 0000 0000 0004 0004 0000 005A 0069 005A 005A",
+       "..#.. ..##. ..##. ..#.."},
+      {"backward", "0061 0000 0000 0004 0004 0000 FFA6", ".#... ##... ..... ....."},
+      {"a polygon", "0071 001A 0000 0000 0004 0004 0000 0000 0000 0004 0004 0004 0000 0000",
+       "####. .###. ..##. ...#."},
+      {"its lines", "0070 0016 0000 0000 0003 0003 0000 0000 0000 0003 0003 0003",
+       "####. ...#. ...#. ...#."},
+      {"a region",
+       "0081 001E 0000 0000 0003 0004 0000 0000 0004 7FFF 0001 0001 0002 7FFF 7FFF 0000",
+       "####. #.##. #.##. ....."},
+      {"its frame", "0080 000A 0000 0000 0004 0004 0088", "####. #..#. #..#. ####."},
+      {"moved", "000C 0001 0002 0031 0002 0001 0004 0003", "##... ##... ..... ....."},
+      {"clipped", "0001 000A 0001 0001 0003 0003 " + painted, "..... .##.. .##.. ....."},
+      {"a colour for a pattern",
+       "0014 0002 FFFFFFFFFFFFFFFF FFFF FFFF 0000 0034 0000 0000 0001 0005",
+       "yyyyy ..... ..... ....."},
+      {"a bitmap", bits + "0000 4000 8000 0030 0000 0000 0004 0005", "##### #.#.# ##..# #####"},
+      {"a bitmap's ones alone",
+       red + painted + bits + "0000 4000 8000 001A 0000 0000 FFFF " + bits + "0001 4000 8000",
+       "rrrrr r.brr rb.rr rrrrr"},
+      {"one of colours", red + "001B 0000 0000 FFFF " + bits + "0000 4000 8000 0038",
+       "..... .br.. .rb.. ....."},
+      {"its paper",
+       red + "0031 0000 0000 0001 0005 001A 0000 0000 FFFF " + painted + bits + "0003 4000 8000",
+       "bbbbb bb.bb b.bbb bbbbb"},
+      {"transparent", painted + "001A 0000 FFFF 0000 " + bits + "0024 4000 8000",
+       "##### ##g## #g### #####"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(seen(pict_file(4, 5, {hex(c.records.c_str())})), c.want) << c.what;
+  }
+  EXPECT_EQ(seen(pict_file(2, 2, {hex("0020 0000 0000 0001 0001")}), 2), "##.. ###. #### .###");
+}
+
+TEST(Pict, TextStandsWhereItIsPut) {
+  const auto ink = [](const char* records) {  // rows and columns of 40 x 60 that have any
+    const std::string all = seen(pict_file(40, 60, {hex(records)}));
+    Place box = {99, 99, -1, -1};
+    for (int y = 0; y < 40; ++y) {
+      for (int x = 0; x < 60; ++x) {
+        if (all[static_cast<size_t>(y * 61 + x)] == '.') continue;
+        box = {std::min(box.top, y), std::min(box.left, x), std::max(box.bottom, y),
+               std::max(box.right, x)};
+      }
+    }
+    return box;
+  };
+  const Place one = ink("000D 000C 0028 0014 0005 03 494949");  // "III", 12 units, row 20
+  EXPECT_TRUE(one.top >= 10 && one.top <= 13 && one.bottom >= 18 && one.bottom <= 20);
+  EXPECT_TRUE(one.left >= 5 && one.left <= 7 && one.right < 5 + 3 * 12);
+  const Place moved = ink("0028 0014 0005 00 00 002B 0A05 03 494949");
+  EXPECT_EQ(moved.left, one.left + 10);
+  EXPECT_EQ(moved.bottom, one.bottom + 5);
+  const Place twice = ink("0010 0002 0002 0001 0001 0028 0014 0005 03 494949");
+  EXPECT_NEAR(twice.bottom - twice.top, 2 * (one.bottom - one.top), 2);
+  const Place inverse = ink("0031 0000 0000 0028 003C 0005 0003 0028 0014 0005 03 494949");
+  EXPECT_EQ(inverse.left, 0);
+}
+
 // A hole of one pixel in rows 1 and 2 of three, by points where it begins and ends.
 TEST(Pict, MasksAndClipsHide) {
   const Bytes hole = words({30, 0, 0, 3, 4, 0, 0, 4, 0x7FFF, 1, 1, 2, 0x7FFF, 0x7FFF, 0});
@@ -285,7 +402,7 @@ TEST(Pict, WhatIsNotReadIsTold) {
                   {"3 bits", kMap + 31, 3, T_ERR_SUBTYPE},
                   {"more rows than there are", kMap + 9, 2, T_ERR_READ},
                   {"no end", good.size() - 1, 0, T_ERR_READ}});
-  EXPECT_EQ(read_directly(T_LoadPCTFile, pict_file(9, 9, {hex("0031 0000000000010001")})),
+  EXPECT_EQ(read_directly(T_LoadPCTFile, pict_file(9, 9, {hex("0009 0102030405060708")})),
             T_ERR_SUBTYPE);
   // A page of 16384 pixels a side is too much for few bytes.
   const Bytes huge =
@@ -347,6 +464,10 @@ FormatCase pict_case() {
       {"page", pict_file(3, 6,
                          {gray_map(0x99, 4, 3, 4, {0, 0, 3, 4}, Bytes(12), hole),
                           gray_map(0x98, 2, 1, 2, {0, 3, 3, 6}, hex("0304"))})},
+      {"drawing", pict_file(3, 6,
+                            {hex("0081 001E 0000 0000 0003 0004 0000 0000 0004 7FFF 0001 0001 "
+                                 "0002 7FFF 7FFF 0000 0028 00030000 03 494949"),
+                             gray_map(0x98, 2, 1, 2, {0, 3, 3, 6}, hex("0304"))})},
       {"JPEG", with_jpeg()}};
   return pict;
 }
