@@ -25,6 +25,7 @@ TAVO_BINARY(add16_clamped, adds_epi16)
 TAVO_BINARY(add8_clamped, adds_epu8)  // unsigned
 TAVO_BINARY(sub8_clamped, subs_epu8)
 TAVO_BINARY(sub8, sub_epi8)
+TAVO_BINARY(average8_up, avg_epu8)  // unsigned, halves up
 TAVO_BINARY(min8_unsigned, min_epu8)
 TAVO_BINARY(max8_unsigned, max_epu8)
 TAVO_BINARY(max16, max_epi16)

@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace tavo::bench;
+using namespace bench;
 
 constexpr int kSize = 1024;
 
@@ -143,8 +143,7 @@ Bytes screen() {
 Bytes photograph_part() {
   Bytes rows;
   for (int y = 0; y < kSize; ++y) {
-    const auto* const from =
-        &::bench::photograph()[3 * (size_t(1024 + y) * ::bench::kWidth + 1536)];
+    const auto* const from = &photograph()[3 * (size_t(1024 + y) * kWidth + 1536)];
     rows.insert(rows.end(), from, from + size_t{3} * kSize);
   }
   return rows;

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/endian.h"
+
 namespace tavo::deflate {
 
 inline constexpr size_t kHistory = 32768;  // how far back matches reach (2)
@@ -42,10 +44,9 @@ inline constexpr uint8_t kFixedDistanceBits = 5;
 
 // Codes are packed from their most significant bit on into bytes that are filled from the lowest
 // bit on (3.1.1), so the bits in a register stand the other way round.
-constexpr uint32_t reverse_code(uint32_t code, uint32_t length) {
-  uint32_t reversed = 0;
-  for (; length > 0; --length, code >>= 1) reversed = reversed << 1 | (code & 1);
-  return reversed;
+inline uint32_t reverse_code(uint32_t code, uint32_t length) {
+  const auto bytes = static_cast<uint16_t>(mirror_bits(uint64_t{code}));
+  return uint32_t{__builtin_bswap16(bytes)} >> (16 - length);
 }
 
 }  // namespace tavo::deflate

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 
 #include "base/endian.h"
 #include "base/vector_sse2.h"
@@ -58,46 +57,54 @@ constexpr auto kPlainEntries = [] {
 //
 // kept: a set of codes that leaves some out is accepted, though 3.2.7 knows it for a single
 // distance code only. A stream that uses none of those that are not there decodes.
-bool HuffmanCode::build(std::span<const uint8_t> lengths, const Entry* entries) {
+bool HuffmanCode::build(std::span<const uint8_t> lengths, const Entry* entries, uint32_t literals) {
   entries_ = entries;
-  counts_.fill(0);
-  for (const uint8_t length : lengths) ++counts_[length];
-  counts_[0] = 0;
-  std::array<uint16_t, kMaxBits + 2> first = {};  // index into symbols_
+  lengths_.fill({});
+  for (uint32_t symbol = 0; symbol < lengths.size(); ++symbol) {
+    Length& length = lengths_[lengths[symbol]];
+    ++length.count;
+    length.literals = static_cast<uint16_t>(length.literals + (symbol < literals));
+  }
+  lengths_[0] = {};
+  std::array<uint16_t, kMaxBits + 2> next = {};  // index into symbols_
   int32_t left = 1;
-  for (uint32_t length = 1; length <= kMaxBits; ++length) {
-    left = 2 * left - counts_[length];
+  for (uint32_t bits = 1; bits <= kMaxBits; ++bits) {
+    left = 2 * left - lengths_[bits].count;
     if (left < 0) return false;
-    first[length + 1] = static_cast<uint16_t>(first[length] + counts_[length]);
+    lengths_[bits].first = next[bits];
+    next[bits + 1] = static_cast<uint16_t>(next[bits] + lengths_[bits].count);
   }
   for (uint32_t symbol = 0; symbol < lengths.size(); ++symbol) {
-    if (lengths[symbol] != 0) symbols_[first[lengths[symbol]]++] = static_cast<uint16_t>(symbol);
+    if (lengths[symbol] != 0) symbols_[next[lengths[symbol]]++] = static_cast<uint16_t>(symbol);
   }
   fast_[0] = {};
+  std::array<uint16_t, kMaxSymbols> codes;  // in the order of symbols_
   uint32_t code = 0;
-  const uint16_t* next = symbols_.data();
-  for (uint32_t length = 1; length <= kFastBits; ++length, code <<= 1) {
-    const uint32_t half = 1u << (length - 1);
+  for (uint32_t bits = 1; bits <= kFastBits; ++bits, code <<= 1) {
+    const uint32_t half = 1u << (bits - 1);
     std::copy_n(fast_.begin(), half, fast_.begin() + half);
-    for (const uint16_t* const end = next + counts_[length]; next < end; ++next, ++code) {
-      fast_[deflate::reverse_code(code, length)] = entries[*next].with_code(length);
+    const Length& length = lengths_[bits];
+    for (uint32_t i = length.first; i < length.first + length.count; ++i, ++code) {
+      codes[i] = static_cast<uint16_t>(deflate::reverse_code(code, bits));
+      fast_[codes[i]] = entries[symbols_[i]].with_code(bits);
     }
+    join_literals(bits, codes.data());
   }
   return true;
 }
 
-// From the end on: what stands behind a code is looked up further ahead.
-void HuffmanCode::join_literals() {
-  // Where the commonest take half of the bits few pairs would fit, for which all are looked at.
-  constexpr uint32_t kShort = kFastBits / 2 - 1;
-  if (std::accumulate(&counts_[1], &counts_[kShort] + 1, 0u) == 0) return;
-  for (uint32_t i = 1u << kFastBits; i-- > 0;) {
-    const Entry first = fast_[i];
-    const Entry second = fast_[i >> first.bits() % 32];
-    const bool are_literals = first.kind() == Entry::kLiteral && second.kind() == Entry::kLiteral;
-    const bool is_whole = first.bits() + second.bits() <= kFastBits;
-    const Entry both = first.and_then(second);
-    fast_[i] = are_literals && is_whole ? both : first;
+// All pairs that have so many bits, where there was the first of the two.
+void HuffmanCode::join_literals(uint32_t bits, const uint16_t* codes) {
+  for (uint32_t of_first = 1; of_first < bits; ++of_first) {
+    const Length& firsts = lengths_[of_first];
+    const Length& seconds = lengths_[bits - of_first];
+    for (uint32_t i = firsts.first; i < firsts.first + firsts.literals; ++i) {
+      const Entry first = entries_[symbols_[i]].with_code(of_first);
+      for (uint32_t k = seconds.first; k < seconds.first + seconds.literals; ++k) {
+        const Entry second = entries_[symbols_[k]].with_code(bits - of_first);
+        fast_[codes[i] | codes[k] << of_first] = first.and_then(second);
+      }
+    }
   }
 }
 
@@ -109,7 +116,7 @@ Entry HuffmanCode::look_up_slowly(uint64_t bits) const {
   uint32_t index = 0;
   for (uint32_t length = 1; length <= kMaxBits; ++length, bits >>= 1) {
     code |= static_cast<uint32_t>(bits & 1);
-    const uint32_t count = counts_[length];
+    const uint32_t count = lengths_[length].count;
     if (code < first + count) return entries_[symbols_[index + (code - first)]].with_code(length);
     index += count;
     first = (first + count) << 1;
@@ -171,8 +178,7 @@ Status Decoder::start_block() {
     case 1: {  // fixed codes (3.2.6)
       std::array<uint8_t, HuffmanCode::kMaxSymbols> lengths;
       for (uint32_t i = 0; i < lengths.size(); ++i) lengths[i] = deflate::fixed_literal_bits(i);
-      literals_.build(lengths, kLiteralEntries.data());
-      literals_.join_literals();
+      literals_.build(lengths, kLiteralEntries.data(), kEndOfBlock);
       std::fill_n(lengths.begin(), 30, deflate::kFixedDistanceBits);
       distances_.build({lengths.data(), 30}, kDistanceEntries.data());
       state_ = State::kCodes;
@@ -232,11 +238,12 @@ Status Decoder::read_codes() {
   }
   if (reader_.ran_out(reader_.bits)) return data_ended();
   if (literals > 286 || lengths[kEndOfBlock] == 0) return kBadData;
-  if (!literals_.build({lengths.data(), literals}, kLiteralEntries.data())) return kBadData;
+  if (!literals_.build({lengths.data(), literals}, kLiteralEntries.data(), kEndOfBlock)) {
+    return kBadData;
+  }
   if (!distances_.build({lengths.data() + literals, distances}, kDistanceEntries.data())) {
     return kBadData;
   }
-  literals_.join_literals();
   state_ = State::kCodes;
   return kOk;
 }

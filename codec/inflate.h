@@ -52,12 +52,10 @@ class HuffmanCode {
   static constexpr uint32_t kFastBits = 11;
   static constexpr uint32_t kMaxSymbols = 288;
 
-  // Lengths of 0 stand for symbols without a code; `entries` are what the symbols stand for. False
-  // when there are more codes than can be.
-  bool build(std::span<const uint8_t> lengths, const Entry* entries);
-
-  // Two literals that are short enough are looked up as one from now on.
-  void join_literals();
+  // Lengths of 0 stand for symbols without a code; `entries` are what the symbols stand for. Of the
+  // first `literals`, two that are short enough are looked up as one. False when there are more
+  // codes than can be.
+  bool build(std::span<const uint8_t> lengths, const Entry* entries, uint32_t literals = 0);
 
   // What `bits` (lowest bit first) begin with; none: no code that there is.
   Entry look_up(uint64_t bits) const {
@@ -68,10 +66,16 @@ class HuffmanCode {
   Entry look_up_fast(uint64_t bits) const { return fast_[bits & ((1u << kFastBits) - 1)]; }
 
  private:
+  // The symbols of so many bits are symbols_[first] and those behind it, literals before others.
+  struct Length {
+    uint16_t first, count, literals;
+  };
+
   Entry look_up_slowly(uint64_t bits) const;
+  void join_literals(uint32_t bits, const uint16_t* codes);
 
   std::array<Entry, 1 << kFastBits> fast_;
-  std::array<uint16_t, kMaxBits + 1> counts_;
+  std::array<Length, kMaxBits + 1> lengths_;
   std::array<uint16_t, kMaxSymbols> symbols_;
   const Entry* entries_ = nullptr;
 };

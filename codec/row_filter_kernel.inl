@@ -1,10 +1,8 @@
 // What the filters predict of a vector of bytes, and filtering with it. Included inside an unnamed
 // namespace that uses the names of one instruction set and has sums_of_8(V).
 
-// Rounded down.
-TAVO_INLINE V average8(V left, V up) {
-  return add8(left & up, shift_right16<1>(left ^ up) & splat8(0x7F));
-}
+// Rounded down: what a complement loses by rounding up.
+TAVO_INLINE V average8(V left, V up) { return ~average8_up(~left, ~up); }
 
 TAVO_INLINE V difference8(V a, V b) { return sub8_clamped(a, b) | sub8_clamped(b, a); }
 TAVO_INLINE V select8(V mask, V a, V b) { return (mask & a) | (~mask & b); }

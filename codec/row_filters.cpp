@@ -1,7 +1,6 @@
 #include "codec/row_filters.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <numeric>
 
 #include "base/endian.h"
@@ -57,49 +56,76 @@ void undo_up(std::span<uint8_t> row, const uint8_t* above) {
   }
 }
 
-struct Average {
-  static uint32_t of(uint32_t left, uint32_t up, uint32_t) { return (left + up) / 2; }
-  static V of(V left, V up, V) { return average8(left, up); }
-};
-
-struct Paeth {
-  static uint32_t of(uint32_t left, uint32_t up, uint32_t corner) {
-    const auto value = [](uint32_t v) { return static_cast<int32_t>(v); };
-    const int32_t of_left = value(up) - value(corner), of_up = value(left) - value(corner);
-    const int32_t d_left = std::abs(of_left), d_up = std::abs(of_up);
-    const int32_t d_corner = std::abs(of_left + of_up);
-    const uint32_t nearer = d_left <= d_up ? left : up;
-    return d_corner < std::min(d_left, d_up) ? corner : nearer;
+// The next pixel from what was left of it and the one above. Each waits for the one on its left, so
+// what comes between the two is kept short, and all else is done beside it.
+class AverageUndoer {
+ public:
+  V next(V filtered, V up) {
+    complement_ = sub8(average8_up(complement_, ~up), filtered);  // average8(), see there
+    return ~complement_;
   }
-  static V of(V left, V up, V corner) { return paeth8(left, up, corner); }
+
+ private:
+  V complement_ = ~V{};  // of the last pixel
 };
 
-// A pixel after the other in a vector each. The next one is loaded before this one is stored, which
-// overruns it.
-template <class Predictor, size_t kPixel>
+// Paeth's choice (9.4) without distances. A corner above both left and up, or below, has the one
+// on its far side nearest to left + up - corner. One between them is nearest itself unless it is at
+// least twice as far from one of them as from the other, which then is. Twice as far from the least
+// is 2 (greatest - corner) <= corner - least, or greatest <= limit; from the greatest, limit <=
+// least. Both hold beyond the two as well. 16-bit elements.
+class PaethUndoer {
+ public:
+  V next(V filtered, V up) {
+    const V rest = unpack_low8(filtered, V{}), above = unpack_low8(up, V{});
+    const V limit = sub16(sub16(add16(corner_, add16(corner_, corner_)), above), left_);
+    const V least = min16(left_, above), greatest = max16(left_, above);
+    const V is_corner = greater16(greatest, limit);
+    const V near = select8(is_corner, add8(corner_, rest), add8(least, rest));
+    left_ = select8(greater16(limit, least), near, add8(greatest, rest));
+    corner_ = above;
+    return pack16_unsigned(left_, left_);
+  }
+
+ private:
+  V left_ = {}, corner_ = {};
+};
+
+// The next pixel is loaded before this one is stored, which overruns it.
+template <class Undoer, size_t kPixel>
 void undo_pixels(std::span<uint8_t> row, const uint8_t* above) {
   const auto load_pixel = [](const uint8_t* at) {
-    return kPixel <= 4 ? _mm_cvtsi32_si128(load_native<int32_t>(at))
-                       : _mm_loadl_epi64(reinterpret_cast<const V*>(at));
+    return kPixel <= 4 ? _mm_cvtsi32_si128(load_native<int32_t>(at)) : load_low64(at);
   };
-  V left = {}, corner = {};
+  Undoer undoer;
   V filtered = load_pixel(row.data());
   for (size_t i = 0; i < row.size(); i += kPixel) {
-    const V up = load_pixel(above + i);
     const V next = load_pixel(row.data() + i + kPixel);
-    left = add8(filtered, Predictor::of(left, up, corner));
-    kPixel <= 4 ? store_low32(row.data() + i, left) : store_low64(row.data() + i, left);
-    corner = up;
+    const V pixel = undoer.next(filtered, load_pixel(above + i));
+    kPixel <= 4 ? store_low32(row.data() + i, pixel) : store_low64(row.data() + i, pixel);
     filtered = next;
   }
 }
 
+// The same of a byte, which vectors are no gain for.
+struct AverageOfByte {
+  static int32_t of(int32_t left, int32_t up, int32_t) { return (left + up) / 2; }
+};
+struct PaethOfByte {
+  static int32_t of(int32_t left, int32_t up, int32_t corner) {
+    const int32_t limit = 3 * corner - up - left;
+    const int32_t least = std::min(left, up), greatest = std::max(left, up);
+    const int32_t near = greatest > limit ? corner : least;
+    return limit > least ? near : greatest;
+  }
+};
+
 template <class Predictor, size_t kPixel>
 void undo_bytes(std::span<uint8_t> row, const uint8_t* above) {
-  uint32_t left[kPixel] = {}, corner[kPixel] = {};
+  int32_t left[kPixel] = {}, corner[kPixel] = {};
   for (size_t i = 0; i < row.size(); i += kPixel) {
     for (size_t k = 0; k < kPixel; ++k) {
-      const uint32_t up = above[i + k];
+      const int32_t up = above[i + k];
       left[k] = (row[i + k] + Predictor::of(left[k], up, corner[k])) & 255;
       corner[k] = up;
       row[i + k] = static_cast<uint8_t>(left[k]);
@@ -107,21 +133,21 @@ void undo_bytes(std::span<uint8_t> row, const uint8_t* above) {
   }
 }
 
-template <class Predictor>
+template <class OfPixel, class OfByte>
 void undo_predicted(std::span<uint8_t> row, const uint8_t* above, size_t pixel_bytes) {
   switch (pixel_bytes) {
     case 1:
-      return undo_bytes<Predictor, 1>(row, above);
+      return undo_bytes<OfByte, 1>(row, above);
     case 2:
-      return undo_bytes<Predictor, 2>(row, above);
+      return undo_bytes<OfByte, 2>(row, above);
     case 3:
-      return undo_pixels<Predictor, 3>(row, above);
+      return undo_pixels<OfPixel, 3>(row, above);
     case 4:
-      return undo_pixels<Predictor, 4>(row, above);
+      return undo_pixels<OfPixel, 4>(row, above);
     case 6:
-      return undo_pixels<Predictor, 6>(row, above);
+      return undo_pixels<OfPixel, 6>(row, above);
     default:
-      return undo_pixels<Predictor, 8>(row, above);
+      return undo_pixels<OfPixel, 8>(row, above);
   }
 }
 
@@ -157,9 +183,9 @@ void undo(Filter filter, std::span<uint8_t> row, const uint8_t* above, size_t pi
     case Filter::kUp:
       return undo_up(row, above);
     case Filter::kAverage:
-      return undo_predicted<Average>(row, above, pixel_bytes);
+      return undo_predicted<AverageUndoer, AverageOfByte>(row, above, pixel_bytes);
     case Filter::kPaeth:
-      return undo_predicted<Paeth>(row, above, pixel_bytes);
+      return undo_predicted<PaethUndoer, PaethOfByte>(row, above, pixel_bytes);
   }
 }
 
