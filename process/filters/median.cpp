@@ -23,7 +23,9 @@ class Median final : public Filter {
     step_ = layout.step;
     row_bytes_ = layout.row_bytes;
     margin_ = size_ / 2 * step_;
-    TRY(columns_.allocate(row_bytes_ + 2 * uint64_t{margin_}));
+    columns_.count = row_bytes_ + 2 * margin_;
+    TRY(counts_.allocate(uint64_t{16} * MedianColumns::kHistograms * columns_.count));
+    columns_.counts = counts_.data();
     return band_.start(source, layout, size_ / 2, size_ / 2);
   }
 
@@ -33,14 +35,14 @@ class Median final : public Filter {
     TRY(band_.advance());
     if (has_begun_) {
       const uint8_t* const added = band_.rows()[size_ - 1];
-      kernels.exchange(columns_.data(), left - margin_, added - margin_, columns_.size());
+      kernels.exchange(columns_, left - margin_, added - margin_);
     } else {
       for (uint32_t k = 0; k < size_; ++k) {
-        kernels.add(columns_.data(), band_.rows()[k] - margin_, columns_.size());
+        kernels.add(columns_, band_.rows()[k] - margin_);
       }
       has_begun_ = true;
     }
-    kernels.medians(columns_.data(), row_bytes_, step_, size_, row);
+    kernels.medians(columns_, row_bytes_, step_, size_, row);
     return kOk;
   }
 
@@ -51,7 +53,8 @@ class Median final : public Filter {
   size_t margin_ = 0;
   bool has_begun_ = false;
   RowBand band_;
-  Array<MedianColumn> columns_;  // of the row and its repeated edges
+  Buffer counts_;
+  MedianColumns columns_ = {};  // of the row and its repeated edges
 };
 
 // Of 3 x 3 to 7 x 7, by networks of exchanges.

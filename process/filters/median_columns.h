@@ -13,22 +13,29 @@
 
 namespace tavo::process {
 
-// No more than 255 rows are counted.
-struct MedianColumn {
-  uint8_t upper[16];
-  uint8_t lower[16][16];
+// The histograms of `count` columns, of no more than 255 rows: sixteen counts, a byte each, for the
+// upper halves, then as many for the lower ones of each. Neighbouring columns stand together, as
+// near each other they have much the same values.
+struct MedianColumns {
+  static constexpr size_t kHistograms = 17;  // of a column
+
+  uint8_t* upper(size_t column) const { return counts + 16 * column; }
+  uint8_t* lower(uint32_t half, size_t column) const { return upper((half + 1) * count + column); }
+
+  uint8_t* counts;
+  size_t count;
 };
 
-// Rows have `count` bytes; a pixel's neighbours are `step` bytes away.
 struct MedianKernels {
   // Counts a row's bytes.
-  void (*add)(MedianColumn* columns, const uint8_t* row, size_t count);
+  void (*add)(MedianColumns columns, const uint8_t* row);
   // Counts a row's bytes instead of another's.
-  void (*exchange)(MedianColumn* columns, const uint8_t* old_row, const uint8_t* row, size_t count);
+  void (*exchange)(MedianColumns columns, const uint8_t* old_row, const uint8_t* row);
   // The medians of the squares around `count` bytes, by columns from that of the first square on.
-  void (*medians)(const MedianColumn* columns, size_t count, size_t step, uint32_t size,
-                  uint8_t* out);
+  // A pixel's neighbours are `step` columns away, up to kMaxMedianStep.
+  void (*medians)(MedianColumns columns, size_t count, size_t step, uint32_t size, uint8_t* out);
 };
+inline constexpr size_t kMaxMedianStep = 4;
 
 extern const MedianKernels kMedianKernelsSse2;
 extern const MedianKernels kMedianKernelsAvx2;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <span>
 
 #include "base/vector_avx2.h"
 #include "process/filters/median_columns.h"

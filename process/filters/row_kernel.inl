@@ -92,21 +92,24 @@ void slide(uint16_t* sums, const uint8_t* added, const uint8_t* removed, size_t 
   }
 }
 
+// Several sums at once, which share the work of going from column to column.
 void average(const uint16_t* sums, size_t step, uint32_t size, size_t count, uint8_t* out) {
   const SquareDivision division = square_division(size);
   const V half = splat16(static_cast<int>(size * size / 2));
   const V multiplier = splat16(division.multiplier);
-  constexpr size_t kParts = 32 / kBytes;
-  for (size_t i = 0; i < count; i += 16) {
-    V means[kParts];
-    for (size_t part = 0; part < kParts; ++part) {
-      const uint16_t* at = sums + i + part * (kBytes / 2);
-      V sum = half;
-      for (uint32_t k = 0; k < size; ++k, at += step) sum = add16(sum, load(at));
-      const V product = multiply_high16_unsigned(sum, multiplier);
-      means[part] = shift_right16(product, division.shift);
+  constexpr size_t kParts = 4, kPart = kBytes / 2;
+  static_assert(kParts * kPart <= kRowSlack);
+  for (size_t i = 0; i < count; i += kParts * kPart) {
+    V part[kParts] = {half, half, half, half};
+    const uint16_t* at = sums + i;
+    for (uint32_t k = 0; k < size; ++k, at += step) {
+      for (size_t p = 0; p < kParts; ++p) part[p] = add16(part[p], load(at + p * kPart));
     }
-    store_narrowed16(out + i, means);
+    for (V& sum : part) {
+      sum = shift_right16(multiply_high16_unsigned(sum, multiplier), division.shift);
+    }
+    store(out + i, in_order64(pack16_unsigned(part[0], part[1])));
+    store(out + i + kBytes, in_order64(pack16_unsigned(part[2], part[3])));
   }
 }
 

@@ -31,7 +31,7 @@ struct SquareDivision {
   uint16_t multiplier;
   uint8_t shift;
 };
-inline constexpr uint32_t kMaxNarrowWindow = 9;  // beyond, running sums are quicker
+inline constexpr uint32_t kMaxNarrowWindow = 15;  // whose sums fit 16 bits
 constexpr SquareDivision square_division(uint32_t size) {
   const uint32_t area = size * size;
   uint32_t shift = 0;
@@ -49,8 +49,8 @@ struct WideDivision {
 };
 constexpr WideDivision wide_division(uint32_t size) {
   const uint64_t area = uint64_t{size} * size;
-  const int32_t shift = size > 16 ? 40 : 38;
-  return {static_cast<uint32_t>(((uint64_t{1} << shift) + area - 1) / area), shift};
+  constexpr int32_t kShift = 40;
+  return {static_cast<uint32_t>(((uint64_t{1} << kShift) + area - 1) / area), kShift};
 }
 
 struct RowKernels {

@@ -20,12 +20,13 @@ struct Pixel {
   uint8_t bytes[kBytes];
 };
 
+// Rows are read upwards: so reading goes on into the next row, which is fetched ahead.
 void mirror_bytes(const uint8_t* row, uint8_t* out, size_t width) {
   size_t left = width;
-  for (; left >= 8; left -= 8, out += 8) {
-    store_native(out, __builtin_bswap64(load_native<uint64_t>(row + left - 8)));
+  for (; left >= 8; left -= 8, row += 8) {
+    store_native(out + left - 8, __builtin_bswap64(load_native<uint64_t>(row)));
   }
-  while (left > 0) *out++ = row[--left];
+  while (left > 0) out[--left] = *row++;
 }
 
 void mirror_triples(const uint8_t* row, uint8_t* out, size_t width) {
@@ -38,22 +39,22 @@ template <class Word>
 void mirror_words(const uint8_t* row, uint8_t* out, size_t width) {
   constexpr size_t kPixels = 8 / sizeof(Word);
   size_t left = width;
-  for (; left >= kPixels; left -= kPixels, out += 8) {
-    uint64_t word = std::rotl(load_native<uint64_t>(row + (left - kPixels) * sizeof(Word)), 32);
+  for (; left >= kPixels; left -= kPixels, row += 8) {
+    uint64_t word = std::rotl(load_native<uint64_t>(row), 32);
     if constexpr (kPixels == 4) {
       word = (word & 0x0000FFFF0000FFFF) << 16 | (word >> 16 & 0x0000FFFF0000FFFF);
     }
-    store_native(out, word);
+    store_native(out + (left - kPixels) * sizeof(Word), word);
   }
-  for (; left > 0; --left, out += sizeof(Word)) {
-    store_native(out, load_native<Word>(row + (left - 1) * sizeof(Word)));
+  for (; left > 0; --left, row += sizeof(Word)) {
+    store_native(out + (left - 1) * sizeof(Word), load_native<Word>(row));
   }
 }
 
 void mirror_longs(const uint8_t* row, uint8_t* out, size_t width) {
   size_t left = width;
-  for (; left >= 4; left -= 4, out += 16) {
-    sse2::store(out, sse2::reverse32(sse2::load(row + (left - 4) * 4)));
+  for (; left >= 4; left -= 4, row += 16) {
+    sse2::store(out + (left - 4) * 4, sse2::reverse32(sse2::load(row)));
   }
   mirror_words<uint32_t>(row, out, left);
 }
