@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/limits.h"
 #include "base/settings.h"
 
 namespace tavo::formats {
@@ -34,6 +35,21 @@ void average(const draw::Canvas& canvas, int32_t y, std::span<uint8_t> row) {
 }
 
 }  // namespace
+
+PageSize page_size(int64_t width, int64_t height) {
+  const int64_t longest = std::max<int64_t>({width, height, draw::kLargestSide});
+  const auto side = [longest](int64_t length) {
+    return static_cast<int32_t>(std::max<int64_t>(length * draw::kLargestSide / longest, 1));
+  };
+  return {side(width), side(height)};
+}
+
+Status check_page(int32_t width, int32_t height, uint64_t file_bytes) {
+  TRY(limits::check_picture(width, height));
+  constexpr uint64_t kOfAnyFile = 1 << 24, kOfEachByte = 1 << 16;
+  const uint64_t pixels = static_cast<uint64_t>(int64_t{width} * height);
+  return pixels <= kOfAnyFile + kOfEachByte * file_bytes ? kOk : kBadData;
+}
 
 int32_t draw_scale(int32_t width, int32_t height) {
   const int32_t longest = std::max({width, height, 1});

@@ -12,6 +12,18 @@
 
 namespace tavo::formats {
 
+struct PageSize {
+  int32_t width;
+  int32_t height;
+};
+
+// Sides of a pixel or more, brought down evenly to what a page may have.
+PageSize page_size(int64_t width, int64_t height);
+
+// Whether a file of that many bytes may have such a page: pages that a few bytes draw are small;
+// posters of 16 million pixels may take none. kBadData, or what the limits say.
+Status check_page(int32_t width, int32_t height, uint64_t file_bytes);
+
 // How many times as large as at the screen's resolution pages are, as T_SetDrawScale has it; less
 // where a side would be too long.
 int32_t draw_scale(int32_t width, int32_t height);

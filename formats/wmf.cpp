@@ -4,7 +4,6 @@
 
 #include "base/buffer.h"
 #include "base/byte_source.h"
-#include "base/limits.h"
 #include "core/bitmap.h"
 #include "core/progress.h"
 #include "core/rows.h"
@@ -22,19 +21,11 @@ namespace {
 
 using process::RowDelivery;
 
-// Pages that a few bytes draw are small; posters of 16 million pixels may take none.
-Status check_page(uint64_t width, uint64_t height, uint64_t file_bytes) {
-  TRY(limits::check_picture(static_cast<int64_t>(width), static_cast<int64_t>(height)));
-  constexpr uint64_t kOfAnyFile = 1 << 24, kOfEachByte = 1 << 16;
-  return width * height <= kOfAnyFile + kOfEachByte * file_bytes ? kOk : kBadData;
-}
-
 Status scan_file(io::InputFile& file, Records& records, uint32_t file_bytes, Contents& contents) {
   TRY(records.start(file_bytes));
   TRY(scan(file, records, contents));
   if (contents.content == Content::kBitmap) return kOk;  // it has been found to be there
-  TRY(check_page(static_cast<uint32_t>(contents.width), static_cast<uint32_t>(contents.height),
-                 file_bytes));
+  TRY(formats::check_page(contents.width, contents.height, file_bytes));
   if (contents.content != Content::kDrawing) return kOk;
   const int32_t scale = formats::draw_scale(contents.screen_width, contents.screen_height);
   contents.width = contents.screen_width * scale;

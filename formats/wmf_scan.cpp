@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "draw/canvas.h"
+#include "formats/drawn_page.h"
 #include "formats/wmf_state.h"
 
 namespace tavo::wmf {
@@ -18,16 +19,6 @@ constexpr int32_t kFrame = 1 << 24;
 constexpr int32_t kMayMiss = kFrame / 100;  // of a picture that still counts as the whole one
 
 constexpr int64_t divided(int64_t a, int64_t b) { return (a + b / 2) / b; }
-
-// Brings the sides down to what a page may have, evenly.
-void limit_page(int64_t width, int64_t height, Contents& contents) {
-  const int64_t longest = std::max<int64_t>({width, height, draw::kLargestSide});
-  const auto side = [longest](int64_t length) {
-    return static_cast<int32_t>(std::max<int64_t>(length * draw::kLargestSide / longest, 1));
-  };
-  contents.width = side(width);
-  contents.height = side(height);
-}
 
 // A record that leaves something on the page.
 bool is_drawing(uint16_t function) {
@@ -68,10 +59,10 @@ class Scanner {
   }
 
   void set_screen(int64_t width, int64_t height) {
-    limit_page(width, height, contents_);
+    const formats::PageSize page = formats::page_size(width, height);
     Mapping& mapping = states_.now.mapping;
-    mapping.pixel_width = contents_.screen_width = contents_.width;
-    mapping.pixel_height = contents_.screen_height = contents_.height;
+    mapping.pixel_width = contents_.screen_width = contents_.width = page.width;
+    mapping.pixel_height = contents_.screen_height = contents_.height = page.height;
     has_screen_ = true;
   }
 

@@ -168,6 +168,9 @@ Status scan_page(io::InputFile& file, uint32_t file_bytes, Contents& contents) {
   TRY(scan(file, file_bytes, settings.page_number, contents));
   const StoredBitmap& bitmap = contents.bitmap;
   TRY(limits::check(T_LIMIT_PAGES, static_cast<uint64_t>(contents.page)));
+  if (is_drawn(contents)) {
+    return formats::check_page(contents.width, contents.height, file_bytes);
+  }
   TRY(limits::check_picture(bitmap.width, bitmap.height));
   return formats::check_repeating(bitmap.width, bitmap.height, file_bytes);
 }

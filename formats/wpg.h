@@ -1,5 +1,5 @@
 // WordPerfect Graphics (WPG): the bitmaps of version 1 and 2 files; version 1 is written. Without a
-// bitmap the drawing of version 1 is drawn; PostScript is skipped.
+// bitmap the drawing is drawn; PostScript is skipped.
 // Facts: WordPerfect Corporation, "WordPerfect 5.1 File Formats", WPG; the same for 6.0.
 #pragma once
 

@@ -8,7 +8,7 @@
 #include "base/list.h"
 #include "base/trigonometry.h"
 #include "color/palettes.h"
-#include "draw/text.h"
+#include "formats/wpg_sheet.h"
 #include "formats/wpg_walk.h"
 
 namespace tavo::wpg {
@@ -20,9 +20,9 @@ constexpr uint8_t kNothing = 0, kSolid = 1;  // styles of lines and fills; other
 class Drawing {
  public:
   Drawing(Walk& walk, const Contents& contents, draw::Painter& painter, int32_t scale)
-      : walk_(walk), contents_(contents), painter_(painter), scale_(scale) {
+      : walk_(walk), sheet_(contents.frame, painter, scale) {
     default_palette(palette_);
-    text_.width = text_.height = kUnitsPerInch / 6;  // twelve points
+    text_.height = kUnitsPerInch / 6;  // twelve points
   }
 
   Status run() {
@@ -59,18 +59,6 @@ class Drawing {
     }
   }
 
-  // Positions count upward from the lower left corner.
-  draw::Point at(int64_t x, int64_t y) const {
-    const draw::Canvas& canvas = painter_.canvas();
-    const auto scaled = [](int64_t units, int64_t pixels, int64_t all) {
-      return draw::limited((2 * units * pixels * draw::kSubpixels + all) / (2 * all));
-    };
-    return {scaled(x, canvas.width(), contents_.width_units),
-            scaled(contents_.height_units - y, canvas.height(), contents_.height_units)};
-  }
-  int32_t length(int64_t units) const { return std::abs(at(units, 0).x - at(0, 0).x); }
-  int32_t pixel() const { return draw::kSubpixels * scale_; }
-
   void take_colors() {
     std::array<uint8_t, 4> head;  // first entry, count
     if (!walk_.take(head)) return;
@@ -95,8 +83,11 @@ class Drawing {
       line_color_ = bytes[1];
       line_width_ = load_le16(&bytes[2]);
     } else {
-      text_ = {load_le16(&bytes[0]), load_le16(&bytes[2]), bytes[17], bytes[18], bytes[19],
-               load_le16(&bytes[20])};
+      text_.height = load_le16(&bytes[2]);
+      text_.across = static_cast<Across>(std::min<uint8_t>(bytes[17], 2));
+      text_.up = static_cast<Up>(std::min<uint8_t>(bytes[18], 2));
+      text_color_ = bytes[19];
+      text_.angle = load_le16(&bytes[20]) % 360 * 100;
     }
   }
 
@@ -107,22 +98,21 @@ class Drawing {
       brush.kind = draw::Brush::Kind::kBits;
       brush.bits = draw::hatch_bits(fill_style_ % 6u);
       brush.is_transparent = true;
-      brush.cell = scale_;
+      brush.cell = sheet_.scale();
     }
-    return painter_.fill(shape_, draw::FillRule::kAlternate, brush, draw::kCopyBrush);
+    return sheet_.fill(shape_, draw::FillRule::kAlternate, brush);
   }
 
   Status stroke(draw::Ends ends) {
     if (line_style_ == kNothing) return kOk;
-    const draw::Pen pen = draw::Pen::round(std::max(length(line_width_), pixel()));
-    return painter_.stroke(shape_, ends, pen, draw::solid(palette_[line_color_]), draw::kCopyBrush);
+    return sheet_.stroke(shape_, ends, line_width_, palette_[line_color_]);
   }
 
   bool take_point(draw::Point& point) {
     std::array<uint8_t, 4> bytes;
     if (!walk_.take(bytes)) return false;
-    point =
-        at(static_cast<int16_t>(load_le16(&bytes[0])), static_cast<int16_t>(load_le16(&bytes[2])));
+    point = sheet_.at(static_cast<int16_t>(load_le16(&bytes[0])),
+                      static_cast<int16_t>(load_le16(&bytes[2])));
     return true;
   }
 
@@ -164,14 +154,14 @@ class Drawing {
     const auto word = [&bytes](size_t i) { return static_cast<int16_t>(load_le16(&bytes[2 * i])); };
     shape_.clear();
     if (!is_ellipse) {
-      const draw::Point low = at(word(0), word(1));
-      const draw::Point high = at(int64_t{word(0)} + word(2), int64_t{word(1)} + word(3));
+      const draw::Point low = sheet_.at(word(0), word(1));
+      const draw::Point high = sheet_.at(int64_t{word(0)} + word(2), int64_t{word(1)} + word(3));
       TRY(shape_.add_box({low.x, high.y, high.x, low.y}));
       TRY(fill());
       return stroke(draw::Ends::kClosed);
     }
-    const draw::Point low = at(int64_t{word(0)} - word(2), int64_t{word(1)} - word(3));
-    const draw::Point high = at(int64_t{word(0)} + word(2), int64_t{word(1)} + word(3));
+    const draw::Point low = sheet_.at(int64_t{word(0)} - word(2), int64_t{word(1)} - word(3));
+    const draw::Point high = sheet_.at(int64_t{word(0)} + word(2), int64_t{word(1)} + word(3));
     const draw::Box box = {low.x, high.y, high.x, low.y};
     const int32_t turn = within_turn(word(6) - word(5), 360);
     if (turn == 0) {
@@ -203,47 +193,17 @@ class Drawing {
     std::array<uint8_t, 6> head;
     if (!walk_.take(head)) return kOk;
     List<uint8_t> characters;
-    List<int32_t> places;
     TRY(characters.extend(
         static_cast<size_t>(std::min<uint64_t>(load_le16(&head[0]), walk_.left_in_file()))));
-    TRY(places.extend(characters.size()));
     if (!walk_.take(characters.items())) return kOk;
-    draw::TextLine line;
-    line.face.height = line.face.width = length(text_.height);
-    line.face.angle = text_.degrees % 360 * 100;
-    line.face.thinnest = pixel();
-    for (size_t i = 0; i < characters.size(); ++i) {
-      places[i] = line.length;
-      line.length = draw::limited(int64_t{line.length} + line.face.advance(characters[i]));
-    }
-    line.characters = characters.items();
-    line.places = places.items();
-    line.origin =
-        at(static_cast<int16_t>(load_le16(&head[2])), static_cast<int16_t>(load_le16(&head[4])));
-    constexpr uint8_t kMiddle = 1, kFar = 2;
-    const int32_t back = text_.across == kMiddle ? line.length / 2
-                         : text_.across == kFar  ? line.length
-                                                 : 0;
-    const int32_t down = text_.up == kMiddle ? line.face.ascent() / 2
-                         : text_.up == kFar  ? line.face.ascent()
-                                             : 0;
-    line.origin = draw::point_of_text(line, -back, -down);
-    return draw::draw_text(painter_, line, draw::solid(palette_[text_.color]), draw::kCopyBrush);
+    text_.color = palette_[text_color_];
+    const draw::Point position = sheet_.at(static_cast<int16_t>(load_le16(&head[2])),
+                                           static_cast<int16_t>(load_le16(&head[4])));
+    return sheet_.put_text(text_, position, characters.items());
   }
 
-  struct TextStyle {
-    int32_t width = 0;
-    int32_t height = 0;
-    uint8_t across = 0;  // 1: the position is the middle of the line, 2: its end
-    uint8_t up = 0;      // 0: the base line, 1: the middle, 2: the top
-    uint8_t color = 0;
-    int32_t degrees = 0;
-  };
-
   Walk& walk_;
-  const Contents& contents_;
-  draw::Painter& painter_;
-  int32_t scale_;
+  Sheet sheet_;
   T_PaletteEntry palette_[256];
   uint8_t fill_style_ = kNothing;
   uint8_t fill_color_ = 0;
@@ -251,6 +211,7 @@ class Drawing {
   uint8_t line_color_ = 0;
   uint16_t line_width_ = 0;
   TextStyle text_;
+  uint8_t text_color_ = 0;
   draw::Shape shape_;
 };
 
@@ -262,7 +223,8 @@ Status draw_records(io::InputFile& file, uint32_t file_bytes, const Contents& co
   ByteSource bytes(file);
   TRY(bytes.start());
   Walk walk(bytes, contents.first_record, file_bytes);
-  const Status status = Drawing(walk, contents, painter, scale).run();
+  const Status status = contents.is_version2 ? draw_records2(walk, contents, painter, scale)
+                                             : Drawing(walk, contents, painter, scale).run();
   TRY(bytes.failure());
   return status;
 }

@@ -1,4 +1,4 @@
-// What the records of a WordPerfect Graphics file, version 1, draw.
+// What the records of a WordPerfect Graphics file draw.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,7 @@
 #include "base/status.h"
 #include "draw/painter.h"
 #include "formats/wpg_records.h"
+#include "formats/wpg_walk.h"
 #include "io/input_file.h"
 
 namespace tavo::wpg {
@@ -14,5 +15,8 @@ namespace tavo::wpg {
 // for a file that ends early, after what there is has been drawn.
 Status draw_records(io::InputFile& file, uint32_t file_bytes, const Contents& contents,
                     draw::Painter& painter, int32_t scale);
+
+// The same for the records of version 2 that `walk` is in front of.
+Status draw_records2(Walk& walk, const Contents& contents, draw::Painter& painter, int32_t scale);
 
 }  // namespace tavo::wpg

@@ -8,28 +8,19 @@
 #include "base/byte_source.h"
 #include "base/endian.h"
 #include "color/palettes.h"
+#include "formats/drawn_page.h"
+#include "formats/wpg_object.h"
 #include "formats/wpg_walk.h"
 
 namespace tavo::wpg {
 
 namespace {
 
-// Types of records of version 2.
-constexpr uint8_t kStart2 = 0x01, kEnd2 = 0x02, kColorMap2 = 0x0C, kBitmapData = 0x0E;
-constexpr uint8_t kBitmapPlace = 0x1B;
-
 // Rotation word of bitmap type 2.
 constexpr uint32_t kDegrees = 0x0FFF, kFlipped = 0x2000, kMirrored = 0x8000;
 
-int32_t screen_pixels(uint32_t units, uint32_t units_per_inch) {
-  if (units_per_inch == 0) units_per_inch = kUnitsPerInch;
-  const uint32_t pixels = (units * kScreenDotsPerInch + units_per_inch / 2) / units_per_inch;
-  return static_cast<int32_t>(std::max(pixels, 1u));
-}
-
-uint32_t distance(const uint8_t* from, const uint8_t* to) {
-  return static_cast<uint32_t>(
-      std::abs(static_cast<int16_t>(load_le16(to)) - static_cast<int16_t>(load_le16(from))));
+int64_t screen_pixels(int64_t units, int64_t units_per_inch) {
+  return (units * kScreenDotsPerInch + units_per_inch / 2) / units_per_inch;
 }
 
 class Scanner {
@@ -55,11 +46,9 @@ class Scanner {
       case kStart: {
         std::array<uint8_t, 6> start;  // version, flags, width, height
         if (!walk_.take(start)) return;
-        contents_.width_units = load_le16(&start[2]);
-        contents_.height_units = load_le16(&start[4]);
-        contents_.width = screen_pixels(contents_.width_units, kUnitsPerInch);
-        contents_.height = screen_pixels(contents_.height_units, kUnitsPerInch);
-        return;
+        contents_.frame.width = load_le16(&start[2]);
+        contents_.frame.height = load_le16(&start[4]);
+        return set_screen(kUnitsPerInch, kUnitsPerInch);
       }
       case kColorMap:
         return take_color_map(3);
@@ -77,7 +66,7 @@ class Scanner {
       case kEllipse:
       case kText:
       case kCurve:
-        contents_.has_drawing = contents_.width_units != 0 && contents_.height_units != 0;
+        contents_.has_drawing = has_page();
         return;
       default:
         return;
@@ -103,33 +92,73 @@ class Scanner {
 
   void take_record2() {
     switch (walk_.type()) {
-      case kStart2: {
-        std::array<uint8_t, 13> start;  // units per inch, precision, corners of 16 bits
-        if (!walk_.take(start)) return;
-        has_words_ = start[4] == 0;
-        if (!has_words_) return;
-        contents_.width = screen_pixels(distance(&start[5], &start[9]), load_le16(&start[0]));
-        contents_.height = screen_pixels(distance(&start[7], &start[11]), load_le16(&start[2]));
-        return;
-      }
+      case kStart2:
+        return take_start2();
       case kColorMap2:
         return take_color_map(4);
-      case kBitmapPlace: {
-        std::array<uint8_t, 10> place;  // flags, corners; with some flags a transformation between
-        constexpr uint32_t kPlain = 0xFF00;
-        place_width_ = place_height_ = 0;
-        if (!has_words_ || !walk_.take(place)) return;
-        if ((load_le16(place.data()) & ~kPlain) != 0) return;
-        place_width_ = distance(&place[2], &place[6]);
-        place_height_ = distance(&place[4], &place[8]);
-        return;
-      }
+      case kBitmapPlace:
+        return take_place();
       case kBitmapData:
         return take_bitmap2();
+      case kPolyline2:
+      case kSpline2:
+      case kCurve2:
+      case kRectangle2:
+      case kArc2:
+      case kTextLine:
+        contents_.has_drawing = has_page();
+        return;
       default:
         return;
     }
   }
+
+  // Units per inch, precision, two boxes, the second of which is the page. What has none there gets
+  // the first one.
+  void take_start2() {
+    std::array<uint8_t, 5> head;
+    if (!walk_.take(head) || head[4] > 1) return;
+    contents_.is_long = head[4] != 0;
+    const auto units = [](const uint8_t* bytes) {
+      const uint32_t count = load_le16(bytes);
+      return count == 0 ? kUnitsPerInch : count;
+    };
+    contents_.units_per_inch = units(&head[0]);
+    for (int i = 0; i < 2; ++i) {
+      Position from, to;
+      if (!take_box(from, to)) break;
+      if (from.x == to.x || from.y == to.y) continue;
+      contents_.frame = {std::min(from.x, to.x), std::min(from.y, to.y), std::abs(to.x - from.x),
+                         std::abs(to.y - from.y)};
+    }
+    set_screen(kOne * contents_.units_per_inch, kOne * units(&head[2]));
+  }
+
+  // Flags, corners; with some flags a transformation between.
+  void take_place() {
+    constexpr uint32_t kPlain = 0xFF00;
+    place_width_ = place_height_ = 0;
+    std::array<uint8_t, 2> flags;
+    Position from, to;
+    if (!walk_.take(flags) || (load_le16(flags.data()) & ~kPlain) != 0) return;
+    if (!take_box(from, to)) return;
+    place_width_ = std::abs(to.x - from.x) / kOne;
+    place_height_ = std::abs(to.y - from.y) / kOne;
+  }
+
+  bool take_box(Position& from, Position& to) {
+    const bool is_long = contents_.is_long;
+    return walk_.take_position(is_long, from.x) && walk_.take_position(is_long, from.y) &&
+           walk_.take_position(is_long, to.x) && walk_.take_position(is_long, to.y);
+  }
+
+  void set_screen(int64_t x_units_per_inch, int64_t y_units_per_inch) {
+    const auto size = formats::page_size(screen_pixels(contents_.frame.width, x_units_per_inch),
+                                         screen_pixels(contents_.frame.height, y_units_per_inch));
+    contents_.width = size.width;
+    contents_.height = size.height;
+  }
+  bool has_page() const { return contents_.frame.width != 0 && contents_.frame.height != 0; }
 
   void take_bitmap2() {
     std::array<uint8_t, 6> head;  // width, height, depth code, coding
@@ -141,7 +170,7 @@ class Scanner {
     const bool is_known = head[4] < std::size(kBitsOfCode) && head[5] <= 1;
     bitmap.bits = is_known ? kBitsOfCode[head[4]] : 0;
     bitmap.coding = head[5] == 0 ? Coding::kNone : Coding::kRuns2;
-    const auto dots = [](uint32_t pixels, uint32_t units) {
+    const auto dots = [](int64_t pixels, int64_t units) {
       return units == 0 ? 0 : static_cast<int32_t>((pixels * kUnitsPerInch + units / 2) / units);
     };
     bitmap.x_resolution = dots(bitmap.width, place_width_);
@@ -186,9 +215,8 @@ class Scanner {
   Contents& contents_;
   T_PaletteEntry palette_[256];
   bool has_palette_ = false;
-  bool has_words_ = false;  // version 2: coordinates have 16 bits
-  uint32_t place_width_ = 0;
-  uint32_t place_height_ = 0;
+  int64_t place_width_ = 0;
+  int64_t place_height_ = 0;
 };
 
 }  // namespace
@@ -210,6 +238,7 @@ Status scan(io::InputFile& file, uint32_t file_bytes, int32_t page, Contents& co
   if (contents.is_encrypted || first >= file_bytes) return kOk;
 
   contents.first_record = first;
+  contents.is_version2 = version == 2;
   TRY(file.seek(first));
   ByteSource bytes(file);
   TRY(bytes.start());

@@ -23,6 +23,14 @@ inline constexpr uint8_t kTextStyle = 0x0D, kCurve = 0x13;
 inline constexpr uint8_t kBitmap1 = 0x0B, kColorMap = 0x0E, kStart = 0x0F, kEnd = 0x10;
 inline constexpr uint8_t kBitmap2 = 0x14;
 
+// Types of records of version 2.
+inline constexpr uint8_t kStart2 = 0x01, kEnd2 = 0x02, kColorMap2 = 0x0C, kBitmapData = 0x0E;
+inline constexpr uint8_t kTextData = 0x0F, kPolyline2 = 0x15, kSpline2 = 0x16, kCurve2 = 0x17;
+inline constexpr uint8_t kRectangle2 = 0x18, kArc2 = 0x19, kCompound = 0x1A, kBitmapPlace = 0x1B;
+inline constexpr uint8_t kTextLine = 0x1C, kPenColor = 0x25, kLongPenColor = 0x26;
+inline constexpr uint8_t kPenSize = 0x2B, kLongPenSize = 0x2C, kBrushColor = 0x31;
+inline constexpr uint8_t kLongBrushColor = 0x32;
+
 inline constexpr uint32_t kUnitsPerInch = 1200;
 inline constexpr int32_t kScreenDotsPerInch = 96;
 
@@ -40,6 +48,14 @@ struct StoredBitmap {
   uint64_t data_bytes = 0;  // that the file has
 };
 
+// Where the page of a drawing is, in the units of positions.
+struct Frame {
+  int64_t left = 0;
+  int64_t bottom = 0;
+  int64_t width = 0;
+  int64_t height = 0;
+};
+
 struct Contents {
   bool is_encrypted = false;
   int32_t count = 0;    // of bitmaps
@@ -49,9 +65,11 @@ struct Contents {
   bool has_palette = false;  // a colour map stands before the bitmap
   int32_t width = 1;         // of the drawing, in pixels at 96 per inch
   int32_t height = 1;
-  uint32_t width_units = 0;  // of version 1
-  uint32_t height_units = 0;
-  bool has_drawing = false;  // of version 1
+  Frame frame;
+  bool has_drawing = false;
+  bool is_version2 = false;
+  bool is_long = false;  // positions of version 2 have 32 bits
+  uint32_t units_per_inch = kUnitsPerInch;
   uint32_t first_record = 0;
 };
 

@@ -10,6 +10,13 @@
 
 namespace tavo::wpg {
 
+// In the units of the file; those of version 2 in 65536ths.
+struct Position {
+  int64_t x = 0;
+  int64_t y = 0;
+};
+inline constexpr int64_t kFarthest = int64_t{1} << 31;
+
 class Walk {
  public:
   Walk(ByteSource& bytes, uint64_t position, uint64_t file_bytes)
@@ -23,14 +30,16 @@ class Walk {
     uint8_t head[2] = {};
     if (!take({head, is_version2 ? size_t{2} : size_t{1}})) return false;
     type_ = head[is_version2 ? 1 : 0];
-    uint32_t extension = 0, length = 0;  // the class and extensions of version 2 say nothing of it
-    if (is_version2 && !take_length(extension)) return false;
+    uint32_t length = 0;
+    if (is_version2 && !take_length(extension_)) return false;
     if (!take_length(length)) return false;
     left_ = length;
     return true;
   }
 
   uint8_t type() const { return type_; }
+  // Of version 2: how many of the records that follow belong to this one.
+  uint32_t extension() const { return extension_; }
   uint64_t position() const { return position_; }
   // Bytes of the record that are to come; as far as the file goes.
   uint64_t left() const { return left_; }
@@ -43,6 +52,14 @@ class Walk {
     if (left_ < into.size() || !bytes_.read(into).ok()) return false;
     left_ -= into.size();
     position_ += into.size();
+    return true;
+  }
+
+  // Of version 2, in 65536ths: a signed word, or `is_long`, two of which one is behind the point.
+  bool take_position(bool is_long, int64_t& position) {
+    uint8_t bytes[4] = {};
+    if (!take(is_long ? std::span<uint8_t>(bytes) : std::span(bytes).subspan(2))) return false;
+    position = static_cast<int32_t>(load_le32(bytes));
     return true;
   }
 
@@ -65,6 +82,7 @@ class Walk {
   uint64_t position_;
   uint64_t file_bytes_;
   uint64_t left_ = 0;  // of the record
+  uint32_t extension_ = 0;
   uint8_t type_ = 0;
 };
 

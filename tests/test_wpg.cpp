@@ -204,6 +204,82 @@ TEST(Wpg, DrawingsWithoutABitmapAreDrawn) {
   }
 }
 
+Bytes record2(uint8_t type, const char* data, uint8_t extension = 0) {
+  const Bytes bytes = hex(data);
+  return join({{0, type, extension, static_cast<uint8_t>(bytes.size())}, bytes});
+}
+
+// Pages of 4 x 2 pixels, whose lower left corner is (100, -25).
+Bytes drawing2(std::initializer_list<Bytes> records) {
+  return wpg_file(2, {record2(1, "B004B004 00 0000000000000000 6400E7FF96000000"), join(records),
+                      record2(2, "")});
+}
+
+TEST(Wpg, DrawingsOfVersion2AreDrawn) {
+  const Bytes green = record2(0x31, "00 00AA0000"),
+              left_half = record2(0x18, "0020 6400E7FF 7D000000 00000000");
+  const char* const left = "00AA00 00AA00 FFFFFF FFFFFF 00AA00 00AA00 FFFFFF FFFFFF";
+  const char* const right = "FFFFFF FFFFFF 00AA00 00AA00 FFFFFF FFFFFF 00AA00 00AA00";
+  const char* const all = "00AA00 00AA00 00AA00 00AA00 00AA00 00AA00 00AA00 00AA00";
+  const struct {
+    const char* what;
+    std::initializer_list<Bytes> records;
+    const char* rows;
+  } cases[] = {
+      {"a rectangle", {green, left_half}, left},
+      {"long colours", {record2(0x32, "00 FF00 00AA 0100 0000"), left_half}, left},
+      {"a gradient: its middle",
+       {record2(0x31, "01 0200 00AA0000 00AA0000 0080"), left_half},
+       left},
+      {"clear by half",
+       {record2(0x31, "00 01550180"), record2(0x15, "0020 0300 6400E7FF C800E7FF 64004B00")},
+       "80AA80 80AA80 80AA80 80AA80 80AA80 80AA80 80AA80 80AA80"},
+      {"moved, with a lock and a number",
+       {green,
+        record2(0x18,
+                "A220 00000000 05800600 000019000000 000000000000 6400E7FF 7D000000 00000000")},
+       right},
+      {"scaled", {green, record2(0x18, "0820 00000200 00000200 3200F3FF 4B000C00 00000000")}, all},
+      {"turned",
+       {green,
+        record2(0x18,
+                "1020 00005A00 00000000 00000000 00000100 0000FFFF 00007D00 19009600 00000000")},
+       right},
+      {"two contours, moved together",
+       {green, record2(0x1A, "0220 0000E7FFFFFF 000000000000", 2),
+        record2(0x15, "0000 0400 7D00E7FF E100E7FF E1001900 7D001900"),
+        record2(0x18, "0000 9600E7FF C8001900 00000000"), record2(0x31, "00 00000000")},
+       left},
+      {"an ellipse", {green, record2(0x19, "0020 7D00F3FF 64006400 00000000 00000000")}, all},
+      {"a wide line",
+       {record2(0x26, "00AA0000"), record2(0x2B, "32003200"),
+        record2(0x16, "0080 0200 6400E7FF FA00E7FF")},
+       all},
+      {"a thin curve",
+       {record2(0x25, "00AA0000"),
+        record2(0x17, "0080 0200 0000F9FF 0000F9FF 0000F9FF 2C01F9FF 2C01F9FF 2C01F9FF")},
+       "00AA00 00AA00 00AA00 00AA00 FFFFFF FFFFFF FFFFFF FFFFFF"},
+  };
+  for (const auto& c : cases) {
+    Bitmap bitmap;
+    ASSERT_EQ(load(drawing2(c.records), bitmap, 24, T_ORDER_RGB), T_OK) << c.what;
+    EXPECT_EQ(rgb(bitmap.get()), hex(c.rows)) << c.what;
+  }
+  // Positions of 32 bits; dashes of twelve points.
+  const Bytes text = wpg_file(
+      2,
+      {record2(
+           1,
+           "B004B004 01 00000000 00000000 00009001 0000C800 00000000 00000000 00009001 0000C800"),
+       record2(0x1C, "0000 0000 00001400 00001400 0003 00000000", 1),
+       record2(0x0F, "D41B0C00000200 5802 0C00D4 2D 84 2D"), record2(2, "")});
+  Bitmap bitmap;
+  ASSERT_EQ(load(text, bitmap, 24, T_ORDER_RGB), T_OK);
+  EXPECT_EQ(bitmap->Width, 32);
+  const Bytes drawn = rgb(bitmap.get());
+  EXPECT_GT(std::ranges::count(drawn, 0), 3 * 4);
+}
+
 TEST(Wpg, WritesExactlyThis) {
   Disk disk;
   Bitmap picture;
@@ -232,7 +308,9 @@ FormatCase wpg_case() {
                                                  bitmap1(3, 2, 8, hex("06 010203040506"))}))})},
       {"version 2", version2(5, 3, 4, 1, hex("7D01 04 0102030405 7E 84 01 FE 01"))},
       {"plain 24 bits", version2(2, 2, 8, 0, hex("7D01 010203040506 0708090A0B0C"))},
-      {"24 bits", version2(3, 2, 8, 1, hex("7D03 82 010203 FD 02"))}};
+      {"24 bits", version2(3, 2, 8, 1, hex("7D03 82 010203 FD 02"))},
+      {"drawn", drawing2({record2(0x31, "00 FF800000"),
+                          record2(0x19, "00F0 7D00F3FF 19000A00 00000000 00000000")})}};
   return wpg;
 }
 
