@@ -32,6 +32,14 @@ Status Canvas::start(int32_t width, int32_t height, int32_t rows, uint32_t order
   return kOk;
 }
 
+void Canvas::start_noting(int32_t width, int32_t height) {
+  width_ = width;
+  height_ = rows_ = bottom_ = height;
+  is_noting_ = true;
+  work_left_ = kWorkOfAnyPage;
+  clear_clip();
+}
+
 void Canvas::begin_band(int32_t top) {
   top_ = top;
   bottom_ = std::min(top + rows_, height_);
@@ -63,6 +71,13 @@ Status Canvas::clipped(int32_t y, int32_t left, int32_t right, Use use) {
   left = std::max(left, clip_box_.left);
   right = std::min(right, clip_box_.right);
   if (left >= right) return kOk;
+  if (is_noting_) {
+    const bool is_first = noted_.is_empty();
+    noted_ = is_first ? Box{left, y, right, y + 1}
+                      : Box{std::min(noted_.left, left), std::min(noted_.top, y),
+                            std::max(noted_.right, right), std::max(noted_.bottom, y + 1)};
+    return spend(1);
+  }
   TRY(spend(right - left));
   return has_clip_ ? clip_.clip(y, left, right, use) : use(left, right);
 }

@@ -25,6 +25,10 @@ class Canvas {
   // A page with room for `rows` of its rows; `order` is that of its pixels (T_ORDER_). kNoMemory.
   Status start(int32_t width, int32_t height, int32_t rows, uint32_t order);
 
+  // A page without pixels, of which is noted where it is drawn on.
+  void start_noting(int32_t width, int32_t height);
+  const Box& noted() const { return noted_; }
+
   // Makes the rows from `top` on white, and takes away the clip.
   void begin_band(int32_t top);
 
@@ -77,6 +81,8 @@ class Canvas {
   Box clip_box_;
   Region clip_;
   bool has_clip_ = false;  // clip_ is more than a box
+  bool is_noting_ = false;
+  Box noted_;
   int64_t work_left_ = 0;
 };
 

@@ -24,6 +24,7 @@ using process::RowDelivery;
 Status scan_file(io::InputFile& file, Records& records, uint32_t file_bytes, Contents& contents) {
   TRY(records.start(file_bytes));
   TRY(scan(file, records, contents));
+  if (contents.has_no_window) TRY(measure(records, contents));
   if (contents.content == Content::kBitmap) return kOk;  // it has been found to be there
   TRY(formats::check_page(contents.width, contents.height, file_bytes));
   if (contents.content != Content::kDrawing) return kOk;

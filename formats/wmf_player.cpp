@@ -18,11 +18,34 @@ Status Player::play(const Contents& contents) {
     mapping.y_origin = header.top;
     mapping.x_extent = header.right - header.left;
     mapping.y_extent = header.bottom - header.top;
+  } else if (contents.has_no_window) {
+    mapping.x_extent = contents.screen_width;
+    mapping.y_extent = contents.screen_height;
+    mapping.left = contents.corner.x * (mapping.width / contents.screen_width);
+    mapping.top = contents.corner.y * (mapping.height / contents.screen_height);
   }
   TRY(records_.go_to(header.first_record));
   while (records_.next()) TRY(take());
   TRY(records_.failure());
   return records_.is_cut() ? kReadError : kOk;
+}
+
+Status measure(Records& records, Contents& contents) {
+  constexpr int32_t kSide = draw::kLargestSide, kMiddle = kSide / 2;
+  draw::Canvas canvas;
+  canvas.start_noting(kSide, kSide);
+  draw::Painter painter(canvas);
+  contents.screen_width = contents.screen_height = kSide;
+  contents.corner = {-kMiddle, -kMiddle};
+  const Status status = Player(records, painter, 1).play(contents);
+  const bool has_page = status != kBadData && !canvas.noted().is_empty();
+  const draw::Box box = has_page ? canvas.noted() : draw::Box{0, 0, 1, 1};
+  contents.corner = {box.left - kMiddle, box.top - kMiddle};
+  contents.width = contents.screen_width = box.right - box.left;
+  contents.height = contents.screen_height = box.bottom - box.top;
+  if (!has_page) return kOk;
+  contents.content = Content::kDrawing;
+  return status == kReadError ? records.failure() : status;
 }
 
 Status Player::take() {

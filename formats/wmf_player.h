@@ -86,4 +86,8 @@ class Player {
   uint64_t tile_of_ = 0;  // which brush it is
 };
 
+// Finds the page of a file without a window. It stays Content::kNothing where nothing is drawn, or
+// too much.
+Status measure(Records& records, Contents& contents);
+
 }  // namespace tavo::wmf

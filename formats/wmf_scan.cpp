@@ -150,7 +150,9 @@ class Scanner {
   }
 
   void choose() {
-    if (bitmaps_ + drawings_ == 0 || !has_screen_) return;
+    if (bitmaps_ + drawings_ == 0) return;
+    contents_.has_no_window = !has_screen_;
+    if (!has_screen_) return;
     const bool nothing_behind = drawings_ == drawings_before_;
     const bool has_ratio = page_width_ > 0 && page_height_ > 0 &&
                            std::max(page_width_, page_height_) <= draw::kLargestSide;

@@ -25,6 +25,10 @@ struct Contents {
   // At 96 pixels per inch; of files that do not tell, the extent of their window.
   int32_t screen_width = 1;
   int32_t screen_height = 1;
+  // Plain files without a window: units are pixels, and the page is what is drawn on. It begins at
+  // this pixel.
+  bool has_no_window = false;
+  draw::Point corner;
   // Of the page; of a bitmap, of the part that is shown.
   int32_t width = 1;
   int32_t height = 1;

@@ -53,8 +53,10 @@ struct Mapping {
   int32_t x_origin = 0, y_origin = 0;
   int32_t x_extent = 1, y_extent = 1;
 
-  int32_t x(int64_t position) const { return limited_ratio(position - x_origin, x_ratio()); }
-  int32_t y(int64_t position) const { return limited_ratio(position - y_origin, y_ratio()); }
+  int32_t left = 0, top = 0;  // where the page begins, in subpixels
+
+  int32_t x(int64_t position) const { return limited_ratio(position - x_origin, x_ratio()) - left; }
+  int32_t y(int64_t position) const { return limited_ratio(position - y_origin, y_ratio()) - top; }
   draw::Point at(int64_t px, int64_t py) const { return {x(px), y(py)}; }
   // Of lengths, without their sign.
   int32_t length_x(int64_t length) const;

@@ -219,6 +219,21 @@ TEST(Wmf, WhatIsNotShownIsToldSo) {
   EXPECT_EQ(status(wmf(9, 9, {many})), T_OK);
 }
 
+TEST(Wmf, FilesWithoutAWindowShowWhatIsDrawn) {
+  const auto plain = [](const Bytes& records) { return part(wmf(1, 1, {records}), 22); };
+  const Bytes box = record(0x041B, words({9, 2, 7, -3}));
+  EXPECT_EQ(picture(plain(join({kNoPen, kRed, box}))), "rrrr");
+  EXPECT_EQ(picture(plain(join({kNoPen, kRed, box, record(0x020B, words({0, 2})), box}))),
+            "rrrrrr");
+  EXPECT_EQ(info_of(plain(stretch({2, 4, 0, 0, 4, 8, 3, 3}))).Width, 8);
+  T_SetDrawScale(2);
+  EXPECT_EQ(info_of(plain(join({kNoPen, kRed, box}))).Height, 2);
+  EXPECT_EQ(picture(plain(join({kNoPen, kRed, box}))), "rrrrrrrr rrrrrrrr");
+  T_SetDrawScale(1);
+  EXPECT_EQ(read_directly(T_LoadWMFFile, plain(record(0x041B, words({1, 2, 1, 2})))),
+            T_ERR_SUBTYPE);
+}
+
 TEST(Wmf, WritesExactlyThis) {
   Disk disk;
   Bitmap bitmap;
