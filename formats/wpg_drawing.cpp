@@ -91,6 +91,7 @@ class Drawing {
     }
   }
 
+  // By winding: no record says, and so libwpg has it.
   Status fill() {
     if (fill_style_ == kNothing) return kOk;
     draw::Brush brush = draw::solid(palette_[fill_color_]);
@@ -100,7 +101,7 @@ class Drawing {
       brush.is_transparent = true;
       brush.cell = sheet_.scale();
     }
-    return sheet_.fill(shape_, draw::FillRule::kAlternate, brush);
+    return sheet_.fill(shape_, draw::FillRule::kWinding, brush);
   }
 
   Status stroke(draw::Ends ends) {

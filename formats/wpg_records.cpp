@@ -45,7 +45,7 @@ class Scanner {
     switch (walk_.type()) {
       case kStart: {
         std::array<uint8_t, 6> start;  // version, flags, width, height
-        if (!walk_.take(start)) return;
+        if (has_page() || !walk_.take(start)) return;
         contents_.frame.width = load_le16(&start[2]);
         contents_.frame.height = load_le16(&start[4]);
         return set_screen(kUnitsPerInch, kUnitsPerInch);
@@ -117,7 +117,7 @@ class Scanner {
   // the first one.
   void take_start2() {
     std::array<uint8_t, 5> head;
-    if (!walk_.take(head) || head[4] > 1) return;
+    if (has_page() || !walk_.take(head) || head[4] > 1) return;
     contents_.is_long = head[4] != 0;
     const auto units = [](const uint8_t* bytes) {
       const uint32_t count = load_le16(bytes);
@@ -152,13 +152,15 @@ class Scanner {
            walk_.take_position(is_long, to.x) && walk_.take_position(is_long, to.y);
   }
 
+  // The first page is the only one.
+  bool has_page() const { return contents_.frame.width != 0 && contents_.frame.height != 0; }
+
   void set_screen(int64_t x_units_per_inch, int64_t y_units_per_inch) {
     const auto size = formats::page_size(screen_pixels(contents_.frame.width, x_units_per_inch),
                                          screen_pixels(contents_.frame.height, y_units_per_inch));
     contents_.width = size.width;
     contents_.height = size.height;
   }
-  bool has_page() const { return contents_.frame.width != 0 && contents_.frame.height != 0; }
 
   void take_bitmap2() {
     std::array<uint8_t, 6> head;  // width, height, depth code, coding
