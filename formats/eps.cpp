@@ -24,6 +24,8 @@ struct Contents {
   Part wmf;
   Part tiff;
   Comments comments;
+
+  bool has_other_preview() const { return tiff.bytes != 0 || wmf.bytes != 0; }
 };
 
 // A preview in a format of its own, in the order of choice.
@@ -55,7 +57,7 @@ bool is_text(std::span<const uint8_t> head) {
   return head.size() >= 4 && std::memcmp(head.data(), "%!PS", 4) == 0;
 }
 
-Status look(io::InputFile& file, Contents& contents) {
+Status look_at_file(io::InputFile& file, Contents& contents) {
   std::array<uint8_t, kHeaderBytes> head;
   size_t got = 0;
   uint32_t file_bytes = 0;
@@ -70,7 +72,14 @@ Status look(io::InputFile& file, Contents& contents) {
     contents.wmf = take_part(&head[kWmfAt], file_bytes);
     contents.tiff = take_part(&head[kTiffAt], file_bytes);
   }
-  return read_comments(file, contents.text, contents.comments);
+  const Look look = contents.has_other_preview() ? Look::kHeader : Look::kPreview;
+  return read_comments(file, contents.text, look, contents.comments);
+}
+
+// Once none of the other previews can be read.
+Status look_for_text_preview(io::InputFile& file, Contents& contents) {
+  if (!contents.has_other_preview()) return kOk;  // it has been
+  return read_comments(file, contents.text, Look::kPreview, contents.comments);
 }
 
 // The preview fills the box.
@@ -171,7 +180,7 @@ struct Relay {
 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Contents contents;
-  TRY(look(input.file, contents));
+  TRY(look_at_file(input.file, contents));
   const FILEINFO blank = info;
   process::SourcePicture picture = describe_box(contents.comments.box);
   for (const Kind& kind : kKinds) {
@@ -196,6 +205,7 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
     return kOk;
   }
   info = blank;
+  TRY(look_for_text_preview(input.file, contents));
   if (contents.comments.width != 0) describe_preview(contents.comments, picture);
   set_resolution(contents.comments.box, picture);
   process::describe(picture, contents.format, "None", info);
@@ -207,7 +217,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   io::InputFile file;
   TRY(io::open_for_rows(file, name, bits_per_pixel));
   Contents contents;
-  TRY(look(file, contents));
+  TRY(look_at_file(file, contents));
   Status status = kSubtype;
   for (const Kind& kind : kKinds) {
     const Part& part = contents.*kind.part;
@@ -218,6 +228,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
     if (status == kOpenError) return PartScope::kOpenFailure;
     if (status.ok() || status == kNoMemory || status == kLimit || relay.has_rows) return status;
   }
+  TRY(look_for_text_preview(file, contents));
   if (contents.comments.width == 0) return status;
   process::SourcePicture picture;
   picture.storage_kind = contents.format;

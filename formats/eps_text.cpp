@@ -17,7 +17,7 @@ namespace tavo::eps {
 
 namespace {
 
-constexpr uint64_t kLookedAt = 64 * 1024;
+constexpr uint64_t kHeader = 4096, kLookedAt = 64 * 1024;
 constexpr uint64_t kTrailer = 4096;
 constexpr int64_t kMost = 1'000'000'000;  // of a number
 
@@ -85,11 +85,15 @@ class Scan {
         if (!is_exact_) has_box_ = is_exact_ = take_box(line, comments_.box);
       } else if (take("%%BeginPreview:", line)) {
         if (take_preview(line, comments_)) return;
+      } else if (take("%%EndComments", line)) {
+        has_header_ = has_box_;
       }
     }
   }
 
   size_t at() const { return at_; }
+  // The first comments are whole, and have the box.
+  bool has_header() const { return has_header_; }
   bool lacks_promised_box() const { return is_promised_ && !has_box_; }
 
  private:
@@ -112,6 +116,7 @@ class Scan {
   std::string_view text_;
   Comments& comments_;
   size_t at_ = 0;
+  bool has_header_ = false;
   bool has_box_ = false;
   bool is_exact_ = false;
   bool is_promised_ = false;
@@ -166,12 +171,17 @@ class Digits {
 
 }  // namespace
 
-Status read_comments(io::InputFile& file, const Part& text, Comments& comments) {
+Status read_comments(io::InputFile& file, const Part& text, Look look, Comments& comments) {
   Buffer buffer;
   std::string_view piece;
-  TRY(load_text(file, text.offset, std::min(text.bytes, kLookedAt), buffer, piece));
+  const uint64_t most = look == Look::kHeader ? kHeader : kLookedAt;
+  TRY(load_text(file, text.offset, std::min(text.bytes, most), buffer, piece));
+  comments = {};
   Scan scan(piece, comments);
   scan.run();
+  if (look == Look::kHeader && !scan.has_header()) {
+    return read_comments(file, text, Look::kPreview, comments);
+  }
   if (comments.width != 0) {
     comments.preview = {text.offset + scan.at(), text.bytes - scan.at()};
     const uint64_t row = core::packed_bytes(static_cast<uint64_t>(comments.width), comments.bits);

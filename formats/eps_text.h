@@ -39,9 +39,15 @@ struct Comments {
   Part preview;  // its lines, and what follows
 };
 
-// Looks at the first 64 KiB of the PostScript `text`, and for a box that is promised there at its
-// end. kNoMemory, and failures of the file.
-Status read_comments(io::InputFile& file, const Part& text, Comments& comments);
+// How much of the PostScript is looked at.
+enum class Look : uint8_t {
+  kHeader,   // its first comments, if they tell the box; where another preview is at hand
+  kPreview,  // 64 KiB
+};
+
+// Looks at the beginning of the PostScript `text`, and for a box that is promised there at its end.
+// kNoMemory, and failures of the file.
+Status read_comments(io::InputFile& file, const Part& text, Look look, Comments& comments);
 
 // The preview as its rows are delivered, but for what the file around it says.
 void describe_preview(const Comments& comments, process::SourcePicture& picture);
