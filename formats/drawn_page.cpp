@@ -11,11 +11,11 @@ namespace {
 
 constexpr int32_t kSmoothFactor = 4;
 
-// Of a page that is averaged, whole rows of about so many bytes are drawn at once.
-constexpr int64_t kBandBytes = int64_t{1} << 22;
+// Whole rows of about so many bytes are drawn at once, so that a page takes little more memory than
+// the bitmap that it goes to.
+constexpr int64_t kBandBytes = 3 << 20;
 
 int32_t band_rows(int32_t width, int32_t height, int32_t factor) {
-  if (factor == 1) return height;
   const int64_t rows = kBandBytes / (3 * int64_t{width} * factor) / factor;
   return std::clamp(static_cast<int32_t>(rows), 1, height) * factor;
 }

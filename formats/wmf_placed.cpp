@@ -32,7 +32,7 @@ Status Player::take_bitmap_record() {
   bool is_mirrored = false, is_flipped = false;
   side(from.x, to.x, pixel(), target.left, target.right, is_mirrored);
   side(from.y, to.y, pixel(), target.top, target.bottom, is_flipped);
-  if (target.is_empty()) return kOk;
+  if (common(target, painter_.canvas().clip_box()).is_empty()) return kOk;
   if (call.has_bitmap) return place(call, target, is_mirrored, is_flipped);
   draw::Brush brush;
   TRY(make_brush(states_.now.brush, brush));
