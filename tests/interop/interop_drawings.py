@@ -1,11 +1,13 @@
-"""Compares drawn metafiles with how Windows' own PlayMetaFile draws them, under Wine.
+"""Compares drawn metafiles with how Windows' own PlayMetaFile draws them, under Wine, and drawings of
+WordPerfect with what wpg2svg and librsvg make of them.
 
 usage: interop_drawings.py TAVO [FOLDER]
 
-The metafiles are the seeds of the fuzzer and those of FOLDER. Edges may differ by a pixel: at least
-90 % of the pixels must be within 48 levels, and of those that either draws 80 % must have one within
-64 levels at most a pixel away in the other. Texts differ, since the fonts do: files whose names say
-so, or stand in TEXTS, only have to have the size. The last line is "N passed, N failed".
+The metafiles are the seeds of the fuzzer and those of FOLDER, the drawings those of made_wpg.py,
+smooth as librsvg's are. Edges may differ by a pixel: at least 90 % of the pixels must be within 48
+levels, and of those that either draws 80 % must have one within 64 levels at most a pixel away in
+the other. Texts differ, since the fonts do: files whose names say so, or stand in TEXTS, only have
+to have the size. The last line is "N passed, N failed".
 """
 
 import os
@@ -18,6 +20,7 @@ import numpy
 from PIL import Image
 
 import interop
+import made_wpg
 from interop import check, run
 
 HERE = pathlib.Path(__file__).parent
@@ -58,11 +61,22 @@ def compare(name, ours, theirs):
     like = (numpy.abs(ours - theirs).max(2) <= 48).mean()
     there, back = near(ours, theirs), near(theirs, ours)
     print(f'{name}: {like:.3f} alike, {there:.3f} and {back:.3f} near')
-    check(f'{name}: as Windows draws it', like >= .9 and there >= .8 and back >= .8, True)
+    check(f'{name}: as the other draws it', like >= .9 and there >= .8 and back >= .8, True)
+
+
+def compare_wpg():
+    for name, data in made_wpg.drawings():
+        file = interop.folder / f'{name}.wpg'
+        ours, theirs = file.with_suffix('.bmp'), file.with_suffix('.png')
+        file.write_bytes(data)
+        run(interop.tavo, 'convert', '--smooth', file, ours)
+        size = ('-w', 384, '-h', 288, '-b', 'white', '-o', theirs)
+        run('rsvg-convert', *size, stdin=run('wpg2svg', file))
+        compare(f'WPG {name}', ours, theirs)
 
 
 def main():
-    interop.start('wine', 'i686-w64-mingw32-gcc')
+    interop.start('wine', 'i686-w64-mingw32-gcc', 'wpg2svg', 'rsvg-convert')
     folders = [HERE.parent.parent / 'fuzz/seeds/wmf', *map(pathlib.Path, sys.argv[2:])]
     with tempfile.TemporaryDirectory() as temporary:
         interop.folder = pathlib.Path(temporary)
@@ -78,7 +92,8 @@ def main():
         play(program, jobs)
         for _, _, file, theirs in jobs:
             compare(file.stem, interop.folder / f'{file.stem}-ours.bmp', theirs)
-    return interop.finish(6)
+        compare_wpg()
+    return interop.finish(17)
 
 
 sys.exit(main())
