@@ -179,6 +179,26 @@ draw::Pen Player::pen() const {
   return draw::Pen::round(std::max(mapping.length_x(states_.now.pen.width), pixel()));
 }
 
+// Those of GDI's pens that are a pixel wide; wider ones draw whole lines.
+draw::Dashes Player::dashes() const {
+  static constexpr uint8_t kDash[] = {18, 6}, kDot[] = {3, 3}, kDashDot[] = {9, 6, 3, 6};
+  static constexpr uint8_t kDashDotDot[] = {9, 3, 3, 3, 3, 3};
+  const PenObject& pen = states_.now.pen;
+  if (2 * states_.now.mapping.length_x(pen.width) >= 3 * pixel()) return {};
+  switch (pen.style) {
+    case 1:
+      return kDash;
+    case 2:
+      return kDot;
+    case 3:
+      return kDashDot;
+    case 4:
+      return kDashDotDot;
+    default:
+      return {};
+  }
+}
+
 Status Player::make_brush(const BrushObject& object, draw::Brush& brush) {
   constexpr uint16_t kNull = 1, kHatched = 2;
   brush.color = object.color;

@@ -6,6 +6,7 @@
 
 #include "base/buffer.h"
 #include "base/status.h"
+#include "draw/dashes.h"
 #include "draw/painter.h"
 #include "draw/text.h"
 #include "formats/wmf_bitmaps.h"
@@ -43,6 +44,7 @@ class Player {
   Status take_points(size_t count);
   Status draw_filled(draw::FillRule rule);
   Status draw_outline(draw::Ends ends);
+  Status stroke(draw::Ends ends);
   Status read_region(const RegionObject& object, draw::Region& region);
 
   // What wmf_placed.cpp draws.
@@ -67,6 +69,7 @@ class Player {
   draw::RasterOp pen_operation() const { return draw::RasterOp::binary(states_.now.rop2); }
   bool has_pen() const { return states_.now.pen.style != kNullPen; }
   draw::Pen pen() const;
+  draw::Dashes dashes() const;
   // A box of the window in subpixels, its sides in order.
   draw::Box box_at(int32_t left, int32_t top, int32_t right, int32_t bottom) const;
   int32_t pixel() const { return draw::kSubpixels * scale_; }
@@ -79,6 +82,7 @@ class Player {
   States states_;
   Objects objects_;
   draw::Shape shape_;
+  draw::Shape pieces_;  // of lines with gaps
   draw::Region region_;
   Buffer tile_;
   int32_t tile_width_ = 0;

@@ -44,7 +44,22 @@ Status Player::draw_outline(draw::Ends ends) {
   if (!has_pen()) return kOk;
   const int32_t half = pixel() / 2;
   for (draw::Point& point : shape_.points()) point = {point.x + half, point.y + half};
-  return painter_.stroke(shape_, ends, pen(), draw::solid(states_.now.pen.color), pen_operation());
+  return stroke(ends);
+}
+
+// Gaps have the background's colour, or none.
+Status Player::stroke(draw::Ends ends) {
+  const State& now = states_.now;
+  const draw::Brush color = draw::solid(now.pen.color);
+  const draw::Dashes pattern = dashes();
+  if (pattern.empty()) return painter_.stroke(shape_, ends, pen(), color, pen_operation());
+  if (now.is_opaque && pen_operation() == draw::kCopyBrush) {
+    TRY(painter_.stroke(shape_, ends, pen(), draw::solid(now.background), pen_operation()));
+  }
+  pieces_.clear();
+  TRY(draw::add_dashes(shape_, ends == draw::Ends::kClosed, pattern, pixel(),
+                       painter_.canvas().clip_box(), pieces_));
+  return painter_.stroke(pieces_, draw::Ends::kOpen, pen(), color, pen_operation());
 }
 
 Status Player::take_polygon() {
@@ -138,8 +153,7 @@ Status Player::draw_boxed(std::span<const int16_t, 8> words) {
   TRY(painter_.fill(shape_, draw::FillRule::kAlternate, brush, pen_operation()));
   if (!has_pen()) return kOk;
   TRY(make(inset(box, pixel() / 2)));
-  return painter_.stroke(shape_, draw::Ends::kClosed, pen(), draw::solid(now.pen.color),
-                         pen_operation());
+  return stroke(draw::Ends::kClosed);
 }
 
 // Parts of ellipses, from where the line to the first point leaves the ellipse, to the left around.

@@ -219,6 +219,25 @@ TEST(Wmf, WhatIsNotShownIsToldSo) {
   EXPECT_EQ(status(wmf(9, 9, {many})), T_OK);
 }
 
+TEST(Wmf, PensHaveDashes) {
+  const auto line = [](int32_t style, const Bytes& mode) {
+    const Bytes drawn = join({record(0x0214, words({0, 0})), record(0x0213, words({0, 9})),
+                              record(0x0213, words({0, 14}))});
+    return picture(wmf(16, 1, {mode, pen(style, 0, "FF000000"), drawn}));
+  };
+  const Bytes clear = record(0x0102, words({1}));
+  const Bytes on_blue = record(0x0201, hex("0000FF00"));
+  EXPECT_EQ(line(2, clear), "rrrwwwrrrrrrwwww");
+  EXPECT_EQ(line(3, on_blue), "rrrrrrrrrrrrrrww");
+  // Along one line, and from far outside.
+  const auto polyline = [&](int32_t from) {
+    return picture(wmf(
+        16, 1, {clear, pen(2, 0, "FF000000"), record(0x0325, words({3, from, 0, 8, 0, 14, 0}))}));
+  };
+  EXPECT_EQ(polyline(0), "rrrwwwrrrwwwrrww");
+  EXPECT_EQ(polyline(-18000), "rrrwwwrrrwwwrrww");
+}
+
 TEST(Wmf, FilesWithoutAWindowShowWhatIsDrawn) {
   const auto plain = [](const Bytes& records) { return part(wmf(1, 1, {records}), 22); };
   const Bytes box = record(0x041B, words({9, 2, 7, -3}));
