@@ -176,8 +176,13 @@ void Load::clear_missing() {
   store_.clear_missing();
 }
 
-// Done when the first rows arrive: by then the reader has described its picture.
+// Done when the first rows arrive: by then the reader has described its picture. It may be another
+// one than was identified: of an EPS file whose first preview has no rows the next is read.
 Status Load::start_stages(const BitmapHandle& source) {
+  if (source.Width != target_.Width || source.Height != target_.Height ||
+      source.BitsPerPixel != info_.BitsPerPixel) {
+    return kBadData;
+  }
   started_ = true;
   const process::SourcePicture picture = process::picture_of(source);
   process::describe_target(picture, stage_, target_);
