@@ -44,9 +44,9 @@ Status Sheet::put_text(const TextStyle& style, draw::Point position,
   line.characters = characters;
   line.places = places.items();
   line.origin = position;
-  const int32_t back = style.across == Across::kMiddle ? line.length / 2
-                       : style.across == Across::kRight  ? line.length
-                                                       : 0;
+  const int32_t back = style.across == Across::kMiddle  ? line.length / 2
+                       : style.across == Across::kRight ? line.length
+                                                        : 0;
   const int32_t down = style.up == Up::kMiddle   ? line.face.ascent() / 2
                        : style.up == Up::kTop    ? line.face.ascent()
                        : style.up == Up::kBottom ? -line.face.descent()

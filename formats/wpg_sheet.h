@@ -15,7 +15,7 @@ enum class Across : uint8_t { kLeft, kMiddle, kRight };
 enum class Up : uint8_t { kBaseLine, kMiddle, kTop, kBottom };
 
 struct TextStyle {
-  int64_t height = 0;              // in units
+  int64_t height = 0;             // in units
   Across across = Across::kLeft;  // which point of the line the position is
   Up up = Up::kBaseLine;
   int32_t angle = 0;  // of the line, in hundredths of a degree, to the left around

@@ -1510,24 +1510,29 @@ T_API int32_t T_CALL T_LoadIMGFile(const char* name, BitmapHandle* bitmap, T_Row
 T_API int32_t T_CALL T_LoadIMGBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveIMGBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* WordPerfect Graphics (WPG): the bitmaps of files of version 1 and 2; of version 1 without one the
+/* WordPerfect Graphics (WPG): the bitmaps of files of version 1 and 2; of files without one the
  * drawing. PostScript is skipped.
  * Read        Version 1: 1, 2, 4 and 8 bits, bitmaps of type 1 and 2; version 2: 1, 2, 4, 8 and 24
  *             bits, plain or run-length coded. T_SetPageNumber chooses one of several bitmaps,
- *             beyond the last one the last. Without any: lines, polygons, rectangles, ellipses,
- *             curves and texts of version 1, hatched fills; texts as those of T_LoadWMFFile.
+ *             beyond the last one the last. Without any: lines, polygons, rectangles, ellipses and
+ *             their parts, curves, hatched fills; of version 2 compound shapes and what turns,
+ *             scales, skews and moves. Lines of text are set as those of T_LoadWMFFile. Gradients
+ *             are filled with the middle of their colors, clear colors are mixed with white. Not
+ *             drawn: dashes, blocks of text and text along paths.
  *             T_ERR_SUBTYPE: neither is there (FILEINFO has the drawing's size in pixels at 96 per
  *             inch then), other depths and codings, an encrypted file (1 x 1 pixel in FILEINFO).
  * Delivered   1 bit as black (0) and white (1), 2 and 4 bits as 4, 8 and 24 bits (T_ORDER_RGB), top
  *             row first; with the colors of the maps before the bitmap, on top of the VGA's. The
  *             mirrorings and quarter turns of type 2 are done; such a picture is held in memory.
- *             Drawings: a page of 24 bits, T_ORDER_RGB, at 96 pixels per inch (T_SetDrawScale).
+ *             Drawings: a page of 24 bits, T_ORDER_RGB, at 96 pixels per inch (T_SetDrawScale),
+ *             white before it is drawn on, whose sides do not exceed 16384.
  * Written     Version 1 with one bitmap of 1, 4 or 8 bits (other depths: T_ERR_DEPTH); of 1 bit the
  *             brighter color becomes white, others get a map of the bitmap's Colors. More than
  *             65535 pixels either way: T_ERR_SIZE; coded rows of 2 GiB: T_ERR_WRITE.
- * Statuses    T_ERR_BAD_DATA: no WPG header of these versions, an empty bitmap, or units of version
- *             2 that have 0 or more than 8 bytes. T_ERR_READ: the file ends early; the rows that
- *             are there are delivered (of a turned picture all, the others white).
+ * Statuses    T_ERR_BAD_DATA: no WPG header of these versions, an empty bitmap, units of version 2
+ *             that have 0 or more than 8 bytes, or more to draw than real files have. T_ERR_READ:
+ *             the file ends early; the rows that are there are delivered (of a turned picture all,
+ *             the others white; of a drawing all, with what was drawn).
  * Facts: WordPerfect Corporation, "WordPerfect File Format", WPG 1 and 2. */
 T_API int32_t T_CALL T_LoadWPGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -1578,14 +1583,16 @@ T_API int32_t T_CALL T_SetPCDModule(int32_t flag);
  *             draw on it: lines, polygons, rectangles, ellipses and their parts, regions, texts;
  *             pens, brushes, hatches and patterns, clips, raster operations, windows and map modes.
  *             Texts are set in the one font of the library, which has the printable characters of
- *             ISO 8859-1, at the places that the record gives. Not drawn: dashes of pens, which
- *             are whole lines, flood fills, palettes, escapes and what they embed, enhanced
- *             metafiles. Viewports are not looked at: the window is stretched to the page.
+ *             ISO 8859-1, at the places that the record gives. Pens of a pixel have dashes. Not
+ *             drawn: flood fills, palettes, escapes and what they embed, enhanced metafiles.
+ *             Viewports are not looked at: the window is stretched to the page.
  * Delivered   One bitmap that is the whole picture: its own pixels at its own depth. Bitmaps alone
  *             that have one resolution: a page in that. Everything else: a page at 96 pixels per
  *             inch (see T_SetDrawScale and T_SetDrawSmooth), of plain files as large as their
- *             first window. Pages are white before they are drawn on, have 24 bits, are held in
- *             memory, and of their sides none exceeds 16384. T_ORDER_BGR, top row first.
+ *             first window, or without one as what is drawn, a unit being a pixel. Pages are white
+ *             before they are drawn on, have 24 bits, and of their sides none exceeds 16384.
+ *             T_ORDER_BGR, top row first.
+ * Memory      Pages are drawn in bands of rows: 4 MiB beside what the rows go to.
  * Written     A placeable metafile with one bitmap of 1, 4, 8 or 24 bits (other depths:
  *             T_ERR_DEPTH). More than 32767 pixels either way: T_ERR_SIZE.
  * Statuses    T_ERR_BAD_DATA: no WMF header, or more to draw than real files have (some thousand
