@@ -1,13 +1,13 @@
-// Photo CD, GEM images and MSP beside FFmpeg and Pillow, memory to memory; whole pictures. Of Photo
-// CD FFmpeg gives luma and the smaller planes of chroma, the library red, green and blue; Pillow
-// reads Base alone and repeats chroma. --fresh: see choose_memory.
+// Photo CD, GEM images, MSP and PICT beside FFmpeg and Pillow, memory to memory; whole pictures. Of
+// Photo CD FFmpeg gives luma and the smaller planes of chroma, the library red, green and blue;
+// Pillow reads Base alone and repeats chroma. --fresh: see choose_memory.
 #include "photocd_pack.h"
 #include "raster_peers.h"
 #include "run.h"
 
 namespace {
 
-using namespace tavo::bench;
+using namespace bench;
 
 template <class Run>
 void add(const std::string& name, Run run) {
@@ -59,6 +59,8 @@ int main(int argc, char** argv) {
   static Bytes base(largest.begin(), largest.begin() + 385 * 2048);
   base[0xE02] = 0;
   static const Bytes gem8 = saved(T_FORMAT_IMG, 8, text), gem1 = saved(T_FORMAT_IMG, 1, bits);
+  static const Bytes pict8 = saved(T_FORMAT_PCT, 8, text);
+  static const Bytes pict24 = saved(T_FORMAT_PCT, 24, photograph(2048, 2048));
   static const Bytes msp = saved(T_FORMAT_MSP, 1, bits), wpg = saved(T_FORMAT_WPG, 8, text);
   add_loads("load/photocd/16base", largest);
   add_ffmpeg("load/photocd/16base", largest, "photocd");
@@ -71,5 +73,9 @@ int main(int argc, char** argv) {
   add_loads("load/msp/text1", msp);
   add_pillow("load/msp/text1", msp, ".msp");
   add_loads("load/wpg/text8", wpg);
+  add_loads("load/pict/text8", pict8);
+  add_ffmpeg("load/pict/text8", pict8, "qdraw");
+  add_loads("load/pict/photo24", pict24);
+  add_ffmpeg("load/pict/photo24", pict24, "qdraw");
   return bench::run(argc, argv);
 }
