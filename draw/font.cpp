@@ -154,11 +154,6 @@ constexpr Glyph kAscii[] = {
     {35, "4,13 8,18 13,18 22,14 27,14 31,19"},
 };
 
-struct CodedGlyph {
-  uint8_t code;
-  Glyph glyph;
-};
-
 // The characters from 0xA1 on that are no letter with a mark.
 constexpr CodedGlyph kLatin1[] = {
     {0xA1, {20, "10,19 10,-9;10,28"}},

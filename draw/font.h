@@ -20,6 +20,11 @@ struct Glyph {
   const char* strokes;
 };
 
+struct CodedGlyph {
+  uint8_t code;
+  Glyph glyph;
+};
+
 // A mark over or below a letter, moved to its place.
 struct GlyphMark {
   const char* strokes = "";
@@ -34,6 +39,9 @@ struct Character {
   GlyphMark mark;
 };
 Character character(uint8_t code);
+
+// The same of the fonts named Symbol: Greek letters and signs of formulas.
+Character symbol(uint8_t code);
 
 // Calls `add(x, y)` for each point and `end()` behind each stroke; both return a status.
 template <class Add, class End>

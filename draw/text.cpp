@@ -73,7 +73,7 @@ Status draw_text(Painter& painter, const TextLine& line, const Brush& brush, Ras
   const Pen pen = Pen::round(std::max(stroke, face.thinnest));
   Shape shape;
   for (size_t i = 0; i < line.characters.size(); ++i) {
-    const Character drawn = character(line.characters[i]);
+    const Character drawn = face.character(line.characters[i]);
     shape.clear();
     TRY(setting.add(drawn.glyph.strokes, line.places[i], {}, shape));
     TRY(setting.add(drawn.mark.strokes, line.places[i], drawn.mark, shape));

@@ -21,10 +21,14 @@ struct TextFace {
   bool is_italic = false;
   bool is_underlined = false;
   bool is_struck_out = false;
+  bool is_symbol = false;  // the characters are those of the fonts named Symbol
 
   int32_t ascent() const { return part(height, kFontAscent); }
   int32_t descent() const { return part(height, kFontDescent); }
   int32_t advance(uint8_t code) const;
+  Character character(uint8_t code) const {
+    return is_symbol ? symbol(code) : draw::character(code);
+  }
 
   static int32_t part(int32_t length, int32_t units);
 };

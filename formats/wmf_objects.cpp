@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 
 #include "base/endian.h"
 
@@ -32,11 +33,12 @@ Object take_brush(Records& records) {
   return brush;
 }
 
-// LogFont (2.2.1.2). The face is not looked at: there is one.
+// LogFont (2.2.1.2). There is one font, and one of symbols, which is known by its name.
 Object take_font(Records& records) {
-  std::array<int16_t, 5> words;       // height, width, escapement, orientation, weight
-  std::array<uint8_t, 3> flags = {};  // italic, underlined, struck out
-  if (!records.take(words) || !records.take(flags)) return OtherObject{};
+  std::array<int16_t, 5> words;  // height, width, escapement, orientation, weight
+  std::array<uint8_t, 8> flags;  // italic, underlined, struck out, others
+  std::array<uint8_t, 6> name;
+  if (!records.take(words) || !records.take(std::span(flags).first(3))) return OtherObject{};
   FontObject font;
   font.height = words[0];
   font.width = std::abs(int32_t{words[1]});
@@ -45,6 +47,8 @@ Object take_font(Records& records) {
   font.is_italic = flags[0] != 0;
   font.is_underlined = flags[1] != 0;
   font.is_struck_out = flags[2] != 0;
+  font.is_symbol = records.take(std::span(flags).subspan(3)) && records.take(name) &&
+                   std::memcmp(name.data(), "Symbol", name.size()) == 0;
   return font;
 }
 

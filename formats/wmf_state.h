@@ -42,6 +42,7 @@ struct FontObject {
   bool is_italic = false;
   bool is_underlined = false;
   bool is_struck_out = false;
+  bool is_symbol = false;
 };
 
 // How positions of the window become positions on a page.

@@ -77,6 +77,7 @@ draw::TextFace Player::face() const {
   face.is_italic = font.is_italic;
   face.is_underlined = font.is_underlined;
   face.is_struck_out = font.is_struck_out;
+  face.is_symbol = font.is_symbol;
   return face;
 }
 

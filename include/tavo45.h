@@ -1583,9 +1583,10 @@ T_API int32_t T_CALL T_SetPCDModule(int32_t flag);
  *             draw on it: lines, polygons, rectangles, ellipses and their parts, regions, texts;
  *             pens, brushes, hatches and patterns, clips, raster operations, windows and map modes.
  *             Texts are set in the one font of the library, which has the printable characters of
- *             ISO 8859-1, at the places that the record gives. Pens of a pixel have dashes. Not
- *             drawn: flood fills, palettes, escapes and what they embed, enhanced metafiles.
- *             Viewports are not looked at: the window is stretched to the page.
+ *             ISO 8859-1, and for fonts named Symbol Greek letters and signs, at the places that
+ *             the record gives. Pens of a pixel have dashes. Not drawn: flood fills, palettes,
+ *             escapes and what they embed, enhanced metafiles. Viewports are not looked at: the
+ *             window is stretched to the page.
  * Delivered   One bitmap that is the whole picture: its own pixels at its own depth. Bitmaps alone
  *             that have one resolution: a page in that. Everything else: a page at 96 pixels per
  *             inch (see T_SetDrawScale and T_SetDrawSmooth), of plain files as large as their

@@ -1,6 +1,9 @@
 // WMF: which bitmaps are delivered as they are, what records draw, and what is written.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "format_cases.h"
 
 namespace tavo::test {
@@ -200,6 +203,21 @@ TEST(Wmf, TextsAreSetByTheirWidths) {
   const Bytes unset = record(0x0521, words({2, 0x6C6C, 2, 4}));
   EXPECT_EQ(drawn_at(set), (std::string{5, 35}));
   EXPECT_EQ(drawn_at(unset), (std::string{5, 9}));
+}
+
+TEST(Wmf, FontsOfSymbolsAreGreek) {
+  const auto drawn = [](const char* face, char letter) {
+    Bytes name(40);
+    std::copy_n(face, std::strlen(face), name.begin() + 8);
+    Bitmap bitmap;
+    const Bytes text = record(0x0521, words({1, letter, 2, 4}));
+    const Bytes font = record(0x02FB, join({words({-16, 0, 0, 0, 400}), name}));
+    EXPECT_EQ(load(wmf(32, 24, {font, record(0x012D, words({0})), text}), bitmap, 8), T_OK);
+    return indices(bitmap.get());
+  };
+  EXPECT_EQ(drawn("Symbol", 'A'), drawn("Arial", 'A'));
+  EXPECT_EQ(drawn("Symbol", 'C'), drawn("Arial", 'X'));
+  EXPECT_NE(drawn("Symbol", 'D'), drawn("Arial", 'D'));
 }
 
 TEST(Wmf, WhatIsNotShownIsToldSo) {
