@@ -47,6 +47,7 @@ Status Painter::fill_box(const Box& pixels, const Brush& brush, RasterOp operati
 }
 
 Status Painter::fill_region(const Region& region, const Brush& brush, RasterOp operation) {
+  TRY(canvas_.spend(static_cast<int64_t>(region.boxes().size())));
   for (const Box& box : region.boxes()) TRY(fill_box(box, brush, operation));
   return kOk;
 }

@@ -58,11 +58,13 @@ void Region::move(int32_t x, int32_t y) {
   }
 }
 
-// The first box that does not end above row `y`.
-size_t Region::first_at(int32_t y) const {
+// The first box of row `y` that does not end left of column `x`, or one further below.
+size_t Region::first_at(int32_t y, int32_t x) const {
   const auto boxes = this->boxes();
-  const auto at = std::ranges::upper_bound(boxes, y, {}, &Box::bottom);
-  return static_cast<size_t>(at - boxes.begin());
+  const auto is_before = [y, x](const Box& box) {
+    return box.bottom <= y || (box.top <= y && box.right <= x);
+  };
+  return static_cast<size_t>(std::ranges::partition_point(boxes, is_before) - boxes.begin());
 }
 
 // When the last band only goes on with the one above it, both become one.

@@ -17,7 +17,7 @@ class Region {
   enum class Operation { kBoth, kEither, kFirstOnly, kOneOnly };
 
   // Beyond so many boxes a set is refused: kBadData.
-  static constexpr size_t kMostBoxes = 1 << 15;
+  static constexpr size_t kMostBoxes = 1 << 16;
 
   Status assign(const Region& other) { return boxes_.assign(other.boxes_.items()); }
   Status assign(const Box& box);
@@ -43,7 +43,7 @@ class Region {
   // Calls `use(left, right)`, which returns a status, for what a span has in common with the set.
   template <class Use>
   Status clip(int32_t y, int32_t left, int32_t right, Use use) const {
-    for (size_t i = first_at(y); i < boxes_.size(); ++i) {
+    for (size_t i = first_at(y, left); i < boxes_.size(); ++i) {
       const Box& box = boxes_[i];
       if (box.top > y || box.left >= right) break;
       const int32_t from = std::max(left, box.left), to = std::min(right, box.right);
@@ -55,7 +55,7 @@ class Region {
  private:
   friend class RegionMerger;
 
-  size_t first_at(int32_t y) const;
+  size_t first_at(int32_t y, int32_t x) const;
   void join_bands();
 
   List<Box> boxes_;

@@ -1,5 +1,5 @@
-// Macintosh PICT, versions 1 and 2: what QuickDraw recorded. Its bitmaps are read, one bitmap is
-// written.
+// Macintosh PICT, versions 1 and 2: what QuickDraw recorded. Bitmaps are read, what is
+// drawn around them is drawn, one bitmap is written.
 // Facts: Apple, "Inside Macintosh: Imaging With QuickDraw", appendix A.
 #pragma once
 

@@ -2,10 +2,12 @@
 
 namespace tavo::pict {
 
-Status Grid::region(const Region& region, int32_t first, int32_t end, draw::Region& pixels) const {
+Status Grid::region(const Region& region, int32_t first, int32_t end, draw::Canvas& canvas,
+                    draw::Region& pixels) const {
   const Rect& box = region.box();
   if (region.is_rect()) return pixels.assign(this->pixels(box));
   pixels.clear();
+  TRY(canvas.spend(static_cast<int64_t>(region.lines().size())));
   RegionRows rows;
   TRY(rows.start(region));
   // Units that may have pixels in these rows.
@@ -16,7 +18,9 @@ Status Grid::region(const Region& region, int32_t first, int32_t end, draw::Regi
   for (int32_t unit = begin; unit < last; ++unit) {
     const auto points = rows.row(unit);
     const int32_t bottom = std::min(row(unit + 1), end);
+    TRY(canvas.spend(1));
     for (int32_t y = std::max(row(unit), first); y < bottom; ++y) {
+      TRY(canvas.spend(static_cast<int64_t>(points.size())));
       for (size_t i = 0; i + 1 < points.size(); i += 2) {
         TRY(pixels.add(y, column(points[i]), column(points[i + 1])));
       }

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/status.h"
+#include "draw/canvas.h"
 #include "draw/geometry.h"
 #include "draw/region.h"
 #include "formats/pict_region.h"
@@ -53,8 +54,9 @@ struct Grid {
   int32_t cell() const { return std::max(draw::limited(scale.length(1)), 1); }
 
   // What of a region is in the rows `first` to `end` - 1. kBadData for more pieces than regions of
-  // pixels may have, kNoMemory.
-  Status region(const Region& region, int32_t first, int32_t end, draw::Region& pixels) const;
+  // pixels may have, or more work than `canvas` lets be, kNoMemory.
+  Status region(const Region& region, int32_t first, int32_t end, draw::Canvas& canvas,
+                draw::Region& pixels) const;
 };
 
 }  // namespace tavo::pict

@@ -29,8 +29,8 @@ Status Player::place_bitmap() {
   if (mask.is_open_to(records_.bitmap().destination)) return put_rows(target);
 
   const draw::Box& seen = canvas_.clip_box();
-  TRY(canvas_.spend(static_cast<int64_t>(mask.lines().size()) + seen.bottom - seen.top));
-  TRY(grid_.region(mask, seen.top, seen.bottom, pixels_));
+  TRY(grid_.region(mask, seen.top, seen.bottom, canvas_, pixels_));
+  TRY(canvas_.spend(static_cast<int64_t>(pixels_.boxes().size() + clip_.boxes().size())));
   TRY(narrowed_.combine(pixels_, clip_, draw::Region::Operation::kBoth));
   TRY(canvas_.set_clip(narrowed_));
   const Status status = put_rows(target);

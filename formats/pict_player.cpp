@@ -55,9 +55,7 @@ Status Player::take() {
 }
 
 Status Player::take_clip() {
-  const int32_t rows = canvas_.bottom() - canvas_.top();
-  TRY(canvas_.spend(static_cast<int64_t>(records_.clip().lines().size()) + rows));
-  TRY(grid_.region(records_.clip(), canvas_.top(), canvas_.bottom(), clip_));
+  TRY(grid_.region(records_.clip(), canvas_.top(), canvas_.bottom(), canvas_, clip_));
   return canvas_.set_clip(clip_);
 }
 

@@ -149,10 +149,10 @@ Status Player::draw_region(Verb verb) {
                            pixels(pen_length(state_.pen_size.y))};
   const int32_t around = verb == Verb::kFrame ? pen.y : 0;
   const int32_t first = canvas_.top() - around, end = canvas_.bottom() + around;
-  TRY(canvas_.spend(static_cast<int64_t>(region_.lines().size()) + end - first));
-  TRY(grid_.region(region_, first, end, pixels_));
+  TRY(grid_.region(region_, first, end, canvas_, pixels_));
   if (verb != Verb::kFrame) return painter_.fill_region(pixels_, with.brush, with.operation);
   if (pen.x <= 0 || pen.y <= 0) return kOk;
+  TRY(canvas_.spend(8 * static_cast<int64_t>(pixels_.boxes().size())));
   TRY(narrowed_.frame(pixels_, pen.x, pen.y));
   return painter_.fill_region(narrowed_, with.brush, with.operation);
 }
