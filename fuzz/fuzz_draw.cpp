@@ -85,11 +85,27 @@ class Session {
     return shape_.end_contour();
   }
 
+  // Tens of thousands of spans, of which those of one row lie between those of the next.
+  Status make_comb() {
+    region_.clear();
+    const int32_t rows = byte(), count = byte(), step = 2 + byte() % 4, left = word(), top = word();
+    for (int32_t y = top; y < top + rows; ++y) {
+      for (int32_t i = 0; i < count; ++i) {
+        const int32_t x = left + step * i + (y & 1);
+        TRY(region_.add(y, x, x + 1));
+      }
+    }
+    region_.finish();
+    return kOk;
+  }
+
   Status step() {
     const Brush with = brush();
-    switch (byte() % 9) {
+    switch (byte() % 10) {
       case 0:
         return make_shape();
+      case 9:
+        return make_comb();
       case 1:
         return painter_.fill(shape_, rule(), with, operation());
       case 2:
@@ -127,6 +143,7 @@ class Session {
     placement.is_mirrored = byte() % 2 != 0;
     placement.is_flipped = byte() % 2 != 0;
     PlacedPicture placed(canvas_, placement, operation(), with);
+    if (byte() % 2 != 0) placed.hide({1, 2, 3, 0});
     TRY(placed.start(3));
     for (int32_t y = 0; y < 2; ++y) TRY(placed.put_row(y, tile_ + 9 * y));
     return kOk;
