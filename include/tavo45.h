@@ -1607,35 +1607,35 @@ T_API int32_t T_CALL T_SaveWMFBitmap(const char* name, BitmapHandle* bitmap, int
 
 #define T_MAX_DRAW_SCALE 16
 
-/* How large drawings become: 1, the default, 96 pixels per inch, up to T_MAX_DRAW_SCALE times as
- * many, as far as sides stay within 16384. FILEINFO tells the size that comes. Bitmaps that are
- * delivered as they are stay so. T_OK or T_ERR_ARGUMENT. */
+/* How large drawings become: 1, the default, 96 pixels per inch (PICT: 72), to T_MAX_DRAW_SCALE
+ * times that, as far as sides stay within 16384. FILEINFO tells the size that comes. Bitmaps that
+ * are delivered as they are stay so. T_OK or T_ERR_ARGUMENT. */
 T_API int32_t T_CALL T_SetDrawScale(int32_t scale);
 
 /* 0, the default: pixels of drawings have the color of what is in their middle. Any other flag:
  * the average of sixteen, which takes about twenty times as long. T_OK. */
 T_API int32_t T_CALL T_SetDrawSmooth(int32_t flag);
 
-/* Macintosh PICT: what QuickDraw recorded, in versions 1 and 2, with and without the 512 bytes in
- * front. Its bitmaps are read; lines, shapes and text are skipped.
- * Read        Bitmaps of 1 to 32 bits in all packings (opcodes 90, 91, 98 to 9B) with their color
- *             tables, masks and clip regions; QuickTime pictures (8200) coded as JPEG or not at
- *             all, over whose place nothing further is drawn. Every transfer mode counts as
- * copying. Delivered   Top row first. The only bitmap of a picture that covers the frame, or
- * bitmaps of one kind that fill it side by side: at their own size and depth, 2 bits as 4, 16 bits
- * in T_ORDER_BGR, 24 and 32 bits as 24 in T_ORDER_RGB. Everything else is a page of 24 bits, white
- * where no bitmap is, held in memory: the frame at the largest scale of its bitmaps, 1 to 8 pixels
- * a unit, 16384 pixels a side at most; the others are brought to that scale by nearest pixel.
- * FILEINFO.Compression: "Run Length", "JPEG" or "None", of the first bitmap. Resolution: pixels of
- * the picture in its frame, which is in 72nds of an inch; where that gives 72, what the bitmap
- * says, or the header. Written     Version 2 with one bitmap of 1, 4, 8 or 24 bits (other depths:
- * T_ERR_DEPTH), run-length coded, or several side by side: columns that one may not have, and rows
- * of 201 to 250 bytes, about whose coding programs disagree. More than 32767 pixels either way:
- *             T_ERR_SIZE.
- * Statuses    T_ERR_BAD_DATA: no PICT file, a bitmap that contradicts itself, or more painting than
- *             any picture needs. T_ERR_SUBTYPE: no bitmap (FILEINFO has the frame, at 24 bits), or
- *             one of another depth or packing. T_ERR_READ: the file ends early, or claims more than
- *             a mebipixel for each of its bytes; the rows that are there are delivered.
+/* Macintosh PICT: what QuickDraw recorded, versions 1 and 2, with and without 512 bytes in front.
+ * Read        Bitmaps of 1 to 32 bits in all packings (opcodes 90, 91, 98 to 9B) and QuickTime
+ *             pictures (8200) coded as JPEG or not at all, over whose place no other bitmap comes.
+ *             Lines, rectangles, ovals, arcs, polygons, regions and texts (as T_LoadWMFFile's) with
+ *             pens, patterns, colors, clips, masks, Boolean modes, transparent bitmaps. Arithmetic
+ *             modes copy, as all do where nothing but bitmaps is; highlighting inverts.
+ * Delivered   Top row first. The only bitmap of a picture that covers the frame, or bitmaps of one
+ *             kind that fill it side by side: at their own size and depth, 2 bits as 4, 16 bits in
+ *             T_ORDER_BGR, 24 and 32 bits as 24 in T_ORDER_RGB. Everything else is a white page of
+ *             24 bits, held in memory: the frame at the largest scale of its bitmaps, 1 to 8 pixels
+ *             a unit, or what T_SetDrawScale asks of drawings; 16384 pixels a side at most.
+ *             FILEINFO.Compression is the first bitmap's. Resolution: pixels in the frame, which
+ *             is in 72nds of an inch; where that gives 72, what the bitmap says, or the header.
+ * Written     Version 2 with one bitmap of 1, 4, 8 or 24 bits (other depths: T_ERR_DEPTH), or more
+ *             side by side: columns that one may not have, rows of 201 to 250 bytes, about whose
+ *             coding programs disagree. More than 32767 pixels either way: T_ERR_SIZE.
+ * Statuses    T_ERR_BAD_DATA: no PICT file, a contradictory bitmap, more to draw than real files
+ *             have. T_ERR_SUBTYPE: nothing to show (FILEINFO has the frame), bitmaps of another
+ *             depth or packing. T_ERR_READ: the file ends early, or claims more than a mebipixel
+ *             for each of its bytes; rows that are there are delivered, of drawings all.
  * Facts: Apple, "Inside Macintosh: Imaging With QuickDraw", appendix A. */
 T_API int32_t T_CALL T_LoadPCTFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);

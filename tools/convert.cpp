@@ -118,7 +118,7 @@ void add_picture_options(CLI::App& command, ConvertOptions& options) {
   command
       .add_option_function<int32_t>(
           "--scale", [](int32_t scale) { T_SetDrawScale(scale); },
-          "Draw drawings (WMF, WPG) so many times as large as at 96 pixels per inch")
+          "Draw drawings (WMF, WPG, PICT) so many times as large as on a screen")
       ->check(whole_number(1, T_MAX_DRAW_SCALE))
       ->type_name("N");
   command.add_flag_callback(

@@ -1,17 +1,19 @@
-"""Compares drawn metafiles with how Windows' own PlayMetaFile draws them, under Wine, and drawings of
-WordPerfect with what wpg2svg and librsvg make of them.
+"""Compares drawn metafiles with how Windows' own PlayMetaFile draws them, under Wine, drawings of
+WordPerfect with what wpg2svg and librsvg make of them, and drawn PICT files with how LibreOffice
+does, where it is installed (it is large).
 
 usage: interop_drawings.py TAVO [FOLDER]
 
-The metafiles are the seeds of the fuzzer and those of FOLDER, the drawings those of made_wpg.py,
-smooth as librsvg's are. Edges may differ by a pixel: at least 90 % of the pixels must be within 48
-levels, and of those that either draws 80 % must have one within 64 levels at most a pixel away in
-the other. Texts differ, since the fonts do: files whose names say so, or stand in TEXTS, only have
-to have the size. The last line is "N passed, N failed".
+The metafiles are the seeds of the fuzzer and those of FOLDER, which also may have PICT files; the
+WordPerfect drawings are those of made_wpg.py, smooth as librsvg's are. Edges may differ by a pixel:
+at least 90 % of the pixels must be within 48 levels, and of those that either draws 80 % must have
+one within 64 levels at most a pixel away in the other. Texts differ, since the fonts do: files whose
+names say so, or stand in TEXTS, only have to have the size. The last line is "N passed, N failed".
 """
 
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -27,6 +29,8 @@ HERE = pathlib.Path(__file__).parent
 # What differs, and why, stands in docs/drawings.md.
 TEXTS = ('text', 'formula', 'fulltest', '64716', 'charset', 'Eg', '2doorvan', 'missing-font',
          'dibbitblt')
+# Clips, patterns and transparent bitmaps that LibreOffice draws in ways of its own; bitmaps alone.
+OTHER_PICTS = ('Genevois', 'patterns', 'inside_', 'tm-5', 'rotated', 'liste', 'PhotoShop', 'Ringstadt')
 
 
 def pixels(path):
@@ -43,6 +47,56 @@ def near(ours, theirs):
         for x in range(3):
             found |= numpy.abs(ours - around[y:y + height, x:x + width]).max(2) <= 64
     return (found & drawn).sum() / max(drawn.sum(), 1)
+
+
+def pict():
+    """Shapes of every kind with thick pens and colours, 120 units high and 160 wide."""
+    red, blue, thick = '001AFFFF00000000', '001A00000000FFFF', '000700040006'
+    records = ['0011 02FF 0C00 FFFE 0000 00480000 00480000 0000 0000 0078 00A0 00000000 001E',
+               '0001 000A 0000 0000 0078 00A0', thick, '0030 0002 0002 0076 009E', red,
+               '0051 000C 000E 0030 0050', '000B 0014 001E', blue, '0041 000C 0058 0030 0098',
+               '0061 0036 000E 0070 0050 001E 00FA', red,
+               '0071 001A 0036 0058 0070 0098 0070 0058 0036 0078 0070 0098 0070 0058',
+               blue, '0020 0060 0058 0038 0068 00FF']
+    return bytes(512) + bytes.fromhex('0000 0000 0000 0078 00A0' + ''.join(records))
+
+
+def box(picture):
+    """Where anything is drawn: top, left, bottom, right."""
+    drawn = numpy.abs(picture - 255).max(2) > 48
+    rows, columns = numpy.flatnonzero(drawn.any(1)), numpy.flatnonzero(drawn.any(0))
+    return rows[0], columns[0], rows[-1] + 1, columns[-1] + 1
+
+
+def compare_pict(file):
+    """LibreOffice fits pictures to a page: what it draws is laid over what is drawn here."""
+    ours_file, page = interop.folder / 'ours.png', interop.folder / f'{file.stem}.png'
+    if run(interop.tavo, 'convert', file, ours_file) is None:
+        return
+    sides = '{"PixelWidth":{"type":"long","value":"2382"},"PixelHeight":{"type":"long","value":"3369"}}'
+    run('soffice', '--headless', '--convert-to', f'png:draw_png_Export:{sides}', '--outdir',
+        interop.folder, file)
+    ours, theirs = pixels(ours_file), pixels(page)
+    to, at = box(ours), box(theirs)
+    places = [(numpy.arange(to[i], to[i + 2]) + .5 - to[i]) * (at[i + 2] - at[i]) / (to[i + 2] - to[i])
+              + at[i] for i in (0, 1)]
+    seen = ours[to[0]:to[2], to[1]:to[3]]
+    theirs = theirs[places[0].astype(int)][:, places[1].astype(int)]
+    like = (numpy.abs(seen - theirs).max(2) <= 48).mean()
+    there, back = near(seen, theirs), near(theirs, seen)
+    print(f'{file.stem}: {like:.3f} alike, {there:.3f} and {back:.3f} near')
+    if not any(word in file.stem for word in OTHER_PICTS):
+        check(f'{file.stem}: as LibreOffice draws it', like >= .9 and min(there, back) >= .8, True)
+
+
+def compare_picts(folders):
+    if shutil.which('soffice') is None:
+        print('LibreOffice is not there: drawn PICT files are not compared')
+        return
+    (interop.folder / 'shapes.pct').write_bytes(pict())
+    given = (path for folder in folders for path in folder.glob('*.p*ct'))
+    for file in (interop.folder / 'shapes.pct', *sorted(given)):
+        compare_pict(file)
 
 
 def play(program, jobs):
@@ -93,6 +147,7 @@ def main():
         for _, _, file, theirs in jobs:
             compare(file.stem, interop.folder / f'{file.stem}-ours.bmp', theirs)
         compare_wpg()
+        compare_picts(folders[1:])
     return interop.finish(17)
 
 
