@@ -61,6 +61,7 @@ class Canvas {
   // Work is counted, in pixels touched and steps of about their cost: files of a few kilobytes may
   // otherwise ask for days. kBadData when it is more than real drawings take.
   Status spend(int64_t steps) { return (work_left_ -= steps) < 0 ? kBadData : kOk; }
+  bool is_spent() const { return work_left_ < 0; }
 
  private:
   size_t offset(int32_t x, int32_t y) const {

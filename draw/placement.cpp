@@ -12,7 +12,6 @@ Status PlacedPicture::start(int32_t width) {
   if (visible.is_empty()) return kOk;
   const auto count = static_cast<uint64_t>(visible.right - visible.left);
   TRY(columns_.allocate(count));
-  TRY(line_.allocate(3 * count));
   const int64_t from = int64_t{place_.source.right} - place_.source.left;
   const int64_t to = int64_t{place_.target.right} - place_.target.left;
   // Columns that the picture does not have are not drawn; they are at one end or at both.
@@ -26,7 +25,8 @@ Status PlacedPicture::start(int32_t width) {
     columns_[static_cast<size_t>(x - left_)] = static_cast<uint32_t>(3 * column);
     right_ = x + 1;
   }
-  return kOk;
+  is_plain_ = from == to && !place_.is_mirrored;
+  return is_plain_ ? kOk : line_.allocate(3 * count);
 }
 
 Status PlacedPicture::put_row(int32_t y, const uint8_t* pixels) {
@@ -47,21 +47,23 @@ Status PlacedPicture::put_row(int32_t y, const uint8_t* pixels) {
   end = std::min<int64_t>(target.top + end, seen.bottom);
   if (first >= end) return kOk;
 
-  uint8_t* to_pixel = line_.data();
-  const auto count = static_cast<size_t>(right_ - left_);
-  for (size_t i = 0; i < count; ++i, to_pixel += 3) {
-    store_pixel(to_pixel, load_pixel(pixels + columns_[i]));
+  const uint8_t* line = pixels + columns_[0];
+  if (!is_plain_) {
+    line = line_.data();
+    uint8_t* to_pixel = line_.data();
+    const auto count = static_cast<size_t>(right_ - left_);
+    for (size_t i = 0; i < count; ++i, to_pixel += 3) {
+      store_pixel(to_pixel, load_pixel(pixels + columns_[i]));
+    }
   }
-  for (auto at = static_cast<int32_t>(first); at < end; ++at) {
-    TRY(put_line(at));
-  }
+  for (auto at = static_cast<int32_t>(first); at < end; ++at) TRY(put_line(at, line));
   return kOk;
 }
 
 // Piece by piece where some of it is hidden.
-Status PlacedPicture::put_line(int32_t y) {
-  if (hidden_ == kNone) return canvas_.put(y, left_, right_, line_.data(), operation_, brush_);
-  const auto pixel = [this](int32_t x) { return line_.data() + 3 * int64_t{x - left_}; };
+Status PlacedPicture::put_line(int32_t y, const uint8_t* line) {
+  if (hidden_ == kNone) return canvas_.put(y, left_, right_, line, operation_, brush_);
+  const auto pixel = [&](int32_t x) { return line + 3 * int64_t{x - left_}; };
   for (int32_t x = left_; x < right_;) {
     while (x < right_ && load_pixel(pixel(x)) == hidden_) ++x;
     const int32_t first = x;

@@ -36,7 +36,7 @@ class PlacedPicture {
   Status put_row(int32_t y, const uint8_t* pixels);
 
  private:
-  Status put_line(int32_t y);
+  Status put_line(int32_t y, const uint8_t* line);
 
   static constexpr uint32_t kNone = UINT32_MAX;
 
@@ -47,6 +47,7 @@ class PlacedPicture {
   uint32_t hidden_ = kNone;
   int32_t left_ = 0;  // what is seen of the target
   int32_t right_ = 0;
+  bool is_plain_ = false;    // columns of the picture follow each other as those of the page do
   Array<uint32_t> columns_;  // where in a row of the picture their pixels are
   Buffer line_;
 };

@@ -65,16 +65,20 @@ Status read_page(Records& records, const Layout& layout, RowDelivery& rows) {
   return status.ok() ? rows.finish() : rows.finish_early(status);
 }
 
-// What the layout has found to end the records early, the page ends with here.
+// What keeps from reading on ends the records where it stands, and comes behind the page.
 Status read_drawing(io::InputFile& file, uint32_t offset, uint32_t file_bytes, const Layout& layout,
                     RowDelivery& rows) {
-  return formats::deliver_page(layout.picture, rows, [&](draw::Painter& painter, int32_t factor) {
+  Status end = kOk;
+  const auto draw = [&](draw::Painter& painter, int32_t factor) {
     TRY(file.seek(offset));
     Records records(file, file_bytes);
-    const Status status = Player(records, painter, layout, factor).play();
+    end = Player(records, painter, layout, factor).play();
     TRY(records.failure());
-    return !status.ok() && status == layout.end ? kReadError : status;
-  });
+    const bool is_fatal = end == kNoMemory || painter.canvas().is_spent();
+    return end.ok() || is_fatal ? end : kReadError;
+  };
+  const Status status = formats::deliver_page(layout.picture, rows, draw);
+  return status == kReadError && !end.ok() ? end : status;
 }
 
 }  // namespace

@@ -117,17 +117,25 @@ Player::Ink Player::ink(const Pattern& pattern, uint32_t mode) const {
     brush.kind = draw::Brush::Kind::kNone;
     return ink;
   }
-  if (pattern.kind != Pattern::Kind::kBits) {
-    ink.operation = color_operation(transfer, kOfPattern);
-    const bool is_tile = pattern.kind == Pattern::Kind::kTile;
-    brush.kind = is_tile ? draw::Brush::Kind::kTile : draw::Brush::Kind::kSolid;
-    brush.color = pattern.color;
-    brush.tile = pattern.tile.data();
-    brush.tile_width = pattern.width;
-    brush.tile_height = pattern.height;
+  if (pattern.kind == Pattern::Kind::kBits) {
+    set_bits(pattern, transfer, brush);
+    if (transfer.mode == Mode::kXor) ink.operation = kXorPattern;
     return ink;
   }
-  brush.kind = draw::Brush::Kind::kBits;
+  ink.operation = color_operation(transfer, kOfPattern);
+  const bool is_tile = pattern.kind == Pattern::Kind::kTile;
+  brush.kind = is_tile ? draw::Brush::Kind::kTile : draw::Brush::Kind::kSolid;
+  brush.color = pattern.color;
+  brush.tile = pattern.tile.data();
+  brush.tile_width = pattern.width;
+  brush.tile_height = pattern.height;
+  return ink;
+}
+
+// What modes do where bits are 1, and but for copying nowhere else. Exclusive is a white brush.
+void Player::set_bits(const Pattern& pattern, const Transfer& transfer, draw::Brush& brush) const {
+  using Kind = draw::Brush::Kind;
+  brush.kind = Kind::kBits;
   for (size_t i = 0; i < brush.bits.size(); ++i) {
     brush.bits[i] = static_cast<uint8_t>(transfer.inverts ? ~pattern.bits[i] : pattern.bits[i]);
   }
@@ -136,16 +144,12 @@ Player::Ink Player::ink(const Pattern& pattern, uint32_t mode) const {
                                               : state_.foreground;
   brush.background = state_.background;
   brush.is_transparent = transfer.mode != Mode::kCopy;
-  if (transfer.mode == Mode::kXor) ink.operation = kXorPattern;
-  const auto is_all = [&](uint8_t bits) {
-    return std::ranges::all_of(brush.bits, [bits](uint8_t row) { return row == bits; });
-  };
-  if (is_all(0xFF)) brush.kind = draw::Brush::Kind::kSolid;
+  const auto is_all = [&](uint8_t bits) { return std::ranges::count(brush.bits, bits) == 8; };
+  if (is_all(0xFF)) brush.kind = Kind::kSolid;
   if (is_all(0)) {
-    brush.kind = brush.is_transparent ? draw::Brush::Kind::kNone : draw::Brush::Kind::kSolid;
+    brush.kind = brush.is_transparent ? Kind::kNone : Kind::kSolid;
     brush.color = brush.background;
   }
-  return ink;
 }
 
 Player::Ink Player::ink(Verb verb) const {

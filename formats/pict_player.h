@@ -44,6 +44,7 @@ class Player {
   Status load_tile(Pattern& pattern);
   Ink ink(const Pattern& pattern, uint32_t mode) const;
   Ink ink(Verb verb) const;
+  void set_bits(const Pattern& pattern, const Transfer& transfer, draw::Brush& brush) const;
   draw::Pen pen() const;
   // A pen's width or height in subpixels: a pixel at least.
   int32_t pen_length(int32_t units) const;

@@ -17,8 +17,6 @@ constexpr uint32_t kLine = 0x20, kLineFrom = 0x21, kShortLine = 0x22, kLastLine 
 // last one was.
 enum Kind : uint32_t { kRect = 3, kRoundRect, kOval, kArc, kPolygon, kRegion };
 
-constexpr bool is_drawn(const draw::Box& box) { return !box.is_empty(); }
-
 }  // namespace
 
 Status Player::take_drawing() {
@@ -95,7 +93,7 @@ Status Player::draw_boxed(Verb verb, uint32_t kind) {
                                grid_.length(std::max(oval.y, 0))};
   shape_.clear();
   TRY(add_boxed(kind, box, corners));
-  if (verb == Verb::kFrame && is_drawn(inside)) {
+  if (verb == Verb::kFrame && !inside.is_empty()) {
     const auto less = [](int32_t length, int32_t outside) { return std::max(length - outside, 0); };
     TRY(add_boxed(kind, inside,
                   {less(corners.x, (box.right - box.left) - (inside.right - inside.left)),
@@ -114,7 +112,7 @@ Status Player::draw_arc(Verb verb, Place angles) {
   const draw::Box box = grid_.box(box_), inside = inside_pen(box);
   shape_.clear();
   TRY(shape_.add_arc(box, from, around));
-  if (verb == Verb::kFrame && is_drawn(inside)) {
+  if (verb == Verb::kFrame && !inside.is_empty()) {
     inner_.clear();
     TRY(inner_.add_arc(inside, from, around));
     const auto points = inner_.points();

@@ -231,6 +231,28 @@ TEST(Pict, WhatRecordsDraw) {
   EXPECT_EQ(seen(pict_file(2, 2, {hex("0020 0000 0000 0001 0001")}), 2), "##.. ###. #### .###");
 }
 
+TEST(Pict, WhatIsDrawnBeforeAFaultIsDelivered) {
+  const Bytes drawn = hex("0031 0000 0000 0004 0005");
+  const Bytes odd = gray_map(0x98, 2, 1, 2, {0, 0, 1, 2}, hex("0305"), {}, 3);
+  const Bytes endless = join({drawn, Bytes(20000)});  // no operation, and no end
+  for (const auto& [file, want] :
+       {std::pair{pict_file(4, 5, {drawn, odd}), T_ERR_SUBTYPE},
+        std::pair{part(pict_file(4, 5, {endless}), 0, 600), T_ERR_READ}}) {
+    BitmapHandle bitmap = {};
+    Rows rows;
+    EXPECT_EQ(T_LoadMemory(file.data(), &bitmap, 24, -1, 0, Rows::sink, &rows,
+                           static_cast<uint32_t>(file.size())),
+              want);
+    EXPECT_EQ(rows.count, 4);
+    T_FreeBitmap(&bitmap);
+  }
+  // The page painted more often than drawings do.
+  Bytes again = hex("0039");
+  for (int i = 0; i < 14; ++i) again = join({again, again});
+  const Bytes all = hex("0031 0000 0000 0080 0080");
+  EXPECT_EQ(read_directly(T_LoadPCTFile, pict_file(128, 128, {all, again})), T_ERR_BAD_DATA);
+}
+
 TEST(Pict, TextStandsWhereItIsPut) {
   const auto ink = [](const char* records) {  // rows and columns of 40 x 60 that have any
     const std::string all = seen(pict_file(40, 60, {hex(records)}));
