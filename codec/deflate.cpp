@@ -74,6 +74,12 @@ void Encoder::change_checksum(uint32_t difference, uint64_t bytes) {
   checksum_ = adler32_changed(checksum_, difference, bytes);
 }
 
+void Encoder::change(size_t at, uint8_t difference) {
+  uint8_t& byte = window_.data()[at];
+  byte = static_cast<uint8_t>(byte + difference);
+  change_checksum(difference, used_ - at);
+}
+
 // The checksum stands behind, its first byte first.
 Status Encoder::finish() {
   TRY(compress(true));

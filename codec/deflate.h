@@ -41,6 +41,10 @@ class Encoder {
   Status store(std::span<const uint8_t> bytes);
   // One of those bytes has become larger by so much; so many bytes have come from it on.
   void change_checksum(uint32_t difference, uint64_t bytes);
+  // Whether a stream of so many bytes stays in memory until finish(). Byte `at` of one that does is
+  // then made larger by so much.
+  bool holds(uint64_t bytes) const { return bytes <= room_; }
+  void change(size_t at, uint8_t difference);
   // Ends it, and gives what is left to `out`.
   Status finish();
 

@@ -230,6 +230,15 @@ void fixed_codes(Codes& codes) {
   codes.distances.assign(32);
 }
 
+Codes dynamic_codes(const Counts& counts) {
+  Codes codes;
+  huffman::find_lengths(counts.literals, kMaxBits,
+                        std::span(codes.literals.bits).first(kLiteralCodes));
+  huffman::find_lengths(counts.distances, kMaxBits,
+                        std::span(codes.distances.bits).first(kDistanceCodes));
+  return codes;
+}
+
 }  // namespace
 
 void Counts::add(const Counts& other) {
@@ -253,19 +262,21 @@ uint64_t estimate_bits(const Counts& counts) {
   return in_256ths / 256 + extra + kFixedPart + kForEach * used;
 }
 
-uint64_t fixed_bits(const Counts& counts) {
+uint64_t block_bits(const Counts& counts) {
   Codes fixed;
   fixed_codes(fixed);
-  return fixed.bits_of(counts);
+  const Codes dynamic = dynamic_codes(counts);
+  return std::min(Description(dynamic).bits() + dynamic.bits_of(counts), fixed.bits_of(counts));
 }
 
-void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs) {
+void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs, uint32_t for_new) {
   uint32_t all = 1;
   for (const uint32_t count : counts) all += count;
   const uint32_t of_all = log2_in_256ths(all);
   for (size_t i = 0; i < counts.size(); ++i) {
     const uint32_t cost = of_all - log2_in_256ths(std::max(counts[i], 1u));
-    costs[i] = static_cast<uint16_t>(std::clamp(cost / 16, 16u, 16 * kMaxBits));
+    const uint32_t more = counts[i] == 0 ? for_new : 0;
+    costs[i] = static_cast<uint16_t>(std::clamp(cost / 16, 16u, 16 * kMaxBits) + more);
   }
 }
 
@@ -320,11 +331,7 @@ Status write_stored(std::span<const uint8_t> data, bool is_last, BitWriter& out)
 
 Status write_block(std::span<const Sequence> sequences, const Counts& counts,
                    std::span<const uint8_t> data, bool is_last, BitWriter& out) {
-  Codes dynamic, fixed;
-  huffman::find_lengths(counts.literals, kMaxBits,
-                        std::span(dynamic.literals.bits).first(kLiteralCodes));
-  huffman::find_lengths(counts.distances, kMaxBits,
-                        std::span(dynamic.distances.bits).first(kDistanceCodes));
+  Codes dynamic = dynamic_codes(counts), fixed;
   const Description description(dynamic);
   fixed_codes(fixed);
   const uint64_t of_dynamic = description.bits() + dynamic.bits_of(counts);

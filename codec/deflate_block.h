@@ -54,11 +54,13 @@ inline uint32_t distance_symbol(uint32_t distance) {
 // estimate, by the entropy.
 uint64_t estimate_bits(const Counts& counts);
 
-// What the symbols take in the fixed codes.
-uint64_t fixed_bits(const Counts& counts);
+// What a block of these symbols takes, its codes and their description among it, unless it is
+// stored.
+uint64_t block_bits(const Counts& counts);
 
-// What each symbol takes, in 16ths of a bit; of one that does not occur, what it would.
-void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs);
+// What each symbol takes, in 16ths of a bit; of one that does not occur, what it would and
+// `for_new`.
+void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs, uint32_t for_new);
 
 // What a literal takes of these, 1 or more.
 uint32_t bits_of_literal(const Counts& counts);

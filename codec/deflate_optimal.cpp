@@ -7,9 +7,13 @@ namespace {
 
 constexpr uint32_t kFar = 128;  // not a repetition within a row
 constexpr uint32_t kDepth = 200, kNice = kMaxMatch;
-constexpr uint32_t kWays = 3;     // that are looked for
-constexpr size_t kLittle = 4096;  // data for which the fixed codes may be best
-constexpr uint32_t kRoom = 8;     // for matches of each byte, on the average
+constexpr uint32_t kWays = 3;  // that are looked for
+// The first data of a stream, all of a small picture: more places are looked at, and more ways,
+// some at a price in 16ths of a bit for symbols that did not occur.
+constexpr uint64_t kThorough = 32768;  // symbols, and pieces of data
+constexpr size_t kPiece = 64;
+constexpr uint32_t kManyPlaces = 1024, kForNew = 5 * 16;
+constexpr uint32_t kRoom = 8;  // for matches of each byte, on the average
 
 // Symbols as often as the fixed codes have them.
 Counts fixed_counts() {
@@ -31,6 +35,7 @@ Status OptimalParser::allocate() {
 
 // Before anything is known: what the bytes themselves say, and that matches are many.
 void OptimalParser::start(std::span<const uint8_t> data) {
+  spent_ = 0;
   counts_ = {};
   for (const uint8_t byte : data) counts_.literals[byte] += 2;
   const auto some = static_cast<uint32_t>(data.size() / 64 + 1);
@@ -43,6 +48,7 @@ void OptimalParser::start(std::span<const uint8_t> data) {
 size_t OptimalParser::find_matches(const uint8_t* data, uint32_t place, size_t history, size_t end,
                                    size_t ahead, Chains& chains) {
   const size_t most = std::min(end, kStretch);
+  const uint32_t depth = spent_ < kThorough ? kManyPlaces : kDepth;
   uint32_t used = 0, skipped = 0, distance = 0;
   size_t i = 0;
   for (; i < most && used < kRoom * kStretch; ++i) {
@@ -55,7 +61,7 @@ size_t OptimalParser::find_matches(const uint8_t* data, uint32_t place, size_t h
     }
     const auto left = static_cast<uint32_t>(std::min<size_t>(ahead - i, kMaxMatch));
     Match* const found = matches_.data() + used;
-    uint32_t count = chains.find_all(data + i, at_place, history + i, left, kDepth, kNice, found);
+    uint32_t count = chains.find_all(data + i, at_place, history + i, left, depth, kNice, found);
     // Rows that are alike are alike from end to end, however far it is.
     if (distance != 0 && distance <= history + i) {
       const uint32_t length = equal_bytes(data + i, data + i - distance, 0, left);
@@ -70,10 +76,10 @@ size_t OptimalParser::find_matches(const uint8_t* data, uint32_t place, size_t h
   return i;
 }
 
-void OptimalParser::set_costs(const Counts& counts) {
+void OptimalParser::set_costs(const Counts& counts, uint32_t for_new) {
   std::array<uint16_t, kLiteralCodes> literals;
-  costs_of(counts.literals, literals);
-  costs_of(counts.distances, costs_.distances);
+  costs_of(counts.literals, literals, for_new);
+  costs_of(counts.distances, costs_.distances, for_new);
   std::copy_n(literals.begin(), 256, costs_.literals.begin());
   for (uint32_t length = kMinMatch; length <= kMaxMatch; ++length) {
     const uint32_t s = kLengthSymbol[length];
@@ -137,37 +143,59 @@ Counts OptimalParser::count_longest(const uint8_t* data, size_t size) const {
   return counts;
 }
 
-// What a way makes symbols cost is not what it was found by, so the next may be worse.
+// Without a match.
+Counts OptimalParser::count_literals(const uint8_t* data, size_t size) {
+  Counts counts;
+  counts.literals[kEndOfBlock] = 1;
+  for (size_t i = 0; i < size; ++i) ++counts.literals[data[i]];
+  return counts;
+}
+
+// What a way makes symbols cost is not what it was found by, so the next may be worse. In little
+// data much depends on where that begins, and on how many symbols there are to describe.
 void OptimalParser::choose_way(const uint8_t* data, size_t size) {
   uint64_t least = UINT64_MAX, bits = 0;
-  Counts best;
-  const auto find = [&](const Counts& counts) {
-    set_costs(counts);
-    find_way(data, size);
-    const Counts found = count_way(data, size);
-    bits = std::min(estimate_bits(found), fixed_bits(found));
-    if (bits < least) {
+  Costs best;
+  const auto follow = [&](Counts counts, uint32_t ways, uint32_t for_new = 0) {
+    for (uint64_t before = 0; ways > 0; --ways) {
+      set_costs(counts, for_new);
+      find_way(data, size);
+      counts = count_way(data, size);
+      bits = block_bits(counts);
+      if (bits == before) return;
+      before = bits;
+      if (bits >= least) continue;
       least = bits;
-      best = counts;
+      best = costs_;
     }
-    return found;
   };
-  Counts counts = find(counts_);
-  if (size < kLittle) find(fixed_counts());
-  counts = find(count_longest(data, size));
-  for (uint32_t way = 0; way < kWays; ++way) counts = find(counts);
-  if (bits > least) counts = find(best);
-  counts_ = counts;
+  const Counts longest = count_longest(data, size);
+  if (spent_ < kThorough) {
+    for (const uint32_t for_new : {0u, kForNew}) {
+      for (const Counts& counts : {fixed_counts(), count_literals(data, size), longest}) {
+        follow(counts, kWays, for_new);
+      }
+    }
+  }
+  follow(counts_, 1);
+  follow(longest, 1 + kWays);
+  if (bits > least) {
+    costs_ = best;
+    find_way(data, size);
+  }
+  counts_ = count_way(data, size);
 }
 
 size_t OptimalParser::parse(const uint8_t* data, uint32_t place, size_t history, size_t end,
                             size_t ahead, Chains& chains, Tokens& tokens) {
   const size_t size = find_matches(data, place, history, end, ahead, chains);
   choose_way(data, size);
+  spent_ += size / kPiece;
   uint32_t literals = 0;
   size_t i = 0;
   for (; i < size; i += steps_[i].length) {
     const Step& step = steps_[i];
+    ++spent_;
     if (step.length == 1) {
       ++literals;
     } else {

@@ -43,12 +43,14 @@ class OptimalParser {
 
   size_t find_matches(const uint8_t* data, uint32_t place, size_t history, size_t end, size_t ahead,
                       Chains& chains);
-  void set_costs(const Counts& counts);
+  void set_costs(const Counts& counts, uint32_t for_new);
   void find_way(const uint8_t* data, size_t size);
   Counts count_way(const uint8_t* data, size_t size) const;
   Counts count_longest(const uint8_t* data, size_t size) const;
+  static Counts count_literals(const uint8_t* data, size_t size);
   void choose_way(const uint8_t* data, size_t size);
 
+  uint64_t spent_ = 0;  // on the stream so far
   Costs costs_;
   Counts counts_;  // of the stretch before
   Array<Match> matches_;

@@ -64,14 +64,16 @@ Status Tokens::write_parts(size_t first, size_t end, const Counts& counts, bool 
 }
 
 Status Tokens::write(bool is_last, BitWriter& out) {
+  constexpr size_t kFew = 16;
+  const auto bits_of = part_count_ <= kFew ? block_bits : estimate_bits;
   size_t first = 0;
   Counts joined = parts_[0].counts;
-  uint64_t bits = part_count_ > 1 ? estimate_bits(joined) : 0;
+  uint64_t bits = part_count_ > 1 ? bits_of(joined) : 0;
   for (size_t i = 1; i < part_count_; ++i) {
     Counts both = joined;
     both.add(parts_[i].counts);
     both.literals[kEndOfBlock] = 1;
-    const uint64_t of_both = estimate_bits(both), of_next = estimate_bits(parts_[i].counts);
+    const uint64_t of_both = bits_of(both), of_next = bits_of(parts_[i].counts);
     const bool joins = of_both <= bits + of_next;
     if (!joins) {
       TRY(write_parts(first, i, joined, is_last, out));

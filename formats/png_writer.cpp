@@ -92,7 +92,9 @@ class Writer final : public io::RowWriter {
     TRY(filtered_.allocate(1 + bytes + filters::kSlack));
     row_bytes_ = static_cast<size_t>(bytes);
     is_clear_ = request.depth == 32;
-    return encoder_.allocate(static_cast<deflate::Level>(settings.deflate_level));
+    TRY(encoder_.allocate(static_cast<deflate::Level>(settings.deflate_level)));
+    is_apart_ = is_clear_ && !encoder_.holds((1 + bytes) * static_cast<uint64_t>(picture.Height));
+    return kOk;
   }
 
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
@@ -119,7 +121,7 @@ class Writer final : public io::RowWriter {
     std::swap(row_, above_);
     std::span<const uint8_t> coded = filtered_.bytes().first(1 + row_bytes_);
     filtered_bytes_ += coded.size();
-    if (is_first_ && is_clear_) {
+    if (is_first_ && is_apart_ && is_clear_) {
       TRY(encoder_.store(coded.first(kApart)));
       coded = coded.subspan(kApart);
     }
@@ -128,10 +130,14 @@ class Writer final : public io::RowWriter {
   }
 
   Status finish() {
-    if (is_clear_) encoder_.change_checksum(kOpaque, filtered_bytes_ - (kApart - 1));
+    if (is_clear_ && is_apart_) {
+      encoder_.change_checksum(kOpaque, filtered_bytes_ - (kApart - 1));
+    } else if (is_clear_) {
+      encoder_.change(kApart - 1, kOpaque);
+    }
     TRY(encoder_.finish());
     TRY(chunks_.write(kIEND, {}));
-    if (is_clear_) TRY(make_opaque());
+    if (is_clear_ && is_apart_) TRY(make_opaque());
     return file_.finish();
   }
 
@@ -139,9 +145,10 @@ class Writer final : public io::RowWriter {
   // A picture whose fourth bytes are all 0 has no opacity: programs leave them so. That it is none
   // shows at its end, so it is written in a way that one byte decides. The first pixel's opacity is
   // the difference from 0, and all others, by the filters Sub in the first row and Up and Paeth in
-  // the others, have none from that. It stands apart in a chunk of its own, as stored, so that it
-  // can be changed: kApart bytes of the data (filter type, pixel) behind the heads of the stream
-  // (RFC 1950, 2.2) and of the block (RFC 1951, 3.2.4).
+  // the others, have none from that. Where the encoder does not hold all data until then, it stands
+  // apart in a chunk of its own, as stored, so that it can be changed: kApart bytes of the data
+  // (filter type, pixel) behind the heads of the stream (RFC 1950, 2.2) and of the block (RFC 1951,
+  // 3.2.4).
   static constexpr size_t kApart = 5;
   static constexpr size_t kBeforeApart = 2 + 5;
   static constexpr uint8_t kOpaque = 255;
@@ -207,6 +214,7 @@ class Writer final : public io::RowWriter {
   size_t row_bytes_ = 0;
   bool is_first_ = true;
   bool is_clear_ = false;        // all fourth bytes so far are 0
+  bool is_apart_ = false;        // the first one is
   uint64_t filtered_bytes_ = 0;  // that have come
   uint64_t data_at_ = 0;         // where the first IDAT chunk is in the file
   Buffer row_, above_, filtered_;

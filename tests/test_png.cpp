@@ -215,8 +215,8 @@ TEST(Png, OpacityIsWrittenWhereThereIsAny) {
   ASSERT_EQ(T_StreamFile("in", "out", T_FORMAT_PNG, 32, 0), T_OK);
   ASSERT_EQ(load(disk.files["out"], loaded, 32, T_ORDER_RGB), T_OK);
   EXPECT_EQ(pixels(loaded.get()), hex("01020340 050607FF"));
-  // Where no pixel has any, all are opaque.
-  for (const int32_t width : {1, 40}) {
+  // Where no pixel has any, all are opaque, be it known before the first data are written or not.
+  for (const int32_t width : {1, 40, 5000}) {
     Bitmap clear, shown;
     make_picture(clear, width, 30, 32);
     T_AccessBitmap(clear.get());

@@ -48,7 +48,7 @@ const std::vector<Operation>& operations() {
       {"flip", [](BitmapHandle* b) { return T_FlipBitmap(b); }},
       {"reverse", [](BitmapHandle* b) { return T_ReverseBitmap(b); }},
       {"average 3", [](BitmapHandle* b) { return T_AverageFilterBitmap(b, 3); }},
-      {"average 11", [](BitmapHandle* b) { return T_AverageFilterBitmap(b, 11); }},
+      {"average 15", [](BitmapHandle* b) { return T_AverageFilterBitmap(b, 15); }},
       {"average 255", [](BitmapHandle* b) { return T_AverageFilterBitmap(b, 255); }},
       {"median 3", [](BitmapHandle* b) { return T_MedianFilterBitmap(b, 3); }},
       {"median 5", [](BitmapHandle* b) { return T_MedianFilterBitmap(b, 5); }},
