@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "formats/drawn_page.h"
+#include "formats/pict_state.h"
 
 namespace tavo::pict {
 
@@ -64,6 +65,7 @@ class Survey {
   void add(const Bitmap& bitmap) {
     has_space_ = true;
     if (bitmap.destination.is_empty()) return;
+    if (is_drawn_ && !covers(bitmap.mode)) is_mixed_ = true;
     if (count_ == 0) first_ = bitmap;
     ++count_;
     largest_ = std::max({largest_, across(bitmap), down(bitmap)});
@@ -76,7 +78,7 @@ class Survey {
   void add_drawing() {
     has_space_ = true;
     is_drawn_ = true;
-    is_drawn_on_ = count_ != 0;
+    if (count_ != 0) is_mixed_ = true;
   }
 
   bool can_join(const Bitmap& bitmap) const {
@@ -104,7 +106,7 @@ class Survey {
   // Of a file that ends early the bitmaps that are to come would go on.
   Show show(bool is_whole) const {
     if (count_ == 0) return is_drawn_ ? Show::kDrawing : Show::kNothing;
-    if (is_drawn_on_) return Show::kDrawing;
+    if (is_mixed_) return Show::kDrawing;
     if (is_alone_) return Show::kAlone;
     const bool is_full = filled_down_ == space_.height();
     if (joins_ && (is_full || !is_whole)) return Show::kJoined;
@@ -174,7 +176,7 @@ class Survey {
   bool is_alone_ = false;
   bool joins_ = true;
   bool is_drawn_ = false;
-  bool is_drawn_on_ = false;  // a bitmap is
+  bool is_mixed_ = false;  // bitmaps are drawn on, or show what was drawn before
   bool has_unknown_ = false;
   int32_t filled_across_ = 0;  // of the frame by bitmaps that join
   int32_t filled_down_ = 0;

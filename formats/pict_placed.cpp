@@ -9,9 +9,6 @@ namespace tavo::pict {
 
 namespace {
 
-// The mode in which pixels of the background's colour are not drawn.
-constexpr uint32_t kTransparent = 36;
-
 // Of bitmaps without colours, whose ones come as black: where they are (or are not, inverted) the
 // colour comes, or what is there is inverted; elsewhere it stays.
 draw::RasterOp stencil_operation(const Transfer& transfer) {

@@ -54,6 +54,8 @@ Transfer transfer_of(uint32_t mode) {
   return {static_cast<Mode>(mode & 3), (mode & 4) != 0};
 }
 
+bool covers(uint32_t mode) { return mode != kTransparent && transfer_of(mode).mode == Mode::kCopy; }
+
 // QuickDraw inverts all bits of colours before and after, so that black counts as 1.
 draw::RasterOp color_operation(const Transfer& transfer, uint32_t operand) {
   const uint32_t from = transfer.inverts ? ~operand : operand;

@@ -42,6 +42,10 @@ Transfer transfer_of(uint32_t mode);
 // The same of colours, as a raster operation whose `operand` is kOfPattern or kOfSource.
 inline constexpr uint32_t kOfPattern = 0xF0, kOfSource = 0xCC, kOfPage = 0xAA;
 draw::RasterOp color_operation(const Transfer& transfer, uint32_t operand);
+// The arithmetic mode in which a bitmap's pixels of the background's colour are not drawn.
+inline constexpr uint32_t kTransparent = 36;
+// Whether nothing of what is there remains where a bitmap comes.
+bool covers(uint32_t mode);
 
 // A point of QuickDraw, the row first.
 struct Place {

@@ -136,7 +136,10 @@ TEST(Pict, DrawingsBehindABitmapMakeAPage) {
   const Bytes bitmap = gray_map(0x98, 2, 1, 2, {0, 0, 1, 2}, hex("0305"));
   const Bytes drawn = pict_file(1, 2, {bitmap, hex("0031 0000000000010001")});
   EXPECT_EQ(info_of(drawn).BitsPerPixel, 24);
-  EXPECT_EQ(info_of(pict_file(1, 2, {hex("0031 0000000000010001"), bitmap})).BitsPerPixel, 8);
+  Bytes before = pict_file(1, 2, {hex("0031 0000000000010001"), bitmap});
+  EXPECT_EQ(info_of(before).BitsPerPixel, 8);
+  before[before.size() - 5] = 1;  // a mode that lets it shine through
+  EXPECT_EQ(info_of(before).BitsPerPixel, 24);
 }
 
 // A letter for each pixel: what most are, '.' is white.
