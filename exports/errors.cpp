@@ -8,7 +8,7 @@
 #include "exports/answer.h"
 #include "exports/arguments.h"
 #include "platform/platform.h"
-#include "tavo45.h"
+#include "tavo45_display.h"
 
 using namespace tavo;
 
@@ -43,6 +43,13 @@ constexpr StatusText kTexts[] = {
     {T_ERR_NOTICE, "The check of the embedded notice failed"},
     {T_ERR_TOO_LARGE, "The file is larger than the file operations can address"},
     {T_ERR_LIMIT, "A limit that was set does not allow it"},
+    {T_ERR_DEVICE, "The system refused to draw, print or make a bitmap"},
+    {T_ERR_BUSY, "Another program holds the clipboard"},
+    {T_ERR_NO_PICTURE, "There is no picture on the clipboard"},
+    {T_ERR_UNAVAILABLE, "There is no scanner manager"},
+    {T_ERR_NO_SOURCE, "There is no scanner, or it cannot be opened"},
+    {T_ERR_SOURCE, "The scanner failed"},
+    {T_ERR_CANCELLED, "The user cancelled"},
 };
 
 // A limit's name, and the sentence that is told: what was asked stands between its halves, what is

@@ -10,6 +10,7 @@
 #include "formats/dib_writer.h"
 #include "formats/plain_rows.h"
 #include "formats/plausible.h"
+#include "process/dib_info.h"
 #include "process/dib_rows.h"
 #include "process/row_delivery.h"
 

@@ -1,5 +1,4 @@
-// Device-independent bitmaps as files of several formats have them: header, colours, rows from the
-// bottom.
+// Device-independent bitmaps as files of several formats have them: colours, rows from the bottom.
 #pragma once
 
 #include <cstdint>
@@ -11,14 +10,6 @@
 #include "tavo45.h"
 
 namespace tavo::dib {
-
-// All the colours of the depth; none above 8 bits.
-constexpr uint32_t table_entries(int32_t depth) { return depth <= 8 ? 1u << depth : 0; }
-
-// BITMAPINFOHEADER of a picture whose rows are not coded and go upward, which all programs read;
-// `to` has room for its 40 bytes, which are zero.
-void store_info_header(const BitmapHandle& picture, int32_t depth, uint32_t image_bytes,
-                       uint32_t colors_used, uint8_t* to);
 
 // `entry_bytes`: 4, RGBQUAD, or 3, RGBTRIPLE.
 Status write_table(io::OutputFile& file, const BitmapHandle& picture, int32_t depth,

@@ -8,6 +8,7 @@
 #include "formats/wmf.h"
 #include "formats/wmf_records.h"
 #include "process/dib_header.h"
+#include "process/dib_info.h"
 
 namespace tavo::wmf {
 

@@ -16,6 +16,14 @@ uintptr_t allocate_movable(size_t bytes);
 void* lock_block(uintptr_t block);
 int32_t unlock_block(uintptr_t block);
 int32_t free_block(uintptr_t block);
+// Blocks that leave the library or come from elsewhere: global memory on Windows, else the address
+// itself. A movable block that is handed over no longer counts as the library's: whoever has got it
+// frees it, with free_shared() for one.
+void hand_over(uintptr_t block);
+void free_shared(uintptr_t block);
+// 0 when the system cannot tell.
+size_t shared_size(uintptr_t block);
+
 // Zeroes bytes of a locked block. Where the system can, large parts are not touched but given back
 // to it: whoever claims a huge picture and brings no pixels takes no memory.
 void clear_block(void* at, size_t bytes);

@@ -85,10 +85,15 @@ std::span<uint8_t> give_back(std::span<uint8_t> bytes) {
   return bytes.first(0);
 }
 
-void return_block(void* block) {
-  if (block == nullptr) return;
+BlockNote note_of(void* block) {
   BlockNote note;
   std::memcpy(&note, static_cast<uint8_t*>(block) - sizeof note, sizeof note);
+  return note;
+}
+
+void return_block(void* block) {
+  if (block == nullptr) return;
+  const BlockNote note = note_of(block);
   gate.block_returned(note.bytes);
   std::free(note.given);
 }
@@ -166,6 +171,16 @@ int32_t free_block(uintptr_t block) {
   return_block(reinterpret_cast<void*>(block));
   return 0;
 }
+
+void hand_over(uintptr_t block) {
+  gate.block_returned(note_of(reinterpret_cast<void*>(block)).bytes);
+}
+
+void free_shared(uintptr_t block) {
+  if (block != 0) std::free(note_of(reinterpret_cast<void*>(block)).given);
+}
+
+size_t shared_size(uintptr_t) { return 0; }
 
 void clear_block(void* at, size_t bytes) {
   const std::span<uint8_t> all(static_cast<uint8_t*>(at), bytes);

@@ -75,6 +75,10 @@ int32_t free_block(uintptr_t block) {
   return static_cast<int32_t>(reinterpret_cast<intptr_t>(GlobalFree(as_global(block))));
 }
 
+void hand_over(uintptr_t block) { gate.block_returned(GlobalSize(as_global(block))); }
+void free_shared(uintptr_t block) { GlobalFree(as_global(block)); }
+size_t shared_size(uintptr_t block) { return GlobalSize(as_global(block)); }
+
 void clear_block(void* at, size_t bytes) { std::memset(at, 0, bytes); }
 void discard(void*, size_t) {}
 

@@ -22,31 +22,30 @@ uint8_t FieldConverter::Field::read(uint32_t pixel) const {
   return static_cast<uint8_t>((sum + (sum >> bits)) >> bits);
 }
 
-FieldConverter::FieldConverter(const Header& header)
-    : pixel_bits_(header.bits),
+FieldConverter::FieldConverter(const Header& header, int32_t bits_out)
+    : bits_in_(header.bits),
+      bits_out_(bits_out),
       blue_(header.blue),
       green_(header.green),
       red_(header.red),
       alpha_(header.alpha) {}
 
 // Pixels are little-endian words, whatever the masks.
-void FieldConverter::convert(const uint8_t* in, uint8_t* out, int32_t width) const {
-  if (pixel_bits_ == 16) {
-    for (int32_t x = 0; x < width; ++x, in += 2, out += 3) {
-      const uint32_t pixel = load_le16(in);
-      out[0] = blue_.read(pixel);
-      out[1] = green_.read(pixel);
-      out[2] = red_.read(pixel);
-    }
-    return;
-  }
-  for (int32_t x = 0; x < width; ++x, in += 4, out += 4) {
-    const uint32_t pixel = load_le32(in);
+template <class Pixel, size_t kBytesOut>
+void FieldConverter::convert_pixels(const uint8_t* in, uint8_t* out, int32_t width) const {
+  for (int32_t x = 0; x < width; ++x, in += sizeof(Pixel), out += kBytesOut) {
+    const uint32_t pixel = load_native<Pixel>(in);
     out[0] = blue_.read(pixel);
     out[1] = green_.read(pixel);
     out[2] = red_.read(pixel);
-    out[3] = alpha_.read(pixel);
+    if constexpr (kBytesOut == 4) out[3] = alpha_.read(pixel);
   }
+}
+
+void FieldConverter::convert(const uint8_t* in, uint8_t* out, int32_t width) const {
+  if (bits_in_ == 16) return convert_pixels<uint16_t, 3>(in, out, width);
+  if (bits_out_ == 24) return convert_pixels<uint32_t, 3>(in, out, width);
+  convert_pixels<uint32_t, 4>(in, out, width);
 }
 
 }  // namespace tavo::dib

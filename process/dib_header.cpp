@@ -42,16 +42,6 @@ Channel channel_of(uint32_t mask) {
   return {shift, static_cast<uint32_t>(std::bit_width(mask >> shift))};
 }
 
-// Whether pixels with these masks are rows as bitmaps hold them: BI_RGB's 5-5-5 and 8-8-8.
-bool masks_are_plain(const Header& header) {
-  if (header.bits == 16) {
-    return header.red == Channel{10, 5} && header.green == Channel{5, 5} &&
-           header.blue == Channel{0, 5} && header.alpha.width == 0;
-  }
-  return header.red == Channel{16, 8} && header.green == Channel{8, 8} &&
-         header.blue == Channel{0, 8};
-}
-
 // A header of 40 bytes has its three masks behind it, of Windows CE four, and the colour table
 // comes after them. The longer ones include them.
 Status parse_masks(std::span<const uint8_t> bytes, size_t header_size, bool with_alpha,
@@ -63,7 +53,8 @@ Status parse_masks(std::span<const uint8_t> bytes, size_t header_size, bool with
   header.green = channel_of(load_le32(masks + 4));
   header.blue = channel_of(load_le32(masks + 8));
   if (with_alpha) header.alpha = channel_of(load_le32(masks + 12));
-  header.has_masks = !masks_are_plain(header);
+  // The highest of 16 bits is nobody's.
+  header.has_masks = !has_plain_colors(header) || (header.bits == 16 && header.alpha.width != 0);
   if (header_size == kInfoHeaderSize) header.table_offset += size;
   return kOk;
 }
@@ -107,8 +98,7 @@ void parse_core_header(std::span<const uint8_t> bytes, Header& header) {
 
 // BITMAPINFOHEADER and what begins like it. A negative height means top-down. biPlanes is not
 // looked at: there is one.
-Status parse_info_header(std::span<const uint8_t> bytes, size_t header_size, Header& header,
-                         uint32_t& colors_used) {
+Status parse_info_header(std::span<const uint8_t> bytes, size_t header_size, Header& header) {
   header.width = static_cast<int32_t>(load_le32(&bytes[kBiWidth]));
   const auto height = static_cast<int32_t>(load_le32(&bytes[kBiHeight]));
   if (height == INT32_MIN) return kBadData;
@@ -120,7 +110,7 @@ Status parse_info_header(std::span<const uint8_t> bytes, size_t header_size, Hea
   header.has_resolution = true;
   header.x_per_meter = static_cast<int32_t>(load_le32(&bytes[kBiXPelsPerMeter]));
   header.y_per_meter = static_cast<int32_t>(load_le32(&bytes[kBiYPelsPerMeter]));
-  colors_used = load_le32(&bytes[kBiClrUsed]);
+  header.colors_used = load_le32(&bytes[kBiClrUsed]);
   if (header_size == kV5Size && bytes.size() >= kV5Size) {
     constexpr uint32_t kLinked = 0x4C494E4B, kEmbedded = 0x4D424544;
     const uint32_t space = load_le32(&bytes[kBV5CSType]);
@@ -139,11 +129,10 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   if (!is_core && !is_info && size != kOs2ShortSize) return kBadData;
   if (bytes.size() < std::min<size_t>(size, kInfoHeaderSize)) return kBadData;
   header.table_offset = size;
-  uint32_t colors_used = 0;
   if (is_core) {
     parse_core_header(bytes, header);
   } else {
-    TRY(parse_info_header(bytes, size, header, colors_used));
+    TRY(parse_info_header(bytes, size, header));
   }
   if (header.width <= 0 || header.height <= 0) return kBadData;
   // 64 bits are GDI+'s, in fixed point.
@@ -154,9 +143,19 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   // hint for displays of 256 colours, which nobody needs.
   if (header.bits <= 8) {
     const uint32_t all = 1u << header.bits;
-    header.table_entries = colors_used > 0 && colors_used < all ? colors_used : all;
+    header.table_entries =
+        header.colors_used > 0 && header.colors_used < all ? header.colors_used : all;
   }
   return kOk;
+}
+
+bool has_plain_colors(const Header& header) {
+  if (header.bits == 16) {
+    return header.red == Channel{10, 5} && header.green == Channel{5, 5} &&
+           header.blue == Channel{0, 5};
+  }
+  return header.red == Channel{16, 8} && header.green == Channel{8, 8} &&
+         header.blue == Channel{0, 8};
 }
 
 process::SourcePicture describe(const Header& header) {

@@ -41,6 +41,7 @@ struct Header {
   bool has_resolution = false;
   int32_t x_per_meter = 0;
   int32_t y_per_meter = 0;
+  uint32_t colors_used = 0;    // biClrUsed as it stands
   uint32_t table_offset = 0;   // of the colour table: behind the header and its masks
   uint32_t table_entries = 0;  // 0 above 8 bits
   uint32_t entry_bytes = 4;    // RGBQUAD; 3, RGBTRIPLE, behind a core header
@@ -53,6 +54,10 @@ struct Header {
 // or nonsense), kSubtype (a coding or depth that is known and not supported), kBadSize (a row
 // beyond 32 bits).
 Status parse_header(std::span<const uint8_t> bytes, Header& header);
+
+// Whether red, green and blue are where they are without masks: 5-5-5, or blue in the lowest of
+// three bytes.
+bool has_plain_colors(const Header& header);
 
 // What the rows are when RowReader has decoded them; the palette is left empty.
 process::SourcePicture describe(const Header& header);

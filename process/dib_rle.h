@@ -23,6 +23,9 @@ class RleDecoder {
   // of the row is in it then.
   Status decode_row(std::span<uint8_t> row);
 
+  // Whether all rows that follow are blank.
+  bool is_at_end() const { return at_end_; }
+
   static constexpr size_t kSlack = kOverrun;
 
  private:

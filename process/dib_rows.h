@@ -21,7 +21,7 @@ class RowReader {
       : header_(header),
         bytes_(bytes),
         runs_(bytes, header.coding, header.width),
-        fields_(header) {}
+        fields_(header, header.bits == 16 ? 24 : 32) {}
 
   // Whether rows are stored as bitmaps hold them, so that they can be read without this class.
   static bool is_needed(const Header& header) {
