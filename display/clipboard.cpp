@@ -100,9 +100,9 @@ Status copy_to_clipboard(BitmapHandle& bitmap, HWND owner) {
 }
 
 Status copy_from_clipboard(BitmapHandle& bitmap, HWND owner) {
+  if (owner != nullptr && !IsWindow(owner)) return kBadArgument;
   // Whatever comes, the record can be freed.
   TRY(core::init_bitmap(bitmap, 0, 0, 24));
-  if (owner != nullptr && !IsWindow(owner)) return kBadArgument;
   Clipboard clipboard;
   TRY(clipboard.open(owner));
   // The system makes one of another; what it makes of a table for CF_DIBV5 may be wrong, and of

@@ -92,10 +92,8 @@ void set_palette(const Description& description, bool is_section, HPALETTE palet
 }  // namespace
 
 Status convert_from_ddb(HBITMAP ddb, HPALETTE palette, BitmapHandle& bitmap) {
-  // Whatever comes, the record can be freed.
-  TRY(core::init_bitmap(bitmap, 0, 0, 24));
-  DIBSECTION section = {};
   if (GetObjectType(ddb) != OBJ_BITMAP) return kBadArgument;
+  DIBSECTION section = {};
   const int size = GetObjectA(ddb, sizeof section, &section);
   if (size == 0) return kBadArgument;
   const BITMAP& object = section.dsBm;

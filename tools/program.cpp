@@ -29,6 +29,7 @@ void describe_program(CLI::App& app, Action& action) {
   add_sheet(app, action);
   add_batch(app, action);
   add_formats(app, action);
+  add_clip(app, action);
   for (CLI::App* command : app.get_subcommands({})) check_values_in_order(*command);
   // Last: subcommands would inherit it.
   app.footer("\"tavo COMMAND --help\" explains a command.\n\nExamples:\n" + examples_text() +

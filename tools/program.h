@@ -23,6 +23,7 @@ std::string notes_text();
 
 // One function per subcommand, each in the file of its name.
 void add_batch(CLI::App& app, Action& action);
+void add_clip(CLI::App& app, Action& action);
 void add_convert(CLI::App& app, Action& action);
 void add_formats(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
