@@ -30,9 +30,9 @@ extern "C" {
  * 1, 4, 8, 16, 24 and 32 bits stay, 2 become 4. Colors have blue first, pixels of 16 bits 5-5-5;
  * the fourth byte of 32 bits is kept; padding is zero. The table is the record's own palette with
  * Colors entries when that is 1 or more and less than the depth has (biClrUsed tells it), else with
- * all of the depth's. Dots per meter come from the resolutions. T_OK, T_ERR_ARGUMENT (null; a
- * record's depth or order), T_ERR_NO_STORAGE, T_ERR_SIZE (the block would pass 4 GiB),
- * T_ERR_NO_MEMORY, T_ERR_LIMIT; of disk bitmaps T_ERR_SEEK, T_ERR_READ. */
+ * all of the depth's. Dots per meter come from the resolutions.
+ * T_OK, T_ERR_ARGUMENT (null; the record's depth or order), T_ERR_NO_STORAGE, T_ERR_SIZE (the block
+ * would pass 4 GiB), T_ERR_NO_MEMORY, T_ERR_LIMIT; of disk bitmaps T_ERR_SEEK, T_ERR_READ. */
 T_API int32_t T_CALL T_ConvertToDIB(BitmapHandle* bitmap, void** dib, uint32_t* size);
 
 /* A bitmap from such a block, which may come from anybody: nothing in it is believed.
@@ -40,30 +40,32 @@ T_API int32_t T_CALL T_ConvertToDIB(BitmapHandle* bitmap, void** dib, uint32_t* 
  *         memory, whose size is asked for. Stays the caller's; no pointer is kept.
  * size    of the block in bytes; bytes behind the rows do no harm
  * bitmap  initialized here, then allocated (memory, else disk) and released; without storage after
- * a failure. What it had must have been freed. Headers of 12, 16, 40, 52, 56, 64, 108 and 124
- * bytes; 1, 2, 4, 8, 16, 24 and 32 bits; run lengths of 4 and 8 bits; masks of 16 and 32 bits,
- * behind a header of 40 bytes or inside a longer one; rows from the bottom or, with a negative
- * height, from the top. The table has biClrUsed entries, also above 8 bits. The bitmap has 1, 2, 4
- * or 8 bits as the block; 16 when the colors are 5-5-5; 32 when blue, green and red are the bytes 0
- * to 2, and the fourth is kept; else 24, each channel scaled to 8 bits and rounded. Order is
- * T_ORDER_BGR, ViewPerspective 2 or, of rows from the top, 0. Colors is how many entries the table
- * has, no more than the depth can use; the rest of the palette is black. A palette of 256 even
- * steps of grey sets T_FLAG_GRAY. The resolution is dots per meter as dots per inch, or what
- * T_InitBitmap sets where the block has none. Runs end with their row; pixels that they skip, and
- * all behind damage or a missing end, are 0. T_OK, T_ERR_ARGUMENT (null; size 0 and the system
- * tells none), T_ERR_BAD_DATA (no such header, no width, more than one plane, masks that are 0,
- * overlap or have gaps), T_ERR_SIZE (no height, or more than 4 GiB), T_ERR_SUBTYPE (another depth
- * or coding), T_ERR_READ (shorter than header, table or uncoded rows), T_ERR_NO_MEMORY,
- * T_ERR_LIMIT. */
+ *         a failure. What it had must have been freed.
+ * Headers of 12, 16, 40, 52, 56, 64, 108 and 124 bytes; 1, 2, 4, 8, 16, 24 and 32 bits; run lengths
+ * of 4 and 8 bits; masks of 16 and 32 bits, behind a header of 40 bytes or inside a longer one;
+ * rows from the bottom or, with a negative height, from the top. The table has biClrUsed entries,
+ * also above 8 bits.
+ * The bitmap has 1, 2, 4 or 8 bits as the block; 16 when the colors are 5-5-5; 32 when blue, green
+ * and red are the bytes 0 to 2, and the fourth is kept; else 24, each channel scaled to 8 bits and
+ * rounded. Order is T_ORDER_BGR, ViewPerspective 2 or, of rows from the top, 0. Colors is how many
+ * entries the table has, no more than the depth can use; the rest of the palette is black. A
+ * palette of 256 even steps of grey sets T_FLAG_GRAY. The resolution is dots per meter as dots per
+ * inch, or what T_InitBitmap sets where the block has none.
+ * Runs end with their row; pixels that they skip, and all behind damage or a missing end, are 0.
+ * T_OK, T_ERR_ARGUMENT (null; size 0 where the system tells none), T_ERR_BAD_DATA (no such header,
+ * no width, more than one plane, masks that are 0, overlap or have gaps), T_ERR_SIZE (no height, or
+ * more than 4 GiB), T_ERR_SUBTYPE (another depth or coding), T_ERR_READ (shorter than header, table
+ * or uncoded rows), T_ERR_NO_MEMORY, T_ERR_LIMIT; of storage on disk T_ERR_SEEK, T_ERR_WRITE. */
 T_API int32_t T_CALL T_ConvertFromDIB(const void* dib, uint32_t size, BitmapHandle* bitmap);
 
 /* Makes the record itself a device-independent bitmap: afterwards Order is T_ORDER_BGR,
  * ViewPerspective 2, and &Info with Data of the accessed bitmap is one as the system's drawing
- * calls take it (BITMAPINFO and bits), its header that of T_ConvertToDIB. bitmap  memory or disk,
- * any depth; rows are turned and exchanged where they lie. Only 2 bits, which become 4, get new
- * storage. A bitmap that was accessed stays so. A second call changes nothing. T_OK,
- * T_ERR_ARGUMENT, T_ERR_NO_STORAGE, T_ERR_NO_MEMORY, T_ERR_LIMIT: all as it was. Of disk bitmaps
- * T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE: rows may have traded places. */
+ * calls take it (BITMAPINFO and bits), its header that of T_ConvertToDIB. A second call changes
+ * nothing.
+ * bitmap  memory or disk, any depth; rows are turned and exchanged where they lie. Only 2 bits,
+ *         which become 4, get new storage. A bitmap that was accessed stays so.
+ * T_OK, T_ERR_ARGUMENT (as above), T_ERR_NO_STORAGE, T_ERR_NO_MEMORY, T_ERR_LIMIT: all as it was.
+ * Of disk bitmaps T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE: rows may have traded places. */
 T_API int32_t T_CALL T_ChangeToDIB(BitmapHandle* bitmap);
 
 /* Frees a block of T_ConvertToDIB, on Windows any of global memory. T_OK, also for null. */
@@ -134,9 +136,9 @@ T_API int32_t T_CALL T_ConvertToDDB(BitmapHandle* bitmap, T_DC dc, T_DeviceBitma
  *          a failure. What it had must have been freed.
  * 1, 4 and 8 bits stay: a DIB section's with its own table, a device bitmap's of 1 bit black and
  * white. All that is deeper becomes 24 bits, blue first. Rows are stored from the bottom up.
- * T_OK, T_ERR_ARGUMENT (null, or not a bitmap), T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_LIMIT,
- * T_ERR_DEVICE (the system does not give the pixels); of storage on disk T_ERR_SEEK, T_ERR_WRITE.
- */
+ * T_OK, T_ERR_ARGUMENT (null, or not a bitmap: the record is not touched), T_ERR_SIZE,
+ * T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_DEVICE (the system does not give the pixels); of storage on
+ * disk T_ERR_SEEK, T_ERR_WRITE. */
 T_API int32_t T_CALL T_ConvertFromDDB(T_DeviceBitmap ddb, T_PaletteObject palette,
                                       BitmapHandle* bitmap);
 
@@ -150,15 +152,17 @@ T_API int32_t T_CALL T_ConvertFromDDB(T_DeviceBitmap ddb, T_PaletteObject palett
  *         window of the library's for the length of the call
  * What was there is emptied only when all that replaces it has been made. While another program has
  * the clipboard open, it is tried for 250 ms.
- * T_OK, those of T_ConvertToDIB, T_ERR_BUSY, T_ERR_DEVICE (the system does not take it). */
+ * T_OK, those of T_ConvertToDIB, T_ERR_ARGUMENT (also: the owner is no window), T_ERR_BUSY,
+ * T_ERR_DEVICE (the system does not take it). */
 T_API int32_t T_CALL T_CopyToClipboard(BitmapHandle* bitmap, T_Window owner);
 
 /* Gets the picture that is on the clipboard: CF_DIB, else CF_DIBV5, else CF_BITMAP with CF_PALETTE.
  * bitmap  as for T_ConvertFromDIB: initialized here, without storage after a failure
  * owner   a window of the calling thread that opens the clipboard, or null
  * The pixels are copied; what is on the clipboard stays there, and is not believed.
- * T_OK, T_ERR_NO_PICTURE (nothing, or no picture), T_ERR_BUSY (as above), those of T_ConvertFromDIB
- * and T_ConvertFromDDB. */
+ * T_OK, T_ERR_NO_PICTURE (nothing, or no picture), T_ERR_BUSY (as above), T_ERR_ARGUMENT (null, or
+ * the owner is no window: the record is not touched), those of T_ConvertFromDIB and
+ * T_ConvertFromDDB. */
 T_API int32_t T_CALL T_CopyFromClipboard(BitmapHandle* bitmap, T_Window owner);
 
 /* ---- Printing

@@ -532,6 +532,19 @@ class Words(CliTest):
         self.assertEqual(parse_bmp(Path("again.bmp").read_bytes())[1], (0, 0))
 
 
+class Clipboard(CliTest):
+    def test_files_go_there_and_back(self):
+        name = self.make(8)
+        if not IS_WINDOWS:
+            return self.fails(-110, "clip", "clip", name)
+        self.succeeds("clip", name)
+        self.succeeds("clip", "new.bmp")
+        self.assertEqual(parse_bmp(Path("new.bmp").read_bytes())[2], picture(8))
+        self.succeeds("clip", "--paste", name, "--to", "gif")
+        self.assertEqual(Path(name).read_bytes()[:3], b"GIF")
+        self.fails(-10, "none.bmp", "clip", "--copy", "none.bmp")
+
+
 @unittest.skipIf(IS_WINDOWS, "of this system only")
 class Files(CliTest):
     def test_permissions_of_the_target_stay(self):

@@ -305,20 +305,5 @@ TEST(Dib, ArgumentsAndMemory) {
   });
 }
 
-TEST(Dib, EightBitRampsAreGrey) {
-  Bitmap bitmap;
-  make_picture(bitmap, 5, 5, 8);
-  for (uint32_t i = 0; i < 256; ++i) {
-    const auto level = static_cast<uint8_t>(i);
-    bitmap->Info.Palette[i] = {level, level, level, 0};
-  }
-  for (const bool is_ramp : {true, false}) {
-    Bitmap back;
-    bitmap->Info.Palette[7].Red = is_ramp ? 7 : 8;
-    ASSERT_EQ(from_dib(to_dib(bitmap.get()), back), T_OK);
-    EXPECT_EQ(core::has_flag(*back.get(), T_FLAG_GRAY), is_ramp);
-  }
-}
-
 }  // namespace
 }  // namespace tavo::test

@@ -26,6 +26,11 @@ void add_clip(CLI::App& app, Action& action) {
                    "Format to write, as \"tavo convert\" takes it; else the extension names it")
       ->type_name("F");
   add_limit_options(*command, options->limits);
+  command->footer(
+      "Examples:\n"
+      "  tavo clip photo.jpg          photo.jpg is there: it is copied to the clipboard\n"
+      "  tavo clip copied.png         copied.png is not: it is what is on the clipboard\n"
+      "  tavo clip --paste photo.jpg  in the place of the photograph");
   command->callback([options, &action] { action = [options] { return run_clip(*options); }; });
 }
 

@@ -16,7 +16,7 @@ namespace tavo::test {
 namespace {
 
 constexpr char kTask[] = "TAVO_CLIPBOARD_TASK";
-constexpr char kReady[] = "TavoClipboardReady";
+constexpr char kHeld[] = "TavoClipboardHeld", kEnough[] = "TavoClipboardEnough";
 
 class Window {
  public:
@@ -76,11 +76,9 @@ TEST(Clipboard, DISABLED_Other) {
     ASSERT_EQ(task, "hold");
     const Window window;
     ASSERT_TRUE(OpenClipboard(window));
-    HANDLE ready = OpenEventA(EVENT_MODIFY_STATE, FALSE, kReady);
-    SetEvent(ready);
-    Sleep(600);
+    SetEvent(OpenEventA(EVENT_MODIFY_STATE, FALSE, kHeld));
+    WaitForSingleObject(OpenEventA(SYNCHRONIZE, FALSE, kEnough), 60000);
     CloseClipboard();
-    CloseHandle(ready);
   }
 }
 
@@ -91,7 +89,8 @@ class Other {
     char self[MAX_PATH];
     GetModuleFileNameA(nullptr, self, sizeof self);
     std::string line = '"' + std::string(self) +
-                       "\" --gtest_filter=Clipboard.DISABLED_Other --gtest_also_run_disabled_tests";
+                       "\" --gtest_filter=Clipboard.DISABLED_Other --gtest_also_run_disabled_tests "
+                       "--gtest_brief=1";
     STARTUPINFOA start = {};
     start.cb = sizeof start;
     EXPECT_TRUE(CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
@@ -174,16 +173,20 @@ TEST(Clipboard, DeviceBitmapsCount) {
 
 TEST(Clipboard, WhileAnotherHoldsItItIsBusyAndKeepsItsContent) {
   set_only(CF_DIB, global_of(small_dib()));
-  HANDLE ready = CreateEventA(nullptr, TRUE, FALSE, kReady);
+  HANDLE held = CreateEventA(nullptr, TRUE, FALSE, kHeld);
+  HANDLE enough = CreateEventA(nullptr, TRUE, FALSE, kEnough);
   Other other("hold");
-  ASSERT_EQ(WaitForSingleObject(ready, 60000), WAIT_OBJECT_0);
+  ASSERT_EQ(WaitForSingleObject(held, 60000), WAIT_OBJECT_0);
   Bitmap bitmap, back;
   make_picture(bitmap, 4, 4, 8);
   const DWORD start = GetTickCount();
   EXPECT_EQ(T_CopyToClipboard(bitmap.get(), nullptr), T_ERR_BUSY);
   EXPECT_GE(GetTickCount() - start, 240u);
+  EXPECT_EQ(T_CopyFromClipboard(back.get(), nullptr), T_ERR_BUSY);
+  SetEvent(enough);
   EXPECT_EQ(other.finish(), 0);
-  CloseHandle(ready);
+  CloseHandle(held);
+  CloseHandle(enough);
   ASSERT_EQ(T_CopyFromClipboard(back.get(), nullptr), T_OK);
   EXPECT_EQ(back->Width, 2);
 }
