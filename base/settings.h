@@ -50,6 +50,15 @@ struct FailureNote {
   bool is_not_allowed = false;  // formats were left out, and no other is this one
 };
 
+// How pictures are shown and printed: T_Enable... of the same names.
+struct PaintSettings {
+  bool fast = false;
+  bool indexed = false;
+  bool dithered = true;
+  bool ordered = false;
+  bool scale_to_gray = false;
+};
+
 struct Settings {
   // Every reader and writer reaches files through these (io/file_table.h installs and restores).
   FileIOTable files = {platform::open_file, platform::read_file, platform::write_file,
@@ -92,6 +101,7 @@ struct Settings {
   // JPEG quantisation table in zigzag order that replaces the scaled standard ones.
   bool has_custom_quantisers = false;
   uint8_t custom_quantisers[64] = {};
+  PaintSettings paint;
 };
 
 // The one instance; ready before any constructor of a static object can call the library.

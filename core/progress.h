@@ -20,6 +20,11 @@ class Progress {
     return percent <= last_ || percent >= 100 ? kOk : tell(percent);
   }
 
+  // After every step, be they more than there are percentages.
+  Status after_step(uint64_t done, uint64_t total) {
+    return tell(static_cast<int32_t>(done * 100 / total));
+  }
+
   Status finish() { return tell(100); }
 
  private:

@@ -10,6 +10,15 @@ namespace tavo::process {
 // from 1.
 class InterlacedRows {
  public:
+  // How many rows come before the one with that number.
+  static uint32_t number_of(uint32_t row, uint32_t height) {
+    const uint32_t eighths = (height + 7) / 8, quarters = (height + 3) / 4;
+    if (row % 8 == 0) return row / 8;
+    if (row % 8 == 4) return eighths + row / 8;
+    if (row % 4 == 2) return quarters + row / 4;
+    return (height + 1) / 2 + row / 2;
+  }
+
   // The row of the picture that comes next; `height` or more when all have come.
   uint32_t row() const { return row_; }
 

@@ -1,0 +1,82 @@
+#include "display/canvas.h"
+
+#include <algorithm>
+
+#include "display/status.h"
+
+namespace tavo::display {
+
+namespace {
+
+bool is_metafile(HDC dc) {
+  const DWORD type = GetObjectType(dc);
+  return type == OBJ_ENHMETADC || type == OBJ_METADC;
+}
+
+}  // namespace
+
+Canvas::~Canvas() {
+  if (saved_ != 0) RestoreDC(dc_, saved_);
+}
+
+Status Canvas::start() {
+  saved_ = SaveDC(dc_);
+  if (saved_ == 0) return kDevice;
+  if (GetGraphicsMode(dc_) == GM_ADVANCED) ModifyWorldTransform(dc_, nullptr, MWT_IDENTITY);
+  SetMapMode(dc_, MM_TEXT);
+  SetWindowOrgEx(dc_, 0, 0, nullptr);
+  SetViewportOrgEx(dc_, 0, 0, nullptr);
+  SetStretchBltMode(dc_, COLORONCOLOR);
+  return kOk;
+}
+
+process::PixelRect Canvas::visible() const {
+  // What a metafile is made for is not what it will be played on.
+  if (is_metafile(dc_)) return {INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX};
+  RECT box = {};
+  if (GetClipBox(dc_, &box) == ERROR) return {};
+  return {box.left, box.top, box.right, box.bottom};
+}
+
+void Canvas::describe(int32_t bits, uint32_t colors, UINT usage) {
+  info_.header = {};
+  info_.header.biSize = sizeof(info_.header);
+  info_.header.biPlanes = 1;
+  info_.header.biBitCount = static_cast<WORD>(bits);
+  info_.header.biCompression = BI_RGB;
+  info_.header.biClrUsed = colors;  // metafiles are played wrong without
+  usage_ = usage;
+}
+
+void Canvas::take_indices(int32_t bits, std::span<const T_PaletteEntry> colors) {
+  describe(bits, static_cast<uint32_t>(colors.size()), DIB_RGB_COLORS);
+  std::ranges::transform(colors, info_.colors, [](const T_PaletteEntry& color) {
+    return RGBQUAD{color.Blue, color.Green, color.Red, 0};
+  });
+}
+
+void Canvas::take_palette_indices(int32_t bits) {
+  describe(bits, 1u << bits, DIB_PAL_COLORS);
+  for (WORD i = 0; i < 256; ++i) info_.indices[i] = i;
+}
+
+Status Canvas::draw(const CanvasRows& rows, const process::PixelRect& to, DWORD rop) {
+  return stretch(rows, to.right - to.left, to.bottom - to.top, to, rop);
+}
+
+Status Canvas::stretch(const CanvasRows& rows, int32_t width, int32_t height,
+                       const process::PixelRect& to, DWORD rop) {
+  info_.header.biWidth = rows.width;
+  // Operations on rows from the top may answer with their negative number, which of a single row
+  // is what a failure is.
+  info_.header.biHeight = rows.is_bottom_up || height == 1 ? height : -height;
+  const int lines = StretchDIBits(dc_, to.left, to.top, to.right - to.left, to.bottom - to.top,
+                                  rows.left, 0, width, height, rows.bytes,
+                                  reinterpret_cast<const BITMAPINFO*>(&info_), usage_, rop);
+  if (lines != 0 && lines != static_cast<int>(GDI_ERROR)) return kOk;
+  // Where nothing can be seen, nothing may have been drawn.
+  const RECT where = {to.left, to.top, to.right, to.bottom};
+  return RectVisible(dc_, &where) ? kDevice : kOk;
+}
+
+}  // namespace tavo::display

@@ -1,0 +1,100 @@
+#include "display/device_colors.h"
+
+#include <algorithm>
+#include <span>
+
+#include "color/palettes.h"
+#include "display/status.h"
+#include "platform/platform.h"
+#include "reduce/reduce.h"
+
+namespace tavo::display {
+
+namespace {
+
+// What is drawn on: only the bitmap knows, because a memory context reports the depth of the
+// screen.
+enum class Surface { kAnyColors, kSection, kMonochrome, kPalette };
+
+Surface surface_of(HDC dc) {
+  const bool has_palette = (GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) != 0;
+  int bits = GetDeviceCaps(dc, BITSPIXEL) * GetDeviceCaps(dc, PLANES);
+  const DWORD type = GetObjectType(dc);
+  if (type == OBJ_MEMDC) {
+    DIBSECTION section = {};
+    const int size = GetObject(GetCurrentObject(dc, OBJ_BITMAP), sizeof(section), &section);
+    bits = section.dsBm.bmBitsPixel * section.dsBm.bmPlanes;
+    if (size == sizeof(section)) return bits <= 8 ? Surface::kSection : Surface::kAnyColors;
+    if (bits == 1) return Surface::kMonochrome;
+  } else if (type != OBJ_DC || GetDeviceCaps(dc, TECHNOLOGY) != DT_RASDISPLAY) {
+    return Surface::kAnyColors;
+  }
+  return bits <= 8 && has_palette ? Surface::kPalette : Surface::kAnyColors;
+}
+
+}  // namespace
+
+HPALETTE selected_palette(HDC dc) {
+  const HGDIOBJ selected = GetCurrentObject(dc, OBJ_PAL);
+  return selected == GetStockObject(DEFAULT_PALETTE) ? nullptr : static_cast<HPALETTE>(selected);
+}
+
+DeviceColors::~DeviceColors() {
+  if (outer_ != nullptr) {
+    SelectPalette(dc_, outer_, FALSE);
+    RealizePalette(dc_);
+  }
+  if (made_ != nullptr) DeleteObject(made_);
+}
+
+void DeviceColors::read_section() {
+  RGBQUAD colors[256] = {};
+  table_.count = GetDIBColorTable(dc_, 0, 256, colors);
+  table_.bits = table_.count <= 2 ? 1 : table_.count <= 16 ? 4 : 8;
+  std::ranges::transform(colors, table_.entries, [](const RGBQUAD& color) {
+    return T_PaletteEntry{color.rgbBlue, color.rgbGreen, color.rgbRed, 0};
+  });
+}
+
+void DeviceColors::read_palette(HPALETTE palette) {
+  table_.count = platform::palette_entries(reinterpret_cast<uintptr_t>(palette), 0, table_.entries);
+  table_.bits = 8;
+}
+
+// The painting palette of indexed pictures, of others that of the screen.
+Status DeviceColors::select_palette(const BitmapHandle& picture) {
+  const bool is_indexed = picture.BitsPerPixel <= 8;
+  uintptr_t palette = is_indexed ? picture.GdiObjectA : picture.GdiObjectB;
+  if (palette == 0) {
+    BitmapHandle copy = picture;
+    copy.GdiObjectA = copy.GdiObjectB = 0;
+    TRY(is_indexed ? color::create_paint_palette(copy) : color::create_screen_palette(copy));
+    palette = is_indexed ? copy.GdiObjectA : copy.GdiObjectB;
+    made_ = reinterpret_cast<HPALETTE>(palette);
+  }
+  outer_ = SelectPalette(dc_, reinterpret_cast<HPALETTE>(palette), FALSE);
+  if (outer_ == nullptr || RealizePalette(dc_) == GDI_ERROR) return kDevice;
+  read_palette(reinterpret_cast<HPALETTE>(palette));
+  return kOk;
+}
+
+Status DeviceColors::start(const BitmapHandle& picture, bool keeps_palette) {
+  switch (surface_of(dc_)) {
+    case Surface::kSection:
+      read_section();
+      return kOk;
+    case Surface::kMonochrome:
+      table_.count = 2;
+      table_.bits = 1;
+      table_.entries[1] = color::gray_entry(255);
+      return kOk;
+    case Surface::kPalette:
+      if (!keeps_palette) return select_palette(picture);
+      read_palette(selected_palette(dc_));
+      return kOk;
+    default:
+      return kOk;
+  }
+}
+
+}  // namespace tavo::display
