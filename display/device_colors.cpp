@@ -14,7 +14,7 @@ namespace {
 
 // What is drawn on: only the bitmap knows, because a memory context reports the depth of the
 // screen.
-enum class Surface { kAnyColors, kSection, kMonochrome, kPalette };
+enum class Surface { kAnyColors, k24Bits, kTable, kMonochrome, kPalette };
 
 Surface surface_of(HDC dc) {
   const bool has_palette = (GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) != 0;
@@ -24,7 +24,8 @@ Surface surface_of(HDC dc) {
     DIBSECTION section = {};
     const int size = GetObject(GetCurrentObject(dc, OBJ_BITMAP), sizeof(section), &section);
     bits = section.dsBm.bmBitsPixel * section.dsBm.bmPlanes;
-    if (size == sizeof(section)) return bits <= 8 ? Surface::kSection : Surface::kAnyColors;
+    if (size == sizeof(section) && bits <= 8) return Surface::kTable;
+    if (bits == 24) return Surface::k24Bits;
     if (bits == 1) return Surface::kMonochrome;
   } else if (type != OBJ_DC || GetDeviceCaps(dc, TECHNOLOGY) != DT_RASDISPLAY) {
     return Surface::kAnyColors;
@@ -80,8 +81,11 @@ Status DeviceColors::select_palette(const BitmapHandle& picture) {
 
 Status DeviceColors::start(const BitmapHandle& picture, bool keeps_palette) {
   switch (surface_of(dc_)) {
-    case Surface::kSection:
+    case Surface::kTable:
       read_section();
+      return kOk;
+    case Surface::k24Bits:
+      color_bits_ = 24;
       return kOk;
     case Surface::kMonochrome:
       table_.count = 2;

@@ -22,6 +22,8 @@ class DeviceColors {
 
   // Its count is 0 when the device shows any color.
   const process::DeviceTable& table() const { return table_; }
+  // What rows of other devices cost least in: 24 bits where the device has them, too.
+  int32_t color_bits() const { return color_bits_; }
   bool has_table() const { return table_.count != 0; }
 
  private:
@@ -32,6 +34,7 @@ class DeviceColors {
   HDC dc_;
   HPALETTE made_ = nullptr;
   HPALETTE outer_ = nullptr;
+  int32_t color_bits_ = 32;
   process::DeviceTable table_;
 };
 

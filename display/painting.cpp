@@ -102,6 +102,7 @@ Status Painting::start_rows() {
   if (is_by_palette_) described.GdiObjectA = reinterpret_cast<uintptr_t>(palette);
   is_by_palette_ = is_by_palette_ && !view_.takes_means();  // means are colors
   process::PaintPlan plan = {.view = view_, .table = &colors_.table()};
+  plan.color_bits = colors_.color_bits();
   if (is_by_palette_) {
     plan.as = PaintedAs::kIndices;
   } else if (colors_.has_table()) {

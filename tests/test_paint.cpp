@@ -7,6 +7,7 @@
 #include "paint_model.h"
 #include "process/paint/effect_steps.h"
 #include "process/paint/painted_rows.h"
+#include "process/paint/placement.h"
 #include "support.h"
 
 namespace tavo::test {
@@ -63,7 +64,7 @@ TEST(Paint, RowsOfEveryKind) {
 
 // Sums that do not fit the words of the usual loops.
 TEST(Paint, LongMeans) {
-  for (const auto& [width, height] : {std::pair{70001, 3}, {3, 70001}, {300, 300}}) {
+  for (const auto& [width, height] : {std::pair{70001, 3}, {3, 70001}, {300, 300}, {100, 90}}) {
     Bitmap bitmap;
     make_picture(bitmap, width, height, 24);
     const Axis across = {0, width, 1, false, true}, down = {0, height, 1, false, true};
@@ -71,6 +72,28 @@ TEST(Paint, LongMeans) {
     ASSERT_TRUE(painted(*bitmap.get(), {{across, down, 0, 1}}, got).ok());
     expect_shown(shown(rgb(bitmap.get()), width, across, down), got);
   }
+}
+
+TEST(Paint, PlacesOnPages) {
+  using process::Placement;
+  const struct {
+    process::PagePlan plan;
+    process::PixelRect want;
+  } cases[] = {
+      // A fax of 204 x 98 dots per inch is upright on paper.
+      {{{1728, 204}, {1078, 98}, {0, 0, 2400, 3300}, 300, 300, Placement::kFit, false},
+       {0, 0, 2400, 3117}},
+      {{{1728, 204}, {1078, 98}, {0, 0, 2400, 3300}, 300, 300, Placement::kFit, true},
+       {0, 91, 2400, 3208}},
+      {{{300, 150}, {75, 150}, {100, 50, 2400, 3300}, 600, 300, Placement::kActual, false},
+       {100, 50, 1300, 200}},
+      {{{3000, 150}, {750, 150}, {0, 0, 2400, 600}, 300, 300, Placement::kActual, false},
+       {0, 0, 2400, 600}},  // too large by itself
+      {{{INT32_MAX, 1}, {1, INT32_MAX}, {0, 0, 9, 9}, 65535, 1, Placement::kActual, false},
+       {0, 0, 9, 1}},
+      {{{5, 1}, {9, 1}, {1, 2, 8, 4}, 1, 1, Placement::kStretch, true}, {1, 2, 8, 4}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(process::place_on_page(c.plan), c.want);
 }
 
 TEST(Paint, EveryEffectCoversEveryPixelOnce) {

@@ -1,8 +1,10 @@
 #include "process/paint/across_pixels.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/vector_sse2.h"
+#include "process/paint/down_mean.h"
 
 namespace tavo::process {
 
@@ -10,23 +12,15 @@ namespace {
 
 using namespace sse2;
 
-// Products of four 16-bit numbers.
-V multiply_four(V values, uint32_t weight) {
-  const V factor = splat16(static_cast<int>(weight));
-  return unpack_low16(multiply16(values, factor), multiply_high16_unsigned(values, factor));
-}
+// Columns of up to so many pixels have weights that are parts of 1 << kShortShift. Those of their
+// sums that are below that fit 31 bits, and are exact to an eighth of a level.
+constexpr int32_t kLongestShort = 32;
+constexpr uint32_t kShortShift = 15;
+constexpr uint32_t kMostWeight = 32767;  // of signed factors
 
-// (sums * weight + edges + half) >> shift: `sums` and `edges` are 32 bits wide, what is between
-// is not.
-V weigh(V sums, V edges, V weight, V half, V shift) {
-  const auto each = [&](V sum, V edge) {
-    return _mm_srl_epi64(_mm_add_epi64(_mm_add_epi64(_mm_mul_epu32(sum, weight), edge), half),
-                         shift);
-  };
-  const V low_halves = _mm_set_epi32(0, -1, 0, -1);
-  const V even = each(sums, edges & low_halves);
-  const V odd = each(shift_right64<32>(sums), shift_right64<32>(edges));
-  return even | shift_left64<32>(odd);
+// Two pixels of four samples each, weighted.
+V weighted(const uint16_t* one, const uint16_t* two, V weights) {
+  return multiply_add16(unpack_low16(load_low64(one), load_low64(two)), weights);
 }
 
 }  // namespace
@@ -35,6 +29,7 @@ Status AcrossPixels::start(const Axis& axis, int32_t left, int32_t right, int64_
                            uint32_t pixel_bytes) {
   takes_means_ = axis.takes_means;
   is_plain_ = axis.is_plain();
+  is_long_ = axis.samples / axis.results > kLongestShort;
   pixel_bytes_ = pixel_bytes;
   TRY(columns_.allocate(static_cast<uint64_t>(int64_t{right} - left)));
   int64_t result = left;
@@ -43,12 +38,15 @@ Status AcrossPixels::start(const Axis& axis, int32_t left, int32_t right, int64_
       column.first = static_cast<uint32_t>(axis.center(result++) - from);
       continue;
     }
+    // Means are of two pixels or more.
     const AxisCell cell = axis.cell(result++);
-    const CellWeights weights(cell, axis.results);
-    column = {static_cast<uint32_t>(cell.first - from), cell.whole,
-              static_cast<uint16_t>(weights.lead), static_cast<uint16_t>(weights.tail)};
-    whole_weight_ = weights.whole, shift_ = weights.shift;  // those of all
-    is_long_ |= cell.whole > 65536;
+    const CellWeights weights(cell, axis.results, is_long_ ? 0 : kShortShift);
+    inner_weight_ = is_long_ ? weights.whole : std::min(weights.whole, kMostWeight);
+    shift_ = weights.shift;  // both are those of all columns
+    const uint32_t ends = (cell.lead != 0) + (cell.tail != 0);
+    column = {static_cast<uint32_t>(cell.first - from), cell.whole + ends - 2,
+              static_cast<uint16_t>(cell.lead != 0 ? weights.lead : inner_weight_),
+              static_cast<uint16_t>(cell.tail != 0 ? weights.tail : inner_weight_)};
   }
   return kOk;
 }
@@ -81,49 +79,50 @@ void AcrossPixels::pick(const uint8_t* row, uint8_t* out) const {
 }
 
 void AcrossPixels::round_picked(const uint16_t* row, uint8_t* out) const {
+  const auto rounded = [](uint16_t sample) {
+    return static_cast<uint8_t>((sample + (1 << (kMeanBits - 1))) >> kMeanBits);
+  };
+  if (is_plain_ && columns_.size() != 0) {
+    const uint16_t* const samples = row + size_t{columns_[0].first} * pixel_bytes_;
+    std::transform(samples, samples + columns_.size() * pixel_bytes_, out, rounded);
+    return;
+  }
   for (const Column& column : columns_.items()) {
     const uint16_t* const pixel = row + size_t{column.first} * pixel_bytes_;
-    for (uint32_t c = 0; c < pixel_bytes_; ++c)
-      *out++ = static_cast<uint8_t>((pixel[c] + 128) >> 8);
+    out = std::transform(pixel, pixel + pixel_bytes_, out, rounded);
   }
 }
 
 // Four channels at a time, of which those beyond the pixel's own are not kept.
 template <size_t kBytes>
 void AcrossPixels::average(const uint16_t* row, uint8_t* out) const {
-  const V weight = splat32(whole_weight_);
-  const V shift = single32(shift_ + 8);
-  const V half = _mm_set1_epi64x(int64_t{1} << (shift_ + 7));
+  constexpr int kShift = kShortShift + kMeanBits;
+  const V inner = splat16(static_cast<int>(inner_weight_));
+  const V single = splat_pairs16(static_cast<int>(inner_weight_), 0);
   for (const Column& column : columns_.items()) {
     const uint16_t* pixel = row + size_t{column.first} * kBytes;
-    V edges = {}, sums = {};
-    if (column.lead != 0) {
-      edges = multiply_four(load_low64(pixel), column.lead);
-      pixel += kBytes;
+    const uint16_t* const last = pixel + size_t{column.inner + 1} * kBytes;
+    V sum = weighted(pixel, last, splat_pairs16(column.lead, column.tail));
+    pixel += kBytes;
+    for (; pixel + kBytes < last; pixel += 2 * kBytes) {
+      sum = add32(sum, weighted(pixel, pixel + kBytes, inner));
     }
-    for (uint32_t i = 0; i < column.whole; ++i, pixel += kBytes) {
-      sums = add32(sums, unpack_low16(load_low64(pixel), V{}));
-    }
-    if (column.tail != 0) edges = add32(edges, multiply_four(load_low64(pixel), column.tail));
-    const V levels = weigh(sums, edges, weight, half, shift);
+    if (pixel < last) sum = add32(sum, weighted(pixel, pixel, single));
+    const V levels = shift_right32<kShift>(add32(sum, splat32(1u << (kShift - 1))));
     store_low32(out, pack16_unsigned(pack32(levels, V{}), V{}));
     out += kBytes;
   }
 }
 
 void AcrossPixels::average_long(const uint16_t* row, uint8_t* out) const {
-  const uint64_t half = uint64_t{1} << (shift_ + 7);
+  const uint32_t shift = shift_ + kMeanBits;
   for (const Column& column : columns_.items()) {
     for (uint32_t c = 0; c < pixel_bytes_; ++c) {
       const uint16_t* sample = row + size_t{column.first} * pixel_bytes_ + c;
-      uint64_t sum = half, whole = 0;
-      if (column.lead != 0) {
-        sum += uint64_t{column.lead} * *sample;
-        sample += pixel_bytes_;
-      }
-      for (uint32_t i = 0; i < column.whole; ++i, sample += pixel_bytes_) whole += *sample;
-      if (column.tail != 0) sum += uint64_t{column.tail} * *sample;
-      *out++ = static_cast<uint8_t>((sum + whole * whole_weight_) >> (shift_ + 8));
+      uint64_t sum = uint64_t{column.lead} * *sample, inner = 0;
+      for (uint32_t i = 0; i < column.inner; ++i) inner += *(sample += pixel_bytes_);
+      sum += inner * inner_weight_ + uint64_t{column.tail} * sample[pixel_bytes_];
+      *out++ = static_cast<uint8_t>((sum + (uint64_t{1} << (shift - 1))) >> shift);
     }
   }
 }

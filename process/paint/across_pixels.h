@@ -18,8 +18,8 @@ class AcrossPixels {
 
   // Single pixels.
   void pick(const uint8_t* row, uint8_t* out) const;
-  // From samples with 8 bits of fraction, behind which kSlack more may be read: single pixels, or
-  // means. `out` has room for a pixel more.
+  // From results of DownMean, behind which kSlack more may be read: single pixels, or means. `out`
+  // has room for a pixel more.
   void shrink(const uint16_t* row, uint8_t* out) const;
 
   static constexpr size_t kSlack = 4;
@@ -27,8 +27,8 @@ class AcrossPixels {
  private:
   struct Column {
     uint32_t first;
-    uint32_t whole;
-    uint16_t lead;  // weights; 0: there is no such pixel
+    uint32_t inner;  // pixels between the first and the last
+    uint16_t lead;   // weights of those two
     uint16_t tail;
   };
 
@@ -41,9 +41,9 @@ class AcrossPixels {
 
   bool takes_means_ = false;
   bool is_plain_ = false;  // the pixels are neighbours in the same order
-  bool is_long_ = false;   // the sums of whole pixels do not fit 32 bits
+  bool is_long_ = false;   // sums do not fit 32 bits
   uint32_t pixel_bytes_ = 0;
-  uint32_t whole_weight_ = 0;
+  uint32_t inner_weight_ = 0;
   uint32_t shift_ = 0;
   Array<Column> columns_;
 };

@@ -62,11 +62,13 @@ struct CellWeights {
   uint32_t tail = 0;
   uint32_t shift = 0;
 
-  // Of what there is of a cell, where a pixel has `results` units.
-  CellWeights(const AxisCell& cell, int32_t results) {
+  // Of what there is of a cell, where a pixel has `results` units. `wanted`: the shift, if not 0.
+  CellWeights(const AxisCell& cell, int32_t results, uint32_t wanted = 0) : shift(wanted) {
     const auto unit = static_cast<uint64_t>(results);
     const uint64_t all = cell.lead + cell.tail + unit * cell.whole;
-    for (shift = 14; all >> (shift - 13) >= unit; ++shift) {
+    if (shift == 0) {
+      for (shift = 14; all >> (shift - 13) >= unit; ++shift) {
+      }
     }
     const auto part = [&](uint64_t units) {
       return static_cast<uint32_t>(((units << shift) + all / 2) / all);

@@ -1,6 +1,5 @@
 #include "process/paint/down_mean.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "base/vector_sse2.h"
@@ -14,56 +13,51 @@ using namespace sse2;
 constexpr uint64_t kMostShort = 257;  // rows whose sums fit 16 bits
 constexpr size_t kVector = 16;        // rows end with whole vectors
 
+// The first row is not added to anything.
 template <class Sum>
-void add_row(const uint8_t* row, size_t count, Sum* sums) {
-  for (size_t i = 0; i < count; ++i) sums[i] = static_cast<Sum>(sums[i] + row[i]);
+void add_row(const uint8_t* row, size_t count, bool is_first, Sum* sums) {
+  if (is_first) {
+    for (size_t i = 0; i < count; ++i) sums[i] = row[i];
+  } else {
+    for (size_t i = 0; i < count; ++i) sums[i] = static_cast<Sum>(sums[i] + row[i]);
+  }
 }
 
-// Weights have 14 bits and a half at most, so that they are positive as signed numbers, too.
-struct RowWeights {
-  V lead_and_tail;
-  V whole;
-  explicit RowWeights(const CellWeights& w)
-      : lead_and_tail(splat_pairs16(static_cast<int>(w.lead), static_cast<int>(w.tail))),
-        whole(splat16(static_cast<int>(w.whole))) {}
-};
-
-// Four or eight results of 32 bits, from 16-bit sums and edge samples.
-struct Weighted {
-  V low, high;
-  Weighted(const RowWeights& w, V sums, V lead, V tail) {
-    const V product_low = multiply16(sums, w.whole);
-    const V product_high = multiply_high16_unsigned(sums, w.whole);
-    low = add32(unpack_low16(product_low, product_high),
-                multiply_add16(unpack_low16(lead, tail), w.lead_and_tail));
-    high = add32(unpack_high16(product_low, product_high),
-                 multiply_add16(unpack_high16(lead, tail), w.lead_and_tail));
+// Means of whole rows alone: their sums, shifted until they fill 16 bits, take one product.
+void weigh_whole(uint32_t rows, const uint16_t* sums, size_t count, uint16_t* out) {
+  int shift = 0;
+  while (rows << (shift + 1) <= 257) ++shift;
+  const uint32_t divisor = rows << shift;
+  const V factor = splat16(static_cast<int>(((65536u << kMeanBits) + divisor / 2) / divisor));
+  const V count_of_shift = single32(static_cast<uint32_t>(shift));
+  for (size_t i = 0; i < count; i += 8) {
+    store(out + i, multiply_high16_unsigned(_mm_sll_epi16(load(sums + i), count_of_shift), factor));
   }
-};
-
-// Two vectors of 32-bit numbers below 65536 to one of 16 bits. SSE2 packs signed numbers alone.
-V pack_words(V low, V high) {
-  const V bias = splat32(32768);
-  return add16(pack32(sub32(low, bias), sub32(high, bias)), splat16(-32768));
 }
 
 // In whole vectors: all rows have as much room.
-void weigh_short(const CellWeights& weights, const uint16_t* sums, const uint8_t* lead,
+void weigh_short(const CellWeights& w, const uint16_t* sums, const uint8_t* lead,
                  const uint8_t* tail, size_t count, uint16_t* out) {
-  const RowWeights w(weights);
-  const auto shift = static_cast<int>(weights.shift - 8);
-  const V half = splat32(1 << (shift - 1));
-  const V count_of_shift = single32(static_cast<uint32_t>(shift));
+  const V edges = splat_pairs16(static_cast<int>(w.lead), static_cast<int>(w.tail));
+  const V whole = splat16(static_cast<int>(w.whole));
+  const uint32_t shift = w.shift - kMeanBits;
+  const V half = splat32(1u << (shift - 1)), count_of_shift = single32(shift);
   for (size_t i = 0; i < count; i += 8) {
-    const Weighted sum(w, load(sums + i), load_widened8(lead + i), load_widened8(tail + i));
-    store(out + i, pack_words(_mm_srl_epi32(add32(sum.low, half), count_of_shift),
-                              _mm_srl_epi32(add32(sum.high, half), count_of_shift)));
+    const V sum = load(sums + i);
+    const V low = multiply16(sum, whole), high = multiply_high16_unsigned(sum, whole);
+    const V first = load_widened8(lead + i), last = load_widened8(tail + i);
+    const V sums_low =
+        add32(unpack_low16(low, high), multiply_add16(unpack_low16(first, last), edges));
+    const V sums_high =
+        add32(unpack_high16(low, high), multiply_add16(unpack_high16(first, last), edges));
+    store(out + i, pack32(_mm_srl_epi32(add32(sums_low, half), count_of_shift),
+                          _mm_srl_epi32(add32(sums_high, half), count_of_shift)));
   }
 }
 
 void weigh_long(const CellWeights& w, const uint64_t* sums, const uint8_t* lead,
                 const uint8_t* tail, size_t count, uint16_t* out) {
-  const uint32_t shift = w.shift - 8;
+  const uint32_t shift = w.shift - kMeanBits;
   for (size_t i = 0; i < count; ++i) {
     const uint64_t sum =
         w.whole * sums[i] + uint64_t{w.lead} * lead[i] + uint64_t{w.tail} * tail[i];
@@ -84,13 +78,13 @@ Status DownMean::start(size_t samples, uint64_t most) {
 
 void DownMean::begin() {
   has_lead_ = false;
-  std::ranges::fill(sums_.items(), uint16_t{0});
-  std::ranges::fill(long_sums_.items(), uint64_t{0});
+  added_ = 0;
 }
 
 void DownMean::add_whole(const uint8_t* row) {
-  if (long_sums_.size() != 0) return add_row(row, samples_, long_sums_.data());
-  add_row(row, samples_, sums_.data());
+  const bool is_first = added_++ == 0;
+  if (is_long()) return add_row(row, samples_, is_first, long_sums_.data());
+  add_row(row, samples_, is_first, sums_.data());
 }
 
 void DownMean::add_lead(const uint8_t* row) {
@@ -99,24 +93,22 @@ void DownMean::add_lead(const uint8_t* row) {
 }
 
 void DownMean::finish(const CellWeights& weights, const uint8_t* tail) {
+  if (added_ == 0) add_whole(none_.data());
   const uint8_t* const lead = has_lead_ ? lead_.data() : none_.data();
-  if (long_sums_.size() != 0) {
-    return weigh_long(weights, long_sums_.data(), lead, tail != nullptr ? tail : none_.data(),
-                      samples_, result_.data());
-  }
+  const uint8_t* const last = tail != nullptr ? tail : none_.data();
+  uint16_t* const out = result_.data();
+  if (is_long()) return weigh_long(weights, long_sums_.data(), lead, last, samples_, out);
+  if (!has_lead_ && tail == nullptr) return weigh_whole(added_, sums_.data(), samples_, out);
   // Rows of the caller's have no room behind them for whole vectors.
   const size_t whole = samples_ / 8 * 8;
-  const uint8_t* const from = tail != nullptr ? tail : none_.data();
-  weigh_short(weights, sums_.data(), lead, from, whole, result_.data());
+  weigh_short(weights, sums_.data(), lead, last, whole, out);
   uint8_t rest[8] = {};
-  std::memcpy(rest, from + whole, samples_ - whole);
-  if (whole != samples_) {
-    weigh_short(weights, sums_.data() + whole, lead + whole, rest, 8, result_.data() + whole);
-  }
+  std::memcpy(rest, last + whole, samples_ - whole);
+  weigh_short(weights, sums_.data() + whole, lead + whole, rest, samples_ - whole, out + whole);
 }
 
 void DownMean::take(const uint8_t* row) {
-  for (size_t i = 0; i < samples_; ++i) result_[i] = static_cast<uint16_t>(row[i] << 8);
+  for (size_t i = 0; i < samples_; ++i) result_[i] = static_cast<uint16_t>(row[i] << kMeanBits);
 }
 
 }  // namespace tavo::process

@@ -10,8 +10,10 @@
 
 namespace tavo::process {
 
-// Whole rows are added up and weighted once, when all of them have come. Results have 8 bits of
-// fraction.
+inline constexpr uint32_t kMeanBits = 7;
+
+// Whole rows are added up and weighted once, when all of them have come. Results have kMeanBits
+// bits of fraction, so that they are positive as signed numbers, too.
 class DownMean {
  public:
   // For rows of `samples` bytes, at most `most` of which are whole in a mean. kNoMemory.
@@ -33,11 +35,14 @@ class DownMean {
   static constexpr size_t kSlack = 16;
 
  private:
+  bool is_long() const { return long_sums_.size() != 0; }
+
   size_t samples_ = 0;
   Array<uint16_t> sums_;       // of up to kMostShort rows
   Array<uint64_t> long_sums_;  // or of more
   Buffer lead_;
   bool has_lead_ = false;
+  uint32_t added_ = 0;  // whole rows
   Array<uint16_t> result_;
   Buffer none_;  // stands for rows that do not count
 };
