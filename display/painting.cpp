@@ -41,8 +41,8 @@ PixelRect in_destination(const PixelRect& area, int64_t x, int64_t y) {
 
 Status read_source(const BitmapHandle& picture, const RECT* source, PixelRect& part) {
   part = {0, 0, picture.Width, picture.Height};
-  if (source == nullptr) return kOk;
-  const PixelRect asked = {source->left, source->top, source->right, source->bottom};
+  PixelRect asked = part;
+  if (source != nullptr) asked = {source->left, source->top, source->right, source->bottom};
   if (asked.is_empty() || common_part(asked, part) != asked) return kBadArgument;
   part = asked;
   return kOk;

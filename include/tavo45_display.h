@@ -89,44 +89,112 @@ typedef struct HBITMAP__* T_DeviceBitmap;
 typedef struct HPALETTE__* T_PaletteObject;
 typedef const struct tagRECT* T_Rect; /* right and bottom are exclusive */
 
-/* ---- Painting ----------------------------------------------------------------------------------
- */
+/* ---- Painting -------------------------------------------------------------------------------- */
 
+/* How pictures are painted and printed from now on. Each: not 0 is on. T_OK.
+ *   T_EnableFastPaint      what shrinks shows single pixels, never means. At first off
+ *   T_EnableIndexedPaint   index i of a picture of up to 8 bits is shown as entry i of the palette
+ *                          that is selected into the device context; with the stock palette
+ *                          nothing changes. At first off
+ *   T_EnableDitheredPaint  on devices with a table of colors pictures are dithered to it; off: each
+ *                          pixel gets the nearest color. At first on
+ *   T_EnableOrderedDither  that dithering is ordered, whatever the record's DitherMethod. At first
+ *                          off
+ *   T_EnableScaleToGray    pictures of 1 bit that shrink get mean colors instead of single pixels.
+ *                          At first off */
 T_API int32_t T_CALL T_EnableFastPaint(int32_t on);
 T_API int32_t T_CALL T_EnableIndexedPaint(int32_t on);
 T_API int32_t T_CALL T_EnableDitheredPaint(int32_t on);
 T_API int32_t T_CALL T_EnableOrderedDither(int32_t on);
 T_API int32_t T_CALL T_EnableScaleToGray(int32_t on);
 
+/* Paints a picture, or a part of it, at any size.
+ * bitmap       any depth, storage, order and perspective; accessed or not, and so it stays. Indices
+ *              have the colors of GdiObjectA, or else of the record's own palette with Colors
+ *              entries; those beyond are white
+ * dc           of a window, of memory, of a metafile; afterwards as it was: clip region, palette,
+ *              modes, selected objects
+ * source       the part that is shown, in pixels from the top left corner, whatever the
+ *              perspective; null: all of it
+ * destination  where, in logical coordinates: its corners are mapped to the device, and the picture
+ *              is scaled to the pixels between them. A left edge to the right of the right one
+ *              mirrors it, a top below the bottom turns it upside down: the same pixels, reversed.
+ *              Without width or height nothing is painted. Null: the source's size at (0, 0)
+ * clip         logical coordinates; what lies outside is not painted, what lies inside is the same
+ *              as without. Null: only the context's own clip region counts
+ * rop          ternary raster operation (SRCCOPY, SRCINVERT ...), 0: SRCCOPY. Each pixel is drawn
+ *              once
+ * Where s pixels become n, a device's pixel i shows the one at floor((2 i + 1) s / (2 n)): always
+ * when s <= n, with fast painting, of 1 bit without T_EnableScaleToGray, and of 2, 4 and 8 bits on
+ * a device with a table. Else it shows the mean of what it covers, each component less than 1 from
+ * the true value. The two directions are apart.
+ * A device with a table of colors is a memory context with a DIB section of up to 8 bits or with a
+ * monochrome bitmap, and a display that takes a palette: there the picture's painting palette is
+ * selected for the call, of more than 8 bits GdiObjectB or what T_CreateScreenPalette would make.
+ * Indexed pictures whose colors are all in the table get exactly these, all others are dithered, as
+ * T_DitherLine does it from the destination's top left pixel on, or get the nearest colors.
+ * Takes 4 MiB beside the picture up to 16,384 pixels across.
+ * T_OK, T_ERR_ARGUMENT (null; a source that is empty or leaves the picture; a depth, order or
+ * dithering method that there is not), T_ERR_NO_STORAGE, T_ERR_SEEK and T_ERR_READ (bitmaps on
+ * disk), T_ERR_NO_MEMORY, T_ERR_DEVICE (the system refused a drawing call). */
 T_API int32_t T_CALL T_PaintDevice(BitmapHandle* bitmap, T_DC dc, T_Rect source, T_Rect destination,
                                    T_Rect clip, uint32_t rop);
+
+/* Paints rows of a picture while they come, as a row sink gets them.
+ * picture   describes them and the whole picture; no storage needed. ViewPerspective and, with
+ *           T_FLAG_INTERLACED, the four passes of GIF say where a row belongs
+ * rows      rowCount rows of BytesPerLine bytes, the caller's
+ * firstRow  how many came before them
+ * rowCount  0: nothing is painted
+ * All else as T_PaintDevice, of the whole picture: drawn are the device's rows whose source row, by
+ * the rule for single pixels, is among `rows`. All bands together give what T_PaintDevice gives,
+ * but where means of rows cross the edge of a band: there they are those of its own rows. Dithering
+ * is ordered, whatever the method.
+ * T_OK, T_ERR_ARGUMENT (also null rows, and rows outside the picture), T_ERR_NO_MEMORY,
+ * T_ERR_DEVICE. */
 T_API int32_t T_CALL T_PaintBuffer(BitmapHandle* picture, const void* rows, int32_t firstRow,
                                    int32_t rowCount, T_DC dc, T_Rect source, T_Rect destination,
                                    T_Rect clip, uint32_t rop);
 
-#define T_EFFECT_NONE 0
-#define T_EFFECT_WIPE_RIGHT 1
+/* Effects, in which a picture appears */
+#define T_EFFECT_NONE 0       /* as T_PaintDevice */
+#define T_EFFECT_WIPE_RIGHT 1 /* the way the edge moves */
 #define T_EFFECT_WIPE_LEFT 2
 #define T_EFFECT_WIPE_DOWN 3
 #define T_EFFECT_WIPE_UP 4
-#define T_EFFECT_BOX_OUT 5
-#define T_EFFECT_BOX_IN 6
-#define T_EFFECT_BLINDS_VERTICAL 7
-#define T_EFFECT_BLINDS_HORIZONTAL 8
-#define T_EFFECT_CHECKERBOARD 9
-#define T_EFFECT_DISSOLVE 10
-#define T_EFFECT_SPLIT_VERTICAL 11
-#define T_EFFECT_SPLIT_HORIZONTAL 12
-#define T_EFFECT_DIAGONAL 13
-#define T_EFFECT_SPIRAL 14
+#define T_EFFECT_BOX_OUT 5           /* from the middle */
+#define T_EFFECT_BOX_IN 6            /* from the edges */
+#define T_EFFECT_BLINDS_VERTICAL 7   /* slats are columns, which open from left to right */
+#define T_EFFECT_BLINDS_HORIZONTAL 8 /* slats are rows, which open downwards */
+#define T_EFFECT_CHECKERBOARD 9      /* first the even squares, then the odd ones */
+#define T_EFFECT_DISSOLVE 10         /* squares in a shuffled order, always the same */
+#define T_EFFECT_SPLIT_VERTICAL 11   /* from the middle column outwards */
+#define T_EFFECT_SPLIT_HORIZONTAL 12 /* from the middle row outwards */
+#define T_EFFECT_DIAGONAL 13         /* from the top left */
+#define T_EFFECT_SPIRAL 14           /* squares, from the outside, clockwise */
 
+/* Paints a picture step by step. Each pixel is drawn once; at the end they are those of
+ * T_PaintDevice.
+ * effect     T_EFFECT_ value
+ * blockSize  width of a step, slat or square in device pixels, 1 or more
+ * delay      milliseconds between two steps, 0 or more
+ * All else as T_PaintDevice. The status callback is asked before the first step and after each;
+ * its answer ends the effect, and what has been drawn stays. Holds one picture of the size that
+ * is painted.
+ * As T_PaintDevice, T_ERR_ARGUMENT also for what the three may not be; the callback's answer. */
 T_API int32_t T_CALL T_PaintEffect(BitmapHandle* bitmap, T_DC dc, T_Rect source, T_Rect destination,
                                    T_Rect clip, uint32_t rop, int32_t effect, int32_t blockSize,
                                    int32_t delay);
 
-/* ---- Device-dependent bitmaps ------------------------------------------------------------------
- */
+/* ---- Device-dependent bitmaps ---------------------------------------------------------------- */
 
+/* Makes a bitmap of the device's own that shows a picture, as T_PaintDevice paints it at the same
+ * size.
+ * bitmap  as T_PaintDevice takes it
+ * dc      what the bitmap is compatible with; null: the screen. A memory context that has no bitmap
+ *         yet makes black and white ones
+ * result  gets it; the caller's, for DeleteObject. Null after a failure
+ * As T_PaintDevice; T_ERR_DEVICE when the device has no room for it. */
 T_API int32_t T_CALL T_ConvertToDDB(BitmapHandle* bitmap, T_DC dc, T_DeviceBitmap* result);
 
 /* A bitmap from a device bitmap or a DIB section.
@@ -165,15 +233,33 @@ T_API int32_t T_CALL T_CopyToClipboard(BitmapHandle* bitmap, T_Window owner);
  * T_ConvertFromDDB. */
 T_API int32_t T_CALL T_CopyFromClipboard(BitmapHandle* bitmap, T_Window owner);
 
-/* ---- Printing
- * ------------------------------------------------------------------------------------ */
+/* ---- Printing -------------------------------------------------------------------------------- */
 
-#define T_PRINT_STRETCH 0
-#define T_PRINT_FIT 1
-#define T_PRINT_ACTUAL 2
-#define T_PRINT_CENTER 0x10
+/* Placement on the page */
+#define T_PRINT_STRETCH 0 /* the whole destination */
+#define T_PRINT_FIT 1     /* as large as goes in, proportions on paper kept */
+#define T_PRINT_ACTUAL 2  /* the size that the resolution says; as FIT when that is larger */
+#define T_PRINT_CENTER 16 /* added: in the middle of the destination, else top left */
 
+/* Prints a picture on the page that has been begun: with a destination as T_PRINT_STRETCH, without
+ * as T_PRINT_ACTUAL. As T_PrintBitmapExt. */
 T_API int32_t T_CALL T_PrintBitmap(BitmapHandle* bitmap, T_DC dc, T_Rect destination);
+
+/* Prints a picture, or a part of it.
+ * bitmap        as T_PaintDevice takes it. Its resolutions count for FIT and ACTUAL, so that a fax
+ *               of 204 x 98 dots per inch is upright; one that is not known is the other one, or
+ * 150 dc            of a printer, a metafile or memory; the caller's source        as T_PaintDevice
+ * destination   logical coordinates, right > left and bottom > top; null: all that can be printed
+ * on placement     T_PRINT_ value rop           as T_PaintDevice documentName  a document of one
+ * page is printed; null: on the page that has been begun outputName    with a document: the file
+ * that gets what the printer would; null: the printer Pictures that shrink are scaled as by
+ * T_PaintDevice, those that grow by the printer. It gets at most a mebibyte a call, or a row:
+ * pictures of up to 8 bits that are not averaged with their own depth and palette, all others as 24
+ * bits; whatever dithering there is, it is the printer's. The status callback is asked before the
+ * first such band and after each; its answer ends the print. After any failure or stop the document
+ * is aborted, or ended where the system refuses that. T_OK, T_ERR_ARGUMENT (also a destination or
+ * placement that there is not), T_ERR_NO_STORAGE, T_ERR_SEEK, T_ERR_READ, T_ERR_NO_MEMORY,
+ * T_ERR_DEVICE (a call of the system failed), the callback's answer. */
 T_API int32_t T_CALL T_PrintBitmapExt(BitmapHandle* bitmap, T_DC dc, T_Rect source,
                                       T_Rect destination, uint32_t placement, uint32_t rop,
                                       const char* documentName, const char* outputName);

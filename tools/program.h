@@ -27,6 +27,7 @@ void add_clip(CLI::App& app, Action& action);
 void add_convert(CLI::App& app, Action& action);
 void add_formats(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
+void add_print(CLI::App& app, Action& action);
 void add_sheet(CLI::App& app, Action& action);
 void add_stamp(CLI::App& app, Action& action);
 void add_thumb(CLI::App& app, Action& action);
