@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 #include "color/convert.h"
 #include "compress/call_by_call.h"
@@ -16,6 +17,7 @@ struct Shared {
   compress::BufferCompression buffer_compression;
   compress::DataCompression data_compression;
   jpeg::PushDecoder push_decoder;
+  uint16_t twain_condition = 0;  // of the last call of the scanner exports
 };
 
 extern Shared shared;

@@ -264,29 +264,84 @@ T_API int32_t T_CALL T_PrintBitmapExt(BitmapHandle* bitmap, T_DC dc, T_Rect sour
                                       T_Rect destination, uint32_t placement, uint32_t rop,
                                       const char* documentName, const char* outputName);
 
-/* ---- Scanners
- * ------------------------------------------------------------------------------------ */
+/* ---- Scanners ----------------------------------------------------------------------------------
+ * Pictures from scanners and cameras, through TWAIN (1.5 and later). The source manager is a module
+ * of the system, "TWAIN.DLL" (then "TWAIN_32.DLL") with the function "DSM_ENTRY" (then
+ * "DSM_Entry", then ordinal 1): loaded by each call, and freed at its end. These calls show
+ * dialogues and run a message loop, in which the program's windows get their messages as ever:
+ * a program that must not be used meanwhile disables its window itself. They belong to one thread,
+ * and none may be made while another one lasts.
+ * window  the dialogues' parent; null: a hidden one of the library's. Not a window: T_ERR_ARGUMENT
+ * Whatever happens, the source is led back through all its states, and closed. */
 
-typedef int32_t(T_CALL* T_TwainPage)(BitmapHandle* picture, int32_t page, void* context);
+/* Lets the user choose the default source in the manager's own dialogue. T_OK, T_ERR_CANCELLED,
+ * T_ERR_NO_SOURCE (there is none, or no dialogue), T_ERR_UNAVAILABLE, T_ERR_ARGUMENT, T_ERR_DEVICE
+ * (no window can be made). */
+T_API int32_t T_CALL T_TwainSelect(T_Window window);
 
+/* One picture from the default source, which shows its dialogue. Further ones that it offers are
+ * refused.
+ * bitmap  initialized here; after T_OK it has the picture, is released, and its storage the
+ *         caller's. After a failure it has no storage. What it had before must have been freed.
+ * Pictures and statuses are those of T_TwainAcquireExt. */
+T_API int32_t T_CALL T_TwainAcquire(T_Window window, BitmapHandle* bitmap);
+
+/* What is asked of a source. It may refuse any of it and then does as it does without. */
 typedef struct T_TwainOptions { /* 100 bytes, 112 in 64-bit programs; 0: the source's own setting */
   uint32_t Size;                /* of this record */
   uint32_t Flags;               /* 1 no dialogue, 2 use the feeder */
   int32_t Transfer;             /* 0 memory, native where refused; 1 native; 2 file; 3 memory */
   int32_t PixelType;            /* 1 black and white, 2 grey, 3 RGB, 4 palette */
-  int32_t BitDepth, XResolution, YResolution;
-  int32_t Pages;                    /* at most so many; 0: all that come */
-  int32_t Left, Top, Right, Bottom; /* 1/1000 inch; all 0: everything */
-  int32_t Brightness, Contrast;     /* -1000 ... 1000 */
-  int32_t FileFormat;               /* the source's file format number: 0 TIFF, 2 BMP, 4 JFIF ... */
-  const char* FileName; /* file transfer; page number before the extension from page 2 on */
-  char SourceName[36];  /* empty: the default source */
+  int32_t BitDepth;             /* of a pixel */
+  int32_t XResolution;          /* dots per inch, up to 32767 */
+  int32_t YResolution;
+  int32_t Pages;        /* at most so many; 0: all that come */
+  int32_t Left;         /* what is scanned, 1/1000 inch from the top left corner; all four 0: */
+  int32_t Top;          /* everything */
+  int32_t Right;        /* beyond Left, up to 32767000 */
+  int32_t Bottom;       /* beyond Top */
+  int32_t Brightness;   /* -1000 ... 1000 */
+  int32_t Contrast;     /* -1000 ... 1000 */
+  int32_t FileFormat;   /* the source's file format number: 0 TIFF, 2 BMP, 4 JFIF ... */
+  const char* FileName; /* file transfer: up to 245 bytes; from page 2 on with the page's number
+                           before the extension, "scan.tif", "scan2.tif" ... */
+  char SourceName[36];  /* up to 33 letters, a zero behind them; empty: the default source */
 } T_TwainOptions;
 
-T_API int32_t T_CALL T_TwainSelect(T_Window window);
-T_API int32_t T_CALL T_TwainAcquire(T_Window window, BitmapHandle* bitmap);
+/* Gets a picture. It is in memory, else on disk, released, and the library's: freed when the call
+ * is over. Who keeps it takes the record (T_CopyBitmapHandle) and then initializes the library's
+ * (T_InitBitmap). Of a file transfer it has width, height (0: not known), depth and resolution, and
+ * no storage. `page` counts from 1. Answers T_OK; anything else ends the work and is returned. */
+typedef int32_t(T_CALL* T_TwainPage)(BitmapHandle* picture, int32_t page, void* context);
+
+/* All pictures of a source, one after the other.
+ * options  null: all 0
+ * page     is called for each, when the source has ended its transfer; context is passed to it
+ * Pictures  Of memory transfers: 1 bit (index 0 is black, either way the source may have it), 8
+ *           bits (grey: a ramp of 256, T_FLAG_GRAY; or a palette) or 24 bits (T_ORDER_BGR), stored
+ *           from the top down; 2 and 4 bits become 8, samples of 16 bits keep their high byte. The
+ *           length is that which came, whether or not the source knew it before; rows beyond one
+ *           that it told are left out. Of native transfers: as T_ConvertFromDIB makes them. The
+ *           resolution is the source's; the default where it tells none.
+ * T_OK                 a picture came and nothing failed, also when the user closed the source
+ *                      between two pictures
+ * another answer       that of `page`
+ * T_ERR_CANCELLED      the user closed the source before any picture or stopped a transfer, the
+ *                      window was destroyed, or the program is to end: WM_QUIT is posted again
+ * T_ERR_UNAVAILABLE    no manager: module or function missing
+ * T_ERR_NO_SOURCE      the manager or the source cannot be opened, or the source not enabled
+ * T_ERR_SOURCE         the source failed after that, or broke the rules: T_TwainCondition may say
+ *                      more. Pictures that were delivered are whole; the one at work is lost. That
+ * a source cannot be reset or closed is no failure of the work T_ERR_ARGUMENT       null `page`, a
+ * number out of its range, a file transfer without a name T_ERR_NO_MEMORY, T_ERR_LIMIT,
+ * T_ERR_DEVICE (no window or message can be had); of storage on disk T_ERR_SEEK, T_ERR_WRITE
+ * Without a dialogue the call waits for the source as long as that takes. */
 T_API int32_t T_CALL T_TwainAcquireExt(T_Window window, const T_TwainOptions* options,
                                        T_TwainPage page, void* context);
+
+/* TWAIN's condition code of the failure that ended the last of these calls: 3 no source, 5 the
+ * source has told the user, 6 capability refused, 9 protocol, 10 bad value, 11 wrong order ...; 1
+ * where the source does not say. 0: none, or a fault that was no failure of an operation. */
 T_API int32_t T_CALL T_TwainCondition(void);
 
 #endif /* _WIN32 */

@@ -61,18 +61,18 @@ TEST(TwainStrips, AnyStripsGiveAPictureOrAFault) {
   EXPECT_EQ(leftovers(), before);
 }
 
-TEST(TwainStrips, RowsThatAreNotSentAreBlack) {
+TEST(TwainStrips, PicturesWithHolesAreNone) {
   core::OwnedBitmap bitmap;
   const Picture picture = {.width = 9, .height = 4, .type = kGray, .pixel_bits = 8};
   Strips strips;
   ASSERT_EQ(strips.start(picture, {}, *bitmap), kOk);
-  Bytes buffer(9, 200);
-  const MemoryTransfer strip = {0, 9, 5, 1, 2, 3, 9, {}};
-  ASSERT_EQ(strips.add(strip, buffer), kOk);
-  ASSERT_EQ(strips.finish(), kOk);
-  Bytes want(27, 0);
-  want.insert(want.end(), {0, 0, 200, 200, 200, 200, 200, 0, 0});
-  EXPECT_EQ(pixels(bitmap.get()), want);
+  Bytes buffer(36, 200);
+  const MemoryTransfer left = {0, 5, 5, 4, 0, 0, 20, {}}, right = {0, 4, 4, 4, 5, 0, 16, {}};
+  ASSERT_EQ(strips.add(left, buffer), kOk);
+  EXPECT_EQ(strips.finish(), kBadData);
+  ASSERT_EQ(strips.add(right, buffer), kOk);
+  EXPECT_EQ(strips.finish(), kOk);
+  EXPECT_EQ(pixels(bitmap.get()), buffer);
 }
 
 TEST(TwainValues, NumbersAndNames) {

@@ -35,8 +35,6 @@ Status Strips::start(const Picture& picture, const PixelRules& rules, BitmapHand
   if (rows == 0) rows = std::max(1u, kFirstBytes / line);
   TRY(line_.allocate(line));
   TRY(part_.allocate(line));
-  const uint64_t most_rows = picture.height != 0 ? rows : kMostRows;
-  pixels_left_ = 2 * most_rows * static_cast<uint32_t>(picture.width);
   return allocate(bitmap, rows);
 }
 
@@ -146,9 +144,10 @@ Status Strips::add(const MemoryTransfer& strip, std::span<uint8_t> buffer) {
   if (is_planar_) return put_plane(piece);
   TRY(make_room(piece));
   if (piece.rows == 0) return nothing_new();
-  const uint64_t pixels = uint64_t{piece.rows} * piece.columns;
-  if (pixels > pixels_left_) return kBadData;
-  pixels_left_ -= pixels;
+  pixels_ += uint64_t{piece.rows} * piece.columns;
+  const uint64_t most_rows =
+      picture_.height != 0 ? static_cast<uint32_t>(bitmap_->Height) : kMostRows;
+  if (pixels_ > 2 * most_rows * static_cast<uint32_t>(picture_.width)) return kBadData;
   TRY(put(piece));
   if (piece.x + piece.columns == static_cast<uint32_t>(picture_.width)) {
     next_ = piece.y + piece.rows;
@@ -161,7 +160,7 @@ Status Strips::add(const MemoryTransfer& strip, std::span<uint8_t> buffer) {
 Status Strips::nothing_new() { return ++idle_ > kMostIdle ? kBadData : kOk; }
 
 // All that is read afterwards lies in the buffer: behind a last row there may be no padding.
-Status Strips::measure(const MemoryTransfer& strip, std::span<uint8_t> buffer, Piece& piece) const {
+Status Strips::measure(const MemoryTransfer& strip, std::span<uint8_t> buffer, Piece& piece) {
   if (strip.compression != 0 && strip.compression != kUntold16) return kBadData;
   const auto width = static_cast<uint32_t>(picture_.width);
   const bool is_part = strip.columns > 0 && strip.columns < width && !is_planar_;
@@ -187,12 +186,14 @@ Status Strips::measure(const MemoryTransfer& strip, std::span<uint8_t> buffer, P
 
 // Strips follow one another, and many sources leave their place at 0 or say nothing of it. A place
 // that is given is taken where it can be: tiles have one, and who sends strips in another order.
-uint32_t Strips::first_row(const MemoryTransfer& strip, const Piece& piece) const {
+// Once another one has been told, 0 is a place, too.
+uint32_t Strips::first_row(const MemoryTransfer& strip, const Piece& piece) {
   const uint32_t y = strip.y_offset;
   const bool is_tile = piece.columns < static_cast<uint32_t>(picture_.width);
-  if (!is_told(y) || (y == 0 && !is_tile)) return next_;
+  if (!is_told(y) || (y == 0 && !is_tile && !tells_places_)) return next_;
   const auto height = static_cast<uint32_t>(picture_.height);
   const bool fits = height == 0 ? y <= next_ : y < height && piece.rows <= height - y;
+  tells_places_ |= fits && y != 0;
   return fits ? y : next_;
 }
 
@@ -268,6 +269,8 @@ Status Strips::convert(uint8_t* from, uint32_t columns) {
 
 Status Strips::finish() {
   if (came_ == 0) return kBadData;
+  const uint64_t needed = uint64_t{came_} * static_cast<uint32_t>(picture_.width);
+  if (!is_planar_ && pixels_ < needed) return kBadData;
   if (came_ == static_cast<uint32_t>(bitmap_->Height)) return kOk;
   return resize(came_);
 }

@@ -34,7 +34,8 @@ class Strips {
   // Takes a strip out of `buffer`, all that the source had to write to.
   Status add(const MemoryTransfer& strip, std::span<uint8_t> buffer);
 
-  // After the last one: the bitmap has the rows that came. kBadData when there is none.
+  // After the last one: the bitmap has the rows that came. kBadData when there is none, and for
+  // holes between them.
   Status finish();
 
  private:
@@ -50,8 +51,8 @@ class Strips {
   Status read_palette(const PixelRules& rules);
   Status allocate(BitmapHandle& bitmap, uint32_t rows) const;
   Status resize(uint32_t rows);
-  Status measure(const MemoryTransfer& strip, std::span<uint8_t> buffer, Piece& piece) const;
-  uint32_t first_row(const MemoryTransfer& strip, const Piece& piece) const;
+  Status measure(const MemoryTransfer& strip, std::span<uint8_t> buffer, Piece& piece);
+  uint32_t first_row(const MemoryTransfer& strip, const Piece& piece);
   Status make_room(Piece& piece);
   Status nothing_new();
   Status put(const Piece& piece);
@@ -71,12 +72,13 @@ class Strips {
   std::array<T_PaletteEntry, 256> palette_ = {};
   uint32_t colors_ = 0;
   color::RowConverter converter_;
-  Buffer line_;               // a row of the bitmap
-  Buffer part_;               // pixels of a piece, as the bitmap has them
-  uint32_t next_ = 0;         // row of the picture that a strip without a place begins with
-  uint32_t came_ = 0;         // rows down to the lowest one that came
-  uint32_t idle_ = 0;         // strips in sequence that brought nothing
-  uint64_t pixels_left_ = 0;  // that a source may send, some of them twice
+  Buffer line_;          // a row of the bitmap
+  Buffer part_;          // pixels of a piece, as the bitmap has them
+  uint32_t next_ = 0;    // row of the picture that a strip without a place begins with
+  uint32_t came_ = 0;    // rows down to the lowest one that came
+  uint32_t idle_ = 0;    // strips in sequence that brought nothing
+  uint64_t pixels_ = 0;  // that came, some perhaps twice
+  bool tells_places_ = false;
 };
 
 }  // namespace tavo::twain

@@ -1,0 +1,12 @@
+// What callers ask of scanners.
+#pragma once
+
+#include "base/status.h"
+#include "tavo45_display.h"
+
+namespace tavo::twain {
+
+// kBadArgument for what T_TwainOptions does not allow.
+Status check(const T_TwainOptions& options);
+
+}  // namespace tavo::twain
