@@ -95,7 +95,7 @@ Status take_memory(Session& session, const Picture& picture, BitmapHandle& recor
   TRY(blame_source(strips.start(picture, rules, record)));
   uint32_t size = 0;
   TRY(choose_strip_size(session, strips.row_bytes(), size));
-  // Sources that count whole rows alone have been seen to write one too many.
+  // Behind what the source is told there is room for a row that it should not have begun.
   Buffer buffer;
   TRY(buffer.allocate(size + strips.row_bytes()));
   return take_strips(session, strips, buffer.bytes().first(size));

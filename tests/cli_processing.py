@@ -2,10 +2,12 @@
 
 import json
 import os
+import shutil
 import struct
+import subprocess
 from pathlib import Path
 
-from cli_common import HEIGHT, WIDTH, CliTest, parse_bmp, picture, tavo
+from cli_common import (HEIGHT, IS_WINDOWS, PROGRAM, WIDTH, CliTest, parse_bmp, picture, tavo)
 
 
 def mirrored(rows):
@@ -238,6 +240,21 @@ class Sheets(CliTest):
         made = sorted(f for f in os.listdir() if f.startswith("all") and f.endswith("jpg"))
         self.assertEqual((made[0], len(made)), ("all.jpg", 5))
         self.assertEqual((self.info("all.jpg")["width"], self.info("all.page2.jpg")["height"]), (842, 595))
+
+    def test_scans(self):
+        self.usage_error("scan")
+        self.usage_error("scan", "page.bmp", "--resolution", 0)
+        if not IS_WINDOWS:
+            self.fails(-113, "scan", "scan", "page.bmp")
+            return
+        # Beside the program stands the scanner of the tests, which has one picture.
+        build = Path(PROGRAM).parents[1]
+        shutil.copy(PROGRAM, "tavo.exe")
+        shutil.copy(build / "tests/twain/TWAIN.dll", ".")
+        subprocess.run(["wine", "tavo.exe", "scan", "page.bmp", "--pages", "3"], check=True, timeout=60)
+        _, dots, rows = parse_bmp(Path("page.bmp").read_bytes())
+        self.assertEqual((len(rows[0]), len(rows), dots), (21, 19, (11811, 11811)))
+        self.assertEqual(rows[0][1], (11, 82, 153))
 
     def test_sheets_that_cannot_be(self):
         name = self.make(8)

@@ -28,9 +28,10 @@ void describe_program(CLI::App& app, Action& action) {
   add_thumb(app, action);
   add_sheet(app, action);
   add_batch(app, action);
-  add_print(app, action);
-  add_formats(app, action);
   add_clip(app, action);
+  add_print(app, action);
+  add_scan(app, action);
+  add_formats(app, action);
   for (CLI::App* command : app.get_subcommands({})) check_values_in_order(*command);
   // Last: subcommands would inherit it.
   app.footer("\"tavo COMMAND --help\" explains a command.\n\nExamples:\n" + examples_text() +

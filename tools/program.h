@@ -28,6 +28,7 @@ void add_convert(CLI::App& app, Action& action);
 void add_formats(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
 void add_print(CLI::App& app, Action& action);
+void add_scan(CLI::App& app, Action& action);
 void add_sheet(CLI::App& app, Action& action);
 void add_stamp(CLI::App& app, Action& action);
 void add_thumb(CLI::App& app, Action& action);

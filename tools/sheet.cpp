@@ -3,7 +3,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "canvas.h"
@@ -12,15 +11,12 @@
 #include "format_table.h"
 #include "letters.h"
 #include "option_checks.h"
-#include "output_file.h"
-#include "output_names.h"
+#include "page_files.h"
 #include "picture.h"
-#include "picture_save.h"
 #include "program.h"
 #include "progress.h"
 #include "sheet_layout.h"
 #include "source.h"
-#include "streams.h"
 #include "system.h"
 #include "thumbnail.h"
 
@@ -34,49 +30,13 @@ struct Arguments {
   SheetOptions sheet;
 };
 
-// Pages that follow each other: in one file where the format has pages, else in one file each.
-class SheetFiles {
- public:
-  SheetFiles(std::string name, const T_Format& format)
-      : first_(std::move(name)), name_(first_), format_(format) {}
-
-  void add(BitmapHandle& page) {
-    if (pages_ > 0 && !holds_pages(format_)) begin_next();
-    if (!file_) file_.emplace(name_, false);
-    save_picture(file_->path(), name_, format_, page, pages_ > 0 && holds_pages(format_));
-    ++pages_;
-  }
-
-  void commit() {
-    check_signals();
-    if (file_) file_->commit();
-    file_.reset();
-  }
-
- private:
-  void begin_next() {
-    if (first_ == kStandardStream)
-      throw Failure{
-          "standard output",
-          std::string("There is more than one sheet, and ") + format_.Name + " files hold one page",
-          T_ERR_FORMAT};
-    commit();
-    name_ = page_name(first_, pages_ + 1);
-  }
-
-  const std::string first_;
-  std::string name_;
-  T_Format format_;
-  std::optional<OutputFile> file_;
-  int32_t pages_ = 0;
-};
-
 class Sheet {
  public:
   explicit Sheet(const Arguments& arguments)
       : arguments_(arguments),
         layout_(lay_out(arguments.sheet)),
-        files_(arguments.files.back(), format_for(arguments.format, arguments.files.back())) {}
+        files_(arguments.files.back(), format_for(arguments.format, arguments.files.back()),
+               "sheet") {}
 
   int run();
 
@@ -89,7 +49,7 @@ class Sheet {
 
   const Arguments& arguments_;
   const SheetLayout layout_;
-  SheetFiles files_;
+  PageFiles files_;
   std::optional<Canvas> canvas_;
   int32_t used_ = 0;  // cells of it
   int status_ = kExitOk;

@@ -1,0 +1,11 @@
+#include "failure.h"
+#include "scan.h"
+#include "tavo45_display.h"
+
+namespace tavo::tools {
+
+int run_scan(const ScanOptions&) {
+  throw Failure{"scan", "this command exists on Windows only", T_ERR_UNAVAILABLE};
+}
+
+}  // namespace tavo::tools
