@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "core/progress.h"
 #include "display/status.h"
 
 namespace tavo::twain {
@@ -33,6 +34,18 @@ Status Events::pass(void* message, Request& request) {
   return IsWindow(session_.window()) ? kOk : kCancelled;
 }
 
+// A source may never answer: who has a status callback can end the wait.
+Status Events::next(void* message) {
+  constexpr DWORD kPatience = 250;  // milliseconds
+  auto& msg = *static_cast<MSG*>(message);
+  while (!PeekMessage(&msg, nullptr, 0, 0, PM_REMOVE)) {
+    const DWORD event = MsgWaitForMultipleObjects(0, nullptr, FALSE, kPatience, QS_ALLINPUT);
+    if (event == WAIT_FAILED) return kDevice;
+    if (event == WAIT_TIMEOUT) TRY(core::Progress().start());
+  }
+  return kOk;
+}
+
 // The first message comes from here: a source without a dialogue may be ready when it has been
 // enabled, and wait to be asked.
 Status Events::wait(Request& request) {
@@ -40,7 +53,7 @@ Status Events::wait(Request& request) {
   PostMessage(session_.window(), WM_NULL, 0, 0);
   while (request == Request::kNone) {
     MSG msg;
-    if (GetMessage(&msg, nullptr, 0, 0) < 0) return kDevice;
+    TRY(next(&msg));
     TRY(pass(&msg, request));
   }
   return kOk;

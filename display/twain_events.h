@@ -19,12 +19,13 @@ class Events {
   Events& operator=(const Events&) = delete;
 
   // Until the source asks for something. kCancelled when the program or the window ends, kSource
-  // when the source fails.
+  // when the source fails, and what the status callback answers, which is asked meanwhile.
   Status wait(Request& request);
   // Between two pictures, without waiting: whether the user closes the source meanwhile.
   Status look(bool& is_closed);
 
  private:
+  Status next(void* message);
   Status pass(void* message, Request& request);
   Status quit(uintptr_t code);
 

@@ -335,7 +335,8 @@ typedef int32_t(T_CALL* T_TwainPage)(BitmapHandle* picture, int32_t page, void* 
  * a source cannot be reset or closed is no failure of the work T_ERR_ARGUMENT       null `page`, a
  * number out of its range, a file transfer without a name T_ERR_NO_MEMORY, T_ERR_LIMIT,
  * T_ERR_DEVICE (no window or message can be had); of storage on disk T_ERR_SEEK, T_ERR_WRITE
- * Without a dialogue the call waits for the source as long as that takes. */
+ * The call waits for the source as long as that takes. Meanwhile the status callback is told 0 four
+ * times a second, and its answer can end the work. */
 T_API int32_t T_CALL T_TwainAcquireExt(T_Window window, const T_TwainOptions* options,
                                        T_TwainPage page, void* context);
 

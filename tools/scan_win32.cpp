@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "format_table.h"
 #include "page_files.h"
+#include "progress.h"
 #include "scan.h"
 #include "tavo45_display.h"
 
@@ -55,8 +56,11 @@ T_TwainOptions library_options(const ScanOptions& options) {
 int run_scan(const ScanOptions& options) {
   const T_TwainOptions wanted = library_options(options);
   Pages pages{{options.file, format_for(options.format, options.file), "page"}, nullptr};
+  Progress progress;
+  progress.start("Scanning");
   const int32_t status = T_TwainAcquireExt(nullptr, &wanted, take_page, &pages);
   if (pages.failure) std::rethrow_exception(pages.failure);
+  check_signals();
   if (pages.files.count() > 0) pages.files.commit();
   if (status == T_OK) return kExitOk;
   Failure failure = failure_of_call(status, "scanner");

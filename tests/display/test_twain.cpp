@@ -408,6 +408,14 @@ TEST_F(Twain, TheEndOfTheProgramIsPassedOn) {
   EXPECT_EQ(message.wParam, 77u);
 }
 
+TEST_F(Twain, WaitingCanBeEnded) {
+  double_->ready = Ready::kNever;
+  T_SetStatusCallBack([](int32_t percent) T_CALL -> int32_t { return 70 + percent; });
+  EXPECT_EQ(acquire(), 70);
+  T_SetStatusCallBack(nullptr);
+  EXPECT_STREQ(double_->log, "MScEvesm");
+}
+
 TEST_F(Twain, FilesGetTheNumberOfTheirPage) {
   double_->pages = 2;
   options_.Transfer = 2;

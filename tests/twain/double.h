@@ -16,7 +16,7 @@ struct Fault {
   uint16_t condition = 1;
 };
 
-enum class Ready { kPosted, kAtFirstMessage, kCloses, kQuits, kDestroysWindow };
+enum class Ready { kPosted, kAtFirstMessage, kCloses, kQuits, kDestroysWindow, kNever };
 enum class Places { kZero, kUntold, kTold, kReversed, kTiles };
 enum class Container { kRight, kNull, kArray, kEnumeration, kRange, kOutside, kShort, kText };
 
