@@ -331,10 +331,12 @@ typedef int32_t(T_CALL* T_TwainPage)(BitmapHandle* picture, int32_t page, void* 
  * T_ERR_UNAVAILABLE    no manager: module or function missing
  * T_ERR_NO_SOURCE      the manager or the source cannot be opened, or the source not enabled
  * T_ERR_SOURCE         the source failed after that, or broke the rules: T_TwainCondition may say
- *                      more. Pictures that were delivered are whole; the one at work is lost. That
- * a source cannot be reset or closed is no failure of the work T_ERR_ARGUMENT       null `page`, a
- * number out of its range, a file transfer without a name T_ERR_NO_MEMORY, T_ERR_LIMIT,
- * T_ERR_DEVICE (no window or message can be had); of storage on disk T_ERR_SEEK, T_ERR_WRITE
+ *                      more. Pictures that were delivered are whole; the one at work is lost. When
+ *                      all have come that were asked for, it is no failure that the source cannot
+ *                      end its transfer, be reset, or be closed
+ * T_ERR_ARGUMENT       null `page`, a number out of its range, a file transfer without a name
+ * T_ERR_DEVICE         no window or message can be had
+ * T_ERR_NO_MEMORY, T_ERR_LIMIT; of storage on disk T_ERR_SEEK, T_ERR_WRITE.
  * The call waits for the source as long as that takes. Meanwhile the status callback is told 0 four
  * times a second, and its answer can end the work. */
 T_API int32_t T_CALL T_TwainAcquireExt(T_Window window, const T_TwainOptions* options,
