@@ -1,14 +1,18 @@
 # exports/exports.def is the list of what the library exports everywhere, exports_windows.def of what
 # it exports on Windows besides. On Linux the first becomes the version script of the .so; for
-# Windows both go to the linker as they stand, and the import library is made from them once more
-# with the stdcall names that C programs refer to.
+# Windows both go to the linker as they stand. The import library for 32 bits is made from them once
+# more with the stdcall names that C programs refer to; for 64 bits, where names are plain
+# throughout, the linker's own is right.
 set(tavo_exports_def ${PROJECT_SOURCE_DIR}/exports/exports.def)
 set(tavo_exports_windows ${PROJECT_SOURCE_DIR}/exports/exports_windows.def)
 
 function(tavo_limit_exports library)
   if(WIN32)
-    # The linker's fixup finds _T_X@4 for T_X, so that the DLL's table has plain names.
     target_sources(${library} PRIVATE ${tavo_exports_def} ${tavo_exports_windows})
+    if(NOT CMAKE_SIZEOF_VOID_P EQUAL 4)
+      return()
+    endif()
+    # The linker's fixup finds _T_X@4 for T_X, so that the DLL's table has plain names.
     target_link_options(${library} PRIVATE -Wl,--enable-stdcall-fixup)
     # The linker's own import library has the plain names too, which no program that includes
     # tavo45.h asks for: it is replaced.

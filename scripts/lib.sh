@@ -114,9 +114,12 @@ finish_checks() {
   [ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]
 }
 
-# Wine with a Windows folder of its own under build/, made on first use.
+# Wine with a Windows folder of its own under build/, made on first use: one for the 32-bit programs,
+# and one for those of 64 bits, which use_wine64 chooses.
 wine_packages='wine wine32:i386'
+wine64_packages='wine wine64'
 export WINEPREFIX=$root/build/wine WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+use_wine64() { export WINEPREFIX=$root/build/wine64 WINEARCH=win64; }
 start_wine() {
   [ -e "$WINEPREFIX/system.reg" ] && return
   mkdir -p build
