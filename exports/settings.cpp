@@ -12,6 +12,12 @@
 
 using namespace tavo;
 
+int32_t T_CALL T_SetNameEncoding(int32_t encoding) {
+  if (encoding != 0 && encoding != 1) return exports::answer(kBadArgument);
+  platform::take_names_as_utf8(encoding == 1);
+  return T_OK;
+}
+
 int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek seek,
                             T_FileClose close) {
   io::redirect(open, read, write, seek, close);

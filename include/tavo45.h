@@ -5,8 +5,7 @@
  * operation and is returned unchanged. A null pointer where something must be pointed at gives
  * T_ERR_ARGUMENT; for a file name T_ERR_NAME. Settings are library-wide; nothing is locked: use
  * the library from one thread at a time. File names are bytes, which the default file operations
- * hand to the system: on Windows text in its ANSI code page, so that a name with other characters
- * needs operations of the caller's (T_RedirectIO).
+ * hand to the system: on Windows text in its ANSI code page, or UTF-8 (T_SetNameEncoding).
  *
  * Contents, in this order; a setting stands with what it is for:
  *   Status codes                   what calls return; T_GetStatusText, T_GetVersion
@@ -507,6 +506,18 @@ typedef struct FileIOTable {
   T_FileSeek Seek;
   T_FileClose Close;
 } FileIOTable;
+
+/* How the default operations, and the temporary files of disk bitmaps, write file names.
+ * encoding  0, at first: bytes as the system takes them; on Windows text in the code page of the
+ *             process, which is UTF-8 in programs whose manifest says so (activeCodePage)
+ *           1: UTF-8 throughout, so that every name can be given, on versions of Windows, too, that
+ *             know no such manifest. On other systems names are bytes anyway, and nothing changes
+ * With either, a path on Windows may be as long as the file system lets it be: one of more than
+ * 248 characters is made absolute and passed on with the prefix that says so. With UTF-8 the folders
+ * of the search path are not looked through for a file that is not where its name says.
+ * Choose once, before the first file: a disk bitmap finds its file by the encoding it was made in.
+ * T_OK, T_ERR_ARGUMENT for another encoding. A name that is no UTF-8 cannot be opened. */
+T_API int32_t T_CALL T_SetNameEncoding(int32_t encoding);
 
 /* Puts the caller's operations in place of those in force.
  * open ... close  one for each slot; null: the default

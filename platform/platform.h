@@ -76,6 +76,9 @@ Cause cause_of(int32_t error);
 
 // ---- Files: the default slots of the file table ----
 
+// How file names are written from now on: as UTF-8, or as at first as the system's own bytes.
+void take_names_as_utf8(bool on);
+
 // Access, beyond what every Open knows: with the create bits, a file that has content is refused.
 inline constexpr int32_t kAccessOnlyEmpty = 0x400;
 
@@ -91,7 +94,7 @@ bool is_absent(const char* name);
 
 // ---- Temporary files behind disk bitmaps ----
 
-inline constexpr size_t kMaxPath = 512;
+inline constexpr size_t kMaxPath = 1024;
 
 // Makes an empty file with a unique name ("TV" first) in the temporary directory and writes the
 // name to `path`. False when that fails; nothing is left then.

@@ -239,6 +239,9 @@ Cause cause_of(int32_t error) {
   }
 }
 
+// Names are bytes to the system.
+void take_names_as_utf8(bool) {}
+
 int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
   if (name == nullptr) return -1;
   const int file = ::open(name, open_flags(access), 0666);

@@ -1,10 +1,11 @@
-// The platform layer for 32-bit Windows.
+// The platform layer for Windows.
 #define WIN32_LEAN_AND_MEAN
 #define NOMINMAX
 #include <windows.h>
 #include <winioctl.h>
 
 #include <cstring>
+#include <cwchar>
 
 #include "platform/allocation_gate.h"
 #include "platform/platform.h"
@@ -25,12 +26,71 @@ HGLOBAL as_global(uintptr_t block) { return reinterpret_cast<HGLOBAL>(block); }
 HFILE as_file(int32_t file) { return static_cast<HFILE>(file); }
 HANDLE as_handle(intptr_t file) { return reinterpret_cast<HANDLE>(file); }
 
+bool names_are_utf8 = false;
+
+UINT code_page_of_names() {
+  if (names_are_utf8) return CP_UTF8;
+  return AreFileApisANSI() ? CP_ACP : CP_OEMCP;
+}
+
+// A file name as the system's own calls take it. One of MAX_PATH characters or more is made
+// absolute and gets the prefix by which these calls know that it may be so long.
+class WideName {
+ public:
+  explicit WideName(const char* name) {
+    const UINT page = code_page_of_names();
+    const int length = MultiByteToWideChar(page, MB_ERR_INVALID_CHARS, name, -1, nullptr, 0);
+    if (length <= 0 || !reserve(static_cast<size_t>(length))) return;
+    MultiByteToWideChar(page, MB_ERR_INVALID_CHARS, name, -1, text_, length);
+    if (length > kShort) lengthen();
+  }
+  ~WideName() { LocalFree(text_); }
+  WideName(const WideName&) = delete;
+  WideName& operator=(const WideName&) = delete;
+
+  // Null when the bytes are no name, with the reason as the system's last error.
+  const wchar_t* text() const { return text_; }
+
+ private:
+  // A folder's name must leave room for a short file name in it.
+  static constexpr int kShort = MAX_PATH - 12;
+
+  bool reserve(size_t characters) {
+    text_ = static_cast<wchar_t*>(LocalAlloc(LMEM_FIXED, characters * sizeof(wchar_t)));
+    return text_ != nullptr;
+  }
+
+  void lengthen() {
+    if (std::wcsncmp(text_, L"\\\\?\\", 4) == 0) return;
+    wchar_t* const given = text_;
+    const DWORD room = GetFullPathNameW(given, 0, nullptr, nullptr);
+    if (room != 0 && reserve(room + kPrefixRoom)) prefix_full_path(given, room);
+    if (text_ != given) LocalFree(given);
+  }
+
+  static constexpr DWORD kPrefixRoom = 8;
+
+  // \\server\share becomes \\?\UNC\server\share.
+  void prefix_full_path(const wchar_t* given, DWORD room) {
+    wchar_t* const full = text_ + kPrefixRoom;
+    GetFullPathNameW(given, room, full, nullptr);
+    const bool is_share = full[0] == L'\\' && full[1] == L'\\';
+    const wchar_t* const prefix = is_share ? L"\\\\?\\UNC" : L"\\\\?\\";
+    const size_t length = std::wcslen(prefix);
+    std::wmemcpy(text_, prefix, length);
+    const wchar_t* const rest = is_share ? full + 1 : full;
+    std::wmemmove(text_ + length, rest, std::wcslen(rest) + 1);
+  }
+
+  wchar_t* text_ = nullptr;
+};
+
 bool is_empty(HANDLE file) {
   LARGE_INTEGER size;
   return GetFileSizeEx(file, &size) && size.QuadPart == 0;
 }
 
-// What OpenFile does not do: names of more than 128 characters, and creating without cutting.
+// What OpenFile does not do: long names, names in UTF-8, and creating without cutting.
 int32_t create_file(const char* name, int32_t access, int32_t mode) {
   DWORD wanted = GENERIC_READ;
   if ((access & kAccessReadWrite) != 0 || (access & kAccessCreate) != 0) {
@@ -47,8 +107,10 @@ int32_t create_file(const char* name, int32_t access, int32_t mode) {
   const bool keeps_content = (access & kAccessOnlyEmpty) != 0;
   const DWORD creation = keeps_content ? OPEN_ALWAYS : CREATE_ALWAYS;
   const DWORD disposition = (access & kAccessCreate) != 0 ? creation : OPEN_EXISTING;
+  const WideName wide(name);
+  if (wide.text() == nullptr) return -1;
   const HANDLE file =
-      CreateFileA(name, wanted, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+      CreateFileW(wide.text(), wanted, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return -1;
   if (!keeps_content || is_empty(file)) {
     return static_cast<int32_t>(reinterpret_cast<intptr_t>(file));
@@ -150,10 +212,12 @@ Cause cause_of(int32_t error) {
   }
 }
 
+void take_names_as_utf8(bool on) { names_are_utf8 = on; }
+
 int32_t T_CALL open_file(const char* name, int32_t access, int32_t mode) {
   if (name == nullptr) return -1;
-  const bool is_long = std::strlen(name) >= OFS_MAXPATHNAME;
-  if (is_long || (access & kAccessOnlyEmpty) != 0) return create_file(name, access, mode);
+  const bool is_classic = !names_are_utf8 && std::strlen(name) < OFS_MAXPATHNAME;
+  if (!is_classic || (access & kAccessOnlyEmpty) != 0) return create_file(name, access, mode);
   UINT flags = OF_READ;
   if ((access & kAccessWrite) != 0) flags |= OF_WRITE;
   if ((access & kAccessReadWrite) != 0) flags |= OF_READWRITE;
@@ -200,22 +264,34 @@ int64_t seek_large_file(int32_t file, int64_t offset, int32_t origin) {
 int32_t T_CALL close_file(int32_t file) { return _lclose(as_file(file)); }
 
 bool is_absent(const char* name) {
-  if (GetFileAttributesA(name) != INVALID_FILE_ATTRIBUTES) return false;
+  const WideName wide(name);
+  if (wide.text() == nullptr) return false;
+  if (GetFileAttributesW(wide.text()) != INVALID_FILE_ATTRIBUTES) return false;
   const DWORD error = GetLastError();
   return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
 bool make_temporary_name(char (&path)[kMaxPath]) {
-  char directory[256] = "";
-  const DWORD length = GetTempPathA(sizeof(directory), directory);
-  if (length == 0 || length >= sizeof(directory)) directory[0] = 0;
-  static_assert(kMaxPath >= MAX_PATH);
-  return GetTempFileNameA(directory[0] == 0 ? "." : directory, "TV", 0, path) != 0;
+  wchar_t directory[MAX_PATH + 1] = L"";
+  wchar_t name[MAX_PATH] = L"";
+  const DWORD length = GetTempPathW(MAX_PATH + 1, directory);
+  if (length == 0 || length > MAX_PATH) directory[0] = 0;
+  if (GetTempFileNameW(directory[0] == 0 ? L"." : directory, L"TV", 0, name) == 0) return false;
+  // A name that the code page cannot write is of no use to the caller, nor to delete_temporary.
+  const UINT page = code_page_of_names();
+  BOOL is_changed = FALSE;
+  const int written = WideCharToMultiByte(page, 0, name, -1, path, kMaxPath, nullptr,
+                                          page == CP_UTF8 ? nullptr : &is_changed);
+  if (written > 0 && !is_changed) return true;
+  DeleteFileW(name);
+  return false;
 }
 
 intptr_t open_temporary(const char* path) {
-  const HANDLE file = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                  CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY, nullptr);
+  const WideName wide(path);
+  if (wide.text() == nullptr) return -1;
+  const HANDLE file = CreateFileW(wide.text(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
+                                  nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY, nullptr);
   if (file == INVALID_HANDLE_VALUE) return -1;
   // Not every file system can; then the file is merely larger.
   DWORD ignored = 0;
@@ -248,7 +324,10 @@ bool empty_temporary(intptr_t file) {
 }
 
 int32_t close_temporary(intptr_t file) { return CloseHandle(as_handle(file)) ? 0 : -1; }
-int32_t delete_temporary(const char* path) { return DeleteFileA(path) ? 0 : -1; }
+int32_t delete_temporary(const char* path) {
+  const WideName wide(path);
+  return wide.text() != nullptr && DeleteFileW(wide.text()) ? 0 : -1;
+}
 
 const char* const kPhotoCdModule = "pcdlib.dll";
 

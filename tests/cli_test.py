@@ -470,6 +470,19 @@ class Words(CliTest):
         self.assertIn("an encrypted file", sentences["locked.bmp"])
         self.assertRegex(sentences["missing.bmp"], r"The file cannot be opened: .+ \(status -10\)")
 
+    def test_names_of_any_script_and_length(self):
+        deep = Path("/".join(letter * 90 for letter in "abcd"))
+        deep.mkdir(parents=True)
+        for name in ("gr\u00f6\u00dfe.bmp", "\u03a9 \u0416.bmp", "\u753b\U0001f5bc.bmp", str(deep / "in.bmp")):
+            Path(name).write_bytes(make_bmp(8))
+            out = name.removesuffix(".bmp") + "-out.bmp"
+            self.succeeds("convert", name, out)
+            self.assertEqual(parse_bmp(Path(out).read_bytes())[2], picture(8))
+            self.assertIn(Path(name).name, self.succeeds("info", name))
+        self.assertIn("\u03b1.bmp", self.fails(-10, "\u03b1.bmp", "convert", "\u03b1.bmp", "out.bmp"))
+        self.succeeds("batch", ".", "--out", "\u51fa", "--to", "tif")
+        self.assertTrue(Path("\u51fa/\u753b\U0001f5bc.tif").exists())
+
     def test_what_is_wrong_is_named_and_what_may_be_meant(self):
         for arguments, words in ((["convrt"], ['"convrt"', '"convert"']), (["xyzzy"], ['"xyzzy"']),
                                  (["convert", "a", "b", "--qualty", 5], ['"--qualty"', '"--quality"']),

@@ -6,6 +6,7 @@
 #include "failure.h"
 #include "hash.h"
 #include "listed_name.h"
+#include "native_name.h"
 #include "streams.h"
 #include "system.h"
 #include "tavo45.h"
@@ -38,11 +39,11 @@ void FileList::open(const ListOptions& options) {
   const FileKind kind = is_standard ? FileKind::kOther : file_kind(options.list);
   if (kind == FileKind::kDirectory) throw UsageError{"--list: " + options.list + " is a folder"};
   if (kind == FileKind::kRegular) {
-    names_.open(options.list, std::ios::binary);
+    names_.open(native_name(options.list), std::ios::binary);
     if (!names_) throw UsageError{"--list: " + options.list + ": " + last_error_text()};
     return;
   }
-  std::FILE* const in = is_standard ? stdin : std::fopen(options.list.c_str(), "rb");
+  std::FILE* const in = is_standard ? stdin : open_stream(options.list, "rb");
   if (in == nullptr) throw UsageError{"--list: " + options.list + ": " + last_error_text()};
   spool_stream(in);
   if (!is_standard) std::fclose(in);
@@ -51,20 +52,20 @@ void FileList::open(const ListOptions& options) {
 void FileList::spool_stream(std::FILE* in) {
   const std::string folder = temporary_folder();
   if (!spool_.create(folder)) throw_folder_failure(folder);
-  std::ofstream spool(spool_.path(), std::ios::binary);
+  std::ofstream spool(native_name(spool_.path()), std::ios::binary);
   std::vector<char> block(1 << 16);
   make_binary(in);
   while (const size_t got = read_unless_signalled(in, block.data(), block.size()))
     spool.write(block.data(), static_cast<std::streamsize>(got));
   check_signals();
   if (!spool.flush()) throw_folder_failure(folder);
-  names_.open(spool_.path(), std::ios::binary);
+  names_.open(native_name(spool_.path()), std::ios::binary);
 }
 
 void FileList::spool_folders(const std::vector<std::string>& folders, const std::string& output) {
   const std::string place = temporary_folder();
   if (!spool_.create(place)) throw_folder_failure(place);
-  std::ofstream spool(spool_.path(), std::ios::binary);
+  std::ofstream spool(native_name(spool_.path()), std::ios::binary);
   for (const std::string& given : folders) {
     const std::string folder = absolute_short_name(given);
     if (file_kind(folder) != FileKind::kDirectory)
@@ -74,7 +75,7 @@ void FileList::spool_folders(const std::vector<std::string>& folders, const std:
     spool_folder(spool, folder, "", output);
   }
   if (!spool.flush()) throw_folder_failure(place);
-  names_.open(spool_.path(), std::ios::binary);
+  names_.open(native_name(spool_.path()), std::ios::binary);
 }
 
 void FileList::spool_folder(std::ofstream& spool, const std::string& folder,

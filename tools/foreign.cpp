@@ -5,6 +5,8 @@
 #include <span>
 #include <string_view>
 
+#include "native_name.h"
+
 namespace tavo::tools {
 namespace {
 
@@ -114,7 +116,7 @@ const char* find_kind(std::string_view head, std::span<const Mark> marks) {
 
 NotRead why_not_read(const std::string& path) {
   std::array<char, 256> bytes;
-  std::FILE* const file = std::fopen(path.c_str(), "rb");
+  std::FILE* const file = open_stream(path, "rb");
   if (file == nullptr) return {};
   const std::string_view head(bytes.data(), std::fread(bytes.data(), 1, bytes.size(), file));
   std::fclose(file);

@@ -8,6 +8,8 @@
 #define XXH_NO_XXH3
 #include <xxhash.h>
 
+#include "native_name.h"
+
 namespace tavo::tools {
 namespace {
 
@@ -19,7 +21,7 @@ uint64_t hash_of(std::string_view bytes) { return XXH64(bytes.data(), bytes.size
 
 std::optional<uint64_t> hash_of_file(const std::string& path) {
   const auto close = [](std::FILE* file) { std::fclose(file); };
-  const std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(path.c_str(), "rb"), close);
+  const std::unique_ptr<std::FILE, decltype(close)> file(open_stream(path, "rb"), close);
   if (!file) return std::nullopt;
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
   XXH64_state_t state;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "journal_line.h"
+#include "native_name.h"
 #include "system.h"
 
 namespace tavo::tools {
@@ -18,7 +19,7 @@ std::string journal_path(const std::string& output, const Shard& shard) {
   return in_folder(journal_folder(output), shard.name() + ".ndjson");
 }
 
-JournalReader::JournalReader(const std::string& path) : file_(path, std::ios::binary) {
+JournalReader::JournalReader(const std::string& path) : file_(native_name(path), std::ios::binary) {
   if (!file_) return;
   file_.seekg(0, std::ios::end);
   size_ = static_cast<uint64_t>(file_.tellg());

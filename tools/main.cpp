@@ -11,9 +11,7 @@
 #include "worker_process.h"
 
 #ifdef _WIN32
-// Has the C library expand wildcards, as shells of that system leave them to the programs.
-extern "C" int _dowildcard;
-int _dowildcard = -1;
+#include "wide_win32.h"
 #endif
 
 namespace tavo::tools {
@@ -54,6 +52,7 @@ int report_usage(const CLI::App& app, const std::string& what) {
 
 // The library leaves some habits of other programs to a setting; people expect them.
 void follow_other_programs() {
+  T_SetNameEncoding(1);
   T_SetGIFDepth(1);    // an image's own color table decides when it has one
   T_SetRASVariant(1);  // run counts, polarity and the length field as everybody writes them
   T_SetUnknownResolution(1);
@@ -97,10 +96,28 @@ int parse_and_run(int argc, char** argv) {
   }
 }
 
+int run_program(int argc, char** argv) {
+  remember_arguments(argc, argv);
+  return parse_and_run(argc, argv);
+}
+
 }  // namespace
 }  // namespace tavo::tools
 
-int main(int argc, char** argv) {
-  tavo::tools::remember_arguments(argc, argv);
-  return tavo::tools::parse_and_run(argc, argv);
+#ifdef _WIN32
+// Has the C library expand wildcards, as shells of that system leave them to the programs.
+extern "C" int _dowildcard;
+int _dowildcard = -1;
+
+int wmain(int argc, wchar_t** argv) {
+  const tavo::tools::Utf8Console console;
+  std::vector<std::string> words;
+  for (int i = 0; i < argc; ++i) words.push_back(tavo::tools::narrow(argv[i]));
+  std::vector<char*> pointers;
+  for (std::string& word : words) pointers.push_back(word.data());
+  pointers.push_back(nullptr);
+  return tavo::tools::run_program(argc, pointers.data());
 }
+#else
+int main(int argc, char** argv) { return tavo::tools::run_program(argc, argv); }
+#endif

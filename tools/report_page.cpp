@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "failure.h"
+#include "native_name.h"
 #include "output_file.h"
 #include "tavo45.h"
 
@@ -88,7 +89,7 @@ std::vector<Row> names_of(const std::vector<std::string>& names) {
 
 void write_report(const std::string& path, const Merged& merged) {
   OutputFile file(path, false);
-  std::ofstream out(file.path(), std::ios::binary);
+  std::ofstream out(native_name(file.path()), std::ios::binary);
   out << kHead << "<h1>Batch: " << (merged.is_covered() ? "covered" : "not covered") << "</h1>\n";
   write_table(out, "Files", totals_of(merged));
   write_table(out, "Throughput", throughput_of(merged.totals));

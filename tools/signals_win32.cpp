@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "signals.h"
+#include "wide_win32.h"
 
 namespace tavo::tools {
 namespace {
@@ -38,7 +39,7 @@ BOOL WINAPI on_console(DWORD event) {
 void remove_doomed_files() {
   const std::lock_guard guard(slots_mutex);
   for (const std::string& path : slots)
-    if (!path.empty()) ::DeleteFileA(path.c_str());
+    if (!path.empty()) ::DeleteFileW(wide_path(path).c_str());
 }
 
 void watch_signals() { ::SetConsoleCtrlHandler(on_console, TRUE); }

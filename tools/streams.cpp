@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "native_name.h"
 #include "signals.h"
 #include "system.h"
 
@@ -14,7 +15,7 @@ class Stream {
  public:
   Stream(const std::string& name, std::FILE* standard, const char* mode)
       : is_standard_(name == kStandardStream) {
-    file_ = is_standard_ ? standard : std::fopen(name.c_str(), mode);
+    file_ = is_standard_ ? standard : open_stream(name, mode);
     if (is_standard_) make_binary(file_);
   }
   ~Stream() {

@@ -1,5 +1,5 @@
-// What the command line asks of the operating system beyond the C library. Paths are in the
-// encoding that the library's file operations take: bytes as the system hands them to main.
+// What the command line asks of the operating system beyond the C library. Paths are UTF-8
+// on Windows, and elsewhere bytes as the system hands them to main.
 #pragma once
 
 #include <cstdint>

@@ -14,6 +14,7 @@
 #include <memory>
 #include <system_error>
 
+#include "native_name.h"
 #include "system.h"
 
 namespace tavo::tools {
@@ -321,5 +322,11 @@ bool replace_file(const std::string& from, const std::string& to) {
 }
 
 void remove_file(const std::string& path) { ::unlink(path.c_str()); }
+
+std::filesystem::path native_name(const std::string& path) { return path; }
+
+std::FILE* open_stream(const std::string& path, const char* mode) {
+  return std::fopen(path.c_str(), mode);
+}
 
 }  // namespace tavo::tools

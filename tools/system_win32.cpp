@@ -2,12 +2,14 @@
 #include <io.h>
 #include <windows.h>
 
+#include <iterator>
+
 #include "system.h"
+#include "wide_win32.h"
 
 namespace tavo::tools {
 namespace {
 
-constexpr DWORD kMaxPath = 32768;
 constexpr char kSeparators[] = "\\/";
 
 intptr_t from_handle(HANDLE file) { return reinterpret_cast<intptr_t>(file); }
@@ -18,11 +20,8 @@ HANDLE to_handle(intptr_t file) { return reinterpret_cast<HANDLE>(file); }
 bool stderr_is_terminal() { return ::_isatty(2) != 0; }
 
 std::string absolute_path(const std::string& path) {
-  std::string full(kMaxPath, '\0');
-  const DWORD length = ::GetFullPathNameA(path.c_str(), kMaxPath, full.data(), nullptr);
-  if (length == 0 || length >= kMaxPath) return path;
-  full.resize(length);
-  return full;
+  const std::wstring full = full_path(widen(path));
+  return full.empty() ? path : narrow(full);
 }
 
 std::string file_identity(const std::string& path) {
@@ -35,25 +34,25 @@ std::string file_identity(const std::string& path) {
 std::string resolve_links(const std::string& path) { return absolute_path(path); }
 
 FileKind file_kind(const std::string& path) {
-  const DWORD attributes = ::GetFileAttributesA(path.c_str());
+  const DWORD attributes = ::GetFileAttributesW(wide_path(path).c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::kMissing;
   if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileKind::kDirectory;
   return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::kOther : FileKind::kRegular;
 }
 
 bool is_writable(const std::string& path) {
-  const DWORD attributes = ::GetFileAttributesA(path.c_str());
+  const DWORD attributes = ::GetFileAttributesW(wide_path(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) == 0;
 }
 
 bool is_empty(const std::string& path) {
   WIN32_FILE_ATTRIBUTE_DATA about;
-  return ::GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &about) != 0 &&
+  return ::GetFileAttributesExW(wide_path(path).c_str(), GetFileExInfoStandard, &about) != 0 &&
          about.nFileSizeHigh == 0 && about.nFileSizeLow == 0;
 }
 
 bool can_be_read(const std::string& path) {
-  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ,
+  const HANDLE file = ::CreateFileW(wide_path(path).c_str(), GENERIC_READ,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return false;
@@ -89,7 +88,8 @@ FileStamp stamp_of(const std::string& path) {
   constexpr int64_t kTicks = 10000000;
   constexpr int64_t kSecondsTo1970 = 11644473600;
   WIN32_FILE_ATTRIBUTE_DATA about;
-  if (::GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &about) == 0) return {};
+  if (::GetFileAttributesExW(wide_path(path).c_str(), GetFileExInfoStandard, &about) == 0)
+    return {};
   const auto join = [](DWORD high, DWORD low) { return int64_t{high} << 32 | low; };
   return {join(about.nFileSizeHigh, about.nFileSizeLow),
           join(about.ftLastWriteTime.dwHighDateTime, about.ftLastWriteTime.dwLowDateTime) / kTicks -
@@ -121,12 +121,12 @@ int last_error_number() { return static_cast<int>(::GetLastError()); }
 
 std::string last_error_text() {
   const DWORD error = ::GetLastError();
-  char text[256];
-  DWORD length = ::FormatMessageA(
+  wchar_t text[256];
+  DWORD length = ::FormatMessageW(
       FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
-      nullptr, error, 0, text, sizeof text, nullptr);
-  while (length > 0 && (text[length - 1] == ' ' || text[length - 1] == '.')) --length;
-  return length > 0 ? std::string(text, length) : "error " + std::to_string(error);
+      nullptr, error, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
+  while (length > 0 && (text[length - 1] == L' ' || text[length - 1] == L'.')) --length;
+  return length > 0 ? narrow({text, length}) : "error " + std::to_string(error);
 }
 
 std::string folder_of(const std::string& path) {
@@ -143,56 +143,56 @@ std::string last_name_of(const std::string& path) {
 
 bool make_folder(const std::string& path) {
   const auto is_there = [&path] { return file_kind(path) == FileKind::kDirectory; };
-  if (is_there() || ::CreateDirectoryA(path.c_str(), nullptr) != 0) return true;
+  if (is_there() || ::CreateDirectoryW(wide_path(path).c_str(), nullptr) != 0) return true;
   const std::string above = folder_of(absolute_path(path));
   if (::GetLastError() != ERROR_PATH_NOT_FOUND || above == path || !make_folder(above)) {
     return is_there();
   }
-  return ::CreateDirectoryA(path.c_str(), nullptr) != 0 || is_there();
+  return ::CreateDirectoryW(wide_path(path).c_str(), nullptr) != 0 || is_there();
 }
 
 bool sync_folder(const std::string&) { return true; }
 
 bool list_folder(const std::string& folder,
                  const std::function<void(const std::string& name, EntryKind kind)>& visit) {
-  WIN32_FIND_DATAA entry;
-  const HANDLE search = ::FindFirstFileA(in_folder(folder, "*").c_str(), &entry);
+  WIN32_FIND_DATAW entry;
+  const HANDLE search = ::FindFirstFileW(wide_path(in_folder(folder, "*")).c_str(), &entry);
   if (search == INVALID_HANDLE_VALUE) return false;
   do {
-    const std::string name = entry.cFileName;
+    const std::string name = narrow(entry.cFileName);
     if (name == "." || name == "..") continue;
     const bool is_folder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     const bool is_link = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     if (is_folder && is_link) continue;
     visit(name, is_folder ? EntryKind::kFolder : EntryKind::kFile);
-  } while (::FindNextFileA(search, &entry) != 0);
+  } while (::FindNextFileW(search, &entry) != 0);
   ::FindClose(search);
   return true;
 }
 
 std::vector<std::string> names_in(const std::string& folder, std::string_view prefix) {
   std::vector<std::string> names;
-  WIN32_FIND_DATAA entry;
+  WIN32_FIND_DATAW entry;
   const std::string pattern = in_folder(folder, std::string(prefix) + "*");
-  const HANDLE search = ::FindFirstFileA(pattern.c_str(), &entry);
+  const HANDLE search = ::FindFirstFileW(wide_path(pattern).c_str(), &entry);
   if (search == INVALID_HANDLE_VALUE) return names;
   do {
-    names.emplace_back(entry.cFileName);
-  } while (::FindNextFileA(search, &entry) != 0);
+    names.push_back(narrow(entry.cFileName));
+  } while (::FindNextFileW(search, &entry) != 0);
   ::FindClose(search);
   return names;
 }
 
 std::string temporary_folder() {
-  char folder[MAX_PATH + 1];
-  const DWORD length = ::GetTempPathA(sizeof folder, folder);
-  return length == 0 || length >= sizeof folder ? std::string() : folder_of(folder);
+  wchar_t folder[MAX_PATH + 1];
+  const DWORD length = ::GetTempPathW(MAX_PATH + 1, folder);
+  return length == 0 || length > MAX_PATH ? std::string() : folder_of(narrow(folder));
 }
 
 std::string host_name() {
-  char name[MAX_COMPUTERNAME_LENGTH + 1];
-  DWORD length = sizeof name;
-  return ::GetComputerNameA(name, &length) != 0 ? std::string(name, length) : "localhost";
+  wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
+  DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
+  return ::GetComputerNameW(name, &length) != 0 ? narrow({name, length}) : "localhost";
 }
 
 uint32_t process_id() { return ::GetCurrentProcessId(); }
@@ -206,7 +206,7 @@ bool process_is_running(uint32_t process) {
 }
 
 Made make_private_file(const std::string& path) {
-  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+  const HANDLE file = ::CreateFileW(wide_path(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE)
     return ::GetLastError() == ERROR_FILE_EXISTS ? Made::kExists : Made::kNo;
@@ -217,8 +217,9 @@ Made make_private_file(const std::string& path) {
 Taken LockFile::take(const std::string& path) {
   drop();
   // The system removes it with its one handle, whatever ends the process.
-  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_ALWAYS,
-                                    FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  const HANDLE file =
+      ::CreateFileW(wide_path(path).c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_ALWAYS,
+                    FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
   if (file != INVALID_HANDLE_VALUE) {
     file_ = from_handle(file);
     return Taken::kYes;
@@ -237,8 +238,9 @@ void LockFile::drop() {
 
 Taken ReadLock::take(const std::string& path) {
   drop();
-  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file =
+      ::CreateFileW(wide_path(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE)
     return ::GetLastError() == ERROR_SHARING_VIOLATION ? Taken::kBusy : Taken::kNo;
   file_ = from_handle(file);
@@ -252,9 +254,9 @@ void ReadLock::drop() {
 
 bool GrowingFile::open(const std::string& path) {
   close();
-  const HANDLE file =
-      ::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file = ::CreateFileW(wide_path(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return false;
   file_ = from_handle(file);
   LARGE_INTEGER end{};
@@ -293,8 +295,8 @@ void GrowingFile::close() {
 }
 
 bool sync_file(const std::string& path) {
-  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file = ::CreateFileW(wide_path(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return false;
   const bool is_stored = ::FlushFileBuffers(file) != 0;
   const DWORD reason = ::GetLastError();
@@ -306,12 +308,13 @@ bool sync_file(const std::string& path) {
 bool replace_file(const std::string& from, const std::string& to) {
   // ReplaceFile keeps the permissions of what it replaces; some file systems do not have it.
   if (file_kind(to) == FileKind::kRegular &&
-      ::ReplaceFileA(to.c_str(), from.c_str(), nullptr, 0, nullptr, nullptr) != 0)
+      ::ReplaceFileW(wide_path(to).c_str(), wide_path(from).c_str(), nullptr, 0, nullptr,
+                     nullptr) != 0)
     return true;
-  return ::MoveFileExA(from.c_str(), to.c_str(),
+  return ::MoveFileExW(wide_path(from).c_str(), wide_path(to).c_str(),
                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED) != 0;
 }
 
-void remove_file(const std::string& path) { ::DeleteFileA(path.c_str()); }
+void remove_file(const std::string& path) { ::DeleteFileW(wide_path(path).c_str()); }
 
 }  // namespace tavo::tools

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "wide_win32.h"
 #include "worker_process.h"
 
 namespace tavo::tools {
@@ -49,19 +50,19 @@ bool make_pipe(HANDLE& out, HANDLE& in, bool child_reads) {
 }
 
 // The command line with `word` behind the program and its command.
-std::string command_with(const char* word) {
-  const std::string_view line = ::GetCommandLineA();
-  size_t at = line.starts_with('"') ? line.find('"', 1) + 1 : line.find(' ');
-  at = line.find_first_not_of(' ', at);
-  at = line.find(' ', at);
+std::wstring command_with(const char* word) {
+  const std::wstring_view line = ::GetCommandLineW();
+  size_t at = line.starts_with(L'"') ? line.find(L'"', 1) + 1 : line.find(L' ');
+  at = line.find_first_not_of(L' ', at);
+  at = line.find(L' ', at);
   const size_t end = at == line.npos ? line.size() : at;
-  return std::string(line.substr(0, end)) + " " + word + std::string(line.substr(end));
+  return std::wstring(line.substr(0, end)) + L" " + widen(word) + std::wstring(line.substr(end));
 }
 
 // Ends the workers when this process ends, however it does.
 HANDLE job_of_workers() {
   static const HANDLE job = [] {
-    const HANDLE made = ::CreateJobObjectA(nullptr, nullptr);
+    const HANDLE made = ::CreateJobObjectW(nullptr, nullptr);
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
     ::SetInformationJobObject(made, JobObjectExtendedLimitInformation, &limits, sizeof limits);
@@ -85,10 +86,10 @@ bool WorkerProcess::start(const char* word) {
   HANDLE jobs_out, jobs_in, answers_out, answers_in;
   if (!make_pipe(jobs_out, jobs_in, true) || !make_pipe(answers_out, answers_in, false))
     return false;
-  std::string program(kMaxPath, '\0');
-  program.resize(::GetModuleFileNameA(nullptr, program.data(), kMaxPath));
-  std::string command = command_with(word);
-  STARTUPINFOA startup{};
+  std::wstring program(kMaxPath, L'\0');
+  program.resize(::GetModuleFileNameW(nullptr, program.data(), kMaxPath));
+  std::wstring command = command_with(word);
+  STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESTDHANDLES;
   startup.hStdInput = jobs_out;
@@ -97,7 +98,7 @@ bool WorkerProcess::start(const char* word) {
   PROCESS_INFORMATION made{};
   // A group of its own hears no Ctrl-C.
   const bool is_made =
-      ::CreateProcessA(program.c_str(), command.data(), nullptr, nullptr, TRUE,
+      ::CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, TRUE,
                        CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &startup, &made) != 0;
   ::CloseHandle(jobs_out);
   ::CloseHandle(answers_in);
