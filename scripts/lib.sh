@@ -44,6 +44,7 @@ install_packages() {
   export DEBIAN_FRONTEND=noninteractive
   local options=(-o DPkg::Lock::Timeout=300 -y --no-install-recommends)
   case " $* " in *:i386\ *) dpkg --add-architecture i386 ;; esac
+  dpkg --configure -a  # what an interrupted installation left undone
   # A refresh that fails for one index of many may still do.
   apt-get "${options[@]}" update || echo "the package lists are not all fresh"
   apt-get "${options[@]}" install "$@" && return
