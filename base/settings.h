@@ -93,6 +93,9 @@ struct Settings {
   bool photocd_module = true;  // Photo CD: files are decoded by a module, if there is one
   // JFIF streams give their densities the unit dots per inch.
   bool jfif_dots_per_inch = false;
+  // What TIFF and JPEG files that are saved tell of how to turn them: 1 to 8, 1 not at all.
+  uint32_t save_orientation = 1;
+  char document_name[64] = {};  // T_SetDocumentName; empty: the file's
   // Drawings: pages so many times as large as at 96 pixels per inch; and averaged from larger ones.
   int32_t draw_scale = 1;
   bool draw_smooth = false;

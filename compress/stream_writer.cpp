@@ -13,7 +13,8 @@ namespace tavo::compress {
 namespace {
 
 // Marker codes (ISO/IEC 10918-1, table B.1).
-constexpr uint8_t kApp0 = 0xE0, kComment = 0xFE, kQuantisers = 0xDB, kHuffmanTables = 0xC4;
+constexpr uint8_t kApp0 = 0xE0, kApp1 = 0xE1, kComment = 0xFE, kQuantisers = 0xDB,
+                  kHuffmanTables = 0xC4;
 constexpr uint8_t kBaselineFrame = 0xC0, kScan = 0xDA;
 constexpr uint8_t kIndexedStamp = 0x11, kColorStamp = 0x13;  // JFXX extension codes
 constexpr size_t kMaxSegment = 65535;
@@ -84,6 +85,24 @@ Status write_stamp_segment(const Stamp& stamp, ByteSink& sink) {
   segment.put(stamp.height);
   TRY(segment.write(sink, stamp.data_size()));
   return write_stamp_data(stamp, sink);
+}
+
+// Exif 2.32, 4.5.2 and 4.5.4: a TIFF file of one directory with one entry, the orientation (4.6.4).
+Status write_orientation(ByteSink& sink) {
+  constexpr uint32_t kDirectoryAt = 8, kOrientation = 0x0112, kShort = 3;
+  Segment segment(kApp1);
+  segment.put_text("Exif\0\0MM", 8);
+  segment.put16(42);
+  segment.put16(0);
+  segment.put16(kDirectoryAt);
+  segment.put16(1);
+  segment.put16(kOrientation);
+  segment.put16(kShort);
+  segment.put16(0);
+  segment.put16(1);  // value
+  segment.put16(settings.save_orientation);
+  for (int i = 0; i < 3; ++i) segment.put16(0);  // the field's other half, and no next directory
+  return segment.write(sink);
 }
 
 // B.2.4.5. Readers of this library take from it which way up the rows are stored.
@@ -200,6 +219,7 @@ Status write_stream_header(const StreamDescription& stream, ByteSink& sink) {
   TRY(sink.append(kStart));
   TRY(write_jfif(stream, sink));
   if (stream.stamp != nullptr) TRY(write_stamp_segment(*stream.stamp, sink));
+  if (!stream.coding.is_cmp && settings.save_orientation > 1) TRY(write_orientation(sink));
   TRY(write_comment(stream, sink));
   TRY(write_quantisers(stream, sink));
   TRY(write_huffman_tables(stream, sink));

@@ -2,6 +2,8 @@
 #include "base/settings.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 
 #include "exports/answer.h"
 #include "exports/arguments.h"
@@ -105,6 +107,19 @@ int32_t T_CALL T_SetDrawSmooth(int32_t flag) {
 int32_t T_CALL T_SetDeflateLevel(int32_t level) {
   if (level < T_LEVEL_DEFAULT || level > T_LEVEL_SMALL) return exports::answer(kBadArgument);
   settings.deflate_level = level;
+  return T_OK;
+}
+
+int32_t T_CALL T_SetSaveOrientation(int32_t orientation) {
+  if (orientation < 1 || orientation > 8) return exports::answer(kBadArgument);
+  settings.save_orientation = static_cast<uint32_t>(orientation);
+  return T_OK;
+}
+
+int32_t T_CALL T_SetDocumentName(const char* name) {
+  const std::string_view text = name == nullptr ? std::string_view() : name;
+  const size_t size = text.copy(settings.document_name, std::size(settings.document_name) - 1);
+  settings.document_name[size] = 0;
   return T_OK;
 }
 

@@ -8,6 +8,7 @@
 #include "base/buffer.h"
 #include "base/byte_source.h"
 #include "base/endian.h"
+#include "base/settings.h"
 #include "codec/packbits.h"
 #include "formats/two_levels.h"
 #include "process/row_delivery.h"
@@ -178,9 +179,12 @@ uint16_t checksum(std::span<const uint8_t> bytes) {
   return static_cast<uint16_t>(sum);
 }
 
-// What a Macintosh calls the document: the file's name without folders and extension, which its
-// type makes superfluous there. A file whose name begins with a dot has none to show.
+// What a Macintosh calls the document: what the caller said, or the file's name without folders and
+// extension, which its type makes superfluous there. A file whose name begins with a dot has none
+// to show.
 std::string_view document_name(std::string_view path) {
+  static_assert(sizeof settings.document_name == kLongestName + 1);
+  if (*settings.document_name != 0) return settings.document_name;
   path.remove_prefix(path.find_last_of("/\\") + 1);
   const std::string_view stem = path.substr(0, path.rfind('.'));
   return stem.empty() || stem.front() == '.' ? "untitled" : stem.substr(0, kLongestName);

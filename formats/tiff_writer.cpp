@@ -5,6 +5,7 @@
 
 #include "base/buffer.h"
 #include "base/endian.h"
+#include "base/settings.h"
 #include "color/palettes.h"
 #include "formats/tiff.h"
 #include "formats/tiff_directory.h"
@@ -60,7 +61,9 @@ Look choose_look(const BitmapHandle& bitmap, int32_t depth, const Variant& varia
 // One page on its way into the file.
 class PageWriter {
  public:
-  explicit PageWriter(io::OutputFile& file) : out_(file), strip_(out_) {}
+  // `orientation`: how readers are to turn the picture; 1, not at all, is not written.
+  explicit PageWriter(io::OutputFile& file, uint32_t orientation = 1)
+      : out_(file), strip_(out_), orientation_(orientation) {}
 
   // `picture` stays until the page is finished. kBadSize, kNoMemory. `inverts`: the rows must be.
   Status prepare(const BitmapHandle& picture, int32_t depth, const Variant& variant, bool& inverts);
@@ -91,6 +94,7 @@ class PageWriter {
 
   Output out_;
   StripWriter strip_;
+  uint32_t orientation_;
   ByteOrder order_;
   const BitmapHandle* picture_ = nullptr;
   const Variant* variant_ = nullptr;
@@ -254,6 +258,7 @@ void PageWriter::add_tags(int32_t page_index) {
   add(Tag::kPhotometric, kShort, 1, look_.photometric);
   if (variant_->is_fax()) add(Tag::kFillOrder, kShort, 1, 1);
   add_list(Tag::kStripOffsets, offsets_.items(), offsets_at_);
+  if (orientation_ > 1) add(Tag::kOrientation, kShort, 1, orientation_);
   add(Tag::kSamplesPerPixel, kShort, 1, is_rgb ? 3 : 1);
   add(Tag::kRowsPerStrip, kLong, 1, rows_per_strip_);
   add_list(Tag::kStripByteCounts, sizes_.items(), sizes_at_);
@@ -324,7 +329,7 @@ Status link_page(io::OutputFile& file, const Chain& chain, uint32_t directory) {
 
 class Writer final : public io::RowWriter {
  public:
-  Writer() : RowWriter(this), page_(file_) {}
+  Writer() : RowWriter(this), page_(file_, settings.save_orientation) {}
 
   Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
                  io::RowLayout& layout) {

@@ -580,7 +580,7 @@ typedef struct FILEINFO {
 } FILEINFO;
 
 /* FILEINFO.Extras: what loads pass over. Bitmaps have no place for it, saves do not write it, but
- * for the opacity of PNG files. */
+ * for the opacity of PNG files and the orientation (T_SetSaveOrientation). */
 #define T_EXTRA_ALPHA                                                                             \
   0x0001u                    /* opacity, or a color that stands for transparent; of 32-bit pixels \
                                 the spare byte keeps it */
@@ -766,6 +766,12 @@ T_API int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int
                                      void* context);
 T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
                                         void* context);
+
+/* What files that are saved from now on tell about how to turn the picture for viewing, where the
+ * format can: TIFF files, and JPEG files by Exif data. The pixels stay as they are.
+ * orientation  as FILEINFO.Orientation: 2 to 8; 1, at first: nothing is told
+ * T_OK, T_ERR_ARGUMENT. */
+T_API int32_t T_CALL T_SetSaveOrientation(int32_t orientation);
 
 /* Example: one format to another; a bitmap as a further page.
  *   BitmapHandle bitmap = T_EMPTY;
@@ -1485,6 +1491,13 @@ T_API int32_t T_CALL T_LoadMACFile(const char* name, BitmapHandle* bitmap, T_Row
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadMACBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveMACBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
+
+/* What the header of MacPaint files that are saved from now on calls the document, for programs
+ * that write a file under another name than it will have.
+ * name  up to 63 characters, further ones are left out; null or empty, as at first: the file's name
+ *       without folders and extension
+ * T_OK. */
+T_API int32_t T_CALL T_SetDocumentName(const char* name);
 
 /* MSP, pictures of Microsoft Paint in Windows 1 and 2.
  * Read        Version 1 (plain) and 2 (run-length coded); a wrong checksum is no error. A row that

@@ -342,6 +342,7 @@ TEST(Tiff, ResolutionsAndOrientationAreReported) {
     EXPECT_EQ(info.Orientation, needs_turning ? orientation : 1) << orientation;
     EXPECT_EQ(info.ViewPerspective, orientation == 4 ? 2u : 0u) << orientation;
   }
+  for (const int32_t wrong : {0, 9}) EXPECT_EQ(T_SetSaveOrientation(wrong), T_ERR_ARGUMENT);
   // A fraction that is not there: nothing is read in its stead, the default stands.
   Bytes none = file;
   const Bytes entry = {0x1A, 1, 5, 0, 1};
