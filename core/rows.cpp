@@ -5,6 +5,7 @@
 
 #include "base/buffer.h"
 #include "base/checked.h"
+#include "base/settings.h"
 #include "core/bitmap.h"
 #include "platform/platform.h"
 
@@ -50,11 +51,15 @@ template <auto kMove, class Bytes>
 int32_t move_disk(BitmapHandle& bitmap, uint32_t offset, Bytes* buffer, uint32_t bytes,
                   int32_t failure) {
   const auto file = static_cast<intptr_t>(bitmap.Handle);
-  if (platform::seek_temporary(file, offset) != int64_t{offset}) return T_ERR_SEEK;
+  const auto fail = [](int32_t status) {
+    settings.note.system_error = platform::last_error();
+    return status;
+  };
+  if (platform::seek_temporary(file, offset) != int64_t{offset}) return fail(T_ERR_SEEK);
   uint32_t moved = 0;
   while (moved < bytes) {
     const int64_t part = kMove(file, buffer + moved, bytes - moved);
-    if (part < 0) return failure;
+    if (part < 0) return fail(failure);
     if (part == 0) break;
     moved += static_cast<uint32_t>(part);
   }

@@ -41,4 +41,6 @@ int32_t answer(Status status) {
   return status.code();
 }
 
+int32_t answer_count(int32_t count) { return count < 0 ? answer(Status(count)) : count; }
+
 }  // namespace tavo::exports

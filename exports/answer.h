@@ -11,4 +11,7 @@ namespace tavo::exports {
 // memory by the caller's own limit is T_ERR_LIMIT from here on.
 int32_t answer(Status status);
 
+// The same of calls that tell how many bytes they moved, or a status below 0.
+int32_t answer_count(int32_t count);
+
 }  // namespace tavo::exports

@@ -35,25 +35,25 @@ int32_t T_CALL T_FreeBitmap(BitmapHandle* bitmap) {
 
 int32_t T_CALL T_GetBitmapRow(BitmapHandle* bitmap, void* buffer, uint32_t row, uint32_t bytes) {
   if (exports::missing(bitmap, buffer)) return exports::answer(kBadArgument);
-  return core::get_bitmap_row(*bitmap, buffer, row, bytes);
+  return exports::answer_count(core::get_bitmap_row(*bitmap, buffer, row, bytes));
 }
 
 int32_t T_CALL T_PutBitmapRow(BitmapHandle* bitmap, const void* buffer, uint32_t row,
                               uint32_t bytes) {
   if (exports::missing(bitmap, buffer)) return exports::answer(kBadArgument);
-  return core::put_bitmap_row(*bitmap, buffer, row, bytes);
+  return exports::answer_count(core::put_bitmap_row(*bitmap, buffer, row, bytes));
 }
 
 int32_t T_CALL T_GetBitmapRowCol(BitmapHandle* bitmap, void* buffer, uint32_t row, uint32_t column,
                                  uint32_t bytes) {
   if (exports::missing(bitmap, buffer)) return exports::answer(kBadArgument);
-  return core::get_bitmap_row_col(*bitmap, buffer, row, column, bytes);
+  return exports::answer_count(core::get_bitmap_row_col(*bitmap, buffer, row, column, bytes));
 }
 
 int32_t T_CALL T_PutBitmapRowCol(BitmapHandle* bitmap, const void* buffer, uint32_t row,
                                  uint32_t column, uint32_t bytes) {
   if (exports::missing(bitmap, buffer)) return exports::answer(kBadArgument);
-  return core::put_bitmap_row_col(*bitmap, buffer, row, column, bytes);
+  return exports::answer_count(core::put_bitmap_row_col(*bitmap, buffer, row, column, bytes));
 }
 
 int32_t T_CALL T_ClearBitmap(BitmapHandle* bitmap) {

@@ -1,10 +1,14 @@
 // Limits, the mask of formats, and what is told of failures.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <set>
 
+#include "base/settings.h"
+#include "exports/answer.h"
 #include "format_cases.h"
 #include "support.h"
 
@@ -83,6 +87,8 @@ TEST_P(Limits, OfMemoryAndWorkEndLoadsCleanly) {
       const FILEINFO info = info_of(sample.file);
       const bool is_more = info.Width * info.BitsPerPixel > 8 || info.Height > 1;
       EXPECT_EQ(load_status(sample.file), is_more ? T_ERR_LIMIT : T_OK) << sample.name;
+      if (is_more)
+        EXPECT_TRUE(error_text().ends_with("bytes of decoded pixels or more; 1 are allowed"));
     }
     int32_t status = T_ERR_LIMIT;
     for (uint64_t allowed = 64; status != T_OK && allowed < uint64_t{1} << 32;
@@ -92,6 +98,7 @@ TEST_P(Limits, OfMemoryAndWorkEndLoadsCleanly) {
       if (status == T_OK) break;
       ASSERT_EQ(status, T_ERR_LIMIT) << sample.name << " at " << allowed;
       EXPECT_GT(last_error().Asked, allowed);
+      EXPECT_NE(error_text().find(" bytes of memory; "), std::string::npos);
     }
     EXPECT_EQ(status, T_OK) << sample.name;
   }
@@ -158,6 +165,43 @@ TEST(LimitsOfPages, HoldForPagesThatAreAskedAndCounted) {
     T_SetPageNumber(1);
     disk.files.clear();
   }
+}
+
+TEST(ErrorTexts, OfEachStatusAndCauseAreTheirOwn) {
+  const int32_t statuses[] = {
+      T_ERR_NO_MEMORY,  T_ERR_NO_STORAGE, T_ERR_SEEK,     T_ERR_WRITE,      T_ERR_READ,
+      T_ERR_NAME,       T_ERR_BAD_DATA,   T_ERR_OPEN,     T_ERR_SIZE,       T_ERR_SUBTYPE,
+      T_ERR_ARGUMENT,   T_ERR_CREATE,     T_ERR_FORMAT,   T_ERR_QUALITY,    T_ERR_DEPTH,
+      T_ERR_MULTIPLIER, T_ERR_NOTICE,     T_ERR_NO_STAMP, T_ERR_INCOMPLETE, T_ERR_NOT_COMPRESSIBLE,
+      T_ERR_LIMIT,      T_ERR_TOO_LARGE};
+  std::set<std::string> texts = {"Unknown status", ""};
+  for (const int32_t status : statuses) {
+    EXPECT_EQ(exports::answer(Status(status)), status);
+    EXPECT_TRUE(texts.insert(error_text()).second) << status;
+    EXPECT_EQ(error_text(), T_GetStatusText(status));
+  }
+#ifdef _WIN32
+  constexpr int kErrors[] = {2, 5, 267, 32, 112, 19, 206, 4, 1117, 9999};
+#else
+  constexpr int kErrors[] = {ENOENT, EACCES,       EISDIR, EBUSY, ENOSPC,
+                             EROFS,  ENAMETOOLONG, EMFILE, EIO,   9999};
+#endif
+  for (const int error : kErrors) {
+    settings.note.system_error = error;
+    exports::answer(kOpenError);
+    EXPECT_TRUE(error_text().starts_with("The file cannot be opened: "));
+    EXPECT_TRUE(texts.insert(error_text()).second) << error_text();
+  }
+}
+
+TEST(ErrorTexts, OfRowsAreRememberedToo) {
+  Bitmap bitmap;
+  uint8_t row[4];
+  make_picture(bitmap, 4, 4, 8);
+  T_ReleaseBitmap(bitmap.get());
+  EXPECT_EQ(T_SetLimit(0, 1), T_ERR_ARGUMENT);
+  EXPECT_EQ(T_GetBitmapRow(bitmap.get(), row, 0, 4), T_ERR_NO_MEMORY);
+  EXPECT_EQ(last_error().Status, T_ERR_NO_MEMORY);
 }
 
 TEST(ErrorTexts, NameCausePlaceAndCallback) {
