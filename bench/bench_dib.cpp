@@ -8,7 +8,7 @@
 
 #include "platform/platform.h"
 #include "run.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace {
 

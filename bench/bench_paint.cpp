@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/platform.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace {
 

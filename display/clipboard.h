@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/status.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::display {
 

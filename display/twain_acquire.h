@@ -5,7 +5,7 @@
 
 #include "base/function_ref.h"
 #include "base/status.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::twain {
 

@@ -6,7 +6,7 @@
 #include "base/status.h"
 #include "display/twain_manager.h"
 #include "process/twain/records.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::twain {
 

@@ -5,7 +5,7 @@
 #include "platform/platform.h"
 #include "process/dib_export.h"
 #include "process/dib_import.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 using namespace tavo;
 

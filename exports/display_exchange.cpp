@@ -3,7 +3,7 @@
 #include "display/ddb.h"
 #include "exports/answer.h"
 #include "exports/arguments.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 using namespace tavo;
 

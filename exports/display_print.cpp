@@ -2,7 +2,7 @@
 #include "display/print.h"
 #include "exports/answer.h"
 #include "exports/arguments.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 using namespace tavo;
 

@@ -4,7 +4,7 @@
 #include "exports/answer.h"
 #include "exports/arguments.h"
 #include "exports/shared.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 using namespace tavo;
 

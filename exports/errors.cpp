@@ -8,7 +8,7 @@
 #include "exports/answer.h"
 #include "exports/arguments.h"
 #include "platform/platform.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 using namespace tavo;
 

@@ -6,7 +6,7 @@
 #include "core/bitmap.h"
 #include "input.h"
 #include "platform/platform.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace {
 

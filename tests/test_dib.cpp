@@ -8,7 +8,7 @@
 #include "core/bitmap.h"
 #include "format_cases.h"
 #include "platform/platform.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::test {
 namespace {

@@ -1,6 +1,6 @@
 #include "clip.h"
 #include "failure.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::tools {
 

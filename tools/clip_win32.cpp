@@ -8,7 +8,7 @@
 #include "picture_save.h"
 #include "source.h"
 #include "system.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::tools {
 namespace {

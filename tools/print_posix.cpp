@@ -1,6 +1,6 @@
 #include "failure.h"
 #include "print.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::tools {
 

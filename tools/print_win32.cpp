@@ -7,7 +7,7 @@
 #include "print.h"
 #include "source.h"
 #include "system.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::tools {
 namespace {

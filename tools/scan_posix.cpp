@@ -1,6 +1,6 @@
 #include "failure.h"
 #include "scan.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::tools {
 

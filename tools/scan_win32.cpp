@@ -7,7 +7,7 @@
 #include "page_files.h"
 #include "progress.h"
 #include "scan.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace tavo::tools {
 namespace {

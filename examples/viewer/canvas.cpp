@@ -1,6 +1,6 @@
 #include "canvas.h"
 
-#include "tavo45_display.h"
+#include "tavo45.h"
 
 namespace viewer {
 namespace {

@@ -1,7 +1,7 @@
 // What the menu and the keys do.
 #include "dialogs.h"
 #include "resource.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 #include "text.h"
 #include "window.h"
 

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "tavo45.h"
-#include "tavo45_display.h"
 
 namespace viewer {
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "tavo45_display.h"
+#include "tavo45.h"
 #include "tests/support.h"
 
 namespace tavo::test {

@@ -8,7 +8,7 @@
 #include "core/bitmap.h"
 #include "format_cases.h"
 #include "support.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 

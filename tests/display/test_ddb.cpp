@@ -6,7 +6,7 @@
 #include "core/bitmap.h"
 #include "platform/platform.h"
 #include "support.h"
-#include "tavo45_display.h"
+#include "tavo45.h"
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
