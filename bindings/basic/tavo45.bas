@@ -34,6 +34,13 @@ Public Const T_ERR_NOT_COMPRESSIBLE As Long = -42
 Public Const T_ERR_INCOMPLETE As Long = -57
 Public Const T_ERR_NO_STAMP As Long = -65
 Public Const T_ERR_NOTICE As Long = -100
+Public Const T_ERR_DEVICE As Long = -110
+Public Const T_ERR_BUSY As Long = -111
+Public Const T_ERR_NO_PICTURE As Long = -112
+Public Const T_ERR_UNAVAILABLE As Long = -113
+Public Const T_ERR_NO_SOURCE As Long = -114
+Public Const T_ERR_SOURCE As Long = -115
+Public Const T_ERR_CANCELLED As Long = -116
 Public Const T_ERR_LIMIT As Long = -120
 Public Const T_ERR_TOO_LARGE As Long = -121
 Public Const T_LIMIT_PIXELS As Long = 1
@@ -138,6 +145,25 @@ Public Const T_LEVEL_FAST As Long = 1
 Public Const T_LEVEL_SMALL As Long = 2
 Public Const T_MAX_DRAW_SCALE As Long = 16
 Public Const T_FACTOR_NONE As Long = &H80000000
+Public Const T_EFFECT_NONE As Long = 0
+Public Const T_EFFECT_WIPE_RIGHT As Long = 1
+Public Const T_EFFECT_WIPE_LEFT As Long = 2
+Public Const T_EFFECT_WIPE_DOWN As Long = 3
+Public Const T_EFFECT_WIPE_UP As Long = 4
+Public Const T_EFFECT_BOX_OUT As Long = 5
+Public Const T_EFFECT_BOX_IN As Long = 6
+Public Const T_EFFECT_BLINDS_VERTICAL As Long = 7
+Public Const T_EFFECT_BLINDS_HORIZONTAL As Long = 8
+Public Const T_EFFECT_CHECKERBOARD As Long = 9
+Public Const T_EFFECT_DISSOLVE As Long = 10
+Public Const T_EFFECT_SPLIT_VERTICAL As Long = 11
+Public Const T_EFFECT_SPLIT_HORIZONTAL As Long = 12
+Public Const T_EFFECT_DIAGONAL As Long = 13
+Public Const T_EFFECT_SPIRAL As Long = 14
+Public Const T_PRINT_STRETCH As Long = 0
+Public Const T_PRINT_FIT As Long = 1
+Public Const T_PRINT_ACTUAL As Long = 2
+Public Const T_PRINT_CENTER As Long = 16
 
 Public Type T_ERRORINFO
   Status As Long
@@ -327,6 +353,7 @@ Public Declare PtrSafe Function T_CopyBitmap Lib "TAVO45.dll" (ByRef dst As Bitm
 Public Declare PtrSafe Function T_CopyBitmapRect Lib "TAVO45.dll" (ByRef dst As BitmapHandle, ByRef src As BitmapHandle, ByVal x As Long, ByVal y As Long, ByVal width As Long, ByVal height As Long) As Long
 Public Declare PtrSafe Function T_CopyBitmapData Lib "TAVO45.dll" (ByRef dst As BitmapHandle, ByRef src As BitmapHandle) As Long
 Public Declare PtrSafe Function T_CopyBitmapHandle Lib "TAVO45.dll" (ByRef dst As BitmapHandle, ByRef src As BitmapHandle) As Long
+Public Declare PtrSafe Function T_SetNameEncoding Lib "TAVO45.dll" (ByVal encoding As Long) As Long
 Public Declare PtrSafe Function T_RedirectIO Lib "TAVO45.dll" (ByVal open_ As LongPtr, ByVal read_ As LongPtr, ByVal write_ As LongPtr, ByVal seek_ As LongPtr, ByVal close_ As LongPtr) As Long
 Public Declare PtrSafe Function T_GetFormat Lib "TAVO45.dll" (ByVal index As Long, ByRef format As T_Format) As Long
 Public Declare PtrSafe Function T_FileInfo Lib "TAVO45.dll" (ByVal name_ As String, ByRef info As FILEINFO) As Long
@@ -346,6 +373,7 @@ Public Declare PtrSafe Function T_ConvertFile Lib "TAVO45.dll" (ByVal source As 
 Public Declare PtrSafe Function T_StreamFile Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal format As Long, ByVal bitsPerPixel As Long, ByVal quality As Long) As Long
 Public Declare PtrSafe Function FileFormatWrite Lib "TAVO45.dll" (ByRef source As BitmapHandle, ByVal rows As LongPtr, ByVal rowCount As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function FileNoConvertWrite Lib "TAVO45.dll" (ByRef source As BitmapHandle, ByVal rows As LongPtr, ByVal rowCount As Long, ByVal context As LongPtr) As Long
+Public Declare PtrSafe Function T_SetSaveOrientation Lib "TAVO45.dll" (ByVal orientation As Long) As Long
 Public Declare PtrSafe Function T_ConvertBuffer Lib "TAVO45.dll" (ByVal buffer As LongPtr, ByVal width As Long, ByVal bitsIn As Long, ByVal bitsOut As Long, ByVal orderIn As Long, ByVal orderOut As Long, ByVal paletteIn As LongPtr, ByVal paletteOut As LongPtr) As Long
 Public Declare PtrSafe Function T_DefaultDithering Lib "TAVO45.dll" (ByVal method As Long) As Long
 Public Declare PtrSafe Function T_SetGrayFixedPalette Lib "TAVO45.dll" (ByVal flag As Long) As Long
@@ -387,6 +415,10 @@ Public Declare PtrSafe Function T_HalfToneBitmap Lib "TAVO45.dll" (ByRef bitmap 
 Public Declare PtrSafe Function T_FindSkew Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByRef angle As Long) As Long
 Public Declare PtrSafe Function T_FindContent Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByRef x As Long, ByRef y As Long, ByRef width As Long, ByRef height As Long) As Long
 Public Declare PtrSafe Function T_IsBlank Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal share As Long, ByRef blank As Long) As Long
+Public Declare PtrSafe Function T_ConvertToDIB Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dib As LongPtr, ByRef size As Long) As Long
+Public Declare PtrSafe Function T_ConvertFromDIB Lib "TAVO45.dll" (ByVal dib As LongPtr, ByVal size As Long, ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_ChangeToDIB Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_FreeDIB Lib "TAVO45.dll" (ByVal dib As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadBMPFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadBMPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveBMPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
@@ -422,6 +454,7 @@ Public Declare PtrSafe Function T_SavePNGBitmap Lib "TAVO45.dll" (ByVal name_ As
 Public Declare PtrSafe Function T_LoadMACFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadMACBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveMACBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare PtrSafe Function T_SetDocumentName Lib "TAVO45.dll" (ByVal name_ As String) As Long
 Public Declare PtrSafe Function T_LoadMSPFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadMSPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveMSPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
@@ -500,6 +533,7 @@ Public Declare Function T_CopyBitmap Lib "TAVO45.dll" (ByRef dst As BitmapHandle
 Public Declare Function T_CopyBitmapRect Lib "TAVO45.dll" (ByRef dst As BitmapHandle, ByRef src As BitmapHandle, ByVal x As Long, ByVal y As Long, ByVal width As Long, ByVal height As Long) As Long
 Public Declare Function T_CopyBitmapData Lib "TAVO45.dll" (ByRef dst As BitmapHandle, ByRef src As BitmapHandle) As Long
 Public Declare Function T_CopyBitmapHandle Lib "TAVO45.dll" (ByRef dst As BitmapHandle, ByRef src As BitmapHandle) As Long
+Public Declare Function T_SetNameEncoding Lib "TAVO45.dll" (ByVal encoding As Long) As Long
 Public Declare Function T_RedirectIO Lib "TAVO45.dll" (ByVal open_ As Long, ByVal read_ As Long, ByVal write_ As Long, ByVal seek_ As Long, ByVal close_ As Long) As Long
 Public Declare Function T_GetFormat Lib "TAVO45.dll" (ByVal index As Long, ByRef format As T_Format) As Long
 Public Declare Function T_FileInfo Lib "TAVO45.dll" (ByVal name_ As String, ByRef info As FILEINFO) As Long
@@ -519,6 +553,7 @@ Public Declare Function T_ConvertFile Lib "TAVO45.dll" (ByVal source As String, 
 Public Declare Function T_StreamFile Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal format As Long, ByVal bitsPerPixel As Long, ByVal quality As Long) As Long
 Public Declare Function FileFormatWrite Lib "TAVO45.dll" (ByRef source As BitmapHandle, ByVal rows As Long, ByVal rowCount As Long, ByVal context As Long) As Long
 Public Declare Function FileNoConvertWrite Lib "TAVO45.dll" (ByRef source As BitmapHandle, ByVal rows As Long, ByVal rowCount As Long, ByVal context As Long) As Long
+Public Declare Function T_SetSaveOrientation Lib "TAVO45.dll" (ByVal orientation As Long) As Long
 Public Declare Function T_ConvertBuffer Lib "TAVO45.dll" (ByVal buffer As Long, ByVal width As Long, ByVal bitsIn As Long, ByVal bitsOut As Long, ByVal orderIn As Long, ByVal orderOut As Long, ByVal paletteIn As Long, ByVal paletteOut As Long) As Long
 Public Declare Function T_DefaultDithering Lib "TAVO45.dll" (ByVal method As Long) As Long
 Public Declare Function T_SetGrayFixedPalette Lib "TAVO45.dll" (ByVal flag As Long) As Long
@@ -560,6 +595,10 @@ Public Declare Function T_HalfToneBitmap Lib "TAVO45.dll" (ByRef bitmap As Bitma
 Public Declare Function T_FindSkew Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByRef angle As Long) As Long
 Public Declare Function T_FindContent Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByRef x As Long, ByRef y As Long, ByRef width As Long, ByRef height As Long) As Long
 Public Declare Function T_IsBlank Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal share As Long, ByRef blank As Long) As Long
+Public Declare Function T_ConvertToDIB Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dib As Long, ByRef size As Long) As Long
+Public Declare Function T_ConvertFromDIB Lib "TAVO45.dll" (ByVal dib As Long, ByVal size As Long, ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_ChangeToDIB Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_FreeDIB Lib "TAVO45.dll" (ByVal dib As Long) As Long
 Public Declare Function T_LoadBMPFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadBMPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveBMPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
@@ -595,6 +634,7 @@ Public Declare Function T_SavePNGBitmap Lib "TAVO45.dll" (ByVal name_ As String,
 Public Declare Function T_LoadMACFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadMACBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveMACBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
+Public Declare Function T_SetDocumentName Lib "TAVO45.dll" (ByVal name_ As String) As Long
 Public Declare Function T_LoadMSPFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadMSPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveMSPBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long

@@ -152,6 +152,13 @@ namespace Tavo
         public const int T_ERR_INCOMPLETE = -57;
         public const int T_ERR_NO_STAMP = -65;
         public const int T_ERR_NOTICE = -100;
+        public const int T_ERR_DEVICE = -110;
+        public const int T_ERR_BUSY = -111;
+        public const int T_ERR_NO_PICTURE = -112;
+        public const int T_ERR_UNAVAILABLE = -113;
+        public const int T_ERR_NO_SOURCE = -114;
+        public const int T_ERR_SOURCE = -115;
+        public const int T_ERR_CANCELLED = -116;
         public const int T_ERR_LIMIT = -120;
         public const int T_ERR_TOO_LARGE = -121;
         public const int T_LIMIT_PIXELS = 1;
@@ -256,6 +263,25 @@ namespace Tavo
         public const int T_LEVEL_SMALL = 2;
         public const int T_MAX_DRAW_SCALE = 16;
         public const int T_FACTOR_NONE = -2147483648;
+        public const int T_EFFECT_NONE = 0;
+        public const int T_EFFECT_WIPE_RIGHT = 1;
+        public const int T_EFFECT_WIPE_LEFT = 2;
+        public const int T_EFFECT_WIPE_DOWN = 3;
+        public const int T_EFFECT_WIPE_UP = 4;
+        public const int T_EFFECT_BOX_OUT = 5;
+        public const int T_EFFECT_BOX_IN = 6;
+        public const int T_EFFECT_BLINDS_VERTICAL = 7;
+        public const int T_EFFECT_BLINDS_HORIZONTAL = 8;
+        public const int T_EFFECT_CHECKERBOARD = 9;
+        public const int T_EFFECT_DISSOLVE = 10;
+        public const int T_EFFECT_SPLIT_VERTICAL = 11;
+        public const int T_EFFECT_SPLIT_HORIZONTAL = 12;
+        public const int T_EFFECT_DIAGONAL = 13;
+        public const int T_EFFECT_SPIRAL = 14;
+        public const int T_PRINT_STRETCH = 0;
+        public const int T_PRINT_FIT = 1;
+        public const int T_PRINT_ACTUAL = 2;
+        public const int T_PRINT_CENTER = 16;
 
         [UnmanagedFunctionPointer(CallingConvention.StdCall)]
         public delegate void T_ReleaseCallback(UIntPtr handle, UIntPtr data);
@@ -493,6 +519,9 @@ namespace Tavo
         public static extern int T_CopyBitmapHandle(IntPtr dst, IntPtr src);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SetNameEncoding(int encoding);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write, T_FileSeek seek, T_FileClose close);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
@@ -548,6 +577,9 @@ namespace Tavo
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int FileNoConvertWrite(IntPtr source, IntPtr rows, int rowCount, IntPtr context);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SetSaveOrientation(int orientation);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_ConvertBuffer(IntPtr buffer, int width, int bitsIn, int bitsOut, int orderIn, int orderOut, [In] T_PaletteEntry[] paletteIn, [In] T_PaletteEntry[] paletteOut);
@@ -673,6 +705,18 @@ namespace Tavo
         public static extern int T_IsBlank(IntPtr bitmap, int share, out int blank);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_ConvertToDIB(IntPtr bitmap, IntPtr dib, out uint size);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_ConvertFromDIB(IntPtr dib, uint size, IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_ChangeToDIB(IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_FreeDIB(IntPtr dib);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_LoadBMPFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
@@ -776,6 +820,9 @@ namespace Tavo
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_SaveMACBitmap(string name, IntPtr bitmap, int bitsPerPixel);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_SetDocumentName(string name);
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_LoadMSPFile(string name, IntPtr bitmap, T_RowSink sink, int bitsPerPixel, IntPtr context);

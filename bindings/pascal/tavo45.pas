@@ -42,6 +42,13 @@ const
   T_ERR_INCOMPLETE = -57;
   T_ERR_NO_STAMP = -65;
   T_ERR_NOTICE = -100;
+  T_ERR_DEVICE = -110;
+  T_ERR_BUSY = -111;
+  T_ERR_NO_PICTURE = -112;
+  T_ERR_UNAVAILABLE = -113;
+  T_ERR_NO_SOURCE = -114;
+  T_ERR_SOURCE = -115;
+  T_ERR_CANCELLED = -116;
   T_ERR_LIMIT = -120;
   T_ERR_TOO_LARGE = -121;
   T_LIMIT_PIXELS = 1;
@@ -146,6 +153,25 @@ const
   T_LEVEL_SMALL = 2;
   T_MAX_DRAW_SCALE = 16;
   T_FACTOR_NONE = -2147483648;
+  T_EFFECT_NONE = 0;
+  T_EFFECT_WIPE_RIGHT = 1;
+  T_EFFECT_WIPE_LEFT = 2;
+  T_EFFECT_WIPE_DOWN = 3;
+  T_EFFECT_WIPE_UP = 4;
+  T_EFFECT_BOX_OUT = 5;
+  T_EFFECT_BOX_IN = 6;
+  T_EFFECT_BLINDS_VERTICAL = 7;
+  T_EFFECT_BLINDS_HORIZONTAL = 8;
+  T_EFFECT_CHECKERBOARD = 9;
+  T_EFFECT_DISSOLVE = 10;
+  T_EFFECT_SPLIT_VERTICAL = 11;
+  T_EFFECT_SPLIT_HORIZONTAL = 12;
+  T_EFFECT_DIAGONAL = 13;
+  T_EFFECT_SPIRAL = 14;
+  T_PRINT_STRETCH = 0;
+  T_PRINT_FIT = 1;
+  T_PRINT_ACTUAL = 2;
+  T_PRINT_CENTER = 16;
 
 type
   T_ERRORINFO = record
@@ -339,6 +365,7 @@ function T_CopyBitmap(var dst: BitmapHandle; var src: BitmapHandle): LongInt; {$
 function T_CopyBitmapRect(var dst: BitmapHandle; var src: BitmapHandle; x: LongWord; y: LongWord; width: LongWord; height: LongWord): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_CopyBitmapData(var dst: BitmapHandle; var src: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_CopyBitmapHandle(var dst: BitmapHandle; const src: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SetNameEncoding(encoding: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_RedirectIO(open: T_FileOpen; read: T_FileRead; write: T_FileWrite; seek: T_FileSeek; close: T_FileClose): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_GetFormat(index: LongWord; var format: T_Format): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_FileInfo(name: PAnsiChar; var info: FILEINFO): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
@@ -358,6 +385,7 @@ function T_ConvertFile(source: PAnsiChar; destination: PAnsiChar; format: LongIn
 function T_StreamFile(source: PAnsiChar; destination: PAnsiChar; format: LongInt; bitsPerPixel: LongInt; quality: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function FileFormatWrite(var source: BitmapHandle; rows: Pointer; rowCount: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function FileNoConvertWrite(var source: BitmapHandle; rows: Pointer; rowCount: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SetSaveOrientation(orientation: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_ConvertBuffer(buffer: Pointer; width: LongInt; bitsIn: LongInt; bitsOut: LongInt; orderIn: LongInt; orderOut: LongInt; paletteIn: Pointer; paletteOut: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_DefaultDithering(method: LongWord): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SetGrayFixedPalette(flag: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
@@ -399,6 +427,10 @@ function T_HalfToneBitmap(var bitmap: BitmapHandle; cell: LongInt; angle: LongIn
 function T_FindSkew(var bitmap: BitmapHandle; angle: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_FindContent(var bitmap: BitmapHandle; x: Pointer; y: Pointer; width: Pointer; height: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_IsBlank(var bitmap: BitmapHandle; share: LongInt; blank: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_ConvertToDIB(var bitmap: BitmapHandle; dib: Pointer; size: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_ConvertFromDIB(dib: Pointer; size: LongWord; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_ChangeToDIB(var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_FreeDIB(dib: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadBMPFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadBMPBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SaveBMPBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
@@ -434,6 +466,7 @@ function T_SavePNGBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel
 function T_LoadMACFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadMACBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SaveMACBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_SetDocumentName(name: PAnsiChar): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadMSPFile(name: PAnsiChar; var bitmap: BitmapHandle; sink: T_RowSink; bitsPerPixel: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_LoadMSPBitmap(name: PAnsiChar; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_SaveMSPBitmap(name: PAnsiChar; var bitmap: BitmapHandle; bitsPerPixel: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
