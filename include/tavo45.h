@@ -1283,6 +1283,20 @@ T_API int32_t T_CALL T_ChangeToDIB(BitmapHandle* bitmap);
 /* Frees a block of T_ConvertToDIB, on Windows any of global memory. T_OK, also for null. */
 T_API int32_t T_CALL T_FreeDIB(void* dib);
 
+/* Example: a file as a block for another program, and as what GDI's StretchDIBits takes.
+ *   void* dib;
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   if (T_LoadBitmap("in.bmp", &bitmap, 0, T_ORDER_BGR) == T_OK) {
+ *     if (T_ConvertToDIB(&bitmap, &dib, NULL) == T_OK) T_FreeDIB(dib);
+ *     if (T_ChangeToDIB(&bitmap) == T_OK) {
+ *       const void* bits = (const void*)T_AccessBitmap(&bitmap);
+ *       const T_BitmapInfo* info = &bitmap.Info;
+ *       (void)bits, (void)info;
+ *     }
+ *   }
+ *   T_FreeBitmap(&bitmap);
+ */
+
 /* ---- Formats --------------------------------------------------------------------------------- */
 
 /* Each format has a trio: a reader that streams, a load and a save of whole pictures.
