@@ -59,8 +59,16 @@ class Viewer:
         self.process = subprocess.Popen(["wine", VIEWER, *files], stdout=subprocess.DEVNULL,
                                         stderr=subprocess.DEVNULL)
         self.window = None
-        self.wait_for(files[0])
+        self.first = files[0]
+
+    def __enter__(self):
+        self.wait_for(self.first)
         quiet("xdotool", "windowfocus", self.window)
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.process.kill()
 
     def title(self):
         if self.window is None:
@@ -150,6 +158,15 @@ def spoiled(data, chance):
     return bytes(data)
 
 
+def make_hostile_files(samples):
+    chance = random.Random(45)
+    for i in range(HOSTILE):
+        name = f"bad{i:03}"
+        source = pathlib.Path(samples[i % len(samples)][0])
+        pathlib.Path(name).write_bytes(spoiled(source.read_bytes(), chance))
+        yield name
+
+
 class Test:
     def __init__(self):
         self.passed = self.failed = 0
@@ -160,9 +177,7 @@ class Test:
         if not is_good:
             print(f"FAILED: {name}", flush=True)
 
-    def good_files(self, samples):
-        names = [name for name, _ in samples]
-        viewer = Viewer(names)
+    def good_files(self, viewer, samples):
         time.sleep(0.5)
         canvas = canvas_of(Screen.picture())
         viewer.press("1")
@@ -178,21 +193,13 @@ class Test:
             self.check(f"{key} does what it says", shows(canvas, turned))
         self.check("the viewer ends well", viewer.close() == 0)
 
-    def hostile_files(self, samples):
-        chance = random.Random(45)
-        names = [samples[0][0]]
-        for i in range(HOSTILE):
-            names.append(f"bad{i:03}")
-            source = pathlib.Path(samples[i % len(samples)][0])
-            pathlib.Path(names[-1]).write_bytes(spoiled(source.read_bytes(), chance))
-        names.append(samples[1][0])
-        viewer = Viewer(names)
+    def hostile_files(self, viewer, names, good):
         time.sleep(0.5)
         canvas = canvas_of(Screen.picture())
         for name in names[1:]:
             viewer.press("ctrl+Next")
             viewer.wait_for(name)
-        self.check(f"after {HOSTILE} bad files a good one is shown", shows(canvas, samples[1][1]))
+        self.check(f"after {HOSTILE} bad files a good one is shown", shows(canvas, good))
         found = quiet("xdotool", "search", "--onlyvisible", "--name", ".").stdout.split()
         self.check("no window but the viewer's is open", len(found) == 1)
         self.check("the viewer ends well after them", viewer.close() == 0)
@@ -204,11 +211,11 @@ class Test:
             shutil.copyfile(path, name)
             samples.append((name, pixels))
         print(f"{len(samples)} samples", flush=True)
-        for part in (self.good_files, self.hostile_files):
-            try:
-                part(samples)
-            except RuntimeError as error:
-                self.check(str(error), False)
+        with Viewer([name for name, _ in samples]) as viewer:
+            self.good_files(viewer, samples)
+        names = [samples[0][0], *make_hostile_files(samples), samples[1][0]]
+        with Viewer(names) as viewer:
+            self.hostile_files(viewer, names, samples[1][1])
 
 
 def main():
@@ -219,7 +226,10 @@ def main():
     with tempfile.TemporaryDirectory() as folder, Screen():
         before = os.getcwd()
         os.chdir(folder)
-        test.run()
+        try:
+            test.run()
+        except RuntimeError as error:
+            test.check(str(error), False)
         os.chdir(before)
     print(f"{test.passed} passed, {test.failed} failed")
     return 0 if test.failed == 0 and test.passed > 0 else 1
