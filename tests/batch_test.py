@@ -77,7 +77,7 @@ class Batches(BatchTest):
         self.assertEqual(path.read_bytes(), whole)
         end = len(whole)
         second = whole.rindex(b"\n", 0, whole.rindex(b"\n", 0, end - 1))
-        for cut in range(second, end, 23):
+        for cut in range(second, end, 7):
             path.write_bytes(whole[:cut])
             self.batch(1, "--resume")
             self.assertEqual(lines_of(path)[-1]["end"], "finished")
@@ -111,6 +111,27 @@ class Batches(BatchTest):
         self.assertIn("0.gif", self.batch(2, out="other", source=("--list", "list")))
         self.assertFalse(Path("other").exists())
         self.batch(2, "--base", "in", out="in", source=("--list", "list", "--to", "bmp"))
+
+    def test_wrong_options_are_told_before_work(self):
+        self.fill(2)
+        for wrong in (["--allow", "zzz"], ["--stamp", "5x5"], ["--fanout", "4"], ["--shard", "2/2"]):
+            self.batch(2, *wrong)
+        self.batch(2, out="in")
+        self.assertFalse(Path("out").exists())
+
+    def test_pages_and_folders_of_hashes(self):
+        self.fill(1)
+        for _ in range(2):
+            self.succeeds("convert", "in/0/0.bmp", "in/0/0.tif", "--append")
+        Path("in/0/0.bmp").unlink()
+        done = tavo("batch", "in", "--to", "bmp", "--out", "out", "--page", "all", "--fanout", "2",
+                    "--durable")
+        self.assertEqual(done.returncode, 1)
+        row = next(r for r in lines_of("out/.journal/0-of-1.ndjson") if r.get("pages") == 2)
+        # The hash of "0/0.tif", as "xxhsum -H1" has it, is a98d5633e3b92591.
+        names = [f"a9/8d/0/0{page}.bmp" for page in ("", ".page2")]
+        self.assertEqual([made["name"] for made in row["outputs"]], names)
+        self.assertEqual(sorted(outputs()), sorted(names))
 
     def test_limits_are_told(self):
         name = self.make(24)

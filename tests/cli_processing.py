@@ -154,6 +154,88 @@ class Sizes(CliTest):
                                                      "--size", "20x20"))
 
 
+    def test_nearest_takes_the_pixel_in_which_the_middle_lies(self):
+        for bits in (1, 4, 8, 24):
+            name, rows = self.make(bits), picture(bits)
+            for width, height in ((40, 57), (29, 3), (8, 11), (2, 2)):
+                self.succeeds("convert", name, "out.bmp", "--size", f"{width}x{height}",
+                              "--size-method", "nearest")
+                made = parse_bmp(Path("out.bmp").read_bytes())[2]
+                middle = lambda i, old, new: (2 * i + 1) * old // (2 * new)
+                self.assertEqual(made[::-1], [
+                    [rows[::-1][middle(y, HEIGHT, height)][middle(x, WIDTH, width)]
+                     for x in range(width)] for y in range(height)], (bits, width, height))
+
+
+def write_tga(name, width, rows):
+    """Grey bytes, or red, green and blue, top row first."""
+    bits = 8 * len(rows[0]) // width
+    Path(name).write_bytes(struct.pack("<BBBHHBHHHHBB", 0, 0, 3 if bits == 8 else 2, 0, 0, 0, 0, 0,
+                                       width, len(rows), bits, 0x20) + b"".join(rows))
+
+
+class Scans(CliTest):
+    WIDTH, HEIGHT = 600, 500
+
+    def page(self, name, left=100, top=90, right=500, bottom=410, slope=0.0, speck=()):
+        """Lines of what looks like words, 10 of 32 rows high."""
+        rows = [bytearray(b"\xff" * self.WIDTH) for _ in range(self.HEIGHT)]
+        for y in range(top, bottom):
+            for x in range(left, right):
+                if int(y - top - slope * (x - left)) % 32 < 10 and x // 5 % 7 != 3:
+                    rows[y][x] = 0
+        for x, y in speck:
+            rows[y][x] = 0
+        write_tga("page.tga", self.WIDTH, rows)
+        self.succeeds("convert", "page.tga", name, "--bits", 1, "--dither", "none")
+
+    def made(self, *options):
+        self.succeeds("convert", "in.tif", "out.bmp", *options)
+        rows = parse_bmp(Path("out.bmp").read_bytes())[2]
+        return [bytes(p[0] for p in row) for row in rows]
+
+    def test_autocrop_keeps_what_is_on_the_page(self):
+        self.page("in.tif", bottom=388, speck=((30, 450), (580, 20)))
+        for option, margin in (("--autocrop", 0), ("--autocrop:20", 20), ("--autocrop=7", 7)):
+            rows = self.made(option)
+            self.assertEqual((len(rows[0]), len(rows)), (400 + 2 * margin, 298 + 2 * margin))
+        self.usage_error("convert", "in.tif", "new.tif", "--autocrop:x")
+
+    def test_deskew_turns_lines_straight(self):
+        white = lambda rows: sum(0 not in row[150:450] for row in rows[120:380])
+        self.page("in.tif", slope=0.1)
+        self.assertLess(white(self.made()), 20)
+        self.assertGreater(white(self.made("--deskew")), 130)
+
+    def test_blank_pages_are_left_out_and_named(self):
+        for i, bottom in enumerate((400, 90, 300)):
+            self.page(f"{i}.tif", bottom=bottom, speck=((77, 66),))
+            self.succeeds("convert", f"{i}.tif", "in.tif", "--append")
+        done = tavo("convert", "in.tif", "out.tif", "--page", "all", "--drop-blank")
+        self.assertEqual(done.returncode, 0)
+        self.assertIn("page 2 is blank", done.stderr)
+        self.assertEqual(json.loads(self.succeeds("info", "--json", "out.tif"))[0]["pages"], 2)
+        done = tavo("convert", "1.tif", "new.tif", "--drop-blank")
+        self.assertEqual((done.returncode, os.path.exists("new.tif")), (1, False))
+        self.assertIn("nothing but blank pages", done.stderr)
+
+    def test_a_fine_palette_is_nearer_to_the_picture(self):
+        rows = [bytes(v for x in range(96) for v in (x * 255 // 95, y * 4, (x * y) % 256))
+                for y in range(64)]
+        write_tga("in.tga", 96, rows)
+        want = [v for row in rows for v in row]
+        errors = []
+        for palette in ("fine", "optimized"):
+            self.succeeds("convert", "in.tga", "out.bmp", "--colors", 16, "--dither", "none",
+                          "--palette", palette)
+            bits, _, made = parse_bmp(Path("out.bmp").read_bytes())
+            pixels = [p for row in made for p in row]
+            self.assertEqual((bits, len(set(pixels)) <= 16), (4, True))
+            errors.append(sum((a - b) ** 2 for a, b in zip((v for r, g, b in pixels for v in (b, g, r)),
+                                                           want)))
+        self.assertLess(errors[0], errors[1])
+
+
 class Orientation(CliTest):
     # By TIFF's numbers: what makes the stored picture upright.
     UPRIGHT = {1: lambda r: r, 2: mirrored, 3: lambda r: mirrored(r)[::-1], 4: lambda r: r[::-1],
@@ -170,6 +252,15 @@ class Orientation(CliTest):
             done = tavo("convert", "turned.jpg", "stored.bmp", "--no-orient")
             self.assertEqual((done.returncode, "orientation" in done.stderr), (0, number > 1))
             stored = parse_bmp(Path("stored.bmp").read_bytes())[2]
+            for kept in ("kept.tif", "kept.jpg"):
+                done = tavo("convert", "turned.jpg", kept, "--no-orient", "--subsampling=1x1"
+                            if kept.endswith("jpg") else "--bits=24")
+                self.assertNotIn("orientation", done.stderr)
+                info = json.loads(self.succeeds("info", "--json", kept))[0]
+                self.assertEqual((info.get("orientation", 1), info["width"]),
+                                 (1 if number == 4 and kept == "kept.tif" else number, WIDTH))
+            self.succeeds("convert", "kept.tif", "out.bmp")
+            self.assertEqual(parse_bmp(Path("out.bmp").read_bytes())[2], upright(stored), number)
             self.assertNotIn("orientation", tavo("convert", "turned.jpg", "out.bmp").stderr)
             self.assertEqual(parse_bmp(Path("out.bmp").read_bytes())[2], upright(stored), number)
             tavo("convert", "turned.jpg", "out.bmp", "--crop", "4x4+1+0")

@@ -15,7 +15,7 @@ from pathlib import Path
 
 from cli_common import (COMMAND, HEIGHT, IS_WINDOWS, WIDTH, CliTest, checked_json, color, make_bmp,
                         parse_bmp, picture, tavo)
-from cli_processing import Operations, Orientation, Sheets, Sizes
+from cli_processing import Operations, Orientation, Scans, Sheets, Sizes
 
 
 class Conversions(CliTest):
@@ -544,6 +544,11 @@ class Words(CliTest):
         self.assertEqual([row["compression"] for row in rows[1:]], ["CCITT Group 4 Fax", "LZW"])
         self.assertEqual(parse_bmp(Path("again.bmp").read_bytes())[1], (0, 0))
 
+    def test_a_document_is_called_as_its_file(self):
+        self.succeeds("convert", self.make(1), "My page.mac")
+        data = Path("My page.mac").read_bytes()
+        self.assertEqual(data[2:2 + data[1]], b"My page")
+
 
 class Clipboard(CliTest):
     def test_files_go_there_and_back(self):
@@ -700,7 +705,7 @@ def main(cases=None, cases_here=None):
     COMMAND[:] = ["wine", str(program)] if IS_WINDOWS else [str(program)]
     suite = unittest.TestSuite()
     cases = cases or (Conversions, Compression, Failures, Information, Streams, Damage, Words, Operations,
-                      Sizes, Orientation, Sheets)
+                      Sizes, Scans, Orientation, Sheets)
     for case in cases + (() if IS_WINDOWS else cases_here or (Files,)):
         suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
     with wine_kept_running():

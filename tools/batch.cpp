@@ -58,6 +58,7 @@ void check_options(const BatchOptions& options) {
   if (options.output.empty()) throw UsageError{"--out must say where the outputs go"};
   if (options.conversion.format.empty()) throw UsageError{"--to must say which format to write"};
   check_conversion_options(options.conversion);
+  set_limits(options.limits);  // for the sake of wrong names: the workers read
 }
 
 // ---- One shard ----
@@ -96,8 +97,8 @@ class Batch {
   std::string path() const { return journal_path(output_, shard_); }
   void take_lock();
   void open_journal();
-  void resume(JournalReader& before, bool is_same);
-  void begin_anew(const std::string& lines);
+  void begin_journal();
+  void resume();
   void sweep();
   void work();
 
@@ -132,37 +133,39 @@ void Batch::open_journal() {
   const bool is_there = file_kind(path()) != FileKind::kMissing;
   if (is_there && !options_.resume)
     throw UsageError{path() + " is there already; --resume goes on with it"};
-  JournalReader before(path());
-  if (before.first_line().empty()) return begin_anew({});
-  const bool is_same = before.first_line() + "\n" == to_line(head_);
-  if (!is_same && !options_.force)
-    throw UsageError{path() + " is of another list, division or version, or of other options; " +
-                     "--resume --force goes on nevertheless"};
-  resume(before, is_same);
+  begin_journal();
+  resume();
 }
 
-void Batch::resume(JournalReader& before, bool is_same) {
-  sweep();
+// Leaves one with the right first line.
+void Batch::begin_journal() {
+  JournalReader before(path());
+  if (before.first_line() + "\n" == to_line(head_)) return;
+  const bool is_there = !before.first_line().empty();
+  if (is_there && !options_.force)
+    throw UsageError{path() + " is of another list, division or version, or of other options; " +
+                     "--resume --force goes on nevertheless"};
+  const std::string made = path() + ".new";
+  remove_file(made);
+  const bool is_made = journal_.open(made) && journal_.append(to_line(head_)) &&
+                       (!is_there || copy_lines(before, list_, journal_)) && journal_.sync();
+  journal_.close();
+  before.close();  // it stays until the new one has all its lines
+  if (!is_made || !replace_file(made, path()))
+    throw_system_failure(path(), "The journal cannot be written", T_ERR_WRITE);
+}
+
+void Batch::resume() {
+  if (options_.resume) sweep();
+  JournalReader before(path());
   const ResumeOptions options{output_, options_.verify, options_.retry_errors};
-  Resumed resumed = take_done(before, options, !is_same, list_);
+  Resumed resumed = take_done(before, options, list_);
   totals_ = resumed.totals;
   again_ = std::move(resumed.again);
-  if (!is_same) return begin_anew(resumed.kept_lines);
   was_finished_ = before.is_finished();
   const bool is_torn = before.whole_size() != before.size();
   if (!journal_.open(path()) || (is_torn && !journal_.cut(before.whole_size())))
     throw_system_failure(path(), "The journal cannot be opened", T_ERR_OPEN);
-}
-
-// The one that was there stays until this one has its first lines.
-void Batch::begin_anew(const std::string& lines) {
-  const std::string made = path() + ".new";
-  remove_file(made);
-  if (!journal_.open(made) || !journal_.append(to_line(head_) + lines) || !journal_.sync())
-    throw_system_failure(path(), "The journal cannot be written", T_ERR_WRITE);
-  journal_.close();
-  if (!replace_file(made, path()) || !journal_.open(path()))
-    throw_system_failure(path(), "The journal cannot be written", T_ERR_WRITE);
 }
 
 // Temporary files of runs of this shard that were ended, wherever they ran.

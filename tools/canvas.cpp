@@ -19,11 +19,6 @@ uint32_t stored_row(const BitmapHandle& record, int32_t y) {
   return static_cast<uint32_t>(record.ViewPerspective >= 2 ? record.Height - 1 - y : y);
 }
 
-// The call answers with the bytes it moved.
-void check_moved(uint32_t bytes, int32_t answer) {
-  if (answer != static_cast<int32_t>(bytes)) check(answer < 0 ? answer : T_ERR_WRITE, kWhere);
-}
-
 }  // namespace
 
 Canvas::Canvas(Extent extent, int dots_per_inch) {
@@ -38,8 +33,10 @@ Canvas::Canvas(Extent extent, int dots_per_inch) {
 void Canvas::put(const std::vector<uint8_t>& pixels, int32_t x, int32_t y) {
   BitmapHandle& page = picture_.record();
   const auto bytes = static_cast<uint32_t>(pixels.size());
-  check_moved(bytes, T_PutBitmapRowCol(&page, pixels.data(), stored_row(page, y),
-                                       static_cast<uint32_t>(x), bytes));
+  check_moved(
+      bytes,
+      T_PutBitmapRowCol(&page, pixels.data(), stored_row(page, y), static_cast<uint32_t>(x), bytes),
+      kWhere);
 }
 
 void Canvas::fill(uint8_t level, Extent extent, int32_t x, int32_t y) {
@@ -53,7 +50,7 @@ void Canvas::paint(BitmapHandle& picture, int32_t x, int32_t y) {
   std::vector<uint8_t> row(static_cast<size_t>(picture.Width) * kBytes);
   const auto bytes = static_cast<uint32_t>(row.size());
   for (int32_t i = 0; i < picture.Height; ++i) {
-    check_moved(bytes, T_GetBitmapRow(&picture, row.data(), stored_row(picture, i), bytes));
+    check_moved(bytes, T_GetBitmapRow(&picture, row.data(), stored_row(picture, i), bytes), kWhere);
     if (picture.Order != picture_.record().Order)
       for (size_t at = 0; at < row.size(); at += kBytes) std::swap(row[at], row[at + 2]);
     put(row, x, y + i);

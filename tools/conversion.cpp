@@ -53,7 +53,8 @@ bool is_gray_by_rule(const T_Format& format) { return format.Id == T_FORMAT_EPS;
 struct Target {
   T_Format format;
   int bits = 0;
-  int32_t quality = 0;  // the library's factor
+  int32_t quality = 0;       // the library's factor
+  uint32_t orientation = 1;  // that the pixels are not brought to
 };
 
 // Whether pixels of that depth get a palette that is made for them.
@@ -113,6 +114,7 @@ class Conversion {
   std::string output_;  // the file that is being made
   T_Format format_;
   Source source_;
+  std::optional<FILEINFO> described_;  // the first page
   int32_t first_ = 1;
   int32_t last_ = 1;
   std::optional<OutputFile> file_;
@@ -125,7 +127,8 @@ void Conversion::choose_pages() {
     first_ = last_ = std::stoi(options_.page);
     return;
   }
-  const int32_t count = describe(source_, 1).PageCount;
+  described_ = describe(source_, 1);
+  const int32_t count = described_->PageCount;
   if (options_.page == kAllPages) {
     last_ = count;
   } else if (count > 1) {
@@ -186,6 +189,7 @@ int32_t Conversion::quality_of(const T_Format& format, const FILEINFO& info) con
 
 Target Conversion::choose_target(const FILEINFO& info, int picture_bits) const {
   Target target{format_, choose_depth_for(info, picture_bits)};
+  if (!options_.processing.orient) target.orientation = info.Orientation;
   if (options_.format.empty()) target.format = coded_like(info, format_, target.bits);
   target.quality = quality_of(target.format, info);
   choose_level(target.format, options_.compression);
@@ -193,13 +197,13 @@ Target Conversion::choose_target(const FILEINFO& info, int picture_bits) const {
 }
 
 void Conversion::convert_page(int32_t page) {
-  const FILEINFO info = describe(source_, page);
+  const FILEINFO info = page == 1 && described_ ? *described_ : describe(source_, page);
   const ProcessingOptions& processing = options_.processing;
   Target target = choose_target(info, depth_of_page(info));
   Progress progress;
   if (can_stream(target, info)) {
     progress.start("Converting " + source_.name());
-    losses_.note_page(info, target.bits, false);
+    losses_.note_page(info, target.bits, holds_orientation(target.format));
     return stream(target, info);
   }
   Picture picture;
@@ -212,7 +216,7 @@ void Conversion::convert_page(int32_t page) {
   if (is_gray_by_rule(target.format)) bring_to_depth(target.bits, picture.record());
   if (options_.bits == 0 && is_compressed(target.format))
     target.bits = compressed_depth(picture.record());
-  losses_.note_page(info, target.bits, processing.turns(info));
+  losses_.note_page(info, target.bits, processing.turns(info) || holds_orientation(target.format));
   progress.start("Writing " + output_);
   if (!file_) open_output();  // only now: a source that cannot be read leaves no trace
   save(target, picture);
@@ -236,7 +240,7 @@ bool Conversion::can_stream(const Target& target, const FILEINFO& info) const {
 
 void Conversion::stream(Target target, const FILEINFO& info) {
   if (!file_) file_.emplace(output_, false);
-  const SaveSettings settings(info.Width, info.Height, {});
+  const SaveSettings settings(info.Width, info.Height, {}, target.orientation);
   if (options_.bits == 0 && is_compressed(target.format))
     target.bits = info.BitsPerPixel > 8 ? 24 : 8;
   T_SetPageNumber(info.Page);
@@ -348,8 +352,8 @@ int32_t Conversion::pages_so_far() const {
 
 void Conversion::save(const Target& target, Picture& picture) {
   BitmapHandle& record = picture.record();
-  const SaveSettings settings(record.Width, record.Height,
-                              {record.XResolution, record.YResolution});
+  const SaveSettings settings(record.Width, record.Height, {record.XResolution, record.YResolution},
+                              target.orientation);
   if (!options_.compression.stamp.empty()) {
     save_with_stamp(file_->path(), record, target.format, target.bits, target.quality,
                     options_.compression);

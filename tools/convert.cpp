@@ -147,6 +147,9 @@ void add_conversion_options(CLI::App& command, ConvertOptions& options) {
 
 void check_conversion_options(const ConvertOptions& options) {
   check_reduction(options.reduction, options.bits);
+  if (options.format.empty()) return;  // the name of each output tells
+  const T_Format format = format_by_name(options.format);
+  choose_level(compressed_variant(format, options.compression), options.compression);
 }
 
 void add_convert(CLI::App& app, Action& action) {
@@ -164,7 +167,7 @@ void add_convert(CLI::App& app, Action& action) {
       "  tavo convert photo.bmp photo.jpg --quality 90 --subsampling 2x2\n"
       "  tavo convert scan.tif out.tif --despeckle 12 --rotate -0.7:smooth --contrast 200\n"
       "  tavo convert fax.dcx fax.tif --format group4 --page all\n"
-      "  tavo convert scans.tif pages.tif --page all --drop-blank --deskew --autocrop 20\n"
+      "  tavo convert scans.tif pages.tif --page all --drop-blank --deskew --autocrop:20\n"
       "  tavo convert a.bmp b.tga c.gif --to tif --out scans\n"
       "  tavo convert --partial cut.pcx rest.bmp\n"
       "  curl -s https://example.org/a.jpg | tavo convert - - --to bmp > a.bmp");

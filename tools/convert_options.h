@@ -28,7 +28,7 @@ struct ConvertOptions {
 // All of them but the format.
 void add_conversion_options(CLI::App& command, ConvertOptions& options);
 
-// UsageError for options that contradict each other.
+// UsageError for options that contradict each other or the format that is asked.
 void check_conversion_options(const ConvertOptions& options);
 
 }  // namespace tavo::tools

@@ -16,12 +16,14 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kGrace = std::chrono::seconds(1);
+constexpr auto kPause = std::chrono::milliseconds(20);
 
 // The status callback, which looks at it, has no context.
 struct Watch {
   uint32_t seconds = 0;
   Clock::time_point begin;
   std::string file;
+  std::optional<WaitBreaker> breaker;
   std::thread thread;
   std::mutex mutex;
   std::condition_variable done;
@@ -39,9 +41,14 @@ Failure deadline_failure(const std::string& file) {
 }
 
 void wait_for_end() {
+  const auto is_done = [] { return watch.is_done; };
   std::unique_lock lock(watch.mutex);
-  const auto end = watch.begin + std::chrono::seconds(watch.seconds) + kGrace;
-  if (watch.done.wait_until(lock, end, [] { return watch.is_done; })) return;
+  const auto end = watch.begin + std::chrono::seconds(watch.seconds);
+  if (watch.done.wait_until(lock, end, is_done)) return;
+  while (Clock::now() < end + kGrace) {
+    watch.breaker->fire();
+    if (watch.done.wait_for(lock, kPause, is_done)) return;
+  }
   report(deadline_failure(watch.file));
   remove_doomed_files();
   std::_Exit(kExitFailure);
@@ -55,6 +62,7 @@ Deadline::Deadline(uint32_t seconds, const std::string& file) {
   watch.begin = Clock::now();
   watch.file = file;
   watch.is_done = false;
+  watch.breaker.emplace();
   watch.thread = std::thread(wait_for_end);
 }
 
@@ -67,6 +75,7 @@ Deadline::~Deadline() {
   }
   watch.done.notify_one();
   watch.thread.join();
+  watch.breaker.reset();
 }
 
 bool deadline_is_past() { return watch.is_past(); }

@@ -7,9 +7,9 @@
 namespace tavo::tools {
 
 // While one of these lives, the work on `file` must be done in so many seconds; 0: in any time.
-// Once it is past, library calls with a progress bar return and check() throws. What notices
-// nothing in the second that follows, waiting for a pipe, ends the program: nothing of it stays
-// behind. One at a time.
+// Once it is past, library calls with a progress bar return, calls of the system that wait for a
+// pipe fail, and check() throws. What notices nothing of it in the second that follows ends the
+// program: nothing of it stays behind. One at a time.
 class Deadline {
  public:
   Deadline(uint32_t seconds, const std::string& file);

@@ -62,6 +62,7 @@ void check(int32_t status, const std::string& file) {
 
 void throw_system_failure(const std::string& file, const std::string& what, int32_t status) {
   const int number = last_error_number();
+  check_deadline(file);  // past, it breaks what waits
   Failure failure{file, what + ": " + last_error_text(), status};
   failure.system_error = number;
   throw failure;

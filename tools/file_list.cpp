@@ -70,6 +70,7 @@ void FileList::spool_folders(const std::vector<std::string>& folders, const std:
     const std::string folder = absolute_short_name(given);
     if (file_kind(folder) != FileKind::kDirectory)
       throw UsageError{given + " is no folder; names of files come with --list"};
+    if (folder == output) throw UsageError{given + " is where the outputs go, and left out"};
     if (std::ranges::count(roots_, folder, &Root::folder) != 0) continue;
     roots_.push_back({static_cast<uint64_t>(spool.tellp()), folder});
     spool_folder(spool, folder, "", output);
@@ -110,6 +111,14 @@ std::string FileList::name_at(uint64_t place) {
   names_.seekg(static_cast<std::streamoff>(place));
   std::getline(names_, line, end_);
   return name_below(root_of(place), line);
+}
+
+size_t FileList::number_of(const std::string& name) {
+  const auto same = std::ranges::equal_range(files_, hash_of(name), {}, &ListedFile::hash);
+  for (const ListedFile& file : same)
+    if (same.size() == 1 || name_at(file.place) == name)
+      return static_cast<size_t>(&file - files_.data());
+  return files_.size();
 }
 
 const std::string& FileList::root_of(uint64_t place) const {

@@ -40,6 +40,9 @@ class FileList {
   uint64_t sum_of_hashes() const { return sum_; }
 
   std::string name_at(uint64_t place);
+  // Of that name in files(), while these are sorted by hash; how many these are when it is not
+  // there.
+  size_t number_of(const std::string& name);
   // Where that file is.
   std::string path_of(uint64_t place, const std::string& name) const;
   const std::string& root_of(uint64_t place) const;

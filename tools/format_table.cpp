@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <sstream>
 
 #include "failure.h"
 #include "streams.h"
@@ -56,10 +55,13 @@ std::string in_lower_case(std::string_view text) {
   return result;
 }
 
-std::vector<T_Format> all_formats() {
-  std::vector<T_Format> formats;
-  T_Format format;
-  for (uint32_t i = 0; T_GetFormat(i, &format) == T_OK; ++i) formats.push_back(format);
+const std::vector<T_Format>& all_formats() {
+  static const std::vector<T_Format> formats = [] {
+    std::vector<T_Format> rows;
+    T_Format format;
+    for (uint32_t i = 0; T_GetFormat(i, &format) == T_OK; ++i) rows.push_back(format);
+    return rows;
+  }();
   return formats;
 }
 
@@ -80,10 +82,18 @@ bool holds_pages(const T_Format& format) {
   return usual == "tif" || usual == "dcx";
 }
 
+bool holds_orientation(const T_Format& format) {
+  const std::string usual = extensions_of(format).front();
+  return usual == "tif" || usual == "jpg";
+}
+
 std::vector<std::string> extensions_of(const T_Format& format) {
-  std::istringstream words(format.Extensions);
   std::vector<std::string> extensions;
-  for (std::string word; words >> word;) extensions.push_back(word);
+  for (std::string_view rest = format.Extensions; !rest.empty();) {
+    const std::string_view word = rest.substr(0, rest.find(' '));
+    extensions.emplace_back(word);
+    rest.remove_prefix(std::min(word.size() + 1, rest.size()));
+  }
   return extensions;
 }
 
@@ -112,7 +122,7 @@ T_Format format_by_name(std::string_view text) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
   const bool is_number = error == std::errc() && end == text.data() + text.size();
   const std::string wanted = in_lower_case(text);
-  const auto formats = all_formats();
+  const auto& formats = all_formats();
   for (const T_Format& format : formats)
     if (format.CanWrite != 0 &&
         (is_number ? format.Id == id : in_lower_case(format.Name) == wanted))
@@ -135,7 +145,7 @@ T_Format format_by_extension(const std::string& path) {
   const size_t dot = path.rfind('.');
   const bool has_dot = dot != std::string::npos && dot >= name;
   const std::string extension = has_dot ? in_lower_case(path.substr(dot + 1)) : std::string();
-  const auto formats = all_formats();
+  const auto& formats = all_formats();
   if (const T_Format* format = find_by_extension(formats, extension)) return *format;
   throw Failure{path,
                 extension.empty()

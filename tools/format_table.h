@@ -15,7 +15,7 @@ namespace tavo::tools {
 std::string in_lower_case(std::string_view text);
 
 // Every row of the library's table, in its order.
-std::vector<T_Format> all_formats();
+const std::vector<T_Format>& all_formats();
 
 // The name of a format identifier, "format 77" for one that the table does not have.
 std::string format_name(int32_t id);
@@ -42,6 +42,9 @@ T_Format format_for(const std::string& asked, const std::string& output);
 
 // Whether files of the format take more than one page.
 bool holds_pages(const T_Format& format);
+
+// Whether they tell how to turn their pictures for viewing.
+bool holds_orientation(const T_Format& format);
 
 // `format`, or the variant of it that codes pictures of so many bits as the source is coded: TIFF
 // files stay what they are.

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <memory>
-#include <vector>
 
 #define XXH_INLINE_ALL
 #define XXH_NO_XXH3
@@ -26,9 +25,9 @@ std::optional<uint64_t> hash_of_file(const std::string& path) {
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
   XXH64_state_t state;
   XXH64_reset(&state, 0);
-  std::vector<char> block(1 << 18);
-  while (const size_t got = std::fread(block.data(), 1, block.size(), file.get()))
-    XXH64_update(&state, block.data(), got);
+  char block[1 << 16];
+  while (const size_t got = std::fread(block, 1, sizeof block, file.get()))
+    XXH64_update(&state, block, got);
   if (std::ferror(file.get()) != 0) return std::nullopt;
   return XXH64_digest(&state);
 }

@@ -59,7 +59,7 @@ std::string HelpFormatter::make_option_name(const CLI::Option* option, bool) con
 
 std::string HelpFormatter::make_option_opts(const CLI::Option* option) const {
   const std::string name = value_name(*option);
-  return name.empty() ? name : ' ' + name;
+  return name.empty() || name.starts_with('[') ? name : ' ' + name;
 }
 
 std::string HelpFormatter::make_option_desc(const CLI::Option* option) const {

@@ -58,6 +58,14 @@ std::string JournalReader::last_line() {
   return {};
 }
 
+void JournalReader::for_each(const std::function<void(std::string_view line)>& visit) {
+  uint64_t at = first_line_.size() + 1;
+  file_.clear();
+  file_.seekg(static_cast<std::streamoff>(at));
+  for (std::string line; at < whole_size_ && std::getline(file_, line); at += line.size() + 1)
+    visit(line);
+}
+
 void JournalReader::for_each_backwards(const std::function<void(std::string_view line)>& visit) {
   const uint64_t begin = first_line_.size() + 1;
   std::string rest;  // the front of what was read: the end of a line

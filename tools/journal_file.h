@@ -24,10 +24,13 @@ class JournalReader {
   // Up to the end of the last whole line; a line that is torn lies behind it.
   uint64_t whole_size() const { return whole_size_; }
   uint64_t size() const { return size_; }
+  void close() { file_.close(); }
   // Whether it says so in its last line.
   bool is_finished() const { return is_finished_; }
 
-  // All lines but the first, the last one first: of those about one input the first that comes
+  // All whole lines but the first.
+  void for_each(const std::function<void(std::string_view line)>& visit);
+  // The same, the last one first: of those about one input the first that comes
   // counts.
   void for_each_backwards(const std::function<void(std::string_view line)>& visit);
 

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "hash.h"
+#include "journal_scan.h"
 
 namespace tavo::tools {
 namespace {
@@ -158,6 +159,7 @@ std::optional<JournalHead> parse_head(std::string_view line) {
 }
 
 std::optional<JournalEntry> parse_entry(std::string_view line) {
+  if (auto entry = scan_entry(line)) return entry;
   const Json json = parse(line);
   if (!json.contains("input")) return std::nullopt;
   try {

@@ -54,6 +54,7 @@ bool leads_out(std::string_view name) {
 
 std::string output_name(const std::string& name, uint64_t hash, int fanout,
                         const std::string& extension) {
+  if (fanout == 0) return with_extension(name, extension);
   const std::string digits = to_hex(hash);
   std::string folders;
   for (size_t i = 0; i < static_cast<size_t>(fanout); ++i) folders += digits.substr(2 * i, 2) + "/";

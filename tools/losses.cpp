@@ -35,9 +35,9 @@ void Losses::note_pages(int32_t taken, int32_t count) {
        " (--page all takes them)");
 }
 
-void Losses::note_page(const FILEINFO& info, int bits, bool is_turned) {
+void Losses::note_page(const FILEINFO& info, int bits, bool is_seen_upright) {
   if ((info.Extras & T_EXTRA_ALPHA) != 0 && bits != 32) note("opacity (alpha)");
-  if (!is_turned && info.Orientation >= 2 && info.Orientation <= 8)
+  if (!is_seen_upright && info.Orientation >= 2 && info.Orientation <= 8)
     note("the orientation (as stored it is " + std::string(kTurns[info.Orientation - 2]) + ")");
   for (const Extra& extra : kExtras)
     if ((info.Extras & extra.bit) != 0) note(extra.name);

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "failure.h"
+#include "processing.h"
 #include "program.h"
 #include "signals.h"
 #include "suggest.h"
@@ -84,8 +85,10 @@ int parse_and_run(int argc, char** argv) {
   CLI::App app;
   Action action;
   describe_program(app, action);
+  std::vector<std::string> words;
+  for (int i = argc - 1; i > 0; --i) words.push_back(as_parsed(argv[i]));  // last one first
   try {
-    app.parse(argc, argv);
+    app.parse(std::move(words));
     return run(action);
   } catch (const CLI::Success& request) {  // --help, --version
     return app.exit(request);

@@ -22,7 +22,7 @@ std::string roff(const std::string& text) {
 void write_option(std::ostream& out, const CLI::Option& option) {
   out << ".TP\n.B " << roff(option_names(option));
   if (const std::string value = value_name(option); !value.empty())
-    out << " \\fI" << roff(value) << "\\fP";
+    out << (value.starts_with('[') ? "" : " ") << "\\fI" << roff(value) << "\\fP";
   out << "\n" << roff(option_text(option)) << "\n";
 }
 

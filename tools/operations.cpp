@@ -157,7 +157,7 @@ int32_t put_straight(BitmapHandle& record) {
 }
 
 Step autocrop(const std::string& value) {
-  const int margin = whole_of(value, kMargin);
+  const int margin = value.empty() ? 0 : whole_of(value, kMargin);
   return {.apply = [margin](BitmapHandle& record, const StepScene& scene) {
     uint32_t x = 0, y = 0, width = 0, height = 0;
     check(T_FindContent(&record, &x, &y, &width, &height), scene.where);
@@ -261,10 +261,9 @@ std::vector<Operation> all_operations() {
        "page grows so that nothing is cut, white at the corners. Pages without lines stay as they "
        "are",
        [](const std::string&) { return calls(put_straight); }},
-      {"--autocrop", "N",
-       "Keep what is on a page and N pixels around it: a scanner's black border, empty margins and "
-       "specks go. N: " +
-           help_of(kMargin),
+      {"--autocrop", "[:MARGIN]",
+       "Keep what is on a page, and so many pixels around it (" + help_of(kMargin) +
+           ", 0 without them): a scanner's black border, empty margins and specks go",
        autocrop},
       {"--flip", "h|v", "Mirror left to right (h) or turn upside down (v)", flip},
       with_number("--blur", "The mean of the N x N pixels around each", kWindow,

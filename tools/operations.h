@@ -16,10 +16,14 @@ struct BadValue {
 
 struct Operation {
   const char* option;
-  const char* value;  // what the help calls its value; empty for an operation that takes none
-  std::string text;   // for the help
+  // What the help calls its value; empty for an operation that takes none, "[:NAME]" where it may
+  // be left out.
+  const char* value;
+  std::string text;                                    // for the help
   std::function<Step(const std::string& value)> make;  // throws BadValue
 };
+
+inline bool may_lack_value(const Operation& operation) { return *operation.value == '['; }
 
 // In the order of the help.
 const std::vector<Operation>& operations();

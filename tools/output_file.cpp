@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "failure.h"
+#include "output_names.h"
 #include "streams.h"
 #include "system.h"
 #include "tavo45.h"
@@ -52,11 +53,14 @@ OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::mov
     if (is_special_) throw_folder_failure(folder);
     throw_system_failure(target_, "No file can be made in this folder", T_ERR_CREATE);
   }
+  if (!is_special_) T_SetDocumentName(stem_of(target_).c_str());
   forget_last_error();
   if (!keep_content || is_special_) return;
   take_turn();
   copy_target();
 }
+
+OutputFile::~OutputFile() { T_SetDocumentName(nullptr); }
 
 void OutputFile::check_target() const {
   const FileKind kind = file_kind(target_);

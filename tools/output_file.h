@@ -26,6 +26,7 @@ class OutputFile {
   // run of this program, nor who uses the library, changes the target until this one is done; one
   // that is at it is waited for.
   OutputFile(std::string target, bool keep_content);
+  ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 

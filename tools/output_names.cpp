@@ -28,6 +28,10 @@ std::string with_extension(const std::string& name, const std::string& extension
   return name.substr(0, extension_at(name)) + "." + extension;
 }
 
+std::string stem_of(const std::string& path) {
+  return last_name_of(path.substr(0, extension_at(path)));
+}
+
 std::string page_name(const std::string& path, int32_t page) {
   const size_t at = extension_at(path);
   return path.substr(0, at) + ".page" + std::to_string(page) + path.substr(at);

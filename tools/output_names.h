@@ -18,6 +18,9 @@ struct Job {
 std::string renamed(const std::string& name, const T_Format& format);
 std::string with_extension(const std::string& name, const std::string& extension);
 
+// "scan" of "/a/b/scan.jpg"
+std::string stem_of(const std::string& path);
+
 // "scan.pcx" for page 3: "scan.page3.pcx".
 std::string page_name(const std::string& path, int32_t page);
 

@@ -1,5 +1,7 @@
 #include "picture.h"
 
+#include "failure.h"
+
 namespace tavo::tools {
 namespace {
 
@@ -10,6 +12,10 @@ int32_t per_inch(int32_t per_metre) {
 }
 
 }  // namespace
+
+void check_moved(uint32_t bytes, int32_t answer, const std::string& where) {
+  if (answer != static_cast<int32_t>(bytes)) check(answer < 0 ? answer : T_ERR_WRITE, where);
+}
 
 Resolution in_dots_per_inch(int32_t format, int32_t x, int32_t y) {
   if (format == T_FORMAT_BMP || format == T_FORMAT_BMP_OS2) return {per_inch(x), per_inch(y)};

@@ -22,6 +22,9 @@ class Picture {
   BitmapHandle record_{};  // cleared: T_FreeBitmap does nothing until there is storage
 };
 
+// Checks the answer of a call that moves bytes of rows: how many it did.
+void check_moved(uint32_t bytes, int32_t answer, const std::string& where);
+
 // Dots per inch, 0 when the file does not say.
 struct Resolution {
   int32_t x = 0;
@@ -43,17 +46,20 @@ class GifFrames {
 
 // Library-wide settings that make a save of a picture of this size true, for as long as it lives: a
 // save works on a copy, which carries the default resolution; a GIF states the screen's size.
+// `orientation`, FILEINFO's, is how the picture is still to be turned.
 class SaveSettings {
  public:
-  SaveSettings(int32_t width, int32_t height, Resolution resolution) {
+  SaveSettings(int32_t width, int32_t height, Resolution resolution, uint32_t orientation = 1) {
     T_SetTIFFXYResolution(resolution.x, resolution.y);
     T_SetScreenSize(width, height);
     T_SetJFIFUnit(1);
+    T_SetSaveOrientation(static_cast<int32_t>(orientation));
   }
   ~SaveSettings() {
     T_SetTIFFXYResolution(0, 0);
     T_SetScreenSize(0, 0);
     T_SetJFIFUnit(0);
+    T_SetSaveOrientation(1);
   }
   SaveSettings(const SaveSettings&) = delete;
   SaveSettings& operator=(const SaveSettings&) = delete;

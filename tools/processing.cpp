@@ -14,7 +14,9 @@ namespace {
 constexpr char kGroup[] = "Processing, in the order in which it stands on the line";
 
 void add_operation(CLI::App& command, const Operation& operation, std::vector<Step>& steps) {
-  const auto add = [&operation, &steps](const std::string& value) {
+  const auto add = [&operation, &steps](const std::string& given) {
+    // The parser's word where a value that may be left out is.
+    const std::string value = may_lack_value(operation) && given == "true" ? "" : given;
     try {
       Step step = operation.make(value);
       step.option = operation.option + (value.empty() ? value : " " + value);
@@ -30,6 +32,7 @@ void add_operation(CLI::App& command, const Operation& operation, std::vector<St
   } else {
     option = command.add_option_function<std::string>(operation.option, add, operation.text)
                  ->type_name(operation.value);
+    if (may_lack_value(operation)) option->expected(0);  // the next word is none, then
   }
   option->trigger_on_parse()->group(kGroup);
 }
@@ -57,7 +60,17 @@ void add_processing_options(CLI::App& command, ProcessingOptions& options) {
       ->type_name("METHOD");
   command.add_flag("--orient,!--no-orient", options.orient,
                    "Turn the picture upright first, as EXIF data or the file's header tell; "
-                   "--no-orient leaves the pixels as they are stored");
+                   "--no-orient leaves the pixels as they are stored, and says so in TIFF and JPEG "
+                   "files");
+}
+
+std::string as_parsed(const std::string& word) {
+  for (const Operation& operation : operations()) {
+    const size_t length = std::string_view(operation.option).size();
+    if (may_lack_value(operation) && word.starts_with(operation.option) && word[length] == ':')
+      return word.substr(0, length) + "=" + word.substr(length + 1);
+  }
+  return word;
 }
 
 Extent Processing::size_as_stored() const {

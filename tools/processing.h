@@ -26,6 +26,10 @@ struct ProcessingOptions {
 
 void add_processing_options(CLI::App& command, ProcessingOptions& options);
 
+// A word of the command line as the parser takes it: an option whose value may be left out has it
+// behind a colon, "--autocrop:20", which the parser would call a part of its name.
+std::string as_parsed(const std::string& word);
+
 // The work on one page.
 class Processing {
  public:

@@ -9,6 +9,7 @@
 #include "file_list.h"
 #include "journal_file.h"
 #include "journal_line.h"
+#include "system.h"
 
 namespace tavo::tools {
 
@@ -22,11 +23,13 @@ struct Resumed {
   Totals totals;  // of all last lines
   // Of those that are done again what the totals count, by their places in the list.
   std::unordered_map<uint64_t, Tally> again;
-  std::string kept_lines;  // for a journal that goes on under another first line
 };
 
-// Takes the files that are done out of the list. `keeps_lines`: the last line of each is wanted.
-Resumed take_done(JournalReader& journal, const ResumeOptions& options, bool keeps_lines,
-                  FileList& list);
+// Takes the files that are done out of the list.
+Resumed take_done(JournalReader& journal, const ResumeOptions& options, FileList& list);
+
+// Those of the journal's lines that are about files of the list, for one that goes on under another
+// first line. False when the system refuses.
+bool copy_lines(JournalReader& journal, FileList& list, GrowingFile& to);
 
 }  // namespace tavo::tools

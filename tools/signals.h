@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace tavo::tools {
@@ -30,6 +31,21 @@ int signals_noted();
 
 // A write to a pipe that nobody reads fails, instead of ending the program.
 void ignore_broken_pipes();
+
+// Has the thread that made it come back from a call of the system in which it waits, for a pipe
+// say: the call fails. One that is not waiting notices nothing.
+class WaitBreaker {
+ public:
+  WaitBreaker();
+  ~WaitBreaker();
+  WaitBreaker(const WaitBreaker&) = delete;
+  WaitBreaker& operator=(const WaitBreaker&) = delete;
+
+  void fire() const;
+
+ private:
+  uintptr_t thread_;
+};
 
 // Ends as the signal would have ended the program, for the shell's sake.
 void end_by_signal(int signal);

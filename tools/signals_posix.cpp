@@ -1,4 +1,5 @@
 #include <limits.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -69,6 +70,16 @@ int noted_signal() { return noted; }
 int signals_noted() { return count; }
 
 void ignore_broken_pipes() { ::signal(SIGPIPE, SIG_IGN); }
+
+// SIGURG, which nobody misses; calls are not gone on with when its handler returns.
+WaitBreaker::WaitBreaker() : thread_(static_cast<uintptr_t>(::pthread_self())) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  ::sigaction(SIGURG, &action, nullptr);
+}
+WaitBreaker::~WaitBreaker() { ::signal(SIGURG, SIG_DFL); }
+
+void WaitBreaker::fire() const { ::pthread_kill(static_cast<pthread_t>(thread_), SIGURG); }
 
 void end_by_signal(int signal) {
   ::signal(signal, SIG_DFL);

@@ -55,6 +55,13 @@ int signals_noted() { return count; }
 
 void ignore_broken_pipes() {}
 
+WaitBreaker::WaitBreaker()
+    : thread_(reinterpret_cast<uintptr_t>(
+          ::OpenThread(THREAD_TERMINATE, FALSE, ::GetCurrentThreadId()))) {}
+WaitBreaker::~WaitBreaker() { ::CloseHandle(reinterpret_cast<HANDLE>(thread_)); }
+
+void WaitBreaker::fire() const { ::CancelSynchronousIo(reinterpret_cast<HANDLE>(thread_)); }
+
 void end_by_signal(int) { ::ExitProcess(static_cast<UINT>(STATUS_CONTROL_C_EXIT)); }
 
 void DoomedFile::doom(const std::string& path) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "failure.h"
+#include "nearest_size.h"
 
 namespace tavo::tools {
 namespace {
@@ -30,21 +31,6 @@ bool has_gray_ramp(const BitmapHandle& record) {
   return record.Colors == last + 1;
 }
 
-// Pixels smaller than a byte are resized as bytes: the library's rule for them keeps old programs
-// happy, not pictures.
-void repeat_pixels(BitmapHandle& record, Extent to, const std::string& where) {
-  const int32_t bits = record.BitsPerPixel;
-  const T_BitmapInfo info = record.Info;
-  const uint32_t colors = std::clamp(record.Colors, 1u, 1u << std::min(bits, 8));
-  if (bits < 8) {
-    check(T_ColorResolution(&record, 8, T_PALETTE_GIVEN, info.Palette, colors), where);
-    record.Colors = colors;  // no more are in use: the way back is exact
-  }
-  check(T_SizeBitmap(&record, to.width, to.height), where);
-  if (bits < 8)
-    check(T_ColorResolution(&record, bits, T_PALETTE_GIVEN, info.Palette, colors), where);
-}
-
 }  // namespace
 
 const std::vector<std::string>& size_method_names() {
@@ -57,7 +43,7 @@ void resize(BitmapHandle& record, Extent to, const SizeRule& rule, const std::st
   const Extent from = extent_of(record);
   if (to == from) return;
   const uint32_t method = choose_method(rule, record.BitsPerPixel, has_gray_ramp(record), from, to);
-  if (method == T_SIZE_NEAREST) return repeat_pixels(record, to, where);
+  if (method == T_SIZE_NEAREST) return size_by_nearest(record, to, where);
   check(T_SizeBitmapFine(&record, to.width, to.height, method), where);
 }
 

@@ -8,7 +8,7 @@
 namespace tavo::tools {
 namespace {
 
-constexpr uint64_t kMostBytes = INT32_MAX;  // what the library's file operations address
+constexpr uint64_t kMostBytes = UINT32_MAX;  // what the library reads of a file
 
 [[noreturn]] void fail_to_open(const std::string& name) {
   throw_system_failure(name, T_GetStatusText(T_ERR_OPEN), T_ERR_OPEN);
@@ -60,7 +60,7 @@ void Source::copy(const std::string& from) {
     case Copied::kNotWritten:
       throw_folder_failure(folder);
     case Copied::kTooLong:
-      throw Failure{name_, "More than 2 GiB came, which is more than can be read", T_ERR_SEEK};
+      throw Failure{name_, "4 GiB or more came, which is more than can be read", T_ERR_TOO_LARGE};
   }
 }
 

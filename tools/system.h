@@ -90,7 +90,7 @@ std::string temporary_folder();
 // ---- Processes ----
 
 // Where a process identifier means something.
-std::string host_name();
+const std::string& host_name();
 uint32_t process_id();
 bool process_is_running(uint32_t process);
 

@@ -30,10 +30,26 @@ bool is_same_file(int file, const std::string& path) {
          opened.st_dev == now.st_dev && opened.st_ino == now.st_ino;
 }
 
+std::string read_host_name() {
+  char name[HOST_NAME_MAX + 1] = {};
+  if (::gethostname(name, sizeof name - 1) != 0 || *name == 0) std::strcpy(name, "localhost");
+  for (char& c : name)
+    if (c == '/' || c == '~') c = '_';
+  std::string host = std::string(name) + ".";
+  // Containers of one host number their processes each for itself.
+  std::error_code error;
+  for (const char c : std::filesystem::read_symlink("/proc/self/ns/pid", error).string())
+    if (c >= '0' && c <= '9') host += c;
+  return host;
+}
+
 // What a file gets that is created in the usual way.
 mode_t usual_mode() {
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
+  static const mode_t mask = [] {
+    const mode_t before = ::umask(0);
+    ::umask(before);
+    return before;
+  }();
   return 0666 & ~mask;
 }
 
@@ -187,17 +203,9 @@ std::string temporary_folder() {
   return error ? std::string() : std::filesystem::absolute(folder, error).string();
 }
 
-std::string host_name() {
-  char name[HOST_NAME_MAX + 1] = {};
-  if (::gethostname(name, sizeof name - 1) != 0 || *name == 0) std::strcpy(name, "localhost");
-  for (char& c : name)
-    if (c == '/' || c == '~') c = '_';
-  std::string host = std::string(name) + ".";
-  // Containers of one host number their processes each for itself.
-  std::error_code error;
-  for (const char c : std::filesystem::read_symlink("/proc/self/ns/pid", error).string())
-    if (c >= '0' && c <= '9') host += c;
-  return host;
+const std::string& host_name() {
+  static const std::string name = read_host_name();
+  return name;
 }
 
 uint32_t process_id() { return static_cast<uint32_t>(::getpid()); }

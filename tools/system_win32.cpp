@@ -189,10 +189,14 @@ std::string temporary_folder() {
   return length == 0 || length > MAX_PATH ? std::string() : folder_of(narrow(folder));
 }
 
-std::string host_name() {
-  wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
-  DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
-  return ::GetComputerNameW(name, &length) != 0 ? narrow({name, length}) : "localhost";
+const std::string& host_name() {
+  static const std::string host = [] {
+    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
+    DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
+    return ::GetComputerNameW(name, &length) != 0 ? narrow({name, length})
+                                                  : std::string("localhost");
+  }();
+  return host;
 }
 
 uint32_t process_id() { return ::GetCurrentProcessId(); }

@@ -1,7 +1,7 @@
 #include "worker.h"
 
 #include <chrono>
-#include <vector>
+#include <cstring>
 
 #include "conversion.h"
 #include "failure.h"
@@ -14,31 +14,64 @@
 namespace tavo::tools {
 namespace {
 
-// Strings one behind the other, each with its size in front.
-void put(std::string& bytes, const std::string& text) {
-  const auto size = static_cast<uint32_t>(text.size());
-  bytes.append(reinterpret_cast<const char*>(&size), sizeof size);
-  bytes += text;
-}
+// What is said is one message: its size, then values and strings, these with their sizes in front.
+class Message {
+ public:
+  template <class Value>
+  void put(const Value& value) {
+    bytes_.append(reinterpret_cast<const char*>(&value), sizeof value);
+  }
+  void put(const std::string& text) {
+    put(static_cast<uint32_t>(text.size()));
+    bytes_ += text;
+  }
+  template <class End>
+  bool send(End& end) {
+    const auto size = static_cast<uint32_t>(bytes_.size());
+    bytes_.insert(0, reinterpret_cast<const char*>(&size), sizeof size);
+    return end.send(bytes_.data(), bytes_.size());
+  }
 
-template <class End>
-bool get(End& end, std::string& text) {
-  uint32_t size = 0;
-  if (!end.receive(&size, sizeof size)) return false;
-  text.resize(size);
-  return end.receive(text.data(), size);
-}
+  template <class End>
+  bool receive(End& end) {
+    uint32_t size = 0;
+    if (!end.receive(&size, sizeof size)) return false;
+    bytes_.resize(size);
+    return end.receive(bytes_.data(), size);
+  }
+  template <class Value>
+  void get(Value& value) {
+    std::memcpy(&value, bytes_.data() + at_, sizeof value);
+    at_ += sizeof value;
+  }
+  void get(std::string& text) {
+    uint32_t size = 0;
+    get(size);
+    text.assign(bytes_, at_, size);
+    at_ += size;
+  }
+
+ private:
+  std::string bytes_;
+  size_t at_ = 0;  // of what is got next
+};
 
 bool receive_job(ParentPipe& parent, WorkerJob& job) {
-  return get(parent, job.name) && get(parent, job.path) && get(parent, job.output);
+  Message message;
+  if (!message.receive(parent)) return false;
+  message.get(job.name);
+  message.get(job.path);
+  message.get(job.output);
+  return true;
 }
 
 bool send_report(ParentPipe& parent, const WorkerReport& report) {
-  std::string bytes(reinterpret_cast<const char*>(&report.kind), sizeof report.kind);
-  bytes.append(reinterpret_cast<const char*>(&report.tally), sizeof report.tally);
-  put(bytes, report.text);
-  put(bytes, report.told);
-  return parent.send(bytes.data(), bytes.size());
+  Message message;
+  message.put(report.kind);
+  message.put(report.tally);
+  message.put(report.text);
+  message.put(report.told);
+  return message.send(parent);
 }
 
 // No other file would fare better: of what is written, and not for its name alone.
@@ -128,17 +161,21 @@ WorkerReport work_on(const WorkerOptions& options, const WorkerJob& job) {
 }  // namespace
 
 bool send_job(WorkerProcess& worker, const WorkerJob& job) {
-  std::string bytes;
-  put(bytes, job.name);
-  put(bytes, job.path);
-  put(bytes, job.output);
-  return worker.send(bytes.data(), bytes.size());
+  Message message;
+  message.put(job.name);
+  message.put(job.path);
+  message.put(job.output);
+  return message.send(worker);
 }
 
 bool receive_report(WorkerProcess& worker, WorkerReport& report) {
-  return worker.receive(&report.kind, sizeof report.kind) &&
-         worker.receive(&report.tally, sizeof report.tally) && get(worker, report.text) &&
-         get(worker, report.told);
+  Message message;
+  if (!message.receive(worker)) return false;
+  message.get(report.kind);
+  message.get(report.tally);
+  message.get(report.text);
+  message.get(report.told);
+  return true;
 }
 
 JournalEntry entry_of(const WorkerJob& job, Outcome outcome, int32_t status,
