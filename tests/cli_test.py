@@ -670,6 +670,13 @@ class Files(CliTest):
             self.assertEqual(run.wait(timeout=60), 0)
             self.assertEqual(parse_bmp(Path("out.bmp").read_bytes())[2], picture(8))
 
+    def test_a_pipe_that_nobody_fills_costs_itself_alone(self):
+        os.mkfifo("pipe.bmp")
+        done = tavo("convert", "pipe.bmp", self.make(8), "--to", "tif", "--out", "out",
+                    "--max-seconds", "1")
+        self.assertEqual((done.returncode, os.listdir("out")), (1, ["in8.tif"]))
+        self.assertRegex(done.stderr, r"\Atavo: pipe.bmp: [^\n]*seconds[^\n]*\(status -120\)\n\Z")
+
     def test_full_standard_output_is_an_error(self):
         with open("/dev/full", "w") as full:
             done = subprocess.run([*COMMAND, "formats"], stdout=full, stderr=subprocess.PIPE,
