@@ -1760,14 +1760,16 @@ T_API int32_t T_CALL T_SavePCTBitmap(const char* name, BitmapHandle* bitmap, int
  *             the preview fills the bounding box, if there is one; else the preview's. Without a
  *             preview FILEINFO has the size of the box in 72nds of an inch (1 to 8192) and 1 bit.
  * Written     T_FORMAT_EPS of 1, 4, 8 or 24 bits (other depths: T_ERR_DEPTH): level 2 text of 7
- * bits, and the picture once more as TIFF, so that it loads back whole. A save makes the picture
- * grey first, of 1 bit when that is asked (levels from 128 on are white), else of 8; with `direct`
- * it is written as it is: even ramps of grey as grey, other palettes as indices. The size is the
- * pixels at the resolution of the bitmap, 72 when it has none. The file is read back while it is
- * written. More than 2 GiB: T_ERR_WRITE. Statuses    T_ERR_BAD_DATA: no EPS file. T_ERR_SUBTYPE: no
- * preview that is read. Otherwise those of the last preview's reader; T_ERR_READ: one in comments
- * ends early, the rows that are there are delivered. Facts: Adobe Technical Notes 5001 and 5002;
- * "PostScript Language Reference", third edition. */
+ *             bits, and the picture once more as TIFF, so that it loads back whole. A save makes
+ *             the picture grey first, of 1 bit when that is asked (levels from 128 on are white),
+ *             else of 8; with `direct` it is written as it is: even ramps of grey as grey, other
+ *             palettes as indices. The size is the pixels at the resolution of the bitmap, 72 when
+ *             it has none. The file is read back while it is written. More than 2 GiB:
+ *             T_ERR_WRITE.
+ * Statuses    T_ERR_BAD_DATA: no EPS file. T_ERR_SUBTYPE: no preview that is read. Otherwise those
+ *             of the last preview's reader; T_ERR_READ: one in comments ends early, the rows that
+ *             are there are delivered.
+ * Facts: Adobe Technical Notes 5001 and 5002; "PostScript Language Reference", third edition. */
 T_API int32_t T_CALL T_LoadEPSFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadEPSBitmap(const char* name, BitmapHandle* bitmap);
