@@ -48,7 +48,7 @@ class Screen:
 
     @staticmethod
     def picture():
-        shot = quiet("import", "-silent", "-window", "root", "ppm:-").stdout
+        shot = quiet("import", "-silent", "-window", "root", "-depth", "8", "ppm:-").stdout
         return numpy.array(Image.open(io.BytesIO(shot)).convert("RGB"))
 
 
