@@ -87,8 +87,9 @@ TEST_P(Limits, OfMemoryAndWorkEndLoadsCleanly) {
       const FILEINFO info = info_of(sample.file);
       const bool is_more = info.Width * info.BitsPerPixel > 8 || info.Height > 1;
       EXPECT_EQ(load_status(sample.file), is_more ? T_ERR_LIMIT : T_OK) << sample.name;
-      if (is_more)
+      if (is_more) {
         EXPECT_TRUE(error_text().ends_with("bytes of decoded pixels or more; 1 are allowed"));
+      }
     }
     int32_t status = T_ERR_LIMIT;
     for (uint64_t allowed = 64; status != T_OK && allowed < uint64_t{1} << 32;
