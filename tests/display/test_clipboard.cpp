@@ -6,9 +6,9 @@
 #include <string>
 
 #include "core/bitmap.h"
-#include "format_cases.h"
-#include "support.h"
 #include "tavo45.h"
+#include "tests/format_cases.h"
+#include "tests/support.h"
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 

@@ -5,8 +5,8 @@
 
 #include "core/bitmap.h"
 #include "platform/platform.h"
-#include "support.h"
 #include "tavo45.h"
+#include "tests/support.h"
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
