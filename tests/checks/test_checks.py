@@ -61,10 +61,13 @@ class Exports(unittest.TestCase):
             (root / "h").write_text(header, encoding="utf-8")
             lines = "".join(f"  {name}\n" for name in listed)
             (root / "d").write_text('LIBRARY "X.dll"\nEXPORTS\n' + lines, encoding="utf-8")
-            return run("check-exports", "--header", root / "h", "--def", root / "d")
+            (root / "w").write_text("EXPORTS\n  T_W\n", encoding="utf-8")
+            return run("check-exports", "--header", root / "h", "--def", root / "d",
+                       "--windows-def", root / "w")
 
     HEADER = ("/* T_API int T_CALL T_Old(void); */\n#define T_API\n"
               "T_API int32_t T_CALL T_A(void);\nT_API const char* T_CALL\n    T_B(int x);\n"
+              "T_API int32_t T_CALL T_W(void);\n"
               "typedef void(T_CALL* T_Sink)(int);\n")
 
     def test_agreement_passes(self):
