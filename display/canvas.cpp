@@ -61,22 +61,38 @@ void Canvas::take_palette_indices(int32_t bits) {
 }
 
 Status Canvas::draw(const CanvasRows& rows, const process::PixelRect& to, DWORD rop) {
-  return stretch(rows, to.right - to.left, to.bottom - to.top, to, rop);
+  const int32_t width = to.right - to.left, height = to.bottom - to.top;
+  // The call that never scales costs half as much; what a metafile keeps of it does not scale
+  // either.
+  if (rop != SRCCOPY || is_metafile(dc_)) return stretch(rows, width, height, to, rop);
+  const BITMAPINFO* info = describe_rows(rows, height);
+  const int lines =
+      SetDIBitsToDevice(dc_, to.left, to.top, static_cast<DWORD>(width), static_cast<DWORD>(height),
+                        rows.left, 0, 0, static_cast<UINT>(height), rows.bytes, info, usage_);
+  return answer(lines, to);
 }
 
-Status Canvas::stretch(const CanvasRows& rows, int32_t width, int32_t height,
-                       const process::PixelRect& to, DWORD rop) {
+const BITMAPINFO* Canvas::describe_rows(const CanvasRows& rows, int32_t height) {
   info_.header.biWidth = rows.width;
   // Operations on rows from the top may answer with their negative number, which of a single row
   // is what a failure is.
   info_.header.biHeight = rows.is_bottom_up || height == 1 ? height : -height;
-  const int lines = StretchDIBits(dc_, to.left, to.top, to.right - to.left, to.bottom - to.top,
-                                  rows.left, 0, width, height, rows.bytes,
-                                  reinterpret_cast<const BITMAPINFO*>(&info_), usage_, rop);
+  return reinterpret_cast<const BITMAPINFO*>(&info_);
+}
+
+Status Canvas::answer(int lines, const process::PixelRect& to) const {
   if (lines != 0 && lines != static_cast<int>(GDI_ERROR)) return kOk;
   // Where nothing can be seen, nothing may have been drawn.
   const RECT where = {to.left, to.top, to.right, to.bottom};
   return RectVisible(dc_, &where) ? kDevice : kOk;
+}
+
+Status Canvas::stretch(const CanvasRows& rows, int32_t width, int32_t height,
+                       const process::PixelRect& to, DWORD rop) {
+  const BITMAPINFO* info = describe_rows(rows, height);
+  const int lines = StretchDIBits(dc_, to.left, to.top, to.right - to.left, to.bottom - to.top,
+                                  rows.left, 0, width, height, rows.bytes, info, usage_, rop);
+  return answer(lines, to);
 }
 
 }  // namespace tavo::display

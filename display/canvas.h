@@ -57,6 +57,8 @@ class Canvas {
   };
 
   void describe(int32_t bits, uint32_t colors, UINT usage);
+  const BITMAPINFO* describe_rows(const CanvasRows& rows, int32_t height);
+  Status answer(int lines, const process::PixelRect& to) const;
 
   HDC dc_;
   int saved_ = 0;
