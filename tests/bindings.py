@@ -99,6 +99,7 @@ class Bindings(unittest.TestCase):
         self.assertTrue((array == self.pixels).all())
         array[0, 0] = (1, 2, 3)
         self.assertEqual(picture.row(22)[:3], bytes((1, 2, 3)))
+        self.assertTrue((numpy.asarray(picture) == array).all())
         grey = tavo45.load(self.source.read_bytes(), bits=8)
         self.assertEqual(numpy.asarray(grey).shape, (23, 37))
         deep = numpy.asarray(tavo45.load(self.source, bits=16))

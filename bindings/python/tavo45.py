@@ -832,10 +832,10 @@ class Picture:
     def buffer(self):
         """All stored rows, padded to multiples of 4 bytes, as memory that is shared and can be
         written. The picture must be in memory and outlive it."""
-        address = lib.T_AccessBitmap(self._at())
-        if not self.record.Flags & T_FLAG_MEMORY or not address:
+        lib.T_AccessBitmap(self._at())  # of one that is accessed it does not give the address
+        if not self.record.Flags & T_FLAG_MEMORY or not self.record.Data:
             raise Error(T_ERR_NO_STORAGE)
-        return memoryview((c.c_uint8 * self.record.Size).from_address(address)).cast("B")
+        return memoryview((c.c_uint8 * self.record.Size).from_address(self.record.Data)).cast("B")
 
     @property
     def __array_interface__(self):
