@@ -46,7 +46,8 @@ struct Codes {
 
 class Description {
  public:
-  explicit Description(const Codes& codes) {
+  // Runs are written by the symbols 16 + k of which bit k of `kinds` is set.
+  Description(const Codes& codes, uint32_t kinds) : kinds_(kinds) {
     literals_ = used(codes.literals, kLiteralCodes, 257);
     distances_ = used(codes.distances, kDistanceCodes, 1);
     std::array<uint8_t, kLiteralCodes + kDistanceCodes> lengths;
@@ -103,26 +104,47 @@ class Description {
       size_t same = 1;
       while (i + same < lengths.size() && lengths[i + same] == value) ++same;
       i += same;
-      if (value != 0) add(value, 0), --same;
-      while (same >= 3) {
-        const size_t part = std::min<size_t>(same, value != 0 ? 6 : 138);
-        const uint8_t symbol = value != 0 ? 16 : part >= 11 ? 18 : 17;
-        add(symbol, part - (symbol == 18 ? 11 : 3));
-        same -= part;
+      if (value != 0) {
+        add(value, 0);
+        same = add_runs(16, 3, 6, same - 1);
+      } else {
+        same = add_runs(17, 3, 10, add_runs(18, 11, 138, same));
       }
       for (; same > 0; --same) add(value, 0);
     }
+  }
+
+  // As many of `same` lengths as runs of one symbol can have; returns how many are left.
+  size_t add_runs(uint8_t symbol, size_t least, size_t most, size_t same) {
+    if ((kinds_ >> (symbol - 16) & 1) == 0) return same;
+    for (size_t part; same >= least; same -= part) {
+      part = std::min(same, most);
+      add(symbol, part - least);
+    }
+    return same;
   }
 
   void add(uint8_t symbol, size_t extra) {
     runs_[count_++] = {symbol, static_cast<uint8_t>(extra)};
   }
 
+  uint32_t kinds_;
   size_t literals_ = 0, distances_ = 0, stored_ = 0;
   std::array<Run, kLiteralCodes + kDistanceCodes> runs_;
   size_t count_ = 0;
   Code code_;
 };
+
+// A symbol that is used seldom makes all others longer.
+Description shortest_description(const Codes& codes) {
+  constexpr uint32_t kAllKinds = 7;
+  Description best(codes, kAllKinds);
+  for (uint32_t kinds = 0; kinds < kAllKinds; ++kinds) {
+    const Description other(codes, kinds);
+    if (other.bits() < best.bits()) best = other;
+  }
+  return best;
+}
 
 // ---- Symbols ----
 
@@ -266,7 +288,7 @@ uint64_t block_bits(const Counts& counts) {
   Codes fixed;
   fixed_codes(fixed);
   const Codes dynamic = dynamic_codes(counts);
-  return std::min(Description(dynamic).bits() + dynamic.bits_of(counts), fixed.bits_of(counts));
+  return std::min(shortest_description(dynamic).bits() + dynamic.bits_of(counts), fixed.bits_of(counts));
 }
 
 void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs, uint32_t for_new) {
@@ -332,7 +354,7 @@ Status write_stored(std::span<const uint8_t> data, bool is_last, BitWriter& out)
 Status write_block(std::span<const Sequence> sequences, const Counts& counts,
                    std::span<const uint8_t> data, bool is_last, BitWriter& out) {
   Codes dynamic = dynamic_codes(counts), fixed;
-  const Description description(dynamic);
+  const Description description = shortest_description(dynamic);
   fixed_codes(fixed);
   const uint64_t of_dynamic = description.bits() + dynamic.bits_of(counts);
   const uint64_t of_fixed = fixed.bits_of(counts);
