@@ -95,8 +95,9 @@ Status Encoder::compress(bool is_last) {
   const size_t end = is_last ? used_ : used_ - kMaxMatch;
   tokens_.begin(window_.data() + at_);
   if (at_ == 0) expect_first();
+  const size_t run = level_ == Level::kSmall ? OptimalParser::kStretch : kRun;
   while (at_ < end) {
-    parse(std::min(end, at_ + kRun));
+    parse(std::min(end, at_ + run));
     expect_symbols(tokens_.recent());
   }
   TRY(tokens_.write(is_last, bits_));

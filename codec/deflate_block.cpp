@@ -288,7 +288,8 @@ uint64_t block_bits(const Counts& counts) {
   Codes fixed;
   fixed_codes(fixed);
   const Codes dynamic = dynamic_codes(counts);
-  return std::min(shortest_description(dynamic).bits() + dynamic.bits_of(counts), fixed.bits_of(counts));
+  return std::min(shortest_description(dynamic).bits() + dynamic.bits_of(counts),
+                  fixed.bits_of(counts));
 }
 
 void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs, uint32_t for_new) {

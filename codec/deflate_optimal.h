@@ -17,7 +17,7 @@ namespace tavo::deflate {
 class OptimalParser {
  public:
   // Stretches are at most so long.
-  static constexpr size_t kStretch = 32768;
+  static constexpr size_t kStretch = 131072;
 
   Status allocate();
   // A stream begins, of which `data` are the first bytes.
@@ -43,16 +43,22 @@ class OptimalParser {
 
   size_t find_matches(const uint8_t* data, uint32_t place, size_t history, size_t end, size_t ahead,
                       Chains& chains);
+  void remember(const Match& match);
   void set_costs(const Counts& counts, uint32_t for_new);
+  bool goes_on(uint32_t m) const;
   void find_way(const uint8_t* data, size_t size);
   Counts count_way(const uint8_t* data, size_t size) const;
   Counts count_longest(const uint8_t* data, size_t size) const;
   static Counts count_literals(const uint8_t* data, size_t size);
   void choose_way(const uint8_t* data, size_t size);
+  void spend(uint64_t spent);
 
-  uint64_t spent_ = 0;  // on the stream so far
+  uint64_t spent_ = 0;   // on the stream so far
+  uint64_t joined_ = 0;  // of it, in the stretches that before_ counts
+  Counts before_;
   Costs costs_;
-  Counts counts_;  // of the stretch before
+  Counts counts_;                // of the stretch before
+  std::array<uint32_t, 8> far_;  // distances of late, 0: none yet
   Array<Match> matches_;
   Array<uint32_t> first_match_;  // of each byte
   Array<Step> steps_;            // from each byte to the end
