@@ -1,126 +1,123 @@
-#include "dialogs.h"
+// Files to open and to save to, and printers, as the user chooses them.
+#include <windows.h>
 
 #include <commdlg.h>
+#include <shlwapi.h>
 
 #include <algorithm>
-#include <cwchar>
-#include <sstream>
 
-#include "text.h"
+#include "viewer.h"
 
-namespace viewer {
 namespace {
 
-constexpr size_t kRoom = 1 << 16;  // characters for the names of many files
+constexpr int32_t kQuality = 60;
 
-template <typename Condition>
-std::vector<T_Format> formats(Condition is_wanted) {
+// Those that can be read or written, and have files of their own.
+std::vector<T_Format> formats(int32_t T_Format::*is_able) {
   std::vector<T_Format> found;
   T_Format format;
-  for (uint32_t i = 0; T_GetFormat(i, &format) == T_OK; ++i) {
-    const auto is_same = [&format](const T_Format& other) {
-      return std::string_view(other.Name) == format.Name;
-    };
-    if (is_wanted(format) && std::ranges::none_of(found, is_same)) found.push_back(format);
-  }
-  return found;
-}
-
-std::vector<std::wstring> extensions(const T_Format& format) {
-  std::wistringstream words(widen(format.Extensions));
-  std::vector<std::wstring> found;
-  for (std::wstring word; words >> word;) found.push_back(word);
+  for (uint32_t i = 0; T_GetFormat(i, &format) == T_OK; ++i)
+    if (format.*is_able != 0 && format.Extensions[0] != 0) found.push_back(format);
   return found;
 }
 
 // "*.tif;*.tiff"
 std::wstring patterns(const T_Format& format) {
   std::wstring text;
-  for (const std::wstring& extension : extensions(format))
-    text += (text.empty() ? L"*." : L";*.") + extension;
+  for (const char letter : "*." + std::string(format.Extensions))
+    text += letter == ' ' ? L";*." : std::wstring(1, letter);
   return text;
 }
 
-void add_filter(std::wstring& filter, const std::wstring& name, const std::wstring& pattern) {
-  filter += name + L'\0' + pattern + L'\0';
-}
-
-void add_filters(std::wstring& filter, const std::vector<T_Format>& choices) {
+// Pairs of a text and patterns, as the dialogues take them.
+std::wstring filters(const std::vector<T_Format>& choices) {
+  std::wstring text;
   for (const T_Format& format : choices)
-    add_filter(filter, widen(format.Name) + L" (" + patterns(format) + L")", patterns(format));
+    text += widen(format.Name) + L" (" + patterns(format) + L")" + L'\0' + patterns(format) + L'\0';
+  return text;
 }
 
-OPENFILENAMEW request(HWND owner, const std::wstring& filter, std::wstring& names) {
-  OPENFILENAMEW ask = {};
-  ask.lStructSize = sizeof ask;
-  ask.hwndOwner = owner;
-  ask.lpstrFilter = filter.c_str();
-  ask.nFilterIndex = 1;
-  ask.lpstrFile = names.data();
-  ask.nMaxFile = static_cast<DWORD>(names.size());
-  ask.Flags = OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
-  return ask;
+// The names that were chosen, each with a zero behind it, and after the last one another zero.
+std::wstring ask(BOOL(WINAPI* dialogue)(OPENFILENAMEW*), HWND owner, const std::wstring& filter,
+                 DWORD flags, DWORD& chosen) {
+  std::wstring names(1 << 16, L'\0');
+  OPENFILENAMEW request = {};
+  request.lStructSize = sizeof request;
+  request.hwndOwner = owner;
+  request.lpstrFilter = filter.c_str();
+  request.nFilterIndex = 1;
+  request.lpstrFile = names.data();
+  request.nMaxFile = static_cast<DWORD>(names.size());
+  request.Flags = flags | OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
+  request.lpstrDefExt = L"bmp";  // that of the chosen filter comes before it
+  if (!dialogue(&request)) return {};
+  chosen = request.nFilterIndex;
+  return names;
 }
 
-// One path, or a folder and names in it, each ended by a zero and the whole by another.
-std::vector<std::wstring> split_names(const std::wstring& names) {
-  const wchar_t* at = names.c_str();
-  const std::wstring first = at;
-  std::vector<std::wstring> paths;
-  for (at += first.size() + 1; *at != 0; at += std::wcslen(at) + 1)
-    paths.push_back(first + L"\\" + at);
-  return paths.empty() ? std::vector{first} : paths;
-}
-
-// By the extension of the name; without one that is known, what the list says, and its extension.
-Target target_of(const std::wstring& path, const std::vector<T_Format>& choices, DWORD chosen) {
-  const size_t dot = last_name(path).find_last_of(L'.');
-  std::wstring ending = dot == std::wstring::npos ? L"" : last_name(path).substr(dot + 1);
-  CharLowerW(ending.data());
-  for (const T_Format& format : choices)
-    if (std::ranges::count(extensions(format), ending) != 0) return {path, format};
-  const T_Format& format = choices[std::min<size_t>(chosen, choices.size()) - 1];
-  return {path + L"." + extensions(format).front(), format};
+// With the picture's own depth, or else one that the format has.
+int32_t save(const std::string& name, BitmapHandle& bitmap, const T_Format& format) {
+  // Only JPEG and CMP take these depths, and they take 8 bits for grey.
+  constexpr uint32_t kLossy = 1u << 4 | 1u << 16;
+  const bool is_lossy = (format.WriteDepths & kLossy) == kLossy;
+  const bool is_gray = (bitmap.Flags & T_FLAG_GRAY) != 0;
+  const int32_t own = is_lossy && !is_gray ? 24 : bitmap.BitsPerPixel;
+  int32_t status = T_ERR_DEPTH;
+  T_SetPageNumber(1);
+  for (const int32_t depth : {own, own > 8 ? 24 : 8, 8, 1}) {
+    if (status != T_ERR_DEPTH) break;
+    status =
+        T_SaveFile(name.c_str(), &bitmap, format.Id, depth, kQuality, T_SAVE_KEEP_RESOLUTION, 0, 0);
+  }
+  return status;
 }
 
 }  // namespace
 
-std::vector<std::wstring> ask_files_to_open(HWND owner) {
-  const auto choices = formats(
-      [](const T_Format& format) { return format.CanRead != 0 && format.Extensions[0] != 0; });
+void Viewer::open_chosen() {
+  const auto choices = formats(&T_Format::CanRead);
   std::wstring all;
-  for (const T_Format& format : choices) all += (all.empty() ? L"" : L";") + patterns(format);
-  std::wstring filter;
-  add_filter(filter, L"All pictures", all);
-  add_filters(filter, choices);
-  add_filter(filter, L"All files", L"*.*");
-  std::wstring names(kRoom, L'\0');
-  OPENFILENAMEW ask = request(owner, filter, names);
-  ask.Flags |= OFN_ALLOWMULTISELECT | OFN_FILEMUSTEXIST;
-  return GetOpenFileNameW(&ask) ? split_names(names) : std::vector<std::wstring>();
+  for (const T_Format& format : choices) all += patterns(format) + L';';
+  const std::wstring filter = L"All pictures" + (L'\0' + all) + L'\0' + filters(choices) +
+                              L"All files" + L'\0' + L"*.*" + L'\0';
+  DWORD chosen = 0;
+  const std::wstring names =
+      ask(GetOpenFileNameW, window, filter, OFN_ALLOWMULTISELECT | OFN_FILEMUSTEXIST, chosen);
+  std::vector<std::wstring> paths;
+  for (const wchar_t* at = names.c_str(); *at != 0; at += paths.back().size() + 1)
+    paths.push_back(at);
+  // Of several the first is the folder.
+  for (size_t i = 1; i < paths.size(); ++i) paths[i] = paths[0] + L'\\' + paths[i];
+  if (paths.size() > 1) paths.erase(paths.begin());
+  open(std::move(paths));
 }
 
-Target ask_file_to_save(HWND owner) {
-  const auto choices = formats(
-      [](const T_Format& format) { return format.CanWrite != 0 && format.Extensions[0] != 0; });
-  std::wstring filter;
-  add_filters(filter, choices);
-  std::wstring names(kRoom, L'\0');
-  OPENFILENAMEW ask = request(owner, filter, names);
-  ask.Flags |= OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST;
-  if (!GetSaveFileNameW(&ask)) return {};
-  return target_of(names.c_str(), choices, ask.nFilterIndex);
+// In the format that is chosen, or another whose extension the name has.
+void Viewer::save_as() {
+  const auto choices = formats(&T_Format::CanWrite);
+  DWORD chosen = 0;
+  const std::wstring path = ask(GetSaveFileNameW, window, filters(choices),
+                                OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST, chosen)
+                                .c_str();
+  if (path.empty()) return;
+  const auto is_named = [&path](const T_Format& format) {
+    return PathMatchSpecW(path.c_str(), patterns(format).c_str()) != 0;
+  };
+  T_Format format = choices[std::clamp<size_t>(chosen, 1, choices.size()) - 1];
+  for (const T_Format& other : choices)
+    if (!is_named(format) && is_named(other)) format = other;
+  report(save(narrow(path), bitmap, format));
 }
 
-HDC ask_printer(HWND owner) {
-  PRINTDLGW ask = {};
-  ask.lStructSize = sizeof ask;
-  ask.hwndOwner = owner;
-  ask.Flags = PD_RETURNDC | PD_NOPAGENUMS | PD_NOSELECTION | PD_USEDEVMODECOPIESANDCOLLATE;
-  const bool is_chosen = PrintDlgW(&ask) != 0;
-  if (ask.hDevMode != nullptr) GlobalFree(ask.hDevMode);
-  if (ask.hDevNames != nullptr) GlobalFree(ask.hDevNames);
-  return is_chosen ? ask.hDC : nullptr;
+void Viewer::print() {
+  PRINTDLGW request = {};
+  request.lStructSize = sizeof request;
+  request.hwndOwner = window;
+  request.Flags = PD_RETURNDC | PD_NOPAGENUMS | PD_NOSELECTION | PD_USEDEVMODECOPIESANDCOLLATE;
+  if (!PrintDlgW(&request)) return;
+  report(T_PrintBitmapExt(&bitmap, request.hDC, nullptr, nullptr, T_PRINT_FIT | T_PRINT_CENTER,
+                          SRCCOPY, narrow(file_name()).c_str(), nullptr));
+  DeleteDC(request.hDC);
+  GlobalFree(request.hDevMode);
+  GlobalFree(request.hDevNames);
 }
-
-}  // namespace viewer

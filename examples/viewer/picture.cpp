@@ -1,43 +1,25 @@
-#include "picture.h"
+// The picture: from files, the clipboard and scanners.
+#include <windows.h>
 
-#include "text.h"
+#include <shlwapi.h>
 
-namespace viewer {
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+#include "viewer.h"
+
 namespace {
-
-constexpr int32_t kStopped = 100;  // above every status of the library
-constexpr int32_t kQuality = 60;
-
-Outcome outcome_of(int32_t status) {
-  return status == T_OK ? Outcome{} : Outcome{false, failure_sentence()};
-}
 
 // Where the row that is delivered as the n-th stands: GIF89a, appendix E.
 int32_t interlaced_row(int32_t n, int32_t height) {
   constexpr int32_t kPasses[][2] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
   for (const auto& [first, step] : kPasses) {
-    const int32_t rows = height > first ? (height - first + step - 1) / step : 0;
+    const int32_t rows = (height - first + step - 1) / step;
     if (n < rows) return first + n * step;
     n -= rows;
   }
   return height - 1;
-}
-
-std::wstring format_name(int32_t id) {
-  T_Format format;
-  for (uint32_t i = 0; T_GetFormat(i, &format) == T_OK; ++i)
-    if (format.Id == id) return widen(format.Name);
-  return L"?";
-}
-
-std::wstring times(int64_t a, int64_t b) {
-  return std::to_wstring(a) + L" \u00d7 " + std::to_wstring(b);
-}
-
-// BMP's reader tells dots per metre.
-int32_t dots_per_inch(const FILEINFO& info, int32_t resolution) {
-  const bool is_metric = info.Format == T_FORMAT_BMP || info.Format == T_FORMAT_BMP_OS2;
-  return is_metric ? static_cast<int32_t>((int64_t{resolution} * 254 + 5000) / 10000) : resolution;
 }
 
 // How to turn for each number of TIFF's Orientation tag (TIFF 6.0, section 8).
@@ -49,125 +31,125 @@ int32_t turn_upright(BitmapHandle& bitmap, uint32_t orientation) {
   return status == T_OK ? T_RotateBitmap(&bitmap, kDegrees[orientation - 1]) : status;
 }
 
-// The depth to save with: the picture's own or the next deeper one that the format holds.
-int32_t depth_for(const T_Format& format, const BitmapHandle& bitmap) {
-  const bool is_photographic = format.Id == T_FORMAT_JPEG || format.Id == T_FORMAT_CMP;
-  if (is_photographic) return (bitmap.Flags & T_FLAG_GRAY) != 0 ? 8 : 24;
-  int32_t deepest = 0;
-  for (const int32_t depth : {1, 2, 4, 8, 16, 24, 32}) {
-    if ((format.WriteDepths & 1u << depth % 32) == 0) continue;
-    deepest = depth;
-    if (depth >= bitmap.BitsPerPixel) break;
-  }
-  return deepest;
+int32_t T_CALL take_rows(BitmapHandle*, const void* rows, int32_t count, void* context) {
+  return static_cast<Viewer*>(context)->take_rows(rows, count);
 }
 
 }  // namespace
 
-void Picture::clear() {
-  T_FreeBitmap(&bitmap_);
-  bitmap_ = T_EMPTY;
-  info_ = {};
-  is_there_ = false;
+std::string narrow(const std::wstring& text) {
+  std::string bytes(3 * text.size() + 1, '\0');  // a character needs no more
+  WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, bytes.data(), static_cast<int>(bytes.size()),
+                      nullptr, nullptr);
+  return bytes.c_str();
 }
 
-// T_LoadFile stores nothing where it has a callback: the rows go to the bitmap here.
-void Picture::store(const void* rows, int32_t count) {
-  const auto bytes = bitmap_.BytesPerLine;
-  if ((bitmap_.Flags & T_FLAG_INTERLACED) == 0) {
-    T_PutBitmapRow(&bitmap_, rows, static_cast<uint32_t>(rows_come_),
-                   bytes * static_cast<uint32_t>(count));
-    return;
-  }
-  for (int32_t i = 0; i < count; ++i) {
-    const int32_t row = interlaced_row(rows_come_ + i, bitmap_.Height);
-    T_PutBitmapRow(&bitmap_, static_cast<const char*>(rows) + size_t{bytes} * i,
-                   static_cast<uint32_t>(row), bytes);
-  }
+void Viewer::open(std::vector<std::wstring> names) {
+  if (names.empty()) return;
+  files = std::move(names);
+  file = 0;
+  load(1);
 }
 
-int32_t T_CALL Picture::take_rows(BitmapHandle*, const void* rows, int32_t count, void* context) {
-  auto& self = *static_cast<Picture*>(context);
-  if (self.rows_come_ == 0) {
-    // What never comes shall not show what was in memory before.
-    T_ClearBitmap(&self.bitmap_);
-    T_AccessBitmap(&self.bitmap_);
-  }
-  if (count > self.bitmap_.Height - self.rows_come_) count = self.bitmap_.Height - self.rows_come_;
-  if (count <= 0) return T_OK;
-  self.store(rows, count);
-  self.is_stopped_ = !(*self.on_rows_)(self.bitmap_, rows, self.rows_come_, count);
-  self.rows_come_ += count;
-  return self.is_stopped_ ? kStopped : T_OK;
+void Viewer::turn_page(int step) {
+  const int32_t page = info.Page + step;
+  if (page >= 1 && page <= info.PageCount) return load(page);
+  turn_file(step);
 }
 
-Outcome Picture::load(const std::wstring& path, int32_t page, const Rows& on_rows) {
-  clear();
-  const std::string name = narrow(path);
+void Viewer::turn_file(int step) {
+  const size_t next = file + static_cast<size_t>(step);  // before the first: beyond the last
+  if (next >= files.size()) return;
+  file = next;
+  load(1);
+}
+
+// Of a file that is damaged or cut, the rows that came stay.
+void Viewer::load(int32_t page) {
+  SetWindowTextW(window, (L"Loading " + file_name()).c_str());
+  free_picture();
+  is_busy = true;
+  rows_come = 0;
+  T_EnableFastPaint(1);
   T_SetPageNumber(page);
-  if (T_FileInfo(name.c_str(), &info_) != T_OK) return {false, failure_sentence()};
-  on_rows_ = &on_rows;
-  rows_come_ = 0;
-  is_stopped_ = false;
+  const std::string name = narrow(files[file]);
+  int32_t status = T_FileInfo(name.c_str(), &info);
+  if (status == T_OK)
+    status = T_LoadFile(name.c_str(), &bitmap, 0, -1, T_LOAD_ALLOCATE, ::take_rows, this);
+  if (rows_come == 0) T_FreeBitmap(&bitmap);
+  bitmap.Flags &= ~T_FLAG_INTERLACED;  // as it is stored it is not
+  if (info.Format == T_FORMAT_BMP || info.Format == T_FORMAT_BMP_OS2) {
+    // These tell dots per metre.
+    bitmap.XResolution = MulDiv(bitmap.XResolution, 254, 10000);
+    bitmap.YResolution = MulDiv(bitmap.YResolution, 254, 10000);
+  }
+  is_busy = false;
+  report(status == T_OK ? turn_upright(bitmap, info.Orientation) : status);
+}
+
+// T_LoadFile stores nothing where it has a callback: the rows go to the bitmap here, and to the
+// window, unless the picture is still to be turned.
+int32_t Viewer::take_rows(const void* rows, int32_t count) {
+  const int32_t first = rows_come;
+  rows_come = std::min(first + count, bitmap.Height);
+  const HDC dc = GetDC(window);
+  if (first == 0) {
+    T_ClearBitmap(&bitmap);  // what never comes shall not show what was in memory before
+    T_AccessBitmap(&bitmap);
+    place(0, 0);
+    clear(dc);
+  }
+  const RECT place = destination();
+  if (info.Orientation <= 1)
+    T_PaintBuffer(&bitmap, rows, first, rows_come - first, dc, nullptr, &place, nullptr, SRCCOPY);
+  ReleaseDC(window, dc);
+  const bool is_interlaced = (bitmap.Flags & T_FLAG_INTERLACED) != 0;
+  const auto* row = static_cast<const char*>(rows);
+  for (int32_t n = first; n < rows_come; ++n, row += bitmap.BytesPerLine) {
+    const int32_t at = is_interlaced ? interlaced_row(n, bitmap.Height) : n;
+    T_PutBitmapRow(&bitmap, row, static_cast<uint32_t>(at), bitmap.BytesPerLine);
+  }
+  // A key, or a press on the frame, ends the load; it is handled afterwards.
+  MSG message;
+  const BOOL is_asked = PeekMessageW(&message, window, WM_NCLBUTTONDOWN, WM_KEYDOWN, PM_NOREMOVE);
+  return is_asked ? kStopped : T_OK;
+}
+
+void Viewer::take(bool is_scanned) {
+  BitmapHandle made = T_EMPTY;
+  is_busy = true;
   const int32_t status =
-      T_LoadFile(name.c_str(), &bitmap_, 0, -1, T_LOAD_ALLOCATE | T_LOAD_ACCESS, take_rows, this);
-  const Outcome outcome = is_stopped_ ? Outcome{false, L"Stopped."} : outcome_of(status);
-  bitmap_.Flags &= ~T_FLAG_INTERLACED;  // as it is stored it is not
-  is_there_ = rows_come_ > 0;
-  if (!is_there_) {
-    T_FreeBitmap(&bitmap_);
-    bitmap_ = T_EMPTY;
-    return outcome;
+      is_scanned ? T_TwainAcquire(window, &made) : T_CopyFromClipboard(&made, window);
+  is_busy = false;
+  if (status == T_OK) {
+    free_picture();
+    files.clear();
+    T_CopyBitmapHandle(&bitmap, &made);
   }
-  bitmap_.XResolution = dots_per_inch(info_, bitmap_.XResolution);
-  bitmap_.YResolution = dots_per_inch(info_, bitmap_.YResolution);
-  return outcome.is_good ? outcome_of(turn_upright(bitmap_, info_.Orientation)) : outcome;
+  report(status);
 }
 
-Outcome Picture::save(const std::wstring& path, const T_Format& format) {
-  T_SetPageNumber(1);
-  return outcome_of(T_SaveFile(narrow(path).c_str(), &bitmap_, format.Id,
-                               depth_for(format, bitmap_), kQuality, T_SAVE_KEEP_RESOLUTION, 0, 0));
+void Viewer::free_picture() {
+  T_FreeBitmap(&bitmap);
+  bitmap = T_EMPTY;
+  info = {};
 }
 
-// Puts a picture that did not come from a file in the place of what was shown.
-Outcome Picture::take_over(int32_t status, BitmapHandle& made) {
-  if (status != T_OK) {
-    const Outcome outcome = outcome_of(status);
-    T_FreeBitmap(&made);
-    return outcome;
-  }
-  clear();
-  T_CopyBitmapHandle(&bitmap_, &made);
-  is_there_ = true;
-  return {};
+std::wstring Viewer::file_name() const {
+  return files.empty() ? L"Picture" : PathFindFileNameW(files[file].c_str());
 }
 
-Outcome Picture::paste(T_Window window) {
-  BitmapHandle made = T_EMPTY;
-  return take_over(T_CopyFromClipboard(&made, window), made);
+std::wstring Viewer::description() const {
+  T_Format format = {};
+  for (uint32_t i = 0; T_GetFormat(i, &format) == T_OK && format.Id != info.Format;) ++i;
+  std::wostringstream text;
+  if (info.Format != 0) text << format.Name << L", " << info.Compression << L", ";
+  text << bitmap.Width << L" \u00d7 " << bitmap.Height << L" pixels, " << bitmap.BitsPerPixel
+       << (bitmap.BitsPerPixel == 1 ? L" bit, " : L" bits, ");
+  if (bitmap.XResolution > 0)
+    text << bitmap.XResolution << L" \u00d7 " << bitmap.YResolution << L" dpi, ";
+  if (info.PageCount > 1) text << L"page " << info.Page << L" of " << info.PageCount << L", ";
+  if (info.Format != 0) text << (info.FileSize + 1023ull) / 1024 << L" KB, ";
+  text << std::lround(scale * 100) << L" %";
+  return text.str();
 }
-
-Outcome Picture::acquire(T_Window window) {
-  BitmapHandle made = T_EMPTY;
-  return take_over(T_TwainAcquire(window, &made), made);
-}
-
-Outcome Picture::change(const std::function<int32_t(BitmapHandle&)>& function) {
-  return outcome_of(function(bitmap_));
-}
-
-std::wstring Picture::description() const {
-  std::wstring text = times(bitmap_.Width, bitmap_.Height) + L" pixels, " +
-                      std::to_wstring(bitmap_.BitsPerPixel) +
-                      (bitmap_.BitsPerPixel == 1 ? L" bit" : L" bits");
-  if (bitmap_.XResolution > 0 && bitmap_.YResolution > 0)
-    text += L", " + times(bitmap_.XResolution, bitmap_.YResolution) + L" dpi";
-  if (info_.Format == 0) return text;
-  text = format_name(info_.Format) + L", " + widen(info_.Compression) + L", " + text;
-  if (info_.PageCount > 1)
-    text += L", page " + std::to_wstring(info_.Page) + L" of " + std::to_wstring(info_.PageCount);
-  return text + L", " + std::to_wstring((info_.FileSize + 1023u) / 1024u) + L" KB";
-}
-
-}  // namespace viewer

@@ -1,233 +1,207 @@
-#include "window.h"
+// The window: messages, where the picture stands in it, painting, and what it tells.
+#include <windows.h>
 
 #include <commctrl.h>
-#include <shellapi.h>
 #include <windowsx.h>
 
-#include "resource.h"
-#include "text.h"
+#include <algorithm>
+#include <cmath>
 
-namespace viewer {
+#include "viewer.h"
+
 namespace {
 
-constexpr wchar_t kClass[] = L"TavoViewer";
 constexpr wchar_t kProgram[] = L"TAVO45 Viewer";
+constexpr COLORREF kBackground = RGB(64, 66, 70);
+constexpr COLORREF kText = RGB(235, 235, 235);
 constexpr UINT_PTR kRestTimer = 1;
-constexpr UINT kRest = 150;       // milliseconds without movement
-constexpr DWORD kShowEvery = 40;  // milliseconds between parts of a load
+constexpr UINT kRest = 150;     // milliseconds without movement
+constexpr int32_t kBlock = 24;  // of an effect, in pixels
+constexpr int32_t kDelay = 15;  // between its steps, in milliseconds
+
+LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM word, LPARAM value) {
+  auto* const viewer = reinterpret_cast<Viewer*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  return viewer != nullptr ? viewer->handle(message, word, value)
+                           : DefWindowProcW(window, message, word, value);
+}
+
+LONG scaled(LONG pixels, double scale) { return std::max(1L, std::lround(pixels * scale)); }
+
+// Centred when there is room, else without a gap at either side.
+LONG placed(LONG at, LONG extent, LONG room) {
+  return extent <= room ? (room - extent) / 2 : std::clamp(at, room - extent, 0L);
+}
 
 }  // namespace
 
-bool Window::create(HINSTANCE instance, int show) {
+bool Viewer::create(HINSTANCE instance, HMENU menu, int show) {
   WNDCLASSW about = {};
   about.lpfnWndProc = procedure;
   about.hInstance = instance;
-  about.hIcon = LoadIconW(nullptr, reinterpret_cast<LPCWSTR>(IDI_APPLICATION));
   about.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
-  about.lpszMenuName = MAKEINTRESOURCEW(IDR_VIEWER);
-  about.lpszClassName = kClass;
-  RECT area = {0, 0, 1024, 768};
-  SystemParametersInfoW(SPI_GETWORKAREA, 0, &area, 0);
-  const int width = (area.right - area.left) * 4 / 5;
-  const int height = (area.bottom - area.top) * 4 / 5;
-  if (RegisterClassW(&about) == 0) return false;
-  CreateWindowExW(WS_EX_ACCEPTFILES, kClass, kProgram, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
-                  CW_USEDEFAULT, CW_USEDEFAULT, width, height, nullptr, nullptr, instance, this);
-  if (window_ == nullptr) return false;
-  ShowWindow(window_, show);
+  about.lpszClassName = L"TavoViewer";
+  RegisterClassW(&about);
+  window = CreateWindowExW(WS_EX_ACCEPTFILES, about.lpszClassName, kProgram,
+                           WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT, CW_USEDEFAULT,
+                           CW_USEDEFAULT, CW_USEDEFAULT, nullptr, menu, instance, nullptr);
+  if (window == nullptr) return false;
+  status_bar = CreateStatusWindowW(WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, L"", window, 0);
+  SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+  on_size();
+  ShowWindow(window, show);
   return true;
 }
 
-LRESULT CALLBACK Window::procedure(HWND window, UINT message, WPARAM word, LPARAM value) {
-  if (message == WM_NCCREATE) {
-    const auto* const made = reinterpret_cast<const CREATESTRUCTW*>(value);
-    auto* const self = static_cast<Window*>(made->lpCreateParams);
-    self->window_ = window;
-    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-  }
-  auto* const self = reinterpret_cast<Window*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-  return self != nullptr ? self->handle(message, word, value)
-                         : DefWindowProcW(window, message, word, value);
-}
-
-LRESULT Window::handle(UINT message, WPARAM word, LPARAM value) {
-  const POINT at = {GET_X_LPARAM(value), GET_Y_LPARAM(value)};
+LRESULT Viewer::handle(UINT message, WPARAM word, LPARAM value) {
+  POINT at = {GET_X_LPARAM(value), GET_Y_LPARAM(value)};
   switch (message) {
-    case WM_CREATE:
-      status_ = CreateWindowExW(0, STATUSCLASSNAMEW, L"", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0,
-                                0, 0, 0, window_, nullptr, nullptr, nullptr);
-      return 0;
     case WM_SIZE:
-      if (word != SIZE_MINIMIZED) resize();
+      if (word != SIZE_MINIMIZED) on_size();
       return 0;
     case WM_ERASEBKGND:
-      return 1;  // the canvas covers everything
-    case WM_PAINT: {
-      PAINTSTRUCT paint;
-      canvas_.copy_to(BeginPaint(window_, &paint));
-      EndPaint(window_, &paint);
+      return 1;  // painting covers everything
+    case WM_PAINT:
+      on_paint();
       return 0;
-    }
     case WM_TIMER:
-      KillTimer(window_, kRestTimer);
-      redraw();
+      redraw(false);
       return 0;
     case WM_COMMAND:
-      command(LOWORD(word));
+      // Loads and scanners let some messages through while they are at work.
+      if (!is_busy) run_command(LOWORD(word));
       return 0;
     case WM_DROPFILES:
-      drop(reinterpret_cast<HDROP>(word));
+      on_drop(reinterpret_cast<HDROP>(word));
       return 0;
-    case WM_MOUSEWHEEL: {
-      POINT about = at;
-      ScreenToClient(window_, &about);
-      view_.zoom(GET_WHEEL_DELTA_WPARAM(word) > 0 ? 1.25 : 0.8, about);
-      redraw(true);
-      return 0;
-    }
-    case WM_LBUTTONDOWN:
-      start_drag(at);
+    case WM_MOUSEWHEEL:
+      ScreenToClient(window, &at);
+      zoom(scale * (GET_WHEEL_DELTA_WPARAM(word) > 0 ? 1.25 : 0.8), at);
       return 0;
     case WM_MOUSEMOVE:
-      if (GetCapture() == window_) drag(at);
-      return 0;
-    case WM_LBUTTONUP:
-      ReleaseCapture();
+      if ((word & MK_LBUTTON) != 0) pan(at.x - mouse.x, at.y - mouse.y);
+      mouse = at;
       return 0;
     case WM_DESTROY:
       PostQuitMessage(0);
       return 0;
     default:
-      return DefWindowProcW(window_, message, word, value);
+      return DefWindowProcW(window, message, word, value);
   }
 }
 
-void Window::resize() {
-  SendMessageW(status_, WM_SIZE, 0, 0);
-  RECT client, status;
-  GetClientRect(window_, &client);
-  GetWindowRect(status_, &status);
-  view_.set_client(client.right, client.bottom - (status.bottom - status.top));
-  if (canvas_.resize(window_, view_.client())) redraw();
+void Viewer::on_size() {
+  SendMessageW(status_bar, WM_SIZE, 0, 0);
+  RECT all, status;
+  GetClientRect(window, &all);
+  GetWindowRect(status_bar, &status);
+  client = {std::max(all.right, 1L), std::max(all.bottom - (status.bottom - status.top), 1L)};
+  place(corner.x, corner.y);
+  redraw(false);
 }
 
-void Window::drop(HDROP dropped) {
-  std::vector<std::wstring> files;
-  const UINT count = DragQueryFileW(dropped, 0xFFFFFFFF, nullptr, 0);
-  for (UINT i = 0; i < count; ++i) {
-    std::wstring name(DragQueryFileW(dropped, i, nullptr, 0) + 1u, L'\0');
-    name.resize(DragQueryFileW(dropped, i, name.data(), static_cast<UINT>(name.size())));
-    files.push_back(name);
+void Viewer::on_paint() {
+  PAINTSTRUCT paint;
+  const HDC dc = BeginPaint(window, &paint);
+  const RECT place = destination();
+  if (has_picture()) {
+    T_PaintDevice(&bitmap, dc, nullptr, &place, nullptr, SRCCOPY);
+    ExcludeClipRect(dc, place.left, place.top, place.right, place.bottom);
   }
+  clear(dc);
+  if (!has_picture()) {
+    const std::wstring text = failure.empty() ? L"Open a picture, or drop one here." : failure;
+    RECT area = {0, middle().y, client.cx, client.cy};
+    SetBkMode(dc, TRANSPARENT);
+    SetTextColor(dc, kText);
+    DrawTextW(dc, text.c_str(), -1, &area, DT_CENTER | DT_WORDBREAK | DT_NOPREFIX);
+  }
+  EndPaint(window, &paint);
+}
+
+void Viewer::clear(HDC dc) const {
+  const RECT area = {0, 0, client.cx, client.cy};
+  SetDCBrushColor(dc, kBackground);
+  FillRect(dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
+}
+
+void Viewer::on_drop(HDROP dropped) {
+  std::vector<std::wstring> names;
+  std::wstring name(1 << 15, L'\0');
+  for (UINT i = 0; DragQueryFileW(dropped, i, name.data(), 1 << 15) != 0; ++i)
+    names.push_back(name.c_str());
   DragFinish(dropped);
-  open(std::move(files));
+  if (!is_busy) open(std::move(names));
 }
 
-void Window::start_drag(POINT at) {
-  grip_ = at;
-  SetCapture(window_);
+RECT Viewer::destination() const {
+  return {corner.x, corner.y, corner.x + scaled(bitmap.Width, scale),
+          corner.y + scaled(bitmap.Height, scale)};
 }
 
-void Window::drag(POINT at) {
-  view_.pan(at.x - grip_.x, at.y - grip_.y);
-  grip_ = at;
+void Viewer::place(LONG x, LONG y) {
+  if (!has_picture()) return;
+  const double widest = 1.0 * client.cx / bitmap.Width, highest = 1.0 * client.cy / bitmap.Height;
+  if (is_fitted) scale = std::min({1.0, widest, highest});
+  corner = {placed(x, scaled(bitmap.Width, scale), client.cx),
+            placed(y, scaled(bitmap.Height, scale), client.cy)};
+}
+
+void Viewer::fit() {
+  is_fitted = true;
+  place(0, 0);
+  redraw(false);
+}
+
+void Viewer::zoom(double new_scale, POINT about) {
+  constexpr double kLargest = 32;
+  constexpr double kMostPixels = 1 << 22;  // GDI counts with 27 bits
+  const double longest = std::max({1, bitmap.Width, bitmap.Height});
+  const double before = scale;
+  scale = std::clamp(new_scale, 1 / longest, std::min(kLargest, kMostPixels / longest));
+  is_fitted = false;
+  place(about.x - std::lround((about.x - corner.x) * scale / before),
+        about.y - std::lround((about.y - corner.y) * scale / before));
   redraw(true);
 }
 
-void Window::open(std::vector<std::wstring> files) {
-  if (files.empty()) return;
-  files_ = std::move(files);
-  file_ = 0;
-  load(1);
+void Viewer::pan(LONG x, LONG y) {
+  place(corner.x + x, corner.y + y);
+  redraw(true);
 }
 
-void Window::turn_page(int step) {
-  const int page = picture_.page() + step;
-  if (page >= 1 && page <= picture_.page_count()) return load(page);
-  turn_file(step);
+void Viewer::pan_or_turn(LONG x) {
+  if (scaled(bitmap.Width, scale) > client.cx) return pan(x, 0);
+  turn_file(x > 0 ? -1 : 1);
 }
 
-void Window::turn_file(int step) {
-  const size_t next = file_ + static_cast<size_t>(step);  // before the first: beyond the last
-  if (next >= files_.size()) return;
-  file_ = next;
-  load(1);
+// The picture goes, and comes back by the effect.
+void Viewer::play(int32_t effect) {
+  redraw(false);
+  const RECT place = destination();
+  const HDC dc = GetDC(window);
+  clear(dc);
+  T_PaintEffect(&bitmap, dc, nullptr, &place, nullptr, SRCCOPY, effect, kBlock, kDelay);
+  ReleaseDC(window, dc);
 }
 
-void Window::load(int page) {
-  const std::wstring& path = files_[file_];
-  SetWindowTextW(window_, (L"Loading " + last_name(path)).c_str());
-  is_loading_ = true;
-  shown_at_ = GetTickCount();
-  const Outcome outcome = picture_.load(
-      path, page, [this](BitmapHandle& bitmap, const void* rows, int32_t first, int32_t count) {
-        return show_rows(bitmap, rows, first, count);
-      });
-  is_loading_ = false;
-  show_outcome(outcome);
+void Viewer::report(int32_t status) {
+  char text[300] = "";
+  if (status != T_OK && status != T_ERR_CANCELLED) T_GetErrorText(text, sizeof text);
+  failure = status == kStopped ? L"Stopped" : widen(text);
+  place(corner.x, corner.y);
+  redraw(false);
 }
 
-// Paints what has come of a load, now and then into the window.
-bool Window::show_rows(BitmapHandle& bitmap, const void* rows, int32_t first, int32_t count) {
-  if (picture_.is_upright()) {
-    if (first == 0) {
-      view_.set_picture(bitmap.Width, bitmap.Height);
-      canvas_.clear();
-    }
-    canvas_.paint_rows(bitmap, rows, first, count, view_.destination());
-  }
-  if (GetTickCount() - shown_at_ < kShowEvery) return true;
-  const HDC dc = GetDC(window_);
-  canvas_.copy_to(dc);
-  ReleaseDC(window_, dc);
-  shown_at_ = GetTickCount();
-  return !is_asked_to_stop();
+// And tells in the title and the status bar what is shown.
+void Viewer::redraw(bool quickly) {
+  T_EnableFastPaint(quickly);
+  quickly ? SetTimer(window, kRestTimer, kRest, nullptr) : KillTimer(window, kRestTimer);
+  InvalidateRect(window, nullptr, FALSE);
+  std::wstring title = files.empty() ? kProgram : file_name() + L" - " + kProgram;
+  if (files.size() > 1)
+    title += L" (" + std::to_wstring(file + 1) + L" of " + std::to_wstring(files.size()) + L")";
+  SetWindowTextW(window, title.c_str());
+  std::wstring text = failure.empty() ? L"" : failure + L".  ";
+  if (has_picture()) text += description();
+  SendMessageW(status_bar, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(text.c_str()));
 }
-
-// Left where they are, the messages are handled when the load has ended.
-bool Window::is_asked_to_stop() const {
-  MSG message;
-  if (PeekMessageW(&message, window_, WM_KEYDOWN, WM_KEYDOWN, PM_NOREMOVE))
-    return message.wParam == VK_ESCAPE || message.wParam == VK_NEXT || message.wParam == VK_PRIOR;
-  return PeekMessageW(&message, window_, WM_CLOSE, WM_CLOSE, PM_NOREMOVE) ||
-         PeekMessageW(&message, window_, WM_NCLBUTTONDOWN, WM_NCLBUTTONDOWN, PM_NOREMOVE);
-}
-
-void Window::show_outcome(const Outcome& outcome) {
-  failure_ = outcome.sentence;
-  if (picture_.is_there()) view_.set_picture(picture_.width(), picture_.height());
-  redraw();
-}
-
-void Window::redraw(bool quickly) {
-  if (is_loading_) return;
-  canvas_.clear();
-  if (picture_.is_there()) {
-    canvas_.paint(picture_.bitmap(), view_.destination(), quickly);
-  } else {
-    canvas_.write(failure_.empty() ? L"Open a picture, or drop one here." : failure_);
-  }
-  if (quickly) SetTimer(window_, kRestTimer, kRest, nullptr);
-  InvalidateRect(window_, nullptr, FALSE);
-  tell();
-}
-
-// Title and status bar.
-void Window::tell() {
-  std::wstring title = kProgram;
-  if (!files_.empty()) {
-    title = last_name(files_[file_]) + L" - " + title;
-    if (files_.size() > 1)
-      title += L" (" + std::to_wstring(file_ + 1) + L" of " + std::to_wstring(files_.size()) + L")";
-  }
-  SetWindowTextW(window_, title.c_str());
-  std::wstring text = failure_;
-  if (picture_.is_there()) {
-    const int percent = static_cast<int>(view_.scale() * 100 + 0.5);
-    text = (text.empty() ? text : text + L"  ") + picture_.description() + L", " +
-           std::to_wstring(percent) + L" %";
-  }
-  SendMessageW(status_, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(text.c_str()));
-}
-
-}  // namespace viewer
