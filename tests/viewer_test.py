@@ -29,6 +29,18 @@ def quiet(*command, **more):
     return subprocess.run([*map(str, command)], capture_output=True, check=False, **more)
 
 
+def wait_until(is_so, what):
+    end = time.monotonic() + PATIENCE
+    while not is_so():
+        if time.monotonic() > end:
+            raise RuntimeError(f"waited too long for {what}")
+        time.sleep(0.05)
+
+
+def windows():
+    return quiet("xdotool", "search", "--onlyvisible", "--name", ".").stdout.split()
+
+
 class Screen:
     """An X server without a display, for as long as the context lasts."""
 
@@ -80,17 +92,23 @@ class Viewer:
 
     def wait_for(self, name):
         """Until that file has been loaded, well or not."""
-        end = time.monotonic() + PATIENCE
-        while not self.title().startswith(name + " - "):
-            if self.process.poll() is not None:
-                raise RuntimeError(f"ended with {self.process.returncode} before {name}")
-            if time.monotonic() > end:
-                raise RuntimeError(f"{name} is not shown; the title is {self.title()!r}")
-            time.sleep(0.05)
+        wait_until(lambda: self.title().startswith(name + " - ") or self.process.poll() is not None,
+                   name)
+        if self.process.poll() is not None:
+            raise RuntimeError(f"ended with {self.process.returncode} before {name}")
 
     @staticmethod
     def press(*keys):
         quiet("xdotool", "key", *keys)
+
+    def answer(self, key, text):
+        """Calls a dialogue by its key, answers it, and waits until it is gone."""
+        self.press(key)
+        wait_until(lambda: len(windows()) > 1, f"a dialogue for {key}")
+        time.sleep(0.5)  # for the focus
+        quiet("xdotool", "type", text)
+        self.press("Return")
+        wait_until(lambda: len(windows()) == 1, f"the end of the dialogue for {key}")
 
     def close(self):
         self.press("alt+F4")
@@ -126,6 +144,14 @@ def shows(canvas, pixels):
             return True
         time.sleep(0.1)
     return False
+
+
+def enlarged(pixels):
+    """By a quarter: each pixel shows the one that its middle falls on."""
+    def taken(size):
+        larger = int(size * 1.25 + 0.5)
+        return (2 * numpy.arange(larger) + 1) * size // (2 * larger)
+    return pixels[taken(pixels.shape[0])][:, taken(pixels.shape[1])]
 
 
 def sample_files():
@@ -192,7 +218,26 @@ class Test:
                             ("ctrl+Prior", samples[-2][1]), ("ctrl+v", last[::-1, ::-1])):
             viewer.press(key)
             self.check(f"{key} does what it says", shows(canvas, turned))
+        self.by_dialogues_and_mouse(viewer, canvas, last[::-1, ::-1])
         self.check("the viewer ends well", viewer.close() == 0)
+
+    def by_dialogues_and_mouse(self, viewer, canvas, pixels):
+        viewer.answer("ctrl+s", "saved.png")
+        saved = pathlib.Path("saved.png")
+        self.check("save as", saved.exists() and
+                   numpy.array_equal(numpy.array(Image.open(saved).convert("RGB")), pixels))
+        viewer.press("m")
+        viewer.answer("ctrl+o", "saved.png")
+        viewer.wait_for("saved.png")
+        self.check("open", shows(canvas, pixels))
+        before = Screen.picture()
+        viewer.press("alt+t", "s")  # dissolves
+        shots = [Screen.picture() for _ in range(5)]
+        self.check("an effect begins", any(not numpy.array_equal(before, shot) for shot in shots))
+        self.check("an effect ends with the picture", shows(canvas, pixels))
+        left, top, width, height = canvas
+        quiet("xdotool", "mousemove", left + width // 2, top + height // 2, "click", "4")
+        self.check("the wheel enlarges", shows(canvas, enlarged(pixels)))
 
     def hostile_files(self, viewer, names, good):
         time.sleep(0.5)
@@ -201,8 +246,7 @@ class Test:
             viewer.press("ctrl+Next")
             viewer.wait_for(name)
         self.check(f"after {HOSTILE} bad files a good one is shown", shows(canvas, good))
-        found = quiet("xdotool", "search", "--onlyvisible", "--name", ".").stdout.split()
-        self.check("no window but the viewer's is open", len(found) == 1)
+        self.check("no window but the viewer's is open", len(windows()) == 1)
         self.check("the viewer ends well after them", viewer.close() == 0)
 
     def run(self):
