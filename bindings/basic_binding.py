@@ -3,8 +3,13 @@ SCALARS = {"int8_t": "Byte", "uint8_t": "Byte", "char": "Byte", "int16_t": "Inte
            "uint16_t": "Integer", "int32_t": "Long", "uint32_t": "Long", "int64_t": "Currency",
            "uint64_t": "Currency", "uintptr_t": "LongPtr"}
 
-KEYWORDS = {"open", "close", "write", "name", "type", "read", "seek", "to", "end", "string", "single",
-            "error", "select", "rem", "next", "property"}
+# Words of the language, and those that its statements begin with.
+KEYWORDS = set("""
+and as base boolean byref byte byval call case close const currency date declare dim do double each else
+end enum error event exit false for friend function get global goto if implements in input integer is
+let like len lock long loop me mod name new next not nothing on open option optional or paramarray print
+private property public put read redim rem resume return seek select set single static step stop string
+sub then to true type until variant wend while with write xor""".split())
 
 
 def _name(name):
@@ -63,10 +68,11 @@ def generate(header, template):
              for name, value in header.constants.items()]
     for record in header.records:
         lines += ["", f"Public Type {record.name}", *_fields(header, record), "End Type"]
+    functions = header.functions + header.windows
     lines += ["", "#If VBA7 Then"]
-    lines += ["Public Declare PtrSafe " + _declaration(header, f) for f in header.functions]
+    lines += ["Public Declare PtrSafe " + _declaration(header, f) for f in functions]
     lines += ["#Else"]
     lines += ["Public Declare " + _declaration(header, f).replace("LongPtr", "Long")
-              for f in header.functions]
+              for f in functions]
     lines += ["#End If"]
     return template.replace("' @DECLARATIONS@\n", "\n".join(lines) + "\n")

@@ -41,6 +41,8 @@ def _parameter(header, parameter):
     kind, name = parameter.type, _name(parameter.name)
     if kind.pointers == 0:
         return f"{SCALARS.get(kind.name, kind.name)} {name}"
+    if kind.name == "T_Rect":
+        return f"[In] int[] {name}"  # left, top, right, bottom, or null
     if kind.pointers > 1:
         return f"out IntPtr {name}" if kind.name in header.opaque else f"IntPtr {name}"
     if kind.name == "char":
@@ -81,7 +83,7 @@ def generate(header, template):
                   f"        public struct {record.name}", "        {"]
         lines += ["    " + _field(header, f) for f in record.fields]
         lines += ["        }"]
-    for function in header.functions:
+    for function in header.functions + header.windows:
         lines += ["", "        [DllImport(Library, CharSet = CharSet.Ansi)]",
                   f"        public static extern {_result(function)} {function.name}("
                   f"{_parameters(header, function)});"]

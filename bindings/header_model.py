@@ -3,7 +3,7 @@ import pathlib
 import re
 import subprocess
 import tempfile
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 
 from pycparser import c_ast, c_parser
 
@@ -47,9 +47,10 @@ class Record:
 class Header:
     constants: dict
     records: tuple  # each behind those that it contains
-    opaque: tuple  # names of records that nobody sees into
+    opaque: tuple  # names of records that nobody sees into, the system's handles among them
     callbacks: tuple
-    functions: tuple
+    functions: tuple  # those of every system
+    windows: tuple  # those that Windows has besides
 
     def record(self, name):
         return next(r for r in self.records if r.name == name)
@@ -79,14 +80,14 @@ class Header:
         return self.layout(record, pointer_bytes)[1] * count, alignment
 
 
-def _preprocessed(pointer_max):
+def _preprocessed(*definitions):
     with tempfile.TemporaryDirectory() as folder:
         for name in ("stdint.h", "stddef.h"):
             (pathlib.Path(folder) / name).write_text("", encoding="ascii")
         names = [*SIZES, "uintptr_t"]
         text = subprocess.run(
-            ["cpp", "-P", "-nostdinc", "-U__GNUC__", f"-DUINTPTR_MAX={pointer_max}", "-I", folder,
-             str(HEADER)], check=True, capture_output=True, text=True).stdout
+            ["cpp", "-P", "-nostdinc", "-U__GNUC__", *definitions, "-I", folder, str(HEADER)],
+            check=True, capture_output=True, text=True).stdout
     known = "".join(f"typedef int {name};\n" for name in names if name != "char")
     return known + text
 
@@ -112,13 +113,15 @@ def _function(name, node):
     return Function(name, _type(node.type), tuple(parameters))
 
 
-def _parse(pointer_max):
-    records, opaque, callbacks, functions = [], [], [], []
-    for item in c_parser.CParser().parse(_preprocessed(pointer_max)).ext:
+def _parse(*definitions):
+    records, opaque, callbacks, functions, handles = [], [], [], [], []
+    for item in c_parser.CParser().parse(_preprocessed(*definitions)).ext:
         if isinstance(item, c_ast.Typedef):
             target = item.type
             if isinstance(target, c_ast.PtrDecl) and isinstance(target.type, c_ast.FuncDecl):
                 callbacks.append(_function(item.name, target.type))
+            elif isinstance(target, c_ast.PtrDecl):
+                handles.append(item.name)
             elif isinstance(getattr(target, "type", None), c_ast.Struct):
                 declarations = target.type.decls
                 if declarations is None:
@@ -128,7 +131,18 @@ def _parse(pointer_max):
                     records.append(Record(item.name, fields))
         elif isinstance(item.type, c_ast.FuncDecl):
             functions.append(_function(item.name, item.type))
-    return records, opaque, callbacks, functions
+    functions = [_with_pointers(f, handles) for f in functions]
+    return records, opaque + handles, callbacks, functions
+
+
+def _with_pointers(function, handles):
+    """A handle, whose type is an address already, as the address of something opaque."""
+    def resolved(parameter):
+        kind = parameter.type
+        if kind.name not in handles:
+            return parameter
+        return Named(parameter.name, replace(kind, pointers=kind.pointers + 1))
+    return replace(function, parameters=tuple(map(resolved, function.parameters)))
 
 
 def _constants():
@@ -151,9 +165,13 @@ def _both(narrow, wide):
 
 
 def read():
-    """The header as 32-bit and 64-bit programs see it, in one."""
-    narrow = _parse("0xFFFFFFFFu")[0]
-    records, opaque, callbacks, functions = _parse("0xFFFFFFFFFFFFFFFFu")
+    """The header as 32-bit and 64-bit programs see it on Windows, which has all of it, in one."""
+    windows = ("-D_WIN32", "-D_WIN64")  # with the second the calling convention has no name
+    narrow = _parse(*windows, "-DUINTPTR_MAX=0xFFFFFFFFu")[0]
+    records, opaque, callbacks, functions = _parse(*windows, "-DUINTPTR_MAX=0xFFFFFFFFFFFFFFFFu")
+    everywhere = {f.name for f in _parse("-DUINTPTR_MAX=0xFFFFFFFFFFFFFFFFu")[3]}
     both = tuple(Record(w.name, tuple(map(_both, n.fields, w.fields)))
                  for n, w in zip(narrow, records))
-    return Header(_constants(), both, tuple(opaque), tuple(callbacks), tuple(functions))
+    return Header(_constants(), both, tuple(opaque), tuple(callbacks),
+                  tuple(f for f in functions if f.name in everywhere),
+                  tuple(f for f in functions if f.name not in everywhere))

@@ -4,7 +4,8 @@ SCALARS = {"int8_t": "ShortInt", "uint8_t": "Byte", "char": "AnsiChar", "int16_t
            "uint64_t": "UInt64", "uintptr_t": "NativeUInt"}
 
 KEYWORDS = {"file", "type", "procedure", "function", "end", "begin", "array", "record", "string",
-            "to", "of", "in", "out", "mod", "div", "set", "with", "var", "const", "unit"}
+            "to", "of", "in", "out", "mod", "div", "set", "with", "var", "const", "unit",
+            "result"}
 
 CONVENTION = "{$ifdef WIN32}stdcall{$else}cdecl{$endif}"
 
@@ -48,6 +49,10 @@ def _head(header, name, function):
     return f"function {name}{brackets}: {_scalar(header, function.result)};"
 
 
+def _declaration(header, function):
+    return f"{_head(header, function.name, function)} {CONVENTION}; external LibraryName;"
+
+
 def generate(header, template):
     lines = ["const"]
     lines += [f"  {name} = {value};" for name, value in header.constants.items()]
@@ -69,6 +74,8 @@ def generate(header, template):
         lines += [f"  {record.name} = record"]
         lines += [_field(header, f) for f in record.fields]
         lines += ["  end;", ""]
-    for function in header.functions:
-        lines += [f"{_head(header, function.name, function)} {CONVENTION}; external LibraryName;"]
+    lines += [_declaration(header, f) for f in header.functions]
+    lines += ["", "{$ifdef MSWINDOWS}"]
+    lines += [_declaration(header, f) for f in header.windows]
+    lines += ["{$endif}"]
     return template.replace("// @DECLARATIONS@\n", "\n".join(lines) + "\n")

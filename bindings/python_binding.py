@@ -30,8 +30,14 @@ def generate(header, template):
         lines += [f'        ("{f.name}", {_type(header, f.type)}),' for f in record.fields]
         lines += ["    ]"]
     lines += ["", "", "def _declare(library):"]
-    for function in header.functions:
-        kinds = ", ".join(_type(header, p.type) for p in function.parameters)
-        lines += [f"    library.{function.name}.restype = {_type(header, function.result)}",
-                  f"    library.{function.name}.argtypes = [{kinds}]"]
+    lines += _prototypes(header, header.functions, "    ")
+    lines += ['    if sys.platform == "win32":']
+    lines += _prototypes(header, header.windows, "        ")
     return template.replace("# @DECLARATIONS@\n", "\n".join(lines) + "\n")
+
+
+def _prototypes(header, functions, indent):
+    for function in functions:
+        kinds = ", ".join(_type(header, p.type) for p in function.parameters)
+        yield f"{indent}library.{function.name}.restype = {_type(header, function.result)}"
+        yield f"{indent}library.{function.name}.argtypes = [{kinds}]"

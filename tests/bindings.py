@@ -24,6 +24,32 @@ sys.dont_write_bytecode = True
 import header_model  # noqa: E402
 import tavo45  # noqa: E402
 
+# Loads a hundred pictures, of which the limit holds thirty, and disposes of none.
+FORGETFUL = """
+using System;
+using Tavo;
+
+static class Forget
+{
+    static Picture last;
+
+    static void Load(string name) { last = Picture.Load(name, 24); }
+
+    static void Main(string[] arguments)
+    {
+        Tavo45.Check(Tavo45.T_SetLimit(Tavo45.T_LIMIT_MEMORY, 100000));
+        for (int i = 0; i < 100; ++i)
+        {
+            Load(arguments[0]);
+            GC.Collect();
+            GC.WaitForPendingFinalizers();
+        }
+        try { last.Row(23); }
+        catch (ArgumentOutOfRangeException) { Console.WriteLine("refused"); }
+    }
+}
+"""
+
 
 def run(*command, **more):
     return subprocess.run([*map(str, command)], capture_output=True, text=True, check=False, **more)
@@ -49,14 +75,15 @@ class Bindings(unittest.TestCase):
         for record in header.records:
             lines += [f"sizeof({record.name})"]
             lines += [f"offsetof({record.name}, {f.name})" for f in record.fields]
-        for compiler, wide in (("gcc", 8), ("i686-w64-mingw32-gcc", 4)):
+        # With _WIN32 the header has all its records; they are laid out the same on both systems.
+        for compiler, wide in (("gcc -D_WIN32 -D_WIN64", 8), ("i686-w64-mingw32-gcc", 4)):
             want = []
             for record in header.records:
                 offsets, size = header.layout(record, wide)
                 want += [size, *offsets.values()]
             checks = "\n".join(f'_Static_assert({line} == {value}, "");'
                                for line, value in zip(lines, want))
-            result = run(compiler, "-fsyntax-only", "-I", ROOT / "include", "-x", "c", "-",
+            result = run(*compiler.split(), "-fsyntax-only", "-I", ROOT / "include", "-x", "c", "-",
                          input=f'#include "tavo45.h"\n{checks}\n')
             self.assertEqual(result.returncode, 0, result.stderr[:500])
         for record in header.records:
@@ -81,17 +108,24 @@ class Bindings(unittest.TestCase):
                               failed.stderr)
                 self.assertIn("(status -10)", failed.stderr)
 
-    def csharp(self):
+    def csharp(self, source=BINDINGS / "csharp" / "Convert.cs"):
         program = self.folder / "Convert.exe"
-        result = run("mcs", f"-out:{program}", *(BINDINGS / "csharp").glob("*.cs"))
+        result = run("mcs", f"-out:{program}", source, BINDINGS / "csharp" / "Tavo45.cs")
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         return ["mono", program]
 
     def pascal(self):
-        result = run("fpc", f"-Fl{BUILD}", f"-FU{self.folder}", f"-FE{self.folder}",
-                     BINDINGS / "pascal" / "convert.pas")
-        self.assertEqual(result.returncode, 0, result.stdout[-500:])
+        for arguments in (["-dMSWINDOWS", BINDINGS / "pascal" / "tavo45.pas"],  # what only Windows has
+                          [BINDINGS / "pascal" / "convert.pas"]):
+            result = run("fpc", "-B", f"-Fl{BUILD}", f"-FU{self.folder}", f"-FE{self.folder}", *arguments)
+            self.assertEqual(result.returncode, 0, result.stdout[-500:])
         return [self.folder / "convert"]
+
+    def test_csharp_frees_what_nobody_disposed_of(self):
+        source = self.folder / "Forget.cs"
+        source.write_text(FORGETFUL, encoding="ascii")
+        result = run(*self.csharp(source), self.source)
+        self.assertEqual((result.returncode, result.stdout), (0, "refused\n"), result.stderr)
 
     def test_python_shares_pixels_and_streams_rows(self):
         picture = tavo45.load(self.source, bits=24)
@@ -114,9 +148,17 @@ class Bindings(unittest.TestCase):
         self.assertTrue((top_first == self.pixels).all())
         for _ in tavo45.rows(self.source):
             break  # ends the load
+        for number in (-1, 23):
+            with self.assertRaises(IndexError):
+                picture.row(number)
         with self.assertRaises(tavo45.Error) as caught:
             tavo45.Picture(10, 10, 8).call(tavo45.lib.T_MosaicBitmap, 0)
         self.assertEqual(caught.exception.status, tavo45.T_ERR_ARGUMENT)
+
+    def test_python_survives_bad_files(self):
+        result = run(sys.executable, ROOT / "tests" / "bindings_bad_input.py", 1, 0)
+        self.assertEqual(result.returncode, 0, result.stderr[-500:])
+        self.assertIn("pictures", result.stdout)
 
     def test_python_leaks_no_bitmap(self):
         def pages():

@@ -329,6 +329,26 @@ Public Type T_JPEGINFO
   Reserved(0 To 11) As Long
 End Type
 
+Public Type T_TwainOptions
+  Size As Long
+  Flags As Long
+  Transfer As Long
+  PixelType As Long
+  BitDepth As Long
+  XResolution As Long
+  YResolution As Long
+  Pages As Long
+  Left As Long
+  Top As Long
+  Right As Long
+  Bottom As Long
+  Brightness As Long
+  Contrast As Long
+  FileFormat As Long
+  FileName As LongPtr
+  SourceName(0 To 35) As Byte
+End Type
+
 #If VBA7 Then
 Public Declare PtrSafe Function T_GetStatusText Lib "TAVO45.dll" (ByVal status As Long) As LongPtr
 Public Declare PtrSafe Function T_GetVersion Lib "TAVO45.dll" () As Long
@@ -378,7 +398,7 @@ Public Declare PtrSafe Function T_ConvertBuffer Lib "TAVO45.dll" (ByVal buffer A
 Public Declare PtrSafe Function T_DefaultDithering Lib "TAVO45.dll" (ByVal method As Long) As Long
 Public Declare PtrSafe Function T_SetGrayFixedPalette Lib "TAVO45.dll" (ByVal flag As Long) As Long
 Public Declare PtrSafe Function T_StartDithering Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal palette As LongPtr, ByVal colors As Long) As Long
-Public Declare PtrSafe Function T_DitherLine Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal input As LongPtr, ByVal output As LongPtr) As Long
+Public Declare PtrSafe Function T_DitherLine Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal input_ As LongPtr, ByVal output As LongPtr) As Long
 Public Declare PtrSafe Function T_StopDithering Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_OptimizeBitmap Lib "TAVO45.dll" (ByRef source As BitmapHandle, ByRef destination As BitmapHandle, ByVal flags As Long, ByVal colors As Long) As Long
 Public Declare PtrSafe Function T_ColorResolution Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal depth As Long, ByVal paletteType As Long, ByVal palette As LongPtr, ByVal colors As Long) As Long
@@ -438,11 +458,11 @@ Public Declare PtrSafe Function T_SaveCALSBitmap Lib "TAVO45.dll" (ByVal name_ A
 Public Declare PtrSafe Function T_LoadTGAFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadTGABitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveTGABitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
-Public Declare PtrSafe Function T_SetRASVariant Lib "TAVO45.dll" (ByVal variant As Long) As Long
+Public Declare PtrSafe Function T_SetRASVariant Lib "TAVO45.dll" (ByVal variant_ As Long) As Long
 Public Declare PtrSafe Function T_LoadRASFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadRASBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare PtrSafe Function T_SaveRASBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
-Public Declare PtrSafe Function T_SetTIFFOption Lib "TAVO45.dll" (ByRef option As T_TIFFOption) As Long
+Public Declare PtrSafe Function T_SetTIFFOption Lib "TAVO45.dll" (ByRef option_ As T_TIFFOption) As Long
 Public Declare PtrSafe Sub T_SetTIFFXYResolution Lib "TAVO45.dll" (ByVal x As Long, ByVal y As Long)
 Public Declare PtrSafe Function T_LoadTIFFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr) As Long
 Public Declare PtrSafe Function T_LoadTIFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
@@ -493,15 +513,15 @@ Public Declare PtrSafe Function T_CompressALL Lib "TAVO45.dll" (ByVal source As 
 Public Declare PtrSafe Function T_CompressBMP Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long) As Long
 Public Declare PtrSafe Function T_CompressGIF Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long) As Long
 Public Declare PtrSafe Function T_CompressPCX Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long) As Long
-Public Declare PtrSafe Function T_CompressTGA Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long, ByVal option As Long) As Long
+Public Declare PtrSafe Function T_CompressTGA Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long, ByVal option_ As Long) As Long
 Public Declare PtrSafe Function T_CompressTIF Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long) As Long
 Public Declare PtrSafe Function T_StartCompressData Lib "TAVO45.dll" (ByVal width As Long, ByVal height As Long, ByVal bitsPerPixel As Long, ByVal write_ As LongPtr, ByVal outputType As Long, ByVal quality As Long, ByVal userData As LongPtr) As Long
 Public Declare PtrSafe Function T_CompressData Lib "TAVO45.dll" (ByVal rows As LongPtr, ByVal rowCount As Long) As Long
 Public Declare PtrSafe Function T_EndCompressData Lib "TAVO45.dll" () As Long
 Public Declare PtrSafe Function T_CompressBitmap1Bit Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal name_ As String, ByVal format As Long) As Long
 Public Declare PtrSafe Function T_DecompressBitmap1Bit Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
-Public Declare PtrSafe Function T_DecompressFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr, ByVal option As Long) As Long
-Public Declare PtrSafe Function T_DecompressMemory Lib "TAVO45.dll" (ByVal address As LongPtr, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr, ByVal option As Long, ByVal size As Long) As Long
+Public Declare PtrSafe Function T_DecompressFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr, ByVal option_ As Long) As Long
+Public Declare PtrSafe Function T_DecompressMemory Lib "TAVO45.dll" (ByVal address As LongPtr, ByRef bitmap As BitmapHandle, ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal context As LongPtr, ByVal option_ As Long, ByVal size As Long) As Long
 Public Declare PtrSafe Function T_DecompressBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
 Public Declare PtrSafe Function T_DecompressBitmapMemory Lib "TAVO45.dll" (ByVal address As LongPtr, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long, ByVal size As Long) As Long
 Public Declare PtrSafe Function T_StartDecompressData Lib "TAVO45.dll" (ByVal sink As LongPtr, ByVal bitsPerPixel As Long, ByVal order As Long, ByVal context As LongPtr) As Long
@@ -509,6 +529,24 @@ Public Declare PtrSafe Function T_DecompressData Lib "TAVO45.dll" (ByVal bytes A
 Public Declare PtrSafe Function T_EndDecompressData Lib "TAVO45.dll" () As Long
 Public Declare PtrSafe Function T_GetCompressFileStamp Lib "TAVO45.dll" (ByVal name_ As String, ByRef stamp As BitmapHandle) As Long
 Public Declare PtrSafe Function T_GetJPEGInfo Lib "TAVO45.dll" (ByVal name_ As String, ByRef info As T_JPEGINFO) As Long
+Public Declare PtrSafe Function T_EnableFastPaint Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare PtrSafe Function T_EnableIndexedPaint Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare PtrSafe Function T_EnableDitheredPaint Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare PtrSafe Function T_EnableOrderedDither Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare PtrSafe Function T_EnableScaleToGray Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare PtrSafe Function T_PaintDevice Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As LongPtr, ByVal source As LongPtr, ByVal destination As LongPtr, ByVal clip As LongPtr, ByVal rop As Long) As Long
+Public Declare PtrSafe Function T_PaintBuffer Lib "TAVO45.dll" (ByRef picture As BitmapHandle, ByVal rows As LongPtr, ByVal firstRow As Long, ByVal rowCount As Long, ByVal dc As LongPtr, ByVal source As LongPtr, ByVal destination As LongPtr, ByVal clip As LongPtr, ByVal rop As Long) As Long
+Public Declare PtrSafe Function T_PaintEffect Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As LongPtr, ByVal source As LongPtr, ByVal destination As LongPtr, ByVal clip As LongPtr, ByVal rop As Long, ByVal effect As Long, ByVal blockSize As Long, ByVal delay As Long) As Long
+Public Declare PtrSafe Function T_ConvertToDDB Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As LongPtr, ByVal result As LongPtr) As Long
+Public Declare PtrSafe Function T_ConvertFromDDB Lib "TAVO45.dll" (ByVal ddb As LongPtr, ByVal palette As LongPtr, ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_CopyToClipboard Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal owner As LongPtr) As Long
+Public Declare PtrSafe Function T_CopyFromClipboard Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal owner As LongPtr) As Long
+Public Declare PtrSafe Function T_PrintBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As LongPtr, ByVal destination As LongPtr) As Long
+Public Declare PtrSafe Function T_PrintBitmapExt Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As LongPtr, ByVal source As LongPtr, ByVal destination As LongPtr, ByVal placement As Long, ByVal rop As Long, ByVal documentName As String, ByVal outputName As String) As Long
+Public Declare PtrSafe Function T_TwainSelect Lib "TAVO45.dll" (ByVal window As LongPtr) As Long
+Public Declare PtrSafe Function T_TwainAcquire Lib "TAVO45.dll" (ByVal window As LongPtr, ByRef bitmap As BitmapHandle) As Long
+Public Declare PtrSafe Function T_TwainAcquireExt Lib "TAVO45.dll" (ByVal window As LongPtr, ByRef options As T_TwainOptions, ByVal page As LongPtr, ByVal context As LongPtr) As Long
+Public Declare PtrSafe Function T_TwainCondition Lib "TAVO45.dll" () As Long
 #Else
 Public Declare Function T_GetStatusText Lib "TAVO45.dll" (ByVal status As Long) As Long
 Public Declare Function T_GetVersion Lib "TAVO45.dll" () As Long
@@ -558,7 +596,7 @@ Public Declare Function T_ConvertBuffer Lib "TAVO45.dll" (ByVal buffer As Long, 
 Public Declare Function T_DefaultDithering Lib "TAVO45.dll" (ByVal method As Long) As Long
 Public Declare Function T_SetGrayFixedPalette Lib "TAVO45.dll" (ByVal flag As Long) As Long
 Public Declare Function T_StartDithering Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal palette As Long, ByVal colors As Long) As Long
-Public Declare Function T_DitherLine Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal input As Long, ByVal output As Long) As Long
+Public Declare Function T_DitherLine Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal input_ As Long, ByVal output As Long) As Long
 Public Declare Function T_StopDithering Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_OptimizeBitmap Lib "TAVO45.dll" (ByRef source As BitmapHandle, ByRef destination As BitmapHandle, ByVal flags As Long, ByVal colors As Long) As Long
 Public Declare Function T_ColorResolution Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal depth As Long, ByVal paletteType As Long, ByVal palette As Long, ByVal colors As Long) As Long
@@ -618,11 +656,11 @@ Public Declare Function T_SaveCALSBitmap Lib "TAVO45.dll" (ByVal name_ As String
 Public Declare Function T_LoadTGAFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadTGABitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveTGABitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
-Public Declare Function T_SetRASVariant Lib "TAVO45.dll" (ByVal variant As Long) As Long
+Public Declare Function T_SetRASVariant Lib "TAVO45.dll" (ByVal variant_ As Long) As Long
 Public Declare Function T_LoadRASFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadRASBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
 Public Declare Function T_SaveRASBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
-Public Declare Function T_SetTIFFOption Lib "TAVO45.dll" (ByRef option As T_TIFFOption) As Long
+Public Declare Function T_SetTIFFOption Lib "TAVO45.dll" (ByRef option_ As T_TIFFOption) As Long
 Public Declare Sub T_SetTIFFXYResolution Lib "TAVO45.dll" (ByVal x As Long, ByVal y As Long)
 Public Declare Function T_LoadTIFFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long) As Long
 Public Declare Function T_LoadTIFBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
@@ -673,15 +711,15 @@ Public Declare Function T_CompressALL Lib "TAVO45.dll" (ByVal source As String, 
 Public Declare Function T_CompressBMP Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long) As Long
 Public Declare Function T_CompressGIF Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long) As Long
 Public Declare Function T_CompressPCX Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long) As Long
-Public Declare Function T_CompressTGA Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long, ByVal option As Long) As Long
+Public Declare Function T_CompressTGA Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long, ByVal option_ As Long) As Long
 Public Declare Function T_CompressTIF Lib "TAVO45.dll" (ByVal source As String, ByVal destination As String, ByVal outputType As Long, ByVal quality As Long, ByVal flag As Long) As Long
 Public Declare Function T_StartCompressData Lib "TAVO45.dll" (ByVal width As Long, ByVal height As Long, ByVal bitsPerPixel As Long, ByVal write_ As Long, ByVal outputType As Long, ByVal quality As Long, ByVal userData As Long) As Long
 Public Declare Function T_CompressData Lib "TAVO45.dll" (ByVal rows As Long, ByVal rowCount As Long) As Long
 Public Declare Function T_EndCompressData Lib "TAVO45.dll" () As Long
 Public Declare Function T_CompressBitmap1Bit Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal name_ As String, ByVal format As Long) As Long
 Public Declare Function T_DecompressBitmap1Bit Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle) As Long
-Public Declare Function T_DecompressFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long, ByVal option As Long) As Long
-Public Declare Function T_DecompressMemory Lib "TAVO45.dll" (ByVal address As Long, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long, ByVal option As Long, ByVal size As Long) As Long
+Public Declare Function T_DecompressFile Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long, ByVal option_ As Long) As Long
+Public Declare Function T_DecompressMemory Lib "TAVO45.dll" (ByVal address As Long, ByRef bitmap As BitmapHandle, ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal context As Long, ByVal option_ As Long, ByVal size As Long) As Long
 Public Declare Function T_DecompressBitmap Lib "TAVO45.dll" (ByVal name_ As String, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long) As Long
 Public Declare Function T_DecompressBitmapMemory Lib "TAVO45.dll" (ByVal address As Long, ByRef bitmap As BitmapHandle, ByVal bitsPerPixel As Long, ByVal size As Long) As Long
 Public Declare Function T_StartDecompressData Lib "TAVO45.dll" (ByVal sink As Long, ByVal bitsPerPixel As Long, ByVal order As Long, ByVal context As Long) As Long
@@ -689,6 +727,24 @@ Public Declare Function T_DecompressData Lib "TAVO45.dll" (ByVal bytes As Long, 
 Public Declare Function T_EndDecompressData Lib "TAVO45.dll" () As Long
 Public Declare Function T_GetCompressFileStamp Lib "TAVO45.dll" (ByVal name_ As String, ByRef stamp As BitmapHandle) As Long
 Public Declare Function T_GetJPEGInfo Lib "TAVO45.dll" (ByVal name_ As String, ByRef info As T_JPEGINFO) As Long
+Public Declare Function T_EnableFastPaint Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare Function T_EnableIndexedPaint Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare Function T_EnableDitheredPaint Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare Function T_EnableOrderedDither Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare Function T_EnableScaleToGray Lib "TAVO45.dll" (ByVal on_ As Long) As Long
+Public Declare Function T_PaintDevice Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As Long, ByVal source As Long, ByVal destination As Long, ByVal clip As Long, ByVal rop As Long) As Long
+Public Declare Function T_PaintBuffer Lib "TAVO45.dll" (ByRef picture As BitmapHandle, ByVal rows As Long, ByVal firstRow As Long, ByVal rowCount As Long, ByVal dc As Long, ByVal source As Long, ByVal destination As Long, ByVal clip As Long, ByVal rop As Long) As Long
+Public Declare Function T_PaintEffect Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As Long, ByVal source As Long, ByVal destination As Long, ByVal clip As Long, ByVal rop As Long, ByVal effect As Long, ByVal blockSize As Long, ByVal delay As Long) As Long
+Public Declare Function T_ConvertToDDB Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As Long, ByVal result As Long) As Long
+Public Declare Function T_ConvertFromDDB Lib "TAVO45.dll" (ByVal ddb As Long, ByVal palette As Long, ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_CopyToClipboard Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal owner As Long) As Long
+Public Declare Function T_CopyFromClipboard Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal owner As Long) As Long
+Public Declare Function T_PrintBitmap Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As Long, ByVal destination As Long) As Long
+Public Declare Function T_PrintBitmapExt Lib "TAVO45.dll" (ByRef bitmap As BitmapHandle, ByVal dc As Long, ByVal source As Long, ByVal destination As Long, ByVal placement As Long, ByVal rop As Long, ByVal documentName As String, ByVal outputName As String) As Long
+Public Declare Function T_TwainSelect Lib "TAVO45.dll" (ByVal window As Long) As Long
+Public Declare Function T_TwainAcquire Lib "TAVO45.dll" (ByVal window As Long, ByRef bitmap As BitmapHandle) As Long
+Public Declare Function T_TwainAcquireExt Lib "TAVO45.dll" (ByVal window As Long, ByRef options As T_TwainOptions, ByVal page As Long, ByVal context As Long) As Long
+Public Declare Function T_TwainCondition Lib "TAVO45.dll" () As Long
 #End If
 
 ' Raises an error with the library's sentence unless the status is T_OK.

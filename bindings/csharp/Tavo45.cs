@@ -3,6 +3,7 @@
 // TAVO45.dll on Windows and libtavo45.so elsewhere, found as the system finds libraries, and is used
 // from one thread at a time.
 using System;
+using System.Collections.Concurrent;
 using System.Runtime.InteropServices;
 using System.Text;
 
@@ -39,24 +40,38 @@ namespace Tavo
     {
         private const int RecordBytes = 1280;
 
+        // Of pictures that nobody disposed of. The collector has a thread of its own, which must
+        // not call the library: the next picture that is made frees them.
+        private static readonly ConcurrentQueue<IntPtr> abandoned = new ConcurrentQueue<IntPtr>();
+
+        private IntPtr record;
+
         /// <summary>The BitmapHandle, for the functions of Tavo45.</summary>
-        public IntPtr At { get; private set; }
+        public IntPtr At => record != IntPtr.Zero
+            ? record
+            : throw new ObjectDisposedException(nameof(Picture));
 
         public Picture()
         {
-            At = Marshal.AllocHGlobal(RecordBytes);
-            Marshal.Copy(new byte[RecordBytes], 0, At, RecordBytes);
+            while (abandoned.TryDequeue(out IntPtr left)) Free(left);
+            record = Marshal.AllocHGlobal(RecordBytes);
+            Marshal.Copy(new byte[RecordBytes], 0, record, RecordBytes);
         }
 
-        ~Picture() { Dispose(); }
+        ~Picture() { if (record != IntPtr.Zero) abandoned.Enqueue(record); }
 
         public void Dispose()
         {
-            if (At == IntPtr.Zero) return;
-            if ((Flags & Tavo45.T_FLAG_ALLOCATED) != 0) Tavo45.T_FreeBitmap(At);
-            Marshal.FreeHGlobal(At);
-            At = IntPtr.Zero;
+            if (record == IntPtr.Zero) return;
+            Free(record);
+            record = IntPtr.Zero;
             GC.SuppressFinalize(this);
+        }
+
+        private static void Free(IntPtr left)
+        {
+            Tavo45.T_FreeBitmap(left);
+            Marshal.FreeHGlobal(left);
         }
 
         public int StorageKind => (int)Marshal.ReadInt32(At, IntPtr.Size == 8 ? 40 : 32);
@@ -104,6 +119,7 @@ namespace Tavo
         /// <summary>The bytes of a stored row without its padding.</summary>
         public byte[] Row(uint number)
         {
+            if (number >= (uint)Height) throw new ArgumentOutOfRangeException(nameof(number));
             Tavo45.T_AccessBitmap(At);
             var bytes = new byte[(Width * BitsPerPixel + 7) / 8];
             GCHandle pinned = GCHandle.Alloc(bytes, GCHandleType.Pinned);
@@ -310,6 +326,9 @@ namespace Tavo
         [UnmanagedFunctionPointer(CallingConvention.StdCall)]
         public delegate uint T_CompressWrite(IntPtr bytes, uint size, IntPtr userData);
 
+        [UnmanagedFunctionPointer(CallingConvention.StdCall)]
+        public delegate int T_TwainPage(IntPtr picture, int page, IntPtr context);
+
         [StructLayout(LayoutKind.Sequential, CharSet = CharSet.Ansi)]
         public struct T_ERRORINFO
         {
@@ -447,6 +466,28 @@ namespace Tavo
             public int StampHeight;
             public int StampBits;
             [MarshalAs(UnmanagedType.ByValArray, SizeConst = 12)] public int[] Reserved;
+        }
+
+        [StructLayout(LayoutKind.Sequential, CharSet = CharSet.Ansi)]
+        public struct T_TwainOptions
+        {
+            public uint Size;
+            public uint Flags;
+            public int Transfer;
+            public int PixelType;
+            public int BitDepth;
+            public int XResolution;
+            public int YResolution;
+            public int Pages;
+            public int Left;
+            public int Top;
+            public int Right;
+            public int Bottom;
+            public int Brightness;
+            public int Contrast;
+            public int FileFormat;
+            public IntPtr FileName;
+            [MarshalAs(UnmanagedType.ByValTStr, SizeConst = 36)] public string SourceName;
         }
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
@@ -985,5 +1026,59 @@ namespace Tavo
 
         [DllImport(Library, CharSet = CharSet.Ansi)]
         public static extern int T_GetJPEGInfo(string name, out T_JPEGINFO info);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_EnableFastPaint(int on);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_EnableIndexedPaint(int on);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_EnableDitheredPaint(int on);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_EnableOrderedDither(int on);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_EnableScaleToGray(int on);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_PaintDevice(IntPtr bitmap, IntPtr dc, [In] int[] source, [In] int[] destination, [In] int[] clip, uint rop);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_PaintBuffer(IntPtr picture, IntPtr rows, int firstRow, int rowCount, IntPtr dc, [In] int[] source, [In] int[] destination, [In] int[] clip, uint rop);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_PaintEffect(IntPtr bitmap, IntPtr dc, [In] int[] source, [In] int[] destination, [In] int[] clip, uint rop, int effect, int blockSize, int delay);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_ConvertToDDB(IntPtr bitmap, IntPtr dc, out IntPtr result);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_ConvertFromDDB(IntPtr ddb, IntPtr palette, IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_CopyToClipboard(IntPtr bitmap, IntPtr owner);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_CopyFromClipboard(IntPtr bitmap, IntPtr owner);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_PrintBitmap(IntPtr bitmap, IntPtr dc, [In] int[] destination);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_PrintBitmapExt(IntPtr bitmap, IntPtr dc, [In] int[] source, [In] int[] destination, uint placement, uint rop, string documentName, string outputName);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_TwainSelect(IntPtr window);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_TwainAcquire(IntPtr window, IntPtr bitmap);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_TwainAcquireExt(IntPtr window, ref T_TwainOptions options, T_TwainPage page, IntPtr context);
+
+        [DllImport(Library, CharSet = CharSet.Ansi)]
+        public static extern int T_TwainCondition();
     }
 }

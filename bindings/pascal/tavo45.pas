@@ -224,6 +224,7 @@ type
   T_FileSeek = function(handle: LongInt; offset: LongInt; origin: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif};
   T_FileClose = function(handle: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif};
   T_CompressWrite = function(bytes: Pointer; size: LongWord; userData: Pointer): LongWord; {$ifdef WIN32}stdcall{$else}cdecl{$endif};
+  T_TwainPage = function(picture: PBitmapHandle; page: LongInt; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif};
 
   BitmapHandle = record
     Handle: NativeUInt;
@@ -340,6 +341,26 @@ type
     StampHeight: LongInt;
     StampBits: LongInt;
     Reserved: array[0..11] of LongInt;
+  end;
+
+  T_TwainOptions = record
+    Size: LongWord;
+    Flags: LongWord;
+    Transfer: LongInt;
+    PixelType: LongInt;
+    BitDepth: LongInt;
+    XResolution: LongInt;
+    YResolution: LongInt;
+    Pages: LongInt;
+    Left: LongInt;
+    Top: LongInt;
+    Right: LongInt;
+    Bottom: LongInt;
+    Brightness: LongInt;
+    Contrast: LongInt;
+    FileFormat: LongInt;
+    FileName: PAnsiChar;
+    SourceName: array[0..35] of AnsiChar;
   end;
 
 function T_GetStatusText(status: LongInt): PAnsiChar; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
@@ -521,6 +542,27 @@ function T_DecompressData(bytes: Pointer; size: LongWord): LongInt; {$ifdef WIN3
 function T_EndDecompressData: LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_GetCompressFileStamp(name: PAnsiChar; var stamp: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
 function T_GetJPEGInfo(name: PAnsiChar; var info: T_JPEGINFO): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+
+{$ifdef MSWINDOWS}
+function T_EnableFastPaint(on: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_EnableIndexedPaint(on: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_EnableDitheredPaint(on: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_EnableOrderedDither(on: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_EnableScaleToGray(on: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_PaintDevice(var bitmap: BitmapHandle; dc: Pointer; source: Pointer; destination: Pointer; clip: Pointer; rop: LongWord): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_PaintBuffer(var picture: BitmapHandle; rows: Pointer; firstRow: LongInt; rowCount: LongInt; dc: Pointer; source: Pointer; destination: Pointer; clip: Pointer; rop: LongWord): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_PaintEffect(var bitmap: BitmapHandle; dc: Pointer; source: Pointer; destination: Pointer; clip: Pointer; rop: LongWord; effect: LongInt; blockSize: LongInt; delay: LongInt): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_ConvertToDDB(var bitmap: BitmapHandle; dc: Pointer; result_: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_ConvertFromDDB(ddb: Pointer; palette: Pointer; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_CopyToClipboard(var bitmap: BitmapHandle; owner: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_CopyFromClipboard(var bitmap: BitmapHandle; owner: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_PrintBitmap(var bitmap: BitmapHandle; dc: Pointer; destination: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_PrintBitmapExt(var bitmap: BitmapHandle; dc: Pointer; source: Pointer; destination: Pointer; placement: LongWord; rop: LongWord; documentName: PAnsiChar; outputName: PAnsiChar): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_TwainSelect(window: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_TwainAcquire(window: Pointer; var bitmap: BitmapHandle): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_TwainAcquireExt(window: Pointer; const options: T_TwainOptions; page: T_TwainPage; context: Pointer): LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+function T_TwainCondition: LongInt; {$ifdef WIN32}stdcall{$else}cdecl{$endif}; external LibraryName;
+{$endif}
 type
   { A call that failed; the message is the library's sentence. }
   ETavo = class(Exception)

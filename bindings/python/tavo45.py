@@ -193,6 +193,8 @@ T_FileClose = _CALLBACK(c.c_int32, c.c_int32)
 
 T_CompressWrite = _CALLBACK(c.c_uint32, c.c_void_p, c.c_uint32, c.c_void_p)
 
+T_TwainPage = _CALLBACK(c.c_int32, c.c_void_p, c.c_int32, c.c_void_p)
+
 
 class T_ERRORINFO(c.Structure):
     _fields_ = [
@@ -371,6 +373,28 @@ class T_JPEGINFO(c.Structure):
         ("StampHeight", c.c_int32),
         ("StampBits", c.c_int32),
         ("Reserved", c.c_int32 * 12),
+    ]
+
+
+class T_TwainOptions(c.Structure):
+    _fields_ = [
+        ("Size", c.c_uint32),
+        ("Flags", c.c_uint32),
+        ("Transfer", c.c_int32),
+        ("PixelType", c.c_int32),
+        ("BitDepth", c.c_int32),
+        ("XResolution", c.c_int32),
+        ("YResolution", c.c_int32),
+        ("Pages", c.c_int32),
+        ("Left", c.c_int32),
+        ("Top", c.c_int32),
+        ("Right", c.c_int32),
+        ("Bottom", c.c_int32),
+        ("Brightness", c.c_int32),
+        ("Contrast", c.c_int32),
+        ("FileFormat", c.c_int32),
+        ("FileName", c.c_char_p),
+        ("SourceName", c.c_char * 36),
     ]
 
 
@@ -733,6 +757,43 @@ def _declare(library):
     library.T_GetCompressFileStamp.argtypes = [c.c_char_p, c.c_void_p]
     library.T_GetJPEGInfo.restype = c.c_int32
     library.T_GetJPEGInfo.argtypes = [c.c_char_p, c.c_void_p]
+    if sys.platform == "win32":
+        library.T_EnableFastPaint.restype = c.c_int32
+        library.T_EnableFastPaint.argtypes = [c.c_int32]
+        library.T_EnableIndexedPaint.restype = c.c_int32
+        library.T_EnableIndexedPaint.argtypes = [c.c_int32]
+        library.T_EnableDitheredPaint.restype = c.c_int32
+        library.T_EnableDitheredPaint.argtypes = [c.c_int32]
+        library.T_EnableOrderedDither.restype = c.c_int32
+        library.T_EnableOrderedDither.argtypes = [c.c_int32]
+        library.T_EnableScaleToGray.restype = c.c_int32
+        library.T_EnableScaleToGray.argtypes = [c.c_int32]
+        library.T_PaintDevice.restype = c.c_int32
+        library.T_PaintDevice.argtypes = [c.c_void_p, c.c_void_p, c.c_void_p, c.c_void_p, c.c_void_p, c.c_uint32]
+        library.T_PaintBuffer.restype = c.c_int32
+        library.T_PaintBuffer.argtypes = [c.c_void_p, c.c_void_p, c.c_int32, c.c_int32, c.c_void_p, c.c_void_p, c.c_void_p, c.c_void_p, c.c_uint32]
+        library.T_PaintEffect.restype = c.c_int32
+        library.T_PaintEffect.argtypes = [c.c_void_p, c.c_void_p, c.c_void_p, c.c_void_p, c.c_void_p, c.c_uint32, c.c_int32, c.c_int32, c.c_int32]
+        library.T_ConvertToDDB.restype = c.c_int32
+        library.T_ConvertToDDB.argtypes = [c.c_void_p, c.c_void_p, c.c_void_p]
+        library.T_ConvertFromDDB.restype = c.c_int32
+        library.T_ConvertFromDDB.argtypes = [c.c_void_p, c.c_void_p, c.c_void_p]
+        library.T_CopyToClipboard.restype = c.c_int32
+        library.T_CopyToClipboard.argtypes = [c.c_void_p, c.c_void_p]
+        library.T_CopyFromClipboard.restype = c.c_int32
+        library.T_CopyFromClipboard.argtypes = [c.c_void_p, c.c_void_p]
+        library.T_PrintBitmap.restype = c.c_int32
+        library.T_PrintBitmap.argtypes = [c.c_void_p, c.c_void_p, c.c_void_p]
+        library.T_PrintBitmapExt.restype = c.c_int32
+        library.T_PrintBitmapExt.argtypes = [c.c_void_p, c.c_void_p, c.c_void_p, c.c_void_p, c.c_uint32, c.c_uint32, c.c_char_p, c.c_char_p]
+        library.T_TwainSelect.restype = c.c_int32
+        library.T_TwainSelect.argtypes = [c.c_void_p]
+        library.T_TwainAcquire.restype = c.c_int32
+        library.T_TwainAcquire.argtypes = [c.c_void_p, c.c_void_p]
+        library.T_TwainAcquireExt.restype = c.c_int32
+        library.T_TwainAcquireExt.argtypes = [c.c_void_p, c.c_void_p, T_TwainPage, c.c_void_p]
+        library.T_TwainCondition.restype = c.c_int32
+        library.T_TwainCondition.argtypes = []
 
 
 def _open():
@@ -786,8 +847,7 @@ class Picture:
 
     def close(self):
         """Frees the pixels now. Arrays that share them must be gone."""
-        if self.record.Flags & T_FLAG_ALLOCATED:
-            lib.T_FreeBitmap(self._at())
+        lib.T_FreeBitmap(self._at())
 
     def __del__(self):
         if lib is not None:
@@ -821,6 +881,8 @@ class Picture:
 
     def row(self, number):
         """The bytes of a stored row without its padding."""
+        if not 0 <= number < self.height:  # the library does not look
+            raise IndexError(f"row {number} of {self.height}")
         lib.T_AccessBitmap(self._at())
         row = c.create_string_buffer((self.width * self.bits + 7) // 8)
         got = lib.T_GetBitmapRow(self._at(), row, number, len(row))
@@ -831,11 +893,13 @@ class Picture:
     @property
     def buffer(self):
         """All stored rows, padded to multiples of 4 bytes, as memory that is shared and can be
-        written. The picture must be in memory and outlive it."""
+        written. The picture must be in memory; it stays as long as the buffer does."""
         lib.T_AccessBitmap(self._at())  # of one that is accessed it does not give the address
         if not self.record.Flags & T_FLAG_MEMORY or not self.record.Data:
             raise Error(T_ERR_NO_STORAGE)
-        return memoryview((c.c_uint8 * self.record.Size).from_address(self.record.Data)).cast("B")
+        pixels = (c.c_uint8 * self.record.Size).from_address(self.record.Data)
+        pixels.picture = self
+        return memoryview(pixels).cast("B")
 
     @property
     def __array_interface__(self):
