@@ -79,6 +79,35 @@ class Exports(unittest.TestCase):
                 self.assertEqual(self.check(self.HEADER, listed).returncode, 1)
 
 
+class Abi(unittest.TestCase):
+    HEADER = ("typedef struct R { int a; int b[2]; void* p; } R;\n"
+              "int f(const R* r, int n);\nint g(R* r);\n")
+    SOURCE = '#include "l.h"\nint f(const R* r, int n) { return r->a; }\nint g(R* r) { return !r; }\n'
+
+    def check(self, old, new, *options):
+        """The library with `old` replaced by `new` in its header and its source."""
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            (root / "l.h").write_text(self.HEADER.replace(old, new), encoding="utf-8")
+            (root / "l.c").write_text(self.SOURCE.replace(old, new), encoding="utf-8")
+            subprocess.run(["cc", "-g", "-shared", "-fPIC", root / "l.c", "-o", root / "l.so"], check=True)
+            return run("check-abi", *options, "--dump", self.dump, "--headers", root, root / "l.so")
+
+    def test_changes_are_found(self):
+        with tempfile.TemporaryDirectory() as folder:
+            self.dump = pathlib.Path(folder, "dump.gz")
+            self.assertEqual(self.check("", "", "--renew").returncode, 0)
+            for old, new, status in (("", "", 0),
+                                     ("{ return !r; }", "{ return !r; }\nint h(void) { return 1; }", 0),
+                                     (", int n", "", 1), (", int n", ", long n", 1),
+                                     ("int g(R* r)", "static int g(R* r)", 1),
+                                     ("int g(R* r)", "unsigned g(R* r)", 1),
+                                     ("const R*", "R*", 1), ("int b[2];", "", 1),
+                                     ("int b[2]", "long b[2]", 1)):
+                with self.subTest(old=old, new=new):
+                    self.assertEqual(self.check(old, new).returncode, status)
+
+
 class Manual(unittest.TestCase):
     def test_examples_compile(self):
         text = (ROOT / "include/tavo45.h").read_text(encoding="utf-8")
