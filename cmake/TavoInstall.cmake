@@ -1,4 +1,4 @@
-# cmake --install: header, libraries, CMake package, pkg-config file.
+# cmake --install: header, libraries, CMake package, pkg-config file, manual pages.
 include(CMakePackageConfigHelpers)
 
 # Releases are installed without symbols, as by cmake --install --strip.
@@ -32,3 +32,17 @@ if(WIN32)
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/tavo45.pc.in ${PROJECT_BINARY_DIR}/tavo45.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tavo45.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The manual pages of the functions are made from the header, where there is a Python to do it.
+find_package(Python3 COMPONENTS Interpreter)
+if(Python3_FOUND AND NOT CMAKE_CROSSCOMPILING)
+  set(manual ${PROJECT_SOURCE_DIR}/scripts/manual)
+  set(man3 ${PROJECT_BINARY_DIR}/man3)
+  add_custom_command(OUTPUT ${man3}/tavo45.3
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${man3}
+    COMMAND Python3::Interpreter -B ${manual}/man_pages.py ${man3} ${PROJECT_VERSION}
+    DEPENDS ${PROJECT_SOURCE_DIR}/include/tavo45.h ${manual}/man_pages.py ${manual}/header_text.py
+    VERBATIM)
+  add_custom_target(tavo45_manual ALL DEPENDS ${man3}/tavo45.3)
+  install(DIRECTORY ${man3} DESTINATION ${CMAKE_INSTALL_MANDIR})
+endif()

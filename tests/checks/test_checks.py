@@ -2,6 +2,7 @@
 import pathlib
 import re
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -122,6 +123,20 @@ class Manual(unittest.TestCase):
                                    f"-I{ROOT / 'include'}", "-"], input=code, text=True,
                                   capture_output=True, check=False)
             self.assertEqual(done.returncode, 0, done.stderr)
+
+    def test_every_function_has_a_page_without_a_warning(self):
+        exported = re.findall(r"^  (\w+)$", "".join(
+            (ROOT / "exports" / name).read_text(encoding="utf-8")
+            for name in ("exports.def", "exports_windows.def")), re.M)
+        with tempfile.TemporaryDirectory() as folder:
+            pages = pathlib.Path(folder) / "man3"
+            subprocess.run([sys.executable, "-B", ROOT / "scripts/manual/man_pages.py", pages, "0"],
+                           check=True)
+            names = {page.stem for page in pages.iterdir()}
+            self.assertEqual({name for name in names if not name.startswith("tavo45")}, set(exported))
+            done = subprocess.run(["groff", "-man", "-Tutf8", "-ww", "-z", *pages.iterdir()],
+                                  cwd=folder, capture_output=True, text=True, check=False)
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
 
 
 if __name__ == "__main__":
