@@ -216,6 +216,9 @@ Status prepare(DitherPass& pass, const BitmapHandle& bitmap, const T_PaletteEntr
 
   if (pass.depth_in <= 8) {
     std::ranges::copy(PaintPalette(bitmap).entries, pass.input_palette);
+    std::ranges::transform(pass.input_palette, pass.input_colors.begin(), [](T_PaletteEntry entry) {
+      return entry.Red | uint32_t{entry.Green} << 8 | uint32_t{entry.Blue} << 16;
+    });
     pass.is_gray_ramp = pass.depth_in == 8 && is_ramp(pass.input_palette);
   }
   if (pass.looks_up()) {

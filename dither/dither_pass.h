@@ -6,6 +6,7 @@
 #include <span>
 
 #include "base/buffer.h"
+#include "color/index_rows.h"
 #include "color/nearest.h"
 #include "dither/diffusion.h"
 #include "dither/dither.h"
@@ -61,6 +62,7 @@ struct DitherPass {
   uint32_t count = 0;
   T_PaletteEntry palette[256] = {};        // beyond `count` all zero
   T_PaletteEntry input_palette[256] = {};  // of indexed rows
+  ColorTable input_colors = {};            // the same with red in the low byte
   bool is_gray_ramp = false;               // rows of 8 bits: index and grey level are the same
 
   const uint32_t* inverse = nullptr;  // the caller's table, while it is one

@@ -14,14 +14,15 @@ namespace {
 
 constexpr uint32_t kIndices = 256;  // unpacked at a time
 
-// Calls use(i, index) for `n` pixels from pixel x (a multiple of 8) of an indexed row on.
+// Calls use(first, indices) for parts of `n` pixels from pixel x (a multiple of 8) of an indexed
+// row on.
 template <class Use>
-void each_index(const uint8_t* row, uint32_t x, uint32_t n, int32_t depth, Use use) {
+void each_part(const uint8_t* row, uint32_t x, uint32_t n, int32_t depth, Use use) {
   uint8_t indices[kIndices];
   for (uint32_t done = 0; done < n; done += kIndices) {
-    const uint32_t part = std::min(kIndices, n - done);
-    unpack_indices(depth, row + packed_offset(depth, x + done), std::span(indices).first(part));
-    for (uint32_t i = 0; i < part; ++i) use(done + i, indices[i]);
+    const auto part = std::span(indices).first(std::min(kIndices, n - done));
+    unpack_indices(depth, row + packed_offset(depth, x + done), part);
+    use(done, part);
   }
 }
 
@@ -41,11 +42,8 @@ void read_16_bits(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32
 
 void read_rgb(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n, uint8_t* rgb) {
   if (pass.depth_in <= 8) {
-    each_index(row, x, n, pass.depth_in, [&](uint32_t i, uint32_t index) {
-      const T_PaletteEntry& entry = pass.input_palette[index];
-      rgb[3 * i] = entry.Red;
-      rgb[3 * i + 1] = entry.Green;
-      rgb[3 * i + 2] = entry.Blue;
+    each_part(row, x, n, pass.depth_in, [&](uint32_t first, std::span<const uint8_t> indices) {
+      write_colors(24, indices, pass.input_colors, rgb + size_t{3} * first);
     });
     return;
   }
@@ -64,8 +62,9 @@ void read_rgb(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n
 }
 
 void read_gray(const DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n, uint8_t* gray) {
-  each_index(row, x, n, pass.depth_in,
-             [&](uint32_t i, uint32_t index) { gray[i] = pass.input_palette[index].Red; });
+  each_part(row, x, n, pass.depth_in, [&](uint32_t first, std::span<const uint8_t> indices) {
+    for (const uint8_t index : indices) gray[first++] = pass.input_palette[index].Red;
+  });
 }
 
 Pixels pixel_layout(const DitherPass& pass) {
