@@ -27,9 +27,10 @@ count_gtest() {  # EXIT-STATUS LOG
   echo "$ok passed, $bad failed"
 }
 
-gtest() {  # LOG COMMAND...
+gtest() {  # LOG COMMAND...; beside the log what GoogleTest tells in JSON, with the tests' own counts
   local log=$1 status=0
   shift
+  local -x GTEST_OUTPUT=json:${log%.gtest}.json
   TMPDIR=$(mktemp -d)
   export TMPDIR
   timeout 900 "$@" > "$log" 2>&1 < /dev/null || status=$?

@@ -108,6 +108,14 @@ class Bindings(unittest.TestCase):
                               failed.stderr)
                 self.assertIn("(status -10)", failed.stderr)
 
+    def test_rows_of_the_example_have_the_mean_of_the_pixels(self):
+        levels = (self.pixels.astype(int) @ (2, 5, 1) + 4) >> 3
+        mean = f"37 x 23 pixels, mean level {levels.sum() // levels.size}"
+        for program in ([sys.executable, BINDINGS / "python" / "rows.py"],
+                        [BUILD / "examples" / "tavo_rows"]):
+            result = run(*program, self.source)
+            self.assertEqual(result.stdout.strip(), mean, result.stderr)
+
     def csharp(self, source=BINDINGS / "csharp" / "Convert.cs"):
         program = self.folder / "Convert.exe"
         result = run("mcs", f"-out:{program}", source, BINDINGS / "csharp" / "Tavo45.cs")

@@ -89,6 +89,7 @@ void expect_whole_rows_alone(const Bytes& file, bool fills_up, Bitmap& whole) {
 
 // Of a cut file only what the picture does not need may be missing.
 TEST_P(Formats, TruncationAnywhereIsToldAndLeavesNothing) {
+  size_t cuts = 0;
   for (const Sample& sample : GetParam().samples) {
     SCOPED_TRACE(sample.name);
     Bitmap whole;
@@ -111,7 +112,9 @@ TEST_P(Formats, TruncationAnywhereIsToldAndLeavesNothing) {
       expect_whole_rows_alone(cut, GetParam().fills_up, plain);
     }
     EXPECT_EQ(leftovers(), before);
+    cuts += sample.file.size();
   }
+  RecordProperty("cuts", static_cast<int>(cuts));
 }
 
 // A few bytes are read a few times and make a few rows, whatever they claim.
@@ -120,7 +123,8 @@ TEST_P(Formats, RandomMutationsGiveADocumentedStatusWithLittleWork) {
   const Leftovers before = leftovers();
   Random random(45);
   uint64_t delivered = 0;  // some formats know one size of picture only, which is not small
-  for (int i = 0; i < 10000 && delivered < 1u << 30; ++i) {
+  int i = 0;
+  for (; i < 10000 && delivered < 1u << 30; ++i) {
     Bytes file = samples[i % samples.size()].file;
     for (uint32_t n = 1 + random.below(4); n > 0; --n) {
       const uint32_t at = random.below(3) == 0 ? random.below(file.size())
@@ -141,6 +145,7 @@ TEST_P(Formats, RandomMutationsGiveADocumentedStatusWithLittleWork) {
     delivered += rows.bytes.size();
   }
   EXPECT_EQ(leftovers(), before);
+  RecordProperty("mutations", i);
 }
 
 TEST_P(Formats, ShortReadsChangeNothing) {
@@ -181,6 +186,7 @@ TEST_P(Formats, WhatKeepsFromIdentifyingIsTold) {
 }
 
 TEST_P(Formats, AnyFailingFileOperationEndsTheLoadCleanly) {
+  int faults = 0;
   for (const Sample& sample : GetParam().samples) {
     SCOPED_TRACE(sample.name);
     Bitmap whole;
@@ -200,9 +206,11 @@ TEST_P(Formats, AnyFailingFileOperationEndsTheLoadCleanly) {
         EXPECT_EQ(status, disk.fault_status) << "operation " << n;
       }
       if (!disk.fault_hit()) break;
+      ++faults;
     }
     EXPECT_EQ(leftovers(), before);
   }
+  RecordProperty("faults", faults);
 }
 
 TEST_P(Formats, RefusedMemoryEndsTheLoadCleanly) {
@@ -315,6 +323,7 @@ TEST_P(Formats, BlackAndWhiteStaysWhatItIs) {
 TEST_P(Formats, AnyFailingFileOperationEndsTheSaveCleanly) {
   const FormatCase& format = GetParam();
   if (format.save_format == 0) GTEST_SKIP() << "no writer";
+  int faults = 0;
   const Leftovers before = leftovers();
   for (const int32_t depth : format.save_depths) {
     for (const uint32_t torn_eighths : {0u, 4u}) {
@@ -329,10 +338,12 @@ TEST_P(Formats, AnyFailingFileOperationEndsTheSaveCleanly) {
         EXPECT_EQ(disk.open_count, 0);
         EXPECT_EQ(status == T_OK, !disk.fault_hit()) << "operation " << n;
         if (!disk.fault_hit()) break;
+        ++faults;
       }
     }
   }
   EXPECT_EQ(leftovers(), before);
+  RecordProperty("faults", faults);
 }
 
 TEST_P(Formats, RefusedMemoryEndsTheSaveCleanly) {

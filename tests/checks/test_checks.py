@@ -138,6 +138,16 @@ class Manual(unittest.TestCase):
                                   cwd=folder, capture_output=True, text=True, check=False)
             self.assertEqual((done.returncode, done.stderr), (0, ""))
 
+    def test_broken_links_are_found(self):
+        sys.path.append(str(ROOT / "scripts/manual"))
+        import links
+        with tempfile.TemporaryDirectory() as folder:
+            site = pathlib.Path(folder)
+            (site / "a.html").write_text('<p id="x"><a href="b.html#y"><a href="#x">', encoding="utf-8")
+            (site / "b.html").write_text('<a href="a.html#y"><img src="c.png">', encoding="utf-8")
+            (site / "large").write_bytes(bytes(links.LARGEST + 1))
+            self.assertEqual(len(links.faults(site)[0]), 4)
+
 
 if __name__ == "__main__":
     unittest.main()
