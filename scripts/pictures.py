@@ -5,10 +5,10 @@ import subprocess
 METHODS = ("none", "floyd-steinberg", "stucki", "burkes", "sierra", "stevenson-arce", "jarvis",
            "ordered")
 
-# Each by its options, which are also its name below the picture.
+# Each by its options, which are also its name below the picture; "middle" is a rectangle in it.
 PROCESSING = (
     "", "--rotate 20", "--rotate 20:smooth:224466", "--rotate -90", "--flip h", "--flip v",
-    "--crop 120x90+60+45", "--blur 9", "--median 9", "--sharpen 400", "--mosaic 8",
+    "--crop middle", "--blur 9", "--median 9", "--sharpen 400", "--mosaic 8",
     "--despeckle 8", "--kernel '-2 -1 0 -1 1 1 0 1 2'", "--erode 5", "--dilate 5", "--open 7",
     "--close 7", "--brightness 250", "--brightness -250", "--contrast 400", "--contrast -500",
     "--saturation -1000", "--saturation 1000", "--hue 120", "--invert", "--posterize 4",
@@ -45,3 +45,8 @@ class Tool:
         info = self.info(picture)
         width, height = min(width, info["width"]), min(height, info["height"])
         return f"{width}x{height}+{(info['width'] - width) // 2}+{(info['height'] - height) // 2}"
+
+    def processing(self, picture):
+        """The options of PROCESSING as they suit a picture."""
+        rectangle = self.middle(picture, 120, 90)
+        return [options.replace("middle", rectangle) for options in PROCESSING]

@@ -141,7 +141,7 @@ class Maker:
     def processing(self):
         return self._row(self._figure(f"processing-{i}", self.small, options, "jpg",
                                       ("--quality", 88))
-                         for i, options in enumerate(pictures.PROCESSING))
+                         for i, options in enumerate(self.tool.processing(self.small)))
 
     def sizes(self):
         detail = self.work / "detail.bmp"
