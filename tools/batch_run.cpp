@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 #include "failure.h"
 #include "listed_name.h"
@@ -21,7 +22,7 @@ RunEnd BatchRun::run() {
   progress_.start(totals_, files - earlier_.size());
   std::vector<Slot> slots(std::min(options_.jobs, files));
   std::vector<std::thread> threads;
-  at_work_ = slots.size();
+  at_work_ = slots_ = slots.size();
   for (Slot& slot : slots) threads.emplace_back([this, &slot] { work(slot); });
   watch(slots);
   for (std::thread& thread : threads) thread.join();
@@ -52,31 +53,40 @@ void BatchRun::end_late_workers(std::vector<Slot>& slots, bool all) {
 }
 
 void BatchRun::work(Slot& slot) {
-  while (take_job(slot)) {
-    if (!hand_over(slot)) break;
-    finish_job(slot);
-  }
-  if (slot.worker.is_started()) slot.worker.wait();
+  while (gather(slot) && hand_over(slot)) finish_job(slot);
+  if (slot.sent > 0) slot.worker.kill();  // nobody asks any more for what was sent ahead
+  if (slot.worker.is_started()) end_worker(slot);
   const std::lock_guard lock(mutex_);
   --at_work_;
   ended_.notify_one();
 }
 
-bool BatchRun::take_job(Slot& slot) {
+// A task to do, and while there are enough for all another one to be sent ahead: its worker then
+// never waits for this process.
+bool BatchRun::gather(Slot& slot) {
+  constexpr size_t kMost = 2;
   const std::lock_guard lock(mutex_);
-  while (!is_interrupted_ && !is_refused_ && next_ < list_.files().size()) {
-    const ListedFile file = list_.files()[next_++];
-    slot.place = file.place;
-    slot.job = {list_.name_at(file.place), {}, {}};
-    if (!leads_out(slot.job.name)) {
-      slot.job.path = list_.path_of(file.place, slot.job.name);
-      slot.job.output = name_output_(slot.job.name, file.hash);
-      return true;
-    }
-    record(slot, report_of(entry_of(slot.job, Outcome::kRefused, T_ERR_NAME,
-                                    "The name leads out of the base")));
+  while (slot.tasks.empty() && take_next(slot)) {
   }
-  return false;
+  while (slot.tasks.size() < kMost && list_.files().size() - next_ >= slots_ && take_next(slot)) {
+  }
+  return !slot.tasks.empty() && !stops();
+}
+
+// False when there are no more.
+bool BatchRun::take_next(Slot& slot) {
+  if (stops() || next_ == list_.files().size()) return false;
+  const ListedFile file = list_.files()[next_++];
+  Task task{{list_.name_at(file.place), {}, {}}, file.place};
+  if (leads_out(task.job.name)) {
+    record(task, report_of(entry_of(task.job, Outcome::kRefused, T_ERR_NAME,
+                                    "The name leads out of the base")));
+    return true;
+  }
+  task.job.path = list_.path_of(file.place, task.job.name);
+  task.job.output = name_output_(task.job.name, file.hash);
+  slot.tasks.push_back(std::move(task));
+  return true;
 }
 
 // Empty when all is well.
@@ -86,6 +96,15 @@ std::string BatchRun::ensure_worker(Slot& slot) {
   char word = 0;
   if (slot.worker.receive(&word, 1) && word == kReady) return {};
   return slot.worker.wait();
+}
+
+bool BatchRun::send_tasks(Slot& slot) {
+  for (; slot.sent < slot.tasks.size(); ++slot.sent) {
+    const WorkerJob& job = slot.tasks[slot.sent].job;
+    if (slot.sent > 0 && !may_be_sent_ahead(job)) return true;
+    if (!send_job(slot.worker, job)) return false;
+  }
+  return true;
 }
 
 // A worker that died before it took the job is not this file's doing.
@@ -104,7 +123,7 @@ bool BatchRun::hand_over(Slot& slot) {
         slot.deadline = Clock::now() + std::chrono::seconds(options_.seconds);
     }
     char word = 0;
-    if (send_job(slot.worker, slot.job) && slot.worker.receive(&word, 1)) return true;
+    if (send_tasks(slot) && slot.worker.receive(&word, 1)) return true;
     reason = end_worker(slot);
   }
   refuse("No worker stays: " + reason);
@@ -119,45 +138,56 @@ std::string BatchRun::end_worker(Slot& slot) {
   }
   const uint32_t process = slot.worker.id();
   std::string how = slot.worker.wait();
-  sweep_folder(folder_of(in_folder(options_.output, slot.job.output)),
-               temporary_prefix(options_.shard, process));
+  for (size_t i = 0; i < slot.sent; ++i)
+    sweep_folder(folder_of(in_folder(options_.output, slot.tasks[i].job.output)),
+                 temporary_prefix(options_.shard, process));
+  slot.sent = 0;
   return how;
 }
 
 JournalEntry BatchRun::entry_without_report(Slot& slot) {
   const std::string how = end_worker(slot);
+  const WorkerJob& job = slot.tasks.front().job;
   if (!slot.is_late)
-    return entry_of(slot.job, Outcome::kCrashed, T_ERR_BAD_DATA,
+    return entry_of(job, Outcome::kCrashed, T_ERR_BAD_DATA,
                     "The work on the file ended with " + how);
   const Failure late = failure_of_seconds({}, options_.seconds + uint64_t{1}, options_.seconds);
-  return entry_of(slot.job, Outcome::kRefused, late.status, late.what);
+  return entry_of(job, Outcome::kRefused, late.status, late.what);
 }
 
 void BatchRun::finish_job(Slot& slot) {
   WorkerReport report;
   const bool is_told = receive_report(slot.worker, report);
-  if (!is_told) report = report_of(entry_without_report(slot));
+  if (is_told) {
+    const std::lock_guard lock(mutex_);
+    slot.is_working = false;
+  } else {
+    report = report_of(entry_without_report(slot));
+  }
+  if (slot.worker.is_started() && slot.is_late) end_worker(slot);  // killed while it told
+  const Task task = std::move(slot.tasks.front());
+  slot.tasks.pop_front();
+  if (slot.sent > 0) --slot.sent;
   const std::lock_guard lock(mutex_);
-  slot.is_working = false;
   if (!is_told && is_dropped_) return;
   if (report.kind == WorkerReport::Kind::kSystem) {
     refuse_locked(report.text);
   } else {
-    record(slot, report);
+    record(task, report);
   }
 }
 
-void BatchRun::record(Slot& slot, const WorkerReport& report) {
+void BatchRun::record(const Task& task, const WorkerReport& report) {
   if (!journal_.append(report.text) || (options_.is_durable && !journal_.sync()))
     return refuse_locked("The journal cannot be written: " + last_error_text());
-  if (const auto before = earlier_.find(slot.place); before != earlier_.end()) {
+  if (const auto before = earlier_.find(task.place); before != earlier_.end()) {
     totals_.remove(before->second);
     earlier_.erase(before);
   }
   totals_.add(report.tally);
   if (report.told.empty()) return;
   progress_.wipe();
-  tell(slot.job.name, report.told);
+  tell(task.job.name, report.told);
 }
 
 // Nothing further is begun.

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -50,23 +51,31 @@ class BatchRun {
  private:
   using Clock = std::chrono::steady_clock;
 
-  struct Slot {
-    WorkerProcess worker;
+  struct Task {
     WorkerJob job;
     uint64_t place = 0;
+  };
+
+  struct Slot {
+    WorkerProcess worker;
+    std::deque<Task> tasks;  // the one in hand, or next to be, and one that is sent ahead
+    size_t sent = 0;         // of them
     Clock::time_point deadline = Clock::time_point::max();
-    bool is_working = false;  // the worker has the job in hand, and is not waited for
-    bool is_late = false;
+    bool is_working = false;  // the worker has a job in hand, and is not waited for
+    bool is_late = false;     // it is killed
   };
 
   void work(Slot& slot);
-  bool take_job(Slot& slot);
+  bool stops() const { return is_interrupted_ || is_refused_; }
+  bool gather(Slot& slot);
+  bool take_next(Slot& slot);
   std::string ensure_worker(Slot& slot);
+  bool send_tasks(Slot& slot);
   bool hand_over(Slot& slot);
   void finish_job(Slot& slot);
   std::string end_worker(Slot& slot);
   JournalEntry entry_without_report(Slot& slot);
-  void record(Slot& slot, const WorkerReport& report);
+  void record(const Task& task, const WorkerReport& report);
   void refuse(const std::string& what);
   void refuse_locked(const std::string& what);
   void watch(std::vector<Slot>& slots);
@@ -82,6 +91,7 @@ class BatchRun {
   std::mutex mutex_;  // of all below, the list, the journal and the slots' times
   std::condition_variable ended_;
   BatchProgress progress_;
+  size_t slots_ = 0;
   size_t next_ = 0;
   size_t at_work_ = 0;  // threads
   bool is_interrupted_ = false;

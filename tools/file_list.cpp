@@ -97,6 +97,7 @@ void FileList::spool_folder(std::ofstream& spool, const std::string& folder,
 void FileList::for_each(const std::function<void(uint64_t place, const std::string& name)>& visit) {
   names_.clear();
   names_.seekg(0);
+  at_ = kNowhere;
   uint64_t place = 0;
   for (std::string line; std::getline(names_, line, end_); place += line.size() + 1) {
     if (line.empty()) continue;
@@ -107,9 +108,12 @@ void FileList::for_each(const std::function<void(uint64_t place, const std::stri
 
 std::string FileList::name_at(uint64_t place) {
   std::string line;
-  names_.clear();
-  names_.seekg(static_cast<std::streamoff>(place));
+  if (at_ != place) {  // seeking drops what was read ahead
+    names_.clear();
+    names_.seekg(static_cast<std::streamoff>(place));
+  }
   std::getline(names_, line, end_);
+  at_ = place + line.size() + 1;
   return name_below(root_of(place), line);
 }
 

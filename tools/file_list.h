@@ -69,6 +69,8 @@ class FileList {
 
   TemporaryFile spool_;
   std::ifstream names_;
+  static constexpr uint64_t kNowhere = UINT64_MAX;
+  uint64_t at_ = kNowhere;  // where name_at stopped reading
   char end_ = '\n';
   std::vector<Root> roots_;
   std::vector<ListedFile> files_;

@@ -18,7 +18,7 @@ constexpr std::string_view kDigits = "0123456789abcdef";
 
 uint64_t hash_of(std::string_view bytes) { return XXH64(bytes.data(), bytes.size(), 0); }
 
-std::optional<uint64_t> hash_of_file(const std::string& path) {
+std::optional<FileSum> sum_of_file(const std::string& path) {
   const auto close = [](std::FILE* file) { std::fclose(file); };
   const std::unique_ptr<std::FILE, decltype(close)> file(open_stream(path, "rb"), close);
   if (!file) return std::nullopt;
@@ -26,10 +26,16 @@ std::optional<uint64_t> hash_of_file(const std::string& path) {
   XXH64_state_t state;
   XXH64_reset(&state, 0);
   char block[1 << 16];
-  while (const size_t got = std::fread(block, 1, sizeof block, file.get()))
+  FileSum sum;
+  size_t got = 0;
+  do {
+    got = std::fread(block, 1, sizeof block, file.get());
     XXH64_update(&state, block, got);
+    sum.size += static_cast<int64_t>(got);
+  } while (got == sizeof block);
   if (std::ferror(file.get()) != 0) return std::nullopt;
-  return XXH64_digest(&state);
+  sum.hash = XXH64_digest(&state);
+  return sum;
 }
 
 std::string to_hex(uint64_t number) {

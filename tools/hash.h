@@ -10,8 +10,13 @@ namespace tavo::tools {
 
 uint64_t hash_of(std::string_view bytes);
 
-// None for a file that cannot be read.
-std::optional<uint64_t> hash_of_file(const std::string& path);
+// Of a whole file.
+struct FileSum {
+  int64_t size = 0;
+  uint64_t hash = 0;
+};
+// None when it cannot be read.
+std::optional<FileSum> sum_of_file(const std::string& path);
 
 // 16 digits.
 std::string to_hex(uint64_t number);

@@ -42,17 +42,12 @@ OutputHabits& output_habits() {
 
 OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::move(target)) {
   const bool is_stream = target_ == kStandardStream;
-  if (!is_stream) check_target();
-  is_special_ = is_stream || file_kind(target_) == FileKind::kOther;
+  const FileKind kind = is_stream ? FileKind::kOther : file_kind(target_);
+  if (!is_stream) check_target(kind);
+  is_special_ = kind == FileKind::kOther;
   final_path_ = is_special_ ? target_ : resolve_links(target_);
   if (is_stream) target_ = "standard output";
-  const std::string folder = is_special_ ? temporary_folder() : folder_of(final_path_);
-  if (output_habits().makes_folders && !make_folder(folder))
-    throw_system_failure(target_, "The folder cannot be made", T_ERR_CREATE);
-  if (!work_.create(folder)) {
-    if (is_special_) throw_folder_failure(folder);
-    throw_system_failure(target_, "No file can be made in this folder", T_ERR_CREATE);
-  }
+  make_work_file();
   if (!is_special_) T_SetDocumentName(stem_of(target_).c_str());
   forget_last_error();
   if (!keep_content || is_special_) return;
@@ -62,8 +57,19 @@ OutputFile::OutputFile(std::string target, bool keep_content) : target_(std::mov
 
 OutputFile::~OutputFile() { T_SetDocumentName(nullptr); }
 
-void OutputFile::check_target() const {
-  const FileKind kind = file_kind(target_);
+void OutputFile::make_work_file() {
+  const std::string folder = is_special_ ? temporary_folder() : folder_of(final_path_);
+  if (work_.create(folder)) return;
+  if (is_special_) throw_folder_failure(folder);
+  if (output_habits().makes_folders && last_error() == Reason::kAbsent) {
+    if (!make_folder(folder))
+      throw_system_failure(target_, "The folder cannot be made", T_ERR_CREATE);
+    if (work_.create(folder)) return;
+  }
+  throw_system_failure(target_, "No file can be made in this folder", T_ERR_CREATE);
+}
+
+void OutputFile::check_target(FileKind kind) const {
   if (kind == FileKind::kMissing && last_error() != Reason::kAbsent)
     throw_system_failure(target_, "The file cannot be created", T_ERR_CREATE);
   if (kind == FileKind::kDirectory) throw Failure{target_, "Is a folder", T_ERR_CREATE};
@@ -76,10 +82,10 @@ void OutputFile::take_turn() {
 }
 
 void OutputFile::copy_target() {
-  check_target();  // it may have come, or been replaced, since it was looked at
+  check_target(file_kind(target_));  // it may have come, or been replaced, since it was looked at
   if (file_kind(final_path_) != FileKind::kRegular) return;
   wait_for(target_, [this] { return content_lock_.take(final_path_); });
-  has_content_ = !is_empty(final_path_);
+  has_content_ = stamp_of(final_path_).size != 0;
   if (!has_content_ || copy_stream(final_path_, path()) == Copied::kAll) return;
   check_signals();
   if (last_error() == Reason::kNoRoom) check(T_ERR_WRITE, target_);

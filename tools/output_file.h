@@ -40,8 +40,9 @@ class OutputFile {
   void commit();
 
  private:
-  void check_target() const;
+  void check_target(FileKind kind) const;
   void take_turn();
+  void make_work_file();
   void copy_target();
   bool put_in_place();
 

@@ -75,7 +75,8 @@ int32_t T_CALL on_status(int32_t percent) {
 }  // namespace
 
 Progress::Progress() {
-  bar.is_terminal = stderr_is_terminal();
+  static const bool is_terminal = stderr_is_terminal();
+  bar.is_terminal = is_terminal;
   bar.next_draw = Clock::now() + kQuietTime;
   T_SetStatusCallBack(on_status);
 }

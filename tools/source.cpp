@@ -10,10 +10,6 @@ namespace {
 
 constexpr uint64_t kMostBytes = UINT32_MAX;  // what the library reads of a file
 
-[[noreturn]] void fail_to_open(const std::string& name) {
-  throw_system_failure(name, T_GetStatusText(T_ERR_OPEN), T_ERR_OPEN);
-}
-
 Failure failure_to_describe(int32_t status, const Source& source, int32_t page) {
   Failure failure = failure_of_call(status, source.name());
   const NotRead reason = why_not_read(source.path());
@@ -35,14 +31,13 @@ Source::Source(const std::string& name) : name_(name) {
   }
   switch (file_kind(name)) {
     case FileKind::kMissing:
-      fail_to_open(name);
+      throw_system_failure(name, T_GetStatusText(T_ERR_OPEN), T_ERR_OPEN);
     case FileKind::kDirectory:
       throw Failure{name, "Is a folder", T_ERR_OPEN};
     case FileKind::kOther:
       copy(name);
       return;
     case FileKind::kRegular:
-      if (!can_be_read(name)) fail_to_open(name);
       path_ = absolute_path(name);
   }
 }

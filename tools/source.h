@@ -9,7 +9,7 @@
 namespace tavo::tools {
 
 // What cannot be sought in, standard input ("-"), a pipe or a device, is read into a temporary file
-// first. Failure for what cannot be opened, with the system's reason.
+// first. Failure for what is not there, with the system's reason.
 class Source {
  public:
   explicit Source(const std::string& name);

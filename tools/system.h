@@ -30,9 +30,6 @@ FileKind file_kind(const std::string& path);
 
 // Whether an existing file may be written to. Renaming over it would not ask.
 bool is_writable(const std::string& path);
-bool is_empty(const std::string& path);
-
-bool can_be_read(const std::string& path);
 
 // Why the last call failed, in the system's words, and what that is about.
 std::string last_error_text();
@@ -52,6 +49,7 @@ void silence_stderr();
 
 // What is known of a file without opening it; -1 for one that is not there.
 struct FileStamp {
+  FileKind kind = FileKind::kMissing;
   int64_t size = -1;
   int64_t mtime = -1;  // whole seconds since 1970
 };

@@ -80,25 +80,9 @@ std::string resolve_links(const std::string& path) {
   return resolved.string();
 }
 
-FileKind file_kind(const std::string& path) {
-  struct stat status;
-  if (::stat(path.c_str(), &status) != 0) return FileKind::kMissing;
-  if (S_ISREG(status.st_mode)) return FileKind::kRegular;
-  return S_ISDIR(status.st_mode) ? FileKind::kDirectory : FileKind::kOther;
-}
+FileKind file_kind(const std::string& path) { return stamp_of(path).kind; }
 
 bool is_writable(const std::string& path) { return ::access(path.c_str(), W_OK) == 0; }
-
-bool is_empty(const std::string& path) {
-  struct stat status;
-  return ::stat(path.c_str(), &status) == 0 && status.st_size == 0;
-}
-
-bool can_be_read(const std::string& path) {
-  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (file >= 0) ::close(file);
-  return file >= 0;
-}
 
 std::string last_error_text() { return std::strerror(errno); }
 int last_error_number() { return errno; }
@@ -135,7 +119,10 @@ void silence_stderr() {
 FileStamp stamp_of(const std::string& path) {
   struct stat status;
   if (::stat(path.c_str(), &status) != 0) return {};
-  return {status.st_size, status.st_mtime};
+  const FileKind kind = S_ISREG(status.st_mode)   ? FileKind::kRegular
+                        : S_ISDIR(status.st_mode) ? FileKind::kDirectory
+                                                  : FileKind::kOther;
+  return {kind, status.st_size, status.st_mtime};
 }
 
 bool is_about_name(int error) {

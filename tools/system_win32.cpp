@@ -15,6 +15,11 @@ constexpr char kSeparators[] = "\\/";
 intptr_t from_handle(HANDLE file) { return reinterpret_cast<intptr_t>(file); }
 HANDLE to_handle(intptr_t file) { return reinterpret_cast<HANDLE>(file); }
 
+FileKind kind_of(DWORD attributes) {
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileKind::kDirectory;
+  return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::kOther : FileKind::kRegular;
+}
+
 }  // namespace
 
 bool stderr_is_terminal() { return ::_isatty(2) != 0; }
@@ -35,29 +40,12 @@ std::string resolve_links(const std::string& path) { return absolute_path(path);
 
 FileKind file_kind(const std::string& path) {
   const DWORD attributes = ::GetFileAttributesW(wide_path(path).c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::kMissing;
-  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileKind::kDirectory;
-  return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::kOther : FileKind::kRegular;
+  return attributes == INVALID_FILE_ATTRIBUTES ? FileKind::kMissing : kind_of(attributes);
 }
 
 bool is_writable(const std::string& path) {
   const DWORD attributes = ::GetFileAttributesW(wide_path(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) == 0;
-}
-
-bool is_empty(const std::string& path) {
-  WIN32_FILE_ATTRIBUTE_DATA about;
-  return ::GetFileAttributesExW(wide_path(path).c_str(), GetFileExInfoStandard, &about) != 0 &&
-         about.nFileSizeHigh == 0 && about.nFileSizeLow == 0;
-}
-
-bool can_be_read(const std::string& path) {
-  const HANDLE file = ::CreateFileW(wide_path(path).c_str(), GENERIC_READ,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  ::CloseHandle(file);
-  return true;
 }
 
 Reason last_error() {
@@ -91,7 +79,7 @@ FileStamp stamp_of(const std::string& path) {
   if (::GetFileAttributesExW(wide_path(path).c_str(), GetFileExInfoStandard, &about) == 0)
     return {};
   const auto join = [](DWORD high, DWORD low) { return int64_t{high} << 32 | low; };
-  return {join(about.nFileSizeHigh, about.nFileSizeLow),
+  return {kind_of(about.dwFileAttributes), join(about.nFileSizeHigh, about.nFileSizeLow),
           join(about.ftLastWriteTime.dwHighDateTime, about.ftLastWriteTime.dwLowDateTime) / kTicks -
               kSecondsTo1970};
 }

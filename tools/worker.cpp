@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <utility>
 
 #include "conversion.h"
 #include "failure.h"
@@ -25,11 +26,10 @@ class Message {
     put(static_cast<uint32_t>(text.size()));
     bytes_ += text;
   }
-  template <class End>
-  bool send(End& end) {
+  // As it is sent.
+  std::string sealed() const {
     const auto size = static_cast<uint32_t>(bytes_.size());
-    bytes_.insert(0, reinterpret_cast<const char*>(&size), sizeof size);
-    return end.send(bytes_.data(), bytes_.size());
+    return std::string(reinterpret_cast<const char*>(&size), sizeof size) + bytes_;
   }
 
   template <class End>
@@ -65,13 +65,13 @@ bool receive_job(ParentPipe& parent, WorkerJob& job) {
   return true;
 }
 
-bool send_report(ParentPipe& parent, const WorkerReport& report) {
+std::string sealed(const WorkerReport& report) {
   Message message;
   message.put(report.kind);
   message.put(report.tally);
   message.put(report.text);
   message.put(report.told);
-  return message.send(parent);
+  return message.sealed();
 }
 
 // No other file would fare better: of what is written, and not for its name alone.
@@ -96,11 +96,11 @@ Outcome outcome_of(const Failure& failure) {
 }
 
 // Pipes and devices are not even opened.
-void check_is_file(const std::string& path) {
+void check_is_file(const std::string& path, const FileStamp& stamp) {
   const auto fail = [&path](const char* what) {
     throw Failure{path, what, T_ERR_BAD_DATA, Cause::kNoPicture};
   };
-  switch (file_kind(path)) {
+  switch (stamp.kind) {
     case FileKind::kDirectory:
       fail("Is a folder");
       break;
@@ -108,7 +108,7 @@ void check_is_file(const std::string& path) {
       fail("Is a pipe or a device");
       break;
     case FileKind::kRegular:
-      if (is_empty(path)) fail("The file is empty");
+      if (stamp.size == 0) fail("The file is empty");
       break;
     case FileKind::kMissing:
       break;
@@ -116,15 +116,16 @@ void check_is_file(const std::string& path) {
 }
 
 MadeFile made_file(const std::string& path, const std::string& folder) {
-  const auto hash = hash_of_file(path);
-  if (!hash) throw_system_failure(path, "The finished file cannot be read", T_ERR_WRITE);
-  return {with_slashes(path.substr(folder.size() + 1)), stamp_of(path).size, *hash};
+  const auto sum = sum_of_file(path);
+  if (!sum) throw_system_failure(path, "The finished file cannot be read", T_ERR_WRITE);
+  return {with_slashes(path.substr(folder.size() + 1)), sum->size, sum->hash};
 }
 
-void convert(const WorkerOptions& options, const WorkerJob& job, JournalEntry& entry) {
+void convert(const WorkerOptions& options, const WorkerJob& job, const FileStamp& stamp,
+             JournalEntry& entry) {
   Converted made;
   try {
-    check_is_file(job.path);
+    check_is_file(job.path, stamp);
     convert_file(options.conversion, job.path, in_folder(options.output, job.output), made);
   } catch (...) {
     for (const std::string& path : made.outputs)
@@ -145,7 +146,7 @@ WorkerReport work_on(const WorkerOptions& options, const WorkerJob& job) {
   const FileStamp stamp = stamp_of(job.path);
   JournalEntry entry{job.name, stamp.size, stamp.mtime};
   try {
-    convert(options, job, entry);
+    convert(options, job, stamp, entry);
   } catch (const Failure& failure) {
     if (is_of_system(failure))
       return {WorkerReport::Kind::kSystem, {}, one_line(failure.file) + ": " + failure.what, {}};
@@ -165,7 +166,12 @@ bool send_job(WorkerProcess& worker, const WorkerJob& job) {
   message.put(job.name);
   message.put(job.path);
   message.put(job.output);
-  return message.send(worker);
+  const std::string bytes = message.sealed();
+  return worker.send(bytes.data(), bytes.size());
+}
+
+bool may_be_sent_ahead(const WorkerJob& job) {
+  return job.name.size() + job.path.size() + job.output.size() < kMostAhead;
 }
 
 bool receive_report(WorkerProcess& worker, WorkerReport& report) {
@@ -207,9 +213,17 @@ int run_worker(const WorkerOptions& options) {
   set_limits(options.limits);
   name_temporaries_for(options.shard);
   output_habits() = {options.is_durable, options.is_durable, false, true};
-  bool is_heard = parent.send(&kReady, 1);
-  for (WorkerJob job; is_heard && receive_job(parent, job);)
-    is_heard = parent.send(&kTaken, 1) && send_report(parent, work_on(options, job));
+  std::string unsaid(1, kReady);
+  const auto say = [&] {
+    const std::string bytes = std::exchange(unsaid, {});
+    return parent.send(bytes.data(), bytes.size());
+  };
+  for (WorkerJob job; (parent.has_more() || say()) && receive_job(parent, job);) {
+    unsaid += kTaken;
+    if (!say()) return kExitOk;
+    unsaid = sealed(work_on(options, job));
+  }
+  say();
   return kExitOk;
 }
 

@@ -28,7 +28,8 @@ struct WorkerJob {
   std::string output;  // below the folder of the outputs
 };
 
-// A worker says kReady when it has started, kTaken to each job, and then how the job ended.
+// A worker says kReady when it has started, kTaken to each job, and then how the job ended:
+// together with the next kTaken when that job has come by then.
 inline constexpr char kReady = 'R';
 inline constexpr char kTaken = 'T';
 
@@ -44,6 +45,8 @@ struct WorkerReport {
 };
 
 bool send_job(WorkerProcess& worker, const WorkerJob& job);
+// Whether a worker may be sent the job while it is busy with another.
+bool may_be_sent_ahead(const WorkerJob& job);
 bool receive_report(WorkerProcess& worker, WorkerReport& report);
 
 // The entry of a file on which no worker reports.

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <string.h>
 #include <sys/prctl.h>
@@ -58,16 +59,12 @@ bool write_all(int file, const void* bytes, size_t size) {
   return true;
 }
 
-bool read_all(int file, void* bytes, size_t size) {
-  char* at = static_cast<char*>(bytes);
-  while (size > 0) {
-    const ssize_t done = ::read(file, at, size);
+size_t read_some(intptr_t file, void* bytes, size_t size) {
+  for (;;) {
+    const ssize_t done = ::read(static_cast<int>(file), bytes, size);
     if (done < 0 && errno == EINTR) continue;
-    if (done <= 0) return false;
-    at += done;
-    size -= static_cast<size_t>(done);
+    return done < 0 ? 0 : static_cast<size_t>(done);
   }
-  return true;
 }
 
 // In the child, where only what a handler may call is safe.
@@ -132,7 +129,8 @@ bool WorkerProcess::send(const void* bytes, size_t size) {
 }
 
 bool WorkerProcess::receive(void* bytes, size_t size) {
-  return read_all(static_cast<int>(from_), bytes, size);
+  return ahead_.take(bytes, size,
+                     [this](void* to, size_t most) { return read_some(from_, to, most); });
 }
 
 void WorkerProcess::kill() { ::kill(static_cast<pid_t>(process_), SIGKILL); }
@@ -140,6 +138,7 @@ void WorkerProcess::kill() { ::kill(static_cast<pid_t>(process_), SIGKILL); }
 std::string WorkerProcess::wait() {
   ::close(static_cast<int>(to_));
   ::close(static_cast<int>(from_));
+  ahead_.clear();
   int status = 0;
   while (::waitpid(static_cast<pid_t>(process_), &status, 0) < 0 && errno == EINTR) {
   }
@@ -161,7 +160,13 @@ bool ParentPipe::send(const void* bytes, size_t size) {
 }
 
 bool ParentPipe::receive(void* bytes, size_t size) {
-  return read_all(static_cast<int>(from_), bytes, size);
+  return ahead_.take(bytes, size,
+                     [this](void* to, size_t most) { return read_some(from_, to, most); });
+}
+
+bool ParentPipe::has_more() const {
+  struct pollfd wanted = {static_cast<int>(from_), POLLIN, 0};
+  return !ahead_.is_empty() || ::poll(&wanted, 1, 0) > 0;
 }
 
 }  // namespace tavo::tools

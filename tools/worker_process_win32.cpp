@@ -30,22 +30,16 @@ bool write_all(intptr_t file, const void* bytes, size_t size) {
   return true;
 }
 
-bool read_all(intptr_t file, void* bytes, size_t size) {
-  char* at = static_cast<char*>(bytes);
-  while (size > 0) {
-    DWORD done = 0;
-    const auto part = static_cast<DWORD>(size);
-    if (::ReadFile(to_handle(file), at, part, &done, nullptr) == 0 || done == 0) return false;
-    at += done;
-    size -= done;
-  }
-  return true;
+size_t read_some(intptr_t file, void* bytes, size_t size) {
+  DWORD done = 0;
+  const auto most = static_cast<DWORD>(size);
+  return ::ReadFile(to_handle(file), bytes, most, &done, nullptr) != 0 ? done : 0;
 }
 
-// A pipe of which the child inherits one end.
+// A pipe of which the child inherits one end. It has room for a job that is sent ahead.
 bool make_pipe(HANDLE& out, HANDLE& in, bool child_reads) {
   SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-  if (::CreatePipe(&out, &in, &inherited, 0) == 0) return false;
+  if (::CreatePipe(&out, &in, &inherited, 2 * kMostAhead) == 0) return false;
   return ::SetHandleInformation(child_reads ? in : out, HANDLE_FLAG_INHERIT, 0) != 0;
 }
 
@@ -118,13 +112,17 @@ bool WorkerProcess::start(const char* word) {
 
 bool WorkerProcess::send(const void* bytes, size_t size) { return write_all(to_, bytes, size); }
 
-bool WorkerProcess::receive(void* bytes, size_t size) { return read_all(from_, bytes, size); }
+bool WorkerProcess::receive(void* bytes, size_t size) {
+  return ahead_.take(bytes, size,
+                     [this](void* to, size_t most) { return read_some(from_, to, most); });
+}
 
 void WorkerProcess::kill() { ::TerminateProcess(to_handle(process_), 1); }
 
 std::string WorkerProcess::wait() {
   close_handle(to_);
   close_handle(from_);
+  ahead_.clear();
   ::WaitForSingleObject(to_handle(process_), INFINITE);
   DWORD status = 0;
   ::GetExitCodeProcess(to_handle(process_), &status);
@@ -141,6 +139,15 @@ ParentPipe::ParentPipe()
 
 bool ParentPipe::send(const void* bytes, size_t size) { return write_all(to_, bytes, size); }
 
-bool ParentPipe::receive(void* bytes, size_t size) { return read_all(from_, bytes, size); }
+bool ParentPipe::receive(void* bytes, size_t size) {
+  return ahead_.take(bytes, size,
+                     [this](void* to, size_t most) { return read_some(from_, to, most); });
+}
+
+bool ParentPipe::has_more() const {
+  DWORD there = 0;
+  return !ahead_.is_empty() ||
+         ::PeekNamedPipe(to_handle(from_), nullptr, 0, nullptr, &there, nullptr) == 0 || there > 0;
+}
 
 }  // namespace tavo::tools
