@@ -309,7 +309,7 @@ void Conversion::reduce(const Target& target, Picture& picture) const {
   if (would_reduce && !reduction.reduces() && picture.record().BitsPerPixel > 8) {
     reduction.dither = "floyd-steinberg";  // as the save would, but not on a copy of the picture
   }
-  apply_reduction(reduction, target.bits, picture);
+  apply_reduction(reduction, target.bits, picture, source_.name());
 }
 
 // As a save would, but for making it grey.

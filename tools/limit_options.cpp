@@ -8,6 +8,7 @@
 #include "failure.h"
 #include "format_table.h"
 #include "option_checks.h"
+#include "system.h"
 #include "tavo45.h"
 
 namespace tavo::tools {
@@ -91,6 +92,7 @@ void add_limit_options(CLI::App& command, LimitOptions& options) {
 
 void set_limits(const LimitOptions& options) {
   T_SetLimit(T_LIMIT_MEMORY, parse_size(options.memory));
+  if (!options.memory.empty()) give_memory_back();
   T_SetLimit(T_LIMIT_PIXELS, options.pixels);
   if (options.formats.empty()) return;
   T_EnableFormat(0, 0);

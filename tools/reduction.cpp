@@ -18,7 +18,8 @@ uint32_t method_of(const std::string& name) {
   return static_cast<uint32_t>(found - kMethods.begin());
 }
 
-void reduce_to_file(const std::string& file, int bits, BitmapHandle& record) {
+void reduce_to_file(const std::string& file, int bits, BitmapHandle& record,
+                    const std::string& where) {
   Picture source;
   const Source palette(file);
   check(T_LoadBitmap(palette.path().c_str(), &source.record(), 0, T_ORDER_RGB), palette.name());
@@ -27,7 +28,7 @@ void reduce_to_file(const std::string& file, int bits, BitmapHandle& record) {
     throw Failure{file, "has no palette: a picture of 8 bits or less is needed", T_ERR_ARGUMENT};
   }
   const uint32_t colors = std::min(from.Colors, 1u << bits);
-  check(T_ColorResolution(&record, bits, T_PALETTE_GIVEN, from.Info.Palette, colors), file);
+  check(T_ColorResolution(&record, bits, T_PALETTE_GIVEN, from.Info.Palette, colors), where);
 }
 
 // Palettes of the number of colours that is asked. Without a word pages of 1 bit become black and
@@ -36,18 +37,19 @@ bool is_for_picture(const std::string& palette) {
   return palette.empty() || palette == "fine" || palette == "optimized";
 }
 
-void reduce(const ReductionOptions& options, int bits, BitmapHandle& record) {
+void reduce(const ReductionOptions& options, int bits, BitmapHandle& record,
+            const std::string& where) {
   record.DitherMethod =
       options.dither.empty() ? T_DITHER_FLOYD_STEINBERG : method_of(options.dither);
   if (is_for_picture(options.palette)) {
     const bool is_fine = options.palette == "fine" || (options.palette.empty() && bits > 1);
     check(T_ColorResolution(&record, bits, is_fine ? T_PALETTE_FINE : T_PALETTE_OPTIMIZED, nullptr,
                             static_cast<uint32_t>(options.colors)),
-          "--colors");
+          where);
   } else if (options.palette == "fixed") {
-    check(T_ColorResolution(&record, bits, T_PALETTE_FIXED, nullptr, 0), "--palette fixed");
+    check(T_ColorResolution(&record, bits, T_PALETTE_FIXED, nullptr, 0), where);
   } else {
-    reduce_to_file(options.palette, bits, record);
+    reduce_to_file(options.palette, bits, record, where);
   }
 }
 
@@ -92,9 +94,10 @@ int reduced_depth(const ReductionOptions& options, int suggested) {
   return suggested;
 }
 
-void apply_reduction(const ReductionOptions& options, int bits, Picture& picture) {
-  if (options.gray) check(T_GrayScaleBitmap(&picture.record()), "--gray");
-  if (options.reduces() && bits <= 8) reduce(options, bits, picture.record());
+void apply_reduction(const ReductionOptions& options, int bits, Picture& picture,
+                     const std::string& where) {
+  if (options.gray) check(T_GrayScaleBitmap(&picture.record()), where);
+  if (options.reduces() && bits <= 8) reduce(options, bits, picture.record(), where);
 }
 
 }  // namespace tavo::tools

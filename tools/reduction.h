@@ -27,7 +27,9 @@ void check_reduction(const ReductionOptions& options, int bits);
 // The depth to save at when none was asked, given the one that the picture and the format suggest.
 int reduced_depth(const ReductionOptions& options, int suggested);
 
-// Makes the changes. `bits` is the depth that will be saved.
-void apply_reduction(const ReductionOptions& options, int bits, Picture& picture);
+// Makes the changes. `bits` is the depth that will be saved; `where` the file to name when one
+// fails.
+void apply_reduction(const ReductionOptions& options, int bits, Picture& picture,
+                     const std::string& where);
 
 }  // namespace tavo::tools

@@ -87,6 +87,10 @@ std::string temporary_folder();
 
 // ---- Processes ----
 
+// From here on blocks of some size that are freed go back to the system at once, where the heap
+// would keep them for the next ones: what the process holds is then what it uses.
+void give_memory_back();
+
 // Where a process identifier means something.
 const std::string& host_name();
 uint32_t process_id();

@@ -1,6 +1,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <malloc.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -188,6 +189,14 @@ std::string temporary_folder() {
   std::error_code error;
   const auto folder = std::filesystem::temp_directory_path(error);
   return error ? std::string() : std::filesystem::absolute(folder, error).string();
+}
+
+void give_memory_back() {
+#ifdef M_MMAP_THRESHOLD
+  constexpr int kLarge = 1 << 17;  // set by hand the thresholds no longer follow what is freed
+  ::mallopt(M_MMAP_THRESHOLD, kLarge);
+  ::mallopt(M_TRIM_THRESHOLD, kLarge);
+#endif
 }
 
 const std::string& host_name() {

@@ -177,6 +177,8 @@ std::string temporary_folder() {
   return length == 0 || length > MAX_PATH ? std::string() : folder_of(narrow(folder));
 }
 
+void give_memory_back() {}  // this heap does so by itself
+
 const std::string& host_name() {
   static const std::string host = [] {
     wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
