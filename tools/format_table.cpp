@@ -12,8 +12,18 @@ namespace {
 
 constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32};
 
+std::string_view usual_extension(const T_Format& format) {
+  const std::string_view all = format.Extensions;
+  return all.substr(0, all.find(' '));
+}
+
 bool has_extension(const T_Format& format, std::string_view wanted) {
-  return std::ranges::count(extensions_of(format), wanted) != 0;
+  for (std::string_view rest = format.Extensions; !rest.empty();) {
+    const std::string_view word = rest.substr(0, rest.find(' '));
+    if (word == wanted) return true;
+    rest.remove_prefix(std::min(word.size() + 1, rest.size()));
+  }
+  return false;
 }
 
 // Null when there is none. A format whose usual extension it is goes before the others.
@@ -21,7 +31,7 @@ const T_Format* find_by_extension(const std::vector<T_Format>& formats, std::str
   const T_Format* found = nullptr;
   for (const T_Format& format : formats) {
     if (format.CanWrite == 0 || !has_extension(format, wanted)) continue;
-    if (extensions_of(format).front() == wanted) return &format;
+    if (usual_extension(format) == wanted) return &format;
     if (found == nullptr) found = &format;
   }
   return found;
@@ -73,17 +83,17 @@ std::string format_name(int32_t id) {
 
 bool is_same_kind(int32_t id, const T_Format& format) {
   return std::ranges::any_of(all_formats(), [&](const T_Format& row) {
-    return row.Id == id && has_extension(format, extensions_of(row).front());
+    return row.Id == id && has_extension(format, usual_extension(row));
   });
 }
 
 bool holds_pages(const T_Format& format) {
-  const std::string usual = extensions_of(format).front();
+  const std::string_view usual = usual_extension(format);
   return usual == "tif" || usual == "dcx";
 }
 
 bool holds_orientation(const T_Format& format) {
-  const std::string usual = extensions_of(format).front();
+  const std::string_view usual = usual_extension(format);
   return usual == "tif" || usual == "jpg";
 }
 
