@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "description_main.h"
 #include "format_table.h"
 #include "help.h"
 #include "option_checks.h"
-#include "program.h"
 
 namespace tavo::tools {
 namespace {
@@ -171,9 +171,5 @@ bool write_all(const std::string& folder, CLI::App& app) {
 }  // namespace tavo::tools
 
 int main(int argc, char** argv) {
-  if (argc != 2) return 2;
-  CLI::App app;
-  tavo::tools::Action action;
-  tavo::tools::describe_program(app, action);
-  return tavo::tools::write_all(argv[1], app) ? 0 : 1;
+  return tavo::tools::write_description(argc, argv, tavo::tools::write_all);
 }

@@ -95,7 +95,7 @@ int parse_and_run(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return report_usage(app, usage_text(app, error));
   } catch (const UsageError& error) {
-    return report_usage(app, error.what);
+    return report_usage(app, one_line(error.what));
   }
 }
 

@@ -2,6 +2,7 @@
 #include <fstream>
 #include <string>
 
+#include "description_main.h"
 #include "help.h"
 #include "program.h"
 
@@ -62,7 +63,8 @@ std::string usage(const CLI::App& command) {
   return text + " [\\fIoptions\\fP]";
 }
 
-void write_page(std::ostream& out, const CLI::App& app) {
+bool write_page(const std::string& place, const CLI::App& app) {
+  std::ofstream out(place);
   const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
   out << ".TH TAVO 1 \"\" \"" << app.version() << "\" \"User Commands\"\n"
       << ".SH NAME\ntavo \\- reads, converts and writes raster images\n.SH SYNOPSIS\n";
@@ -79,17 +81,12 @@ void write_page(std::ostream& out, const CLI::App& app) {
   write_section(out, "EXAMPLES", examples_text());
   write_section(out, "FILES", files_text());
   write_section(out, "NOTES", notes_text());
+  return static_cast<bool>(out.flush());
 }
 
 }  // namespace
 }  // namespace tavo::tools
 
 int main(int argc, char** argv) {
-  if (argc != 2) return 2;
-  CLI::App app;
-  tavo::tools::Action action;
-  tavo::tools::describe_program(app, action);
-  std::ofstream out(argv[1]);
-  tavo::tools::write_page(out, app);
-  return out.flush() ? 0 : 1;
+  return tavo::tools::write_description(argc, argv, tavo::tools::write_page);
 }
