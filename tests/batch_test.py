@@ -1,10 +1,13 @@
 """Tries "tavo batch" as a user does. usage: batch_test.py TAVO"""
 
 import collections
+import contextlib
 import glob
 import json
 import os
+import re
 import resource
+import shutil
 import signal
 import subprocess
 import sys
@@ -133,6 +136,37 @@ class Batches(BatchTest):
         self.assertEqual([made["name"] for made in row["outputs"]], names)
         self.assertEqual(sorted(outputs()), sorted(names))
 
+    def test_a_page_and_another_input_of_one_name_are_refused(self):
+        self.fill(1)
+        Path("p").mkdir()
+        for _ in range(2):
+            self.succeeds("convert", "in/0/0.bmp", "p/m.tif", "--append")
+        self.succeeds("convert", "in/0/0.bmp", "p/m.page2.tif")
+        self.succeeds("convert", "in/0/0.bmp", "p/m.page3.tif")  # a page that there is not
+        bmp = ("--to", "bmp", "--out", "out")
+        for command in (["batch", "p"], ["batch", "p", "--fanout", "1"],
+                        ["convert", *sorted(map(str, Path("p").iterdir()))]):
+            for pages, met in ((["--page", "all"], "--fanout" not in command), ([], False)):
+                done = tavo(*command, *pages, *bmp)
+                self.assertEqual(done.returncode, 2 if met else 0, (command, done.stderr))
+                if met:
+                    self.assertRegex(done.stderr, "page 2 of .*m.tif and .*m.page2.tif .*m.page2.bmp")
+                    self.assertFalse(Path("out").exists())
+                shutil.rmtree("out", ignore_errors=True)
+
+    def test_a_long_list_is_gone_on_with(self):
+        Path("list").write_text("".join(f"{i}.bmp\n" for i in range(3000)))
+        names = ("--list", "list")
+        self.batch(1, source=names)
+        path = Path("out/.journal/0-of-1.ndjson")
+        whole = path.read_bytes().splitlines(keepends=True)
+        self.batch(1, "--resume", source=names)
+        self.assertEqual(path.read_bytes(), b"".join(whole))
+        path.write_bytes(b"".join(whole[:2000]))
+        self.batch(1, "--resume", source=names)
+        self.assertEqual(len(path.read_bytes().splitlines()), len(whole))
+        self.assertEqual(tavo("batch", "--merge", "out", *names).returncode, 1)
+
     def test_limits_are_told(self):
         name = self.make(24)
         for option, word, asked in (("--max-pixels=9", "pixels", "65"), ("--max-mem=1k", "memory", "")):
@@ -163,10 +197,9 @@ class Processes(BatchTest):
             time.sleep(0.005)
         self.fail("no worker")
 
-    def large(self, count=6):
+    def large(self, count=6, side=1500):
         """Each takes a while: noise, optimised to few colours."""
         Path("in").mkdir()
-        side = 1500
         rows = os.urandom(side * side * 3)
         head = make_bmp(24)[:54]
         head = head[:18] + side.to_bytes(4, "little") * 2 + head[26:34] + bytes(4) + head[38:]
@@ -204,6 +237,48 @@ class Processes(BatchTest):
         self.assertEqual(command.read_bytes() if command.exists() else b"", b"")
         self.batch(0, "--resume", *slow)
         self.assertEqual(len(outputs()), 6)
+
+    def test_a_memory_limit_holds_for_all_samples_in_one_process(self):
+        if b"__asan_init" in Path(cli_test.COMMAND[-1]).read_bytes():
+            self.skipTest("a sanitizer holds memory of its own")
+        self.large(1, side=1800)  # 9.7 million bytes
+        here = Path(__file__).resolve().parent.parent
+        root = Path(os.environ.get("TAVO_CORPUS") or here / "fuzz/seeds").resolve()
+        for i, path in enumerate(sorted(p for p in root.rglob("*") if p.is_file())):
+            Path("in", f"s{i}{path.suffix}").symlink_to(path)
+        pipes = ("first.bmp", "last.bmp")
+        for pipe in pipes:
+            os.mkfifo(pipe)
+        whole = ("--to", "group4", "--dither", "none", "--out", "out")
+        with open("told", "wb") as told:
+            process = subprocess.Popen(
+                [*cli_test.COMMAND, "convert", pipes[0], *glob.glob("in/*"), pipes[1],
+                 "--max-mem", "8M", *whole], stderr=told)
+        first, last = (self.kib_when_it_reads(process, pipe) for pipe in pipes)
+        process.wait(60)
+        # Parts of the program that came into use are not the work's memory.
+        growth = last["VmHWM"] - first["VmHWM"] - (last["RssFile"] - first["RssFile"])
+        self.assertLess(growth, 9 << 10)
+
+        def statuses(text):
+            return dict(re.findall(r"^tavo: (\S+): .*\(status (-\d+)\)$", text, re.M))
+        failed = statuses(Path("told").read_text())
+        others = {name: status for name, status in failed.items()
+                  if status != "-120" and name not in pipes}
+        self.assertEqual(failed["in/0.bmp"], "-120")
+        # What is not the limit's is so without one.
+        self.assertEqual(statuses(tavo("convert", *others, *whole).stderr), others)
+
+    def kib_when_it_reads(self, process, pipe):
+        """What it holds, and held at most, when it comes to that input, which is then empty."""
+        while process.poll() is None:
+            with contextlib.suppress(OSError):
+                end = os.open(pipe, os.O_WRONLY | os.O_NONBLOCK)
+                status = Path(f"/proc/{process.pid}/status").read_text()
+                os.close(end)
+                return {row[0]: int(row[1]) for row in re.findall(r"(\w+):\s+(\d+) kB", status)}
+            time.sleep(0.002)
+        self.fail("it ended early")
 
     def test_a_full_disk_loses_nothing(self):
         self.fill()

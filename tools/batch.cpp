@@ -19,6 +19,7 @@
 #include "listed_name.h"
 #include "merge.h"
 #include "option_checks.h"
+#include "page_collisions.h"
 #include "program.h"
 #include "resume.h"
 #include "shard.h"
@@ -74,10 +75,9 @@ class Batch {
     head_ = {TAVO_VERSION, options.hash, list_.sum_of_hashes(), list_.count(), shard_};
     std::erase_if(list_.files(),
                   [this](const ListedFile& file) { return !shard_.holds(file.hash); });
-    list_.files().shrink_to_fit();
-    check_collisions(list_, shard_, output_, [this](const std::string& name, uint64_t hash) {
-      return in_folder(output_, name_output(name, hash));
-    });
+    // A copy of much the same size would be the most memory of all.
+    if (list_.files().size() <= list_.files().capacity() / 2) list_.files().shrink_to_fit();
+    check_outputs();
   }
 
   int run() {
@@ -94,6 +94,7 @@ class Batch {
   std::string name_output(const std::string& name, uint64_t hash) const {
     return output_name(name, hash, options_.fanout, extension_);
   }
+  void check_outputs();
   std::string path() const { return journal_path(output_, shard_); }
   void take_lock();
   void open_journal();
@@ -115,6 +116,16 @@ class Batch {
   bool was_finished_ = false;
   RunEnd end_ = RunEnd::kFinished;
 };
+
+void Batch::check_outputs() {
+  const auto path_of_output = [this](const std::string& name, uint64_t hash) {
+    return in_folder(output_, name_output(name, hash));
+  };
+  check_collisions(list_, shard_, output_, path_of_output);
+  const ConvertOptions& conversion = options_.conversion;
+  if (makes_page_files(conversion, format_by_name(conversion.format)))
+    check_page_collisions(list_, shard_, path_of_output);
+}
 
 void Batch::take_lock() {
   if (!make_folder(journal_folder(output_)))
@@ -225,6 +236,8 @@ int run_as_worker(const BatchOptions& options) {
 
 int run_batch(const BatchOptions& options) {
   if (options.worker) return run_as_worker(options);
+  if (!options.merge.output.empty() && options.verify)
+    throw UsageError{"--verify goes with --resume: --merge reads nothing but the journals"};
   if (!options.merge.output.empty()) return run_merge(options.merge, options.list, options.bad_ok);
   return run_shard(options);
 }

@@ -32,7 +32,8 @@ std::vector<Job> choose_jobs(const Arguments& arguments) {
   const auto& files = arguments.files;
   if (!arguments.folder.empty()) {
     if (options.format.empty()) throw UsageError{"--out: --to must say which format to write"};
-    return jobs_in_folder(files, arguments.folder, format_by_name(options.format));
+    const T_Format format = format_by_name(options.format);
+    return jobs_in_folder(files, arguments.folder, format, makes_page_files(options, format));
   }
   if (files.size() == 2) return {{files[0], files[1]}};
   if (files.size() == 1)
@@ -57,9 +58,9 @@ int run_job(const Job& job, const Arguments& arguments) {
 }
 
 int run_convert(const Arguments& arguments) {
+  set_limits(arguments.limits);
   const std::vector<Job> jobs = choose_jobs(arguments);
   check_options(arguments.options, jobs);
-  set_limits(arguments.limits);
   if (arguments.folder.empty()) return run_job(jobs[0], arguments);
   return run_jobs(jobs, arguments.folder,
                   [&arguments](const Job& job) { return run_job(job, arguments); });
@@ -136,6 +137,10 @@ void add_picture_options(CLI::App& command, ConvertOptions& options) {
 }
 
 }  // namespace
+
+bool makes_page_files(const ConvertOptions& options, const T_Format& format) {
+  return options.page == kAllPages && !holds_pages(format);
+}
 
 void add_conversion_options(CLI::App& command, ConvertOptions& options) {
   add_picture_options(command, options);

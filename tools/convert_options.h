@@ -7,6 +7,7 @@
 #include "compression.h"
 #include "processing.h"
 #include "reduction.h"
+#include "tavo45.h"
 
 namespace tavo::tools {
 
@@ -24,6 +25,9 @@ struct ConvertOptions {
   ReductionOptions reduction;
   CompressionOptions compression;
 };
+
+// Whether each page of an input goes to a file of its own.
+bool makes_page_files(const ConvertOptions& options, const T_Format& format);
 
 // All of them but the format.
 void add_conversion_options(CLI::App& command, ConvertOptions& options);

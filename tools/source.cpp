@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "foreign.h"
+#include "picture.h"
 #include "streams.h"
 #include "system.h"
 
@@ -75,6 +76,13 @@ FILEINFO describe(const Source& source, int32_t page) {
         "There is no page " + std::to_string(page) + ", only " + std::to_string(info.PageCount),
         T_ERR_ARGUMENT};
   return info;
+}
+
+int32_t count_pages(const std::string& path) {
+  if (file_kind(path) != FileKind::kRegular) return 1;  // a pipe would be waited for
+  const GifFrames frames(true);
+  FILEINFO info{};
+  return T_FileInfo(path.c_str(), &info) == T_OK ? info.PageCount : 1;
 }
 
 }  // namespace tavo::tools

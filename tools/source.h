@@ -32,4 +32,7 @@ class Source {
 // Describes the picture of the page given. Failure when it cannot.
 FILEINFO describe(const Source& source, int32_t page);
 
+// How many pages a file has, frames of GIF files being some; 1 for what cannot be read.
+int32_t count_pages(const std::string& path);
+
 }  // namespace tavo::tools
