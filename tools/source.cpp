@@ -1,7 +1,10 @@
 #include "source.h"
 
+#include <cstdio>
+
 #include "failure.h"
 #include "foreign.h"
+#include "native_name.h"
 #include "picture.h"
 #include "streams.h"
 #include "system.h"
@@ -10,6 +13,16 @@ namespace tavo::tools {
 namespace {
 
 constexpr uint64_t kMostBytes = UINT32_MAX;  // what the library reads of a file
+
+[[noreturn]] void fail_to_open(const std::string& name) {
+  throw_system_failure(name, T_GetStatusText(T_ERR_OPEN), T_ERR_OPEN);
+}
+
+bool can_be_read(const std::string& path) {
+  std::FILE* const file = open_stream(path, "rb");
+  if (file != nullptr) std::fclose(file);
+  return file != nullptr;
+}
 
 Failure failure_to_describe(int32_t status, const Source& source, int32_t page) {
   Failure failure = failure_of_call(status, source.name());
@@ -32,7 +45,7 @@ Source::Source(const std::string& name) : name_(name) {
   }
   switch (file_kind(name)) {
     case FileKind::kMissing:
-      throw_system_failure(name, T_GetStatusText(T_ERR_OPEN), T_ERR_OPEN);
+      fail_to_open(name);
     case FileKind::kDirectory:
       throw Failure{name, "Is a folder", T_ERR_OPEN};
     case FileKind::kOther:
@@ -69,6 +82,7 @@ FILEINFO describe(const Source& source, int32_t page) {
     check_signals();
     throw failure_to_describe(status, source, page);
   }
+  if (status == T_ERR_OPEN && !can_be_read(source.path())) fail_to_open(source.name());
   check(status, source.name());
   if (page > info.PageCount)
     throw Failure{
