@@ -1017,11 +1017,11 @@ T_API int32_t T_CALL T_SizeBitmapFine(BitmapHandle* bitmap, int32_t width, int32
  * bitsPerPixel   0: as it comes; 8: then T_GrayScaleBitmap; 16, 24, 32: then T_ColorResolution
  * order          T_ORDER_ value of 16 to 32 bits; below 0: any
  * width, height  pixels and rows; one of them may be 0: in proportion to the other, at least 1
- * method         one of T_SIZE_..., and T_SIZE_DRAFT: JPEG and CMP files are decoded at an eighth,
- * a quarter or half of their size as long as that is twice the wanted one or more, which costs less
- * than 4 levels and saves most of the time; of Photo CD files a smaller level is taken. T_OK,
- * T_ERR_ARGUMENT, the statuses of T_LoadBitmap, T_SizeBitmapFine and T_ColorResolution. The record
- * need not be cleared; after a failure it has no storage. */
+ * method         T_SIZE_ value, and T_SIZE_DRAFT: JPEG and CMP files are decoded at an eighth, a
+ *                quarter or half as long as that is twice the wanted size or more: it costs less
+ *                than 4 levels and saves most of the time; Photo CD files give a smaller level
+ * T_OK, T_ERR_ARGUMENT, the statuses of T_LoadBitmap, T_SizeBitmapFine and T_ColorResolution. The
+ * record need not be cleared; after a failure it has no storage. */
 T_API int32_t T_CALL T_LoadBitmapFine(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel,
                                       int32_t order, int32_t width, int32_t height,
                                       uint32_t method);
@@ -1539,16 +1539,16 @@ T_API int32_t T_CALL T_SetDeflateLevel(int32_t level);
  * Read        All color types and depths, interlaced or not. Of an animation (APNG) the picture
  *             that programs show which know nothing of animations.
  * Delivered   1 bit as 1; 2 and 4 bits as 4; grey, with opacity or without, and indices of 8 bits
- * as 8, of 16 bits rounded to 8 (value * 255 / 65535); colors as 24 bits (T_ORDER_RGB). Top row
- * first, rows of interlaced files in picture order, too: such a picture is held in memory.
- * Transparent pixels show the file's background color, or white, and what is between is mixed. When
- * 32 bits are asked of a file that knows opacity (T_EXTRA_ALPHA), its colors come unmixed and the
- * fourth byte is the opacity, 0 to 255. Gamma and color profiles are not applied. Pixels per metre
- * become dots per inch. Written     1, 4 and 8 bits, grey when the palette is an even ramp from
- * black to white, else with the bitmap's Colors; 24 bits; 32 bits with the fourth byte as opacity.
- * A picture whose fourth bytes are all 0 has none: it is opaque. So is a bitmap of fewer bits,
- * which is written with 24. T_SetDeflateLevel says how small files become. Other depths:
- *             T_ERR_DEPTH. Never interlaced.
+ *             as 8, of 16 bits rounded to 8 (value * 255 / 65535); colors as 24 bits (T_ORDER_RGB).
+ *             Top row first, interlaced files, too, which are held in memory. Transparent pixels
+ *             show the file's background color, or white, and what is between is mixed. When 32
+ *             bits are asked of a file that knows opacity (T_EXTRA_ALPHA), its colors come unmixed
+ *             and the fourth byte is the opacity, 0 to 255. Gamma and color profiles are not
+ *             applied. Pixels per metre become dots per inch.
+ * Written     1, 4 and 8 bits, grey when the palette is an even ramp from black to white, else
+ *             with the bitmap's Colors; 24 bits; 32 bits with the fourth byte as opacity, opaque
+ *             when all are 0; a bitmap of fewer bits is opaque, too, and written with 24. For sizes
+ *             of files see T_SetDeflateLevel. Other depths: T_ERR_DEPTH. Never interlaced.
  * Statuses    T_ERR_BAD_DATA: no PNG file, a wrong checksum or damage in a chunk that the picture
  *             needs; T_ERR_READ: it ends early; T_ERR_SUBTYPE: a critical chunk, a compression or a
  *             filter method that the format does not define. The rows before that are delivered
@@ -2288,19 +2288,19 @@ T_API int32_t T_CALL T_PrintBitmap(BitmapHandle* bitmap, T_DC dc, T_Rect destina
 
 /* Prints a picture, or a part of it.
  * bitmap        as T_PaintDevice takes it. Its resolutions count for FIT and ACTUAL, so that a fax
- *               of 204 x 98 dots per inch is upright; one that is not known is the other one, or
- * 150 dc            of a printer, a metafile or memory; the caller's source        as T_PaintDevice
- * destination   logical coordinates, right > left and bottom > top; null: all that can be printed
- * on placement     T_PRINT_ value rop           as T_PaintDevice documentName  a document of one
- * page is printed; null: on the page that has been begun outputName    with a document: the file
- * that gets what the printer would; null: the printer Pictures that shrink are scaled as by
- * T_PaintDevice, those that grow by the printer. It gets at most a mebibyte a call, or a row:
- * pictures of up to 8 bits that are not averaged with their own depth and palette, all others as 24
- * bits; whatever dithering there is, it is the printer's. The status callback is asked before the
- * first such band and after each; its answer ends the print. After any failure or stop the document
- * is aborted, or ended where the system refuses that. T_OK, T_ERR_ARGUMENT (also a destination or
- * placement that there is not), T_ERR_NO_STORAGE, T_ERR_SEEK, T_ERR_READ, T_ERR_NO_MEMORY,
- * T_ERR_DEVICE (a call of the system failed), the callback's answer. */
+ *               of 204 x 98 dots per inch is upright; an unknown one is the other one, or 150
+ * dc            of a printer, a metafile or memory; the caller's
+ * source, rop   as T_PaintDevice
+ * destination   logical, right > left and bottom > top; null: all that can be printed on
+ * placement     T_PRINT_ value
+ * documentName  a document of one page is printed; null: on the page that has been begun
+ * outputName    with a document: the file that gets what the printer would; null: the printer
+ * What shrinks is scaled as by T_PaintDevice, what grows by the printer. It gets a mebibyte a call
+ * at most, or a row: up to 8 bits that are not averaged as they are, all else as 24; dithering is
+ * the printer's. The status callback is asked before the first band and after each. After a failure
+ * or stop the document is aborted, or ended where the system refuses that.
+ * T_OK, the callback's answer, T_ERR_ARGUMENT (also a wrong destination or placement),
+ * T_ERR_NO_STORAGE, T_ERR_SEEK, T_ERR_READ, T_ERR_NO_MEMORY, T_ERR_DEVICE (the system failed). */
 T_API int32_t T_CALL T_PrintBitmapExt(BitmapHandle* bitmap, T_DC dc, T_Rect source,
                                       T_Rect destination, uint32_t placement, uint32_t rop,
                                       const char* documentName, const char* outputName);

@@ -30,7 +30,8 @@ count_gtest() {  # EXIT-STATUS LOG
 gtest() {  # LOG COMMAND...; beside the log what GoogleTest tells in JSON, with the tests' own counts
   local log=$1 status=0
   shift
-  local -x GTEST_OUTPUT=json:${log%.gtest}.json
+  local relative=${log#"$root"/}
+  local -x GTEST_OUTPUT=json:${relative%.gtest}.json  # a path that Windows takes, too
   TMPDIR=$(mktemp -d)
   export TMPDIR
   timeout 900 "$@" > "$log" 2>&1 < /dev/null || status=$?

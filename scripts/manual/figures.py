@@ -1,7 +1,7 @@
 """Figures that the site shows, from what tests and benchmarks wrote themselves. Where this machine has
 no such output, those of docs/figures are shown, which were made in the same way.
 
-usage: figures.py       writes docs/figures from build/test and build/bench/results"""
+usage: figures.py       writes docs/figures from build/test* and build/bench/results"""
 import json
 import subprocess
 from collections import Counter
@@ -12,7 +12,6 @@ import charts
 
 ROOT = Path(__file__).resolve().parents[2]
 KEPT = ROOT / "docs" / "figures"
-TESTS = ROOT / "build" / "test"
 BENCHMARKS = ROOT / "build" / "bench" / "results"
 
 COUNTS = {"cuts": "files cut short, at every length", "mutations": "files with changed bytes",
@@ -35,7 +34,7 @@ def processor():
 def _tests_of(target):
     """Tests that passed and failed, and what they counted, of all files of one build."""
     sums, date = Counter(), ""
-    for path in sorted(TESTS.glob(f"{target}*.json")):
+    for path in sorted((ROOT / "build").glob(f"test*/{target}*.json")):
         outcome = json.loads(path.read_text(encoding="utf-8"))
         date = outcome["timestamp"][:10]
         tests = [test for suite in outcome["testsuites"] for test in suite["testsuite"]

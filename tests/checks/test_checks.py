@@ -6,7 +6,11 @@ import sys
 import tempfile
 import unittest
 
+sys.dont_write_bytecode = True
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.append(str(ROOT / "scripts/manual"))
+import header_text  # noqa: E402
+import links  # noqa: E402
 
 
 def run(script, *arguments):
@@ -108,8 +112,13 @@ class Abi(unittest.TestCase):
                 with self.subTest(old=old, new=new):
                     self.assertEqual(self.check(old, new).returncode, status)
 
-
 class Manual(unittest.TestCase):
+    def test_columns_of_comments_have_not_been_filled_into_lines(self):
+        parts = [part for section in header_text.read()[1] for block in section.blocks
+                 for part in block.parts]
+        self.assertEqual([line for part in parts for chunk in header_text.chunks(part.comment)
+                          for line in chunk.lines if chunk.kind == "text" and "  " in line], [])
+
     def test_examples_compile(self):
         text = (ROOT / "include/tavo45.h").read_text(encoding="utf-8")
         found = re.findall(r"/\* Example: .*\n((?: \*   .*\n)+) \*/", text)
@@ -139,8 +148,6 @@ class Manual(unittest.TestCase):
             self.assertEqual((done.returncode, done.stderr), (0, ""))
 
     def test_broken_links_are_found(self):
-        sys.path.append(str(ROOT / "scripts/manual"))
-        import links
         with tempfile.TemporaryDirectory() as folder:
             site = pathlib.Path(folder)
             (site / "a.html").write_text('<p id="x"><a href="b.html#y"><a href="#x">', encoding="utf-8")
