@@ -88,10 +88,7 @@ class Page:
 
     def sizes(self):
         detail = self.folder / "detail.bmp"
-        info = self.tool.info(self.scene)
-        x, y = info["width"] * 3 // 5, info["height"] * 2 // 3
-        self.tool.run("convert", self.scene, detail, "--crop",
-                      f"{max(1, info['width'] // 6)}x{max(1, info['height'] // 6)}+{x}+{y}")
+        self.tool.run("convert", self.scene, detail, "--crop", self.tool.detail(self.scene))
         figures = [self.figure(detail, "--size 400% --size-method nearest", "plain"),
                    self.figure(detail, "--size 400% --size-method mitchell", "smooth"),
                    self.figure(self.scene, "--size 25% --size-method nearest", "plain"),

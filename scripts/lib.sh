@@ -91,6 +91,9 @@ build_preset() {
   return 1
 }
 
+# note_commit FOLDER: which sources what is written there is about, for scripts/docs.
+note_commit() { git describe --always --dirty > "$1/commit" 2> /dev/null || rm -f "$1/commit"; }
+
 # Counted checks: check NAME COMMAND... prints one line, and what the command said when it fails;
 # finish_checks prints the sum and gives the exit status.
 passed=0

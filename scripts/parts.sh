@@ -7,6 +7,7 @@ start_parts() {  # FOLDER for the logs
   results=$root/$1
   rm -rf "$results"
   mkdir -p "$results"
+  note_commit "$results"
   jobs=$(nproc)
   names=()
 }

@@ -46,6 +46,12 @@ class Tool:
         width, height = min(width, info["width"]), min(height, info["height"])
         return f"{width}x{height}+{(info['width'] - width) // 2}+{(info['height'] - height) // 2}"
 
+    def detail(self, picture):
+        """A sixth of a picture across and down, where the sample has a house."""
+        info = self.info(picture)
+        width, height = info["width"], info["height"]
+        return f"{max(1, width // 6)}x{max(1, height // 6)}+{width * 3 // 5}+{height * 2 // 3}"
+
     def processing(self, picture):
         """The options of PROCESSING as they suit a picture."""
         rectangle = self.middle(picture, 120, 90)

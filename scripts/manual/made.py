@@ -145,8 +145,7 @@ class Maker:
 
     def sizes(self):
         detail = self.work / "detail.bmp"
-        self.tool.run("convert", self.scene, detail, "--crop",
-                      self.tool.middle(self.scene, 64, 48))
+        self.tool.run("convert", self.scene, detail, "--crop", self.tool.detail(self.scene))
         return self._row(self._figure(f"size-{i}", self.scene if "30%" in options else detail,
                                       options) for i, options in enumerate(pictures.SIZES))
 

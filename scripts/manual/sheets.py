@@ -32,7 +32,7 @@ def main():
         scene, small, detail = (tool.folder / f"{name}.bmp" for name in ("scene", "small", "detail"))
         subprocess.run([build / "examples" / "tavo_picture", "scene", "480", "360", scene], check=True)
         tool.run("convert", scene, small, "--fit", "240x180")
-        tool.run("convert", scene, detail, "--crop", tool.middle(scene, 64, 48))
+        tool.run("convert", scene, detail, "--crop", tool.detail(scene))
         options = {text.removeprefix("--").replace(":", ",").partition(" '")[0] or "as it was": text
                    for text in tool.processing(small)}
         sheet(tool, "processing", {title: [small, *shlex.split(text)]
