@@ -67,16 +67,16 @@ class Site:
             text = re.search(r"^```c\n(.*?)^```$", text, re.M | re.S)[1]
         return f"{match[1]}:\n\n{code_block(text)}\n"
 
-    def section(self, match):
-        """[text](path "the section NAME"): that section of another page, without its heading."""
+    def table(self, match):
+        """[text](path "the table of NAME"): what is in columns in that section of another page."""
         text = (DOCS / match[1]).read_text(encoding="utf-8")
         text = re.search(rf"^## {re.escape(match[2])}\n(.*?)^## ", text, re.M | re.S)[1]
-        return re.sub(r"\[docs/(\w+)\.md\]\(docs/", r"[the page on \1](", text.strip())
+        return "\n".join(line for line in text.splitlines() if line.startswith("|"))
 
     def run(self, match):
         """Commands that are run where the sample pictures are, and what they print."""
         path = ":".join(map(str, self.programs))
-        done = subprocess.run(["bash", "-c", f"PATH={shlex.quote(path)}:$PATH\n{match[1]}"],
+        done = subprocess.run(["bash", "-c", f"set -e; PATH={shlex.quote(path)}:$PATH\n{match[1]}"],
                               cwd=self.work, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                               text=True, check=False)
         if done.returncode != 0:
@@ -118,7 +118,7 @@ class Site:
         self.base = source.parent
         text = source.read_text(encoding="utf-8")
         text = re.sub(r'^\[([^\]]+)\]\((\S+) "shown here"\)$', self.shown, text, flags=re.M)
-        text = re.sub(r'^\[[^\]]+\]\((\S+) "the section ([^"]+)"\)$', self.section, text, flags=re.M)
+        text = re.sub(r'^\[[^\]]+\]\((\S+) "the table of ([^"]+)"\)$', self.table, text, flags=re.M)
         text = re.sub(r"^```sh run\n(.*?)^```$", self.run, text, flags=re.M | re.S)
         text = re.sub(r"<!-- made: ([\w-]+) -->", lambda m: self.maker.make(m[1]), text)
         body = markdown.markdown(text, extensions=["tables", "fenced_code", "toc", "md_in_html"])
