@@ -1,4 +1,4 @@
-// The platform layer for native builds.
+// The platform layer for native builds; memory is in heap.cpp.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -6,97 +6,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <span>
 
-#include "platform/allocation_gate.h"
+#include "platform/heap.h"
 #include "platform/platform.h"
 
 namespace tavo::platform {
 
 namespace {
-
-AllocationGate gate;
-
-// Blocks are aligned for vector code; pixels of large pictures gain from whole cache lines.
-constexpr size_t kAlignment = 64;
-static_assert(alignof(max_align_t) >= 16);
-
-// From this size on blocks ask for huge pages: a fresh picture of 36 MiB is 18 page faults instead
-// of 9,216, which cost more than most decoders. Never more memory than the block's own whole pages.
-constexpr size_t kHugePage = size_t{2} << 20;
-constexpr size_t kHugeBlock = 2 * kHugePage;
-
-void ask_for_huge_pages([[maybe_unused]] void* block, [[maybe_unused]] size_t bytes) {
-#ifdef MADV_HUGEPAGE
-  // Advice: nothing is lost where the system has none.
-  (void)::madvise(block, bytes & ~(kHugePage - 1), MADV_HUGEPAGE);
-#endif
-}
-
-// What stands in front of a block.
-struct BlockNote {
-  void* given;  // by the allocator
-  size_t bytes;
-};
-static_assert(sizeof(BlockNote) <= alignof(max_align_t));
-
-// Blocks below that size end where what the allocator gave ends, so that checkers of memory see all
-// that is beyond; what it gave stands before them.
-//
-// For huge pages it is not asked: around a block so aligned it leaves pieces that others take, the
-// next one does not fit there, and a program that keeps freed memory grows with every picture.
-void* take_block(size_t bytes, bool is_zeroed) {
-  if (!gate.admit(bytes)) return nullptr;
-  const bool is_huge = bytes >= kHugeBlock;
-  const size_t alignment = is_huge ? kHugePage : is_zeroed ? alignof(max_align_t) : kAlignment;
-  if (bytes > PTRDIFF_MAX - alignment) return nullptr;
-  void* given = nullptr;
-  if (is_zeroed) {
-    given = std::calloc(1, bytes + alignment);
-  } else if (is_huge) {
-    given = std::malloc(bytes + alignment);
-  } else if (::posix_memalign(&given, alignment, bytes + alignment) != 0) {
-    return nullptr;
-  }
-  if (given == nullptr) return nullptr;
-  const size_t before = alignment - (reinterpret_cast<uintptr_t>(given) & (alignment - 1));
-  auto* const block = static_cast<uint8_t*>(given) + before;
-  const BlockNote note{given, bytes};
-  std::memcpy(block - sizeof note, &note, sizeof note);
-  if (is_huge) ask_for_huge_pages(block, bytes);
-  gate.block_taken(bytes);
-  return block;
-}
-
-// Returns those whole pages among `bytes` to the system that nobody shares: they read as zero
-// afterwards (madvise(2)).
-std::span<uint8_t> give_back(std::span<uint8_t> bytes) {
-#ifdef __linux__
-  const auto page = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
-  const size_t before = -reinterpret_cast<uintptr_t>(bytes.data()) & (page - 1);
-  if (bytes.size() < before + page) return bytes.first(0);
-  const auto pages = bytes.subspan(before, (bytes.size() - before) & ~(page - 1));
-  if (::madvise(pages.data(), pages.size(), MADV_DONTNEED) == 0) return pages;
-#endif
-  return bytes.first(0);
-}
-
-BlockNote note_of(void* block) {
-  BlockNote note;
-  std::memcpy(&note, static_cast<uint8_t*>(block) - sizeof note, sizeof note);
-  return note;
-}
-
-void return_block(void* block) {
-  if (block == nullptr) return;
-  const BlockNote note = note_of(block);
-  gate.block_returned(note.bytes);
-  std::free(note.given);
-}
 
 constexpr int32_t kAccessWrite = 1;
 constexpr int32_t kAccessReadWrite = 2;
@@ -152,57 +72,26 @@ bool take_file(int file, const char* name, int32_t access, int32_t mode) {
   return ::ftruncate(file, 0) == 0;
 }
 
-// A native palette object.
-struct Palette {
-  uint32_t count;
-  T_PaletteEntry entries[256];
-};
-
 }  // namespace
 
-uintptr_t allocate_movable(size_t bytes) {
-  return reinterpret_cast<uintptr_t>(take_block(bytes, false));
+void ask_for_huge_pages([[maybe_unused]] void* block, [[maybe_unused]] size_t bytes) {
+#ifdef MADV_HUGEPAGE
+  // Advice: nothing is lost where the system has none.
+  (void)::madvise(block, bytes & ~(kHugePage - 1), MADV_HUGEPAGE);
+#endif
 }
 
-void* lock_block(uintptr_t block) { return reinterpret_cast<void*>(block); }
-int32_t unlock_block(uintptr_t) { return 0; }
-
-int32_t free_block(uintptr_t block) {
-  return_block(reinterpret_cast<void*>(block));
-  return 0;
+// They read as zero afterwards (madvise(2)).
+std::span<uint8_t> give_back(std::span<uint8_t> bytes) {
+#ifdef __linux__
+  const auto page = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
+  const size_t before = -reinterpret_cast<uintptr_t>(bytes.data()) & (page - 1);
+  if (bytes.size() < before + page) return bytes.first(0);
+  const auto pages = bytes.subspan(before, (bytes.size() - before) & ~(page - 1));
+  if (::madvise(pages.data(), pages.size(), MADV_DONTNEED) == 0) return pages;
+#endif
+  return bytes.first(0);
 }
-
-void hand_over(uintptr_t block) {
-  gate.block_returned(note_of(reinterpret_cast<void*>(block)).bytes);
-}
-
-void free_shared(uintptr_t block) {
-  if (block != 0) std::free(note_of(reinterpret_cast<void*>(block)).given);
-}
-
-size_t shared_size(uintptr_t) { return 0; }
-
-void clear_block(void* at, size_t bytes) {
-  const std::span<uint8_t> all(static_cast<uint8_t*>(at), bytes);
-  const std::span<uint8_t> pages = bytes < kHugePage ? all.first(0) : give_back(all);
-  const std::span<uint8_t> before = all.first(static_cast<size_t>(pages.data() - all.data()));
-  std::ranges::fill(before, uint8_t{0});
-  std::ranges::fill(all.subspan(before.size() + pages.size()), uint8_t{0});
-}
-
-void discard(void* at, size_t bytes) { (void)give_back({static_cast<uint8_t*>(at), bytes}); }
-
-void* allocate_fixed(size_t bytes) { return take_block(bytes, true); }
-void free_fixed(void* block) { return_block(block); }
-
-void limit_memory(uint64_t bytes) { gate.limit(bytes); }
-uint64_t over_limit() { return gate.over_limit(); }
-void forget_over_limit() { gate.forget_over_limit(); }
-
-void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
-bool allocation_was_refused() { return gate.refused(); }
-int64_t blocks_in_use() { return gate.in_use(); }
-uint64_t bytes_taken() { return gate.bytes_taken(); }
 
 int32_t last_error() { return errno; }
 
@@ -351,34 +240,6 @@ void* module_entry(uintptr_t module, const char* entry) {
 
 void unload_module(uintptr_t module) {
   if (module != 0) ::dlclose(reinterpret_cast<void*>(module));
-}
-
-uintptr_t create_palette(std::span<const T_PaletteEntry> entries) {
-  if (entries.empty() || entries.size() > 256) return 0;
-  auto* palette = static_cast<Palette*>(allocate_fixed(sizeof(Palette)));
-  if (palette == nullptr) return 0;
-  palette->count = static_cast<uint32_t>(entries.size());
-  std::memcpy(palette->entries, entries.data(), entries.size_bytes());
-  return reinterpret_cast<uintptr_t>(palette);
-}
-
-uint32_t palette_entries(uintptr_t palette, uint32_t first, std::span<T_PaletteEntry> entries) {
-  const auto* object = reinterpret_cast<const Palette*>(palette);
-  if (object == nullptr || first >= object->count) return 0;
-  uint32_t count = object->count - first;
-  if (count > entries.size()) count = static_cast<uint32_t>(entries.size());
-  std::memcpy(entries.data(), object->entries + first, count * sizeof(T_PaletteEntry));
-  return count;
-}
-
-uint32_t palette_size(uintptr_t palette) {
-  const auto* object = reinterpret_cast<const Palette*>(palette);
-  return object == nullptr ? 0 : object->count;
-}
-
-int32_t delete_object(uintptr_t object) {
-  free_fixed(reinterpret_cast<void*>(object));
-  return 1;
 }
 
 ScreenSize screen_size() { return {1280, 1024}; }
