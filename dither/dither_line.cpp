@@ -87,10 +87,14 @@ ptrdiff_t load_share(const char* entry) {
   return share;
 }
 
-// A conditional move, because no branch foresees the sign, and compilers make one.
+// A conditional move, because no branch foresees the sign, and compilers make one for x86.
 ptrdiff_t choose_by_sign(ptrdiff_t value, ptrdiff_t if_negative, ptrdiff_t otherwise) {
+#if defined(__x86_64__) || defined(__i386__)
   asm("test %1, %1\n\tcmovs %2, %0" : "+r"(otherwise) : "r"(value), "r"(if_negative) : "cc");
   return otherwise;
+#else
+  return value < 0 ? if_negative : otherwise;
+#endif
 }
 
 // The same for grey and Floyd-Steinberg. Only the look-ups of the next pixel's share are in the
