@@ -1,6 +1,7 @@
 #include "pipeline/registry.h"
 
 #include <algorithm>
+#include <array>
 
 #include "base/settings.h"
 #include "compress/bitmap_compressor.h"
@@ -55,7 +56,7 @@ constexpr FormatRow compressed_row(int32_t id, const char* name, const char* des
 // Identifiers have a bit each in settings.formats_off.
 constexpr int32_t kMostIds = 8 * static_cast<int32_t>(sizeof(Settings::formats_off));
 
-constexpr FormatRow kFormats[] = {
+constexpr std::array kAllFormats = std::to_array<FormatRow>({
     {.id = T_FORMAT_PCX,
      .name = "PCX",
      .description = "PC Paintbrush, DCX for several pages",
@@ -264,7 +265,25 @@ constexpr FormatRow kFormats[] = {
      .write = tiff::write,
      .write_depths = kDepths1_4_8_24,
      .holds_pages = tiff::is_container},
-};
+});
+
+#ifdef TAVO_WRITERS
+constexpr int32_t kWritten[] = {TAVO_WRITERS};
+#else
+constexpr std::span<const int32_t> kWritten;  // all
+#endif
+
+// Writers that the build file does not list (TAVO_WRITERS) are in no table, so that the linker
+// leaves them out.
+constexpr auto kFormats = [] {
+  auto rows = kAllFormats;
+  for (FormatRow& row : rows) {
+    if (std::ranges::empty(kWritten) || std::ranges::count(kWritten, row.id) != 0) continue;
+    row.write = nullptr;
+    row.write_depths = 0;
+  }
+  return rows;
+}();
 
 static_assert(std::ranges::all_of(kFormats, [](const FormatRow& row) {
   return row.id > 0 && row.id < kMostIds;
