@@ -9,7 +9,9 @@ target_compile_options(tavo_library_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
   -fvisibility=hidden)
 
-if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+if(EMSCRIPTEN)
+  add_compile_options(-msimd128 -msse2)
+elseif(CMAKE_SIZEOF_VOID_P EQUAL 4)
   # Every processor with SSE2, in the order that suits those of today. Callers enter with the stack
   # aligned to 4 bytes; vector spills need 16.
   add_compile_options(-march=i686 -mtune=generic -msse2 -mfpmath=sse -mstackrealign)
@@ -26,7 +28,7 @@ if(WIN32)
   add_link_options(-Wl,--dynamicbase -Wl,--nxcompat)
   # The same sources give the same bytes.
   add_link_options(-Wl,--no-insert-timestamp)
-elseif(NOT TAVO_SANITIZE)
+elseif(NOT TAVO_SANITIZE AND NOT EMSCRIPTEN)
   set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
   add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong>
                       $<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=2>)

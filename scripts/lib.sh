@@ -14,6 +14,7 @@ if command -v ccache > /dev/null; then
   export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
 fi
 
+web_packages='emscripten libc++-16-dev-wasm32'
 build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev libxxhash-dev'
 
 # need_packages NAME...: the Debian packages are there afterwards, or the script has ended with a
