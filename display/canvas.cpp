@@ -15,6 +15,11 @@ bool is_metafile(HDC dc) {
 
 }  // namespace
 
+Status map_to_device(HDC dc, RECT& rect) {
+  if (GetObjectType(dc) == OBJ_METADC) return kOk;
+  return LPtoDP(dc, reinterpret_cast<POINT*>(&rect), 2) ? kOk : kDevice;
+}
+
 Canvas::~Canvas() {
   if (saved_ != 0) RestoreDC(dc_, saved_);
 }
@@ -22,11 +27,12 @@ Canvas::~Canvas() {
 Status Canvas::start() {
   saved_ = SaveDC(dc_);
   if (saved_ == 0) return kDevice;
+  SetStretchBltMode(dc_, COLORONCOLOR);
+  if (GetObjectType(dc_) == OBJ_METADC) return kOk;
   if (GetGraphicsMode(dc_) == GM_ADVANCED) ModifyWorldTransform(dc_, nullptr, MWT_IDENTITY);
   SetMapMode(dc_, MM_TEXT);
   SetWindowOrgEx(dc_, 0, 0, nullptr);
   SetViewportOrgEx(dc_, 0, 0, nullptr);
-  SetStretchBltMode(dc_, COLORONCOLOR);
   return kOk;
 }
 

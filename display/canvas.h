@@ -20,6 +20,10 @@ struct CanvasRows {
   bool is_bottom_up = false;
 };
 
+// Corners in the context's units become device pixels. The units of metafiles that know no device
+// are those of whatever they are played on, and stay. kDevice.
+Status map_to_device(HDC dc, RECT& rect);
+
 // While it lives the context's units are device pixels; afterwards all of its state is what it was.
 class Canvas {
  public:

@@ -80,6 +80,9 @@ Status give(SharedBlock& dib) {
   return kDevice;
 }
 
+// No bytes at all, or no bitmap, is not an argument of the caller's.
+Status from_clipboard(Status status) { return status == kBadArgument ? kReadError : status; }
+
 }  // namespace
 
 Status copy_to_clipboard(BitmapHandle& bitmap, HWND owner) {
@@ -110,13 +113,13 @@ Status copy_from_clipboard(BitmapHandle& bitmap, HWND owner) {
   for (const UINT format : {CF_DIB, CF_DIBV5}) {
     const HANDLE dib = GetClipboardData(format);
     if (dib == nullptr) continue;
-    const Status status = dib::convert_from_global(reinterpret_cast<uintptr_t>(dib), bitmap);
-    return status == kBadArgument ? kReadError : status;  // no bytes at all
+    return from_clipboard(dib::convert_from_global(reinterpret_cast<uintptr_t>(dib), bitmap));
   }
   const HANDLE ddb = GetClipboardData(CF_BITMAP);
   if (ddb == nullptr) return kNoPicture;
   const HANDLE palette = GetClipboardData(CF_PALETTE);
-  return convert_from_ddb(static_cast<HBITMAP>(ddb), static_cast<HPALETTE>(palette), bitmap);
+  return from_clipboard(
+      convert_from_ddb(static_cast<HBITMAP>(ddb), static_cast<HPALETTE>(palette), bitmap));
 }
 
 }  // namespace tavo::display

@@ -1,9 +1,13 @@
 #include "display/device_colors.h"
 
 #include <algorithm>
+#include <iterator>
+#include <numeric>
 #include <span>
 
 #include "color/palettes.h"
+#include "display/bitmap_dc.h"
+#include "display/canvas.h"
 #include "display/status.h"
 #include "platform/platform.h"
 #include "reduce/reduce.h"
@@ -62,6 +66,42 @@ void DeviceColors::read_palette(HPALETTE palette) {
   table_.bits = 8;
 }
 
+// Devices show other colors in the place of those for which they have no room: what a row of all of
+// them comes out as is what can be had.
+Status DeviceColors::read_shown_colors(HPALETTE palette) {
+  const HBITMAP bitmap = CreateCompatibleBitmap(dc_, 256, 1);
+  if (bitmap == nullptr) return kDevice;
+  Status status = kDevice;
+  {
+    const BitmapDc memory(dc_, bitmap);
+    if (memory.get() != nullptr) status = show_row(memory.get(), palette);
+  }
+  BITMAPINFO info = {};
+  info.bmiHeader = {sizeof(info.bmiHeader), 256, 1, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+  T_PaletteEntry shown[256];
+  if (status.ok() && GetDIBits(dc_, bitmap, 0, 1, shown, &info, DIB_RGB_COLORS) != 1) {
+    status = kDevice;
+  }
+  DeleteObject(bitmap);
+  if (!status.ok()) return status;
+  for (uint32_t i = 0; i < table_.count; ++i) {
+    table_.entries[i] = {shown[i].Blue, shown[i].Green, shown[i].Red, 0};
+  }
+  return kOk;
+}
+
+Status DeviceColors::show_row(HDC dc, HPALETTE palette) const {
+  Canvas canvas(dc);
+  TRY(canvas.start());
+  if (SelectPalette(dc, palette, FALSE) == nullptr || RealizePalette(dc) == GDI_ERROR) {
+    return kDevice;
+  }
+  uint8_t indices[256];
+  std::iota(std::begin(indices), std::end(indices), uint8_t{0});
+  canvas.take_indices(8, {table_.entries, table_.count});
+  return canvas.draw({indices, 256}, {0, 0, static_cast<int32_t>(table_.count), 1}, SRCCOPY);
+}
+
 // The painting palette of indexed pictures, of others that of the screen.
 Status DeviceColors::select_palette(const BitmapHandle& picture) {
   const bool is_indexed = picture.BitsPerPixel <= 8;
@@ -76,7 +116,7 @@ Status DeviceColors::select_palette(const BitmapHandle& picture) {
   outer_ = SelectPalette(dc_, reinterpret_cast<HPALETTE>(palette), FALSE);
   if (outer_ == nullptr || RealizePalette(dc_) == GDI_ERROR) return kDevice;
   read_palette(reinterpret_cast<HPALETTE>(palette));
-  return kOk;
+  return read_shown_colors(reinterpret_cast<HPALETTE>(palette));
 }
 
 Status DeviceColors::start(const BitmapHandle& picture, bool keeps_palette) {

@@ -30,6 +30,8 @@ class DeviceColors {
   void read_section();
   Status select_palette(const BitmapHandle& picture);
   void read_palette(HPALETTE palette);
+  Status read_shown_colors(HPALETTE palette);
+  Status show_row(HDC dc, HPALETTE palette) const;
 
   HDC dc_;
   HPALETTE made_ = nullptr;

@@ -1,3 +1,4 @@
+#include "display/bitmap_dc.h"
 #include "display/paint.h"
 #include "display/status.h"
 #include "process/whole_picture.h"
@@ -20,25 +21,6 @@ class ReferenceDc {
  private:
   HDC given_;
   HDC dc_;
-};
-
-// A memory context that has a bitmap selected.
-class BitmapDc {
- public:
-  BitmapDc(HDC like, HBITMAP bitmap) : dc_(CreateCompatibleDC(like)) {
-    if (dc_ != nullptr) outer_ = SelectObject(dc_, bitmap);
-  }
-  ~BitmapDc() {
-    if (outer_ != nullptr) SelectObject(dc_, outer_);
-    if (dc_ != nullptr) DeleteDC(dc_);
-  }
-  BitmapDc(const BitmapDc&) = delete;
-  BitmapDc& operator=(const BitmapDc&) = delete;
-  HDC get() const { return outer_ != nullptr ? dc_ : nullptr; }
-
- private:
-  HDC dc_;
-  HGDIOBJ outer_ = nullptr;
 };
 
 Status paint_whole(BitmapHandle& bitmap, HDC like, HBITMAP ddb) {

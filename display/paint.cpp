@@ -1,5 +1,7 @@
 #include "display/paint.h"
 
+#include <algorithm>
+
 #include "base/depths.h"
 #include "base/settings.h"
 #include "core/progress.h"
@@ -10,14 +12,27 @@ namespace tavo::display {
 
 namespace {
 
-Status paint_steps(Painting& painting, const process::EffectSteps& steps, int32_t delay) {
+constexpr int32_t kLargestEffect = 1 << 15;  // pixels in each direction; screens have fewer
+
+// What an effect is for: all of the destination, but of one that is larger than any screen, so that
+// most steps would draw nothing, only what can be seen.
+process::PixelRect effect_area(const Painting& painting) {
+  const bool is_larger = std::max(painting.width(), painting.height()) > kLargestEffect;
+  return is_larger ? painting.wanted()
+                   : process::PixelRect{0, 0, painting.width(), painting.height()};
+}
+
+Status paint_steps(Painting& painting, const process::PixelRect& area,
+                   const process::EffectSteps& steps, int32_t delay) {
   TRY(painting.keep());
   core::Progress progress;
   TRY(progress.start());
   for (int64_t number = 0; number < steps.count(); ++number) {
     if (number != 0 && delay != 0) Sleep(static_cast<DWORD>(delay));
-    TRY(steps.step(number,
-                   [&](const process::PixelRect& part) { return painting.paint_part(part); }));
+    TRY(steps.step(number, [&](const process::PixelRect& part) {
+      return painting.paint_part({area.left + part.left, area.top + part.top,
+                                  area.left + part.right, area.top + part.bottom});
+    }));
     GdiFlush();  // what is to be seen now may wait otherwise
     const auto done = static_cast<uint64_t>(number + 1);
     TRY(progress.after_step(done, static_cast<uint64_t>(steps.count())));
@@ -59,10 +74,11 @@ Status paint_effect(BitmapHandle& bitmap, HDC dc, const PaintTarget& target, int
   TRY(process::check_bitmap(bitmap));
   Painting painting(bitmap, dc);
   TRY(painting.start(target));
-  if (painting.width() == 0 || painting.height() == 0) return kOk;
-  const process::EffectSteps steps(static_cast<process::Effect>(effect), painting.width(),
-                                   painting.height(), block);
-  return paint_steps(painting, steps, delay);
+  const process::PixelRect area = effect_area(painting);
+  if (area.is_empty()) return kOk;
+  const process::EffectSteps steps(static_cast<process::Effect>(effect), area.right - area.left,
+                                   area.bottom - area.top, block);
+  return paint_steps(painting, area, steps, delay);
 }
 
 }  // namespace tavo::display

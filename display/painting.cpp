@@ -56,9 +56,8 @@ Status Painting::place(const PaintTarget& target) {
   RECT to = {0, 0, view_.across.samples, view_.down.samples};
   if (target.destination != nullptr) to = *target.destination;
   RECT clip = target.clip != nullptr ? *target.clip : RECT{};
-  const HDC dc = canvas_.dc();
-  if (!LPtoDP(dc, reinterpret_cast<POINT*>(&to), 2)) return kDevice;
-  if (!LPtoDP(dc, reinterpret_cast<POINT*>(&clip), 2)) return kDevice;
+  TRY(map_to_device(canvas_.dc(), to));
+  TRY(map_to_device(canvas_.dc(), clip));
   if (!place_axis(to.left, to.right, x_, view_.across)) return kBadArgument;
   if (!place_axis(to.top, to.bottom, y_, view_.down)) return kBadArgument;
   wanted_ = {0, 0, width(), height()};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 
 #include "base/buffer.h"
 #include "base/settings.h"
@@ -43,7 +44,11 @@ Status find_area(HDC dc, const RECT* destination, PixelRect& area) {
   }
   RECT to = *destination;
   if (to.right <= to.left || to.bottom <= to.top) return kBadArgument;
-  if (!LPtoDP(dc, reinterpret_cast<POINT*>(&to), 2)) return kDevice;
+  TRY(map_to_device(dc, to));
+  const auto length = [](int64_t a, int64_t b) { return std::abs(a - b); };
+  if (std::max(length(to.left, to.right), length(to.top, to.bottom)) > INT32_MAX) {
+    return kBadArgument;
+  }
   area = {std::min(to.left, to.right), std::min(to.top, to.bottom), std::max(to.left, to.right),
           std::max(to.top, to.bottom)};
   // Something of every picture is printed, however small the area.

@@ -21,8 +21,9 @@ using namespace twain;
 // The module is loaded here by its path, so that the library finds it by its name.
 class Twain : public ::testing::Test {
  protected:
-  Twain() : module_(platform::load_module(TWAIN_DOUBLE)), before_(leftovers()) {
-    EXPECT_NE(module_, 0u) << TWAIN_DOUBLE;
+  explicit Twain(const char* module = TWAIN_DOUBLE)
+      : module_(platform::load_module(module)), before_(leftovers()) {
+    EXPECT_NE(module_, 0u) << module;
     reset();
     options_.Size = sizeof(options_);
   }
@@ -518,6 +519,15 @@ TEST_F(Twain, TheUserSelects) {
   EXPECT_EQ(T_TwainSelect(nullptr), T_ERR_NO_SOURCE);
   EXPECT_EQ(T_TwainCondition(), 3);
   expect_clean();
+}
+
+// A manager whose function has a name that nobody knows.
+struct TwainOrdinal : Twain {
+  TwainOrdinal() : Twain(TWAIN_ORDINAL) {}
+};
+TEST_F(TwainOrdinal, TheFirstFunctionIsTaken) {
+  EXPECT_EQ(acquire(), T_OK);
+  EXPECT_EQ(colors_, expected());
 }
 
 }  // namespace
