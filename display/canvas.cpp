@@ -2,18 +2,10 @@
 
 #include <algorithm>
 
+#include "core/bitmap.h"
 #include "display/status.h"
 
 namespace tavo::display {
-
-namespace {
-
-bool is_metafile(HDC dc) {
-  const DWORD type = GetObjectType(dc);
-  return type == OBJ_ENHMETADC || type == OBJ_METADC;
-}
-
-}  // namespace
 
 Status map_to_device(HDC dc, RECT& rect) {
   if (GetObjectType(dc) == OBJ_METADC) return kOk;
@@ -25,10 +17,11 @@ Canvas::~Canvas() {
 }
 
 Status Canvas::start() {
+  type_ = GetObjectType(dc_);
   saved_ = SaveDC(dc_);
   if (saved_ == 0) return kDevice;
   SetStretchBltMode(dc_, COLORONCOLOR);
-  if (GetObjectType(dc_) == OBJ_METADC) return kOk;
+  if (type_ == OBJ_METADC) return kOk;
   if (GetGraphicsMode(dc_) == GM_ADVANCED) ModifyWorldTransform(dc_, nullptr, MWT_IDENTITY);
   SetMapMode(dc_, MM_TEXT);
   SetWindowOrgEx(dc_, 0, 0, nullptr);
@@ -38,7 +31,7 @@ Status Canvas::start() {
 
 process::PixelRect Canvas::visible() const {
   // What a metafile is made for is not what it will be played on.
-  if (is_metafile(dc_)) return {INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX};
+  if (is_metafile()) return {INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX};
   RECT box = {};
   if (GetClipBox(dc_, &box) == ERROR) return {};
   return {box.left, box.top, box.right, box.bottom};
@@ -70,7 +63,7 @@ Status Canvas::draw(const CanvasRows& rows, const process::PixelRect& to, DWORD 
   const int32_t width = to.right - to.left, height = to.bottom - to.top;
   // The call that never scales costs half as much; what a metafile keeps of it does not scale
   // either.
-  if (rop != SRCCOPY || is_metafile(dc_)) return stretch(rows, width, height, to, rop);
+  if (rop != SRCCOPY || is_metafile()) return stretch(rows, width, height, to, rop);
   const BITMAPINFO* info = describe_rows(rows, height);
   const int lines =
       SetDIBitsToDevice(dc_, to.left, to.top, static_cast<DWORD>(width), static_cast<DWORD>(height),
@@ -83,6 +76,9 @@ const BITMAPINFO* Canvas::describe_rows(const CanvasRows& rows, int32_t height) 
   // Operations on rows from the top may answer with their negative number, which of a single row
   // is what a failure is.
   info_.header.biHeight = rows.is_bottom_up || height == 1 ? height : -height;
+  // As much as this says is what metafiles without a device keep.
+  info_.header.biSizeImage =
+      core::bytes_per_line(rows.width, info_.header.biBitCount) * static_cast<DWORD>(height);
   return reinterpret_cast<const BITMAPINFO*>(&info_);
 }
 

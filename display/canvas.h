@@ -60,11 +60,13 @@ class Canvas {
     };
   };
 
+  bool is_metafile() const { return type_ == OBJ_ENHMETADC || type_ == OBJ_METADC; }
   void describe(int32_t bits, uint32_t colors, UINT usage);
   const BITMAPINFO* describe_rows(const CanvasRows& rows, int32_t height);
   Status answer(int lines, const process::PixelRect& to) const;
 
   HDC dc_;
+  DWORD type_ = 0;
   int saved_ = 0;
   Description info_ = {};
   UINT usage_ = DIB_RGB_COLORS;

@@ -21,20 +21,22 @@ namespace {
 enum class Surface { kAnyColors, k24Bits, kTable, kMonochrome, kPalette };
 
 Surface surface_of(HDC dc) {
-  const bool has_palette = (GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) != 0;
-  int bits = GetDeviceCaps(dc, BITSPIXEL) * GetDeviceCaps(dc, PLANES);
   const DWORD type = GetObjectType(dc);
+  const bool has_palette = (GetDeviceCaps(dc, RASTERCAPS) & RC_PALETTE) != 0;
   if (type == OBJ_MEMDC) {
     DIBSECTION section = {};
     const int size = GetObject(GetCurrentObject(dc, OBJ_BITMAP), sizeof(section), &section);
-    bits = section.dsBm.bmBitsPixel * section.dsBm.bmPlanes;
+    const int bits = section.dsBm.bmBitsPixel * section.dsBm.bmPlanes;
     if (size == sizeof(section) && bits <= 8) return Surface::kTable;
     if (bits == 24) return Surface::k24Bits;
     if (bits == 1) return Surface::kMonochrome;
-  } else if (type != OBJ_DC || GetDeviceCaps(dc, TECHNOLOGY) != DT_RASDISPLAY) {
-    return Surface::kAnyColors;
+    return bits <= 8 && has_palette ? Surface::kPalette : Surface::kAnyColors;
   }
-  return bits <= 8 && has_palette ? Surface::kPalette : Surface::kAnyColors;
+  const bool is_display = type == OBJ_DC && GetDeviceCaps(dc, TECHNOLOGY) == DT_RASDISPLAY;
+  if (!is_display || !has_palette) return Surface::kAnyColors;
+  // Asked last: some systems take longer to answer than to paint hundreds of rows.
+  const int bits = GetDeviceCaps(dc, BITSPIXEL) * GetDeviceCaps(dc, PLANES);
+  return bits <= 8 ? Surface::kPalette : Surface::kAnyColors;
 }
 
 }  // namespace

@@ -112,6 +112,21 @@ TEST(PaintDevice, FollowsMappingModesAndOperations) {
   DeleteObject(region), DeleteObject(after);
 }
 
+// Metafiles that know no device keep the pixels and where they are.
+TEST(PaintDevice, GoesIntoOldMetafiles) {
+  Bitmap bitmap;
+  make_picture(bitmap, 20, 10, 8);
+  constexpr RECT kPlace = {27, 4, 7, 19};
+  Surface played(40, 30, 32), want(40, 30, 32);
+  const HDC recording = CreateMetaFileA(nullptr);
+  ASSERT_EQ(T_PaintDevice(bitmap.get(), recording, nullptr, &kPlace, nullptr, 0), T_OK);
+  const HMETAFILE metafile = CloseMetaFile(recording);
+  EXPECT_TRUE(PlayMetaFile(played.dc(), metafile));
+  DeleteMetaFile(metafile);
+  ASSERT_EQ(T_PaintDevice(bitmap.get(), want.dc(), nullptr, &kPlace, nullptr, 0), T_OK);
+  EXPECT_EQ(played.rgb(), want.rgb());
+}
+
 // What T_DitherLine makes of rows of the same pixels.
 Bytes dithered(BitmapHandle* bitmap, const std::vector<T_PaletteEntry>& table, uint32_t method) {
   BitmapHandle record = *bitmap;
@@ -314,6 +329,14 @@ TEST(PaintEffect, EndsAsThePictureAndTellsEveryStep) {
                           T_EFFECT_WIPE_RIGHT, 10, 1),
             77);
   EXPECT_EQ(told, (std::vector<int32_t>{0, 20, 40, 60}));
+  T_SetStatusCallBack(nullptr);
+  constexpr RECT kEndless = {-1000000000, -9, 1000000000, 2000000000};
+  Surface corner(8, 8, 32), whole(8, 8, 32);
+  ASSERT_EQ(T_PaintDevice(bitmap.get(), whole.dc(), nullptr, &kEndless, nullptr, 0), T_OK);
+  ASSERT_EQ(T_PaintEffect(bitmap.get(), corner.dc(), nullptr, &kEndless, nullptr, 0,
+                          T_EFFECT_SPIRAL, 1, 0),
+            T_OK);
+  EXPECT_EQ(corner.rgb(), whole.rgb());
   const RECT drawn = {0, 0, 30, 40}, rest = {30, 0, 50, 40};
   EXPECT_EQ(surface.rgb(drawn), part_of(rgb(bitmap.get()), 50, drawn));
   EXPECT_EQ(surface.rgb(rest), part_of(before, 50, rest));

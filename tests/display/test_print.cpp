@@ -170,14 +170,15 @@ TEST(Print, LeavesNoDocumentOpenWhateverFails) {
   EXPECT_EQ(calls, "SPBAs");
   T_SetStatusCallBack(nullptr);
   failing = SIZE_MAX;
-  const RECT turned = {50, 0, 0, 40};
   for (const uint32_t placement : {3u, 0x20u, 0x13u}) {
     calls.clear();
     EXPECT_EQ(
         T_PrintBitmapExt(bitmap.get(), surface.dc(), nullptr, &area, placement, 0, "d", nullptr),
         T_ERR_ARGUMENT);
   }
-  EXPECT_EQ(T_PrintBitmap(bitmap.get(), surface.dc(), &turned), T_ERR_ARGUMENT);
+  for (const RECT& none : {RECT{50, 0, 0, 40}, RECT{-2000000000, 0, 2000000000, 40}}) {
+    EXPECT_EQ(T_PrintBitmap(bitmap.get(), surface.dc(), &none), T_ERR_ARGUMENT);
+  }
   EXPECT_EQ(T_PrintBitmap(nullptr, surface.dc(), nullptr), T_ERR_ARGUMENT);
   EXPECT_EQ(T_PrintBitmap(bitmap.get(), nullptr, nullptr), T_ERR_ARGUMENT);
   EXPECT_EQ(calls, "");
