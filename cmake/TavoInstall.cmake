@@ -33,10 +33,11 @@ endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/tavo45.pc.in ${PROJECT_BINARY_DIR}/tavo45.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tavo45.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# The manual pages of the functions are made from the header, where there is a Python to do it.
-find_package(Python3 COMPONENTS Interpreter)
-if(Python3_FOUND AND NOT CMAKE_CROSSCOMPILING)
-  set(manual ${PROJECT_SOURCE_DIR}/scripts/manual)
+# The manual pages of the functions are made from the header, where there is a Python to do it;
+# packages of sources may come without the program.
+find_package(Python3 COMPONENTS Interpreter QUIET)
+set(manual ${PROJECT_SOURCE_DIR}/scripts/manual)
+if(Python3_FOUND AND EXISTS ${manual}/man_pages.py AND NOT CMAKE_CROSSCOMPILING)
   set(man3 ${PROJECT_BINARY_DIR}/man3)
   add_custom_command(OUTPUT ${man3}/tavo45.3
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${man3}
