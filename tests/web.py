@@ -100,9 +100,16 @@ class Tests:
         self.show(drawing)
         check('84 million pixels are shown as 21', self.matches(self.page.run(PIXELS), pixels_of(made)))
 
+    def cut_files(self):
+        names = files_below(os.path.join(ROOT, 'fuzz/seeds'), 80)
+        for i, name in enumerate(names):
+            with open(name, 'rb') as file, open(os.path.join(self.folder, f'cut{i}'), 'wb') as cut:
+                cut.write(file.read()[:os.path.getsize(name) * 2 // 3])
+        return [os.path.join(self.folder, f'cut{i}') for i in range(len(names))]
+
     def bad_files(self, folder):
         """Each leaves a message or a picture, and what is damaged is said as tavo says it."""
-        names, silent, differing = files_below(folder, 250), [], []
+        names, silent, differing = files_below(folder, 250) + self.cut_files(), [], []
         for name in names:
             status = self.show(name)
             shown = self.page.run('document.getElementById("empty").hidden')
@@ -176,6 +183,18 @@ class Tests:
             found = after(key, code, what)
             check(f'key {key}', found == expected, found)
 
+    def missing_page(self, name):
+        """A file that is cut in its last page: the others are still to be had."""
+        with open(name, 'r+b') as file:
+            file.truncate(os.path.getsize(name) - 30)
+        self.show(name)
+        for key, code, word in (('End', 35, 'damaged'), ('Home', 36, 'page 1 of 3')):
+            self.page.press(key, code)
+            self.page.wait(WAIT)
+            status = self.page.run(STATUS)
+            check(f'of a cut file {key} gives "{word}"', word in status or 'cannot be shown' in status and
+                  word == 'damaged', status)
+
     def keeps_to_itself(self):
         blocked = self.page.run('''new Promise((resolve) => {
           addEventListener('securitypolicyviolation', (event) => resolve(event.effectiveDirective));
@@ -207,11 +226,14 @@ def main():
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as folder:
         tests = Tests(page, os.path.abspath(tavo), folder)
         try:
-            pages = os.path.join(folder, 'pages.tif')
+            pages, cut = (os.path.join(folder, name) for name in ('pages.tif', 'cut.dcx'))
             seeds = os.path.join(ROOT, 'fuzz/seeds/png')
             for name in sorted(os.listdir(seeds))[:3]:
-                subprocess.run([tavo, 'convert', '--append', os.path.join(seeds, name), pages], check=True)
+                for made in (pages, cut):
+                    subprocess.run([tavo, 'convert', '--append', os.path.join(seeds, name), made],
+                                   check=True, capture_output=True)
             tests.keys(pages, 3)
+            tests.missing_page(cut)
             tests.accessible()
             tests.keeps_to_itself()
             tests.saves(pages)

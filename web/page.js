@@ -67,7 +67,8 @@ const decoder = {
 
 // ---- What is shown ----
 
-const state = { files: [], index: -1, found: null, zoom: 0 };  // zoom 0: fit
+// `found`: what is shown, null when nothing is. zoom 0: fit.
+const state = { files: [], index: -1, page: 1, pages: 1, found: null, zoom: 0 };
 const canvas = $('picture');   // the pixels as they are
 const smaller = $('smaller');  // stands for it where it is shown smaller
 const view = $('view');
@@ -184,6 +185,19 @@ function setZoom(zoom) {
   drawZoom();
 }
 
+// A page that cannot be shown leaves the way to the others.
+function drawTools() {
+  const { page, pages, found } = state;
+  $('sizes').hidden = $('saves').hidden = !found;
+  $('tools').hidden = !found && pages < 2;
+  $('pages').hidden = pages < 2;
+  $('page').value = page;
+  $('page').max = pages;
+  $('count').textContent = number(pages);
+  $('previous').disabled = page <= 1;
+  $('next').disabled = page >= pages;
+}
+
 function drawPage(found, file) {
   const { page, pages, width, height } = found;
   state.found = found;
@@ -198,13 +212,7 @@ function drawPage(found, file) {
     element.setAttribute('aria-label', `${file.name}${which}`);
   }
   $('empty').hidden = true;
-  $('tools').hidden = false;
-  $('pages').hidden = pages < 2;
-  $('page').value = page;
-  $('page').max = pages;
-  $('count').textContent = number(pages);
-  $('previous').disabled = page <= 1;
-  $('next').disabled = page >= pages;
+  drawTools();
   listFacts(factsOf(found, file));
   view.scrollTo(0, 0);
   drawZoom();
@@ -216,9 +224,10 @@ function drawPage(found, file) {
 function drawFailure(file, found, why) {
   state.found = null;
   canvas.width = canvas.height = 1;
-  canvas.hidden = smaller.hidden = $('tools').hidden = true;
+  canvas.hidden = smaller.hidden = true;
   $('empty').hidden = false;
-  $('headline').textContent = 'This file cannot be shown';
+  drawTools();
+  $('headline').textContent = `This ${state.pages > 1 ? 'page' : 'file'} cannot be shown`;
   $('reason').textContent = `${why}.`;
   listFacts(found && found.format ? factsOf(found, file) : [['File', plural(file.size, 'byte')]]);
   say(`${file.name} cannot be shown: ${why}`, true);
@@ -228,7 +237,8 @@ function drawFailure(file, found, why) {
 
 async function open(index, page = 1) {
   const file = state.files[index];
-  state.index = index;
+  if (index !== state.index) Object.assign(state, { index, pages: 1, found: null });
+  state.page = page;
   $('about').hidden = false;
   listFiles();
   $('name').textContent = file.name;
@@ -236,6 +246,7 @@ async function open(index, page = 1) {
   view.setAttribute('aria-busy', 'true');
   try {
     const found = await decoder.ask(file, { kind: 'open', page });
+    if (found.pages > 0) state.pages = found.pages;
     if (found.width > 0) drawPage(found, file);
     else drawFailure(file, found, found.problem);
   } catch (error) {
@@ -253,8 +264,7 @@ function add(files) {
 }
 
 function turnTo(page) {
-  const { found } = state;
-  if (found && page >= 1 && page <= found.pages && page !== found.page) open(state.index, page);
+  if (page >= 1 && page <= state.pages && page !== state.page) open(state.index, page);
 }
 
 async function save(format, extension) {
@@ -285,24 +295,27 @@ $('in').onclick = () => setZoom(state.shownZoom * 1.25);
 $('out').onclick = () => setZoom(state.shownZoom / 1.25);
 $('fit').onclick = () => setZoom(0);
 $('actual').onclick = () => setZoom(1);
-$('previous').onclick = () => turnTo(state.found.page - 1);
-$('next').onclick = () => turnTo(state.found.page + 1);
+$('previous').onclick = () => turnTo(state.page - 1);
+$('next').onclick = () => turnTo(state.page + 1);
 $('page').onchange = ({ target }) => turnTo(Number(target.value));
 for (const button of document.querySelectorAll('[data-save]')) {
   button.onclick = () => save(button.dataset.save, button.dataset.extension);
 }
 new ResizeObserver(drawZoom).observe(view);
 
-const kKeys = {
+const kZoomKeys = {
   '+': () => $('in').click(),
   '=': () => $('in').click(),
   '-': () => $('out').click(),
   0: () => $('fit').click(),
   1: () => $('actual').click(),
-  PageUp: () => turnTo(state.found.page - 1),
-  PageDown: () => turnTo(state.found.page + 1),
+};
+// Where there is one page alone these scroll it, as everywhere.
+const kPageKeys = {
+  PageUp: () => turnTo(state.page - 1),
+  PageDown: () => turnTo(state.page + 1),
   Home: () => turnTo(1),
-  End: () => turnTo(state.found.pages),
+  End: () => turnTo(state.pages),
 };
 addEventListener('keydown', (event) => {
   const { key } = event;
@@ -311,7 +324,8 @@ addEventListener('keydown', (event) => {
   else if (key === 'Escape' && decoder.waiting) decoder.end(new Error('Stopped'));
   else if (key === '[' && state.index > 0) open(state.index - 1);
   else if (key === ']' && state.index + 1 < state.files.length) open(state.index + 1);
-  else if (state.found && Object.hasOwn(kKeys, key)) kKeys[key]();
+  else if (state.found && Object.hasOwn(kZoomKeys, key)) kZoomKeys[key]();
+  else if (state.pages > 1 && Object.hasOwn(kPageKeys, key)) kPageKeys[key]();
   else return;
   event.preventDefault();
 });

@@ -2,7 +2,10 @@
 // decoder (a trap, no memory) is answered with `crash`; the page then ends this worker and makes
 // another. The decoder's own script follows this one.
 var Module = {};
-const ready = new Promise((resolve) => { Module.onRuntimeInitialized = resolve; });
+const ready = new Promise((resolve, reject) => {
+  Module.onRuntimeInitialized = resolve;
+  Module.onAbort = reject;  // a browser without the vectors of WebAssembly
+});
 let file = 0;
 let size = 0;
 
