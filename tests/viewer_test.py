@@ -17,6 +17,8 @@ import time
 import numpy
 from PIL import Image
 
+from drop_files import drop_files
+
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 VIEWER, TAVO = (str(pathlib.Path(name).absolute()) for name in sys.argv[1:3])
 SCREEN = (1280, 960)
@@ -230,6 +232,13 @@ class Test:
         viewer.answer("ctrl+o", "saved.png")
         viewer.wait_for("saved.png")
         self.check("open", shows(canvas, pixels))
+        Image.fromarray(pixels[::-1]).save("dropped.png")
+        drop_files(int(viewer.window), [pathlib.Path("dropped.png").absolute().as_uri()],
+                   int(canvas[0] + 50), int(canvas[1] + 50))
+        viewer.wait_for("dropped.png")
+        self.check("drag and drop", shows(canvas, pixels[::-1]))
+        viewer.press("u")
+        self.check("what was dropped, turned back", shows(canvas, pixels))
         before = Screen.picture()
         viewer.press("alt+t", "s")  # dissolves
         shots = [Screen.picture() for _ in range(5)]
