@@ -115,8 +115,9 @@ void Viewer::print() {
   request.hwndOwner = window;
   request.Flags = PD_RETURNDC | PD_NOPAGENUMS | PD_NOSELECTION | PD_USEDEVMODECOPIESANDCOLLATE;
   if (!PrintDlgW(&request)) return;
+  const char* const output = (request.Flags & PD_PRINTTOFILE) != 0 ? "FILE:" : nullptr;
   report(T_PrintBitmapExt(&bitmap, request.hDC, nullptr, nullptr, T_PRINT_FIT | T_PRINT_CENTER,
-                          SRCCOPY, narrow(file_name()).c_str(), nullptr));
+                          SRCCOPY, narrow(file_name()).c_str(), output));
   DeleteDC(request.hDC);
   GlobalFree(request.hDevMode);
   GlobalFree(request.hDevNames);
