@@ -147,21 +147,22 @@ int compressed_depth(const BitmapHandle& picture) {
   return is_gray ? 8 : 24;
 }
 
-void save_with_stamp(const std::string& path, BitmapHandle& picture, const T_Format& format,
-                     int depth, int32_t factor, const CompressionOptions& options) {
+void save_with_stamp(const std::string& path, const std::string& name, BitmapHandle& picture,
+                     const T_Format& format, int depth, int32_t factor,
+                     const CompressionOptions& options) {
   StampSize size;
   parse_stamp(options.stamp, size);
   if (depth == 8) {
-    check(T_GrayScaleBitmap(&picture), path);
+    check(T_GrayScaleBitmap(&picture), name);
   } else {
-    check(T_ColorResolution(&picture, 24, T_PALETTE_NONE, nullptr, 0), path);
+    check(T_ColorResolution(&picture, 24, T_PALETTE_NONE, nullptr, 0), name);
   }
   // A stamp has to fit one segment of a JPEG stream.
   constexpr int kMaxColorPixels = (65535 - 10) / 3;
   const int bits = depth == 8 || size.width * size.height > kMaxColorPixels ? 8 : 24;
   check(T_CompressBitmapWithStamp(&picture, path.c_str(), find_variant(format.Id)->output_type,
                                   factor, size.width, size.height, bits, 0),
-        path);
+        name);
 }
 
 }  // namespace tavo::tools

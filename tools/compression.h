@@ -45,7 +45,9 @@ int32_t quality_factor(const T_Format& format, const CompressionOptions& options
 int compressed_depth(const BitmapHandle& picture);
 
 // Writes the picture and its stamp at the depth given, 8 (grey) or 24; the record may be changed.
-void save_with_stamp(const std::string& path, BitmapHandle& picture, const T_Format& format,
-                     int depth, int32_t factor, const CompressionOptions& options);
+// `path`: where to; `name`: of the output in messages.
+void save_with_stamp(const std::string& path, const std::string& name, BitmapHandle& picture,
+                     const T_Format& format, int depth, int32_t factor,
+                     const CompressionOptions& options);
 
 }  // namespace tavo::tools

@@ -355,7 +355,7 @@ void Conversion::save(const Target& target, Picture& picture) {
   const SaveSettings settings(record.Width, record.Height, {record.XResolution, record.YResolution},
                               target.orientation);
   if (!options_.compression.stamp.empty()) {
-    save_with_stamp(file_->path(), record, target.format, target.bits, target.quality,
+    save_with_stamp(file_->path(), output_, record, target.format, target.bits, target.quality,
                     options_.compression);
   } else if (is_gray_by_rule(target.format)) {
     T_AccessBitmap(&record);

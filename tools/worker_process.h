@@ -12,8 +12,9 @@ namespace tavo::tools {
 // What main was called with.
 void remember_arguments(int argc, char** argv);
 
-// What may be sent to a worker that is not waiting for it: a pipe holds as much.
-inline constexpr size_t kMostAhead = size_t{1} << 14;
+// Bytes that may be sent to a worker that is not waiting for them: even the smallest pipe that a
+// system gives, of one page, holds as many.
+inline constexpr size_t kMostAhead = 4000;
 
 // What has come from a pipe and is not yet asked for: several things said are one call of the
 // system.
