@@ -37,7 +37,7 @@ def small_copy(tool, file):
     """A small picture of a file, for the page."""
     copy = tool.folder / "small" / f"{file.stem}.jpg"
     copy.parent.mkdir(exist_ok=True)
-    tool.run("convert", file, copy, "--fit", THUMBNAIL, "--quality", 70)
+    tool.run("convert", file, copy, "--fit", THUMBNAIL, "--size-method", "lanczos", "--quality", 70)
     return copy
 
 
