@@ -109,9 +109,8 @@ int32_t conclude_load(int32_t status) {
 }
 
 int32_t load(int32_t bits, int32_t order) {
-  return conclude_load(T_LoadFile(kShown, &bitmap, bits, order,
-                                  T_LOAD_ALLOCATE | T_LOAD_ACCESS | T_LOAD_WHOLE_ROWS, nullptr,
-                                  nullptr));
+  return conclude_load(
+      T_LoadFile(kShown, &bitmap, bits, order, T_LOAD_ALLOCATE | T_LOAD_ACCESS, nullptr, nullptr));
 }
 
 // How many times smaller a picture is shown.

@@ -114,7 +114,8 @@ function factsOf(found, file) {
     ['Resolution', resolution + (stretchOf(found) !== 1 ? ', shown upright' : '')],
     ['File', plural(file.size, 'byte')],
   ];
-  if (Math.max(found.width, found.height) < Math.max(found.fileWidth, found.fileHeight) && found.width > 0) {
+  const isReduced = Math.max(found.width, found.height) < Math.max(found.fileWidth, found.fileHeight);
+  if (found.width > 0 && isReduced) {
     facts.push(['Shown', `smaller, ${number(found.width)} × ${number(found.height)} pixels`]);
   }
   if (found.orientation > 1) facts.push(['Stored', 'turned or mirrored']);
@@ -273,7 +274,8 @@ async function save(format, extension) {
   if (view.getAttribute('aria-busy') === 'true') return;
   try {
     const hasAlpha = found.hasAlpha && extension === 'png';
-    const saved = await decoder.ask(file, { kind: 'save', page: found.page, format: Number(format), hasAlpha });
+    const question = { kind: 'save', page: found.page, format: Number(format), hasAlpha };
+    const saved = await decoder.ask(file, question);
     if (saved.problem) throw new Error(saved.problem);
     const link = document.createElement('a');
     const page = found.pages > 1 ? `-${found.page}` : '';
