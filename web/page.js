@@ -86,7 +86,7 @@ function damageOf(found) {
                                       : found.status === -7 || found.status === -9;
   if (!isOfData) return '';
   const page = found.pages > 1 ? ` of page ${found.page}` : '';
-  return `damaged: ${number(found.rows)} of ${plural(found.fileHeight, 'row')}${page}`;
+  return `damaged: ${number(found.rows)} of ${plural(found.fileHeight, 'row')}${page} whole`;
 }
 
 // Pages of faxes have dots that are higher than wide; other files' resolutions are often nonsense.
