@@ -2173,8 +2173,8 @@ T_API int32_t T_CALL T_EnableScaleToGray(int32_t on);
  * A device with a table of colors is a memory context with a DIB section of up to 8 bits or with a
  * monochrome bitmap, and a display that takes a palette: there the picture's painting palette is
  * selected for the call, of more than 8 bits GdiObjectB or what T_CreateScreenPalette would make.
- * Indexed pictures whose colors are all in the table get exactly these, all others are dithered, as
- * T_DitherLine does it from the destination's top left pixel on, or get the nearest colors.
+ * Indexed pictures whose colors are all in the table, as it shows, get these; all others are
+ * dithered, as T_DitherLine does it from the destination's top left pixel on, or get the nearest.
  * Takes 4 MiB beside the picture up to 16,384 pixels across.
  * T_OK, T_ERR_ARGUMENT (null; a source that is empty or leaves the picture; a depth, order or
  * dithering method that there is not), T_ERR_NO_STORAGE, T_ERR_SEEK and T_ERR_READ (bitmaps on
@@ -2222,7 +2222,7 @@ T_API int32_t T_CALL T_PaintBuffer(BitmapHandle* picture, const void* rows, int3
  * delay      milliseconds between two steps, 0 or more
  * All else as T_PaintDevice. The status callback is asked before the first step and after each;
  * its answer ends the effect, and what has been drawn stays. Holds one picture of the size that
- * is painted.
+ * is painted; beyond 32,768 pixels in a direction the effect is one of the part that shows.
  * As T_PaintDevice, T_ERR_ARGUMENT also for what the three may not be; the callback's answer. */
 T_API int32_t T_CALL T_PaintEffect(BitmapHandle* bitmap, T_DC dc, T_Rect source, T_Rect destination,
                                    T_Rect clip, uint32_t rop, int32_t effect, int32_t blockSize,
@@ -2291,7 +2291,7 @@ T_API int32_t T_CALL T_PrintBitmap(BitmapHandle* bitmap, T_DC dc, T_Rect destina
  *               of 204 x 98 dots per inch is upright; an unknown one is the other one, or 150
  * dc            of a printer, a metafile or memory; the caller's
  * source, rop   as T_PaintDevice
- * destination   logical, right > left and bottom > top; null: all that can be printed on
+ * destination   logical, right > left, bottom > top, under 2^31 pixels; null: all of the page
  * placement     T_PRINT_ value
  * documentName  a document of one page is printed; null: on the page that has been begun
  * outputName    with a document: the file that gets what the printer would; null: the printer
