@@ -17,5 +17,8 @@ foreach(name IN LISTS names)
   string(APPEND text "  ${CMAKE_MATCH_1}\n")
 endforeach()
 file(WRITE ${DECORATED} "${text}")
-execute_process(COMMAND ${DLLTOOL} --kill-at -d ${DECORATED} -l ${IMPORT_LIBRARY}
-                COMMAND_ERROR_IS_FATAL ANY)
+# Symbols in it are made of its name as given here, which no folder may be part of.
+get_filename_component(folder ${IMPORT_LIBRARY} DIRECTORY)
+get_filename_component(name ${IMPORT_LIBRARY} NAME)
+execute_process(COMMAND ${DLLTOOL} --kill-at -d ${DECORATED} -l ${name}
+                WORKING_DIRECTORY ${folder} COMMAND_ERROR_IS_FATAL ANY)

@@ -2,10 +2,13 @@
 include(CMakePackageConfigHelpers)
 
 # Releases are installed without symbols, as by cmake --install --strip.
-install(CODE [[
-  if("${CMAKE_INSTALL_CONFIG_NAME}" STREQUAL "Release")
-    set(CMAKE_INSTALL_DO_STRIP TRUE)
-  endif()]])
+option(TAVO_STRIP "Strip what cmake --install installs of a release" ON)
+if(TAVO_STRIP)
+  install(CODE [[
+    if("${CMAKE_INSTALL_CONFIG_NAME}" STREQUAL "Release")
+      set(CMAKE_INSTALL_DO_STRIP TRUE)
+    endif()]])
+endif()
 
 install(TARGETS tavo45 tavo45_static EXPORT Tavo45Targets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}

@@ -95,6 +95,16 @@ build_preset() {
 # note_commit FOLDER: which sources what is written there is about, for scripts/docs.
 note_commit() { git describe --always --dirty > "$1/commit" 2> /dev/null || rm -f "$1/commit"; }
 
+# The C program in README.md.
+readme_program() { awk '/^```c$/ { inside = 1; next } /^```$/ { if (inside) exit } inside' README.md; }
+
+# A BMP file of a red and a white pixel with 24 bits, and whether a file has its row.
+two_pixels() {
+  printf '%b' 'BM\x3e\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0\x02\0\0\0\x01\0\0\0\x01\0\x18\0' \
+    '\0\0\0\0\x08\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\xff\xff\xff\xff\0\0'
+}
+has_two_pixels() { [ "$(tail -c 8 "$1" | od -An -tx1 | tr -d ' \n')" = 0000ffffffff0000 ]; }
+
 # Counted checks: check NAME COMMAND... prints one line, and what the command said when it fails;
 # finish_checks prints the sum and gives the exit status.
 passed=0

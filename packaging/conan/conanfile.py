@@ -2,8 +2,9 @@
 import pathlib
 
 from conan import ConanFile
+from conan.errors import ConanInvalidConfiguration
 from conan.tools.cmake import CMake, CMakeToolchain, cmake_layout
-from conan.tools.files import copy
+from conan.tools.files import copy, rm, rmdir
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
@@ -29,6 +30,10 @@ class Tavo45(ConanFile):
         names = text.partition("set(rooms ")[2].partition(")")[0].split()
         return [name + "/*" for name in names]
 
+    def validate(self):
+        if self.settings.compiler == "msvc":
+            raise ConanInvalidConfiguration("on Windows the library is built by MinGW-w64")
+
     def layout(self):
         cmake_layout(self)
 
@@ -44,8 +49,15 @@ class Tavo45(ConanFile):
         cmake.build()
 
     def package(self):
+        """Installed are both kinds of library, and what tells CMake and pkg-config of them; Conan makes that
+        anew for the one that was asked for."""
         CMake(self).install()
-        copy(self, "LICENSE", self.source_folder, pathlib.Path(self.package_folder, "licenses"))
+        package = pathlib.Path(self.package_folder)
+        copy(self, "LICENSE", self.source_folder, package / "licenses")
+        for name in ("cmake", "pkgconfig"):
+            rmdir(self, package / "lib" / name)
+        for pattern in ("libtavo45.a",) if self.options.shared else ("*.so*", "*.dll.a", "TAVO45.dll"):
+            rm(self, pattern, package, recursive=True)
 
     def package_info(self):
         self.cpp_info.set_property("cmake_file_name", "Tavo45")

@@ -7,13 +7,10 @@ vcpkg_cmake_configure(SOURCE_PATH "${SOURCE_PATH}" OPTIONS -DTAVO_TESTS=OFF ${op
 vcpkg_cmake_install()
 vcpkg_cmake_config_fixup(PACKAGE_NAME Tavo45 CONFIG_PATH lib/cmake/Tavo45)
 vcpkg_fixup_pkgconfig()
-if(TAVO_TOOLS IN_LIST FEATURES OR "tools" IN_LIST FEATURES)
+if("tools" IN_LIST FEATURES)
   vcpkg_copy_tools(TOOL_NAMES tavo AUTO_CLEAN)
 endif()
-# The library comes in both kinds; the one that the triplet asks for stays.
-if(VCPKG_LIBRARY_LINKAGE STREQUAL "static")
-  file(GLOB shared "${CURRENT_PACKAGES_DIR}/lib/*.so*" "${CURRENT_PACKAGES_DIR}/debug/lib/*.so*")
-  file(REMOVE ${shared})
-endif()
+# Both kinds of library are installed: the package for CMake names them, and programs choose.
+set(VCPKG_POLICY_DLLS_IN_STATIC_LIBRARY enabled)
 file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/debug/include" "${CURRENT_PACKAGES_DIR}/debug/share")
 vcpkg_install_copyright(FILE_LIST "${SOURCE_PATH}/LICENSE")
