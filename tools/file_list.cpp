@@ -166,14 +166,14 @@ std::string FileList::path_of(uint64_t place, const std::string& name) const {
   return root.ends_with('/') ? root + name : root + "/" + name;
 }
 
-uint64_t FileList::count_lines() {
+size_t FileList::count_lines() {
   std::vector<char> block(1 << 16);
-  uint64_t count = 1;  // the last one need not be ended
+  size_t count = 1;  // the last one need not be ended
   names_.clear();
   names_.seekg(0);
   do {
     names_.read(block.data(), static_cast<std::streamsize>(block.size()));
-    count += static_cast<uint64_t>(std::count(block.data(), block.data() + names_.gcount(), end_));
+    count += static_cast<size_t>(std::count(block.data(), block.data() + names_.gcount(), end_));
   } while (names_);
   return count;
 }

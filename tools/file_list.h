@@ -63,7 +63,7 @@ class FileList {
   void spool_folder(std::ofstream& spool, const std::string& folder, const std::string& below,
                     const std::string& output);
   void spool_folders(const std::vector<std::string>& folders, const std::string& output);
-  uint64_t count_lines();
+  size_t count_lines();
   size_t place_of_hash(uint64_t hash) const;
   void gather();
   void drop_repeated();
