@@ -341,7 +341,7 @@ class Sheets(CliTest):
         # Beside the program stands the scanner of the tests, which has one picture.
         build = Path(PROGRAM).parents[1]
         shutil.copy(PROGRAM, "tavo.exe")
-        shutil.copy(build / "tests/twain/TWAIN.dll", ".")
+        shutil.copy(build / "tests/twain_double/TWAIN.dll", ".")
         subprocess.run(["wine", "tavo.exe", "scan", "page.bmp", "--pages", "3"], check=True, timeout=60)
         _, dots, rows = parse_bmp(Path("page.bmp").read_bytes())
         self.assertEqual((len(rows[0]), len(rows), dots), (21, 19, (11811, 11811)))
