@@ -3,9 +3,12 @@
  * Every function returns a signed 32-bit status unless its description says otherwise: T_OK (1) or
  * one of the negative T_ERR_ codes. A number that a caller's callback answers with ends the
  * operation and is returned unchanged. A null pointer where something must be pointed at gives
- * T_ERR_ARGUMENT; for a file name T_ERR_NAME. Settings are library-wide; nothing is locked: use
- * the library from one thread at a time. File names are bytes, which the default file operations
- * hand to the system: on Windows text in its ANSI code page, or UTF-8 (T_SetNameEncoding).
+ * T_ERR_ARGUMENT; for a file name, or the address of a block that stands for a file, T_ERR_NAME.
+ * T_ERR_LIMIT can come from every function that needs memory or looks at a file, once a limit is
+ * set (T_SetLimit), whether its description names it or not. Settings are library-wide; nothing is
+ * locked: use the library from one thread at a time. File names are bytes, which the default file
+ * operations hand to the system: on Windows text in its ANSI code page, or UTF-8
+ * (T_SetNameEncoding).
  *
  * Contents, in this order; a setting stands with what it is for:
  *   Status codes                   what calls return; T_GetStatusText, T_GetVersion
@@ -113,30 +116,29 @@ T_API uint32_t T_CALL T_GetVersion(void);
 
 /* What the last call that failed was about. */
 typedef struct T_ERRORINFO {
-  int32_t Status; /* what the call returned; 0: none has failed yet */
-  int32_t
-      SystemError;    /* the system's own number (errno, GetLastError), 0 when it is not to blame */
-  int64_t Offset;     /* of damaged data in the file, as T_GetDamageOffset; -1: not known */
-  int32_t Row;        /* rows that were there before the data ended or broke, -1: not a matter of
-                         rows */
-  int32_t Page;       /* the page of that row, 0: not known */
-  int32_t Limit;      /* T_LIMIT_ value that was passed, 0: none */
-  int32_t NotAllowed; /* not 0: formats are switched off, and the file is in none of the others */
-  uint64_t Asked;     /* what was asked, in the unit of Limit */
+  int32_t Status;      /* what the call returned; 0: none has failed yet */
+  int32_t SystemError; /* the system's own number (errno, GetLastError); 0: not its fault */
+  int64_t Offset;      /* of damaged data in the file, as T_GetDamageOffset; -1: not known */
+  int32_t Row;         /* rows that were there before the data ended or broke; -1: not about rows */
+  int32_t Page;        /* the page of that row, 0: not known */
+  int32_t Limit;       /* T_LIMIT_ value that was passed, 0: none */
+  int32_t NotAllowed;  /* not 0: formats are switched off, and the file is in none of the others */
+  uint64_t Asked;      /* what was asked, in the unit of Limit */
   uint64_t Allowed;
   char LimitName[16]; /* "pixels", "side", "memory", "temporary", "pages" or "work" */
 } T_ERRORINFO;
 
-/* error  filled with what is known of the last call that failed; calls that succeed leave it
- * T_OK, T_ERR_ARGUMENT. */
+/* Tells what the last call that failed was about; calls that succeed leave that as it is.
+ * error  filled with what is known
+ * T_OK, T_ERR_ARGUMENT (null). */
 T_API int32_t T_CALL T_GetError(T_ERRORINFO* error);
 
-/* The same as one English sentence without a full stop, alike on all systems: what T_GetStatusText
- * says of the status or, of a limit, what was asked and allowed; the cause that the system gave;
- * the place in the file.
+/* What T_GetError tells as one English sentence without a full stop, alike on all systems: what
+ * T_GetStatusText says of the status or, of a limit, what was asked and allowed; the cause that the
+ * system gave; the place in the file.
  * buffer  gets it, in ASCII, cut to fit, with a zero behind; empty when no call has failed
  * size    of the buffer in bytes, 1 or more
- * T_OK, T_ERR_ARGUMENT. */
+ * T_OK, T_ERR_ARGUMENT (null, or a size of 0). */
 T_API int32_t T_CALL T_GetErrorText(char* buffer, uint32_t size);
 
 /* Limits */
@@ -154,9 +156,11 @@ T_API int32_t T_CALL T_GetErrorText(char* buffer, uint32_t size);
  * A picture's size is looked at before anything else is said about it; T_FileInfo refuses it, too.
  * What the memory limit refuses is not kept in a temporary file instead; a bitmap that the caller
  * asks on disk counts for T_LIMIT_TEMPORARY alone. What is out already stays.
- * T_OK, T_ERR_ARGUMENT. */
+ * T_OK, T_ERR_ARGUMENT (no such kind). */
 T_API int32_t T_CALL T_SetLimit(int32_t kind, uint64_t value);
-/* The limit of a kind, 0: none. */
+/* What T_SetLimit has set.
+ * kind  T_LIMIT_ value
+ * The limit; 0: none, or no such kind. */
 T_API uint64_t T_CALL T_GetLimit(int32_t kind);
 
 /* Which formats are read at all. All are at first; of those that are not no byte is looked at, and
@@ -217,6 +221,9 @@ typedef struct T_BitmapInfo {
   T_PaletteEntry Palette[256];
 } T_BitmapInfo;
 
+/* Called by T_FreeBitmap for storage that the caller manages.
+ * handle  BitmapHandle.Handle
+ * data    BitmapHandle.ReleaseData */
 typedef void(T_CALL* T_ReleaseCallback)(uintptr_t handle, uintptr_t data);
 
 /* A picture: geometry, palette, settings, and where its pixels are. The caller owns the record
@@ -294,7 +301,7 @@ typedef struct BitmapHandle {
 #define T_FLAG_GRAY 0x0100u       /* the picture is grey-scale */
 #define T_FLAG_REDUCED 0x0400u    /* a save that always reduces leaves this picture as it is */
 #define T_FLAG_PALETTE 0x0800u    /* the file carries a palette */
-#define T_FLAG_NO_STORAGE 0x2000u /* set together with T_FLAG_USER by request bit 8 */
+#define T_FLAG_NO_STORAGE 0x2000u /* set together with T_FLAG_USER by request 8 */
 
 /* Color orders */
 #define T_ORDER_RGB 0 /* red byte first; 16 bits: red in bits 0-4 */
@@ -360,9 +367,10 @@ typedef struct BitmapHandle {
  * rows      1 or more contiguous rows of source->BytesPerLine bytes; gone after the call
  * rowCount  how many
  * context   what the caller gave with the sink
- * T_OK lets the load go on; any other number ends it and becomes its result. A negative answer may
- * be equal to one of the library's own statuses: to tell them apart answer with a number above 2,
- * or note the answer in what `context` points at. */
+ * T_OK lets the load go on, and so does 2 for an interlaced picture (T_FLAG_INTERLACED); any other
+ * number ends it and becomes its result. A negative answer may be equal to one of the library's own
+ * statuses: to tell them apart answer with a number above 2, or note the answer in what `context`
+ * points at. */
 typedef int32_t(T_CALL* T_RowSink)(BitmapHandle* source, const void* rows, int32_t rowCount,
                                    void* context);
 
@@ -371,7 +379,8 @@ typedef int32_t(T_CALL* T_RowSink)(BitmapHandle* source, const void* rows, int32
  * T_OK lets the work go on; any other number ends it and becomes its result, as a sink's does. */
 typedef int32_t(T_CALL* T_StatusCallback)(int32_t percent);
 
-/* callback  told of the progress from now on; null: nobody is
+/* Sets who is told of the progress of long operations.
+ * callback  told from now on; null, as at first: nobody is
  * T_OK. */
 T_API int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback);
 
@@ -384,32 +393,36 @@ T_API int32_t T_CALL T_SetStatusCallBack(T_StatusCallback callback);
 
 /* ---- Bitmaps --------------------------------------------------------------------------------- */
 
-/* Describes a picture of width x height pixels. Allocates nothing, and frees nothing: on an
- * allocated record the storage is lost. The record need not be cleared first.
- * bitsPerPixel  1, 2, 4, 8, 16, 24 or 32; any other depth gives 32 with BytesPerLine and Size 0
- * Sets geometry and defaults: ViewPerspective 2, Order T_ORDER_BGR above 8 bits, DitherMethod and
- * the resolutions from the library's settings (150 dots per inch where those are not above 0).
- * The palette and the upper 16 bits of Flags stay as they are. A negative size, and one that
- * does not fit 32 bits, give Size 0.
- * T_OK or T_ERR_NOTICE (the record is untouched). */
+/* Describes a picture. Allocates nothing, and frees nothing.
+ * bitmap         need not be cleared first; of an allocated record the storage is lost
+ * width, height  pixels and rows, from 1; otherwise, and for sizes that do not fit 32 bits, Size
+ *                is 0, and nothing can be allocated
+ * bitsPerPixel   1, 2, 4, 8, 16, 24 or 32; any other depth gives 32 with BytesPerLine and Size 0
+ * Sets geometry and defaults: ViewPerspective 2, Order T_ORDER_BGR above 8 bits, DitherMethod
+ * (T_DefaultDithering) and the resolutions (T_SetTIFFXYResolution) from the library's settings (150
+ * dots per inch where those are not above 0). The palette and the upper 16 bits of Flags stay as
+ * they are.
+ * T_OK, T_ERR_ARGUMENT (null), T_ERR_NOTICE (the record is untouched). */
 T_API int32_t T_CALL T_InitBitmap(BitmapHandle* bitmap, int32_t width, int32_t height,
                                   int32_t bitsPerPixel);
 
-/* What T_InitBitmap gives a bitmap where the library's settings have no resolution: 0, the default,
- * 150 dots per inch; any other flag 0, which says that nobody knows. So do loads from files that do
- * not tell theirs, and saves, whose copies carry the default. T_OK. */
+/* What T_InitBitmap gives a bitmap where the library's settings have no resolution, and with it
+ * loads from files that do not tell theirs, and saves, whose copies carry the default.
+ * flag  0, the default: 150 dots per inch; any other: 0, which says that nobody knows
+ * T_OK. */
 T_API int32_t T_CALL T_SetUnknownResolution(int32_t flag);
 
 /* Obtains storage.
- * request  1: a memory block (not zeroed), or a temporary file where none can be had; bit 8, for
- *          storage kinds 3, 4 and 6, whose rows come from elsewhere: no storage; anything else: the
- *          temporary file at once (zeroed, sparse), which may be read by its path, Data, while the
- *          bitmap is in use
- * With bit 8 Handle stays as it is, to be set before or after, and what it names is never touched:
- * such a bitmap has no rows and cannot be cleared. Other storage kinds give T_ERR_NO_MEMORY with
+ * bitmap   initialised, any depth; storage that it has is lost; memory is not accessed afterwards
+ * request  1: a memory block (not zeroed), or a temporary file where none can be had; 8, or any
+ *          number with this bit, for storage kinds 3, 4 and 6, whose rows come from elsewhere: no
+ *          storage; anything else: the temporary file at once (zeroed, sparse), which may be read
+ *          by its path, Data, while the bitmap is in use
+ * With 8 Handle stays as it is, to be set before or after, and what it names is never touched: such
+ * a bitmap has no rows and cannot be cleared. Other storage kinds give T_ERR_NO_MEMORY with
  * T_FLAG_USER and T_FLAG_NO_STORAGE set.
- * T_OK, T_ERR_SIZE when Size is 0, T_ERR_NO_MEMORY when neither memory nor a file can be had, or
- * the status callback stops the clearing of the file; nothing stays behind then. */
+ * T_OK, T_ERR_ARGUMENT (null), T_ERR_SIZE (Size is 0), T_ERR_NO_MEMORY (neither memory nor a file
+ * can be had, or the status callback stops the clearing of the file; nothing stays behind then). */
 T_API int32_t T_CALL T_AllocateBitmap(BitmapHandle* bitmap, uint32_t request);
 
 /* Locks a memory bitmap. Does not nest.
@@ -420,23 +433,29 @@ T_API uintptr_t T_CALL T_AccessBitmap(BitmapHandle* bitmap);
 
 /* Unlocks a memory bitmap.
  * bitmap  memory, locked: Data becomes null; any other: nothing happens
- * The platform's result, which has no meaning; Flags where nothing happens. */
+ * The platform's result, which has no meaning; Flags where nothing happens; T_ERR_ARGUMENT for
+ * null. */
 T_API int32_t T_CALL T_ReleaseBitmap(BitmapHandle* bitmap);
 
 /* Gives storage and palette objects back.
  * bitmap  cleared, initialised or allocated (see BitmapHandle); may be initialised again; a second
  *         call does nothing
- * The result has no meaning. For user-managed storage calls ReleaseCallback(Handle,
- * ReleaseData) when Handle and the callback are not null; T_FLAG_ALLOCATED stays as it was. */
+ * For user-managed storage calls ReleaseCallback(Handle, ReleaseData) when Handle and the callback
+ * are not null; T_FLAG_ALLOCATED stays as it was.
+ * The result has no meaning, but T_ERR_ARGUMENT for null. */
 T_API int32_t T_CALL T_FreeBitmap(BitmapHandle* bitmap);
 
-/* Copies bytes between `buffer` and stored rows, of which memory bitmaps must be accessed.
+/* Copies bytes between a buffer and stored rows.
+ * bitmap  any depth, memory or disk; memory must be accessed
+ * buffer  gets the bytes (T_Get...), or has them (T_Put...)
  * row     number of the stored row
  * column  (...RowCol) the pixel whose byte is the first; 2-bit bitmaps: the byte's number; else the
  *         row's start
- * bytes   how many; may span several rows. Nothing is checked against the bitmap's bounds
- * The bytes moved, or T_ERR_NO_MEMORY (no storage, or memory not accessed), T_ERR_SEEK, T_ERR_READ,
- * T_ERR_WRITE. A short disk read or write shows in the count only. */
+ * bytes   how many, below 2 GiB; may span several rows. Nothing is checked against the bitmap's
+ *         bounds
+ * The bytes moved, or T_ERR_ARGUMENT (null), T_ERR_NO_MEMORY (no storage, the caller's own, or
+ * memory not accessed), of disk bitmaps T_ERR_SEEK, T_ERR_READ (T_Get...), T_ERR_WRITE (T_Put...).
+ * A short disk read or write shows in the count only. */
 T_API int32_t T_CALL T_GetBitmapRow(BitmapHandle* bitmap, void* buffer, uint32_t row,
                                     uint32_t bytes);
 T_API int32_t T_CALL T_PutBitmapRow(BitmapHandle* bitmap, const void* buffer, uint32_t row,
@@ -446,31 +465,48 @@ T_API int32_t T_CALL T_GetBitmapRowCol(BitmapHandle* bitmap, void* buffer, uint3
 T_API int32_t T_CALL T_PutBitmapRowCol(BitmapHandle* bitmap, const void* buffer, uint32_t row,
                                        uint32_t column, uint32_t bytes);
 
-/* Zeroes every pixel byte; a memory bitmap is left released. T_OK, T_ERR_NO_STORAGE (none, or the
- * caller's own), T_ERR_NO_MEMORY (disk: seek or write failed), or the status callback's answer. */
+/* Zeroes every pixel byte.
+ * bitmap  any depth; memory, accessed or not, is left released
+ * T_OK, T_ERR_ARGUMENT (null), T_ERR_NO_STORAGE (none, or the caller's own), T_ERR_NO_MEMORY (disk:
+ * seek or write failed), the status callback's answer. */
 T_API int32_t T_CALL T_ClearBitmap(BitmapHandle* bitmap);
 
-/* Makes `dst` (initialised here) a new, independent bitmap equal to `src`, except that it carries
- * the library's default resolution. Palette objects are duplicated. Both are left released.
- * T_OK, T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
+/* Makes a new, independent bitmap equal to another, except that it carries the library's default
+ * resolution. Palette objects are duplicated.
+ * dst  another record, cleared by the caller (see BitmapHandle), whose storage is lost; initialised
+ *      here and allocated, in memory where it can be had, else on disk; the caller frees it
+ * src  allocated, any depth, accessed or not
+ * Both are left released. After a failure `dst` is not allocated.
+ * T_OK, T_ERR_ARGUMENT (null), T_ERR_SIZE (Size is 0), T_ERR_NO_MEMORY (or `src` has no storage),
+ * T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps), T_ERR_NOTICE. */
 T_API int32_t T_CALL T_CopyBitmap(BitmapHandle* dst, BitmapHandle* src);
 
-/* The same for a rectangle of `src`. The words of Info are those of `src`, but biWidth, biHeight
- * and biSizeImage the rectangle's.
- * x, y           its top left pixel, counted from the picture's top left corner
- * width, height  pixels and rows
- * T_CopyBitmap's statuses; T_ERR_ARGUMENT when it reaches outside, T_ERR_SIZE when it is empty.
+/* Makes a new, independent bitmap of a rectangle of another, as T_CopyBitmap does of the whole.
+ * dst            as T_CopyBitmap's; the words of its Info are those of `src`, but biWidth, biHeight
+ *                and biSizeImage the rectangle's
+ * src            as T_CopyBitmap's
+ * x, y           the rectangle's top left pixel, counted from the picture's top left corner
+ * width, height  its pixels and rows, from 1
  * Copies between memory bitmaps of 8 bits and more leave both accessed, all others leave both
- * released. */
+ * released. After a failure `dst` is not allocated.
+ * T_OK, T_ERR_ARGUMENT (null, or it reaches outside), T_ERR_SIZE (it is empty), T_ERR_NO_MEMORY (or
+ * `src` has no storage), T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps), T_ERR_NOTICE. */
 T_API int32_t T_CALL T_CopyBitmapRect(BitmapHandle* dst, BitmapHandle* src, uint32_t x, uint32_t y,
                                       uint32_t width, uint32_t height);
 
-/* Copies the pixel rows of `src` into `dst`, which must be allocated with the same geometry.
- * T_OK or T_ERR_NO_MEMORY (no row buffer). */
+/* Copies the pixel rows of a bitmap into another.
+ * dst  allocated with the geometry of `src`, which is not checked; gets the pixels alone
+ * src  allocated, any depth
+ * Memory bitmaps, accessed or not, are left released.
+ * T_OK, T_ERR_ARGUMENT (null), T_ERR_NO_MEMORY (no row buffer, or one has no storage), T_ERR_SEEK,
+ * T_ERR_READ, T_ERR_WRITE (disk bitmaps). */
 T_API int32_t T_CALL T_CopyBitmapData(BitmapHandle* dst, BitmapHandle* src);
 
-/* Copies the record itself: both refer to the same storage, of which only one may be freed. A
- * dithering pass is not shared. T_OK. */
+/* Copies the record itself.
+ * dst  any record; storage that it has is lost
+ * src  stays as it is; both refer to the same storage, of which only one may be freed
+ * A dithering pass is not shared.
+ * T_OK, T_ERR_ARGUMENT (null). */
 T_API int32_t T_CALL T_CopyBitmapHandle(BitmapHandle* dst, const BitmapHandle* src);
 
 /* Example: a grey picture of 100 x 50 pixels, row by row.
@@ -530,12 +566,14 @@ typedef struct FileIOTable {
  * With either, a path on Windows may be as long as the file system lets it be: one of more than
  * 248 characters is made absolute and passed on with the prefix that says so. With UTF-8 the
  * folders of the search path are not looked through for a file that is not where its name says.
- * Choose once, before the first file: a disk bitmap finds its file by the encoding it was made in.
- * T_OK, T_ERR_ARGUMENT for another encoding. A name that is no UTF-8 cannot be opened. */
+ * A name that is no UTF-8 cannot be opened then. Choose once, before the first file: a disk bitmap
+ * finds its file by the encoding it was made in.
+ * T_OK, T_ERR_ARGUMENT (another encoding). */
 T_API int32_t T_CALL T_SetNameEncoding(int32_t encoding);
 
 /* Puts the caller's operations in place of those in force.
- * open ... close  one for each slot; null: the default
+ * open, read, write  for the slots of these names; null: the default
+ * seek, close        the same
  * T_OK. */
 T_API int32_t T_CALL T_RedirectIO(T_FileOpen open, T_FileRead read, T_FileWrite write,
                                   T_FileSeek seek, T_FileClose close);
@@ -562,8 +600,10 @@ typedef struct T_Format {
   char Extensions[32];  /* lower case, separated by blanks, the usual one first: "bmp dib" */
 } T_Format;
 
-/* Fills `format` with row `index` (from 0) of the format table. T_OK, T_ERR_FORMAT past the end,
- * T_ERR_ARGUMENT when `format` is null. */
+/* Tells what one of the library's formats can do.
+ * index   row of the format table, from 0
+ * format  filled
+ * T_OK, T_ERR_FORMAT (past the end), T_ERR_ARGUMENT (null). */
 T_API int32_t T_CALL T_GetFormat(uint32_t index, T_Format* format);
 
 /* What T_FileInfo reports; 128 bytes. */
@@ -594,22 +634,24 @@ typedef struct FILEINFO {
   uint32_t Reserved[9];
 } FILEINFO;
 
-/* FILEINFO.Extras: what loads pass over. Bitmaps have no place for it, saves do not write it, but
- * for the opacity of PNG files and the orientation (T_SetSaveOrientation). */
-#define T_EXTRA_ALPHA                                                                             \
-  0x0001u                    /* opacity, or a color that stands for transparent; of 32-bit pixels \
-                                the spare byte keeps it */
-#define T_EXTRA_ICC 0x0002u  /* a color profile */
-#define T_EXTRA_EXIF 0x0004u /* camera data */
-#define T_EXTRA_XMP 0x0008u  /* further descriptive data */
+/* FILEINFO.Extras: what loads pass over. Bitmaps have no place for it, but for opacity, which the
+ * spare byte of 32-bit pixels keeps; saves do not write it, but for the opacity of PNG files and
+ * the orientation (T_SetSaveOrientation). */
+#define T_EXTRA_ALPHA 0x0001u /* opacity, or a color that stands for transparent */
+#define T_EXTRA_ICC 0x0002u   /* a color profile */
+#define T_EXTRA_EXIF 0x0004u  /* camera data */
+#define T_EXTRA_XMP 0x0008u   /* further descriptive data */
 
-/* Decides by content which format the file `name` is in and describes its picture (of a
- * multi-page file: the page that T_SetPageNumber selects).
- * T_OK, T_ERR_NAME, T_ERR_OPEN, T_ERR_READ and T_ERR_SEEK (a file operation failed),
- * T_ERR_NO_MEMORY, T_ERR_BAD_DATA (no format accepts the file, or it is empty), T_ERR_ARGUMENT
- * (info is null), T_ERR_NOTICE. */
+/* Decides by content which format a file is in and describes its picture; of a multi-page file the
+ * page that T_SetPageNumber selects.
+ * name     path for the Open operation
+ * address  (T_FileInfoMemory) the block that stands for the file
+ * size     its bytes
+ * info     filled; after a failure what is in it has no meaning
+ * T_OK, T_ERR_ARGUMENT (info is null), T_ERR_NAME, T_ERR_OPEN, T_ERR_READ and T_ERR_SEEK (a file
+ * operation failed), T_ERR_TOO_LARGE (2 GiB and more, in memory or by a Seek of the caller's),
+ * T_ERR_NO_MEMORY, T_ERR_BAD_DATA (no format accepts the file, or it is empty), T_ERR_NOTICE. */
 T_API int32_t T_CALL T_FileInfo(const char* name, FILEINFO* info);
-/* The same for `size` bytes at `address`. */
 T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint32_t size);
 
 /* Example: what a file is.
@@ -620,8 +662,8 @@ T_API int32_t T_CALL T_FileInfoMemory(const void* address, FILEINFO* info, uint3
 /* ---- Loading --------------------------------------------------------------------------------- */
 
 /* How many rows readers gather before each call of the sink.
- * lines  1 or more; T_LoadFile sets it anew by the picture's height
- * `lines`, or T_ERR_ARGUMENT. */
+ * lines  1 or more; at first they go by the picture's height, and T_LoadFile sets them anew by it
+ * `lines`, or T_ERR_ARGUMENT (below 1). */
 T_API int32_t T_CALL T_SetCallbackLine(int32_t lines);
 
 /* Pages that a file can have as far as the library goes: those behind are not read, and no more are
@@ -643,44 +685,60 @@ T_API int32_t T_CALL T_SetPageNumber(int32_t page);
 
 /* Loads a file of any format that the library reads.
  * name          path for the Open operation
+ * address       (T_LoadMemory) the block that stands for the file
+ * size          its bytes
  * target        cleared or initialised by the caller, whose storage is lost; initialised here at
  *               the file's size once that is known; holds the picture afterwards, or describes the
  *               rows that the callback gets
  * bitsPerPixel  1, 4, 8, 16, 24 or 32; anything else: the file's own depth
  * order         T_ORDER_RGB or T_ORDER_BGR; anything else: the file's order
  * flags         T_LOAD_ bits
- * callback      gets the rows (as `target` describes them) with userData as context; null: they
- *               are stored in the target, which needs T_LOAD_ALLOCATE: without both the first rows
- *               have no place, T_ERR_NO_MEMORY
+ * callback      gets the rows (as `target` describes them); null: they are stored in the target,
+ *               which needs T_LOAD_ALLOCATE: without both the first rows have no place,
+ *               T_ERR_NO_MEMORY
+ * userData      the callback's context, not looked at
  * Fewer colors than the file has: dithered with the target's DitherMethod to the built-in
  * palette of the depth (grey sources: to an even ramp); with T_LOAD_FIXED and more bits than the
  * file, mapped to that palette without dithering. Otherwise the palette is the file's. The built-in
  * palette of 2-bit files at their own depth is four even greys.
  * The target's ViewPerspective tells which row is the top one. It has T_FLAG_GRAY when the file is
  * grey, but not when both have fewer than 8 bits.
- * T_OK; T_FileInfo's statuses; T_ERR_NO_MEMORY; T_ERR_SIZE (empty, or too large for a bitmap);
- * T_ERR_FORMAT (identified, but no reader); the reader's status; the callback's answer. A failed
- * load with T_LOAD_ALLOCATE keeps the partial bitmap (free it), whose rows that did not come are
- * zero (with a callback its pixels are the caller's business); one without frees the target. */
+ * A failed load with T_LOAD_ALLOCATE keeps the partial bitmap (free it), whose rows that did not
+ * come are zero (with a callback its pixels are the caller's business); one without frees the
+ * target.
+ * T_OK; T_ERR_ARGUMENT (target is null, and the file can be opened); T_FileInfo's statuses;
+ * T_ERR_NO_MEMORY; T_ERR_SIZE (empty, or too large for a bitmap); the reader's status (see Formats,
+ * and Compressed pictures: decoding); T_ERR_WRITE (bitmaps on disk); the answer of the callback or
+ * of the status callback. */
 T_API int32_t T_CALL T_LoadFile(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
                                 int32_t order, uint32_t flags, T_RowSink callback, void* userData);
-/* The same from `size` bytes at `address`. */
 T_API int32_t T_CALL T_LoadMemory(const void* address, BitmapHandle* target, int32_t bitsPerPixel,
                                   int32_t order, uint32_t flags, T_RowSink callback, void* userData,
                                   uint32_t size);
 
 /* T_LoadFile and T_LoadMemory into an allocated bitmap: flags T_LOAD_ALLOCATE and T_LOAD_ACCESS, no
  * callback.
- * target  cleared before (see BitmapHandle), so that the caller can free it after a failure, too
- * Their statuses. */
+ * name           path for the Open operation
+ * address, size  (T_LoadBitmapMemory) the block that stands for the file, and its bytes
+ * target         cleared before (see BitmapHandle), so that the caller can free it after a failure,
+ *                too; released afterwards
+ * bitsPerPixel   1, 4, 8, 16, 24 or 32; anything else: the file's own depth
+ * order          T_ORDER_RGB or T_ORDER_BGR; anything else: the file's order
+ * T_OK, the other statuses of T_LoadFile. */
 T_API int32_t T_CALL T_LoadBitmap(const char* name, BitmapHandle* target, int32_t bitsPerPixel,
                                   int32_t order);
 T_API int32_t T_CALL T_LoadBitmapMemory(const void* address, BitmapHandle* target,
                                         int32_t bitsPerPixel, int32_t order, uint32_t size);
 
-/* The row sink of T_LoadFile: converts rows of `source` to the target's format. `context` is the
- * load in progress; for callers that wrap a reader of their own around T_LoadFile's callback it
- * has no use. T_ERR_ARGUMENT when context is null. */
+/* The row sink of T_LoadFile (T_RowSink): converts rows to the target's format. For callers that
+ * wrap a reader of their own around T_LoadFile's callback it has no use.
+ * source    describes the rows
+ * rows      1 or more contiguous rows of source->BytesPerLine bytes
+ * rowCount  how many
+ * context   the load in progress
+ * T_OK, T_ERR_ARGUMENT (null, or a negative rowCount), T_ERR_BAD_DATA (not the picture that was
+ * identified, or more rows than it has), T_ERR_NO_MEMORY, T_ERR_SEEK and T_ERR_WRITE (a target on
+ * disk), the callback's answer. */
 T_API int32_t T_CALL T_LoadFileCB(BitmapHandle* source, const void* rows, int32_t rowCount,
                                   void* context);
 
@@ -711,52 +769,62 @@ T_API int64_t T_CALL T_GetDamageOffset(void);
 #define T_SAVE_APPEND 4u          /* multi-page formats: append a page */
 #define T_SAVE_KEEP_RESOLUTION 8u /* state the bitmap's own resolution, 0 for none */
 
-/* Saves a picture.
+/* Saves a picture. T_SaveBitmap does so with flags, direct and extra 0.
  * name          file to create
- * bitmap        left as it is, but released; copied for the work
+ * bitmap        allocated, any depth, accessed or not; left as it is, but released; copied where
+ *               the work changes it
  * format        T_FORMAT_ value or a save variant of one
  * bitsPerPixel  depth to write; 0: the bitmap's own, which the format must hold (T_GetFormat; a
  *               24-bit bitmap as GIF is T_ERR_DEPTH). For JPEG and CMP 8 means grey, whatever the
  *               bitmap is, but for the always-24-bit variants; up to 4 and above 8 bits are coded
  *               as 24, 1 bit as grey
- * quality       for the compressed formats only
+ * quality       JPEG and CMP: the quality factor (see Compressed pictures: coding); of all other
+ *               formats not looked at
  * flags         T_SAVE_ bits
- * direct        not 0: write the bitmap as it stands, without a copy; it must be accessed. Rows
- *               are brought to the depth by row conversion, without dithering
+ * direct        not 0: write the bitmap as it stands, without a copy; memory must be accessed, and
+ *               stays so. Rows are brought to the depth by row conversion, without dithering
  * extra         not looked at
  * Resolution: that of T_InitBitmap, as every copy has it; with T_SAVE_KEEP_RESOLUTION or `direct`,
  * and in T_ConvertFile, T_StreamFile, FileFormatWrite and T_CompressBitmap1Bit, the bitmap's own.
  * One of 0 stays unknown: 0 in BMP, PCX, CMP and GEM files, densities of 0 without a unit in JFIF
  * streams, no tags in TIFF files. CALS files always state 200.
- * T_OK, T_ERR_SIZE (Size is 0), T_ERR_FORMAT (no writer), T_ERR_DEPTH, T_ERR_CREATE (also while
- * another program has the file open), T_ERR_WRITE, T_ERR_NO_MEMORY, T_ERR_NO_STORAGE, T_ERR_NAME,
- * T_ERR_NOTICE. A failed save leaves what it has written.
+ * A failed save leaves what it has written.
  * A save that appends (T_SAVE_APPEND, or a page number of 2 or more; PCX and TIFF) creates the file
  * when there is none or an empty one, and writes it anew when it is of another format. When
  * T_FileInfo cannot tell what it is, the file stays as it was, and that status is the result:
  * T_ERR_OPEN (it is there, but cannot be opened, or another program is writing it), T_ERR_READ,
- * T_ERR_SEEK, T_ERR_BAD_DATA (of no known format). */
+ * T_ERR_SEEK, T_ERR_TOO_LARGE, T_ERR_BAD_DATA (of no known format). No page can be added to a file
+ * that is damaged (T_ERR_BAD_DATA, T_ERR_READ), full or near 2 GiB (T_ERR_WRITE, T_ERR_SEEK), or
+ * TIFF with 64-bit offsets (T_ERR_SUBTYPE).
+ * T_OK, T_ERR_ARGUMENT (null, or a depth to convert to that is none of 1, 4, 8, 16, 24 and 32),
+ * T_ERR_SIZE (Size is 0, or the picture is too large for the format), T_ERR_FORMAT (no writer),
+ * T_ERR_DEPTH (the format does not hold it), T_ERR_NAME, T_ERR_CREATE (also while another program
+ * has the file open), T_ERR_WRITE, T_ERR_SEEK, T_ERR_READ (a bitmap on disk), T_ERR_NO_MEMORY (or
+ * `direct` and not accessed, or nothing stored that could be copied), T_ERR_NO_STORAGE,
+ * T_ERR_NOTICE, for JPEG and CMP T_ERR_QUALITY, T_ERR_MULTIPLIER and T_ERR_NOT_COMPRESSIBLE, for a
+ * save that appends those above, the status callback's answer. */
 T_API int32_t T_CALL T_SaveFile(const char* name, BitmapHandle* bitmap, int32_t format,
                                 int32_t bitsPerPixel, int32_t quality, uint32_t flags,
                                 uint32_t direct, uint32_t extra);
-/* T_SaveFile with flags, direct and extra 0. */
 T_API int32_t T_CALL T_SaveBitmap(const char* name, BitmapHandle* bitmap, int32_t format,
                                   int32_t bitsPerPixel, int32_t quality);
 
 /* Loads a file and saves it in another format, with the resolution that it states, if any.
+ * T_StreamFile writes the same bytes without holding the picture where that can be: rows are
+ * written as they are read.
  * source, destination  names
  * format, quality      as T_SaveFile takes them
- * bitsPerPixel         0: the source's depth (one that the format cannot hold is T_ERR_DEPTH)
- * Statuses of T_LoadBitmap and T_SaveBitmap. */
+ * bitsPerPixel         as T_SaveFile takes it; 0: the source's depth (one that the format cannot
+ *                      hold is T_ERR_DEPTH)
+ * With T_StreamFile a source that turns out to be cut or damaged leaves a part of the destination,
+ * and what the format cannot hold is told before the rest of the source is read. BMP files may be
+ * written by seeking behind their end. It converts the picture whole when its colors are reduced to
+ * 8 bits or less, when it is interlaced, when its bottom row comes first (but into BMP and TGA
+ * files, and from such files without run-length coding), and when both names are equal; two names
+ * of one file are T_ERR_CREATE, where the file operations know.
+ * T_OK, the other statuses of T_LoadBitmap and T_SaveBitmap. */
 T_API int32_t T_CALL T_ConvertFile(const char* source, const char* destination, int32_t format,
                                    int32_t bitsPerPixel, int32_t quality);
-/* The same, the same bytes, without holding the picture where that can be: rows are written as
- * they are read. So a source that turns out to be cut or damaged leaves a part of the destination,
- * and what the format cannot hold is told before the rest of the source is read. BMP files may be
- * written by seeking behind their end. The picture is converted whole when its colors are reduced
- * to 8 bits or less, when it is interlaced, when its bottom row comes first (but into BMP and TGA
- * files, and from such files without run-length coding), and when both names are equal; two names
- * of one file are T_ERR_CREATE, where the file operations know. */
 T_API int32_t T_CALL T_StreamFile(const char* source, const char* destination, int32_t format,
                                   int32_t bitsPerPixel, int32_t quality);
 
@@ -771,12 +839,17 @@ typedef struct T_FormatWriteContext {
   BitmapHandle Picture; /* gathers them; after a load that failed give it to T_FreeBitmap */
 } T_FormatWriteContext;
 
-/* Row sinks (T_RowSink) that save a picture as it streams by, in a format of the caller's choice;
- * `context` is a T_FormatWriteContext. The rows are gathered in a bitmap like the source
- * (interlaced ones in their places), which is saved and freed when source->Height rows have come.
+/* Row sinks (T_RowSink) that save a picture as it streams by, in a format of the caller's choice.
  * FileFormatWrite saves with conversion, as T_SaveFile does. FileNoConvertWrite saves the rows as
  * they came, at the source's depth, as T_SaveFile does with `direct`.
- * T_OK, T_ERR_ARGUMENT (null context), statuses of T_AllocateBitmap, T_PutBitmapRow, T_SaveFile. */
+ * source    describes the rows and the picture
+ * rows      1 or more contiguous rows of source->BytesPerLine bytes
+ * rowCount  how many
+ * context   a T_FormatWriteContext
+ * The rows are gathered in a bitmap like the source (interlaced ones in their places), which is
+ * saved and freed when source->Height rows have come, and freed when one of these calls fails.
+ * T_OK, T_ERR_ARGUMENT (null, or a negative rowCount), T_ERR_BAD_DATA (more rows than the picture
+ * has), the other statuses of T_AllocateBitmap, T_PutBitmapRow and T_SaveFile. */
 T_API int32_t T_CALL FileFormatWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
                                      void* context);
 T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, int32_t rowCount,
@@ -785,7 +858,7 @@ T_API int32_t T_CALL FileNoConvertWrite(BitmapHandle* source, const void* rows, 
 /* What files that are saved from now on tell about how to turn the picture for viewing, where the
  * format can: TIFF files, and JPEG files by Exif data. The pixels stay as they are.
  * orientation  as FILEINFO.Orientation: 2 to 8; 1, at first: nothing is told
- * T_OK, T_ERR_ARGUMENT. */
+ * T_OK, T_ERR_ARGUMENT (another number). */
 T_API int32_t T_CALL T_SetSaveOrientation(int32_t orientation);
 
 /* Example: one format to another; a bitmap as a further page.
