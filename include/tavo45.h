@@ -873,17 +873,18 @@ T_API int32_t T_CALL T_SetSaveOrientation(int32_t orientation);
 /* ---- Row conversion -------------------------------------------------------------------------- */
 
 /* Converts one row in place from one pixel layout to another.
- * buffer       holds `width` pixels in whichever of the two layouts is larger
- * width        pixels, 1 to 32767 (the low 16 bits, signed)
- * bitsIn, bitsOut   0 (8-bit grey, no palette), 1, 4, 8 (palette indices, leftmost pixel in the
- *              high bits), 16 (5-5-5), 24 or 32
- * orderIn, orderOut   T_ORDER_ values, looked at where the layout carries color (16, 24, 32)
- * paletteIn, paletteOut   for 1, 4 and 8 bits; null: the built-in palette of the depth (black and
- *              white; 16 standard colors; the uniform 3-3-2 palette)
+ * buffer                 holds `width` pixels in whichever of the two layouts is larger
+ * width                  pixels, 1 to 32767 (the low 16 bits, signed)
+ * bitsIn, bitsOut        0 (8-bit grey, no palette), 1, 4, 8 (palette indices, leftmost pixel in
+ *                        the high bits), 16 (5-5-5), 24 or 32
+ * orderIn, orderOut      T_ORDER_ values, looked at where the layout carries color (16, 24, 32)
+ * paletteIn, paletteOut  for 1, 4 and 8 bits, as many entries as they can name; null: the built-in
+ *                        palette of the depth (black and white; 16 standard colors; the uniform
+ *                        3-3-2 palette)
  * Colors become indices by the nearest palette entry, grey levels by (2 red + 5 green + blue + 4)
  * >> 3. The unused bits of a last byte keep their values, and so does the spare byte of 32-bit
  * pixels that stay 32 bits; otherwise it becomes 0.
- * T_OK or T_ERR_ARGUMENT (nothing written). */
+ * T_OK or T_ERR_ARGUMENT (null buffer, width, bits, order; nothing is written). */
 T_API int32_t T_CALL T_ConvertBuffer(void* buffer, int32_t width, int32_t bitsIn, int32_t bitsOut,
                                      int32_t orderIn, int32_t orderOut,
                                      const T_PaletteEntry* paletteIn,
@@ -911,51 +912,53 @@ T_API int32_t T_CALL T_SetGrayFixedPalette(int32_t flag);
  * below reads indexed pixels through it. */
 
 /* Opens a dithering pass: rows of `bitmap` become rows of palette indices.
- * bitmap       needs no storage; its Width, BitsPerPixel (1, 4, 8, 16, 24 or 32), Order, painting
- *              palette and DitherMethod are read now. The pass hangs from it until T_StopDithering;
- *              one pass per bitmap, and a pass still open is lost, not freed
- * palette      `colors` entries, copied; null: the built-in palette (black and white; 16 standard
- *              colors; uniform 3-3-2). The same colors given as a palette have the same effect
- * colors      1 to 256: up to 2 gives 1-bit rows, up to 16 4-bit rows, more 8-bit rows
+ * bitmap   needs no storage; its Width, BitsPerPixel (1, 4, 8, 16, 24 or 32), Order, painting
+ *          palette and DitherMethod are read now. The pass hangs from it until T_StopDithering; one
+ *          pass per bitmap, and a pass still open is lost, not freed
+ * palette  `colors` entries, copied; null: the built-in palette (black and white; 16 standard
+ *          colors; uniform 3-3-2). The same colors given as a palette have the same effect
+ * colors   1 to 256: up to 2 gives 1-bit rows, up to 16 4-bit rows, more 8-bit rows
  * A color takes the nearest palette entry of its class (the top five bits of each component). The
  * built-in palettes take theirs by bits: white from grey level 128 on, grey being (2 red + 5 green
  * + blue + 4) >> 3; of the 16 colors only black and the seven bright ones, by the top bit of each
  * component; 3-3-2 by the top bits.
  * Error diffusion runs from left to right in every row, in integers: shares of the error are added
  * up per pixel and divided once. Rows that are grey in a palette of greys stay grey.
- * T_OK, T_ERR_ARGUMENT (depth, colors, DitherMethod above 7, null bitmap), T_ERR_NO_MEMORY; after
- * a failure there is no pass. */
+ * T_OK, T_ERR_ARGUMENT (depth, colors, DitherMethod above 7, null bitmap), T_ERR_NO_MEMORY,
+ * T_ERR_LIMIT; after a failure no pass has begun. */
 T_API int32_t T_CALL T_StartDithering(BitmapHandle* bitmap, const T_PaletteEntry* palette,
                                       uint32_t colors);
 
 /* Dithers the next row. Rows follow each other as the error is to flow, in one direction from the
  * first to the last: loads take them in the file's order, saves and T_ColorResolution from the top.
- * input    Width pixels in the bitmap's depth and order
- * output   gets Width indices, the leftmost in the high bits; unused bits of the last byte keep
- *          their values. May not overlap the input
+ * bitmap  the one that the pass hangs from
+ * input   Width pixels in the depth and order that the bitmap had at the start of the pass
+ * output  gets Width indices, the leftmost in the high bits; unused bits of the last byte keep
+ *         their values. May not overlap the input
  * T_OK, or T_ERR_ARGUMENT without a pass or with a null pointer. */
 T_API int32_t T_CALL T_DitherLine(BitmapHandle* bitmap, const void* input, void* output);
 
-/* Closes the pass and frees what it holds. T_OK, also when there is none. */
+/* Closes the pass and frees what it holds.
+ * bitmap  the one that the pass hangs from; null, and one without a pass: nothing happens
+ * T_OK. */
 T_API int32_t T_CALL T_StopDithering(BitmapHandle* bitmap);
 
 /* Reduces `source` to at most `colors` colors chosen for it, in a bitmap of its own.
  * source       allocated, any depth, accessed or not; left as it is
- * destination  another record; initialised here at the source's size with 1 bit for 1 or 2
- *              colors, 4 bits up to 16, 8 bits up to 256; Order T_ORDER_BGR; perspective and
- *              resolution are the source's. Dithered by the method that T_DefaultDithering set.
- *              Released when done
+ * destination  another record; initialised here at the source's size with 1 bit for 1 or 2 colors,
+ *              4 bits up to 16, 8 bits up to 256; Order T_ORDER_BGR; perspective and resolution are
+ *              the source's. Dithered by the method that T_DefaultDithering set. Released when done
  * flags        reserved, 0
- * colors      1 to 256
+ * colors       1 to 256
  * The palette: colors are counted by class (the top five bits of each component); the classes are
  * split into boxes, always the one of the largest variance, at the mean of its most varying
  * channel; the entries are the boxes' means, ascending by blue, green, red, the rest black. An
- * indexed source with no more than `colors` entries keeps its own, sorted in that way.
- * The status callback is told of the progress.
+ * indexed source with no more than `colors` entries keeps its own, sorted in that way. The status
+ * callback is told of the progress.
  * T_OK; T_ERR_FORMAT (more than 256 colors); T_ERR_ARGUMENT (0 colors, source not allocated, null
- * or equal records); what T_InitBitmap and T_AllocateBitmap give for the destination;
- * T_ERR_NO_MEMORY; T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps); the callback's answer. After
- * a failure the destination is not allocated. */
+ * or equal records); T_ERR_SIZE (the destination's does not fit 32 bits); T_ERR_NO_MEMORY,
+ * T_ERR_LIMIT; T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps); T_ERR_NOTICE; the callback's
+ * answer. After a failure the destination is not allocated. */
 T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destination,
                                       uint32_t flags, uint32_t colors);
 
@@ -967,18 +970,19 @@ T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destin
 #define T_PALETTE_FINE 5      /* made for the picture with more care: photographs gain most */
 
 /* Brings a bitmap to another depth, in its own record.
- * bitmap       allocated, any depth, accessed or not, and so it stays. Its palette objects are
- *              deleted, the new palette is in the record. Perspective, resolution, DitherMethod and
- *              attributes are kept, Order too where both depths are above 8 (else T_ORDER_BGR)
- * depth        1, 4, 8, 16, 24 or 32
- * paletteType  T_PALETTE_ value; above 8 bits it does not matter
- * palette, colors   T_PALETTE_GIVEN: the entries, 1 to 2^depth. Otherwise palette is not looked at;
- *              with T_PALETTE_OPTIMIZED and T_PALETTE_FINE colors is the number of colors wanted,
- *              up to 2^depth, 0 for that
+ * bitmap           allocated, any depth, accessed or not, and so it stays. Its palette objects are
+ *                  deleted, the new palette is in the record. Perspective, resolution, DitherMethod
+ *                  and attributes are kept, Order too where both depths are above 8 (else
+ *                  T_ORDER_BGR)
+ * depth            1, 4, 8, 16, 24 or 32
+ * paletteType      T_PALETTE_ value; above 8 bits it does not matter which
+ * palette, colors  T_PALETTE_GIVEN: the entries, 1 to 2^depth. Otherwise palette is not looked at;
+ *                  with T_PALETTE_OPTIMIZED and T_PALETTE_FINE colors is the number of colors
+ *                  wanted, up to 2^depth, 0 for that
  * To 8 bits or less the picture is dithered by its DitherMethod; an indexed picture whose colors
  * are all in the new palette keeps them exactly. Grey pictures (the palette is grey, or above 8
- * bits T_FLAG_GRAY is set) get grey palettes; those above 8 bits keep all 256 levels at 8 bits.
- * 1 bit with T_PALETTE_OPTIMIZED gives black and white, in this order, unless the picture has two
+ * bits T_FLAG_GRAY is set) get grey palettes; those above 8 bits keep all 256 levels at 8 bits. 1
+ * bit with T_PALETTE_OPTIMIZED gives black and white, in this order, unless the picture has two
  * colors or fewer, which are kept.
  * T_PALETTE_FINE counts colors by 6 bits of each component, or by all 8 where there are not too
  * many for that, and moves the entries until their squared distances to the pixels hardly become
@@ -988,28 +992,36 @@ T_API int32_t T_CALL T_OptimizeBitmap(BitmapHandle* source, BitmapHandle* destin
  * middle of the class. 1 bit gives two such colors. It takes up to 28 MiB for the work. T_FLAG_GRAY
  * is set afterwards when an 8-bit picture has the 256-step ramp, or a deeper one came from greys.
  * The status callback is told of the progress.
- * T_OK, T_ERR_ARGUMENT (depth, type, palette, colors, DitherMethod above 7, null bitmap),
- * T_ERR_NO_STORAGE, T_ERR_NO_MEMORY, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps), the
- * callback's answer. After a failure the bitmap is as it was. */
+ * T_OK, T_ERR_ARGUMENT (null bitmap, depth, type, palette, colors; the record's depth, Order above
+ * 1, DitherMethod above 7), T_ERR_NO_STORAGE, T_ERR_SIZE (that of the new depth does not fit 32
+ * bits), T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps),
+ * T_ERR_NOTICE, the callback's answer. After a failure the bitmap is as it was. */
 T_API int32_t T_CALL T_ColorResolution(BitmapHandle* bitmap, int32_t depth, int32_t paletteType,
                                        const T_PaletteEntry* palette, uint32_t colors);
 
-/* Makes a bitmap of any depth an 8-bit grey one: grey = (2 red + 5 green + blue + 4) >> 3, a ramp
- * of 256 greys as palette, T_FLAG_GRAY. Otherwise as T_ColorResolution. T_OK, T_ERR_ARGUMENT (null
- * bitmap), T_ERR_NO_STORAGE, T_ERR_NO_MEMORY, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE, the status
- * callback's answer. */
+/* Makes a bitmap an 8-bit grey one: grey = (2 red + 5 green + blue + 4) >> 3.
+ * bitmap  allocated, any depth; gets a ramp of 256 greys as palette and T_FLAG_GRAY. All else as
+ *         T_ColorResolution
+ * T_OK, T_ERR_ARGUMENT (null bitmap; the record's depth, Order above 1), and the other statuses of
+ * T_ColorResolution for the same reasons: T_ERR_NO_STORAGE, T_ERR_SIZE, T_ERR_NO_MEMORY,
+ * T_ERR_LIMIT, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE, T_ERR_NOTICE, the status callback's answer. */
 T_API int32_t T_CALL T_GrayScaleBitmap(BitmapHandle* bitmap);
 
-/* Makes GdiObjectA, the painting palette, from the record's palette; one that was there is deleted.
- * T_OK, T_ERR_ARGUMENT (null bitmap, more than 8 bits, no Colors), T_ERR_NO_MEMORY (the bitmap is
- * as it was). */
+/* Makes GdiObjectA, the painting palette, from the record's palette.
+ * bitmap  up to 8 bits, with 1 or more Colors; needs no storage. An object that was there is
+ *         deleted
+ * T_OK, T_ERR_ARGUMENT (null bitmap, more than 8 bits, no Colors), T_ERR_NO_MEMORY, T_ERR_LIMIT
+ * (the bitmap is as it was). */
 T_API int32_t T_CALL T_CreatePaintPalette(BitmapHandle* bitmap);
-/* Makes GdiObjectB, with which a display of 256 colors shows the picture: the uniform 3-3-2
- * colors, or 256 greys for a grey picture and after T_SetGrayFixedPalette(1). T_OK, T_ERR_ARGUMENT
- * (null bitmap), T_ERR_NO_MEMORY. */
+/* Makes GdiObjectB, with which a display of 256 colors shows the picture.
+ * bitmap  any depth; needs no storage. It gets the uniform 3-3-2 colors, or 256 greys for a grey
+ *         picture and after T_SetGrayFixedPalette(1); an object that was there is deleted
+ * T_OK, T_ERR_ARGUMENT (null bitmap), T_ERR_NO_MEMORY, T_ERR_LIMIT (the bitmap is as it was). */
 T_API int32_t T_CALL T_CreateScreenPalette(BitmapHandle* bitmap);
 
-/* A new palette object with the entries of `palette`, 0 for 0 and on failure. The caller owns it:
+/* Copies a palette object.
+ * palette  GdiObjectA or GdiObjectB of a record, on Windows any palette of the system; or 0
+ * A new palette object with the entries of `palette`, 0 for 0 and on failure. The caller owns it:
  * the platform's DeleteObject frees it, or T_FreeBitmap when it is put into a record. */
 T_API uintptr_t T_CALL T_DupPalette(uintptr_t palette);
 
@@ -1029,9 +1041,11 @@ T_API uintptr_t T_CALL T_DupPalette(uintptr_t palette);
 /* A resampling in progress. */
 typedef struct T_ResizeBlock T_ResizeBlock;
 
-/* Sets up the resampling of rows from the old size to the new one (pixels, rows); `resize`
- * receives the block, which T_StopResize frees. T_OK, T_ERR_ARGUMENT (a size below 1, resize
- * null), T_ERR_NO_MEMORY. */
+/* Sets up the resampling of rows, one after the other.
+ * oldWidth, oldHeight  pixels and rows of the source, from 1
+ * newWidth, newHeight  those of the result, from 1
+ * resize               receives the block, which T_StopResize frees; null after a failure
+ * T_OK, T_ERR_ARGUMENT (a size below 1, resize null), T_ERR_NO_MEMORY, T_ERR_LIMIT. */
 T_API int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t newWidth,
                                    int32_t newHeight, T_ResizeBlock** resize);
 /* Resamples one source row in place.
@@ -1041,24 +1055,34 @@ T_API int32_t T_CALL T_StartResize(int32_t oldWidth, int32_t oldHeight, int32_t 
  * outWidth      gets the new width
  * outRows       gets how often the result is to be emitted; 0: the row is dropped, and the buffer
  *               is as it was
+ * resize        the block of T_StartResize
  * Positions that no source pixel reaches keep what the buffer held: at the left end of an enlarged
- * row, the first source pixels. T_OK or T_ERR_ARGUMENT (depth, null). */
+ * row, the first source pixels.
+ * T_OK or T_ERR_ARGUMENT (depth, null). */
 T_API int32_t T_CALL T_Resize(void* row, uint32_t rowNumber, int32_t bitsPerPixel,
                               int32_t* outWidth, int32_t* outRows, T_ResizeBlock* resize);
-/* Frees the block; null is allowed. T_OK. */
+/* Ends the resampling.
+ * resize  the block, which is freed; null is allowed
+ * T_OK. */
 T_API int32_t T_CALL T_StopResize(T_ResizeBlock* resize);
 
-/* Gives a bitmap another size. All that is the caller's stays: palette, order, perspective,
- * resolution, Colors, DitherMethod, attributes and upper flag bits, release callback. biWidth,
- * biHeight and biSizeImage become the new size's.
+/* Gives a bitmap another size.
+ * bitmap         allocated, any depth, accessed or not, and so it stays. All that is the caller's
+ *                stays: palette, order, perspective, resolution, Colors, DitherMethod, attributes
+ *                and upper flag bits, release callback. biWidth, biHeight and biSizeImage become
+ *                the new size's; the same size leaves the bitmap alone
  * width, height  pixels and rows, from 1
- * T_OK, T_ERR_ARGUMENT (a size below 1), T_ERR_SIZE, T_ERR_NO_MEMORY (or the bitmap has no
- * storage), T_ERR_NOTICE, row statuses, the status callback's answer. On failure the bitmap is as
- * it was. */
+ * T_OK, T_ERR_ARGUMENT (null, a size below 1), T_ERR_SIZE (the result's does not fit 32 bits),
+ * T_ERR_NO_MEMORY (or the bitmap has no storage), T_ERR_LIMIT, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE
+ * (disk bitmaps), T_ERR_NOTICE, the status callback's answer. On failure all is as it was. */
 T_API int32_t T_CALL T_SizeBitmap(BitmapHandle* bitmap, int32_t width, int32_t height);
-/* Resamples all rows of `source` into `destination`, allocated with the wanted size and the same
- * depth. Result rows that no source row reaches become zero. T_OK, T_ERR_ARGUMENT (depths differ,
- * empty bitmap), T_ERR_NO_MEMORY (or one has no storage), row statuses, the status callback's
+/* Resamples all rows of a bitmap into another.
+ * source       allocated, any depth; left as it is
+ * destination  allocated with the wanted size and the same depth; gets the pixels and nothing else.
+ *              Rows that no source row reaches become zero
+ * Both may be accessed or not, and so they stay.
+ * T_OK, T_ERR_ARGUMENT (null, depths differ, empty bitmap), T_ERR_NO_MEMORY (or one has no
+ * storage), T_ERR_LIMIT, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps), the status callback's
  * answer. */
 T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destination);
 
@@ -1072,29 +1096,36 @@ T_API int32_t T_CALL T_ResizeBitmap(BitmapHandle* source, BitmapHandle* destinat
 #define T_SIZE_LANCZOS 5u  /* three lobes */
 #define T_SIZE_DRAFT \
   0x100u /* T_LoadBitmapFine: JPEG may be decoded smaller; added to one of them */
-/* Gives a bitmap another size and mixes pixels for it. Bitmaps of up to 8 bits become 8-bit grey
- * (as by T_GrayScaleBitmap) when their palette is grey, else 24 bits T_ORDER_BGR (as by
- * T_ColorResolution); other depths and the grey ramp stay. Fourth bytes and bit 15 are not mixed:
- * they are those of the nearest pixel. Pixels outside the picture count as the nearest of its edge.
- * The same size leaves the bitmap alone. What else stays is what T_SizeBitmap keeps. Computed in
- * integers: the result is the same on every machine, at most 0.54 levels from the real numbers.
+/* Gives a bitmap another size and mixes pixels for it.
+ * bitmap         allocated, accessed or not, and so it stays. Up to 8 bits it becomes 8-bit grey
+ *                (as by T_GrayScaleBitmap) when its palette is grey, else 24 bits T_ORDER_BGR (as
+ *                by T_ColorResolution); other depths and the grey ramp stay. What else stays is
+ *                what T_SizeBitmap keeps; the same size leaves the bitmap alone
  * width, height  pixels and rows, from 1
- * method         one of T_SIZE_...
- * Takes the result's memory, and a few rows. T_OK, T_ERR_ARGUMENT (a size below 1, method, depth,
- * order), T_ERR_NO_STORAGE, T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_NOTICE, row statuses, the status
+ * method         one of T_SIZE_..., without T_SIZE_DRAFT
+ * Fourth bytes and bit 15 are not mixed: they are those of the nearest pixel. Pixels outside the
+ * picture count as the nearest of its edge. Computed in integers: the result is the same on every
+ * machine, at most 0.54 levels from the real numbers. Takes the result's memory, and a few rows.
+ * T_OK, T_ERR_ARGUMENT (null, a size below 1, method; the record's depth, Order above 1 above 8
+ * bits), T_ERR_NO_STORAGE, T_ERR_SIZE (the result's does not fit 32 bits), T_ERR_NO_MEMORY,
+ * T_ERR_LIMIT, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps), T_ERR_NOTICE, the status
  * callback's answer. On failure the bitmap is as it was. */
 T_API int32_t T_CALL T_SizeBitmapFine(BitmapHandle* bitmap, int32_t width, int32_t height,
                                       uint32_t method);
 /* Loads a file in another size: what T_LoadBitmap at the file's depth and T_SizeBitmapFine give,
  * without keeping the whole picture.
+ * name           path for the Open operation
+ * bitmap         need not be cleared: it is initialised once the arguments are checked, then
+ *                allocated and released; after a failure it has no storage
  * bitsPerPixel   0: as it comes; 8: then T_GrayScaleBitmap; 16, 24, 32: then T_ColorResolution
  * order          T_ORDER_ value of 16 to 32 bits; below 0: any
  * width, height  pixels and rows; one of them may be 0: in proportion to the other, at least 1
  * method         T_SIZE_ value, and T_SIZE_DRAFT: JPEG and CMP files are decoded at an eighth, a
  *                quarter or half as long as that is twice the wanted size or more: it costs less
  *                than 4 levels and saves most of the time; Photo CD files give a smaller level
- * T_OK, T_ERR_ARGUMENT, the statuses of T_LoadBitmap, T_SizeBitmapFine and T_ColorResolution. The
- * record need not be cleared; after a failure it has no storage. */
+ * T_OK, T_ERR_ARGUMENT (null bitmap, another depth, an order above 1, a size below 0 or both 0,
+ * method: the record is as it was), and the other statuses of T_LoadBitmap, T_SizeBitmapFine and
+ * T_ColorResolution. */
 T_API int32_t T_CALL T_LoadBitmapFine(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel,
                                       int32_t order, int32_t width, int32_t height,
                                       uint32_t method);
@@ -1130,19 +1161,27 @@ T_API int32_t T_CALL T_LoadBitmapFine(const char* name, BitmapHandle* bitmap, in
  * - leave the bitmap as it was, but for the row cursor, when they fail or are stopped.
  *
  * T_OK; T_ERR_ARGUMENT (null, a value out of the range given, an invalid depth, an Order above 1
- * above 8 bits); T_ERR_NO_STORAGE (not allocated, or rows managed by the caller); T_ERR_SIZE (a
- * result whose size does not fit 32 bits); T_ERR_NO_MEMORY, T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE,
- * T_ERR_NOTICE; the status callback's answer. */
+ * above 8 bits); T_ERR_NO_STORAGE (not allocated, or rows managed by the caller); T_ERR_NO_MEMORY,
+ * T_ERR_LIMIT; T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE (disk bitmaps); T_ERR_NOTICE; the status
+ * callback's answer: these are the statuses of all processing. What can make a picture's size
+ * larger than fits 32 bits gives T_ERR_SIZE, too: rotations, and what widens pictures of up to 8
+ * bits. */
 
-/* Rotates clockwise. A quarter turn exchanges width and height, and the two resolutions; biWidth,
- * biHeight and biSizeImage become the new size's.
- * degrees  any multiple of 90 */
+/* Rotates clockwise.
+ * bitmap   any depth, which stays. A quarter turn exchanges width and height, and the two
+ *          resolutions; biWidth, biHeight and biSizeImage become the new size's
+ * degrees  any multiple of 90
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_RotateBitmap(BitmapHandle* bitmap, int32_t degrees);
 
-/* Turns upside down. */
+/* Turns upside down.
+ * bitmap  any depth, which stays
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_FlipBitmap(BitmapHandle* bitmap);
 
-/* Mirrors left to right. */
+/* Mirrors left to right.
+ * bitmap  any depth, which stays
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_ReverseBitmap(BitmapHandle* bitmap);
 
 /* Flags of T_RotateBitmapFine */
@@ -1150,11 +1189,14 @@ T_API int32_t T_CALL T_ReverseBitmap(BitmapHandle* bitmap);
 #define T_ROTATE_SMOOTH 2u    /* each pixel mixes four, by their distance; else it is the nearest */
 
 /* Rotates clockwise by any angle, about the middle.
- * angle  in hundredths of a degree, any number; multiples of 9000 without T_ROTATE_KEEP_SIZE are
- *        T_RotateBitmap's. Resolutions stay
- * flags  T_ROTATE_ flags
- * color  0x00RRGGBB, for what lies outside the picture; of indexed pictures the nearest entry. A
- *        color that is not grey clears T_FLAG_GRAY above 8 bits */
+ * bitmap  any depth; with T_ROTATE_SMOOTH up to 8 bits it becomes 8-bit grey or 24 bits.
+ *         Resolutions stay
+ * angle   in hundredths of a degree, any number; multiples of 9000 without T_ROTATE_KEEP_SIZE are
+ *         T_RotateBitmap's
+ * flags   T_ROTATE_ flags
+ * color   0x00RRGGBB, for what lies outside the picture; of indexed pictures the nearest entry. A
+ *         color that is not grey clears T_FLAG_GRAY above 8 bits
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_RotateBitmapFine(BitmapHandle* bitmap, int32_t angle, uint32_t flags,
                                         uint32_t color);
 
@@ -1162,28 +1204,36 @@ T_API int32_t T_CALL T_RotateBitmapFine(BitmapHandle* bitmap, int32_t angle, uin
  * 1 bit in the median, binary and despeckle filters. */
 
 /* The mean of the square around each pixel.
- * size  of its sides, odd, 3 to 255 */
+ * bitmap  up to 8 bits it becomes 8-bit grey or 24 bits; other depths stay
+ * size    of its sides, odd, 3 to 255
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_AverageFilterBitmap(BitmapHandle* bitmap, int32_t size);
 
 /* The middle one of the values in the square around each pixel; 1 bit: the more frequent index.
- * size  of its sides, odd, 3 to 255 */
+ * bitmap  2, 4 and 8 bits become 8-bit grey or 24 bits; other depths stay
+ * size    of its sides, odd, 3 to 255
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_MedianFilterBitmap(BitmapHandle* bitmap, int32_t size);
 
 #define T_FILTER_ABSOLUTE 1u /* the sum's sign does not count */
 
 /* Sums of the pixels around each, weighted with a kernel: R(sum, divisor) + bias, cut to 0..255.
+ * bitmap   up to 8 bits it becomes 8-bit grey or 24 bits; other depths stay
  * kernel   size x size coefficients, -32768 to 32767, row by row from the top left; not turned
  * size     3, 5 or 7
  * divisor  1 to 8388607, or 0: the sum of the coefficients, but 1 when that is below 1
  * bias     -255 to 255
- * flags    0 or T_FILTER_ABSOLUTE */
+ * flags    0 or T_FILTER_ABSOLUTE
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_SpatialFilterBitmap(BitmapHandle* bitmap, const int32_t* kernel,
                                            int32_t size, int32_t divisor, int32_t bias,
                                            uint32_t flags);
 
 /* Sharpens, or softens: v + R(strength (8 v - the eight neighbours), d), d being 1000 above 0, else
  * 9000.
- * strength  -1000 (the mean of 3 x 3) to 1000 */
+ * bitmap    up to 8 bits it becomes 8-bit grey or 24 bits; other depths stay
+ * strength  -1000 (the mean of 3 x 3) to 1000
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_SharpenBitmap(BitmapHandle* bitmap, int32_t strength);
 
 /* Operations and shapes of T_BinaryFilterBitmap */
@@ -1198,90 +1248,118 @@ T_API int32_t T_CALL T_SharpenBitmap(BitmapHandle* bitmap, int32_t strength);
 
 /* Morphology, of 1-bit pictures and of all others. What lies outside the picture takes no part. In
  * 1-bit pictures the index whose color has the lower grey level is dark, index 0 of equal ones.
- * operation, shape  see above
- * size              odd, 3 to 255 */
+ * bitmap     2, 4 and 8 bits become 8-bit grey or 24 bits; other depths stay
+ * operation  T_BINARY_ value
+ * shape      T_SHAPE_ value
+ * size       odd, 3 to 255
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_BinaryFilterBitmap(BitmapHandle* bitmap, uint32_t operation, uint32_t shape,
                                           int32_t size);
 
 /* Takes specks away.
+ * bitmap  2, 4 and 8 bits become 8-bit grey or 24 bits; other depths stay
  * amount  1 bit: 1 to 1000; groups of at most so many dark pixels, which touch at sides or corners,
  *         become light. Deeper: 1 to 16 rounds of complementary hulling (T. R. Crimmins, Applied
- *         Optics 24, 1985) */
+ *         Optics 24, 1985)
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_DespeckleBitmap(BitmapHandle* bitmap, int32_t amount);
 
 /* Squares of one color, the mean of what was there, from the top left corner.
- * size  of their sides, 2 to 32767 */
+ * bitmap  up to 8 bits it becomes 8-bit grey or 24 bits; other depths stay
+ * size    of their sides, 2 to 32767
+ * T_OK, the statuses of all processing, T_ERR_SIZE. */
 T_API int32_t T_CALL T_MosaicBitmap(BitmapHandle* bitmap, int32_t size);
 
 /* Adjustments. Results are cut to 0..255. */
 
 /* Lighter or darker: v + R(255 level, 1000).
- * level  -1000 to 1000 */
+ * bitmap  any depth, which stays
+ * level   -1000 to 1000
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_ChangeBitmapIntensity(BitmapHandle* bitmap, int32_t level);
 
 /* Contrast about mid grey: R(255 n + m (2 v - 255), 2 n), where m is 1000 + level and n 1000 up to
  * level 0, m 1000 and n 1000 - level above; level 1000: 255 from v = 128 on, else 0.
- * level  -1000 to 1000 */
+ * bitmap  any depth, which stays
+ * level   -1000 to 1000
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_ChangeBitmapContrast(BitmapHandle* bitmap, int32_t level);
 
 /* Turns the hue, red towards yellow and green; the greatest and the least channel keep their values
  * whichever channels they become.
- * degrees  -360 to 360 */
+ * bitmap   any depth, which stays
+ * degrees  -360 to 360
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_ChangeBitmapHue(BitmapHandle* bitmap, int32_t degrees);
 
 /* More or less color: y + R((v - y) (1000 + level), 1000), y being the pixel's grey level.
- * level  -1000 (grey) to 1000 */
+ * bitmap  any depth, which stays
+ * level   -1000 (grey) to 1000
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_ChangeBitmapSaturation(BitmapHandle* bitmap, int32_t level);
 
-/* The negative: 255 - v. */
+/* The negative: 255 - v.
+ * bitmap  any depth, which stays
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_InvertBitmap(BitmapHandle* bitmap);
 
 /* Even steps: R(255 (v levels >> 8), levels - 1).
- * levels  2 to 64 */
+ * bitmap  any depth, which stays
+ * levels  2 to 64
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_PosterizeBitmap(BitmapHandle* bitmap, int32_t levels);
 
 /* Spreads the grey levels so that each part of the range holds as many pixels: with n(k) pixels of
  * levels up to k, N in all and h of the least level present, level k becomes T = R(255 (n(k) - h),
- * N - h), and T minus the pixel's own level is added to all its channels. */
+ * N - h), and T minus the pixel's own level is added to all its channels.
+ * bitmap  any depth, which stays
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_HistoEqualizeBitmap(BitmapHandle* bitmap);
 
-/* Makes a bitmap of any depth a 1-bit one, black and white, by a screen of dots whose size tells
- * the grey level, as in print: Colors 2, T_FLAG_GRAY cleared.
- * cell   the period of the screen in pixels, 2 to 64
- * angle  of the screen in degrees, clockwise, -360 to 360; 45 is usual */
+/* Makes a bitmap a 1-bit one, black and white, by a screen of dots whose size tells the grey level,
+ * as in print.
+ * bitmap  any depth; becomes 1 bit, Colors 2, T_FLAG_GRAY cleared
+ * cell    the period of the screen in pixels, 2 to 64
+ * angle   of the screen in degrees, clockwise, -360 to 360; 45 is usual
+ * T_OK, the statuses of all processing. */
 T_API int32_t T_CALL T_HalfToneBitmap(BitmapHandle* bitmap, int32_t cell, int32_t angle);
 
 /* Scanned pages. These look at a bitmap and leave it as it is, but for the row cursor. Ink is, in
  * pictures of 1 bit, the index whose color has the lower grey level, and nothing when both have the
  * same; in others it is what is darker than a threshold that parts the page's grey levels in two,
- * and by 40 levels or more darker than the mean of the lighter part. The statuses are those of all
- * processing. */
+ * and by 40 levels or more darker than the mean of the lighter part. */
 
 /* The angle of a page's lines of text: how far clockwise the page has been turned, so that
  * T_RotateBitmapFine by -angle puts it straight.
- * angle  receives -1500 to 1500 hundredths of a degree; 0 also where there are no lines: on blank
- *        pages, noise, photographs. Unchanged on failure
+ * bitmap  any depth; looked at only
+ * angle   receives -1500 to 1500 hundredths of a degree; 0 also where there are no lines: on blank
+ *         pages, noise, photographs. Unchanged on failure
  * Pages whose lines run from top to bottom, or are turned by more, are to be turned by
  * T_RotateBitmap first. Pages of text are found to a tenth of a degree and better; solid areas do
- * not count. */
+ * not count.
+ * T_OK, the statuses of all processing but T_ERR_WRITE. */
 T_API int32_t T_CALL T_FindSkew(BitmapHandle* bitmap, int32_t* angle);
 
 /* The rectangle of all that is on a page, as T_CopyBitmapRect takes it: of ink without
  * - the scanner's border: what is half ink or more, in cells of 8 pixels, and hangs together with
- * an edge of the page, with the cells around it; lines of up to two cells along an edge
+ *   an edge of the page, with the cells around it; lines of up to two cells along an edge
  * - specks: groups of up to 24 pixels no larger than two cells.
  * Pages with sides of 4096 pixels and more have cells of 16 pixels, and so on, and larger specks.
+ * bitmap         any depth; looked at only
  * x, y           receive its top left pixel, as seen
  * width, height  receive pixels and rows; 0 and 0 when nothing is on the page. All of them stay
- *                unchanged on failure */
+ *                unchanged on failure
+ * T_OK, the statuses of all processing but T_ERR_WRITE. */
 T_API int32_t T_CALL T_FindContent(BitmapHandle* bitmap, uint32_t* x, uint32_t* y, uint32_t* width,
                                    uint32_t* height);
 
 /* Whether a page is blank. What T_FindContent leaves out does not count, nor do punch holes: filled
  * discs in the outer eighth of the page, from a 120th to a 24th of its longer side.
- * share  millionths of the page's pixels, 0 to 1000000, that may be ink on a blank page. A line of
- *        text is about 1500, its page number 50
- * blank  receives 1 or 0; unchanged on failure */
+ * bitmap  any depth; looked at only
+ * share   millionths of the page's pixels, 0 to 1000000, that may be ink on a blank page. A line of
+ *         text is about 1500, its page number 50
+ * blank   receives 1 or 0; unchanged on failure
+ * T_OK, the statuses of all processing but T_ERR_WRITE. */
 T_API int32_t T_CALL T_IsBlank(BitmapHandle* bitmap, int32_t share, int32_t* blank);
 
 /* Example: a page, put straight, without specks and margins.
@@ -1310,22 +1388,23 @@ T_API int32_t T_CALL T_IsBlank(BitmapHandle* bitmap, int32_t share, int32_t* bla
 /* A bitmap as such a block: 40-byte header, rows uncoded and from the bottom up, nothing behind.
  * bitmap  memory or disk, any depth, order and perspective, accessed or not; stays as it is
  * dib     gets the block, which is the caller's from then on: T_FreeDIB or, on Windows, GlobalFree
- *         frees it, and the clipboard may take it (GMEM_MOVEABLE). Null after a failure.
+ *         frees it, and the clipboard may take it (GMEM_MOVEABLE). Null after a failure
  * size    gets its bytes; may be null
  * 1, 4, 8, 16, 24 and 32 bits stay, 2 become 4. Colors have blue first, pixels of 16 bits 5-5-5;
  * the fourth byte of 32 bits is kept; padding is zero. The table is the record's own palette with
  * Colors entries when that is 1 or more and less than the depth has (biClrUsed tells it), else with
  * all of the depth's. Dots per meter come from the resolutions.
  * T_OK, T_ERR_ARGUMENT (null; the record's depth or order), T_ERR_NO_STORAGE, T_ERR_SIZE (the block
- * would pass 4 GiB), T_ERR_NO_MEMORY, T_ERR_LIMIT; of disk bitmaps T_ERR_SEEK, T_ERR_READ. */
+ * would pass 4 GiB), T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_NOTICE; of disk bitmaps T_ERR_SEEK,
+ * T_ERR_READ. */
 T_API int32_t T_CALL T_ConvertToDIB(BitmapHandle* bitmap, void** dib, uint32_t* size);
 
 /* A bitmap from such a block, which may come from anybody: nothing in it is believed.
  * dib     the address of `size` bytes, at any alignment; with size 0 (Windows) a handle of global
- *         memory, whose size is asked for. Stays the caller's; no pointer is kept.
+ *         memory, whose size is asked for. Stays the caller's; no pointer is kept
  * size    of the block in bytes; bytes behind the rows do no harm
- * bitmap  initialized here, then allocated (memory, else disk) and released; without storage after
- *         a failure. What it had must have been freed.
+ * bitmap  initialised here, unless an argument is refused, then allocated (memory, else disk) and
+ *         released; without storage after a failure. What it had must have been freed
  * Headers of 12, 16, 40, 52, 56, 64, 108 and 124 bytes; 1, 2, 4, 8, 16, 24 and 32 bits; run lengths
  * of 4 and 8 bits; masks of 16 and 32 bits, behind a header of 40 bytes or inside a longer one;
  * rows from the bottom or, with a negative height, from the top. The table has biClrUsed entries,
@@ -1340,7 +1419,8 @@ T_API int32_t T_CALL T_ConvertToDIB(BitmapHandle* bitmap, void** dib, uint32_t* 
  * T_OK, T_ERR_ARGUMENT (null; size 0 where the system tells none), T_ERR_BAD_DATA (no such header,
  * no width, more than one plane, masks that are 0, overlap or have gaps), T_ERR_SIZE (no height, or
  * more than 4 GiB), T_ERR_SUBTYPE (another depth or coding), T_ERR_READ (shorter than header, table
- * or uncoded rows), T_ERR_NO_MEMORY, T_ERR_LIMIT; of storage on disk T_ERR_SEEK, T_ERR_WRITE. */
+ * or uncoded rows), T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_NOTICE; of storage on disk T_ERR_SEEK,
+ * T_ERR_WRITE. */
 T_API int32_t T_CALL T_ConvertFromDIB(const void* dib, uint32_t size, BitmapHandle* bitmap);
 
 /* Makes the record itself a device-independent bitmap: afterwards Order is T_ORDER_BGR,
@@ -1348,12 +1428,15 @@ T_API int32_t T_CALL T_ConvertFromDIB(const void* dib, uint32_t size, BitmapHand
  * calls take it (BITMAPINFO and bits), its header that of T_ConvertToDIB. A second call changes
  * nothing.
  * bitmap  memory or disk, any depth; rows are turned and exchanged where they lie. Only 2 bits,
- *         which become 4, get new storage. A bitmap that was accessed stays so.
- * T_OK, T_ERR_ARGUMENT (as above), T_ERR_NO_STORAGE, T_ERR_NO_MEMORY, T_ERR_LIMIT: all as it was.
- * Of disk bitmaps T_ERR_SEEK, T_ERR_READ, T_ERR_WRITE: rows may have traded places. */
+ *         which become 4, get new storage. A bitmap that was accessed stays so
+ * T_OK, T_ERR_ARGUMENT (as above), T_ERR_NO_STORAGE, T_ERR_SIZE (2 bits of which 4 would pass 4
+ * GiB), T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_NOTICE: all as it was. Of disk bitmaps T_ERR_SEEK,
+ * T_ERR_READ, T_ERR_WRITE: rows may have traded places. */
 T_API int32_t T_CALL T_ChangeToDIB(BitmapHandle* bitmap);
 
-/* Frees a block of T_ConvertToDIB, on Windows any of global memory. T_OK, also for null. */
+/* Frees such a block.
+ * dib  a block of T_ConvertToDIB, on Windows any of global memory; null: nothing happens
+ * T_OK. */
 T_API int32_t T_CALL T_FreeDIB(void* dib);
 
 /* Example: a file as a block for another program, and as what GDI's StretchDIBits takes.
@@ -1374,27 +1457,36 @@ T_API int32_t T_CALL T_FreeDIB(void* dib);
 
 /* Each format has a trio: a reader that streams, a load and a save of whole pictures.
  *
- * T_Load...File    Reads the file and hands its rows to `sink` in file order. Keeps no pointer
- *                  after it returns.
- * name             file to read
- * bitmap           unallocated: initialised to the file's geometry; its Order is the format's at
- *                  every depth, as in FILEINFO. Allocated: rows are converted to its depth and
- *                  order, which stay, and resampled to its size (those of interlaced files in
- *                  picture order, without T_FLAG_INTERLACED)
- * bitsPerPixel     1, 4, 8, 16, 24 or 32; below the file's it reduces the rows of an unallocated
- *                  bitmap. Rows of 8 bits or less and of fewer than the file has are dithered to
- *                  the built-in palette of their depth (2 bits: four even greys; grey files: an
- *                  even ramp)
- * T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_NAME, T_ERR_OPEN, T_ERR_ARGUMENT (bitsPerPixel),
- * T_ERR_BAD_DATA (another format, damage, or a header that claims many times more than its file can
+ * T_Load...File  Reads the file and hands its rows to `sink` in file order. Keeps no pointer after
+ *                it returns.
+ * name           file to read
+ * bitmap         unallocated, cleared or initialised before: initialised to the file's geometry;
+ *                its Order is the format's at every depth, as in FILEINFO. Allocated: rows are
+ *                converted to its depth and order, which stay, and resampled to its size (those of
+ *                interlaced files in picture order, without T_FLAG_INTERLACED)
+ * sink           gets the rows as `bitmap` describes them, some at a time (T_SetCallbackLine)
+ * bitsPerPixel   1, 4, 8, 16, 24 or 32; below the file's it reduces the rows of an unallocated
+ *                bitmap. Rows of 8 bits or less and of fewer than the file has are dithered to the
+ *                built-in palette of their depth (2 bits: four even greys; grey files: an even
+ *                ramp)
+ * context        passed to the sink, not looked at
+ * T_OK, the sink's answer, the status callback's, T_ERR_NOTICE, T_ERR_NAME, T_ERR_OPEN,
+ * T_ERR_ARGUMENT (bitsPerPixel, null bitmap or sink), T_ERR_BAD_DATA (another format, one that
+ * T_EnableFormat switched off, damage, or a header that claims many times more than its file can
  * hold: identification and T_Decompress... give this status, too), T_ERR_READ, T_ERR_SEEK,
- * T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY.
+ * T_ERR_TOO_LARGE, T_ERR_SUBTYPE, T_ERR_SIZE (empty, or too large for a bitmap), T_ERR_NO_MEMORY,
+ * T_ERR_LIMIT.
  *
- * T_Load...Bitmap  Initialises and allocates the bitmap, which the caller frees, and loads the
- *                  whole picture into it, in T_ORDER_BGR above 8 bits and without T_FLAG_GRAY
- *                  below. The statuses of T_Load...File; on failure the bitmap is freed.
+ * T_Load...Bitmap  Loads the whole picture, in T_ORDER_BGR above 8 bits and without T_FLAG_GRAY
+ *                  below.
+ * name             file to read
+ * bitmap           initialised and allocated here; the caller frees it. On failure it is freed
+ * The statuses of T_Load...File; T_ERR_WRITE, too, where the bitmap is on disk.
  *
- * T_Save...Bitmap  T_SaveBitmap with this format and quality 0. */
+ * T_Save...Bitmap  T_SaveBitmap with this format and quality 0.
+ * name, bitmap     as T_SaveBitmap takes them
+ * bitsPerPixel     depth to write, 0: the bitmap's own
+ * The statuses of T_SaveBitmap. */
 
 /* BMP of Windows and OS/2.
  * Read        1, 2, 4, 8, 16, 24 and 32 bits; plain, run-length coded (pictures of 4 and 8 bits
@@ -1415,28 +1507,32 @@ T_API int32_t T_CALL T_LoadBMPFile(const char* name, BitmapHandle* bitmap, T_Row
 T_API int32_t T_CALL T_LoadBMPBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveBMPBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* PCX and DCX: 1, 2, 4 and 8 bits in one plane, 1 bit in two to four planes, 8 bits in three or
- * four, always run-length coded; versions 0, 2, 3 and 5. Pictures of 1, 2, 4, 8 or 24 bits: two
- * and three planes of one bit give 4 bits, with Colors 4 and 8; of four planes of 8 bits the last
- * is ignored. XResolution and YResolution get the file's. Two colors that are equal stand for
- * black and white. Runs may go on in the next line. Data that end early are no error: what is
- * missing is 0. T_ERR_BAD_DATA: no PCX header, planes of other bits, lines shorter than the
- * picture is wide, or a DCX directory without pages or with an offset outside the file.
- * T_ERR_READ: no palette ends a picture of 256 colors (T_ERR_SEEK: the file is too short for one).
- *
- * DCX files hold up to T_MAX_PAGES pictures: T_SetPageNumber chooses the one that is read, the last
- * one when there are fewer; FILEINFO.PageCount says how many there are. Saves write 1, 4, 8 or 24
- * bits (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits get 16 grey levels. More
- * than 65536 rows, or lines longer than 65535 bytes: T_ERR_SIZE. With T_SAVE_APPEND or a page
- * number of 2 or more, a file that is PCX or DCX already gets the picture as a further page: a PCX
- * file is made a DCX file in place, its picture moved behind the directory. T_FORMAT_DCX makes a
- * DCX file of the first page, too. Whatever operation fails, the earlier pages stay; what cannot be
- * finished may be there as a damaged last page. Two things need operations that work after the one
- * that failed: taking back a write to a PCX file that was cut short on the way, and bringing pages
- * back that were moved because the directory of another program's DCX file had no room.
- * T_ERR_WRITE: T_MAX_PAGES are there already. T_LoadPCXBitmap refuses a picture that memory cannot
- * hold with T_ERR_NO_MEMORY. Facts: ZSoft Corporation, "Technical Reference Manual: PCX",
- * revision 5. */
+/* PCX and DCX.
+ * Read        1, 2, 4 and 8 bits in one plane, 1 bit in two to four planes, 8 bits in three or
+ *             four, the fourth of which is ignored; always run-length coded; versions 0, 2, 3 and 5
+ *             (T_LoadPCXFile: any). Runs may go on in the next line.
+ * Delivered   1, 2, 4, 8 or 24 bits (T_ORDER_RGB), top row first: two and three planes of one bit
+ *             give 4 bits, with Colors 4 and 8. XResolution and YResolution get the file's. Two
+ *             colors that are equal stand for black and white.
+ * Pages       DCX files hold up to T_MAX_PAGES pictures: T_SetPageNumber chooses the one that is
+ *             read, the last one when there are fewer; FILEINFO.PageCount says how many there are.
+ * Written     1, 4, 8 or 24 bits (other depths: T_ERR_DEPTH); 8-bit pictures written with 4 bits
+ *             get 16 grey levels. More than 65536 pixels either way, or lines longer than 65535
+ *             bytes: T_ERR_SIZE. T_FORMAT_DCX makes a DCX file of the first page, too.
+ * Appending   With T_SAVE_APPEND, or a page number of 2 or more, a file that is PCX or DCX already
+ *             gets the picture as a further page: a PCX file is made a DCX file in place, its
+ *             picture moved behind the directory. Whatever operation fails, the earlier pages stay;
+ *             what cannot be finished may be there as a damaged last page. Two things need
+ *             operations that work after the one that failed: taking back a write to a PCX file
+ *             that was cut short on the way, and bringing pages back that were moved because the
+ *             directory of another program's DCX file had no room. T_ERR_WRITE: T_MAX_PAGES are
+ *             there already; T_ERR_SEEK: the file has nearly 2 GiB, or more.
+ * Statuses    T_ERR_BAD_DATA: no PCX header, planes of other bits, lines shorter than the picture
+ *             is wide, or a DCX directory without pages or with an offset outside the file.
+ *             T_ERR_READ: no palette ends a picture of 256 colors (T_ERR_SEEK: the file is too
+ *             short for one). Data that end early are no error: what is missing is 0.
+ *             T_LoadPCXBitmap refuses a picture that memory cannot hold with T_ERR_NO_MEMORY.
+ * Facts: ZSoft Corporation, "Technical Reference Manual: PCX", revision 5. */
 T_API int32_t T_CALL T_LoadPCXFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadPCXBitmap(const char* name, BitmapHandle* bitmap);
@@ -1471,12 +1567,15 @@ T_API int32_t T_CALL T_SetGIFVersion(int32_t flag);
 /* The logical screen that GIF files declare.
  * width, height  1 to 65535 each; 0, 0 (the default): the display's, or 1280 x 1024
  * Other programs, and loads of frames, show the picture on a canvas of this size, so a caller who
- * writes for them gives the picture's. T_OK or T_ERR_ARGUMENT. */
+ * writes for them gives the picture's.
+ * T_OK or T_ERR_ARGUMENT (a number out of range, one of them 0). */
 T_API int32_t T_CALL T_SetScreenSize(int32_t width, int32_t height);
 
-/* Where the depth of a GIF picture comes from: 0 (the default) always the size field of the
- * screen's table, even when the image brings a larger table of its own and its indices do not fit;
- * not 0: the image's table when it has one, and 8 bits when the file has none at all. T_OK. */
+/* Where the depth of a GIF picture comes from.
+ * flag  0 (the default): always the size field of the screen's table, even when the image brings a
+ *       larger table of its own and its indices do not fit; not 0: the image's table when it has
+ *       one, and 8 bits when the file has none at all
+ * T_OK. */
 T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
 
 /* What the page number means for GIF files, in loads and in T_FileInfo.
@@ -1490,56 +1589,71 @@ T_API int32_t T_CALL T_SetGIFDepth(int32_t flag);
  * screen's table or else of the first image's that shows, entry 0 when there is no such entry.
  * Frames whose images, and background where it shows, share one table have its depth (8 bits when
  * the file has none) and palette; all others have 24 bits, T_ORDER_RGB. Rows come top row first,
- * never interlaced. An image with damaged data shows what there is of it; the status comes when
- * all rows are delivered. A load takes memory for a whole frame, and time for all images that show
- * in it. T_ERR_BAD_DATA: a screen that no file of this size fills. T_OK. */
+ * never interlaced. An image with damaged data shows what there is of it; the status comes when all
+ * rows are delivered. A load takes memory for a whole frame, and time for all images that show in
+ * it; of a screen that no file of this size fills it gives T_ERR_BAD_DATA.
+ * T_OK. */
 T_API int32_t T_CALL T_SetGIFFrames(int32_t flag);
 
-/* CALS Type I raster: bilevel, Group 4 (raster type 1; other types are read as Group 3). The
- * picture is white (0) and black (1), top row first; the viewing direction shows in
- * FILEINFO.Orientation only. T_LoadCALSFile with bitsPerPixel 24 delivers
- * 24 bits. Its density is not taken over, and saves always state 200. Saves are 1 bit only (other
- * depths: T_ERR_DEPTH); a bitmap whose palette entry 0 has red 0 is inverted, so that black is 1
- * in the file. Sizes above 99,999 do not fit the header's five digits and cannot be read back.
- * T_ERR_READ: a header record is short or empty, or the data end early (the rows before that are
- * delivered); T_ERR_BAD_DATA: an unknown key among the first nine records, an empty picture, or a
- * code that does not exist; T_ERR_SUBTYPE: uncompressed mode.
+/* CALS Type I raster, bilevel.
+ * Read        Group 4 (raster type 1; other types are read as Group 3).
+ * Delivered   1 bit, white (0) and black (1), top row first; 24 bits where T_LoadCALSFile asks for
+ *             24. The viewing direction shows in FILEINFO.Orientation only. The density is not
+ *             taken over.
+ * Written     Group 4 with a density of 200, 1 bit (other depths: T_ERR_DEPTH); a bitmap whose
+ *             palette entry 0 has red 0 is inverted, so that black is 1 in the file. Sizes above
+ *             99,999 do not fit the header's five digits and cannot be read back.
+ * Statuses    T_ERR_READ: a header record is short or empty, or the data end early (the rows before
+ *             that are delivered); T_ERR_BAD_DATA: an unknown key among the first nine records, an
+ *             empty picture, or a code that does not exist; T_ERR_SUBTYPE: uncompressed mode.
  * Facts: MIL-PRF-28002C, ITU-T T.4 and T.6. */
 T_API int32_t T_CALL T_LoadCALSFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                     int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadCALSBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveCALSBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* TGA: color-mapped (8 bits), true-color (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are taken
- * for 5-5-5) files, plain or run-length coded, color maps of 15, 16, 24 or 32 bits (8: grey
- * levels) with any first index: Colors is the map's length, 256 at most, and its first entry is the
- * palette's at that index. ViewPerspective is 0 for an origin at the top left, otherwise 2, and
- * FILEINFO.Orientation tells what that leaves to do. XOrigin and YOrigin get the file's. The format
- * has no signature: a file is taken for TGA when all fields of its header go together.
- * T_ERR_SUBTYPE: another image type. T_ERR_READ: the file ends early; the rows that are there are
- * delivered. Saves write plain files of 8 (with the bitmap's 256 colors), 16, 24 or 32 bits, rows
- * as they are stored; more than 65535 pixels either way: T_ERR_SIZE. Facts: Truevision's document
- * of TGA 2.0. */
+/* TGA.
+ * Read        Color-mapped (8 bits), true-color (8, 15, 16, 24, 32 bits) and grey (8 bits; 16 are
+ *             taken for 5-5-5) files, plain or run-length coded; color maps of 15, 16, 24 or 32
+ *             bits (8: grey levels) with any first index. The format has no signature: a file is
+ *             taken for TGA when all fields of its header go together.
+ * Delivered   8 bits, 15 and 16 as 16, 24 and 32, in T_ORDER_BGR. Colors is the map's length, 256
+ *             at most, and its first entry is the palette's at that index; without a map 8 bits are
+ *             grey levels. ViewPerspective is 0 for an origin at the top left, otherwise 2, and
+ *             FILEINFO.Orientation tells what that leaves to do. XOrigin and YOrigin get the
+ *             file's.
+ * Written     Plain files of 8 (with the bitmap's 256 colors), 16, 24 or 32 bits (other depths:
+ *             T_ERR_DEPTH), rows as they are stored; more than 65535 pixels either way: T_ERR_SIZE.
+ * Statuses    T_ERR_SUBTYPE: another image type. T_ERR_BAD_DATA: fields that do not go together, or
+ *             an empty picture. T_ERR_READ: the file ends early; the rows that are there are
+ *             delivered.
+ * Facts: Truevision's document of TGA 2.0. */
 T_API int32_t T_CALL T_LoadTGAFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTGABitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveTGABitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* How Sun raster files are read and written. 0, the default: a count of n in byte-encoded data
- * makes n copies, 1-bit pictures without a map have 0 as black, the spare byte of 32-bit pixels is
- * the last, and of the length field of written files only the low byte is the length's (the
- * others are 0 or 1; all are 0 below 8 bits). 1: as other programs have it: n + 1 copies, 1 as
- * black, the spare byte first, the true length, no map for saved black and white pictures. T_OK or
- * T_ERR_ARGUMENT. */
+/* How Sun raster files are read and written.
+ * variant  0 (the default): a count of n in byte-encoded data makes n copies, 1-bit pictures
+ *          without a map have 0 as black, the spare byte of 32-bit pixels is the last, and of the
+ *          length field of written files only the low byte is the length's (the others are 0 or 1;
+ *          all are 0 below 8 bits);
+ *          1: as other programs have it: n + 1 copies, 1 as black, the spare byte first, the true
+ *          length, no map for saved black and white pictures
+ * T_OK or T_ERR_ARGUMENT (another number). */
 T_API int32_t T_CALL T_SetRASVariant(int32_t variant);
 
-/* Sun raster files of 1, 4, 8, 24 and 32 bits (other depths: T_ERR_BAD_DATA): byte-encoded (type
- * 2), red first (type 3), and of any other type, which are rows as stored, blue first. Pictures of
- * 8 bits or less have the file's color map (256 entries at most), or without one grey levels,
- * black for 0. Where the file ends early the rows that are there are delivered, then T_ERR_READ.
- * Saves write standard files of 1, 4, 8, 24 or 32 bits, up to 8 with a color map of the bitmap's
- * Colors; more than 65535 pixels either way: T_ERR_SIZE. See T_SetRASVariant. Facts: Sun
- * Microsystems, rasterfile(5). */
+/* Sun raster. See T_SetRASVariant.
+ * Read        1, 4, 8, 24 and 32 bits: byte-encoded (type 2), red first (type 3), and of any other
+ *             type, which are rows as stored, blue first.
+ * Delivered   At the file's depth, T_ORDER_BGR or, of type 3, T_ORDER_RGB, top row first. Pictures
+ *             of 8 bits or less have the file's color map (256 entries at most), or without one
+ *             grey levels, black for 0.
+ * Written     Standard files of 1, 4, 8, 24 or 32 bits (other depths: T_ERR_DEPTH), up to 8 with a
+ *             color map of the bitmap's Colors; more than 65535 pixels either way: T_ERR_SIZE.
+ * Statuses    T_ERR_BAD_DATA: no Sun raster header, other depths, or an empty picture. T_ERR_READ:
+ *             the file ends early; the rows that are there are delivered.
+ * Facts: Sun Microsystems, rasterfile(5). */
 T_API int32_t T_CALL T_LoadRASFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadRASBitmap(const char* name, BitmapHandle* bitmap);
