@@ -1661,7 +1661,8 @@ T_API int32_t T_CALL T_SaveRASBitmap(const char* name, BitmapHandle* bitmap, int
 
 /* Options of the TIFF writer, of which the first two words serve the whole library. */
 typedef struct T_TIFFOption {
-  int32_t XResolution; /* default resolution of new bitmaps, dots per inch; 150 when not above 0 */
+  int32_t XResolution; /* default resolution of new bitmaps, dots per inch; one not above 0 stands
+                          for 150, or for none (T_SetUnknownResolution) */
   int32_t YResolution;
   uint32_t WriterDefaults[2]; /* copied into new bitmaps, whose own values count in a save:
                                  [0] rows per strip, 0 for strips of about 64 KiB;
@@ -1669,23 +1670,23 @@ typedef struct T_TIFFOption {
   uint32_t Words[32];         /* not looked at */
 } T_TIFFOption;
 
-/* option  copied over the library's as a whole
- * T_OK or T_ERR_ARGUMENT (null). */
+/* Sets the options.
+ * option  copied over the library's as a whole
+ * T_OK, T_ERR_ARGUMENT (null). */
 T_API int32_t T_CALL T_SetTIFFOption(const T_TIFFOption* option);
-/* x, y  the two default resolutions alone */
+/* Sets the two default resolutions alone.
+ * x, y  XResolution and YResolution of T_TIFFOption
+ * Returns nothing. */
 T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
 
-/* TIFF: strips and tiles, chunky and planar, both byte orders, also with 64-bit offsets.
- * Read        1 to 16 and 32 bits per sample (more than 8 are reduced to 8), grey, palette, RGB,
- *             CMYK and YCbCr (both become RGB), extra samples dropped; uncompressed, PackBits, LZW
- *             (old bit order, too), Deflate, the predictor of these two, CCITT runs, Group 3,
- *             Group 4, JPEG; its older form (compression 6) whether it is whole streams, pieces
- *             behind one header, or tables in tags. Anything else is T_ERR_SUBTYPE: above all
- *             floating point, Lab, lossless and 12-bit JPEG, the uncompressed mode of fax codings,
- *             which no known writer uses. T_SetPageNumber chooses the page, beyond the last one
- *             the last.
- * No height   Fax programs may leave ImageLength out, or 0: the rows are then counted, in strips of
- *             all codings but JPEG. T_ERR_BAD_DATA when they cannot be.
+/* TIFF.
+ * Read        Strips and tiles, chunky and planar, both byte orders, also with 64-bit offsets; 1 to
+ *             16 and 32 bits per sample (more than 8 are reduced to 8), grey, palette, RGB, CMYK
+ *             and YCbCr (both become RGB), extra samples dropped; uncompressed, PackBits, LZW (old
+ *             bit order, too), Deflate, the predictor of these two, CCITT runs, Group 3, Group 4,
+ *             JPEG; its older form (compression 6) whether it is whole streams, pieces behind one
+ *             header, or tables in tags. Fax programs may leave ImageLength out, or 0: the rows are
+ *             then counted, in strips of all codings but JPEG.
  * Delivered   1 bit as stored, with white or black first in the palette; 2 and 4 bits as 4, other
  *             single samples as 8 bits, 24 bits (T_ORDER_RGB) for colors. Grey pictures have an
  *             even ramp from black to white. Rows come as stored: ViewPerspective is 2 for
@@ -1698,28 +1699,33 @@ T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
  *             white and black: the brighter of the two colors becomes white. Other depths are
  *             T_ERR_DEPTH. Little-endian, top row first, strips of about 64 KiB; a palette that is
  *             an even ramp makes a grey picture. T_SaveTIFBitmap writes T_FORMAT_TIFF.
- * Appending   With T_SAVE_APPEND, or a page number of 2 or more, a page is added to an existing
- *             TIFF file, in its byte order; whatever happens on the way, the pages before stay.
+ * Pages       T_SetPageNumber chooses the page that is read, beyond the last one the last. With
+ *             T_SAVE_APPEND, or a page number of 2 or more, a save adds a page to an existing TIFF
+ *             file, in its byte order; whatever happens on the way, the pages before stay.
  *             T_ERR_WRITE: it has T_MAX_PAGES already; T_ERR_SUBTYPE: its offsets have 64 bits;
  *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page.
- * Data that end early: the rows that are there are delivered, then T_ERR_READ; data that no encoder
- * writes, or that strips share beyond all measure: T_ERR_BAD_DATA. A strip or tile with such data
- * costs its own rows, which are zero, as long as the file has others behind it; what is lost of
- * JPEG data is grey. The status comes last. Damaged Group 3 rows keep what could be read of them.
- * Group 4 pictures that end before the last row are white from there on. Tags that a picture needs
- * and whose values were cut off are T_ERR_READ. Facts: TIFF Revision 6.0, its Technical Notes,
- * ITU-T T.4 and T.6, RFC 1950 and 1951. */
+ * Statuses    T_ERR_SUBTYPE: anything else, above all floating point, Lab, lossless and 12-bit
+ *             JPEG, the uncompressed mode of fax codings, which no known writer uses. T_ERR_READ:
+ *             the data end early, or tags that a picture needs have values that were cut off.
+ *             T_ERR_BAD_DATA: rows that cannot be counted, data that no encoder writes, or that
+ *             strips share beyond all measure. The rows that are there are delivered, the status
+ *             comes last. A strip or tile with such data costs its own rows, which are zero, as
+ *             long as the file has others behind it; what is lost of JPEG data is grey. Damaged
+ *             Group 3 rows keep what could be read of them. Group 4 pictures that end before the
+ *             last row are white from there on.
+ * Facts: TIFF Revision 6.0, its Technical Notes, ITU-T T.4 and T.6, RFC 1950 and 1951. */
 T_API int32_t T_CALL T_LoadTIFFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadTIFBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveTIFBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* How PNG files and TIFF files with Deflate are compressed from now on. The pixels are the same. */
+/* Levels of T_SetDeflateLevel */
 #define T_LEVEL_DEFAULT 0
 #define T_LEVEL_FAST 1  /* in a fraction of the time, about a tenth larger */
 #define T_LEVEL_SMALL 2 /* as small as can be, which takes many times as long */
-/* level  T_LEVEL_ value
- * T_OK or T_ERR_ARGUMENT. */
+/* How PNG files and TIFF files with Deflate are compressed from now on. The pixels are the same.
+ * level  T_LEVEL_ value; T_LEVEL_DEFAULT at first
+ * T_OK, T_ERR_ARGUMENT (another level). */
 T_API int32_t T_CALL T_SetDeflateLevel(int32_t level);
 
 /* Portable Network Graphics (PNG). An addition: identifiers of other libraries do not reach it.
@@ -1750,13 +1756,15 @@ T_API int32_t T_CALL T_SavePNGBitmap(const char* name, BitmapHandle* bitmap, int
 
 /* MacPaint documents: one page of 576 x 720 pixels in black and white.
  * Read        With a MacBinary header in front or without; resource forks and patterns are skipped.
- *             Rows whose data are missing are white; T_ERR_READ: not one is there. T_ERR_BAD_DATA:
- *             neither a MacBinary header of type "PNTG" nor a version of 0, 2 or 3.
- * Delivered   1 bit, white (0) and black (1), top row first, 72 dots per inch. Without a MacBinary
- *             header T_FileInfo knows the format by packed rows that make exactly one page.
+ *             Without a MacBinary header T_FileInfo knows the format by packed rows that make
+ *             exactly one page.
+ * Delivered   1 bit, white (0) and black (1), top row first, 72 dots per inch. Rows whose data are
+ *             missing are white.
  * Written     1 bit (other depths: T_ERR_DEPTH) behind a MacBinary II header, which names the
  *             document as the file is named; the brighter of the two colors becomes white. A
  *             smaller picture stands at the page's top left; a larger one: T_ERR_SIZE.
+ * Statuses    T_ERR_BAD_DATA: neither a MacBinary header of type "PNTG" nor a version of 0, 2 or 3.
+ *             T_ERR_READ: not one row is there.
  * Facts: Apple, Macintosh Technical Note 86; "MacBinary II Standard". */
 T_API int32_t T_CALL T_LoadMACFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -1765,8 +1773,8 @@ T_API int32_t T_CALL T_SaveMACBitmap(const char* name, BitmapHandle* bitmap, int
 
 /* What the header of MacPaint files that are saved from now on calls the document, for programs
  * that write a file under another name than it will have.
- * name  up to 63 characters, further ones are left out; null or empty, as at first: the file's name
- *       without folders and extension
+ * name  up to 63 characters, which are copied, further ones are left out; null or empty, as at
+ *       first: the file's name without folders and extension
  * T_OK. */
 T_API int32_t T_CALL T_SetDocumentName(const char* name);
 
@@ -1786,9 +1794,9 @@ T_API int32_t T_CALL T_SaveMSPBitmap(const char* name, BitmapHandle* bitmap, int
 
 /* GEM raster images (IMG).
  * Read        1 to 8 planes, and pixels of 15, 16, 24 and 32 bits, always run-length coded; the
- *             palettes of XIMG (RGB and CMY; HLS: T_ERR_SUBTYPE), STTT and Hyperpaint files. The
- *             format has no signature: T_FileInfo takes headers of 8 and 9 words with up to 4
- *             planes, and those with a palette's tag.
+ *             palettes of XIMG (RGB and CMY), STTT and Hyperpaint files. The format has no
+ *             signature: T_FileInfo takes headers of 8 and 9 words with up to 4 planes, and those
+ *             with a palette's tag.
  * Delivered   1 plane as 1 bit, 2 to 4 as 4 bits, 5 to 8 as 8 bits, with as many Colors as the
  *             planes can tell apart; 15 and 16 bits as 16 (T_ORDER_BGR, of 5-6-5 the lowest green
  *             bit dropped), others as 24 (T_ORDER_RGB). Top row first. Without a palette 1 plane is
@@ -1797,8 +1805,8 @@ T_API int32_t T_CALL T_SaveMSPBitmap(const char* name, BitmapHandle* bitmap, int
  * Written     1 bit as GEM has it, white and black, the brighter of the two colors being white; 4
  *             and 8 bits as XIMG with the bitmap's Colors (other depths: T_ERR_DEPTH). More than
  *             65535 pixels either way: T_ERR_SIZE.
- * Statuses    T_ERR_BAD_DATA: no GEM header. T_ERR_READ: the file ends early; the rows that are
- *             there are delivered.
+ * Statuses    T_ERR_BAD_DATA: no GEM header. T_ERR_SUBTYPE: a palette of XIMG that is HLS.
+ *             T_ERR_READ: the file ends early; the rows that are there are delivered.
  * Facts: Digital Research, "GEM Programmer's Guide"; T. Quester's description of XIMG. */
 T_API int32_t T_CALL T_LoadIMGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -1808,14 +1816,11 @@ T_API int32_t T_CALL T_SaveIMGBitmap(const char* name, BitmapHandle* bitmap, int
 /* WordPerfect Graphics (WPG): the bitmaps of files of version 1 and 2; of files without one the
  * drawing. PostScript is skipped.
  * Read        Version 1: 1, 2, 4 and 8 bits, bitmaps of type 1 and 2; version 2: 1, 2, 4, 8 and 24
- *             bits, plain or run-length coded. T_SetPageNumber chooses one of several bitmaps,
- *             beyond the last one the last. Without any: lines, polygons, rectangles, ellipses and
- *             their parts, curves, hatched fills; of version 2 compound shapes and what turns,
+ *             bits, plain or run-length coded. Without any: lines, polygons, rectangles, ellipses
+ *             and their parts, curves, hatched fills; of version 2 compound shapes and what turns,
  *             scales, skews and moves. Lines of text are set as those of T_LoadWMFFile. Gradients
  *             are filled with the middle of their colors, clear colors are mixed with white. Not
  *             drawn: dashes, blocks of text and text along paths.
- *             T_ERR_SUBTYPE: neither is there (FILEINFO has the drawing's size in pixels at 96 per
- *             inch then), other depths and codings, an encrypted file (1 x 1 pixel in FILEINFO).
  * Delivered   1 bit as black (0) and white (1), 2 and 4 bits as 4, 8 and 24 bits (T_ORDER_RGB), top
  *             row first; with the colors of the maps before the bitmap, on top of the VGA's. The
  *             mirrorings and quarter turns of type 2 are done; such a picture is held in memory.
@@ -1824,26 +1829,29 @@ T_API int32_t T_CALL T_SaveIMGBitmap(const char* name, BitmapHandle* bitmap, int
  * Written     Version 1 with one bitmap of 1, 4 or 8 bits (other depths: T_ERR_DEPTH); of 1 bit the
  *             brighter color becomes white, others get a map of the bitmap's Colors. More than
  *             65535 pixels either way: T_ERR_SIZE; coded rows of 2 GiB: T_ERR_WRITE.
+ * Pages       T_SetPageNumber chooses one of several bitmaps, beyond the last one the last.
  * Statuses    T_ERR_BAD_DATA: no WPG header of these versions, an empty bitmap, units of version 2
- *             that have 0 or more than 8 bytes, or more to draw than real files have. T_ERR_READ:
- *             the file ends early; the rows that are there are delivered (of a turned picture all,
- *             the others white; of a drawing all, with what was drawn).
+ *             that have 0 or more than 8 bytes, or more to draw than real files have.
+ *             T_ERR_SUBTYPE: neither bitmaps nor a drawing (FILEINFO has the drawing's size in
+ *             pixels at 96 per inch then), other depths and codings, an encrypted file (1 x 1 pixel
+ *             in FILEINFO). T_ERR_READ: the file ends early; the rows that are there are delivered
+ *             (of a turned picture all, the others white; of a drawing all, with what was drawn).
  * Facts: WordPerfect Corporation, "WordPerfect File Format", WPG 1 and 2. */
 T_API int32_t T_CALL T_LoadWPGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
 T_API int32_t T_CALL T_LoadWPGBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveWPGBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
-/* Kodak Photo CD: image packs (.PCD) of up to five levels, overview packs (OVERVIEW.PCD). There is
- * no writer: T_ERR_FORMAT.
+/* Kodak Photo CD: image packs (.PCD) of up to five levels, overview packs (OVERVIEW.PCD).
  * Read        The level that T_SetPCDResolution chooses. The largest one is what the file names, as
- *             far as the file is long enough for it; beyond 16Base nothing is read. Of an overview
- *             pack T_SetPageNumber chooses one of the pictures (Base/16, as they are stored),
- *             beyond the last one the last.
+ *             far as the file is long enough for it; beyond 16Base nothing is read.
  * Delivered   24 bits (T_ORDER_RGB), top row first, turned as the file says, no resolution. Chroma
  *             is interpolated at every level as between levels. PhotoYCC becomes RGB so that white
- *             (100 % reflectance) is 255; what is brighter is cut.
- * Memory      Some rows, of a picture that is turned by a quarter up to 6 MiB.
+ *             (100 % reflectance) is 255; what is brighter is cut. It takes the memory of some
+ *             rows, of a picture that is turned by a quarter up to 6 MiB.
+ * Written     Not at all: T_ERR_FORMAT.
+ * Pages       Of an overview pack T_SetPageNumber chooses one of the pictures (Base/16, as they are
+ *             stored), beyond the last one the last.
  * Statuses    T_ERR_BAD_DATA: no Photo CD file, or an overview pack without pictures. T_ERR_READ:
  *             4Base or 16Base end early; all rows are delivered, the last ones as the level below
  *             has them, enlarged. Or the file is shorter than Base/16; rows that are there are
@@ -1859,7 +1867,7 @@ T_API int32_t T_CALL T_LoadPCDBitmap(const char* name, BitmapHandle* bitmap);
  * level  0 (at first): the largest; 1: Base/16, 192 x 128 pixels; 2: Base/4, 384 x 256; 3: Base,
  *        768 x 512; 4: 4Base, 1536 x 1024; 5: 16Base, 3072 x 2048. Where a file has not got it, the
  *        largest below it. Pictures turned by a quarter have these sides the other way round
- * T_OK, or T_ERR_ARGUMENT (another number). */
+ * T_OK, T_ERR_ARGUMENT (another number). */
 T_API int32_t T_CALL T_SetPCDResolution(int32_t level);
 
 /* Whether a module of the system decodes Photo CD files when it is there: "pcdlib.dll" on Windows,
@@ -1869,8 +1877,9 @@ T_API int32_t T_CALL T_SetPCDResolution(int32_t level);
  * It is asked for files of the system alone, never in memory loads or while files are redirected
  * (T_RedirectIO); a file that it refuses goes to the library's own decoder.
  * flag  0: never; anything else (at first): use it
- * T_OK. A load that such a module fails gives T_ERR_BAD_DATA (its number 3000), T_ERR_SUBTYPE (3001
- * and 3002), T_ERR_NO_MEMORY (5000), or T_ERR_READ (all others). */
+ * A load that such a module fails gives T_ERR_BAD_DATA (its number 3000), T_ERR_SUBTYPE (3001 and
+ * 3002), T_ERR_NO_MEMORY (5000), or T_ERR_READ (all others).
+ * T_OK. */
 T_API int32_t T_CALL T_SetPCDModule(int32_t flag);
 
 /* Windows metafiles (WMF), placeable ones and plain ones.
@@ -1887,8 +1896,8 @@ T_API int32_t T_CALL T_SetPCDModule(int32_t flag);
  *             inch (see T_SetDrawScale and T_SetDrawSmooth), of plain files as large as their
  *             first window, or without one as what is drawn, a unit being a pixel. Pages are white
  *             before they are drawn on, have 24 bits, and of their sides none exceeds 16384.
- *             T_ORDER_BGR, top row first.
- * Memory      Pages are drawn in bands of rows: 4 MiB beside what the rows go to.
+ *             T_ORDER_BGR, top row first. Pages are drawn in bands of rows, which takes 4 MiB
+ *             beside what the rows go to.
  * Written     A placeable metafile with one bitmap of 1, 4, 8 or 24 bits (other depths:
  *             T_ERR_DEPTH). More than 32767 pixels either way: T_ERR_SIZE.
  * Statuses    T_ERR_BAD_DATA: no WMF header, or more to draw than real files have (some thousand
@@ -1902,13 +1911,17 @@ T_API int32_t T_CALL T_SaveWMFBitmap(const char* name, BitmapHandle* bitmap, int
 
 #define T_MAX_DRAW_SCALE 16
 
-/* How large drawings become: 1, the default, 96 pixels per inch (PICT: 72), to T_MAX_DRAW_SCALE
- * times that, as far as sides stay within 16384. FILEINFO tells the size that comes. Bitmaps that
- * are delivered as they are stay so. T_OK or T_ERR_ARGUMENT. */
+/* How large drawings become, in loads and in T_FileInfo.
+ * scale  1, the default: 96 pixels per inch (PICT: 72); to T_MAX_DRAW_SCALE times that, as far as
+ *        sides stay within 16384. FILEINFO tells the size that comes
+ * Bitmaps that are delivered as they are stay so.
+ * T_OK, T_ERR_ARGUMENT (another scale). */
 T_API int32_t T_CALL T_SetDrawScale(int32_t scale);
 
-/* 0, the default: pixels of drawings have the color of what is in their middle. Any other flag:
- * the average of sixteen, which takes about twenty times as long. T_OK. */
+/* Which color pixels of drawings have.
+ * flag  0, the default: that of what is in their middle; any other: the average of sixteen, which
+ *       takes about twenty times as long
+ * T_OK. */
 T_API int32_t T_CALL T_SetDrawSmooth(int32_t flag);
 
 /* Macintosh PICT: what QuickDraw recorded, versions 1 and 2, with and without 512 bytes in front.
@@ -1963,7 +1976,8 @@ T_API int32_t T_CALL T_LoadEPSBitmap(const char* name, BitmapHandle* bitmap);
 T_API int32_t T_CALL T_SaveEPSBitmap(const char* name, BitmapHandle* bitmap, int32_t bitsPerPixel);
 
 /* Builds the look-up tables of 1-bit rows. They are part of the library, so there is nothing to
- * do; programs that call this before they load bilevel files may go on doing so. T_OK. */
+ * do; programs that call this before they load bilevel files may go on doing so.
+ * T_OK. */
 T_API int32_t T_CALL T_Create1BitTable(void);
 
 /* Example: a file of GIF as a bitmap, and written with its own size as screen.
@@ -1991,7 +2005,8 @@ T_API int32_t T_CALL T_Create1BitTable(void);
  * as T_FORMAT_CMP and all JPEG streams as T_FORMAT_JPEG.
  *
  * The quality factor is a multiplier of the quantisation tables: smaller is better.
- * JFIF  0 to 255  the factor is the internal value; 0 gives T_ERR_MULTIPLIER
+ * JFIF  0 to 255  the factor is the internal value; 0 gives T_ERR_MULTIPLIER, but with a custom
+ *                 table (T_LoadCustomQTable)
  * CMP   0 to 100  internal value factor + 6; chroma 1x1 below 14, 2x2 from 55 to 100, else 2x1
  *       101 to 255  half-height coding: rows 0, 2, 4 ... only; internal value factor / 2,
  *                 chroma 2x1
@@ -2019,48 +2034,57 @@ T_API int32_t T_CALL T_Create1BitTable(void);
  * tables are written once.
  *
  * Statuses of everything that compresses: T_ERR_NOT_COMPRESSIBLE (no width or height, more than
- * 65535 coded rows or none, fewer than 8 or more than 32 bits per pixel, rows above 65535 bytes as
- * they are stored or coded), T_ERR_BAD_DATA (output type), T_ERR_QUALITY, T_ERR_MULTIPLIER,
- * T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_WRITE (the write routine took fewer bytes than it was given).
- */
+ * 65535 coded rows or none, rows above 65535 bytes as they are coded), T_ERR_BAD_DATA (output
+ * type), T_ERR_QUALITY (a factor out of its range), T_ERR_MULTIPLIER (an internal value of 0),
+ * T_ERR_NO_MEMORY, T_ERR_LIMIT (of memory), T_ERR_WRITE (the write routine did not take what it was
+ * given, or a file operation failed). */
 
 /* The unit of the densities in JFIF streams. CMP files are not concerned.
  * unit  0 (the default): none; 1: dots per inch, which other programs need to take them for a
  *       resolution, unless one is 0
- * T_OK or T_ERR_ARGUMENT (another unit). */
+ * T_OK, T_ERR_ARGUMENT (another unit). */
 T_API int32_t T_CALL T_SetJFIFUnit(int32_t unit);
 
-/* Replaces the scaled quantisation tables of all later compressions: 64 entries in zigzag order,
- * of which the low bytes count, for all components; the internal value is not looked at then. Null
- * returns to the scaled tables. T_OK or T_ERR_ARGUMENT (an entry is 0; nothing changes). */
+/* Replaces the scaled quantisation tables of all later compressions.
+ * table  64 entries in zigzag order, of which the low bytes count, for all components; copied. The
+ *        internal value is not looked at then. Null: the scaled tables again, as at first
+ * T_OK, T_ERR_ARGUMENT (an entry is 0; nothing changes). */
 T_API int32_t T_CALL T_LoadCustomQTable(const uint32_t* table);
 
-/* Takes `size` coded bytes; returns how many it took: fewer than `size` is a failure. */
+/* Takes coded bytes.
+ * bytes, size  the next of the file; gone after the call
+ * userData     what the caller gave with the routine
+ * How many it took: any other number than `size` is a failure, T_ERR_WRITE. */
 typedef uint32_t(T_CALL* T_CompressWrite)(const void* bytes, uint32_t size, void* userData);
 
 /* Opens a compression by strips; one that is open is dropped. What precedes the coded data is
  * written, a CMP header at once.
- * bitmap             read now: Width, Height, BitsPerPixel, Flags (grey counts at 8 bits only),
- *                    ViewPerspective (0: the rows come top first), resolutions; needs no storage
+ * bitmap             read now: Width, Height, BitsPerPixel (8 to 32), Flags (grey counts at 8 bits
+ *                    only), ViewPerspective (0: the rows come top first), resolutions; needs no
+ *                    storage
  * write              gets the coded bytes, outputBufferBytes at a time
  * inputStripBytes    size of a strip: as many whole rows as fit, 16 usually; with 2x2 chroma a
- *                    multiple of 16, else T_ERR_SIZE, which no row at all gives too
+ *                    multiple of 16 rows
  * outputBufferBytes  0: the library's choice
  * strip              where the strips will be; not looked at
+ * outputType         0 to 6, by the table of this section
+ * quality            the quality factor, by the table of this section
  * userData           for `write`
- * T_OK or the statuses above. */
+ * T_OK, T_ERR_ARGUMENT (null bitmap or write), the statuses of all compression,
+ * T_ERR_NOT_COMPRESSIBLE also for another depth and for rows above 65535 bytes at the bitmap's own,
+ * T_ERR_SIZE (no row in a strip, or no multiple of 16). */
 T_API int32_t T_CALL T_StartCompressBuffer(const BitmapHandle* bitmap, T_CompressWrite write,
                                            uint32_t inputStripBytes, uint32_t outputBufferBytes,
                                            void* strip, int32_t outputType, int32_t quality,
                                            void* userData);
-/* Codes the next strip: consecutive rows, without padding, of Width bytes for grey pictures and 3 x
- * Width bytes (blue, green, red) for all others. The last strip has the rows that are left; a call
- * after the last row does nothing. T_OK, T_ERR_NO_MEMORY (null strip, no compression open),
- * T_ERR_WRITE. */
+/* Codes the next strip. A call after the last row does nothing.
+ * strip  consecutive rows, without padding, of Width bytes for grey pictures and 3 x Width bytes
+ *        (blue, green, red) for all others. The last strip has the rows that are left
+ * T_OK, T_ERR_NO_MEMORY (null strip, no compression open), T_ERR_WRITE. */
 T_API int32_t T_CALL T_CompressBuffer(const void* strip);
-/* Ends the stream, writes the trailer of a CMP file byte by byte, and gives all memory back. T_OK,
- * T_ERR_WRITE, or T_ERR_INCOMPLETE when fewer rows than the bitmap's height came (the file is ended
- * properly all the same) and when no compression is open. */
+/* Ends the stream, writes the trailer of a CMP file byte by byte, and gives all memory back.
+ * T_OK, T_ERR_WRITE, T_ERR_INCOMPLETE (fewer rows than the bitmap's height came: the file is ended
+ * properly all the same; or no compression is open). */
 T_API int32_t T_CALL T_EndCompressBuffer(void);
 
 /* What CompressCallBack works with. The caller's, and unchanged. */
@@ -2071,61 +2095,88 @@ typedef struct T_CompressContext {
   void* UserData;    /* for FileWriteBuffer */
 } T_CompressContext;
 
-/* A row sink (T_RowSink) that compresses; `context` is a T_CompressContext. Its first call starts
- * the compression with FileWriteBuffer, strips of 16 rows and an output buffer of 12 x Width bytes.
- * Rows of 8-bit pictures with the grey mark are coded by the red parts of their palette, 24-bit
- * rows as they are, whatever their order; all others become 24 bits, blue first. After the last row
- * call T_CompressBuffer(StripBuffer) once for the rows in an unfinished strip, then
- * T_EndCompressBuffer, which also ends a compression given up. T_OK or the statuses of
- * T_StartCompressBuffer and T_CompressBuffer. */
+/* A row sink (T_RowSink) that compresses. Its first call starts the compression with
+ * FileWriteBuffer, strips of 16 rows and an output buffer of 12 x Width bytes.
+ * bitmap          describes the rows. Those of 8 bits with the grey mark are coded by the red parts
+ *                 of their palette, 24-bit rows as they are, whatever their order; all others
+ *                 become 24 bits, blue first
+ * rows, rowCount  1 or more rows of BytesPerLine bytes
+ * context         a T_CompressContext, the same in all calls: another one starts a compression of
+ *                 its own
+ * After the last row call T_CompressBuffer(StripBuffer) once for the rows in an unfinished strip,
+ * then T_EndCompressBuffer, which also ends a compression given up.
+ * T_OK, T_ERR_ARGUMENT (null, a negative rowCount, a depth or order that there is not),
+ * T_ERR_NO_MEMORY (also: null StripBuffer), the other statuses of all compression. */
 T_API int32_t T_CALL CompressCallBack(BitmapHandle* bitmap, const void* rows, int32_t rowCount,
                                       void* context);
-/* A write routine (T_CompressWrite) that writes to an open file: userData is the file's number as
- * the Open operation (T_RedirectIO) returned it, cast to a pointer. Returns the bytes written. */
+/* A write routine (T_CompressWrite) that writes to an open file.
+ * bytes, size  what is written
+ * userData     the file's number as the Open operation (T_RedirectIO) returned it, cast to a
+ *              pointer
+ * The bytes written, 0 when the Write operation failed. */
 T_API uint32_t T_CALL FileWriteBuffer(const void* bytes, uint32_t size, void* userData);
 
 /* Compresses a whole bitmap into a new file, top row first whatever its ViewPerspective.
- * bitmap      left as it is; 1-bit bitmaps and 8-bit ones with the grey mark (by the red parts of
- *             their palette) are written grey, all others as colors
+ * bitmap      memory or disk, any depth, order and perspective, accessed or not; left as it is.
+ *             1-bit bitmaps and 8-bit ones with the grey mark (by the red parts of their palette)
+ *             are written grey, all others as colors
  * name        file to create, opened for writing only
- * outputType  0 to 6, see above
- * quality     the quality factor, see above
+ * outputType  0 to 6, by the table of this section
+ * quality     the quality factor, by the table of this section
  * flag        without a meaning yet: pass 0
- * T_OK, the statuses of all compression (no file then, except after T_ERR_WRITE), T_ERR_FORMAT (2
- * or 4 bits with the grey mark), T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_CREATE, or the status
- * callback's answer. */
+ * What is wrong with the bitmap or a number is told before there is a file; what fails later leaves
+ * a part of one.
+ * T_OK, T_ERR_ARGUMENT (null bitmap; a depth or order that there is not), the statuses of all
+ * compression, T_ERR_FORMAT (2 or 4 bits with the grey mark), T_ERR_SIZE (BytesPerLine is 0),
+ * T_ERR_NO_STORAGE, T_ERR_NAME, T_ERR_CREATE, T_ERR_SEEK and T_ERR_READ (bitmaps on disk), the
+ * status callback's answer. */
 T_API int32_t T_CALL T_CompressBitmap(BitmapHandle* bitmap, const char* name, int32_t outputType,
                                       int32_t quality, uint32_t flag);
 
 /* T_CompressBitmap with a stamp, a small picture of the picture, in the same file.
- * stampWidth   4 to 255 pixels
- * stampHeight  1 to 255 pixels. The stamp has the pixels that T_SizeBitmap would leave or, across
- *              or down, where these are too few to fill it, those in the middle of the parts of the
- *              picture that they stand for
- * stampBits    8: a palette of 256 colors, that of an 8-bit bitmap, otherwise an optimised one, or
- *              with dither 1 the built-in one, to which a bitmap above 8 bits is dithered by its
- *              DitherMethod; 24: colors
+ * bitmap, name         as T_CompressBitmap takes them
+ * outputType, quality  as T_CompressBitmap takes them
+ * stampWidth           4 to 255 pixels
+ * stampHeight          1 to 255 pixels. The stamp has the pixels that T_SizeBitmap would leave or,
+ *                      across or down, where these are too few to fill it, those in the middle of
+ *                      the parts of the picture that they stand for
+ * stampBits            8: a palette of 256 colors, that of an 8-bit bitmap, otherwise an optimised
+ *                      one; 24: colors
+ * dither               1: a stamp of 8 bits of a bitmap above 8 bits has the built-in palette, to
+ *                      which it is dithered by the bitmap's DitherMethod; any other: optimised, too
  * A stamp must fit one segment of a JPEG stream: 65,525 bytes, palette included.
- * T_OK, T_ERR_SIZE (stamp size), T_ERR_ARGUMENT (stampBits), the statuses of T_CompressBitmap and
- * T_ColorResolution. */
+ * T_OK, T_ERR_SIZE (stamp size), T_ERR_ARGUMENT (stampBits), T_ERR_NOTICE, the statuses of
+ * T_CompressBitmap and, of a stamp that is reduced to 256 colors, of T_ColorResolution. */
 T_API int32_t T_CALL T_CompressBitmapWithStamp(BitmapHandle* bitmap, const char* name,
                                                int32_t outputType, int32_t quality,
                                                int32_t stampWidth, int32_t stampHeight,
                                                int32_t stampBits, int32_t dither);
 
-/* Loads a file of any format and compresses the picture as T_CompressBitmap does; a 1-bit picture
- * with output type 0 becomes a file of the 1-bit compressed format instead. `flag` has no meaning
- * yet: pass 0. Statuses of T_LoadBitmap and T_CompressBitmap. */
+/* Loads a file of any format and compresses the picture as T_CompressBitmap does.
+ * source       file to load, at its own depth
+ * destination  file to create
+ * outputType   0 to 6, by the table of this section. A 1-bit picture with type 0 becomes a file of
+ *              the 1-bit compressed format instead
+ * quality      the quality factor; does not count for the 1-bit compressed format
+ * flag         without a meaning yet: pass 0
+ * T_OK, the statuses of T_LoadBitmap and T_CompressBitmap; of the 1-bit compressed format those of
+ * T_CompressBitmap1Bit. */
 T_API int32_t T_CALL T_CompressALL(const char* source, const char* destination, int32_t outputType,
                                    int32_t quality, uint32_t flag);
 
 /* Compress a file of one format while it is read, without holding the picture: rows keep the
  * file's order, and a file that begins with its bottom row gives a bottom-first one (row order 0,
  * "V1.00"). 1-bit pictures and 8-bit grey ones are written grey, all others as colors. 8-bit BMP
- * files and interlaced GIF files are loaded whole and written top first. T_CompressTGA's option has
- * no meaning yet: pass 0, as for `flag`. The destination is created when the first rows are there.
- * Statuses of T_FileInfo, of the format's reader (T_ERR_BAD_DATA for a file of another format), and
- * of T_CompressBitmap; T_ERR_INCOMPLETE never, T_ERR_FORMAT when the format has no reader. */
+ * files and interlaced GIF files are loaded whole and written top first.
+ * source       file of that format
+ * destination  file to create, when the first rows are there
+ * outputType   0 to 6, by the table of this section
+ * quality      the quality factor, by the table of this section
+ * flag         without a meaning yet: pass 0
+ * option       (T_CompressTGA) without a meaning yet: pass 0
+ * T_OK, the statuses of T_FileInfo, of the format's reader (T_ERR_BAD_DATA for a file of another
+ * format) and of all compression, T_ERR_NAME and T_ERR_CREATE (destination), the status callback's
+ * answer. */
 T_API int32_t T_CALL T_CompressBMP(const char* source, const char* destination, int32_t outputType,
                                    int32_t quality, uint32_t flag);
 T_API int32_t T_CALL T_CompressGIF(const char* source, const char* destination, int32_t outputType,
@@ -2137,17 +2188,26 @@ T_API int32_t T_CALL T_CompressTGA(const char* source, const char* destination, 
 T_API int32_t T_CALL T_CompressTIF(const char* source, const char* destination, int32_t outputType,
                                    int32_t quality, uint32_t flag);
 
-/* Compression of rows that need no bitmap, top row first: any number of rows per call.
- * bitsPerPixel  8 (grey), 16 (5-5-5, red in the high bits), 24 or 32 (blue first)
- * The file carries the library's default resolution. Statuses of T_StartCompressBuffer, and
- * T_ERR_NOT_COMPRESSIBLE for another depth. */
+/* Opens a compression of rows that need no bitmap, top row first; one that was opened in this way
+ * is dropped. The file carries the library's default resolution.
+ * width, height  pixels and rows
+ * bitsPerPixel   8 (grey), 16 (5-5-5, red in the high bits), 24 or 32 (blue first)
+ * write          gets the coded bytes
+ * outputType     0 to 6, by the table of this section
+ * quality        the quality factor, by the table of this section
+ * userData       for `write`
+ * T_OK, T_ERR_ARGUMENT (null write), the statuses of all compression, T_ERR_NOT_COMPRESSIBLE also
+ * for another depth and for rows above 65535 bytes as they come, T_ERR_NOTICE. */
 T_API int32_t T_CALL T_StartCompressData(int32_t width, int32_t height, int32_t bitsPerPixel,
                                          T_CompressWrite write, int32_t outputType, int32_t quality,
                                          void* userData);
-/* `rowCount` consecutive rows without padding; those beyond the height are ignored. T_OK,
- * T_ERR_NO_MEMORY (null, no compression open), T_ERR_ARGUMENT (negative count), T_ERR_WRITE. */
+/* Codes the next rows, any number of them.
+ * rows, rowCount  consecutive rows without padding; those beyond the height are ignored
+ * T_OK, T_ERR_NO_MEMORY (null rows, no compression open), T_ERR_ARGUMENT (a negative rowCount),
+ * T_ERR_WRITE. */
 T_API int32_t T_CALL T_CompressData(const void* rows, int32_t rowCount);
-/* As T_EndCompressBuffer. */
+/* Ends the stream as T_EndCompressBuffer does.
+ * T_OK, T_ERR_WRITE, T_ERR_INCOMPLETE. */
 T_API int32_t T_CALL T_EndCompressData(void);
 
 /* Example: a JPEG file with chroma halved across, and a CMP file with a stamp.
@@ -2170,12 +2230,18 @@ T_API int32_t T_CALL T_EndCompressData(void);
  *    by an end-of-block code; coded 0 is the standard's white. Writers take the lighter color for
  *    it. */
 
-/* Saves a bitmap at 1 bit. format 1: in this format; any other number: as T_SaveFile's, with the
- * built-in black and white, as a further page when T_SetPageNumber is above 1. Statuses of
- * T_SaveFile. */
+/* Saves a bitmap at 1 bit, with its own resolution.
+ * bitmap  left as it is, but released. One of 1 bit is written as it is, any other dithered to the
+ *         built-in black and white; for EPS files both become grey first (see there)
+ * name    file to create
+ * format  1: the 1-bit compressed format; any other number: as T_SaveFile takes it, at quality 0,
+ *         in a file of pages as a further page when T_SetPageNumber is above 1
+ * T_OK, the statuses of T_SaveFile. */
 T_API int32_t T_CALL T_CompressBitmap1Bit(BitmapHandle* bitmap, const char* name, int32_t format);
-/* Initialises and allocates the bitmap and loads a file of the 1-bit compressed format. On failure
- * the bitmap is freed. Statuses of the trio's T_Load...Bitmap. */
+/* Loads a file of the 1-bit compressed format.
+ * name    file to read
+ * bitmap  initialised and allocated here, the caller's to free; on failure it is freed
+ * T_OK, the statuses of T_Load...Bitmap (see Formats). */
 T_API int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitmap);
 
 /* Example: a page as black and white.
@@ -2211,44 +2277,56 @@ T_API int32_t T_CALL T_DecompressBitmap1Bit(const char* name, BitmapHandle* bitm
  * Memory does not depend on the height for sequential streams of one scan; progressive streams, and
  * those with a scan for each component, take 2 bytes a sample. */
 
-/* Reads the JPEG or CMP file `name` and hands its rows to `sink` in stored order.
- * bitmap        unallocated: becomes a record of the rows; allocated: tells depth and order wanted
- * bitsPerPixel  8: luminance, without decoding the colors; 16, 24, 32: color (of grey pictures,
- *               too); 1, 4: dithered to the built-in palette
- * option        order of color rows for an unallocated bitmap: T_ORDER_RGB or T_ORDER_BGR; 4: the
- *               file's, which counts as T_ORDER_BGR
- * T_OK, the sink's answer, T_ERR_NOTICE, T_ERR_ARGUMENT (bitsPerPixel), T_ERR_NAME, T_ERR_OPEN,
- * T_ERR_READ, T_ERR_SEEK, T_ERR_BAD_DATA, T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY. */
+/* Reads a JPEG or CMP file and hands its rows to `sink` in stored order.
+ * name           file to read
+ * address, size  (T_DecompressMemory) the block that stands for the file
+ * bitmap         unallocated: becomes a record of the rows; allocated: tells depth and order wanted
+ * sink           gets the rows
+ * bitsPerPixel   8: luminance, without decoding the colors; 16, 24, 32: color (of grey pictures,
+ *                too); 1, 4: dithered to the built-in palette
+ * context        passed to the sink
+ * option         order of color rows for an unallocated bitmap: T_ORDER_RGB or T_ORDER_BGR; 4: the
+ *                file's, which counts as T_ORDER_BGR
+ * T_OK, the answers of the sink and the status callback, T_ERR_NOTICE, T_ERR_ARGUMENT (null bitmap
+ * or sink, bitsPerPixel), T_ERR_NAME, T_ERR_OPEN, T_ERR_READ, T_ERR_SEEK, T_ERR_BAD_DATA,
+ * T_ERR_SUBTYPE, T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_TOO_LARGE. */
 T_API int32_t T_CALL T_DecompressFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                       int32_t bitsPerPixel, void* context, int32_t option);
-/* The same for `size` bytes at `address`. */
 T_API int32_t T_CALL T_DecompressMemory(const void* address, BitmapHandle* bitmap, T_RowSink sink,
                                         int32_t bitsPerPixel, void* context, int32_t option,
                                         uint32_t size);
 
-/* Decodes a JPEG or CMP file, or `size` bytes of one at `address`, into a bitmap.
- * bitmap        allocated and of the picture's size: filled as it is; any other is freed,
- *               initialised (it keeps its Order if that is a T_ORDER_ value) and allocated.
- *               LastRow and LastColumn get height - 1 and width - 1
- * bitsPerPixel  depth of a bitmap allocated here; not a depth: the file's
- * T_FileInfo's statuses, T_ERR_FORMAT (another format), T_DecompressFile's, and those of storing
- * rows. After a failure, of damaged data too, the bitmap is freed. */
+/* Decodes a JPEG or CMP file into a bitmap.
+ * name           file to read
+ * address, size  (T_DecompressBitmapMemory) the block that stands for the file
+ * bitmap         allocated and of the picture's size: filled as it is; any other is freed,
+ *                initialised (it keeps its Order if that is a T_ORDER_ value) and allocated.
+ *                LastRow and LastColumn get height - 1 and width - 1
+ * bitsPerPixel   depth of a bitmap allocated here; not a depth: the file's
+ * A file that is not identified, or another format's, leaves the bitmap as it was; after any other
+ * failure, of damaged data too, it is freed.
+ * T_OK, T_ERR_ARGUMENT (null bitmap), the statuses of T_FileInfo, T_ERR_FORMAT (another format),
+ * those of T_DecompressFile, T_ERR_WRITE (a bitmap on disk). */
 T_API int32_t T_CALL T_DecompressBitmap(const char* name, BitmapHandle* bitmap,
                                         int32_t bitsPerPixel);
 T_API int32_t T_CALL T_DecompressBitmapMemory(const void* address, BitmapHandle* bitmap,
                                               int32_t bitsPerPixel, uint32_t size);
 
 /* Decodes a JPEG or CMP stream that arrives in pieces of any size; one at a time in a process.
- * T_StartDecompressData  forgets what was going on. sink: gets the rows; its source is a record of
- *                        the library's. bitsPerPixel: as T_DecompressFile. order: of color rows.
- *                        context: the sink's
- * T_DecompressData       takes the next `size` bytes, which need not stay, and calls the sink when
- *                        rows are ready
- * T_EndDecompressData    says that no more come, delivers the rest and gives the result
+ * T_StartDecompressData forgets what was going on. T_DecompressData takes the next piece and calls
+ * the sink when rows are ready. T_EndDecompressData says that no more come, delivers the rest and
+ * gives the result.
+ * sink          gets the rows; its source is a record of the library's
+ * bitsPerPixel  as T_DecompressFile takes it
+ * order         of color rows: T_ORDER_RGB or T_ORDER_BGR
+ * context       passed to the sink
+ * bytes, size   the piece, which need not stay; null when size is 0
  * Streams of one scan are not kept; others are decoded at the end. The resolution in a CMP trailer
  * comes too late to be known. In a damaged stream with restart markers more may be lost than in a
- * file. T_OK; T_ERR_ARGUMENT (not started, depth, order, null sink or bytes); T_DecompressFile's
- * statuses. A failure is repeated by every later call. */
+ * file. A failure is repeated by every later call up to T_EndDecompressData.
+ * T_OK, the answers of the sink and the status callback, T_ERR_ARGUMENT (not started, depth, order,
+ * null sink or bytes), T_ERR_NOTICE, T_ERR_READ (cut short), T_ERR_BAD_DATA, T_ERR_SUBTYPE,
+ * T_ERR_SIZE, T_ERR_NO_MEMORY, T_ERR_LIMIT. */
 T_API int32_t T_CALL T_StartDecompressData(T_RowSink sink, int32_t bitsPerPixel, int32_t order,
                                            void* context);
 T_API int32_t T_CALL T_DecompressData(const void* bytes, uint32_t size);
@@ -2256,11 +2334,15 @@ T_API int32_t T_CALL T_EndDecompressData(void);
 
 /* Reads the stamp, a small picture, of a CMP file or of a JPEG file: of its first JFXX segment
  * (JFIF 1.02: palette, colors, or a JPEG stream of up to 1024 x 1024 pixels), otherwise what its
- * JFIF segment holds. Initialises and allocates `stamp`, 8 bits with a palette or 24 bits, blue
- * first (streams with this library's comment have blue first, too, others red), top row first.
+ * JFIF segment holds.
+ * name   file to read
+ * stamp  initialised and allocated here, the caller's to free: 8 bits with a palette or 24 bits,
+ *        blue first (streams with this library's comment have blue first, too, others red), top row
+ *        first; without storage after a failure
  * T_OK, T_ERR_NO_STAMP (also for other formats), T_ERR_READ (cut short), T_ERR_BAD_DATA (an empty
  * stamp, another depth, damage, or a file of no known format), T_ERR_SUBTYPE (a coded stamp's
- * coding), T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK, T_ERR_NO_MEMORY, T_ERR_NOTICE. */
+ * coding), T_ERR_ARGUMENT (null stamp), T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK, T_ERR_NO_MEMORY,
+ * T_ERR_LIMIT, T_ERR_TOO_LARGE, T_ERR_NOTICE, T_ERR_WRITE (storage on disk). */
 T_API int32_t T_CALL T_GetCompressFileStamp(const char* name, BitmapHandle* stamp);
 
 /* T_JPEGINFO.Factor: no factor codes in this way. */
@@ -2286,10 +2368,13 @@ typedef struct T_JPEGINFO {
   int32_t Reserved[12];
 } T_JPEGINFO;
 
-/* Reads the headers of a JPEG or CMP file. A stamp that cannot be read counts as none. T_OK;
- * T_ERR_ARGUMENT (null info); T_ERR_BAD_DATA (another format, damage), T_ERR_SUBTYPE (a coding that
- * is not decoded), T_ERR_READ (cut short); T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK, T_ERR_NO_MEMORY,
- * T_ERR_NOTICE. `info` is all 0 after a failure. */
+/* Reads the headers of a JPEG or CMP file.
+ * name  file to read
+ * info  filled with how it is coded, all 0 after a failure. A stamp that cannot be read counts as
+ *       none
+ * T_OK, T_ERR_ARGUMENT (null info), T_ERR_BAD_DATA (another format, damage), T_ERR_SUBTYPE (a
+ * coding that is not decoded), T_ERR_READ (cut short), T_ERR_NAME, T_ERR_OPEN, T_ERR_SEEK,
+ * T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_TOO_LARGE, T_ERR_NOTICE. */
 T_API int32_t T_CALL T_GetJPEGInfo(const char* name, T_JPEGINFO* info);
 
 /* Example: the quality of a JPEG file, and its picture.
@@ -2320,17 +2405,19 @@ typedef const struct tagRECT* T_Rect; /* right and bottom are exclusive */
 
 /* ---- Painting -------------------------------------------------------------------------------- */
 
-/* How pictures are painted and printed from now on. Each: not 0 is on. T_OK.
- *   T_EnableFastPaint      what shrinks shows single pixels, never means. At first off
- *   T_EnableIndexedPaint   index i of a picture of up to 8 bits is shown as entry i of the palette
- *                          that is selected into the device context; with the stock palette
- *                          nothing changes. At first off
- *   T_EnableDitheredPaint  on devices with a table of colors pictures are dithered to it; off: each
- *                          pixel gets the nearest color. At first on
- *   T_EnableOrderedDither  that dithering is ordered, whatever the record's DitherMethod. At first
- *                          off
- *   T_EnableScaleToGray    pictures of 1 bit that shrink get mean colors instead of single pixels.
- *                          At first off */
+/* How pictures are painted and printed from now on.
+ * T_EnableFastPaint      what shrinks shows single pixels, never means. At first off
+ * T_EnableIndexedPaint   index i of a picture of up to 8 bits is shown as entry i of the palette
+ *                        that is selected into the device context; with the stock palette nothing
+ *                        changes. At first off
+ * T_EnableDitheredPaint  on devices with a table of colors pictures are dithered to it; off: each
+ *                        pixel gets the nearest color. At first on
+ * T_EnableOrderedDither  that dithering is ordered, whatever the record's DitherMethod. At first
+ *                        off
+ * T_EnableScaleToGray    pictures of 1 bit that shrink get mean colors instead of single pixels. At
+ *                        first off
+ * on                     not 0: on; 0: off
+ * T_OK. */
 T_API int32_t T_CALL T_EnableFastPaint(int32_t on);
 T_API int32_t T_CALL T_EnableIndexedPaint(int32_t on);
 T_API int32_t T_CALL T_EnableDitheredPaint(int32_t on);
@@ -2363,24 +2450,28 @@ T_API int32_t T_CALL T_EnableScaleToGray(int32_t on);
  * Indexed pictures whose colors are all in the table, as it shows, get these; all others are
  * dithered, as T_DitherLine does it from the destination's top left pixel on, or get the nearest.
  * Takes 4 MiB beside the picture up to 16,384 pixels across.
- * T_OK, T_ERR_ARGUMENT (null; a source that is empty or leaves the picture; a depth, order or
- * dithering method that there is not), T_ERR_NO_STORAGE, T_ERR_SEEK and T_ERR_READ (bitmaps on
- * disk), T_ERR_NO_MEMORY, T_ERR_DEVICE (the system refused a drawing call). */
+ * T_OK, T_ERR_ARGUMENT (null bitmap or dc; a source that is empty or leaves the picture; a
+ * destination of 2^31 pixels and more; a depth, order or dithering method that there is not; on a
+ * display that takes a palette also no Colors), T_ERR_NO_STORAGE, T_ERR_SEEK and T_ERR_READ
+ * (bitmaps on disk), T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_NOTICE, T_ERR_DEVICE (the system refused a
+ * drawing call). */
 T_API int32_t T_CALL T_PaintDevice(BitmapHandle* bitmap, T_DC dc, T_Rect source, T_Rect destination,
                                    T_Rect clip, uint32_t rop);
 
 /* Paints rows of a picture while they come, as a row sink gets them.
- * picture   describes them and the whole picture; no storage needed. ViewPerspective and, with
- *           T_FLAG_INTERLACED, the four passes of GIF say where a row belongs
- * rows      rowCount rows of BytesPerLine bytes, the caller's
- * firstRow  how many came before them
- * rowCount  0: nothing is painted
+ * picture            describes them and the whole picture; no storage needed. ViewPerspective and,
+ *                    with T_FLAG_INTERLACED, the four passes of GIF say where a row belongs
+ * rows               rowCount rows of BytesPerLine bytes, the caller's
+ * firstRow           how many came before them
+ * rowCount           0: nothing is painted
+ * dc, source, rop    as T_PaintDevice takes them
+ * destination, clip  as T_PaintDevice takes them
  * All else as T_PaintDevice, of the whole picture: drawn are the device's rows whose source row, by
  * the rule for single pixels, is among `rows`. All bands together give what T_PaintDevice gives,
  * but where means of rows cross the edge of a band: there they are those of its own rows. Dithering
  * is ordered, whatever the method.
- * T_OK, T_ERR_ARGUMENT (also null rows, and rows outside the picture), T_ERR_NO_MEMORY,
- * T_ERR_DEVICE. */
+ * T_OK, T_ERR_ARGUMENT (as T_PaintDevice, but for the method; null rows; rows outside the picture),
+ * T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_NOTICE, T_ERR_DEVICE. */
 T_API int32_t T_CALL T_PaintBuffer(BitmapHandle* picture, const void* rows, int32_t firstRow,
                                    int32_t rowCount, T_DC dc, T_Rect source, T_Rect destination,
                                    T_Rect clip, uint32_t rop);
@@ -2404,13 +2495,16 @@ T_API int32_t T_CALL T_PaintBuffer(BitmapHandle* picture, const void* rows, int3
 
 /* Paints a picture step by step. Each pixel is drawn once; at the end they are those of
  * T_PaintDevice.
- * effect     T_EFFECT_ value
- * blockSize  width of a step, slat or square in device pixels, 1 or more
- * delay      milliseconds between two steps, 0 or more
- * All else as T_PaintDevice. The status callback is asked before the first step and after each;
- * its answer ends the effect, and what has been drawn stays. Holds one picture of the size that
- * is painted; beyond 32,768 pixels in a direction the effect is one of the part that shows.
- * As T_PaintDevice, T_ERR_ARGUMENT also for what the three may not be; the callback's answer. */
+ * bitmap, dc, source      as T_PaintDevice takes them
+ * destination, clip, rop  as T_PaintDevice takes them
+ * effect                  T_EFFECT_ value
+ * blockSize               width of a step, slat or square in device pixels, 1 or more
+ * delay                   milliseconds between two steps, 0 or more
+ * The status callback is asked before the first step and after each, but for T_EFFECT_NONE; its
+ * answer ends the effect, and what has been drawn stays. Holds one picture of the size that is
+ * painted; beyond 32,768 pixels in a direction the effect is one of the part that shows.
+ * T_OK, T_PaintDevice's statuses, T_ERR_ARGUMENT also for what effect, blockSize and delay may not
+ * be; the callback's answer. */
 T_API int32_t T_CALL T_PaintEffect(BitmapHandle* bitmap, T_DC dc, T_Rect source, T_Rect destination,
                                    T_Rect clip, uint32_t rop, int32_t effect, int32_t blockSize,
                                    int32_t delay);
@@ -2423,7 +2517,8 @@ T_API int32_t T_CALL T_PaintEffect(BitmapHandle* bitmap, T_DC dc, T_Rect source,
  * dc      what the bitmap is compatible with; null: the screen. A memory context that has no bitmap
  *         yet makes black and white ones
  * result  gets it; the caller's, for DeleteObject. Null after a failure
- * As T_PaintDevice; T_ERR_DEVICE when the device has no room for it. */
+ * T_OK, T_PaintDevice's statuses, T_ERR_ARGUMENT also for a null result, T_ERR_DEVICE also when the
+ * device has no room for the bitmap. */
 T_API int32_t T_CALL T_ConvertToDDB(BitmapHandle* bitmap, T_DC dc, T_DeviceBitmap* result);
 
 /* A bitmap from a device bitmap or a DIB section.
@@ -2434,8 +2529,8 @@ T_API int32_t T_CALL T_ConvertToDDB(BitmapHandle* bitmap, T_DC dc, T_DeviceBitma
  * 1, 4 and 8 bits stay: a DIB section's with its own table, a device bitmap's of 1 bit black and
  * white. All that is deeper becomes 24 bits, blue first. Rows are stored from the bottom up.
  * T_OK, T_ERR_ARGUMENT (null, or not a bitmap: the record is not touched), T_ERR_SIZE,
- * T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_DEVICE (the system does not give the pixels); of storage on
- * disk T_ERR_SEEK, T_ERR_WRITE. */
+ * T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_NOTICE, T_ERR_DEVICE (the system does not give the pixels);
+ * of storage on disk T_ERR_SEEK, T_ERR_WRITE. */
 T_API int32_t T_CALL T_ConvertFromDDB(T_DeviceBitmap ddb, T_PaletteObject palette,
                                       BitmapHandle* bitmap);
 
@@ -2443,22 +2538,22 @@ T_API int32_t T_CALL T_ConvertFromDDB(T_DeviceBitmap ddb, T_PaletteObject palett
 
 /* Puts a picture on the clipboard: as CF_DIB, which T_ConvertToDIB describes, up to 8 bits with
  * CF_PALETTE; the system makes the other formats of it.
- * bitmap  as for T_ConvertToDIB; stays as it is
+ * bitmap  as T_ConvertToDIB takes it; stays as it is
  * owner   the window that owns the clipboard's content from then on, of the calling thread; null: a
  *         window of the library's for the length of the call
  * What was there is emptied only when all that replaces it has been made. While another program has
  * the clipboard open, it is tried for 250 ms.
- * T_OK, those of T_ConvertToDIB, T_ERR_ARGUMENT (also: the owner is no window), T_ERR_BUSY,
- * T_ERR_DEVICE (the system does not take it). */
+ * T_OK, those of T_ConvertToDIB, T_ERR_ARGUMENT (also: the owner is no window), T_ERR_BUSY (another
+ * program has it still), T_ERR_DEVICE (the system does not take it, or makes no window). */
 T_API int32_t T_CALL T_CopyToClipboard(BitmapHandle* bitmap, T_Window owner);
 
 /* Gets the picture that is on the clipboard: CF_DIB, else CF_DIBV5, else CF_BITMAP with CF_PALETTE.
- * bitmap  as for T_ConvertFromDIB: initialized here, without storage after a failure
+ * bitmap  as T_ConvertFromDIB takes it: initialized here, without storage after a failure
  * owner   a window of the calling thread that opens the clipboard, or null
  * The pixels are copied; what is on the clipboard stays there, and is not believed.
- * T_OK, T_ERR_NO_PICTURE (nothing, or no picture), T_ERR_BUSY (as above), T_ERR_ARGUMENT (null, or
- * the owner is no window: the record is not touched), those of T_ConvertFromDIB and
- * T_ConvertFromDDB. */
+ * T_OK, T_ERR_NO_PICTURE (nothing, or no picture), T_ERR_BUSY (as T_CopyToClipboard),
+ * T_ERR_ARGUMENT (null, or the owner is no window: the record is not touched), those of
+ * T_ConvertFromDIB and T_ConvertFromDDB. */
 T_API int32_t T_CALL T_CopyFromClipboard(BitmapHandle* bitmap, T_Window owner);
 
 /* ---- Printing -------------------------------------------------------------------------------- */
@@ -2469,15 +2564,17 @@ T_API int32_t T_CALL T_CopyFromClipboard(BitmapHandle* bitmap, T_Window owner);
 #define T_PRINT_ACTUAL 2  /* the size that the resolution says; as FIT when that is larger */
 #define T_PRINT_CENTER 16 /* added: in the middle of the destination, else top left */
 
-/* Prints a picture on the page that has been begun: with a destination as T_PRINT_STRETCH, without
- * as T_PRINT_ACTUAL. As T_PrintBitmapExt. */
+/* Prints a picture on the page that has been begun, as T_PrintBitmapExt does.
+ * bitmap, dc   as T_PrintBitmapExt takes them
+ * destination  logical: placed as T_PRINT_STRETCH; null: all of the page, as T_PRINT_ACTUAL
+ * T_OK, T_PrintBitmapExt's statuses. */
 T_API int32_t T_CALL T_PrintBitmap(BitmapHandle* bitmap, T_DC dc, T_Rect destination);
 
 /* Prints a picture, or a part of it.
  * bitmap        as T_PaintDevice takes it. Its resolutions count for FIT and ACTUAL, so that a fax
  *               of 204 x 98 dots per inch is upright; an unknown one is the other one, or 150
  * dc            of a printer, a metafile or memory; the caller's
- * source, rop   as T_PaintDevice
+ * source, rop   as T_PaintDevice takes them
  * destination   logical, right > left, bottom > top, under 2^31 pixels; null: all of the page
  * placement     T_PRINT_ value
  * documentName  a document of one page is printed; null: on the page that has been begun
@@ -2486,8 +2583,10 @@ T_API int32_t T_CALL T_PrintBitmap(BitmapHandle* bitmap, T_DC dc, T_Rect destina
  * at most, or a row: up to 8 bits that are not averaged as they are, all else as 24; dithering is
  * the printer's. The status callback is asked before the first band and after each. After a failure
  * or stop the document is aborted, or ended where the system refuses that.
- * T_OK, the callback's answer, T_ERR_ARGUMENT (also a wrong destination or placement),
- * T_ERR_NO_STORAGE, T_ERR_SEEK, T_ERR_READ, T_ERR_NO_MEMORY, T_ERR_DEVICE (the system failed). */
+ * T_OK, the callback's answer, T_ERR_ARGUMENT (null bitmap or dc; a source that is empty or leaves
+ * the picture; a wrong destination or placement; a depth or order that there is not),
+ * T_ERR_NO_STORAGE, T_ERR_SEEK and T_ERR_READ (bitmaps on disk), T_ERR_NO_MEMORY, T_ERR_LIMIT,
+ * T_ERR_NOTICE, T_ERR_DEVICE (the system failed). */
 T_API int32_t T_CALL T_PrintBitmapExt(BitmapHandle* bitmap, T_DC dc, T_Rect source,
                                       T_Rect destination, uint32_t placement, uint32_t rop,
                                       const char* documentName, const char* outputName);
@@ -2500,19 +2599,21 @@ T_API int32_t T_CALL T_PrintBitmapExt(BitmapHandle* bitmap, T_DC dc, T_Rect sour
  * dialogues and run a message loop, in which the program's windows get their messages as ever:
  * a program that must not be used meanwhile disables its window itself. They belong to one thread,
  * and none may be made while another one lasts.
- * window  the dialogues' parent; null: a hidden one of the library's. Not a window: T_ERR_ARGUMENT
  * Whatever happens, the source is led back through all its states, and closed. */
 
-/* Lets the user choose the default source in the manager's own dialogue. T_OK, T_ERR_CANCELLED,
- * T_ERR_NO_SOURCE (there is none, or no dialogue), T_ERR_UNAVAILABLE, T_ERR_ARGUMENT, T_ERR_DEVICE
- * (no window can be made). */
+/* Lets the user choose the default source in the manager's own dialogue.
+ * window  the dialogue's parent; null: a hidden one of the library's
+ * T_OK, T_ERR_CANCELLED, T_ERR_NO_SOURCE (there is none, or no dialogue), T_ERR_UNAVAILABLE,
+ * T_ERR_ARGUMENT (not a window), T_ERR_DEVICE (no window can be made). */
 T_API int32_t T_CALL T_TwainSelect(T_Window window);
 
 /* One picture from the default source, which shows its dialogue. Further ones that it offers are
  * refused.
+ * window  the dialogues' parent; null: a hidden one of the library's
  * bitmap  initialized here; after T_OK it has the picture, is released, and its storage the
  *         caller's. After a failure it has no storage. What it had before must have been freed.
- * Pictures and statuses are those of T_TwainAcquireExt. */
+ * T_OK, T_TwainAcquireExt's statuses, T_ERR_ARGUMENT also for a null bitmap. The picture is one of
+ * its memory transfers or, where the source refuses those, native. */
 T_API int32_t T_CALL T_TwainAcquire(T_Window window, BitmapHandle* bitmap);
 
 /* What is asked of a source. It may refuse any of it and then does as it does without. */
@@ -2537,43 +2638,51 @@ typedef struct T_TwainOptions { /* 100 bytes, 112 in 64-bit programs; 0: the sou
   char SourceName[36];  /* up to 33 letters, a zero behind them; empty: the default source */
 } T_TwainOptions;
 
-/* Gets a picture. It is in memory, else on disk, released, and the library's: freed when the call
- * is over. Who keeps it takes the record (T_CopyBitmapHandle) and then initializes the library's
- * (T_InitBitmap). Of a file transfer it has width, height (0: not known), depth and resolution, and
- * no storage. `page` counts from 1. Answers T_OK; anything else ends the work and is returned. */
+/* Gets a picture.
+ * picture  in memory, else on disk, released, and the library's: freed when the call is over. Who
+ *          keeps it takes the record (T_CopyBitmapHandle) and then initializes the library's
+ *          (T_InitBitmap). Of a file transfer it has width, height (0: not known), depth and
+ *          resolution, and no storage
+ * page     its number, from 1
+ * context  what the caller gave with the callback
+ * T_OK lets the work go on; anything else ends it and is returned. */
 typedef int32_t(T_CALL* T_TwainPage)(BitmapHandle* picture, int32_t page, void* context);
 
 /* All pictures of a source, one after the other.
- * options  null: all 0
- * page     is called for each, when the source has ended its transfer; context is passed to it
+ * window    the dialogues' parent; null: a hidden one of the library's
+ * options   null: all 0
+ * page      is called for each, when the source has ended its transfer
+ * context   passed to `page`
  * Pictures  Of memory transfers: 1 bit (index 0 is black, either way the source may have it), 8
  *           bits (grey: a ramp of 256, T_FLAG_GRAY; or a palette) or 24 bits (T_ORDER_BGR), stored
  *           from the top down; 2 and 4 bits become 8, samples of 16 bits keep their high byte. The
  *           length is that which came, whether or not the source knew it before; rows beyond one
  *           that it told are left out. Of native transfers: as T_ConvertFromDIB makes them. The
  *           resolution is the source's; the default where it tells none.
- * T_OK                 a picture came and nothing failed, also when the user closed the source
- *                      between two pictures
- * another answer       that of `page`
- * T_ERR_CANCELLED      the user closed the source before any picture or stopped a transfer, the
- *                      window was destroyed, or the program is to end: WM_QUIT is posted again
- * T_ERR_UNAVAILABLE    no manager: module or function missing
- * T_ERR_NO_SOURCE      the manager or the source cannot be opened, or the source not enabled
- * T_ERR_SOURCE         the source failed after that, or broke the rules: T_TwainCondition may say
- *                      more. Pictures that were delivered are whole; the one at work is lost. When
- *                      all have come that were asked for, it is no failure that the source cannot
- *                      end its transfer, be reset, or be closed
- * T_ERR_ARGUMENT       null `page`, a number out of its range, a file transfer without a name
- * T_ERR_DEVICE         no window or message can be had
- * T_ERR_NO_MEMORY, T_ERR_LIMIT; of storage on disk T_ERR_SEEK, T_ERR_WRITE.
  * The call waits for the source as long as that takes. Meanwhile the status callback is told 0 four
- * times a second, and its answer can end the work. */
+ * times a second, and its answer can end the work.
+ * T_OK               a picture came and nothing failed, also when the user closed the source
+ *                    between two pictures
+ * another answer     that of `page`, or of the status callback
+ * T_ERR_CANCELLED    the user closed the source before any picture or stopped a transfer, the
+ *                    window was destroyed, or the program is to end: WM_QUIT is posted again
+ * T_ERR_UNAVAILABLE  no manager: module or function missing
+ * T_ERR_NO_SOURCE    the manager or the source cannot be opened, or the source not enabled
+ * T_ERR_SOURCE       the source failed after that, or broke the rules: T_TwainCondition may say
+ *                    more. Pictures that were delivered are whole; the one at work is lost. When
+ *                    all have come that were asked for, it is no failure that the source cannot
+ *                    end its transfer, be reset, or be closed
+ * T_ERR_ARGUMENT     null `page`, not a window, a Size that is not the record's, Flags that there
+ *                    are not, a number out of its range, a SourceName too long, a file transfer
+ *                    without a name or with one too long
+ * T_ERR_DEVICE       no window or message can be had
+ * T_ERR_NO_MEMORY, T_ERR_LIMIT, T_ERR_NOTICE; of storage on disk T_ERR_SEEK, T_ERR_WRITE. */
 T_API int32_t T_CALL T_TwainAcquireExt(T_Window window, const T_TwainOptions* options,
                                        T_TwainPage page, void* context);
 
 /* TWAIN's condition code of the failure that ended the last of these calls: 3 no source, 5 the
  * source has told the user, 6 capability refused, 9 protocol, 10 bad value, 11 wrong order ...; 1
- * where the source does not say. 0: none, or a fault that was no failure of an operation. */
+ * where the source does not say. 0: T_OK, or a fault that was no failure of an operation. */
 T_API int32_t T_CALL T_TwainCondition(void);
 
 #endif /* _WIN32 */
