@@ -1698,12 +1698,14 @@ T_API void T_CALL T_SetTIFFXYResolution(int32_t x, int32_t y);
  *             ..._GROUP3 (one-dimensional), ..._GROUP3_2D and ..._GROUP4 with 1 bit, which are
  *             white and black: the brighter of the two colors becomes white. Other depths are
  *             T_ERR_DEPTH. Little-endian, top row first, strips of about 64 KiB; a palette that is
- *             an even ramp makes a grey picture. T_SaveTIFBitmap writes T_FORMAT_TIFF.
+ *             an even ramp makes a grey picture. Rows of 2 GiB: T_ERR_SIZE. T_SaveTIFBitmap writes
+ *             T_FORMAT_TIFF.
  * Pages       T_SetPageNumber chooses the page that is read, beyond the last one the last. With
  *             T_SAVE_APPEND, or a page number of 2 or more, a save adds a page to an existing TIFF
  *             file, in its byte order; whatever happens on the way, the pages before stay.
- *             T_ERR_WRITE: it has T_MAX_PAGES already; T_ERR_SUBTYPE: its offsets have 64 bits;
- *             T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut behind its last page.
+ *             T_ERR_WRITE: it has T_MAX_PAGES already, or would pass 2 GiB; T_ERR_SUBTYPE: its
+ *             offsets have 64 bits; T_ERR_BAD_DATA: its pages form a ring; T_ERR_READ: it is cut
+ *             behind its last page.
  * Statuses    T_ERR_SUBTYPE: anything else, above all floating point, Lab, lossless and 12-bit
  *             JPEG, the uncompressed mode of fax codings, which no known writer uses. T_ERR_READ:
  *             the data end early, or tags that a picture needs have values that were cut off.
@@ -1743,11 +1745,11 @@ T_API int32_t T_CALL T_SetDeflateLevel(int32_t level);
  *             when all are 0; a bitmap of fewer bits is opaque, too, and written with 24. For sizes
  *             of files see T_SetDeflateLevel. Other depths: T_ERR_DEPTH. Never interlaced.
  * Statuses    T_ERR_BAD_DATA: no PNG file, a wrong checksum or damage in a chunk that the picture
- *             needs; T_ERR_READ: it ends early; T_ERR_SUBTYPE: a critical chunk, a compression or a
- *             filter method that the format does not define. The rows before that are delivered
- *             (those of a damaged chunk, too, as its checksum stands behind it); of an interlaced
- *             picture all, as coarse as they have come, none of which counts as whole. Chunks that
- *             are not needed are passed over when their checksums are wrong.
+ *             needs; T_ERR_READ: it ends early; T_ERR_SUBTYPE: a critical chunk, a compression, a
+ *             filter or an interlace method that the format does not define. The rows before that
+ *             are delivered (those of a damaged chunk, too, as its checksum stands behind it); of
+ *             an interlaced picture all, as coarse as they have come, none of which counts as
+ *             whole. Chunks that are not needed are passed over when their checksums are wrong.
  * Facts: W3C, "Portable Network Graphics (PNG)", third edition. */
 T_API int32_t T_CALL T_LoadPNGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -1784,8 +1786,9 @@ T_API int32_t T_CALL T_SetDocumentName(const char* name);
  * Delivered   1 bit, black (0) and white (1), top row first, no resolution.
  * Written     Version 2, 1 bit (other depths: T_ERR_DEPTH); the brighter of the two colors becomes
  *             white; more than 65535 pixels either way: T_ERR_SIZE.
- * Statuses    T_ERR_BAD_DATA: no MSP header, or an empty picture. T_ERR_READ: the file ends early;
- *             the rows that are there are delivered.
+ * Statuses    T_ERR_BAD_DATA: no MSP header, or an empty picture. T_ERR_READ: the file ends early,
+ *             or claims more than a mebipixel for each of its bytes; the rows that are there are
+ *             delivered.
  * Facts: Microsoft, Windows 2.03 Software Development Kit. */
 T_API int32_t T_CALL T_LoadMSPFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -1806,7 +1809,8 @@ T_API int32_t T_CALL T_SaveMSPBitmap(const char* name, BitmapHandle* bitmap, int
  *             and 8 bits as XIMG with the bitmap's Colors (other depths: T_ERR_DEPTH). More than
  *             65535 pixels either way: T_ERR_SIZE.
  * Statuses    T_ERR_BAD_DATA: no GEM header. T_ERR_SUBTYPE: a palette of XIMG that is HLS.
- *             T_ERR_READ: the file ends early; the rows that are there are delivered.
+ *             T_ERR_READ: the file ends early, or claims more than a mebipixel for each of its
+ *             bytes; the rows that are there are delivered.
  * Facts: Digital Research, "GEM Programmer's Guide"; T. Quester's description of XIMG. */
 T_API int32_t T_CALL T_LoadIMGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -1834,8 +1838,9 @@ T_API int32_t T_CALL T_SaveIMGBitmap(const char* name, BitmapHandle* bitmap, int
  *             that have 0 or more than 8 bytes, or more to draw than real files have.
  *             T_ERR_SUBTYPE: neither bitmaps nor a drawing (FILEINFO has the drawing's size in
  *             pixels at 96 per inch then), other depths and codings, an encrypted file (1 x 1 pixel
- *             in FILEINFO). T_ERR_READ: the file ends early; the rows that are there are delivered
- *             (of a turned picture all, the others white; of a drawing all, with what was drawn).
+ *             in FILEINFO). T_ERR_READ: the file ends early, or its bitmap claims more than a
+ *             mebipixel for each of its bytes; the rows that are there are delivered (of a turned
+ *             picture all, the others white; of a drawing all, with what was drawn).
  * Facts: WordPerfect Corporation, "WordPerfect File Format", WPG 1 and 2. */
 T_API int32_t T_CALL T_LoadWPGFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -1852,11 +1857,12 @@ T_API int32_t T_CALL T_SaveWPGBitmap(const char* name, BitmapHandle* bitmap, int
  * Written     Not at all: T_ERR_FORMAT.
  * Pages       Of an overview pack T_SetPageNumber chooses one of the pictures (Base/16, as they are
  *             stored), beyond the last one the last.
- * Statuses    T_ERR_BAD_DATA: no Photo CD file, or an overview pack without pictures. T_ERR_READ:
- *             4Base or 16Base end early; all rows are delivered, the last ones as the level below
- *             has them, enlarged. Or the file is shorter than Base/16; rows that are there are
- *             delivered, of a turned picture none. Single rows with damaged data are made of the
- *             level below, which is no error; T_GetRowsRead tells of the rows before them.
+ * Statuses    T_ERR_BAD_DATA: no Photo CD file, or an overview pack without pictures or with more
+ *             than T_MAX_PAGES. T_ERR_READ: 4Base or 16Base end early; all rows are delivered, the
+ *             last ones as the level below has them, enlarged. Or the file is shorter than Base/16;
+ *             rows that are there are delivered, of a turned picture none. Single rows with damaged
+ *             data are made of the level below, which is no error; T_GetRowsRead tells of the rows
+ *             before them.
  * Facts: Eastman Kodak, "Fully Utilizing Photo CD Images"; the layout as other decoders know it. */
 T_API int32_t T_CALL T_LoadPCDFile(const char* name, BitmapHandle* bitmap, T_RowSink sink,
                                    int32_t bitsPerPixel, void* context);
@@ -1899,7 +1905,7 @@ T_API int32_t T_CALL T_SetPCDModule(int32_t flag);
  *             T_ORDER_BGR, top row first. Pages are drawn in bands of rows, which takes 4 MiB
  *             beside what the rows go to.
  * Written     A placeable metafile with one bitmap of 1, 4, 8 or 24 bits (other depths:
- *             T_ERR_DEPTH). More than 32767 pixels either way: T_ERR_SIZE.
+ *             T_ERR_DEPTH). More than 32767 pixels either way, or 4 GiB: T_ERR_SIZE.
  * Statuses    T_ERR_BAD_DATA: no WMF header, or more to draw than real files have (some thousand
  *             times the page). T_ERR_SUBTYPE: nothing that can be shown. T_ERR_READ: the file ends
  *             early; the page is delivered with what was drawn, missing rows of a bitmap white.
@@ -1952,13 +1958,15 @@ T_API int32_t T_CALL T_SavePCTBitmap(const char* name, BitmapHandle* bitmap, int
 
 /* Encapsulated PostScript: the preview is the picture. PostScript is never interpreted.
  * Read        In this order: a preview in TIFF (its first page, any coding that T_LoadTIFFile
- *             reads), and one in the comments of the text, of 1, 2, 4 or 8 bits, that begins within
- *             its first 64 KiB. One that cannot be read gives way to the next. Files with a header
- *             of their own are T_FORMAT_EPS, text alone, also behind a Ctrl-D, T_FORMAT_EPS_TEXT.
+ *             reads), one in WMF (as T_LoadWMFFile reads it), and one in the comments of the text,
+ *             of 1, 2, 4 or 8 bits, that begins within its first 64 KiB. One that cannot be read
+ *             gives way to the next. Files with a header of their own are T_FORMAT_EPS, text alone,
+ *             also behind a Ctrl-D, T_FORMAT_EPS_TEXT.
  * Delivered   What the preview is; from comments top row first, 2 bits as 4, with a palette from
- *             white (0) to black. FILEINFO.Compression: "Embedded TIFF" or "None". Resolution: as
- *             the preview fills the bounding box, if there is one; else the preview's. Without a
- *             preview FILEINFO has the size of the box in 72nds of an inch (1 to 8192) and 1 bit.
+ *             white (0) to black. FILEINFO.Compression: "Embedded TIFF", of WMF that of its
+ *             bitmaps, or "None". Resolution: as the preview fills the bounding box, if there is
+ *             one; else the preview's. Without a preview FILEINFO has the size of the box in 72nds
+ *             of an inch (1 to 8192) and 1 bit.
  * Written     T_FORMAT_EPS of 1, 4, 8 or 24 bits (other depths: T_ERR_DEPTH): level 2 text of 7
  *             bits, and the picture once more as TIFF, so that it loads back whole. A save makes
  *             the picture grey first, of 1 bit when that is asked (levels from 128 on are white),
