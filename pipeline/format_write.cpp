@@ -33,7 +33,7 @@ Status save_picture(T_FormatWriteContext& context, bool direct) {
 
 Status gather(const BitmapHandle& source, const void* rows, int32_t count,
               T_FormatWriteContext& context, bool direct) {
-  if (count < 0) return kBadArgument;
+  if (count <= 0) return count < 0 ? kBadArgument : kOk;
   if (context.Rows == 0) TRY(make_picture(source, context.Picture));
   StoreSink store(context.Picture);
   store.resume(static_cast<uint32_t>(context.Rows));

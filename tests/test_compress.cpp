@@ -402,10 +402,11 @@ TEST(Compress, StreamedSaves) {
     EXPECT_EQ(loaded->BitsPerPixel, converts ? 24 : 8);
     EXPECT_EQ(loaded->XResolution, (99 * 10000 + 127) / 254) << "BMP counts by the metre";
     EXPECT_EQ(rgb(loaded.get()), rgb(bitmap.get()));
-    // More rows than the picture has, and a target that cannot be: nothing stays behind.
+    // No rows, more than the picture has, and a target that cannot be: nothing stays behind.
     const Leftovers before = leftovers();
     context.Format = 49;
     Bytes rows(15 * bitmap->BytesPerLine);
+    EXPECT_EQ(sink(bitmap.get(), rows.data(), 0, &context), T_OK);
     EXPECT_EQ(sink(bitmap.get(), rows.data(), 14, &context), T_ERR_FORMAT);
     EXPECT_EQ(sink(bitmap.get(), rows.data(), 15, &context), T_ERR_BAD_DATA);
     EXPECT_EQ(leftovers(), before);
