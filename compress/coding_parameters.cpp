@@ -60,8 +60,8 @@ jpeg::QuantiserTable scale_table(const std::array<uint8_t, jpeg::kBlockSize>& ba
   return table;
 }
 
-// Tables that no number makes, such as custom ones, get the nearest all the same.
 // The first of 1 to `last` with which `scaled`(base, number) gives a table nearest to this one.
+// Tables that no number makes, such as custom ones, get the nearest all the same.
 template <class Scaled>
 int32_t nearest(std::span<const uint16_t, jpeg::kBlockSize> table, int32_t last, Scaled scaled) {
   int32_t best = 1;

@@ -1,5 +1,5 @@
 // Output type and quality factor to what the JPEG encoder needs: which rows, which sampling, which
-// quantisers. The rules are those that tavo45.h states at "Compression".
+// quantisers. The rules are those that tavo45.h states at "Compressed pictures: coding".
 #pragma once
 
 #include <cstdint>

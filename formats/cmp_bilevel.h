@@ -1,5 +1,5 @@
 // The 1-bit compressed format: the library's own container for bilevel pictures, coded by
-// ITU-T T.6 (Group 4). The layout is documented in tavo45.h, section "Compression".
+// ITU-T T.6 (Group 4). The layout is documented in tavo45.h, section "Compressed pictures: 1 bit".
 #pragma once
 
 #include <array>

@@ -239,11 +239,11 @@ typedef void(T_CALL* T_ReleaseCallback)(uintptr_t handle, uintptr_t data);
  *
  * Whether a memory bitmap is accessed (T_AccessBitmap) afterwards:
  *   as before     T_CompressBitmap..., T_ColorResolution, T_GrayScaleBitmap, T_SizeBitmap, all that
- *                 rotates, filters or adjusts in place, the sources of T_OptimizeBitmap and
- *                 T_ResizeBitmap, T_SaveFile with `direct`
+ *                 rotates, filters or adjusts in place, T_ResizeBitmap, the source of
+ *                 T_OptimizeBitmap, T_SaveFile with `direct`
  *   accessed      both of T_CopyBitmapRect when they are memory of 8 bits and more
  *   released      all that loads fill, T_ClearBitmap, T_CompressBitmap1Bit, T_SaveFile, the other
- *                 bitmaps of copies, destinations of T_OptimizeBitmap and T_ResizeBitmap */
+ *                 bitmaps of copies, the destination of T_OptimizeBitmap */
 typedef struct BitmapHandle {
   uintptr_t Handle;      /* memory: block handle; disk: file handle; user: the caller's value */
   void* Data;            /* memory, while accessed: first pixel byte; disk: path of the file */
@@ -325,7 +325,7 @@ typedef struct BitmapHandle {
 #define T_FORMAT_CMP 5
 #define T_FORMAT_BMP 6
 #define T_FORMAT_JPEG 10
-#define T_FORMAT_JPEG_24 11 /* save variants: see Compression */
+#define T_FORMAT_JPEG_24 11 /* save variants: see Compressed pictures: coding */
 #define T_FORMAT_BMP_OS2 14
 #define T_FORMAT_WMF 15
 #define T_FORMAT_EPS 16

@@ -119,6 +119,20 @@ class Manual(unittest.TestCase):
         self.assertEqual([line for part in parts for chunk in header_text.chunks(part.comment)
                           for line in chunk.lines if chunk.kind == "text" and "  " in line], [])
 
+    def test_parameters_are_explained_by_name(self):
+        blocks = [block for section in header_text.read()[1] for block in section.blocks]
+        trio = re.compile(r"T_(Load|Save)[A-Z]{3,4}(File|Bitmap)")  # what they share is said once
+        explained = 0
+        for block in blocks:
+            terms = {name for part in block.parts for chunk in header_text.chunks(part.comment)
+                     for term in chunk.lines if chunk.kind == "terms" for name in term[0].split(", ")}
+            for _, function, parameters in block.functions():
+                names = re.findall(r"(\w+)(?:\[\w*\])?(?:,|$)", parameters.removesuffix("void"))
+                wanted = {"Read", "Delivered", "Statuses"} if trio.fullmatch(function) else set(names)
+                self.assertEqual(wanted - terms, set(), function)
+                explained += len(wanted)
+        self.assertGreater(explained, 400)
+
     def test_examples_compile(self):
         text = (ROOT / "include/tavo45.h").read_text(encoding="utf-8")
         found = re.findall(r"/\* Example: .*\n((?: \*   .*\n)+) \*/", text)
