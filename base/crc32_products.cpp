@@ -14,8 +14,8 @@ using sse2::V;
 
 // x^n mod P, bits in reverse: n is the distance over which a half is carried, 32 more for the low
 // one. The names of the paper: k1 and k2 carry by 512 bits, k3 and k4 by 128.
-constexpr int64_t kBy512Low = 0x154442bd4, kBy512High = 0x1c6e41596;
-constexpr int64_t kBy128Low = 0x1751997d0, kBy128High = 0x0ccaa009e;
+constexpr int64_t kBy512[] = {0x154442bd4, 0x1c6e41596};
+constexpr int64_t kBy128[] = {0x1751997d0, 0x0ccaa009e};
 
 // `v`, carried over so many bits, and what stands there.
 inline V fold(V v, V by, V next) {
@@ -23,8 +23,7 @@ inline V fold(V v, V by, V next) {
 }
 
 V fold_all(V start, const uint8_t*& at, const uint8_t* end) {
-  const V by512 = _mm_set_epi64x(kBy512High, kBy512Low);
-  const V by128 = _mm_set_epi64x(kBy128High, kBy128Low);
+  const V by512 = sse2::load(kBy512), by128 = sse2::load(kBy128);
   V v[4] = {start ^ sse2::load(at), sse2::load(at + 16), sse2::load(at + 32), sse2::load(at + 48)};
   for (at += 64; end - at >= 64; at += 64) {
     for (int i = 0; i < 4; ++i) v[i] = fold(v[i], by512, sse2::load(at + 16 * i));

@@ -75,6 +75,11 @@ TAVO_INLINE int32_t least32(V v) {
   return _mm_cvtsi128_si32(_mm_min_epi32(half, _mm_shuffle_epi32(half, 0xB1)));
 }
 
+// Each 64-bit half of the result is that half of v which bit 1 of the choice's same half names.
+TAVO_INLINE sse2::V choose64(sse2::V v, sse2::V choice) {
+  return _mm_castpd_si128(_mm_permutevar_pd(_mm_castsi128_pd(v), choice));
+}
+
 // a where the mask is set, else b.
 TAVO_INLINE V select(V mask, V a, V b) { return _mm256_blendv_epi8(b, a, mask); }
 

@@ -142,9 +142,6 @@ TAVO_INLINE V reverse32(V v) { return _mm_shuffle_epi32(v, 0x1B); }
 TAVO_INLINE V repeat_last32(V v) { return _mm_shuffle_epi32(v, 0xFF); }
 TAVO_INLINE V swap_pairs32(V v) { return _mm_shuffle_epi32(v, 0xB1); }
 
-// 64-bit sums of eight neighbours.
-TAVO_INLINE V sum8_unsigned(V v) { return _mm_sad_epu8(v, V{}); }
-
 // 16 pixels of three bytes to a vector for each of the three. A step interleaves the two halves of
 // the 48 bytes, which moves byte i to 2 i mod 47; after four of them byte 3 k is at
 // 48 k mod 47 = k.

@@ -67,6 +67,12 @@ TAVO_INLINE V shift_right16_signed(V v, int count) {
   return TAVO_MM(sra_epi16)(v, _mm_cvtsi32_si128(count));
 }
 
+TAVO_INLINE V shift_left16(V v, int count) {
+  return TAVO_MM(sll_epi16)(v, _mm_cvtsi32_si128(count));
+}
+TAVO_INLINE V shift_right32(V v, int count) {
+  return TAVO_MM(srl_epi32)(v, _mm_cvtsi32_si128(count));
+}
 TAVO_INLINE V shift_right16(V v, int count) {
   return TAVO_MM(srl_epi16)(v, _mm_cvtsi32_si128(count));
 }
@@ -76,6 +82,9 @@ TAVO_INLINE V shift_right32_signed(V v, int count) {
 TAVO_INLINE V shift_right64(V v, int count) {
   return TAVO_MM(srl_epi64)(v, _mm_cvtsi32_si128(count));
 }
+
+// 64-bit sums of eight unsigned bytes each.
+TAVO_INLINE V sum8_unsigned(V v) { return TAVO_MM(sad_epu8)(v, V{}); }
 
 // Bit k is the top bit of element k.
 TAVO_INLINE uint32_t top_bits8(V v) { return static_cast<uint32_t>(TAVO_MM(movemask_epi8)(v)); }

@@ -21,8 +21,8 @@ uint32_t sum32(V v) {
 // Adds `count` bytes, a multiple of 16, to the sum `a` and the sum `b` of all its values: each
 // vector adds 16 times what `a` was and its bytes 16 times to once.
 void add_vectors(const uint8_t* at, size_t count, uint32_t& a, uint32_t& b) {
-  const V low = _mm_set_epi16(9, 10, 11, 12, 13, 14, 15, 16);
-  const V high = _mm_set_epi16(1, 2, 3, 4, 5, 6, 7, 8);
+  static constexpr int16_t kTimes[] = {16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1};
+  const V low = load(kTimes), high = load(kTimes + 8);
   V sums = {}, before = {}, weighted = {};
   for (const uint8_t* const end = at + count; at < end; at += 16) {
     const V bytes = load(at);

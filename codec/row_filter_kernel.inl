@@ -1,5 +1,5 @@
 // What the filters predict of a vector of bytes, and filtering with it. Included inside an unnamed
-// namespace that uses the names of one instruction set and has sums_of_8(V).
+// namespace that uses the names of one instruction set.
 
 // Rounded down: what a complement loses by rounding up.
 TAVO_INLINE V average8(V left, V up) { return ~average8_up(~left, ~up); }
@@ -71,7 +71,7 @@ void apply_kernel(Filter filter, std::span<const uint8_t> row, const uint8_t* ab
 
 TAVO_INLINE void add_magnitudes(V bytes, V (&sums)[kFilterCount], Filter filter) {
   V& sum = sums[static_cast<size_t>(filter)];
-  sum = add32(sum, sums_of_8(min8_unsigned(bytes, sub8(V{}, bytes))));
+  sum = add32(sum, sum8_unsigned(min8_unsigned(bytes, sub8(V{}, bytes))));
 }
 
 // The sums of what each filter leaves, as signed bytes without their signs. 32 bits hold them for

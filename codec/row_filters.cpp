@@ -12,8 +12,6 @@ namespace {
 
 using namespace sse2;
 
-TAVO_INLINE V sums_of_8(V v) { return sum8_unsigned(v); }
-
 #include "codec/row_filter_kernel.inl"
 
 constexpr Kernels kSse2Kernels = {apply_kernel, sums_kernel};
@@ -95,7 +93,7 @@ class PaethUndoer {
 template <class Undoer, size_t kPixel>
 void undo_pixels(std::span<uint8_t> row, const uint8_t* above) {
   const auto load_pixel = [](const uint8_t* at) {
-    return kPixel <= 4 ? _mm_cvtsi32_si128(load_native<int32_t>(at)) : load_low64(at);
+    return kPixel <= 4 ? single32(load_native<uint32_t>(at)) : load_low64(at);
   };
   Undoer undoer;
   V filtered = load_pixel(row.data());

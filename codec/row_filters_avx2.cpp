@@ -11,8 +11,6 @@ namespace {
 
 using namespace avx2;
 
-TAVO_INLINE V sums_of_8(V v) { return _mm256_sad_epu8(v, V{}); }
-
 #include "codec/row_filter_kernel.inl"
 
 }  // namespace

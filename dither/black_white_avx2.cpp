@@ -14,9 +14,7 @@ constexpr bool kBlackIsLow = false;
 const V kBlack = {-1, -1};
 
 // One instruction where SSE2 needs three, on which the next pixel waits.
-TAVO_INLINE V take(V halves, V choice) {
-  return _mm_castpd_si128(_mm_permutevar_pd(_mm_castsi128_pd(halves), choice));
-}
+TAVO_INLINE V take(V halves, V choice) { return avx2::choose64(halves, choice); }
 
 #include "dither/black_white_kernel.inl"
 

@@ -6,6 +6,7 @@
 
 #include "base/buffer.h"
 #include "base/byte_source.h"
+#include "base/depths.h"
 #include "color/palettes.h"
 #include "color/widen.h"
 #include "core/bitmap.h"
@@ -204,7 +205,7 @@ Status read_comments(io::InputFile& file, const Part& text, Look look, Comments&
 void describe_preview(const Comments& comments, process::SourcePicture& picture) {
   picture.width = comments.width;
   picture.height = comments.height;
-  picture.bits = comments.bits == 2 ? 4 : comments.bits;
+  picture.bits = request_depth(comments.bits);
   if (comments.bits == 1) return formats::describe_two_levels(formats::ZeroIs::kWhite, picture);
   picture.colors = 1u << comments.bits;
   const auto palette = std::span(picture.palette).first(picture.colors);

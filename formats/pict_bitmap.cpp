@@ -1,5 +1,6 @@
 #include "formats/pict_bitmap.h"
 
+#include "base/depths.h"
 #include "base/endian.h"
 #include "color/palettes.h"
 #include "core/bitmap.h"
@@ -138,13 +139,13 @@ Status read_bitmap(Stream& stream, uint32_t opcode, Bitmap& bitmap, Region& mask
 }
 
 size_t shown_bytes(const Bitmap& bitmap) {
-  const int32_t bits = bitmap.bits == 2 ? 4 : static_cast<int32_t>(bitmap.bits);
+  const int32_t bits = request_depth(static_cast<int32_t>(bitmap.bits));
   return static_cast<size_t>(
       core::packed_bytes(static_cast<uint64_t>(bitmap.source.width()), bits));
 }
 
 void describe_pixels(const Bitmap& bitmap, process::SourcePicture& picture) {
-  picture.bits = static_cast<int32_t>(bitmap.bits == 2 ? 4 : bitmap.bits);
+  picture.bits = request_depth(static_cast<int32_t>(bitmap.bits));
   picture.order = bitmap.bits == 16 ? T_ORDER_BGR : T_ORDER_RGB;
   if (!bitmap.is_indexed()) return;
   if (!bitmap.has_palette) return formats::describe_two_levels(formats::ZeroIs::kWhite, picture);

@@ -5,6 +5,7 @@
 
 #include "base/buffer.h"
 #include "base/byte_source.h"
+#include "base/depths.h"
 #include "base/endian.h"
 #include "base/limits.h"
 #include "base/settings.h"
@@ -64,7 +65,7 @@ process::SourcePicture describe_stored(const Contents& contents) {
   if (!can_be_read(contents)) return picture;
   process::set_resolution(bitmap.x_resolution, bitmap.y_resolution, picture);
   if (bitmap.bits == 1) return picture;
-  picture.bits = static_cast<int32_t>(bitmap.bits == 2 ? 4 : bitmap.bits);
+  picture.bits = request_depth(static_cast<int32_t>(bitmap.bits));
   picture.colors = bitmap.bits == 24 ? 0 : 1u << bitmap.bits;
   std::ranges::copy(contents.palette, picture.palette);
   if (picture.colors == 0) return picture;

@@ -29,9 +29,8 @@ void weigh_whole(uint32_t rows, const uint16_t* sums, size_t count, uint16_t* ou
   while (rows << (shift + 1) <= 257) ++shift;
   const uint32_t divisor = rows << shift;
   const V factor = splat16(static_cast<int>(((65536u << kMeanBits) + divisor / 2) / divisor));
-  const V count_of_shift = single32(static_cast<uint32_t>(shift));
   for (size_t i = 0; i < count; i += 8) {
-    store(out + i, multiply_high16_unsigned(_mm_sll_epi16(load(sums + i), count_of_shift), factor));
+    store(out + i, multiply_high16_unsigned(shift_left16(load(sums + i), shift), factor));
   }
 }
 
@@ -40,8 +39,8 @@ void weigh_short(const CellWeights& w, const uint16_t* sums, const uint8_t* lead
                  const uint8_t* tail, size_t count, uint16_t* out) {
   const V edges = splat_pairs16(static_cast<int>(w.lead), static_cast<int>(w.tail));
   const V whole = splat16(static_cast<int>(w.whole));
-  const uint32_t shift = w.shift - kMeanBits;
-  const V half = splat32(1u << (shift - 1)), count_of_shift = single32(shift);
+  const auto shift = static_cast<int>(w.shift - kMeanBits);
+  const V half = splat32(1u << (shift - 1));
   for (size_t i = 0; i < count; i += 8) {
     const V sum = load(sums + i);
     const V low = multiply16(sum, whole), high = multiply_high16_unsigned(sum, whole);
@@ -50,8 +49,8 @@ void weigh_short(const CellWeights& w, const uint16_t* sums, const uint8_t* lead
         add32(unpack_low16(low, high), multiply_add16(unpack_low16(first, last), edges));
     const V sums_high =
         add32(unpack_high16(low, high), multiply_add16(unpack_high16(first, last), edges));
-    store(out + i, pack32(_mm_srl_epi32(add32(sums_low, half), count_of_shift),
-                          _mm_srl_epi32(add32(sums_high, half), count_of_shift)));
+    store(out + i, pack32(shift_right32(add32(sums_low, half), shift),
+                          shift_right32(add32(sums_high, half), shift)));
   }
 }
 

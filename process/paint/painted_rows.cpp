@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/depths.h"
 #include "color/index_rows.h"
 #include "core/bitmap.h"
 #include "dither/diffusion.h"
@@ -26,7 +27,7 @@ Status PaintedRows::start(const PaintPlan& plan, const color::PaintPalette& colo
   int32_t scaled_bits = bits_ = plan.color_bits;
   if (plan.as == PaintedAs::kIndices) {
     step_ = Step::kPack;
-    bits_ = depth == 2 ? 4 : depth;
+    bits_ = request_depth(depth);
     scaled_bits = 8;
   } else if (plan.as == PaintedAs::kTable) {
     bits_ = plan.table->bits;

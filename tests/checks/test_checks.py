@@ -41,6 +41,7 @@ class Layers(unittest.TestCase):
                 ("core/x.cpp", "#include <vector.h>"),
                 ("core/x.cpp", "#ifdef _WIN32"),
                 ("core/x.cpp", "#if defined(__linux__)"),
+                ("codec/x.inl", "  return _mm256_add_epi8(a, b);"),
                 ("tools/x.cpp", '#include "core/b.h"'),
                 ("include/x.h", "#include <string.h>")):
             with self.subTest(path=path, line=line):
