@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "base/variants.h"
 #include "color/gray.h"
 #include "color/widen.h"
+#include "platform/platform.h"
 
 namespace tavo::color {
 
@@ -122,11 +122,14 @@ PixelKernel plain_kernel(int32_t bits_in, int32_t bits_out, bool exchange) {
   }
 }
 
+// The best first, as this is asked for every row.
 PixelKernel pixel_kernel(int32_t bits_in, int32_t bits_out, bool exchange) {
-  return Variants<PixelKernel>{.any = plain_kernel(bits_in, bits_out, exchange),
-                               .ssse3 = ssse3_kernel(bits_in, bits_out, exchange),
-                               .avx2 = avx2_kernel(bits_in, bits_out, exchange)}
-      .best();
+  using enum platform::Processor;
+  const platform::Processor processor = platform::processor();
+  PixelKernel kernel = nullptr;
+  if (processor >= kAvx2) kernel = avx2_kernel(bits_in, bits_out, exchange);
+  if (kernel == nullptr && processor >= kSsse3) kernel = ssse3_kernel(bits_in, bits_out, exchange);
+  return kernel != nullptr ? kernel : plain_kernel(bits_in, bits_out, exchange);
 }
 
 }  // namespace tavo::color
