@@ -7,6 +7,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "batch_run.h"
 #include "collisions.h"
 #include "convert_options.h"

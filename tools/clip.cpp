@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include <CLI/CLI.hpp>
+
 #include "program.h"
 
 namespace tavo::tools {

@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "description_main.h"
+#include <CLI/CLI.hpp>
+
+#include "descriptions.h"
 #include "format_table.h"
 #include "help.h"
 #include "option_checks.h"
@@ -157,7 +159,9 @@ void write_fish(std::ostream& out, CLI::App& app) {
   }
 }
 
-bool write_all(const std::string& folder, CLI::App& app) {
+}  // namespace
+
+bool write_completions(const std::string& folder, CLI::App& app) {
   const auto write = [&](const char* name, void (*writer)(std::ostream&, CLI::App&)) {
     std::ofstream out(folder + "/" + name, std::ios::binary);
     writer(out, app);
@@ -167,9 +171,4 @@ bool write_all(const std::string& folder, CLI::App& app) {
          write("tavo.fish", write_fish);
 }
 
-}  // namespace
 }  // namespace tavo::tools
-
-int main(int argc, char** argv) {
-  return tavo::tools::write_description(argc, argv, tavo::tools::write_all);
-}

@@ -5,6 +5,8 @@
 #include <span>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "failure.h"
 #include "format_table.h"
 #include "option_checks.h"

@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
+#include "cli_app.h"
 #include "tavo45.h"
 
 namespace tavo::tools {

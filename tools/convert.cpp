@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "conversion.h"
 #include "deadline.h"
 #include "failure.h"

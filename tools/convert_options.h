@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "cli_app.h"
 #include "compression.h"
 #include "processing.h"
 #include "reduction.h"

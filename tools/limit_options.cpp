@@ -5,6 +5,8 @@
 #include <limits>
 #include <sstream>
 
+#include <CLI/CLI.hpp>
+
 #include "failure.h"
 #include "format_table.h"
 #include "option_checks.h"
@@ -23,7 +25,7 @@ uint64_t parse_number(std::string_view text, uint64_t most) {
 }
 
 // "64M" in bytes, 0 for what is no size.
-uint64_t parse_size(std::string_view text) {
+uint64_t parse_byte_count(std::string_view text) {
   static constexpr std::string_view kUnits = "kKmMgG";
   const size_t unit = text.empty() ? std::string_view::npos : kUnits.find(text.back());
   if (unit == std::string_view::npos) return parse_number(text, UINT64_MAX);
@@ -71,7 +73,8 @@ void add_limit_options(CLI::App& command, LimitOptions& options) {
                   "Memory that the work on a picture may take, in bytes, or with k, M or G behind "
                   "the number. What needs more fails, instead of going to a temporary file")
       ->check(value_check([](const std::string& text) -> std::string {
-        return parse_size(text) != 0 ? std::string() : "\"" + text + "\" is no size such as 64M";
+        return parse_byte_count(text) != 0 ? std::string()
+                                           : "\"" + text + "\" is no size such as 64M";
       }))
       ->type_name("SIZE");
   command
@@ -91,7 +94,7 @@ void add_limit_options(CLI::App& command, LimitOptions& options) {
 }
 
 void set_limits(const LimitOptions& options) {
-  T_SetLimit(T_LIMIT_MEMORY, parse_size(options.memory));
+  T_SetLimit(T_LIMIT_MEMORY, parse_byte_count(options.memory));
   if (!options.memory.empty()) give_memory_back();
   T_SetLimit(T_LIMIT_PIXELS, options.pixels);
   if (options.formats.empty()) return;

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include <CLI/CLI.hpp>
+#include "cli_app.h"
 
 namespace tavo::tools {
 

@@ -1,5 +1,7 @@
 #include "load_options.h"
 
+#include <CLI/CLI.hpp>
+
 #include "option_checks.h"
 #include "tavo45.h"
 

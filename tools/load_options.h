@@ -1,7 +1,7 @@
 // What all commands that read pictures can be told about it.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "cli_app.h"
 
 namespace tavo::tools {
 

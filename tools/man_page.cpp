@@ -2,7 +2,9 @@
 #include <fstream>
 #include <string>
 
-#include "description_main.h"
+#include <CLI/CLI.hpp>
+
+#include "descriptions.h"
 #include "help.h"
 #include "program.h"
 
@@ -63,7 +65,9 @@ std::string usage(const CLI::App& command) {
   return text + " [\\fIoptions\\fP]";
 }
 
-bool write_page(const std::string& place, const CLI::App& app) {
+}  // namespace
+
+bool write_man_page(const std::string& place, const CLI::App& app) {
   std::ofstream out(place);
   const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
   out << ".TH TAVO 1 \"\" \"" << app.version() << "\" \"User Commands\"\n"
@@ -84,9 +88,4 @@ bool write_page(const std::string& place, const CLI::App& app) {
   return static_cast<bool>(out.flush());
 }
 
-}  // namespace
 }  // namespace tavo::tools
-
-int main(int argc, char** argv) {
-  return tavo::tools::write_description(argc, argv, tavo::tools::write_page);
-}

@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include <CLI/CLI.hpp>
+
 #include "option_checks.h"
 #include "program.h"
 #include "tavo45.h"

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <span>
 
+#include <CLI/CLI.hpp>
+
 #include "failure.h"
 #include "operations.h"
 #include "option_checks.h"

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli_app.h"
 #include "picture.h"
 #include "program.h"
 #include "sizing.h"

@@ -1,5 +1,7 @@
 #include "program.h"
 
+#include <CLI/CLI.hpp>
+
 #include "help.h"
 
 namespace tavo::tools {

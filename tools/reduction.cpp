@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "failure.h"
 #include "option_checks.h"
 #include "source.h"

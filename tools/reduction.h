@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "cli_app.h"
 #include "picture.h"
 #include "program.h"
 

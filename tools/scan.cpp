@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 
+#include <CLI/CLI.hpp>
+
 #include "option_checks.h"
 #include "program.h"
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "canvas.h"
 #include "failure.h"
 #include "font.h"
@@ -23,7 +25,7 @@
 namespace tavo::tools {
 namespace {
 
-struct Arguments {
+struct SheetArguments {
   std::vector<std::string> files;  // the last one is written
   std::string format;
   bool first_page = false;
@@ -32,7 +34,7 @@ struct Arguments {
 
 class Sheet {
  public:
-  explicit Sheet(const Arguments& arguments)
+  explicit Sheet(const SheetArguments& arguments)
       : arguments_(arguments),
         layout_(lay_out(arguments.sheet)),
         files_(arguments.files.back(), format_for(arguments.format, arguments.files.back()),
@@ -47,7 +49,7 @@ class Sheet {
   void write(const std::string& name, int32_t x, int32_t y);
   void finish_page();
 
-  const Arguments& arguments_;
+  const SheetArguments& arguments_;
   const SheetLayout layout_;
   PageFiles files_;
   std::optional<Canvas> canvas_;
@@ -121,7 +123,7 @@ void Sheet::finish_page() {
   used_ = 0;
 }
 
-int run_sheet(const Arguments& arguments) {
+int run_sheet(const SheetArguments& arguments) {
   if (arguments.files.size() < 2)
     throw UsageError{"there is no OUT for " + arguments.files.front()};
   for (size_t i = 0; i + 1 < arguments.files.size(); ++i)
@@ -133,7 +135,7 @@ int run_sheet(const Arguments& arguments) {
 }  // namespace
 
 void add_sheet(CLI::App& app, Action& action) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<SheetArguments>();
   CLI::App* command = app.add_subcommand("sheet", "Show files on a contact sheet");
   command
       ->add_option("FILE", arguments->files,

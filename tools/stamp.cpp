@@ -2,6 +2,8 @@
 #include <memory>
 #include <string>
 
+#include <CLI/CLI.hpp>
+
 #include "deadline.h"
 #include "failure.h"
 #include "format_table.h"

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "failure.h"
 #include "format_table.h"
 #include "jobs.h"
