@@ -14,8 +14,9 @@ constexpr bool is_request_depth(int32_t bits) {
 // bitmaps.
 constexpr bool is_bitmap_depth(int32_t bits) { return bits == 2 || is_request_depth(bits); }
 
-// What stands for `bits` where 2 are not known: in pictures of readers that widen them, on displays,
-// and in requests to readers, which deliver a picture of 2 bits as it is when asked for more.
+// What stands for `bits` where 2 are not known: in pictures of readers that widen them, on
+// displays, and in requests to readers, which deliver a picture of 2 bits as it is when asked for
+// more.
 constexpr int32_t request_depth(int32_t bits) { return bits == 2 ? 4 : bits; }
 
 }  // namespace tavo
