@@ -18,14 +18,17 @@ namespace tavo::bilevel {
 
 namespace {
 
-// Offsets in the header.
+// Offsets in the header, where bytes 0 to 3 are the magic that CMP files have too. Sizes and
+// resolutions take 4 bytes each, the two colours 3, the checksum 2; bytes 5 and 7 mean nothing.
 constexpr size_t kKind = 4, kFlags = 6, kWidth = 8, kHeight = 12, kXResolution = 16;
 constexpr size_t kYResolution = 20, kColors = 24, kChecksum = 30;
 
-constexpr uint8_t kBilevelKind = 1;  // 0 is CMP's
-constexpr uint8_t kInverted = 0x01;
+constexpr uint8_t kBilevelKind = 1;  // 0 is CMP's, so that the two probes never meet
+constexpr uint8_t kInverted = 0x01;  // of kFlags; files with any other bit are refused
 
-// So that damage to a few bytes does not turn into a picture of gigabytes.
+// So that damage to a few bytes does not turn into a picture of gigabytes. Bytes count by their
+// places, so that two that have changed places are noticed; the sum is below 2^17, of which the
+// lower 16 bits are kept.
 uint16_t checksum(const uint8_t* header) {
   uint32_t sum = 0;
   for (uint32_t i = 0; i < kChecksum; ++i) sum += header[i] * (i + 1);
@@ -35,6 +38,7 @@ uint16_t checksum(const uint8_t* header) {
 int32_t load_signed(const uint8_t* bytes) { return static_cast<int32_t>(load_le32(bytes)); }
 
 // Two colours of the bitmap's own, in the order of its indices, and top row first whatever it was.
+// Resolutions are taken as they stand, in dots per inch; 0 is that of a bitmap that had none.
 process::SourcePicture describe(const Header& header) {
   process::SourcePicture picture;
   picture.width = header.width;
@@ -78,6 +82,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   header.width = load_signed(b + kWidth);
   header.height = load_signed(b + kHeight);
   if (header.width < 1 || header.height < 1) return kBadData;
+  // What the caller forbids is kLimit before the file's size may make it kBadData.
   TRY(limits::check_picture(header.width, header.height));
   header.x_resolution = load_signed(b + kXResolution);
   header.y_resolution = load_signed(b + kYResolution);
@@ -85,6 +90,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   for (size_t i = 0; i < 2; ++i) {
     header.palette[i] = color::rgb_entry(b + kColors + 3 * i);
   }
+  // Every row of T.6 takes a bit at least: behind the header there must be room for them all.
   return formats::check_plausible(formats::Density::kGroup4, static_cast<uint32_t>(header.width),
                                   static_cast<uint32_t>(header.height),
                                   file_bytes - std::min<uint64_t>(file_bytes, kHeaderSize));
@@ -127,6 +133,7 @@ class Writer final : public formats::Group4Writer {
 
   Status prepare(const io::SaveRequest&, const BitmapHandle& picture, io::RowLayout& layout) {
     static constexpr T_PaletteEntry kBlackWhite[2] = {{0, 0, 0, 0}, {255, 255, 255, 0}};
+    // Other depths are brought to these two; a 1-bit bitmap keeps its colours and its indices.
     if (picture.BitsPerPixel != 1) layout.palette = kBlackWhite;
     // The lighter colour is the background, which the code treats as white.
     layout.inverts = color::gray_level(layout.palette[1]) > color::gray_level(layout.palette[0]);
@@ -134,6 +141,7 @@ class Writer final : public formats::Group4Writer {
     return kOk;
   }
 
+  // No field depends on the rows, so nothing has to be written a second time.
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
     TRY(file_.create(request.name));
     TRY(file_.write(header_));

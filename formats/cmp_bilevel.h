@@ -18,13 +18,14 @@ inline constexpr size_t kHeaderSize = 32;
 struct Header {
   int32_t width = 0;
   int32_t height = 0;
-  int32_t x_resolution = 0;
+  int32_t x_resolution = 0;  // dots per inch, whatever the file says
   int32_t y_resolution = 0;
   bool is_inverted = false;  // the coded bits are the complements of the pixels
   std::array<T_PaletteEntry, 2> palette = {};
 };
 
-// kBadData for other bytes than such a header's, and for a picture that no file of this size holds.
+// kBadData for other bytes than such a header's, and for a picture that no file of this size holds;
+// kLimit for one beyond what the caller has set.
 Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header);
 
 Status probe(const io::ProbeInput& input, FILEINFO& info);
