@@ -17,20 +17,27 @@ namespace tavo::macpaint {
 
 namespace {
 
+// Technical Note 86: every document is one page of this size, a pixel for a point of the screen;
+// the highest bit of a byte is the leftmost pixel, ones are black.
 constexpr int32_t kWidth = 576;
 constexpr int32_t kHeight = 720;
 constexpr int32_t kDotsPerInch = 72;
 constexpr size_t kRowBytes = kWidth / 8;
 constexpr formats::ZeroIs kZeroIs = formats::ZeroIs::kWhite;
 
-// The document's head: a version, 38 patterns of 8 bytes if that is 2 (3 occurs), zeros.
+// The document's head: a version, 38 patterns of 8 bytes if that is 2 (3 occurs), zeros. Patterns
+// are a palette for painting: the page does not refer to them.
 constexpr uint32_t kHeadBytes = 512;
 constexpr size_t kPaddingAt = 4 + 38 * 8;
 constexpr uint32_t kVersion = 2;
 
+// netpbm's pbmtomacp writes 0, which says that the patterns are those of the program.
 bool is_version(uint32_t version) { return version == 0 || version == 2 || version == 3; }
 
-// MacBinary: what a Macintosh keeps beside a file's bytes.
+// MacBinary: what a Macintosh keeps beside a file's bytes. Offsets in its 128 bytes: the name is a
+// length and up to 63 characters, type and creator are four letters each, the length of the data
+// fork a long. Those from 99 on came with MacBinary II; files of the first one have zeros there, a
+// checksum of 0 among them, so that none of them is asked for.
 constexpr size_t kNameLengthAt = 1;
 constexpr size_t kNameAt = 2;
 constexpr size_t kLongestName = 63;
@@ -44,6 +51,8 @@ constexpr uint8_t kMacBinary2 = 129;
 constexpr std::string_view kType = "PNTG";
 constexpr std::string_view kCreator = "MPNT";
 
+// Byte 0 is the old version, always 0. The creator says which program opens the document, and may
+// be any that paints.
 bool has_mac_binary(std::span<const uint8_t> head) {
   return head.size() >= kMacBinaryBytes && head[0] == 0 && head[kNameLengthAt] >= 1 &&
          head[kNameLengthAt] <= kLongestName &&
@@ -65,13 +74,15 @@ void describe_file(FILEINFO& info) {
   process::describe(describe(), T_FORMAT_MAC, "Run Length", info);
 }
 
-// PICT files begin with 512 bytes of any content, too; then a length, a frame and a version.
+// PICT files begin with 512 bytes of any content, too; then a length, a frame and a version. With
+// zeros there they would pass for a document of version 0.
 bool is_picture(std::span<const uint8_t> head) {
   const uint8_t* const version = &head[kHeadBytes + 10];
   return load_be16(version) == 0x1101 || load_be32(version) == 0x001102FF;
 }
 
-// Whether the rows end with a packet, and little follows them.
+// Whether the rows end with a packet, and little follows them: less than a block of 512 bytes, as
+// programs filled documents up to whole blocks. (Real ones have 44 and 77 bytes there.)
 Status check_packed_page(ByteSource& bytes) {
   constexpr uint32_t kMostLeftOver = 511;
   packbits::Decoder decoder(bytes);
@@ -85,7 +96,8 @@ Status check_packed_page(ByteSource& bytes) {
 }  // namespace
 
 // A resource fork may follow the data fork, whose length counts where it can be true. (Some
-// converters write that of the whole file.)
+// converters write that of the whole file.) Where it reaches beyond the file, or not beyond the
+// head, all to the file's end counts as rows: refusing it would lose pages that are whole.
 Status parse_header(std::span<const uint8_t> head, uint32_t file_bytes, Header& header) {
   header = {kHeadBytes, file_bytes};
   if (has_mac_binary(head)) {
@@ -113,6 +125,7 @@ Status probe_bare(const io::ProbeInput& input, FILEINFO& info) {
   if (has_mac_binary(head) || head.size() < kHeadBytes + 14 || is_picture(head)) return kBadData;
   const auto padding = head.subspan(kPaddingAt, kHeadBytes - kPaddingAt);
   if (std::ranges::any_of(padding, [](uint8_t byte) { return byte != 0; })) return kBadData;
+  // Last, because it takes all of the page.
   TRY(input.file.seek(header.data));
   ByteSource bytes(input.file);
   TRY(bytes.start());
@@ -193,6 +206,7 @@ std::string_view document_name(std::string_view path) {
 // ASCII, and no colon, which parts folders there.
 uint8_t name_byte(char c) { return c < ' ' || c > '~' || c == ':' ? '_' : static_cast<uint8_t>(c); }
 
+// Times of creation and change stay 0, so that the same picture always gives the same bytes.
 std::array<uint8_t, kMacBinaryBytes> mac_binary(const char* path, size_t data_bytes) {
   std::array<uint8_t, kMacBinaryBytes> head = {};
   const std::string_view name = document_name(path);
@@ -218,6 +232,7 @@ class Writer final : public io::RowWriter {
     name_ = request.name;
     layout.row_bytes = kRowBytes;
     formats::ask_two_levels(kZeroIs, picture, layout);
+    // 720 rows of 73 bytes at most: rows are packed one by one, as the format wants.
     return packed_.allocate(kHeight * packbits::max_encoded_size(kRowBytes));
   }
 
@@ -240,6 +255,7 @@ class Writer final : public io::RowWriter {
     store_be32(head.data(), kVersion);
     TRY(file_.write(head));
     TRY(file_.write(packed_.bytes().first(packed_bytes_)));
+    // MacBinary: forks are filled up to multiples of 128 bytes, which their lengths do not count.
     TRY(file_.write_zeros((kMacBinaryBytes - data_bytes % kMacBinaryBytes) % kMacBinaryBytes));
     return file_.finish();
   }
