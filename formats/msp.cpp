@@ -20,16 +20,20 @@ namespace {
 
 using process::RowDelivery;
 
-// Words of the header, the low byte first. The page of the printer and two corrections of the
-// aspect are no business of a bitmap's.
+// Words of the header, the low byte first: 2 keys, width, height, 4 of aspects, the printer's page
+// (2), 2 corrections of the aspect, a checksum, 3 that fill up. The page of the printer and the
+// corrections are no business of a bitmap's.
 constexpr size_t kKeyAt = 0, kWidthAt = 4, kHeightAt = 6;
 constexpr size_t kAspectsAt = 8;  // of the screen's and the printer's pixels: 1 : 1 twice
 constexpr size_t kPageAt = 16;
 constexpr size_t kChecksumAt = 24;  // the words before, exclusive or
 
+// Both keys as one long, and the letters that they are in the file. Windows 1 wrote version 1,
+// Windows 2 version 2.
 constexpr uint32_t kVersion1 = 0x4D6E6144;  // "DanM"
 constexpr uint32_t kVersion2 = 0x536E694C;  // "LinS"
 
+// Windows' monochrome bitmaps have white as 1, the reverse of MacPaint, GEM and fax.
 constexpr formats::ZeroIs kZeroIs = formats::ZeroIs::kBlack;
 constexpr uint8_t kWhite = 0xFF;
 
@@ -45,7 +49,8 @@ process::SourcePicture describe(const Header& header) {
 }
 
 // A count of 0 begins a run, whose length and value follow; others are so many literals. A row
-// that is not coded at all is white, as Pillow has it.
+// that is not coded at all is white, as Pillow has it. Packets never reach into the next row: what
+// is too much is dropped, what is missing is white.
 void decode_row(std::span<const uint8_t> coded, std::span<uint8_t> row) {
   constexpr size_t kRunBytes = 3;
   while (!coded.empty() && !row.empty()) {
@@ -64,6 +69,8 @@ void decode_row(std::span<const uint8_t> coded, std::span<uint8_t> row) {
   std::ranges::fill(row, kWhite);
 }
 
+// Behind the header a word for each row tells how many coded bytes it has, 65535 at most, and the
+// rows follow in the same order without gaps: a wrong word shifts all rows behind it.
 Status read_coded_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
   Buffer map;
   TRY(map.allocate(size_t{2} * header.height));
@@ -83,7 +90,8 @@ Status read_coded_rows(ByteSource& bytes, const Header& header, RowDelivery& row
 
 }  // namespace
 
-// Kept: a wrong checksum is no error.
+// Kept: a wrong checksum is no error; the keys alone tell the format. (hopper_bad_checksum.msp of
+// Pillow's test pictures has nothing else wrong.)
 Status parse_header(std::span<const uint8_t> head, uint32_t file_bytes, Header& header) {
   const uint32_t key = head.size() < 4 ? 0 : load_le32(&head[kKeyAt]);
   if (key != kVersion1 && key != kVersion2) return kBadData;
@@ -124,9 +132,10 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
 
 namespace {
 
-constexpr size_t kMostInPacket = 255;
+constexpr size_t kMostInPacket = 255;  // both kinds of packets count by a byte; 0 means a run
 
-// The packets of a row. A run is coded when it ends the row, or pays.
+// The packets of a row. A run is coded when it ends the row, or pays: from four bytes on, as it
+// takes three, and the literals that it parts another count.
 struct Packets {
   uint8_t* to;
 
@@ -161,6 +170,7 @@ class Writer final : public io::RowWriter {
     if (!io::has_16_bit_size(picture)) return kBadSize;
     layout.row_bytes = row_bytes_of(picture.Width);
     formats::ask_two_levels(kZeroIs, picture, layout);
+    // Rows have up to 8192 bytes, so that coded ones always fit a word of the map.
     TRY(map_.allocate(uint64_t{2} * static_cast<uint32_t>(picture.Height)));
     return coded_.allocate(most_coded(layout.row_bytes));
   }
@@ -174,6 +184,7 @@ class Writer final : public io::RowWriter {
       store_le16(&head[at], static_cast<uint16_t>(picture.Width));
       store_le16(&head[at + 2], static_cast<uint16_t>(picture.Height));
     }
+    // Square pixels on both devices, and a page as large as the picture, as Pillow writes them.
     for (size_t i = 0; i < 4; ++i) store_le16(&head[kAspectsAt + 2 * i], 1);
     uint16_t checksum = 0;
     for (size_t at = 0; at < kChecksumAt; at += 2) checksum ^= load_le16(&head[at]);
