@@ -16,8 +16,10 @@ namespace tavo::eps {
 
 namespace {
 
+// Bounding boxes are in PostScript's default user space (Language Reference, section 4.3.1).
 constexpr int64_t kPointsPerInch = 72;
 
+// A part of no bytes is not there. Without a header all of the file is text.
 struct Contents {
   int32_t format = T_FORMAT_EPS;
   Part text;
@@ -28,7 +30,8 @@ struct Contents {
   bool has_other_preview() const { return tiff.bytes != 0 || wmf.bytes != 0; }
 };
 
-// A preview in a format of its own, in the order of choice.
+// A preview in a format of its own, in the order of choice: a TIFF file has pixels, a metafile may
+// have to be drawn.
 struct Kind {
   Part Contents::*part;
   io::Probe probe;  // accepts what `read` can read
@@ -42,7 +45,7 @@ constexpr Kind kKinds[] = {
 };
 
 // As far as the file goes; nothing where it does not, nor beyond what the file operations of
-// sub-files can reach.
+// sub-files can reach. A length that is too large costs no preview that is there.
 Part take_part(const uint8_t* fields, uint32_t file_bytes) {
   const uint32_t offset = load_le32(fields);
   if (offset >= file_bytes || offset > INT32_MAX) return {};
@@ -50,7 +53,9 @@ Part take_part(const uint8_t* fields, uint32_t file_bytes) {
   return {offset, std::min<uint64_t>(bytes, INT32_MAX - offset)};
 }
 
-// Printers' captures begin with Ctrl-D.
+// Printers' captures begin with Ctrl-D. What stands behind the first four characters is not asked:
+// versions from 2.0 to 3.1 occur, and "%!PS-Adobe-2.0" alone, without the "EPSF" of Technical Note
+// 5002.
 bool is_text(std::span<const uint8_t> head) {
   constexpr uint8_t kCtrlD = 4;
   if (!head.empty() && head[0] == kCtrlD) head = head.subspan(1);
@@ -67,6 +72,7 @@ Status look_at_file(io::InputFile& file, Contents& contents) {
     contents.format = T_FORMAT_EPS_TEXT;
     contents.text = {0, file_bytes};
   } else {
+    // Kept: the checksum may be anything. Programs write FFFF, which says that it is none.
     if (got < head.size() || load_le32(head.data()) != kMagic) return kBadData;
     contents.text = take_part(&head[kTextAt], file_bytes);
     contents.wmf = take_part(&head[kWmfAt], file_bytes);
@@ -82,7 +88,7 @@ Status look_for_text_preview(io::InputFile& file, Contents& contents) {
   return read_comments(file, contents.text, Look::kPreview, contents.comments);
 }
 
-// The preview fills the box.
+// The preview fills the box. Rounded to whole dots; 31 bits of pixels times 72 and 10,000 fit 64.
 void set_resolution(const Box& box, process::SourcePicture& picture) {
   if (!box.is_sound()) return;
   const auto dots = [](int64_t pixels, int64_t units) {
@@ -94,7 +100,7 @@ void set_resolution(const Box& box, process::SourcePicture& picture) {
 
 // Without a preview: the box, a pixel a point.
 process::SourcePicture describe_box(const Box& box) {
-  constexpr int64_t kMostPixels = 8192;
+  constexpr int64_t kMostPixels = 8192;  // a side: boxes may claim a thousand million points
   const auto pixels = [&](int64_t units) {
     const int64_t points = (units + kPoint / 2) / kPoint;
     return static_cast<int32_t>(box.is_sound() ? std::clamp<int64_t>(points, 1, kMostPixels) : 1);
@@ -107,7 +113,8 @@ process::SourcePicture describe_box(const Box& box) {
   return picture;
 }
 
-// Of several pages of a preview the first is shown, whichever is asked for.
+// Of several pages of a preview the first is shown, whichever is asked for: T_SetPageNumber means
+// pages of this file, which has one.
 class FirstPage {
  public:
   FirstPage() : asked_(settings.page_number) { settings.page_number = 1; }
@@ -148,6 +155,7 @@ Status probe_part(const io::ProbeInput& input, const Part& part, const Kind& kin
                               false,
                               input.identify};
   if (status.ok()) status = kind.probe(inside, info);
+  // Operations on the preview are those of this file, so what fails there ends its identification.
   const Status failure = preview.failure();
   return failure.ok() ? status : input.file.fail(failure);
 }
@@ -161,17 +169,18 @@ struct Relay {
 
   static int32_t T_CALL take(BitmapHandle* source, const void* rows, int32_t count, void* context) {
     auto& relay = *static_cast<Relay*>(context);
-    relay.has_rows = true;
+    relay.has_rows = true;  // from here on no other preview can take this one's place
     process::SourcePicture picture;
     picture.width = source->Width;
     picture.height = source->Height;
     set_resolution(relay.contents.comments.box, picture);
+    // The preview's reader has described itself; of resolutions that of the box goes before.
     source->StorageKind = relay.contents.format;
     if (picture.has_resolution) {
       source->XResolution = picture.x_resolution;
       source->YResolution = picture.y_resolution;
     }
-    const io::OuterFilesScope files;
+    const io::OuterFilesScope files;  // files that the sink opens are no parts of this one
     return relay.sink(source, rows, count, relay.context);
   }
 };
@@ -186,8 +195,10 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   for (const Kind& kind : kKinds) {
     const Part& part = contents.*kind.part;
     if (part.bytes == 0) continue;
-    info = blank;
+    info = blank;  // a probe that refused may have begun to fill it
     const Status status = probe_part(input, part, kind, info);
+    // These say nothing against the preview: showing another one instead would depend on memory
+    // and on what the caller allows.
     if (status == kNoMemory || status == kLimit) return status;
     TRY(input.file.failure());
     if (!status.ok()) continue;
@@ -218,7 +229,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   TRY(io::open_for_rows(file, name, bits_per_pixel));
   Contents contents;
   TRY(look_at_file(file, contents));
-  Status status = kSubtype;
+  Status status = kSubtype;  // of files without a preview
   for (const Kind& kind : kKinds) {
     const Part& part = contents.*kind.part;
     if (part.bytes == 0) continue;

@@ -8,6 +8,8 @@ namespace tavo::eps {
 
 namespace {
 
+// Four bytes are a number, the first one the highest; its five digits follow the same way, '!' to
+// 'u'. The end mark is "~>".
 constexpr uint32_t kBase = 85;
 constexpr char kZero = '!';       // the digit 0
 constexpr char kZeroGroup = 'z';  // four bytes of 0
@@ -28,12 +30,14 @@ Status Ascii85Writer::end_line() {
 
 Status Ascii85Writer::put_char(char c) {
   if (column_ == kLine) TRY(end_line());
+  // White space means nothing to the filter.
   if (column_ == 0 && c == '%') line_[column_++] = ' ';
   line_[column_++] = c;
   return kOk;
 }
 
-// The first characters of a group: one more than there are bytes of it.
+// The first characters of a group: one more than there are bytes of it. Only a whole group of zeros
+// may be shortened: 'z' always stands for four bytes.
 Status Ascii85Writer::put_group(const uint8_t* bytes, size_t characters) {
   uint32_t value = load_group(bytes);
   if (value == 0 && characters == 5) return put_char(kZeroGroup);
@@ -67,6 +71,7 @@ Status Ascii85Writer::finish() {
     TRY(put_group(group_.data(), count_ + 1));
     count_ = 0;
   }
+  // The mark's characters stay on one line, which ends behind them.
   if (column_ + 2 > kLine) TRY(end_line());
   TRY(put_char(kEndMark));
   TRY(put_char('>'));
@@ -90,6 +95,8 @@ Status Ascii85Reader::next(uint8_t& c) {
   return kOk;
 }
 
+// Digits are not checked: the text is what Ascii85Writer has just written, unless the file was
+// changed meanwhile, which then shows in the preview. 64 bits hold any five of them.
 Status Ascii85Reader::next_group() {
   uint64_t value = 0;
   size_t digits = 0;

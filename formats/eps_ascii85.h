@@ -20,14 +20,14 @@ class Ascii85Writer {
   explicit Ascii85Writer(io::OutputFile& file) : file_(file) {}
 
   Status put(std::span<const uint8_t> bytes);
-  // The last bytes and the end mark.
+  // The last bytes and the end mark. Once, and behind it nothing more.
   Status finish();
 
-  // Characters so far.
+  // Characters so far, line ends among them; those of an unfinished line are not counted.
   uint64_t written() const { return written_; }
 
  private:
-  static constexpr size_t kLine = 72;
+  static constexpr size_t kLine = 72;  // without its end; Technical Note 5001 allows 255
 
   Status put_group(const uint8_t* bytes, size_t characters);
   Status put_char(char c);
@@ -41,7 +41,8 @@ class Ascii85Writer {
   uint64_t written_ = 0;
 };
 
-// Reads back what was written to a file that is still being written: as a ByteSource reads.
+// Reads back what was written to a file that is still being written: as a ByteSource reads. Each
+// piece is sought for, and the file then put back to its end, so that writing may go on between.
 class Ascii85Reader {
  public:
   // `characters` from `position` on.
@@ -58,12 +59,12 @@ class Ascii85Reader {
   Status next_group();
 
   io::OutputFile& file_;
-  uint64_t position_;
-  uint64_t left_;
+  uint64_t position_;  // of the next piece
+  uint64_t left_;      // characters behind the piece at hand
   Buffer text_;
-  size_t at_ = 0;
+  size_t at_ = 0;  // in text_, as is end_
   size_t end_ = 0;
-  std::array<uint8_t, 4> group_ = {};
+  std::array<uint8_t, 4> group_ = {};  // decoded; of the last group fewer bytes count
   size_t group_at_ = 0;
   size_t group_end_ = 0;
   bool is_at_end_ = false;

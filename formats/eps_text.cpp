@@ -18,14 +18,18 @@ namespace tavo::eps {
 
 namespace {
 
+// By Technical Note 5001 the comments of the header come first and a deferred box stands in the
+// last lines; a preview comes between header and prologue (5002), so that more of the text is of no
+// use.
 constexpr uint64_t kHeader = 4096, kLookedAt = 64 * 1024;
 constexpr uint64_t kTrailer = 4096;
-constexpr int64_t kMost = 1'000'000'000;  // of a number
+constexpr int64_t kMost = 1'000'000'000;  // of a number; with four more digits far below 2^63
 
 constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
 constexpr bool is_line_end(char c) { return c == '\r' || c == '\n'; }
 
-// Takes the next number of a line, in units of 1/10000.
+// Takes the next number of a line, in units of 1/10000. Boxes should have integers; real numbers,
+// "-0" (ImageMagick 6) and blanks in front (ps_write) are taken, exponents end the number.
 bool take_number(std::string_view& line, int64_t& value) {
   while (!line.empty() && (line[0] == ' ' || line[0] == '\t')) line.remove_prefix(1);
   const bool is_negative = !line.empty() && line[0] == '-';
@@ -45,6 +49,7 @@ bool take_number(std::string_view& line, int64_t& value) {
   return true;
 }
 
+// A box without area counts as none, and so does one with fewer than four numbers, "(atend)" too.
 bool take_box(std::string_view line, Box& box) {
   Box found;
   const bool is_whole = take_number(line, found.left) && take_number(line, found.bottom) &&
@@ -54,7 +59,8 @@ bool take_box(std::string_view line, Box& box) {
   return true;
 }
 
-// Width, height and depth; how many lines follow says nothing.
+// Technical Note 5002: width, height, depth; how many lines follow says nothing, as rows end when
+// they are full.
 bool take_preview(std::string_view line, Comments& comments) {
   int64_t width = 0, height = 0, bits = 0;
   if (!take_number(line, width) || !take_number(line, height) || !take_number(line, bits)) {
@@ -80,12 +86,14 @@ class Scan {
   void run() {
     for (std::string_view line; next_line(line);) {
       if (take("%%BoundingBox:", line)) {
+        // 5001: of several in the header the first counts; "(atend)" defers to the trailer.
         is_promised_ = is_promised_ || line.find("(atend)") != line.npos;
         if (!has_box_) has_box_ = take_box(line, comments_.box);
       } else if (take("%%HiResBoundingBox:", line)) {
+        // The same box in real numbers, as Illustrator and ImageMagick write it behind the other.
         if (!is_exact_) has_box_ = is_exact_ = take_box(line, comments_.box);
       } else if (take("%%BeginPreview:", line)) {
-        if (take_preview(line, comments_)) return;
+        if (take_preview(line, comments_)) return;  // what follows are its digits
       } else if (take("%%EndComments", line)) {
         has_header_ = has_box_;
       }
@@ -104,7 +112,8 @@ class Scan {
     return true;
   }
 
-  // A line ends with CR, LF, or both.
+  // A line ends with CR, LF, or both; empty ones are passed over. 5001 allows 255 characters, but
+  // binary data may stand between comments: here lines have any length.
   bool next_line(std::string_view& line) {
     if (at_ >= text_.size()) return false;
     const size_t begin = at_;
@@ -133,7 +142,8 @@ Status load_text(io::InputFile& file, uint64_t offset, uint64_t bytes, Buffer& b
   return kOk;
 }
 
-// The digits of a preview: hexadecimal, in lines that begin with one percent sign.
+// The digits of a preview: hexadecimal, in lines that begin with one percent sign, which makes them
+// comments to interpreters. Everything else between digits is passed over, blanks above all.
 class Digits {
  public:
   explicit Digits(ByteSource& bytes) : bytes_(bytes) {}
@@ -175,6 +185,7 @@ class Digits {
 Status read_comments(io::InputFile& file, const Part& text, Look look, Comments& comments) {
   Buffer buffer;
   std::string_view piece;
+  // A preview that begins within the piece may end anywhere behind it.
   const uint64_t most = look == Look::kHeader ? kHeader : kLookedAt;
   TRY(load_text(file, text.offset, std::min(text.bytes, most), buffer, piece));
   comments = {};
@@ -186,6 +197,7 @@ Status read_comments(io::InputFile& file, const Part& text, Look look, Comments&
   if (comments.width != 0) {
     comments.preview = {text.offset + scan.at(), text.bytes - scan.at()};
     const uint64_t row = core::packed_bytes(static_cast<uint64_t>(comments.width), comments.bits);
+    // A claim that no file of this size can meet is no preview: its box may still be told.
     if (!formats::check_plausible(formats::Density::kPlain, row,
                                   static_cast<uint64_t>(comments.height), comments.preview.bytes)
              .ok()) {
@@ -195,13 +207,14 @@ Status read_comments(io::InputFile& file, const Part& text, Look look, Comments&
   if (!scan.lacks_promised_box()) return kOk;
   const uint64_t size = std::min(text.bytes, kTrailer);
   TRY(load_text(file, text.offset + text.bytes - size, size, buffer, piece));
-  Comments at_end;
+  Comments at_end;  // whose box alone is taken: previews stand in front of the program
   Scan(piece, at_end).run();
   comments.box = at_end.box;
   return kOk;
 }
 
-// Kept: values are how dark a pixel is, so the palette goes from white to black.
+// Kept: values are how dark a pixel is, so the palette goes from white to black. (5002 says so of 1
+// bit; deark reads the other depths the same way.)
 void describe_preview(const Comments& comments, process::SourcePicture& picture) {
   picture.width = comments.width;
   picture.height = comments.height;
@@ -213,6 +226,8 @@ void describe_preview(const Comments& comments, process::SourcePicture& picture)
   std::ranges::reverse(palette);
 }
 
+// Rows begin at whole bytes, not at lines: ImageMagick 6 writes 72 digits a line whatever the
+// width.
 Status read_preview(io::InputFile& file, const Comments& comments, process::RowDelivery& rows) {
   TRY(file.seek(comments.preview.offset));
   io::InputPart part(file, comments.preview.bytes);

@@ -12,7 +12,7 @@
 
 namespace tavo::eps {
 
-// A part of a file.
+// A part of a file, counted from its first byte.
 struct Part {
   uint64_t offset = 0;
   uint64_t bytes = 0;  // 0: there is none
@@ -20,6 +20,8 @@ struct Part {
 
 inline constexpr int64_t kPoint = 10000;  // units of a box
 
+// Technical Note 5001, %%BoundingBox: two corners, lower left and upper right, whose origin may be
+// anywhere; rows of the picture go down from `top`.
 struct Box {
   int64_t left = 0;
   int64_t bottom = 0;
@@ -35,8 +37,8 @@ struct Comments {
   Box box;
   int32_t width = 0;  // of the preview; 0: there is none that can be read
   int32_t height = 0;
-  int32_t bits = 0;
-  Part preview;  // its lines, and what follows
+  int32_t bits = 0;  // 1, 2, 4 or 8
+  Part preview;      // its lines, and what follows
 };
 
 // How much of the PostScript is looked at.

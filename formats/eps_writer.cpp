@@ -22,7 +22,8 @@ namespace {
 
 constexpr int64_t kPointsPerInch = 72;
 
-// Text on its way into the file.
+// Text on its way into the file. A failure is kept until status() is asked; nothing is written
+// behind it.
 class Text {
  public:
   explicit Text(io::OutputFile& file) : file_(file) {}
@@ -34,6 +35,7 @@ class Text {
     written_ += text.size();
     return *this;
   }
+  // 0 and above, up to 20 digits; filled up with zeros in front.
   Text& number(int64_t value, int least_digits = 1) {
     std::array<char, 20> digits;
     size_t first = digits.size();
@@ -62,7 +64,8 @@ class Text {
   uint64_t written_ = 0;
 };
 
-// How the samples are to be understood.
+// How the samples are to be understood: DeviceGray, DeviceRGB or Indexed (Language Reference,
+// section 4.8).
 enum class Space { kGray, kRgb, kIndexed };
 
 // The size of so many pixels, in units of which `one` are a point; a pixel is one where nobody
@@ -96,7 +99,7 @@ class Writer final : public io::RowWriter {
 
   Status begin(const io::SaveRequest& request, const BitmapHandle&) {
     TRY(file_.create(request.name));
-    TRY(file_.write_zeros(kHeaderBytes));
+    TRY(file_.write_zeros(kHeaderBytes));  // until finish() knows how long the parts are
     put_comments();
     put_image();
     return text_.status();
@@ -107,7 +110,7 @@ class Writer final : public io::RowWriter {
   }
 
   Status finish() {
-    constexpr uint8_t kEndOfRuns = 128;
+    constexpr uint8_t kEndOfRuns = 128;  // RunLengthDecode's, which is PackBits but for that
     const uint64_t data_at = kHeaderBytes + text_.written();
     TRY(data_.put({&kEndOfRuns, 1}));
     TRY(data_.finish());
@@ -140,7 +143,9 @@ class Writer final : public io::RowWriter {
     return size_in(picture_.Height, picture_.YResolution, one);
   }
 
-  // The box has whole points, at least as many as the picture.
+  // The box has whole points, at least as many as the picture. Image dictionaries and filters are
+  // of language level 2. gsave and grestore leave things as they were to those who include the
+  // file; of operators that end or set up pages Technical Note 5002 allows showpage alone.
   void put_comments() {
     constexpr int64_t kFine = 1'000'000, kFourPlaces = 10'000;
     const auto whole = [](int64_t fine) { return (fine + kFine - 1) / kFine; };
@@ -153,6 +158,7 @@ class Writer final : public io::RowWriter {
     text_.decimal(height_in(kFine), 6).put(" scale\n");
   }
 
+  // [/Indexed base highest-index string], the string in hexadecimal (section 4.8.4).
   void put_colors() {
     constexpr uint32_t kInLine = 32;
     const uint32_t count = 1u << depth_;
@@ -165,6 +171,8 @@ class Writer final : public io::RowWriter {
     text_.put("\n>] setcolorspace\n");
   }
 
+  // An image dictionary of type 1 (section 4.10). The matrix maps rows from the top down; Decode
+  // maps samples of colours to 0 to 1, and indices to themselves.
   void put_image() {
     const Space samples = space();
     if (samples == Space::kIndexed) {
