@@ -16,13 +16,15 @@
 namespace tavo::jpeg {
 namespace {
 
-// Of a CMP file's stamp, behind its header.
+// Of a CMP file's stamp, behind its header: all three are bytes of the file, so that nothing
+// overflows, whatever they are.
 uint32_t stamp_bytes(uint32_t width, uint32_t height, uint32_t bits) {
   const uint32_t palette = bits == 8 ? static_cast<uint32_t>(cmp::kStampPaletteSize) : 0;
   return width * height * (bits / 8) + palette;
 }
 
-// The resolution behind the stream of a CMP file; a file that was cut has none.
+// The resolution behind the stream of a CMP file (compress/cmp_layout.h); a file that was cut has
+// none, which costs no picture.
 void read_trailer(io::InputFile& file, Container& container) {
   uint32_t size = 0;
   std::array<uint8_t, cmp::kTrailerSize> bytes;
@@ -33,7 +35,8 @@ void read_trailer(io::InputFile& file, Container& container) {
   container.y_resolution = load_le16(&bytes[6]);
 }
 
-// Dots per inch from a JFIF density, whose unit is 1, dots per inch, or 2, dots per centimetre.
+// Dots per inch from a JFIF density (JFIF 1.02, APP0: units, Xdensity, Ydensity), whose unit is 1,
+// dots per inch, or 2, dots per centimetre, which are rounded.
 // Kept: streams of this library give dots per inch with 0, which otherwise means an aspect ratio.
 int32_t to_dpi(const Extras& extras, uint16_t density) {
   if (extras.density_unit == 2) return (density * 254 + 50) / 100;
@@ -53,6 +56,7 @@ Status parse_container(std::span<const uint8_t> head, Container& container) {
   // SOI (ISO/IEC 10918-1, B.2.1). Another marker should follow at once; damaged files have other
   // bytes in between, and a frame header behind them all the same.
   if (head[0] == 0xFF && head[1] == marker::kSoi) return kOk;
+  // Three bytes are enough to refuse other files, before more of a stream in pieces has come.
   if (!std::equal(head.begin(), head.begin() + 3, cmp::kMagic.begin())) return kBadData;
   if (head.size() < cmp::kHeaderSize) return kReadError;
   if (head[3] != cmp::kMagic[3] || head[4] != 0) return kBadData;
@@ -84,6 +88,7 @@ Status PictureDecoder::read_header(ByteSource& source, const Container& containe
   const Status status = decoder_.read_header(source, {.color = std::nullopt, .lines = lines});
   const Extras& extras = decoder_.extras();
   if (container_.format == T_FORMAT_JPEG) {
+    // A plain stream has no header of its own: the comment of this library tells the order of rows.
     container_.is_bottom_up = cmp::is_bottom_first_comment(extras.comment_text());
     container_.x_resolution = to_dpi(extras, extras.x_density);
     container_.y_resolution = to_dpi(extras, extras.y_density);
@@ -130,6 +135,7 @@ Status PictureDecoder::start(BitmapHandle& bitmap, T_RowSink sink, int32_t bits_
   picture_ = picture(bits_per_pixel, order);
   rows_.emplace(picture_, bitmap, sink, bits_per_pixel, context);
   TRY(rows_->start());
+  // Rows that the delivery lends are gone with commit(), so the one to repeat is kept here.
   if (container_.is_half_height) TRY(row_.allocate(rows_->source_line()));
   const bool is_gray = picture_.bits == 8;
   TRY(decoder_.start(is_gray                ? PixelLayout::kGray8
@@ -193,6 +199,7 @@ Status PictureDecoder::finish() {
 
 namespace {
 
+// What the caller forbids comes before what the file's size makes implausible, as in all readers.
 Status check_size(const Frame& frame, uint64_t file_bytes) {
   TRY(limits::check_picture(frame.width, frame.height));
   return formats::check_plausible(formats::Density::kJpeg, frame.width, frame.height, file_bytes);
@@ -202,6 +209,7 @@ Status check_size(const Frame& frame, uint64_t file_bytes) {
 // DNL segment has it (B.2.5).
 Status find_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& source,
                    const Container& container) {
+  // Each attempt begins with SOI again; what was read ahead is forgotten.
   const auto go_to_stream = [&] {
     source.reset();
     return file.seek(container.stream_offset);
@@ -213,7 +221,7 @@ Status find_header(PictureDecoder& decoder, io::InputFile& file, ByteSource& sou
   TRY(go_to_stream());
   const uint32_t lines = find_line_count(source);
   TRY(source.failure());
-  if (lines == 0) return kBadData;
+  if (lines == 0) return kBadData;  // B.2.2: Y may be 0 only with a DNL segment
   TRY(go_to_stream());
   return decoder.read_header(source, container, lines);
 }
@@ -238,7 +246,7 @@ Status probe_stream(const io::ProbeInput& input, int32_t format, FILEINFO& info)
   if (container.format != format) return kBadData;
   read_trailer(input.file, container);
   ByteSource source(input.file);
-  TRY(source.start(4096));
+  TRY(source.start(4096));  // headers alone are read: small blocks waste least of the file
   PictureDecoder decoder;
   // A picture whose size is known is one, whatever keeps it from being decoded: lossless and
   // hierarchical coding, 12 bits, missing tables.

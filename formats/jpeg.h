@@ -33,12 +33,14 @@ struct Container {
 // Looks at the first bytes of a file or stream; kBadData when they belong to neither kind,
 // kReadError when they are too few to tell. What a trailer says is not known then.
 Status parse_container(std::span<const uint8_t> head, Container& container);
-inline constexpr size_t kLargestContainerHead = 27;
+inline constexpr size_t kLargestContainerHead = 27;  // CMP: 24, and 3 that begin its stamp
 
 // The same of a file of either kind that has just been opened.
 Status read_container(io::InputFile& file, Container& container);
 
-// Decodes one picture and delivers its rows, in pieces if the caller wants that.
+// Decodes one picture and delivers its rows, in pieces if the caller wants that: read_header(),
+// reduce() if at all, start(), then deliver_all(), or deliver_row() until is_finished() and
+// finish(). Source and record must stay until then.
 class PictureDecoder {
  public:
   // `source` stands at the stream's start. The statuses of Decoder::read_header.
@@ -66,7 +68,7 @@ class PictureDecoder {
 
   Decoder decoder_;
   Container container_;
-  uint32_t eighths_ = 8;
+  uint32_t eighths_ = 8;  // of the picture's size, each way
   process::SourcePicture picture_;
   std::optional<process::RowDelivery> rows_;
   Buffer row_;              // of half-height pictures, which is delivered twice

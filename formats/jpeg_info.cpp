@@ -7,7 +7,9 @@
 namespace tavo::jpeg {
 namespace {
 
-// The first component's table is the luminance's. A progressive stream may define it later.
+// The first component's table is the luminance's. A progressive stream may define it later: DQT
+// may stand in front of the scan that needs it, and reading ends at the first scan. The standard
+// has no quantiser of 0 (ISO/IEC 10918-1, B.2.4.1).
 void describe_quality(const Decoder& decoder, const Container& container, T_JPEGINFO& info) {
   const auto quantisers = decoder.quantisers(0);
   if (quantisers[0] == 0) return;  // no table yet
@@ -52,6 +54,7 @@ Status read_info(const char* name, T_JPEGINFO& info) {
   describe_frame(picture.decoder(), told);
   describe_quality(picture.decoder(), container, told);
   StampPlace stamp;
+  // A stamp that is damaged or of a kind unknown counts as none; the rest is told all the same.
   const Status found = find_stamp(file, container, stamp);
   if (found == kNoMemory) return found;
   if (found.ok()) {

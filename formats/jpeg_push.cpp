@@ -105,7 +105,8 @@ Status PushDecoder::try_header() {
   } else {
     TRY(status);
   }
-  // Several scans need all of the stream: none of the rows is final before the last one.
+  // Several scans need all of the stream: none of the rows is final before the last one. Of a
+  // single scan start() and the first rows may take most_bytes(), which must be there.
   const uint64_t coded = header.window().size();
   const Decoder& decoder = decoder_->decoder();
   if (!is_complete_ && (!decoder.is_single_scan() || coded < decoder.most_bytes())) return kOk;
@@ -116,6 +117,7 @@ Status PushDecoder::try_header() {
   return begin_rows();
 }
 
+// The record is this object's own: the caller has none, and sees it in the sink only.
 Status PushDecoder::begin_rows() {
   record_.emplace();
   TRY(decoder_->start(**record_, sink_, bits_, context_, order_));

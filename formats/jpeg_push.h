@@ -22,6 +22,10 @@ class PushDecoder {
   PushDecoder(const PushDecoder&) = delete;
   PushDecoder& operator=(const PushDecoder&) = delete;
 
+  // One start(), any number of push(), one end(); kBadArgument out of that order. The sink is
+  // called from within push() and end(). A failure sticks: each call up to end() gives it again,
+  // and takes nothing more.
+
   // Whatever was going on is forgotten.
   Status start(T_RowSink sink, int32_t bits_per_pixel, int32_t order, void* context);
   Status push(std::span<const uint8_t> bytes);
@@ -49,6 +53,8 @@ class PushDecoder {
   size_t end_ = 0;
   size_t try_at_ = 0;  // unread bytes from which on the header is looked for again
 
+  // What the decoder reads from: at the end of what has come it finds the end of the data, which
+  // deliver() keeps it from reaching before end().
   struct Input {
     PushDecoder* owner;
     Status read_some(std::span<uint8_t> into, size_t& got) { return owner->read_some(into, got); }

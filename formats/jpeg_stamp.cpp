@@ -17,7 +17,9 @@ namespace {
 
 using Kind = StampPlace::Kind;
 
-// JFIF 1.02. The JFIF segment ends with a thumbnail's sizes and its pixels, red first.
+// JFIF 1.02. The JFIF segment ends with a thumbnail's sizes and its pixels, red first. Offsets
+// count from behind the length: "JFIF" and a zero byte, version (2), units (1), densities (2 each),
+// then Xthumbnail and Ythumbnail.
 constexpr size_t kJfifSize = 14;
 constexpr size_t kJfifWidth = 12, kJfifHeight = 13;
 
@@ -25,13 +27,13 @@ constexpr size_t kJfifWidth = 12, kJfifHeight = 13;
 constexpr size_t kJfxxSize = 6;  // without width and height, which coded stamps lack
 constexpr size_t kJfxxCode = 5, kJfxxWidth = 6, kJfxxHeight = 7;
 constexpr uint8_t kCodedStamp = 0x10, kPaletteStamp = 0x11, kColorStamp = 0x13;
-constexpr uint32_t kMaxCodedSide = 1024;  // of a picture that came in one segment
+constexpr uint32_t kMaxCodedSide = 1024;  // of a picture that came in one segment, below 64 KiB
 
 struct Segment {
   int code = 0;
   uint64_t offset = 0;  // in the file, of what follows the length
   size_t size = 0;
-  std::array<uint8_t, 32> head = {};  // its first bytes, then zeros
+  std::array<uint8_t, 32> head = {};  // its first bytes, then zeros; the library's COM fits whole
 
   bool begins(const char (&text)[5]) const { return std::memcmp(head.data(), text, 5) == 0; }
 };
