@@ -18,6 +18,8 @@ namespace {
 
 using process::RowDelivery;
 
+// For identification and loads alike: finds the picture, goes through its records once, and judges
+// the page's size by the file's before anything is made ready for it.
 Status look(io::InputFile& file, std::span<const uint8_t> head, uint32_t file_bytes,
             uint32_t& offset, Layout& layout) {
   TRY(find_picture(head, offset));
@@ -28,6 +30,7 @@ Status look(io::InputFile& file, std::span<const uint8_t> head, uint32_t file_by
                                   static_cast<uint32_t>(picture.height), file_bytes);
 }
 
+// Bitmaps that go nowhere were not counted when the layout was decided.
 Status join(Records& records, Joiner& joiner) {
   TRY(records.start());
   for (;;) {
@@ -42,7 +45,7 @@ Status read_joined(Records& records, const Layout& layout, RowDelivery& rows) {
   Joiner joiner(layout, rows);
   TRY(rows.start());
   const Status status = join(records, joiner);
-  TRY(joiner.answer());
+  TRY(joiner.answer());  // the sink's goes before what the records' end has to say
   return status.ok() ? rows.finish() : rows.finish_early(status);
 }
 
@@ -65,7 +68,8 @@ Status read_page(Records& records, const Layout& layout, RowDelivery& rows) {
   return status.ok() ? rows.finish() : rows.finish_early(status);
 }
 
-// What keeps from reading on ends the records where it stands, and comes behind the page.
+// What keeps from reading on ends the records where it stands, and comes behind the page. All of
+// them are read again for each band of the page, with a stream and a state of its own.
 Status read_drawing(io::InputFile& file, uint32_t offset, uint32_t file_bytes, const Layout& layout,
                     RowDelivery& rows) {
   Status end = kOk;

@@ -10,19 +10,25 @@ namespace tavo::pict {
 
 namespace {
 
-// Rows that take fewer bytes than this are never packed.
+// Rows that take fewer bytes than this are never packed, whatever opcode and pack type say.
 constexpr uint32_t kLeastPacked = 8;
 
-constexpr uint32_t kIsPixelMap = 0x8000;  // in the word of bytes a row, whose low bits count
+// The word rowBytes: the highest bit parts a PixMap from the BitMap of the first QuickDraw. Of
+// indexed pixels the next bit is reserved, too; of direct ones it counts, or rows of more than 4095
+// pixels of 32 bits would be lost.
+constexpr uint32_t kIsPixelMap = 0x8000;
 constexpr uint32_t kIndexedBytes = 0x3FFF, kDirectBytes = 0x7FFF;
 
-// Fields of a pixel map behind its bounds.
+// Fields of a pixel map behind its bounds: packType, pixelSize, cmpCount.
 struct PixelMap {
   uint32_t packing = 0;
   uint32_t bits = 1;
   uint32_t components = 1;
 };
 
+// pmVersion, packType, packSize (4), hRes and vRes (16.16), pixelType, pixelSize, cmpCount,
+// cmpSize, planeBytes (4), pmTable (4), pmReserved (4); words where nothing is said. The opcode
+// tells what pixelType does, the depth what cmpSize does.
 Status read_map_fields(Stream& stream, Bitmap& bitmap, PixelMap& map) {
   constexpr size_t kBytes = 36, kPackType = 2, kHRes = 8, kVRes = 12, kPixelSize = 18,
                    kComponents = 20;
@@ -36,7 +42,9 @@ Status read_map_fields(Stream& stream, Bitmap& bitmap, PixelMap& map) {
   return kOk;
 }
 
-// Of 16 bits a component only the higher 8 are looked at.
+// ctSeed (4), ctFlags, ctSize (entries less one; FFFF is none), then of each entry its number, red,
+// green and blue. Of 16 bits a component only the higher 8 are looked at. Entries that no pixel of
+// 8 bits can mean are passed over; those that are not listed stay black.
 Status read_color_table(Stream& stream, Bitmap& bitmap) {
   constexpr uint32_t kIsInOrder = 0x8000;  // entry numbers mean nothing
   constexpr size_t kFlags = 4, kLast = 6, kHeadBytes = 8, kEntryBytes = 8;
@@ -62,6 +70,8 @@ Status set_indexed(const PixelMap& map, Bitmap& bitmap) {
   return kOk;
 }
 
+// packType of 16 bits: 1 plain, 3 packets of words; of 32 bits: 1 plain, 2 without the byte that
+// pads, 4 a plane for each component. 0 is the usual one of the depth, 3 or 4.
 Status set_direct(const PixelMap& map, Bitmap& bitmap) {
   const bool is_short = bitmap.row_bytes < kLeastPacked;
   constexpr uint32_t kDefault = 0, kNone = 1, kNoPad = 2, kByWords = 3, kByComponents = 4;
@@ -106,6 +116,8 @@ Status read_map(Stream& stream, bool is_direct, Bitmap& bitmap) {
   const bool is_map = is_direct || (word & kIsPixelMap) != 0;
   if (is_map) TRY(read_map_fields(stream, bitmap, map));
   TRY(is_direct ? set_direct(map, bitmap) : set_indexed(map, bitmap));
+  // Rows of words, planes and triples are as long as the bounds are wide: rowBytes only tells how
+  // their packed bytes are counted.
   const bool counts = bitmap.is_indexed() || bitmap.packing == Packing::kPlain;
   if (counts && !holds_row(bitmap)) return kBadData;
   return is_map && !is_direct ? read_color_table(stream, bitmap) : kOk;
@@ -125,13 +137,14 @@ Status read_bitmap(Stream& stream, uint32_t opcode, Bitmap& bitmap, Region& mask
   const bool may_be_plain = opcode == kBitsRect || opcode == kBitsRegion;
   if (may_be_plain && bitmap.packing == Packing::kBytes) bitmap.packing = Packing::kBytesOrPlain;
 
+  // srcRect in the bounds' coordinates, dstRect in the picture's, transfer mode.
   TRY(stream.take(kRectsAndMode, bytes));
   bitmap.source = intersect(load_rect(bytes.data()), bitmap.bounds);
   bitmap.destination = load_rect(&bytes[kRectBytes]);
   bitmap.mode = load_be16(&bytes[2 * kRectBytes]);
   if (bitmap.source.is_empty()) return kBadData;
   mask.set(kEverywhere);
-  const bool has_mask = opcode % 2 != 0;
+  const bool has_mask = opcode % 2 != 0;  // BitsRgn, PackBitsRgn, DirectBitsRgn
   if (!has_mask) return kOk;
   bytes = stream.peek(2);
   TRY(stream.take(bytes.size() < 2 ? 2 : load_be16(bytes.data()), bytes));

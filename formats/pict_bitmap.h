@@ -44,7 +44,8 @@ struct Bitmap {
   bool is_indexed() const { return bits <= 8; }
 };
 
-// Opcodes.
+// Opcodes: direct bits are colours, the others indices or, in a BitMap, black and white. Odd ones
+// have a mask, a region in front of the pixels.
 inline constexpr uint32_t kBitsRect = 0x90, kBitsRegion = 0x91, kPackBitsRect = 0x98,
                           kPackBitsRegion = 0x99, kDirectBitsRect = 0x9A, kDirectBitsRegion = 0x9B;
 constexpr bool is_bitmap(uint32_t opcode) {

@@ -25,6 +25,7 @@ class ColorRows {
     picture_.palette[1] = one;
   }
 
+  // Once, behind set_two_levels(); then take() with rows that only go up.
   Status start() {
     TRY(row_.allocate(shown_bytes(bitmap_) + RowReader::kSlack));
     TRY(pixels_.allocate(size_t{3} * static_cast<uint32_t>(bitmap_.source.width())));

@@ -19,7 +19,8 @@ Status Joiner::pass_on(RowReader& rows, uint32_t height) {
   return rows.outcome();
 }
 
-// A row of the band as a picture of its own has it.
+// A row of the band as a picture of its own has it. The bitmaps of a band are equally high, and
+// their widths add up to the picture's: the layout is kJoined only then.
 Status Joiner::put_beside(RowReader& rows, const Bitmap& bitmap) {
   const auto height = static_cast<uint32_t>(bitmap.source.height());
   const auto width = static_cast<uint32_t>(bitmap.source.width());
@@ -35,6 +36,7 @@ Status Joiner::put_beside(RowReader& rows, const Bitmap& bitmap) {
   return rows.outcome();
 }
 
+// A file that ends inside a band loses its rows: there is nothing to put in the other columns.
 Status Joiner::deliver_band() {
   const size_t line = rows_.source_line();
   for (size_t at = 0; at < band_.size(); at += line) {

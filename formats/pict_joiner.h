@@ -17,6 +17,8 @@ class Joiner {
  public:
   Joiner(const Layout& layout, process::RowDelivery& rows) : layout_(layout), rows_(rows) {}
 
+  // The bitmap at which the records stand, in the order of the file. A row that is damaged comes
+  // all the same, if its decoder gives one; its status then ends the rows behind this bitmap.
   Status add(Records& records);
   // Of those who get the rows; what is not kOk ended add().
   Status answer() const { return answer_; }

@@ -11,7 +11,7 @@ namespace tavo::pict {
 namespace {
 
 constexpr int64_t kPointsPerInch = 72;
-constexpr int64_t kLargestScale = 8;
+constexpr int64_t kLargestScale = 8;  // pixels a unit on pages: 576 dots per inch
 
 class Survey {
  public:
@@ -43,6 +43,7 @@ class Survey {
   }
 
  private:
+  // Pixels of the bitmap for units of the picture. QuickDraw stretches srcRect to dstRect.
   static Scale across(const Bitmap& bitmap) {
     return {bitmap.source.width(), bitmap.destination.width()};
   }
@@ -63,7 +64,7 @@ class Survey {
   }
 
   void add(const Bitmap& bitmap) {
-    has_space_ = true;
+    has_space_ = true;  // what has been drawn stays where it is: later clips choose no more
     if (bitmap.destination.is_empty()) return;
     if (is_drawn_ && !covers(bitmap.mode)) is_mixed_ = true;
     if (count_ == 0) first_ = bitmap;
@@ -81,6 +82,7 @@ class Survey {
     if (count_ != 0) is_mixed_ = true;
   }
 
+  // Pixels of another depth, palette or size could not stand in the same rows.
   bool can_join(const Bitmap& bitmap) const {
     return bitmap.bits == first_.bits && bitmap.bits != 16 &&
            bitmap.has_palette == first_.has_palette &&
@@ -123,6 +125,8 @@ class Survey {
     return std::min(scale, Scale{draw::kLargestSide, side});
   }
 
+  // Bitmaps that are shown as they are give the picture their depth and their pixels; pages are
+  // painted in colours, a side at least one pixel long.
   void describe_size(Layout& layout) const {
     process::SourcePicture& picture = layout.picture;
     picture.storage_kind = T_FORMAT_PCT;
@@ -193,6 +197,7 @@ Status survey(io::InputFile& file, uint32_t offset, uint32_t file_bytes, Layout&
   layout.end = survey.run();
   TRY(records.failure());
   if (layout.end == kNoMemory) return kNoMemory;
+  // Where something can be seen, how the records end matters when they are read for their rows.
   if (!survey.has_content()) TRY(layout.end);
   survey.describe(layout);
   return kOk;

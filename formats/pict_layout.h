@@ -21,7 +21,7 @@ enum class Show : uint8_t {
 
 struct Layout {
   Show show = Show::kNothing;
-  Grid grid;  // of a page, which begins where the frame does
+  Grid grid;  // of a page, which begins where the frame or the header's other rectangle does
   process::SourcePicture picture;
   const char* compression = "None";
   Status end = kOk;  // of the records, if not that of the picture

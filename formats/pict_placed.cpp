@@ -19,6 +19,7 @@ draw::RasterOp stencil_operation(const Transfer& transfer) {
 
 }  // namespace
 
+// A mask is a region in the coordinates of the picture: it narrows the clip for this bitmap alone.
 Status Player::place_bitmap() {
   const draw::Box target = grid_.pixels(records_.bitmap().destination);
   if (target.is_empty()) return kOk;
@@ -63,6 +64,8 @@ Status Player::put_rows(const draw::Box& target) {
   TRY(placed.start(width));
   int64_t last = -1;
   for (int32_t y = first; y < end; ++y) {
+    // The row that the page's row begins in; none is mixed with its neighbours. Those between are
+    // passed over, but count as work by their bytes.
     const int64_t row = (int64_t{y} - target.top) * height / (target.bottom - target.top);
     if (row != last) {
       TRY(canvas_.spend((row - last) * bitmap.row_bytes));

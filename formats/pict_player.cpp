@@ -8,6 +8,7 @@ namespace tavo::pict {
 
 namespace {
 
+// Origin, BkPixPat, PnPixPat; FillPixPat (14) is the only other opcode of its kind.
 constexpr uint32_t kOrigin = 0x0C, kPaperPixels = 0x12, kPenPixels = 0x13;
 
 // Beyond so many pixels a side a pattern is not looked at; its old one of 8 x 8 bits is.
@@ -26,6 +27,7 @@ Player::Player(Records& records, draw::Painter& painter, const Layout& layout, i
   grid_.scale.pixels *= factor;
 }
 
+// Each record counts as work, so that no file can have a page drawn for hours.
 Status Player::play() {
   TRY(records_.start());
   TRY(clip_.assign({0, canvas_.top(), canvas_.width(), canvas_.bottom()}));
@@ -73,6 +75,8 @@ Status Player::take_state() {
   return kOk;
 }
 
+// A PixPat has pixels, or one colour (type 2), and for devices without colours eight rows of bits,
+// which stay in force where the pixels are not taken.
 Status Player::take_pattern() {
   if (!draws_) return kOk;
   const uint32_t opcode = records_.opcode();
@@ -152,6 +156,7 @@ void Player::set_bits(const Pattern& pattern, const Transfer& transfer, draw::Br
   }
 }
 
+// Of the verbs only painting and framing heed PnMode; erasing and filling always copy (patCopy).
 Player::Ink Player::ink(Verb verb) const {
   constexpr uint32_t kCopy = 8;
   switch (verb) {

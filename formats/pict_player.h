@@ -29,6 +29,7 @@ class Player {
   int32_t painted_rows() const { return painted_rows_; }
 
  private:
+  // In the order of the opcodes' last three bits.
   enum class Verb : uint8_t { kFrame, kPaint, kErase, kInvert, kFill };
 
   // A brush, and how it is used.
@@ -78,9 +79,9 @@ class Player {
   State state_;
   draw::Region clip_;
   int32_t painted_rows_ = 0;
-  Rect box_;  // of the last shape that has one
-  List<uint8_t> polygon_;
-  Region region_;
+  Rect box_;               // of the last shape that has one
+  List<uint8_t> polygon_;  // the last one's record, for "the same polygon"
+  Region region_;          // the same of regions
   draw::Shape shape_;
   draw::Shape inner_;
   draw::Region pixels_;

@@ -15,11 +15,14 @@ constexpr uint32_t tag(const char (&letters)[5]) {
   return value;
 }
 
-// Fields in front of the image description.
+// Fields in front of the image description: version (2), matrix (36), size of the matte (4), its
+// rectangle (8), transfer mode (2), source rectangle (8), accuracy (4), size of the mask (4). Matte
+// and mask follow, when their sizes are not 0.
 constexpr size_t kMatrixAt = 2, kMatteBytesAt = 38, kSourceAt = 52, kMaskBytesAt = 64,
                  kHeadBytes = 68;
 
-// Fields of the image description, of which only these are looked at; others may follow.
+// Fields of the image description, of which only these are looked at; others may follow. Its size
+// of the data is not heeded: files say 0, or a byte too few, where the record's own size is right.
 constexpr size_t kCodecAt = 4, kWidthAt = 32, kHeightAt = 34, kXResolutionAt = 36,
                  kYResolutionAt = 40, kDepthAt = 82, kDescriptionBytes = 86;
 
@@ -29,6 +32,7 @@ int64_t load_fixed(const uint8_t* bytes) { return static_cast<int32_t>(load_be32
 
 // What a matrix that scales and moves makes of a rectangle; one that turns is not heeded.
 Rect transform(const Rect& rect, const uint8_t* matrix) {
+  // Nine longs, row by row; the third of each row, 2.30 numbers, is for perspective.
   constexpr size_t kA = 0, kB = 4, kC = 12, kD = 16, kTx = 24, kTy = 28;
   if (load_be32(matrix + kB) != 0 || load_be32(matrix + kC) != 0) return rect;
   const auto to = [](int64_t at, int64_t scale, int64_t shift) {
@@ -40,7 +44,8 @@ Rect transform(const Rect& rect, const uint8_t* matrix) {
   return {to(rect.top, d, ty), to(rect.left, a, tx), to(rect.bottom, d, ty), to(rect.right, a, tx)};
 }
 
-// A record that counts its bytes as they are taken.
+// A record that counts its bytes as they are taken. One that is shorter than its fields is
+// kSubtype: its end is known, and so where the picture goes on.
 class Record {
  public:
   Record(Stream& stream, uint64_t& left) : stream_(stream), left_(left) {}
@@ -110,6 +115,7 @@ Status read_quicktime(Stream& stream, uint64_t bytes, uint64_t file_bytes, Bitma
   if (codec == tag("jpeg")) {
     const Status status = rows.start_jpeg(left, file_bytes, bitmap);
     left = 0;  // what was not taken of it is the reader's to pass over
+    // A stream that is no good costs this record, not the picture around it.
     if (status == kBadData || status == kReadError || status == kSubtype) {
       TRY(rows.finish());
       return kSubtype;
@@ -122,6 +128,7 @@ Status read_quicktime(Stream& stream, uint64_t bytes, uint64_t file_bytes, Bitma
   }
   const Rect source = load_rect(&head[kSourceAt]);
   bitmap.source = intersect(source, bitmap.bounds);
+  // A source rectangle of zeros, or one that misses the picture, stands for all of it.
   if (bitmap.source.is_empty()) bitmap.source = bitmap.bounds;
   bitmap.destination = transform(source.is_empty() ? bitmap.bounds : source, &head[kMatrixAt]);
   return kOk;

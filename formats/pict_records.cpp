@@ -13,6 +13,7 @@ namespace {
 constexpr size_t kFrameAt = 2, kVersionAt = kFrameAt + kRectBytes, kPreamble = 512;
 constexpr uint32_t kVersion1 = 0x1101, kVersion2 = 0x001102FF;
 
+// Clip, BkPixPat to FillPixPat, OpEndPic, HeaderOp, CompressedQuickTime, UncompressedQuickTime.
 constexpr uint32_t kClip = 0x0001, kPatternFirst = 0x0012, kPatternLast = 0x0014,
                    kEndOfPicture = 0x00FF, kHeader = 0x0C00, kQuickTime = 0x8200,
                    kUncompressedQuickTime = 0x8201;
@@ -76,6 +77,8 @@ constexpr Rule kRules[] = {
     {0x00CF, Length::kFixed, 0},      {0x00FE, Length::kLongBehind, 4},
 };
 
+// Reserved opcodes beyond the table tell the length of their data by their higher byte, from 8100
+// on by a long in front (8000 to 80FF have none); so those of later systems can be passed over.
 Rule rule_of(uint32_t opcode) {
   if (opcode >= 0x8100) return {0xFFFF, Length::kLongBehind, 4};
   if (opcode >= 0x8000) return {0x80FF, Length::kFixed, 0};
@@ -108,9 +111,11 @@ bool find_length(const Rule& rule, std::span<const uint8_t> bytes, uint64_t& len
   return false;
 }
 
+// LongText, DHText, DVText, DHDVText.
 constexpr bool is_text(uint32_t opcode) { return opcode >= 0x28 && opcode <= 0x2B; }
 constexpr bool draws(uint32_t opcode) {
   const bool is_line = opcode >= 0x20 && opcode <= 0x23;
+  // Of the five verbs; opcodes that end in 5 to 7 and D to F are reserved.
   const bool is_shape = opcode >= 0x30 && opcode <= 0x8F && opcode % 8 <= 4;
   return is_line || is_text(opcode) || is_shape;
 }
@@ -118,6 +123,7 @@ constexpr bool draws(uint32_t opcode) {
 }  // namespace
 
 Status find_picture(std::span<const uint8_t> head, uint32_t& offset) {
+  // Bare first: in front of others stand zeros as a rule, which are no version.
   for (const size_t at : {size_t{0}, kPreamble}) {
     if (head.size() < at + kVersionAt + 4) return kBadData;
     const uint32_t version = load_be32(&head[at + kVersionAt]);
@@ -139,6 +145,8 @@ Status Records::start() {
   if (!header_.is_version2) return kOk;
   TRY(stream_.take(2, bytes));
 
+  // HeaderOp: version FFFE, a reserved word, hRes, vRes, srcRect, a reserved long; or FFFFFFFF and
+  // the frame in 16.16, which says nothing new. Others occur: some files have their length there.
   constexpr size_t kBytes = 2 + 24, kKind = 2, kHRes = 6, kVRes = 10, kOptimal = 14;
   constexpr uint32_t kExtended = 0xFFFE;
   bytes = stream_.peek(kBytes);
@@ -192,6 +200,8 @@ Status Records::take_record() {
   return take_data();
 }
 
+// Data beyond 64 KiB are passed over: those of state and drawings are counted by words, and cannot
+// be longer.
 Status Records::take_data() {
   const Rule rule = rule_of(opcode_);
   uint64_t length = 0;
@@ -221,6 +231,8 @@ Status Records::take_bitmap() {
   return kOk;
 }
 
+// Until something else is drawn, texts behind it may be the message that the decompressor is
+// missing: they are not shown, whether the picture could be read or not.
 Status Records::take_quicktime() {
   std::span<const uint8_t> bytes;
   TRY(stream_.take(4, bytes));
@@ -242,12 +254,14 @@ Status Records::take_quicktime() {
 
 // Records stand in this one; they are read as if they stood behind it.
 Status Records::enter_uncompressed() {
+  // The size, version (2), matrix (36), size of the matte (4), its rectangle (8).
   constexpr size_t kHeadBytes = 4 + 50, kMatteBytesAt = 4 + 38;
   std::span<const uint8_t> bytes;
   TRY(stream_.take(kHeadBytes, bytes));
   return stream_.skip(load_be32(&bytes[kMatteBytesAt]));
 }
 
+// A word of type, the old pattern; then a PixMap with its table and rows, or (type 2) a colour.
 Status Records::take_pixel_pattern() {
   constexpr size_t kOldAt = 2, kColorBytes = 6;
   constexpr uint32_t kPixelMap = 1;

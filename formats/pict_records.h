@@ -25,7 +25,7 @@ struct Header {
 // Where in a file that begins with `head` the picture does: behind 512 bytes of anything, or at
 // once, as in resources and on the clipboard. kBadData when there is none.
 Status find_picture(std::span<const uint8_t> head, uint32_t& offset);
-inline constexpr size_t kFindBytes = 526;
+inline constexpr size_t kFindBytes = 526;  // 512, size (2), frame (8), version (4)
 
 // Goes from record to record.
 class Records {
@@ -88,8 +88,8 @@ class Records {
   Region mask_;
   Region clip_;
   std::array<uint8_t, 8> old_pattern_ = {};
-  Rect quicktime_area_;  // where compressed pictures stand
-  bool expects_message_ = false;
+  Rect quicktime_area_;           // where compressed pictures stand
+  bool expects_message_ = false;  // texts belong to the compressed picture before them
 };
 
 }  // namespace tavo::pict

@@ -30,6 +30,7 @@ Rect unite(const Rect& a, const Rect& b) {
           std::max(a.right, b.right)};
 }
 
+// rgnSize, rgnBBox, lines. The size is not asked: `data` end where the record around them says.
 Status Region::take(std::span<const uint8_t> data) {
   constexpr size_t kBoxAt = 2, kLinesAt = kBoxAt + kRectBytes;
   if (data.size() < kLinesAt) return kBadData;
@@ -75,7 +76,8 @@ void RegionRows::toggle(int32_t x) {
   }
 }
 
-// The next line, if it is one of row `y` or above.
+// The next line, if it is one of row `y` or above: its row, points, 7FFF. A row of 7FFF ends the
+// lines, and so does the end of the data.
 bool RegionRows::take_line(int32_t y) {
   if (left_.size() < 2) return false;
   const int32_t row = load_word(left_.data());
@@ -97,6 +99,7 @@ std::span<const int32_t> RegionRows::row(int32_t y) {
   y_ = y;
   while (take_line(y)) {
   }
+  // A point without partner, which only damaged regions have, reaches to the box's right edge.
   size_t count = count_;
   if (count % 2 != 0) {
     points_[count] = std::max(box.right, points_[count - 1]);

@@ -9,7 +9,7 @@
 
 namespace tavo::pict {
 
-// Right and bottom are exclusive.
+// In the order of the file, four signed words; right and bottom are exclusive.
 struct Rect {
   int32_t top = 0;
   int32_t left = 0;

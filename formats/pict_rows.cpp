@@ -25,7 +25,8 @@ constexpr uint32_t kLeastDoubted = 201, kMostDoubted = 333;
 
 constexpr uint32_t kNoPacket = 128;  // a head byte that stands alone
 
-// What the packets of a row make; SIZE_MAX when the last one is not whole.
+// PackBits: a head of 0 to 127 has one literal more behind it, 129 to 255 repeats the next byte 257
+// less the head times. What the packets of a row make; SIZE_MAX when the last one is not whole.
 size_t unpacked_bytes(std::span<const uint8_t> packed) {
   size_t total = 0;
   while (!packed.empty()) {
@@ -118,6 +119,8 @@ void RowReader::start(const Bitmap& bitmap) {
   }
 }
 
+// Only rows that certainly do not fit the documents' rule are tried by the other one, and only
+// those that certainly fit that are read so: of a file that is cut the rule holds.
 void RowReader::choose_counts() {
   const bool is_doubted = packing_ != Packing::kWords && bitmap_->row_bytes >= kLeastDoubted &&
                           bitmap_->row_bytes <= kMostDoubted;
@@ -270,6 +273,8 @@ uint32_t RowReader::first() const {
   return static_cast<uint32_t>(bitmap_->source.top - bitmap_->bounds.top);
 }
 
+// Plain rows are stepped over at once, packed ones by their counts without unpacking; rows of a
+// JPEG stream have to be decoded.
 Status RowReader::skip(uint32_t count) {
   const uint32_t to = std::min(std::max(row_, first()) + count, rows_);
   if (packing_ == Packing::kPlain || packing_ == Packing::kTriples) {

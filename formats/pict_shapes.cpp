@@ -10,6 +10,8 @@ namespace tavo::pict {
 
 namespace {
 
+// Line has pnLoc and newPt, LineFrom newPt, ShortLine pnLoc, dh and dv (signed bytes),
+// ShortLineFrom dh and dv.
 constexpr uint32_t kLine = 0x20, kLineFrom = 0x21, kShortLine = 0x22, kLastLine = 0x23,
                    kLastText = 0x2B;
 
@@ -102,7 +104,8 @@ Status Player::draw_boxed(Verb verb, uint32_t kind) {
   return fill_shape(verb);
 }
 
-// Angles go to the right around, from the top.
+// Angles go to the right around, from the top, in degrees of a box that is square: 45 always points
+// to the corner. draw/ counts to the left, from the right. The angles are startAngle, arcAngle.
 Status Player::draw_arc(Verb verb, Place angles) {
   constexpr int32_t kDegree = kFullTurn / 360;
   const int32_t begin = angles.y % 360, turn = std::clamp(angles.x, -360, 360);
@@ -124,7 +127,7 @@ Status Player::draw_arc(Verb verb, Place angles) {
   return fill_shape(verb);
 }
 
-// Frames are lines from point to point.
+// Frames are lines from point to point. The record: polySize, polyBBox, points, row first.
 Status Player::draw_polygon(Verb verb) {
   constexpr size_t kPointsAt = 2 + kRectBytes, kPointBytes = 4;
   const auto data = polygon_.items();

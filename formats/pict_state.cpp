@@ -8,13 +8,16 @@ namespace tavo::pict {
 
 namespace {
 
+// BkPat, TxFont, TxFace, TxMode, SpExtra, PnSize, PnMode, PnPat, FillPat, OvSize, TxSize, FgColor,
+// BkColor, TxRatio, ChExtra, RGBFgCol, RGBBkCol.
 constexpr uint32_t kPaperPattern = 0x02, kFont = 0x03, kFace = 0x04, kTextMode = 0x05,
                    kSpaceExtra = 0x06, kPenSize = 0x07, kPenMode = 0x08, kPenPattern = 0x09,
                    kFillPattern = 0x0A, kOvalSize = 0x0B, kTextSize = 0x0D, kForeground = 0x0E,
                    kBackground = 0x0F, kTextRatio = 0x10, kCharacterExtra = 0x16,
                    kForegroundRgb = 0x1A, kBackgroundRgb = 0x1B;
 
-// The eight colours of the first QuickDraw, as its successor shows them.
+// The eight colours of the first QuickDraw, as its successor shows them. Any other number is black,
+// as 33 is.
 T_PaletteEntry old_color(uint32_t number) {
   constexpr struct {
     uint32_t number;

@@ -31,7 +31,8 @@ struct Pattern {
   void set(std::span<const uint8_t> rows);
 };
 
-// Transfer modes. Those of patterns are those of bitmaps and 8.
+// Transfer modes: srcCopy, srcOr, srcXor, srcBic are 0 to 3, the same with the source inverted 4 to
+// 7. Those of patterns are those of bitmaps and 8.
 enum class Mode : uint8_t { kCopy, kOr, kXor, kBic, kNothing };
 struct Transfer {
   Mode mode = Mode::kCopy;
@@ -67,6 +68,7 @@ struct Font {
   Place numerator = {1, 1};  // what text is stretched by
   Place denominator = {1, 1};
 };
+// Outline (8) and shadow (16) are left out: such letters are drawn plain.
 enum FaceBits : uint32_t {
   kBold = 1,
   kItalic = 2,

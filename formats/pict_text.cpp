@@ -34,6 +34,8 @@ int64_t stretched(int64_t length, int32_t numerator, int32_t denominator) {
 
 }  // namespace
 
+// LongText: txLoc, a count and so many characters; DHText: dh, DVText: dv, DHDVText: dh, dv (bytes,
+// 0 to 255, from where the last text began), then the same. The place is the base line's left end.
 Status Player::take_text() {
   auto data = records_.data();
   const uint32_t opcode = records_.opcode();
@@ -80,6 +82,7 @@ Status Player::draw_text(std::span<const uint8_t> text) {
   if ((font.face & kExtended) != 0) extra += unit;
   const int64_t space_extra = unit * font.space_extra >> 16;
 
+  // A byte counts the characters of a record, so there is room for all.
   uint8_t characters[UINT8_MAX];
   int32_t places[UINT8_MAX];
   for (size_t i = 0; i < text.size(); ++i) {

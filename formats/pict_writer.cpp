@@ -25,6 +25,7 @@ constexpr uint32_t kLongestRow = 16368;
 constexpr uint32_t kMostColumns24 = 4080;
 
 constexpr uint32_t kBandStep = 16;  // bands begin at multiples of it, so at whole bytes
+// Of 32767 columns of 24 bits: eight times 4080, the rest in two halves.
 constexpr size_t kMostBands = 10;
 
 // Rows of bands are kept until there are as many; those of narrow bands (see split()) all.
@@ -130,6 +131,8 @@ class Writer final : public io::RowWriter {
     return kept_.allocate(uint64_t{kept_most_} * row_bytes_);
   }
 
+  // picSize (low word, known at the end), picFrame; VersionOp, HeaderOp of the extended kind, whose
+  // resolution is that of the frame; then what QuickDraw's own pictures begin with.
   Status begin(const io::SaveRequest& request, const BitmapHandle&) {
     TRY(file_.create(request.name));
     TRY(file_.write_zeros(kPreamble));
@@ -182,7 +185,9 @@ class Writer final : public io::RowWriter {
     return written_ % 2 != 0 ? put(kPad) : kOk;
   }
 
-  // All up to the pixels of `rows` rows from row top_ on.
+  // All up to the pixels of `rows` rows from row top_ on: DirectBitsRect of pack type 4 for
+  // colours, BitsRect where rows are too short to be packed, else PackBitsRect, always with a
+  // PixMap.
   Status begin_bitmap(const Band& band, uint32_t rows) {
     TRY(align());
     Fields head;
