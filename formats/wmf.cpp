@@ -24,10 +24,13 @@ using process::RowDelivery;
 Status scan_file(io::InputFile& file, Records& records, uint32_t file_bytes, Contents& contents) {
   TRY(records.start(file_bytes));
   TRY(scan(file, records, contents));
+  // Only where nothing says a size: it plays all records once more.
   if (contents.has_no_window) TRY(measure(records, contents));
   if (contents.content == Content::kBitmap) return kOk;  // it has been found to be there
   TRY(formats::check_page(contents.width, contents.height, file_bytes));
+  // Pages of bitmaps alone keep their pixels, whatever T_SetDrawScale says.
   if (contents.content != Content::kDrawing) return kOk;
+  // Resolutions grow with the page, which stays as large in inches.
   const int32_t scale = formats::draw_scale(contents.screen_width, contents.screen_height);
   contents.width = contents.screen_width * scale;
   contents.height = contents.screen_height * scale;
@@ -44,6 +47,7 @@ process::SourcePicture describe(const Contents& contents) {
   picture.width = contents.width;
   picture.height = contents.height;
   if (contents.content != Content::kBitmap) picture.bits = 24;
+  // biXPelsPerMeter means nothing here: how large a bitmap is shown is the box's matter.
   picture.has_resolution = false;
   process::set_resolution(contents.x_resolution, contents.y_resolution, picture);
   return picture;
@@ -61,12 +65,14 @@ Status read_bitmap(Records& records, const Contents& contents, BitmapHandle& who
   TRY(records.go_to(contents.record));
   BitmapCall call;
   Bitmap bitmap;
+  // Both went well in the scan: only a failing read, or another file, ends here.
   if (!records.next() || !take_call(records, call)) return kReadError;
   ByteSource bytes(records);
   TRY(bytes.start());
   TRY(take_bitmap(bytes, records.left_in_file(), call.is_dib, call.has_indices, bitmap));
   const process::SourcePicture picture = bitmap.describe();
   TRY(core::init_bitmap(whole, picture.width, picture.height, picture.bits));
+  // Rows go to their places from the top, whichever end the file begins with.
   whole.ViewPerspective = 0;
   TRY(core::allocate_quietly(whole));
   core::access_bitmap(whole);
@@ -85,6 +91,7 @@ Status read_bitmap(Records& records, const Contents& contents, BitmapHandle& who
 }
 
 Status cut_out(const draw::Box& box, BitmapHandle& whole) {
+  // The box is within the bitmap: no other is the whole picture (Scanner::take_bitmap_record).
   if (box == draw::Box{0, 0, whole.Width, whole.Height}) return kOk;
   core::OwnedBitmap part;
   TRY(core::copy_bitmap_rect(
@@ -100,10 +107,12 @@ Status deliver_bitmap(Records& records, const Contents& contents, RowDelivery& r
   {
     const core::ProgressPart part(0, 50);
     TRY(read_bitmap(records, contents, *picture, status));
+    // Cut before it is turned: the box counts in the bitmap's own rows and columns.
     TRY(cut_out(contents.source, *picture));
     if (contents.is_mirrored) TRY(process::reverse_bitmap(*picture));
     if (contents.is_flipped) TRY(process::flip_bitmap(*picture));
   }
+  // Kept: a file that ends behind the bitmap is told as cut, though all of its rows are there.
   if (status.ok() && contents.is_cut) status = kReadError;
   const core::ProgressPart part(50, 100);
   TRY(rows.start());
@@ -144,6 +153,8 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
   const process::SourcePicture picture = describe(contents);
   RowDelivery rows(picture, *bitmap, sink, bits_per_pixel, context);
   if (contents.content == Content::kBitmap) return deliver_bitmap(records, contents, rows);
+  // Thin pens and the cells of hatches grow with the page. One of bitmaps alone may be smaller than
+  // the screen's.
   const int32_t scale = std::max(contents.width / contents.screen_width, 1);
   return formats::deliver_page(picture, rows, [&](draw::Painter& painter, int32_t factor) {
     return Player(records, painter, scale * factor).play(contents);

@@ -16,6 +16,9 @@ namespace {
 
 // Where the parameters of a record are, in words; [MS-WMF] 2.3.1. Places that a record does not
 // have are those of others that mean the same.
+// BITBLT, DIBBITBLT and SETDIBTODEV do not scale, and so name one size for source and target.
+// ScanCount and StartScan of the last (2.3.1.4) are not looked at: a bitmap sent in bands counts as
+// whole each time.
 struct Layout {
   uint16_t function;
   uint8_t words;
@@ -28,12 +31,12 @@ struct Layout {
 };
 
 constexpr Layout kLayouts[] = {
-    {kBitBlt, 8, 0, -1, 3, 2, 5, 4, 7, 6, 5, 4, false, false},
-    {kDibBitBlt, 8, 0, -1, 3, 2, 5, 4, 7, 6, 5, 4, true, false},
-    {kStretchBlt, 10, 0, -1, 5, 4, 3, 2, 9, 8, 7, 6, false, false},
-    {kDibStretchBlt, 10, 0, -1, 5, 4, 3, 2, 9, 8, 7, 6, true, false},
-    {kSetDibToDev, 9, -1, 0, 4, 3, 6, 5, 8, 7, 6, 5, true, true},
-    {kStretchDib, 11, 0, 2, 6, 5, 4, 3, 10, 9, 8, 7, true, true},
+    {kBitBlt, 8, 0, -1, 3, 2, 5, 4, 7, 6, 5, 4, false, false},         // 2.3.1.1
+    {kDibBitBlt, 8, 0, -1, 3, 2, 5, 4, 7, 6, 5, 4, true, false},       // 2.3.1.2
+    {kStretchBlt, 10, 0, -1, 5, 4, 3, 2, 9, 8, 7, 6, false, false},    // 2.3.1.5
+    {kDibStretchBlt, 10, 0, -1, 5, 4, 3, 2, 9, 8, 7, 6, true, false},  // 2.3.1.3
+    {kSetDibToDev, 9, -1, 0, 4, 3, 6, 5, 8, 7, 6, 5, true, true},      // 2.3.1.4
+    {kStretchDib, 11, 0, 2, 6, 5, 4, 3, 10, 9, 8, 7, true, true},      // 2.3.1.6
 };
 
 const Layout* layout_of(uint16_t function) {
@@ -54,6 +57,7 @@ Status parse_old_header(std::span<const uint8_t> bytes, dib::Header& header) {
   header.is_top_down = true;
   header.table_offset = kOldHeaderBytes;
   if (bytes[8] != 1 || bytes[9] != 1) return kSubtype;  // colours of a device that nobody knows
+  // WidthBytes is even in [MS-WMF]; any that has room for the pixels is believed.
   const auto needed = static_cast<uint32_t>((header.width + 7) / 8);
   return header.width == 0 || header.height == 0 || header.line_bytes < needed ? kBadData : kOk;
 }
@@ -61,11 +65,14 @@ Status parse_old_header(std::span<const uint8_t> bytes, dib::Header& header) {
 // Whether the file can have the picture: of plain rows most must be there.
 Status check_size(const dib::Header& header, uint64_t bytes) {
   const auto height = static_cast<uint32_t>(header.height);
+  // For either kind the file is too short, not wrong: kReadError.
   if (header.coding != dib::Coding::kNone) {
     const Status status =
         formats::check_plausible(formats::Density::kRuns, header.line_bytes, height, bytes);
     return status.ok() ? kOk : kReadError;
   }
+  // Strictly, cut files would lose the rows that they have: of more than 64 KiB a sixteenth will
+  // do.
   constexpr uint64_t kSmall = 1 << 16, kMostMissing = 16;
   const uint64_t size = uint64_t{header.line_bytes} * height;
   return size <= kSmall + kMostMissing * bytes ? kOk : kReadError;
@@ -118,6 +125,7 @@ process::SourcePicture Bitmap::describe() const {
   picture.storage_kind = T_FORMAT_WMF;
   picture.view_perspective = 0;
   picture.order = T_ORDER_BGR;
+  // GDI's calls know neither alpha nor profiles, whatever the bitmap's header has.
   picture.extras = 0;
   std::ranges::copy(palette, picture.palette);
   if (picture.colors == 0) return picture;
@@ -137,6 +145,8 @@ Status take_bitmap(ByteSource& source, uint64_t bytes, bool is_dib, bool has_ind
     TRY(dib::parse_header(source.window(), header));
   }
   TRY(check_size(header, bytes));
+  // DIB_PAL_COLORS ([MS-WMF] 2.1.1.6): words that count in the palette selected. Palettes are not
+  // kept; kept: greys in the order of the indices stand for it.
   const uint32_t entry_bytes = has_indices ? 2 : header.entry_bytes;
   const size_t table_bytes = size_t{header.table_entries} * entry_bytes;
   TRY(look_ahead(source, header.table_offset + table_bytes));

@@ -19,15 +19,18 @@ namespace tavo::wmf {
 
 // A record that puts a bitmap somewhere, or only a brush.
 struct BitmapCall {
+  // By the third byte of a TernaryRasterOperation ([MS-WMF] 2.1.1.31), which is its table.
   draw::RasterOp operation = draw::kCopySource;
   bool has_bitmap = true;
   bool is_dib = true;          // not the older kind, which knows no colours
   bool has_indices = false;    // instead of a colour table, into a palette that nobody has
   bool is_from_below = false;  // source rows count from the lower edge of bottom-up bitmaps
+  // Lengths below 0 mirror; those of source and window cancel each other out.
   int32_t source_x = 0, source_y = 0, source_width = 0, source_height = 0;
   int32_t x = 0, y = 0, width = 0, height = 0;  // in the window
 };
 
+// Of the six records of [MS-WMF] 2.3.1.
 bool is_bitmap_function(uint16_t function);
 
 // Takes the parameters of such a record up to the bitmap; false when it has fewer.
@@ -42,6 +45,7 @@ struct Bitmap {
 
 // Takes all but the pixels of a bitmap of which the file has `bytes`. kSubtype for codings that are
 // not read, kReadError where the file has no such picture.
+// `source` stands in front of the pixels afterwards.
 Status take_bitmap(ByteSource& source, uint64_t bytes, bool is_dib, bool has_indices,
                    Bitmap& bitmap);
 
@@ -49,6 +53,7 @@ Status take_bitmap(ByteSource& source, uint64_t bytes, bool is_dib, bool has_ind
 Status source_box(const BitmapCall& call, const Bitmap& bitmap, draw::Box& box);
 
 // Rows in the order of the file.
+// start(), then next() or next_colors() for each row. `bitmap` and `source` outlive it.
 class BitmapRows {
  public:
   BitmapRows(const Bitmap& bitmap, ByteSource& source)

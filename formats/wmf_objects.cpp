@@ -16,6 +16,8 @@ Object take_pen(Records& records) {
   std::array<uint8_t, 10> bytes;
   if (!records.take(bytes)) return OtherObject{};
   PenObject pen;
+  // PenStyle (2.1.1.23): the line in the low four bits, above them ends and joins, which are round
+  // here whatever they say.
   pen.style = load_le16(&bytes[0]) & 0x0F;
   pen.width = std::abs(int32_t{static_cast<int16_t>(load_le16(&bytes[2]))});
   pen.color = color_of(load_le32(&bytes[6]));
@@ -42,11 +44,14 @@ Object take_font(Records& records) {
   FontObject font;
   font.height = words[0];
   font.width = std::abs(int32_t{words[1]});
+  // The orientation of single letters counts as this, as in GDI's compatible mode.
   font.escapement = words[2];
   font.weight = words[4];
   font.is_italic = flags[0] != 0;
   font.is_underlined = flags[1] != 0;
   font.is_struck_out = flags[2] != 0;
+  // CharSet, the first of the other flags, would not do: Wingdings is SYMBOL_CHARSET (2.1.1.5),
+  // too. Facename has up to 32 bytes; all that begin so count.
   font.is_symbol = records.take(std::span(flags).subspan(3)) && records.take(name) &&
                    std::memcmp(name.data(), "Symbol", name.size()) == 0;
   return font;
@@ -88,6 +93,7 @@ bool Objects::take(Records& records, Status& status) {
       made = take_pattern(records, false);
       break;
     case kCreateRegion:
+      // Read when it is used: it lies in units of the window in force then.
       made = RegionObject{records.position()};
       break;
     case kCreatePalette:

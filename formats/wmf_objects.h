@@ -16,6 +16,7 @@ struct RegionObject {
   uint64_t position = 0;
 };
 // What takes a place in the table and means nothing here: palettes.
+// Without it the numbers of all that are made behind would be others'.
 struct OtherObject {};
 
 using Object =
@@ -24,6 +25,7 @@ using Object =
 class Objects {
  public:
   // More than programs make; what comes behind cannot be selected.
+  // NumberOfObjects of the header ([MS-WMF] 2.3.2.2) is not relied on.
   static constexpr size_t kMost = 1 << 13;
 
   // A record that makes an object, which takes the lowest free number ([MS-WMF] 3.1.4.1); false
@@ -31,7 +33,9 @@ class Objects {
   bool take(Records& records, Status& status);
 
   // Null when there is none of that number.
+  // The pointer holds until the next take() or remove().
   const Object* find(int32_t number) const;
+  // What is selected stays so: states have copies.
   void remove(int32_t number);
 
  private:

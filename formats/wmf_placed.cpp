@@ -32,6 +32,7 @@ Status Player::take_bitmap_record() {
   bool is_mirrored = false, is_flipped = false;
   side(from.x, to.x, pixel(), target.left, target.right, is_mirrored);
   side(from.y, to.y, pixel(), target.top, target.bottom, is_flipped);
+  // What the band at hand does not show is not decoded.
   if (common(target, painter_.canvas().clip_box()).is_empty()) return kOk;
   if (call.has_bitmap) return place(call, target, is_mirrored, is_flipped);
   draw::Brush brush;
@@ -48,10 +49,12 @@ Status Player::place(const BitmapCall& call, const draw::Box& target, bool is_mi
       take_bitmap(bytes, records_.left_in_file(), call.is_dib, call.has_indices, bitmap);
   if (status == kNoMemory) return status;
   draw::Placement placement;
+  // Kept: a bitmap that cannot be read is passed over, and the rest of the page drawn.
   if (!status.ok() || !source_box(call, bitmap, placement.source).ok()) return kOk;
   placement.target = target;
   placement.is_mirrored = is_mirrored != (call.source_width < 0);
   placement.is_flipped = is_flipped != (call.source_height < 0);
+  // Operations that mix in a pattern get the brush's colour, be it hatched or a bitmap.
   const draw::Brush brush = draw::solid(states_.now.brush.color);
   draw::PlacedPicture placed(painter_.canvas(), placement, call.operation, brush);
   TRY(placed.start(bitmap.header.width));
@@ -59,6 +62,7 @@ Status Player::place(const BitmapCall& call, const draw::Box& target, bool is_mi
   TRY(rows.start());
   for (int32_t i = 0; i < bitmap.header.height; ++i) {
     TRY(painter_.canvas().spend(bitmap.header.width));
+    // Rows that were there stay drawn; that the file ends in them, Records::next tells.
     if (!rows.next_colors().ok()) return records_.failure();
     TRY(placed.put_row(rows.place(i), rows.colors()));
   }
@@ -77,13 +81,16 @@ Status Player::take_pattern_fill() {
 }
 
 Status Player::load_tile(const BrushObject& brush) {
+  // One brush, as a rule, serves many fills. Position 0, which no record has, is no brush.
   if (tile_of_ == brush.pattern) return kOk;
   tile_of_ = brush.pattern;
   tile_width_ = tile_height_ = 0;
   return records_.elsewhere(brush.pattern, [&](ByteSource& bytes) {
     Bitmap bitmap;
     const Status status = take_bitmap(bytes, brush.pattern_bytes, brush.is_dib, false, bitmap);
+    // A brush that cannot be read draws nothing: it has no tile.
     if (!status.ok()) return status == kNoMemory ? status : kOk;
+    // A pointer of four bytes and eighteen reserved ones ([MS-WMF] 2.3.4.4).
     constexpr uint64_t kReservedBytes = 22;  // behind the older header
     if (!brush.is_dib && !bytes.skip(kReservedBytes).ok()) return kOk;
     BitmapRows rows(bitmap, bytes);

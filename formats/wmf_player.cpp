@@ -13,6 +13,8 @@ Status Player::play(const Contents& contents) {
   mapping.height = canvas.height() * draw::kSubpixels;
   mapping.pixel_width = contents.screen_width;
   mapping.pixel_height = contents.screen_height;
+  // The window until a record sets one: the placeable box; else, without any, units that are
+  // pixels.
   if (header.is_placeable) {
     mapping.x_origin = header.left;
     mapping.y_origin = header.top;
@@ -36,8 +38,10 @@ Status measure(Records& records, Contents& contents) {
   canvas.start_noting(kSide, kSide);
   draw::Painter painter(canvas);
   contents.screen_width = contents.screen_height = kSide;
+  // Positions of both signs fit: 0 is in the middle of the largest page there is.
   contents.corner = {-kMiddle, -kMiddle};
   const Status status = Player(records, painter, 1).play(contents);
+  // kBadData: more work than a page is allowed (Canvas::spend).
   const bool has_page = status != kBadData && !canvas.noted().is_empty();
   const draw::Box box = has_page ? canvas.noted() : draw::Box{0, 0, 1, 1};
   contents.corner = {box.left - kMiddle, box.top - kMiddle};
@@ -50,6 +54,7 @@ Status measure(Records& records, Contents& contents) {
 
 Status Player::take() {
   Status status = kOk;
+  // First of all: each object takes its number, whatever becomes of it.
   if (objects_.take(records_, status)) return status;
   switch (records_.function()) {
     case kPolygon:
@@ -87,6 +92,7 @@ Status Player::take() {
 }
 
 Status Player::take_state() {
+  // SETBKMODE and its like have an optional second word, reserved. Words that a record lacks are 0.
   std::array<int16_t, 4> words = {};
   const auto count = static_cast<size_t>(std::min<uint64_t>(records_.left() / 2, words.size()));
   if (!records_.take(std::span(words).first(count))) return kOk;
@@ -95,6 +101,7 @@ Status Player::take_state() {
       return states_.save();
     case kRestoreDc:
       TRY(states_.restore(words[0]));
+      // The clip is part of what is saved.
       return apply_clip();
     case kSelectObject:
       return select(words[0]);
@@ -108,9 +115,11 @@ Status Player::take_state() {
 }
 
 Status Player::select(int32_t number) {
+  // Numbers that name nothing leave what is selected.
   const Object* const object = objects_.find(number);
   if (object == nullptr) return kOk;
   State& now = states_.now;
+  // Copied: an object may be deleted while it is selected, and stays in force.
   if (const auto* const pen = std::get_if<PenObject>(object)) now.pen = *pen;
   if (const auto* const brush = std::get_if<BrushObject>(object)) now.brush = *brush;
   if (const auto* const font = std::get_if<FontObject>(object)) now.font = *font;
@@ -150,6 +159,7 @@ Status Player::take_clip() {
     if (region != nullptr) TRY(read_region(*region, states_.clip));
     return apply_clip();
   }
+  // Without a clip, all of the page is what these records narrow or move.
   if (!now.has_clip) TRY(states_.clip.assign(page));
   now.has_clip = true;
   if (records_.function() == kOffsetClipRegion) {
@@ -176,6 +186,7 @@ draw::Box Player::box_at(int32_t left, int32_t top, int32_t right, int32_t botto
 
 draw::Pen Player::pen() const {
   const Mapping& mapping = states_.now.mapping;
+  // A width of 0 is a pixel; none is less.
   return draw::Pen::round(std::max(mapping.length_x(states_.now.pen.width), pixel()));
 }
 
@@ -184,22 +195,24 @@ draw::Dashes Player::dashes() const {
   static constexpr uint8_t kDash[] = {18, 6}, kDot[] = {3, 3}, kDashDot[] = {9, 6, 3, 6};
   static constexpr uint8_t kDashDotDot[] = {9, 3, 3, 3, 3, 3};
   const PenObject& pen = states_.now.pen;
+  // Wide, as draw::Pen::round has it: a pixel and a half or more.
   if (2 * states_.now.mapping.length_x(pen.width) >= 3 * pixel()) return {};
   switch (pen.style) {
     case 1:
-      return kDash;
+      return kDash;  // PS_DASH ([MS-WMF] 2.1.1.23)
     case 2:
-      return kDot;
+      return kDot;  // PS_DOT
     case 3:
-      return kDashDot;
+      return kDashDot;  // PS_DASHDOT
     case 4:
-      return kDashDotDot;
+      return kDashDotDot;  // PS_DASHDOTDOT
     default:
       return {};
   }
 }
 
 Status Player::make_brush(const BrushObject& object, draw::Brush& brush) {
+  // BrushStyle ([MS-WMF] 2.1.1.4): BS_NULL, BS_HATCHED; all others without a bitmap are solid.
   constexpr uint16_t kNull = 1, kHatched = 2;
   brush.color = object.color;
   brush.cell = scale_;
@@ -213,7 +226,7 @@ Status Player::make_brush(const BrushObject& object, draw::Brush& brush) {
     brush.kind = draw::Brush::Kind::kNone;
   } else if (object.style == kHatched) {
     brush.kind = draw::Brush::Kind::kBits;
-    brush.bits = draw::hatch_bits(object.hatch);
+    brush.bits = draw::hatch_bits(object.hatch);  // HatchStyle, 2.1.1.12
     brush.background = states_.now.background;
     brush.is_transparent = !states_.now.is_opaque;
   }

@@ -17,6 +17,8 @@
 
 namespace tavo::wmf {
 
+// One for each band: states and objects begin as GDI has them, and play() goes through all records.
+// `records` and `painter` outlive it.
 class Player {
  public:
   // `scale`: of the page's pixels one at 96 per inch takes so many in both directions.
@@ -28,6 +30,8 @@ class Player {
   Status play(const Contents& contents);
 
  private:
+  // Those named take_ do one record each. Records with fewer parameters than theirs are passed
+  // over; anything but kOk ends the page.
   Status take();
   Status take_state();
   Status take_clip();
@@ -74,6 +78,7 @@ class Player {
   draw::Box box_at(int32_t left, int32_t top, int32_t right, int32_t bottom) const;
   int32_t pixel() const { return draw::kSubpixels * scale_; }
 
+  // PS_NULL and PS_INSIDEFRAME ([MS-WMF] 2.1.1.23).
   static constexpr uint16_t kNullPen = 5, kInsideFrame = 6;
 
   Records& records_;

@@ -12,6 +12,8 @@ namespace {
 // Offsets in the placeable header ([MS-WMF] 2.3.2.3). Its checksum is not looked at: many programs
 // write a wrong one.
 constexpr size_t kBox = 6, kInch = 14;
+// Twips, which [MS-WMF] calls the convention. Refused instead, such files would not be shown at
+// all.
 constexpr int32_t kUsualInch = 1440;  // where the header has 0
 
 int16_t signed_word(const uint8_t* bytes) { return static_cast<int16_t>(load_le16(bytes)); }
@@ -19,6 +21,8 @@ int16_t signed_word(const uint8_t* bytes) { return static_cast<int16_t>(load_le1
 // The header of every metafile ([MS-WMF] 2.3.2.2). Behind a placeable header it is only asked for
 // its size: sizes of the file and of its largest record are wrong in many.
 bool is_metafile(const uint8_t* header) {
+  // MetafileType (2.1.1.18): 1 in memory, 2 on disk. MetafileVersion (2.1.1.19): 0x0300 has
+  // device-independent bitmaps, 0x0100 has not. The last word, NumberOfMembers, is 0 in all.
   const uint32_t type = load_le16(header), version = load_le16(header + 4);
   return (type == 1 || type == 2) && load_le16(header + 2) == kHeaderBytes / 2 &&
          (version == 0x0100 || version == 0x0300) && load_le16(header + 16) == 0;
@@ -30,6 +34,7 @@ Status parse_header(std::span<const uint8_t> bytes, Header& header) {
   header.is_placeable = bytes.size() >= 4 && load_le32(bytes.data()) == kPlaceableKey;
   header.first_record = kHeaderBytes;
   if (!header.is_placeable) {
+    // There is no signature: the first record has to look like one, too.
     const bool is_mine = bytes.size() >= kHeaderBytes + kHeadBytes && is_metafile(bytes.data()) &&
                          load_le32(&bytes[kHeaderBytes]) >= kHeadBytes / 2;
     return is_mine ? kOk : kBadData;
@@ -56,6 +61,8 @@ Status Records::go_to(uint64_t position) {
   return kOk;
 }
 
+// A record that goes on behind the end of the file is still handed out, and what there is of it;
+// the call after it finds the file cut.
 bool Records::next() {
   const bool is_whole = left_in_file() == left_;
   if (!bytes_.skip(left_).ok() || !is_whole) {
@@ -72,6 +79,8 @@ bool Records::next() {
   }
   const uint64_t words = load_le32(head.data());
   function_ = load_le16(&head[4]);
+  // Kept: a size below three words ends the file as a last record does, what was there before being
+  // shown. Nothing behind it can be found.
   if (words < kHeadBytes / 2 || function_ == kEof) return false;
   size_ = left_ = 2 * words - kHeadBytes;
   return true;

@@ -12,67 +12,69 @@
 
 namespace tavo::wmf {
 
-inline constexpr uint32_t kPlaceableKey = 0x9AC6CDD7;
-inline constexpr uint32_t kPlaceableBytes = 22;
-inline constexpr uint32_t kHeaderBytes = 18;
-inline constexpr uint32_t kHeadBytes = 6;  // of a record: size in words, function
+inline constexpr uint32_t kPlaceableKey = 0x9AC6CDD7;  // Aldus; the bytes D7 CD C6 9A
+inline constexpr uint32_t kPlaceableBytes = 22;        // META_PLACEABLE, 2.3.2.3
+inline constexpr uint32_t kHeaderBytes = 18;           // META_HEADER, 2.3.2.2
+inline constexpr uint32_t kHeadBytes = 6;              // of a record: size in words, function
 
 // Functions ([MS-WMF] 2.1.1.1). The high byte of most is how many words of parameters there are.
+// Behind each, its section and its parameters in the order of the file, for most the reverse of
+// that of the call: words with a sign unless said otherwise.
 enum Function : uint16_t {
-  kEof = 0x0000,
-  kSaveDc = 0x001E,
-  kCreatePalette = 0x00F7,
-  kSetBkMode = 0x0102,
-  kSetMapMode = 0x0103,
-  kSetRop2 = 0x0104,
-  kSetPolyFillMode = 0x0106,
-  kSetStretchMode = 0x0107,
-  kRestoreDc = 0x0127,
-  kInvertRegion = 0x012A,
-  kPaintRegion = 0x012B,
-  kSelectClipRegion = 0x012C,
-  kSelectObject = 0x012D,
-  kSetTextAlign = 0x012E,
-  kDibCreatePatternBrush = 0x0142,
-  kDeleteObject = 0x01F0,
-  kCreatePatternBrush = 0x01F9,
-  kSetBkColor = 0x0201,
-  kSetTextColor = 0x0209,
-  kSetTextJustification = 0x020A,
-  kSetWindowOrg = 0x020B,
-  kSetWindowExt = 0x020C,
-  kOffsetWindowOrg = 0x020F,
-  kLineTo = 0x0213,
-  kMoveTo = 0x0214,
-  kOffsetClipRegion = 0x0220,
-  kFillRegion = 0x0228,
-  kCreatePen = 0x02FA,
-  kCreateFont = 0x02FB,
-  kCreateBrush = 0x02FC,
-  kPolygon = 0x0324,
-  kPolyline = 0x0325,
-  kScaleWindowExt = 0x0410,
-  kExcludeClipRect = 0x0415,
-  kIntersectClipRect = 0x0416,
-  kEllipse = 0x0418,
-  kRectangle = 0x041B,
-  kSetPixel = 0x041F,
-  kFrameRegion = 0x0429,
-  kTextOut = 0x0521,
-  kPolyPolygon = 0x0538,
-  kRoundRect = 0x061C,
-  kPatBlt = 0x061D,
-  kCreateRegion = 0x06FF,
-  kArc = 0x0817,
-  kPie = 0x081A,
-  kChord = 0x0830,
-  kBitBlt = 0x0922,
-  kDibBitBlt = 0x0940,
-  kExtTextOut = 0x0A32,
-  kStretchBlt = 0x0B23,
-  kDibStretchBlt = 0x0B41,
-  kSetDibToDev = 0x0D33,
-  kStretchDib = 0x0F43,
+  kEof = 0x0000,                    // 2.3.2.1: the last record, three words
+  kSaveDc = 0x001E,                 // 2.3.5.11: none
+  kCreatePalette = 0x00F7,          // 2.3.4.3: a Palette (2.2.1.3)
+  kSetBkMode = 0x0102,              // 2.3.5.15: MixMode (2.1.1.20); a second word is optional
+  kSetMapMode = 0x0103,             // 2.3.5.17: MapMode (2.1.1.16)
+  kSetRop2 = 0x0104,                // 2.3.5.22: BinaryRasterOperation (2.1.1.2), 1 to 16
+  kSetPolyFillMode = 0x0106,        // 2.3.5.20: PolyFillMode (2.1.1.25)
+  kSetStretchMode = 0x0107,         // 2.3.5.23: StretchMode (2.1.1.30); is only written
+  kRestoreDc = 0x0127,              // 2.3.5.10: which state, see States::restore
+  kInvertRegion = 0x012A,           // 2.3.3.9: number of a region
+  kPaintRegion = 0x012B,            // 2.3.3.11: number of a region
+  kSelectClipRegion = 0x012C,       // 2.3.4.9: number of a region
+  kSelectObject = 0x012D,           // 2.3.4.10: number of any object but a palette
+  kSetTextAlign = 0x012E,           // 2.3.5.24: flags (2.1.2.3)
+  kDibCreatePatternBrush = 0x0142,  // 2.3.4.8: style, ColorUsage, bitmap
+  kDeleteObject = 0x01F0,           // 2.3.4.7: number
+  kCreatePatternBrush = 0x01F9,     // 2.3.4.4: Bitmap16 (2.2.2.1), reserved bytes, rows
+  kSetBkColor = 0x0201,             // 2.3.5.14: ColorRef (2.2.2.8)
+  kSetTextColor = 0x0209,           // 2.3.5.26: ColorRef
+  kSetTextJustification = 0x020A,   // 2.3.5.27; passed over
+  kSetWindowOrg = 0x020B,           // 2.3.5.31: y, x
+  kSetWindowExt = 0x020C,           // 2.3.5.30: height, width
+  kOffsetWindowOrg = 0x020F,        // 2.3.5.7: y, x
+  kLineTo = 0x0213,                 // 2.3.3.10: y, x
+  kMoveTo = 0x0214,                 // 2.3.5.4: y, x
+  kOffsetClipRegion = 0x0220,       // 2.3.5.5: y, x
+  kFillRegion = 0x0228,             // 2.3.3.6: numbers of a region and a brush
+  kCreatePen = 0x02FA,              // 2.3.4.5: Pen (2.2.1.4)
+  kCreateFont = 0x02FB,             // 2.3.4.2: Font (2.2.1.2)
+  kCreateBrush = 0x02FC,            // 2.3.4.1: LogBrush (2.2.2.10)
+  kPolygon = 0x0324,                // 2.3.3: count, points, x before y (2.2.2.16)
+  kPolyline = 0x0325,               // the same
+  kScaleWindowExt = 0x0410,         // 2.3.5.13: of y divisor and factor, of x likewise
+  kExcludeClipRect = 0x0415,        // 2.3.5.2: bottom, right, top, left
+  kIntersectClipRect = 0x0416,      // 2.3.5.3: the same
+  kEllipse = 0x0418,                // 2.3.3.3: bottom, right, top, left
+  kRectangle = 0x041B,              // 2.3.3.17: the same
+  kSetPixel = 0x041F,               // 2.3.3.19: ColorRef, y, x
+  kFrameRegion = 0x0429,            // 2.3.3.8: region, brush, height, width
+  kTextOut = 0x0521,                // 2.3.3.20: length, characters, y, x
+  kPolyPolygon = 0x0538,            // 2.3.3.16: PolyPolygon (2.2.2.17)
+  kRoundRect = 0x061C,              // 2.3.3.18: height and width of the corners, box
+  kPatBlt = 0x061D,                 // 2.3.3.12: raster operation (4 bytes), box
+  kCreateRegion = 0x06FF,           // 2.3.4.6: Region (2.2.1.5)
+  kArc = 0x0817,                    // 2.3.3.1: where it ends, where it begins, box
+  kPie = 0x081A,                    // 2.3.3.13: the same
+  kChord = 0x0830,                  // 2.3.3.2: the same
+  kBitBlt = 0x0922,                 // 2.3.1.1; where words are: wmf_bitmaps.cpp
+  kDibBitBlt = 0x0940,              // 2.3.1.2
+  kExtTextOut = 0x0A32,             // 2.3.3.5: y, x, length, options, box, characters, widths
+  kStretchBlt = 0x0B23,             // 2.3.1.5
+  kDibStretchBlt = 0x0B41,          // 2.3.1.3
+  kSetDibToDev = 0x0D33,            // 2.3.1.4
+  kStretchDib = 0x0F43,             // 2.3.1.6
 };
 
 // What parse_header accepted.
@@ -90,6 +92,10 @@ inline constexpr size_t kMostHeaderBytes = kPlaceableBytes + kHeaderBytes + kHea
 // begins as a placeable file and ends.
 Status parse_header(std::span<const uint8_t> bytes, Header& header);
 
+// Used in this order: start() once, go_to() the first record, then next() until it is false, with
+// take() or a ByteSource on this object for what a record has. go_to() begins again, as often as
+// wanted. Records may claim any length up to 8 GiB: positions have 64 bits, and nothing is set
+// aside by what one claims.
 class Records {
  public:
   explicit Records(io::InputFile& file) : file_(file), bytes_(file) {}
@@ -105,6 +111,7 @@ class Records {
   // The next record; false behind the last one. What is left of the one before is skipped.
   bool next();
 
+  // Of the record at hand; kEof before the first one.
   uint16_t function() const { return function_; }
   // Where it begins, and how many bytes of parameters it says that it has.
   uint64_t record() const { return record_; }
@@ -143,6 +150,7 @@ class Records {
   }
 
  private:
+  // A header with 256 colours, and rows: what patterns and regions take.
   static constexpr size_t kAsideBytes = 4096;
 
   io::InputFile& file_;

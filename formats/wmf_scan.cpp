@@ -15,13 +15,17 @@ namespace {
 constexpr int64_t kScreenDotsPerInch = 96;
 
 // While the file is looked through, the frame is this far in both directions.
+// 256 and more for each unit of the widest window, of 65535, and far from draw::kFarthest.
 constexpr int32_t kFrame = 1 << 24;
+// Asked exactly, bitmaps that miss the window by what a program rounded would come as a page at 96
+// per inch instead of their own pixels.
 constexpr int32_t kMayMiss = kFrame / 100;  // of a picture that still counts as the whole one
 
 constexpr int64_t divided(int64_t a, int64_t b) { return (a + b / 2) / b; }
 
 // A record that leaves something on the page.
 bool is_drawing(uint16_t function) {
+  // Flood fills and escapes are missing: nothing draws them.
   constexpr uint16_t kDrawing[] = {
       kInvertRegion, kPaintRegion, kFillRegion, kFrameRegion, kLineTo,  kPolygon,
       kPolyline,     kEllipse,     kRectangle,  kSetPixel,    kTextOut, kPolyPolygon,
@@ -52,6 +56,7 @@ class Scanner {
     mapping.y_origin = header.top;
     mapping.x_extent = header.right - header.left;
     mapping.y_extent = header.bottom - header.top;
+    // Either side of the box may be the larger one; the page has the lengths alone.
     const auto pixels = [&](int32_t units) {
       return divided(std::abs(int64_t{units}) * kScreenDotsPerInch, header.units_per_inch);
     };
@@ -80,6 +85,7 @@ class Scanner {
     if (function == kRestoreDc) return states_.restore(words[0]);
     states_.take(function, words);
     const bool is_extent = function == kSetWindowExt && words[0] != 0 && words[1] != 0;
+    // Of several windows the first is the page; later ones stretch parts of a drawing over it.
     if (is_extent && !has_screen_) {
       set_screen(std::abs(int32_t{words[1]}), std::abs(int32_t{words[0]}));
     }
@@ -102,6 +108,7 @@ class Scanner {
         take_bitmap(bytes, records_.left_in_file(), call.is_dib, call.has_indices, bitmap);
     if (status == kNoMemory) return status;
     TRY(records_.failure());
+    // Passed over here as the player does, so that both agree about what the file shows.
     if (!status.ok() || !source_box(call, bitmap, source).ok()) return kOk;
     ++bitmaps_;
     drawings_before_ = drawings_;
@@ -110,6 +117,7 @@ class Scanner {
     contents_.record = record;
     contents_.bitmap = bitmap;
     contents_.source = source;
+    // What mixes with the page, or has pixels from outside of the bitmap, must be drawn.
     is_whole_ = covers_frame(call) && call.operation == draw::kCopySource &&
                 common(source, {0, 0, bitmap.header.width, bitmap.header.height}) == source;
     return kOk;
@@ -153,6 +161,7 @@ class Scanner {
     if (bitmaps_ + drawings_ == 0) return;
     contents_.has_no_window = !has_screen_;
     if (!has_screen_) return;
+    // What is drawn in front of a bitmap that covers the page is not seen.
     const bool nothing_behind = drawings_ == drawings_before_;
     const bool has_ratio = page_width_ > 0 && page_height_ > 0 &&
                            std::max(page_width_, page_height_) <= draw::kLargestSide;
@@ -172,6 +181,7 @@ class Scanner {
 
   void set_resolution() {
     const Header& header = contents_.header;
+    // Windows of plain files are in units of no known length.
     if (!header.is_placeable) return;
     const auto dots = [&](int64_t pixels, int32_t units) {
       const int64_t length = std::max<int64_t>(std::abs(int64_t{units}), 1);
@@ -181,6 +191,7 @@ class Scanner {
     contents_.y_resolution = dots(contents_.height, header.bottom - header.top);
   }
 
+  // The largest header and 256 colours; pixels are skipped where they are.
   static constexpr size_t kHeadBytesAtOnce = 4096;
 
   Records& records_;

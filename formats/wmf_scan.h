@@ -34,6 +34,7 @@ struct Contents {
   int32_t height = 1;
   int32_t x_resolution = 0;  // 0: not said
   int32_t y_resolution = 0;
+  // Of the first bitmap, from here on; only kBitmap looks at them.
   uint64_t record = 0;  // of the bitmap
   Bitmap bitmap;
   draw::Box source;
@@ -42,6 +43,8 @@ struct Contents {
 };
 
 // Reads the file from its start, which has been opened by `records`.
+// kBadData for another format; kReadError for a placeable header that is cut and for reads that
+// fail. Records that say nothing that is known are passed over.
 Status scan(io::InputFile& file, Records& records, Contents& contents);
 
 }  // namespace tavo::wmf

@@ -18,6 +18,7 @@ constexpr draw::Box inset(const draw::Box& box, int32_t by) {
 
 // Points of the window, x before y, at the end of the shape; fewer when the record has fewer.
 Status Player::take_points(size_t count) {
+  // 128 points at a time. No room is set aside for a count that the record does not have.
   std::array<int16_t, 256> words;
   count = static_cast<size_t>(std::min<uint64_t>(count, records_.left() / 4));
   while (count > 0) {
@@ -66,6 +67,7 @@ Status Player::take_polygon() {
   std::array<int16_t, 1> count;
   if (!records_.take(count)) return kOk;
   shape_.clear();
+  // Kept: NumberOfPoints has a sign in [MS-WMF] and none here; the record's size bounds it.
   TRY(take_points(static_cast<uint16_t>(count[0])));
   TRY(shape_.end_contour());
   if (records_.function() == kPolyline) return draw_outline(draw::Ends::kOpenWithout);
@@ -79,6 +81,7 @@ Status Player::take_poly_polygon() {
   if (!records_.take(word)) return kOk;
   List<int16_t> counts;
   const auto polygons = static_cast<uint16_t>(word[0]);
+  // At most 65535 counts, which must be in the file before memory is taken.
   if (records_.left_in_file() / 2 < polygons) return kOk;
   TRY(counts.extend(polygons));
   if (!records_.take(counts.items())) return kOk;
@@ -116,6 +119,7 @@ Status Player::take_shape() {
     case kSetPixel: {
       const auto color = static_cast<uint16_t>(words[0]) |
                          static_cast<uint32_t>(static_cast<uint16_t>(words[1])) << 16;
+      // A pixel of the screen, however large the page; ROP2 does not count, as in GDI.
       const draw::Point at = states_.now.mapping.at(words[3], words[2]);
       const draw::Box box = {at.x, at.y, at.x + pixel(), at.y + pixel()};
       return painter_.fill_box(draw::pixels_of(box), draw::solid(color_of(color)),
@@ -137,6 +141,7 @@ Status Player::draw_boxed(std::span<const int16_t, 8> words) {
     box.right -= pixel();
     box.bottom -= pixel();
   } else if (now.pen.style == kInsideFrame) {
+    // PS_INSIDEFRAME alone keeps wide pens inside: others go half over the border.
     box = inset(box, std::max(now.mapping.length_x(now.pen.width) - pixel(), 0) / 2);
   }
   const auto make = [&](const draw::Box& sides) {
@@ -164,6 +169,7 @@ Status Player::take_arc(std::span<const int16_t, 8> words) {
   const int32_t from = draw::angle_of(box, mapping.at(words[3], words[2]));
   const int32_t to = draw::angle_of(box, mapping.at(words[1], words[0]));
   int32_t turn = within_turn(to - from, kFullTurn);
+  // The same direction twice is the whole ellipse, as GDI has it.
   if (turn == 0) turn = kFullTurn;
   box.right = std::max(box.left, box.right - pixel());
   box.bottom = std::max(box.top, box.bottom - pixel());
@@ -186,6 +192,7 @@ Status Player::read_region(const RegionObject& object, draw::Region& region) {
     std::array<uint8_t, 2 * kHeadWords> head;
     if (!bytes.read(head).ok()) return kOk;
     const auto word = [&head](size_t i) { return load_le16(&head[2 * i]); };
+    // Scan (2.2.2.21). Each has bytes that must be there, so that no count runs free.
     for (uint32_t scans = word(5); scans > 0; --scans) {
       std::array<uint8_t, 6> scan;  // columns, top, bottom
       if (!bytes.read(scan).ok()) return kOk;
@@ -200,6 +207,7 @@ Status Player::read_region(const RegionObject& object, draw::Region& region) {
     return kOk;
   };
   TRY(records_.elsewhere(object.position, take_scans));
+  // By winding, boxes that overlap count once.
   return painter_.to_region(shape_, draw::FillRule::kWinding, region);
 }
 
@@ -215,6 +223,7 @@ Status Player::take_region_fill() {
     return painter_.fill_region(region_, draw::solid({}), draw::kInvert);
   }
   BrushObject brush_object = states_.now.brush;
+  // FILLREGION and FRAMEREGION name their brush; one that is none leaves the selected one.
   if (records_.function() != kPaintRegion) {
     const Object* const chosen = objects_.find(words[1]);
     const auto* const given = chosen == nullptr ? nullptr : std::get_if<BrushObject>(chosen);

@@ -11,6 +11,8 @@ constexpr int32_t kText = 1;  // map mode: units are pixels
 constexpr int32_t kPixelsPerInch = 96;
 
 // Units per inch of map modes 2 to 6, whose y grows upward; tenths to avoid fractions.
+// MM_LOMETRIC (0.1 mm), MM_HIMETRIC (0.01 mm), MM_LOENGLISH (0.01 inch), MM_HIENGLISH (0.001 inch),
+// MM_TWIPS (1/1440 inch): [MS-WMF] 2.1.1.16.
 constexpr int32_t kTenthsPerInch[] = {2540, 25400, 1000, 10000, 14400};
 
 constexpr uint32_t color_word(std::span<const int16_t> words) {
@@ -32,6 +34,8 @@ Mapping::Ratio Mapping::ratio(int32_t to, int32_t pixels, int32_t extent, bool i
     const int64_t length = int64_t{to} * kPixelsPerInch * 10;
     return {is_vertical ? -length : length, units};
   }
+  // MM_ISOTROPIC (7) counts as MM_ANISOTROPIC (8): the window is stretched to the page, which has
+  // its proportions as a rule.
   return {extent < 0 ? -int64_t{to} : int64_t{to}, std::abs(int64_t{extent})};
 }
 
@@ -61,6 +65,7 @@ Status States::save() {
 Status States::restore(int32_t level) {
   const int32_t at = level < 0 ? count_ + level : level - 1;
   if (at < 0 || at >= count_) return kOk;
+  // States saved above the one restored are gone ([MS-WMF] 2.3.5.10).
   count_ = at;
   const Saved& saved = saved_[static_cast<size_t>(at)];
   now = saved.state;
@@ -91,7 +96,7 @@ bool States::take(uint16_t function, std::span<const int16_t> words) {
       set_extent(mapping.y_extent, int64_t{mapping.y_extent} * words[1] / words[0]);
       return true;
     case kSetBkMode:
-      now.is_opaque = words[0] == 2;
+      now.is_opaque = words[0] == 2;  // OPAQUE
       return true;
     case kSetBkColor:
       now.background = color_of(color_word(words));
@@ -103,7 +108,7 @@ bool States::take(uint16_t function, std::span<const int16_t> words) {
       now.rop2 = static_cast<uint16_t>(words[0]);
       return true;
     case kSetPolyFillMode:
-      now.is_winding = words[0] == 2;
+      now.is_winding = words[0] == 2;  // WINDING
       return true;
     case kSetTextAlign:
       now.text_align = static_cast<uint16_t>(words[0]);
@@ -112,6 +117,7 @@ bool States::take(uint16_t function, std::span<const int16_t> words) {
       now.x = words[1];
       now.y = words[0];
       return true;
+    // Viewports (2.3.5.28, 2.3.5.29 and their like) are among these: the page is the viewport.
     default:
       return false;
   }

@@ -19,15 +19,17 @@ constexpr T_PaletteEntry color_of(uint32_t color) {
           static_cast<uint8_t>(color), 0};
 }
 
+// Until one is selected: GDI's stock objects, a black pen of a pixel, a white brush and the
+// system's font.
 struct PenObject {
-  uint16_t style = 0;
-  int32_t width = 0;  // in units of the window
+  uint16_t style = 0;  // PenStyle ([MS-WMF] 2.1.1.23), its low four bits
+  int32_t width = 0;   // in units of the window
   T_PaletteEntry color = {};
 };
 
 struct BrushObject {
-  uint16_t style = 0;
-  uint16_t hatch = 0;
+  uint16_t style = 0;  // BrushStyle (2.1.1.4)
+  uint16_t hatch = 0;  // HatchStyle (2.1.1.12)
   T_PaletteEntry color = {255, 255, 255, 0};
   uint64_t pattern = 0;  // where in the file the bitmap is
   uint64_t pattern_bytes = 0;
@@ -38,7 +40,7 @@ struct FontObject {
   int32_t height = 0;  // of capitals and descenders with their leading; negative: of letters alone
   int32_t width = 0;   // of a usual letter; 0: as it is designed
   int32_t escapement = 0;  // of the line, in tenths of a degree, to the left around
-  int32_t weight = 400;
+  int32_t weight = 400;    // 400 is normal, 700 bold
   bool is_italic = false;
   bool is_underlined = false;
   bool is_struck_out = false;
@@ -50,6 +52,7 @@ struct Mapping {
   // What the window is stretched to, in subpixels, and what that is in pixels at 96 per inch.
   int32_t width = 0, height = 0;
   int32_t pixel_width = 0, pixel_height = 0;
+  // MM_ANISOTROPIC, in which players of placeable files begin, as these set none as a rule.
   int32_t mode = 8;
   int32_t x_origin = 0, y_origin = 0;
   int32_t x_extent = 1, y_extent = 1;
@@ -82,16 +85,17 @@ struct State {
   bool is_opaque = true;  // behind texts, hatches
   T_PaletteEntry background = {255, 255, 255, 0};
   T_PaletteEntry text = {};
-  uint32_t rop2 = 13;
+  uint32_t rop2 = 13;  // R2_COPYPEN
   bool is_winding = false;
-  uint32_t text_align = 0;
-  int32_t x = 0, y = 0;  // where lines go on, in the window
+  uint32_t text_align = 0;  // left, top
+  int32_t x = 0, y = 0;     // where lines go on, in the window
   bool has_clip = false;
 };
 
 // The state in force and those that were saved. Deeper than kMostSaved nothing is saved.
 class States {
  public:
+  // GDI has no such bound; here they are part of the player, whatever a file saves.
   static constexpr int32_t kMostSaved = 32;
 
   State now;

@@ -11,10 +11,12 @@ namespace tavo::wmf {
 namespace {
 
 // Bits of EXTTEXTOUT's options ([MS-WMF] 2.1.2.2) and of the alignment (2.1.2.3).
+// ETO_OPAQUE and ETO_CLIPPED; TA_UPDATECP, then two fields: TA_CENTER has the bits of TA_RIGHT,
+// TA_BASELINE those of TA_BOTTOM, so that they are compared whole. 0 is left and top.
 constexpr uint32_t kOpaqueBox = 2, kClipped = 4;
 constexpr uint32_t kUpdatePosition = 1, kCenter = 6, kRight = 2, kBaseline = 24, kBottom = 8;
 
-constexpr int32_t kBoldWeight = 600;
+constexpr int32_t kBoldWeight = 600;  // FW_SEMIBOLD
 constexpr int32_t kUsualPixels = 16;  // of a font that has no height
 
 }  // namespace
@@ -44,6 +46,7 @@ Status Player::read_text(Text& text, bool& is_there) {
   TRY(text.characters.extend(length));
   std::array<uint8_t, 1> padding;
   if (!records_.take(text.characters.items())) return kOk;
+  // Both records pad their characters to words.
   if (length % 2 != 0 && !records_.take(padding)) return kOk;
   std::array<int16_t, 2> place = {};
   if (!is_extended && !records_.take(place)) return kOk;
@@ -51,6 +54,7 @@ Status Player::read_text(Text& text, bool& is_there) {
   text.x = is_extended ? head[1] : place[1];
   is_there = true;
   if (!is_extended || records_.left_in_file() < size_t{2} * length || length == 0) return kOk;
+  // Dx is optional: a record without it, or with less, is set by the font.
   TRY(text.advances.extend(length));
   if (!records_.take(text.advances.items())) text.advances.clear();
   return kOk;
@@ -92,6 +96,7 @@ Status Player::set_text(Text& text, draw::TextLine& line) {
     if (text.advances.empty()) {
       line.length = draw::limited(int64_t{line.length} + line.face.advance(text.characters[i]));
     } else {
+      // Added up before they are mapped, so that what is rounded does not add up.
       units += text.advances[i];
       line.length = mapping.length_x(units);
     }
@@ -136,6 +141,7 @@ Status Player::take_text() {
   if (now.is_opaque && line.length > 0) {
     TRY(draw::fill_behind_text(painter_, line, background));
   }
+  // ROP2 does not count for texts, as in GDI.
   TRY(draw::draw_text(painter_, line, draw::solid(now.text), draw::kCopyBrush));
   if (has_position) move_behind(line);
   return is_clipped ? apply_clip() : kOk;

@@ -68,6 +68,7 @@ class Writer final : public io::RowWriter {
 
   Status prepare(const io::SaveRequest& request, const BitmapHandle& picture,
                  io::RowLayout& layout) {
+    // SrcWidth and SrcHeight have a sign ([MS-WMF] 2.3.1.6).
     if (picture.Width > INT16_MAX || picture.Height > INT16_MAX) return kBadSize;
     row_bytes_ = core::bytes_per_line(picture.Width, request.depth);
     is_reversed_ = layout.is_top_first;
@@ -110,28 +111,30 @@ class Writer final : public io::RowWriter {
     std::array<uint8_t, kPlaceableBytes + kHeaderBytes> head = {};
     Words(head)
         .two(kPlaceableKey)
-        .word(0)
-        .word(0)
-        .word(0)
-        .word(frame.width)
-        .word(frame.height)
+        .word(0)             // HWmf
+        .word(0)             // BoundingBox: left
+        .word(0)             // top
+        .word(frame.width)   // right
+        .word(frame.height)  // bottom
         .word(frame.inch)
-        .two(0);
+        .two(0);  // Reserved
+    // Of the ten words before it ([MS-WMF] 2.3.2.3).
     uint32_t checksum = 0;
     for (size_t at = 0; at < kPlaceableBytes - 2; at += 2) checksum ^= load_le16(&head[at]);
     Words(std::span(head).subspan(kPlaceableBytes - 2))
         .word(checksum)
-        .word(1)  // type: memory, as programs write to disk, too
-        .word(kHeaderBytes / 2)
-        .word(0x0300)
-        .two(bytes / 2)
-        .word(0)  // objects
-        .two(largest / 2)
-        .word(0);
+        .word(1)                 // type: memory, as programs write to disk, too
+        .word(kHeaderBytes / 2)  // HeaderSize
+        .word(0x0300)            // Version: the one that has device-independent bitmaps
+        .two(bytes / 2)          // Size, without the placeable header
+        .word(0)                 // objects
+        .two(largest / 2)        // MaxRecord
+        .word(0);                // NumberOfMembers
     return file_.write(head);
   }
 
   Status write_records(const Frame& frame, const BitmapHandle& picture, uint32_t bytes) {
+    // MM_ANISOTROPIC; COLORONCOLOR, without which GDI joins rows of a picture made smaller by AND.
     constexpr int32_t kAnisotropic = 8, kDeleteScans = 3;
     constexpr uint32_t kCopy = 0x00CC0020;
     std::array<uint8_t, kStateBytes + kPlacementBytes> records;
@@ -147,16 +150,16 @@ class Writer final : public io::RowWriter {
         .record(8, kSetStretchMode)
         .word(kDeleteScans)
         .record(bytes, kStretchDib)
-        .two(kCopy)
-        .word(0)
-        .word(picture.Height)
-        .word(picture.Width)
-        .word(0)
-        .word(0)
-        .word(frame.height)
-        .word(frame.width)
-        .word(0)
-        .word(0);
+        .two(kCopy)            // SRCCOPY
+        .word(0)               // DIB_RGB_COLORS
+        .word(picture.Height)  // SrcHeight
+        .word(picture.Width)   // SrcWidth
+        .word(0)               // YSrc
+        .word(0)               // XSrc
+        .word(frame.height)    // DestHeight
+        .word(frame.width)     // DestWidth
+        .word(0)               // yDst
+        .word(0);              // xDst
     return file_.write(records);
   }
 
