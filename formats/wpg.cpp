@@ -65,12 +65,14 @@ process::SourcePicture describe_stored(const Contents& contents) {
   if (!can_be_read(contents)) return picture;
   process::set_resolution(bitmap.x_resolution, bitmap.y_resolution, picture);
   if (bitmap.bits == 1) return picture;
+  // Bitmaps here have no 2 bits; widened, the pixels use four of sixteen colours.
   picture.bits = request_depth(static_cast<int32_t>(bitmap.bits));
   picture.colors = bitmap.bits == 24 ? 0 : 1u << bitmap.bits;
   std::ranges::copy(contents.palette, picture.palette);
   if (picture.colors == 0) return picture;
   if (contents.has_palette) picture.flags |= T_FLAG_PALETTE;
   const auto palette = std::span(picture.palette).first(picture.colors);
+  // Four greys are no ramp of the sixteen that pixels of 4 bits may have.
   if (bitmap.bits != 2 && color::is_gray_ramp(palette)) picture.flags |= T_FLAG_GRAY;
   return picture;
 }
@@ -102,6 +104,8 @@ uint8_t white_byte(const Contents& contents) {
 }
 
 // The rows of the chosen bitmap as they are stored, 2 bits as 4.
+// A row has whole bytes and no other padding. The record ends the data: runs that ask for more get
+// none of the next one.
 class StoredRows {
  public:
   StoredRows(io::InputFile& file, const Contents& contents)
@@ -183,6 +187,7 @@ Status probe(const io::ProbeInput& input, FILEINFO& info) {
   TRY(scan_page(input.file, input.file_size, contents));
   process::describe(describe(contents), T_FORMAT_WPG, compression_text(contents), info);
   info.Page = contents.page;
+  // A drawing is a page, and so is what cannot be read.
   info.PageCount = std::max(contents.count, 1);
   return kOk;
 }
@@ -199,6 +204,7 @@ Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits
     const process::SourcePicture page = describe(contents);
     RowDelivery page_rows(page, *bitmap, sink, bits_per_pixel, context);
     return formats::deliver_page(page, page_rows, [&](draw::Painter& painter, int32_t factor) {
+      // Width and height have one scale: draw_scale() brings both down alike.
       return draw_records(file, file_bytes, contents, painter,
                           page.width / contents.width * factor);
     });
@@ -245,12 +251,14 @@ class Writer final : public io::RowWriter {
       formats::list_colors(picture, depth_, palette_);
       layout.palette = palette_;
     }
+    // Code 0 repeats a row up to 255 times, which stands once itself.
     TRY(rows_.start(layout.row_bytes, 1 + UINT8_MAX));
     return coded_.allocate(most_coded(layout.row_bytes));
   }
 
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
     TRY(file_.create(request.name));
+    // The first record is right behind the header. Minor version, key and reserved bytes are 0.
     std::array<uint8_t, kHeaderBytes + 8> head = {kMagic[0], kMagic[1], kMagic[2], kMagic[3],
                                                   kHeaderBytes};
     head[8] = kProduct;
@@ -260,13 +268,17 @@ class Writer final : public io::RowWriter {
     start[0] = kStart;
     start[1] = 6;  // bytes that follow: version, flags, size
     start[2] = 1;
+    // The flags, start[3], are 0: no PostScript.
     store_le16(start + 4, units(picture.Width, picture.XResolution));
     store_le16(start + 6, units(picture.Height, picture.YResolution));
     TRY(file_.write(head));
     length_at_ = head.size();
+    // Readers take 1 bit as black and white, whatever a map says; ImageMagick 6 does not.
     if (depth_ > 1) TRY(write_color_map());
 
     std::array<uint8_t, 16> bitmap = {kBitmap1, 0xFF};  // a length of two words follows
+    // Behind type and 0xFF. How long the record becomes is known at the end only; other programs
+    // take the long form of small lengths, too.
     length_at_ += 2;
     store_le16(&bitmap[6], word(picture.Width));
     store_le16(&bitmap[8], word(picture.Height));
@@ -291,6 +303,7 @@ class Writer final : public io::RowWriter {
 
   Status finish() {
     TRY(rows_.finish(*this));
+    // A length has 31 bits: the top one says that there are two words.
     if (length_ > INT32_MAX) return kWriteError;
     const std::array<uint8_t, 2> end = {kEnd, 0};
     TRY(file_.write(end));
@@ -311,6 +324,7 @@ class Writer final : public io::RowWriter {
 
   Status write_color_map() {
     const uint32_t colors = 1u << depth_;
+    // The first entry, which is 0, and their number are words.
     const uint32_t bytes = 4 + 3 * colors;
     std::array<uint8_t, 8 + 3 * 256> record = {kColorMap, 0xFF};
     store_le16(&record[2], static_cast<uint16_t>(bytes));

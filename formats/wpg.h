@@ -10,9 +10,15 @@
 
 namespace tavo::wpg {
 
+// Goes through all records, as bitmaps are counted as pages. What read() refuses with kSubtype is
+// told all the same: with the size of its page and 1 bit.
 Status probe(const io::ProbeInput& input, FILEINFO& info);
+// The bitmap that settings.page_number names, of those behind the last one the last; without any
+// the drawing. kReadError comes behind the rows that are there; of a turned bitmap behind all,
+// those that are missing being white.
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
+// Of more than 65535 pixels on a side kBadSize: fields of records have 16 bits.
 Status write(io::WriterUse use);
 
 }  // namespace tavo::wpg

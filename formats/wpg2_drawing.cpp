@@ -24,10 +24,12 @@ class Drawing {
   Drawing(Walk& walk, const Contents& contents, draw::Painter& painter, int32_t scale)
       : walk_(walk), contents_(contents), sheet_(contents.frame, painter, scale) {}
 
+  // kReadError where no end record comes.
   Status run() {
     while (walk_.next(true)) {
       if (walk_.type() == kEnd2) return kOk;
       TRY(take());
+      // Records within may bring others of their own, which then count, too.
       if (compound_left_ == 0) continue;
       compound_left_ += int64_t{walk_.extension()} - 1;
       if (compound_left_ == 0) TRY(draw_shape(compound_));
@@ -46,6 +48,7 @@ class Drawing {
       case kLongBrushColor:
         take_brush();
         return kOk;
+      // Width and height of a pen; the width counts for lines in all directions.
       case kPenSize:
       case kLongPenSize:
         walk_.take_position(walk_.type() == kLongPenSize, pen_width_);
@@ -84,6 +87,7 @@ class Drawing {
     std::array<uint8_t, 8> bytes;
     const size_t each = is_long ? 2 : 1;
     if (!walk_.take(std::span(bytes).first(4 * each))) return false;
+    // Red, green, blue, transparency. Of 16 bits the higher byte, which comes last.
     for (size_t i = 0; i < 4; ++i) parts[i] = bytes[each * i + each - 1];
     return true;
   }
@@ -103,6 +107,7 @@ class Drawing {
     if (!walk_.take(kind) || (kind[0] != 0 && !walk_.take(bytes))) return;
     const uint32_t count = load_le16(bytes.data());
     const bool is_long = walk_.left() >= uint64_t{8} * count;
+    // At most 65535 * 255 each, which 32 bits hold.
     uint32_t sums[4] = {};
     for (uint32_t i = 0; i < count; ++i) {
       uint32_t parts[4];
@@ -145,6 +150,7 @@ class Drawing {
         TRY(take_arc());
         break;
       default:
+        // Splines too: their corners, as libwpg has them.
         TRY(take_polyline());
     }
     TRY(shape_.end_contour());
@@ -162,6 +168,7 @@ class Drawing {
   }
 
   draw::Point place(Position position) const {
+    // By its own numbers first, then by those of the shape that it is part of.
     object_.place.apply(position);
     if (compound_left_ != 0) compound_.place.apply(position);
     return sheet_.at(position.x, position.y);
@@ -215,6 +222,7 @@ class Drawing {
     object_.is_closed = true;
     Position a, b, radius;
     if (!take_position(a) || !take_position(b)) return kOk;
+    // Without them, or with one of 0, the corners are sharp.
     if (!take_position(radius)) radius = {};
     const Position low = {std::min(a.x, b.x), std::min(a.y, b.y)};
     const Position high = {std::max(a.x, b.x), std::max(a.y, b.y)};
@@ -266,6 +274,8 @@ class Drawing {
     object_ = head;
     text_position_ = place(position);
     text_.height = kOne * contents_.units_per_inch / 6;  // twelve points
+    // In the record from the top down; one that is not known is the base line. Turns are 65536ths
+    // of a degree.
     constexpr Up kUps[] = {Up::kTop, Up::kMiddle, Up::kBottom, Up::kBaseLine};
     if (!walk_.take(aligned)) return;
     text_.across = static_cast<Across>(std::min<uint8_t>(aligned[0], 2));
@@ -276,9 +286,11 @@ class Drawing {
   }
 
   Status take_text_data() {
+    // Blocks (1D) and paths (1E) bring text data, too, which are not drawn.
     if (!has_text_) return kOk;
     has_text_ = false;
     List<uint8_t> document, characters;
+    // No longer than the file, so that a length in a record takes no memory by itself.
     TRY(document.extend(static_cast<size_t>(walk_.left_in_file())));
     if (!walk_.take(document.items())) return kOk;
     const int64_t units_per_inch = kOne * contents_.units_per_inch;

@@ -59,6 +59,7 @@ class Drawing {
     }
   }
 
+  // Counts for what is drawn from here on.
   void take_colors() {
     std::array<uint8_t, 4> head;  // first entry, count
     if (!walk_.take(head)) return;
@@ -72,6 +73,8 @@ class Drawing {
   }
 
   void take_style() {
+    // Text attributes, 22 bytes: width and height of a character, 10 bytes and a font that are not
+    // looked at, a byte, where it stands across and upward, colour, degrees.
     std::array<uint8_t, 22> bytes = {};
     const auto size = static_cast<size_t>(std::min<uint64_t>(walk_.left(), bytes.size()));
     if (!walk_.take(std::span(bytes).first(size))) return;
@@ -97,6 +100,7 @@ class Drawing {
     draw::Brush brush = draw::solid(palette_[fill_color_]);
     if (fill_style_ != kSolid) {
       brush.kind = draw::Brush::Kind::kBits;
+      // More patterns than GDI has hatches: six of these take turns.
       brush.bits = draw::hatch_bits(fill_style_ % 6u);
       brush.is_transparent = true;
       brush.cell = sheet_.scale();
@@ -104,6 +108,7 @@ class Drawing {
     return sheet_.fill(shape_, draw::FillRule::kWinding, brush);
   }
 
+  // Lines of other styles than solid, dashes, are drawn whole.
   Status stroke(draw::Ends ends) {
     if (line_style_ == kNothing) return kOk;
     return sheet_.stroke(shape_, ends, line_width_, palette_[line_color_]);
@@ -134,6 +139,7 @@ class Drawing {
     const uint32_t together = type == kCurve ? 3 : 1;
     if (count == 0 || !take_point(points[0])) return kOk;
     TRY(shape_.add(points[0]));
+    // Points that do not make up a curve any more are left out.
     for (uint32_t i = 1; i + together <= count; i += together) {
       for (uint32_t j = 0; j < together; ++j) {
         if (!take_point(points[j])) return kOk;
@@ -164,6 +170,7 @@ class Drawing {
     const draw::Point low = sheet_.at(int64_t{word(0)} - word(2), int64_t{word(1)} - word(3));
     const draw::Point high = sheet_.at(int64_t{word(0)} + word(2), int64_t{word(1)} + word(3));
     const draw::Box box = {low.x, high.y, high.x, low.y};
+    // From 0 to 0, or to 360, is all of it.
     const int32_t turn = within_turn(word(6) - word(5), 360);
     if (turn == 0) {
       TRY(shape_.add_ellipse(box));
@@ -183,6 +190,7 @@ class Drawing {
     const auto [sine, cosine] = sine_cosine(within_turn(degrees, 360) * 100);
     const int64_t x = (int64_t{box.left} + box.right) / 2, y = (int64_t{box.top} + box.bottom) / 2;
     for (draw::Point& point : shape_.points()) {
+      // At most 28 bits each (draw::kFarthest), and 32 of sine and cosine: products fit.
       const int64_t right = point.x - x, up = y - point.y;
       point = {draw::limited(x + ((right * cosine - up * sine) >> 31)),
                draw::limited(y - ((right * sine + up * cosine) >> 31))};
@@ -195,6 +203,7 @@ class Drawing {
     if (!walk_.take(head)) return kOk;
     List<uint8_t> characters;
     TRY(characters.extend(
+        // A text that the record cuts is drawn as far as it goes.
         static_cast<size_t>(std::min<uint64_t>(load_le16(&head[0]), walk_.left_in_file()))));
     if (!walk_.take(characters.items())) return kOk;
     text_.color = palette_[text_color_];
@@ -206,6 +215,7 @@ class Drawing {
   Walk& walk_;
   Sheet sheet_;
   T_PaletteEntry palette_[256];
+  // In force until a record says otherwise: no fill, and thin solid lines, both in black.
   uint8_t fill_style_ = kNothing;
   uint8_t fill_color_ = 0;
   uint8_t line_style_ = kSolid;

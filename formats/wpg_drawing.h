@@ -13,6 +13,7 @@ namespace tavo::wpg {
 
 // Draws all records on the page. `scale`: so many of its pixels are one at 96 per inch. kReadError
 // for a file that ends early, after what there is has been drawn.
+// Called for each band of the page again; `contents` is what scan() has found in the same file.
 Status draw_records(io::InputFile& file, uint32_t file_bytes, const Contents& contents,
                     draw::Painter& painter, int32_t scale);
 

@@ -46,6 +46,7 @@ bool take_number(Walk& walk) {
 }  // namespace
 
 void Transformation::apply(Position& position) const {
+  // Factors and positions have 32 bits: products fit 64.
   const auto sum = [&position](int64_t of_x, int64_t of_y, int64_t moved) {
     const int64_t value = (position.x * of_x >> 16) + (position.y * of_y >> 16) + moved;
     return std::clamp<int64_t>(value, -kFarthest, kFarthest);
@@ -62,6 +63,8 @@ bool take_head(Walk& walk, ObjectHead& head) {
   head.is_closed = (flags & kClosed) != 0;
   head.is_framed = (flags & kFramed) != 0;
   Transformation& place = head.place;
+  // In the file from the high flags down: lock (4 bytes), number, angle, factors, slants,
+  // distances, and what objects are tapered by, which is not done.
   int64_t unused = 0, other = 0;
   if ((flags & kLocked) != 0 && !take_fixed(walk, unused)) return false;
   if ((flags & kHasNumber) != 0 && !take_number(walk)) return false;

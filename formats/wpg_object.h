@@ -18,6 +18,7 @@ struct Transformation {
   void apply(Position& position) const;
 };
 
+// libwpg calls it the characterization of an object.
 struct ObjectHead {
   bool is_winding = false;
   bool is_filled = false;

@@ -32,6 +32,7 @@ class Scanner {
 
   Status run(bool is_version2) {
     while (walk_.next(is_version2)) {
+      // Files without an end record count as whole: only drawings need it (draw_records).
       const bool is_end = walk_.type() == (is_version2 ? kEnd2 : kEnd);
       if (is_end) break;
       is_version2 ? take_record2() : take_record1();
@@ -55,6 +56,7 @@ class Scanner {
       case kBitmap1:
         return take_bitmap1(0);
       case kBitmap2: {
+        // Where on the page it lies does not matter: the bitmap alone is delivered.
         std::array<uint8_t, 10> place;  // rotation, corners
         if (walk_.take(place)) take_bitmap1(load_le16(place.data()));
         return;
@@ -66,6 +68,7 @@ class Scanner {
       case kEllipse:
       case kText:
       case kCurve:
+        // Without a start record in front there is no page for it.
         contents_.has_drawing = has_page();
         return;
       default:
@@ -80,12 +83,15 @@ class Scanner {
     StoredBitmap bitmap;
     bitmap.width = load_le16(&head[0]);
     bitmap.height = load_le16(&head[2]);
+    // Of another depth the bitmap is known and counted, and cannot be read.
     bitmap.bits = bits == 1 || bits == 2 || bits == 4 || bits == 8 ? bits : 0;
     bitmap.x_resolution = load_le16(&head[6]);
     bitmap.y_resolution = load_le16(&head[8]);
     bitmap.is_mirrored = (rotation & kMirrored) != 0;
     bitmap.is_flipped = (rotation & kFlipped) != 0;
     const auto degrees = static_cast<int32_t>(rotation & kDegrees);
+    // Kept: bitmaps at another angle stay as they are stored; the page that they lie on is not
+    // drawn.
     if (degrees % 90 == 0) bitmap.degrees = degrees % 360;
     add(bitmap);
   }
@@ -117,10 +123,12 @@ class Scanner {
   // the first one.
   void take_start2() {
     std::array<uint8_t, 5> head;
+    // Precision: 0 positions of 16 bits, 1 of 32. By others nothing behind could be read.
     if (has_page() || !walk_.take(head) || head[4] > 1) return;
     contents_.is_long = head[4] != 0;
     const auto units = [](const uint8_t* bytes) {
       const uint32_t count = load_le16(bytes);
+      // So that nothing is divided by 0; strictly such a file would have no size.
       return count == 0 ? kUnitsPerInch : count;
     };
     contents_.units_per_inch = units(&head[0]);
@@ -136,12 +144,16 @@ class Scanner {
 
   // Flags, corners; with some flags a transformation between.
   void take_place() {
+    // The flags without fields behind them (wpg_object.cpp). With others the resolution stays
+    // unknown.
     constexpr uint32_t kPlain = 0xFF00;
     place_width_ = place_height_ = 0;
     std::array<uint8_t, 2> flags;
     Position from, to;
     if (!walk_.take(flags) || (load_le16(flags.data()) & ~kPlain) != 0) return;
     if (!take_box(from, to)) return;
+    // The resolution behind the corners is not looked at: what counts is how large the bitmap is
+    // shown.
     place_width_ = std::abs(to.x - from.x) / kOne;
     place_height_ = std::abs(to.y - from.y) / kOne;
   }
@@ -165,6 +177,7 @@ class Scanner {
   void take_bitmap2() {
     std::array<uint8_t, 6> head;  // width, height, depth code, coding
     if (!walk_.take(head)) return;
+    // Depth codes 1 to 4, and 8 for 24 bits; coding 0 plain rows, 1 runs.
     constexpr uint8_t kBitsOfCode[] = {0, 1, 2, 4, 8, 0, 0, 0, 24};
     StoredBitmap bitmap;
     bitmap.width = load_le16(&head[0]);
@@ -194,6 +207,7 @@ class Scanner {
     const uint32_t first = load_le16(&head[0]);
     const uint32_t end = std::min(first + load_le16(&head[2]), 256u);
     for (uint32_t i = first; i < end; ++i) {
+      // Of four bytes the last is transparency, which bitmaps do not have here.
       std::array<uint8_t, 4> entry;
       if (!walk_.take(std::span(entry).first(entry_bytes))) return;
       palette_[i] = color::rgb_entry(entry.data());
@@ -203,6 +217,8 @@ class Scanner {
 
   void add(StoredBitmap bitmap) {
     ++contents_.count;
+    // Each up to the one asked for takes the place of the one before it: behind the last, that
+    // stays.
     if (contents_.count > page_) return;
     bitmap.data = walk_.position();
     bitmap.data_bytes = walk_.left_in_file();
@@ -224,6 +240,8 @@ class Scanner {
 }  // namespace
 
 Status scan(io::InputFile& file, uint32_t file_bytes, int32_t page, Contents& contents) {
+  // The prefix of all WordPerfect files: offset of the data (4 bytes), product, type, major and
+  // minor version, key, 2 reserved bytes.
   constexpr size_t kFirstRecordAt = 4, kProductAt = 8, kTypeAt = 9, kVersionAt = 10, kKeyAt = 12;
   std::array<uint8_t, kHeaderBytes> head;
   size_t got = 0;
@@ -231,12 +249,14 @@ Status scan(io::InputFile& file, uint32_t file_bytes, int32_t page, Contents& co
   if (got < sizeof(kMagic) || std::memcmp(head.data(), kMagic, sizeof(kMagic)) != 0)
     return kBadData;
   if (got < head.size()) return kReadError;
+  // WordPerfect 5 writes version 1, WordPerfect 6 version 2.
   const uint8_t version = head[kVersionAt];
   if (head[kProductAt] != kProduct || head[kTypeAt] != kFileType) return kBadData;
   if (version != 1 && version != 2) return kBadData;
   contents.is_encrypted = load_le16(&head[kKeyAt]) != 0;
   const uint32_t first = load_le32(&head[kFirstRecordAt]);
   if (first < kHeaderBytes) return kBadData;
+  // Known as this format, with nothing in it that can be read.
   if (contents.is_encrypted || first >= file_bytes) return kOk;
 
   contents.first_record = first;
@@ -260,6 +280,7 @@ void default_palette(std::span<T_PaletteEntry, 256> palette) {
       {0, 4, 8, 12, 16},   {8, 10, 12, 14, 16},  {11, 12, 13, 15, 16}};
   const auto level = [](uint32_t part) { return static_cast<uint8_t>(part * 255 / 63); };
   std::ranges::fill(palette, T_PaletteEntry{});
+  // Kept: as the VGA has it; libwpg has the colours of Windows in the first sixteen.
   for (uint32_t i = 0; i < 16; ++i) {
     const auto channel = [i](uint32_t bit) {
       return static_cast<uint8_t>((i & bit ? 0xAA : 0) + (i & 8 ? 0x55 : 0));

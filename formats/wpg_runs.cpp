@@ -14,6 +14,7 @@ namespace {
 // bytes of ones, above that the low bits count a byte that follows.
 constexpr uint32_t kRepeat1 = 0x00;
 constexpr uint32_t kOnes1 = 0x80;
+// Counts are a byte behind code 0x80, and seven bits of any other.
 constexpr size_t kMostOnes = 255;
 constexpr size_t kMostInPacket = 127;
 
@@ -27,6 +28,7 @@ constexpr uint32_t kAgain = 0xFD, kRepeat2 = 0xFE, kOnes2 = 0xFF;
 Status RowDecoder::start(size_t row_bytes, uint8_t white) {
   white_ = white;
   TRY(above_.allocate(row_bytes));
+  // Version 2 has differences, which in the first row are to zeros.
   if (coding_ == Coding::kRuns1) std::ranges::fill(above_.bytes(), white);
   return kOk;
 }
@@ -66,6 +68,7 @@ Status RowDecoder::start_packet2() {
     unit_bytes_ = number;
     return number >= 1 && number <= unit_.size() ? kOk : kBadData;
   }
+  // Kept: so many rows as the number says; ImageMagick takes one more.
   if (code == kRepeat2) {
     ends_row_ = true;
     repeats_ = number;
@@ -76,6 +79,7 @@ Status RowDecoder::start_packet2() {
   left_ = ((has_number ? number : code & 0x7F) + size_t{1}) * unit_bytes_;
   if (code == kZeros) unit_.fill(0);
   if (code == kOnes2) unit_.fill(0xFF);
+  // 0xFD repeats the unit of the last run, zeros and ones included.
   const bool brings_unit = is_run_ && !has_number;
   return brings_unit ? bytes_.read(std::span(unit_).first(unit_bytes_)) : kOk;
 }
@@ -100,11 +104,13 @@ Status RowDecoder::decode(std::span<uint8_t> row) {
   while (at < row.size() && repeats_ == 0) {
     if (left_ == 0) TRY(coding_ == Coding::kRuns1 ? start_packet1() : start_packet2());
     if (std::exchange(ends_row_, false)) {
+      // Here the row above is repeated from this row on, if the number is not 0.
       if (at == 0) continue;
       std::ranges::fill(row.subspan(at), white_);
       at = row.size();
       break;
     }
+    // Kept: 7E within a row counts from the next one on.
     if (at == 0) is_difference = is_xor_;
     const size_t part = std::min(left_, row.size() - at);
     TRY(put(row.subspan(at, part)));
@@ -125,6 +131,7 @@ Status RowDecoder::decode(std::span<uint8_t> row) {
 
 namespace {
 
+// Ones have a code of their own, whose count has twice the range.
 struct Packets {
   uint8_t* to;
 

@@ -11,10 +11,12 @@
 
 namespace tavo::wpg {
 
+// Plain rows are version 2's alone; either version has one coding.
 enum class Coding : uint8_t { kNone, kRuns1, kRuns2 };
 
 // Runs and literals may go on in the next row. A code that repeats the row above ends the row in
 // which it stands.
+// start() once, then decode() for each row from the top. `bytes` end where the record does.
 class RowDecoder {
  public:
   RowDecoder(ByteSource& bytes, Coding coding) : bytes_(bytes), coding_(coding) {}
@@ -47,6 +49,8 @@ class RowDecoder {
   uint32_t unit_at_ = 0;
 };
 
+// Literals have a head for each 127 of them; a run of three and more never takes more than it is,
+// and a shorter one stands at the end of a row only.
 constexpr size_t most_coded(size_t row_bytes) { return row_bytes + row_bytes / 64 + 8; }
 
 // Codes a row for version 1 to `out`, which has room for most_coded() bytes; the bytes written.

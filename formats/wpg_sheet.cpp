@@ -17,6 +17,7 @@ draw::Point Sheet::at(int64_t x, int64_t y) const {
           scaled(frame_.bottom + frame_.height - y, canvas.height(), frame_.height)};
 }
 
+// Measured across: pages have one scale, but for what rounding their sides to pixels makes.
 int32_t Sheet::length(int64_t units) const { return std::abs(at(units, 0).x - at(0, 0).x); }
 
 Status Sheet::stroke(const draw::Shape& shape, draw::Ends ends, int64_t width,
@@ -30,6 +31,8 @@ Status Sheet::put_text(const TextStyle& style, draw::Point position,
   List<int32_t> places;
   TRY(places.extend(characters.size()));
   draw::TextLine line;
+  // Kept: widths of characters, which text attributes have, are not used; letters are as the font
+  // has them.
   line.face.height = line.face.width = length(style.height);
   line.face.angle = style.angle;
   line.face.thinnest = pixel();
@@ -47,6 +50,7 @@ Status Sheet::put_text(const TextStyle& style, draw::Point position,
   const int32_t back = style.across == Across::kMiddle  ? line.length / 2
                        : style.across == Across::kRight ? line.length
                                                         : 0;
+  // The middle is that of what stands above the base line.
   const int32_t down = style.up == Up::kMiddle   ? line.face.ascent() / 2
                        : style.up == Up::kTop    ? line.face.ascent()
                        : style.up == Up::kBottom ? -line.face.descent()

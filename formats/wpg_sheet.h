@@ -11,6 +11,8 @@
 
 namespace tavo::wpg {
 
+// Numbered as version 1's text attributes have them, where larger numbers count as 2; for Across,
+// version 2, too.
 enum class Across : uint8_t { kLeft, kMiddle, kRight };
 enum class Up : uint8_t { kBaseLine, kMiddle, kTop, kBottom };
 
@@ -26,6 +28,7 @@ struct TextStyle {
   bool is_struck_out = false;
 };
 
+// Made for one band of the page. `frame` and `painter` outlive it; the frame is not empty.
 class Sheet {
  public:
   // `scale`: so many pixels of the page are one at 96 per inch.

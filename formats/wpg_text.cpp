@@ -12,11 +12,15 @@ namespace {
 // Codes: characters below 0x80, functions of one byte, of a length that they name, of fixed length.
 constexpr uint8_t kFirstFunction = 0x80, kFirstVariable = 0xD0, kFirstFixed = 0xF0;
 constexpr uint8_t kSoftSpace = 0x80, kHardSpace = 0x81, kHyphen = 0x84;
+// The first ones end lines, columns and pages by will; from 0xCD on they stand where a line was
+// full, and count as blanks.
 constexpr uint8_t kFirstLineEnd = 0xB4, kFirstSoftLineEnd = 0xCD;
+// The character group. Its other functions, 1A for the font among them, change nothing.
 constexpr uint8_t kCharacterGroup = 0xD4, kColor = 0x18, kSize = 0x1B;
 constexpr uint8_t kExtended = 0xF0, kAttributeOn = 0xF2, kAttributeOff = 0xF3;
+// F0 to FF, the code at both ends included.
 constexpr uint8_t kFixedLengths[] = {4, 5, 3, 3, 3, 3, 4, 4, 4, 5, 5, 6, 6, 8, 8, 1};
-constexpr int64_t kSizesPerInch = 3600;
+constexpr int64_t kSizesPerInch = 3600;  // sizes of fonts count in these, 50 to a point
 
 // Letters of other languages that are one byte, 0x01 to 0x20.
 constexpr uint8_t kShort[] = {0xE5, 0xC5, 0xE6, 0xC6, 0xE4, 0xC4, 0xE1, 0xE0, 0xE2, 0xE3, 0xC3,
@@ -49,6 +53,7 @@ class Reader {
     while (!bytes_.empty()) {
       const uint8_t code = bytes_[0];
       const size_t length = length_of(code);
+      // A text that is cut in a function ends before it.
       if (length == 0 || length > bytes_.size()) break;
       if (is_line_end(code)) {
         if (!characters_.empty()) break;
@@ -68,6 +73,7 @@ class Reader {
   size_t length_of(uint8_t code) const {
     if (code < kFirstVariable) return 1;
     if (code >= kFirstFixed) return kFixedLengths[code - kFirstFixed];
+    // Code, subgroup, length of all from the code to its repetition.
     return bytes_.size() < 4 ? 0 : load_le16(&bytes_[2]);
   }
 
@@ -79,7 +85,9 @@ class Reader {
     if (code == kSoftSpace || code == kHardSpace) return characters_.push(' ');
     if (code >= kFirstSoftLineEnd && code < kFirstVariable) return characters_.push(' ');
     if (code == kHyphen) return characters_.push('-');
+    // The number in its character set, and the set.
     if (code == kExtended) return characters_.push(extended_character(function[1], function[2]));
+    // Kept: one style for the line, that of its first letter.
     if (characters_.empty()) set_style(function);
     return kOk;
   }
@@ -87,6 +95,7 @@ class Reader {
   void set_style(std::span<const uint8_t> function) {
     const uint8_t code = function[0];
     if (code == kAttributeOn || code == kAttributeOff) {
+      // Those that the font can show; 0 to 4 are sizes, 5 and 6 raise and lower.
       constexpr uint8_t kItalic = 8, kBold = 12, kStruckOut = 13, kUnderlined = 14;
       const bool is_on = code == kAttributeOn;
       if (function[1] == kItalic) style_.is_italic = is_on;

@@ -17,6 +17,8 @@ struct Position {
 };
 inline constexpr int64_t kFarthest = int64_t{1} << 31;
 
+// next() until it is false or the end record is there, with take() for what each has. A length is
+// not believed: takes end where the file does.
 class Walk {
  public:
   Walk(ByteSource& bytes, uint64_t position, uint64_t file_bytes)
@@ -29,6 +31,7 @@ class Walk {
     left_ = UINT64_MAX;  // its head belongs to no record
     uint8_t head[2] = {};
     if (!take({head, is_version2 ? size_t{2} : size_t{1}})) return false;
+    // Version 2 has a class in front of the type, which is not looked at.
     type_ = head[is_version2 ? 1 : 0];
     uint32_t length = 0;
     if (is_version2 && !take_length(extension_)) return false;
