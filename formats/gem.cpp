@@ -24,6 +24,8 @@ namespace tavo::gem {
 namespace {
 
 // Words of the header, the high byte first.
+// The header's length is in words, a pattern's in bytes, sizes of pixels are microns of the device
+// that the image came from.
 constexpr size_t kVersionAt = 0, kHeaderWordsAt = 2, kPlanesAt = 4, kPatternAt = 6;
 constexpr size_t kPixelWidthAt = 8, kPixelHeightAt = 10, kWidthAt = 12, kHeightAt = 14;
 constexpr size_t kGemHeader = 16;
@@ -34,7 +36,9 @@ constexpr size_t kTagAt = 16;
 constexpr size_t kColorModelAt = 20;  // XIMG: 0 RGB, 1 CMY, 2 HLS
 constexpr size_t kEntriesAt = 20;     // STTT
 constexpr size_t kTaggedPaletteAt = 22;
+// TIMG, which is rare, is read as XIMG.
 constexpr uint32_t kXimg = 0x58494D47, kTimg = 0x54494D47, kSttt = 0x53545454;
+// Hyperpaint ends its header of 25 words with 16 colours.
 constexpr uint32_t kHyperpaintWords = 25, kHyperpaintMark = 0x0080;
 constexpr size_t kHyperpaintPaletteAt = 18;
 
@@ -52,6 +56,7 @@ bool is_planes(uint32_t planes) {
          planes == 32;
 }
 
+// Whole pixels lose what bitmaps do not have: the spare byte of 32 bits, of 5-6-5 a bit of green.
 int32_t delivered_bits(uint32_t planes) {
   return planes == 1 ? 1 : planes <= 4 ? 4 : planes <= 8 ? 8 : planes <= 16 ? 16 : 24;
 }
@@ -72,6 +77,8 @@ void find_palette(std::span<const uint8_t> head, Header& header) {
   const uint32_t tag = header.data >= kTaggedPaletteAt ? load_be32(&head[kTagAt]) : 0;
   header.has_tag = true;
   if (tag == kXimg || tag == kTimg) {
+    // XaAES of FreeMiNT has such files, 8 planes in a header of 11 words; FFmpeg takes pixels for
+    // colours there.
     if (colors == 0 || header.data < kTaggedPaletteAt + 6 * colors) return;
     const uint32_t model = load_be16(&head[kColorModelAt]);
     header.palette = model == 0   ? Palette::kThousandths
@@ -80,6 +87,7 @@ void find_palette(std::span<const uint8_t> head, Header& header) {
     header.palette_at = kTaggedPaletteAt;
     header.palette_entries = colors;
   } else if (tag == kSttt) {
+    // Colours that the header has no room for, or planes no index, do not count.
     const auto room = static_cast<uint32_t>((header.data - kTaggedPaletteAt) / 2);
     header.palette_entries = std::min({colors, uint32_t{load_be16(&head[kEntriesAt])}, room});
     if (header.palette_entries != 0) header.palette = Palette::kAtari;
@@ -102,6 +110,7 @@ uint8_t from_thousandths(uint32_t value, bool is_inverse) {
 
 // Three bits of each colour; of later machines four, the fourth being the lowest.
 void read_atari_palette(const uint8_t* words, std::span<T_PaletteEntry> palette) {
+  // Which machine it was, nothing says: one entry with a fourth bit makes all of them have four.
   bool has_four_bits = false;
   for (size_t i = 0; i < palette.size(); ++i) {
     has_four_bits = has_four_bits || (load_be16(words + 2 * i) & 0x0888) != 0;
@@ -136,12 +145,15 @@ void set_palette(std::span<const uint8_t> head, const Header& header,
     case Palette::kAtari:
       return read_atari_palette(at, listed);
     case Palette::kOfFormat:
+      // Kept: without a word about greys 2 to 4 planes are in colour, as netpbm has them; deark
+      // shows greys.
       if (palette.size() <= 2 || palette.size() > 16) break;
       for (size_t i = 0; i < palette.size(); ++i) palette[i] = color::rgb_entry(kGemColors[i]);
       return;
     default:
       break;
   }
+  // 0 is white, in one plane as in eight.
   color::fill_gray_ramp(palette);
   std::ranges::reverse(palette);
 }
@@ -162,6 +174,7 @@ process::SourcePicture describe(std::span<const uint8_t> head, const Header& hea
   const auto palette = std::span(picture.palette).first(picture.colors);
   set_palette(head, header, palette);
   if (header.palette_entries != 0) picture.flags |= T_FLAG_PALETTE;
+  // Of fewer planes than bits the palette has gaps, which are no ramp.
   const bool has_all = picture.bits > 1 && static_cast<uint32_t>(picture.bits) == header.planes;
   if (has_all && color::is_gray_ramp(palette)) picture.flags |= T_FLAG_GRAY;
   return picture;
@@ -170,6 +183,8 @@ process::SourcePicture describe(std::span<const uint8_t> head, const Header& hea
 }  // namespace
 
 Status parse_header(std::span<const uint8_t> head, uint32_t file_bytes, Header& header) {
+  // 1 is the guide's. Files of 0 and 2 have the same fields; who writes them is not known, and
+  // strictly they would be lost.
   constexpr uint32_t kLastVersion = 2;
   if (head.size() < kGemHeader || load_be16(&head[kVersionAt]) > kLastVersion) return kBadData;
   header.data = 2 * load_be16(&head[kHeaderWordsAt]);
@@ -190,6 +205,7 @@ Status parse_header(std::span<const uint8_t> head, uint32_t file_bytes, Header& 
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Header header;
   TRY(parse_header(input.head, input.file_size, header));
+  // GEM's own headers have 8 words, or 9 with that of greys; longer ones bring a tag.
   const bool is_plain = header.data <= kGemHeader + 2 && header.planes <= 4;
   if ((!is_plain && !header.has_tag) || header.pattern_bytes == 0) return kBadData;
   process::describe(describe(input.head, header), T_FORMAT_IMG, "Run Length", info);
@@ -208,7 +224,9 @@ class RowMaker {
         row_bytes_(row_bytes(header)) {}
 
   Status start() {
+    // Planes are combined by fours or eights: those that the file does not have stay zero.
     TRY(coded_.allocate(row_bytes_ * (planes_count_ <= 8 ? 8 : 1)));
+    // Three bytes for a pixel at most, and whole groups of eight.
     return pixels_.allocate((width_ + 8) * size_t{3});
   }
 
@@ -217,6 +235,7 @@ class RowMaker {
     repeats = 1;
     const uint32_t planes = planes_count_ <= 8 ? planes_count_ : 1;
     for (uint32_t i = 0; i < planes; ++i) {
+      // A row's count stands in front of its first plane and is that of all.
       TRY(runs_.decode(coded_.bytes().subspan(i * row_bytes_, row_bytes_),
                        i == 0 ? &repeats : nullptr));
     }
@@ -242,6 +261,7 @@ class RowMaker {
         continue;
       }
       const uint32_t word = load_be16(from + size_t{2} * x);
+      // 5-6-5, the high byte first, to 5-5-5.
       const uint32_t without_green_bit = (word >> 1 & 0x7FE0) | (word & 0x1F);
       store_le16(to + size_t{2} * x,
                  static_cast<uint16_t>(planes_count_ == 15 ? word & 0x7FFF : without_green_bit));
@@ -264,6 +284,7 @@ Status read_rows(ByteSource& bytes, const Header& header, process::RowDelivery& 
     uint32_t repeats = 0;
     const Status status = maker.decode(repeats);
     if (!status.ok()) return rows.finish_early(status);
+    // A count that goes beyond the last row is cut.
     for (repeats = std::min(repeats, left); repeats > 0; --repeats, --left) {
       const std::span<uint8_t> row = rows.next_row();
       std::memcpy(row.data(), maker.pixels(), std::min(row.size(), maker.size()));
@@ -324,6 +345,7 @@ class Writer final : public io::RowWriter {
       formats::list_colors(picture, depth_, palette_);
       layout.palette = palette_;
     }
+    // A row's count is a byte.
     TRY(rows_.start(layout.row_bytes, 255));
     TRY(planes_.allocate(layout.row_bytes));
     return coded_.allocate(most_coded(plane_bytes_));
@@ -334,10 +356,10 @@ class Writer final : public io::RowWriter {
     std::array<uint8_t, kHeadBytes> head = {};
     const size_t colors = depth_ == 1 ? 0 : size_t{1} << depth_;
     const size_t size = colors == 0 ? kGemHeader : kTaggedPaletteAt + 6 * colors;
-    const size_t words[] = {1,
-                            size / 2,
+    const size_t words[] = {1,         // version
+                            size / 2,  // words of the header
                             static_cast<size_t>(depth_),
-                            1,
+                            1,  // bytes of a pattern
                             microns(picture.XResolution),
                             microns(picture.YResolution),
                             width_,
@@ -345,6 +367,7 @@ class Writer final : public io::RowWriter {
     for (size_t i = 0; i < std::size(words); ++i) {
       store_be16(&head[2 * i], static_cast<uint16_t>(words[i]));
     }
+    // Colour model 0, RGB, is left at kColorModelAt.
     if (colors != 0) store_be32(&head[kTagAt], kXimg);
     for (size_t i = 0; i < colors; ++i)
       put_thousandths(palette_[i], &head[kTaggedPaletteAt + 6 * i]);

@@ -19,6 +19,8 @@ inline constexpr size_t kHeadBytes = 22 + 6 * 256;
 enum class Palette : uint8_t {
   kOfFormat,  // those that planes of this number have
   kGrays,     // greys from white to black
+  // XIMG: red, green and blue as the VDI counts them, 0 to 1000; or their opposites, cyan, magenta
+  // and yellow.
   kThousandths,
   kInverseThousandths,
   kAtari,        // words 0RGB
@@ -27,8 +29,9 @@ enum class Palette : uint8_t {
 
 // What parse_header accepted.
 struct Header {
-  uint32_t data = 0;           // offset
-  uint32_t planes = 0;         // 1 to 8: of one bit each; 15, 16, 24, 32: bits of whole pixels
+  uint32_t data = 0;    // offset
+  uint32_t planes = 0;  // 1 to 8: of one bit each; 15, 16, 24, 32: bits of whole pixels
+  // Patterns of 0 bytes are read as those of 1.
   uint32_t pattern_bytes = 0;  // 0 to 8
   uint16_t width = 0;          // 1 and more, like height
   uint16_t height = 0;
@@ -46,8 +49,11 @@ Status parse_header(std::span<const uint8_t> head, uint32_t file_bytes, Header& 
 
 // There is no signature: the fields of the header must be those that programs wrote.
 Status probe(const io::ProbeInput& input, FILEINFO& info);
+// Reads more than probe() accepts, for callers who know the format: five and more planes without a
+// tag, a pattern length of 0. HLS palettes: kSubtype.
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
+// kBadSize beyond 65535 pixels on a side, which are words.
 Status write(io::WriterUse use);
 
 }  // namespace tavo::gem

@@ -53,9 +53,11 @@ Status RunDecoder::decode_zero(std::span<uint8_t>& row, uint32_t* repeats) {
     uint32_t mark = 0;
     TRY(next(mark));
     TRY(next(count));
+    // Kept: a count of 0 is one row; with another mark than 0xFF it means nothing.
     if (repeats != nullptr && mark == kRepeatMark) *repeats = std::max(count, 1u);
     return kOk;
   }
+  // As long as the header says, 8 at most (parse_header).
   std::array<uint8_t, 8> pattern;
   TRY(bytes_.read(std::span(pattern).first(pattern_bytes_)));
   const size_t part = std::min(size_t{count} * pattern_bytes_, row.size());
@@ -74,6 +76,7 @@ Status RunDecoder::decode_zero(std::span<uint8_t>& row, uint32_t* repeats) {
 Status RunDecoder::decode_literals(std::span<uint8_t>& row) {
   uint32_t count = 0;
   TRY(next(count));
+  // 0x80 0 is nothing, not 256; what goes beyond the row is passed over.
   const size_t part = std::min<size_t>(count, row.size());
   TRY(bytes_.read(row.first(part)));
   row = row.subspan(part);

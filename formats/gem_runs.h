@@ -11,6 +11,7 @@
 
 namespace tavo::gem {
 
+// One for the whole picture: planes one after the other, rows from the top.
 class RunDecoder {
  public:
   RunDecoder(ByteSource& bytes, uint32_t pattern_bytes)
@@ -29,6 +30,8 @@ class RunDecoder {
   uint32_t pattern_bytes_;
 };
 
+// Literals have two bytes in front of each 255; runs save at least what the literals behind them
+// take so.
 constexpr size_t most_coded(size_t row_bytes) { return row_bytes + row_bytes / 64 + 8; }
 
 // Codes a plane of a row, patterns being bytes, to `out`, which has room for most_coded() bytes;
