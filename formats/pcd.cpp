@@ -50,6 +50,7 @@ Status parse(const io::ProbeInput& input, Contents& contents) {
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   Contents contents;
   const Status status = parse(input, contents);
+  // A read that failed is told as such, whatever it made of the header.
   TRY(input.file.failure());
   if (status == kNoMemory) return status;
   ModulePhoto photo;
@@ -79,6 +80,7 @@ struct Request {
 
   // The level for a part of the size that `level` has.
   uint32_t reduced(uint32_t level) const {
+    // Halvings: 0 for 8 eighths, 3 for 1.
     const auto steps = static_cast<uint32_t>(3 - std::countr_zero(eighths));
     return level > steps ? level - steps : photocd::kBase16;
   }
@@ -86,6 +88,7 @@ struct Request {
 
 Status deliver(ModulePhoto& photo, const Request& request) {
   TRY(photo.choose(wanted_level()));
+  // Twice: the size that would come otherwise is what the eighths are of.
   if (request.eighths != 8) TRY(photo.choose(request.reduced(photo.level())));
   TRY(photo.start());
   const process::SourcePicture picture = describe(photo.width(), photo.height());
@@ -109,8 +112,11 @@ Status deliver(const photocd::FileBytes& file, const Contents& contents, const R
   for (uint32_t y = 0; y < source.height(); ++y) {
     const Status status = source.row(y, rows.next_row().data());
     if (!status.ok()) return rows.finish_early(status);
+    // Kept: rows without their differences are delivered as the level below has them, but not as
+    // whole ones, and none behind them.
     TRY(rows.commit(1, source.planes().is_damaged() ? 0 : 1));
   }
+  // Damage within a level ends nothing; that its end is missing is told.
   return source.planes().is_short() ? rows.finish_early(kReadError) : rows.finish();
 }
 

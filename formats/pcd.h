@@ -14,11 +14,14 @@ namespace tavo::pcd {
 inline constexpr int32_t kLevels = 5;
 inline constexpr int32_t kSmallestSide = 128;  // of Base/16
 
+// Tells what a load would deliver with the level, page and module that settings have.
 Status probe(const io::ProbeInput& input, FILEINFO& info);
+// The level that settings.photocd_level names, or the largest below it that the file has.
 Status read(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
             void* context);
 
 // The level that has so many eighths of the size.
+// `eighths`: 1, 2, 4 or 8. Each level has half the sides of the next one: nothing is scaled.
 Status read_draft(const char* name, BitmapHandle* bitmap, T_RowSink sink, int32_t bits_per_pixel,
                   void* context, uint32_t eighths);
 

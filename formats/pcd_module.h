@@ -21,9 +21,11 @@ struct ModuleRect {
 };
 
 // What a module's pixels are.
+// One byte a pixel, or three side by side.
 enum class ModuleFormat : int32_t { kGray = 10, kRgb = 11, kYcc = 12 };
 
 // Numbers that its functions answer with; 0 is success.
+// 3003, the user's abort, and all others count as failed reads.
 inline constexpr int16_t kModuleBadFormat = 3000;
 inline constexpr int16_t kModuleBadParameter = 3001;
 inline constexpr int16_t kModuleBadVersion = 3002;
@@ -36,6 +38,9 @@ inline constexpr int32_t kModuleMirror = 2;
 inline constexpr int32_t kModuleTurn = 4;
 
 // The functions, in the order of their names in pcd_module.cpp.
+// Resolutions are numbers: 0 Base/64, 1 Base/16 to 5 16Base, as levels here, 6 64Base. A transform
+// is the one that shows the picture upright. Areas count in pixels of the resolution and the
+// transform that are set.
 struct ModuleEntries {
   int16_t(T_CALL* open)(const char* path, void** photo);
   int16_t(T_CALL* close)(void* photo);
@@ -51,6 +56,8 @@ struct ModuleEntries {
 };
 
 // A file that the module has open. It is loaded for as long.
+// open(), then choose(), once or more, then start(), then rows in any order. When one of them fails
+// nothing but the destructor may follow.
 class ModulePhoto {
  public:
   ModulePhoto() = default;

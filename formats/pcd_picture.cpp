@@ -19,6 +19,8 @@ using photocd::kBase16;
 
 // ---- Files ----
 
+// Of the disc. Counted from 0: in sector 1 what the pack is; Base/16, Base/4 and Base from 4, 23
+// and 96 on, 18, 72 and 288 long; in 388 the codes of 4Base, and from 389 on what they code.
 constexpr uint64_t kSector = 2048;
 constexpr std::string_view kImagePack = "PCD_IPI";
 constexpr size_t kImagePackAt = kSector;
@@ -27,6 +29,7 @@ constexpr std::array<uint64_t, kBase> kStoredAt = {4 * kSector, 23 * kSector, 96
 constexpr uint64_t k4BaseCodesAt = 389 * kSector;
 
 constexpr std::string_view kOverviewPack = "PCD_OPA";
+// Two bytes, the high one first as ImageMagick reads them.
 constexpr size_t kOverviewCountAt = 10;
 constexpr uint64_t kOverviewAt = 5 * kSector;
 constexpr uint64_t kOverviewBytes = 18 * kSector;
@@ -84,11 +87,14 @@ Status PictureFile::parse_image_pack(std::span<const uint8_t> head, uint32_t lev
   const uint8_t attributes = head.size() > kAttributesAt ? head[kAttributesAt] : 0;
   contents.quarters = attributes & 3;
   uint32_t largest = std::min(kBase + (attributes >> 2 & 3), k16Base);
+  // Packs of Base alone end some sectors before; attributes may say more than a file that was cut
+  // has.
   if (bytes_.size <= k4BaseCodesAt) largest = kBase;
   while (largest <= kBase && largest > kBase16 &&
          bytes_.size < kStoredAt[largest - 1] + photocd::stored_bytes(largest)) {
     --largest;
   }
+  // 16Base is looked for only when it is asked: it takes reading all of 4Base.
   const uint32_t wanted = level == 0 ? k16Base : level;
   if (largest == k16Base && wanted == k16Base) {
     TRY(photocd::find_16base(bytes_, contents.layout.tables_16base));
@@ -114,6 +120,8 @@ Status Picture::start(const photocd::FileBytes& file, const Contents& contents) 
   luma_ = &planes_.luma();
   width_ = photocd::width_of(level);
   height_ = photocd::height_of(level);
+  // By a quarter columns become rows: from the last on against the clock (1), mirrored with it (3).
+  // A half turn (2) is both without that.
   is_turned_ = contents.quarters % 2 != 0;
   is_upwards_ = contents.quarters == 1 || contents.quarters == 2;
   is_mirrored_ = contents.quarters >= 2;
@@ -131,7 +139,10 @@ Status Picture::start(const photocd::FileBytes& file, const Contents& contents) 
 // ever: that is the same both ways.
 Status Picture::start_turned(uint32_t level) {
   std::swap(width_, height_);
+  // Each strip takes decoding the whole picture once more: 16Base, 9 MiB, has two, all other levels
+  // one.
   const uint32_t strips = (photocd::stored_bytes(level) - 1) / kMostHeld + 1;
+  // Even, so that each strip begins with a whole column of chroma.
   strip_columns_ = height_ / strips / 2 * 2;
   for (uint32_t i = 0; i < 3; ++i) {
     HeldPlane& plane = held_[i];
@@ -172,12 +183,14 @@ Status Picture::hold_strip(uint32_t column) {
   const auto hold = [&] {
     for (uint32_t y = 0; y < width_; y += kBatch) {
       TRY(held_[0].hold(planes_.luma(), y));
+      // Chroma has half the rows: a batch of it for two of luma.
       if (y % (2 * kBatch) != 0) continue;
       for (uint32_t i = 1; i < 3; ++i) TRY(held_[i].hold(planes_.chroma(i - 1), y / 2));
     }
     return kOk;
   };
   const Status status = hold();
+  // The next row tries again: half of a strip is none.
   if (!status.ok()) held_[0].count = 0;
   return status;
 }

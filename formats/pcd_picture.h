@@ -21,6 +21,8 @@ struct Contents {
 };
 
 // An open file for the decoder.
+// The module pcdlib uses it, too (module/pcdlib.cpp). start() first, then parse() as often as
+// wanted.
 class PictureFile {
  public:
   explicit PictureFile(io::InputFile& file)
@@ -36,6 +38,7 @@ class PictureFile {
   Status parse(std::span<const uint8_t> head, uint32_t level, uint32_t page, Contents& contents);
   // The same when the head has not been read.
   Status parse(uint32_t level, uint32_t page, Contents& contents);
+  // Two sectors: the attributes are in the second one.
   static constexpr size_t kHeadBytes = 4096;
 
  private:
