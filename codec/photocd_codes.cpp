@@ -16,6 +16,8 @@ size_t CodeTable::parse(std::span<const uint8_t> bytes) {
   const size_t size = 1 + 4 * count;
   if (count == 0 || bytes.size() < size) return 0;
   for (size_t i = 0; i < count; ++i) {
+    // Length less 1, the code in the high bits of two bytes, the high one first, the difference.
+    // The number of entries stands in front of them all, less 1 as well.
     const uint8_t* const entry = &bytes[1 + 4 * i];
     if (entry[0] >= kLongest) {
       codes_ = {};

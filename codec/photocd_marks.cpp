@@ -32,6 +32,8 @@ Status RowIndex::start(uint32_t height, Planes planes) {
 // A mark has 16 ones or more in whole bytes: only from a byte of ones on bits are counted.
 Status RowIndex::scan(Window& window, uint64_t position, uint32_t width) {
   constexpr size_t kPiece = 32 * 1024;
+  // No code has more than 16 bits; the marks of 16Base, 5 bytes for each of 4096 rows, take less
+  // than a piece.
   const uint64_t samples = uint64_t{width} * height_ * (planes_ + 1) / 2;
   const uint64_t reach = position + 2 * samples + kPiece;
   const uint64_t limit = std::min(reach, window.file_size());

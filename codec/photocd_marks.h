@@ -37,6 +37,7 @@ class RowIndex {
   uint64_t end() const { return end_; }
 
   // Whether rows are missing behind the last one that is there.
+  // One in the midst is damage; a last row that is missing means that the level was cut.
   bool is_short() const;
 
  private:

@@ -110,8 +110,9 @@ class DoubledPlane final : public MadeRows {
 
 // Where the parts of a picture are in its file.
 struct Layout {
-  uint32_t level = kBase16;    // the one that is wanted
-  uint64_t stored = 0;         // its bytes, or those of Base where it is a larger one
+  uint32_t level = kBase16;  // the one that is wanted
+  uint64_t stored = 0;       // its bytes, or those of Base where it is a larger one
+  // Only for k16Base, and from find_16base() then.
   uint64_t tables_16base = 0;  // code tables, which the differences follow
 };
 

@@ -7,6 +7,7 @@ namespace tavo::photocd {
 
 namespace {
 
+// More than kMostBytes and what is kept together.
 constexpr size_t kSize = 64 * 1024;
 constexpr size_t kKept = 8 * 1024;  // of what lies on the other side of the way
 
