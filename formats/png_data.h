@@ -9,6 +9,8 @@
 
 namespace tavo::png {
 
+// Chunks may end anywhere in the compressed data (10.1), within a code as well, so the decoder is
+// to know nothing of them. The chunk behind the data is not read beyond its head.
 class DataStream {
  public:
   // `bytes` stand behind the head of the first chunk, which has `size` bytes of data.
@@ -23,6 +25,7 @@ class DataStream {
 
   ByteSource& bytes_;
   uint32_t left_;  // of the chunk
+  // CRC-32 (5.5) of the chunk's type and of its data so far.
   uint32_t sum_;
   bool is_at_end_ = false;
 };

@@ -13,6 +13,7 @@
 namespace tavo::png {
 namespace {
 
+// A colour profile (11.3.2), Exif data and text in UTF-8; CgBI is in no public standard.
 constexpr uint32_t kICCP = chunk_type("iCCP"), kEXIF = chunk_type("eXIf");
 constexpr uint32_t kITXT = chunk_type("iTXt"), kCGBI = chunk_type("CgBI");
 
@@ -22,7 +23,8 @@ bool is_ancillary(uint32_t type) { return (type >> 29 & 1) != 0; }
 struct Chunk {
   uint32_t type = 0;
   uint32_t size = 0;
-  // Its first bytes, as far as anything wants them.
+  // Its first bytes, as far as anything wants them: the 256 colours of PLTE. Of profiles, Exif data
+  // and XMP it matters only that they are there.
   std::array<uint8_t, 768> data;
 
   std::span<const uint8_t> bytes() const {
@@ -35,6 +37,7 @@ Status read_head(ByteSource& bytes, Chunk& chunk) {
   TRY(bytes.read(head));
   chunk.size = load_be32(&head[0]);
   chunk.type = load_be32(&head[4]);
+  // 5.3: no length exceeds 2^31 - 1.
   return chunk.size > INT32_MAX ? kBadData : kOk;
 }
 
@@ -45,6 +48,7 @@ Status read_data(ByteSource& bytes, Chunk& chunk, bool& is_whole) {
   const size_t held = chunk.bytes().size();
   TRY(bytes.read(std::span(chunk.data).first(held)));
   uint32_t sum = crc32(crc32(0, type), chunk.bytes());
+  // What `data` does not hold, by windows: a length takes time only as far as the file goes.
   for (uint32_t left = chunk.size - static_cast<uint32_t>(held); left > 0;) {
     if (bytes.window().empty()) TRY(bytes.refill());
     if (bytes.window().empty()) return kReadError;
@@ -63,13 +67,16 @@ Status read_data(ByteSource& bytes, Chunk& chunk, bool& is_whole) {
 
 // Which depths a colour type has (11.2.1, table 12).
 bool go_together(uint32_t color, uint32_t bits) {
+  // 0 is grey and 3 indices; 2, colours, 4 and 6, grey and colours with opacity, have 8 or 16 bits.
   if (color == 0) return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16;
   if (color == (kIsColor | kIsIndexed)) return bits == 1 || bits == 2 || bits == 4 || bits == 8;
   const bool is_known = color == kIsColor || color == kHasAlpha || color == (kIsColor | kHasAlpha);
   return is_known && (bits == 8 || bits == 16);
 }
 
-// IHDR (11.2.1). Compression and filter method are 0, the interlace method is 0 or Adam7.
+// IHDR (11.2.1): width and height in 4 bytes each; then depth, colour type, compression, filter and
+// interlace method in a byte each. Compression and filter method are 0, the interlace method is 0
+// or Adam7.
 Status parse_ihdr(const Chunk& chunk, Header& header) {
   const std::span<const uint8_t> data = chunk.bytes();
   if (chunk.type != kIHDR || data.size() != kHeaderBytes) return kBadData;
@@ -86,8 +93,8 @@ Status parse_ihdr(const Chunk& chunk, Header& header) {
   return kOk;
 }
 
-// PLTE (11.2.2). kept: one with more colours than the depth can name is cut, as other programs have
-// it.
+// PLTE (11.2.2): red, green and blue of each entry; a length that 3 does not divide is an error.
+// kept: one with more colours than the depth can name is cut, as other programs have it.
 Status parse_palette(const Chunk& chunk, Header& header) {
   if (!header.is_indexed()) return kOk;  // a suggestion for displays of few colours
   const std::span<const uint8_t> data = chunk.bytes();
@@ -97,7 +104,8 @@ Status parse_palette(const Chunk& chunk, Header& header) {
   return kOk;
 }
 
-// Samples of tRNS and bKGD (11.3.1.1, 11.3.4.1): 16 bits each, the low ones count.
+// Samples of tRNS and bKGD (11.3.1.1, 11.3.4.1): 16 bits each, the low ones count, the others are
+// to be masked. False where the chunk is too short for them.
 bool parse_samples(const Chunk& chunk, const Header& header, std::array<uint32_t, 3>& samples) {
   const size_t count = header.is_color() ? 3 : 1;
   if (chunk.size < 2 * count) return false;
@@ -107,19 +115,23 @@ bool parse_samples(const Chunk& chunk, const Header& header, std::array<uint32_t
   return true;
 }
 
-// Entries of the palette behind those that are told are opaque.
+// tRNS (11.3.1.1): the opacity of each palette entry, where those behind the ones that are told are
+// opaque, or the one colour that is transparent. Beside an opacity of each pixel it is not allowed,
+// and says nothing.
 void parse_transparency(const Chunk& chunk, Header& header) {
   if (header.has_alpha()) return;
   if (!header.is_indexed()) {
     header.has_transparency = parse_samples(chunk, header, header.transparent);
     return;
   }
+  // What goes beyond the palette, an error, is the opacity of indices that have no colour.
   const auto told = chunk.bytes().first(std::min<size_t>(chunk.bytes().size(), 256));
   header.opacity.fill(255);
   std::ranges::copy(told, header.opacity.begin());
   header.has_transparency = std::ranges::any_of(told, [](uint8_t value) { return value != 255; });
 }
 
+// bKGD (11.3.4.1): of palettes an index. One beyond the palette, or in front of it, says nothing.
 void parse_background(const Chunk& chunk, Header& header) {
   if (!header.is_indexed()) {
     parse_samples(chunk, header, header.background);
@@ -130,9 +142,11 @@ void parse_background(const Chunk& chunk, Header& header) {
   header.background = {entry.Red, entry.Green, entry.Blue};
 }
 
+// An inch has 0.0254 m. Rounded: 300 dots per inch are stored as 11811 per metre.
 int64_t per_inch(uint32_t per_meter) { return (int64_t{per_meter} * 254 + 5000) / 10000; }
 
-// pHYs (11.3.4.3): without a unit the two numbers are an aspect ratio.
+// pHYs (11.3.4.3): numbers for x and y, then a unit, without which the two are an aspect ratio;
+// that is not kept, as bitmaps have no place for it.
 void parse_size(const Chunk& chunk, Header& header) {
   if (chunk.size < 9 || chunk.data[8] != kDotsPerMeter) return;
   header.x_per_inch = per_inch(load_be32(&chunk.data[0]));
@@ -182,6 +196,7 @@ Status parse_chunk(const Chunk& chunk, bool is_whole, Header& header) {
     if (is_whole) parse_ancillary(chunk, header);
     return kOk;
   }
+  // IHDR is the first chunk only, and IEND the last (5.6).
   if (!is_whole || chunk.type == kIHDR || chunk.type == kIEND) return kBadData;
   return chunk.type == kPLTE ? parse_palette(chunk, header) : kSubtype;
 }
@@ -196,10 +211,12 @@ Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header, uint
   bool is_whole = false;
   TRY(read_head(bytes, chunk));
   if (chunk.type == kCGBI) return kSubtype;  // Apple's: another order and wrapper of the data
+  // Such a chunk is no IHDR, and shall not be read to its end to find that out.
   if (chunk.size > kHeaderBytes) return kBadData;
   TRY(read_data(bytes, chunk, is_whole));
   TRY(parse_ihdr(chunk, header));
   if (!is_whole) return kBadData;
+  // Ends with the file at the latest: each turn takes 12 bytes of it or more.
   for (;;) {
     TRY(read_head(bytes, chunk));
     if (chunk.type == kIDAT) break;

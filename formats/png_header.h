@@ -14,6 +14,7 @@
 
 namespace tavo::png {
 
+// 5.2: the name among what transfers as text spoil: the high bit, line ends, Ctrl-Z.
 inline constexpr std::array<uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 inline constexpr size_t kHeadBytes = 8;     // of a chunk: length, type
 inline constexpr size_t kCheckBytes = 4;    // behind its data: the checksum of type and data
@@ -25,13 +26,13 @@ constexpr uint32_t chunk_type(const char (&name)[5]) {
   for (int i = 0; i < 4; ++i) type = type << 8 | static_cast<uint8_t>(name[i]);
   return type;
 }
-inline constexpr uint32_t kIHDR = chunk_type("IHDR");
-inline constexpr uint32_t kPLTE = chunk_type("PLTE");
-inline constexpr uint32_t kIDAT = chunk_type("IDAT");
-inline constexpr uint32_t kIEND = chunk_type("IEND");
-inline constexpr uint32_t kTRNS = chunk_type("tRNS");
-inline constexpr uint32_t kBKGD = chunk_type("bKGD");
-inline constexpr uint32_t kPHYS = chunk_type("pHYs");
+inline constexpr uint32_t kIHDR = chunk_type("IHDR");  // image header (11.2.1)
+inline constexpr uint32_t kPLTE = chunk_type("PLTE");  // palette (11.2.2)
+inline constexpr uint32_t kIDAT = chunk_type("IDAT");  // image data (11.2.3)
+inline constexpr uint32_t kIEND = chunk_type("IEND");  // image trailer, empty (11.2.4)
+inline constexpr uint32_t kTRNS = chunk_type("tRNS");  // transparency (11.3.1.1)
+inline constexpr uint32_t kBKGD = chunk_type("bKGD");  // background colour (11.3.4.1)
+inline constexpr uint32_t kPHYS = chunk_type("pHYs");  // physical pixel dimensions (11.3.4.3)
 
 // Colour types (11.2.1) are sums of these.
 inline constexpr uint8_t kIsIndexed = 1, kIsColor = 2, kHasAlpha = 4;
@@ -71,6 +72,7 @@ struct Header {
   uint32_t pixel_bits() const { return samples() * bits; }
   // What filters look back by (9.2).
   uint32_t pixel_bytes() const { return (pixel_bits() + 7) / 8; }
+  // 7.2: pixels are packed, and each row begins with a byte of its own.
   uint64_t row_bytes(uint32_t pixels) const { return (uint64_t{pixels} * pixel_bits() + 7) / 8; }
 };
 

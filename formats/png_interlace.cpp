@@ -14,6 +14,7 @@ void place_bytes(const uint8_t* from, uint8_t* to, const Places& p) {
   }
 }
 
+// 7.2: the leftmost of several pixels in a byte has the high bits.
 template <uint32_t kBits>
 void place_bits(const uint8_t* from, uint8_t* to, const Places& p) {
   constexpr uint32_t kMask = (1u << kBits) - 1;
@@ -38,6 +39,7 @@ Nearest nearest(const Progress& progress, uint32_t y) {
     const Pass& pass = kPasses[progress.passes];
     const uint32_t from = y - y % kDy[progress.passes];
     const bool has_pixels = from % pass.dy == pass.y;
+    // Rows that the pass does not have are as whole as the passes before left them.
     if (!has_pixels || from / pass.dy < progress.rows) return {true, from, kDx[progress.passes]};
   }
   if (progress.passes == 0) return {};

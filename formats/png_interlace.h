@@ -12,6 +12,7 @@ struct Pass {
   uint32_t columns(uint32_t width) const { return width > x ? (width - x - 1) / dx + 1 : 0; }
   uint32_t rows(uint32_t height) const { return height > y ? (height - y - 1) / dy + 1 : 0; }
 };
+// Each pass is stored as a picture of its own, filter types included.
 inline constexpr Pass kPasses[] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
                                    {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
 inline constexpr uint32_t kPassCount = 7;
@@ -28,6 +29,7 @@ struct Nearest {
   uint32_t from = 0;
   uint32_t dx = 1;
 };
+// Not there: rows that the first pass has not reached.
 Nearest nearest(const Progress& progress, uint32_t y);
 
 // Pixels of 1, 4, 8, 24 or 32 bits from one row to their places in another: number i, of `count`,

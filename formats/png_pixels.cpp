@@ -22,12 +22,13 @@ void store_samples(std::span<const uint32_t, 3> samples, uint32_t bits, uint8_t*
   }
 }
 
-// A sample of any depth in 8 bits.
+// A sample of any depth in 8 bits; 255 is a multiple of 1, 3 and 15, so only 16 bits are rounded.
 uint8_t level_of(uint32_t sample, uint32_t bits) {
   return bits == 16 ? narrow_16_bits(sample)
                     : static_cast<uint8_t>(sample * 255 / ((1u << bits) - 1));
 }
 
+// Colours are not multiplied by their opacity (6.2), and mixed as stored: gamma is not applied.
 uint8_t mix(uint32_t front, uint32_t back, uint32_t opacity) {
   const uint32_t sum = front * opacity + back * (255 - opacity) + 128;
   return static_cast<uint8_t>((sum + (sum >> 8)) >> 8);  // sum / 255, rounded
@@ -54,6 +55,7 @@ void describe_palette(const Header& header, bool keeps_alpha, process::SourcePic
   const auto used = palette.first(picture.colors);
   color::fill_gray_ramp(used);
   if (header.has_transparency && header.bits <= 8) {
+    // Within `used`: parse_samples has masked what the depth does not have.
     used[header.transparent[0]] = color::gray_entry(level_of(header.background[0], header.bits));
   }
   if (header.bits > 1 && color::is_gray_ramp(used)) picture.flags = T_FLAG_GRAY;
@@ -113,6 +115,7 @@ uint8_t PixelMaker::level_at(const uint8_t* sample) const {
   return header_.bits == 16 ? narrow_16_bits(load_be16(sample)) : *sample;
 }
 
+// Compared as stored: of 16 bits all count, so it comes before they are rounded.
 void PixelMaker::replace_transparent(const uint8_t* raw, uint32_t pixels, uint8_t* row) const {
   const size_t bytes = header_.pixel_bytes(), colors = header_.samples();
   for (; pixels > 0; --pixels, raw += bytes, row += colors) {

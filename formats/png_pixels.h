@@ -14,6 +14,7 @@ namespace tavo::png {
 process::SourcePicture describe(const Header& header, bool keeps_alpha);
 
 // Brings rows to that: shows them in front of the background, unless their opacity is kept.
+// One serves all rows, and all passes of an interlaced picture.
 class PixelMaker {
  public:
   PixelMaker(const Header& header, bool keeps_alpha);

@@ -43,9 +43,11 @@ class Samples {
 
   // The next one.
   Status next(std::span<const uint8_t>& samples) {
+    // At the first row this makes the zeros of begin() the row above (9.2).
     std::swap(row_, above_);
     uint8_t type = 0;
     TRY(inflate_.decode({&type, 1}));
+    // 9.2 has types 0 to 4; without its filter the row and all below it are lost.
     if (type >= filters::kFilterCount) return kBadData;
     const std::span<uint8_t> row = row_.bytes().first(row_bytes_);
     TRY(inflate_.decode(row));
@@ -75,7 +77,7 @@ class Samples {
   Buffer row_, above_;
 };
 
-// As they come.
+// As they come. A wrong checksum behind the last row is told when all rows are delivered.
 Status read_rows(Samples& samples, const PixelMaker& pixels, const Header& header,
                  RowDelivery& rows) {
   samples.begin(header.width);
@@ -108,6 +110,7 @@ class Interlaced {
   // `damage` gets why a part is missing.
   Status read(Samples& samples, const PixelMaker& pixels, Status& damage) {
     for (const Pass& pass : kPasses) {
+      // A pass without pixels has no bytes in the data, not even filter types.
       if (pass.columns(header_.width) != 0) TRY(read_pass(pass, samples, pixels, damage));
       if (!damage.ok()) return kOk;
       ++progress_.passes;
@@ -144,6 +147,7 @@ class Interlaced {
       pixels.make(raw, columns, part_.data());
       const uint32_t y = pass.y + i * pass.dy;
       const std::span<uint8_t> row = row_.bytes().first(width);
+      // Rows of the last pass are all its own; in others there are pixels of passes before.
       if (pass.x != 0 || pass.dx != 1) TRY(core::get_row(*whole_, y, row));
       place_pixels(part_.data(), row.data(), picture_.bits, {1, pass.x, pass.dx, columns});
       TRY(core::put_row(*whole_, y, row));
@@ -164,6 +168,7 @@ class Interlaced {
   Progress progress_;
 };
 
+// A bitmap of 32 bits that is there to be filled wants opacity whatever depth the call names.
 bool wants_alpha(const BitmapHandle& bitmap, int32_t bits_per_pixel) {
   return bits_per_pixel == 32 ||
          (core::has_flag(bitmap, T_FLAG_ALLOCATED) && bitmap.BitsPerPixel == 32);

@@ -20,7 +20,7 @@ namespace tavo::png {
 
 namespace {
 
-// Chunks on their way into a file.
+// Chunks (5.3) on their way into a file: length of the data, type, data, CRC-32 of type and data.
 class ChunkWriter {
  public:
   explicit ChunkWriter(io::OutputFile& file) : file_(file) {}
@@ -45,7 +45,8 @@ class ChunkWriter {
   uint64_t bytes_ = 0;
 };
 
-// The data of IDAT chunks, as they come from the encoder.
+// The data of IDAT chunks, as they come from the encoder: a chunk each time its buffer of 32 KiB is
+// full.
 class DataWriter {
  public:
   explicit DataWriter(ChunkWriter& chunks) : chunks_(chunks) {}
@@ -71,6 +72,7 @@ Kind choose_kind(int32_t depth, std::span<const T_PaletteEntry> palette) {
   return {static_cast<uint8_t>(is_gray ? 0 : kIsColor | kIsIndexed), bits, 1};
 }
 
+// Rounded, so that the reader comes back to the same dots per inch.
 uint32_t per_meter(int32_t per_inch) {
   return static_cast<uint32_t>((int64_t{per_inch} * 10000 + 127) / 254);
 }
@@ -97,6 +99,7 @@ class Writer final : public io::RowWriter {
     return kOk;
   }
 
+  // The order that 5.6 asks for: IHDR first, PLTE and pHYs before IDAT.
   Status begin(const io::SaveRequest& request, const BitmapHandle& picture) {
     TRY(file_.create(request.name));
     TRY(file_.write(kSignature));
@@ -176,6 +179,7 @@ class Writer final : public io::RowWriter {
     return file_.write_at(data_at_, chunk);
   }
 
+  // Compression, filter and interlace method, the last three bytes, stay 0.
   Status write_header(const BitmapHandle& picture) {
     std::array<uint8_t, kHeaderBytes> data = {};
     store_be32(&data[0], static_cast<uint32_t>(picture.Width));
@@ -196,6 +200,7 @@ class Writer final : public io::RowWriter {
     return chunks_.write(kPLTE, std::span(data).first(3 * colors));
   }
 
+  // Of an unknown resolution no pHYs, which would state one.
   Status write_size(const BitmapHandle& picture) {
     if (picture.XResolution <= 0 || picture.YResolution <= 0) return kOk;
     std::array<uint8_t, 9> data;
