@@ -24,7 +24,8 @@ struct Header {
 // the file ends before the data).
 Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header);
 
-// Bits of a picture with a table of so many colors; without one indices are grey levels.
+// Bits of a picture with a table of so many colors, a power of two (18): the least depth of bitmaps
+// that holds them. Without one indices are grey levels.
 constexpr int32_t depth_of(uint32_t colors) {
   if (colors == 0 || colors > 16) return 8;
   return colors == 2 ? 1 : 4;

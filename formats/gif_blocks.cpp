@@ -12,12 +12,13 @@ namespace tavo::gif {
 namespace {
 
 constexpr int kGraphicControl = 0xF9;  // 23
+// Packed fields, delay time (2 bytes, in hundredths of a second, of no use here), index.
 constexpr size_t kControlSize = 4;
 constexpr size_t kControlPacked = 0, kControlTransparent = 3;
 constexpr uint8_t kIsTransparent = 1;
 
-// The size fields of 18 and 20. The image's table takes the place of the screen's, whichever is
-// longer.
+// The size fields of 18 and 20: n stands for 2^(n + 1) colours of red, green, blue, 768 bytes at
+// most. The image's table takes the place of the screen's, whichever is longer.
 Status read_table(ByteSource& bytes, uint8_t packed, ColorTable& table) {
   table = {};
   if ((packed & kHasTable) == 0) return kOk;
@@ -36,7 +37,8 @@ Disposal disposal_of(uint8_t packed) {
   return method == 3 || method == 4 ? Disposal::kPrevious : Disposal::kKeep;
 }
 
-// The last one before an image counts.
+// The last one before an image counts. 23 has a block of 4 bytes: of a shorter one the missing
+// fields are 0, of a longer one the others are passed over.
 Status read_graphic_control(ByteSource& bytes, Image& image) {
   const int length = bytes.get();
   if (length <= 0) return length < 0 ? bytes.shortage() : kOk;

@@ -11,7 +11,8 @@
 
 namespace tavo::gif {
 
-// Header (17) and logical screen descriptor (18).
+// Header (17: signature, version) and logical screen descriptor (18). The pixel aspect ratio, its
+// last byte, is not looked at.
 inline constexpr size_t kScreenSize = 13;
 inline constexpr size_t kScreenWidth = 6, kScreenHeight = 8, kScreenPacked = 10,
                         kScreenBackground = 11;

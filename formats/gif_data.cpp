@@ -6,6 +6,8 @@
 
 namespace tavo::gif {
 
+// Ends at the terminator (16) and, without an error, where the file does: whether the rows before
+// it are whole shows in the codes, so that a picture loads of which the last bytes are missing.
 Status SubBlocks::read_some(std::span<uint8_t> into, size_t& got) {
   got = 0;
   while (got < into.size() && !at_end_) {

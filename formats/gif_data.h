@@ -21,6 +21,7 @@ class SubBlocks {
     left_ = 0;
     at_end_ = false;
   }
+  // As ByteSource wants it.
   Status read_some(std::span<uint8_t> into, size_t& got);
   // Past the terminator. kReadError when the file ends before.
   Status skip_rest();

@@ -218,6 +218,7 @@ class Composition {
 
   Status run(const Frame& frame) {
     TRY(data_.allocate());
+    // Widths have 16 bits (20): one line serves all images.
     TRY(line_.allocate(UINT16_MAX));
     core::Progress progress;
     TRY(progress.start());
@@ -258,6 +259,7 @@ class Composition {
 
   Status draw_rows(const Image& image, const Screen& screen) {
     TRY(data_.start(image.minimum_code_size));
+    // All of the image is decoded, what is outside of the canvas as well: codes know no rows.
     const Area area = canvas_.area(image);
     const auto indices = line_.bytes().first(image.width);
     process::InterlacedRows interlaced;

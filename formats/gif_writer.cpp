@@ -72,7 +72,7 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap) {
   store_le16(&image[1 + kImageWidth], static_cast<uint16_t>(bitmap.Width));
   store_le16(&image[1 + kImageHeight], static_cast<uint16_t>(bitmap.Height));
   image[1 + kImagePacked] = bitmap.BitsPerPixel == kBits ? kBits - 1 : 0;
-  image[10] = kBits;
+  image[10] = kBits;  // minimum code size (22)
   return file.write(image);
 }
 
