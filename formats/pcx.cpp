@@ -22,8 +22,10 @@ namespace {
 
 using process::RowDelivery;
 
-// Offsets in the header, by the names of the manual. Encoding (2) and PaletteInfo are not looked
-// at: kept, all files count as run-length coded, and whether they are grey shows in the palette.
+// Offsets in the header, by the names of the manual; words have the low byte first. Encoding (2)
+// and PaletteInfo are not looked at: kept, all files count as run-length coded, and whether they
+// are grey shows in the palette. Byte 64, reserved, and those from 70 on, the size of the screen
+// and a filler, are written as 0.
 constexpr size_t kManufacturerAt = 0, kVersionAt = 1, kBitsPerPixel = 3;
 constexpr size_t kXMin = 4, kYMin = 6, kXMax = 8, kYMax = 10;
 constexpr size_t kHDpi = 12, kVDpi = 14, kColormap = 16, kPlanes = 65, kBytesPerLine = 66;
@@ -84,6 +86,7 @@ Status read_header(io::InputFile& file, const dcx::Page& page, Header& header) {
   TRY(file.seek(page.start));
   size_t got = 0;
   TRY(file.read_up_to(bytes, got));
+  // Too short for a header: another format, not a file that was cut.
   if (got < bytes.size()) return kBadData;
   return parse_header(bytes, page.end - page.start, header);
 }
@@ -92,6 +95,7 @@ Status read_header(io::InputFile& file, const dcx::Page& page, Header& header) {
 // picture of 8 bits without it is damaged.
 Status read_trailer(io::InputFile& file, const dcx::Page& page, uint32_t& data_end,
                     process::SourcePicture& picture) {
+  // Kept: in front of the file the seek fails, within the header the read.
   if (page.end < kTrailerSize) return kSeekError;
   data_end = page.end - kTrailerSize;
   if (data_end < page.start + uint64_t{kHeaderSize}) return kReadError;
@@ -181,6 +185,7 @@ Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, uint32_t page_b
   if (header.width < 1 || header.height < 1) return kBadData;
   TRY(limits::check_picture(header.width, header.height));
   if (!is_layout(header.plane_bits, header.planes)) return kBadData;
+  // The manual wants lines of an even length. ImageMagick writes odd ones: they load as they are.
   const int32_t needed = (header.width * header.plane_bits + 7) / 8;
   if (needed > header.line_bytes) return kBadData;
   return formats::check_plausible(formats::Density::kRuns,
@@ -189,7 +194,8 @@ Status parse_header(std::span<const uint8_t, kHeaderSize> bytes, uint32_t page_b
 }
 
 // Versions: 0 is PC Paintbrush 2.5; 2 is 2.8 with palette; 3 is 2.8 without, whose palette is read
-// all the same: kept; 5 is 3.0. A direct load takes any.
+// all the same: kept; 4, PC Paintbrush for Windows, is not identified; 5 is 3.0. A direct load
+// takes any.
 Status probe(const io::ProbeInput& input, FILEINFO& info) {
   dcx::Page page;
   TRY(dcx::locate(input.file, settings.page_number, page));
@@ -252,10 +258,13 @@ Status write_header(io::OutputFile& file, const BitmapHandle& bitmap, int32_t de
                     uint32_t line_bytes, const Palette& palette) {
   std::array<uint8_t, kHeaderSize> head = {kManufacturer, kVersion, kRunLength};
   head[kBitsPerPixel] = static_cast<uint8_t>(std::min(depth, 8));
+  // The window begins at 0, 0.
   store_le16(&head[kXMax], static_cast<uint16_t>(bitmap.Width - 1));
   store_le16(&head[kYMax], static_cast<uint16_t>(bitmap.Height - 1));
   put_resolution(&head[kHDpi], bitmap.XResolution);
   put_resolution(&head[kVDpi], bitmap.YResolution);
+  // Kept: more colours than 16 leave the header's palette 0, except that pictures of 1 bit give it
+  // their two whatever the depth is.
   const uint32_t listed = depth == 4 ? 16 : depth == 1 || bitmap.BitsPerPixel == 1 ? 2 : 0;
   for (uint32_t i = 0; i < listed; ++i) color::put_rgb(palette[i], &head[kColormap + 3 * i]);
   head[kPlanes] = depth == 24 ? 3 : 1;
@@ -280,6 +289,7 @@ class Writer final : public io::RowWriter {
     width_ = static_cast<uint32_t>(picture.Width);
     const uint64_t plane_bytes = core::packed_bytes(width_, std::min(depth, 8));
     const uint64_t line_bytes = (plane_bytes + 1) / 2 * 2;  // the manual wants it even
+    // The window has 16 bits and its last pixel inside; BytesPerLine has 16 bits, too.
     constexpr int32_t kMaxSize = UINT16_MAX + 1;
     if (picture.Width > kMaxSize || picture.Height > kMaxSize || line_bytes > UINT16_MAX) {
       return kBadSize;
@@ -333,6 +343,7 @@ class Writer final : public io::RowWriter {
 
   Status write_line(uint32_t plane) {
     const std::span<uint8_t> line = lines_.bytes().subspan(size_t{plane} * stride_, line_bytes_);
+    // The byte that makes an odd line even: split_row writes whole groups beyond the width.
     if (planes_ > 1 && line_bytes_ > width_) line.back() = 0;
     return file_.write(coded_.bytes().first(encode_line(line, coded_.data())));
   }

@@ -25,6 +25,7 @@ struct Header {
   uint16_t x_resolution = 0;
   uint16_t y_resolution = 0;
   uint16_t line_bytes = 0;  // of each plane
+  // The header's 16 colours; those of 8 bits stand at the end of the page.
   std::array<uint8_t, 48> palette = {};
 
   bool is_true_color() const { return planes >= 3 && plane_bits == 8; }

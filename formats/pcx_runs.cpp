@@ -55,8 +55,10 @@ inline uint32_t repeat_mask(const uint8_t* from) {
 
 }  // namespace
 
-// Blocks of 32 bytes as long as they are at hand. What lies between the runs is copied whole, and
-// a run filled whole: only then is it looked whether that went too far, which it does once a line.
+// Blocks of 32 bytes as long as they are at hand. What lies between the runs is copied whole, and a
+// run filled whole: only then is it looked whether that went too far, which it does once a line. In
+// bounds because each write begins in front of `end` and has 64 bytes at most, a run of 63 in whole
+// vectors: kLineSlack.
 uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
   const uint8_t* const window = bytes_.window().data();
   const uint8_t* const last = window + bytes_.window().size() - kWindow;
@@ -69,6 +71,7 @@ uint8_t* RunDecoder::decode_fast(uint8_t* out, uint8_t* end) {
       out += stop - at;
       at = stop;
       if (out >= end) break;
+      // Of 0 nothing comes: head and value are passed over.
       const size_t count = in[stop] & kMaxRun;
       value_ = in[stop + 1];
       fill_over(out, value_, count);

@@ -39,7 +39,8 @@ class RunDecoder {
   uint8_t value_ = 0;
 };
 
-// Bytes that `size` bytes are coded in at most, and the room behind them that is overwritten.
+// Bytes that `size` bytes are coded in at most, when each of them is 0xC0 or more and a run of one,
+// and the room behind them that is overwritten.
 constexpr uint64_t encoded_limit(uint64_t size) { return 2 * size + kLineSlack; }
 
 // Codes `line`, which is followed by kLineSlack bytes that may be read and changed, to `out`, which
