@@ -23,7 +23,8 @@ namespace {
 
 using process::RowDelivery;
 
-// struct rasterfile: eight words, the highest byte first.
+// struct rasterfile: eight words, the highest byte first: ras_magic, width, height, depth, length,
+// type, maptype, maplength.
 constexpr size_t kMagicAt = 0, kWidth = 4, kHeight = 8, kDepth = 12;  // ras_magic to ras_depth
 constexpr size_t kLength = 16, kType = 20, kMapType = 24, kMapLength = 28;
 
@@ -51,6 +52,8 @@ process::SourcePicture describe(const Header& header) {
   picture.storage_kind = T_FORMAT_RAS;
   if (header.depth > 8) return picture;
   if (header.has_map) {
+    // A map of more colours than indices can name keeps its place in the file, but not in the
+    // palette.
     picture.colors = std::min(header.map_bytes / 3, 256u);
     return picture;
   }
@@ -79,6 +82,7 @@ const char* compression_text(Type type) {
 // indices, is skipped.
 Status read_map(ByteSource& bytes, const Header& header, process::SourcePicture& picture) {
   if (!header.has_map || header.depth > 8) return bytes.skip(header.map_bytes);
+  // 65535 bytes at most, as only the low half of the length counts; 256 colours of them.
   Buffer map;
   TRY(map.allocate(header.map_bytes));
   TRY(bytes.read(map.bytes()));
@@ -117,6 +121,7 @@ class RunDecoder {
 
  private:
   static constexpr size_t kStep = 16;
+  // A step, of which the last byte may be an escape with two behind it.
   static constexpr size_t kWindow = kStep + 4;
 
   // Part of a run, as far as the row goes. Writes whole steps.
@@ -225,10 +230,12 @@ Status read_rows(ByteSource& bytes, const Header& header, RowDelivery& rows) {
 }  // namespace
 
 Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header& header) {
+  // Magic number, width, height and depth tell the format.
   if (bytes.size() < 16 || load_be32(bytes.data()) != kMagic) return kBadData;
   const uint32_t width = load_be32(&bytes[kWidth]);
   const uint32_t height = load_be32(&bytes[kHeight]);
   const uint32_t depth = load_be32(&bytes[kDepth]);
+  // The words are signed in the structure: sizes beyond are negative ones.
   if (width == 0 || width > INT32_MAX || height == 0 || height > INT32_MAX) return kBadData;
   if (depth != 1 && depth != 4 && depth != 8 && depth != 24 && depth != 32) return kBadData;
   header.width = static_cast<int32_t>(width);
@@ -236,6 +243,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   header.depth = static_cast<int32_t>(depth);
   TRY(limits::check_picture(header.width, header.height));
   if (core::bytes_per_line(header.width, header.depth) == 0) return kBadData;
+  // Behind all else, so that a file that was cut is told from one of another format.
   if (bytes.size() < kHeaderSize) return kReadError;
   // Kept: of the last three fields only the low halves count. The length is not looked at: it is 0
   // in old files (RT_OLD), and this library's own is odd.
@@ -321,6 +329,7 @@ Status write_headers(io::OutputFile& file, const BitmapHandle& bitmap, int32_t d
   store_length(&head[kLength], bitmap, depth, row_bytes);
   store_be32(&head[kType], static_cast<uint32_t>(Type::kStandard));
   store_be32(&head[kMapType], colors != 0 ? kMapOfPlanes : 0);
+  // Bytes, not entries.
   store_be32(&head[kMapLength], 3 * colors);
   TRY(file.write(head));
 

@@ -16,15 +16,19 @@ inline constexpr size_t kHeaderSize = 32;
 
 // Of any other value, too: what is not byte-encoded is rows as stored.
 enum class Type : uint32_t {
+  // RT_STANDARD: rows as stored; RT_OLD, 0, is the same without a length.
   kStandard = 1,
+  // RT_BYTE_ENCODED.
   kByteEncoded = 2,
+  // RT_FORMAT_RGB: rows as stored, red first instead of blue.
   kRgb = 3,
+  // RT_FORMAT_TIFF, RT_FORMAT_IFF: converted from such files, rows as stored.
   kEmbeddedTiff = 4,
   kEmbeddedIff = 5,
 };
 
-// What parse_header accepted: sizes are 1 to INT32_MAX and a row fits 32 bits; depth is 1, 4, 8,
-// 24 or 32.
+// What parse_header accepted: sizes are 1 to INT32_MAX and a row fits 32 bits; depth is 1, 4, 8, 24
+// or 32. rasterfile(5) has no 4: two pixels in a byte, the left one in the high bits.
 struct Header {
   int32_t width = 0;
   int32_t height = 0;
