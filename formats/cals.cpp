@@ -69,14 +69,16 @@ class Tokens {
 constexpr std::string_view kTextKeys[] = {"srcdocid", "dstdocid", "txtfilid", "figid",
                                           "srcgph",   "doccls",   "docls",    "notes"};
 
-// MIL-STD-1840C, the header records of a raster file, in any order. Numbers that are none become
-// -1, which no size can be. kBadData for an unknown key.
+// MIL-STD-1840C, the header records of a raster file, in any order: identifiers of documents and
+// figures, class and notes, which say nothing of the picture, then type, orientation, size and
+// density. Numbers that are none become -1, which no size can be. kBadData for an unknown key.
 Status parse_record(std::span<const uint8_t> record, Header& header) {
   Tokens tokens(record);
   const std::string_view key = tokens.next();
   if (key.empty()) return kReadError;
   // MIL-PRF-28002C: 1 is an untiled picture in Group 4; 2 has tiles.
   if (key == "rtype") return tokens.next_number(header.raster_type);
+  // Pels to the inch.
   if (key == "rdensity") {
     int32_t unused = 0;  // kept: no bitmap takes its resolution from it
     return tokens.next_number(unused);
