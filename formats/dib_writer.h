@@ -11,7 +11,8 @@
 
 namespace tavo::dib {
 
-// `entry_bytes`: 4, RGBQUAD, or 3, RGBTRIPLE.
+// Blue, green, red of all colours that `depth` has; none above 8 bits. `entry_bytes`: 4, RGBQUAD,
+// whose last byte is reserved, or 3, RGBTRIPLE, as OS/2 has them.
 Status write_table(io::OutputFile& file, const BitmapHandle& picture, int32_t depth,
                    size_t entry_bytes);
 

@@ -11,6 +11,8 @@
 
 namespace tavo::formats {
 
+// For GEM images (vertical replication) and WordPerfect graphics (repeated rows): start(), add()
+// for each row from the top on, finish() behind the last. A row is held until another one comes.
 class EqualRows {
  public:
   // `most`: of a group.

@@ -19,8 +19,9 @@ namespace tavo::formats {
 Status deliver_fax_rows(io::InputFile& file, ByteSource& bytes, ccitt::Decoder& decoder,
                         int32_t height, bool inverts, process::RowDelivery& rows);
 
-// A writer that has only its header left to write: T.6 up to the end-of-block code, then the end of
-// the file.
+// A writer that has only its header left to write: T.6 up to the end-of-block code (EOFB), then the
+// end of the file. What derives from it creates `file_` in begin(), writes its header and calls
+// start_rows last.
 class Group4Writer : public io::RowWriter {
  public:
   Status start_rows(const BitmapHandle& picture) {

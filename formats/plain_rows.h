@@ -16,7 +16,8 @@ Status read_plain_rows(ByteSource& bytes, size_t row_bytes, int32_t height,
                        process::RowDelivery& rows);
 
 // The same for rows that lie in the file from `position` on, the bottom one first: delivers the top
-// one first. Where the file ends early nothing is delivered.
+// one first, reading from the end of the rows on. Where the file ends early nothing is delivered,
+// as the top row, which comes first, is what is missing.
 Status read_plain_rows_upright(io::InputFile& file, uint64_t position, size_t row_bytes,
                                int32_t height, process::RowDelivery& rows);
 
