@@ -8,15 +8,18 @@
 namespace tavo::deflate {
 namespace {
 
-// Data parsed before blocks are written, by level: the more, the fewer blocks that need not be.
+// Data parsed before blocks are written, by level (default, fast, small): the more, the fewer
+// blocks that need not be.
 constexpr size_t kPieces[] = {4 * 131072, 131072, 8 * 131072};
+// Of hashes: two places for each of them take 64 KiB.
 constexpr uint32_t kFastBits = 13;
 constexpr size_t kSample = 16384;  // that tells what is to be expected at first
 constexpr size_t kRun = 32768;     // parsed by one expectation
 // Where streams begin: no place of an empty table is near.
 constexpr uint32_t kFirstPlace = 2 * kHistory;
 
-// How the default level looks for matches.
+// How the default level looks for matches: one of kNice bytes is not to be improved upon, and of
+// one of more than half of that only the last kEnds places are entered.
 constexpr uint32_t kNice = 144, kEnds = 16;
 
 }  // namespace
@@ -24,15 +27,17 @@ constexpr uint32_t kNice = 144, kEnds = 16;
 Status Encoder::allocate(Level level) {
   level_ = level;
   room_ = kHistory + kPieces[static_cast<size_t>(level)];
+  // The window: what matches reach back to, a piece, and what comparisons read behind it.
   TRY(window_.allocate(room_ + kReadAhead));
   TRY(bits_.allocate());
+  // Blocks are made of parts of 2048 symbols; the fast level has one for a piece.
   TRY(tokens_.allocate(room_, level == Level::kFast ? 0 : 2048));
   if (level == Level::kSmall) TRY(optimal_.allocate());
   return level == Level::kFast ? last_.allocate(2u << kFastBits) : chains_.allocate();
 }
 
-// CMF and FLG (RFC 1950, 2.2): method 8, a window of 32 KiB; FLEVEL tells the level, the rest makes
-// it a multiple of 31.
+// CMF and FLG (RFC 1950, 2.2): method 8, a window of 32 KiB; FLEVEL tells the level (0 fastest, 2
+// default, 3 slowest), there is no preset dictionary, the rest makes it a multiple of 31.
 void Encoder::start() {
   used_ = at_ = 0;
   base_ = kFirstPlace;
@@ -55,6 +60,7 @@ void Encoder::start() {
 Status Encoder::encode(std::span<const uint8_t> bytes) {
   checksum_ = adler32(checksum_, bytes);
   while (!bytes.empty()) {
+    // A full window is parsed only when more comes, so that what is last is known.
     if (used_ == room_) TRY(compress(false));
     const size_t part = std::min(bytes.size(), room_ - used_);
     std::memcpy(window_.data() + used_, bytes.data(), part);
@@ -80,7 +86,7 @@ void Encoder::change(size_t at, uint8_t difference) {
   change_checksum(difference, used_ - at);
 }
 
-// The checksum stands behind, its first byte first.
+// Adler-32 of the data stands behind them, its highest byte first (RFC 1950, 2.2).
 Status Encoder::finish() {
   TRY(compress(true));
   bits_.align();
@@ -141,6 +147,7 @@ void Encoder::expect_symbols(const Counts& counts) {
   lengths_.set(std::clamp(bits_of_literal(counts), 4u, 8u), kUsual + 2 * rarity);
 }
 
+// What matches can reach stays, and what is not parsed yet. `base_` may pass 2^32, see Chains.
 void Encoder::slide() {
   const size_t gone = at_ - std::min(at_, kHistory);
   std::memmove(window_.data(), window_.data() + gone, used_ - gone);
@@ -168,6 +175,7 @@ inline Match Encoder::find_fast(size_t i) {
   Match best;
   if (most < 4) return best;
   for (const uint32_t distance : distances) {
+    // A distance of 0 becomes the largest number here. Equal hashes are no equal bytes.
     if (distance - 1 >= std::min(i, kHistory) || load_four(at - distance) != load_four(at))
       continue;
     const Match match{equal_bytes(at, at - distance, 4, most), distance};
@@ -239,6 +247,7 @@ void Encoder::parse_lazily(size_t end) {
     if (again.distance < match.distance && again.length >= match.length) match = again;
     size_t entered = ++i;
     while (match.length < kNice && i < end) {
+      // Half the places will do: what is there is good already.
       const Match next = find(match.length - 1, depth_ / 2);
       entered = i + 1;
       if (next.length == 0 || worth(next) <= worth(match) + 2) break;

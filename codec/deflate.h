@@ -16,7 +16,9 @@ namespace tavo::deflate {
 // How much work is spent on how few bytes; numbers of T_SetDeflateLevel.
 enum class Level : uint8_t { kDefault, kFast, kSmall };
 
-// Encodes one stream after the other, of bytes that come in any pieces.
+// Encodes one stream after the other, of bytes that come in any pieces: allocate() once, then for
+// each stream start(), encode() as often as bytes come, and finish(). The bytes of a stream do not
+// depend on the pieces.
 class Encoder {
  public:
   // `out` is anything with Status write(std::span<const uint8_t>).
@@ -44,6 +46,7 @@ class Encoder {
   // Whether a stream of so many bytes stays in memory until finish(). Byte `at` of one that does is
   // then made larger by so much.
   bool holds(uint64_t bytes) const { return bytes <= room_; }
+  // Only before finish(), of a stream that holds() and for which store() was not called.
   void change(size_t at, uint8_t difference);
   // Ends it, and gives what is left to `out`.
   Status finish();

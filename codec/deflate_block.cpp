@@ -11,6 +11,7 @@ namespace tavo::deflate {
 namespace {
 
 enum Type : uint32_t { kStored = 0, kFixed = 1, kDynamic = 2 };  // BTYPE (3.2.3)
+// BFINAL, then BTYPE.
 constexpr uint32_t kHeadBits = 3;
 
 struct Code {
@@ -48,6 +49,7 @@ class Description {
  public:
   // Runs are written by the symbols 16 + k of which bit k of `kinds` is set.
   Description(const Codes& codes, uint32_t kinds) : kinds_(kinds) {
+    // HLIT counts from 257, as there is always an end of block, HDIST from 1.
     literals_ = used(codes.literals, kLiteralCodes, 257);
     distances_ = used(codes.distances, kDistanceCodes, 1);
     std::array<uint8_t, kLiteralCodes + kDistanceCodes> lengths;
@@ -56,13 +58,16 @@ class Description {
     find_runs(std::span(lengths).first(literals_ + distances_));
     std::array<uint32_t, kLengthCodes> counts = {};
     for (size_t i = 0; i < count_; ++i) ++counts[runs_[i].symbol];
+    // The code of the lengths has 3 bits for each of its own: up to 7.
     huffman::find_lengths(counts, 7, std::span(code_.bits).first(kLengthCodes));
     code_.assign(kLengthCodes);
+    // HCLEN counts from 4; lengths behind the last that is used are not stored.
     stored_ = kLengthCodes;
     while (stored_ > 4 && code_.bits[kLengthOrder[stored_ - 1]] == 0) --stored_;
   }
 
   uint64_t bits() const {
+    // HLIT and HDIST have 5 bits, HCLEN 4.
     uint64_t sum = 14 + 3 * stored_;
     for (size_t i = 0; i < count_; ++i) sum += code_.bits[runs_[i].symbol] + extra_bits(runs_[i]);
     return sum;
@@ -135,7 +140,8 @@ class Description {
   Code code_;
 };
 
-// A symbol that is used seldom makes all others longer.
+// A symbol that is used seldom makes all others longer, so all eight choices of 16, 17 and 18 are
+// tried.
 Description shortest_description(const Codes& codes) {
   constexpr uint32_t kAllKinds = 7;
   Description best(codes, kAllKinds);
@@ -148,7 +154,8 @@ Description shortest_description(const Codes& codes) {
 
 // ---- Symbols ----
 
-// What a match is written as: code and extra bits in one, the number of bits above them.
+// The length of a match as it is written: code and extra bits in one, 20 at most, the number of
+// bits from bit 24 on.
 struct MatchCodes {
   std::array<uint32_t, kMaxMatch + 1> lengths;
 
@@ -178,6 +185,7 @@ void put_literals(const uint8_t* data, uint32_t count, const Code& code, BitWrit
 
 Status put_sequences(std::span<const Sequence> sequences, const uint8_t* data, const Codes& codes,
                      BitWriter& out) {
+  // Their codes take 1920 bytes at most: less than what make_room() promises.
   constexpr uint32_t kPiece = 1024;
   const MatchCodes matches(codes.literals);
   for (const Sequence& sequence : sequences) {
@@ -193,6 +201,7 @@ Status put_sequences(std::span<const Sequence> sequences, const uint8_t* data, c
     const uint32_t length = matches.lengths[sequence.length];
     out.put(length & 0xFFFFFF, length >> 24);
     const uint32_t symbol = distance_symbol(sequence.distance);
+    // With the length 48 bits at most: 15 and 5, 15 and 13.
     out.put(codes.distances.codes[symbol], codes.distances.bits[symbol]);
     out.put(sequence.distance - kDistances[symbol].base, kDistances[symbol].bits);
     out.drain();
@@ -205,8 +214,10 @@ Status put_sequences(std::span<const Sequence> sequences, const uint8_t* data, c
 
 // ---- Blocks ----
 
+// LEN has 16 bits.
 constexpr size_t kMostStored = 65535;
 
+// Each block with its head, up to 7 bits to the next byte, LEN and its complement.
 uint64_t stored_bits(size_t bytes) {
   const uint64_t blocks = bytes / kMostStored + 1;
   return 8 * uint64_t{bytes} + blocks * (kHeadBits + 7 + 32);
@@ -231,6 +242,8 @@ uint32_t log2_in_256ths(uint32_t value) {
   return power * 256 + kTable[(uint64_t{value} << 31 >> power >> 23) & 255];
 }
 
+// What an ideal code takes for so many of each symbol; none is said to take less than an eighth of
+// a bit.
 void add_entropy(std::span<const uint32_t> counts, uint64_t& in_256ths, uint32_t& used) {
   uint32_t all = 0;
   for (const uint32_t count : counts) all += count;
@@ -247,6 +260,8 @@ void fixed_codes(Codes& codes) {
   for (uint32_t i = 0; i < huffman::kMaxSymbols; ++i) {
     codes.literals.bits[i] = fixed_literal_bits(i);
   }
+  // 288 and 32 codes, though the last two of each never occur: they take part in the numbering
+  // (3.2.6).
   std::fill_n(codes.distances.bits.begin(), 32, kFixedDistanceBits);
   codes.literals.assign(huffman::kMaxSymbols);
   codes.distances.assign(32);
@@ -299,6 +314,7 @@ void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs, uint3
   for (size_t i = 0; i < counts.size(); ++i) {
     const uint32_t cost = of_all - log2_in_256ths(std::max(counts[i], 1u));
     const uint32_t more = counts[i] == 0 ? for_new : 0;
+    // As a code has them: a bit at least, 15 at most.
     costs[i] = static_cast<uint16_t>(std::clamp(cost / 16, 16u, 16 * kMaxBits) + more);
   }
 }
@@ -312,6 +328,7 @@ uint32_t bits_of_literal(const Counts& counts) {
   return all != 0 ? static_cast<uint32_t>((in_256ths / all + 255) / 256) : 8;
 }
 
+// Writes eight bytes, of which those count that are whole; up to 7 bits stay.
 void BitWriter::drain() {
   store_le64(buffer_.data() + at_, held_);
   at_ += count_ / 8;
@@ -336,7 +353,7 @@ Status BitWriter::flush() {
   return size != 0 ? write_(context_, buffer_.bytes().first(size)) : kOk;
 }
 
-// LEN and its complement, from a byte on.
+// LEN and its complement, from a byte on (3.2.4); no data are a block, too.
 Status write_stored(std::span<const uint8_t> data, bool is_last, BitWriter& out) {
   do {
     const std::span<const uint8_t> part = data.first(std::min(data.size(), kMostStored));

@@ -11,7 +11,8 @@
 
 namespace tavo::deflate {
 
-// Literals, as they stand in the data, and a match behind them; a length of 0: none.
+// Literals, as they stand in the data, and a match behind them; a length of 0: none. 8 bytes: a
+// piece may have more than a hundred thousand of them.
 struct Sequence {
   uint32_t literals = 0;
   uint16_t length = 0;
@@ -26,7 +27,8 @@ struct Counts {
   void add(const Counts& other);
 };
 
-// Symbols of lengths and distances.
+// Symbols of lengths and distances, from 0 on (3.2.5): in the code of literals lengths begin at
+// 257.
 inline constexpr auto kLengthSymbol = [] {
   std::array<uint8_t, kMaxMatch + 1> symbols = {};
   for (uint8_t s = 0; s < 29; ++s) {
@@ -45,6 +47,7 @@ inline constexpr auto kDistanceSymbols =
       }
       return symbols;
     }();
+// From distance 257 on symbols have 7 extra bits or more, so 128 distances in a row share one.
 inline uint32_t distance_symbol(uint32_t distance) {
   --distance;
   return kDistanceSymbols[distance < 256 ? distance : 256 + (distance >> 7)];
@@ -65,7 +68,8 @@ void costs_of(std::span<const uint32_t> counts, std::span<uint16_t> costs, uint3
 // What a literal takes of these, 1 or more.
 uint32_t bits_of_literal(const Counts& counts);
 
-// Gathers bits and gives bytes to whoever wants them.
+// Gathers bits, the first one in the lowest bit (3.1.1), and gives bytes to whoever wants them. Of
+// all calls only make_room() looks at the buffer's end.
 class BitWriter {
  public:
   using Write = Status (*)(void* context, std::span<const uint8_t> bytes);

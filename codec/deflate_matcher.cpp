@@ -34,6 +34,7 @@ inline void Chains::search(const uint8_t* at, uint32_t place, size_t history, ui
   const uint32_t near = place - three;
   uint32_t next = four;
   three = four = place;
+  // A ring: the place kHistory bytes before loses its own link.
   links_[place % kHistory] = next;
   if (most < kMinMatch || most <= least) return;
   if (least < kMinMatch && near - 1 < std::min(reach, kNear) &&
@@ -45,6 +46,8 @@ inline void Chains::search(const uint8_t* at, uint32_t place, size_t history, ui
   uint32_t distance = 0;
   for (; depth > 0; --depth, next = links_[next % kHistory]) {
     const uint32_t further = place - next;
+    // The link of the place kHistory away is this one's by now, and leads no further; 0, where
+    // nothing was, is out of reach.
     if (further <= distance || further > reach) return;
     distance = further;
     const uint8_t* const there = at - distance;

@@ -22,12 +22,15 @@ struct Match {
 // Bytes behind the data that may be read.
 inline constexpr size_t kReadAhead = 16;
 
+// Bytes that are to be hashed or compared, the first one lowest: both targets are little-endian.
 inline uint32_t load_four(const uint8_t* at) { return load_native<uint32_t>(at); }
+// By the golden ratio (2^32 / 1.618), whose product is best mixed in its highest bits.
 inline uint32_t hash_four(uint32_t bytes, uint32_t bits) {
   return (bytes * 0x9E3779B1u) >> (32 - bits);
 }
 
-// How many bytes from `from` on are equal in both, `most` at the most.
+// How many bytes from the first on are equal in both, `most` at the most; the first `from` are
+// known to be. Reads up to seven bytes behind, see kReadAhead.
 inline uint32_t equal_bytes(const uint8_t* a, const uint8_t* b, uint32_t from, uint32_t most) {
   for (uint32_t i = from; i < most; i += sizeof(uintptr_t)) {
     const auto difference = load_native<uintptr_t>(a + i) ^ load_native<uintptr_t>(b + i);
@@ -52,7 +55,8 @@ class LeastLengths {
 };
 
 // Positions are counted through the whole stream, and may begin anew after 4 GiB: what they say is
-// compared with the data, so that none can mislead.
+// compared with the data, so that none can mislead. find() or find_all() or enter() is called once
+// for each place, or for fewer, in rising order.
 class Chains {
  public:
   Status allocate();

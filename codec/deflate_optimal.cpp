@@ -6,6 +6,7 @@ namespace tavo::deflate {
 namespace {
 
 constexpr uint32_t kFar = 128;  // not a repetition within a row
+// Places that are looked at for a byte: usually, and behind a match that is as long as can be.
 constexpr uint32_t kDepth = 200, kFewPlaces = 8, kNice = kMaxMatch;
 constexpr uint32_t kWays = 3;  // that are looked for
 // The first data of a stream, all of a small picture: more places are looked at, and more ways,
@@ -40,8 +41,10 @@ Counts fixed_counts() {
 }  // namespace
 
 Status OptimalParser::allocate() {
+  // kRoom is asked before each byte, which adds those that chains find and one for each of far_.
   TRY(matches_.allocate(kRoom + Chains::kMaxFound + far_.size()));
   TRY(first_match_.allocate(kStretch + 2));
+  // A match may begin at the last byte.
   return steps_.allocate(kStretch + kMaxMatch + 1);
 }
 
@@ -56,7 +59,7 @@ void OptimalParser::start(std::span<const uint8_t> data) {
   counts_.distances.fill(some);
 }
 
-// The last one is the first.
+// The last one is the first; the one that was used longest ago is forgotten.
 void OptimalParser::remember(const Match& match) {
   if (match.distance < kFar && match.length < kMaxMatch) return;
   const auto last = std::find(far_.begin(), far_.end() - 1, match.distance);

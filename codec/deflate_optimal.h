@@ -35,6 +35,8 @@ class OptimalParser {
     std::array<uint16_t, kMaxMatch + 1> lengths;
     std::array<uint16_t, kDistanceCodes> distances;
   };
+  // The way from a byte to the end: what it takes in all, and its first step. A length of 1 is a
+  // literal.
   struct Step {
     uint32_t cost;
     uint16_t length;

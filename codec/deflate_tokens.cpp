@@ -22,6 +22,7 @@ void Tokens::begin(const uint8_t* data) {
 void Tokens::begin_part() {
   Part& part = parts_[part_count_++];
   part = {.first = used_, .start = bytes_, .symbols = 0, .counts = {}};
+  // Each part could be a block: it counts an end.
   part.counts.literals[kEndOfBlock] = 1;
 }
 
@@ -48,6 +49,7 @@ void Tokens::add(uint32_t literals, uint32_t length, uint32_t distance) {
     if (literals < room) break;
     put(room, 0, 0);
     literals -= room;
+    // The last literal of a part may be the last of all: no empty sequence then.
     if (literals == 0 && length == 0) return;
   }
   if (literals != 0 || length != 0) put(literals, length, distance);
@@ -64,6 +66,7 @@ Status Tokens::write_parts(size_t first, size_t end, const Counts& counts, bool 
 }
 
 Status Tokens::write(bool is_last, BitWriter& out) {
+  // Up to so many parts it is worked out what blocks take, beyond it is estimated.
   constexpr size_t kFew = 16;
   const auto bits_of = part_count_ <= kFew ? block_bits : estimate_bits;
   size_t first = 0;
@@ -74,6 +77,7 @@ Status Tokens::write(bool is_last, BitWriter& out) {
     both.add(parts_[i].counts);
     both.literals[kEndOfBlock] = 1;
     const uint64_t of_both = bits_of(both), of_next = bits_of(parts_[i].counts);
+    // Neighbours only, from the front on: to try all divisions would take the square of the parts.
     const bool joins = of_both <= bits + of_next;
     if (!joins) {
       TRY(write_parts(first, i, joined, is_last, out));

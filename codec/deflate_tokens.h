@@ -11,6 +11,8 @@
 
 namespace tavo::deflate {
 
+// allocate() once; for each piece begin(), add() from its first byte to its last, write(). The data
+// are to stay where they are until then: literals are taken from there.
 class Tokens {
  public:
   // For pieces of `bytes` bytes. `part` is how many symbols a part has; 0: all are one. Literals

@@ -20,6 +20,7 @@ constexpr size_t kSlack = 48;  // copies go by vectors
 // The longest match (RFC 1951, 3.2.5): a length code and its extra bits, a distance code and its.
 constexpr uint32_t kMatchBits = 15 + 5 + 15 + 13;
 
+// Symbol 256; and those that have a fixed code but never occur (286, 287, 30, 31).
 constexpr Entry kEnd(Entry::kOther, 1), kNever(Entry::kOther, 2);
 
 constexpr auto kLiteralEntries = [] {
