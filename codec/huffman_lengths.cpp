@@ -22,12 +22,14 @@ void find_depths(std::span<uint32_t> a) {
     a[root++] = static_cast<uint32_t>(next);
     return weight;
   };
+  // The two least become one, leaves or inner nodes; an inner one's place then has its parent.
   for (size_t next = 0; next + 1 < n; ++next) {
     const uint32_t first = take_least(next);
     a[next] = first + take_least(next);
   }
   a[n - 2] = 0;
   for (size_t i = n - 2; i-- > 0;) a[i] = a[a[i]] + 1;
+  // Level by level from the root: nodes that are not inner are leaves, the rarest deepest.
   size_t available = 1, used = 0, next = n;
   ptrdiff_t inner = static_cast<ptrdiff_t>(n) - 2;
   for (uint32_t depth = 0; available > 0; ++depth) {
@@ -45,6 +47,7 @@ void limit(std::array<uint32_t, kMaxSymbols>& of_length, uint32_t max_bits) {
     of_length[max_bits] += of_length[length];
     of_length[length] = 0;
   }
+  // Kraft's sum, in units of a code of `max_bits`: lengths are possible up to a sum of 1.
   uint32_t taken = 0;
   for (uint32_t length = 1; length <= max_bits; ++length) {
     taken += of_length[length] << (max_bits - length);
@@ -52,6 +55,7 @@ void limit(std::array<uint32_t, kMaxSymbols>& of_length, uint32_t max_bits) {
   for (; taken > 1u << max_bits; --taken) {
     uint32_t length = max_bits - 1;
     while (of_length[length] == 0) --length;
+    // A leaf moves down and takes one of the longest for its sibling: the sum falls by one.
     --of_length[length];
     of_length[length + 1] += 2;
     --of_length[max_bits];
@@ -70,6 +74,7 @@ void find_lengths(std::span<const uint32_t> counts, uint32_t max_bits, std::span
   for (size_t i = 0; used < 2; ++i) {
     if (counts[i] == 0) sorted[used++] = i;
   }
+  // Symbols below the counts make all keys different: every std::sort gives the same codes.
   std::sort(sorted.begin(), sorted.begin() + used);
   std::array<uint32_t, kMaxSymbols> depths;
   for (size_t i = 0; i < used; ++i) depths[i] = static_cast<uint32_t>(sorted[i] >> 16);
@@ -80,6 +85,7 @@ void find_lengths(std::span<const uint32_t> counts, uint32_t max_bits, std::span
 
   std::ranges::fill(lengths, uint8_t{0});
   size_t next = 0;
+  // The rarest first, which get the longest codes.
   for (uint32_t length = max_bits; length > 0; --length) {
     for (uint32_t i = 0; i < of_length[length]; ++i) {
       lengths[sorted[next++] & 0xFFFF] = static_cast<uint8_t>(length);
