@@ -20,7 +20,8 @@ TAVO_INLINE V paeth8(V left, V up, V corner) {
   return select8(equal8(d_left, least), left, select8(equal8(d_up, least), up, corner));
 }
 
-// The neighbours of the bytes at `i`.
+// The neighbours of the bytes at `i`: at the row's begin those on the left are the zeros in front
+// (9.2).
 struct Neighbours {
   V left, up, corner;
 
@@ -69,6 +70,7 @@ void apply_kernel(Filter filter, std::span<const uint8_t> row, const uint8_t* ab
   }
 }
 
+// The smaller of a byte and its negative; 128 is its own.
 TAVO_INLINE void add_magnitudes(V bytes, V (&sums)[kFilterCount], Filter filter) {
   V& sum = sums[static_cast<size_t>(filter)];
   sum = add32(sum, sum8_unsigned(min8_unsigned(bytes, sub8(V{}, bytes))));
@@ -80,6 +82,7 @@ void sums_kernel(std::span<const uint8_t> row, const uint8_t* above, size_t pixe
                  uint32_t* result) {
   V sums[kFilterCount] = {};
   for (size_t i = 0; i < row.size(); i += kBytes) {
+    // What is behind the row counts as 0.
     const V mask = load(kTailMasks.data() + 64 - std::min(kBytes, row.size() - i));
     const V bytes = load(row.data() + i);
     const Neighbours near(row.data() + i, above + i, pixel_bytes);

@@ -36,6 +36,7 @@ void sum_steps(std::span<uint8_t> row) {
   uint8_t* at = row.data();
   uint8_t* const end = at + row.size();
   V carry = {};
+  // No step reads or writes behind the row, as sum_pixels promises.
   for (; end - at >= kUsed + 16; at += kUsed) {
     const V next = load(at + kUsed);
     const V sums = add8(carry, shift_sum(load(at)));
@@ -48,6 +49,7 @@ void sum_steps(std::span<uint8_t> row) {
   }
 }
 
+// Whole vectors: the last one changes what is behind the row, which slack allows.
 void undo_up(std::span<uint8_t> row, const uint8_t* above) {
   for (size_t i = 0; i < row.size(); i += kBytes) {
     store(row.data() + i, add8(load(row.data() + i), load(above + i)));
@@ -95,6 +97,7 @@ void undo_pixels(std::span<uint8_t> row, const uint8_t* above) {
   const auto load_pixel = [](const uint8_t* at) {
     return kPixel <= 4 ? single32(load_native<uint32_t>(at)) : load_low64(at);
   };
+  // Left of the first pixel, and of the one above, there are zeros (9.2): what undoers begin with.
   Undoer undoer;
   V filtered = load_pixel(row.data());
   for (size_t i = 0; i < row.size(); i += kPixel) {
@@ -105,7 +108,8 @@ void undo_pixels(std::span<uint8_t> row, const uint8_t* above) {
   }
 }
 
-// The same of a byte, which vectors are no gain for.
+// The same of a byte, which vectors are no gain for. Nothing wraps before the prediction is done
+// (9.3: the sum has more than 8 bits).
 struct AverageOfByte {
   static int32_t of(int32_t left, int32_t up, int32_t) { return (left + up) / 2; }
 };
@@ -197,6 +201,7 @@ Filter choose(std::span<const uint8_t> row, const uint8_t* above, size_t pixel_b
   std::array<uint32_t, kFilterCount> sums;
   kVariants.best()->sums(row, above, pixel_bytes, sums.data());
   for (uint32_t f = 0; f < kFilterCount; ++f) {
+    // Summed all the same: one pass over the row makes all five.
     if ((allowed >> f & 1) == 0) sums[f] = UINT32_MAX;
   }
   return static_cast<Filter>(std::ranges::min_element(sums) - sums.begin());

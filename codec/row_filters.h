@@ -10,7 +10,7 @@
 
 namespace tavo::filters {
 
-// PNG's filter types (9.2).
+// PNG's filter types (9.2). They work on bytes, whatever the depth of the samples, and modulo 256.
 enum class Filter : uint8_t { kNone, kSub, kUp, kAverage, kPaeth };
 inline constexpr uint8_t kFilterCount = 5;
 
@@ -21,7 +21,8 @@ inline constexpr size_t kSlack = 32;
 void sum_pixels(std::span<uint8_t> row, size_t pixel_bytes);
 
 // Makes of the filtered `row` what it was, in place. `above` is the row above, as long, zeros for
-// the first one. `pixel_bytes` is 1, 2, 3, 4, 6 or 8. Both have slack.
+// the first one. `pixel_bytes` is 1, 2, 3, 4, 6 or 8: those of PNG's colour types, 1 where several
+// pixels share a byte. Both have slack.
 void undo(Filter filter, std::span<uint8_t> row, const uint8_t* above, size_t pixel_bytes);
 
 // Bytes in front of rows that are to be filtered: zeros, for the pixel before the first.
