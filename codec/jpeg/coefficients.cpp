@@ -11,7 +11,8 @@ namespace {
 // visit a block as often. cjpeg's progressive streams have ten scans.
 constexpr uint64_t kVisitsPerBlock = 64;
 
-// The coding procedures of F.2.2 and G.2, by the scan's Ss and Ah.
+// The coding procedures of F.2.2 and G.2, by the scan's Ss and Ah: a progressive scan has DC or AC
+// coefficients (G.1.1.1.1), and the first of their bits or one more of them (G.1.1.1.2).
 enum class Procedure { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
 
 Procedure procedure_of(const Frame& frame, const Band& band) {
@@ -33,7 +34,8 @@ Status check_huffman_tables(const Scan& scan, Procedure procedure, const Tables&
   return kOk;
 }
 
-// What one component of a scan is decoded with.
+// What one component of a scan is decoded with. False is a code that cannot be; what came before it
+// in the block stays.
 struct BlockCoder {
   Procedure procedure;
   bool is_arithmetic;
@@ -77,6 +79,7 @@ struct BlockCoder {
       case Procedure::kDcFirst:
         return decode_dc_first(at, dc_table, band.low, reader.dc[component], block) != kBadBlock;
       case Procedure::kDcRefine:
+        // A plain bit (G.1.2.1), of which no value is wrong.
         refine_dc(at, band.low, block);
         return true;
       case Procedure::kAcFirst:
@@ -115,12 +118,14 @@ Status CoefficientStore::start(const Frame& frame, size_t count) {
     plane.strip_rows = c.v;
     blocks += uint64_t{plane.blocks_wide} * plane.strip_rows * frame.mcus_high;
   }
+  // 128 bytes for each block.
   if (blocks > kMaxBytes / (kBlockSize * sizeof(int16_t))) return kNoMemory;
   for (size_t i = 0; i < count; ++i) TRY(planes_[i].strips.allocate(frame.mcus_high));
   return kOk;
 }
 
-// Memory comes by MCU rows, zeroed by the system when it is touched first.
+// Memory comes by MCU rows, zeroed by the system when it is touched first. With it the stream earns
+// visits: as many as its blocks may justify.
 Status CoefficientStore::reach(size_t component, uint32_t row, int16_t*& blocks) {
   Plane& plane = planes_[component];
   const size_t row_values = size_t{plane.blocks_wide} * kBlockSize;
@@ -150,6 +155,7 @@ Status CoefficientStore::decode_scan(const Scan& scan, const Tables& tables, Byt
     TRY(check_huffman_tables(scan, procedure_of(*frame_, scan.band), tables));
   }
   reader.begin(source, tables.restart_interval, frame_->is_arithmetic);
+  // Until a loss says otherwise.
   whole_bands_ = frame_->mcus_high;
   TRY(scan.count == 1 ? decode_plain(scan, tables, reader)
                       : decode_interleaved(scan, tables, reader));
@@ -161,6 +167,7 @@ Status CoefficientStore::decode_scan(const Scan& scan, const Tables& tables, Byt
 // fill up interleaved MCUs are not in it.
 Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, ScanReader& reader) {
   const size_t component = scan.components[0].index;
+  // Of use to nobody: the data up to the next marker are passed over unread.
   if (component >= count_) return kOk;
   const Component& frame_component = frame_->components[component];
   const Procedure procedure = procedure_of(*frame_, scan.band);
@@ -169,6 +176,8 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
   for (uint32_t row = 0; row < frame_component.blocks_high && !reader.is_dead(); ++row) {
     visits_ += wide;
     int16_t* blocks = nullptr;
+    // Rows that no scan has reached get memory with the first block that is decoded: runs of ends
+    // of bands over blank parts take none.
     if (block_row(component, row) != nullptr) TRY(reach(component, row, blocks));
     for (uint32_t x = 0; x < wide; ++x) {
       if (!reader.enter()) continue;
@@ -185,6 +194,7 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
       if (blocks == nullptr) TRY(reach(component, row, blocks));
       reader.leave(coder.decode(reader, component, blocks + size_t{x} * kBlockSize));
     }
+    // Block rows of this component, by the MCU row that they are in.
     if (!reader.outcome().ok()) whole_bands_ = std::min(whole_bands_, row / frame_component.v);
   }
   return kOk;
@@ -194,6 +204,7 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
 // such as the chroma of one that is wanted grey, are decoded into nowhere.
 Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tables,
                                             ScanReader& reader) {
+  // Written and never looked at, so that it need not be zero.
   int16_t skipped[kBlockSize];
   uint64_t row_visits = 0;
   for (size_t i = 0; i < scan.count; ++i) {
@@ -219,6 +230,7 @@ Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tabl
           int16_t* values = skipped;
           if (component < count_) {
             const Plane& plane = planes_[component];
+            // Blocks of an MCU come from left to right, then down.
             const size_t index = size_t{block / c.h} * plane.blocks_wide + x * c.h + block % c.h;
             values = plane.strips[mcu_row] + index * kBlockSize;
           }

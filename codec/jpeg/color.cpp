@@ -7,7 +7,7 @@
 namespace tavo::jpeg {
 namespace {
 
-// The plain loops, the judge of the vector code.
+// The plain loops, the judge of the vector code; no processor gets kColorPlain.
 
 struct Rgb {
   uint8_t red;
@@ -15,9 +15,11 @@ struct Rgb {
   uint8_t blue;
 };
 
+// YCbCr has colours that RGB has not: values go from -227 to 480.
 uint8_t clamp_byte(int value) { return static_cast<uint8_t>(std::clamp(value, 0, 255)); }
 
-// JFIF 1.02: R = Y + 1.402 Cr, G = Y - 0.34414 Cb - 0.71414 Cr, B = Y + 1.772 Cb.
+// JFIF 1.02: R = Y + 1.402 Cr, G = Y - 0.34414 Cb - 0.71414 Cr, B = Y + 1.772 Cb; factors in
+// 65536ths. The shift rounds down, negative sums as well, so half of one is added first.
 Rgb convert(int y, int cb, int cr) {
   cb -= 128;
   cr -= 128;
@@ -44,6 +46,7 @@ void to_bgr(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, size_t width
   }
 }
 
+// Streams that hold red, green and blue; and grey ones, whose row is given three times.
 void interleave(const uint8_t* first, const uint8_t* second, const uint8_t* third, size_t width,
                 uint8_t* out) {
   for (size_t x = 0; x < width; ++x) {
@@ -70,10 +73,12 @@ void apply_black(const uint8_t* k, size_t width, uint8_t* row) {
   }
 }
 
+// apply_black wants 255 for no ink, as Adobe's programs store it; others store 255 for full ink.
 void invert(const uint8_t* in, size_t width, uint8_t* out) {
   for (size_t x = 0; x < width; ++x) out[x] = static_cast<uint8_t>(~in[x]);
 }
 
+// For YCCK: three of its four components become inks, or what those leave, before black is applied.
 void to_planes(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, size_t width, uint8_t* red,
                uint8_t* green, uint8_t* blue) {
   for (size_t x = 0; x < width; ++x) {

@@ -10,6 +10,7 @@ namespace tavo::jpeg {
 
 namespace {
 
+// A cache line, and more than the vectors of Divisors and BlockPair want.
 constexpr size_t kAlignment = 64;
 
 // Repeats row `from` of a plane down to row `to`, exclusive (A.2.4).
@@ -21,18 +22,21 @@ void repeat_row(uint8_t* plane, size_t row_bytes, size_t from, size_t to) {
 
 }  // namespace
 
-// The tables of K.3, so that no pass over the picture has to count symbols.
+// The tables of K.3, so that no pass over the picture has to count symbols. They have a code for
+// every symbol that samples of 8 bits can need.
 Status Encoder::start(const EncoderSetup& setup, const Kernels& stages, const EntropyCoder& coder) {
   setup_ = setup;
   stages_ = &stages;
   coder_ = &coder;
   kept_count_ = 0;
   rows_left_ = setup.height;
+  // DC values are coded as differences, the first ones from 0; there are no restarts.
   levels_ = {};
   bits_ = {};
   TRY(memory_.allocate(sizeof(Workspace) + kAlignment));
   TRY(kept_.allocate(uint64_t{mcu_rows()} * setup.width * pixel_bytes()));
   const auto address = reinterpret_cast<uintptr_t>(memory_.data());
+  // Nobody destroys it: it is arrays of numbers, whose memory is the buffer's.
   work_ = new (memory_.data() + (round_up<uintptr_t>(address, kAlignment) - address)) Workspace;
   make_divisors(setup.luminance, work_->divisors[0]);
   make_codes(kStandardDc[0], kStandardAc[0], work_->codes[0]);
@@ -48,6 +52,7 @@ Status Encoder::encode_rows(const uint8_t* rows, size_t stride, uint32_t count, 
   count = std::min(count, rows_left_);
   while (count > 0) {
     uint32_t taken = 1;
+    // The last rows of the picture, too, though they may be no whole MCU row.
     if (kept_count_ == 0 && (count >= mcu_rows() || count == rows_left_)) {
       taken = std::min(count, mcu_rows());
       TRY(encode_mcu_row(rows, stride, taken, sink));
@@ -83,6 +88,8 @@ Status Encoder::finish(ByteSink& sink) {
 // `count` rows are there; what the MCU row lacks repeats the last of them. A.2.4 recommends to
 // complete MCUs so: it makes no new frequencies.
 Status Encoder::encode_mcu_row(const uint8_t* rows, size_t stride, uint32_t count, ByteSink& sink) {
+  // A tile is a whole number of MCUs of any sampling, so only the last one of a row has to be
+  // filled up.
   for (size_t x = 0; x < setup_.width; x += kTilePixels) {
     const size_t pixels = std::min<size_t>(kTilePixels, setup_.width - x);
     if (setup_.is_gray) {
@@ -102,6 +109,7 @@ const uint8_t* Encoder::padded_row(const uint8_t* row, size_t x, size_t pixels) 
   if ((setup_.width - x - pixels) * bytes >= kOverread) return row + x * bytes;
   uint8_t* edge = work_->edge.data();
   std::memcpy(edge, row + x * bytes, pixels * bytes);
+  // 128 pixels at most, which is a multiple of kPixelStep.
   for (size_t i = pixels * bytes; i < round_up(pixels, kPixelStep) * bytes; ++i) {
     edge[i] = edge[i - bytes];
   }
@@ -113,6 +121,7 @@ void Encoder::transform_gray(const uint8_t* rows, size_t stride, uint32_t count,
                              size_t pixels) {
   const size_t padded = round_up(pixels, kPixelStep);
   const uint8_t* samples = rows + x;
+  // The others: rows are missing below, or the right edge is near, past which kernels may not read.
   if (count < 8 || x + pixels == setup_.width) {
     uint8_t* y = work_->y.data();
     for (size_t row = 0; row < count; ++row) {
@@ -136,6 +145,7 @@ void Encoder::transform_color(const uint8_t* rows, size_t stride, uint32_t count
                      w.chroma[0].data() + at, w.chroma[1].data() + at);
   }
   repeat_row(w.y.data(), kTilePixels, count - 1, mcu_rows());
+  // Block rows below the picture need no coefficients: encode_tile codes them without detail.
   for (size_t row = 0; row < (count + 7) / 8; ++row) {
     stages_->transform(w.y.data() + row * 8 * kTilePixels, kTilePixels, padded / 16, w.divisors[0],
                        w.y_blocks[row].data());
@@ -158,6 +168,7 @@ void Encoder::reduce_chroma(size_t padded, uint32_t count) {
       repeat_row(full, kTilePixels, count - 1, 8);
       continue;
     }
+    // Of 2 x 2 a row stands for two, the lower of which may be missing.
     const size_t rows = (count + setup_.vertical - 1) / setup_.vertical;
     if (setup_.vertical == 2) repeat_row(full, kTilePixels, count - 1, 2 * rows);
     for (size_t row = 0; row < rows; ++row) {
@@ -178,6 +189,7 @@ void Encoder::reduce_chroma(size_t padded, uint32_t count) {
 Status Encoder::encode_tile(size_t pixels, uint32_t count, ByteSink& sink) {
   Workspace& w = *work_;
   const uint32_t h = setup_.horizontal;
+  // Those that hold pixels: what an MCU has beyond them is not transformed.
   const auto blocks = static_cast<uint32_t>((pixels + 7) / 8);
   const uint32_t mcus = (blocks + h - 1) / h;
   std::array<BlockSlot, kMaxSlots> slots;
@@ -193,6 +205,7 @@ Status Encoder::encode_tile(size_t pixels, uint32_t count, ByteSink& sink) {
   }
   uint8_t* bits = w.bits.data();
   const uint8_t* end = coder_->encode(slots.data(), slot_count, mcus, bits_, bits);
+  // Twice as many bytes at most (F.1.2.3): room for that is in the workspace.
   uint8_t* stuffed = w.stuffed.data();
   const uint8_t* stuffed_end = coder_->stuff(bits, static_cast<size_t>(end - bits), stuffed);
   return sink.append({stuffed, stuffed_end});

@@ -13,6 +13,7 @@ namespace {
 using T = TransformConstants;
 
 // JFIF 1.02: Y = 0.299 R + 0.587 G + 0.114 B, Cb = 0.5 B - 0.1687 R - 0.3313 G + 128, Cr likewise.
+// Each product is cut to 8 bits of fraction, as the high halves of vector multiplications are.
 void convert(const uint8_t* bgr, size_t pixels, uint8_t* y, uint8_t* cb, uint8_t* cr) {
   using C = ColorConstants;
   for (size_t i = 0; i < pixels; ++i) {
@@ -35,6 +36,7 @@ void halve(const uint8_t* samples, size_t count, uint8_t* out) {
   }
 }
 
+// The rounding of Kernels::quarter: 1 and 2 are added in turn, so halves go down and up.
 void quarter(const uint8_t* upper, const uint8_t* lower, size_t count, uint8_t* out) {
   for (size_t i = 0; i < count / 2; ++i) {
     const size_t sum = size_t{upper[2 * i]} + upper[2 * i + 1] + lower[2 * i] + lower[2 * i + 1];
@@ -50,6 +52,7 @@ void transform_line(int* v, int step, int raise, int lower) {
   const int s16 = v[step] + v[6 * step], d2 = v[step] - v[6 * step];
   const int s25 = v[2 * step] + v[5 * step], d1 = v[2 * step] - v[5 * step];
   const int s34 = v[3 * step] + v[4 * step], d0 = v[3 * step] - v[4 * step];
+  // The even half: a transform of four points, whose outputs 0 and 4 are sums without factors.
   const int outer = s07 + s34, inner = s16 + s25;
   const int a = s07 - s34, b = s16 - s25;
   const int half = (1 << lower) >> 1;
@@ -77,12 +80,15 @@ void transform_block(const uint8_t* samples, size_t stride, const Divisors& divi
       v[8 * row + column] = samples[row * stride + column] - 128;
     }
   }
+  // Between the passes values carry kPass1Bits more; the second one drops them.
   for (int column = 0; column < 8; ++column) transform_line(v + column, 8, T::kPass1Bits, 0);
   for (int row = 0; row < 8; ++row) transform_line(v + 8 * row, 1, 0, T::kPass1Bits);
 
   int16_t quotients[kBlockSize];
   for (size_t i = 0; i < kBlockSize; ++i) {
+    // i counts column by column, v row by row.
     const int x = v[8 * (i & 7) + (i >> 3)];
+    // A.3.4 rounds to the nearest: of magnitudes, so halves go away from zero on both sides.
     uint32_t q = static_cast<uint32_t>(std::abs(x)) + divisors.half[i];
     q = q * divisors.reciprocal[i] >> 16;
     q = q * divisors.scale[i] >> 16;
@@ -91,6 +97,7 @@ void transform_block(const uint8_t* samples, size_t stride, const Divisors& divi
   }
   uint64_t nonzero = 0;
   for (size_t k = 0; k < kBlockSize; ++k) {
+    // -128 and 127 mean that the coefficient is to be looked up (BlockPair).
     const int q = std::clamp<int>(quotients[kColumnZigzag[k]], -128, 127);
     out.zigzag[lane][k] = static_cast<int8_t>(q);
     nonzero |= uint64_t{q != 0} << k;
@@ -123,6 +130,7 @@ void make_divisors(const std::array<uint8_t, kBlockSize>& table, Divisors& divis
   }
 }
 
+// For tests; no processor gets them.
 const Kernels kPlainKernels = {convert, halve, quarter, transform};
 
 const Kernels& kernels() {

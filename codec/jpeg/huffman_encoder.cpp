@@ -9,7 +9,8 @@ namespace tavo::jpeg {
 
 namespace {
 
-// C.2, figures C.1 to C.3: consecutive codes of each length.
+// C.2, figures C.1 to C.3: consecutive codes of each length. Symbols without a code get 0, which is
+// none: a code has a length.
 template <size_t kSize>
 void assign_codes(const HuffmanSpec& spec, std::array<Code, kSize>& codes) {
   codes.fill(0);
@@ -22,7 +23,8 @@ void assign_codes(const HuffmanSpec& spec, std::array<Code, kSize>& codes) {
   }
 }
 
-// One code at a time, one byte at a time: the judge of the vector code.
+// One code at a time, one byte at a time: the judge of the vector code. Bits that have been written
+// move up and out of `bits_`; up to 7 wait.
 class PlainBits {
  public:
   PlainBits(const BitState& state, uint8_t* out)
@@ -55,11 +57,13 @@ void put_plain_block(PlainBits& bits, const BlockPair& pair, size_t lane, const 
 
   uint32_t run = 0;
   for (size_t k = 1; k < kBlockSize; ++k) {
+    // In the order of the zigzag (A.3.6), from coefficients that stand column by column.
     const int value = pair.coefficients[kColumnZigzag[k] >> 3][lane][kColumnZigzag[k] & 7];
     if (value == 0) {
       ++run;
       continue;
     }
+    // ZRL (F.1.2.2.1); zeros behind the last coefficient take none.
     for (; run > 15; run -= 16) bits.put(slot.codes->ac[kZeroRunSymbol]);
     const uint32_t size = category(value);
     bits.put(slot.codes->ac[run << 4 | size]);
@@ -78,6 +82,7 @@ uint8_t* encode_plain(const BlockSlot* slots, size_t slot_count, size_t mcus, Bi
       if (block < slots[s].real) {
         put_plain_block(bits, slots[s].pairs[block / 2], block & 1, slots[s]);
       } else {
+        // A difference of 0, and no AC coefficient.
         bits.put(slots[s].codes->dc[0]);
         bits.put(slots[s].codes->ac[kEndOfBlockSymbol]);
       }
@@ -97,8 +102,9 @@ uint8_t* stuff_plain(const uint8_t* bytes, size_t count, uint8_t* out) {
 
 }  // namespace
 
-// `small` leaves out -128 and 127: as bytes of a zigzag they may stand for any value beyond, which
-// was saturated.
+// `small` joins a code of up to 16 bits and up to 7 extra bits, so that most coefficients take one
+// look-up. It leaves out -128 and 127: as bytes of a zigzag they may stand for any value beyond,
+// which was saturated.
 void make_codes(const HuffmanSpec& dc, const HuffmanSpec& ac, HuffmanCodes& codes) {
   assign_codes(dc, codes.dc);
   assign_codes(ac, codes.ac);
@@ -112,6 +118,7 @@ void make_codes(const HuffmanSpec& dc, const HuffmanSpec& ac, HuffmanCodes& code
   }
 }
 
+// For tests; no processor gets it.
 const EntropyCoder kPlainEntropyCoder = {encode_plain, stuff_plain};
 
 const EntropyCoder& entropy_coder() {

@@ -1,4 +1,5 @@
-// The inverse transform, compiled for each instruction set. A lane holds one block.
+// The inverse transform, compiled for each instruction set. A lane holds one block. The results are
+// those of inverse_transform_plain, bit by bit, for damaged coefficients as well.
 
 // 16-bit products of a lane, as 32-bit sums: the lower four columns and the upper four.
 struct Wide {
@@ -6,6 +7,7 @@ struct Wide {
   V high;
 };
 
+// a0 b0 a1 b1 ...: a multiplication by pairs of factors makes one sum of each two.
 inline Wide pairs(V a, V b) { return {unpack_low16(a, b), unpack_high16(a, b)}; }
 inline Wide sum_of_products(Wide x, V factors) {
   return {multiply_add16(x.low, factors), multiply_add16(x.high, factors)};
@@ -35,6 +37,7 @@ inline void full_pass(V (&r)[8]) {
   const Wide r26 = pairs(r[2], r[6]);
   const Wide r13 = pairs(r[1], r[3]);
   const Wide r57 = pairs(r[5], r[7]);
+  // In the even part the term of rounding reaches both outputs of a pair.
   const Wide e0 = sum_of_products(r04, splat_pairs16(kOne, kOne)) + round;
   const Wide e1 = sum_of_products(r04, splat_pairs16(kOne, -kOne)) + round;
   const Wide e2 = sum_of_products(r26, splat_pairs16(kEven2, -kEven6));
@@ -50,7 +53,7 @@ inline void full_pass(V (&r)[8]) {
 }
 
 // The same with inputs 4 to 7 zero, as they mostly are: few blocks have coefficients beyond the
-// corner.
+// corner. Half of the factors go, and e0 and e1 are one: input 0 alone.
 template <int kShift>
 inline void short_pass(V (&r)[8]) {
   const V round = splat32(1 << (kShift - 1));
@@ -115,7 +118,8 @@ inline void to_samples(const V (&r)[8], V (&out)[4]) {
 }
 
 // The whole transform of rows r of dequantised coefficients. Between the passes values saturate to
-// 16 bits, by the packing.
+// 16 bits, by the packing. The first pass goes down the columns (as rows of the block are vectors),
+// the second along the rows, behind a transposition.
 inline void transform(V (&r)[8], Extent extent, V (&samples)[4]) {
   if (extent == Extent::kCorner) {
     corner_pass(r);
@@ -129,7 +133,7 @@ inline void transform(V (&r)[8], Extent extent, V (&samples)[4]) {
 }
 
 // A block that has a DC value only: one level. Both passes' roundings, with the saturation between
-// them.
+// them: the first makes 4 times the value, without a remainder, the second shifts by 18 - 13.
 inline uint64_t flat_samples(int16_t dc, uint16_t quantiser) {
   const int value = static_cast<int16_t>(dc * static_cast<int16_t>(quantiser));
   const int scaled = value * 4 > 32767 ? 32767 : value * 4 < -32768 ? -32768 : value * 4;
@@ -152,6 +156,7 @@ TAVO_INLINE void transform_blocks(const int16_t* a, const int16_t* b, const uint
                                   Extent extent, uint8_t* out_a, uint8_t* out_b, size_t stride) {
   V r[8];
   for (size_t i = 0; i < 8; ++i) {
+    // Low halves of the products, as idct.h has it; eight coefficients are a row.
     r[i] = multiply16(load_lanes(a + 8 * i, b + 8 * i), load_repeated(quantisers + 8 * i));
   }
   V samples[4];
@@ -169,6 +174,7 @@ TAVO_INLINE void transform_pair(const int16_t* a, const int16_t* b, const uint16
     store_flat(flat_samples(b[0], quantisers[0]), out_b, stride);
     return;
   }
+  // Vectors of two lanes take both blocks in one turn.
   for (size_t i = 0; i < 2; i += kLanes) {
     transform_blocks(a, b, quantisers, extent, out_a, out_b, stride);
     a = b, out_a = out_b;
