@@ -52,8 +52,7 @@ process::SourcePicture describe(const Header& header) {
   picture.storage_kind = T_FORMAT_RAS;
   if (header.depth > 8) return picture;
   if (header.has_map) {
-    // A map of more colours than indices can name keeps its place in the file, but not in the
-    // palette.
+    // As the file counts them, as far as palettes go: more than the depth can name, too.
     picture.colors = std::min(header.map_bytes / 3, 256u);
     return picture;
   }
