@@ -66,7 +66,7 @@ void unpack_nibbles(const uint8_t* packed, std::span<uint8_t> indices, Map map) 
   }
 }
 
-// 32 pixels at a time: a byte that is 1 leaves its pixel's bit, and sums join eight of them. Of
+// 64 pixels at a time: a byte that is 1 leaves its pixel's bit, and sums join eight of them. Of
 // what is left, eight at a time: every bit reaches the top byte of the product once, and no two
 // meet.
 void pack_bits(std::span<const uint8_t> indices, uint8_t* packed) {
@@ -78,10 +78,10 @@ void pack_bits(std::span<const uint8_t> indices, uint8_t* packed) {
   };
   const uint8_t* in = indices.data();
   size_t left = indices.size();
-  for (; left >= 32; left -= 32, in += 32, packed += 4) {
-    V v = pack32(bytes_of(in), bytes_of(in + 16));
-    v = pack32(v, v);
-    store_le32(packed, first32(pack16_unsigned(v, v)));
+  for (; left >= 64; left -= 64, in += 64, packed += 8) {
+    const V v = pack32(pack32(bytes_of(in), bytes_of(in + 16)),
+                       pack32(bytes_of(in + 32), bytes_of(in + 48)));
+    store_low64(packed, pack16_unsigned(v, v));
   }
   for (; left > 0; ++packed) {
     const size_t count = std::min<size_t>(left, 8);

@@ -51,12 +51,11 @@ RowPattern make_pattern(const DitherPass& pass, uint32_t y) {
 // All ones where the unsigned `values` reach `least`.
 V reach(V values, V least) { return equal8(max8_unsigned(values, least), values); }
 
+V shifted(V values, V up, V down) { return sub8_clamped(add8_clamped(values, up), down); }
+
 void shift_plane(uint8_t (&plane)[kPiece], uint32_t n, const RowPattern& pattern) {
-  const V up = load(pattern.up);
-  const V down = load(pattern.down);
-  for (uint32_t i = 0; i < n; i += 16) {
-    store(plane + i, sub8_clamped(add8_clamped(load(plane + i), up), down));
-  }
+  const V up = load(pattern.up), down = load(pattern.down);
+  for (uint32_t i = 0; i < n; i += 16) store(plane + i, shifted(load(plane + i), up, down));
 }
 
 void map_classes(DitherPass& pass, const Planes& planes, uint32_t n, Indices& indices) {
@@ -79,11 +78,16 @@ void map_classes(DitherPass& pass, const Planes& planes, uint32_t n, Indices& in
   }
 }
 
-void map_cube(const Planes& planes, uint32_t n, Indices& indices) {
+template <bool kIsOrdered>
+void map_cube(const Planes& planes, uint32_t n, const RowPattern& pattern, Indices& indices) {
+  const V up = load(pattern.up), down = load(pattern.down);
+  const auto read = [=](const uint8_t* plane) {
+    return kIsOrdered ? shifted(load(plane), up, down) : load(plane);
+  };
   for (uint32_t i = 0; i < n; i += 16) {
-    const V red = load(planes.red + i) & splat8(0xE0);
-    const V green = shift_right16<3>(load(planes.green + i) & splat8(0xE0));
-    const V blue = shift_right16<6>(load(planes.blue + i)) & splat8(3);
+    const V red = read(planes.red + i) & splat8(0xE0);
+    const V green = shift_right16<3>(read(planes.green + i) & splat8(0xE0));
+    const V blue = shift_right16<6>(read(planes.blue + i)) & splat8(3);
     store(indices + i, red | green | blue);
   }
 }
@@ -175,16 +179,17 @@ void map_piece(DitherPass& pass, const uint8_t* row, uint32_t x, uint32_t n,
     map_sixteen(planes, n, pattern, indices);
     return;
   }
-  if (pass.method == T_DITHER_ORDERED) {
+  const bool is_ordered = pass.method == T_DITHER_ORDERED;
+  if (pass.mapping == Mapping::kCube) {
+    (is_ordered ? map_cube<true> : map_cube<false>)(planes, n, pattern, indices);
+    return;
+  }
+  if (is_ordered) {
     shift_plane(planes.red, n, pattern);
     shift_plane(planes.green, n, pattern);
     shift_plane(planes.blue, n, pattern);
   }
-  if (pass.mapping == Mapping::kCube) {
-    map_cube(planes, n, indices);
-  } else {
-    map_classes(pass, planes, n, indices);
-  }
+  map_classes(pass, planes, n, indices);
 }
 
 }  // namespace
