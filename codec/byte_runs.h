@@ -1,12 +1,14 @@
 // Rows of bytes cut into runs of equal bytes and what stands between them, for run-length codings.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
 #include "base/endian.h"
+#include "base/vector_sse2.h"
 
 namespace tavo {
 
@@ -24,19 +26,28 @@ inline size_t run_length(const uint8_t* at, const uint8_t* end) {
   return static_cast<size_t>(next - at);
 }
 
+// Where from `at` on the first kLeast equal bytes begin, or `end`. 16 places at a time.
+template <size_t kLeast>
+const uint8_t* find_run(const uint8_t* at, const uint8_t* end) {
+  for (; end - at >= static_cast<ptrdiff_t>(16 + kLeast - 1); at += 16) {
+    const sse2::V first = sse2::load(at);
+    sse2::V begins = sse2::equal8(first, sse2::load(at + 1));
+    for (size_t i = 2; i < kLeast; ++i) begins &= sse2::equal8(first, sse2::load(at + i));
+    const uint32_t places = sse2::top_bits8(begins);
+    if (places != 0) return at + std::countr_zero(places);
+  }
+  for (; end - at >= static_cast<ptrdiff_t>(kLeast); ++at) {
+    if (std::all_of(at + 1, at + kLeast, [at](uint8_t byte) { return byte == *at; })) return at;
+  }
+  return end;
+}
+
 // Calls put.run(value, count) for runs of kLeast bytes and more, and of fewer that end the row;
 // put.literals(bytes) for all that is between two of them.
 template <size_t kLeast, class Put>
 void cut_runs(std::span<const uint8_t> row, Put&& put) {
   const uint8_t* next = row.data();
   const uint8_t* const end = next + row.size();
-  const auto begins_run = [end](const uint8_t* at) {
-    if (end - at < static_cast<ptrdiff_t>(kLeast)) return false;
-    for (size_t i = 1; i < kLeast; ++i) {
-      if (at[i] != at[0]) return false;
-    }
-    return true;
-  };
   while (next < end) {
     const size_t run = run_length(next, end);
     if (run >= kLeast || next + run == end) {
@@ -44,8 +55,7 @@ void cut_runs(std::span<const uint8_t> row, Put&& put) {
       next += run;
       continue;
     }
-    const uint8_t* stop = next + run;
-    while (stop < end && !begins_run(stop)) ++stop;
+    const uint8_t* const stop = find_run<kLeast>(next + run, end);
     put.literals(std::span(next, stop));
     next = stop;
   }
