@@ -122,6 +122,8 @@ class RunDecoder {
   static constexpr size_t kStep = 16;
   // A step, of which the last byte may be an escape with two behind it.
   static constexpr size_t kWindow = kStep + 4;
+  // What a turn makes: a step of literals, and the longest run, 255 copies and one more.
+  static constexpr size_t kMostAtOnce = kStep + 256;
 
   // Part of a run, as far as the row goes. Writes whole steps.
   uint8_t* put_run(uint8_t* out, const uint8_t* end) {
@@ -132,13 +134,46 @@ class RunDecoder {
     return out + part;
   }
 
-  // Literals up to the next escape, and what the escape stands for, as long as kWindow bytes are
-  // at hand: each turn reads at most that many, and writes less than two steps behind the row.
+  // Literals up to the next escape, and what the escape stands for, as long as that cannot reach
+  // the end of the row.
+  uint8_t* decode_inside(const uint8_t*& in, const uint8_t* last, uint8_t* out,
+                         const uint8_t* end) const {
+    const sse2::V escapes = sse2::splat8(kEscape);
+    while (in <= last && end - out >= static_cast<ptrdiff_t>(kMostAtOnce)) {
+      const sse2::V step = sse2::load(in);
+      sse2::store(out, step);
+      const uint32_t found = sse2::top_bits8(sse2::equal8(step, escapes));
+      if (found == 0) {  // a branch of its own, so that the next step need not wait for the count
+        out += kStep;
+        in += kStep;
+        continue;
+      }
+      const auto literals = static_cast<size_t>(std::countr_zero(found));
+      out += literals;
+      in += literals;
+      if (in[1] == 0) {
+        *out++ = kEscape;
+        in += 2;
+        continue;
+      }
+      const size_t run = in[1] + more_;
+      const sse2::V value = sse2::splat8(in[2]);
+      in += 3;
+      sse2::store(out, value);
+      for (size_t done = kStep; done < run; done += kStep) sse2::store(out + done, value);
+      out += run;
+    }
+    return out;
+  }
+
+  // The same up to the end of the row, as long as kWindow bytes are at hand: each turn reads at
+  // most that many, and writes less than two steps behind the row.
   uint8_t* decode_fast(uint8_t* out, uint8_t* end) {
     const uint8_t* const window = bytes_.window().data();
     const uint8_t* const last = window + bytes_.window().size() - kWindow;
-    const sse2::V escapes = sse2::splat8(kEscape);
     const uint8_t* in = window;
+    out = decode_inside(in, last, out, end);
+    const sse2::V escapes = sse2::splat8(kEscape);
     while (out < end && in <= last) {
       const sse2::V step = sse2::load(in);
       sse2::store(out, step);
