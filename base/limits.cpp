@@ -1,15 +1,11 @@
 #include "base/limits.h"
 
-#include "base/settings.h"
-
 namespace tavo::limits {
 
-Status check(int32_t kind, uint64_t asked) {
-  const uint64_t allowed = settings.limits[kind];
-  if (allowed == 0 || asked <= allowed) return kOk;
+Status refuse(int32_t kind, uint64_t asked) {
   settings.note.limit = kind;
   settings.note.asked = asked;
-  settings.note.allowed = allowed;
+  settings.note.allowed = settings.limits[kind];
   return kLimit;
 }
 
@@ -29,11 +25,6 @@ Status add_temporary(uint64_t bytes) {
 
 void remove_temporary(uint64_t bytes) {
   settings.temporary_bytes -= bytes < settings.temporary_bytes ? bytes : settings.temporary_bytes;
-}
-
-Status add_work(uint64_t bytes) {
-  settings.last_load.decoded += bytes;
-  return check(T_LIMIT_WORK, settings.last_load.decoded);
 }
 
 }  // namespace tavo::limits

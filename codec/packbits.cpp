@@ -11,6 +11,7 @@ namespace {
 // A packet is a head byte n and, for n from 0 to 127, n + 1 literals or, for n from -127 to -1, a
 // byte to be repeated 1 - n times (TIFF 6.0, section 9).
 constexpr size_t kMaxPacket = 128;
+constexpr size_t kShort = 32;
 // Two equal bytes between literals stay literals, as section 9 advises: a packet would save
 // nothing.
 constexpr size_t kMinRun = 3;
@@ -18,7 +19,8 @@ constexpr size_t kMinRun = 3;
 }  // namespace
 
 // Packets that lie whole in the window and in what is asked for. In bounds because the longest has
-// room in both; shorter ones are written over again.
+// room in both; shorter ones are written over again. Most are short: the rest of a long one has a
+// branch of its own.
 void Decoder::decode_whole(std::span<uint8_t>& out) {
   const uint8_t* const start = bytes_.window().data();
   const uint8_t* const last = start + bytes_.window().size() - kMaxPacket;
@@ -28,11 +30,14 @@ void Decoder::decode_whole(std::span<uint8_t>& out) {
   while (in < last && to <= to_last) {
     const uint32_t head = *in++;
     if (head < 128) {
-      std::memcpy(to, in, kMaxPacket);
+      std::memcpy(to, in, kShort);
+      if (head >= kShort) std::memcpy(to + kShort, in + kShort, kMaxPacket - kShort);
       in += head + 1;
       to += head + 1;
     } else if (head > 128) {
-      std::memset(to, *in++, kMaxPacket);
+      const uint8_t value = *in++;
+      std::memset(to, value, kShort);
+      if (257 - head > kShort) std::memset(to + kShort, value, kMaxPacket - kShort);
       to += 257 - head;
     }
   }

@@ -141,7 +141,8 @@ Status BlockDecoder::read_lzw(Lzw& decoder, std::span<uint8_t> row) {
 }
 
 Status BlockDecoder::read_row(std::span<uint8_t> row) {
-  return part_.file().note_damage(decode_row(row), bytes_);
+  const Status status = decode_row(row);
+  return status.ok() ? status : part_.file().note_damage(status, bytes_);
 }
 
 // PackBits rows are packed one by one (6.0, section 9); a run that goes on in the next row is
