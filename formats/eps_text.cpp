@@ -49,14 +49,13 @@ bool take_number(std::string_view& line, int64_t& value) {
   return true;
 }
 
-// A box without area counts as none, and so does one with fewer than four numbers, "(atend)" too.
-bool take_box(std::string_view line, Box& box) {
+// A box without area counts as none, and so does one with fewer than four numbers, "(atend)" too:
+// `box` stays what it is.
+void take_box(std::string_view line, Box& box) {
   Box found;
   const bool is_whole = take_number(line, found.left) && take_number(line, found.bottom) &&
                         take_number(line, found.right) && take_number(line, found.top);
-  if (!is_whole || !found.is_sound()) return false;
-  box = found;
-  return true;
+  if (is_whole && found.is_sound()) box = found;
 }
 
 // Technical Note 5002: width, height, depth; how many lines follow says nothing, as rows end when
@@ -77,39 +76,82 @@ bool take_preview(std::string_view line, Comments& comments) {
   return true;
 }
 
-// Goes through the comments of a piece of text.
+// Which box holds where several are told (5001): in headers the first, in trailers the last.
+enum class Holds : uint8_t { kFirst, kLast };
+
+// Goes through the comments of a piece of text: of its beginning for the first box, of its end for
+// the last. Those of documents that it embeds describe them, and never count.
 class Scan {
  public:
-  Scan(std::string_view text, Comments& comments) : text_(text), comments_(comments) {}
+  Scan(std::string_view text, Holds holds, Comments& comments)
+      : text_(text),
+        comments_(comments),
+        holds_(holds),
+        may_have_preview_(holds == Holds::kFirst) {}
 
-  // To the end, or to the preview, whose lines begin at text offset preview_at() then.
+  // As far as anything is to be told, or to the preview, whose lines begin at text offset at()
+  // then.
   void run() {
     for (std::string_view line; next_line(line);) {
+      if (is_embedded(line)) continue;
       if (take("%%BoundingBox:", line)) {
-        // 5001: of several in the header the first counts; "(atend)" defers to the trailer.
-        is_promised_ = is_promised_ || line.find("(atend)") != line.npos;
-        if (!has_box_) has_box_ = take_box(line, comments_.box);
+        is_promised_ = is_promised_ || (!box_.is_sound() && line.find("(atend)") != line.npos);
+        offer_box(line, box_);
       } else if (take("%%HiResBoundingBox:", line)) {
-        // The same box in real numbers, as Illustrator and ImageMagick write it behind the other.
-        if (!is_exact_) has_box_ = is_exact_ = take_box(line, comments_.box);
+        offer_box(line, exact_box_);
       } else if (take("%%BeginPreview:", line)) {
-        if (take_preview(line, comments_)) return;  // what follows are its digits
-      } else if (take("%%EndComments", line)) {
-        has_header_ = has_box_;
+        if (may_have_preview_ && take_preview(line, comments_)) return;  // here come its digits
+      } else if (line.starts_with("%%EndProlog") || line.starts_with("%%Page:")) {
+        may_have_preview_ = false;
+      } else if (line.starts_with("%%EndComments") || !line.starts_with('%')) {
+        end_header();
       }
+      if (is_settled_ && !may_have_preview_) return;
     }
   }
 
   size_t at() const { return at_; }
-  // The first comments are whole, and have the box.
-  bool has_header() const { return has_header_; }
-  bool lacks_promised_box() const { return is_promised_ && !has_box_; }
+  // The same box in real numbers goes before, as Illustrator and ImageMagick write it behind the
+  // other.
+  const Box& box() const { return exact_box_.is_sound() ? exact_box_ : box_; }
+  // Nothing that follows has a say about the box.
+  bool is_settled() const { return is_settled_; }
+  bool lacks_promised_box() const { return is_promised_ && !is_settled_; }
 
  private:
   static bool take(std::string_view keyword, std::string_view& line) {
     if (!line.starts_with(keyword)) return false;
     line.remove_prefix(keyword.size());
     return true;
+  }
+
+  // 5001, %%BeginDocument: in a document may be others. One whose beginning is not in the piece has
+  // told the boxes so far.
+  bool is_embedded(std::string_view line) {
+    if (line.starts_with("%%BeginDocument")) {
+      ++depth_;
+    } else if (line.starts_with("%%EndDocument")) {
+      if (depth_ > 0) {
+        --depth_;
+      } else if (holds_ == Holds::kLast) {
+        box_ = exact_box_ = {};
+      }
+      return true;
+    }
+    return depth_ > 0;
+  }
+
+  void offer_box(std::string_view line, Box& box) const {
+    if (is_settled_ || (holds_ == Holds::kFirst && box.is_sound())) return;
+    take_box(line, box);
+  }
+
+  // 5001: what is no comment ends the header, too. Kept: where that has no box, as some programs
+  // write it behind, the first one that comes counts, or the last if it is promised.
+  void end_header() {
+    if (holds_ == Holds::kLast) return;
+    is_settled_ = is_settled_ || box().is_sound();
+    if (lacks_promised_box()) holds_ = Holds::kLast;
   }
 
   // A line ends with CR, LF, or both; empty ones are passed over. 5001 allows 255 characters, but
@@ -126,10 +168,13 @@ class Scan {
   std::string_view text_;
   Comments& comments_;
   size_t at_ = 0;
-  bool has_header_ = false;
-  bool has_box_ = false;
-  bool is_exact_ = false;
+  uint32_t depth_ = 0;  // of embedded documents
+  Box box_;
+  Box exact_box_;
+  Holds holds_;
+  bool may_have_preview_;
   bool is_promised_ = false;
+  bool is_settled_ = false;
 };
 
 Status load_text(io::InputFile& file, uint64_t offset, uint64_t bytes, Buffer& buffer,
@@ -189,11 +234,12 @@ Status read_comments(io::InputFile& file, const Part& text, Look look, Comments&
   const uint64_t most = look == Look::kHeader ? kHeader : kLookedAt;
   TRY(load_text(file, text.offset, std::min(text.bytes, most), buffer, piece));
   comments = {};
-  Scan scan(piece, comments);
+  Scan scan(piece, Holds::kFirst, comments);
   scan.run();
-  if (look == Look::kHeader && !scan.has_header()) {
+  if (look == Look::kHeader && !scan.is_settled()) {
     return read_comments(file, text, Look::kPreview, comments);
   }
+  comments.box = scan.box();
   if (comments.width != 0) {
     comments.preview = {text.offset + scan.at(), text.bytes - scan.at()};
     const uint64_t row = core::packed_bytes(static_cast<uint64_t>(comments.width), comments.bits);
@@ -207,9 +253,9 @@ Status read_comments(io::InputFile& file, const Part& text, Look look, Comments&
   if (!scan.lacks_promised_box()) return kOk;
   const uint64_t size = std::min(text.bytes, kTrailer);
   TRY(load_text(file, text.offset + text.bytes - size, size, buffer, piece));
-  Comments at_end;  // whose box alone is taken: previews stand in front of the program
-  Scan(piece, at_end).run();
-  comments.box = at_end.box;
+  Scan trailer(piece, Holds::kLast, comments);
+  trailer.run();
+  if (trailer.box().is_sound()) comments.box = trailer.box();
   return kOk;
 }
 

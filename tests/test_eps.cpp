@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 
 #include "base/endian.h"
 #include "format_cases.h"
@@ -48,6 +49,9 @@ TEST(Eps, PreviewsInComments) {
       EXPECT_EQ(info_of(file).Format, T_FORMAT_EPS_TEXT);
     }
   }
+  const Bytes deferred = join({text("%!PS\n%%BoundingBox: (atend)\n%%EndComments\n"),
+                               text(kPreview4), text("%%Trailer\n%%BoundingBox: 0 0 9 3\n")});
+  EXPECT_EQ(info_of(deferred).XResolution, 24);
   Rows rows;
   Bitmap cut;
   const Bytes file = comments("%%BeginPreview: 8 3 1 3\n% 01\n% 02\n%%EndPreview\n");
@@ -58,18 +62,33 @@ TEST(Eps, PreviewsInComments) {
 
 TEST(Eps, ThePreviewFillsTheBox) {
   const Bytes tiff = saved_sample(T_FORMAT_TIFF, 24, 18, 3);
+  const std::string far(5000, '\n');  // from the header, which the end of the text is read without
   const struct {
     const char* what;
-    const char* lines;
+    std::string lines;
     int32_t dots;
-  } cases[] = {{"points", "%%BoundingBox: 0 0 9 3\n", 144},
-               {"negative", "%%BoundingBox: -4 -1 5 2\n", 144},
-               {"decimals", "%%BoundingBox: 0.0 0 4.5 .75\n", 288},
-               {"finer", "%%BoundingBox: 0 0 9 3\n%%HiResBoundingBox: 0 0 4.5 1.5\n", 288},
-               {"at the end", "%%BoundingBox: (atend)\n%%EOF\n%%BoundingBox: 0 0 9 3\n", 144},
-               {"the first counts", "%%BoundingBox: 0 0 9 3\n%%BoundingBox: 0 0 1 1\n", 144},
-               {"empty", "%%BoundingBox: 5 5 5 9\n", 150},
-               {"none", "%%Title: x\n", 150}};
+  } cases[] = {
+      {"points", "%%BoundingBox: 0 0 9 3\n", 144},
+      {"negative", "%%BoundingBox: -4 -1 5 2\n", 144},
+      {"decimals", "%%BoundingBox: 0.0 0 4.5 .75\n", 288},
+      {"finer", "%%BoundingBox: 0 0 9 3\n%%HiResBoundingBox: 0 0 4.5 1.5\n", 288},
+      {"at the end", "%%BoundingBox: (atend)\n%%EOF\n%%BoundingBox: 0 0 9 3\n", 144},
+      {"the first counts", "%%BoundingBox: 0 0 9 3\n%%BoundingBox: 0 0 1 1\n", 144},
+      {"no finer one",
+       "%%BoundingBox: 0 0 9 3\n%%HiResBoundingBox: (atend)\nsave\n%%BoundingBox: 0 0 1 1\n", 144},
+      {"of the header", "%%BoundingBox: 0 0 9 3\n%%EndComments\n%%HiResBoundingBox: 0 0 1 1\n",
+       144},
+      {"none of documents inside",
+       "%%BoundingBox: (atend)\n%%EndComments\n%%BeginDocument: a\n%%BeginDocument: b\n"
+       "%%EndDocument\n%%HiResBoundingBox: 0 0 1 1\n%%EndDocument\n%%Trailer\n"
+       "%%BoundingBox: 0 0 2 2\n%%BoundingBox: 0 0 9 3\n",
+       144},
+      {"nor of one that begins before the end",
+       "%%BoundingBox: (atend)\n%%EndComments\n%%BeginDocument: a\n" + far +
+           "%%HiResBoundingBox: 0 0 1 1\n%%EndDocument\n%%BoundingBox: 0 0 9 3\n",
+       144},
+      {"empty", "%%BoundingBox: 5 5 5 9\n", 150},
+      {"none", "%%Title: x\n", 150}};
   for (const auto& c : cases) {
     Bitmap bitmap;
     const Bytes file = with_tiff(tiff, join({text("%!PS\n"), text(c.lines)}));
@@ -93,13 +112,16 @@ TEST(Eps, ChoosesAPreview) {
     const char* what;
     Bytes file;
     int32_t status, width, bits;
-  } cases[] = {{"TIFF", with_tiff(good, in_text), T_OK, 5, 8},
-               {"no TIFF", with_tiff(text("no TIFF"), in_text), T_OK, 3, 4},
-               {"an unknown coding", with_tiff(unknown, in_text), T_OK, 3, 4},
-               {"an unknown coding alone", with_tiff(unknown), T_ERR_SUBTYPE, 9, 1},
-               {"itself", with_tiff(with_tiff(good)), T_ERR_BAD_DATA, 9, 1},
-               {"none", comments(), T_ERR_SUBTYPE, 9, 1},
-               {"no box either", text("%!PS\n"), T_ERR_SUBTYPE, 1, 1}};
+  } cases[] = {
+      {"TIFF", with_tiff(good, in_text), T_OK, 5, 8},
+      {"no TIFF", with_tiff(text("no TIFF"), in_text), T_OK, 3, 4},
+      {"an unknown coding", with_tiff(unknown, in_text), T_OK, 3, 4},
+      {"an unknown coding alone", with_tiff(unknown), T_ERR_SUBTYPE, 9, 1},
+      {"itself", with_tiff(with_tiff(good)), T_ERR_BAD_DATA, 9, 1},
+      {"none", comments(), T_ERR_SUBTYPE, 9, 1},
+      {"a document's inside", join({comments(), text("%%BeginDocument: a\n"), text(kPreview4)}),
+       T_ERR_SUBTYPE, 9, 1},
+      {"no box either", text("%!PS\n"), T_ERR_SUBTYPE, 1, 1}};
   for (const auto& c : cases) {
     EXPECT_EQ(info_of(c.file).Width, c.width) << c.what;
     EXPECT_EQ(info_of(c.file).BitsPerPixel, c.bits) << c.what;
