@@ -34,7 +34,7 @@ struct Contents {
 // have to be drawn.
 struct Kind {
   Part Contents::*part;
-  io::Probe probe;  // accepts what `read` can read
+  io::Probe probe;  // accepts what `read` can read; asks the file alone, not its head
   io::Reader read;
   const char* compression;  // null: the preview's
 };
@@ -144,17 +144,8 @@ Status probe_part(const io::ProbeInput& input, const Part& part, const Kind& kin
   const PartScope scope(input.file, part);
   io::InputFile preview;
   if (!preview.open(PartScope::kName).ok()) return input.file.fail(PartScope::kOpenFailure);
-  std::array<uint8_t, 64> head;
-  size_t got = 0;
-  Status status = preview.read_up_to(head, got);
-  if (status.ok()) status = preview.seek(0);
-  const io::ProbeInput inside{PartScope::kName,
-                              std::span(head).first(got),
-                              preview,
-                              static_cast<uint32_t>(part.bytes),
-                              false,
-                              input.identify};
-  if (status.ok()) status = kind.probe(inside, info);
+  const io::ProbeInput inside{PartScope::kName, {}, preview, static_cast<uint32_t>(part.bytes)};
+  const Status status = kind.probe(inside, info);
   // Operations on the preview are those of this file, so what fails there ends its identification.
   const Status failure = preview.failure();
   return failure.ok() ? status : input.file.fail(failure);
