@@ -13,9 +13,6 @@
 
 namespace tavo::io {
 
-// Identifies the file that the operations in force open, as T_FileInfo does.
-using Identify = Status (*)(const char* name, FILEINFO& info);
-
 // What a probe may look at: the first bytes of the file (fewer when the file is short), and the
 // open file, which stands at its start.
 struct ProbeInput {
@@ -23,14 +20,13 @@ struct ProbeInput {
   std::span<const uint8_t> head;
   InputFile& file;
   uint32_t file_size = 0;
-  bool counts_pages = false;    // even where that takes reading the whole file
-  Identify identify = nullptr;  // for previews inside
+  bool counts_pages = false;  // even where that takes reading the whole file
 };
 
 // kOk when the file is the probe's format; `info` is filled then. kNoMemory and a failure of
-// input.file end the identification with that status (a probe that has a part of the file
-// identified passes failures on with input.file.fail()); everything else means "not mine". `info`
-// comes zeroed but for FileSize, PageCount, Page (1) and ViewPerspective (2).
+// input.file end the identification with that status (a probe that reads a part of the file on its
+// own passes failures on with input.file.fail()); everything else means "not mine". `info` comes
+// zeroed but for FileSize, PageCount, Page (1) and ViewPerspective (2).
 using Probe = Status (*)(const ProbeInput& input, FILEINFO& info);
 
 // A streaming reader: decodes the file `name` and hands its rows to `sink`, as the trio of

@@ -45,7 +45,7 @@ Status look_into(const char* name, bool counts_pages, FILEINFO& info) {
     info.PageCount = 1;
     info.Page = 1;
     info.ViewPerspective = 2;
-    const io::ProbeInput input{name, {head.data(), got}, file, file_size, counts_pages, identify};
+    const io::ProbeInput input{name, {head.data(), got}, file, file_size, counts_pages};
     Status status = row.probe(input, info);
     // What keeps a probe from looking says nothing about the format, whatever it made of it.
     TRY(file.failure());
