@@ -64,6 +64,7 @@ TEST(MacPaint, DirectLoadsTakeWhatIdentificationCannotTell) {
   EXPECT_EQ(direct(document(0, {0xBA, 0})), T_ERR_READ);  // 71 bytes are no row
   EXPECT_EQ(direct(document(0, {})), T_ERR_READ);
   EXPECT_EQ(direct(join({mac_binary(0), Bytes(512)})), T_ERR_READ);
+  EXPECT_EQ(info_of(join({mac_binary(0), Bytes(512)})).Format, T_FORMAT_MAC);
   EXPECT_EQ(direct(document(1, blank_row)), T_ERR_BAD_DATA);
   Bytes changed = document(0, page_of_long_packets());
   ASSERT_EQ(info_of(changed).Format, T_FORMAT_MAC);
