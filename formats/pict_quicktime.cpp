@@ -44,8 +44,8 @@ Rect transform(const Rect& rect, const uint8_t* matrix) {
   return {to(rect.top, d, ty), to(rect.left, a, tx), to(rect.bottom, d, ty), to(rect.right, a, tx)};
 }
 
-// A record that counts its bytes as they are taken. One that is shorter than its fields is
-// kSubtype: its end is known, and so where the picture goes on.
+// A record that counts its bytes as they are taken. What is wrong in one, be it shorter than its
+// fields, is kSubtype: its end is known, and so where the picture goes on.
 class Record {
  public:
   Record(Stream& stream, uint64_t& left) : stream_(stream), left_(left) {}
@@ -72,7 +72,8 @@ Status read_mask(Record& record, uint32_t bytes, Region& mask) {
   if (bytes > Stream::kMost) return kSubtype;
   std::span<const uint8_t> data;
   TRY(record.take(bytes, data));
-  return mask.take(data);
+  const Status status = mask.take(data);
+  return status == kBadData ? kSubtype : status;
 }
 
 // Rows of pixels as they are; the data tell how long one is.

@@ -396,6 +396,11 @@ TEST(Pict, CompressedPicturesHideWhatStandsInForThem) {
       read_directly(T_LoadPCTFile,
                     pict_file(1, 2, {other, gray_map(0x98, 2, 1, 2, {0, 0, 1, 2}, hex("0102"))})),
       T_OK);
+  Bytes masked = raw;
+  masked[6 + 67] = 9;  // too short for a region
+  EXPECT_EQ(read_directly(T_LoadPCTFile,
+                          pict_file(1, 3, {masked, gray_map(0x98, 2, 1, 1, {0, 0, 1, 1}, {1, 0})})),
+            T_OK);
 }
 
 // Documents count the packed bytes of a row by a byte up to 250, some programs up to 200.
