@@ -131,6 +131,8 @@ class Writer final : public io::RowWriter {
   }
 
  private:
+  // Kept: 4 bits are indices whatever the colours, as the bitmap has them; of 8 bits, which grey
+  // pictures have, a ramp is grey.
   Space space() const {
     if (depth_ > 8) return Space::kRgb;
     const auto colors = std::span(picture_.Info.Palette).first(size_t{1} << depth_);

@@ -82,7 +82,8 @@ class Survey {
     if (count_ != 0) is_mixed_ = true;
   }
 
-  // Pixels of another depth, palette or size could not stand in the same rows.
+  // Pixels of another depth, palette or size could not stand in the same rows. Kept: bitmaps of 16
+  // bits become a page, which holds all of their colours; this library writes none.
   bool can_join(const Bitmap& bitmap) const {
     return bitmap.bits == first_.bits && bitmap.bits != 16 &&
            bitmap.has_palette == first_.has_palette &&
