@@ -128,7 +128,13 @@ void parse_transparency(const Chunk& chunk, Header& header) {
   const auto told = chunk.bytes().first(std::min<size_t>(chunk.bytes().size(), 256));
   header.opacity.fill(255);
   std::ranges::copy(told, header.opacity.begin());
-  header.has_transparency = std::ranges::any_of(told, [](uint8_t value) { return value != 255; });
+  header.has_transparency = true;
+}
+
+// Of the palette's own colours, once all of it is known: what tRNS tells beyond says nothing.
+bool is_seen_through(const Header& header) {
+  const auto used = std::span(header.opacity).first(header.colors);
+  return std::ranges::any_of(used, [](uint8_t value) { return value != 255; });
 }
 
 // bKGD (11.3.4.1): of palettes an index. One beyond the palette, or in front of it, says nothing.
@@ -224,6 +230,9 @@ Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header, uint
     TRY(parse_chunk(chunk, is_whole, header));
   }
   data_bytes = chunk.size;
+  if (header.is_indexed() && header.has_transparency) {
+    header.has_transparency = is_seen_through(header);
+  }
   if (!header.is_opaque()) header.extras |= T_EXTRA_ALPHA;
   return check(header, file_bytes);
 }

@@ -78,7 +78,8 @@ struct Header {
 
 // Reads up to the first IDAT chunk, whose data come next: `data_bytes` of them. kBadData (no PNG
 // file, damage in what matters, or a picture that no file of this size holds), kReadError (it ends
-// before), kSubtype (a critical chunk of another kind).
+// before), kSubtype (a critical chunk of another kind; another compression, filter or interlace
+// method).
 Status parse_header(ByteSource& bytes, uint64_t file_bytes, Header& header, uint32_t& data_bytes);
 
 // 16 bits to 8, rounded.

@@ -96,6 +96,9 @@ TEST(Png, WhatStandsBesideThePixelsIsTold) {
   EXPECT_EQ(info.YResolution, 150);
   EXPECT_EQ(info.Extras, T_EXTRA_ALPHA | T_EXTRA_ICC | T_EXTRA_EXIF | T_EXTRA_XMP);
   EXPECT_STREQ(info.Compression, "Deflate");
+  // What is told beyond the palette is of no colour.
+  const Bytes opaque = join({chunk("PLTE", Bytes(6)), chunk("tRNS", hex("FFFF00"))});
+  EXPECT_EQ(info_of(png_file(ihdr(2, 1, 1, 3), hex("00 40"), opaque)).Extras, 0u);
 }
 
 // Of 3 x 2 pixels in the file's order: (0, 0), none, none, (2, 0), none, (1, 0), row 1.
