@@ -204,8 +204,7 @@ Status CoefficientStore::decode_plain(const Scan& scan, const Tables& tables, Sc
 // such as the chroma of one that is wanted grey, are decoded into nowhere.
 Status CoefficientStore::decode_interleaved(const Scan& scan, const Tables& tables,
                                             ScanReader& reader) {
-  // Written and never looked at, so that it need not be zero.
-  int16_t skipped[kBlockSize];
+  int16_t skipped[kBlockSize] = {};  // zeros, as refinements change what is there
   uint64_t row_visits = 0;
   for (size_t i = 0; i < scan.count; ++i) {
     const Component& c = frame_->components[scan.components[i].index];
