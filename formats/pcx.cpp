@@ -23,9 +23,10 @@ namespace {
 using process::RowDelivery;
 
 // Offsets in the header, by the names of the manual; words have the low byte first. Encoding (2)
-// and PaletteInfo are not looked at: kept, all files count as run-length coded, and whether they
-// are grey shows in the palette. Byte 64, reserved, and those from 70 on, the size of the screen
-// and a filler, are written as 0.
+// and PaletteInfo are not looked at: kept, all files count as run-length coded, those that say 0,
+// too, whose lines other programs take as they are (the manual knows 1 alone), and whether they are
+// grey shows in the palette. Byte 64, reserved, and those from 70 on, the size of the screen and a
+// filler, are written as 0.
 constexpr size_t kManufacturerAt = 0, kVersionAt = 1, kBitsPerPixel = 3;
 constexpr size_t kXMin = 4, kYMin = 6, kXMax = 8, kYMax = 10;
 constexpr size_t kHDpi = 12, kVDpi = 14, kColormap = 16, kPlanes = 65, kBytesPerLine = 66;
