@@ -1,5 +1,5 @@
-// Inflate: RFC 1951 data in the wrapper of RFC 1950, as TIFF files have them (compression 8, and
-// 32946 of older ones). Bytes in, bytes out.
+// Inflate: RFC 1951 data in the wrapper of RFC 1950, as PNG and TIFF files have them (TIFF:
+// compression 8, and 32946 of older ones). Bytes in, bytes out.
 #pragma once
 
 #include <array>

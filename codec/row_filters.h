@@ -33,8 +33,8 @@ inline constexpr size_t kFront = 16;
 void apply(Filter filter, std::span<const uint8_t> row, const uint8_t* above, size_t pixel_bytes,
            uint8_t* out);
 
-// The filter that leaves the smallest sum of differences (12.8), of `allowed` ones: bit n stands
-// for filter n.
+// The filter that leaves the smallest sum of differences ("Filter selection"), of `allowed` ones:
+// bit n stands for filter n.
 inline constexpr uint32_t kAllFilters = (1u << kFilterCount) - 1;
 Filter choose(std::span<const uint8_t> row, const uint8_t* above, size_t pixel_bytes,
               uint32_t allowed = kAllFilters);

@@ -111,7 +111,7 @@ class Writer final : public io::RowWriter {
     return kOk;
   }
 
-  // Filters make nothing of indices, nor of several pixels in a byte (12.8).
+  // Filters make nothing of indices, nor of several pixels in a byte ("Filter selection").
   Status put_row(std::span<const uint8_t> row) {
     uint8_t* const here = row_.data() + filters::kFront;
     std::memcpy(here, row.data(), row_bytes_);
