@@ -1,5 +1,5 @@
-// Bookkeeping of memory requests shared by both back ends: the limit of what may be out, refusals
-// on demand and counts.
+// Bookkeeping of memory requests, the same for all back ends: the limit of what may be out,
+// refusals on demand and counts.
 #pragma once
 
 #include <cstddef>
@@ -61,5 +61,8 @@ class AllocationGate {
   uint64_t allowed_ = UINT64_MAX;
   uint64_t over_limit_ = 0;
 };
+
+// What every block goes through.
+extern constinit AllocationGate gate;
 
 }  // namespace tavo::platform

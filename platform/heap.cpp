@@ -14,8 +14,6 @@ namespace tavo::platform {
 
 namespace {
 
-AllocationGate gate;
-
 // Blocks are aligned for vector code; pixels of large pictures gain from whole cache lines.
 constexpr size_t kAlignment = 64;
 constexpr size_t kLeastAlignment = std::max<size_t>(16, alignof(max_align_t));
@@ -114,15 +112,6 @@ void discard(void* at, size_t bytes) { (void)give_back({static_cast<uint8_t*>(at
 
 void* allocate_fixed(size_t bytes) { return take_block(bytes, true); }
 void free_fixed(void* block) { return_block(block); }
-
-void limit_memory(uint64_t bytes) { gate.limit(bytes); }
-uint64_t over_limit() { return gate.over_limit(); }
-void forget_over_limit() { gate.forget_over_limit(); }
-
-void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
-bool allocation_was_refused() { return gate.refused(); }
-int64_t blocks_in_use() { return gate.in_use(); }
-uint64_t bytes_taken() { return gate.bytes_taken(); }
 
 uintptr_t create_palette(std::span<const T_PaletteEntry> entries) {
   if (entries.empty() || entries.size() > 256) return 0;

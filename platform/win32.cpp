@@ -14,8 +14,6 @@ namespace tavo::platform {
 
 namespace {
 
-AllocationGate gate;
-
 constexpr int32_t kAccessWrite = 1;
 constexpr int32_t kAccessReadWrite = 2;
 constexpr int32_t kAccessCreate = 0x300;
@@ -167,15 +165,6 @@ void free_fixed(void* block) {
   gate.block_returned(GlobalSize(base));
   GlobalFree(base);
 }
-
-void limit_memory(uint64_t bytes) { gate.limit(bytes); }
-uint64_t over_limit() { return gate.over_limit(); }
-void forget_over_limit() { gate.forget_over_limit(); }
-
-void refuse_allocation(int64_t n, bool all_later) { gate.refuse(n, all_later); }
-bool allocation_was_refused() { return gate.refused(); }
-int64_t blocks_in_use() { return gate.in_use(); }
-uint64_t bytes_taken() { return gate.bytes_taken(); }
 
 int32_t last_error() { return static_cast<int32_t>(GetLastError()); }
 
