@@ -202,9 +202,7 @@ class BitReader {
   // Byte by byte, near the end of the window and behind that of the data.
   __attribute__((noinline)) Bits refill_slowly(Bits b) {
     leave_window(b);
-    while (source_->window().size() < sizeof(uint64_t) && !source_->at_end()) {
-      if (!source_->refill().ok()) break;
-    }
+    (void)source_->look_ahead(sizeof(uint64_t)).ok();
     enter_window(b);
     while (b.count < b.kRefilledBits) {
       if (b.next < b.end) {

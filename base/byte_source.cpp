@@ -1,11 +1,13 @@
 #include "base/byte_source.h"
 
+#include <utility>
+
 namespace tavo {
 
 Status ByteSource::refill() {
   if (at_end_) return failure_;
   const size_t unread = static_cast<size_t>(end_ - next_);
-  if (unread == buffer_.size()) return kOk;
+  if (unread == buffer_.size()) return kNoMemory;
   if (unread != 0) std::memmove(buffer_.data(), next_, unread);
   next_ = buffer_.data();
   end_ = next_ + unread;
@@ -15,6 +17,24 @@ Status ByteSource::refill() {
   if (!failure_.ok() || got == 0) at_end_ = true;
   if (failure_.ok()) end_ += got;
   return failure_;
+}
+
+Status ByteSource::look_ahead(size_t count) {
+  if (window().size() >= count) return kOk;
+  if (count > buffer_.size() && !at_end_) TRY(grow(count));
+  while (window().size() < count && !at_end_) TRY(refill());
+  return kOk;
+}
+
+Status ByteSource::grow(size_t size) {
+  Buffer larger;
+  TRY(larger.allocate(size));
+  const size_t unread = static_cast<size_t>(end_ - next_);
+  if (unread != 0) std::memcpy(larger.data(), next_, unread);
+  buffer_ = std::move(larger);
+  next_ = buffer_.data();
+  end_ = next_ + unread;
+  return kOk;
 }
 
 Status ByteSource::read_some(std::span<uint8_t> into, size_t& got) {

@@ -13,9 +13,9 @@
 namespace tavo {
 
 // Hot loops work on window() directly and consume() what they used; when it runs low they call
-// refill(), which keeps the unread bytes, moves them to the front and appends what it gets.
-//
-//   while (source.window().size() >= kWorstCase || source.refill().ok() && ...)
+// refill(), which keeps the unread bytes, moves them to the front and appends what it gets. They
+// go on by single bytes where that is fewer than they want: short of memory, the block buffer has
+// kLeastSize bytes, and waiting for more would not end. Who needs many at once has look_ahead().
 //
 // The end of the data is not an error: refill() then leaves the window as it is and at_end()
 // turns true. A failing read is an error and sticks: it counts as the end, too.
@@ -40,20 +40,24 @@ class ByteSource {
   ByteSource(const ByteSource&) = delete;
   ByteSource& operator=(const ByteSource&) = delete;
 
-  static constexpr size_t kDefaultSize = 61440;
+  static constexpr size_t kDefaultSize = 61440, kLeastSize = 1024;
 
   // Takes the block buffer: `size` bytes, `step` less each time memory is refused, down to
   // `minimum`. kNoMemory when none is to be had. Reads nothing yet.
-  Status start(size_t size = kDefaultSize, size_t step = 1024, size_t minimum = 1024) {
+  Status start(size_t size = kDefaultSize, size_t step = 1024, size_t minimum = kLeastSize) {
     return buffer_.allocate_shrinking(size, step, minimum);
   }
 
   std::span<const uint8_t> window() const { return {next_, end_}; }
   void consume(size_t count) { next_ += count; }
 
-  // Makes the window longer if more data exist and there is room for them. A failed read returns
-  // its status.
+  // Makes the window longer if more data exist. A failed read returns its status; kNoMemory when
+  // the window is as long as the block buffer, so that no loop waits for what has no room.
   Status refill();
+
+  // Makes the window `count` bytes long, or as long as there are data. The block buffer grows where
+  // it has no room for them: kNoMemory when that is refused, with the window as it was.
+  Status look_ahead(size_t count);
 
   bool at_end() const { return at_end_; }
   Status failure() const { return failure_; }
@@ -85,6 +89,8 @@ class ByteSource {
   }
 
  private:
+  Status grow(size_t size);
+
   Refill refill_ = nullptr;
   void* context_ = nullptr;
   const uint8_t* next_ = nullptr;

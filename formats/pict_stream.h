@@ -27,8 +27,7 @@ class Stream {
   // The next `count` bytes, which are still to be taken; fewer where the data end. Good until the
   // next call.
   std::span<const uint8_t> peek(size_t count) {
-    while (bytes_.window().size() < count && !bytes_.at_end() && bytes_.refill().ok()) {
-    }
+    (void)bytes_.look_ahead(count).ok();
     return bytes_.window().first(std::min(count, bytes_.window().size()));
   }
 

@@ -102,7 +102,7 @@ Status BlockDecoder::begin_fax(io::InputFile& file, uint64_t position, uint64_t 
                                uint64_t decoded) {
   constexpr uint64_t kRowsToTry = 16;
   if (!knows_coding_ && image_->compression == kGroup3) {
-    while (bytes_.window().empty() && !bytes_.at_end()) TRY(bytes_.refill());
+    TRY(bytes_.look_ahead(1));
     const bool is_doubtful = !bytes_.window().empty() && bytes_.window()[0] != 0;
     const uint64_t rows = std::min(decoded / image_->row_bytes(image_->block_width), kRowsToTry);
     const auto again = [&] {
@@ -127,7 +127,7 @@ Status BlockDecoder::begin_fax(io::InputFile& file, uint64_t position, uint64_t 
 // old writers have their codes lowest bit first: the clear code then makes a zero byte and an odd
 // one.
 Status BlockDecoder::begin_lzw() {
-  while (bytes_.window().size() < 2 && !bytes_.at_end()) TRY(bytes_.refill());
+  TRY(bytes_.look_ahead(2));
   const std::span<const uint8_t> head = bytes_.window();
   is_old_lzw_ = head.size() >= 2 && head[0] == 0 && (head[1] & 1) != 0;
   return is_old_lzw_ ? old_lzw_.start(8) : lzw_.start(8);

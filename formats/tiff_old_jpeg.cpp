@@ -14,10 +14,8 @@ constexpr size_t kSums = 16;  // codes of each length, in front of a Huffman tab
 
 // The next two bytes, unread; 0 when there are fewer.
 uint16_t peek(ByteSource& bytes) {
-  while (bytes.window().size() < 2 && !bytes.at_end()) {
-    if (!bytes.refill().ok()) break;
-  }
-  return bytes.window().size() < 2 ? 0 : load_be16(bytes.window().data());
+  const bool is_read = bytes.look_ahead(2).ok() && bytes.window().size() >= 2;
+  return is_read ? load_be16(bytes.window().data()) : 0;
 }
 
 constexpr uint16_t code(int marker) { return static_cast<uint16_t>(0xFF00 | marker); }

@@ -78,12 +78,6 @@ Status check_size(const dib::Header& header, uint64_t bytes) {
   return size <= kSmall + kMostMissing * bytes ? kOk : kReadError;
 }
 
-// Fills the window until it has `count` bytes or all that there are.
-Status look_ahead(ByteSource& source, size_t count) {
-  while (source.window().size() < count && !source.at_end()) TRY(source.refill());
-  return kOk;
-}
-
 }  // namespace
 
 bool is_bitmap_function(uint16_t function) { return layout_of(function) != nullptr; }
@@ -137,7 +131,7 @@ process::SourcePicture Bitmap::describe() const {
 Status take_bitmap(ByteSource& source, uint64_t bytes, bool is_dib, bool has_indices,
                    Bitmap& bitmap) {
   dib::Header& header = bitmap.header;
-  TRY(look_ahead(source, dib::kLargestHeader));
+  TRY(source.look_ahead(dib::kLargestHeader));
   if (!is_dib) {
     TRY(parse_old_header(source.window(), header));
     std::copy_n(formats::two_levels(formats::ZeroIs::kBlack), 2, bitmap.palette);
@@ -149,7 +143,7 @@ Status take_bitmap(ByteSource& source, uint64_t bytes, bool is_dib, bool has_ind
   // kept; kept: greys in the order of the indices stand for it.
   const uint32_t entry_bytes = has_indices ? 2 : header.entry_bytes;
   const size_t table_bytes = size_t{header.table_entries} * entry_bytes;
-  TRY(look_ahead(source, header.table_offset + table_bytes));
+  TRY(source.look_ahead(header.table_offset + table_bytes));
   if (source.window().size() < header.table_offset + table_bytes) return source.shortage();
   source.consume(header.table_offset);
   if (has_indices && header.table_entries != 0) {

@@ -40,6 +40,8 @@ TEST(ByteSource, GivesEveryByteOnceWhateverTheReads) {
       ASSERT_TRUE(source.start(window, 16, 16).ok());
       std::vector<uint8_t> seen;
       for (size_t step = 1; seen.size() < 1000; ++step) {
+        ASSERT_TRUE(source.look_ahead(step).ok());  // beyond the window, in the end
+        ASSERT_GE(source.window().size(), std::min(step, 1000 - seen.size()));
         if (step % 3 == 0) {
           const int byte = source.get();
           ASSERT_GE(byte, 0);

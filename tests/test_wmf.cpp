@@ -41,8 +41,9 @@ Bytes dib4x2() {  // 8 bits, black and white and colours; the lower row first
   return join({bmp_info(4, 2, 8, 0, 4), hex("00000000 FFFFFF00 0000FF00 FF000000"),
                hex("00010203 03020100")});
 }
-Bytes stretch(std::initializer_list<int32_t> places, const char* operation = "2000CC00") {
-  return record(0x0F43, join({hex(operation), words({0}), words(places), dib4x2()}));
+Bytes stretch(std::initializer_list<int32_t> places, const char* operation = "2000CC00",
+              const Bytes& dib = dib4x2()) {
+  return record(0x0F43, join({hex(operation), words({0}), words(places), dib}));
 }
 
 // The page: `w` white, `r` red, `k` black, `b` blue, `g` green; anything else `?`.
@@ -235,6 +236,18 @@ TEST(Wmf, WhatIsNotShownIsToldSo) {
   for (int i = 0; i < 12; ++i)
     many = join({many, many, record(0x0324, words({4, 0, 0, 9, 0, 9, 9, 0, 9}))});
   EXPECT_EQ(status(wmf(9, 9, {many})), T_OK);
+}
+
+// A header and a table of 256 colours are longer than the least block of a file.
+TEST(Wmf, LittleMemoryEndsTheLoad) {
+  const Bytes dib = join({bmp_info(4, 2, 8, 0, 0), Bytes(1032)});
+  const Bytes file = wmf(4, 2, {stretch({2, 4, 0, 0, 2, 4, 0, 0}, "2000CC00", dib)});
+  for (uint64_t allowed = 60 << 10; allowed < 72 << 10; allowed += 256) {
+    T_SetLimit(T_LIMIT_MEMORY, allowed);
+    const int32_t status = read_directly(T_LoadWMFFile, file);
+    EXPECT_TRUE(status == T_OK || status == T_ERR_LIMIT) << status << " at " << allowed;
+  }
+  T_SetLimit(T_LIMIT_MEMORY, 0);
 }
 
 TEST(Wmf, PensHaveDashes) {
