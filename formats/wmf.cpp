@@ -69,7 +69,7 @@ Status read_bitmap(Records& records, const Contents& contents, BitmapHandle& who
   if (!records.next() || !take_call(records, call)) return kReadError;
   ByteSource bytes(records);
   TRY(bytes.start());
-  TRY(take_bitmap(bytes, records.left_in_file(), call.is_dib, call.has_indices, bitmap));
+  TRY(take_bitmap(bytes, records.left_in_file(), call.form, bitmap));
   const process::SourcePicture picture = bitmap.describe();
   TRY(core::init_bitmap(whole, picture.width, picture.height, picture.bits));
   // Rows go to their places from the top, whichever end the file begins with.

@@ -78,7 +78,17 @@ Status check_size(const dib::Header& header, uint64_t bytes) {
   return size <= kSmall + kMostMissing * bytes ? kOk : kReadError;
 }
 
+size_t entry_bytes(ColorUsage usage, const dib::Header& header) {
+  if (usage == ColorUsage::kColors) return header.entry_bytes;
+  return usage == ColorUsage::kWords ? 2 : 0;
+}
+
 }  // namespace
+
+ColorUsage color_usage(int16_t word) {
+  const bool is_one = word >= 0 && word <= static_cast<int16_t>(ColorUsage::kPixels);
+  return is_one ? static_cast<ColorUsage>(word) : ColorUsage::kColors;
+}
 
 bool is_bitmap_function(uint16_t function) { return layout_of(function) != nullptr; }
 
@@ -100,8 +110,8 @@ bool take_call(Records& records, BitmapCall& call) {
   }
   call.operation =
       layout.operation < 0 ? draw::kCopySource : draw::RasterOp(static_cast<uint8_t>(words[1]));
-  call.has_indices = layout.usage >= 0 && words[static_cast<size_t>(layout.usage)] == 1;
-  call.is_dib = layout.is_dib;
+  call.form.is_dib = layout.is_dib;
+  if (layout.usage >= 0) call.form.usage = color_usage(words[static_cast<size_t>(layout.usage)]);
   call.is_from_below = layout.is_from_below;
   call.source_x = words[layout.source_x];
   call.source_y = words[layout.source_y];
@@ -128,28 +138,25 @@ process::SourcePicture Bitmap::describe() const {
   return picture;
 }
 
-Status take_bitmap(ByteSource& source, uint64_t bytes, bool is_dib, bool has_indices,
-                   Bitmap& bitmap) {
+Status take_bitmap(ByteSource& source, uint64_t bytes, const BitmapForm& form, Bitmap& bitmap) {
   dib::Header& header = bitmap.header;
   TRY(source.look_ahead(dib::kLargestHeader));
-  if (!is_dib) {
+  if (!form.is_dib) {
     TRY(parse_old_header(source.window(), header));
     std::copy_n(formats::two_levels(formats::ZeroIs::kBlack), 2, bitmap.palette);
   } else {
     TRY(dib::parse_header(source.window(), header));
   }
   TRY(check_size(header, bytes));
-  // DIB_PAL_COLORS ([MS-WMF] 2.1.1.6): words that count in the palette selected. Palettes are not
-  // kept; kept: greys in the order of the indices stand for it.
-  const uint32_t entry_bytes = has_indices ? 2 : header.entry_bytes;
-  const size_t table_bytes = size_t{header.table_entries} * entry_bytes;
+  const size_t table_bytes = size_t{header.table_entries} * entry_bytes(form.usage, header);
   TRY(source.look_ahead(header.table_offset + table_bytes));
   if (source.window().size() < header.table_offset + table_bytes) return source.shortage();
   source.consume(header.table_offset);
-  if (has_indices && header.table_entries != 0) {
-    color::fill_gray_ramp(std::span(bitmap.palette).first(size_t{1} << header.bits));
-  } else if (header.table_entries != 0) {
+  // Palettes are not kept; kept: greys in the order of the pixels' values stand for one.
+  if (form.usage == ColorUsage::kColors) {
     dib::read_table(header, source.window().data(), bitmap.palette);
+  } else if (header.table_entries != 0) {
+    color::fill_gray_ramp(std::span(bitmap.palette).first(size_t{1} << header.bits));
   }
   source.consume(table_bytes);
   return kOk;

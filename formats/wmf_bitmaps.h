@@ -17,13 +17,28 @@
 
 namespace tavo::wmf {
 
+// What stands between the header of a device-independent bitmap and its pixels (ColorUsage,
+// [MS-WMF] 2.1.1.6).
+enum class ColorUsage : uint8_t {
+  kColors,  // DIB_RGB_COLORS: a table of them
+  kWords,   // DIB_PAL_COLORS: words that count in the palette selected
+  kPixels,  // DIB_PAL_INDICES: nothing, as the pixels count in it themselves
+};
+// Values that there are not are the first one.
+ColorUsage color_usage(int16_t word);
+
+// How a bitmap is stored.
+struct BitmapForm {
+  bool is_dib = true;  // not the older kind, which knows no colours
+  ColorUsage usage = ColorUsage::kColors;
+};
+
 // A record that puts a bitmap somewhere, or only a brush.
 struct BitmapCall {
   // By the third byte of a TernaryRasterOperation ([MS-WMF] 2.1.1.31), which is its table.
   draw::RasterOp operation = draw::kCopySource;
   bool has_bitmap = true;
-  bool is_dib = true;          // not the older kind, which knows no colours
-  bool has_indices = false;    // instead of a colour table, into a palette that nobody has
+  BitmapForm form;
   bool is_from_below = false;  // source rows count from the lower edge of bottom-up bitmaps
   // Lengths below 0 mirror; those of source and window cancel each other out.
   int32_t source_x = 0, source_y = 0, source_width = 0, source_height = 0;
@@ -46,8 +61,7 @@ struct Bitmap {
 // Takes all but the pixels of a bitmap of which the file has `bytes`. kSubtype for codings that are
 // not read, kReadError where the file has no such picture.
 // `source` stands in front of the pixels afterwards.
-Status take_bitmap(ByteSource& source, uint64_t bytes, bool is_dib, bool has_indices,
-                   Bitmap& bitmap);
+Status take_bitmap(ByteSource& source, uint64_t bytes, const BitmapForm& form, Bitmap& bitmap);
 
 // The part of the bitmap that is shown, counted from the top. kBadData for none.
 Status source_box(const BitmapCall& call, const Bitmap& bitmap, draw::Box& box);

@@ -62,11 +62,13 @@ Object take_font(Records& records) {
 // (2.3.4.9).
 Object take_pattern(Records& records, bool is_dib) {
   BrushObject brush;
-  constexpr uint16_t kPatternStyle = 3;
+  constexpr uint16_t kPatternStyle = 3;  // BS_PATTERN
   brush.style = kPatternStyle;
-  brush.is_dib = is_dib;
-  std::array<int16_t, 2> words;  // style, usage
+  brush.form.is_dib = is_dib;
+  std::array<int16_t, 2> words = {kPatternStyle, 0};  // style, usage
   if (is_dib && !records.take(words)) return OtherObject{};
+  // BS_PATTERN has colours whatever the usage says, all other styles count as BS_DIBPATTERNPT.
+  if (words[0] != kPatternStyle) brush.form.usage = color_usage(words[1]);
   brush.pattern = records.position();
   brush.pattern_bytes = records.left_in_file();
   return brush;

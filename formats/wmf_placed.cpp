@@ -45,8 +45,7 @@ Status Player::place(const BitmapCall& call, const draw::Box& target, bool is_mi
   ByteSource bytes(records_);
   TRY(bytes.start());
   Bitmap bitmap;
-  const Status status =
-      take_bitmap(bytes, records_.left_in_file(), call.is_dib, call.has_indices, bitmap);
+  const Status status = take_bitmap(bytes, records_.left_in_file(), call.form, bitmap);
   if (status == kNoMemory) return status;
   draw::Placement placement;
   // Kept: a bitmap that cannot be read is passed over, and the rest of the page drawn.
@@ -87,12 +86,12 @@ Status Player::load_tile(const BrushObject& brush) {
   tile_width_ = tile_height_ = 0;
   return records_.elsewhere(brush.pattern, [&](ByteSource& bytes) {
     Bitmap bitmap;
-    const Status status = take_bitmap(bytes, brush.pattern_bytes, brush.is_dib, false, bitmap);
+    const Status status = take_bitmap(bytes, brush.pattern_bytes, brush.form, bitmap);
     // A brush that cannot be read draws nothing: it has no tile.
     if (!status.ok()) return status == kNoMemory ? status : kOk;
     // A pointer of four bytes and eighteen reserved ones ([MS-WMF] 2.3.4.4).
     constexpr uint64_t kReservedBytes = 22;  // behind the older header
-    if (!brush.is_dib && !bytes.skip(kReservedBytes).ok()) return kOk;
+    if (!brush.form.is_dib && !bytes.skip(kReservedBytes).ok()) return kOk;
     BitmapRows rows(bitmap, bytes);
     TRY(rows.start());
     const int32_t width = std::min(bitmap.header.width, kLargestTile);

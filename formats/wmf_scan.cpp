@@ -104,8 +104,7 @@ class Scanner {
     draw::Box source;
     ByteSource bytes(records_);
     TRY(bytes.start(kHeadBytesAtOnce));
-    const Status status =
-        take_bitmap(bytes, records_.left_in_file(), call.is_dib, call.has_indices, bitmap);
+    const Status status = take_bitmap(bytes, records_.left_in_file(), call.form, bitmap);
     if (status == kNoMemory) return status;
     TRY(records_.failure());
     // Passed over here as the player does, so that both agree about what the file shows.

@@ -8,7 +8,7 @@
 #include "base/status.h"
 #include "draw/geometry.h"
 #include "draw/region.h"
-#include "formats/wmf_records.h"
+#include "formats/wmf_bitmaps.h"
 #include "tavo45.h"
 
 namespace tavo::wmf {
@@ -33,7 +33,7 @@ struct BrushObject {
   T_PaletteEntry color = {255, 255, 255, 0};
   uint64_t pattern = 0;  // where in the file the bitmap is
   uint64_t pattern_bytes = 0;
-  bool is_dib = false;
+  BitmapForm form;
 };
 
 struct FontObject {

@@ -155,6 +155,13 @@ TEST(Wmf, RecordsDraw) {
        wmf(4, 1,
            {green, kNoPen, kRed, record(0x061D, join({hex("2100F000"), words({1, 1, 0, 3})}))}),
        "bwwr"},
+      {"a pattern that counts in a palette",
+       wmf(4, 1,
+           {record(0x0142,
+                   join({words({5, 1}), bmp_info(2, 1, 1, 0, 2), hex("00000100 40000000")})),
+            record(0x012D, words({0})),
+            record(0x061D, join({hex("2100F000"), words({1, 4, 0, 0})}))}),
+       "kwkw"},
       {"a source that is painted", wmf(4, 2, {stretch({2, 4, 0, 0, 2, 4, 0, 0}, "8600EE00")}),
        "wwww wwww"},
   };
