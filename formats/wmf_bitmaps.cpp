@@ -17,8 +17,6 @@ namespace {
 // Where the parameters of a record are, in words; [MS-WMF] 2.3.1. Places that a record does not
 // have are those of others that mean the same.
 // BITBLT, DIBBITBLT and SETDIBTODEV do not scale, and so name one size for source and target.
-// ScanCount and StartScan of the last (2.3.1.4) are not looked at: a bitmap sent in bands counts as
-// whole each time.
 struct Layout {
   uint16_t function;
   uint8_t words;
@@ -78,6 +76,15 @@ Status check_size(const dib::Header& header, uint64_t bytes) {
   return size <= kSmall + kMostMissing * bytes ? kOk : kReadError;
 }
 
+// The rows that are there become the bitmap. Runs are never cut into bands, as GDI has it.
+Status take_band(const BitmapForm& form, Bitmap& bitmap) {
+  dib::Header& header = bitmap.header;
+  if (header.coding != dib::Coding::kNone) return kOk;
+  bitmap.first_row = form.first_row;
+  header.height = std::min(form.rows, header.height - form.first_row);
+  return header.height > 0 ? kOk : kBadData;
+}
+
 size_t entry_bytes(ColorUsage usage, const dib::Header& header) {
   if (usage == ColorUsage::kColors) return header.entry_bytes;
   return usage == ColorUsage::kWords ? 2 : 0;
@@ -112,6 +119,10 @@ bool take_call(Records& records, BitmapCall& call) {
       layout.operation < 0 ? draw::kCopySource : draw::RasterOp(static_cast<uint8_t>(words[1]));
   call.form.is_dib = layout.is_dib;
   if (layout.usage >= 0) call.form.usage = color_usage(words[static_cast<size_t>(layout.usage)]);
+  if (records.function() == kSetDibToDev) {
+    call.form.rows = static_cast<uint16_t>(words[1]);
+    call.form.first_row = static_cast<uint16_t>(words[2]);
+  }
   call.is_from_below = layout.is_from_below;
   call.source_x = words[layout.source_x];
   call.source_y = words[layout.source_y];
@@ -146,6 +157,7 @@ Status take_bitmap(ByteSource& source, uint64_t bytes, const BitmapForm& form, B
     std::copy_n(formats::two_levels(formats::ZeroIs::kBlack), 2, bitmap.palette);
   } else {
     TRY(dib::parse_header(source.window(), header));
+    TRY(take_band(form, bitmap));
   }
   TRY(check_size(header, bytes));
   const size_t table_bytes = size_t{header.table_entries} * entry_bytes(form.usage, header);
@@ -168,8 +180,8 @@ Status source_box(const BitmapCall& call, const Bitmap& bitmap, draw::Box& box) 
     end = std::max(from, from + length);
   };
   ordered(call.source_x, call.source_width, box.left, box.right);
-  ordered(call.source_y, call.source_height, box.top, box.bottom);
-  if (call.is_from_below && !bitmap.header.is_top_down) {
+  ordered(call.source_y - bitmap.first_row, call.source_height, box.top, box.bottom);
+  if (call.is_from_below) {
     const int32_t top = bitmap.header.height - box.bottom;
     box.bottom = bitmap.header.height - box.top;
     box.top = top;

@@ -31,6 +31,10 @@ ColorUsage color_usage(int16_t word);
 struct BitmapForm {
   bool is_dib = true;  // not the older kind, which knows no colours
   ColorUsage usage = ColorUsage::kColors;
+  // Which of the rows that its header has are there, counted from the lower edge (StartScan and
+  // ScanCount of SETDIBTODEV, [MS-WMF] 2.3.1.4): programs send a bitmap in bands.
+  int32_t first_row = 0;
+  int32_t rows = INT32_MAX;
 };
 
 // A record that puts a bitmap somewhere, or only a brush.
@@ -39,7 +43,7 @@ struct BitmapCall {
   draw::RasterOp operation = draw::kCopySource;
   bool has_bitmap = true;
   BitmapForm form;
-  bool is_from_below = false;  // source rows count from the lower edge of bottom-up bitmaps
+  bool is_from_below = false;  // source rows count from the lower edge, of top-down bitmaps too
   // Lengths below 0 mirror; those of source and window cancel each other out.
   int32_t source_x = 0, source_y = 0, source_width = 0, source_height = 0;
   int32_t x = 0, y = 0, width = 0, height = 0;  // in the window
@@ -53,6 +57,7 @@ bool take_call(Records& records, BitmapCall& call);
 
 struct Bitmap {
   dib::Header header;
+  int32_t first_row = 0;  // in the bitmap of which it is a band
   T_PaletteEntry palette[256] = {};
 
   process::SourcePicture describe() const;
@@ -63,7 +68,8 @@ struct Bitmap {
 // `source` stands in front of the pixels afterwards.
 Status take_bitmap(ByteSource& source, uint64_t bytes, const BitmapForm& form, Bitmap& bitmap);
 
-// The part of the bitmap that is shown, counted from the top. kBadData for none.
+// The part of the bitmap that is shown, counted from the top; of a band also what other bands show
+// of it. kBadData for none.
 Status source_box(const BitmapCall& call, const Bitmap& bitmap, draw::Box& box);
 
 // Rows in the order of the file.

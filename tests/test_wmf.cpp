@@ -94,6 +94,12 @@ TEST(Wmf, WholeBitmapsAreDeliveredAsTheyAre) {
 }
 
 TEST(Wmf, RecordsDraw) {
+  // Of a top-down bitmap, which counts its rows from below all the same.
+  const auto band = [](int32_t first, const char* rows) {
+    const Bytes head = join({words({0, 1, first}), words({0, 0, 2, 2, 0, 0})});
+    const Bytes info = join({bmp_info(2, -2, 8, 0, 2), hex("0000FF00 00FF0000")});
+    return record(0x0D33, join({head, info, hex(rows)}));
+  };
   const Bytes green = stretch({2, 4, 0, 0, 1, 2, 0, 0});  // scaled to two pixels
   const struct {
     const char* what;
@@ -162,6 +168,7 @@ TEST(Wmf, RecordsDraw) {
             record(0x012D, words({0})),
             record(0x061D, join({hex("2100F000"), words({1, 4, 0, 0})}))}),
        "kwkw"},
+      {"bands", wmf(2, 2, {band(0, "00000000"), band(1, "01010000")}), "gg rr"},
       {"a source that is painted", wmf(4, 2, {stretch({2, 4, 0, 0, 2, 4, 0, 0}, "8600EE00")}),
        "wwww wwww"},
   };
