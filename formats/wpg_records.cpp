@@ -139,7 +139,8 @@ class Scanner {
       contents_.frame = {std::min(from.x, to.x), std::min(from.y, to.y), std::abs(to.x - from.x),
                          std::abs(to.y - from.y)};
     }
-    set_screen(kOne * contents_.units_per_inch, kOne * units(&head[2]));
+    y_units_per_inch_ = units(&head[2]);
+    set_screen(kOne * contents_.units_per_inch, kOne * y_units_per_inch_);
   }
 
   // Flags, corners; with some flags a transformation between.
@@ -154,8 +155,8 @@ class Scanner {
     if (!take_box(from, to)) return;
     // The resolution behind the corners is not looked at: what counts is how large the bitmap is
     // shown.
-    place_width_ = std::abs(to.x - from.x) / kOne;
-    place_height_ = std::abs(to.y - from.y) / kOne;
+    place_width_ = std::abs(to.x - from.x);
+    place_height_ = std::abs(to.y - from.y);
   }
 
   bool take_box(Position& from, Position& to) {
@@ -185,11 +186,14 @@ class Scanner {
     const bool is_known = head[4] < std::size(kBitsOfCode) && head[5] <= 1;
     bitmap.bits = is_known ? kBitsOfCode[head[4]] : 0;
     bitmap.coding = head[5] == 0 ? Coding::kNone : Coding::kRuns2;
-    const auto dots = [](int64_t pixels, int64_t units) {
-      return units == 0 ? 0 : static_cast<int32_t>((pixels * kUnitsPerInch + units / 2) / units);
+    // Factors of 16 bits each: products fit, quotients not always.
+    const auto dots = [](int64_t pixels, int64_t units_per_inch, int64_t length) {
+      if (length == 0) return 0;
+      const int64_t exact = (pixels * units_per_inch * kOne + length / 2) / length;
+      return static_cast<int32_t>(std::min<int64_t>(exact, INT32_MAX));
     };
-    bitmap.x_resolution = dots(bitmap.width, place_width_);
-    bitmap.y_resolution = dots(bitmap.height, place_height_);
+    bitmap.x_resolution = dots(bitmap.width, contents_.units_per_inch, place_width_);
+    bitmap.y_resolution = dots(bitmap.height, y_units_per_inch_, place_height_);
     if (bitmap.coding == Coding::kNone) skip_unit_size(bitmap);
     add(bitmap);
   }
@@ -233,7 +237,8 @@ class Scanner {
   Contents& contents_;
   T_PaletteEntry palette_[256];
   bool has_palette_ = false;
-  int64_t place_width_ = 0;
+  int64_t y_units_per_inch_ = kUnitsPerInch;
+  int64_t place_width_ = 0;  // of the next bitmap, in 65536ths of a unit
   int64_t place_height_ = 0;
 };
 

@@ -83,6 +83,9 @@ TEST(Wpg, CodesOfVersion2) {
     EXPECT_EQ(bitmap->XResolution, 6);  // 200 units for a pixel
     EXPECT_EQ(bitmap->YResolution, 10);
   }
+  Bytes coarse = version2(1, 2, 8, 0, rows);
+  coarse[20] = coarse[21] = 2;  // 514 units per inch across
+  EXPECT_EQ(info_of(coarse).XResolution, 3);
 }
 
 TEST(Wpg, ColourMapsStandOnTheVgas) {
