@@ -17,6 +17,7 @@ constexpr uint8_t kSoftSpace = 0x80, kHardSpace = 0x81, kHyphen = 0x84;
 constexpr uint8_t kFirstLineEnd = 0xB4, kFirstSoftLineEnd = 0xCD;
 // The character group. Its other functions, 1A for the font among them, change nothing.
 constexpr uint8_t kCharacterGroup = 0xD4, kColor = 0x18, kSize = 0x1B;
+constexpr size_t kGroupHead = 4;  // code, subgroup, length of all from the code to its repetition
 constexpr uint8_t kExtended = 0xF0, kAttributeOn = 0xF2, kAttributeOff = 0xF3;
 // F0 to FF, the code at both ends included.
 constexpr uint8_t kFixedLengths[] = {4, 5, 3, 3, 3, 3, 4, 4, 4, 5, 5, 6, 6, 8, 8, 1};
@@ -70,11 +71,12 @@ class Reader {
     return code >= kFirstLineEnd && code < kFirstSoftLineEnd;
   }
 
+  // Bytes of a code with all that belongs to it; 0 where they cannot be found.
   size_t length_of(uint8_t code) const {
     if (code < kFirstVariable) return 1;
     if (code >= kFirstFixed) return kFixedLengths[code - kFirstFixed];
-    // Code, subgroup, length of all from the code to its repetition.
-    return bytes_.size() < 4 ? 0 : load_le16(&bytes_[2]);
+    const size_t length = bytes_.size() < kGroupHead ? 0 : load_le16(&bytes_[2]);
+    return length < kGroupHead ? 0 : length;
   }
 
   Status take(std::span<const uint8_t> function) {

@@ -269,18 +269,19 @@ TEST(Wpg, DrawingsOfVersion2AreDrawn) {
     EXPECT_EQ(rgb(bitmap.get()), hex(c.rows)) << c.what;
   }
   // Positions of 32 bits; dashes of twelve points.
-  const Bytes text = wpg_file(
-      2,
-      {record2(
-           1,
-           "B004B004 01 00000000 00000000 00009001 0000C800 00000000 00000000 00009001 0000C800"),
-       record2(0x1C, "0000 0000 00001400 00001400 0003 00000000", 1),
-       record2(0x0F, "D41B0C00000200 5802 0C00D4 2D 84 2D"), record2(2, "")});
-  Bitmap bitmap;
-  ASSERT_EQ(load(text, bitmap, 24, T_ORDER_RGB), T_OK);
-  EXPECT_EQ(bitmap->Width, 32);
-  const Bytes drawn = rgb(bitmap.get());
-  EXPECT_GT(std::ranges::count(drawn, 0), 3 * 4);
+  const char* const box =
+      "B004B004 01 00000000 00000000 00009001 0000C800 00000000 00000000 00009001 0000C800";
+  const auto blacks = [&](const char* text) {
+    const Bytes file =
+        wpg_file(2, {record2(1, box), record2(0x1C, "0000 0000 00001400 00001400 0003 00000000", 1),
+                     record2(0x0F, text), record2(2, "")});
+    Bitmap bitmap;
+    EXPECT_EQ(load(file, bitmap, 24, T_ORDER_RGB), T_OK);
+    EXPECT_EQ(bitmap->Width, 32);
+    return std::ranges::count(rgb(bitmap.get()), 0);
+  };
+  EXPECT_GT(blacks("D41B0C00000200 5802 0C00D4 2D 84 2D"), 3 * 4);
+  EXPECT_EQ(blacks("D41B0100 2D 84 2D"), 0);  // shorter than its own head
 }
 
 TEST(Wpg, WritesExactlyThis) {
