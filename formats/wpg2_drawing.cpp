@@ -187,20 +187,15 @@ class Drawing {
     return kOk;
   }
 
-  // Each point has one in front and one behind that bend the curve.
+  // Each point has one in front and one behind that bend the curve. Kept: closed ones end with a
+  // straight line whatever bends the first and the last have there, as libwpg has it.
   Status take_curve() {
     Position before, at, behind;
-    draw::Point bend, first_bend, start;
-    uint32_t count = take_count();
+    draw::Point bend;
+    const uint32_t count = take_count();
     for (uint32_t i = 0; i < count; ++i) {
       if (!take_position(before) || !take_position(at) || !take_position(behind)) break;
-      if (i == 0) {
-        first_bend = place(before);
-        start = place(at);
-        TRY(shape_.add(start));
-      } else {
-        TRY(shape_.add_curve(bend, place(before), place(at)));
-      }
+      TRY(i == 0 ? shape_.add(place(at)) : shape_.add_curve(bend, place(before), place(at)));
       bend = place(behind);
     }
     return kOk;
