@@ -40,7 +40,6 @@ enum Function : uint16_t {
   kCreatePatternBrush = 0x01F9,     // 2.3.4.4: Bitmap16 (2.2.2.1), reserved bytes, rows
   kSetBkColor = 0x0201,             // 2.3.5.14: ColorRef (2.2.2.8)
   kSetTextColor = 0x0209,           // 2.3.5.26: ColorRef
-  kSetTextJustification = 0x020A,   // 2.3.5.27; passed over
   kSetWindowOrg = 0x020B,           // 2.3.5.31: y, x
   kSetWindowExt = 0x020C,           // 2.3.5.30: height, width
   kOffsetWindowOrg = 0x020F,        // 2.3.5.7: y, x

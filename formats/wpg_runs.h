@@ -32,7 +32,6 @@ class RowDecoder {
   Status start_packet1();
   Status start_packet2();
   Status next(uint32_t& byte);
-  Status take_unit(uint32_t count);
   Status put(std::span<uint8_t> part);
 
   ByteSource& bytes_;
