@@ -59,7 +59,7 @@ Object take_font(Records& records) {
 
 // A brush of a bitmap, which stays in the file: behind a style and a usage word for device
 // independent ones (2.3.4.8); Bitmap16 with a pointer and 18 reserved bytes behind it else
-// (2.3.4.9).
+// (2.3.4.4).
 Object take_pattern(Records& records, bool is_dib) {
   BrushObject brush;
   constexpr uint16_t kPatternStyle = 3;  // BS_PATTERN

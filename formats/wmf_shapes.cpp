@@ -183,17 +183,16 @@ Status Player::take_arc(std::span<const int16_t, 8> words) {
                           : draw_filled(draw::FillRule::kAlternate);
 }
 
-// Region ([MS-WMF] 2.2.1.5): eight words of which two, the number of scans and the sizes around
-// it, matter; then scans of their own number of columns, top and bottom, and columns.
+// Region ([MS-WMF] 2.2.1.5): eleven words, of which ScanCount alone is used; then scans, each of
+// its number of columns, top and bottom, and the columns.
 Status Player::read_region(const RegionObject& object, draw::Region& region) {
-  constexpr size_t kHeadWords = 11;  // the scans are counted in the sixth
+  constexpr size_t kHeadWords = 11, kScanCount = 5;
   shape_.clear();
   const auto take_scans = [&](ByteSource& bytes) {
     std::array<uint8_t, 2 * kHeadWords> head;
     if (!bytes.read(head).ok()) return kOk;
-    const auto word = [&head](size_t i) { return load_le16(&head[2 * i]); };
     // Scan (2.2.2.21). Each has bytes that must be there, so that no count runs free.
-    for (uint32_t scans = word(5); scans > 0; --scans) {
+    for (uint32_t scans = load_le16(&head[2 * kScanCount]); scans > 0; --scans) {
       std::array<uint8_t, 6> scan;  // columns, top, bottom
       if (!bytes.read(scan).ok()) return kOk;
       for (uint32_t left = load_le16(&scan[0]) / 2; left > 0; --left) {

@@ -9,7 +9,7 @@ namespace tavo::wpg {
 
 namespace {
 
-// Flags: what follows them in this order, and how the object is drawn.
+// Flags: which fields follow them, from the highest flag down, and how the object is drawn.
 constexpr uint32_t kTapered = 0x01, kMoved = 0x02, kSkewed = 0x04, kScaled = 0x08, kTurned = 0x10;
 constexpr uint32_t kHasNumber = 0x20, kLocked = 0x80;
 constexpr uint32_t kWinding = 0x1000, kFilled = 0x2000, kClosed = 0x4000, kFramed = 0x8000;
