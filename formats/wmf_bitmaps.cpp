@@ -85,9 +85,13 @@ Status take_band(const BitmapForm& form, Bitmap& bitmap) {
   return header.height > 0 ? kOk : kBadData;
 }
 
-size_t entry_bytes(ColorUsage usage, const dib::Header& header) {
-  if (usage == ColorUsage::kColors) return header.entry_bytes;
-  return usage == ColorUsage::kWords ? 2 : 0;
+// What stands between header and pixels: as many entries as the header says, also where no pixel
+// can need them. More than 256 are no number of entries.
+size_t table_bytes(const dib::Header& header, ColorUsage usage) {
+  const bool is_said = header.colors_used > 0 && header.colors_used <= 256;
+  const size_t entries = is_said ? header.colors_used : header.table_entries;
+  if (usage == ColorUsage::kColors) return entries * header.entry_bytes;
+  return usage == ColorUsage::kWords ? 2 * entries : 0;
 }
 
 }  // namespace
@@ -160,9 +164,9 @@ Status take_bitmap(ByteSource& source, uint64_t bytes, const BitmapForm& form, B
     TRY(take_band(form, bitmap));
   }
   TRY(check_size(header, bytes));
-  const size_t table_bytes = size_t{header.table_entries} * entry_bytes(form.usage, header);
-  TRY(source.look_ahead(header.table_offset + table_bytes));
-  if (source.window().size() < header.table_offset + table_bytes) return source.shortage();
+  const size_t size = table_bytes(header, form.usage);
+  TRY(source.look_ahead(header.table_offset + size));
+  if (source.window().size() < header.table_offset + size) return source.shortage();
   source.consume(header.table_offset);
   // Palettes are not kept; kept: greys in the order of the pixels' values stand for one.
   if (form.usage == ColorUsage::kColors) {
@@ -170,7 +174,7 @@ Status take_bitmap(ByteSource& source, uint64_t bytes, const BitmapForm& form, B
   } else if (header.table_entries != 0) {
     color::fill_gray_ramp(std::span(bitmap.palette).first(size_t{1} << header.bits));
   }
-  source.consume(table_bytes);
+  source.consume(size);
   return kOk;
 }
 

@@ -169,6 +169,11 @@ TEST(Wmf, RecordsDraw) {
             record(0x061D, join({hex("2100F000"), words({1, 4, 0, 0})}))}),
        "kwkw"},
       {"bands", wmf(2, 2, {band(0, "00000000"), band(1, "01010000")}), "gg rr"},
+      {"colours that no pixel needs",
+       wmf(2, 1,
+           {stretch({1, 2, 0, 0, 1, 2, 0, 0}, "2000CC00",
+                    join({bmp_info(2, 1, 24, 0, 1), hex("11223344 0000FFFF0000 0000")}))}),
+       "rb"},
       {"a source that is painted", wmf(4, 2, {stretch({2, 4, 0, 0, 2, 4, 0, 0}, "8600EE00")}),
        "wwww wwww"},
   };
