@@ -1,6 +1,8 @@
 // The platform layer for Windows.
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX  // the standard library may have said so
 #define NOMINMAX
+#endif
 #include <windows.h>
 #include <winioctl.h>
 
