@@ -14,6 +14,7 @@
 #include "pipeline/load.h"
 #include "pipeline/registry.h"
 #include "pipeline/save.h"
+#include "process/callback_lines.h"
 #include "process/row_feed.h"
 
 namespace tavo::pipeline {
@@ -73,12 +74,14 @@ class FileStream {
   FileStream& operator=(const FileStream&) = delete;
 
   Status run(const char* source) {
+    const process::BatchesByHeight lines_of_others_stay;
     core::OwnedBitmap rows;
     TRY(load(source, *rows,
              {.bits = loaded_bits(info_, plan_.request.format, plan_.request.depth),
               .order = -1,
               .callback = sink,
               .user_data = this,
+              .most_bytes = kMostBytes,
               .asks_upright = writer_.order() == io::RowOrder::kTopFirst}));
     return is_begun_ ? feed_.finish() : kIncomplete;
   }
@@ -87,6 +90,9 @@ class FileStream {
   bool needs_whole() const { return needs_whole_; }
 
  private:
+  // Rows that are written while the processor still holds them.
+  static constexpr uint32_t kMostBytes = 256 * 1024;
+
   static int32_t T_CALL sink(BitmapHandle* source, const void* rows, int32_t count, void* context) {
     auto& stream = *static_cast<FileStream*>(context);
     return stream.take(*source, static_cast<const uint8_t*>(rows), static_cast<uint32_t>(count))

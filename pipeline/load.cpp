@@ -92,7 +92,9 @@ Status Load::set_up(const char* name) {
   TRY(core::init_bitmap(target_, info_.Width, info_.Height, bits));
   if (bits > 8) target_.Order = static_cast<uint32_t>(order);
   if (asks(T_LOAD_ALLOCATE)) TRY(core::allocate_quietly(target_));
-  settings.callback_lines = process::callback_lines(info_.Height);
+  const auto most_lines = static_cast<int32_t>(
+      std::clamp(request_.most_bytes / std::max(source_->BytesPerLine, 1u), 16u, 0x7FFFFFFFu));
+  settings.callback_lines = std::min(process::callback_lines(info_.Height), most_lines);
   asks_rgb_ = bits > 8 && !is_draft() && order == T_ORDER_RGB && format_ != nullptr &&
               format_->read_rgb != nullptr;
   if (asks_rgb_) source_->Order = T_ORDER_RGB;

@@ -15,8 +15,9 @@ struct LoadRequest {
   uint32_t flags = 0;
   T_RowSink callback = nullptr;
   void* user_data = nullptr;
-  bool asks_upright = false;  // for the top row first, where the format can
-  uint32_t eighths = 8;       // of its size that the picture is to have, where the format can
+  uint32_t most_bytes = UINT32_MAX;  // of the rows that the callback gets at once; 16 may be more
+  bool asks_upright = false;         // for the top row first, where the format can
+  uint32_t eighths = 8;  // of its size that the picture is to have, where the format can
 };
 
 // Columns or rows of a picture that is decoded at a part of its size.
