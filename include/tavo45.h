@@ -2517,6 +2517,15 @@ T_API int32_t T_CALL T_PaintEffect(BitmapHandle* bitmap, T_DC dc, T_Rect source,
                                    T_Rect clip, uint32_t rop, int32_t effect, int32_t blockSize,
                                    int32_t delay);
 
+/* Example: a picture at the top left of a window, at its own size. `dc` is the window's.
+ *   extern T_DC dc;
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   if (T_LoadBitmap("in.jpg", &bitmap, 24, T_ORDER_BGR) == T_OK) {
+ *     T_PaintDevice(&bitmap, dc, NULL, NULL, NULL, 0);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
+
 /* ---- Device-dependent bitmaps ---------------------------------------------------------------- */
 
 /* Makes a bitmap of the device's own that shows a picture, as T_PaintDevice paints it at the same
@@ -2542,6 +2551,13 @@ T_API int32_t T_CALL T_ConvertToDDB(BitmapHandle* bitmap, T_DC dc, T_DeviceBitma
 T_API int32_t T_CALL T_ConvertFromDDB(T_DeviceBitmap ddb, T_PaletteObject palette,
                                       BitmapHandle* bitmap);
 
+/* Example: a file as a bitmap that the screen takes. `shown` goes to DeleteObject afterwards.
+ *   T_DeviceBitmap shown = NULL;
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   if (T_LoadBitmap("in.bmp", &bitmap, 0, -1) == T_OK) T_ConvertToDDB(&bitmap, NULL, &shown);
+ *   T_FreeBitmap(&bitmap);
+ */
+
 /* ---- Clipboard ------------------------------------------------------------------------------- */
 
 /* Puts a picture on the clipboard: as CF_DIB, which T_ConvertToDIB describes, up to 8 bits with
@@ -2563,6 +2579,14 @@ T_API int32_t T_CALL T_CopyToClipboard(BitmapHandle* bitmap, T_Window owner);
  * T_ERR_ARGUMENT (null, or the owner is no window: the record is not touched), those of
  * T_ConvertFromDIB and T_ConvertFromDDB. */
 T_API int32_t T_CALL T_CopyFromClipboard(BitmapHandle* bitmap, T_Window owner);
+
+/* Example: what is on the clipboard, in a file.
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   if (T_CopyFromClipboard(&bitmap, NULL) == T_OK) {
+ *     T_SaveBitmap("out.png", &bitmap, T_FORMAT_PNG, 0, 0);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
 
 /* ---- Printing -------------------------------------------------------------------------------- */
 
@@ -2598,6 +2622,15 @@ T_API int32_t T_CALL T_PrintBitmap(BitmapHandle* bitmap, T_DC dc, T_Rect destina
 T_API int32_t T_CALL T_PrintBitmapExt(BitmapHandle* bitmap, T_DC dc, T_Rect source,
                                       T_Rect destination, uint32_t placement, uint32_t rop,
                                       const char* documentName, const char* outputName);
+
+/* Example: a fax on a page of its own, as large as goes in. `dc` is a printer's.
+ *   extern T_DC dc;
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   if (T_LoadBitmap("fax.tif", &bitmap, 0, -1) == T_OK) {
+ *     T_PrintBitmapExt(&bitmap, dc, NULL, NULL, T_PRINT_FIT, 0, "Fax", NULL);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
 
 /* ---- Scanners -------------------------------------------------------------------------------- */
 
@@ -2692,6 +2725,14 @@ T_API int32_t T_CALL T_TwainAcquireExt(T_Window window, const T_TwainOptions* op
  * source has told the user, 6 capability refused, 9 protocol, 10 bad value, 11 wrong order ...; 1
  * where the source does not say. 0: T_OK, or a fault that was no failure of an operation. */
 T_API int32_t T_CALL T_TwainCondition(void);
+
+/* Example: a page from the scanner that the user has chosen, in a file.
+ *   BitmapHandle bitmap = T_EMPTY;
+ *   if (T_TwainAcquire(NULL, &bitmap) == T_OK) {
+ *     T_SaveBitmap("scan.tif", &bitmap, T_FORMAT_TIFF_LZW, 0, 0);
+ *     T_FreeBitmap(&bitmap);
+ *   }
+ */
 
 #endif /* _WIN32 */
 
