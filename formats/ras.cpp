@@ -52,7 +52,7 @@ process::SourcePicture describe(const Header& header) {
   picture.storage_kind = T_FORMAT_RAS;
   if (header.depth > 8) return picture;
   if (header.has_map) {
-    // Kept: as the file counts them, as far as palettes go; more than the depth can name, too.
+    // As the file counts them, as far as palettes go: more than the depth can name, too.
     picture.colors = std::min(header.map_bytes / 3, 256u);
     return picture;
   }
@@ -283,8 +283,7 @@ Status parse_header(std::span<const uint8_t> bytes, uint64_t file_bytes, Header&
   // in old files (RT_OLD), and this library's own is odd.
   header.type = static_cast<Type>(load_be16(&bytes[kType + 2]));
   header.map_bytes = load_be16(&bytes[kMapLength + 2]);
-  // A map without a whole colour is passed over like one of another kind.
-  header.has_map = load_be16(&bytes[kMapType + 2]) == kMapOfPlanes && header.map_bytes >= 3;
+  header.has_map = load_be16(&bytes[kMapType + 2]) == kMapOfPlanes && header.map_bytes != 0;
   const bool is_encoded = header.type == Type::kByteEncoded;
   return formats::check_plausible(is_encoded ? formats::Density::kRuns : formats::Density::kPlain,
                                   file_row_bytes(header.width, header.depth), height, file_bytes);
