@@ -52,7 +52,8 @@ process::SourcePicture describe(const Header& header) {
   picture.storage_kind = T_FORMAT_RAS;
   if (header.depth > 8) return picture;
   if (header.has_map) {
-    // As the file counts them, as far as palettes go: more than the depth can name, too.
+    // Kept: as the file counts them, as far as palettes go: more than the depth can name, and none
+    // where a map has no whole colour.
     picture.colors = std::min(header.map_bytes / 3, 256u);
     return picture;
   }
